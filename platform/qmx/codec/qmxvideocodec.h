@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/codec/qmxpicture.h"
+#include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxid.h"
+#include "platform/qmx/core/qmximagedesc.h"
+
+#include <memory>
+#include <span>
+
+/// Codes pictures of one description. Intra only: every call stands alone. One thread at a time.
+class QmxVideoEncoder
+{
+public:
+    virtual ~QmxVideoEncoder();
+    /// Codes one picture into pool memory.
+    virtual QmxError encode(const QmxPicture &picture, QmxBuffer &coded) = 0;
+};
+
+/// Decodes coded pictures of one description. Intra only. One thread at a time.
+class QmxVideoDecoder
+{
+public:
+    virtual ~QmxVideoDecoder();
+    virtual QmxError decode(const QmxBuffer &coded, QmxPicture &picture) = 0;
+};
+
+/// One codec: a row of the table in codecs.cpp, with a file of its own behind it.
+struct QmxCodecRow
+{
+    int dataType;                     ///< 202 ProRes 422 and so on
+    const char *name;                 ///< "ProRes 422"
+    const char *fourcc;               ///< sample entry in a QuickTime file: "apcn"
+    QmxPicture::Format pictureFormat; ///< what it codes
+    std::unique_ptr<QmxVideoEncoder> (*createEncoder)(const QmxImageDesc &desc);
+    std::unique_ptr<QmxVideoDecoder> (*createDecoder)(const QmxImageDesc &desc);
+};
+
+std::span<const QmxCodecRow> qmxCodecs();
+/// The row of a data type, null when there is none (yet).
+const QmxCodecRow *qmxCodec(const QmxId &dataType);
+/// The row of a sample entry, null when there is none.
+const QmxCodecRow *qmxCodecByFourcc(const char *fourcc);

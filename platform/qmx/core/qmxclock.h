@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QtGlobal>
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+/// Ends a wait early. One waiter at a time; any thread may interrupt. An interrupt that comes before the
+/// wait ends the next wait at once; reset() forgets it.
+class QmxInterrupt
+{
+public:
+    void interrupt();
+    void reset();
+    bool isInterrupted() const;
+
+private:
+    friend class QmxClock;
+    friend class QmxSteppedClock;
+    mutable std::mutex _mutex;
+    std::condition_variable _condition;
+    bool _interrupted = false;
+};
+
+/// The one source of time. Everything that waits, stamps or measures gets a clock handed to it, so that a
+/// test can own the time: the real clock, a stepped one that jumps from deadline to deadline (hours of
+/// transport in seconds, repeatable), and a fast one (N times real time).
+///
+/// Times are nanoseconds of a monotonic clock whose origin has no meaning. All members: any thread.
+class QmxClock
+{
+public:
+    static constexpr qint64 nsPerSecond = 1'000'000'000;
+    static constexpr qint64 nsPerMillisecond = 1'000'000;
+
+    virtual ~QmxClock();
+
+    /// Monotonic time in nanoseconds.
+    virtual qint64 now() const = 0;
+    /// Time of day: nanoseconds since 1970-01-01 00:00 UTC. A step of the wall clock changes only this.
+    virtual qint64 wallTime() const = 0;
+    /// Blocks the calling thread until now() has reached `deadline`; false when `interrupt` came first.
+    virtual bool sleepUntil(qint64 deadline, QmxInterrupt *interrupt = nullptr) = 0;
+    /// Work in flight. While a copy of the token lives, a stepped clock does not move: whoever queues work
+    /// for another thread keeps a token in the queued item until it is done. Null and free of cost elsewhere.
+    virtual std::shared_ptr<void> busy();
+    /// How many nanoseconds of this clock pass in `ns` nanoseconds of the wall (1:1 but for the fast clock).
+    virtual double speed() const;
+    /// True for the clock that only moves when everybody waits.
+    virtual bool isStepped() const;
+};
+
+/// CLOCK_MONOTONIC and CLOCK_REALTIME.
+class QmxRealClock : public QmxClock
+{
+public:
+    qint64 now() const override;
+    qint64 wallTime() const override;
+    bool sleepUntil(qint64 deadline, QmxInterrupt *interrupt = nullptr) override;
+};
+
+/// N times as fast as the real clock, from the moment of its construction on.
+class QmxFastClock : public QmxClock
+{
+public:
+    explicit QmxFastClock(double factor);
+    qint64 now() const override;
+    qint64 wallTime() const override;
+    bool sleepUntil(qint64 deadline, QmxInterrupt *interrupt = nullptr) override;
+    double speed() const override;
+
+private:
+    double _factor;
+    qint64 _start;
+    qint64 _wallStart;
+};
+
+/// A clock that stands still until every participant waits, and then jumps to the earliest deadline.
+///
+/// Participants are: threads inside sleepUntil() (they count as busy from their registration with
+/// addSleeper() on whenever they are not asleep), holders of busy() tokens, and the event loop, whose
+/// dispatcher (QmxEventDispatcher) alone moves the time: when no event is posted, no timer is due and
+/// nobody is busy it calls advanceTowards() with the deadline of its next timer.
+class QmxSteppedClock : public QmxClock
+{
+public:
+    QmxSteppedClock();
+    ~QmxSteppedClock() override;
+
+    qint64 now() const override;
+    qint64 wallTime() const override;
+    bool sleepUntil(qint64 deadline, QmxInterrupt *interrupt = nullptr) override;
+    std::shared_ptr<void> busy() override;
+    bool isStepped() const override;
+
+    /// A step of the wall clock, as by an operator or NTP.
+    void setWallTime(qint64 nsSince1970);
+
+    /// The time beyond which advanceTowards() does not go (the end of the test's present step).
+    void setLimit(qint64 limit);
+    qint64 limit() const;
+
+    /// Moves to the earliest of the sleepers' deadlines, `timerDeadline` and the limit, and wakes whom it
+    /// concerns; false (nothing moved) while somebody is busy or when the limit is reached.
+    bool advanceTowards(qint64 timerDeadline);
+    /// Waits (in real time) until nobody is busy or `milliseconds` have passed; true when nobody is. Woken
+    /// also by kick(), which the dispatcher's wakeUp() calls.
+    bool waitUntilIdle(int milliseconds);
+    void kick();
+
+private:
+    struct State;
+    std::shared_ptr<State> _state;
+};

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxclock.h"
+#include "platform/qmx/core/qmxfiles.h"
+
+#include <memory>
+
+/// What the program would otherwise take from the machine behind its back: time, files, chance.
+///
+/// Objects take a copy of current() when they are constructed and use that for their whole life. The
+/// program sets the environment once before the first object exists; a test sets its own. Any thread may
+/// read; only the main thread sets.
+struct QmxEnvironment
+{
+    std::shared_ptr<QmxClock> clock;
+    std::shared_ptr<QmxFiles> files;
+    quint32 seed = 0; ///< start value for whoever needs chance
+
+    static QmxEnvironment current();
+    static void setCurrent(const QmxEnvironment &environment);
+};

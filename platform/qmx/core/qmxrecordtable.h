@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxtimecode.h"
+
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+/// What this process is recording now, and the timecode it recorded last.
+///
+/// Two readers need it: the timecode generator of the device continues after the last frame written (a
+/// frame counts as written when it is handed to the cache of a record stream, the frame that triggered the
+/// opening included, before it is handed over), and the clip list answers for a clip that is still being
+/// recorded without touching its file. All members: any thread.
+class QmxRecordTable
+{
+public:
+    static QmxRecordTable *instance();
+
+    struct Entry
+    {
+        QString path;     ///< descriptor of the record stream
+        int frames = 0;   ///< accepted so far, the pending first one included
+        bool open = true; ///< false once it has been closed; the entry then lives until removed
+    };
+
+    /// The device tells every frame that it hands out in record; the one handed out last before a record
+    /// stream is opened is that stream's pending first frame.
+    void frameHandedOut(const QmxTimecode &timecode);
+
+    /// A record stream has been asked to open; the frame handed out last becomes its pending first one.
+    void streamOpening(const QString &path);
+    /// The open failed or was abandoned: its pending frame was not written.
+    void streamOpenFailed(const QString &path);
+    /// A frame has been handed to the stream's cache (`first`: the first of the stream).
+    void frameWritten(const QString &path, const QmxTimecode &timecode, bool first);
+    /// The file has been closed; the entry goes.
+    void streamClosed(const QString &path);
+
+    /// The entry of a clip that is being recorded, or nothing.
+    std::optional<Entry> entry(const QString &path) const;
+    QList<Entry> entries() const;
+
+    /// Memory for the timecode generator; survives set-ups, modes and takes.
+    struct Memory
+    {
+        QmxTimecode last;         ///< of the last frame written; not valid: none yet
+        QmxTimecode lastNotFirst; ///< of the last frame written that was not the first of its stream
+        quint64 written = 0;      ///< frames written since the program began
+    };
+    Memory memory() const;
+
+private:
+    QmxRecordTable();
+    ~QmxRecordTable();
+    struct Private;
+    std::unique_ptr<Private> d;
+};

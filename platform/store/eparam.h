@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+
+/// Identifiers of the parameters in the configuration store. What a parameter means, holds and accepts
+/// stands in its descriptor; this list only gives the numbers a name. Ids from 0x50000000 to 0x50FFFFFF are
+/// free for the recorder's own additions.
+enum eParam_t : std::uint32_t {
+    // Transport
+    eParam_TransportCommand = 0x7D01000A,
+    eParam_TransportStatus = 0x7D01010A,
+    eParam_CueToTimecode = 0x7D01100A,
+    eParam_GoToClipName = 0x7D01120A,
+    eParam_GoToClipIndex = 0x7D01140A,
+    eParam_TransportRunning = 0x7D02030A,
+    eParam_RecordBaseName = 0x7D04060A,
+    eParam_MediaUpdated = 0x7D06000A,
+    eParam_FirmwareState = 0x7D07040A,
+    eParam_TransportSpeed = 0x50000001,
+    eParam_CueToFrame = 0x50000002,
+    // What is on the input, the medium and the recording
+    eParam_InputFormat = 0x79010000,
+    eParam_MediaCodec = 0x7903000A,
+    eParam_MediaFormat = 0x79050000,
+    eParam_RecordFormat = 0x79090000,
+    // Media and clips
+    eParam_ActiveMediaPath = 0x7B01010A,
+    eParam_StorageState = 0x7B01030A,
+    eParam_RolloverMediaPath = 0x7B010A0A,
+    eParam_MediaLabel = 0x7B03050A,
+    eParam_ReelNumber = 0x7B03060A,
+    eParam_MediaLoading = 0x7B03070A,
+    eParam_RolloverReelName = 0x7B03080A,
+    eParam_CurrentClip = 0x7B04000A,
+    eParam_CurrentPlayListIndex = 0x7B04020A,
+    eParam_ClipNamePattern = 0x50000020,
+    eParam_ClipBaseName = 0x50000021,
+    eParam_TakeNumber = 0x50000022,
+    eParam_AutomaticTake = 0x50000023,
+    eParam_PlayList = 0x50000024,
+    // Picture
+    eParam_RecordFrameMode = 0x0101000A,
+    eParam_OutputFrameMode = 0x0103000A,
+    eParam_InputConversion = 0x0104000A,
+    eParam_OutputConversion = 0x0105000A,
+    eParam_VideoOutputType = 0x0106000A,
+    eParam_VideoOutputRoute = 0x0108000A,
+    eParam_Superimpose = 0x0109000A,
+    eParam_SdiLevelA = 0x0140000A,
+    eParam_HdmiOutputMode = 0x0142000A,
+    eParam_VideoInput = 0x0201000A,
+    eParam_LutPosition = 0x0D03000A,
+    eParam_LutFile = 0x0D04000A,
+    // Sound
+    eParam_AudioInput = 0x0202000A,
+    eParam_AudioChannels = 0x02030000,
+    eParam_IgnoreInputAncillary = 0x020C000A,
+    eParam_AudioInputLevel = 0x04010000,
+    // Reference and timecode
+    eParam_SyncSource = 0x0601000A,
+    eParam_TimecodeSource = 0x0800020A,
+    eParam_TimecodePresetHour = 0x0801000A,
+    eParam_TimecodeDropFrame = 0x0802000A,
+    eParam_RecordOnRunningTimecode = 0x0803000A,
+    // Recording
+    eParam_IntervalRecord = 0x0900000A,
+    eParam_IntervalRecordFrames = 0x0901000A,
+    eParam_IntervalRecordPeriod = 0x0902000A,
+    eParam_RolloverEnabled = 0x0C020000,
+    eParam_CameraInput = 0x0D01000A,
+    eParam_CameraDataMode = 0x0D02000A,
+    eParam_RecordCodec = 0x0E01000A,
+    eParam_ContinueOnLossOfVideo = 0x2000000A,
+    // Playback
+    eParam_PlaybackSource = 0x0F01000A,
+    eParam_LoopPlayback = 0x0F02000A,
+    eParam_PlayListChanged = 0x0F03000A,
+    eParam_StopOnDroppedFrame = 0x0F04000A,
+    // Signal generator
+    eParam_SignalGeneratorFormat = 0x2901000A,
+    eParam_VideoSignalGenerator = 0x2902000A,
+    eParam_AudioSignalGenerator = 0x2903000A,
+    // Alarms
+    eParam_AlarmMediaWriteFailed = 0x7E070900,
+    eParam_AlarmClipNameExists = 0x7E070A00,
+    eParam_AlarmMediaReadFailed = 0x7E070B00,
+    eParam_AlarmFrameDropped = 0x7E070C00,
+    eParam_AlarmLossOfVideoStillMissing = 0x7E070E00,
+    eParam_AlarmMediaSlow = 0x7E071200,
+    eParam_AlarmInputLostInRecord = 0x7E071300,
+    eParam_AlarmOutputFailed = 0x7E071400,
+    eParam_AlarmAudioInputLost = 0x7E071500,
+    eParam_AlarmReferenceMissing = 0x7E071800,
+    eParam_AlarmChannelsNeedEmbeddedAudio = 0x7E071900,
+    eParam_AlarmClockLate = 0x7E071A00,
+    eParam_AlarmReferenceNotLocked = 0x7E071B00,
+    eParam_AlarmVariableRate = 0x7E071C00,
+    eParam_AlarmMemoryExhausted = 0x7E071D00,
+    eParam_AlarmLogOutputFailed = 0x7E072000,
+    eParam_AlarmSpare1 = 0x7E072100,
+    eParam_AlarmSpare2 = 0x7E072200,
+    eParam_AlarmSpare3 = 0x7E072300,
+    eParam_AlarmLutError = 0x7E072800,
+    eParam_AlarmRecordInhibited = 0x7E072B00,
+    eParam_AlarmMediaFull = 0x50000010,
+    eParam_AlarmStoreRestored = 0x50000011,
+};

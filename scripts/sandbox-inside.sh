@@ -1,0 +1,100 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# The inside of a sandbox (see sandbox.sh): mounts, daemon, command, end in order.
+set -euo pipefail
+. "$XP_ROOT/scripts/common.sh"
+
+S=$XP_SANDBOX_DIR/private
+mkdir -p "$S"
+mount -t tmpfs -o mode=755 xp-private "$S"
+mount -t proc proc /proc
+
+# A directory that may not exist on the machine gets its parent overlaid, so that it can be made here.
+overlay() {
+    mkdir -p "$S/upper$1" "$S/work$1"
+    mount -t overlay overlay -o "lowerdir=$1,upperdir=$S/upper$1,workdir=$S/work$1" "$1"
+}
+private_dir() {
+    mkdir -p "$1"
+    mount -t tmpfs -o "mode=${2:-755}" xp-private "$1"
+}
+overlay /etc
+overlay /run
+overlay /var/lib
+overlay /usr/local/share
+private_dir "$(readlink -f /var/lock)" 1777
+private_dir /run/xp
+private_dir /etc/xp
+private_dir /dev/shm 1777
+private_dir /media
+mkdir -p /var/lib/xp "$XP_SANDBOX_DIR/lib"
+mount --bind "$XP_SANDBOX_DIR/lib" /var/lib/xp
+mkdir -p /usr/local/share/media
+[ -d "$XP_BUILD/share/media" ] && mount --bind "$XP_BUILD/share/media" /usr/local/share/media
+[ "$XP_NET" = private ] && ip link set lo up
+
+# Media are file systems of their own: ext4 in an image where loop devices are allowed, else memory.
+for medium in A B; do
+    mkdir -p "/media/$medium"
+    image=$XP_SANDBOX_DIR/medium-$medium.img
+    mounted=no
+    if [ "$(cat /proc/self/uid_map | awk '{print $2; exit}')" = 0 ]; then
+        if [ ! -f "$image" ]; then
+            truncate -s "$XP_MEDIA_SIZE" "$image"
+            mkfs.ext4 -q -F -m 0 -L "$medium" -E lazy_itable_init=1,lazy_journal_init=1 "$image"
+        fi
+        mount -o loop,noatime "$image" "/media/$medium" 2>/dev/null && mounted=yes
+        rm -rf "/media/$medium/lost+found"
+    fi
+    [ "$mounted" = yes ] || mount -t tmpfs -o "size=$XP_MEDIA_SIZE" "xp-$medium" "/media/$medium"
+done
+
+[ -n "$XP_STORE" ] && printf '%s\n' "$XP_STORE" >/etc/xp/store
+[ -n "$XP_PROFILE" ] && cp "$XP_PROFILE" /etc/xp/lumen.ini
+if [ -n "$XP_CLOCK" ]; then
+    touch /etc/xp/lumen.ini
+    { printf '[device]\nclock=%s\n' "$XP_CLOCK"; cat /etc/xp/lumen.ini; } >/etc/xp/lumen.new
+    mv /etc/xp/lumen.new /etc/xp/lumen.ini
+fi
+export PATH=$XP_BUILD/bin:$XP_ROOT/scripts/bin:$PATH
+
+daemon_pid=
+start_daemon() {
+    # Until a media daemon chooses media, the first one is the one to record on.
+    xpctl set active_media_path /media/A >/dev/null
+    rm -f /run/xp/notify
+    socat -u UNIX-RECV:/run/xp/notify OPEN:/run/xp/ready,creat,append &
+    local listener=$! tries=0
+    while [ ! -S /run/xp/notify ]; do
+        tries=$((tries + 1))
+        [ "$tries" -lt 200 ] || die "sandbox: the notice socket did not appear"
+        read -rt 0.02 <> <(:) || true
+    done
+    NOTIFY_SOCKET=/run/xp/notify xpd >/run/xp/xpd.out 2>&1 </dev/null &
+    daemon_pid=$!
+    echo "$daemon_pid" >/run/xp/xpd.pid
+    while ! grep -qs READY=1 /run/xp/ready; do
+        kill -0 "$daemon_pid" 2>/dev/null || { cat /run/xp/xpd.out >&2; die "sandbox: the daemon did not start; its output is above"; }
+        read -rt 0.02 <> <(:) || true
+    done
+    kill "$listener" 2>/dev/null || true
+}
+stop_daemon() {
+    [ -n "$daemon_pid" ] || return 0
+    kill -TERM "$daemon_pid" 2>/dev/null || true
+    wait "$daemon_pid" || say "sandbox: xpd ended with status $?"
+    [ -s /run/xp/xpd.out ] && [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpd.out >&2
+    daemon_pid=
+}
+[ "$XP_DAEMON" = yes ] && start_daemon
+echo $$ >"$XP_SANDBOX_DIR/pid"
+
+"$@" &
+command_pid=$!
+trap 'kill -TERM "$command_pid" 2>/dev/null || true' TERM INT HUP
+status=0
+wait "$command_pid" || status=$?
+while kill -0 "$command_pid" 2>/dev/null; do wait "$command_pid" || status=$?; done
+stop_daemon
+rm -f "$XP_SANDBOX_DIR/pid"
+exit "$status"

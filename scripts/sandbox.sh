@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Runs a command beside a recorder of its own: a private mount and process namespace with its own
+# /var/lock, /etc/xp, /run/xp, /var/lib/xp, /dev/shm and two media on real file systems.
+set -euo pipefail
+. "$XP_ROOT/scripts/common.sh"
+
+media_size=2G store= profile= clock= net=host state= daemon=yes
+while [ $# -gt 0 ]; do
+    case "$1" in
+        --media-size) media_size=$2; shift 2 ;;
+        --store) store=$2; shift 2 ;;
+        --profile) profile=$(readlink -f "$2") || die "no such profile: $2"; shift 2 ;;
+        --clock) clock=$2; shift 2 ;;
+        --net) net=$2; shift 2 ;;
+        --state) state=$2; shift 2 ;;
+        --no-daemon) daemon=no; shift ;;
+        --) shift; break ;;
+        *) die "sandbox: unknown option $1 (see ./xp help)" ;;
+    esac
+done
+[ $# -gt 0 ] || die "sandbox: no command; use: ./xp sandbox [options] -- CMD"
+case "$clock" in '' | real | fast:[0-9]*) ;; *) die "sandbox: --clock is real or fast:N, not '$clock'" ;; esac
+case "$net" in host | private) ;; *) die "sandbox: --net is host or private, not '$net'" ;; esac
+[ -z "$profile" ] || [ -r "$profile" ] || die "sandbox: cannot read the profile $profile"
+[ -x "$XP_BUILD/bin/xpd" ] || [ "$daemon" = no ] || die "sandbox: nothing built yet; run ./xp build"
+
+if [ -n "$state" ]; then
+    mkdir -p "$state"
+    state=$(readlink -f "$state")
+    dir=$state
+else
+    dir=$(mktemp -d "${TMPDIR:-/tmp}/xp-sandbox.XXXXXX")
+    trap 'rm -rf "$dir"' EXIT
+fi
+
+namespaces=(--mount --propagation private --pid --fork --kill-child=TERM)
+[ "$net" = private ] && namespaces+=(--net)
+if [ "$(id -u)" -ne 0 ]; then
+    namespaces+=(--user --map-root-user)
+    unshare --user --map-root-user --mount true 2>/dev/null ||
+        die "this machine allows no user namespaces: run as root, or set kernel.unprivileged_userns_clone=1"
+fi
+unshare --mount true 2>/dev/null || [ "$(id -u)" -ne 0 ] ||
+    die "this machine allows no mount namespaces, not even to root: a sandbox is not possible here"
+
+export XP_SANDBOX_DIR=$dir XP_MEDIA_SIZE=$media_size XP_STORE=$store XP_PROFILE=$profile XP_CLOCK=$clock
+export XP_DAEMON=$daemon XP_NET=$net
+# A signal for the script goes to the command inside, which ends the daemon in order; then we end.
+unshare "${namespaces[@]}" -- "$XP_ROOT/scripts/sandbox-inside.sh" "$@" &
+child=$!
+trap 'kill -TERM "$child" 2>/dev/null || true' TERM INT HUP
+status=0
+wait "$child" || status=$?
+while kill -0 "$child" 2>/dev/null; do wait "$child" || status=$?; done
+exit "$status"

@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Runs the tests that stand in build/; an argument selects by name.
+set -euo pipefail
+. "$XP_ROOT/scripts/common.sh"
+args=(--test-dir "$XP_BUILD" --output-on-failure --no-tests=error -j "$XP_JOBS" --timeout 300)
+[ $# -gt 0 ] && args+=(-R "$1")
+exec ctest "${args[@]}"

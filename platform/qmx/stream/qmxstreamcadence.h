@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QList>
+#include <QtGlobal>
+
+/// Which frame is due after how many reads. Pure arithmetic, no state but where the count began: the
+/// position never accumulates an error, at whatever speed and however long.
+struct QmxStreamCadence
+{
+    int start = 0;      ///< position at the last seek or change of speed
+    qint64 reads = 0;   ///< frames read since then
+    double speed = 1.0; ///< in units of normal speed; negative is reverse; never 0
+
+    /// start + trunc(reads × speed), held between -1 and `length`: the two positions just past the ends.
+    int position(int length) const;
+    /// The position `ahead` reads later.
+    int positionAfter(qint64 ahead, int length) const;
+    /// The next different frames in the direction of travel, the one at the position first: at most `count`,
+    /// all of them inside the stream.
+    QList<int> upcoming(int count, int length) const;
+    /// Changes the speed without moving the position; the same speed changes nothing.
+    void setSpeed(double newSpeed, int length);
+    void seek(int frame);
+};

@@ -4,11 +4,12 @@
 #include <QtGlobal>
 
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 
 /// Ends a wait early. One waiter at a time; any thread may interrupt. An interrupt that comes before the
-/// wait ends the next wait at once; reset() forgets it.
+/// wait ends the next wait at once. It stays (every further wait ends at once) until reset() forgets it.
 class QmxInterrupt
 {
 public:
@@ -21,6 +22,7 @@ private:
     friend class QmxSteppedClock;
     mutable std::mutex _mutex;
     std::condition_variable _condition;
+    std::function<void()> _wake; // set by a stepped clock while somebody sleeps on it
     bool _interrupted = false;
 };
 
@@ -46,6 +48,11 @@ public:
     /// Work in flight. While a copy of the token lives, a stepped clock does not move: whoever queues work
     /// for another thread keeps a token in the queued item until it is done. Null and free of cost elsewhere.
     virtual std::shared_ptr<void> busy();
+    /// Registers the calling thread for as long as the token lives (it must go on the same thread): on a
+    /// stepped clock the thread then counts as busy whenever it is not inside sleepUntil(), from the very
+    /// moment it is woken. For threads that live by the clock; one that also waits for something else must
+    /// not hold it while it does. Null elsewhere.
+    virtual std::shared_ptr<void> addSleeper();
     /// How many nanoseconds of this clock pass in `ns` nanoseconds of the wall (1:1 but for the fast clock).
     virtual double speed() const;
     /// True for the clock that only moves when everybody waits.
@@ -79,8 +86,9 @@ private:
 
 /// A clock that stands still until every participant waits, and then jumps to the earliest deadline.
 ///
-/// Participants are: threads inside sleepUntil() (they count as busy from their registration with
-/// addSleeper() on whenever they are not asleep), holders of busy() tokens, and the event loop, whose
+/// Participants are: threads registered with addSleeper() (busy whenever they are not inside sleepUntil();
+/// others may sleep too, but the time may pass them by once they are awake), holders of busy() tokens (a
+/// token held by a registered sleeper's own work must not be kept over a sleep), and the event loop, whose
 /// dispatcher (QmxEventDispatcher) alone moves the time: when no event is posted, no timer is due and
 /// nobody is busy it calls advanceTowards() with the deadline of its next timer.
 class QmxSteppedClock : public QmxClock
@@ -93,6 +101,7 @@ public:
     qint64 wallTime() const override;
     bool sleepUntil(qint64 deadline, QmxInterrupt *interrupt = nullptr) override;
     std::shared_ptr<void> busy() override;
+    std::shared_ptr<void> addSleeper() override;
     bool isStepped() const override;
 
     /// A step of the wall clock, as by an operator or NTP.

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <atomic>
+#include <memory>
+
+/// The recorder's counters: a table of 64-bit values in shared memory ("/xpd_counters") that companions
+/// read while the recorder runs. Every row is written by one thread (any one), without a lock; readers see
+/// each value whole, but not all values of one moment.
+///
+/// The first set() or add() of a program that called publish() is seen by others; without publish() (tools,
+/// tests) the table is private memory.
+class QmxCounters
+{
+public:
+    /// A row each in the table of qmxcounters.cpp, in this order.
+    enum Row {
+        RecordedUpTo,      ///< frames of the clip being recorded (or recorded last) that are durable
+        CurrentClipFrames, ///< frames accepted for the clip being recorded
+        FrameOnOutput,     ///< key 1 of the frame on the output
+        ListEntryOnOutput, ///< play-list entry on the output, -1: no list
+        Ticks,
+        LateTicks,
+        FramesIn,
+        FramesRecorded,
+        FramesShown,
+        FramesDroppedCapture,
+        FramesDroppedPlayback,
+        FramesRepeated, ///< ticks that showed the frame of the tick before
+        SourceRepeats,
+        SourceSkips,
+        CaptureQueue,
+        PlaybackQueue,
+        WriterQueue,
+        WriterQueueBytes,
+        CacheFrames,
+        WriteLatencyP50,
+        WriteLatencyP99,
+        WriteLatencyMax,
+        WriteErrors,
+        ReadErrors,
+        PreviewDropped,
+        OutputDropped,
+        EventLoopLongest, ///< longest turn of the event loop so far
+        PoolInUse,
+        PoolFailures,
+        LogDropped,
+        RowCount
+    };
+
+    static QmxCounters *instance();
+
+    /// Moves the table into shared memory under its name, taking over one left behind; false (and private
+    /// memory as before) when it cannot be made.
+    bool publish(const QString &name = defaultName());
+    void set(Row row, qint64 value);
+    void add(Row row, qint64 increment = 1);
+    /// Sets when larger: for maxima.
+    void raise(Row row, qint64 value);
+    qint64 value(Row row) const;
+
+    static QString defaultName() { return QStringLiteral("/xpd_counters"); }
+
+private:
+    QmxCounters();
+    ~QmxCounters();
+    std::atomic<qint64> *cell(Row row) const;
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+/// Reads the counters of a running recorder, by name, so that it need not be of the same version.
+class QmxCountersReader
+{
+public:
+    struct Counter
+    {
+        QString name;
+        QString unit;
+        qint64 value = 0;
+    };
+
+    QmxCountersReader();
+    ~QmxCountersReader();
+    QmxCountersReader(const QmxCountersReader &) = delete;
+    QmxCountersReader &operator=(const QmxCountersReader &) = delete;
+
+    /// False when there is none or it makes no sense. Again: takes the present one.
+    bool open(const QString &name = QmxCounters::defaultName());
+    QList<Counter> counters() const;
+    /// 0 when there is no such row.
+    qint64 value(const QString &name) const;
+    /// Process that publishes them; 0 when not open.
+    int pid() const;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

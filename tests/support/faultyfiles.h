@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxenvironment.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+
+/// A file system with faults: passes every call on to another one (the real one), but for those that the
+/// test picks. Any thread.
+class FaultyFiles : public QmxFiles
+{
+public:
+    enum Call {
+        Open,
+        Close,
+        Pread,
+        Pwrite,
+        Fdatasync,
+        Fsync,
+        Ftruncate,
+        Fallocate,
+        Flock,
+        Fstat,
+        Stat,
+        Statfs,
+        Rename,
+        Unlink,
+        CallCount
+    };
+
+    explicit FaultyFiles(std::shared_ptr<QmxFiles> under = std::make_shared<QmxFiles>());
+
+    /// Makes one and puts it into the current environment.
+    static std::shared_ptr<FaultyFiles> install();
+
+    /// The n-th call of this kind from now on (1: the next) fails with `error`; `always`: all after it too.
+    void failNth(Call call, int n, int error, bool always = false);
+    /// The n-th call of any kind from now on fails.
+    void failNthOfAll(int n, int error, bool always = false);
+    /// The n-th pwrite from now on writes only half of its bytes (and says so).
+    void writeHalf(int n);
+    /// The n-th call of this kind takes `ns` of the environment's clock before it goes on.
+    void stallNth(Call call, int n, qint64 ns);
+    /// Calls of this kind hang until release(), as in a kernel that waits for a dead disk.
+    void hang(Call call);
+    void release();
+    /// Threads hanging now.
+    int hanging() const;
+    /// Everything under `path` is gone: opened files give EIO, names ENOENT; until comeBack().
+    void vanish(const QString &path);
+    void comeBack();
+    /// statfs of anything answers as changed by this.
+    void fakeStatfs(std::function<void(const QString &path, struct statfs64 &)> change);
+    /// No more faults (hanging calls go on).
+    void clear();
+
+    /// Calls of a kind so far.
+    int count(Call call) const;
+    int countOfAll() const;
+    qint64 bytesWritten() const;
+
+    int open(const QString &path, int flags, mode_t mode = 0) override;
+    int close(int fd) override;
+    ssize_t pread(int fd, void *data, size_t size, off64_t offset) override;
+    ssize_t pwrite(int fd, const void *data, size_t size, off64_t offset) override;
+    int fdatasync(int fd) override;
+    int fsync(int fd) override;
+    int ftruncate(int fd, off64_t size) override;
+    int fallocate(int fd, int mode, off64_t offset, off64_t length) override;
+    int flock(int fd, int operation) override;
+    int fstat(int fd, struct stat64 *data) override;
+    int stat(const QString &path, struct stat64 *data) override;
+    int statfs(const QString &path, struct statfs64 *data) override;
+    int rename(const QString &from, const QString &to) override;
+    int unlink(const QString &path) override;
+
+private:
+    struct State;
+    bool fails(Call call, const QString &path);
+    bool fails(Call call, int fd);
+    std::shared_ptr<QmxFiles> _under;
+    std::shared_ptr<State> _state;
+};

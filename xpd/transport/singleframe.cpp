@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "xpd/transport/singleframe.h"
+
+#include "xpd/transport/checkedconnect.h"
+
+#include <QVariant>
+
+namespace {
+constexpr int openForRead = 1;
+}
+
+SingleFrame::SingleFrame() : _stream(new QmxStream(this))
+{
+    XPD_CHECKED("singleframe", connect(_stream, SIGNAL(openIsDone(int, const QmxError &)), this,
+                                       SLOT(openIsDone(int, const QmxError &))));
+    XPD_CHECKED("singleframe",
+                connect(_stream, SIGNAL(readIsDone(int, const QmxFrame &, const QmxError &, void *)), this,
+                        SLOT(readIsDone(int, const QmxFrame &, const QmxError &, void *))));
+}
+
+void SingleFrame::clear()
+{
+    _valid = false;
+    _frame = QmxFrame();
+    _info = QmxStreamInfo();
+    _index = -1;
+}
+
+bool SingleFrame::load(int index, const QString &path)
+{
+    clear();
+    _index = index;
+    _stream->setDesc(QVariant(path));
+    return _stream->open(openForRead);
+}
+
+void SingleFrame::openIsDone(int, const QmxError &error)
+{
+    if (error.isError()) {
+        emit failed();
+        return;
+    }
+    _info = _stream->info();
+    _stream->read(_index, nullptr);
+}
+
+void SingleFrame::readIsDone(int, const QmxFrame &frame, const QmxError &error, void *)
+{
+    _stream->close();
+    if (error.isError()) {
+        emit failed();
+        return;
+    }
+    _valid = true;
+    _frame = frame;
+    emit ready();
+}

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/ctl/recorder.h"
+
+#include "platform/product/shmstring.h"
+#include "platform/qmx/core/qmxlockfile.h"
+#include "platform/store/configfactoryimpl.h"
+
+#include <atomic>
+#include <csignal>
+
+namespace {
+constexpr auto lockPath = "/var/lock/xpd.lock";
+constexpr auto currentTimecodeName = "/xpd_currentTimecode";
+constexpr auto inputTimecodeName = "/xpd_inputTimecode";
+constexpr auto noTimecode = "--:--:--:--";
+constexpr auto noClip = "N/A";
+/// How often a wait looks: well below a frame, and no load.
+constexpr qint64 lookEvery = 5 * QmxClock::nsPerMillisecond;
+
+std::atomic<bool> interrupted = false;
+
+QString sharedText(const char *name)
+{
+    std::string text;
+    return ShmStringReader(name).get(text) ? QString::fromStdString(text) : QString::fromLatin1(noTimecode);
+}
+} // namespace
+
+Recorder::Recorder() : _environment(QmxEnvironment::current())
+{
+    CreateDescriptors();
+    // A client of its own, whose writes are committed when the call returns.
+    _config.reset(ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "xpctl", false));
+}
+
+Recorder::~Recorder() = default;
+
+QString Recorder::storeProblem() const
+{
+    if (!_config) {
+        return QStringLiteral(
+                   "the address of the configuration store makes no sense: '%1'; correct the first line "
+                   "of /etc/xp/store, for example to sqlite:/var/lib/xp/store.db")
+            .arg(QString::fromStdString(GetConfigURI("udp")));
+    }
+    return QString::fromStdString(_config->storeState());
+}
+
+bool Recorder::daemonIsRunning() const
+{
+    return QmxLockFile(lockPath).whoHasLock() != 0;
+}
+
+unsigned Recorder::number(eParam_t id) const
+{
+    unsigned value = 0;
+    _config->getUInt(id, value);
+    return value;
+}
+
+QString Recorder::text(eParam_t id) const
+{
+    std::string value;
+    _config->getString(id, value);
+    return QString::fromStdString(value);
+}
+
+QString Recorder::write(eParam_t id, unsigned value)
+{
+    return _config->setUInt(id, value) ? QString() : QString::fromStdString(_config->lastError());
+}
+
+QString Recorder::write(eParam_t id, const QString &value)
+{
+    return _config->setString(id, value.toStdString()) ? QString()
+                                                       : QString::fromStdString(_config->lastError());
+}
+
+bool Recorder::isPlaying() const
+{
+    const unsigned value = status();
+    return value != unsigned(TransportStatus::Stopped) && value != unsigned(TransportStatus::Recording) &&
+           value != unsigned(TransportStatus::Still) && value != unsigned(TransportStatus::ShutDown);
+}
+
+bool Recorder::isInPlay() const
+{
+    return isPlaying() || status() == unsigned(TransportStatus::Still);
+}
+
+QString Recorder::statusLabel() const
+{
+    return QString::fromStdString(GetDescriptor(eParam_TransportStatus)->label(int(status())));
+}
+
+QString Recorder::clip() const
+{
+    const QString name = text(eParam_CurrentClip);
+    return name == QLatin1String(noClip) ? QString() : name;
+}
+
+QString Recorder::timecode() const
+{
+    return sharedText(currentTimecodeName);
+}
+
+QString Recorder::inputTimecode() const
+{
+    return sharedText(inputTimecodeName);
+}
+
+qint64 Recorder::counter(const char *name) const
+{
+    if (!_counters) {
+        auto reader = std::make_unique<QmxCountersReader>();
+        if (!reader->open()) {
+            return 0;
+        }
+        _counters = std::move(reader);
+    }
+    return _counters->value(QString::fromLatin1(name));
+}
+
+QList<Recorder::Alarm> Recorder::alarms() const
+{
+    QList<Alarm> list;
+    for (const ParamDescriptor *descriptor : AllDescriptors()) {
+        AlarmRecord record;
+        if (descriptor->isAlarm() && AlarmProducer::current(_config.get(), descriptor->id(), record)) {
+            static constexpr const char *levels[] = {"information", "warning", "error"};
+            list.append({descriptor->id(), QString::fromStdString(descriptor->name()),
+                         levels[qBound(0, record.severity, 2)], QString::fromStdString(record.message)});
+        }
+    }
+    return list;
+}
+
+QList<Recorder::Alarm> Recorder::newErrors(const QList<Alarm> &before) const
+{
+    QList<Alarm> fresh;
+    for (const Alarm &alarm : alarms()) {
+        const bool known = std::any_of(before.begin(), before.end(), [&alarm](const Alarm &old) {
+            return old.id == alarm.id && old.message == alarm.message;
+        });
+        if (!known && alarm.level == "error") {
+            fresh.append(alarm);
+        }
+    }
+    return fresh;
+}
+
+bool Recorder::waitFor(const std::function<bool()> &holds, int milliseconds,
+                       const std::function<void()> &again, int againEvery) const
+{
+    const auto &clock = _environment.clock;
+    const qint64 end = clock->now() + milliseconds * QmxClock::nsPerMillisecond;
+    qint64 nextAgain = clock->now() + againEvery * QmxClock::nsPerMillisecond;
+    while (!holds()) {
+        const qint64 now = clock->now();
+        if (now >= end || interrupted) {
+            return false;
+        }
+        if (again && now >= nextAgain) {
+            again();
+            nextAgain = now + againEvery * QmxClock::nsPerMillisecond;
+        }
+        clock->sleepUntil(now + lookEvery);
+    }
+    return true;
+}
+
+bool Recorder::wasInterrupted()
+{
+    return interrupted;
+}
+
+void Recorder::catchInterrupt()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) { interrupted = true; };
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/store/config.h"
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+
+/// Values of the transport status parameter that commands look for.
+enum class TransportStatus : unsigned {
+    Stopped = 1,
+    Recording = 2,
+    Playing = 3,
+    Still = 15,
+    ShutDown = 20,
+};
+
+/// The recorder as a companion sees it: parameters of the store, strings and counters in shared memory, the
+/// holder of the daemon's lock. One thread.
+class Recorder
+{
+public:
+    Recorder();
+    ~Recorder();
+    Recorder(const Recorder &) = delete;
+    Recorder &operator=(const Recorder &) = delete;
+
+    /// Empty when the store can be reached, else the sentence for the operator.
+    QString storeProblem() const;
+    bool daemonIsRunning() const;
+
+    Config &config() { return *_config; }
+    unsigned number(eParam_t id) const; ///< the parameter's default when it was never written
+    QString text(eParam_t id) const;
+    /// Empty when written, else why not.
+    QString write(eParam_t id, unsigned value);
+    QString write(eParam_t id, const QString &value);
+
+    unsigned status() const { return number(eParam_TransportStatus); }
+    bool isPlaying() const; ///< forward or reverse, not still
+    bool isInPlay() const;  ///< playing or still
+    QString statusLabel() const;
+    QString clip() const; ///< empty when there is none
+    QString timecode() const;
+    QString inputTimecode() const;
+    /// A counter of the running daemon by name ("recorded_up_to"); 0 when there is none.
+    qint64 counter(const char *name) const;
+
+    struct Alarm
+    {
+        eParam_t id{};
+        QString name;
+        QString level; ///< "information", "warning", "error"
+        QString message;
+    };
+    QList<Alarm> alarms() const;
+    /// Alarms of level error that are there now and were not in `before`.
+    QList<Alarm> newErrors(const QList<Alarm> &before) const;
+
+    /// True as soon as `holds` does; false after `milliseconds` or on Ctrl-C. `again`, if given, is called
+    /// each `againEvery` milliseconds until then.
+    bool waitFor(const std::function<bool()> &holds, int milliseconds,
+                 const std::function<void()> &again = {}, int againEvery = 0) const;
+    static bool wasInterrupted();
+    /// Lets Ctrl-C end waits instead of the program.
+    static void catchInterrupt();
+
+private:
+    std::unique_ptr<Config> _config;
+    QmxEnvironment _environment;
+    mutable std::unique_ptr<QmxCountersReader> _counters;
+};

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QJsonObject>
+#include <QString>
+
+/// Why a command ended, and what a script sees of it.
+enum class ExitCode : int {
+    Done = 0,
+    Refused = 1,     ///< the recorder said no, or the effect did not come
+    Usage = 2,       ///< the command line makes no sense
+    NoDaemon = 3,    ///< nobody is there to do it
+    NoStore = 4,     ///< the configuration store cannot be reached
+    Interrupted = 5, ///< Ctrl-C before the effect
+};
+
+/// What a command has to say: text for people, or one JSON object (--json) for scripts.
+///
+/// Results go to standard output, errors to standard error; with --json an error is an object too, with the
+/// fields "error" and "hint". Field names are stable.
+class Report
+{
+public:
+    explicit Report(bool json) : _json(json) {}
+
+    bool isJson() const { return _json; }
+    /// A result: `text` for people, `object` for scripts.
+    void result(const QString &text, const QJsonObject &object) const;
+    /// What is wrong and what to do about it.
+    ExitCode error(ExitCode code, const QString &what, const QString &hint = {}) const;
+    /// Rewrites the status line of a terminal; elsewhere a line of its own each time.
+    void line(const QString &text, const QJsonObject &object) const;
+
+private:
+    bool _json;
+};

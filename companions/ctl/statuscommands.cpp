@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// status, watch, clips, alarms: what is, for people and for scripts.
+#include "companions/ctl/commands.h"
+
+#include "platform/product/clipfinder.h"
+
+#include <QJsonArray>
+
+namespace {
+struct View
+{
+    QString text;
+    QJsonObject object;
+};
+
+View look(const Recorder &recorder)
+{
+    const bool running = recorder.daemonIsRunning();
+    const auto alarms = recorder.alarms();
+    const bool recording = recorder.status() == unsigned(TransportStatus::Recording);
+    View view;
+    view.object = {{"running", running},
+                   {"status", running ? recorder.statusLabel() : QStringLiteral("not_running")},
+                   {"timecode", recorder.timecode()},
+                   {"input_timecode", recorder.inputTimecode()},
+                   {"clip", recorder.clip()},
+                   {"frame", recorder.counter("frame_on_output")},
+                   {"clip_frames", recorder.counter("current_clip_frames")},
+                   {"recorded_up_to", recorder.counter("recorded_up_to")},
+                   {"dropped_capture", recorder.counter("frames_dropped_capture")},
+                   {"dropped_playback", recorder.counter("frames_dropped_playback")},
+                   {"late_ticks", recorder.counter("late_ticks")},
+                   {"alarms", int(alarms.size())}};
+    if (!running) {
+        view.text = "the daemon is not running";
+        return view;
+    }
+    view.text = QStringLiteral("%1  %2  %3")
+                    .arg(recorder.statusLabel(), -10)
+                    .arg(recorder.timecode(),
+                         recorder.clip().isEmpty() ? QStringLiteral("no clip") : recorder.clip());
+    if (recording) {
+        view.text += QStringLiteral("  %1 frames, %2 safe")
+                         .arg(recorder.counter("current_clip_frames"))
+                         .arg(recorder.counter("recorded_up_to"));
+    } else if (recorder.isInPlay()) {
+        view.text += QStringLiteral("  frame %1").arg(recorder.counter("frame_on_output"));
+    }
+    if (const qint64 dropped =
+            recorder.counter("frames_dropped_capture") + recorder.counter("frames_dropped_playback");
+        dropped > 0) {
+        view.text += QStringLiteral("  dropped %1").arg(dropped);
+    }
+    if (!alarms.isEmpty()) {
+        view.text += QStringLiteral("  %1 alarm%2").arg(alarms.size()).arg(alarms.size() == 1 ? "" : "s");
+    }
+    return view;
+}
+} // namespace
+
+ExitCode ctlStatus(Recorder &recorder, const Report &report, const Arguments &)
+{
+    const View view = look(recorder);
+    report.result(view.text, view.object);
+    return recorder.daemonIsRunning() ? ExitCode::Done : ExitCode::NoDaemon;
+}
+
+ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arguments)
+{
+    constexpr int dayLong = 24 * 3600 * 1000;
+    qint64 tick = -1;
+    QString last;
+    const auto show = [&] {
+        // A line a frame: the device's tick is the pace; without a daemon only changes count.
+        const qint64 now = recorder.counter("ticks");
+        if (now == tick && recorder.daemonIsRunning()) {
+            return false;
+        }
+        tick = now;
+        const View view = look(recorder);
+        if (view.text != last || report.isJson()) {
+            report.line(view.text, view.object);
+            last = view.text;
+        }
+        return arguments.once;
+    };
+    while (!recorder.waitFor(show, dayLong) && !Recorder::wasInterrupted()) {}
+    if (!report.isJson()) {
+        report.result("\n", {});
+    }
+    return ExitCode::Done;
+}
+
+ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &)
+{
+    ClipFinder finder(&recorder.config());
+    QJsonArray list;
+    QString text;
+    int index = 0;
+    for (const Clip &clip : finder.findClips(true, false, true)) {
+        const QString name = QString::fromStdString(clip.getName());
+        list.append(QJsonObject{{"index", index}, {"name", name}, {"frames", clip.getFrameCount()}});
+        text += QStringLiteral("%1  %2  %3 frames\n").arg(index, 4).arg(name, -32).arg(clip.getFrameCount());
+        ++index;
+    }
+    const QString path = recorder.text(eParam_ActiveMediaPath);
+    if (list.isEmpty()) {
+        text = path.isEmpty() ? QStringLiteral("no medium is active")
+                              : QStringLiteral("no clips on %1").arg(path);
+    }
+    report.result(text, {{"path", path}, {"clips", list}});
+    return ExitCode::Done;
+}
+
+ExitCode ctlAlarms(Recorder &recorder, const Report &report, const Arguments &)
+{
+    QJsonArray list;
+    QString text;
+    for (const Recorder::Alarm &alarm : recorder.alarms()) {
+        list.append(QJsonObject{{"name", alarm.name}, {"level", alarm.level}, {"message", alarm.message}});
+        text += QStringLiteral("%1  %2  %3\n").arg(alarm.level, -11).arg(alarm.name, -28).arg(alarm.message);
+    }
+    report.result(list.isEmpty() ? QStringLiteral("no alarms") : text, {{"alarms", list}});
+    return ExitCode::Done;
+}

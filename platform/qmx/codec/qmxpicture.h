@@ -40,6 +40,8 @@ public:
     QmxPicture deepCopy() const;
     /// Fills with video black.
     void fillBlack();
+    /// The memory of all three planes.
+    QmxBuffer buffer() const { return _buffer; }
 
 private:
     QmxBuffer _buffer;

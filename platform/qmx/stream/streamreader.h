@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxframe.h"
+#include "platform/qmx/stream/qmxstreaminfo.h"
+#include "platform/qmx/stream/streamreadersource.h"
+
+#include <QList>
+
+#include <functional>
+#include <memory>
+
+class QmxTaskThread;
+
+/// The reading end of one read stream: a clip, or the clips of a play list as one.
+///
+/// Threads: the owner's (the event loop), which never waits here; the reader thread "qmx-read", which reads
+/// frames; for lists the opener thread "qmx-open", which opens the neighbours of the entry that is being
+/// read, so that the next one is open before it is needed. What the threads share has one lock, never held
+/// during a call on a file.
+///
+/// Frames are asked for in two ways: read() answers each request once, in order (policy: 64 may wait, more
+/// are refused); want() says which frames a cache lacks now and replaces the wish before, so that nothing is
+/// read for a position that has been left. A frame that cannot be read comes as a black and silent one with
+/// the descriptions of its entry, together with the error.
+///
+/// A reader whose thread hangs in the kernel is left behind by its destructor.
+class StreamReader
+{
+public:
+    struct Result
+    {
+        int frame = 0;
+        QmxFrame data; ///< with its keys 1, 9, 10, 12, 18
+        QmxError error;
+        qint64 microseconds = 0; ///< duration of the read
+        int request = 0;         ///< number given to read(); 0: wished for
+        void *user = nullptr;
+    };
+
+    /// Called on the reader thread.
+    struct Events
+    {
+        std::function<void(const QmxError &, const QmxStreamInfo &)> opened; ///< once
+        std::function<void()> closed;                                        ///< once, after close()
+        std::function<void()> results;                                       ///< takeResults() has something
+        std::function<void()> grown;                                         ///< length() has changed
+    };
+
+    StreamReader(const StreamReaderSource &source, const Events &events, const QmxEnvironment &environment);
+    ~StreamReader();
+    StreamReader(const StreamReader &) = delete;
+    StreamReader &operator=(const StreamReader &) = delete;
+
+    void open();
+    void close();
+
+    /// False: too many wait.
+    bool read(int frame, int request, void *user);
+    /// In order of urgency; what is being read or waits in the results is not read again.
+    void want(const QList<int> &frames);
+    QList<Result> takeResults();
+    /// Requests and wishes not yet answered.
+    int pending() const;
+
+    /// Frames in the stream now; 0 until it is open.
+    int length() const;
+    /// A clip that somebody still records: refresh() looks whether it has grown.
+    bool isGrowing() const;
+    void refresh();
+    /// Keys 1, 9, 10, 12 and 18 of a frame, as far as its entry has been opened. Never waits for a file.
+    QmxMetadataHash meta(int frame) const;
+
+private:
+    struct State;
+    void schedule();
+    std::shared_ptr<State> _state;
+    std::unique_ptr<QmxTaskThread> _thread;
+    std::shared_ptr<QmxTaskThread> _opener; ///< lists only
+};

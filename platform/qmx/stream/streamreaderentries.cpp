@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/stream/streamreaderentries.h"
+
+#include "platform/qmx/core/qmxlog.h"
+
+#include <cerrno>
+
+namespace {
+/// The one that is played, its neighbours, and some for who jumps to and fro.
+constexpr int maximumOpen = 6;
+} // namespace
+
+StreamReaderEntries::StreamReaderEntries(const StreamReaderSource &source, const QmxEnvironment &environment)
+    : _source(source), _environment(environment), _entries(size_t(source.entries.size()))
+{}
+
+std::shared_ptr<QmxClipReader> StreamReaderEntries::open(int index, QmxError &error)
+{
+    Entry &entry = _entries[size_t(index)];
+    std::shared_ptr<QmxClipReader> tooOld; // dropped, and so closed, without the lock
+    std::unique_lock lock(_mutex);
+    _stageChanged.wait(lock, [&entry] { return entry.stage != Stage::Opening; });
+    entry.lastUse = ++_uses;
+    if (entry.stage == Stage::Open) return entry.reader;
+    if (entry.stage == Stage::Failed) {
+        error = entry.error;
+        return nullptr;
+    }
+    entry.stage = Stage::Opening;
+    lock.unlock();
+
+    const StreamReaderSource::Entry &what = _source.entries.at(index);
+    auto reader = std::make_shared<QmxClipReader>(_environment);
+    error = what.path.isEmpty()
+                ? QmxError(ENOENT, QStringLiteral("The play list names no file for %1").arg(what.name))
+                : reader->open(what.path);
+    if (error.isError())
+        qmxLogOutput(1, "streamreader", __LINE__, "%s cannot be opened: %s\n", qPrintable(what.path),
+                     qPrintable(error.toString()));
+
+    lock.lock();
+    if (error.isError()) {
+        entry.stage = Stage::Failed;
+        entry.error = error;
+        reader.reset();
+    } else {
+        entry.stage = Stage::Open;
+        entry.reader = reader;
+        entry.info = reader->info();
+        entry.description = Description{entry.info->image, entry.info->audio};
+        if (++_open > maximumOpen) tooOld = takeOldest();
+    }
+    lock.unlock();
+    _stageChanged.notify_all();
+    return reader;
+}
+
+/// With the lock held.
+std::shared_ptr<QmxClipReader> StreamReaderEntries::takeOldest()
+{
+    Entry *oldest = nullptr;
+    for (Entry &entry : _entries)
+        if (entry.stage == Stage::Open && (!oldest || entry.lastUse < oldest->lastUse)) oldest = &entry;
+    if (!oldest) return nullptr;
+    oldest->stage = Stage::Closed;
+    --_open;
+    return std::move(oldest->reader);
+}
+
+void StreamReaderEntries::update(int index, const QmxClipInfo &info)
+{
+    const std::lock_guard lock(_mutex);
+    _entries[size_t(index)].info = info;
+}
+
+StreamReaderEntries::Description StreamReaderEntries::description(int index)
+{
+    const std::lock_guard lock(_mutex);
+    Entry &entry = _entries[size_t(index)];
+    if (entry.description) return *entry.description;
+    const int count = int(_entries.size());
+    for (int distance = 1; distance < count; ++distance) {
+        for (const int neighbour : {index - distance, index + distance}) {
+            if (neighbour < 0 || neighbour >= count) continue;
+            if (!_entries[size_t(neighbour)].description) continue;
+            entry.description = _entries[size_t(neighbour)].description;
+            return *entry.description;
+        }
+    }
+    return {};
+}
+
+std::optional<QmxClipInfo> StreamReaderEntries::info(int index) const
+{
+    const std::lock_guard lock(_mutex);
+    return _entries[size_t(index)].info;
+}
+
+void StreamReaderEntries::closeAll()
+{
+    std::vector<std::shared_ptr<QmxClipReader>> readers; // before the lock: closed after it is released
+    const std::lock_guard lock(_mutex);
+    for (Entry &entry : _entries) {
+        if (entry.stage != Stage::Open) continue;
+        entry.stage = Stage::Closed;
+        readers.push_back(std::move(entry.reader));
+    }
+    _open = 0;
+}

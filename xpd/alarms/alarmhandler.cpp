@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "xpd/alarms/alarmhandler.h"
+
+#include "platform/qmx/core/qmxid.h"
+#include "platform/qmx/core/qmxlogstream.h"
+#include "platform/store/alarmproducer.h"
+#include "platform/store/alarms.pb.h"
+#include "xpd/alarms/alarmtable.h"
+#include "xpd/config/configinterface.h"
+#include "xpd/transport/vtrstate.h"
+
+namespace {
+
+constexpr const char *kSource = "alarmhandler";
+
+// Line numbers in the log name the message and stay when the source moves.
+enum LogLine : int {
+    UnknownAlarm = 114,
+    UnhandledAlarm = 121,
+    Delayed = 133,
+    RaisingWarning = 137,
+    RaisingError = 138,
+    Clearing = 142,
+    ClearingByEvent = 155,
+    RaisingByEvent = 160
+};
+
+void logLine(int level, int line, const QString &text)
+{
+    QmxLogStream(kSource, line, level, QmxLog::defaultLog()) << text;
+}
+
+} // namespace
+
+AlarmHandler::AlarmHandler(QObject *parent) : QObject(parent)
+{
+    for (const AlarmRow &row : alarmTable())
+        _alarms.insert_or_assign(row.param,
+                                 QmxAlarm(QmxId(row.alarm), QmxAlarm::Clear, QString(), QString(), 0));
+}
+
+void AlarmHandler::setConfigInterface(ConfigInterface *config)
+{
+    _config = config->configObject();
+}
+
+void AlarmHandler::onEvent(const QString &clear_attribute, const QString &raise_attribute)
+{
+    if (!_config) return;
+    const std::string clearName = clear_attribute.toStdString();
+    const std::string raiseName = raise_attribute.toStdString();
+    for (auto &[param, alarm] : _alarms) {
+        const ParamDescriptor *descriptor = _config->descriptor(param);
+        if (!descriptor) continue;
+        if (descriptor->hasAttribute(clearName)) {
+            logLine(3, ClearingByEvent,
+                    QStringLiteral("Clearing ALARM (%1): %2").arg(clear_attribute, alarmToString(alarm)));
+            alarm.setLevel(QmxAlarm::Clear);
+            AlarmProducer::clear(_config, param);
+        }
+        if (descriptor->hasAttribute(raiseName) && alarm.isActive()) {
+            logLine(2, RaisingByEvent,
+                    QStringLiteral("Raising ALARM (%1): %2").arg(raise_attribute, alarmToString(alarm)));
+            raise(param, alarm);
+        }
+    }
+}
+
+void AlarmHandler::onPlayPressed()
+{
+    onEvent(kPlayPressed.clearAttribute, kPlayPressed.raiseAttribute);
+}
+
+void AlarmHandler::onStopPressed()
+{
+    onEvent(kStopPressed.clearAttribute, kStopPressed.raiseAttribute);
+}
+
+void AlarmHandler::onRecordPressed()
+{
+    onEvent(kRecordPressed.clearAttribute, kRecordPressed.raiseAttribute);
+}
+
+void AlarmHandler::onPlayback()
+{
+    onEvent(kPlayback.clearAttribute, kPlayback.raiseAttribute);
+}
+
+void AlarmHandler::onRecord()
+{
+    onEvent(kRecord.clearAttribute, kRecord.raiseAttribute);
+}
+
+void AlarmHandler::onStandbyOff()
+{
+    onEvent(kStandbyOff.clearAttribute, kStandbyOff.raiseAttribute);
+}
+
+void AlarmHandler::stateChanged(const VtrState &oldState, const VtrState &newState)
+{
+    if (oldState.mode() == newState.mode()) return;
+    if (newState.mode().isInModePlay())
+        onPlayback();
+    else if (newState.mode().isInModeRecord())
+        onRecord();
+}
+
+void AlarmHandler::handleAlarm(const QmxAlarm &alarm)
+{
+    eParam_t param{};
+    QmxAlarm stored;
+    if (!findAlarm(alarm.id(), param, stored)) {
+        logLine(1, UnknownAlarm, QStringLiteral("Unable to find alarm for id %1").arg(alarmToString(alarm)));
+        return;
+    }
+    if (!stored.id().isValid() || !_config) {
+        if (alarm.isActive())
+            logLine(2, UnhandledAlarm, QStringLiteral("Unhandled alarm: %1").arg(alarmToString(alarm)));
+        return;
+    }
+    if (stored == alarm) return;
+
+    _alarms.insert_or_assign(param, alarm);
+    if (!alarm.isActive()) {
+        // Also for one that was only delayed: the store may hold another process's state of it.
+        logLine(3, Clearing, QStringLiteral("Clearing ALARM: %1").arg(alarmToString(alarm)));
+        AlarmProducer::clear(_config, param);
+        return;
+    }
+    if (isDelayed(param)) {
+        logLine(3, Delayed, QStringLiteral("Delayed ALARM: %1").arg(alarmToString(alarm)));
+        return;
+    }
+    const QString text = QStringLiteral("Raising ALARM: %1").arg(alarmToString(alarm));
+    if (alarm.isWarning())
+        logLine(2, RaisingWarning, text);
+    else
+        logLine(1, RaisingError, text);
+    raise(param, alarm);
+}
+
+QString AlarmHandler::alarmToString(const QmxAlarm &alarm)
+{
+    // The multi-argument form: a message may itself contain a percent sign.
+    return QStringLiteral("%1:%2 (%3) %4 %5:%6")
+        .arg(alarm.isWarning() ? QStringLiteral("Warn") : QStringLiteral("Err"), alarm.id().name(),
+             alarm.isActive() ? QStringLiteral("Raised") : QStringLiteral("Clear"), alarm.message(),
+             alarm.sourceFile(), QString::number(alarm.line()));
+}
+
+bool AlarmHandler::findAlarm(const QmxId &id, eParam_t &param, QmxAlarm &alarm) const
+{
+    for (const auto &[key, stored] : _alarms) {
+        if (stored.id() == id) {
+            param = key;
+            alarm = stored;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool AlarmHandler::isDelayed(eParam_t param) const
+{
+    const ParamDescriptor *descriptor = _config->descriptor(param);
+    if (!descriptor) return false;
+    for (const std::string &attribute : alarmDelayAttributes()) {
+        if (descriptor->hasAttribute(attribute)) return true;
+    }
+    return false;
+}
+
+void AlarmHandler::raise(eParam_t param, const QmxAlarm &alarm)
+{
+    AlarmProducer::raise(_config, param,
+                         alarm.isWarning() ? kel::alarms::Alarm::WARNING : kel::alarms::Alarm::ERROR,
+                         alarm.message().toStdString());
+}

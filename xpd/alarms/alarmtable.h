@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/store/eparam.h"
+
+#include <span>
+#include <string>
+
+/// One alarm of the transport and the parameter of the store that shows it.
+struct AlarmRow
+{
+    eParam_t param;
+    int alarm;
+};
+
+/// Every alarm the handler knows, ascending in both columns. A new alarm is a new row.
+std::span<const AlarmRow> alarmTable();
+
+/// The attributes of an alarm parameter that an event of the transport answers to.
+struct AlarmEvent
+{
+    const char *clearAttribute;
+    const char *raiseAttribute;
+};
+
+inline constexpr AlarmEvent kPlayPressed{"clear_on_play_pressed", "raise_on_play_pressed"};
+inline constexpr AlarmEvent kStopPressed{"clear_on_stop_pressed", "raise_on_stop_pressed"};
+inline constexpr AlarmEvent kRecordPressed{"clear_on_record_pressed", "raise_on_record_pressed"};
+inline constexpr AlarmEvent kPlayback{"clear_on_playback", "raise_on_playback"};
+inline constexpr AlarmEvent kRecord{"clear_on_record", "raise_on_record"};
+inline constexpr AlarmEvent kStandbyOff{"clear_on_standby_off", "raise_on_standby_off"};
+
+/// The attributes that hold an alarm back until an event. No event raises "raise_on_standby": an
+/// alarm that carries only that one is kept and never shown.
+std::span<const std::string> alarmDelayAttributes();

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/product/daemonizer.h"
+#include "platform/qmx/core/qmx.h"
+#include "platform/qmx/core/qmxlockfile.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "xpd/app/mainobject.h"
+#include "xpd/app/qtmessages.h"
+#include "xpd/app/signals.h"
+#include "xpd/app/startup.h"
+#include "xpd/transport/vtrstate.h"
+
+#include <QCoreApplication>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr const char *kLockPath = "/var/lock/xpd.lock";
+constexpr const char *kDefaultLog = "/xpd.log";
+constexpr const char *kNoLog = "/dev/null";
+constexpr int kFrameworkVersion = 1;
+constexpr int kNiceness = -40;  // the kernel stops at the highest priority there is
+constexpr int kOOMAdjust = -17; // never chosen by the out-of-memory killer
+
+bool hasArgument(int argc, char **argv, const char *argument)
+{
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], argument) == 0) return true;
+    }
+    return false;
+}
+
+/// Where the log goes: empty for nowhere.
+QString logPathFromKernel()
+{
+    QString path;
+    if (readKernelCmdLine(QStringLiteral("xpd_log"), &path) && path.isEmpty())
+        path = QString::fromLatin1(kDefaultLog);
+    return path;
+}
+
+void raisePriority()
+{
+    errno = 0;
+    if (nice(kNiceness) == -1 && errno != 0)
+        qmxLogOutput(3, "main", __LINE__, "Running at normal priority: %s\n", std::strerror(errno));
+}
+
+void prepareFramework()
+{
+    Qmx::init(kFrameworkVersion);
+    Qmx::setOOMAdjust(kOOMAdjust);
+    const quint64 pool = memoryPoolSize(Qmx::totalSystemMemorySize());
+    qmxLogOutput(3, "main", __LINE__, "Reserving %llu bytes for memory pool\n", pool);
+    Qmx::poolReserve(static_cast<unsigned int>(pool));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QmxLockFile lock(QString::fromLatin1(kLockPath));
+    const bool debug = hasArgument(argc, argv, "-D");
+    const bool noDaemon = hasArgument(argc, argv, "-d");
+    const QString logPath = logPathFromKernel();
+
+    const bool detached = !debug && !noDaemon;
+    if (detached) Daemonizer::daemonize("Xpd", handleDaemonizerSignal, nullptr, true);
+    if (!lock.lock()) {
+        std::fprintf(stderr, "Failed to lock lockfile (%s).  It looks like process %d currently owns it\n",
+                     lock.filename().toLocal8Bit().constData(), lock.whoHasLock());
+        return 1;
+    }
+
+    installQtMessageHandler();
+    QCoreApplication app(argc, argv);
+    if (debug) setupSignals();
+    QCoreApplication::setOrganizationName(QStringLiteral("kel"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("kel.example"));
+    QCoreApplication::setApplicationName(QStringLiteral("xpd"));
+
+    qmxLogOpenFile(logPath.isEmpty() ? QString::fromLatin1(kNoLog) : logPath);
+    qmxLogOpenDisplay();
+    qmxLogSetLevel(debug ? 4 : 2);
+    raisePriority();
+    prepareFramework();
+    registerMetaTypes();
+
+    MainObject mainObject(debug, nullptr);
+    const int result = QCoreApplication::exec();
+    if (detached && result == 0) Daemonizer::setDone();
+    return result;
+}

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxid.h"
+#include "platform/qmx/core/qmxmetadata.h"
+#include "platform/qmx/core/qmxvbiinfo.h"
+#include "platform/qmx/core/qmxvideostate.h"
+#include "platform/qmx/device/qmxvideodevicesetup.h"
+#include "platform/qmx/stream/qmxplaylistindex.h"
+#include "platform/store/eparam.h"
+#include "xpd/app/conversions.h"
+#include "xpd/app/formattables.h"
+#include "xpd/app/mainlog.h"
+#include "xpd/app/mainobject.h"
+#include "xpd/config/configinterface.h"
+#include "xpd/config/configupdater.h"
+#include "xpd/transport/vtrobject.h"
+
+namespace {
+
+constexpr int kPlayListIndexKey = 18;
+
+constexpr int kStatusNone = 0;
+constexpr int kStatusShutDown = 20;
+
+constexpr int kInputNotRecordable = 2;
+
+constexpr int kFirmwareLoading = 1;
+constexpr int kFirmwareLoaded = 2;
+
+/// The status of playback at `speed`. Normal and slow speeds share a value, but 1.0 itself belongs to them
+/// and 4.0, 8.0, 16.0 to the faster ones.
+int playStatus(double speed)
+{
+    if (speed >= 16.0) return 7;
+    if (speed >= 8.0) return 6;
+    if (speed >= 4.0) return 5;
+    if (speed > 1.0) return 4;
+    if (speed > 0.0) return 3;
+    if (speed == 0.0) return 15;
+    if (speed <= -16.0) return 13;
+    if (speed <= -8.0) return 12;
+    if (speed <= -4.0) return 11;
+    if (speed < -1.0) return 10;
+    if (speed < 0.0) return 9;
+    qmxLogOutput(2, kMainObject, __LINE__, "Unhandled speed: %lf\n", speed);
+    return kStatusNone;
+}
+
+int transportStatus(const VtrState &state)
+{
+    switch (state.mode().value()) {
+    case VtrMode::Invalid:
+    case VtrMode::StandbyOff:
+        return 1;
+    case VtrMode::Record:
+        return 2;
+    case VtrMode::Play:
+        return playStatus(state.speed());
+    case VtrMode::Shutdown:
+        return kStatusShutDown;
+    }
+    qmxLogOutput(2, kMainObject, __LINE__, "Unhandled mode: %d\n", static_cast<int>(state.mode().value()));
+    return kStatusNone;
+}
+
+} // namespace
+
+void MainObject::updateTransporterState(const VtrState &state)
+{
+    const int status = transportStatus(state);
+    // Shut down is told at the end of the shutdown, when it is true.
+    if (status != kStatusNone && status != kStatusShutDown) _config->set(eParam_TransportStatus, status);
+}
+
+void MainObject::vtrStateChanged(const VtrState &oldState, const VtrState &newState)
+{
+    const bool modeChanged = oldState.mode() != newState.mode();
+    const bool speedChanged = oldState.mode().isInModePlay() && newState.mode().isInModePlay() &&
+                              oldState.speed() != newState.speed();
+    if (modeChanged || speedChanged) updateTransporterState(newState);
+}
+
+void MainObject::vtrModeChanged(const VtrMode &, const VtrMode &)
+{
+    updateTransporterState(_vtr->state());
+}
+
+void MainObject::sendAlarm(int id, QmxAlarm::AlarmLevel level, const QString &text, int line)
+{
+    emit alarmTriggered(QmxAlarm(QmxId(id), level, text, QString::fromLatin1(kMainObject), line));
+}
+
+void MainObject::vtrRaiseVFRAlarm(bool state)
+{
+    sendAlarm(1914, state ? QmxAlarm::Error : QmxAlarm::Clear, QString(), __LINE__);
+}
+
+void MainObject::firmwareLoading(const QString &id, bool done)
+{
+    logMain(3, __LINE__,
+            QStringLiteral("%1 '%2' firmware load")
+                .arg(done ? QStringLiteral("Finished") : QStringLiteral("Started"), id));
+    _config->set(eParam_FirmwareState, done ? kFirmwareLoaded : kFirmwareLoading);
+}
+
+void MainObject::vbi(const QmxVbiInfo &info)
+{
+    const QmxMetadataHash meta = _vtr->currentFrameMetadata();
+    const VtrState state = _vtr->state();
+    if (state.mode().isInModePlay() || state.mode().isInModeRecord()) _timecode = info.tcgTimecode();
+    _configUpdater->setCurrentTimecode(_timecode);
+    _configUpdater->setInputTimecode(_vtr->currentInputTimecode());
+
+    // In a list the current clip follows the frames that are shown.
+    const auto index = meta.value(QmxId(kPlayListIndexKey)).value<QmxPlayListIndex>();
+    if (index.isValid()) {
+        setCurrentClip(index.entryName());
+        _configUpdater->setCurrentPlayListIndex(index.entryIndex());
+    }
+}
+
+void MainObject::vtrInputFormatChanged(int inputNumber, const QmxVideoState &state)
+{
+    if (inputNumber != 0) return;
+    if (state.recInhibit().isValid()) {
+        _config->set(eParam_RecordFormat, kInputNotRecordable);
+    } else {
+        if (state.isValid() && _vtr->state().mode().isInModeRecord())
+            sendAlarm(1907, QmxAlarm::Error,
+                      QStringLiteral("Input format changed during record, recording stopped"), __LINE__);
+        int format = state.isValid() ? imageDescToRecordFormat(state.captureImageDesc()) : 0;
+        if (state.vfrfps() != 0)
+            format = variableRateRecordFormat(state.captureImageDesc().width(), state.vfrfps(), format);
+        _config->set(eParam_RecordFormat, format);
+    }
+    _config->set(eParam_InputFormat, state.isValid() ? imageDescToInputFormat(state.inputImageDesc()) : 0);
+}
+
+void MainObject::vtrVideoDeviceSetupChanged(const QmxVideoDeviceSetup &val)
+{
+    const QmxImageDesc desc = val.imageDesc();
+    int format = imageDescToMediaFormat(desc);
+    const int decodeType = imageDataTypeToDecodeType(desc.dataType());
+    logMain(3, __LINE__,
+            QStringLiteral("Media changed: %1 -- %2/%3")
+                .arg(desc.toString(), QString::number(format), QString::number(decodeType)));
+
+    if (val.isInCapture() && val.forceVFRRecord()) {
+        const int vfrfps = _vtr->inputState().vfrfps();
+        if (vfrfps != 0) format = variableRateMediaFormat(desc.width(), vfrfps, format);
+    }
+    _config->set(eParam_MediaFormat, static_cast<quint32>(format));
+    _config->set(eParam_MediaCodec, static_cast<quint32>(decodeType));
+}

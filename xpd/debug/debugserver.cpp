@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "xpd/debug/debugserver.h"
+
+#include "platform/qmx/core/qmxlog.h"
+#include "xpd/config/verify.h"
+#include "xpd/debug/debugserverconn.h"
+
+#include <QSocketNotifier>
+#include <QTimerEvent>
+
+#include <cerrno>
+#include <cstring>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr const char *kSource = "debugserver";
+
+// Line numbers in the log name the message and stay when the source moves.
+enum LogLine : int {
+    AlreadyRunning = 87,
+    SocketFailed = 92,
+    BindFailed = 105,
+    ListenFailed = 112,
+    ListenConnectFailed = 118,
+    AcceptFailed = 130,
+    ConnConnectFailed = 134,
+    UnknownConnection = 142
+};
+
+constexpr int kBacklog = 5;
+constexpr int kReapInterval = 1000; // ms
+constexpr int kReadSize = 4096;     // bytes
+
+void logErrno(int line, const char *format)
+{
+    qmxLogOutput(1, kSource, line, format, std::strerror(errno));
+}
+
+} // namespace
+
+DebugServer::DebugServer(QObject *) {}
+
+DebugServer::~DebugServer()
+{
+    stop();
+}
+
+bool DebugServer::start(qint16 port)
+{
+    if (_listenFd >= 0) {
+        qmxLogOutput(1, kSource, AlreadyRunning, "Server already running\n");
+        return false;
+    }
+    _listenFd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (_listenFd < 0) {
+        logErrno(SocketFailed, "Failed to create listen socket: %s\n");
+        return false;
+    }
+    const int on = 1;
+    ::setsockopt(_listenFd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    address.sin_port = htons(static_cast<quint16>(port));
+    if (::bind(_listenFd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
+        logErrno(BindFailed, "Failed to bind: %s\n");
+        stop();
+        return false;
+    }
+    if (::listen(_listenFd, kBacklog) != 0) {
+        logErrno(ListenFailed, "Failed to listen: %s\n");
+        stop();
+        return false;
+    }
+    _listenNotifier = std::make_unique<QSocketNotifier>(_listenFd, QSocketNotifier::Read);
+    QSocketNotifier *listenNotifier = _listenNotifier.get();
+    XPD_VERIFY(kSource, ListenConnectFailed,
+               connect(listenNotifier, SIGNAL(activated(int)), this, SLOT(listenerReadable(int))));
+    _reapTimer = startTimer(kReapInterval);
+    return true;
+}
+
+void DebugServer::stop()
+{
+    _connections.clear();
+    _listenNotifier.reset();
+    if (_listenFd >= 0) {
+        ::close(_listenFd);
+        _listenFd = -1;
+    }
+    if (_reapTimer >= 0) {
+        killTimer(_reapTimer);
+        _reapTimer = -1;
+    }
+}
+
+void DebugServer::closeConnection(int fd)
+{
+    const std::shared_ptr<DebugServerConn> conn = _connections.value(fd);
+    if (!conn) return;
+    conn->close();
+    conn->closed = true;
+}
+
+void DebugServer::listenerReadable(int)
+{
+    const int fd = ::accept4(_listenFd, nullptr, nullptr, SOCK_CLOEXEC);
+    if (fd < 0) {
+        logErrno(AcceptFailed, "Accept failed: %s\n");
+        return;
+    }
+    const auto conn = std::make_shared<DebugServerConn>(fd, this);
+    XPD_VERIFY(kSource, ConnConnectFailed,
+               connect(conn->notifier, SIGNAL(activated(int)), this, SLOT(connectionReadable(int))));
+    // The number may be that of a closed connection that still waits for its reaping; it goes now.
+    _connections.insert(fd, conn);
+}
+
+void DebugServer::connectionReadable(int fd)
+{
+    const std::shared_ptr<DebugServerConn> conn = _connections.value(fd);
+    if (!conn) {
+        qmxLogOutput(1, kSource, UnknownConnection, "Unknown connection: %d\n", fd);
+        return;
+    }
+    char buffer[kReadSize];
+    const ssize_t size = ::read(fd, buffer, sizeof buffer);
+    if (size > 0) {
+        processRx(*conn, buffer, static_cast<int>(size));
+        return;
+    }
+    // At its end, as after an error, a descriptor is readable for ever: the notifier rests until the next
+    // reaping, else the loop would do nothing but come here. An ended connection stays in the table; only
+    // an error or a command removes it.
+    conn->setListening(false);
+    if (size < 0) conn->closed = true;
+}
+
+void DebugServer::processRx(DebugServerConn &conn, const char *data, int size)
+{
+    for (int i = 0; i < size && !conn.closed; ++i) {
+        switch (data[i]) {
+        case '\n':
+            if (!conn.rx.isEmpty()) {
+                const QString line = QString::fromUtf8(conn.rx);
+                conn.rx.clear();
+                emit lineReceived(conn.fd, line);
+            }
+            break;
+        case '\r':
+            break;
+        case '\b':
+            conn.rx.chop(1);
+            break;
+        default:
+            conn.rx.append(data[i]);
+        }
+    }
+}
+
+void DebugServer::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() == _reapTimer) reap();
+}
+
+void DebugServer::reap()
+{
+    for (auto it = _connections.begin(); it != _connections.end();) {
+        if ((*it)->closed) {
+            it = _connections.erase(it);
+        } else {
+            (*it)->setListening(true);
+            ++it;
+        }
+    }
+}

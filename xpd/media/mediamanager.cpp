@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "xpd/media/mediamanager.h"
+
+#include "platform/qmx/core/qmxlogstream.h"
+
+#include <QTimerEvent>
+
+#include <cmath>
+
+namespace {
+
+constexpr const char *kSource = "mediamanager";
+
+// Line numbers in the log name the message and stay when the source moves.
+enum LogLine : int {
+    InUseIgnored = 58,
+    RolloverEnabled = 68,
+    ActivePath = 76,
+    MeasureFailed = 79,
+    RolloverPath = 89,
+    CannotStart = 113,
+    Started = 116,
+    NothingToComplete = 126,
+    Completed = 139,
+    Failed = 140
+};
+
+constexpr int kCheckInterval = 500; // ms
+
+// Percent free at and below which the level counts as reached.
+constexpr double kTargetLevel = 15.0;
+constexpr double kRolloverLevel = 10.0;
+constexpr double kStopLevel = 8.0;
+
+void logText(int level, int line, const QString &text)
+{
+    QmxLogStream(kSource, line, level, QmxLog::defaultLog()) << text;
+}
+
+} // namespace
+
+MediaManager::MediaManager(QObject *parent) : QObject(parent), _checkTimer(startTimer(kCheckInterval)) {}
+
+MediaManager::~MediaManager()
+{
+    killTimer(_checkTimer);
+}
+
+QString MediaManager::activePath() const
+{
+    return _activePath;
+}
+
+QString MediaManager::rolloverPath() const
+{
+    return _rolloverPath;
+}
+
+bool MediaManager::isRolloverInProgress() const
+{
+    return _rolloverInProgress;
+}
+
+bool MediaManager::getActivePathInfo(PathInfo &info)
+{
+    return getPathInfo(_activePath, info);
+}
+
+bool MediaManager::getRolloverPathInfo(PathInfo &info)
+{
+    return getPathInfo(_rolloverPath, info);
+}
+
+bool MediaManager::getPathInfo(const QString &path, PathInfo &info)
+{
+    if (path.isEmpty()) return false;
+    const std::optional<MediaProbe::Answer> answer = _probe.measure(path);
+    if (!answer) return false;
+
+    info.path = path;
+    info.mounted = answer->otherThanRoot;
+    // A file system without blocks (a pseudo one) gives NaN, which reaches no level: it is not full.
+    info.percentFree = std::round(static_cast<double>(answer->freeBlocks) /
+                                  static_cast<double>(answer->totalBlocks) * 100.0);
+    info.rolloverLevelReached = info.percentFree <= kRolloverLevel;
+    info.targetTooFull = info.percentFree <= kTargetLevel;
+    info.stopLevelReached = info.percentFree <= kStopLevel;
+    return true;
+}
+
+unsigned int MediaManager::getRolloverInhibit()
+{
+    PathInfo info;
+    if (!getRolloverPathInfo(info)) return PathNotMeasured;
+    return getRolloverInhibit(info);
+}
+
+unsigned int MediaManager::getRolloverInhibit(const PathInfo &info) const
+{
+    if (!_rolloverEnabled) return NotEnabled;
+    if (_rolloverInProgress) return AlreadyInProgress;
+    if (_rolloverPath.isEmpty()) return NoPath;
+    if (!info.mounted) return NotMounted;
+    if (info.targetTooFull) return TargetTooFull;
+    return NoInhibit;
+}
+
+void MediaManager::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() == _checkTimer) checkActivePath();
+}
+
+void MediaManager::checkActivePath()
+{
+    PathInfo info;
+    if (!getActivePathInfo(info)) return;
+    // Nothing is decided on the first look at another medium.
+    if (_activeInfo.path == _activePath) {
+        if (!_rolloverEnabled) {
+            if (info.rolloverLevelReached) emit stopRecordNow();
+        } else if (info.stopLevelReached) {
+            emit stopRecordNow();
+        } else if (!_rolloverInProgress && info.rolloverLevelReached) {
+            if (getRolloverInhibit() == NoInhibit) emit shouldRolloverNow();
+        }
+    }
+    _activeInfo = info;
+}
+
+void MediaManager::setActivePath(const QString &path)
+{
+    if (path == _activePath) return;
+    _activePath = path;
+    logText(3, ActivePath, QStringLiteral("Active Media Path: %1").arg(path));
+    if (path.isEmpty()) return;
+    if (!getActivePathInfo(_activeInfo))
+        qmxLogOutput(1, kSource, MeasureFailed, "getPathInfo failed for %s\n",
+                     path.toLocal8Bit().constData());
+}
+
+void MediaManager::setRolloverPath(const QString &path)
+{
+    if (path.isEmpty() && _awaitingMediaDaemon && _rolloverPath.isEmpty())
+        emit rolloverCompletedByMediaDaemon();
+    if (path == _rolloverPath) return;
+    _rolloverPath = path;
+    logText(3, RolloverPath, QStringLiteral("Rollover Media Path: %1").arg(path));
+}
+
+void MediaManager::setRolloverEnabled(bool enabled)
+{
+    if (enabled == _rolloverEnabled) return;
+    qmxLogOutput(3, kSource, RolloverEnabled, "Rollover %s\n", enabled ? "Enabled" : "Disabled");
+    _rolloverEnabled = enabled;
+}
+
+void MediaManager::setStorageInUse(bool inUse)
+{
+    if (inUse == _storageInUse) return;
+    if (_rolloverInProgress) {
+        qmxLogOutput(3, kSource, InUseIgnored, "Rollover in progress, ignoring setStorageInUse(%s)\n",
+                     inUse ? "true" : "false");
+        return;
+    }
+    _storageInUse = inUse;
+    emit storageInUse(inUse);
+}
+
+bool MediaManager::markRolloverInProgress()
+{
+    const unsigned int reason = getRolloverInhibit();
+    if (reason != NoInhibit) {
+        qmxLogOutput(1, kSource, CannotStart, "Can't mark rollover in progress, rollover is inhibited (%d)\n",
+                     static_cast<int>(reason));
+        return false;
+    }
+    logText(3, Started, QStringLiteral("Rollover from %1 to %2 has started").arg(_activePath, _rolloverPath));
+    _rolloverInProgress = true;
+    _awaitingMediaDaemon = false;
+    emit rolloverStarted(_activePath, _rolloverPath);
+    return true;
+}
+
+void MediaManager::markRolloverComplete(bool success)
+{
+    if (!_rolloverInProgress) {
+        qmxLogOutput(1, kSource, NothingToComplete,
+                     "Can't mark rollover complete, since no rollover is in progress\n");
+        return;
+    }
+    _rolloverInProgress = false;
+    _awaitingMediaDaemon = true;
+    const QString oldActive = _activePath;
+    const QString oldRollover = _rolloverPath;
+    if (success) {
+        _activePath = oldRollover;
+        _rolloverPath.clear();
+        getActivePathInfo(_activeInfo);
+    }
+    emit rolloverCompleted(success, oldActive, oldRollover);
+    if (success)
+        logText(3, Completed,
+                QStringLiteral("Rollover from %1 to %2 has completed.").arg(oldActive, oldRollover));
+    else
+        logText(1, Failed, QStringLiteral("Rollover from %1 to %2 has failed.").arg(oldActive, oldRollover));
+}

@@ -13,7 +13,7 @@ struct QmxOutputFrame
     QmxTimecode timecode;     ///< of the frame shown (playback) or of the generator (capture)
     QmxMetadataHash metadata; ///< of the frame shown; keys 1 and 18 say which it is
     bool isCapture = false;
-    bool isRepeat = false;    ///< the same frame as at the tick before
+    bool isRepeat = false; ///< the same frame as at the tick before
 };
 
 /// An output. show() is called once a tick on the device's clock thread and must neither block nor fail

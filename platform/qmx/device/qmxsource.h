@@ -6,30 +6,35 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxmetadatahash.h"
 #include "platform/qmx/core/qmxtimecode.h"
+#include "platform/qmx/core/qmxvideorefstate.h"
 #include "platform/qmx/core/qmxvideostate.h"
 
 #include <memory>
+#include <optional>
 #include <span>
 
 /// One tick of the device's clock, as its sources and sinks see it.
 struct QmxTick
 {
-    qint64 index = 0;      ///< ticks since the device started; consecutive but for missed ones
-    qint64 deadline = 0;   ///< the ideal moment of the tick (QmxClock time): free of jitter
-    QmxVideoRate rate;     ///< rate at which the device ticks now
+    qint64 index = 0;    ///< ticks since the device started; consecutive but for missed ones
+    qint64 deadline = 0; ///< the ideal moment of the tick (QmxClock time): free of jitter
+    QmxVideoRate rate;   ///< rate at which the device ticks now
     bool audioWanted = true;
 };
 
 /// What a source delivers for one tick.
 struct QmxSourceFrame
 {
-    QmxVideoState state;       ///< signal as the source sees it now (not debounced; the device does that)
-    QmxPicture picture;        ///< not valid: no picture (now)
-    QmxAudio audio;            ///< 8 channels; exactly the samples of this frame (see qmxAudioSamples()), silence included
-    QmxTimecode timecode;      ///< timecode of the input signal; not valid: none
-    QmxMetadataHash metadata;  ///< ancillary items: 705, 706, 710
-    qint64 repeated = 0;       ///< frames repeated so far by a live source's clock recovery
-    qint64 skipped = 0;        ///< frames skipped so far
+    QmxVideoState state; ///< signal as the source sees it now (not debounced; the device does that)
+    QmxPicture picture;  ///< not valid: no picture (now)
+    QmxAudio
+        audio; ///< 8 channels; exactly the samples of this frame (see qmxAudioSamples()), silence included
+    QmxTimecode timecode;     ///< timecode of the input signal; not valid: none
+    QmxMetadataHash metadata; ///< ancillary items: 705, 706, 710
+    /// State of the reference as the source's script plays it; nothing: the profile's word holds.
+    std::optional<QmxVideoRefState> reference;
+    qint64 repeated = 0; ///< frames repeated so far by a live source's clock recovery
+    qint64 skipped = 0;  ///< frames skipped so far
 };
 
 /// An input of the software video card. Lives on the device's clock thread but for construction.

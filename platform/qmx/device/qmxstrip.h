@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/codec/qmxpicture.h"
+#include "platform/qmx/core/qmxaudio.h"
 
 #include <QtGlobal>
 
@@ -22,4 +23,10 @@ void draw(QmxPicture &picture, quint32 count);
 std::optional<quint32> read(const QmxPicture &picture);
 /// The same from 8-bit luma rows (a picture that another program decoded), `stride` in bytes.
 std::optional<quint32> readLuma8(const uchar *luma, int width, int height, qsizetype stride);
-}
+
+/// Overwrites the first samples of a frame's audio with the mark, in the first `channels` channels.
+void drawMark(QmxAudio &audio, int channels);
+/// Position of the first sample of the first mark in one channel of interleaved 32-bit samples; -1: none.
+/// Lossy coding moves it by less than a millisecond.
+int findMark(const qint32 *samples, int count, int channels, int channel = 0);
+} // namespace QmxStrip

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/codec/qmxpicture.h"
+#include "platform/qmx/core/qmximagedesc.h"
+
+/// The generator's pictures in one format: bars (800), ramp (801), moving texture (802), else black; each
+/// with a small white box that moves, so that one sees that the picture runs, and the strip. What stands
+/// still is drawn once, in the constructor (some milliseconds); a picture then costs one copy.
+/// Not thread-safe; the constructor may run on another thread.
+class QmxGeneratorPicture
+{
+public:
+    /// Data type 250 gives RGB, 206 4:4:4, every other one 4:2:2.
+    QmxGeneratorPicture(const QmxImageDesc &desc, const QmxId &pattern);
+
+    /// The picture of a frame, its strip carrying the frame's number; not valid: pool exhausted.
+    QmxPicture render(qint64 frame) const;
+
+private:
+    void drawBackground(int pattern);
+    void fillRowFromColours(quint16 *const rows[3], int width, int pattern) const;
+    void scroll(QmxPicture &picture, qint64 frame) const;
+    void drawBox(QmxPicture &picture, qint64 frame) const;
+
+    QmxImageDesc _desc;
+    QmxPicture _background; ///< wider than the picture when the pattern scrolls
+    bool _scrolls = false;
+};

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/support/print.h"
 #include "xpd/transport/intervalrecord.h"
 #include "xpd/transport/lossofvideofile.h"
 

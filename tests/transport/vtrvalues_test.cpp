@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/support/print.h"
 #include "xpd/transport/vtrstate.h"
 
 #include <gtest/gtest.h>

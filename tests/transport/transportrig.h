@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "tests/support/logcollector.h"
+#include "tests/support/print.h"
+#include "tests/support/stepper.h"
+#include "tests/support/testfiles.h"
+#include "xpd/transport/vtrobject.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+/// A whole transport on virtual time, with this test in the place of the application: it answers the
+/// requests and writes down, in order, what the transport tells.
+class TransportRig : public ::testing::Test
+{
+protected:
+    TransportRig();
+    ~TransportRig() override;
+
+    /// start(), until the transport is idle in StandbyOff and the input has been found.
+    void startUp();
+    /// Records `frames` frames or a few more into the clip `name` and goes back to StandbyOff.
+    void recordClip(const QString &name, int frames);
+    /// Plays the clip from StandbyOff until its first frame has been on the output.
+    void playClip(const QString &name, double speed = 1.0);
+    /// Shuts down in order and destroys the transport.
+    void shutDown();
+    /// Shuts down and begins again with a new transport, up to StandbyOff.
+    void restart();
+    /// Destroys the transport as it stands.
+    void abandon() { _vtr.reset(); }
+
+    bool runUntilIdle();
+    bool runUntilMode(VtrMode mode);
+    bool isIdle() const;
+    VtrObject &vtr() { return *_vtr; }
+    int framesRecorded() const;
+
+    int count(const QString &event) const { return int(events.count(event)); }
+    static QStringList logged() { return LogCollector::texts(QStringLiteral("vtrobject")); }
+
+    TestDir media;
+    QStringList events;
+    QVariant playbackDesc;
+    int startFrame = 0;
+    QVariant recordDesc;
+    QmxId inhibit;
+    QList<QmxAlarm> alarms;
+
+private:
+    void create();
+    void listen();
+
+    std::unique_ptr<VtrObject> _vtr;
+};

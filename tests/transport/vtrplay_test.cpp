@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/transport/transportrig.h"
+
+namespace {
+
+class PlayTest : public TransportRig
+{
+protected:
+    /// A clip of a known timecode to be played.
+    void prepare(int frames)
+    {
+        startUp();
+        vtr().setTCGSource(QmxId(1500));
+        Stepper::runMs(1000);
+        vtr().setTimecodeValue(QmxTimecode(10, 0, 0, 0, 0, 0));
+        Stepper::runTicks(2);
+        recordClip("clip.mov", frames);
+        events.clear();
+        LogCollector::clear();
+    }
+
+    bool runUntilFrame(int frame)
+    {
+        return Stepper::runUntil([this, frame] { return isIdle() && vtr().currentFrameNumber() == frame; });
+    }
+};
+
+} // namespace
+
+TEST_F(PlayTest, play_runsToTheEndAndHoldsIt)
+{
+    prepare(20);
+    playClip("clip.mov");
+    vtr().play();
+    EXPECT_EQ(logged().count("** PLAY 1.000"), 1) << "the same command again changes nothing";
+    ASSERT_TRUE(Stepper::runUntil([this] { return vtr().state().speedFlags().isStill(); }));
+    EXPECT_EQ(logged().count("End of stream reached"), 1);
+    const int last = vtr().currentFrameNumber();
+    EXPECT_GE(last, 19);
+    Stepper::runMs(1000);
+    EXPECT_EQ(vtr().currentFrameNumber(), last);
+
+    vtr().play(-1.0);
+    ASSERT_TRUE(Stepper::runUntil([this] { return logged().contains("Start of stream reached"); }));
+    Stepper::runMs(500);
+    EXPECT_EQ(vtr().currentFrameNumber(), 0);
+    EXPECT_TRUE(vtr().state().speedFlags().isStill());
+    EXPECT_EQ(events.filter("state ").size(), 4);
+}
+
+TEST_F(PlayTest, looping_goesOnAtTheOtherEnd)
+{
+    prepare(12);
+    vtr().setLooping(true);
+    playClip("clip.mov");
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_TRUE(runUntilFrame(11));
+        ASSERT_TRUE(runUntilFrame(1));
+    }
+    EXPECT_EQ(vtr().state().speed(), 1.0);
+    EXPECT_TRUE(alarms.isEmpty());
+}
+
+TEST_F(PlayTest, cueAndStep_showTheFrameAskedFor)
+{
+    prepare(40);
+    vtr().step(3);
+    EXPECT_EQ(vtr().state().mode(), VtrMode(VtrMode::Play)) << "outside play a step only enters still";
+    EXPECT_TRUE(logged().filter("Step ").isEmpty());
+    playbackDesc = QVariant();
+    vtr().standbyOff();
+    expectLog("vtrobject", "STREAM: Failed to get a playback stream descriptor");
+    expectLog("vtrobject", "Failed to open stream for read");
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+
+    playClip("clip.mov", 0.0);
+    expectLog("vtrobject", "but pending cue at");
+    vtr().cue(20);
+    ASSERT_TRUE(runUntilFrame(20));
+    vtr().step(1);
+    ASSERT_TRUE(runUntilFrame(21));
+    vtr().step(-3);
+    ASSERT_TRUE(runUntilFrame(18));
+    EXPECT_TRUE(logged().contains("Step -3 from 21"));
+
+    vtr().cueToTimecode(QmxTimecode(10, 0, 0, 7, 0, 0));
+    EXPECT_TRUE(logged().contains("Cue to 10:00:00:07 (7)"));
+    ASSERT_TRUE(runUntilFrame(7));
+    expectLog("vtrobject", "Can't cue to 09:59:59:24.  Value is out of range");
+    vtr().cueToTimecode(QmxTimecode(9, 59, 59, 24, 0, 0));
+    expectLog("vtrobject", "Can't cue to --:--:--:--.  Value is invalid");
+    vtr().cueToTimecode(QmxTimecode());
+    Stepper::runMs(500);
+    EXPECT_EQ(vtr().currentFrameNumber(), 7);
+}
+
+TEST_F(PlayTest, backToTheSameClip_resumesWhereTheOutputStood)
+{
+    prepare(40);
+    expectLog("vtrobject", "but pending cue at");
+    playClip("clip.mov", 0.0);
+    vtr().cue(25);
+    ASSERT_TRUE(runUntilFrame(25));
+    vtr().standbyOff();
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    EXPECT_EQ(vtr().currentFrameNumber(), 0) << "outside play";
+    events.clear();
+    playClip("clip.mov", 0.0);
+    EXPECT_TRUE(logged().contains("Starting at prior playback position of 25"));
+    ASSERT_TRUE(runUntilFrame(25));
+
+    ASSERT_TRUE(vtr().reopenPlaybackStream());
+    ASSERT_TRUE(runUntilFrame(25));
+    expectLog("vtrobject", "STREAM: Can't reopen record stream: Stream isn't writable");
+    EXPECT_FALSE(vtr().reopenRecordStream());
+}
+
+TEST_F(PlayTest, startFrame_isWherePlaybackBegins)
+{
+    prepare(30);
+    expectLog("vtrobject", "but pending cue at 12");
+    startFrame = 12;
+    playClip("clip.mov", 0.0);
+    EXPECT_TRUE(runUntilFrame(12));
+}
+
+TEST_F(PlayTest, brokenClip_isReportedAndLeavesPlay)
+{
+    prepare(5);
+    writeAll(media.file("broken.mov"), QByteArray(5000, 'x'));
+    playbackDesc = media.file("broken.mov");
+    expectLog("vtrobject", "STREAM: Open Error");
+    allowLog("", "broken.mov");
+    vtr().play();
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    EXPECT_EQ(events.filter("open failed").size(), 1);
+    EXPECT_EQ(events.filter("storage"), (QStringList{"storage 1", "storage 0"}));
+}

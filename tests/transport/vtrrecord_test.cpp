@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/stream/qmxclipreader.h"
+#include "tests/transport/transportrig.h"
+
+namespace {
+
+class RecordTest : public TransportRig
+{
+protected:
+    /// Timecodes of a clip's frames as distances from `first`.
+    static QList<int> distances(const QString &path, const QmxTimecode &first)
+    {
+        QmxClipReader reader;
+        EXPECT_FALSE(reader.open(path).isError()) << path.toStdString();
+        QList<int> result;
+        for (qint64 i = 0; i < reader.info().frames; ++i) {
+            QmxFrame frame;
+            EXPECT_FALSE(reader.readFrame(i, frame).isError());
+            QmxTimecode timecode = std::as_const(frame).meta().value(QmxId(12)).value<QmxTimecode>();
+            result.append(timecode.toFrameNumber() - first.toFrameNumber());
+        }
+        return result;
+    }
+
+    void jamAtTen()
+    {
+        vtr().setTCGSource(QmxId(1500));
+        Stepper::runMs(1000);
+        vtr().setTimecodeValue(QmxTimecode(10, 0, 0, 0, 0, 0));
+        Stepper::runTicks(2);
+    }
+
+    const QmxTimecode ten{10, 0, 0, 0, 25, 0};
+};
+
+} // namespace
+
+TEST_F(RecordTest, record_writesEveryFrameAndHoldsTheStorageUntilTheClose)
+{
+    startUp();
+    jamAtTen();
+    events.clear();
+    LogCollector::clear();
+    recordClip("clip.mov", 20);
+    EXPECT_EQ(events, (QStringList{"mode StandbyOff Record", "storage 1",
+                                   "state 0.000 StandbyOff > 1.000 Record", "open", "mode Record StandbyOff",
+                                   "closed", "storage 0", "state 1.000 Record > 0.000 StandbyOff"}));
+    EXPECT_TRUE(logged().contains("STREAM: Open for Write Started"));
+    const QList<int> frames = distances(media.file("clip.mov"), ten);
+    ASSERT_GE(frames.size(), 20);
+    for (qsizetype i = 0; i < frames.size(); ++i)
+        EXPECT_EQ(frames[i], i);
+}
+
+TEST_F(RecordTest, intervalRecord_takesTheFramesOfTheStep)
+{
+    startUp();
+    jamAtTen();
+    vtr().setIntervalRecordEnable(true);
+    vtr().setRecordInterval(10);
+    recordClip("interval.mov", 6);
+    EXPECT_TRUE(LogCollector::contains("vtrobject", "Interval Record.  Interval 10, Time 0, Every 2.500"));
+    EXPECT_EQ(distances(media.file("interval.mov"), ten).first(6), (QList<int>{2, 4, 7, 9, 12, 14}));
+
+    expectLog("vtrobject", "Record interval total is zero!");
+    vtr().setRecordInterval(0);
+    recordClip("zero.mov", 2);
+    EXPECT_TRUE(LogCollector::contains("vtrobject", "Interval Record.  Interval 0, Time 0, Every 25.000"));
+
+    expectLog("vtrobject", "Interval total is less than 1");
+    vtr().setRecordInterval(30);
+    recordClip("all.mov", 5);
+    EXPECT_TRUE(LogCollector::contains("vtrobject", "Interval Record.  Interval 30, Time 0, Every 1.000"));
+}
+
+TEST_F(RecordTest, inhibitedRecord_failsWithItsReason)
+{
+    startUp();
+    events.clear();
+    expectLog("vtrobject", "Record Inhibited: " + QmxId(2003).name());
+    inhibit = QmxId(2003);
+    vtr().record();
+    inhibit = QmxId();
+    EXPECT_EQ(events, QStringList{"inhibited 2003"});
+
+    vtr().setVideoInputSource(QmxId(602)); // nothing is connected there
+    ASSERT_TRUE(Stepper::runUntil([this] { return !vtr().inputState().isValid(); }));
+    EXPECT_FALSE(vtr().inputVideoIsValid());
+    expectLog("vtrobject", "Record Inhibited: " + QmxId(2000).name());
+    vtr().record();
+    EXPECT_EQ(events.last(), "inhibited 2000");
+
+    // The generator stands in for the input, and is announced as one.
+    QmxImageDesc format;
+    format.setSize(1280, 720);
+    format.setFrameRate(25);
+    format.setDataType(QmxId(231));
+    vtr().setVideoSignalGenFormat(format);
+    events.clear();
+    vtr().setVideoSignalGenMode(QmxId(800));
+    EXPECT_EQ(events, QStringList{"input 0 valid"});
+    Stepper::runMs(1000);
+    recordClip("bars.mov", 5);
+    EXPECT_EQ(distances(media.file("bars.mov"), ten).isEmpty(), false);
+    events.clear();
+    vtr().setVideoSignalGenMode(QmxId());
+    EXPECT_EQ(events, QStringList{"input 0 invalid"});
+}
+
+TEST_F(RecordTest, recordWithoutDescriptor_tellsTheFailureAndStops)
+{
+    startUp();
+    recordDesc = QVariant();
+    events.clear();
+    expectLog("vtrobject", "STREAM: Failed to get a record stream descriptor");
+    expectLog("vtrobject", "Open Stream Failed");
+    vtr().record();
+    ASSERT_TRUE(Stepper::runUntil([this] { return count("open failed 22") > 0; }));
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    EXPECT_EQ(events.filter("storage"), (QStringList{"storage 1", "storage 0"}));
+    EXPECT_EQ(count("open failed 22"), 1);
+}
+
+TEST_F(RecordTest, cameraFlag_startsAndStopsOnChangeOnly)
+{
+    startUp();
+    recordDesc = media.file("camera.mov");
+    const auto flag = [this](bool on) { vtr().debugFrameMetadata(QmxMetadata(QmxId(705), on)); };
+    flag(true);
+    Stepper::runMs(1000);
+    EXPECT_TRUE(vtr().state().mode().isInModeStandbyOff()) << "no camera input is chosen";
+    flag(false);
+    vtr().setCameraInput(QmxId(1000));
+    Stepper::runMs(1500);
+    EXPECT_TRUE(vtr().state().mode().isInModeStandbyOff());
+
+    inhibit = QmxId(2004);
+    flag(true);
+    Stepper::runMs(1000);
+    EXPECT_TRUE(vtr().state().mode().isInModeStandbyOff()) << "inhibited, and without a word";
+    inhibit = QmxId();
+    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() >= 10; }));
+    EXPECT_EQ(logged().count("Camera has started record."), 1);
+    flag(false);
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    EXPECT_EQ(logged().count("Camera has stopped record."), 1);
+}
+
+TEST_F(RecordTest, reopenRecordStream_goesOnInTheNextClipWithTheStorageHeld)
+{
+    startUp();
+    jamAtTen();
+    expectLog("vtrobject", "STREAM: Can't reopen record stream: Stream is not open");
+    EXPECT_FALSE(vtr().reopenRecordStream());
+    recordDesc = media.file("first.mov");
+    vtr().record();
+    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() >= 10; }));
+    events.clear();
+    recordDesc = media.file("second.mov");
+    ASSERT_TRUE(vtr().reopenRecordStream());
+    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() >= 10; }));
+    EXPECT_EQ(events, (QStringList{"closed", "open"}));
+    vtr().standbyOff();
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    QList<int> frames = distances(media.file("first.mov"), ten) + distances(media.file("second.mov"), ten);
+    for (qsizetype i = 0; i < frames.size(); ++i)
+        EXPECT_EQ(frames[i], i) << "no frame is lost or doubled between the clips";
+}

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/transport/transportrig.h"
+
+#include <functional>
+
+namespace {
+
+using SettingsTest = TransportRig;
+
+struct Row
+{
+    std::function<void(VtrObject &)> change;
+    QString text;
+    bool resets;
+};
+
+Row idRow(void (VtrObject::*set)(const QmxId &), int id, const char *text)
+{
+    return {[=](VtrObject &vtr) { (vtr.*set)(QmxId(id)); }, QString::fromLatin1(text).arg(QmxId(id).name()),
+            true};
+}
+
+Row flagRow(void (VtrObject::*set)(bool), bool value, const char *text, bool resets)
+{
+    return {[=](VtrObject &vtr) { (vtr.*set)(value); }, QString::fromLatin1(text), resets};
+}
+
+QList<Row> changes()
+{
+    QmxImageDesc format;
+    format.setSize(1280, 720);
+    format.setFrameRate(50);
+    format.setDataType(QmxId(231));
+    return {
+        idRow(&VtrObject::setEncodeFormat, 205, "Set Encode Format: %1"),
+        idRow(&VtrObject::setAudioInputSource, 690, "Set Audio Input Source: %1"),
+        idRow(&VtrObject::setAudioInputLevel, 1401, "Set Audio Input Level: %1"),
+        idRow(&VtrObject::setSyncSource, 503, "Set Sync Source: %1"),
+        {[](VtrObject &vtr) { vtr.setAudioChans(8); }, "Set Audio Channels: 8", true},
+        {[=](VtrObject &vtr) { vtr.setVideoSignalGenFormat(format); }, "Set VSG Format: " + format.toString(),
+         true},
+        idRow(&VtrObject::setVideoSignalGenMode, 801, "Set VSG Mode: %1"),
+        idRow(&VtrObject::setVideoSignalGenMode, 0, "Set VSG Mode: %1"),
+        idRow(&VtrObject::setAudioSignalGenMode, 900, "Set ASG Mode: %1"),
+        idRow(&VtrObject::setCameraInput, 1002, "Set Camera Input: %1"),
+        idRow(&VtrObject::setVideoInConvert, 1201, "Set Video In Convert: %1"),
+        idRow(&VtrObject::setVideoOutConvert, 1200, "Set Video Out Convert: %1"),
+        flagRow(&VtrObject::setForcePSFOutput, true, "Set Force PSF Output: Enabled", true),
+        flagRow(&VtrObject::setForcePSFEncode, true, "Set Force PSF Encode: Enabled", true),
+        idRow(&VtrObject::setVideoOutputType, 603, "Set Video Output Type: %1"),
+        idRow(&VtrObject::setVideoOutputRoute, 53, "Set Video Output Route: %1"),
+        idRow(&VtrObject::setSuperOut, 1300, "Set Super Out: %1"),
+        {[](VtrObject &vtr) { vtr.setRecordInterval(12); }, "Set Record Interval: 12", false},
+        {[](VtrObject &vtr) { vtr.setRecordIntervalTime(2); }, "Set Record Interval Time: 2", false},
+        flagRow(&VtrObject::setIntervalRecordEnable, true, "Set Interval Record: Enabled", false),
+        flagRow(&VtrObject::setVFREnable, true, "Set VFR: Enabled", true),
+        flagRow(&VtrObject::setVFREnable, false, "Set VFR: Disabled", true),
+        idRow(&VtrObject::setTCGSource, 1500, "Set TCG Source: %1"),
+        flagRow(&VtrObject::setStopOnFrameDrop, true, "Set Stop On Frame Drop: Enabled", false),
+        flagRow(&VtrObject::setStopOnLossOfVideo, false, "Set Stop On Loss Of Video: Disabled", false),
+        {[](VtrObject &vtr) { vtr.setReelName("007"); }, "Reel Name: 007", false},
+        flagRow(&VtrObject::setRecordOnRunningTimecode, true, "Record on Running Timecode: Enabled", false),
+        flagRow(&VtrObject::setRecordOnRunningTimecode, false, "Record on Running Timecode: Disabled", false),
+        flagRow(&VtrObject::setVideoOutputSDILevelA, true, "Set Video Output SDI Level: Level A", true),
+        flagRow(&VtrObject::setVideoOutputSDILevelA, false, "Set Video Output SDI Level: Level B", true),
+        flagRow(&VtrObject::setVideoInputIgnoreANC, true, "Set Video Input Ignore ANC: Enabled", true),
+        idRow(&VtrObject::setHdmiOutputMode, 56, "Set HDMI Output Mode: %1"),
+        idRow(&VtrObject::setVideoInputSource, 602, "Set Video Input Source: %1"),
+    };
+}
+
+} // namespace
+
+TEST_F(SettingsTest, everyChange_isLoggedOnceAndResetsWhatTheHardwareMustKnow)
+{
+    startUp();
+    const QString reset = QStringLiteral("VIDEO DEVICE: Reset in mode StandbyOff");
+    const QList<Row> rows = changes();
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.text.toStdString());
+        LogCollector::clear();
+        row.change(vtr());
+        EXPECT_EQ(logged(), QStringList{row.text});
+        row.change(vtr());
+        EXPECT_EQ(logged(), QStringList{row.text}) << "an equal value is no change";
+        Stepper::runMs(499);
+        EXPECT_FALSE(logged().contains(reset)) << "half a second for further changes";
+        Stepper::runMs(2);
+        EXPECT_EQ(logged().contains(reset), row.resets);
+        // The device answers, and an input that came or went has led to its own reset.
+        Stepper::runMs(2000);
+        ASSERT_TRUE(runUntilIdle());
+    }
+}
+
+TEST_F(SettingsTest, whatIsNotValid_isRefusedAloud)
+{
+    startUp();
+    const std::pair<void (VtrObject::*)(const QmxId &), const char *> rows[] = {
+        {&VtrObject::setEncodeFormat, "Encode format is invalid"},
+        {&VtrObject::setVideoInputSource, "Video input source is invalid"},
+        {&VtrObject::setAudioInputSource, "Audio input source is invalid"},
+        {&VtrObject::setAudioInputLevel, "Audio input level is invalid"},
+        {&VtrObject::setSyncSource, "Sync source is invalid"}};
+    for (const auto &[set, text] : rows) {
+        LogCollector::clear();
+        expectLog("vtrobject", text);
+        (vtr().*set)(QmxId());
+        EXPECT_EQ(logged(), QStringList{text});
+    }
+    EXPECT_EQ(vtr().state().encodeFormat(), QmxId(202));
+
+    LogCollector::clear();
+    expectLog("vtrobject", "Failed to set audio channels to 4.  Unsupported number of channels");
+    vtr().setAudioChans(4);
+    EXPECT_EQ(logged(), (QStringList{"Failed to set audio channels to 4.  Unsupported number of channels",
+                                     "Set Audio Channels: 4"}));
+    EXPECT_EQ(vtr().state().audioChans(), 2);
+    Stepper::runMs(501);
+    EXPECT_TRUE(logged().contains("VIDEO DEVICE: Reset in mode StandbyOff"));
+}
+
+TEST_F(SettingsTest, burstOfChanges_makesOneResetAndNoneOutsideStandby)
+{
+    startUp();
+    LogCollector::clear();
+    vtr().setForcePSFOutput(true);
+    Stepper::runMs(400);
+    vtr().setForcePSFEncode(true);
+    Stepper::runMs(400);
+    EXPECT_TRUE(logged().filter("VIDEO DEVICE: Reset").isEmpty());
+    Stepper::runMs(101);
+    EXPECT_EQ(logged().filter("VIDEO DEVICE: Reset").size(), 1);
+    EXPECT_TRUE(runUntilIdle());
+
+    recordClip("clip.mov", 10);
+    playClip("clip.mov", 0.0);
+    Stepper::runMs(1000);
+    LogCollector::clear();
+    vtr().setForcePSFOutput(false);
+    Stepper::runMs(400);
+    EXPECT_TRUE(logged().filter("VIDEO DEVICE: Reset in mode").isEmpty());
+}
+
+TEST_F(SettingsTest, timecodeSettings_jamEachTime)
+{
+    startUp();
+    vtr().setTCGSource(QmxId(1500));
+    Stepper::runMs(1000);
+    LogCollector::clear();
+    vtr().setTimecodeValue(QmxTimecode(10, 0, 0, 0, 0, 0));
+    EXPECT_EQ(logged(), QStringList{"Set TC value: 10:00:00:00"});
+    EXPECT_EQ(vtr().currentInputTimecode().toString(), "10:00:00:00");
+    Stepper::runTicks(10);
+    const auto jammed = vtr().lastVBI().tcgTimecode();
+    EXPECT_EQ(jammed.hours(), 10);
+    EXPECT_GT(jammed.toFrameNumber(), QmxTimecode(10, 0, 0, 0, 25, 0).toFrameNumber());
+
+    vtr().setTimecodeDropFrame(false);
+    EXPECT_EQ(logged().last(), "Set TC Drop Frame: Disabled");
+    Stepper::runTicks(2);
+    EXPECT_LT(vtr().lastVBI().tcgTimecode().toFrameNumber(), jammed.toFrameNumber())
+        << "an unchanged flag jams as well";
+
+    vtr().setTCGSource(QmxId(1501));
+    EXPECT_EQ(vtr().currentInputTimecode(), QmxTimecode::fromTimeOfDay(25, false));
+}

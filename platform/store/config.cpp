@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/config.h"
+
+#include "platform/store/configfactoryimpl.h"
+#include "platform/store/storeconfig.h"
+
+#include <fstream>
+
+namespace {
+constexpr const char *addressFile = "/etc/xp/store";
+constexpr const char *defaultAddress = "sqlite:/var/lib/xp/store.db";
+} // namespace
+
+Config::~Config() = default;
+
+ConfigEventListener::~ConfigEventListener() = default;
+
+bool ConfigEventListener::DataChanged(eParam_t, std::string &, timeval)
+{
+    return false;
+}
+
+void ConfigEventListener::ParamChanged(ConfigEvent) {}
+
+std::string GetConfigURI(const std::string &)
+{
+    std::ifstream file(addressFile);
+    std::string line;
+    if (!std::getline(file, line)) return defaultAddress;
+    line.erase(line.find_last_not_of(" \t\r") + 1);
+    return line.empty() ? defaultAddress : line;
+}
+
+std::string GetEventsURI(const std::string &transport)
+{
+    return GetConfigURI(transport);
+}
+
+ConfigFactoryImpl *ConfigFactoryImpl::GetInstance()
+{
+    static ConfigFactoryImpl factory;
+    return &factory;
+}
+
+Config *ConfigFactoryImpl::create(const std::string &uri, const std::string &client, bool queued)
+{
+    std::shared_ptr<StoreClient> shared = StoreClient::acquire(uri, client, queued);
+    return shared ? new StoreConfig(std::move(shared)) : nullptr;
+}

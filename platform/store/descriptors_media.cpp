@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/paramrow.h"
+
+std::vector<ParamRow> mediaRows()
+{
+    using enum ParamDescriptor::Keep;
+    return {
+        // After a rollover the transport has swapped the two paths by itself; the media daemon's answer must
+        // reach it also when the store holds that value already.
+        string(eParam_ActiveMediaPath, "active_media_path", Volatile,
+               "Folder of the medium that is recorded on and played from; empty: none.")
+            .with({Attribute::everyWrite}),
+        string(eParam_RolloverMediaPath, "rollover_media_path", Volatile,
+               "Folder of the medium on which a recording goes on when the active one is full; empty: none.")
+            .with({Attribute::everyWrite}),
+        enumeration(eParam_StorageState, "storage_state", Volatile,
+                    {{0, "unknown"}, {1, "in_use"}, {2, "released"}, {3, "rollover_done"}},
+                    "Whether the transport uses the media; rollover_done asks the media daemon to take note.")
+            .with({Attribute::everyWrite}),
+        string(eParam_MediaLabel, "media_label", Volatile, "Label of the active medium."),
+        number(eParam_MediaLoading, "media_loading", Command,
+               "Tells that a medium is being looked at (any value)."),
+        string(eParam_ReelNumber, "reel_number", Persistent,
+               "Reel that new clips carry; filled up with 0 to three characters.")
+            .defaults("001"),
+        string(eParam_RolloverReelName, "rollover_reel_name", Persistent,
+               "Reel that clips on the rollover medium carry."),
+        string(eParam_CurrentClip, "current_clip", Persistent,
+               "File name of the clip that is played or was recorded last; N/A: none.")
+            .defaults("N/A"),
+        number(eParam_CurrentPlayListIndex, "current_play_list_index", Volatile,
+               "Place of the current clip in the list in use, counted from 0."),
+        string(eParam_ClipNamePattern, "clip_name_pattern", Persistent,
+               "How new clips are named: any text with {name}, {take}, {reel}, {date} and {time} in it.")
+            .defaults("{name}_{take}")
+            .with({Attribute::namePattern}),
+        string(eParam_ClipBaseName, "clip_base_name", Persistent, "What {name} stands for in new clip names.")
+            .defaults("take")
+            .with({Attribute::fileName}),
+        number(eParam_TakeNumber, "take_number", Persistent,
+               "What {take} stands for in the next clip name; counts up with every take.")
+            .defaults(1)
+            .range(1, 999999),
+        boolean(eParam_AutomaticTake, "automatic_take", Persistent,
+                "On: a taken name goes on to the next free take. Off: a taken name is refused.")
+            .defaults(1),
+        string(eParam_PlayList, "play_list", Persistent,
+               "File names of the play list, one a line, in the order in which they are played.")
+            .with({Attribute::multiLine}),
+    };
+}

@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/paramrow.h"
+
+namespace {
+
+using enum ParamDescriptor::Keep;
+
+std::vector<ParamRow> commandRows()
+{
+    return {
+        enumeration(eParam_TransportCommand, "transport_command", Command,
+                    {{1, "play"},
+                     {3, "record"},
+                     {4, "stop"},
+                     {5, "fast_forward"},
+                     {6, "rewind"},
+                     {7, "step_forward"},
+                     {8, "step_back"},
+                     {9, "next_clip"},
+                     {10, "previous_clip"},
+                     {15, "shut_down"}},
+                    "Does what the key of this name on a tape machine does. Each fast_forward or rewind goes "
+                    "one step up: 2, 4, 8, 16 times normal speed."),
+        string(eParam_TransportSpeed, "transport_speed", Command,
+               "Plays at this speed: a decimal number from -100 to 100, 1 is normal, 0 is a still picture.")
+            .with({Attribute::speed}),
+        string(eParam_CueToTimecode, "cue_to_timecode", Command,
+               "Goes to the frame with this timecode (HH:MM:SS:FF), in still."),
+        number(eParam_CueToFrame, "cue_to_frame", Command,
+               "Goes to this frame of what is played, counted from 0, in still.")
+            .in("frames"),
+        string(eParam_GoToClipName, "go_to_clip_name", Command,
+               "Goes to the clip of this name in the list in use; N/A stops."),
+        number(eParam_GoToClipIndex, "go_to_clip_index", Command,
+               "Goes to the clip at this place in the list in use, counted from 0."),
+        number(
+            eParam_MediaUpdated, "media_updated", Command,
+            "Tells the transport that clips came or went (any value); a running playback becomes a still."),
+    };
+}
+
+std::vector<ParamRow> statusRows()
+{
+    return {
+        enumeration(eParam_TransportStatus, "transport_status", Volatile,
+                    {{1, "stopped"},
+                     {2, "recording"},
+                     {3, "playing"},
+                     {4, "forward_fast"},
+                     {5, "forward_4x"},
+                     {6, "forward_8x"},
+                     {7, "forward_16x"},
+                     {9, "reverse"},
+                     {10, "reverse_fast"},
+                     {11, "reverse_4x"},
+                     {12, "reverse_8x"},
+                     {13, "reverse_16x"},
+                     {15, "still"},
+                     {20, "shut_down"}},
+                    "What the transport does now. Written by the transport.")
+            .defaults(20),
+        boolean(eParam_TransportRunning, "transport_running", Volatile,
+                "Whether the transport is there to take commands. Written by the transport."),
+        string(eParam_RecordBaseName, "record_base_name", Volatile,
+               "Name of the take recorded last, without its extension. Written by the transport."),
+        enumeration(eParam_FirmwareState, "firmware_state", Volatile,
+                    {{0, "none"}, {1, "loading"}, {2, "loaded"}},
+                    "Whether the video device is loading its firmware. Written by the transport."),
+        enumeration(eParam_InputFormat, "input_format", Volatile, inputFormats(),
+                    "Format of the picture on the input. Written by the transport."),
+        enumeration(
+            eParam_MediaCodec, "media_codec", Volatile,
+            {{0, "prores_422"},
+             {1, "prores_422_hq"},
+             {4, "prores_422_lt"},
+             {5, "prores_422_proxy"},
+             {6, "prores_4444"}},
+            "Codec of the clip that is played or recorded; prores_422 also stands for all that has no "
+            "name here. Written by the transport."),
+        enumeration(eParam_MediaFormat, "media_format", Volatile, mediaFormats(),
+                    "Format of the clip that is played or recorded. Written by the transport.")
+            .defaults(1),
+        enumeration(eParam_RecordFormat, "record_format", Volatile, recordFormats(),
+                    "Format in which the input would be recorded now. Written by the transport."),
+    };
+}
+
+} // namespace
+
+std::vector<ParamRow> transportRows()
+{
+    std::vector<ParamRow> rows = commandRows();
+    for (ParamRow &row : statusRows())
+        rows.push_back(std::move(row));
+    return rows;
+}

@@ -1,0 +1,316 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/sqlitebackend.h"
+
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/store/sqliteschema.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr int lockMilliseconds = 5000;
+constexpr qint64 logRows = 100'000;   // what the log keeps; an older cursor gets a snapshot
+constexpr qint64 alarmRows = 1'000;   // what the alarm history keeps
+constexpr quint64 trimInterval = 256; // writes between two looks at the bounds
+
+bool isAlarm(eParam_t id)
+{
+    const ParamDescriptor *descriptor = GetDescriptor(id);
+    return descriptor && descriptor->isAlarm();
+}
+
+bool isPersistent(const StoreWrite &write)
+{
+    const ParamDescriptor *descriptor = GetDescriptor(write.id);
+    return !descriptor || descriptor->keep() == ParamDescriptor::Keep::Persistent;
+}
+
+} // namespace
+
+SqliteBackend::SqliteBackend(const StoreContext &context)
+    : _context(context), _files(context.path), _lock(_files.lock()), _wakeup(_files)
+{}
+
+SqliteBackend::~SqliteBackend() = default;
+
+StoreResult SqliteBackend::damaged(const std::string &what) const
+{
+    return {StoreResult::Damaged, "the configuration store " + _files.database() + " is damaged: " + what};
+}
+
+void SqliteBackend::disconnect()
+{
+    _database.close();
+    _database.clearError();
+    _identity.reset();
+}
+
+StoreResult SqliteBackend::openAtPath()
+{
+    disconnect();
+    const auto identity = StoreFiles::identity(_files.database());
+    if (!identity)
+        return {StoreResult::Unreachable, "the configuration store " + _files.database() + " does not exist"};
+    if (!_database.open(_files.database(), SqliteDatabase::ReadWrite)) {
+        const StoreResult result = _database.result("cannot open");
+        disconnect();
+        return result;
+    }
+    // In this mode readers never wait for the writer. A file that cannot be written stays as it is.
+    if (_database.text("PRAGMA journal_mode = WAL") != "wal" && _database.isFailed()) {
+        const StoreResult result = _database.result("cannot open");
+        disconnect();
+        if (result.code != StoreResult::ReadOnly) return result;
+        if (!_database.open(_files.database(), SqliteDatabase::ReadOnly))
+            return _database.result("cannot open");
+    }
+    _epoch = _database.text("SELECT value FROM meta WHERE key = 'epoch'");
+    if (_database.isFailed() || _epoch.empty()) {
+        StoreResult result = _database.result("cannot read");
+        // A file without our tables is as good as a broken one; a locked one is not.
+        if (result.isDone() || _database.text("SELECT name FROM sqlite_master WHERE name = 'meta'").empty())
+            result = result.code == StoreResult::Busy ? result : damaged("it holds no parameters");
+        disconnect();
+        return result;
+    }
+    _identity = identity;
+    return {};
+}
+
+StoreResult SqliteBackend::connectForReading()
+{
+    _database.clearError();
+    if (_database.isOpen() && _identity == StoreFiles::identity(_files.database())) return {};
+    return openAtPath();
+}
+
+StoreResult SqliteBackend::connectForWriting()
+{
+    _database.clearError();
+    const auto there = StoreFiles::identity(_files.database());
+    if (there && _database.isOpen() && there == _identity) return {};
+    if (!there) return createOrRestore("it was removed");
+    StoreResult result = openAtPath();
+    if (result.code == StoreResult::Damaged) result = createOrRestore(result.text);
+    return result;
+}
+
+StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work)
+{
+    _files.makeFolders();
+    if (!_lock.acquire(lockMilliseconds, _context.interrupted.get())) {
+        const std::string where = "cannot write the configuration store " + _files.database() + ": ";
+        if (_lock.error() == EWOULDBLOCK)
+            return {StoreResult::Busy,
+                    where + "another process holds its lock; see who with fuser " + _files.lock()};
+        return {_lock.error() == EROFS || _lock.error() == EACCES ? StoreResult::ReadOnly
+                                                                  : StoreResult::Unreachable,
+                where + _files.lock() + ": " + std::strerror(_lock.error())};
+    }
+    const StoreLockHolder holder(_lock);
+    bool ballastFreed = false;
+    bool restored = false;
+    for (;;) {
+        StoreResult result = connectForWriting();
+        if (result.isDone()) result = work();
+        if (result.code == StoreResult::Full && !ballastFreed && _files.freeBallast()) {
+            ballastFreed = true;
+            continue;
+        }
+        if (result.code == StoreResult::Damaged && !restored) {
+            restored = true;
+            const StoreResult restoring = createOrRestore(result.text);
+            if (restoring.isDone()) continue;
+            return restoring;
+        }
+        return result;
+    }
+}
+
+StoreResult SqliteBackend::write(const std::vector<StoreWrite> &writes, std::vector<quint64> &versions)
+{
+    const StoreResult result = locked([&] { return commit(writes, versions); });
+    const quint64 newest = versions.empty() ? 0 : *std::max_element(versions.begin(), versions.end());
+    if (result.isDone() && newest > 0) _wakeup.send(newest);
+    return result;
+}
+
+StoreResult SqliteBackend::commit(const std::vector<StoreWrite> &writes, std::vector<quint64> &versions)
+{
+    versions.assign(writes.size(), 0);
+    // A power cut takes what was committed with NORMAL.
+    const bool durable = std::any_of(writes.begin(), writes.end(), isPersistent);
+    bool done = _database.exec(durable ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL") &&
+                _database.exec("BEGIN IMMEDIATE");
+    for (std::size_t i = 0; done && i < writes.size(); ++i)
+        done = writeOne(writes[i], _context.source, versions[i]);
+    done = done && trim() && _database.exec("COMMIT");
+    if (done) return {};
+    const StoreResult result =
+        _database.isFailed() ? _database.result("cannot write") : damaged("a row is broken");
+    _database.clearError();
+    _database.exec("ROLLBACK");
+    _database.clearError();
+    versions.assign(writes.size(), 0);
+    return result;
+}
+
+/// False: an error, or (without one) a broken row in the way.
+bool SqliteBackend::writeOne(const StoreWrite &write, const std::string &source, quint64 &version)
+{
+    const ParamDescriptor *descriptor = GetDescriptor(write.id);
+    const bool isCommand = descriptor && descriptor->keep() == ParamDescriptor::Keep::Command;
+    if (!descriptor || !descriptor->everyWriteIsEvent()) {
+        std::optional<StoredValue> stored;
+        if (!readRow(write.id, stored).isDone()) return false;
+        if (stored ? stored->value == write.value : descriptor && descriptor->defaultValue() == write.value)
+            return true;
+    }
+    StoredValue row{write.value, SqliteSchema::newestVersion(_database) + 1, source, wallMicroseconds()};
+    bool done = SqliteStatement(_database, "INSERT INTO log(version, id, kind, value, source, time, crc) "
+                                           "VALUES(?, ?, ?, ?, ?, ?, ?)")
+                    .bind(1, qint64(row.version))
+                    .bind(2, qint64(write.id))
+                    .bind(3, qint64(row.value.kind))
+                    .bind(4, row.value)
+                    .bind(5, row.source)
+                    .bind(6, row.time)
+                    .bind(7, qint64(SqliteSchema::rowChecksum(write.id, row.value, row.version)))
+                    .run();
+    version = row.version;
+    if (!isCommand) done = done && SqliteSchema::putParameter(_database, write.id, row);
+    if (isAlarm(write.id))
+        done = done && SqliteStatement(_database, "INSERT INTO alarm_history(id, value, source, time) "
+                                                  "VALUES(?, ?, ?, ?)")
+                           .bind(1, qint64(write.id))
+                           .bindBlob(2, row.value.text)
+                           .bind(3, row.source)
+                           .bind(4, row.time)
+                           .run();
+    return done;
+}
+
+bool SqliteBackend::trim()
+{
+    const quint64 newest = SqliteSchema::newestVersion(_database);
+    if (newest % trimInterval != 0) return !_database.isFailed();
+    return SqliteStatement(_database, "DELETE FROM log WHERE version <= ?")
+               .bind(1, qint64(newest) - logRows)
+               .run() &&
+           SqliteStatement(_database, "DELETE FROM alarm_history WHERE number <= "
+                                      "(SELECT max(number) FROM alarm_history) - ?")
+               .bind(1, alarmRows)
+               .run();
+}
+
+StoreResult SqliteBackend::read(eParam_t id, std::optional<StoredValue> &stored)
+{
+    if (const StoreResult result = connectForReading(); !result.isDone()) return result;
+    return readRow(id, stored);
+}
+
+StoreResult SqliteBackend::readRow(eParam_t id, std::optional<StoredValue> &stored)
+{
+    stored.reset();
+    SqliteStatement row(_database, "SELECT kind, value, version, source, time, crc FROM param WHERE id = ?");
+    row.bind(1, qint64(id));
+    if (row.step()) {
+        StoredValue found{row.value(0, 1), static_cast<quint64>(row.integer(2)), row.bytes(3),
+                          row.integer(4)};
+        if (SqliteSchema::rowChecksum(id, found.value, found.version) !=
+            static_cast<std::uint32_t>(row.integer(5)))
+            return damaged("the row of parameter " + std::to_string(id) + " has a wrong checksum");
+        stored = std::move(found);
+    }
+    return _database.result("cannot read");
+}
+
+StoreResult SqliteBackend::snapshot(StoreImage &image, StoreCursor &cursor)
+{
+    if (const StoreResult result = connectForReading(); !result.isDone()) return result;
+    image.clear();
+    // One transaction, so that the rows and the version belong together.
+    int broken = 0;
+    if (_database.exec("BEGIN")) {
+        cursor.version = SqliteSchema::newestVersion(_database);
+        cursor.epoch = _epoch;
+        broken = SqliteSchema::readParameters(_database, image);
+    }
+    const StoreResult result = _database.result("cannot read");
+    _database.clearError();
+    _database.exec("COMMIT");
+    _database.clearError();
+    if (result.isDone() && broken > 0) return damaged(std::to_string(broken) + " rows have a wrong checksum");
+    return result;
+}
+
+StoreResult SqliteBackend::changes(const StoreCursor &cursor, int most, std::vector<StoreChange> &changes,
+                                   bool &reload)
+{
+    changes.clear();
+    reload = false;
+    if (const StoreResult result = connectForReading(); !result.isDone()) return result;
+    if (_epoch != cursor.epoch) {
+        reload = true;
+        return {};
+    }
+    quint64 expected = cursor.version + 1;
+    {
+        SqliteStatement rows(_database, "SELECT version, id, kind, value, source, time, crc FROM log "
+                                        "WHERE version > ? ORDER BY version LIMIT ?");
+        rows.bind(1, qint64(cursor.version)).bind(2, qint64(most));
+        while (rows.step()) {
+            const auto version = static_cast<quint64>(rows.integer(0));
+            const auto id = static_cast<std::uint32_t>(rows.integer(1));
+            StoreChange change{eParam_t(id), {rows.value(2, 3), version, rows.bytes(4), rows.integer(5)}};
+            // Every version has its row: a gap means that the log was cut before the reader got there.
+            if (version != expected++ || SqliteSchema::rowChecksum(id, change.stored.value, version) !=
+                                             static_cast<std::uint32_t>(rows.integer(6))) {
+                reload = true;
+                changes.clear();
+                return {};
+            }
+            changes.push_back(std::move(change));
+        }
+    }
+    if (!_database.isFailed() && changes.empty())
+        reload = SqliteSchema::newestVersion(_database) != cursor.version;
+    const StoreResult result = _database.result("cannot read");
+    if (!result.isDone()) changes.clear();
+    return result;
+}
+
+int SqliteBackend::listen()
+{
+    _files.makeFolders();
+    return _wakeup.listen();
+}
+
+void SqliteBackend::drain()
+{
+    _wakeup.drain();
+    _wakeup.keepAlive();
+}
+
+StoreResult SqliteBackend::alarmHistory(int newest, std::vector<AlarmRecord> &records)
+{
+    records.clear();
+    if (const StoreResult result = connectForReading(); !result.isDone()) return result;
+    constexpr qint64 microseconds = 1'000'000;
+    SqliteStatement rows(_database, "SELECT id, value, source, time FROM (SELECT * FROM alarm_history "
+                                    "ORDER BY number DESC LIMIT ?) ORDER BY number");
+    rows.bind(1, qint64(newest));
+    while (rows.step()) {
+        AlarmRecord record;
+        record.id = eParam_t(rows.integer(0));
+        record.message = rows.bytes(1); // the message as it is stored; StoreConfig takes it apart
+        record.source = rows.bytes(2);
+        record.time = {static_cast<time_t>(rows.integer(3) / microseconds),
+                       static_cast<suseconds_t>(rows.integer(3) % microseconds)};
+        records.push_back(std::move(record));
+    }
+    return _database.result("cannot read");
+}

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/store/sqlitebackend.h"
+#include "platform/store/sqliteschema.h"
+
+#include <ctime>
+#include <unistd.h>
+
+#include <sys/stat.h>
+
+namespace {
+
+constexpr const char *module = "sqlitecare";
+constexpr off_t checkpointBytes = 256 * 1024; // size of the write-ahead log that is worth a checkpoint
+constexpr quint64 backupChanges = 100;
+constexpr qint64 backupSeconds = 600;
+constexpr std::size_t backupsKept = 3;
+constexpr qint64 nsPerMicrosecond = 1000;
+
+} // namespace
+
+qint64 SqliteBackend::wallMicroseconds() const
+{
+    return _context.environment.clock->wallTime() / nsPerMicrosecond;
+}
+
+std::string SqliteBackend::dateStamp() const
+{
+    const auto seconds = static_cast<time_t>(_context.environment.clock->wallTime() / QmxClock::nsPerSecond);
+    struct tm parts
+    {};
+    char text[32];
+    ::gmtime_r(&seconds, &parts);
+    return std::string(text, ::strftime(text, sizeof text, "%Y%m%d-%H%M%S", &parts));
+}
+
+void SqliteBackend::care()
+{
+    if (!connectForReading().isDone()) return;
+    checkpoint();
+    backUp();
+    _files.restoreBallast();
+}
+
+/// Only when the lock is free: a writer comes first, the next round will do.
+void SqliteBackend::checkpoint()
+{
+    struct stat info
+    {};
+    if (::stat(_files.wal().c_str(), &info) != 0 || info.st_size < checkpointBytes) return;
+    if (!_lock.acquire(0, nullptr)) return;
+    const StoreLockHolder holder(_lock);
+    // PASSIVE waits for nobody; the next writer then begins the write-ahead log anew.
+    if (!_database.exec("PRAGMA wal_checkpoint(PASSIVE)"))
+        qmxLogOutput(2, module, __LINE__, "%s\n", _database.result("cannot checkpoint").text.c_str());
+    _database.clearError();
+}
+
+void SqliteBackend::backUp()
+{
+    const auto backups = _files.backups();
+    const quint64 newest = SqliteSchema::newestVersion(_database);
+    const quint64 last = backups.empty() ? 0 : backups.front().version;
+    if (newest <= last) return;
+    const qint64 now = wallMicroseconds() / 1'000'000;
+    const bool due = backups.empty() || newest - last >= backupChanges ||
+                     now - backups.front().time >= backupSeconds || now < backups.front().time;
+    if (!due) return;
+    StoreLock lock(_files.careLock()); // one process at a time
+    if (!lock.acquire(0, nullptr)) return;
+    const StoreLockHolder holder(lock);
+    StoreImage image;
+    StoreCursor cursor;
+    StoreResult result = snapshot(image, cursor);
+    if (result.code == StoreResult::Damaged) {
+        // A backup of it would push out a good one.
+        locked([&result] { return result; });
+        return;
+    }
+    const std::string temporary = _files.database() + ".backup-new";
+    if (result.isDone()) result = SqliteSchema::createFile(temporary, image, cursor.version, cursor.epoch);
+    if (result.isDone() && ::rename(temporary.c_str(), _files.backupPath(cursor.version).c_str()) == 0)
+        _files.removeOldBackups(backupsKept);
+    else if (!result.isDone())
+        qmxLogOutput(2, module, __LINE__, "No backup of the configuration store: %s\n", result.text.c_str());
+}

@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/sqlitedatabase.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <sqlite3.h>
+
+namespace {
+
+// Our own processes take turns by the lock file; only a foreign program can keep the database locked.
+constexpr int busyMilliseconds = 200;
+
+struct ErrorRow
+{
+    int code;
+    StoreResult::Code meaning;
+    const char *advice;
+};
+
+const ErrorRow errorRows[] = {
+    {SQLITE_BUSY, StoreResult::Busy, "another program keeps it locked; end that program"},
+    {SQLITE_LOCKED, StoreResult::Busy, "another program keeps it locked; end that program"},
+    {SQLITE_FULL, StoreResult::Full, "its disk is full; free some space"},
+    {SQLITE_READONLY, StoreResult::ReadOnly, "it is read-only; check the rights and how its disk is mounted"},
+    {SQLITE_CORRUPT, StoreResult::Damaged, "it is damaged"},
+    {SQLITE_NOTADB, StoreResult::Damaged, "it is damaged"},
+    {SQLITE_CANTOPEN, StoreResult::Unreachable, "it cannot be opened; check the folder and its rights"},
+    {SQLITE_PERM, StoreResult::Unreachable, "access is refused; check that you are in the group xp"},
+};
+
+} // namespace
+
+SqliteStatement::SqliteStatement(SqliteDatabase &database, const char *sql) : _database(database)
+{
+    if (!_database.isOpen()) {
+        _database.note(SQLITE_CANTOPEN);
+        return;
+    }
+    _database.note(sqlite3_prepare_v2(_database._handle, sql, -1, &_statement, nullptr));
+}
+
+SqliteStatement::~SqliteStatement()
+{
+    sqlite3_finalize(_statement);
+}
+
+SqliteStatement &SqliteStatement::bind(int index, qint64 value)
+{
+    if (_statement) _database.note(sqlite3_bind_int64(_statement, index, value));
+    return *this;
+}
+
+SqliteStatement &SqliteStatement::bind(int index, const std::string &text)
+{
+    if (_statement)
+        _database.note(sqlite3_bind_text(_statement, index, text.data(), static_cast<int>(text.size()),
+                                         SQLITE_TRANSIENT));
+    return *this;
+}
+
+SqliteStatement &SqliteStatement::bindBlob(int index, const std::string &bytes)
+{
+    if (_statement)
+        _database.note(sqlite3_bind_blob(_statement, index, bytes.data(), static_cast<int>(bytes.size()),
+                                         SQLITE_TRANSIENT));
+    return *this;
+}
+
+SqliteStatement &SqliteStatement::bind(int index, const StoreValue &value)
+{
+    switch (value.kind) {
+    case StoreValue::Kind::Unsigned:
+        return bind(index, qint64(value.number));
+    case StoreValue::Kind::String:
+        return bind(index, value.text);
+    case StoreValue::Kind::Data:
+        break;
+    }
+    return bindBlob(index, value.text);
+}
+
+bool SqliteStatement::step()
+{
+    if (!_statement || _database.isFailed()) return false;
+    const int code = sqlite3_step(_statement);
+    if (code == SQLITE_ROW) return true;
+    if (code != SQLITE_DONE) _database.note(code);
+    return false;
+}
+
+bool SqliteStatement::run()
+{
+    while (step()) {}
+    return !_database.isFailed();
+}
+
+qint64 SqliteStatement::integer(int column) const
+{
+    return sqlite3_column_int64(_statement, column);
+}
+
+std::string SqliteStatement::bytes(int column) const
+{
+    const void *data = sqlite3_column_blob(_statement, column);
+    const int size = sqlite3_column_bytes(_statement, column);
+    return data ? std::string(static_cast<const char *>(data), static_cast<std::size_t>(size))
+                : std::string();
+}
+
+StoreValue SqliteStatement::value(int kindColumn, int valueColumn) const
+{
+    StoreValue value;
+    value.kind = static_cast<StoreValue::Kind>(integer(kindColumn));
+    if (value.kind == StoreValue::Kind::Unsigned)
+        value.number = static_cast<std::uint32_t>(integer(valueColumn));
+    else
+        value.text = bytes(valueColumn);
+    return value;
+}
+
+SqliteDatabase::SqliteDatabase() = default;
+
+SqliteDatabase::~SqliteDatabase()
+{
+    close();
+}
+
+bool SqliteDatabase::open(const std::string &path, Mode mode)
+{
+    close();
+    clearError();
+    _path = path;
+    const int flags = mode == ReadOnly    ? SQLITE_OPEN_READONLY
+                      : mode == ReadWrite ? SQLITE_OPEN_READWRITE
+                                          : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    const int code = sqlite3_open_v2(path.c_str(), &_handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (code != SQLITE_OK) {
+        note(code);
+        close();
+        return false;
+    }
+    sqlite3_extended_result_codes(_handle, 0);
+    sqlite3_busy_timeout(_handle, busyMilliseconds);
+    // A checkpoint runs only under the lock file, so neither a commit nor the last close may start one.
+    sqlite3_db_config(_handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    return exec("PRAGMA wal_autocheckpoint = 0");
+}
+
+void SqliteDatabase::close()
+{
+    sqlite3_close_v2(_handle);
+    _handle = nullptr;
+}
+
+bool SqliteDatabase::exec(const char *sql)
+{
+    return SqliteStatement(*this, sql).run();
+}
+
+qint64 SqliteDatabase::number(const char *sql, qint64 otherwise)
+{
+    SqliteStatement statement(*this, sql);
+    return statement.step() ? statement.integer(0) : otherwise;
+}
+
+std::string SqliteDatabase::text(const char *sql)
+{
+    SqliteStatement statement(*this, sql);
+    return statement.step() ? statement.bytes(0) : std::string();
+}
+
+void SqliteDatabase::note(int code)
+{
+    if (code == SQLITE_OK || _error != 0) return;
+    _error = code;
+    _systemError = _handle ? sqlite3_system_errno(_handle) : 0;
+    _message = _handle ? sqlite3_errmsg(_handle) : sqlite3_errstr(code);
+}
+
+void SqliteDatabase::clearError()
+{
+    _error = 0;
+    _systemError = 0;
+    _message.clear();
+}
+
+StoreResult SqliteDatabase::result(const std::string &doing) const
+{
+    if (_error == 0) return {};
+    const std::string where = doing + " the configuration store " + _path + ": ";
+    // A full disk shows in the journal's index as an input/output error.
+    const int code = (_systemError == ENOSPC || _systemError == EDQUOT) ? SQLITE_FULL : _error & 0xFF;
+    for (const ErrorRow &row : errorRows)
+        if (row.code == code) return {row.meaning, where + row.advice + " (" + _message + ")"};
+    return {StoreResult::Unreachable,
+            where + _message + (_systemError ? std::string(", ") + std::strerror(_systemError) : "")};
+}

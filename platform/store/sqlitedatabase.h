@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/store/storebackend.h"
+
+#include <memory>
+#include <string>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+class SqliteDatabase;
+
+/// A prepared statement, finalized when it goes. Bind from 1, read columns from 0.
+class SqliteStatement
+{
+public:
+    SqliteStatement(SqliteDatabase &database, const char *sql);
+    ~SqliteStatement();
+    SqliteStatement(const SqliteStatement &) = delete;
+    SqliteStatement &operator=(const SqliteStatement &) = delete;
+
+    SqliteStatement &bind(int index, qint64 value);
+    SqliteStatement &bind(int index, const std::string &text);
+    /// Numbers as INTEGER, texts as TEXT, bytes as BLOB.
+    SqliteStatement &bind(int index, const StoreValue &value);
+    SqliteStatement &bindBlob(int index, const std::string &bytes);
+
+    /// True: a row is there. False: no more rows, or an error (see SqliteDatabase::isFailed()).
+    bool step();
+    /// Runs a statement without rows; true when it has succeeded.
+    bool run();
+
+    qint64 integer(int column) const;
+    std::string bytes(int column) const;
+    StoreValue value(int kindColumn, int valueColumn) const;
+
+private:
+    SqliteDatabase &_database;
+    sqlite3_stmt *_statement = nullptr;
+};
+
+/// One connection, closed when it goes. Keeps the first error until clearError().
+class SqliteDatabase
+{
+public:
+    enum Mode { ReadOnly, ReadWrite, Create };
+
+    SqliteDatabase();
+    ~SqliteDatabase();
+    SqliteDatabase(const SqliteDatabase &) = delete;
+    SqliteDatabase &operator=(const SqliteDatabase &) = delete;
+
+    bool open(const std::string &path, Mode mode);
+    void close();
+    bool isOpen() const { return _handle != nullptr; }
+    bool exec(const char *sql);
+    /// The first number of the first row; `otherwise` when there is none.
+    qint64 number(const char *sql, qint64 otherwise);
+    std::string text(const char *sql);
+
+    bool isFailed() const { return _error != 0; }
+    void clearError();
+    /// The error as a result; `doing` begins the sentence, as "cannot write".
+    StoreResult result(const std::string &doing) const;
+
+private:
+    friend class SqliteStatement;
+    void note(int code);
+
+    sqlite3 *_handle = nullptr;
+    std::string _path;
+    int _error = 0;
+    int _systemError = 0;
+    std::string _message;
+};

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/store/alarmvalue.h"
+#include "platform/store/sqlitebackend.h"
+#include "platform/store/sqliteschema.h"
+#include "platform/store/storesource.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr const char *module = "sqliterepair";
+
+/// Tells one start of the machine from the next.
+std::string bootId()
+{
+    std::ifstream file("/proc/sys/kernel/random/boot_id");
+    std::string id;
+    std::getline(file, id);
+    return id;
+}
+
+void mergeNewer(StoreImage &into, const StoreImage &from)
+{
+    for (const auto &[id, stored] : from) {
+        const auto found = into.find(id);
+        if (found == into.end() || found->second.version < stored.version) into[id] = stored;
+    }
+}
+
+} // namespace
+
+StoreImage SqliteBackend::newestGoodBackup(quint64 &top)
+{
+    for (const StoreFiles::Backup &backup : _files.backups()) {
+        SqliteDatabase file;
+        StoreImage image;
+        if (file.open(backup.path, SqliteDatabase::ReadOnly) && file.text("PRAGMA quick_check") == "ok" &&
+            SqliteSchema::readParameters(file, image) == 0 && !file.isFailed()) {
+            top = std::max(top, SqliteSchema::newestVersion(file));
+            return image;
+        }
+        qmxLogOutput(2, module, __LINE__,
+                     "Backup %s of the configuration store is damaged too and is passed over\n",
+                     backup.path.c_str());
+    }
+    return {};
+}
+
+/// Every row of the broken store that can still be read and has a right checksum.
+void SqliteBackend::salvage(StoreImage &image, quint64 &top)
+{
+    SqliteDatabase file;
+    StoreImage readable;
+    if (!file.open(_files.database(), SqliteDatabase::ReadWrite)) return;
+    SqliteSchema::readParameters(file, readable);
+    file.clearError();
+    top = std::max(top, SqliteSchema::newestVersion(file));
+    mergeNewer(image, readable);
+}
+
+/// With the lock held: a new store from the newest good backup, what can be read of the broken store, and
+/// what this process knows. The broken files are kept beside it under another name.
+StoreResult SqliteBackend::createOrRestore(const std::string &reason)
+{
+    disconnect();
+    quint64 top = 0;
+    StoreImage image = newestGoodBackup(top);
+    const bool exists = StoreFiles::identity(_files.database()).has_value();
+    if (exists) salvage(image, top);
+    if (_context.memory) mergeNewer(image, _context.memory());
+    for (const auto &[id, stored] : image)
+        top = std::max(top, stored.version);
+
+    const bool isNew = image.empty() && !exists;
+    const std::string stamp = dateStamp();
+    std::string aside;
+    if (!isNew) {
+        const std::string text =
+            "The configuration store " + _files.database() + " has been restored: " + reason;
+        image[eParam_AlarmStoreRestored] = {StoreValue::fromData(alarmValue(AlarmSeverity::Warning, text)),
+                                            ++top, storeSource("store"), wallMicroseconds()};
+        qmxLogOutput(1, module, __LINE__, "%s. Look at the settings\n", text.c_str());
+    }
+    const std::string epoch = stamp + "-" + std::to_string(_context.environment.clock->wallTime()) + "-" +
+                              std::to_string(::getpid());
+    const std::string fresh = _files.database() + ".new";
+    if (const StoreResult made = SqliteSchema::createFile(fresh, image, top, epoch); !made.isDone())
+        return made;
+    const auto setAside = _files.setAside(stamp);
+    if (!setAside || ::rename(fresh.c_str(), _files.database().c_str()) != 0) {
+        const std::string why = std::strerror(errno);
+        ::unlink(fresh.c_str());
+        return {StoreResult::Unreachable,
+                "cannot replace the configuration store " + _files.database() + ": " + why};
+    }
+    const StoreResult opened = openAtPath();
+    // A second failure in a row is not cured by doing it again.
+    return opened.code == StoreResult::Damaged ? StoreResult{StoreResult::Unreachable, opened.text} : opened;
+}
+
+/// What earlier processes left behind: alarms that nobody is there to clear, and, after a restart of the
+/// machine, everything that is not kept over it.
+StoreResult SqliteBackend::clearLeftovers()
+{
+    const std::string boot = bootId();
+    const bool restarted = _database.text("SELECT value FROM meta WHERE key = 'boot'") != boot;
+    StoreImage image;
+    if (SqliteSchema::readParameters(_database, image) > 0) return damaged("rows have a wrong checksum");
+    std::vector<eParam_t> stale;
+    for (const auto &[id, stored] : image) {
+        const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
+        if (!descriptor || stored.value == descriptor->defaultValue()) continue;
+        const bool isVolatile = descriptor->keep() == ParamDescriptor::Keep::Volatile;
+        if ((restarted && isVolatile && !descriptor->isAlarm()) ||
+            (descriptor->isAlarm() && !storeSourceIsAlive(stored.source)))
+            stale.push_back(eParam_t(id));
+    }
+    if (_database.isFailed()) return _database.result("cannot read");
+    if (stale.empty() && !restarted) return {};
+    bool done = _database.exec("BEGIN IMMEDIATE");
+    quint64 version = 0;
+    for (const eParam_t id : stale)
+        done = done && writeOne({id, GetDescriptor(id)->defaultValue()}, storeSource("store"), version);
+    done = done && SqliteStatement(_database, "INSERT OR REPLACE INTO meta(key, value) VALUES('boot', ?)")
+                       .bind(1, boot)
+                       .run();
+    done = done && _database.exec("COMMIT");
+    if (done) {
+        if (version > 0) _wakeup.send(version);
+        return {};
+    }
+    const StoreResult result = _database.result("cannot write");
+    _database.clearError();
+    _database.exec("ROLLBACK");
+    return result;
+}
+
+StoreResult SqliteBackend::prepare(bool thorough)
+{
+    const StoreResult result = locked([this, thorough]() -> StoreResult {
+        StoreFiles::shareWithGroup(_files.database());
+        if (thorough) {
+            const std::string verdict = _database.text("PRAGMA quick_check");
+            if (!_database.isFailed() && verdict != "ok") return damaged(verdict);
+            if (_database.isFailed()) return _database.result("cannot read");
+        }
+        return clearLeftovers();
+    });
+    // A store that cannot be written may still be read.
+    if (result.code == StoreResult::ReadOnly || result.code == StoreResult::Full) return connectForReading();
+    return result;
+}

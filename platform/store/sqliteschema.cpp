@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/sqliteschema.h"
+
+#include "platform/store/storefiles.h"
+
+#include <array>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+const char *const tableStatements[] = {
+    "CREATE TABLE meta(key TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID",
+    "CREATE TABLE param(id INTEGER PRIMARY KEY, kind INTEGER NOT NULL, value, version INTEGER NOT NULL, "
+    "source TEXT NOT NULL, time INTEGER NOT NULL, crc INTEGER NOT NULL)",
+    "CREATE TABLE log(version INTEGER PRIMARY KEY AUTOINCREMENT, id INTEGER NOT NULL, kind INTEGER NOT NULL, "
+    "value, source TEXT NOT NULL, time INTEGER NOT NULL, crc INTEGER NOT NULL)",
+    "CREATE TABLE alarm_history(number INTEGER PRIMARY KEY AUTOINCREMENT, id INTEGER NOT NULL, value BLOB, "
+    "source TEXT NOT NULL, time INTEGER NOT NULL)",
+};
+
+/// CRC-32 as in IEEE 802.3, reflected.
+class Crc32
+{
+public:
+    void add(const void *data, std::size_t size)
+    {
+        const auto *bytes = static_cast<const unsigned char *>(data);
+        for (std::size_t i = 0; i < size; ++i)
+            _value = table()[(_value ^ bytes[i]) & 0xFF] ^ (_value >> 8);
+    }
+    void addNumber(quint64 number)
+    {
+        std::array<unsigned char, 8> bytes;
+        for (std::size_t i = 0; i < bytes.size(); ++i)
+            bytes[i] = static_cast<unsigned char>(number >> (8 * i));
+        add(bytes.data(), bytes.size());
+    }
+    std::uint32_t value() const { return ~_value; }
+
+private:
+    static const std::array<std::uint32_t, 256> &table()
+    {
+        static const std::array<std::uint32_t, 256> entries = [] {
+            constexpr std::uint32_t polynomial = 0xEDB88320U;
+            std::array<std::uint32_t, 256> made{};
+            for (std::uint32_t i = 0; i < made.size(); ++i) {
+                std::uint32_t entry = i;
+                for (int bit = 0; bit < 8; ++bit)
+                    entry = (entry & 1U) ? (entry >> 1) ^ polynomial : entry >> 1;
+                made[i] = entry;
+            }
+            return made;
+        }();
+        return entries;
+    }
+    std::uint32_t _value = 0xFFFFFFFFU;
+};
+
+bool makeDurable(const std::string &path)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    const bool done = ::fsync(fd) == 0;
+    ::close(fd);
+    return done;
+}
+
+} // namespace
+
+std::uint32_t SqliteSchema::rowChecksum(std::uint32_t id, const StoreValue &value, quint64 version)
+{
+    Crc32 crc;
+    crc.addNumber(id);
+    crc.addNumber(static_cast<quint64>(value.kind));
+    crc.addNumber(version);
+    crc.addNumber(value.number);
+    crc.add(value.text.data(), value.text.size());
+    return crc.value();
+}
+
+bool SqliteSchema::putParameter(SqliteDatabase &database, std::uint32_t id, const StoredValue &stored)
+{
+    return SqliteStatement(database,
+                           "INSERT OR REPLACE INTO param(id, kind, value, version, source, time, crc) "
+                           "VALUES(?, ?, ?, ?, ?, ?, ?)")
+        .bind(1, qint64(id))
+        .bind(2, qint64(stored.value.kind))
+        .bind(3, stored.value)
+        .bind(4, qint64(stored.version))
+        .bind(5, stored.source)
+        .bind(6, stored.time)
+        .bind(7, qint64(rowChecksum(id, stored.value, stored.version)))
+        .run();
+}
+
+bool SqliteSchema::create(SqliteDatabase &database, const StoreImage &image, quint64 top,
+                          const std::string &epoch)
+{
+    bool done = database.exec("BEGIN IMMEDIATE");
+    for (const char *statement : tableStatements)
+        done = done && database.exec(statement);
+    done = done && SqliteStatement(database, "INSERT INTO meta(key, value) VALUES('epoch', ?), ('format', ?)")
+                       .bind(1, epoch)
+                       .bind(2, std::to_string(formatVersion))
+                       .run();
+    for (const auto &[id, stored] : image)
+        done = done && putParameter(database, id, stored);
+    done = done && SqliteStatement(database, "INSERT INTO sqlite_sequence(name, seq) VALUES('log', ?)")
+                       .bind(1, qint64(top))
+                       .run();
+    return done && database.exec("COMMIT");
+}
+
+StoreResult SqliteSchema::createFile(const std::string &path, const StoreImage &image, quint64 top,
+                                     const std::string &epoch)
+{
+    SqliteDatabase file;
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, StoreFiles::fileMode);
+    if (fd < 0) {
+        const StoreResult::Code code = errno == ENOSPC  ? StoreResult::Full
+                                       : errno == EROFS ? StoreResult::ReadOnly
+                                                        : StoreResult::Unreachable;
+        return {code, "cannot create the configuration store " + path + ": " + std::strerror(errno)};
+    }
+    ::close(fd);
+    StoreFiles::shareWithGroup(path);
+    if (!file.open(path, SqliteDatabase::ReadWrite) || !create(file, image, top, epoch)) {
+        const StoreResult result = file.result("cannot create");
+        file.close();
+        ::unlink(path.c_str());
+        return result;
+    }
+    file.close();
+    if (makeDurable(path)) return {};
+    const std::string reason = std::strerror(errno);
+    ::unlink(path.c_str());
+    return {StoreResult::Unreachable, "cannot create the configuration store " + path + ": " + reason};
+}
+
+int SqliteSchema::readParameters(SqliteDatabase &database, StoreImage &image)
+{
+    int broken = 0;
+    SqliteStatement rows(database, "SELECT id, kind, value, version, source, time, crc FROM param");
+    while (rows.step()) {
+        const auto id = static_cast<std::uint32_t>(rows.integer(0));
+        StoredValue stored{rows.value(1, 2), static_cast<quint64>(rows.integer(3)), rows.bytes(4),
+                           rows.integer(5)};
+        if (rowChecksum(id, stored.value, stored.version) == static_cast<std::uint32_t>(rows.integer(6)))
+            image[id] = std::move(stored);
+        else
+            ++broken;
+    }
+    return broken;
+}
+
+quint64 SqliteSchema::newestVersion(SqliteDatabase &database)
+{
+    return static_cast<quint64>(database.number("SELECT seq FROM sqlite_sequence WHERE name = 'log'", 0));
+}

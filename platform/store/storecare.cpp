@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/storecare.h"
+
+#include <chrono>
+#include <thread>
+
+#include <pthread.h>
+
+namespace {
+constexpr std::chrono::milliseconds interval{1000};
+}
+
+StoreCare::StoreCare(std::unique_ptr<StoreBackend> backend) : _backend(std::move(backend)) {}
+
+void StoreCare::start()
+{
+    _ended = false;
+    std::thread thread([self = shared_from_this()] { self->run(); });
+    pthread_setname_np(thread.native_handle(), "store-care");
+    thread.detach(); // stop() waits for its end, with a limit
+}
+
+void StoreCare::stop(int milliseconds)
+{
+    std::unique_lock lock(_mutex);
+    _stopping = true;
+    _changed.notify_all();
+    _changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return _ended; });
+}
+
+void StoreCare::run()
+{
+    std::unique_lock lock(_mutex);
+    while (!_changed.wait_for(lock, interval, [this] { return _stopping; })) {
+        lock.unlock();
+        _backend->care();
+        lock.lock();
+    }
+    lock.unlock();
+    _backend.reset();
+    lock.lock();
+    _ended = true;
+    _changed.notify_all();
+}

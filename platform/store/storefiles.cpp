@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/storefiles.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <vector>
+
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr mode_t folderMode = 0770;
+constexpr const char *groupName = "xp";
+constexpr const char *stateFolder = "/var/lib/xp";
+constexpr const char *runFolder = "/run/xp";
+constexpr long ballastBytes = 1 << 20;
+// The ballast is put back only when that much more is free, so that it does not fill the disk itself.
+constexpr unsigned long long ballastMargin = 16ULL << 20;
+
+gid_t storeGroup()
+{
+    static const gid_t gid = [] {
+        std::vector<char> buffer(16384);
+        struct group entry
+        {};
+        struct group *found = nullptr;
+        if (::getgrnam_r(groupName, &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
+            return static_cast<gid_t>(-1);
+        return found->gr_gid;
+    }();
+    return gid;
+}
+
+void makeFolder(const std::string &path)
+{
+    std::error_code ignored;
+    if (path.empty() || fs::exists(path, ignored)) return;
+    makeFolder(fs::path(path).parent_path().string());
+    if (::mkdir(path.c_str(), folderMode) != 0) return;
+    // Group only: the owner stays who made it. Without the right to do so others simply have no access.
+    if (storeGroup() != static_cast<gid_t>(-1) &&
+        ::chown(path.c_str(), static_cast<uid_t>(-1), storeGroup()) != 0)
+        return;
+}
+
+} // namespace
+
+StoreFiles::StoreFiles(const std::string &databasePath)
+{
+    std::error_code failed;
+    const fs::path absolute = fs::absolute(databasePath, failed);
+    _database = failed ? databasePath : absolute.lexically_normal().string();
+}
+
+std::string StoreFiles::folder() const
+{
+    return fs::path(_database).parent_path().string();
+}
+
+std::string StoreFiles::socketFolder() const
+{
+    return folder() == stateFolder ? runFolder : folder();
+}
+
+std::string StoreFiles::socketPrefix() const
+{
+    return fs::path(_database).filename().string() + ".listener-";
+}
+
+void StoreFiles::makeFolders() const
+{
+    makeFolder(folder());
+    makeFolder(socketFolder());
+}
+
+void StoreFiles::shareWithGroup(const std::string &path)
+{
+    struct stat info
+    {};
+    if (::stat(path.c_str(), &info) != 0 || info.st_uid != ::geteuid()) return;
+    const gid_t group = storeGroup();
+    // A failure leaves the file usable by its owner, which is all that can be done without the right.
+    if (group != static_cast<gid_t>(-1) && info.st_gid != group &&
+        ::chown(path.c_str(), static_cast<uid_t>(-1), group) != 0)
+        return;
+    if ((info.st_mode & 07777) != fileMode && ::chmod(path.c_str(), fileMode) != 0) return;
+}
+
+std::optional<StoreFiles::Identity> StoreFiles::identity(const std::string &path)
+{
+    struct stat info
+    {};
+    if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+    return Identity{info.st_dev, info.st_ino};
+}
+
+std::string StoreFiles::backupPath(unsigned long long version) const
+{
+    return _database + ".backup-" + std::to_string(version);
+}
+
+std::vector<StoreFiles::Backup> StoreFiles::backups() const
+{
+    std::vector<Backup> found;
+    const std::string prefix = fs::path(backupPath(0)).filename().string();
+    const std::string stem = prefix.substr(0, prefix.size() - 1);
+    std::error_code failed;
+    for (fs::directory_iterator entry(folder(), failed), end; !failed && entry != end;
+         entry.increment(failed)) {
+        const std::string name = entry->path().filename().string();
+        if (!name.starts_with(stem)) continue;
+        const std::string digits = name.substr(stem.size());
+        if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) continue;
+        struct stat info
+        {};
+        if (::stat(entry->path().c_str(), &info) != 0) continue;
+        found.push_back({entry->path().string(), std::strtoull(digits.c_str(), nullptr, 10), info.st_mtime});
+    }
+    std::sort(found.begin(), found.end(),
+              [](const Backup &a, const Backup &b) { return a.version > b.version; });
+    return found;
+}
+
+void StoreFiles::removeOldBackups(std::size_t keep) const
+{
+    const std::vector<Backup> all = backups();
+    for (std::size_t i = keep; i < all.size(); ++i)
+        ::unlink(all[i].path.c_str());
+}
+
+std::optional<std::string> StoreFiles::setAside(const std::string &stamp) const
+{
+    std::string target = _database + ".broken-" + stamp;
+    for (int copy = 2; identity(target); ++copy)
+        target = _database + ".broken-" + stamp + "-" + std::to_string(copy);
+    if (::rename(_database.c_str(), target.c_str()) != 0 && errno != ENOENT) return std::nullopt;
+    // What belongs to the old database must not be taken for the new one's, also when the database itself
+    // is gone.
+    for (const char *suffix : {"-wal", "-shm"}) {
+        const std::string from = _database + suffix;
+        const std::string to = target + suffix;
+        if (::rename(from.c_str(), to.c_str()) != 0 && errno != ENOENT) return std::nullopt;
+    }
+    return target;
+}
+
+bool StoreFiles::freeBallast() const
+{
+    return ::unlink((_database + ".ballast").c_str()) == 0;
+}
+
+void StoreFiles::restoreBallast() const
+{
+    const std::string path = _database + ".ballast";
+    struct statvfs space
+    {};
+    if (identity(path) || ::statvfs(folder().c_str(), &space) != 0) return;
+    if (static_cast<unsigned long long>(space.f_bavail) * space.f_frsize < ballastBytes + ballastMargin)
+        return;
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, fileMode);
+    if (fd < 0) return;
+    const bool done = ::posix_fallocate(fd, 0, ballastBytes) == 0;
+    ::close(fd);
+    if (done)
+        shareWithGroup(path);
+    else
+        ::unlink(path.c_str());
+}

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/storelock.h"
+
+#include "platform/store/storefiles.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+StoreLock::StoreLock(std::string path) : _path(std::move(path)) {}
+
+StoreLock::~StoreLock()
+{
+    if (_fd >= 0) ::close(_fd);
+}
+
+bool StoreLock::openFile()
+{
+    if (_fd >= 0) ::close(_fd);
+    _fd = ::open(_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, StoreFiles::fileMode);
+    _error = _fd < 0 ? errno : 0;
+    if (_fd >= 0) StoreFiles::shareWithGroup(_path);
+    return _fd >= 0;
+}
+
+bool StoreLock::isAtPath() const
+{
+    struct stat ours
+    {
+    }, there{};
+    return ::fstat(_fd, &ours) == 0 && ::stat(_path.c_str(), &there) == 0 && ours.st_dev == there.st_dev &&
+           ours.st_ino == there.st_ino;
+}
+
+bool StoreLock::acquire(int milliseconds, const std::atomic<bool> *interrupted)
+{
+    // flock() knows no time limit, so it is asked again and again. The waiting is counted and not measured:
+    // other processes do not share this process's clock.
+    constexpr int pause = 1;
+    for (int waited = 0;; waited += pause) {
+        if (_fd < 0 && !openFile()) return false;
+        if (::flock(_fd, LOCK_EX | LOCK_NB) == 0) {
+            if (isAtPath()) return true;
+            // Somebody has removed the file; a lock on it would exclude nobody who comes later.
+            if (!openFile()) return false;
+            continue;
+        }
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+            _error = errno;
+            return false;
+        }
+        if (waited >= milliseconds || (interrupted && interrupted->load())) {
+            _error = EWOULDBLOCK;
+            return false;
+        }
+        ::poll(nullptr, 0, pause);
+    }
+}
+
+void StoreLock::release()
+{
+    if (_fd >= 0) ::flock(_fd, LOCK_UN);
+}

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/storememory.h"
+
+#include <algorithm>
+
+namespace {
+
+bool isCommand(std::uint32_t id)
+{
+    const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
+    return descriptor && descriptor->keep() == ParamDescriptor::Keep::Command;
+}
+
+bool everyWriteIsEvent(std::uint32_t id)
+{
+    const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
+    return descriptor && descriptor->everyWriteIsEvent();
+}
+
+StoreValue defaultOf(std::uint32_t id)
+{
+    const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
+    return descriptor ? descriptor->defaultValue() : StoreValue();
+}
+
+} // namespace
+
+StoreValue StoreMemory::value(const ParamDescriptor &descriptor) const
+{
+    const std::lock_guard lock(_mutex);
+    if (const auto found = _queued.find(descriptor.id()); found != _queued.end()) return found->second.value;
+    const auto found = _committed.find(descriptor.id());
+    // A row of another kind was written by another version of the program: as good as none.
+    if (found == _committed.end() || found->second.value.kind != descriptor.valueKind())
+        return descriptor.defaultValue();
+    return found->second.value;
+}
+
+bool StoreMemory::isLoaded() const
+{
+    const std::lock_guard lock(_mutex);
+    return _loaded;
+}
+
+StoreImage StoreMemory::committed() const
+{
+    const std::lock_guard lock(_mutex);
+    return _committed;
+}
+
+void StoreMemory::queued(eParam_t id, const StoreValue &value)
+{
+    if (isCommand(id)) return;
+    const std::lock_guard lock(_mutex);
+    Queued &entry = _queued[id];
+    entry.value = value;
+    ++entry.count;
+}
+
+void StoreMemory::unqueued(eParam_t id, const StoreValue &value, quint64 version, const std::string &source)
+{
+    if (isCommand(id)) return;
+    const std::lock_guard lock(_mutex);
+    const auto found = _queued.find(id);
+    if (found != _queued.end() && --found->second.count == 0) _queued.erase(found);
+    StoredValue &known = _committed[id];
+    if (version > known.version) known = {value, version, source, 0};
+}
+
+void StoreMemory::apply(const StoreChange &change)
+{
+    if (isCommand(change.id)) return;
+    const std::lock_guard lock(_mutex);
+    StoredValue &known = _committed[change.id];
+    if (change.stored.version > known.version) known = change.stored;
+}
+
+std::vector<StoreChange> StoreMemory::reload(const StoreImage &image)
+{
+    const std::lock_guard lock(_mutex);
+    std::vector<StoreChange> differences;
+    for (const auto &[id, stored] : image) {
+        const auto known = _committed.find(id);
+        const bool isEqual =
+            (known == _committed.end() ? defaultOf(id) : known->second.value) == stored.value;
+        const bool isNewer = known == _committed.end() || known->second.version < stored.version;
+        if (!isEqual || (isNewer && everyWriteIsEvent(id))) differences.push_back({eParam_t(id), stored});
+    }
+    for (const auto &[id, known] : _committed)
+        if (!image.contains(id) && known.value != defaultOf(id))
+            differences.push_back({eParam_t(id), {defaultOf(id), 0, {}, 0}});
+    std::sort(differences.begin(), differences.end(),
+              [](const StoreChange &a, const StoreChange &b) { return a.stored.version < b.stored.version; });
+    _committed = image;
+    _loaded = true;
+    return differences;
+}

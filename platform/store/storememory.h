@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/store/storebackend.h"
+
+#include <mutex>
+
+/// What a client knows of the store: the committed values, and over them its own writes that wait in the
+/// queue. Any thread; never waits for anything but another look into memory.
+class StoreMemory
+{
+public:
+    /// The value as this client sees it: its queued one, else the committed one, else the default.
+    StoreValue value(const ParamDescriptor &descriptor) const;
+    /// True once the store has been read.
+    bool isLoaded() const;
+    /// Committed values, for restoring a store that has been lost.
+    StoreImage committed() const;
+
+    void queued(eParam_t id, const StoreValue &value);
+    /// A queued write has left the queue; `version` 0 when it changed nothing or was given up.
+    void unqueued(eParam_t id, const StoreValue &value, quint64 version, const std::string &source);
+    /// A committed change, whoever made it. An older one than what is known changes nothing.
+    void apply(const StoreChange &change);
+    /// Takes over a snapshot; what differs from what was known before, in the order of the writes.
+    std::vector<StoreChange> reload(const StoreImage &image);
+
+private:
+    struct Queued
+    {
+        StoreValue value;
+        int count = 0;
+    };
+    mutable std::mutex _mutex;
+    StoreImage _committed;
+    std::unordered_map<std::uint32_t, Queued> _queued;
+    bool _loaded = false;
+};

@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/storereader.h"
+
+#include "platform/qmx/core/qmxlog.h"
+
+#include <QCoreApplication>
+#include <QMetaObject>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int safetyPollMilliseconds = 250; // finds what a lost wake-up would have told
+constexpr int batch = 256;                  // changes read at once, so that a read is short
+constexpr int prepareAgainTurns = 20;       // after a store could not be prepared
+constexpr qint64 microseconds = 1'000'000;
+constexpr qint64 nsPerMicrosecond = 1'000;
+
+} // namespace
+
+StoreReader::StoreReader(std::unique_ptr<StoreBackend> backend, const StoreContext &context,
+                         std::shared_ptr<StoreMemory> memory, std::shared_ptr<StoreState> state,
+                         std::shared_ptr<DeliveryGate> gate, bool awaitEventLoop, bool thorough)
+    : _backend(std::move(backend)),
+      _context(context),
+      _memory(std::move(memory)),
+      _state(std::move(state)),
+      _gate(std::move(gate)),
+      _awaitEventLoop(awaitEventLoop),
+      _thorough(thorough),
+      _wakeFd(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+{}
+
+StoreReader::~StoreReader()
+{
+    if (_wakeFd >= 0) ::close(_wakeFd);
+}
+
+void StoreReader::start()
+{
+    _ended = false;
+    std::thread thread([self = shared_from_this()] { self->run(); });
+    pthread_setname_np(thread.native_handle(), "store-events");
+    thread.detach(); // stop() waits for its end, with a limit
+}
+
+bool StoreReader::waitUntilLoaded(int milliseconds)
+{
+    std::unique_lock lock(_mutex);
+    _changed.wait_for(lock, std::chrono::milliseconds(milliseconds),
+                      [this] { return _firstLoadTried || _ended; });
+    return _memory->isLoaded();
+}
+
+void StoreReader::addListener(const void *owner, ConfigEventListener *listener)
+{
+    QCoreApplication *application = _awaitEventLoop ? QCoreApplication::instance() : nullptr;
+    const auto ready = std::make_shared<std::atomic<bool>>(application == nullptr);
+    {
+        const std::lock_guard delivery(_deliveryMutex);
+        const std::lock_guard lock(_mutex);
+        if (_listeners.empty()) _gate->join(this, _taken);
+        _listeners.push_back({owner, listener, _taken, ready, false});
+    }
+    if (application)
+        QMetaObject::invokeMethod(
+            application,
+            [weak = weak_from_this(), ready] {
+                *ready = true;
+                if (const auto self = weak.lock()) self->wake();
+            },
+            Qt::QueuedConnection);
+    wake();
+}
+
+void StoreReader::removeListeners(const void *owner)
+{
+    const std::lock_guard delivery(_deliveryMutex);
+    std::erase_if(_listeners, [owner](const Listener &entry) { return entry.owner == owner; });
+    if (_listeners.empty()) _gate->leave(this);
+}
+
+void StoreReader::stopDelivering()
+{
+    const std::lock_guard delivery(_deliveryMutex);
+    _delivering = false;
+    _gate->leave(this);
+}
+
+void StoreReader::stop(int milliseconds)
+{
+    std::unique_lock lock(_mutex);
+    _stopping = true;
+    wake();
+    if (_changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return _ended; })) return;
+    *_context.interrupted = true;
+}
+
+bool StoreReader::isStopping() const
+{
+    const std::lock_guard lock(_mutex);
+    return _stopping;
+}
+
+void StoreReader::wake() const
+{
+    const quint64 one = 1;
+    // A counter that is full wakes the thread as well.
+    if (::write(_wakeFd, &one, sizeof one) < 0) return;
+}
+
+void StoreReader::run()
+{
+    _backend->listen();
+    while (!isStopping()) {
+        if (!_isPrepared && _turnsUntilPrepare-- <= 0) prepare();
+        const StoreResult result = _loaded ? follow() : load();
+        _state->report(result);
+        if (result.code == StoreResult::Damaged) {
+            _isPrepared = false;
+            _turnsUntilPrepare = 0;
+        }
+        {
+            const std::lock_guard lock(_mutex);
+            _firstLoadTried = true;
+            _changed.notify_all();
+        }
+        deliver();
+        wait();
+    }
+    _backend.reset();
+    const std::lock_guard lock(_mutex);
+    _ended = true;
+    _changed.notify_all();
+}
+
+void StoreReader::prepare()
+{
+    const StoreResult result = _backend->prepare(_thorough);
+    _isPrepared = result.isDone();
+    _turnsUntilPrepare = prepareAgainTurns;
+    // Its reason is told by the read that follows, unless that succeeds.
+}
+
+void StoreReader::taken(quint64 version)
+{
+    const std::lock_guard lock(_mutex);
+    _taken = version;
+}
+
+/// Takes the store as it is now: at first, and whenever the way from the cursor to now is not known.
+StoreResult StoreReader::load()
+{
+    StoreImage image;
+    StoreCursor cursor;
+    const StoreResult result = _backend->snapshot(image, cursor);
+    if (!result.isDone()) return result;
+    std::vector<StoreChange> differences = _memory->reload(image);
+    // Before the first look nobody can have got a value that would now have to be corrected.
+    if (_firstLoadTried)
+        for (StoreChange &difference : differences)
+            _waiting.push_back(std::move(difference));
+    _cursor = cursor;
+    _loaded = true;
+    taken(cursor.version);
+    return {};
+}
+
+StoreResult StoreReader::follow()
+{
+    if (_waiting.size() >= bound) return {};
+    std::vector<StoreChange> changes;
+    bool reload = false;
+    const StoreResult result = _backend->changes(_cursor, batch, changes, reload);
+    if (!result.isDone()) {
+        // A clock that stands still for a store that does not answer would stand still for ever.
+        if (!_followFailed) _gate->leave(this);
+        _followFailed = true;
+        return result;
+    }
+    if (_followFailed) {
+        _followFailed = false;
+        const std::lock_guard delivery(_deliveryMutex);
+        if (!_listeners.empty() && _delivering) _gate->join(this, _cursor.version);
+    }
+    if (reload) return load();
+    for (StoreChange &change : changes) {
+        _memory->apply(change);
+        _cursor.version = change.stored.version;
+        if (change.stored.source != _context.source) _waiting.push_back(std::move(change));
+    }
+    if (!changes.empty()) taken(_cursor.version);
+    _moreToRead = changes.size() == batch;
+    return {};
+}
+
+void StoreReader::deliver()
+{
+    while (deliverOne()) {}
+    if (_waiting.empty() && _loaded) _gate->passed(this, _cursor.version);
+}
+
+/// False when nothing is left that could be delivered now.
+bool StoreReader::deliverOne()
+{
+    const std::lock_guard delivery(_deliveryMutex);
+    if (!_delivering || _listeners.empty()) {
+        _waiting.clear();
+        return false;
+    }
+    bool everybodyIsReady = true;
+    // By index: a listener may add another one.
+    for (std::size_t i = 0; i < _listeners.size(); ++i) {
+        everybodyIsReady = everybodyIsReady && *_listeners[i].ready;
+        if (!*_listeners[i].ready || _listeners[i].told) continue;
+        _listeners[i].told = true;
+        tellOnce(_listeners[i]);
+    }
+    if (!everybodyIsReady || _waiting.empty()) return false;
+    const StoreChange change = std::move(_waiting.front());
+    _waiting.pop_front();
+    for (std::size_t i = 0; i < _listeners.size(); ++i)
+        if (change.stored.version == 0 || change.stored.version > _listeners[i].from)
+            call(_listeners[i].listener, change);
+    return true;
+}
+
+void StoreReader::tellOnce(const Listener &listener) const
+{
+    ConfigEventListener *const target = listener.listener; // the list may grow in the call
+    for (const ParamDescriptor *descriptor : AllDescriptors())
+        if (descriptor->isToldToNewListeners())
+            call(target, {descriptor->id(),
+                          {_memory->value(*descriptor),
+                           0,
+                           {},
+                           _context.environment.clock->wallTime() / nsPerMicrosecond}});
+}
+
+void StoreReader::call(ConfigEventListener *listener, const StoreChange &change) const
+{
+    const StoredValue &stored = change.stored;
+    const timeval time{static_cast<time_t>(stored.time / microseconds),
+                       static_cast<suseconds_t>(stored.time % microseconds)};
+    switch (stored.value.kind) {
+    case StoreValue::Kind::Unsigned:
+        listener->ParamChanged(change.id, stored.value.number, time);
+        return;
+    case StoreValue::Kind::String:
+        listener->ParamChanged(change.id, stored.value.text, time);
+        return;
+    case StoreValue::Kind::Data:
+        break;
+    }
+    std::string bytes = stored.value.text;
+    if (listener->DataChanged(change.id, bytes, time)) return;
+    const ParamDescriptor *descriptor = GetDescriptor(change.id);
+    listener->ParamChanged(ConfigEvent{change.id,
+                                       descriptor ? descriptor->type() : int(ParamDescriptor::Data), 0,
+                                       stored.value.text, time, stored.version, stored.source});
+}
+
+void StoreReader::wait()
+{
+    pollfd descriptors[] = {{_wakeFd, POLLIN, 0}, {_backend->listen(), POLLIN, 0}};
+    const int timeout = _moreToRead ? 0 : safetyPollMilliseconds;
+    // Other processes write when it suits them: this waits for the machine, not for this process's clock.
+    ::poll(descriptors, 2, timeout);
+    quint64 count = 0;
+    if (::read(_wakeFd, &count, sizeof count) < 0) count = 0;
+    _backend->drain();
+}

@@ -56,11 +56,15 @@ function(xp_program name)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS})
 endfunction()
 
-# xp_tests(NAME [LIBS ...] [LABELS ...] [TIMEOUT seconds]): one test program of all sources in this
-# folder; each test runs in a process of its own. tests/support has its main().
+# xp_tests(NAME [LIBS ...] [LABELS ...] [TIMEOUT seconds] [EXCLUDE file ...] [SERIAL]): one test program of
+# all sources in this folder; each test runs in a process of its own (SERIAL: and with no other beside it).
+# tests/support has its main().
 function(xp_tests name)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "LIBS;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "LIBS;LABELS;EXCLUDE" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  foreach(file IN LISTS ARG_EXCLUDE)
+    list(REMOVE_ITEM sources ${CMAKE_CURRENT_SOURCE_DIR}/${file})
+  endforeach()
   if(NOT sources)
     return()
   endif()
@@ -72,5 +76,5 @@ function(xp_tests name)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_support GTest::gtest)
   include(GoogleTest)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" RUN_SERIAL ${ARG_SERIAL})
 endfunction()

@@ -3,6 +3,7 @@
 
 #include "platform/product/shmstring.h"
 #include "platform/qmx/core/qmxlockfile.h"
+#include "platform/store/alarmvalue.h"
 #include "platform/store/configfactoryimpl.h"
 
 #include <atomic>
@@ -125,11 +126,17 @@ QList<Recorder::Alarm> Recorder::alarms() const
 {
     QList<Alarm> list;
     for (const ParamDescriptor *descriptor : AllDescriptors()) {
-        AlarmRecord record;
-        if (descriptor->isAlarm() && AlarmProducer::current(_config.get(), descriptor->id(), record)) {
+        if (!descriptor->isAlarm()) {
+            continue;
+        }
+        std::string value;
+        std::string message;
+        AlarmSeverity severity = AlarmSeverity::Information;
+        if (_config->getData(descriptor->id(), value) && parseAlarmValue(value, severity, message)) {
             static constexpr const char *levels[] = {"information", "warning", "error"};
-            list.append({descriptor->id(), QString::fromStdString(descriptor->name()),
-                         levels[qBound(0, record.severity, 2)], QString::fromStdString(record.message)});
+            // Alarms of a condition come without a text; what the parameter means says it.
+            list.append({descriptor->id(), QString::fromStdString(descriptor->name()), levels[int(severity)],
+                         QString::fromStdString(message.empty() ? descriptor->help() : message)});
         }
     }
     return list;

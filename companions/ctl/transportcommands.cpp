@@ -175,7 +175,6 @@ ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &argu
     }
     const auto before = recorder.alarms();
     const qint64 shown = recorder.counter("frames_shown");
-    const qint64 ends = recorder.counter("ends_reached");
     const auto play = [&] { recorder.write(eParam_TransportSpeed, speed); };
     if (const QString reason = recorder.write(eParam_TransportSpeed, speed); !reason.isEmpty()) {
         return storeError(report, reason);
@@ -183,13 +182,11 @@ ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &argu
     if (!arguments.wait) {
         return ExitCode::Done;
     }
-    // A short clip may have reached its end before we look: that counts as played.
-    const auto runs = [&] {
-        return recorder.isInPlay() && (recorder.counter("frames_shown") > shown || value == 0.0) &&
-               (value == 0.0 || recorder.isPlaying() || recorder.counter("ends_reached") > ends);
-    };
-    const bool started =
-        recorder.waitFor(runs, repeatFor, play, repeatEvery) || recorder.waitFor(runs, effectWithin);
+    const auto shows = [&] { return recorder.isInPlay() && recorder.counter("frames_shown") > shown; };
+    const auto runs = [&] { return shows() && (value == 0.0 || recorder.isPlaying()); };
+    // A clip of a few frames may be at its end before we look: a held picture then counts as played.
+    const bool started = recorder.waitFor(runs, repeatFor, play, repeatEvery) || shows() ||
+                         recorder.waitFor(shows, effectWithin);
     if (!started) {
         return gaveUp(recorder, report, "playback has not begun", recorder.newErrors(before));
     }

@@ -16,8 +16,6 @@ public:
 private:
     friend class QmxBuffer;
     friend class QmxMemoryPool;
-    QmxBufferData() = default;
-    ~QmxBufferData() = default;
     static void release(QmxBufferData *data);
 
     QAtomicInt _ref;

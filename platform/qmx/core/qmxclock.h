@@ -47,6 +47,8 @@ public:
     virtual bool sleepUntil(qint64 deadline, QmxInterrupt *interrupt = nullptr) = 0;
     /// Work in flight. While a copy of the token lives, a stepped clock does not move: whoever queues work
     /// for another thread keeps a token in the queued item until it is done. Null and free of cost elsewhere.
+    /// Tokens held over a sleep of whoever works them off (a disk that hangs, say) would stop the time for
+    /// good: QmxTaskThread does it right, queues of one's own should be built on it.
     virtual std::shared_ptr<void> busy();
     /// Registers the calling thread for as long as the token lives (it must go on the same thread): on a
     /// stepped clock the thread then counts as busy whenever it is not inside sleepUntil(), from the very
@@ -57,6 +59,10 @@ public:
     virtual double speed() const;
     /// True for the clock that only moves when everybody waits.
     virtual bool isStepped() const;
+
+protected:
+    /// Waits for a moment of CLOCK_MONOTONIC.
+    static bool waitReal(qint64 deadline, QmxInterrupt *interrupt);
 };
 
 /// CLOCK_MONOTONIC and CLOCK_REALTIME.
@@ -111,15 +117,20 @@ public:
     void setLimit(qint64 limit);
     qint64 limit() const;
 
-    /// Moves to the earliest of the sleepers' deadlines, `timerDeadline` and the limit, and wakes whom it
-    /// concerns; false (nothing moved) while somebody is busy or when the limit is reached.
-    bool advanceTowards(qint64 timerDeadline);
+    /// Moves to the earliest of the sleepers' deadlines, `timerDeadline` and the limit (`beyondLimit`: or not
+    /// that), and wakes one sleeper that is due; false (nothing happened) while somebody is busy, when the
+    /// limit is reached, or when there is nothing to wait for.
+    bool advanceTowards(qint64 timerDeadline, bool beyondLimit = false);
+    bool isBusy() const;
+    /// The calling thread is the one that moves the time: its own sleeps do so.
+    void setMover();
     /// Waits (in real time) until nobody is busy or `milliseconds` have passed; true when nobody is. Woken
     /// also by kick(), which the dispatcher's wakeUp() calls.
     bool waitUntilIdle(int milliseconds);
     void kick();
 
 private:
+    bool moveUntil(qint64 deadline, QmxInterrupt *interrupt);
     struct State;
     std::shared_ptr<State> _state;
 };

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxtimecode.h"
 
 #include <QList>
 #include <QString>
 
-#include <functional>
 #include <memory>
 #include <optional>
 
@@ -41,14 +39,6 @@ public:
     void frameWritten(const QString &path, const QmxTimecode &timecode, bool first);
     /// The file has been closed; the entry goes.
     void streamClosed(const QString &path);
-
-    /// The writer of a stream has failed for good: its stream stays open and full and drops what comes. Tells
-    /// every listener, on the calling thread.
-    void writeFailed(const QString &path, const QmxError &error);
-    /// Whoever hands out the frames of a take listens for its failure, so that the take ends with an alarm.
-    /// Called on any thread: hand it on as an event. Listens as long as the token lives.
-    using WriteFailure = std::function<void(const QString &path, const QmxError &error)>;
-    std::shared_ptr<void> onWriteFailed(WriteFailure listener);
 
     /// The entry of a clip that is being recorded, or nothing.
     std::optional<Entry> entry(const QString &path) const;

@@ -10,7 +10,8 @@
 
 /// A named thread that runs tasks in the order in which they were posted. Owner: whoever constructed it;
 /// the destructor runs what is queued and joins. The queue is bounded; a full queue refuses (post()
-/// returns false) and the caller decides. Each queued task holds the clock's busy token until it has run.
+/// returns false) and the caller decides. On a stepped clock the thread counts as busy from post() until its
+/// queue is empty, except while a task sleeps on the clock.
 /// All members may be called from any thread; stop() and abandon() only by the owner.
 class QmxTaskThread
 {
@@ -34,6 +35,7 @@ public:
     void abandon();
 
 private:
+    void letTimePass();
     struct State;
     std::shared_ptr<State> _state;
 };

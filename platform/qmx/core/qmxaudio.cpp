@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxaudio.h"
+
+#include <cstring>
+
+QmxAudio::QmxAudio(const QmxAudioDesc &desc, const QmxBuffer &buffer, int samples)
+    : _desc(desc), _buffer(buffer), _samples(qMax(samples, 0))
+{
+    const qsizetype needed = qsizetype(_samples) * desc.channels() * qsizetype(sizeof(qint32));
+    _valid = desc.isValid() && buffer.isValid() && buffer.size() >= needed;
+}
+
+QmxAudio QmxAudio::silence(const QmxAudioDesc &desc, int samples)
+{
+    const qsizetype bytes = qsizetype(qMax(samples, 0)) * desc.channels() * qsizetype(sizeof(qint32));
+    QmxBuffer buffer = QmxBuffer::allocate(bytes);
+    if (buffer.isValid()) std::memset(buffer.data(), 0, size_t(bytes));
+    return QmxAudio(desc, buffer, samples);
+}
+
+const qint32 *QmxAudio::data() const
+{
+    return _valid ? reinterpret_cast<const qint32 *>(_buffer.constData()) : nullptr;
+}
+
+qint64 qmxAudioStart(qint64 frameNumber, const QmxVideoRate &rate)
+{
+    if (!rate.isValid()) return 0;
+    // Whole runs of `num` frames take a whole number of samples; only the rest needs rounding, and stays
+    // small enough for 64 bits at any frame number.
+    const qint64 num = rate.num();
+    qint64 runs = frameNumber / num;
+    qint64 rest = frameNumber % num;
+    if (rest < 0) {
+        rest += num;
+        --runs;
+    }
+    const qint64 samplesPerRun = qint64(qmxAudioRate) * rate.den();
+    return runs * samplesPerRun + (2 * rest * samplesPerRun + num) / (2 * num);
+}
+
+int qmxAudioSamples(qint64 frameNumber, const QmxVideoRate &rate)
+{
+    return int(qmxAudioStart(frameNumber + 1, rate) - qmxAudioStart(frameNumber, rate));
+}

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxcounters.h"
+
+#include "platform/qmx/core/qmxcounterslayout.h"
+
+#include <cstring>
+#include <fcntl.h>
+#include <mutex>
+#include <sys/mman.h>
+#include <unistd.h>
+
+using namespace QmxCountersLayout;
+
+namespace {
+
+struct Name
+{
+    const char *name;
+    const char *unit;
+};
+
+// In the order of QmxCounters::Row.
+constexpr Name names[] = {
+    {"recorded_up_to", "frames"},
+    {"current_clip_frames", "frames"},
+    {"frame_on_output", "frame number"},
+    {"list_entry_on_output", "entry"},
+    {"ticks", "ticks"},
+    {"late_ticks", "ticks"},
+    {"frames_in", "frames"},
+    {"frames_recorded", "frames"},
+    {"frames_shown", "frames"},
+    {"frames_dropped_capture", "frames"},
+    {"frames_dropped_playback", "frames"},
+    {"frames_repeated", "frames"},
+    {"source_repeats", "frames"},
+    {"source_skips", "frames"},
+    {"capture_queue", "frames"},
+    {"playback_queue", "frames"},
+    {"writer_queue", "frames"},
+    {"writer_queue_bytes", "bytes"},
+    {"cache_frames", "frames"},
+    {"write_latency_p50", "us"},
+    {"write_latency_p99", "us"},
+    {"write_latency_max", "us"},
+    {"write_errors", "errors"},
+    {"read_errors", "errors"},
+    {"preview_dropped", "frames"},
+    {"output_dropped", "frames"},
+    {"event_loop_longest", "us"},
+    {"pool_in_use", "bytes"},
+    {"pool_failures", "allocations"},
+    {"log_dropped", "records"},
+};
+static_assert(std::size(names) == QmxCounters::RowCount);
+
+constexpr size_t tableSize = sizeof(Header) + QmxCounters::RowCount * sizeof(Row);
+
+void fill(uchar *memory)
+{
+    auto *header = new (memory) Header;
+    header->headerSize = sizeof(Header);
+    header->rowSize = sizeof(Row);
+    header->count = QmxCounters::RowCount;
+    header->pid = int(getpid());
+    header->reserved = 0;
+    for (int i = 0; i < QmxCounters::RowCount; ++i) {
+        auto *row = new (memory + sizeof(Header) + size_t(i) * sizeof(Row)) Row;
+        std::strncpy(row->name, names[i].name, sizeof(row->name) - 1);
+        std::strncpy(row->unit, names[i].unit, sizeof(row->unit) - 1);
+    }
+    header->magic.store(magic, std::memory_order_release);
+}
+
+} // namespace
+
+struct QmxCounters::Private
+{
+    alignas(Header) uchar own[tableSize] = {};
+    std::atomic<uchar *> table{own};
+    std::mutex publishing;
+};
+
+QmxCounters::QmxCounters() : d(std::make_unique<Private>())
+{
+    fill(d->own);
+}
+
+QmxCounters::~QmxCounters() = default;
+
+QmxCounters *QmxCounters::instance()
+{
+    static QmxCounters *const counters = new QmxCounters; // any thread may count until the very end
+    return counters;
+}
+
+std::atomic<qint64> *QmxCounters::cell(Row row) const
+{
+    uchar *table = d->table.load(std::memory_order_acquire);
+    return &reinterpret_cast<QmxCountersLayout::Row *>(table + sizeof(Header))[row].value;
+}
+
+bool QmxCounters::publish(const QString &name)
+{
+    std::lock_guard lock(d->publishing);
+    const QByteArray path = name.toLocal8Bit();
+    // A new object in place of an old one: whoever still reads that one sees it stand still, not a mixture.
+    shm_unlink(path.constData());
+    const int fd = shm_open(path.constData(), O_CREAT | O_EXCL | O_RDWR, 0644);
+    if (fd < 0) return false;
+    void *memory = MAP_FAILED;
+    if (ftruncate(fd, tableSize) == 0)
+        memory = mmap(nullptr, tableSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    close(fd);
+    if (memory == MAP_FAILED) {
+        shm_unlink(path.constData());
+        return false;
+    }
+    auto *table = static_cast<uchar *>(memory);
+    fill(table);
+    auto *rows = reinterpret_cast<QmxCountersLayout::Row *>(table + sizeof(Header));
+    for (int i = 0; i < RowCount; ++i)
+        rows[i].value.store(value(Row(i)), std::memory_order_relaxed);
+    d->table.store(table, std::memory_order_release);
+    return true;
+}
+
+void QmxCounters::set(Row row, qint64 value)
+{
+    cell(row)->store(value, std::memory_order_relaxed);
+}
+
+void QmxCounters::add(Row row, qint64 increment)
+{
+    cell(row)->fetch_add(increment, std::memory_order_relaxed);
+}
+
+void QmxCounters::raise(Row row, qint64 value)
+{
+    std::atomic<qint64> *const counter = cell(row);
+    if (counter->load(std::memory_order_relaxed) < value) counter->store(value, std::memory_order_relaxed);
+}
+
+qint64 QmxCounters::value(Row row) const
+{
+    return cell(row)->load(std::memory_order_relaxed);
+}

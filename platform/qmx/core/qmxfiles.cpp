@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxfiles.h"
+
+#include <QFile>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+QmxFiles::~QmxFiles() = default;
+
+int QmxFiles::open(const QString &path, int flags, mode_t mode)
+{
+    return ::open64(QFile::encodeName(path).constData(), flags | O_CLOEXEC, mode);
+}
+
+int QmxFiles::close(int fd)
+{
+    return ::close(fd);
+}
+
+ssize_t QmxFiles::pread(int fd, void *data, size_t size, off64_t offset)
+{
+    return ::pread64(fd, data, size, offset);
+}
+
+ssize_t QmxFiles::pwrite(int fd, const void *data, size_t size, off64_t offset)
+{
+    return ::pwrite64(fd, data, size, offset);
+}
+
+int QmxFiles::fdatasync(int fd)
+{
+    return ::fdatasync(fd);
+}
+
+int QmxFiles::fsync(int fd)
+{
+    return ::fsync(fd);
+}
+
+int QmxFiles::ftruncate(int fd, off64_t size)
+{
+    return ::ftruncate64(fd, size);
+}
+
+int QmxFiles::fallocate(int fd, int mode, off64_t offset, off64_t length)
+{
+    return ::fallocate64(fd, mode, offset, length);
+}
+
+int QmxFiles::flock(int fd, int operation)
+{
+    return ::flock(fd, operation);
+}
+
+int QmxFiles::fstat(int fd, struct stat64 *data)
+{
+    return ::fstat64(fd, data);
+}
+
+int QmxFiles::stat(const QString &path, struct stat64 *data)
+{
+    return ::stat64(QFile::encodeName(path).constData(), data);
+}
+
+int QmxFiles::statfs(const QString &path, struct statfs64 *data)
+{
+    return ::statfs64(QFile::encodeName(path).constData(), data);
+}
+
+int QmxFiles::rename(const QString &from, const QString &to)
+{
+    return ::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData());
+}
+
+int QmxFiles::unlink(const QString &path)
+{
+    return ::unlink(QFile::encodeName(path).constData());
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxlatency.h"
+
+#include <bit>
+
+int QmxLatency::bucket(qint64 nanoseconds)
+{
+    const quint64 value = quint64(qMax<qint64>(nanoseconds, 0));
+    if (value < steps) return int(value);
+    // The leading bit chooses the group, the three bits behind it the step within.
+    const int shift = std::bit_width(value) - std::bit_width(quint64(steps));
+    return (shift + 1) * steps + int((value >> shift) - steps);
+}
+
+qint64 QmxLatency::upperEdge(int bucket)
+{
+    if (bucket < steps) return bucket;
+    const int shift = bucket / steps - 1;
+    return ((qint64(bucket % steps + steps) + 1) << shift) - 1;
+}
+
+void QmxLatency::add(qint64 nanoseconds)
+{
+    ++_buckets[size_t(bucket(nanoseconds))];
+    ++_count;
+    _maximum = qMax(_maximum, nanoseconds);
+}
+
+qint64 QmxLatency::percentile(double fraction) const
+{
+    const qint64 wanted = qMax<qint64>(1, qint64(double(_count) * fraction + 0.5));
+    qint64 seen = 0;
+    for (size_t i = 0; i < _buckets.size() && _count > 0; ++i) {
+        seen += _buckets[i];
+        if (seen >= wanted) return qMin(upperEdge(int(i)), _maximum);
+    }
+    return _maximum;
+}
+
+void QmxLatency::reset()
+{
+    *this = QmxLatency();
+}

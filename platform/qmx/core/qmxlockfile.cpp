@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxlockfile.h"
+
+#include <QFile>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// Locks of the open file description: they do not go when another part of the process closes the same file,
+// and can be asked for without being taken.
+struct flock wholeFile()
+{
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+} // namespace
+
+QmxLockFile::QmxLockFile(const QString &path) : _path(path) {}
+
+QmxLockFile::~QmxLockFile()
+{
+    if (_fd < 0) return;
+    // Emptied first, so that nobody reads the pid of a process that has let go.
+    if (ftruncate(_fd, 0) == 0) fdatasync(_fd);
+    ::close(_fd);
+}
+
+bool QmxLockFile::lock()
+{
+    if (_fd >= 0) return true;
+    const int fd = ::open(QFile::encodeName(_path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    if (fd < 0) return false;
+    struct flock request = wholeFile();
+    if (fcntl(fd, F_OFD_SETLK, &request) != 0) {
+        ::close(fd);
+        return false;
+    }
+    const QByteArray pid = QByteArray::number(getpid()) + '\n';
+    if (ftruncate(fd, 0) != 0 || pwrite(fd, pid.constData(), size_t(pid.size()), 0) != pid.size()) {
+        // The kernel lock counts; without room for the pid others cannot be told who holds it.
+    }
+    _fd = fd;
+    return true;
+}
+
+int QmxLockFile::whoHasLock() const
+{
+    if (_fd >= 0) return int(getpid());
+    const int fd = ::open(QFile::encodeName(_path).constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return 0;
+    int holder = 0;
+    struct flock query = wholeFile();
+    if (fcntl(fd, F_OFD_GETLK, &query) == 0 && query.l_type != F_UNLCK) {
+        char text[16] = {};
+        if (pread(fd, text, sizeof(text) - 1, 0) > 0) holder = QByteArray(text).trimmed().toInt();
+    }
+    ::close(fd);
+    return holder;
+}

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxplayhead.h"
+
+#include <QList>
+
+#include <atomic>
+#include <utility>
+
+struct QmxPlayhead::Private
+{
+    std::atomic<quint64> origin{0};
+    std::atomic<int> position{0};
+    bool opening = false;
+    QList<std::function<void()>> held;
+
+    void ends(quint64 which)
+    {
+        if (!opening || which != origin.load()) return;
+        opening = false;
+        const QList<std::function<void()>> callbacks = std::exchange(held, {});
+        for (const std::function<void()> &callback : callbacks)
+            callback();
+    }
+};
+
+QmxPlayhead::QmxPlayhead() : d(std::make_unique<Private>()) {}
+QmxPlayhead::~QmxPlayhead() = default;
+
+QmxPlayhead *QmxPlayhead::instance()
+{
+    static QmxPlayhead *const playhead = new QmxPlayhead;
+    return playhead;
+}
+
+quint64 QmxPlayhead::openBegins()
+{
+    d->opening = true;
+    return ++d->origin;
+}
+
+void QmxPlayhead::openFails(quint64 origin)
+{
+    d->ends(origin);
+}
+
+void QmxPlayhead::openEnds(quint64 origin)
+{
+    d->ends(origin);
+}
+
+bool QmxPlayhead::isOpening() const
+{
+    return d->opening;
+}
+
+quint64 QmxPlayhead::origin() const
+{
+    return d->origin;
+}
+
+void QmxPlayhead::whenOpened(std::function<void()> callback)
+{
+    if (d->opening)
+        d->held.append(std::move(callback));
+    else
+        callback();
+}
+
+void QmxPlayhead::setPosition(int frame)
+{
+    d->position = frame;
+}
+
+int QmxPlayhead::position() const
+{
+    return d->position;
+}

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/stream/qmxstreamsession.h"
+
+namespace {
+/// So that a picture is on the medium half a second after it was written, also when no other follows.
+constexpr int flushIntervalMs = 500;
+constexpr int growthIntervalMs = 100;
+} // namespace
+
+QString QmxStreamAsk::what() const
+{
+    return source.isList ? QStringLiteral("a play list of %1 clips").arg(source.entries.size()) : path();
+}
+
+QmxStreamSession::QmxStreamSession(const QmxStreamAsk &ask, QObject *home, Receiver *receiver,
+                                   std::shared_ptr<std::atomic<bool>> benchmark,
+                                   const QmxEnvironment &environment)
+    : _ask(ask), _post(home), _receiver(receiver)
+{
+    if (ask.writes)
+        makeWriter(environment, benchmark);
+    else
+        makeReader(environment);
+}
+
+QmxStreamSession::~QmxStreamSession()
+{
+    _post.detach();
+}
+
+void QmxStreamSession::makeWriter(const QmxEnvironment &environment,
+                                  const std::shared_ptr<std::atomic<bool>> &benchmark)
+{
+    // The thread may outlive this session: it holds the post, which goes deaf, and touches nothing else.
+    StreamWriter::Events events;
+    events.opened = [this, post = _post](const QmxError &error) {
+        post.post([this, error] {
+            if (!error.isError()) _timer.start(flushIntervalMs);
+            _receiver->sessionOpened(this, error, {});
+        });
+    };
+    events.closed = [this, post = _post](const QmxError &error) {
+        post.post([this, error] {
+            if (error.isError()) _receiver->sessionFailed(this, error, false);
+            _receiver->sessionClosed(this);
+        });
+    };
+    events.failed = [this, post = _post](const QmxError &error, bool fatal) {
+        post.post([this, error, fatal] { _receiver->sessionFailed(this, error, fatal); });
+    };
+    events.room = [this, post = _post] { post.post([this] { _receiver->sessionRoom(this); }); };
+    events.wrote = [this, post = _post, benchmark](qint64 microseconds) {
+        if (*benchmark) post.post([this, microseconds] { _receiver->sessionWrote(microseconds); });
+    };
+    _writer = std::make_unique<StreamWriter>(_ask.path(), _ask.clip, events, environment);
+    QObject::connect(&_timer, &QTimer::timeout, &_timer, [this] { _writer->flush(); });
+}
+
+void QmxStreamSession::makeReader(const QmxEnvironment &environment)
+{
+    StreamReader::Events events;
+    events.opened = [this, post = _post](const QmxError &error, const QmxStreamInfo &info) {
+        post.post([this, error, info] {
+            if (_reader->isGrowing()) _timer.start(growthIntervalMs);
+            _receiver->sessionOpened(this, error, info);
+        });
+    };
+    events.closed = [this, post = _post] { post.post([this] { _receiver->sessionClosed(this); }); };
+    events.results = [this, post = _post] { post.post([this] { _receiver->sessionResults(this); }); };
+    events.grown = [this, post = _post] { post.post([this] { _receiver->sessionGrown(this); }); };
+    _reader = std::make_unique<StreamReader>(_ask.source, events, environment);
+    QObject::connect(&_timer, &QTimer::timeout, &_timer, [this] {
+        if (_reader->isGrowing())
+            _reader->refresh();
+        else
+            _timer.stop();
+    });
+}
+
+void QmxStreamSession::open()
+{
+    if (_writer)
+        _writer->open();
+    else
+        _reader->open();
+}
+
+void QmxStreamSession::close()
+{
+    _timer.stop();
+    if (_writer)
+        _writer->close();
+    else
+        _reader->close();
+}
+
+void QmxStreamSession::abandon()
+{
+    _timer.stop();
+    _post.detach();
+    if (_writer) _writer->abandon();
+}

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxoperations.h"
+#include "platform/qmx/stream/qmxclipinfo.h"
+#include "platform/qmx/stream/qmxstreampost.h"
+#include "platform/qmx/stream/streamreader.h"
+#include "platform/qmx/stream/streamwriter.h"
+
+#include <QTimer>
+
+#include <atomic>
+#include <memory>
+
+/// What one open() of a stream asked for.
+struct QmxStreamAsk
+{
+    int number = 0; ///< counts the opens
+    bool writes = false;
+    StreamReaderSource source;
+    QmxClipInfo clip;       ///< writing: what it shall be
+    bool cancelled = false; ///< close() has been called before it was open
+
+    QString path() const { return source.entries.isEmpty() ? QString() : source.entries.constFirst().path; }
+    /// For the operator: the path, or how many clips the list has.
+    QString what() const;
+};
+
+/// One open of a stream, from its begin until the file is closed: the reader or the writer behind it, and
+/// the posted events by which their threads come back to the event loop. Event loop only.
+class QmxStreamSession
+{
+public:
+    /// The stream. All calls out of posted events; `session` may be one that the stream has let go.
+    class Receiver
+    {
+    public:
+        virtual ~Receiver() = default;
+        virtual void sessionOpened(QmxStreamSession *session, const QmxError &error,
+                                   const QmxStreamInfo &info) = 0;
+        virtual void sessionClosed(QmxStreamSession *session) = 0;
+        virtual void sessionResults(QmxStreamSession *session) = 0;
+        virtual void sessionGrown(QmxStreamSession *session) = 0;
+        virtual void sessionRoom(QmxStreamSession *session) = 0;
+        virtual void sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal) = 0;
+        virtual void sessionWrote(qint64 microseconds) = 0;
+    };
+
+    /// `home` is the object whose posted events are used; `benchmark` is looked at for every frame written.
+    QmxStreamSession(const QmxStreamAsk &ask, QObject *home, Receiver *receiver,
+                     std::shared_ptr<std::atomic<bool>> benchmark, const QmxEnvironment &environment);
+    /// Nothing is told any more. A writer that is open is closed before; one that hangs is left behind.
+    ~QmxStreamSession();
+    QmxStreamSession(const QmxStreamSession &) = delete;
+    QmxStreamSession &operator=(const QmxStreamSession &) = delete;
+
+    const QmxStreamAsk &ask() const { return _ask; }
+    bool isCancelled() const { return _ask.cancelled; }
+    void setCancelled() { _ask.cancelled = true; }
+    StreamReader *reader() const { return _reader.get(); }
+    StreamWriter *writer() const { return _writer.get(); }
+
+    void open();
+    void close();
+    /// The thread hangs: leaves it behind.
+    void abandon();
+
+private:
+    void makeWriter(const QmxEnvironment &environment, const std::shared_ptr<std::atomic<bool>> &benchmark);
+    void makeReader(const QmxEnvironment &environment);
+
+    QmxStreamAsk _ask;
+    QmxStreamPost _post;
+    Receiver *_receiver;
+    QTimer _timer; ///< flushes what is written, looks whether what is read has grown
+    std::unique_ptr<StreamReader> _reader;
+    std::unique_ptr<StreamWriter> _writer;
+};

@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxeventdispatcher.h"
+
+#include "platform/qmx/core/qmxtimertable.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <atomic>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr qint64 never = QmxTimerTable::never;
+/// Real time for which a stepped loop waits for busy threads before it looks at its sockets again.
+constexpr int lookAgainMs = 20;
+
+short pollEvents(QSocketNotifier::Type type)
+{
+    return type == QSocketNotifier::Read ? POLLIN : type == QSocketNotifier::Write ? POLLOUT : POLLPRI;
+}
+
+/// Conditions that wake a notifier: end and error are told as readable and writable.
+short wakingEvents(QSocketNotifier::Type type)
+{
+    constexpr short broken = POLLHUP | POLLERR;
+    return type == QSocketNotifier::Exception ? POLLPRI : short(pollEvents(type) | broken);
+}
+
+} // namespace
+
+struct QmxEventDispatcher::Private
+{
+    std::shared_ptr<QmxClock> clock;
+    QmxSteppedClock *stepped = nullptr; // the same clock, when it is one
+    QmxTimerTable timers;
+    QList<QSocketNotifier *> notifiers;
+    int wakeFd = -1;
+    std::atomic<bool> wake{true}; // something was posted: look before waiting
+    std::atomic<bool> interrupted{false};
+    int depth = 0;
+    int idleCalls = 0; // calls in a row that may not wait and found nothing
+
+    bool poll(qint64 timeout, bool sockets, std::vector<QSocketNotifier *> *ready);
+    bool activateSockets(bool enabled);
+    bool waitReal(QEventLoop::ProcessEventsFlags flags);
+    bool waitStepped(QEventLoop::ProcessEventsFlags flags);
+    bool pending() const { return wake.load() || interrupted.load(); }
+};
+
+QmxEventDispatcher::QmxEventDispatcher(std::shared_ptr<QmxClock> clock, QObject *parent)
+    : QAbstractEventDispatcher(parent), d(std::make_unique<Private>())
+{
+    d->clock = std::move(clock);
+    d->wakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    if (d->clock->isStepped()) {
+        d->stepped = static_cast<QmxSteppedClock *>(d->clock.get());
+        d->stepped->setMover();
+    }
+}
+
+QmxEventDispatcher::~QmxEventDispatcher()
+{
+    ::close(d->wakeFd);
+}
+
+std::shared_ptr<QmxClock> QmxEventDispatcher::clock() const
+{
+    return d->clock;
+}
+
+/// Waits up to `timeout` nanoseconds of real time (`never`: without end) for a wake-up or a socket; whether
+/// there was one. `ready`: takes the notifiers whose condition holds.
+bool QmxEventDispatcher::Private::poll(qint64 timeout, bool sockets, std::vector<QSocketNotifier *> *ready)
+{
+    std::vector<pollfd> fds{{wakeFd, POLLIN, 0}};
+    if (sockets)
+        for (const QSocketNotifier *notifier : std::as_const(notifiers))
+            fds.push_back({int(notifier->socket()), pollEvents(notifier->type()), 0});
+    timespec limit = {};
+    if (timeout != never) {
+        limit.tv_sec = timeout / QmxClock::nsPerSecond;
+        limit.tv_nsec = timeout % QmxClock::nsPerSecond;
+    }
+    if (ppoll(fds.data(), fds.size(), timeout == never ? nullptr : &limit, nullptr) <= 0) return false;
+    std::vector<QSocketNotifier *> closed;
+    for (size_t i = 1; ready && i < fds.size(); ++i) {
+        QSocketNotifier *notifier = notifiers[qsizetype(i) - 1];
+        if (fds[i].revents & POLLNVAL)
+            closed.push_back(notifier);
+        else if (fds[i].revents & wakingEvents(notifier->type()))
+            ready->push_back(notifier);
+    }
+    for (QSocketNotifier *notifier : closed) {
+        qWarning("A socket notifier watches descriptor %d, which is closed", int(notifier->socket()));
+        notifier->setEnabled(false); // or the loop would spin
+    }
+    return true;
+}
+
+bool QmxEventDispatcher::Private::activateSockets(bool enabled)
+{
+    if (!enabled || notifiers.isEmpty()) return false;
+    std::vector<QSocketNotifier *> ready;
+    poll(0, true, &ready);
+    for (QSocketNotifier *notifier : ready) {
+        if (!notifiers.contains(notifier)) continue; // a receiver before it has removed it
+        QEvent event(QEvent::SockAct);
+        QCoreApplication::sendEvent(notifier, &event);
+    }
+    return !ready.empty();
+}
+
+/// Waits in real time until something is to be done.
+bool QmxEventDispatcher::Private::waitReal(QEventLoop::ProcessEventsFlags flags)
+{
+    const qint64 deadline = flags & QEventLoop::X11ExcludeTimers ? never : timers.firstDeadline();
+    qint64 timeout = never;
+    if (deadline != never)
+        timeout = qMax<qint64>(0, qint64(double(deadline - clock->now()) / clock->speed()) + 1);
+    poll(timeout, !(flags & QEventLoop::ExcludeSocketNotifiers), nullptr);
+    return true;
+}
+
+/// Moves the time until something is to be done; false when the limit is reached first.
+bool QmxEventDispatcher::Private::waitStepped(QEventLoop::ProcessEventsFlags flags)
+{
+    const bool beyondLimit = depth > 1;
+    const bool sockets = !(flags & QEventLoop::ExcludeSocketNotifiers);
+    for (;;) {
+        if (pending() || poll(0, sockets, nullptr)) return true;
+        const qint64 deadline = flags & QEventLoop::X11ExcludeTimers ? never : timers.firstDeadline();
+        if (deadline <= stepped->now()) return true;
+        if (!stepped->waitUntilIdle(lookAgainMs) || pending()) continue;
+        if (stepped->advanceTowards(deadline, beyondLimit)) continue;
+        if (stepped->isBusy() || pending()) continue;
+        if (!beyondLimit && stepped->now() >= stepped->limit()) return false;
+        // Nobody has a deadline: only a wake-up or a socket can bring anything.
+        if (!(flags & QEventLoop::WaitForMoreEvents)) return false;
+        poll(never, sockets, nullptr);
+    }
+}
+
+bool QmxEventDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags)
+{
+    d->interrupted = false;
+    ++d->depth;
+    const bool sockets = !(flags & QEventLoop::ExcludeSocketNotifiers);
+    const bool timers = !(flags & QEventLoop::X11ExcludeTimers);
+    const auto work = [&] {
+        bool found = d->wake.exchange(false);
+        if (found) {
+            quint64 count = 0;
+            while (::read(d->wakeFd, &count, sizeof(count)) > 0) {}
+        }
+        QCoreApplication::sendPostedEvents();
+        if (!d->interrupted) found |= d->activateSockets(sockets);
+        if (timers && !d->interrupted) found |= d->timers.fire(d->clock->now());
+        return found;
+    };
+
+    emit awake();
+    bool found = work();
+    const bool mayWait = flags & QEventLoop::WaitForMoreEvents;
+    d->idleCalls = found || mayWait ? 0 : d->idleCalls + 1;
+    const bool waits = mayWait || (d->stepped && d->idleCalls > 1);
+    if (!found && waits && !d->pending()) {
+        emit aboutToBlock();
+        while (!found && !d->interrupted && (d->stepped ? d->waitStepped(flags) : d->waitReal(flags))) {
+            emit awake();
+            found = work();
+        }
+    }
+    --d->depth;
+    return found;
+}
+
+void QmxEventDispatcher::registerSocketNotifier(QSocketNotifier *notifier)
+{
+    d->notifiers.append(notifier);
+}
+
+void QmxEventDispatcher::unregisterSocketNotifier(QSocketNotifier *notifier)
+{
+    d->notifiers.removeAll(notifier);
+}
+
+void QmxEventDispatcher::registerTimer(int timerId, qint64 interval, Qt::TimerType type, QObject *object)
+{
+    d->timers.add(timerId, interval, type, object, d->clock->now());
+}
+
+bool QmxEventDispatcher::unregisterTimer(int timerId)
+{
+    return d->timers.remove(timerId);
+}
+
+bool QmxEventDispatcher::unregisterTimers(QObject *object)
+{
+    return d->timers.removeAll(object);
+}
+
+QList<QAbstractEventDispatcher::TimerInfo> QmxEventDispatcher::registeredTimers(QObject *object) const
+{
+    return d->timers.of(object);
+}
+
+int QmxEventDispatcher::remainingTime(int timerId)
+{
+    const qint64 deadline = d->timers.deadline(timerId);
+    if (deadline == never) return -1;
+    return int(qMax<qint64>(0, deadline - d->clock->now()) / QmxClock::nsPerMillisecond);
+}
+
+void QmxEventDispatcher::wakeUp()
+{
+    if (!d->wake.exchange(true)) {
+        const quint64 one = 1;
+        if (::write(d->wakeFd, &one, sizeof(one)) < 0) {
+            // Full: it is readable, which is all that is wanted.
+        }
+    }
+    if (d->stepped) d->stepped->kick();
+}
+
+void QmxEventDispatcher::interrupt()
+{
+    d->interrupted = true;
+    wakeUp();
+}

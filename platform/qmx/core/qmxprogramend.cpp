@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxprogramend.h"
+
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxoperations.h"
+#include "platform/qmx/core/qmxthreadname.h"
+
+#include <QCoreApplication>
+#include <QList>
+#include <QTimer>
+
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+/// The slowest tick of the recorder, and some more: after it every command given has had its effect.
+constexpr qint64 quietTime = 600 * QmxClock::nsPerMillisecond;
+constexpr qint64 longestWait = 10 * QmxClock::nsPerSecond;
+constexpr qint64 hangTime = 20 * QmxClock::nsPerSecond;
+constexpr qint64 flushTime = 5 * QmxClock::nsPerSecond;
+constexpr int forcedStatus = 1;
+
+QList<std::function<void()>> &steps()
+{
+    static QList<std::function<void()>> list;
+    return list;
+}
+
+/// Makes open clips durable; a medium that hangs in this, too, is left to its fate after a while.
+void flushClips(const std::shared_ptr<QmxClock> &clock)
+{
+    const auto finished = std::make_shared<QmxInterrupt>();
+    std::thread([finished] {
+        qmxNameThread(QStringLiteral("qmx-last-flush"));
+        QmxOperations::instance()->runEmergencyFlushes();
+        finished->interrupt();
+    }).detach();
+    clock->sleepUntil(clock->now() + flushTime, finished.get());
+}
+
+void watch(const std::shared_ptr<QmxClock> &clock)
+{
+    qmxNameThread(QStringLiteral("qmx-watchdog"));
+    for (;;) {
+        clock->sleepUntil(clock->now() + QmxClock::nsPerSecond);
+        qint64 age = 0;
+        const QString what = QmxOperations::instance()->oldest(&age);
+        if (what.isEmpty() || age < hangTime) continue;
+        qmxLogOutput(1, "qmxprogramend", __LINE__,
+                     "Forced end: %s has been in progress for %d s; open clips are made durable\n",
+                     qUtf8Printable(what), int(age / QmxClock::nsPerSecond));
+        flushClips(clock);
+        QmxLog::defaultLog()->flush();
+        _exit(forcedStatus);
+    }
+}
+
+void aboutToQuit()
+{
+    for (const std::function<void()> &step : std::as_const(steps()))
+        step();
+
+    const std::shared_ptr<QmxClock> clock = QmxEnvironment::current().clock;
+    const qint64 start = clock->now();
+    QTimer timer; // so that a wait for events ends
+    timer.start(10);
+    const auto complete = [&clock, start] {
+        const qint64 now = clock->now();
+        if (now - start >= longestWait) return true;
+        const QmxOperations *operations = QmxOperations::instance();
+        return operations->inProgress() == 0 && now - qMax(start, operations->lastCompletion()) >= quietTime;
+    };
+    while (!complete())
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    std::thread([clock] { watch(clock); }).detach();
+}
+
+} // namespace
+
+void QmxProgramEnd::addStep(std::function<void()> step)
+{
+    steps().append(std::move(step));
+}
+
+void QmxProgramEnd::connectToApplication()
+{
+    if (QCoreApplication *application = QCoreApplication::instance())
+        QObject::connect(application, &QCoreApplication::aboutToQuit, application, &aboutToQuit);
+}

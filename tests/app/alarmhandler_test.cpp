@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "xpd/alarms/alarmhandler.h"
+
+#include "platform/qmx/core/qmxid.h"
+#include "platform/store/alarms.pb.h"
+#include "platform/store/configfactoryimpl.h"
+#include "tests/support/logcollector.h"
+#include "tests/support/print.h"
+#include "tests/support/stepper.h"
+#include "xpd/alarms/alarmtable.h"
+#include "xpd/config/configinterface.h"
+#include "xpd/transport/vtrstate.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QmxAlarm alarm(int id, QmxAlarm::AlarmLevel level, const char *text = "", int line = 7)
+{
+    return QmxAlarm(QmxId(id), level, QString::fromLatin1(text), QStringLiteral("test"), line);
+}
+
+class AlarmHandlerTest : public ::testing::Test
+{
+protected:
+    AlarmHandlerTest() { handler.setConfigInterface(&config); }
+
+    /// The alarm as the store holds it: "2 text", or nothing when it is clear.
+    QString shown(eParam_t param)
+    {
+        std::string bytes;
+        config.configObject()->getData(param, bytes);
+        if (bytes.empty()) return QString();
+        kel::alarms::Alarm message;
+        EXPECT_TRUE(message.ParseFromString(bytes));
+        return QStringLiteral("%1 ").arg(int(message.severity())) + QString::fromStdString(message.message());
+    }
+
+    static QStringList lines()
+    {
+        const QStringList all = LogCollector::texts("alarmhandler");
+        LogCollector::clear();
+        return all;
+    }
+
+    ConfigInterface config{nullptr};
+    AlarmHandler handler{nullptr};
+};
+
+} // namespace
+
+TEST_F(AlarmHandlerTest, everyAlarmHasItsParameter)
+{
+    allowLog("alarmhandler");
+    const quint32 params[] = {0x7E070900, 0x7E070A00, 0x7E070B00, 0x7E070C00, 0x7E070E00, 0x7E071200,
+                              0x7E071300, 0x7E071400, 0x7E071500, 0x7E071800, 0x7E071900, 0x7E071A00,
+                              0x7E071B00, 0x7E071C00, 0x7E071D00, 0x7E072000, 0x7E072100, 0x7E072200,
+                              0x7E072300, 0x7E072800, 0x7E072B00};
+    int id = 1901;
+    for (const quint32 number : params) {
+        const auto param = static_cast<eParam_t>(number);
+        handler.handleAlarm(alarm(id, QmxAlarm::Warning, "w"));
+        if (id == 1911) { // held back until a record begins
+            EXPECT_EQ(shown(param), QString());
+            handler.onRecordPressed();
+        }
+        EXPECT_EQ(shown(param), QStringLiteral("1 w")) << id;
+        handler.handleAlarm(alarm(id, QmxAlarm::Clear));
+        EXPECT_EQ(shown(param), QString()) << id;
+        ++id;
+    }
+    EXPECT_EQ(alarmTable().size(), std::size(params));
+    lines();
+    for (const int unknown : {1900, 1922, 0}) {
+        expectLog("alarmhandler", QStringLiteral("Unable to find alarm for id Err:"));
+        handler.handleAlarm(alarm(unknown, QmxAlarm::Error, "x"));
+    }
+    EXPECT_EQ(lines().size(), 3);
+}
+
+TEST_F(AlarmHandlerTest, repeatsAreSwallowedAndANewTextIsNew)
+{
+    const QString name = QmxId(1904).name();
+    expectLog("alarmhandler",
+              QStringLiteral("Raising ALARM: Err:%1 (Raised) 100%2 lost test:7").arg(name, "%1"));
+    allowLog("alarmhandler");
+    handler.handleAlarm(alarm(1904, QmxAlarm::Error, "100%1 lost"));
+    handler.handleAlarm(alarm(1904, QmxAlarm::Error, "100%1 lost", 8));
+    EXPECT_EQ(lines().size(), 1);
+    handler.handleAlarm(alarm(1904, QmxAlarm::Error, "other"));
+    EXPECT_EQ(shown(eParam_AlarmFrameDropped), QStringLiteral("2 other"));
+    handler.handleAlarm(alarm(1904, QmxAlarm::Warning, "other"));
+    EXPECT_EQ(shown(eParam_AlarmFrameDropped), QStringLiteral("1 other"));
+    handler.handleAlarm(alarm(1904, QmxAlarm::Clear));
+    handler.handleAlarm(alarm(1904, QmxAlarm::Clear));
+    EXPECT_EQ(lines(), QStringList({QStringLiteral("Raising ALARM: Err:%1 (Raised) other test:7").arg(name),
+                                    QStringLiteral("Raising ALARM: Warn:%1 (Raised) other test:7").arg(name),
+                                    QStringLiteral("Clearing ALARM: Err:%1 (Clear)  test:7").arg(name)}));
+}
+
+TEST_F(AlarmHandlerTest, aDelayedAlarmIsRaisedByItsEventAgainAndAgain)
+{
+    allowLog("alarmhandler", QStringLiteral("Raising ALARM ("));
+    const auto state = [](VtrMode::Value mode) {
+        VtrState s;
+        s.setMode(mode);
+        return s;
+    };
+    handler.handleAlarm(alarm(1911, QmxAlarm::Error));
+    EXPECT_TRUE(lines().value(0).startsWith(QStringLiteral("Delayed ALARM: Err:")));
+    handler.onPlayPressed();
+    handler.onStopPressed();
+    handler.onStandbyOff();
+    handler.stateChanged(state(VtrMode::StandbyOff), state(VtrMode::Play));
+    EXPECT_EQ(shown(eParam_AlarmChannelsNeedEmbeddedAudio), QString());
+
+    handler.stateChanged(state(VtrMode::StandbyOff), state(VtrMode::Record));
+    EXPECT_EQ(shown(eParam_AlarmChannelsNeedEmbeddedAudio), QStringLiteral("2 "));
+    lines();
+    handler.stateChanged(state(VtrMode::Record), state(VtrMode::Record));
+    EXPECT_TRUE(lines().isEmpty());
+    handler.onRecordPressed();
+    EXPECT_EQ(lines().filter(QStringLiteral("Raising ALARM (raise_on_record_pressed)")).size(), 1);
+
+    handler.handleAlarm(alarm(1911, QmxAlarm::Clear));
+    EXPECT_EQ(shown(eParam_AlarmChannelsNeedEmbeddedAudio), QString());
+    lines();
+    handler.onRecordPressed();
+    EXPECT_TRUE(lines().filter(QStringLiteral("Raising")).isEmpty());
+}
+
+TEST_F(AlarmHandlerTest, theNewsOfATakeIsClearedByTheNextOneNotByStop)
+{
+    allowLog("alarmhandler");
+    const QList<std::function<void()>> clearing = {[this] { handler.onPlayPressed(); },
+                                                   [this] { handler.onRecordPressed(); },
+                                                   [this] { handler.onRecord(); }};
+    for (const auto &clear : clearing) {
+        handler.handleAlarm(alarm(1907, QmxAlarm::Error, "lost"));
+        handler.onStopPressed();
+        handler.onPlayback();
+        EXPECT_EQ(shown(eParam_AlarmInputLostInRecord), QStringLiteral("2 lost"));
+        clear();
+        EXPECT_EQ(shown(eParam_AlarmInputLostInRecord), QString());
+        // It is known to be clear here too: the same alarm is news again.
+    }
+    // Conditions are cleared by their end alone.
+    handler.handleAlarm(alarm(1910, QmxAlarm::Error));
+    for (const auto &clear : clearing)
+        clear();
+    EXPECT_EQ(shown(eParam_AlarmReferenceMissing), QStringLiteral("2 "));
+}
+
+TEST(AlarmHandler, withoutAStoreAlarmsAreLoggedAndLost)
+{
+    expectLog("alarmhandler", QStringLiteral("Unhandled alarm: Err:"));
+    AlarmHandler handler(nullptr);
+    handler.handleAlarm(alarm(1904, QmxAlarm::Clear));
+    handler.handleAlarm(alarm(1904, QmxAlarm::Error, "early"));
+    EXPECT_EQ(LogCollector::texts("alarmhandler").size(), 1);
+    ConfigInterface config(nullptr);
+    handler.setConfigInterface(&config);
+    handler.onPlayPressed();
+    std::string bytes;
+    config.configObject()->getData(eParam_AlarmFrameDropped, bytes);
+    EXPECT_TRUE(bytes.empty());
+}

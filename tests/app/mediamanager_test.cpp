@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "xpd/media/mediamanager.h"
+
+#include "tests/support/faultyfiles.h"
+#include "tests/support/logcollector.h"
+#include "tests/support/print.h"
+#include "tests/support/stepper.h"
+
+#include <QSignalSpy>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace {
+
+constexpr auto kActive = "/media/A";
+constexpr auto kRollover = "/media/B";
+
+/// A machine with media of which the test says how full they are. Paths not named lie on "/".
+class MediaManagerTest : public ::testing::Test
+{
+protected:
+    MediaManagerTest()
+    {
+        _files->fakeStatfs([this](const QString &path, struct statfs64 &data) {
+            const auto medium = media.find(path);
+            data = {};
+            data.f_fsid.__val[0] =
+                medium == media.end() ? 1 : 2 + static_cast<int>(std::distance(media.begin(), medium));
+            data.f_blocks = 1000;
+            data.f_bfree = medium == media.end() ? 500 : static_cast<quint64>(medium->second);
+            data.f_bavail = 0; // what is left to other users does not count
+        });
+    }
+
+    /// What the checks of `ticks` half seconds tell.
+    QStringList tick(MediaManager &manager, int ticks = 1)
+    {
+        QStringList told;
+        QObject receiver;
+        QObject::connect(&manager, &MediaManager::shouldRolloverNow, &receiver, [&] { told << "rollover"; });
+        QObject::connect(&manager, &MediaManager::stopRecordNow, &receiver, [&] { told << "stop"; });
+        Stepper::runMs(500 * ticks);
+        return told;
+    }
+
+    std::shared_ptr<FaultyFiles> _files = FaultyFiles::install();
+    std::map<QString, int> media = {{kActive, 500}, {kRollover, 900}}; ///< free per mille
+};
+
+} // namespace
+
+TEST_F(MediaManagerTest, measuresAMediumInRoundedPercent)
+{
+    const struct
+    {
+        int freePerMille;
+        double percent;
+        bool rollover, tooFull, stop;
+    } rows[] = {
+        {1000, 100, false, false, false}, {160, 16, false, false, false}, {155, 16, false, false, false},
+        {154, 15, false, true, false},    {105, 11, false, true, false},  {104, 10, true, true, false},
+        {85, 9, true, true, false},       {84, 8, true, true, true},      {0, 0, true, true, true},
+    };
+    MediaManager manager(nullptr);
+    for (const auto &row : rows) {
+        media[kActive] = row.freePerMille;
+        MediaManager::PathInfo info;
+        ASSERT_TRUE(manager.getPathInfo(kActive, info));
+        EXPECT_EQ(info.path, QString(kActive));
+        EXPECT_TRUE(info.mounted);
+        EXPECT_EQ(info.percentFree, row.percent) << row.freePerMille;
+        EXPECT_EQ(info.rolloverLevelReached, row.rollover) << row.freePerMille;
+        EXPECT_EQ(info.targetTooFull, row.tooFull) << row.freePerMille;
+        EXPECT_EQ(info.stopLevelReached, row.stop) << row.freePerMille;
+    }
+    MediaManager::PathInfo info;
+    ASSERT_TRUE(manager.getPathInfo("/home", info));
+    EXPECT_FALSE(info.mounted) << "a folder of the system is no medium";
+
+    info.path = "kept";
+    EXPECT_FALSE(manager.getPathInfo(QString(), info));
+    for (const int nth : {1, 2}) { // "/" first, then the medium
+        _files->failNth(FaultyFiles::Statfs, nth, EIO);
+        EXPECT_FALSE(manager.getPathInfo(kActive, info)) << nth;
+        _files->clear();
+    }
+    EXPECT_EQ(info.path, QStringLiteral("kept"));
+}
+
+TEST_F(MediaManagerTest, saysWhyARolloverMayNotStartInAFixedOrder)
+{
+    const auto refuses = [](MediaManager &manager, int reason) {
+        LogCollector::clear();
+        expectLog("mediamanager",
+                  QStringLiteral("Can't mark rollover in progress, rollover is inhibited (%1)").arg(reason));
+        EXPECT_EQ(manager.getRolloverInhibit(), static_cast<unsigned>(reason));
+        EXPECT_FALSE(manager.markRolloverInProgress());
+        EXPECT_FALSE(manager.isRolloverInProgress());
+    };
+    MediaManager manager(nullptr);
+    QSignalSpy started(&manager, &MediaManager::rolloverStarted);
+    manager.setActivePath(kActive);
+    refuses(manager, 3); // no path: cannot be measured, before anything else
+    EXPECT_EQ(manager.getRolloverInhibit(MediaManager::PathInfo()), 1u);
+    manager.setRolloverEnabled(true);
+    EXPECT_EQ(manager.getRolloverInhibit(MediaManager::PathInfo()), 4u);
+    manager.setRolloverEnabled(false);
+    manager.setRolloverPath(kRollover);
+    refuses(manager, 1);
+    manager.setRolloverEnabled(true);
+    manager.setRolloverPath("/home");
+    refuses(manager, 5);
+    manager.setRolloverPath(kRollover);
+    media[kRollover] = 150;
+    refuses(manager, 6);
+    media[kRollover] = 156;
+    EXPECT_EQ(manager.getRolloverInhibit(), 0u);
+    EXPECT_TRUE(manager.markRolloverInProgress());
+    EXPECT_EQ(manager.getRolloverInhibit(), 2u);
+    EXPECT_EQ(started.size(), 1);
+    EXPECT_EQ(started.first(), QVariantList({kActive, kRollover}));
+}
+
+TEST_F(MediaManagerTest, tellsAtEachCheckForAsLongAsTheMediumIsFull)
+{
+    MediaManager manager(nullptr);
+    manager.setActivePath(kActive);
+    EXPECT_EQ(tick(manager, 2), QStringList());
+    media[kActive] = 100;
+    EXPECT_EQ(tick(manager, 3), QStringList({"stop", "stop", "stop"})) << "without rollover at ten percent";
+
+    manager.setRolloverEnabled(true);
+    EXPECT_EQ(tick(manager), QStringList()) << "nowhere to go on, but not yet at the end";
+    manager.setRolloverPath(kRollover);
+    EXPECT_EQ(tick(manager, 2), QStringList({"rollover", "rollover"}));
+    media[kActive] = 80;
+    EXPECT_EQ(tick(manager, 2), QStringList({"stop", "stop"})) << "at eight percent";
+    media[kActive] = 100;
+    ASSERT_TRUE(manager.markRolloverInProgress());
+    EXPECT_EQ(tick(manager), QStringList());
+    manager.markRolloverComplete(false);
+
+    _files->failNth(FaultyFiles::Statfs, 1, EIO, true);
+    EXPECT_EQ(tick(manager), QStringList()) << "not measured, not decided";
+    _files->clear();
+    EXPECT_EQ(tick(manager), QStringList("rollover"));
+}
+
+TEST_F(MediaManagerTest, decidesNothingOnItsFirstLookAtAnotherMedium)
+{
+    media[kActive] = 50;
+    media[kRollover] = 50;
+    MediaManager manager(nullptr);
+    expectLog("mediamanager", QStringLiteral("getPathInfo failed for /media/A"));
+    _files->failNth(FaultyFiles::Statfs, 1, EIO);
+    manager.setActivePath(kActive);
+    EXPECT_EQ(tick(manager, 1), QStringList());
+    EXPECT_EQ(tick(manager, 1), QStringList("stop"));
+    manager.setActivePath(QString());
+    EXPECT_EQ(tick(manager, 2), QStringList());
+}
+
+TEST_F(MediaManagerTest, aRolloverSwapsTheMediaAndWaitsForTheMediaDaemon)
+{
+    MediaManager manager(nullptr);
+    QSignalSpy inUse(&manager, &MediaManager::storageInUse);
+    QSignalSpy completed(&manager, &MediaManager::rolloverCompleted);
+    QSignalSpy noted(&manager, &MediaManager::rolloverCompletedByMediaDaemon);
+    manager.setRolloverEnabled(true);
+    manager.setActivePath(kActive);
+    manager.setRolloverPath(kRollover);
+    manager.setStorageInUse(true);
+
+    expectLog("mediamanager",
+              QStringLiteral("Can't mark rollover complete, since no rollover is in progress"));
+    manager.markRolloverComplete(true);
+    ASSERT_TRUE(manager.markRolloverInProgress());
+    manager.setStorageInUse(false);
+    EXPECT_TRUE(LogCollector::contains(
+        "mediamanager", QStringLiteral("Rollover in progress, ignoring setStorageInUse(false)")));
+    manager.setRolloverPath(kRollover);
+    EXPECT_EQ(noted.size(), 0);
+    manager.markRolloverComplete(true);
+    EXPECT_EQ(completed, QList<QVariantList>({{true, kActive, kRollover}}));
+    EXPECT_EQ(manager.activePath(), QString(kRollover));
+    EXPECT_EQ(manager.rolloverPath(), QString());
+    manager.setRolloverPath(QString());
+    EXPECT_EQ(noted.size(), 1);
+    manager.setStorageInUse(false);
+    EXPECT_EQ(inUse, QList<QVariantList>({{true}, {false}}));
+
+    // The next one fails: the media stay as they are.
+    expectLog("mediamanager", QStringLiteral("Rollover from /media/B to /media/A has failed."));
+    manager.setRolloverPath(kActive);
+    ASSERT_TRUE(manager.markRolloverInProgress());
+    manager.markRolloverComplete(false);
+    EXPECT_EQ(manager.activePath(), QString(kRollover));
+    EXPECT_EQ(manager.rolloverPath(), QString(kActive));
+    EXPECT_EQ(completed.last(), QVariantList({false, kRollover, kActive}));
+    manager.setRolloverPath(QString());
+    EXPECT_EQ(noted.size(), 1) << "it was not empty before";
+    manager.setRolloverPath(QString());
+    EXPECT_EQ(noted.size(), 2);
+}
+
+TEST_F(MediaManagerTest, aHangingMediumCostsOneWaitAndLeavesTheOtherMeasurable)
+{
+    MediaProbe probe;
+    ASSERT_TRUE(probe.measure(kActive));
+    _files->hang(FaultyFiles::Statfs);
+    EXPECT_FALSE(probe.measure(kActive));
+    EXPECT_EQ(_files->hanging(), 1);
+    EXPECT_FALSE(probe.measure(kActive)) << "not asked again";
+    EXPECT_EQ(probe.refused(), 1u);
+    EXPECT_EQ(_files->hanging(), 1);
+    for (const char *other : {"/media/B", "/media/C", "/media/D", "/media/E"})
+        EXPECT_FALSE(probe.measure(other));
+    EXPECT_EQ(_files->hanging(), 4) << "as many helpers as there may be";
+    EXPECT_EQ(probe.refused(), 2u);
+
+    _files->release();
+    EXPECT_TRUE(Stepper::waitFor([&] { return probe.measure(kActive).has_value(); }));
+    EXPECT_TRUE(Stepper::waitFor([&] { return probe.measure("/media/E").has_value(); }));
+}
+
+TEST_F(MediaManagerTest, aHangingMediumDoesNotHoldUpTheEnd)
+{
+    _files->hang(FaultyFiles::Statfs);
+    {
+        MediaProbe probe;
+        EXPECT_FALSE(probe.measure(kActive));
+    }
+    EXPECT_EQ(_files->hanging(), 1) << "left behind";
+    _files->release();
+    EXPECT_TRUE(Stepper::waitFor([&] { return _files->hanging() == 0; }));
+}

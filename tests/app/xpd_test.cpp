@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/configfactoryimpl.h"
+#include "tests/config/privatemachine.h"
+#include "tests/support/logcollector.h"
+#include "tests/support/print.h"
+#include "tests/support/stepper.h"
+
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+#include <netinet/in.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+// The program itself, on real time.
+
+namespace {
+
+const PrivateMachine machine;
+
+constexpr int kPatience = 20000; // ms of real time
+
+class XpdTest : public ::testing::Test
+{
+protected:
+    XpdTest()
+    {
+        CreateDescriptors();
+        store.reset(ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "operator", false));
+    }
+
+    static std::unique_ptr<QProcess> start(const QStringList &options,
+                                           const QString &notifySocket = QString())
+    {
+        auto process = std::make_unique<QProcess>();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("TERM", "dumb");
+        if (!notifySocket.isEmpty()) environment.insert("NOTIFY_SOCKET", notifySocket);
+        process->setProcessEnvironment(environment);
+        process->start(XPD_PROGRAM, options);
+        EXPECT_TRUE(process->waitForStarted());
+        return process;
+    }
+    unsigned read(eParam_t param)
+    {
+        unsigned value = 0;
+        store->getUInt(param, value);
+        return value;
+    }
+    bool reads(eParam_t param, unsigned value)
+    {
+        return Stepper::waitFor([&] { return read(param) == value; }, kPatience);
+    }
+    /// Waits for the end; the exit status, or minus the signal.
+    static int end(QProcess &process)
+    {
+        EXPECT_TRUE(Stepper::waitFor([&] { return process.state() == QProcess::NotRunning; }, kPatience));
+        return process.exitStatus() == QProcess::CrashExit ? -1 : process.exitCode();
+    }
+    static void signal(const QProcess &process, int sig) { ::kill(pid_t(process.processId()), sig); }
+    /// Collects what it writes until `text` is there.
+    static bool says(QProcess &process, QByteArray &said, const QByteArray &text)
+    {
+        return Stepper::waitFor(
+            [&] {
+                said += process.readAllStandardError() + process.readAllStandardOutput();
+                return said.contains(text);
+            },
+            kPatience);
+    }
+
+    std::unique_ptr<Config> store;
+};
+
+/// Sends one line to the debug server and returns what it answers.
+QByteArray ask(const QByteArray &line)
+{
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(6502);
+    QByteArray reply;
+    char buffer[1024];
+    if (::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0 &&
+        ::write(fd, line.constData(), size_t(line.size())) == line.size()) {
+        for (ssize_t size = 0; (size = ::read(fd, buffer, sizeof buffer)) > 0;)
+            reply.append(buffer, size);
+    }
+    ::close(fd);
+    return reply;
+}
+
+} // namespace
+
+TEST_F(XpdTest, runsOnceAndEndsByTheStore)
+{
+    const auto first = start({"-d"});
+    ASSERT_TRUE(reads(eParam_TransportRunning, 1)) << first->readAllStandardError().toStdString();
+    ASSERT_TRUE(reads(eParam_TransportStatus, 1));
+
+    const auto second = start({"-d"});
+    EXPECT_EQ(end(*second), 1);
+    EXPECT_EQ(second->readAllStandardError(),
+              QByteArray("Failed to lock lockfile (/var/lock/xpd.lock).  It looks like process ") +
+                  QByteArray::number(first->processId()) + " currently owns it\n");
+    EXPECT_EQ(read(eParam_TransportRunning), 1u);
+
+    ASSERT_TRUE(store->setUInt(eParam_TransportCommand, 15));
+    EXPECT_EQ(end(*first), 0);
+    EXPECT_EQ(read(eParam_TransportRunning), 0u);
+    EXPECT_EQ(read(eParam_TransportStatus), 20u);
+    EXPECT_EQ(first->readAllStandardError(), QByteArray()) << "nothing of level 1 or 2 to say";
+}
+
+TEST_F(XpdTest, aTerminationSignalEndsItInOrderUnlessOnlyMinusDIsGiven)
+{
+    const auto plain = start({"-d"});
+    ASSERT_TRUE(reads(eParam_TransportRunning, 1));
+    signal(*plain, SIGTERM);
+    EXPECT_EQ(end(*plain), -1) << "nobody handles it";
+
+    // A killed holder's lock is free. As a service it does not fork.
+    const auto service = start({}, "/run/xp/nobody-listens");
+    ASSERT_TRUE(reads(eParam_TransportStatus, 1));
+    signal(*service, SIGTERM);
+    EXPECT_EQ(end(*service), 0);
+    EXPECT_EQ(read(eParam_TransportStatus), 20u);
+
+    const auto debug = start({"-D"});
+    QByteArray said;
+    ASSERT_TRUE(says(*debug, said, "VtrObject is starting..."));
+    ASSERT_TRUE(reads(eParam_TransportStatus, 1));
+    signal(*debug, SIGUSR1);
+    EXPECT_TRUE(says(*debug, said, "Ignoring Signal. User defined signal 1"));
+    signal(*debug, SIGINT);
+    EXPECT_EQ(end(*debug), 0);
+    EXPECT_TRUE(says(*debug, said, "Exit requested. Interrupt"));
+    EXPECT_TRUE(says(*debug, said, "VtrObject shutdown complete..."));
+    EXPECT_EQ(read(eParam_TransportStatus), 20u);
+}
+
+TEST_F(XpdTest, takesItsOptions)
+{
+    const auto xpd = start({"-D", "-l", "-c", "/media/A/clip.mov", "-x", "-ps"});
+    QByteArray said;
+    ASSERT_TRUE(says(*xpd, said, "VtrObject is starting..."));
+    EXPECT_TRUE(said.contains("xpd -D -l -c /media/A/clip.mov -x -ps'"));
+    EXPECT_TRUE(said.contains("Command line parse failure: "));
+    EXPECT_TRUE(said.contains("Active Media Path: /media/A"));
+    EXPECT_TRUE(says(*xpd, said,
+                     "Usage: xpd [flags]\nFlags:\n"
+                     "-d                  Don't daemonize\n"
+                     "-D                  Debug (will not daemonize)\n"
+                     "-h                  Print this help screen\n"
+                     "-c <path to clip>   Set initial clip file\n"
+                     "-l                  Enable looped playback\n"
+                     "-s                  Log system stats every second\n"
+                     "-b                  Benchmark the stream (disk) I/O\n"
+                     "-p                  Log extra config parameters\n"));
+    std::string clip;
+    ASSERT_TRUE(
+        Stepper::waitFor([&] { return store->getString(eParam_CurrentClip, clip) && clip == "clip.mov"; }));
+    // "-p": also what nobody reacts to.
+    said.clear();
+    ASSERT_TRUE(store->setString(eParam_MediaLabel, "REEL"));
+    EXPECT_TRUE(says(*xpd, said, "Changed: [7b03050a] media_label = REEL"));
+
+    EXPECT_EQ(ask("PLAY\nquit\n"), QByteArray("unknown command: PLAY\n"));
+    EXPECT_TRUE(ask("  status  \nquit\n").contains(" 0.000 StandbyOff  VR "));
+    EXPECT_EQ(ask("mem\nquit\n").count('\n'), 10);
+    ASSERT_TRUE(store->setUInt(eParam_TransportCommand, 15));
+    EXPECT_EQ(end(*xpd), 0);
+}

@@ -79,6 +79,14 @@ public:
 
 private:
     struct State;
+    struct Fate
+    {
+        int error = 0;
+        bool half = false;
+    };
+    void addRule(Call call, int n, int error, bool always, bool half, qint64 stall);
+    Fate enter(Call call, const QString &path, int vanishedError);
+    QString pathOf(int fd) const;
     bool fails(Call call, const QString &path);
     bool fails(Call call, int fd);
     std::shared_ptr<QmxFiles> _under;

@@ -3,8 +3,11 @@
 
 #include "platform/qmx/core/qmxlog.h"
 
+#include <gtest/gtest.h>
+
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 /// The log of a test: keeps every record and fails the test at its end when it holds a line of level 1 or 2
 /// that the test did not announce, or an announced one did not come. main.cpp makes one for each test.
@@ -21,6 +24,9 @@ QList<QmxLogRecord> records();
 QStringList texts(const QString &source = QString());
 bool contains(const QString &source, const QString &text);
 void clear();
+
+/// For main.cpp: starts collecting.
+testing::TestEventListener *createListener();
 
 } // namespace LogCollector
 

@@ -51,6 +51,8 @@ constexpr Name names[] = {
     {"pool_in_use", "bytes"},
     {"pool_failures", "allocations"},
     {"log_dropped", "records"},
+    {"takes_opened", "takes"},
+    {"clip_rate", "mHz"},
 };
 static_assert(std::size(names) == QmxCounters::RowCount);
 

@@ -48,6 +48,8 @@ public:
         PoolInUse,
         PoolFailures,
         LogDropped,
+        TakesOpened,         ///< record streams opened since the program began
+        ClipRate,            ///< frames a second of the clip being recorded, times 1000
         RowCount
     };
 

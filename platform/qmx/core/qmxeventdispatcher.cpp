@@ -178,6 +178,11 @@ bool QmxEventDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags)
     return found;
 }
 
+bool QmxEventDispatcher::waitForOutside(int milliseconds)
+{
+    return d->pending() || d->poll(milliseconds * QmxClock::nsPerMillisecond, true, nullptr);
+}
+
 void QmxEventDispatcher::registerSocketNotifier(QSocketNotifier *notifier)
 {
     d->notifiers.append(notifier);

@@ -37,6 +37,10 @@ public:
     void wakeUp() override;
     void interrupt() override;
 
+    /// Waits up to `milliseconds` of real time, without moving a stepped clock, for something that comes from
+    /// outside: a wake-up or a socket; whether there was one. Handles nothing.
+    bool waitForOutside(int milliseconds);
+
 private:
     struct Private;
     std::unique_ptr<Private> d;

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmx.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxeventdispatcher.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "tests/support/logcollector.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+
+namespace {
+
+/// Each test begins and ends with the machine's own files.
+class FreshEnvironment : public testing::EmptyTestEventListener
+{
+    void OnTestStart(const testing::TestInfo &) override { QmxEnvironment::setCurrent(_environment); }
+    void OnTestEnd(const testing::TestInfo &) override { QmxEnvironment::setCurrent(_environment); }
+
+    const QmxEnvironment _environment = QmxEnvironment::current();
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    QmxEnvironment environment = QmxEnvironment::current();
+    environment.clock = std::make_shared<QmxSteppedClock>();
+    QmxEnvironment::setCurrent(environment);
+    QCoreApplication::setEventDispatcher(new QmxEventDispatcher(environment.clock));
+    QCoreApplication application(argc, argv);
+    qmxLogSetLevel(4);
+    Qmx::init(1);
+
+    testing::TestEventListeners &listeners = testing::UnitTest::GetInstance()->listeners();
+    listeners.Append(new FreshEnvironment);
+    listeners.Append(LogCollector::createListener());
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+
+static QString placeForTests()
+{
+    const QString memory = QStringLiteral("/dev/shm");
+    return QFileInfo(memory).isWritable() ? memory : QDir::tempPath();
+}
+
+TestDir::TestDir() : _dir(placeForTests() + QStringLiteral("/xp-test-XXXXXX"))
+{
+    EXPECT_TRUE(_dir.isValid()) << _dir.errorString().toStdString();
+}
+
+ProgramResult runProgram(const QString &program, const QStringList &arguments, int realMs)
+{
+    ProgramResult result;
+    QProcess process;
+    process.start(program, arguments);
+    const bool ended = process.waitForFinished(realMs);
+    result.out = process.readAllStandardOutput();
+    result.err = process.readAllStandardError();
+    if (!ended) {
+        result.err += process.errorString().toUtf8();
+        process.kill();
+        process.waitForFinished();
+    } else if (process.exitStatus() == QProcess::NormalExit) {
+        result.status = process.exitCode();
+    }
+    return result;
+}
+
+QByteArray readAll(const QString &path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
+}
+
+void writeAll(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
+    ASSERT_EQ(file.write(bytes), bytes.size());
+}

@@ -27,3 +27,24 @@ private:
     unsigned char *_data = nullptr;
     std::size_t _size = 0;
 };
+
+/// Reads what a ShmString of another process (or this one) holds. One thread at a time.
+class ShmStringReader
+{
+public:
+    explicit ShmStringReader(const std::string &name);
+    ~ShmStringReader();
+    ShmStringReader(const ShmStringReader &) = delete;
+    ShmStringReader &operator=(const ShmStringReader &) = delete;
+
+    /// The text of one moment, never parts of two. False when there is no such segment, or when its writer
+    /// was always found writing (it may have died in the middle).
+    bool get(std::string &text);
+
+private:
+    bool open();
+
+    std::string _name;
+    const unsigned char *_data = nullptr;
+    std::size_t _size = 0;
+};

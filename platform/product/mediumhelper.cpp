@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/product/mediumhelper.h"
+
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxtaskthread.h"
+
+#include <chrono>
+#include <condition_variable>
+
+namespace {
+
+constexpr const char *module = "mediumhelper";
+constexpr std::chrono::milliseconds limit{100};
+// A stepped clock stands still while the event loop waits here, so nothing is late however long it takes;
+// the limit then only ends the wait for a medium that hangs.
+constexpr std::chrono::milliseconds steppedLimit{2000};
+
+} // namespace
+
+struct MediumHelper::Lane
+{
+    explicit Lane(const QmxEnvironment &environment)
+        : thread("medium", QmxTaskThread::defaultBound, environment)
+    {}
+
+    QmxTaskThread thread;
+    std::mutex mutex;
+    std::condition_variable changed;
+    quint64 asked = 0;
+    quint64 answered = 0;
+};
+
+MediumHelper &MediumHelper::instance()
+{
+    // Never destroyed: a thread that hangs in the kernel would hold up the end of the program.
+    static auto *const helper = new MediumHelper;
+    return *helper;
+}
+
+bool MediumHelper::ask(const std::string &medium, std::function<void()> question)
+{
+    const QmxEnvironment environment = QmxEnvironment::current();
+    std::shared_ptr<Lane> lane;
+    {
+        const std::lock_guard lock(_mutex);
+        if (!_lanes.contains(medium) && _lanes.size() >= bound)
+            std::erase_if(_lanes, [](const auto &entry) { return entry.second->thread.pending() == 0; });
+        if (!_lanes.contains(medium) && _lanes.size() >= bound) return false;
+        std::shared_ptr<Lane> &entry = _lanes[medium];
+        if (!entry) entry = std::make_shared<Lane>(environment);
+        lane = entry;
+    }
+    std::unique_lock lock(lane->mutex);
+    if (lane->asked != lane->answered) return false;
+    const quint64 number = ++lane->asked;
+    const bool posted =
+        lane->thread.post([weak = std::weak_ptr(lane), question = std::move(question), number] {
+            question();
+            const auto self = weak.lock();
+            if (!self) return;
+            const std::lock_guard answerLock(self->mutex);
+            self->answered = number;
+            self->changed.notify_all();
+        });
+    if (!posted) {
+        --lane->asked;
+        return false;
+    }
+    const auto wait = environment.clock->isStepped() ? steppedLimit : limit;
+    if (lane->changed.wait_for(lock, wait, [&] { return lane->answered == number; })) return true;
+    qmxLogOutput(2, module, __LINE__, "%s does not answer; it is not asked again until it does\n",
+                 medium.c_str());
+    return false;
+}
+
+std::string folderOf(const std::string &path)
+{
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxenvironment.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+class QmxTaskThread;
+
+/// Asks media questions for the event loop, which waits for an answer at most 100 ms.
+///
+/// Threads: every question runs on a helper thread ("medium"), of which each medium has one. A medium that
+/// has not answered in time is not asked again until its thread is back; at most `bound` threads exist, and
+/// while all hang questions are refused. Both count as no answer. ask() from any thread.
+class MediumHelper
+{
+public:
+    static constexpr std::size_t bound = 8;
+
+    static MediumHelper &instance();
+
+    /// Runs `question` on the thread of `medium` (a folder); false when there was no answer in time. The
+    /// question may still run then, so it owns everything it uses.
+    bool ask(const std::string &medium, std::function<void()> question);
+
+    /// The answer of `question`, if there was one in time.
+    template <typename Answer>
+    std::optional<Answer> answer(const std::string &medium, std::function<Answer()> question)
+    {
+        const auto result = std::make_shared<Answer>();
+        if (!ask(medium, [result, question = std::move(question)] { *result = question(); }))
+            return std::nullopt;
+        return std::move(*result);
+    }
+
+private:
+    MediumHelper() = default;
+
+    struct Lane;
+    std::mutex _mutex;
+    std::map<std::string, std::shared_ptr<Lane>> _lanes;
+};
+
+/// The folder of a path, the medium for questions about it.
+std::string folderOf(const std::string &path);

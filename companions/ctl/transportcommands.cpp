@@ -131,7 +131,7 @@ ExitCode ctlRecord(Recorder &recorder, const Report &report, const Arguments &ar
         report.result(QStringLiteral("recording %1").arg(path), {{"clip", clip}, {"path", path}});
         return ExitCode::Done;
     }
-    const double rate = double(recorder.counter("clip_rate_millihertz")) / 1000.0;
+    const double rate = double(recorder.counter("clip_rate")) / 1000.0;
     const qint64 wanted = qint64(arguments.seconds * rate + 0.5);
     const auto full = [&] {
         errors = recorder.newErrors(before);

@@ -104,7 +104,7 @@ int QmxStreamCache::Private::window() const
     QmxMemoryPool::UsageData usage;
     QmxMemoryPool::instance()->getUsageData(usage);
     const qint64 fitting = qint64(usage.totalSize) / poolShare / largestFrame;
-    return int(qBound<qint64>(qMin(size, minimumFrames), fitting, size));
+    return int(qBound(qint64(qMin(size, minimumFrames)), fitting, qint64(size)));
 }
 
 void QmxStreamCache::Private::seek(const KeptSeek &to)
@@ -183,10 +183,17 @@ void QmxStreamCache::Private::openBegins(int open, int mode)
 void QmxStreamCache::Private::opened(int open)
 {
     if (open != openNumber) return;
-    if (openMode == QmxStream::Read)
+    if (openMode == QmxStream::Read) {
         length = stream->reader()->length();
-    else
-        QmxCounters::instance()->set(QmxCounters::CurrentClipFrames, 0);
+        return;
+    }
+    QmxCounters *counters = QmxCounters::instance();
+    counters->set(QmxCounters::CurrentClipFrames, 0);
+    const QList<QmxImageDesc> images = stream->info().vids();
+    counters->set(QmxCounters::ClipRate,
+                  images.isEmpty() ? 0 : qRound64(images.first().frameRate().toDouble() * 1000));
+    // Last: whoever sees it sees the others of this take too.
+    counters->add(QmxCounters::TakesOpened);
 }
 
 void QmxStreamCache::Private::openFailed(int open)

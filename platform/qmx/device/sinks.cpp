@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/device/qmxmuxsink.h"
 #include "platform/qmx/device/qmxnullsink.h"
 #include "platform/qmx/device/qmxpreviewsink.h"
+
+#include <QStringList>
 
 #include <array>
 
@@ -17,9 +20,22 @@ std::unique_ptr<QmxSink> createNull(const QString &, const QmxEnvironment &)
     return std::make_unique<QmxNullSink>(QStringLiteral("Null output"));
 }
 
+std::unique_ptr<QmxSink> createFile(const QString &locator, const QmxEnvironment &environment)
+{
+    return std::make_unique<QmxMuxSink>(locator.section(QLatin1Char(':'), 1), environment);
+}
+
+std::unique_ptr<QmxSink> createNetwork(const QString &locator, const QmxEnvironment &environment)
+{
+    return std::make_unique<QmxMuxSink>(locator, environment);
+}
+
 const std::array rows = {
     QmxSinkRow{"preview", "picture and meters in shared memory; \"preview:\"", createPreview},
     QmxSinkRow{"null", "shows nothing; \"null:\"", createNull},
+    QmxSinkRow{"file", "a file, its kind by the ending; \"file:/tmp/out.ts\"", createFile},
+    QmxSinkRow{"udp", "MPEG transport stream; \"udp://HOST:PORT\"", createNetwork},
+    QmxSinkRow{"srt", "MPEG transport stream; \"srt://HOST:PORT\"", createNetwork},
 };
 } // namespace
 
@@ -31,10 +47,13 @@ std::span<const QmxSinkRow> qmxSinks()
 std::unique_ptr<QmxSink> qmxCreateSink(const QString &locator, const QmxEnvironment &environment)
 {
     const QString scheme = locator.section(QLatin1Char(':'), 0, 0);
-    for (const QmxSinkRow &row : rows)
+    QStringList known;
+    for (const QmxSinkRow &row : rows) {
         if (scheme == QLatin1String(row.scheme)) return row.create(locator, environment);
-    const QString sentence =
-        QStringLiteral("Output \"%1\" shows nothing: it names no kind of output").arg(locator);
+        known.append(QLatin1String(row.scheme) + QLatin1Char(':'));
+    }
+    const QString sentence = QStringLiteral("Output \"%1\" shows nothing: it is none of %2")
+                                 .arg(locator, known.join(QStringLiteral(", ")));
     qmxLogOutput(2, "sinks", __LINE__, "%s\n", qUtf8Printable(sentence));
     return std::make_unique<QmxNullSink>(sentence);
 }

@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/device/qmxfilesource.h"
 #include "platform/qmx/device/qmxgeneratorsource.h"
+#include "platform/qmx/device/qmxlivesource.h"
 #include "platform/qmx/device/qmxnonesource.h"
+
+#include <QRegularExpression>
+#include <QStringList>
 
 #include <array>
 
 namespace {
-std::unique_ptr<QmxSource> withoutSignal(const QString &sentence)
+std::unique_ptr<QmxSource> withoutSignal(const QString &locator, const QString &why)
 {
+    const QString sentence = QStringLiteral("Input \"%1\" has no signal: %2").arg(locator, why);
     qmxLogOutput(2, "sources", __LINE__, "%s\n", qUtf8Printable(sentence));
     return std::make_unique<QmxNoneSource>(sentence);
 }
@@ -15,10 +21,9 @@ std::unique_ptr<QmxSource> withoutSignal(const QString &sentence)
 std::unique_ptr<QmxSource> createGenerator(const QString &locator, const QmxEnvironment &)
 {
     QString problem;
-    const QString query = locator.section(QLatin1Char('?'), 1);
-    const QmxGeneratorScript script = QmxGeneratorScript::fromText(query, &problem);
-    if (!problem.isEmpty())
-        return withoutSignal(QStringLiteral("Input \"%1\" has no signal: %2").arg(locator, problem));
+    const QmxGeneratorScript script =
+        QmxGeneratorScript::fromText(locator.section(QLatin1Char('?'), 1), &problem);
+    if (!problem.isEmpty()) return withoutSignal(locator, problem);
     return std::make_unique<QmxGeneratorSource>(script, QStringLiteral("Signal generator"));
 }
 
@@ -27,10 +32,28 @@ std::unique_ptr<QmxSource> createNone(const QString &, const QmxEnvironment &)
     return std::make_unique<QmxNoneSource>(QStringLiteral("Nothing connected"));
 }
 
+std::unique_ptr<QmxSource> createFile(const QString &locator, const QmxEnvironment &environment)
+{
+    static const QRegularExpression form(QStringLiteral("^file:(.+?)(?:\\?loop=([01]))?$"));
+    const QRegularExpressionMatch match = form.match(locator);
+    if (!match.hasMatch())
+        return withoutSignal(locator, QStringLiteral("write \"file:PATH\" or \"file:PATH?loop=1\""));
+    return std::make_unique<QmxFileSource>(match.captured(1), match.captured(2) == QLatin1String("1"),
+                                           environment);
+}
+
+std::unique_ptr<QmxSource> createLive(const QString &locator, const QmxEnvironment &environment)
+{
+    return std::make_unique<QmxLiveSource>(locator, environment);
+}
+
 const std::array rows = {
     QmxSourceRow{"generator", "test picture and tone; \"generator:?rate=25&size=1920x1080&tc=10:00:00:00\"",
                  createGenerator},
+    QmxSourceRow{"file", "a file, once or looped; \"file:PATH?loop=1\"", createFile},
     QmxSourceRow{"none", "nothing connected; \"none:\"", createNone},
+    QmxSourceRow{"", "a signal from the network; \"srt://HOST:PORT\", \"udp://:PORT\", \"rtp://...\"",
+                 createLive},
 };
 } // namespace
 
@@ -41,12 +64,17 @@ std::span<const QmxSourceRow> qmxSources()
 
 std::unique_ptr<QmxSource> qmxCreateSource(const QString &locator, const QmxEnvironment &environment)
 {
-    const QString scheme = locator.section(QLatin1Char(':'), 0, 0);
-    for (const QmxSourceRow &row : rows)
-        if (locator.contains(QLatin1Char(':')) && scheme == QLatin1String(row.scheme))
-            return row.create(locator, environment);
-    return withoutSignal(
-        QStringLiteral("Input \"%1\" has no signal: it names no kind of source").arg(locator));
+    static const QRegularExpression address(QStringLiteral("^[a-z][a-z0-9+.]*://."));
+    const bool isAddress = address.match(locator).hasMatch();
+    QStringList known;
+    for (const QmxSourceRow &row : rows) {
+        const QString start = QLatin1String(row.scheme) + QLatin1Char(':');
+        if (row.scheme[0] ? locator.startsWith(start) : isAddress) return row.create(locator, environment);
+        if (row.scheme[0]) known.append(start);
+    }
+    return withoutSignal(locator,
+                         QStringLiteral("it is neither an address such as \"srt://host:9000\" nor one of %1")
+                             .arg(known.join(QStringLiteral(", "))));
 }
 
 std::unique_ptr<QmxSource> qmxCreateInternalGenerator(const QmxImageDesc &desc, const QmxId &pattern,

@@ -8,6 +8,8 @@
 namespace {
 /// The one that is played, its neighbours, and some for who jumps to and fro.
 constexpr int maximumOpen = 6;
+/// A wait that somebody else ends.
+constexpr qint64 longWait = 3600 * QmxClock::nsPerSecond;
 } // namespace
 
 StreamReaderEntries::StreamReaderEntries(const StreamReaderSource &source, const QmxEnvironment &environment)
@@ -19,7 +21,7 @@ std::shared_ptr<QmxClipReader> StreamReaderEntries::open(int index, QmxError &er
     Entry &entry = _entries[size_t(index)];
     std::shared_ptr<QmxClipReader> tooOld; // dropped, and so closed, without the lock
     std::unique_lock lock(_mutex);
-    _stageChanged.wait(lock, [&entry] { return entry.stage != Stage::Opening; });
+    waitUntilOpened(entry, lock);
     entry.lastUse = ++_uses;
     if (entry.stage == Stage::Open) return entry.reader;
     if (entry.stage == Stage::Failed) {
@@ -50,9 +52,23 @@ std::shared_ptr<QmxClipReader> StreamReaderEntries::open(int index, QmxError &er
         entry.description = Description{entry.info->image, entry.info->audio};
         if (++_open > maximumOpen) tooOld = takeOldest();
     }
+    for (QmxInterrupt *waiting : _waiting) waiting->interrupt();
     lock.unlock();
-    _stageChanged.notify_all();
     return reader;
+}
+
+/// While another thread opens the entry. Waits on the clock, so that a clock of a test knows that this
+/// thread does nothing.
+void StreamReaderEntries::waitUntilOpened(const Entry &entry, std::unique_lock<std::mutex> &lock)
+{
+    while (entry.stage == Stage::Opening) {
+        QmxInterrupt opened;
+        const auto place = _waiting.insert(_waiting.end(), &opened);
+        lock.unlock();
+        _environment.clock->sleepUntil(_environment.clock->now() + longWait, &opened);
+        lock.lock();
+        _waiting.erase(place);
+    }
 }
 
 /// With the lock held.

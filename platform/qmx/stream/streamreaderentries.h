@@ -7,7 +7,7 @@
 #include "platform/qmx/stream/qmxclipreader.h"
 #include "platform/qmx/stream/streamreadersource.h"
 
-#include <condition_variable>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -52,12 +52,13 @@ private:
         quint64 lastUse = 0;
     };
 
+    void waitUntilOpened(const Entry &entry, std::unique_lock<std::mutex> &lock);
     std::shared_ptr<QmxClipReader> takeOldest();
 
     const StreamReaderSource _source;
     const QmxEnvironment _environment;
     mutable std::mutex _mutex; ///< guards all below
-    std::condition_variable _stageChanged;
+    std::list<QmxInterrupt *> _waiting; ///< threads that wait for an entry which another one opens
     std::vector<Entry> _entries;
     quint64 _uses = 0;
     int _open = 0;

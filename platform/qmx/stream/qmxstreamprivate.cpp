@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/stream/qmxstreamprivate.h"
+
+#include "platform/qmx/core/qmxalarmcontroller.h"
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxrecordfailures.h"
+#include "platform/qmx/core/qmxrecordtable.h"
+
+#include <QPointer>
+
+#include <cerrno>
+#include <utility>
+
+namespace {
+
+constexpr const char *logSource = "stream";
+/// An open or close that takes longer hangs in the kernel; ten seconds are promised.
+constexpr int operationLimitMs = 9500;
+constexpr int alarmWriteFailed = 1901;
+constexpr int alarmReadFailed = 1903;
+
+void postAlarm(int id, QmxAlarm::AlarmLevel level, const QString &text)
+{
+    QmxAlarmController::post(QmxAlarm(QmxId(id), level, text, QString::fromLatin1(logSource), __LINE__));
+}
+
+} // namespace
+
+QmxStream::Private::Private(QmxStream *stream) : q(stream), post(stream)
+{
+    deadline.setSingleShot(true);
+    QObject::connect(&deadline, &QTimer::timeout, q, [this] { deadlineReached(); });
+}
+
+void QmxStream::Private::begin(const QmxStreamAsk &ask)
+{
+    state = State::Opening;
+    closeAsked = false;
+    setToken(QStringLiteral("opening %1").arg(ask.what()));
+    current = std::make_unique<QmxStreamSession>(ask, q, this, benchmarkOn, environment);
+    deadline.start(operationLimitMs);
+    current->open();
+}
+
+/// An open over what is open or opening: the former is not heard of again.
+void QmxStream::Private::abandonCurrent()
+{
+    if (!current) return;
+    deadline.stop();
+    if (peer) peer->closeBegins(current->ask().writes ? Write : Read);
+    if (current->ask().writes) {
+        if (state == State::Opening) QmxRecordTable::instance()->streamOpenFailed(current->ask().path());
+        current->setCancelled();
+        current->close();
+        leaving.push_back(std::move(current));
+    }
+    current.reset();
+    state = State::Closed;
+}
+
+void QmxStream::Private::dropNext()
+{
+    if (next && next->writes) QmxRecordTable::instance()->streamOpenFailed(next->path());
+    next.reset();
+}
+
+void QmxStream::Private::askClose()
+{
+    mode = 0;
+    if (closeAsked || !current) {
+        // Under way already, or between the close before and the open that waits for it.
+        if (next && !next->cancelled) {
+            next->cancelled = true;
+            if (peer) peer->closeBegins(next->writes ? Write : Read);
+        }
+        return;
+    }
+    closeAsked = true;
+    if (state == State::Opening)
+        cancelOpening();
+    else
+        beginClosing();
+}
+
+/// A close before the open is done: both are answered, in that order.
+void QmxStream::Private::cancelOpening()
+{
+    current->setCancelled();
+    if (peer) peer->closeBegins(current->ask().writes ? Write : Read);
+    post.post([this, ask = current->ask()] {
+        state = State::Closing;
+        tellOpenFailed(ask, QmxError(ECANCELED));
+    });
+    setToken(QStringLiteral("closing %1").arg(current->ask().what()));
+    deadline.start(operationLimitMs);
+    current->close();
+}
+
+void QmxStream::Private::beginClosing()
+{
+    state = State::Closing;
+    setToken(QStringLiteral("closing %1").arg(current->ask().what()));
+    if (peer) peer->closeBegins(current->ask().writes ? Write : Read);
+    current->close();
+    deadline.start(operationLimitMs);
+}
+
+void QmxStream::Private::end()
+{
+    post.detach();
+    deadline.stop();
+    if (peer) {
+        if (state == State::Open) peer->closeBegins(current->ask().writes ? Write : Read);
+        std::exchange(peer, nullptr)->streamGone();
+    }
+    dropNext();
+    if (current && current->ask().writes) {
+        if (state == State::Opening)
+            QmxRecordTable::instance()->streamOpenFailed(current->ask().path());
+        else
+            QmxRecordTable::instance()->streamClosed(current->ask().path());
+    }
+}
+
+void QmxStream::Private::openDone(const QmxStreamAsk &ask, const QmxError &error, const QmxStreamInfo &told)
+{
+    deadline.stop();
+    const QmxOperations::Token held = std::move(token); // until everybody has heard of it
+    const int alarm = ask.writes ? alarmWriteFailed : alarmReadFailed;
+    if (error.isError()) {
+        current.reset();
+        state = State::Closed;
+        mode = 0;
+        qmxLogOutput(1, logSource, __LINE__, "Opening %s failed: %s\n", qPrintable(ask.what()),
+                     qPrintable(error.toString()));
+        if (peer)
+            postAlarm(alarm, ask.writes ? QmxAlarm::Error : QmxAlarm::Warning,
+                      QStringLiteral("%1 cannot be opened: %2").arg(ask.what(), error.toString()));
+        tellOpenFailed(ask, error);
+        return;
+    }
+    state = State::Open;
+    if (!ask.writes) info = told;
+    if (peer) {
+        postAlarm(alarm, QmxAlarm::Clear, QString());
+        peer->opened(ask.number);
+    }
+    const QPointer<QmxStream> alive(q);
+    emit q->openIsDone(ask.number, QmxError());
+    if (alive && opens == ask.number && peer) peer->openDelivered(ask.number);
+}
+
+void QmxStream::Private::tellOpenFailed(const QmxStreamAsk &ask, const QmxError &error)
+{
+    info = QmxStreamInfo();
+    if (ask.writes) QmxRecordTable::instance()->streamOpenFailed(ask.path());
+    if (peer) peer->openFailed(ask.number);
+    emit q->openIsDone(ask.number, error);
+}
+
+void QmxStream::Private::closeDone()
+{
+    deadline.stop();
+    if (current && current->ask().writes && !current->isCancelled())
+        QmxRecordTable::instance()->streamClosed(current->ask().path());
+    current.reset();
+    closeAsked = false;
+    state = next ? State::Opening : State::Closed;
+    const QmxOperations::Token held = std::move(token);
+    const QPointer<QmxStream> alive(q);
+    emit q->closeIsDone();
+    // A receiver may have opened something else, or closed what waits.
+    if (!alive || state != State::Opening || current || !next) return;
+    const QmxStreamAsk ask = *std::exchange(next, std::nullopt);
+    if (!ask.cancelled) {
+        begin(ask);
+        return;
+    }
+    closeAsked = true;
+    state = State::Closing;
+    post.post([this] { closeDone(); });
+    tellOpenFailed(ask, QmxError(ECANCELED));
+}
+
+void QmxStream::Private::deadlineReached()
+{
+    if (!current) return;
+    const QmxStreamAsk ask = current->ask();
+    const QmxError error(
+        ETIMEDOUT,
+        QStringLiteral("%1: the medium does not answer, check whether it is still there").arg(ask.what()));
+    current->abandon();
+    if (state == State::Opening) {
+        openDone(ask, error, {});
+        return;
+    }
+    qmxLogOutput(1, logSource, __LINE__, "Closing %s given up: the medium does not answer\n",
+                 qPrintable(ask.what()));
+    if (ask.writes) postAlarm(alarmWriteFailed, QmxAlarm::Error, error.toString());
+    closeDone();
+}
+
+void QmxStream::Private::sessionOpened(QmxStreamSession *session, const QmxError &error,
+                                       const QmxStreamInfo &told)
+{
+    if (session != current.get()) {
+        if (error.isError()) forget(session); // no close follows
+    } else if (!session->isCancelled()) {
+        openDone(session->ask(), error, told);
+    } else if (error.isError()) {
+        // No close follows; but the cancelled open is still to be answered before it.
+        post.post([this, session] { sessionClosed(session); });
+    }
+}
+
+void QmxStream::Private::sessionClosed(QmxStreamSession *session)
+{
+    if (session == current.get())
+        closeDone();
+    else
+        forget(session);
+}
+
+void QmxStream::Private::forget(QmxStreamSession *session)
+{
+    for (auto it = leaving.begin(); it != leaving.end(); ++it) {
+        if (it->get() != session) continue;
+        QmxRecordTable::instance()->streamClosed(session->ask().path());
+        leaving.erase(it);
+        return;
+    }
+}
+
+void QmxStream::Private::sessionResults(QmxStreamSession *session)
+{
+    if (session != current.get()) return;
+    const QList<StreamReader::Result> results = session->reader()->takeResults();
+    QList<StreamReader::Result> wished;
+    for (const StreamReader::Result &result : results)
+        if (result.request == 0) wished.append(result);
+    const QPointer<QmxStream> alive(q);
+    if (peer && !wished.isEmpty()) peer->framesRead(wished);
+    for (const StreamReader::Result &result : results) {
+        if (!alive || current.get() != session) return; // a receiver has gone on to something else
+        if (result.request > 0) emit q->readIsDone(result.frame, result.data, result.error, result.user);
+        if (alive && *benchmarkOn) sessionWrote(result.microseconds);
+    }
+}
+
+void QmxStream::Private::sessionGrown(QmxStreamSession *session)
+{
+    if (session == current.get() && peer) peer->grown();
+}
+
+void QmxStream::Private::sessionRoom(QmxStreamSession *session)
+{
+    if (session == current.get() && peer) peer->roomCame();
+}
+
+void QmxStream::Private::sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal)
+{
+    QmxCounters::instance()->add(QmxCounters::WriteErrors);
+    const QString path = session->ask().path();
+    qmxLogOutput(1, logSource, __LINE__, "Writing %s failed: %s\n", qPrintable(path),
+                 qPrintable(error.toString()));
+    postAlarm(alarmWriteFailed, QmxAlarm::Error, error.toString());
+    if (session != current.get()) return;
+    const QPointer<QmxStream> alive(q);
+    if (peer) peer->writeFailed(error, fatal);
+    // Whoever records ends the take now: the last thing, since that closes this stream.
+    if (alive && fatal && state == State::Open && current.get() == session)
+        QmxRecordFailures::instance()->report(path, error);
+}
+
+void QmxStream::Private::sessionWrote(qint64 microseconds)
+{
+    emit q->benchmark(int(microseconds), QmxTimeStamp::getCurrent());
+}

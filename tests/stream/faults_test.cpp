@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/stream/streamrig.h"
+
+#include "platform/qmx/core/qmxrecordtable.h"
+
+#include <QFile>
+
+#include <cerrno>
+
+namespace {
+
+int length(const QString &path)
+{
+    StreamRig rig;
+    return rig.openForRead(path) == 0 ? rig.stream.info().length() : -1;
+}
+
+void announceFailure()
+{
+    expectLog(QStringLiteral("stream"), QStringLiteral("failed"));
+    allowLog(QStringLiteral("streamwriter"));
+    allowLog(QStringLiteral("streamcache"));
+}
+
+} // namespace
+
+TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
+{
+    const auto files = FaultyFiles::install();
+    const TestDir dir;
+    announceFailure();
+    StreamRig rig;
+    const QString path = dir.file(QStringLiteral("take.mov"));
+    // A folder where a medium should be, but is not: it is on the file system of "/".
+    files->fakeStatfs([](const QString &, struct statfs64 &data) { data.f_fsid = {}; });
+    EXPECT_EQ(rig.openForWrite(path), ENODEV);
+    EXPECT_FALSE(QFile::exists(path));
+    files->clear();
+    EXPECT_EQ(rig.openForWrite(dir.file(QStringLiteral("no/folder/take.mov"))), ENOENT);
+
+    makeClip(path, 10);
+    const QByteArray before = readAll(path);
+    EXPECT_EQ(rig.openForWrite(path), EEXIST);
+    EXPECT_EQ(readAll(path), before);
+    EXPECT_TRUE(QmxRecordTable::instance()->entries().isEmpty());
+    EXPECT_EQ(rig.events.filter(QStringLiteral("alarm 1901 2")).size(), 3);
+}
+
+TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
+{
+    const auto files = FaultyFiles::install();
+    const TestDir dir;
+    announceFailure();
+    const QString path = dir.file(QStringLiteral("take.mov"));
+    StreamRig rig;
+    ASSERT_EQ(rig.openForWrite(path), 0);
+    for (int frame = 0; frame < 50; ++frame) {
+        rig.record(frame, 1);
+        Stepper::runTicks(1);
+    }
+    files->failNth(FaultyFiles::Pwrite, 1, ENOSPC, true);
+    rig.events.clear();
+    for (int frame = 50; frame < 80; ++frame) {
+        rig.record(frame, 1);
+        Stepper::runTicks(1);
+    }
+    EXPECT_EQ(rig.events.filter(QStringLiteral("error ")).size(), 1);
+    EXPECT_EQ(rig.events.filter(QStringLiteral("failure 28")).size(), 1);
+    EXPECT_EQ(rig.events.filter(QStringLiteral("alarm 1901 2")).size(), 1);
+    EXPECT_TRUE(rig.stream.isOpen() && rig.stream.isWritable()) << "a stream never closes itself";
+    EXPECT_TRUE(rig.cache.cacheIsFull());
+    EXPECT_FALSE(rig.deviceQueue.isEmpty());
+    files->clear();
+    rig.close();
+    EXPECT_EQ(rig.events.constLast(), QStringLiteral("close"));
+    EXPECT_GE(length(path), 50 - 14);
+    EXPECT_LE(length(path), 80);
+
+    // The next take is not the heir of this one.
+    rig.deviceQueue.clear();
+    const QString second = dir.file(QStringLiteral("take_2.mov"));
+    ASSERT_EQ(rig.openForWrite(second), 0);
+    EXPECT_FALSE(rig.cache.cacheIsFull());
+    rig.record(0, 5);
+    rig.close();
+    EXPECT_EQ(length(second), 5);
+}
+
+TEST(StreamFaults, aStalledDiskCostsNoFrameAndFillsTheQueueBeforeTheCache)
+{
+    const auto files = FaultyFiles::install();
+    const TestDir dir;
+    const QString path = dir.file(QStringLiteral("take.mov"));
+    StreamRig rig;
+    ASSERT_EQ(rig.openForWrite(path), 0);
+    files->stallNth(FaultyFiles::Fdatasync, 1, 7 * QmxClock::nsPerSecond);
+    bool slow = false;
+    int cacheFullAfter = -1;
+    int stallBegan = -1;
+    int frame = 0;
+    for (; frame < 250; ++frame) {
+        rig.record(frame, 1);
+        Stepper::runTicks(1);
+        if (stallBegan < 0 && files->count(FaultyFiles::Fdatasync) > 0) stallBegan = frame;
+        slow = slow || rig.events.contains(QStringLiteral("alarm 1906 1"));
+        if (cacheFullAfter < 0 && rig.cache.cacheIsFull()) cacheFullAfter = frame - stallBegan;
+    }
+    EXPECT_TRUE(slow);
+    EXPECT_GE(cacheFullAfter, 4 * 25 + 25) << "four seconds in the queue, then the cache";
+    EXPECT_TRUE(rig.deviceQueue.isEmpty()) << "the room that came free was told and used";
+    EXPECT_TRUE(rig.events.contains(QStringLiteral("alarm 1906 0")));
+    rig.close();
+    EXPECT_EQ(length(path), 250);
+    StreamRig player;
+    ASSERT_EQ(player.openForRead(path), 0);
+    const QList<int> numbers = player.play(250);
+    for (int i = 0; i < 250; ++i)
+        ASSERT_EQ(numbers.value(i, -9), i);
+}
+
+TEST(StreamFaults, aStopInAStallStillWritesEverythingToItsOwnClip)
+{
+    const auto files = FaultyFiles::install();
+    const TestDir dir;
+    const QString path = dir.file(QStringLiteral("take.mov"));
+    StreamRig rig;
+    ASSERT_EQ(rig.openForWrite(path), 0);
+    files->stallNth(FaultyFiles::Fdatasync, 1, 6 * QmxClock::nsPerSecond);
+    for (int frame = 0; frame < 150; ++frame) {
+        rig.record(frame, 1);
+        Stepper::runTicks(1);
+    }
+    EXPECT_GT(rig.cache.framesInCache(), 0);
+    rig.cache.pushCachedToPending(0);
+    EXPECT_EQ(rig.cache.framesInCache(), 0);
+    rig.close();
+    EXPECT_EQ(length(path), 150 - int(rig.deviceQueue.size()));
+}
+
+TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
+{
+    const auto files = FaultyFiles::install();
+    const TestDir dir;
+    announceFailure();
+    expectLog(QStringLiteral("stream"), QStringLiteral("given up"));
+    const QString clip = dir.file(QStringLiteral("clip.mov"));
+    const QString take = dir.file(QStringLiteral("take.mov"));
+    makeClip(clip, 10);
+    StreamRig rig;
+
+    files->hang(FaultyFiles::Open);
+    const qint64 openBegan = Stepper::now();
+    EXPECT_EQ(rig.openForRead(clip), ETIMEDOUT);
+    EXPECT_LE(Stepper::now() - openBegan, 10 * QmxClock::nsPerSecond);
+    EXPECT_TRUE(rig.stream.isClosed());
+    EXPECT_EQ(rig.openForWrite(take), ETIMEDOUT);
+    files->release();
+    Stepper::runMs(100);
+    EXPECT_FALSE(QFile::exists(take)) << "what came too late does not stay";
+
+    ASSERT_EQ(rig.openForWrite(take), 0);
+    rig.record(0, 30);
+    files->hang(FaultyFiles::Fdatasync);
+    Stepper::runMs(1000);
+    const qint64 closeBegan = Stepper::now();
+    rig.stream.close();
+    EXPECT_TRUE(Stepper::runUntil([&rig] { return rig.stream.isClosed(); }, 20 * QmxClock::nsPerSecond));
+    EXPECT_LE(Stepper::now() - closeBegan, 10 * QmxClock::nsPerSecond);
+    EXPECT_TRUE(rig.events.contains(QStringLiteral("alarm 1901 2")));
+
+    // The next take has another writer, and the first one's frames are not lost if the disk comes back.
+    const QString second = dir.file(QStringLiteral("take_2.mov"));
+    files->release();
+    ASSERT_EQ(rig.openForWrite(second), 0);
+    rig.record(0, 7);
+    rig.close();
+    EXPECT_EQ(length(second), 7);
+    EXPECT_TRUE(Stepper::waitFor([&take] { return length(take) == 30; }));
+}
+
+TEST(StreamFaults, unreadableFramesAreBlackWithOneErrorARun)
+{
+    const auto files = FaultyFiles::install();
+    const TestDir dir;
+    const QString path = dir.file(QStringLiteral("clip.mov"));
+    makeClip(path, 200);
+    StreamRig rig;
+    ASSERT_EQ(rig.openForRead(path), 0);
+    EXPECT_EQ(rig.play(10).size(), 10);
+    Stepper::deliver();
+    files->vanish(dir.path());
+    rig.cache.seek(100);
+    for (int frame = 100; frame < 110; ++frame) {
+        ASSERT_TRUE(Stepper::runUntil([&rig] { return rig.cache.framesInCache() > 0; }));
+        const QmxFrame black = rig.cache.read();
+        EXPECT_EQ(numberOf(black), -1) << "a black picture";
+        EXPECT_EQ(black.vids().constFirst().desc(), imageDesc());
+        EXPECT_EQ(black.auds().constFirst().desc(), audioDesc());
+        EXPECT_EQ(black.auds().constFirst().samples(), 1920);
+        EXPECT_EQ(black.auds().constFirst().data()[100], 0);
+        EXPECT_EQ(black.meta().value(QmxId(1)).toInt(), frame);
+        EXPECT_EQ(timecodeOf(black), frame);
+    }
+    files->comeBack();
+    rig.cache.seek(50);
+    EXPECT_EQ(rig.play(3), QList<int>({50, 51, 52}));
+    Stepper::deliver();
+    EXPECT_EQ(rig.events, QStringList({QStringLiteral("open 0"), QStringLiteral("error 100 5"),
+                                       QStringLiteral("alarm 1903 1"), QStringLiteral("alarm 1903 0")}));
+    rig.stream.close();
+    rig.stream.read(3, nullptr);
+}

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/stream/streamrig.h"
+
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxplayhead.h"
+#include "platform/qmx/core/qmxrecordtable.h"
+
+namespace {
+
+QList<int> row(int first, int count, int step = 1)
+{
+    QList<int> numbers;
+    for (int i = 0; i < count; ++i)
+        numbers.append(first + i * step);
+    return numbers;
+}
+
+} // namespace
+
+TEST(RecordAndPlay, everyFrameOfATakeComesBackWithItsKeysAndItsSound)
+{
+    const TestDir dir;
+    const QString path = dir.file(QStringLiteral("take_1.mov"));
+    StreamRig rig;
+    ASSERT_EQ(rig.openForWrite(path), 0);
+    for (int tick = 0; tick < 100; ++tick) {
+        rig.record(tick, 1);
+        Stepper::runTicks(1);
+        if (tick == 50) {
+            EXPECT_EQ(rig.cache.position(), 51);
+            EXPECT_EQ(QmxRecordTable::instance()->entry(path)->frames, 51);
+            EXPECT_GE(QmxCounters::instance()->value(QmxCounters::RecordedUpTo), 51 - 14)
+                << "a flush each half second by itself";
+        }
+    }
+    rig.close();
+    EXPECT_FALSE(QmxRecordTable::instance()->entry(path).has_value());
+    const ProgramResult probe =
+        runProgram(QStringLiteral("ffprobe"),
+                   {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-select_streams"),
+                    QStringLiteral("v"), QStringLiteral("-show_entries"), QStringLiteral("stream=nb_frames"),
+                    QStringLiteral("-of"), QStringLiteral("csv=p=0"), path});
+    EXPECT_EQ(probe.out.trimmed(), QByteArray("100"));
+
+    ASSERT_EQ(rig.openForRead(path), 0);
+    EXPECT_EQ(rig.stream.info().length(), 100);
+    for (int frame = 0; frame < 100; ++frame) {
+        ASSERT_TRUE(Stepper::runUntil([&rig] { return rig.cache.framesInCache() > 0; }));
+        const QmxFrame peeked = rig.cache.peek();
+        const QmxFrame read = rig.cache.read();
+        ASSERT_EQ(peeked, read);
+        ASSERT_EQ(numberOf(read), frame);
+        ASSERT_EQ(timecodeOf(read), frame);
+        ASSERT_EQ(read.meta().value(QmxId(1)).toInt(), frame);
+        ASSERT_EQ(read.meta().value(QmxId(9)).toBool(), frame == 0);
+        ASSERT_EQ(read.meta().value(QmxId(10)).toBool(), frame == 99);
+        ASSERT_FALSE(read.meta().contains(QmxId(18)));
+        ASSERT_EQ(read.origin(), QmxPlayhead::instance()->origin());
+        ASSERT_EQ(read.vids().constFirst().desc(), imageDesc());
+        ASSERT_EQ(read.auds().constFirst().desc(), audioDesc());
+        ASSERT_EQ(read.auds().constFirst().data()[0], (frame + 1) << 8);
+        ASSERT_EQ(QmxPlayhead::instance()->position(), frame + 1);
+    }
+    EXPECT_TRUE(rig.cache.atEndOfStream());
+    EXPECT_EQ(rig.cache.framesInCache(), 0);
+    EXPECT_EQ(rig.cache.peek(), QmxFrame());
+    rig.close();
+    EXPECT_EQ(rig.cache.framesInCache(), 0);
+    EXPECT_EQ(rig.events, QStringList({QStringLiteral("open 0"), QStringLiteral("close"),
+                                       QStringLiteral("open 0"), QStringLiteral("close")}));
+}
+
+TEST(RecordAndPlay, speedsDirectionsAndEnds)
+{
+    const TestDir dir;
+    const QString path = dir.file(QStringLiteral("clip.mov"));
+    makeClip(path, 60);
+    StreamRig rig;
+    rig.cache.setSpeed(2.0); // set while closed: in force at the open
+    ASSERT_EQ(rig.openForRead(path), 0);
+    EXPECT_EQ(rig.play(5), row(0, 5, 2));
+    rig.cache.setSpeed(-1.0);
+    EXPECT_EQ(rig.play(3), row(10, 3, -1));
+    rig.cache.setSpeed(0.5);
+    EXPECT_EQ(rig.play(5), QList<int>({7, 7, 8, 8, 9}));
+    rig.cache.setSpeed(25.0);
+    EXPECT_EQ(rig.play(2), QList<int>({9, 34}));
+    EXPECT_EQ(rig.cache.position(), 59);
+    EXPECT_EQ(rig.play(1), QList<int>({59}));
+    EXPECT_TRUE(rig.cache.atEndOfStream()) << "a stride over the end counts as its end";
+    EXPECT_EQ(rig.cache.framesInCache(), 0);
+
+    rig.cache.seekToLastFrame();
+    EXPECT_FALSE(rig.cache.atEndOfStream());
+    rig.cache.setSpeed(-100.0);
+    EXPECT_EQ(rig.play(1), QList<int>({59}));
+    EXPECT_TRUE(rig.cache.atStartOfStream());
+    rig.cache.seekToFirstFrame();
+    EXPECT_FALSE(rig.cache.atStartOfStream());
+    rig.cache.seek(-20);
+    EXPECT_TRUE(rig.cache.atStartOfStream());
+    rig.cache.seek(1000);
+    EXPECT_TRUE(rig.cache.atEndOfStream());
+
+    // Nothing loaded yet: the frame's numbers are there at once. And every seek is answered by ready().
+    Stepper::deliver();
+    rig.cache.seek(20);
+    EXPECT_EQ(numberOf(rig.cache.peek()), -2);
+    EXPECT_EQ(rig.cache.peek().meta().value(QmxId(1)).toInt(), 20);
+    EXPECT_EQ(timecodeOf(rig.cache.peek()), 20);
+    const int before = rig.readies;
+    ASSERT_TRUE(Stepper::runUntil([&rig] { return rig.cache.framesInCache() > 0; }));
+    Stepper::deliver();
+    EXPECT_GT(rig.readies, before);
+    const int loaded = rig.readies;
+    rig.cache.seek(20);
+    EXPECT_EQ(rig.readies, loaded) << "never from inside the call";
+    Stepper::deliver();
+    EXPECT_EQ(rig.readies, loaded + 1);
+}
+
+TEST(RecordAndPlay, aGrowingClipBecomesLonger)
+{
+    const TestDir dir;
+    const QString path = dir.file(QStringLiteral("growing.mov"));
+    StreamRig recorder;
+    ASSERT_EQ(recorder.openForWrite(path), 0);
+    recorder.record(0, 30);
+    Stepper::runMs(600);
+    StreamRig player;
+    ASSERT_EQ(player.openForRead(path), 0);
+    EXPECT_EQ(player.stream.info().length(), 30);
+    EXPECT_EQ(player.play(29), row(0, 29));
+    ASSERT_TRUE(Stepper::runUntil([&player] { return player.cache.framesInCache() > 0; }));
+    EXPECT_TRUE(player.cache.peek().meta().value(QmxId(10)).toBool());
+    recorder.record(30, 20);
+    ASSERT_TRUE(Stepper::runUntil([&player] { return player.stream.info().length() == 50; }));
+    EXPECT_FALSE(player.cache.peek().meta().value(QmxId(10)).toBool()) << "the last frame is another one now";
+    EXPECT_EQ(player.play(21), row(29, 21));
+    EXPECT_TRUE(player.cache.atEndOfStream());
+    recorder.record(50, 5);
+    recorder.close();
+    EXPECT_EQ(player.play(5), row(50, 5));
+}

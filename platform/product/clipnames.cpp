@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/product/clipnames.h"
+
+#include "platform/qmx/core/qmxclock.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+namespace {
+
+constexpr const char *extension = ".mov";
+constexpr const char *takeWord = "{take}";
+constexpr const char *rolloverMark = "_R";
+constexpr int firstRollover = 2;         // the clip that rolls over is the first
+constexpr std::size_t maximumStem = 200; // bytes; file systems take 255 with everything appended
+constexpr std::size_t maximumIndexDigits = 6;
+
+std::string localTime(qint64 wallTime, const char *format)
+{
+    const auto seconds = static_cast<time_t>(wallTime / QmxClock::nsPerSecond);
+    struct tm parts
+    {};
+    char text[32];
+    ::localtime_r(&seconds, &parts);
+    return std::string(text, ::strftime(text, sizeof text, format, &parts));
+}
+
+void replaceAll(std::string &text, const std::string &word, const std::string &by)
+{
+    for (std::size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + by.size()))
+        text.replace(at, word.size(), by);
+}
+
+/// Cuts at a character's border: UTF-8 continuation bytes do not begin one.
+void cut(std::string &text, std::size_t size)
+{
+    if (text.size() <= size) return;
+    while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80U)
+        --size;
+    text.resize(size);
+}
+
+} // namespace
+
+std::string clipNameFromPattern(const std::string &pattern, const ClipNameWords &words)
+{
+    char take[16];
+    std::snprintf(take, sizeof take, "%03u", words.take);
+    std::string stem = pattern;
+    replaceAll(stem, "{reel}", words.reel);
+    replaceAll(stem, "{date}", localTime(words.wallTime, "%Y%m%d"));
+    replaceAll(stem, "{time}", localTime(words.wallTime, "%H%M%S"));
+    // The take distinguishes clips, so the rest is what is shortened.
+    std::string name = words.name;
+    cut(name, maximumStem / 2);
+    replaceAll(stem, takeWord, take);
+    replaceAll(stem, "{name}", name);
+    for (char &c : stem)
+        if (c == '/' || c == '\\' || static_cast<unsigned char>(c) < 0x20) c = '_';
+    // A leading dot would hide the clip from every list.
+    if (stem.empty() || stem[0] == '.') stem.insert(stem.begin(), '_');
+    cut(stem, maximumStem);
+    return stem + extension;
+}
+
+bool patternCountsTakes(const std::string &pattern)
+{
+    return pattern.find(takeWord) != std::string::npos;
+}
+
+std::string clipNameWithNextRolloverIndex(const std::string &name)
+{
+    const auto dot = name.rfind('.');
+    const std::string stem = name.substr(0, dot);
+    const std::string tail = dot == std::string::npos ? std::string() : name.substr(dot);
+    const std::string mark = rolloverMark;
+    const auto at = stem.rfind(mark);
+    if (at != std::string::npos) {
+        const std::string digits = stem.substr(at + mark.size());
+        if (!digits.empty() && digits.size() <= maximumIndexDigits &&
+            std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
+            return stem.substr(0, at) + mark + std::to_string(std::atoi(digits.c_str()) + 1) + tail;
+    }
+    return stem + mark + std::to_string(firstRollover) + tail;
+}

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/product/clipscan.h"
+
+#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/stream/qmxclipreader.h"
+
+#include <cctype>
+#include <cerrno>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const char *const clipExtensions[] = {".mov", ".mp4", ".m4v", ".mxf", ".mkv", ".avi"};
+
+/// The writer keeps a lock on the file until it has closed it. Only asked of clips that are not closed and
+/// hold frames: their writer has had its lock for long, so that the question cannot get in its way.
+bool isBeingRecorded(const std::string &path, QmxFiles &files)
+{
+    if (QmxRecordTable::instance()->entry(QString::fromStdString(path))) return true;
+    const int fd = files.open(QString::fromLocal8Bit(path), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    const bool locked = files.flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    files.close(fd); // releases the lock
+    return locked;
+}
+
+} // namespace
+
+ClipSource::~ClipSource() = default;
+
+bool isClipName(const std::string &name)
+{
+    if (name.empty() || name[0] == '.') return false;
+    std::string extension = fs::path(name).extension().string();
+    for (char &c : extension)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (const char *known : clipExtensions)
+        if (extension == known) return true;
+    return false;
+}
+
+std::optional<Clip> scanClip(const std::string &path, const QmxEnvironment &environment)
+{
+    QmxClipInfo info;
+    struct stat64 status
+    {};
+    const QString name = QString::fromLocal8Bit(path);
+    if (environment.files->stat(name, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    const QmxError error = QmxClipReader::probe(name, info, environment);
+    if (error.isError() && error.value() != ENODATA) return std::nullopt;
+    const qint64 changed = status.st_mtim.tv_sec * QmxClock::nsPerSecond + status.st_mtim.tv_nsec;
+    return Clip(path.substr(path.rfind('/') + 1), path, error.isError() ? 0 : static_cast<int>(info.frames),
+                changed, info.closed || info.foreign);
+}
+
+MediumClipSource::MediumClipSource(const QmxEnvironment &environment) : _environment(environment) {}
+
+std::optional<Clip> MediumClipSource::look(const std::string &path, Known &known) const
+{
+    struct stat64 status
+    {};
+    if (_environment.files->stat(QString::fromLocal8Bit(path), &status) != 0) return std::nullopt;
+    const qint64 changed = status.st_mtim.tv_sec * QmxClock::nsPerSecond + status.st_mtim.tv_nsec;
+    const bool isSame = known.size == status.st_size && known.changed == changed;
+    // A clip that is not closed may grow without its size changing: its space is reserved ahead.
+    if (!isSame || !known.clip || !known.clip->isClosed())
+        known = {status.st_size, changed, scanClip(path, _environment)};
+    return known.clip;
+}
+
+std::optional<std::vector<Clip>> MediumClipSource::clips(const std::string &folder)
+{
+    std::error_code failed;
+    std::vector<Clip> found;
+    std::map<std::string, Known> seen;
+    fs::directory_iterator entry(folder, failed);
+    if (failed) return std::nullopt;
+    for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
+        const std::string name = entry->path().filename().string();
+        if (!isClipName(name)) continue;
+        const std::string path = folder + "/" + name;
+        Known &known = seen[path];
+        if (const auto before = _known.find(path); before != _known.end()) known = before->second;
+        const std::optional<Clip> clip = look(path, known);
+        if (clip && (clip->isClosed() || !isBeingRecorded(path, *_environment.files))) found.push_back(*clip);
+    }
+    if (failed) return std::nullopt;
+    _known = std::move(seen); // what has gone from the medium goes from memory
+    return found;
+}

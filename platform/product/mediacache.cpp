@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/product/mediacache.h"
+
+#include "platform/product/clipscan.h"
+#include "platform/product/givenclips.h"
+#include "platform/product/mediumhelper.h"
+#include "platform/qmx/core/qmxrecordtable.h"
+
+namespace {
+
+std::string nameOf(const std::string &path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+} // namespace
+
+bool kel::media::MediaCache::GrokClip(Clip &clip, std::string path, bool exact)
+{
+    if (path.empty() || (!exact && GivenClips::instance().contains(path))) return false;
+    const QmxEnvironment environment = QmxEnvironment::current();
+    if (const auto recording = QmxRecordTable::instance()->entry(QString::fromStdString(path))) {
+        clip = Clip(nameOf(path), path, recording->frames, environment.clock->wallTime());
+    } else {
+        const auto found = MediumHelper::instance().answer<std::optional<Clip>>(
+            folderOf(path), [environment, path] { return scanClip(path, environment); });
+        if (!found || !*found) return false;
+        clip = **found;
+    }
+    GivenClips::instance().add(path);
+    return true;
+}

@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What every kind of store promises, for every row of the table of backends.
+#include "platform/store/alarmproducer.h"
+#include "platform/store/alarms.pb.h"
+#include "platform/store/storebackend.h"
+#include "tests/store/storetesting.h"
+#include "tests/support/logcollector.h"
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QRegularExpression>
+
+#include <csignal>
+
+namespace {
+
+std::string freshAddress(const std::string &scheme, const TestDir &dir)
+{
+    if (scheme == "sqlite") return "sqlite:" + dir.file("store.db").toStdString();
+    ADD_FAILURE() << "the test does not know how to make a store of kind " << scheme;
+    return {};
+}
+
+class StoreContract : public testing::TestWithParam<std::string>
+{
+protected:
+    QString quri() const { return QString::fromStdString(uri); }
+
+    TestDir dir;
+    const std::string uri = freshAddress(GetParam(), dir);
+};
+
+std::vector<std::string> schemes()
+{
+    std::vector<std::string> names;
+    for (const StoreBackendRow &row : storeBackends())
+        names.push_back(row.scheme);
+    return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, StoreContract, testing::ValuesIn(schemes()),
+                         [](const auto &info) { return info.param; });
+
+TEST_P(StoreContract, refusesWhatDoesNotFitAndAnswersWithDefaults)
+{
+    EXPECT_EQ(openStore("nonsense:" + dir.path().toStdString()), nullptr);
+    for (const bool queued : {false, true}) {
+        const auto config = openStore(uri, "checker", queued);
+        ASSERT_NE(config, nullptr);
+        EXPECT_EQ(numberOf(*config, eParam_RecordOnRunningTimecode), 1U);
+        EXPECT_EQ(textOf(*config, eParam_CurrentClip), "N/A");
+
+        struct Case
+        {
+            eParam_t id;
+            StoreValue value;
+            const char *reason;
+        };
+        const Case refused[] = {
+            {eParam_TimecodePresetHour, StoreValue::fromUnsigned(24), "from 0 to 23"},
+            {eParam_IntervalRecordFrames, StoreValue::fromUnsigned(0), "from 1"},
+            {eParam_TransportCommand, StoreValue::fromUnsigned(2), "play (1)"},
+            {eParam_RecordCodec, StoreValue::fromString("prores_422"), "takes a number"},
+            {eParam_LutFile, StoreValue::fromString("/lut"), "takes bytes"},
+            {eParam_TransportSpeed, StoreValue::fromString("101"), "-100 to 100"},
+            {eParam_ClipBaseName, StoreValue::fromString("a/b"), "file name"},
+            {eParam_t(0x12345678), StoreValue::fromUnsigned(0), "0x12345678"},
+        };
+        for (const Case &test : refused) {
+            EXPECT_FALSE(config->setValue(test.id, test.value));
+            EXPECT_NE(config->lastError().find(test.reason), std::string::npos) << config->lastError();
+        }
+        EXPECT_EQ(numberOf(*config, eParam_TimecodePresetHour), 0U);
+
+        // Of another kind: the variable stays as it was.
+        unsigned number = 77;
+        std::string text = "kept";
+        EXPECT_FALSE(config->getUInt(eParam_LutFile, number));
+        EXPECT_FALSE(config->getString(eParam_RecordCodec, text));
+        EXPECT_EQ(number, 77U);
+        EXPECT_EQ(text, "kept");
+
+        const std::string bytes("\0\1\xFF\0", 4);
+        EXPECT_TRUE(config->setData(eParam_LutFile, bytes));
+        EXPECT_TRUE(config->getData(eParam_LutFile, text));
+        EXPECT_EQ(text, bytes);
+        EXPECT_TRUE(config->setData(eParam_LutFile, {}));
+    }
+}
+
+TEST_P(StoreContract, tellsOthersEveryChangeInOrderAndItselfNothing)
+{
+    const auto daemon = openStore(uri, "", true);
+    const auto daemonEvents = openStore(uri, "", true);
+    const auto other = openStore(uri, "operator", true);
+    RecordingListener ofDaemon;
+    RecordingListener ofOther;
+    daemonEvents->addListener(&ofDaemon);
+    other->addListener(&ofOther);
+    Stepper::deliver();
+
+    // Equal writes are events for commands and notices only.
+    EXPECT_TRUE(other->setUInt(eParam_RecordCodec, 3));
+    EXPECT_TRUE(other->setUInt(eParam_RecordCodec, 3));
+    EXPECT_TRUE(other->setUInt(eParam_TransportCommand, 4));
+    EXPECT_TRUE(other->setUInt(eParam_TransportCommand, 4));
+    EXPECT_TRUE(other->setUInt(eParam_StorageState, 3));
+    EXPECT_TRUE(other->setUInt(eParam_StorageState, 3));
+    EXPECT_TRUE(other->setString(eParam_ReelNumber, "7"));
+    EXPECT_EQ(textOf(*other, eParam_ReelNumber), "7"); // sees what it has queued
+    // The clock stands still until everybody has heard, so this is all there will be.
+    Stepper::runMs(1);
+    using Seen = std::vector<RecordingListener::Seen>;
+    EXPECT_EQ(ofDaemon.seen(), (Seen{{eParam_TimecodePresetHour, "0"},
+                                     {eParam_RecordCodec, "3"},
+                                     {eParam_TransportCommand, "4"},
+                                     {eParam_TransportCommand, "4"},
+                                     {eParam_StorageState, "3"},
+                                     {eParam_StorageState, "3"},
+                                     {eParam_ReelNumber, "7"}}));
+    EXPECT_EQ(ofOther.seen(), (Seen{{eParam_TimecodePresetHour, "0"}}));
+
+    EXPECT_TRUE(daemon->setString(eParam_CurrentClip, "a.mov"));
+    Stepper::runMs(1);
+    EXPECT_EQ(ofOther.values(eParam_CurrentClip), std::vector<std::string>{"a.mov"});
+    EXPECT_TRUE(ofDaemon.values(eParam_CurrentClip).empty());
+    EXPECT_EQ(textOf(*daemonEvents, eParam_CurrentClip), "a.mov");
+
+    // A listener that comes later gets no old command, and a command leaves no value behind.
+    const auto late = openStore(uri, "late", true);
+    RecordingListener ofLate;
+    late->addListener(&ofLate);
+    Stepper::runMs(1);
+    EXPECT_EQ(ofLate.seen(), (Seen{{eParam_TimecodePresetHour, "0"}}));
+    EXPECT_EQ(numberOf(*late, eParam_TransportCommand), 0U);
+}
+
+TEST_P(StoreContract, tellsNothingBeforeTheEventLoopTurnsNorAfterTheEnd)
+{
+    const auto daemon = openStore(uri, "", true);
+    const auto direct = openStore(uri, "operator", false);
+    RecordingListener early;
+    daemon->addListener(&early);
+    ASSERT_TRUE(direct->setUInt(eParam_TransportCommand, 3));
+    // Read at the start, as the program does, although it has not been told yet.
+    ASSERT_TRUE(direct->setUInt(eParam_LoopPlayback, 1));
+    unsigned loop = 0;
+    for (int i = 0; i < 2000 && loop == 0; ++i) {
+        daemon->getUInt(eParam_LoopPlayback, loop);
+        runProgram("true", {});
+    }
+    EXPECT_EQ(loop, 1U);
+    EXPECT_TRUE(early.seen().empty());
+    Stepper::deliver();
+    EXPECT_TRUE(early.waitForLast(eParam_LoopPlayback, "1"));
+    EXPECT_EQ(early.values(eParam_TransportCommand), std::vector<std::string>{"3"});
+
+    RecordingListener atEnd;
+    const auto events = openStore(uri, "", true);
+    events->addListener(&atEnd);
+    Stepper::deliver();
+    QMetaObject::invokeMethod(QCoreApplication::instance(), "aboutToQuit", Qt::DirectConnection);
+    ASSERT_TRUE(direct->setUInt(eParam_LoopPlayback, 0));
+    EXPECT_TRUE(Stepper::waitFor([&] { return numberOf(*daemon, eParam_LoopPlayback) == 0; }));
+    EXPECT_NE(early.seen().back(), (RecordingListener::Seen{eParam_LoopPlayback, "0"}));
+}
+
+TEST_P(StoreContract, fiveListenersHearTwoWritersAlike)
+{
+    constexpr unsigned count = 200;
+    openStore(uri); // makes it
+    std::vector<std::unique_ptr<Worker>> listeners;
+    for (int i = 0; i < 5; ++i)
+        listeners.push_back(std::make_unique<Worker>(QStringList{"listen", quri()}));
+    for (const auto &listener : listeners)
+        ASSERT_TRUE(listener->waitForLines(1));
+    Worker first({"write", quri(), "go_to_clip_index", "1", QString::number(count)});
+    Worker second({"write", quri(), "camera_data_mode", "1", QString::number(count)});
+    ASSERT_TRUE(first.waitForEnd() && second.waitForEnd());
+    EXPECT_EQ(first.lines().size(), count);
+
+    const qsizetype all = 1 + 1 + 2 * count; // "ready", the preset, the writes
+    QStringList reference;
+    for (const auto &listener : listeners) {
+        ASSERT_TRUE(listener->waitForLines(all)) << listener->lines().size();
+        if (reference.isEmpty()) reference = listener->lines();
+        // "ready" may come before or after what is told at first.
+        QStringList lines = listener->lines();
+        EXPECT_EQ(lines.mid(2), reference.mid(2));
+        EXPECT_EQ(lines.size(), all);
+    }
+    for (const unsigned id : {unsigned(eParam_GoToClipIndex), unsigned(eParam_CameraDataMode)}) {
+        const QStringList ofOne = reference.filter(QRegularExpression("^" + QString::number(id) + " "));
+        QStringList expected;
+        for (unsigned i = 1; i <= count; ++i)
+            expected << QString::number(id) + " " + QString::number(i);
+        EXPECT_EQ(ofOne, expected);
+    }
+}
+
+TEST_P(StoreContract, killedWriterLosesNothingAcknowledged)
+{
+    unsigned last = 0;
+    for (int round = 0; round < 8; ++round) {
+        Worker writer({"write", quri(), "camera_data_mode", QString::number(last + 1), "1000000"});
+        ASSERT_TRUE(writer.waitForLines(5 + 7 * round));
+        writer.kill();
+        const unsigned acknowledged = writer.lines().back().toUInt();
+        last = numberOf(*openStore(uri), eParam_CameraDataMode);
+        // The write under way may have been committed and not told any more.
+        EXPECT_TRUE(last == acknowledged || last == acknowledged + 1) << last << " after " << acknowledged;
+    }
+}
+
+TEST_P(StoreContract, stoppedAndDeadListenersHoldNobodyUp)
+{
+    const auto config = openStore(uri);
+    Worker stopped({"listen", quri()});
+    auto dead = std::make_unique<Worker>(QStringList{"listen", quri()});
+    ASSERT_TRUE(stopped.waitForLines(1) && dead->waitForLines(1));
+    ::kill(static_cast<pid_t>(stopped.pid()), SIGSTOP);
+    dead.reset();
+    for (unsigned i = 1; i <= 600; ++i)
+        ASSERT_TRUE(config->setUInt(eParam_GoToClipIndex, i)) << config->lastError();
+    ::kill(static_cast<pid_t>(stopped.pid()), SIGCONT);
+    // Nothing is lost for the one that was only stopped.
+    EXPECT_TRUE(stopped.waitForLines(602));
+    EXPECT_EQ(stopped.lines().back(), QString::number(unsigned(eParam_GoToClipIndex)) + " 600");
+}
+
+TEST_P(StoreContract, alarmsGoWithTheirProcessAndStayInTheHistory)
+{
+    const auto config = openStore(uri);
+    std::string value;
+    Worker other({"alarm", quri()});
+    ASSERT_TRUE(other.waitForLines(1));
+    openStore(uri, "second"); // the writer lives, so opening clears nothing
+    config->getData(eParam_AlarmMediaFull, value);
+    EXPECT_EQ(config->descriptor(eParam_AlarmMediaFull)->print(StoreValue::fromData(value)), "error: full");
+    other.kill();
+    openStore(uri, "third");
+    EXPECT_TRUE(config->getData(eParam_AlarmMediaFull, value));
+    EXPECT_TRUE(value.empty());
+
+    EXPECT_FALSE(AlarmProducer::clear(config.get(), eParam_RecordCodec));
+    EXPECT_TRUE(AlarmProducer::raise(config.get(), eParam_AlarmSpare1, kel::alarms::Alarm::INFORMATION, ""));
+    EXPECT_TRUE(config->getData(eParam_AlarmSpare1, value));
+    EXPECT_FALSE(value.empty()); // even the emptiest alarm is not a clear one
+    const auto history = config->alarmHistory(10);
+    ASSERT_EQ(history.size(), 3U);
+    EXPECT_TRUE(history[0].raised && history[0].message == "full" && history[0].severity == 2);
+    EXPECT_FALSE(history[1].raised);
+    EXPECT_EQ(history[2].id, eParam_AlarmSpare1);
+}
+
+} // namespace

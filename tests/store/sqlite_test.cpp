@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What happens to a store in one file when the file, its folder or its disk go wrong.
+#include "platform/store/storefiles.h"
+#include "tests/store/storetesting.h"
+#include "tests/support/logcollector.h"
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/file.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// Runs SQL from outside, as a person with a tool would.
+void sql(const QString &path, const char *statements)
+{
+    sqlite3 *handle = nullptr;
+    ASSERT_EQ(sqlite3_open(path.toLocal8Bit().constData(), &handle), SQLITE_OK);
+    char *error = nullptr;
+    EXPECT_EQ(sqlite3_exec(handle, statements, nullptr, nullptr, &error), SQLITE_OK) << error;
+    sqlite3_close(handle);
+}
+
+class SqliteStore : public testing::Test
+{
+protected:
+    QString path() const { return dir.file("store.db"); }
+    QStringList files(const QString &pattern) const
+    {
+        return QDir(dir.path()).entryList({pattern}, QDir::Files);
+    }
+    bool hasAlarm(Config &config) const
+    {
+        std::string value;
+        return config.getData(eParam_AlarmStoreRestored, value) && !value.empty();
+    }
+
+    TestDir dir;
+    const std::string uri = "sqlite:" + path().toStdString();
+};
+
+TEST_F(SqliteStore, removedUnderARunningProcessComesBackFromItsMemory)
+{
+    expectLog("sqliterepair", "has been restored: it was removed");
+    const auto daemon = openStore(uri, "", true);
+    const auto other = openStore(uri, "operator", true);
+    RecordingListener listener;
+    other->addListener(&listener);
+    Stepper::deliver();
+    ASSERT_TRUE(daemon->setString(eParam_ReelNumber, "042"));
+    ASSERT_TRUE(listener.waitForLast(eParam_ReelNumber, "042"));
+    for (const QString &name : files("store.db*"))
+        QFile::remove(dir.file(name));
+
+    ASSERT_TRUE(daemon->setUInt(eParam_LoopPlayback, 1));
+    EXPECT_TRUE(listener.waitForLast(eParam_LoopPlayback, "1"));
+    EXPECT_EQ(listener.values(eParam_AlarmStoreRestored).size(), 1U);
+    const auto fresh = openStore(uri, "fresh");
+    EXPECT_EQ(textOf(*fresh, eParam_ReelNumber), "042");
+    EXPECT_EQ(numberOf(*fresh, eParam_LoopPlayback), 1U);
+    EXPECT_TRUE(hasAlarm(*fresh));
+}
+
+TEST_F(SqliteStore, brokenFileIsSetAsideAndRestoredFromTheNewestGoodBackup)
+{
+    expectLog("sqliterepair", "has been restored");
+    expectLog("sqliterepair", "is damaged too");
+    const QByteArray garbage(20000, 'x');
+    {
+        const auto config = openStore(uri, "", true);
+        ASSERT_TRUE(config->setString(eParam_ReelNumber, "042"));
+        ASSERT_TRUE(Stepper::waitFor([&] { return !files("store.db.backup-*").isEmpty(); }, 15000));
+    }
+    // A younger backup that is no good must not win.
+    writeAll(dir.file("store.db.backup-999"), garbage);
+    for (const QString &name : {"store.db-wal", "store.db-shm"})
+        QFile::remove(dir.file(name));
+    writeAll(path(), garbage);
+    {
+        const auto config = openStore(uri, "again", false);
+        EXPECT_EQ(textOf(*config, eParam_ReelNumber), "042");
+        EXPECT_TRUE(hasAlarm(*config));
+        EXPECT_TRUE(config->setUInt(eParam_LoopPlayback, 1)) << config->lastError();
+    }
+    const QStringList aside = files("store.db.broken-*");
+    ASSERT_EQ(aside.size(), 1);
+    EXPECT_EQ(readAll(dir.file(aside.front())), garbage);
+}
+
+TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)
+{
+    expectLog("sqliterepair", "checksum");
+    {
+        const auto config = openStore(uri);
+        ASSERT_TRUE(config->setString(eParam_ReelNumber, "042"));
+        ASSERT_TRUE(config->setString(eParam_RolloverReelName, "roll"));
+    }
+    sql(path(), "UPDATE param SET value = '043' WHERE value = '042'");
+    const auto config = openStore(uri);
+    EXPECT_EQ(textOf(*config, eParam_ReelNumber), "001"); // the default, not a wrong value
+    EXPECT_EQ(textOf(*config, eParam_RolloverReelName), "roll");
+    EXPECT_TRUE(hasAlarm(*config));
+}
+
+TEST_F(SqliteStore, listenerBehindTheLogGetsASnapshot)
+{
+    const auto daemon = openStore(uri, "", true);
+    RecordingListener listener;
+    daemon->addListener(&listener);
+    Stepper::deliver();
+    ASSERT_TRUE(listener.waitForLast(eParam_TimecodePresetHour, "0"));
+    // While nobody reads: more writes than the log keeps.
+    const int lock = ::open(dir.file("store.db").toLocal8Bit().constData(), O_RDONLY | O_CLOEXEC);
+    ::close(lock);
+    Worker({"write", QString::fromStdString(uri), "camera_data_mode", "5", "3"}).waitForEnd();
+    ASSERT_TRUE(listener.waitForLast(eParam_CameraDataMode, "7"));
+    sql(path(), "BEGIN; UPDATE param SET value = value WHERE id = 0; "
+                "UPDATE sqlite_sequence SET seq = seq + 200000 WHERE name = 'log'; DELETE FROM log; COMMIT");
+    Worker({"write", QString::fromStdString(uri), "camera_data_mode", "9", "1"}).waitForEnd();
+    EXPECT_TRUE(listener.waitForLast(eParam_CameraDataMode, "9"));
+    EXPECT_EQ(listener.values(eParam_CameraDataMode).size(), 4U);
+}
+
+TEST_F(SqliteStore, logAndBackupsAreBounded)
+{
+    const auto config = openStore(uri, "", true);
+    ASSERT_TRUE(config->setUInt(eParam_CameraDataMode, 1));
+    ASSERT_TRUE(Stepper::waitFor([&] { return config->pendingWrites() == 0; }));
+    sql(path(),
+        "WITH RECURSIVE n(v) AS (SELECT 2 UNION ALL SELECT v + 1 FROM n WHERE v < 150000) "
+        "INSERT INTO log(version, id, kind, value, source, time, crc) SELECT v, 1, 1, 1, '', 0, 0 FROM n");
+    for (unsigned i = 1; i <= 500; ++i)
+        ASSERT_TRUE(config->setUInt(eParam_GoToClipIndex, i));
+    ASSERT_TRUE(Stepper::waitFor([&] { return config->pendingWrites() == 0; }));
+    sqlite3 *handle = nullptr;
+    ASSERT_EQ(sqlite3_open(path().toLocal8Bit().constData(), &handle), SQLITE_OK);
+    sqlite3_stmt *count = nullptr;
+    sqlite3_prepare_v2(handle, "SELECT count(*) FROM log", -1, &count, nullptr);
+    ASSERT_EQ(sqlite3_step(count), SQLITE_ROW);
+    EXPECT_LE(sqlite3_column_int64(count, 0), 100'000 + 512);
+    sqlite3_finalize(count);
+    sqlite3_close(handle);
+
+    for (int backup = 0; backup < 5; ++backup)
+        writeAll(dir.file("store.db.backup-" + QString::number(backup)), "x");
+    EXPECT_TRUE(Stepper::waitFor([&] { return files("store.db.backup-*").size() == 3; }, 15000));
+}
+
+TEST_F(SqliteStore, queuedWritesNeverWaitForALockedStore)
+{
+    const auto config = openStore(uri, "", true);
+    ASSERT_TRUE(config->setUInt(eParam_LoopPlayback, 1));
+    ASSERT_TRUE(Stepper::waitFor([&] { return config->pendingWrites() == 0; }));
+    const int lock = ::open((uri.substr(7) + ".lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::flock(lock, LOCK_EX), 0);
+    ASSERT_TRUE(config->setUInt(eParam_LoopPlayback, 0));
+    EXPECT_EQ(numberOf(*config, eParam_LoopPlayback), 0U);
+    EXPECT_EQ(config->pendingWrites(), 1);
+    // A full queue refuses and says so.
+    unsigned accepted = 0;
+    while (accepted < 10000 && config->setUInt(eParam_GoToClipIndex, accepted))
+        ++accepted;
+    EXPECT_EQ(accepted, 4095U);
+    EXPECT_NE(config->lastError().find("wait already"), std::string::npos);
+    ::close(lock);
+    EXPECT_TRUE(Stepper::waitFor([&] { return config->pendingWrites() == 0; }, 30000));
+    EXPECT_EQ(numberOf(*openStore(uri), eParam_LoopPlayback), 0U);
+}
+
+TEST_F(SqliteStore, unreachableAtFirstAnswersWithDefaultsAndCatchesUp)
+{
+    expectLog("storestate", "cannot");
+    const QString folder = dir.file("medium");
+    writeAll(folder, "a file where the folder should be");
+    const std::string later = "sqlite:" + folder.toStdString() + "/store.db";
+    const auto daemon = openStore(later, "", true);
+    ASSERT_NE(daemon, nullptr);
+    RecordingListener listener;
+    daemon->addListener(&listener);
+    Stepper::deliver();
+    unsigned value = 0;
+    EXPECT_FALSE(daemon->getUInt(eParam_RecordOnRunningTimecode, value));
+    EXPECT_EQ(value, 1U);
+    EXPECT_FALSE(daemon->storeState().empty());
+    const auto direct = openStore(later, "operator");
+    EXPECT_FALSE(direct->setUInt(eParam_LoopPlayback, 1));
+    EXPECT_NE(direct->lastError().find(folder.toStdString()), std::string::npos) << direct->lastError();
+
+    QFile::remove(folder);
+    EXPECT_TRUE(direct->setUInt(eParam_LoopPlayback, 1)) << direct->lastError();
+    EXPECT_TRUE(listener.waitForLast(eParam_LoopPlayback, "1"));
+    EXPECT_TRUE(daemon->getUInt(eParam_RecordOnRunningTimecode, value));
+}
+
+TEST_F(SqliteStore, readOnlyStoreIsReadAndRefusesWrites)
+{
+    if (::geteuid() != 0) GTEST_SKIP() << "needs root, to become somebody without rights";
+    {
+        const auto config = openStore(uri);
+        ASSERT_TRUE(config->setUInt(eParam_CameraDataMode, 5));
+    }
+    for (const QString &name : files("*"))
+        ::chmod(dir.file(name).toLocal8Bit().constData(), 0444);
+    ::chmod(dir.path().toLocal8Bit().constData(), 0555);
+    Worker nobody({"nobody-write", QString::fromStdString(uri), "camera_data_mode", "6", "1"});
+    ASSERT_TRUE(nobody.waitForEnd());
+    ASSERT_EQ(nobody.lines().size(), 1);
+    EXPECT_TRUE(nobody.lines().front().startsWith("refused cannot write"))
+        << nobody.lines().front().toStdString();
+    EXPECT_EQ(numberOf(*openStore(uri), eParam_CameraDataMode), 5U);
+}
+
+TEST_F(SqliteStore, fullDiskIsAnErrorThatLeavesRoomForTheLastWrites)
+{
+    const QString medium = dir.file("medium");
+    QDir().mkpath(medium);
+    if (::mount("tmpfs", medium.toLocal8Bit().constData(), "tmpfs", 0, "size=24m") != 0)
+        GTEST_SKIP() << "needs the right to mount";
+    allowLog("storestate");
+    {
+        const std::string small = "sqlite:" + medium.toStdString() + "/store.db";
+        const auto direct = openStore(small);
+        const auto daemon = openStore(small, "", true); // keeps the ballast
+        ASSERT_TRUE(Stepper::waitFor([&] { return QFile::exists(medium + "/store.db.ballast"); }, 15000));
+        QFile filler(medium + "/filler");
+        ASSERT_TRUE(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        while (filler.write(QByteArray(65536, 'x')) > 0) {}
+        while (filler.write("x") > 0) {}
+        // The ballast lasts for many writes; when it is used up there is a clean error and nothing changes.
+        unsigned written = 0;
+        while (written < 2000 &&
+               direct->setString(eParam_PlayList, std::string(8000, 'a') + std::to_string(written)))
+            ++written;
+        EXPECT_GT(written, 20U);
+        EXPECT_LT(written, 2000U);
+        EXPECT_FALSE(QFile::exists(medium + "/store.db.ballast"));
+        EXPECT_NE(direct->lastError().find("disk is full"), std::string::npos) << direct->lastError();
+        EXPECT_EQ(textOf(*direct, eParam_PlayList), std::string(8000, 'a') + std::to_string(written - 1));
+        filler.resize(0);
+        EXPECT_TRUE(direct->setUInt(eParam_LoopPlayback, 1)) << direct->lastError();
+        EXPECT_TRUE(Stepper::waitFor([&] { return QFile::exists(medium + "/store.db.ballast"); }, 15000));
+    }
+    ::umount2(medium.toLocal8Bit().constData(), MNT_DETACH);
+}
+
+} // namespace

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/store/storetesting.h"
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+namespace {
+constexpr int patience = 20000; // real milliseconds; other processes do not run on the test's clock
+}
+
+Worker::Worker(const QStringList &arguments)
+{
+    _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    _process.start(QCoreApplication::applicationDirPath() + "/store_worker", arguments);
+    EXPECT_TRUE(_process.waitForStarted());
+}
+
+Worker::~Worker()
+{
+    kill();
+}
+
+QStringList Worker::lines()
+{
+    _output += _process.readAllStandardOutput();
+    QStringList found = QString::fromUtf8(_output).split('\n');
+    found.removeLast(); // not ended yet
+    return found;
+}
+
+bool Worker::waitForLines(qsizetype count)
+{
+    return Stepper::waitFor(
+        [&] {
+            _process.waitForReadyRead(1);
+            return lines().size() >= count;
+        },
+        patience);
+}
+
+bool Worker::waitForEnd()
+{
+    return _process.waitForFinished(patience);
+}

@@ -55,6 +55,7 @@ private:
     // sqlitecare.cpp: upkeep
     void checkpoint();
     void backUp();
+    void complain(const std::string &reason);
     std::string dateStamp() const;
     qint64 wallMicroseconds() const;
 
@@ -65,4 +66,5 @@ private:
     std::optional<StoreFiles::Identity> _identity; ///< of the open database
     std::string _epoch;                            ///< of the open database
     WakeupSocket _wakeup;
+    std::string _careError; ///< told last
 };

@@ -42,6 +42,13 @@ void SqliteBackend::care()
     _files.restoreBallast();
 }
 
+/// Upkeep is tried every second; a reason is told once.
+void SqliteBackend::complain(const std::string &reason)
+{
+    if (!reason.empty() && reason != _careError) qmxLogOutput(2, module, __LINE__, "%s\n", reason.c_str());
+    _careError = reason;
+}
+
 /// Only when the lock is free: a writer comes first, the next round will do.
 void SqliteBackend::checkpoint()
 {
@@ -51,8 +58,8 @@ void SqliteBackend::checkpoint()
     if (!_lock.acquire(0, nullptr)) return;
     const StoreLockHolder holder(_lock);
     // PASSIVE waits for nobody; the next writer then begins the write-ahead log anew.
-    if (!_database.exec("PRAGMA wal_checkpoint(PASSIVE)"))
-        qmxLogOutput(2, module, __LINE__, "%s\n", _database.result("cannot checkpoint").text.c_str());
+    _database.exec("PRAGMA wal_checkpoint(PASSIVE)");
+    complain(_database.result("cannot checkpoint").text);
     _database.clearError();
 }
 
@@ -81,6 +88,5 @@ void SqliteBackend::backUp()
     if (result.isDone()) result = SqliteSchema::createFile(temporary, image, cursor.version, cursor.epoch);
     if (result.isDone() && ::rename(temporary.c_str(), _files.backupPath(cursor.version).c_str()) == 0)
         _files.removeOldBackups(backupsKept);
-    else if (!result.isDone())
-        qmxLogOutput(2, module, __LINE__, "No backup of the configuration store: %s\n", result.text.c_str());
+    complain(result.isDone() ? std::string() : "no backup: " + result.text);
 }

@@ -63,6 +63,7 @@ void StoreMemory::unqueued(eParam_t id, const StoreValue &value, quint64 version
     const std::lock_guard lock(_mutex);
     const auto found = _queued.find(id);
     if (found != _queued.end() && --found->second.count == 0) _queued.erase(found);
+    if (version == 0) return;
     StoredValue &known = _committed[id];
     if (version > known.version) known = {value, version, source, 0};
 }

@@ -165,8 +165,11 @@ StoreResult StoreReader::load()
     std::vector<StoreChange> differences = _memory->reload(image);
     // Before the first look nobody can have got a value that would now have to be corrected.
     if (_firstLoadTried)
-        for (StoreChange &difference : differences)
+        for (StoreChange &difference : differences) {
+            // A restored value may be older than the listener; it is news all the same.
+            difference.stored.version = 0;
             _waiting.push_back(std::move(difference));
+        }
     _cursor = cursor;
     _loaded = true;
     taken(cursor.version);

@@ -226,6 +226,7 @@ TEST_F(SqliteStore, fullDiskIsAnErrorThatLeavesRoomForTheLastWrites)
     if (::mount("tmpfs", medium.toLocal8Bit().constData(), "tmpfs", 0, "size=24m") != 0)
         GTEST_SKIP() << "needs the right to mount";
     allowLog("storestate");
+    allowLog("sqlitecare");
     {
         const std::string small = "sqlite:" + medium.toStdString() + "/store.db";
         const auto direct = openStore(small);

@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/product/clipfinder.h"
+#include "platform/product/clipnames.h"
+#include "platform/product/file.h"
+#include "platform/product/mediacache.h"
+#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/stream/qmxclipwriter.h"
+#include "platform/store/configfactoryimpl.h"
+#include "tests/support/faultyfiles.h"
+#include "tests/support/logcollector.h"
+#include "tests/support/stepper.h"
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+
+#include <memory>
+
+namespace {
+
+std::string local(const QString &text)
+{
+    return text.toStdString();
+}
+
+/// A medium, a rollover medium and the settings that name them.
+class Clips : public testing::Test
+{
+protected:
+    Clips()
+    {
+        QDir().mkpath(medium);
+        QDir().mkpath(rollover);
+        config->setString(eParam_ActiveMediaPath, local(medium));
+        config->setString(eParam_RolloverMediaPath, local(rollover));
+    }
+
+    static QmxClipInfo info()
+    {
+        QmxClipInfo clip;
+        clip.image.setSize(64, 48);
+        clip.image.setAspectRatio(64, 48);
+        clip.image.setFrameRate(QmxVideoRate(25));
+        clip.image.setDataType(QmxId(203));
+        return clip;
+    }
+    static void write(QmxClipWriter &writer, int frames)
+    {
+        QmxFrame frame;
+        frame.vids() = {QmxImage(info().image, {QmxBuffer::copyOf(QByteArray(500, 'p').constData(), 500)})};
+        for (int i = 0; i < frames; ++i)
+            EXPECT_FALSE(writer.writeFrame(frame).isError());
+        EXPECT_FALSE(writer.flush().isError());
+    }
+    void make(const QString &name, int frames) const
+    {
+        QmxClipWriter writer;
+        const QmxError error = writer.create(medium + "/" + name, info());
+        ASSERT_FALSE(error.isError()) << local(error.toString());
+        write(writer, frames);
+        EXPECT_FALSE(writer.close().isError());
+    }
+    std::string names(bool playListOnly = false, bool sorted = true)
+    {
+        std::string text;
+        for (const Clip &clip : finder.findClips(true, playListOnly, sorted))
+            text += (text.empty() ? "" : " ") + clip.getName() + ":" + std::to_string(clip.getFrameCount());
+        return text;
+    }
+    std::string nextName(std::list<Clip> *existing = nullptr, int expected = 0)
+    {
+        std::string name;
+        EXPECT_EQ(finder.buildClipName(name, existing), expected);
+        return name;
+    }
+
+    TestDir dir;
+    const QString medium = dir.file("A");
+    const QString rollover = dir.file("B");
+    const std::unique_ptr<Config> config{
+        ConfigFactoryImpl::GetInstance()->create("sqlite:" + local(dir.file("store.db")), "", true)};
+    ClipFinder finder{config.get()};
+};
+
+TEST_F(Clips, areListedInTheOrderOfRecordingAndStayInIt)
+{
+    make("b.mov", 3);
+    make("a.mov", 2);
+    writeAll(medium + "/notes.txt", "no clip");
+    writeAll(medium + "/broken.mov", "no clip either");
+    writeAll(medium + "/.hidden.mov", "x");
+    EXPECT_EQ(names(), "b.mov:3 a.mov:2");
+    EXPECT_EQ(names(false, false), "a.mov:2 b.mov:3");
+    // A clip that a copy has made younger keeps its place, a new one comes last.
+    QFile older(medium + "/b.mov");
+    ASSERT_TRUE(older.open(QIODevice::ReadWrite));
+    older.setFileTime(QDateTime::currentDateTime().addDays(1), QFileDevice::FileModificationTime);
+    older.close();
+    make("0.mov", 1);
+    EXPECT_EQ(names(), "b.mov:3 a.mov:2 0.mov:1");
+
+    // The play list: in its own order, a name twice, what is missing is left out.
+    config->setString(eParam_PlayList, "0.mov\nb.mov\ngone.mov\n0.mov\n");
+    EXPECT_EQ(names(true), "0.mov:1 b.mov:3 0.mov:1");
+    QFile::remove(medium + "/a.mov");
+    EXPECT_EQ(names(), "b.mov:3 0.mov:1");
+    config->setString(eParam_ActiveMediaPath, local(rollover));
+    EXPECT_EQ(names(), "");
+    EXPECT_TRUE(ClipFinder(nullptr).findClips(true, false, true).empty());
+}
+
+TEST_F(Clips, beingRecordedAreNotListedButCanBeAskedFor)
+{
+    const QString path = medium + "/growing.mov";
+    QmxClipWriter writer;
+    ASSERT_FALSE(writer.create(path, info()).isError());
+    write(writer, 4);
+    EXPECT_EQ(names(), "");
+    Clip clip;
+    EXPECT_TRUE(kel::media::MediaCache::GrokClip(clip, local(path), false));
+    EXPECT_EQ(clip.getFrameCount(), 4);
+    EXPECT_EQ(clip.getName(), "growing.mov");
+    // Given once, it is refused until the next listing.
+    EXPECT_FALSE(kel::media::MediaCache::GrokClip(clip, local(path), false));
+    EXPECT_TRUE(kel::media::MediaCache::GrokClip(clip, local(path), true));
+    EXPECT_FALSE(writer.close().isError());
+    EXPECT_EQ(names(), "growing.mov:4");
+    EXPECT_TRUE(kel::media::MediaCache::GrokClip(clip, local(path), false));
+
+    // One that this process records: the frames accepted so far, whatever the file holds.
+    const QString own = medium + "/own.mov";
+    QmxRecordTable::instance()->streamOpening(own);
+    QmxRecordTable::instance()->frameWritten(own, QmxTimecode(), true);
+    QmxRecordTable::instance()->frameWritten(own, QmxTimecode(), false);
+    ASSERT_TRUE(kel::media::MediaCache::GrokClip(clip, local(own), false));
+    EXPECT_EQ(clip.getFrameCount(), QmxRecordTable::instance()->entry(own)->frames);
+    QmxRecordTable::instance()->streamClosed(own);
+    EXPECT_FALSE(kel::media::MediaCache::GrokClip(clip, local(medium + "/none.mov"), false));
+}
+
+TEST_F(Clips, getNamesThatAreFree)
+{
+    EXPECT_EQ(nextName(), "take_001.mov");
+    EXPECT_EQ(nextName(), "take_001.mov"); // not given yet
+    finder.incrementTakeIfAppropriate();
+    EXPECT_EQ(nextName(), "take_002.mov");
+    // Taken on the medium, and in the list of clips.
+    writeAll(medium + "/take_002.mov", "x");
+    std::list<Clip> existing = {Clip("take_003.mov", "", 1)};
+    EXPECT_EQ(nextName(&existing), "take_004.mov");
+    finder.incrementTakeIfAppropriate();
+    unsigned take = 0;
+    config->getUInt(eParam_TakeNumber, take);
+    EXPECT_EQ(take, 5U);
+
+    // Fixed by the operator: refused when taken, and the take stays.
+    config->setUInt(eParam_AutomaticTake, 0);
+    config->setUInt(eParam_TakeNumber, 2);
+    EXPECT_EQ(nextName(nullptr, -1), "take_002.mov");
+    config->setUInt(eParam_TakeNumber, 9);
+    EXPECT_EQ(nextName(), "take_009.mov");
+    finder.incrementTakeIfAppropriate();
+    config->getUInt(eParam_TakeNumber, take);
+    EXPECT_EQ(take, 9U);
+    config->setUInt(eParam_AutomaticTake, 1);
+    config->setString(eParam_ClipNamePattern, "{reel}-{name}");
+    config->setString(eParam_ClipBaseName, "one");
+    EXPECT_EQ(nextName(), "001-one.mov");
+    writeAll(medium + "/001-one.mov", "x");
+    EXPECT_EQ(nextName(nullptr, -1), "001-one.mov");
+    std::string name;
+    EXPECT_EQ(ClipFinder(nullptr).buildClipName(name, nullptr), -1);
+}
+
+TEST_F(Clips, continueUnderAnIndexThatIsFreeOnTheRolloverMedium)
+{
+    std::string current = "take_001.mov";
+    std::string next;
+    writeAll(medium + "/take_001_R2.mov", "does not count");
+    EXPECT_FALSE(finder.getClipNameWithIncrementedRolloverIndex(current, next));
+    EXPECT_EQ(next, "take_001_R2.mov");
+    writeAll(rollover + "/take_001_R2.mov", "x");
+    EXPECT_FALSE(finder.getClipNameWithIncrementedRolloverIndex(current, next));
+    EXPECT_EQ(next, "take_001_R3.mov");
+    current = "a_R9.mov";
+    EXPECT_FALSE(finder.getClipNameWithIncrementedRolloverIndex(current, next));
+    EXPECT_EQ(next, "a_R10.mov");
+    config->setString(eParam_RolloverMediaPath, "");
+    EXPECT_TRUE(finder.getClipNameWithIncrementedRolloverIndex(current, next)); // true is failure
+}
+
+TEST(ClipNames, holdOnlyWhatAFileNameCan)
+{
+    struct Case
+    {
+        const char *pattern;
+        ClipNameWords words;
+        const char *expected;
+    };
+    const Case cases[] = {
+        {"{name}_{take}", {"scene", 7, "001", 0}, "scene_007.mov"},
+        {"{take}{take}", {"", 1234, "", 0}, "12341234.mov"},
+        {"{reel}/{name}", {"a", 1, "r/\n", 0}, "r___a.mov"},
+        {"{name}", {".b", 1, "", 0}, "_.b.mov"},
+        {"{name}", {"", 1, "", 0}, "_.mov"},
+    };
+    for (const Case &test : cases)
+        EXPECT_EQ(clipNameFromPattern(test.pattern, test.words), test.expected);
+    // Cut between characters, the take stays.
+    std::string umlauts;
+    for (int i = 0; i < 100; ++i)
+        umlauts += "\xC3\xA4";
+    const std::string name = clipNameFromPattern("x{name}_{take}", {umlauts, 5, "", 0});
+    EXPECT_EQ(name, "x" + umlauts.substr(0, 100) + "_005.mov");
+}
+
+TEST(HangingMedium, isAskedOnceAndThenNotAgain)
+{
+    expectLog("mediumhelper", "does not answer");
+    const TestDir dir;
+    writeAll(dir.file("a"), "x");
+    const auto files = FaultyFiles::install();
+    EXPECT_TRUE(kel::utils::file::File::file_exists(local(dir.file("a"))));
+    EXPECT_FALSE(kel::utils::file::File::file_exists(local(dir.path())));
+    files->hang(FaultyFiles::Stat);
+    EXPECT_FALSE(kel::utils::file::File::file_exists(local(dir.file("a"))));
+    const int asked = files->count(FaultyFiles::Stat);
+    EXPECT_FALSE(kel::utils::file::File::file_exists(local(dir.file("a"))));
+    EXPECT_EQ(files->count(FaultyFiles::Stat), asked);
+    files->release();
+    EXPECT_TRUE(Stepper::waitFor([&] { return kel::utils::file::File::file_exists(local(dir.file("a"))); }));
+}
+
+} // namespace

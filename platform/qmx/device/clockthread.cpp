@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/device/clockthread.h"
+
+#include "platform/qmx/device/lumenengine.h"
+
+#include <pthread.h>
+
+ClockThread::ClockThread(LumenEngine &engine, const QmxEnvironment &environment)
+    : _engine(engine), _clock(environment.clock)
+{
+    // A stepped clock must not move before the thread is one of its sleepers.
+    _thread = std::thread([this, starting = _clock->busy()]() mutable { run(std::move(starting)); });
+}
+
+ClockThread::~ClockThread()
+{
+    _stop = true;
+    _interrupt.interrupt();
+    _thread.join();
+}
+
+void ClockThread::wake()
+{
+    _interrupt.interrupt();
+}
+
+void ClockThread::run(std::shared_ptr<void> starting)
+{
+    pthread_setname_np(pthread_self(), "lumen-clock");
+    const std::shared_ptr<void> sleeper = _clock->addSleeper();
+    starting.reset();
+    TickSchedule schedule(_clock->now(), _engine.rhythm().rate);
+    while (!_stop) {
+        const LumenEngine::Rhythm rhythm = _engine.rhythm();
+        schedule.setRate(rhythm.rate, rhythm.twoFields);
+        const bool due = _clock->sleepUntil(schedule.nextDeadline(), &_interrupt);
+        if (due) {
+            _engine.tick(schedule.advance(_clock->now()), schedule.rate());
+        } else {
+            _interrupt.reset();
+        }
+    }
+}

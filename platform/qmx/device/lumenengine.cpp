@@ -1,0 +1,345 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/device/lumenengine.h"
+
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplayhead.h"
+#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/device/devicekeys.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <thread>
+
+namespace {
+constexpr const char *logSource = "lumen";
+constexpr int leastWorkers = 2;
+/// Rate before the first set-up, when only the input is watched.
+constexpr int idleRate = 25;
+constexpr int vbiSeconds = 10; ///< vertical intervals that wait for the event loop at most
+constexpr qint64 megabyte = 1024 * 1024;
+
+int workerCount(const LumenProfile &profile)
+{
+    if (profile.workers > 0) return profile.workers;
+    return std::max(leastWorkers, int(std::thread::hardware_concurrency()));
+}
+
+int fps(const QmxVideoDeviceSetup &setup)
+{
+    return setup.imageDesc().frameRate().timecodeRate();
+}
+
+QmxId toId(const QVariant &value)
+{
+    return value.metaType() == QMetaType::fromType<QmxId>() ? value.value<QmxId>() : QmxId(value.toInt());
+}
+} // namespace
+
+LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &environment, DeviceEvents &events)
+    : _options(options),
+      _profile(options.profile ? *options.profile
+                               : LumenProfile::load(QLatin1String(LumenProfile::defaultPath), environment)),
+      _environment(environment),
+      _events(events),
+      _reference(_profile.reference),
+      _workers(workerCount(_profile), options.codec, environment)
+{
+    _sinks.push_back(options.createSink(QStringLiteral("preview:"), environment));
+    for (const auto &[name, locator] : _profile.outputs)
+        if (locator != QLatin1String("preview") && locator != QLatin1String("preview:"))
+            _sinks.push_back(options.createSink(locator, environment));
+}
+
+LumenEngine::~LumenEngine() = default;
+
+QmxVideoState LumenEngine::begin()
+{
+    _watched = DeviceKeys::firstInput.value();
+    _input = _options.createSource(_profile.input(_watched), _environment);
+    QmxTick tick;
+    tick.deadline = _environment.clock->now();
+    tick.rate = QmxVideoRate(idleRate);
+    const QmxSourceFrame found = _input->take(tick);
+    std::lock_guard lock(_mutex);
+    if (found.reference) _reference = *found.reference;
+    _detector.begin(found.state);
+    _report.begin(found.state);
+    return found.state;
+}
+
+void LumenEngine::push(DeviceEvent::Type type, quint64 serial)
+{
+    DeviceEvent event;
+    event.type = type;
+    event.serial = serial;
+    _events.push(event);
+}
+
+QmxError LumenEngine::setup(const QmxVideoDeviceSetup &setup)
+{
+    if (!setup.imageDesc().isValid())
+        return {EINVAL, QStringLiteral("The set-up of the video device has no picture format")};
+    std::lock_guard lock(_mutex);
+    _asked = setup;
+    if (setup.isInCapture())
+        applyCapture(setup);
+    else
+        applyPlayback(setup);
+    const double ticks =
+        setup.imageDesc().frameRate().toDouble() * (setup.imageDesc().isInterlaced() ? 2 : 1);
+    _events.setVbiBound(int(ticks * vbiSeconds));
+    return {};
+}
+
+void LumenEngine::applyCapture(const QmxVideoDeviceSetup &setup)
+{
+    _deferred.reset();
+    const bool capturing = _hasSetup && !_playing;
+    if (capturing && setup.capturesLike(_running)) {
+        _running = setup;
+        _capture.setBounds(setup.maxBuffers(), _profile.backlogMegabytes * megabyte);
+        _startPending = true;
+    } else if (capturing && _takeRead) {
+        _deferred = setup;
+    } else {
+        startCapture(setup);
+    }
+}
+
+void LumenEngine::startCapture(const QmxVideoDeviceSetup &setup)
+{
+    _playback.clear();
+    _decoded.clear();
+    _capture.clear();
+    _capture.setBounds(setup.maxBuffers(), _profile.backlogMegabytes * megabyte);
+    _processed = QmxPicture();
+    _firstAfterLoss.reset();
+    _running = setup;
+    _hasSetup = true;
+    _playing = false;
+    _lossInTake = false;
+    _startPending = true;
+    ++_generation;
+    _generator.setSource(setup.timecodeInputSource(), fps(setup));
+    watch(setup);
+    makeGenerator(setup);
+    _workers.prepareEncoder(setup.imageDesc());
+    if (!_options.codec(setup.imageDesc().dataType()))
+        qmxLogOutput(2, logSource, __LINE__, "Pictures cannot be recorded as %s: choose another codec\n",
+                     qPrintable(setup.imageDesc().dataType().name()));
+}
+
+void LumenEngine::applyPlayback(const QmxVideoDeviceSetup &setup)
+{
+    if (!_playing) {
+        _deferred.reset();
+        _capture.clear();
+        _processed = QmxPicture();
+        _firstAfterLoss.reset();
+        _playback.clear();
+        _playing = true;
+        ++_generation;
+        if (!_hasSetup) _running = setup;
+        _hasSetup = true;
+    }
+    _startPending = true;
+    _playback.setup(setup);
+    watch(setup);
+}
+
+void LumenEngine::watch(const QmxVideoDeviceSetup &setup)
+{
+    const QmxId source = setup.videoInputSource();
+    if (!source.isValid() || source == DeviceKeys::internalGenerator || source.value() == _watched) return;
+    _watched = source.value();
+    _newInput = _options.createSource(_profile.input(_watched), _environment);
+    _detector.sourceChanged();
+}
+
+void LumenEngine::makeGenerator(const QmxVideoDeviceSetup &setup)
+{
+    const bool video = setup.videoInputSource() == DeviceKeys::internalGenerator;
+    const bool audio = setup.audioInputSource() == DeviceKeys::internalGenerator;
+    _newGenerator.reset();
+    _dropGenerator = !video && !audio;
+    if (_dropGenerator) return;
+    _newGenerator = _options.createGenerator(setup.imageDesc(), video ? setup.videoSignalGenMode() : QmxId(),
+                                             audio ? setup.audioSignalGenMode() : QmxId(), _environment);
+}
+
+QmxVideoDeviceSetup LumenEngine::currentSetup() const
+{
+    std::lock_guard lock(_mutex);
+    return _asked;
+}
+
+void LumenEngine::flush()
+{
+    std::lock_guard lock(_mutex);
+    if (_playing)
+        _playback.flush();
+    else if (!_capture.isRecording())
+        _capture.clear();
+}
+
+int LumenEngine::framesReadable() const
+{
+    std::lock_guard lock(_mutex);
+    return _capture.readable();
+}
+
+QmxError LumenEngine::readFrame(QmxFrame &frame)
+{
+    QmxTimecode timecode;
+    {
+        std::lock_guard lock(_mutex);
+        const CapturedFramePtr captured = _capture.take();
+        if (!captured) return {EAGAIN, QStringLiteral("No captured frame waits")};
+        frame = captured->toFrame();
+        if (!_capture.isRecording()) return {};
+        if (!_takeRead) _report.takeBegins();
+        _takeRead = true;
+        timecode = captured->timecode;
+        if (captured->afterGap && _repeatDrop) {
+            _repeatDrop = false;
+            push(DeviceEvent::CaptureDropped, _take);
+        }
+    }
+    QmxRecordTable::instance()->frameHandedOut(timecode);
+    return {};
+}
+
+int LumenEngine::framesWritable() const
+{
+    std::lock_guard lock(_mutex);
+    if (!_hasSetup) return 0;
+    return std::max(0, _asked.maxBuffers() - (_playing ? _playback.frames() : 0));
+}
+
+QmxError LumenEngine::writeFrame(const QmxFrame &frame)
+{
+    std::lock_guard lock(_mutex);
+    if (!_playing) return {EPERM, QStringLiteral("The video device is not set up for playback")};
+    if (_playback.frames() >= _asked.maxBuffers())
+        return {EAGAIN, QStringLiteral("The playback queue of the video device is full")};
+    const DecodedPicturePtr picture = _decoded.find(frame, _asked.outputLut());
+    if (_playback.write(frame, picture, _environment.clock->now()))
+        push(DeviceEvent::PlaybackDropped, _playback.newestRun());
+    postDecoding();
+    return {};
+}
+
+void LumenEngine::setProperty(const QmxId &key, const QVariant &value)
+{
+    std::lock_guard lock(_mutex);
+    if (key == DeviceKeys::direction)
+        setDirection(toId(value));
+    else if (key == DeviceKeys::timecodeJam)
+        jam(value.value<QmxTimecode>());
+    else if (key == DeviceKeys::clipName)
+        _clipName = value.toString();
+    // The reel name (key 23) has no place on a software card: the clip's file carries it.
+}
+
+void LumenEngine::setDirection(const QmxId &direction)
+{
+    _direction = direction;
+    const bool record = direction == DeviceKeys::directionRecord;
+    if (record == _capture.isRecording()) return;
+    _takeRead = false;
+    _repeatDrop = false;
+    _lossInTake = false;
+    _firstAfterLoss.reset();
+    if (record) {
+        ++_take;
+        _capture.beginRecord(_tickIndex);
+        postCoding();
+        return;
+    }
+    _capture.endRecord();
+    if (const auto state = _report.takeEnds()) {
+        DeviceEvent event;
+        event.type = DeviceEvent::InputChanged;
+        event.state = *state;
+        _events.push(event);
+    }
+    if (!_deferred) return;
+    const QmxVideoDeviceSetup deferred = *_deferred;
+    _deferred.reset();
+    startCapture(deferred);
+}
+
+void LumenEngine::jam(const QmxTimecode &value)
+{
+    if (!value.isValid()) return;
+    QmxTimecode first = _generator.jam(value, QmxRecordTable::instance()->memory());
+    if (_generator.followsInput()) return;
+    const int waiting = _capture.size();
+    // Time of day is that of the newest frame that waits, not of the oldest.
+    if (_asked.timecodeInputSource() == DeviceKeys::timecodeTimeOfDay && waiting > 1)
+        first = first.advanced(1 - waiting);
+    _generator.setNext(_capture.stamp(first));
+}
+
+QmxMetadataHash LumenEngine::currentFrameMetadata() const
+{
+    QmxPlayhead *playhead = QmxPlayhead::instance();
+    {
+        std::lock_guard lock(_mutex);
+        const std::optional<QmxFrame> frame = _playing ? _playback.current() : std::nullopt;
+        if (frame && frame->origin() == playhead->origin()) return std::as_const(*frame).meta();
+    }
+    QmxMetadataHash metadata;
+    metadata.insert(DeviceKeys::frameNumber, playhead->position());
+    return metadata;
+}
+
+QmxVideoRefState LumenEngine::reference() const
+{
+    std::lock_guard lock(_mutex);
+    const QmxId source = _asked.inputRefSource();
+    if (source == DeviceKeys::syncVideoInput) {
+        const bool locked = _detector.state().isValid();
+        return {locked, locked};
+    }
+    return source == DeviceKeys::syncReference ? _reference : QmxVideoRefState(true, true);
+}
+
+QString LumenEngine::stateString() const
+{
+    std::lock_guard lock(_mutex);
+    if (!_hasSetup) return QStringLiteral("idle");
+    if (_playing) return QStringLiteral("playback");
+    return _capture.isRecording() ? QStringLiteral("record") : QStringLiteral("capture");
+}
+
+bool LumenEngine::isRecording() const
+{
+    std::lock_guard lock(_mutex);
+    return _capture.isRecording();
+}
+
+quint64 LumenEngine::newestRun() const
+{
+    std::lock_guard lock(_mutex);
+    return _playback.newestRun();
+}
+
+quint64 LumenEngine::take() const
+{
+    std::lock_guard lock(_mutex);
+    return _take;
+}
+
+void LumenEngine::repeatCaptureDrop()
+{
+    std::lock_guard lock(_mutex);
+    _repeatDrop = true;
+}
+
+LumenEngine::Rhythm LumenEngine::rhythm() const
+{
+    std::lock_guard lock(_mutex);
+    if (!_hasSetup) return {QmxVideoRate(idleRate), false};
+    return {_running.imageDesc().frameRate(), _running.imageDesc().isInterlaced()};
+}

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/device/lumenprofile.h"
+#include "platform/qmx/device/pictureworkers.h"
+#include "platform/qmx/device/qmxsink.h"
+#include "platform/qmx/device/qmxsource.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+/// What the software video card is made of: its profile and the makers of its edges. The defaults are the
+/// tables of this framework.
+struct LumenOptions
+{
+    using SourceMaker =
+        std::function<std::unique_ptr<QmxSource>(const QString &locator, const QmxEnvironment &environment)>;
+    using GeneratorMaker =
+        std::function<std::unique_ptr<QmxSource>(const QmxImageDesc &desc, const QmxId &pattern,
+                                                 const QmxId &tone, const QmxEnvironment &environment)>;
+    using SinkMaker =
+        std::function<std::unique_ptr<QmxSink>(const QString &locator, const QmxEnvironment &environment)>;
+
+    std::optional<LumenProfile> profile; ///< none: read from LumenProfile::defaultPath
+    SourceMaker createSource = qmxCreateSource;
+    GeneratorMaker createGenerator = qmxCreateInternalGenerator;
+    SinkMaker createSink = qmxCreateSink;
+    CodecLookup codec = qmxCodec;
+};

@@ -1,0 +1,363 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/device/devicekeys.h"
+#include "platform/qmx/device/lumenengine.h"
+#include "platform/qmx/device/picturework.h"
+
+#include <algorithm>
+
+namespace {
+/// Frames of a take that are captured late after a stall of the clock thread; more are lost.
+constexpr qint64 mostCaughtUp = 12;
+/// Late ticks within a second that raise the alarm; it is cleared after a quiet time.
+constexpr int lateForAlarm = 5;
+constexpr qint64 lateQuietTime = 5 * QmxClock::nsPerSecond;
+constexpr const char *alarmSource = "lumen";
+
+struct DirectionName
+{
+    int direction;
+    const char *text;
+};
+constexpr DirectionName directionNames[] = {
+    {1600, "PLAY"}, {1601, "STOP"}, {1604, "FF"}, {1605, "REW"}, {1606, "REC"}, {1607, "STILL"},
+};
+
+QmxTimeStamp timeStamp(qint64 wallTime)
+{
+    timeval time;
+    time.tv_sec = time_t(wallTime / QmxClock::nsPerSecond);
+    time.tv_usec = suseconds_t(wallTime % QmxClock::nsPerSecond / 1000);
+    return QmxTimeStamp(time);
+}
+
+bool sameFormat(const QmxImageDesc &a, const QmxImageDesc &b)
+{
+    return a.width() == b.width() && a.height() == b.height() && a.frameRate() == b.frameRate() &&
+           a.scanMode() == b.scanMode();
+}
+} // namespace
+
+void LumenEngine::tick(const TickSchedule::Step &step, const QmxVideoRate &rate)
+{
+    QmxCounters::instance()->add(QmxCounters::Ticks);
+    lateTick(step);
+    if (!step.frameStart) {
+        std::lock_guard lock(_mutex);
+        if (_hasSetup) pushVbi(_last.timecode);
+        return;
+    }
+    QmxTick tick;
+    tick.rate = rate;
+    tick.deadline = step.deadline;
+    tick.index = _clockIndex + 1 + step.missedFrames;
+    if (step.missedFrames > 0 && isRecording()) missedFrames(step.missedFrames, tick);
+    _clockIndex = tick.index;
+    tickFrame(tick, true);
+}
+
+/// In a take the frames whose moment has passed are captured now, so that a stall of this thread loses none
+/// that the source still has. They are neither shown nor told.
+void LumenEngine::missedFrames(qint64 count, const QmxTick &tick)
+{
+    if (count > mostCaughtUp) {
+        std::lock_guard lock(_mutex);
+        _capture.noteLoss();
+        captureLost();
+        count = mostCaughtUp;
+    }
+    for (qint64 back = count; back > 0; --back) {
+        QmxTick missed = tick;
+        missed.index -= back;
+        missed.deadline -= back * tick.rate.den() * QmxClock::nsPerSecond / tick.rate.num();
+        tickFrame(missed, false);
+    }
+}
+
+void LumenEngine::lateTick(const TickSchedule::Step &step)
+{
+    if (step.late) {
+        QmxCounters::instance()->add(QmxCounters::LateTicks, std::max<qint64>(1, step.missedFrames));
+        if (step.deadline - _late.since > QmxClock::nsPerSecond) {
+            _late.since = step.deadline;
+            _late.count = 0;
+        }
+        _late.last = step.deadline;
+        _late.count += int(std::max<qint64>(1, step.missedFrames));
+    }
+    const bool alarm =
+        _late.alarm ? step.deadline - _late.last < lateQuietTime : step.late && _late.count >= lateForAlarm;
+    if (alarm == _late.alarm) return;
+    _late.alarm = alarm;
+    pushAlarm(DeviceKeys::alarmClockLate, alarm ? QmxAlarm::Warning : QmxAlarm::Clear,
+              alarm ? QStringLiteral("The machine is too slow: %1 ticks of the video clock were late")
+                          .arg(_late.count)
+                    : QString(),
+              __LINE__);
+}
+
+void LumenEngine::pushAlarm(const QmxId &id, QmxAlarm::AlarmLevel level, const QString &message, int line)
+{
+    DeviceEvent event;
+    event.type = DeviceEvent::Alarm;
+    event.alarm = QmxAlarm(id, level, message, QLatin1String(alarmSource), line);
+    _events.push(event);
+}
+
+void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
+{
+    const Seen seen = takeSources(tick);
+    QmxOutputFrame output;
+    output.tick = tick;
+    QString text;
+    {
+        std::lock_guard lock(_mutex);
+        _tickIndex = tick.index;
+        observe(seen, tick);
+        if (!_hasSetup) return;
+        output.desc = _running.imageDesc();
+        if (_playing && visible)
+            playbackStep(seen, output);
+        else if (!_playing)
+            captureStep(seen, tick, output);
+        if (!visible) return;
+        if (_startPending) push(DeviceEvent::HardwareStarted);
+        _startPending = false;
+        pushVbi(output.timecode);
+        text = superText(output.timecode);
+        count(seen, output);
+    }
+    _last = output;
+    if (!text.isEmpty()) output.picture = PictureWork::withText(output.picture, text);
+    for (const std::unique_ptr<QmxSink> &sink : _sinks)
+        sink->show(output);
+}
+
+LumenEngine::Seen LumenEngine::takeSources(const QmxTick &tick)
+{
+    std::unique_ptr<QmxSource> oldInput;
+    std::unique_ptr<QmxSource> oldGenerator;
+    Seen seen;
+    {
+        std::lock_guard lock(_mutex);
+        seen.generation = _generation;
+        if (_newInput) {
+            oldInput = std::move(_input);
+            _input = std::move(_newInput);
+        }
+        if (_newGenerator || _dropGenerator) {
+            oldGenerator = std::move(_internal);
+            _internal = std::move(_newGenerator);
+            _dropGenerator = false;
+        }
+    }
+    retire(std::move(oldInput));
+    retire(std::move(oldGenerator));
+    seen.input = _input->take(tick);
+    if (_internal) seen.generator = _internal->take(tick);
+    return seen;
+}
+
+/// Looks at the input, whatever the device is doing: state, ancillary data, timecode, reference.
+void LumenEngine::observe(const Seen &seen, const QmxTick &tick)
+{
+    _reference = seen.input.reference.value_or(_profile.reference);
+    const bool wasUnknown = _detector.isUnknown();
+    if (const auto state = _detector.step(seen.input.state, tick.deadline)) tellInput(*state, wasUnknown);
+
+    const QmxMetadataHash ancillary =
+        _running.videoInputIgnoreANC() ? QmxMetadataHash() : seen.input.metadata;
+    if (ancillary != _ancillary) {
+        _ancillary = ancillary;
+        DeviceEvent event;
+        event.type = DeviceEvent::AncillaryChanged;
+        event.metadata = ancillary;
+        _events.push(event);
+    }
+
+    // Record on running timecode must not fire before record is possible: no timecode before the input's
+    // return has been told, in a take before the first picture after the loss can be read.
+    const bool waits = _firstAfterLoss && _firstAfterLoss->coding != CapturedFrame::Coded;
+    if (!waits) _firstAfterLoss.reset();
+    const bool good = _detector.isGood(seen.input.state) && !_lossInTake && !waits;
+    _inputTimecode = good ? seen.input.timecode : QmxTimecode();
+    _runningTimecode.step(tick.index, _inputTimecode);
+    _capture.setRunningSince(_runningTimecode.runningSince(), tick.index);
+}
+
+void LumenEngine::tellInput(const QmxVideoState &state, bool always)
+{
+    if (!_report.changed(state, always)) return;
+    DeviceEvent event;
+    event.type = DeviceEvent::InputChanged;
+    event.state = state;
+    _events.push(event);
+}
+
+bool LumenEngine::pictureFits(const QmxSourceFrame &source, bool fromGenerator) const
+{
+    const QmxImageDesc desc = _running.imageDesc();
+    if (!source.picture.isValid() || source.picture.size() != QSize(desc.width(), desc.height()))
+        return false;
+    return fromGenerator ||
+           (_detector.isGood(source.state) && sameFormat(source.state.captureImageDesc(), desc));
+}
+
+/// The sound of a captured frame in the form that the set-up wants: the first channels of the source, or
+/// silence of the exact length.
+QmxAudio LumenEngine::capturedAudio(const Seen &seen, const QmxTick &tick) const
+{
+    const QmxAudioDesc desc = _running.audioDesc();
+    if (!desc.isValid()) return {};
+    const bool internal = _running.audioInputSource() == DeviceKeys::internalGenerator;
+    const QmxAudio &source = internal ? seen.generator.audio : seen.input.audio;
+    const int samples = qmxAudioSamples(tick.index, tick.rate);
+    // A source may keep the cadence of its own frames, which differs by a sample.
+    const bool fits = source.isValid() && std::abs(source.samples() - samples) <= 1;
+    if (!fits || (!internal && !_detector.isGood(seen.input.state))) return QmxAudio::silence(desc, samples);
+    const int from = source.desc().channels();
+    const int to = desc.channels();
+    QmxBuffer buffer = QmxBuffer::allocate(qsizetype(source.samples()) * to * qsizetype(sizeof(qint32)));
+    if (!buffer.isValid()) return QmxAudio(desc);
+    auto *sample = reinterpret_cast<qint32 *>(buffer.data());
+    for (int i = 0; i < source.samples(); ++i)
+        for (int channel = 0; channel < to; ++channel)
+            *sample++ = channel < from ? source.data()[i * from + channel] : 0;
+    return QmxAudio(desc, buffer, source.samples());
+}
+
+void LumenEngine::captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFrame &output)
+{
+    output.isCapture = true;
+    // Taken for another set-up than the one in force now: begins with the next tick.
+    if (seen.generation != _generation || tick.rate != _running.imageDesc().frameRate()) return;
+    const bool internal = _running.videoInputSource() == DeviceKeys::internalGenerator;
+    const QmxSourceFrame &source = internal ? seen.generator : seen.input;
+
+    auto frame = std::make_shared<CapturedFrame>();
+    frame->number = tick.index;
+    frame->desc = _running.imageDesc();
+    frame->hasPicture = pictureFits(source, internal);
+    if (frame->hasPicture) frame->picture = source.picture;
+    frame->waitsForLut = frame->hasPicture && _running.inputLut().isValid();
+    frame->audio = capturedAudio(seen, tick);
+    frame->metadata = _ancillary;
+    const bool good = _detector.isGood(seen.input.state);
+    frame->timecode = _generator.step(good ? seen.input.timecode : QmxTimecode(), frame->hasPicture);
+
+    if (_takeRead && !frame->hasPicture) {
+        _lossInTake = true;
+        _firstAfterLoss.reset();
+    } else if (_lossInTake) {
+        _lossInTake = false;
+        _firstAfterLoss = frame;
+    }
+    if (frame->waitsForLut)
+        postLut(frame);
+    else
+        _processed = frame->picture;
+    output.picture = _processed;
+    output.audio = frame->audio;
+    output.timecode = frame->timecode;
+    output.metadata = frame->metadata;
+    if (_capture.push(frame)) captureLost();
+    postCoding();
+}
+
+void LumenEngine::playbackStep(const Seen &seen, QmxOutputFrame &output)
+{
+    const PlaybackQueue::Step step = _playback.tick(_environment.clock->now());
+    if (step.setup) {
+        _running = *step.setup;
+        _generator.setSource(_running.timecodeInputSource(), _running.imageDesc().frameRate().timecodeRate());
+    }
+    for (const PlaybackQueue::KeyReport &key : step.keys) {
+        DeviceEvent event;
+        event.type = DeviceEvent::KeyFrame;
+        event.serial = key.run;
+        event.metadata = key.metadata;
+        _events.push(event);
+    }
+    const PlaybackQueue::Shown &shown = _playback.shown();
+    if (step.dropped) push(DeviceEvent::PlaybackDropped, shown.run);
+    postDecoding();
+    if (!shown.valid) {
+        // Nothing to play yet: what was there stays, never black.
+        const QmxTick tick = output.tick;
+        output = _last;
+        output.tick = tick;
+        output.isRepeat = true;
+        output.audio = QmxAudio();
+        return;
+    }
+    const QmxFrame &frame = shown.frame;
+    output.desc = _running.imageDesc();
+    output.picture = shown.picture->picture;
+    output.timecode = frame.meta().value(DeviceKeys::timecode).value<QmxTimecode>();
+    output.metadata = frame.meta();
+    const auto number = frame.meta().value(DeviceKeys::frameNumber);
+    output.isRepeat = !step.newFrame || (output.picture.sharesWith(_last.picture) &&
+                                         number == _last.metadata.value(DeviceKeys::frameNumber));
+    if (step.newFrame && !shown.hold && !frame.auds().isEmpty()) output.audio = frame.auds().first();
+    pictureAlarm(*shown.picture);
+    routeInput(seen, output);
+}
+
+/// The outputs may show the input while something else plays.
+void LumenEngine::routeInput(const Seen &seen, QmxOutputFrame &output) const
+{
+    if (_running.videoOutRoute() != DeviceKeys::routeInput || !_detector.isGood(seen.input.state)) return;
+    output.picture = seen.input.picture;
+    output.audio = seen.input.audio;
+    output.desc = seen.input.state.captureImageDesc();
+    output.isRepeat = false;
+}
+
+void LumenEngine::pictureAlarm(const DecodedPicture &shown)
+{
+    if (shown.failed == _pictureAlarm) return;
+    _pictureAlarm = shown.failed;
+    pushAlarm(DeviceKeys::alarmOutputFailed, shown.failed ? QmxAlarm::Warning : QmxAlarm::Clear,
+              shown.failed ? QStringLiteral("A picture cannot be shown (%1): the output is black")
+                                 .arg(shown.image.desc().toString())
+                           : QString(),
+              __LINE__);
+}
+
+void LumenEngine::pushVbi(const QmxTimecode &timecode)
+{
+    DeviceEvent event;
+    event.type = DeviceEvent::Vbi;
+    event.vbi = QmxVbiInfo(timecode, _inputTimecode, timeStamp(_environment.clock->wallTime()));
+    _events.push(event);
+}
+
+QString LumenEngine::superText(const QmxTimecode &timecode) const
+{
+    const QmxId kind = _running.superOut();
+    if (kind == DeviceKeys::superTimecode) return timecode.toString();
+    if (kind == DeviceKeys::superTimecodeClip) return timecode.toString() + QLatin1Char(' ') + _clipName;
+    if (kind != DeviceKeys::superTimecodeStatus) return {};
+    const auto *name =
+        std::find_if(std::begin(directionNames), std::end(directionNames),
+                     [this](const DirectionName &row) { return row.direction == _direction.value(); });
+    const char *status = name == std::end(directionNames) ? "" : name->text;
+    return timecode.toString() + QLatin1Char(' ') + QLatin1String(status);
+}
+
+void LumenEngine::count(const Seen &seen, const QmxOutputFrame &output) const
+{
+    QmxCounters *counters = QmxCounters::instance();
+    counters->set(QmxCounters::SourceRepeats, seen.input.repeated);
+    counters->set(QmxCounters::SourceSkips, seen.input.skipped);
+    counters->set(QmxCounters::CaptureQueue, _capture.size());
+    counters->set(QmxCounters::PlaybackQueue, _playback.frames());
+    if (!_playing) {
+        counters->add(QmxCounters::FramesIn);
+        return;
+    }
+    counters->add(output.isRepeat ? QmxCounters::FramesRepeated : QmxCounters::FramesShown);
+    counters->set(QmxCounters::FrameOnOutput, output.metadata.value(DeviceKeys::frameNumber).toInt());
+    const QVariant position = output.metadata.value(DeviceKeys::listPosition);
+    counters->set(QmxCounters::ListEntryOnOutput, position.canConvert<int>() ? position.toInt() : -1);
+}

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/device/lumenengine.h"
+#include "platform/qmx/device/picturework.h"
+
+namespace {
+constexpr const char *logSource = "lumen";
+/// Waiting frames of the playback queue that are decoded ahead.
+constexpr int decodedAhead = 8;
+} // namespace
+
+void LumenEngine::captureLost()
+{
+    QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture);
+    push(DeviceEvent::CaptureDropped, _take);
+}
+
+/// A source may take its time to end: not on the clock's thread.
+void LumenEngine::retire(std::unique_ptr<QmxSource> source)
+{
+    if (!source) return;
+    const std::shared_ptr<QmxSource> old = std::move(source);
+    _workers.post([old](CodecContexts &) {});
+}
+
+void LumenEngine::postCoding()
+{
+    const QList<CapturedFramePtr> frames = _capture.takeUncoded();
+    for (const CapturedFramePtr &frame : frames) {
+        const bool posted =
+            _workers.post([this, frame](CodecContexts &contexts) { encode(contexts, frame); });
+        if (!posted && _capture.coded(frame, QmxBuffer())) captureLost();
+    }
+}
+
+void LumenEngine::encode(CodecContexts &contexts, const CapturedFramePtr &frame)
+{
+    QmxPicture picture;
+    QmxImageDesc desc;
+    {
+        std::lock_guard lock(_mutex);
+        if (!_capture.isRecording()) {
+            // Nobody wants it coded any more; should a take begin while it waits it is queued again.
+            frame->coding = CapturedFrame::Raw;
+            return;
+        }
+        picture = frame->picture;
+        desc = frame->desc;
+    }
+    QmxBuffer coded;
+    QmxError error(ENOTSUP);
+    if (QmxVideoEncoder *encoder = contexts.encoder(desc)) {
+        picture = PictureWork::inFormat(picture, contexts.row(desc.dataType())->pictureFormat);
+        error = encoder->encode(picture, coded);
+    }
+    if (error.isError()) {
+        coded = QmxBuffer();
+        qmxLogOutput(1, logSource, __LINE__, "A captured picture is lost: coding as %s failed: %s\n",
+                     qPrintable(desc.toString()), qPrintable(error.toString()));
+    }
+    std::lock_guard lock(_mutex);
+    if (_capture.coded(frame, coded)) captureLost();
+}
+
+void LumenEngine::postLut(const CapturedFramePtr &frame)
+{
+    const QmxImageLut table = _running.inputLut();
+    if (!_workers.post([this, frame, table](CodecContexts &) { lut(frame, table); }))
+        frame->waitsForLut = false;
+}
+
+void LumenEngine::lut(const CapturedFramePtr &frame, const QmxImageLut &table)
+{
+    QmxPicture picture;
+    {
+        std::lock_guard lock(_mutex);
+        picture = frame->picture;
+    }
+    const QmxPicture processed = PictureWork::withLut(picture, table);
+    std::lock_guard lock(_mutex);
+    frame->waitsForLut = false;
+    if (processed.isValid()) {
+        frame->picture = processed;
+        if (frame->number > _processedNumber) _processed = processed;
+        _processedNumber = std::max(_processedNumber, frame->number);
+    }
+    postCoding();
+}
+
+void LumenEngine::postDecoding()
+{
+    for (const DecodedPicturePtr &picture : _playback.ahead(decodedAhead)) {
+        if (picture->state != DecodedPicture::Waiting) continue;
+        if (!_workers.post([this, picture](CodecContexts &contexts) { decode(contexts, picture); })) return;
+        picture->state = DecodedPicture::Posted;
+    }
+}
+
+void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &picture)
+{
+    // Constant since the picture was queued: no lock.
+    const QmxImageDesc desc = picture->image.desc();
+    QmxPicture decoded;
+    QmxError error(ENOTSUP);
+    {
+        std::lock_guard lock(_mutex);
+        // A flush has forgotten its frame and nobody has asked for it again.
+        constexpr long jobAlone = 2;
+        if (picture.use_count() < jobAlone) {
+            picture->state = DecodedPicture::Waiting;
+            return;
+        }
+    }
+    if (QmxVideoDecoder *decoder = contexts.decoder(desc))
+        error = decoder->decode(picture->image.buffers().first(), decoded);
+    if (error.isError())
+        qmxLogOutput(2, logSource, __LINE__, "A picture cannot be shown: %s: %s\n",
+                     qPrintable(desc.toString()), qPrintable(error.toString()));
+    else
+        decoded = PictureWork::withLut(decoded, picture->lut);
+    std::lock_guard lock(_mutex);
+    picture->picture = decoded;
+    picture->failed = error.isError();
+    picture->state = DecodedPicture::Done;
+    _decoded.keep(picture);
+}

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/codec/qmxpicture.h"
+#include "platform/qmx/core/qmximagelut.h"
+
+#include <QString>
+
+/// What the device does to pictures besides coding. Pure; any thread. Every function leaves its argument as
+/// it is and gives a new picture (or a handle to the same samples when there is nothing to do); not valid
+/// when the pool is exhausted.
+namespace PictureWork {
+
+/// The same picture in another sample format. Rgb444P10 and YCbCr are not converted into each other: not
+/// valid.
+QmxPicture inFormat(const QmxPicture &picture, QmxPicture::Format format);
+
+/// A look-up table of 1024 entries a channel in full-range R, G, B applied to a picture; YCbCr pictures are
+/// converted there and back (ITU-R BT.709 from 720 lines on, else BT.601). A table of another length leaves
+/// the picture as it is.
+QmxPicture withLut(const QmxPicture &picture, const QmxImageLut &lut);
+
+/// A line of text (digits, letters, ":;-._ ") in white on black, centred near the bottom.
+QmxPicture withText(const QmxPicture &picture, const QString &text);
+
+} // namespace PictureWork

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/device/pictureworkers.h"
+
+#include <QString>
+
+#include <algorithm>
+#include <pthread.h>
+
+template <class Coder>
+Coder *CodecContexts::find(std::deque<Entry<Coder>> &entries, const QmxImageDesc &desc)
+{
+    const auto found = std::find_if(entries.begin(), entries.end(),
+                                    [&](const Entry<Coder> &entry) { return entry.desc == desc; });
+    if (found == entries.end()) return nullptr;
+    std::rotate(entries.begin(), found, found + 1);
+    return entries.front().coder.get();
+}
+
+QmxVideoEncoder *CodecContexts::encoder(const QmxImageDesc &desc)
+{
+    if (QmxVideoEncoder *known = find(_encoders, desc)) return known;
+    const QmxCodecRow *row = _lookup(desc.dataType());
+    if (!row || !row->createEncoder) return nullptr;
+    _encoders.push_front({desc, row->createEncoder(desc)});
+    if (_encoders.size() > kept) _encoders.pop_back();
+    return _encoders.front().coder.get();
+}
+
+QmxVideoDecoder *CodecContexts::decoder(const QmxImageDesc &desc)
+{
+    if (QmxVideoDecoder *known = find(_decoders, desc)) return known;
+    const QmxCodecRow *row = _lookup(desc.dataType());
+    if (!row || !row->createDecoder) return nullptr;
+    _decoders.push_front({desc, row->createDecoder(desc)});
+    if (_decoders.size() > kept) _decoders.pop_back();
+    return _decoders.front().coder.get();
+}
+
+PictureWorkers::PictureWorkers(int threads, const CodecLookup &lookup, const QmxEnvironment &environment)
+    : _clock(environment.clock), _lookup(lookup)
+{
+    for (int i = 0; i < threads; ++i)
+        _threads.emplace_back([this, i] { run(i); });
+}
+
+PictureWorkers::~PictureWorkers()
+{
+    std::deque<Item> dropped;
+    {
+        std::lock_guard lock(_mutex);
+        _stop = true;
+        dropped.swap(_items);
+    }
+    _wake.notify_all();
+    for (std::thread &thread : _threads)
+        thread.join();
+}
+
+bool PictureWorkers::post(Job job)
+{
+    {
+        std::lock_guard lock(_mutex);
+        if (_stop || _items.size() >= bound) return false;
+        _items.push_back({std::move(job), _clock->busy()});
+    }
+    _wake.notify_one();
+    return true;
+}
+
+void PictureWorkers::prepareEncoder(const QmxImageDesc &desc)
+{
+    {
+        std::lock_guard lock(_mutex);
+        _prepare = desc;
+        ++_prepareNumber;
+    }
+    _wake.notify_all();
+}
+
+void PictureWorkers::run(int number)
+{
+    pthread_setname_np(pthread_self(), qPrintable(QStringLiteral("lumen-work-%1").arg(number)));
+    CodecContexts contexts(_lookup);
+    int prepared = 0;
+    std::unique_lock lock(_mutex);
+    while (true) {
+        _wake.wait(lock, [&] { return _stop || !_items.empty() || prepared != _prepareNumber; });
+        if (_stop) return;
+        if (!_items.empty()) {
+            Item item = std::move(_items.front());
+            _items.pop_front();
+            lock.unlock();
+            item.job(contexts);
+            item = Item();
+        } else {
+            const QmxImageDesc desc = _prepare;
+            prepared = _prepareNumber;
+            lock.unlock();
+            contexts.encoder(desc);
+        }
+        lock.lock();
+    }
+}

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/codec/qmxvideocodec.h"
+#include "platform/qmx/core/qmxenvironment.h"
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+using CodecLookup = std::function<const QmxCodecRow *(const QmxId &dataType)>;
+
+/// The codec contexts of one worker: the few used last, so that a cut between two formats costs no new one.
+class CodecContexts
+{
+public:
+    explicit CodecContexts(const CodecLookup &lookup) : _lookup(lookup) {}
+
+    /// Null when the data type cannot be coded, or not in this format.
+    QmxVideoEncoder *encoder(const QmxImageDesc &desc);
+    QmxVideoDecoder *decoder(const QmxImageDesc &desc);
+    const QmxCodecRow *row(const QmxId &dataType) const { return _lookup(dataType); }
+
+private:
+    static constexpr size_t kept = 4;
+    template <class Coder>
+    struct Entry
+    {
+        QmxImageDesc desc;
+        std::unique_ptr<Coder> coder;
+    };
+    template <class Coder>
+    static Coder *find(std::deque<Entry<Coder>> &entries, const QmxImageDesc &desc);
+
+    CodecLookup _lookup;
+    std::deque<Entry<QmxVideoEncoder>> _encoders; ///< used last first
+    std::deque<Entry<QmxVideoDecoder>> _decoders;
+};
+
+/// The threads that code, decode and process pictures ("lumen-work-N"). Jobs start in the order in which they
+/// were posted and end in any. Who posts keeps the queue bounded by posting only what it has room for; a
+/// hard bound refuses. post() and prepareEncoder() any thread; the destructor drops the jobs that have not
+/// begun and joins.
+class PictureWorkers
+{
+public:
+    using Job = std::function<void(CodecContexts &contexts)>;
+    static constexpr size_t bound = 2048;
+
+    PictureWorkers(int threads, const CodecLookup &lookup, const QmxEnvironment &environment);
+    ~PictureWorkers();
+    PictureWorkers(const PictureWorkers &) = delete;
+    PictureWorkers &operator=(const PictureWorkers &) = delete;
+
+    /// False when the queue is full or ends. On a stepped clock the time stands still until the job is done.
+    bool post(Job job);
+    /// Every worker makes an encoder of this format when it is idle, before the first frame needs it.
+    void prepareEncoder(const QmxImageDesc &desc);
+
+private:
+    struct Item
+    {
+        Job job;
+        std::shared_ptr<void> busy;
+    };
+    void run(int number);
+
+    std::shared_ptr<QmxClock> _clock;
+    CodecLookup _lookup;
+    std::mutex _mutex;
+    std::condition_variable _wake;
+    std::deque<Item> _items;
+    QmxImageDesc _prepare;
+    int _prepareNumber = 0;
+    bool _stop = false;
+    std::vector<std::thread> _threads;
+};

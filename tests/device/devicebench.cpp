@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/device/devicebench.h"
+
+#include "tests/support/stepper.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace {
+constexpr int width = 64;
+constexpr int height = 32;
+/// The codec table has no argument for its user: one bench at a time.
+std::weak_ptr<BenchEdges> current;
+
+class ScriptedSource : public QmxSource
+{
+public:
+    explicit ScriptedSource(std::shared_ptr<BenchEdges> edges) : _edges(std::move(edges)) {}
+    QmxSourceFrame take(const QmxTick &tick) override
+    {
+        std::lock_guard lock(_edges->mutex);
+        return _edges->script ? _edges->script(tick) : DeviceBench::good(tick);
+    }
+    QString statusText() const override { return {}; }
+
+private:
+    std::shared_ptr<BenchEdges> _edges;
+};
+
+class EmptySource : public QmxSource
+{
+public:
+    QmxSourceFrame take(const QmxTick &) override { return {}; }
+    QString statusText() const override { return {}; }
+};
+
+class InternalSource : public QmxSource
+{
+public:
+    QmxSourceFrame take(const QmxTick &tick) override
+    {
+        QmxSourceFrame frame = DeviceBench::good(tick, tick.rate.timecodeRate());
+        frame.picture = DeviceBench::picture(9000 + int(tick.index));
+        return frame;
+    }
+    QString statusText() const override { return {}; }
+};
+
+class MemorySink : public QmxSink
+{
+public:
+    explicit MemorySink(std::shared_ptr<BenchEdges> edges) : _edges(std::move(edges)) {}
+    void show(const QmxOutputFrame &frame) override
+    {
+        std::lock_guard lock(_edges->mutex);
+        _edges->shown.append(frame);
+    }
+    QString statusText() const override { return {}; }
+
+private:
+    std::shared_ptr<BenchEdges> _edges;
+};
+
+class NumberEncoder : public QmxVideoEncoder
+{
+public:
+    QmxError encode(const QmxPicture &picture, QmxBuffer &coded) override
+    {
+        const int number = DeviceBench::numberOf(picture);
+        const auto edges = current.lock();
+        std::lock_guard lock(edges->mutex);
+        edges->coded.append(number);
+        if (number == edges->failCoding) return QmxError(EIO);
+        coded = QmxBuffer::copyOf(&number, sizeof number);
+        return {};
+    }
+};
+
+class NumberDecoder : public QmxVideoDecoder
+{
+public:
+    QmxError decode(const QmxBuffer &coded, QmxPicture &picture) override
+    {
+        int number = 0;
+        std::memcpy(&number, coded.constData(), sizeof number);
+        const auto edges = current.lock();
+        std::lock_guard lock(edges->mutex);
+        edges->decoded.append(number);
+        if (number == edges->failDecoding) return QmxError(EIO);
+        picture = DeviceBench::picture(number);
+        return {};
+    }
+};
+
+const QmxCodecRow numberCodec = {202,
+                                 "numbers",
+                                 "numb",
+                                 QmxPicture::Format::Yuv422P10,
+                                 [](const QmxImageDesc &) -> std::unique_ptr<QmxVideoEncoder> {
+                                     return std::make_unique<NumberEncoder>();
+                                 },
+                                 [](const QmxImageDesc &) -> std::unique_ptr<QmxVideoDecoder> {
+                                     return std::make_unique<NumberDecoder>();
+                                 }};
+} // namespace
+
+DeviceBench::DeviceBench(const QString &text)
+{
+    current = edges;
+    LumenOptions options;
+    options.profile = LumenProfile::parse(text, QStringLiteral("bench"));
+    options.createSource = [edges = edges](const QString &locator,
+                                           const QmxEnvironment &) -> std::unique_ptr<QmxSource> {
+        std::lock_guard lock(edges->mutex);
+        ++edges->created;
+        if (locator == QLatin1String("none:")) return std::make_unique<EmptySource>();
+        return std::make_unique<ScriptedSource>(edges);
+    };
+    options.createGenerator = [](const QmxImageDesc &, const QmxId &, const QmxId &, const QmxEnvironment &) {
+        return std::make_unique<InternalSource>();
+    };
+    options.createSink = [edges = edges](const QString &, const QmxEnvironment &) {
+        return std::make_unique<MemorySink>(edges);
+    };
+    options.codec = [](const QmxId &type) { return type.value() == 202 ? &numberCodec : nullptr; };
+    device = std::make_unique<QmxVideoDevice>(options, nullptr);
+    connectSignals();
+}
+
+DeviceBench::~DeviceBench()
+{
+    device.reset();
+}
+
+void DeviceBench::connectSignals()
+{
+    const auto note = [this](const char *name) { _signals.append(QLatin1String(name)); };
+    QmxVideoDevice *d = device.get();
+    QObject::connect(d, &QmxVideoDevice::vbi, [=, this](const QmxVbiInfo &info) {
+        note("vbi");
+        vbis.append(info);
+        if (onVbi) onVbi();
+    });
+    QObject::connect(d, &QmxVideoDevice::setupIsDone, [=] { note("setup"); });
+    QObject::connect(d, &QmxVideoDevice::hardwareStarted, [=] { note("started"); });
+    QObject::connect(d, &QmxVideoDevice::frameDropped, [=] { note("dropped"); });
+    QObject::connect(d, &QmxVideoDevice::playedKeyFrame, [=, this](const QmxMetadataHash &meta) {
+        _signals.append(QStringLiteral("key %1").arg(meta.value(QmxId(1)).toInt()));
+    });
+    QObject::connect(d, &QmxVideoDevice::flushed, [=, this](const QmxMetadataHash &meta) {
+        note("flushed");
+        flushed.append(meta);
+    });
+    QObject::connect(d, &QmxVideoDevice::inputChanged, [=, this](int, const QmxVideoState &state) {
+        note(state.isValid() ? "input valid" : "input gone");
+        states.append(state);
+        if (onInput) onInput();
+    });
+    QObject::connect(d, &QmxVideoDevice::inputAncDataChanged, [=] { note("anc"); });
+    QObject::connect(d, &QmxVideoDevice::readFromHardwareFailed, [=] { note("read failed"); });
+    QObject::connect(d, &QmxVideoDevice::writeToHardwareFailed, [=] { note("write failed"); });
+    QObject::connect(d, &QmxVideoDevice::alarmTriggered,
+                     [this](const QmxAlarm &alarm) { alarms.append(alarm); });
+}
+
+QmxImageDesc DeviceBench::format(int rate, int scanMode)
+{
+    QmxImageDesc desc;
+    desc.setSize(width, height);
+    desc.setAspectRatio(2, 1);
+    desc.setFrameRate(QmxVideoRate(rate));
+    desc.setScanMode(scanMode);
+    desc.setDataType(QmxId(202));
+    return desc;
+}
+
+QmxVideoDeviceSetup DeviceBench::captureSetup(int rate)
+{
+    QmxVideoDeviceSetup setup;
+    setup.setMode(2);
+    setup.setImageDesc(format(rate));
+    QmxAudioDesc audio;
+    audio.setDataType(QmxId(408));
+    audio.setChannels(2);
+    audio.setSampleRate(48000, 1);
+    audio.setFrameRate(QmxVideoRate(rate));
+    setup.setAudioDesc(audio);
+    setup.setVideoInputSource(QmxId(601));
+    setup.setAudioInputSource(QmxId(52));
+    setup.setTimecodeInputSource(QmxId(1500));
+    setup.setMaxBuffers(40);
+    return setup;
+}
+
+QmxVideoDeviceSetup DeviceBench::playbackSetup(int rate)
+{
+    QmxVideoDeviceSetup setup = captureSetup(rate);
+    setup.setMode(1);
+    return setup;
+}
+
+QmxSourceFrame DeviceBench::good(const QmxTick &tick, int rate)
+{
+    QmxSourceFrame frame;
+    frame.state.setValid(true);
+    frame.state.setPresent(true);
+    frame.state.setInputImageDesc(format(rate));
+    frame.state.setCaptureImageDesc(format(rate));
+    frame.picture = picture(int(tick.index));
+    frame.timecode = QmxTimecode(int(tick.index), rate, false);
+    return frame;
+}
+
+QmxPicture DeviceBench::picture(int number)
+{
+    QmxPicture picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, QSize(width, height));
+    picture.fillBlack();
+    picture.row(0, 0)[0] = quint16(number);
+    return picture;
+}
+
+int DeviceBench::numberOf(const QmxPicture &picture)
+{
+    return picture.isValid() ? picture.row(0, 0)[0] : 0;
+}
+
+int DeviceBench::numberOf(const QmxFrame &frame)
+{
+    int number = 0;
+    const QmxBuffer buffer = frame.vids().value(0).buffers().value(0);
+    if (buffer.isValid()) std::memcpy(&number, buffer.constData(), sizeof number);
+    return number;
+}
+
+void DeviceBench::setup(const QmxVideoDeviceSetup &setup)
+{
+    device->setup(setup);
+    Stepper::deliver();
+}
+
+void DeviceBench::setRecord(bool on)
+{
+    device->setProperty(QmxId(22), QVariant::fromValue(QmxId(on ? 1606 : 1601)));
+}
+
+QmxFrame DeviceBench::frame(int number, bool hold, bool key)
+{
+    QmxFrame &known = _frames[number];
+    if (known.vids().isEmpty()) {
+        known.vids().append(QmxImage(format(), {QmxBuffer::copyOf(&number, sizeof number)}));
+        known.meta().insert(QmxId(1), number);
+        known.meta().insert(QmxId(12), QVariant::fromValue(QmxTimecode(number, 25, false)));
+    }
+    QmxFrame frame = known;
+    frame.meta().insert(QmxId(14), hold);
+    frame.setKeyFrameFlag(key);
+    return frame;
+}
+
+void DeviceBench::play(int first, int last, bool hold)
+{
+    for (int number = first; number <= last; ++number)
+        device->writeFrame(frame(number, hold));
+}
+
+QList<QmxFrame> DeviceBench::readAll()
+{
+    QList<QmxFrame> frames;
+    while (device->framesReadable() > 0) {
+        frames.append(QmxFrame());
+        device->readFrame(frames.last());
+    }
+    return frames;
+}
+
+QList<int> DeviceBench::readNumbers()
+{
+    QList<int> numbers;
+    const QList<QmxFrame> frames = readAll();
+    for (const QmxFrame &frame : frames)
+        numbers.append(numberOf(frame));
+    return numbers;
+}
+
+QList<int> DeviceBench::takeShown()
+{
+    std::lock_guard lock(edges->mutex);
+    QList<int> numbers;
+    for (const QmxOutputFrame &output : std::as_const(edges->shown))
+        numbers.append(numberOf(output.picture));
+    edges->shown.clear();
+    return numbers;
+}
+
+QStringList DeviceBench::takeSignals(bool withVbi)
+{
+    QStringList taken;
+    taken.swap(_signals);
+    if (!withVbi) taken.removeAll(QStringLiteral("vbi"));
+    return taken;
+}

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Who tells what, and when: open, set-up, input, reference, end.
+#include "platform/qmx/core/qmxoperations.h"
+#include "tests/device/devicebench.h"
+#include "tests/support/logcollector.h"
+#include "tests/support/print.h"
+#include "tests/support/stepper.h"
+
+#include <gtest/gtest.h>
+
+TEST(Events, nothingIsToldFromInsideACall)
+{
+    for (const bool present : {true, false}) {
+        DeviceBench bench;
+        if (!present) bench.edges->script = [](const QmxTick &) { return QmxSourceFrame(); };
+        EXPECT_EQ(bench.device->framesWritable(), 0);
+        EXPECT_TRUE(bench.device->setup(DeviceBench::captureSetup()).isError());
+        EXPECT_TRUE(bench.device->open(QStringLiteral("lumen")));
+        EXPECT_TRUE(bench.takeSignals().isEmpty());
+        EXPECT_FALSE(bench.device->setup(DeviceBench::captureSetup()).isError());
+        EXPECT_TRUE(bench.takeSignals().isEmpty());
+        EXPECT_TRUE(bench.device->isInSetup());
+        EXPECT_EQ(bench.device->currentSetup(), DeviceBench::captureSetup());
+        EXPECT_EQ(QmxOperations::instance()->inProgress(), 1);
+        // The input found at open is told on the first turn of the loop, good or not.
+        Stepper::deliver();
+        EXPECT_EQ(bench.takeSignals(), QStringList({present ? "input valid" : "input gone", "setup"}));
+        EXPECT_FALSE(bench.device->isInSetup());
+        EXPECT_EQ(QmxOperations::instance()->inProgress(), 0);
+        Stepper::runTicks(2);
+        EXPECT_EQ(bench.takeSignals(true), QStringList({"started", "vbi", "vbi"}));
+    }
+}
+
+TEST(Events, aSetupWithoutFormatIsRefusedAndASetupNeverChangesTheInput)
+{
+    DeviceBench bench;
+    bench.device->open(QStringLiteral("lumen"));
+    bench.setup(DeviceBench::captureSetup());
+    bench.takeSignals();
+    EXPECT_TRUE(bench.device->setup(QmxVideoDeviceSetup()).isError());
+    EXPECT_FALSE(bench.device->isInSetup());
+    EXPECT_EQ(bench.device->currentSetup(), DeviceBench::captureSetup());
+    // Every format, the internal generator, playback and back: no word about the input.
+    QmxVideoDeviceSetup internal = DeviceBench::captureSetup(50);
+    internal.setVideoInputSource(QmxId(695));
+    for (const QmxVideoDeviceSetup &setup : {DeviceBench::captureSetup(50), internal,
+                                             DeviceBench::playbackSetup(24), DeviceBench::captureSetup()}) {
+        bench.setup(setup);
+        Stepper::runTicks(30);
+    }
+    EXPECT_EQ(bench.takeSignals().filter(QStringLiteral("input")), QStringList());
+    EXPECT_EQ(bench.edges->created, 1); // and the input was watched all the time
+    // The generator's picture fits its set-up, whatever the input has.
+    bench.setup(internal);
+    bench.takeShown();
+    Stepper::runTicks(3, 50);
+    EXPECT_GT(bench.takeShown().last(), 9000);
+
+    // Another source: one report, when its state is known.
+    QmxVideoDeviceSetup other = DeviceBench::captureSetup();
+    other.setVideoInputSource(QmxId(602));
+    bench.setup(other);
+    Stepper::runTicks(50);
+    bench.setup(DeviceBench::captureSetup());
+    Stepper::runTicks(50);
+    EXPECT_EQ(bench.takeSignals().filter(QStringLiteral("input")),
+              QStringList({"input gone", "input valid"}));
+}
+
+TEST(Events, theInputsTimecodeComesAfterItsReport)
+{
+    DeviceBench bench;
+    bench.edges->script = [](const QmxTick &tick) {
+        QmxSourceFrame frame;
+        if (tick.index < 10 || tick.index > 20) frame = DeviceBench::good(tick);
+        frame.metadata.insert(QmxId(705), tick.index > 50);
+        return frame;
+    };
+    bench.device->open(QStringLiteral("lumen"));
+    bench.setup(DeviceBench::captureSetup());
+    bool valid = true;
+    bool seenAfterReport = false;
+    bench.onInput = [&] { valid = bench.states.last().isValid(); };
+    bench.onVbi = [&] {
+        EXPECT_EQ(bench.vbis.last().inputTimecode().isValid(), valid);
+        seenAfterReport |= valid && bench.states.size() > 2;
+        // Every call is allowed from inside a slot.
+        bench.device->setProperty(QmxId(19), QStringLiteral("x"));
+        bench.readAll();
+    };
+    Stepper::runTicks(60);
+    EXPECT_TRUE(seenAfterReport);
+    EXPECT_EQ(bench.takeSignals(),
+              QStringList({"input valid", "setup", "anc", "started", "input gone", "input valid", "anc"}));
+}
+
+TEST(Events, theReferenceIsThatOfTheChosenSource)
+{
+    DeviceBench bench(QStringLiteral("[device]\nreference=missing\n"));
+    bench.device->open(QStringLiteral("lumen"));
+    QmxVideoDeviceSetup setup = DeviceBench::captureSetup();
+    for (const auto &[source, present] : {std::pair(501, false), {502, true}, {503, true}}) {
+        setup.setInputRefSource(QmxId(source));
+        bench.setup(setup);
+        EXPECT_EQ(bench.device->refInputState(0).isPresent(), present) << source;
+    }
+    setup.setInputRefSource(QmxId(502));
+    bench.setup(setup);
+    bench.edges->script = [](const QmxTick &) { return QmxSourceFrame(); };
+    Stepper::runTicks(3);
+    EXPECT_FALSE(bench.device->refInputState(0).isLocked());
+}
+
+TEST(Events, nothingIsLeftBehindAtTheEnd)
+{
+    DeviceBench bench;
+    bench.device->open(QStringLiteral("lumen"));
+    bench.setup(DeviceBench::captureSetup());
+    bench.setRecord(true);
+    Stepper::runTicks(5);
+    bench.device->setup(DeviceBench::playbackSetup());
+    bench.device->flush();
+    bench.onVbi = [&] { bench.device.reset(); };
+    EXPECT_EQ(QmxOperations::instance()->inProgress(), 2);
+    Stepper::runTicks(3);
+    EXPECT_EQ(bench.device, nullptr); // destroyed from inside its own signal
+    EXPECT_EQ(QmxOperations::instance()->inProgress(), 0);
+}

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The state machines of the device on their own: schedule, detection, timecode, profile.
+#include "platform/qmx/device/inputdetector.h"
+#include "platform/qmx/device/lumenprofile.h"
+#include "platform/qmx/device/tickschedule.h"
+#include "platform/qmx/device/timecodegenerator.h"
+
+#include "tests/support/logcollector.h"
+#include "tests/support/print.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+constexpr qint64 second = QmxClock::nsPerSecond;
+
+QmxVideoState state(bool valid, int rate = 25)
+{
+    QmxVideoState made;
+    made.setValid(valid);
+    QmxImageDesc desc;
+    desc.setSize(64, 32);
+    desc.setFrameRate(QmxVideoRate(rate));
+    if (valid) made.setCaptureImageDesc(desc);
+    return made;
+}
+
+QmxTimecode tc(const char *text, int fps = 25)
+{
+    QmxTimecode timecode{QString::fromLatin1(text)};
+    timecode.setFPS(fps);
+    return timecode;
+}
+} // namespace
+
+TEST(TickSchedule, neitherDriftsNorBursts)
+{
+    TickSchedule schedule(7, QmxVideoRate(30000, 1001));
+    const qint64 hour = 3600 * 30; // frames of 1001 seconds an hour and a bit
+    for (qint64 i = 1; i <= hour; ++i) {
+        const TickSchedule::Step step = schedule.advance(schedule.nextDeadline());
+        ASSERT_EQ(step.deadline, 7 + i * 1001 * second / 30000) << i;
+        ASSERT_FALSE(step.late);
+    }
+    // A stall of ten frames and a bit: one tick, the latest one, and nine missed.
+    const qint64 due = schedule.nextDeadline();
+    const TickSchedule::Step late = schedule.advance(due + 10 * 33'366'667 - 20'000'000);
+    EXPECT_EQ(late.missedFrames, 9);
+    EXPECT_TRUE(late.late);
+    EXPECT_GT(schedule.nextDeadline(), due + 10 * 33'366'667 - 20'000'000);
+    // Another rate goes on from the last tick; interlaced formats tick twice a frame.
+    schedule.setRate(QmxVideoRate(25), true);
+    EXPECT_EQ(schedule.nextDeadline(), late.deadline + second / 50);
+    EXPECT_TRUE(schedule.advance(schedule.nextDeadline()).frameStart);
+    EXPECT_FALSE(schedule.advance(schedule.nextDeadline()).frameStart);
+    EXPECT_TRUE(schedule.advance(schedule.nextDeadline()).frameStart);
+}
+
+TEST(InputDetector, countsASignalAsBackAfterASteadyHalfSecond)
+{
+    for (const int rate : {10, 25, 60}) {
+        InputDetector detector;
+        detector.begin(state(true, rate));
+        qint64 now = 0;
+        const auto step = [&](const QmxVideoState &seen) {
+            return detector.step(seen, now += second / rate);
+        };
+        EXPECT_FALSE(step(state(true, rate)));
+        ASSERT_TRUE(step(state(false))); // gone: at once
+        EXPECT_FALSE(step(state(false)));
+        EXPECT_FALSE(step(state(true, rate)));
+        EXPECT_FALSE(step(state(false))); // a flicker starts the count again
+        const qint64 first = now + second / rate;
+        int ticks = 1;
+        while (!step(state(true, rate))) {
+            ASSERT_FALSE(detector.isGood(state(true, rate)));
+            ASSERT_LT(++ticks, 1000);
+        }
+        EXPECT_GE(ticks, 12) << rate;
+        EXPECT_GE(now - first, second / 2) << rate;
+        EXPECT_LE(now - first, second / 2 + std::max<qint64>(12 * second / rate, second / rate)) << rate;
+        ASSERT_TRUE(step(state(true, 50))); // another format: at once
+    }
+}
+
+TEST(InputDetector, tellsOneChangeForAnotherSource)
+{
+    InputDetector detector;
+    detector.begin(state(true));
+    qint64 now = 0;
+    for (const bool valid : {true, false}) {
+        detector.sourceChanged();
+        int changes = 0;
+        for (int i = 0; i < 50; ++i)
+            if (const auto told = detector.step(state(valid, 50), now += second / 25)) {
+                ++changes;
+                EXPECT_EQ(told->isValid(), valid);
+            }
+        EXPECT_EQ(changes, 1); // the good one without a "gone" in between, an equal one as well
+    }
+}
+
+TEST(TimecodeGenerator, continuesAfterTheLastFrameWritten)
+{
+    // What the recorder leaves behind when it jams again, and what must come of it.
+    struct Case
+    {
+        const char *what;
+        const char *before;   ///< jam before
+        const char *value;    ///< jam now
+        const char *last;     ///< last frame written; "" none
+        const char *notFirst; ///< last one that was not the first of its stream
+        quint64 written;      ///< since the jam before
+        const char *expected;
+    };
+    const Case cases[] = {
+        {"a preset before any take", "", "10:00:00:00", "", "", 0, "10:00:00:00"},
+        {"after a take", "10:00:00:00", "10:00:03:24", "10:00:03:24", "10:00:03:24", 100, "10:00:04:00"},
+        {"after a take of one frame", "10:00:00:00", "10:00:00:00", "10:00:00:00", "", 1, "10:00:00:01"},
+        {"one frame after a longer take", "10:00:01:00", "10:00:01:00", "10:00:01:01", "10:00:01:00", 1,
+         "10:00:01:02"},
+        {"one frame, and nothing written since the jam before", "09:00:00:00", "09:00:00:00", "10:00:00:00",
+         "", 0, "09:00:00:00"},
+        {"another preset after a take", "10:00:00:00", "11:00:00:00", "10:00:03:24", "10:00:03:24", 100,
+         "11:00:00:00"},
+    };
+    for (const Case &c : cases) {
+        TimecodeGenerator generator;
+        generator.setSource(QmxId(1500), 25);
+        QmxRecordTable::Memory memory;
+        memory.written = 5;
+        if (*c.before) generator.jam(tc(c.before), memory);
+        memory.written += c.written;
+        if (*c.last) memory.last = tc(c.last);
+        if (*c.notFirst) memory.lastNotFirst = tc(c.notFirst);
+        EXPECT_EQ(generator.jam(tc(c.value), memory), tc(c.expected)) << c.what;
+        // A jam again, as after a set-up, changes nothing.
+        EXPECT_EQ(generator.jam(tc(c.value), memory), tc(c.expected)) << c.what << ", again";
+    }
+}
+
+TEST(TimecodeGenerator, countsInDropFrameAndAtAnotherRate)
+{
+    TimecodeGenerator generator;
+    generator.setSource(QmxId(1500), 30);
+    QmxTimecode preset(10, 0, 59, 29, 30, 1);
+    generator.setNext(generator.jam(preset, {}));
+    EXPECT_EQ(generator.step({}, true).toString(), QStringLiteral("10:00:59;29"));
+    EXPECT_EQ(generator.step({}, true).toString(), QStringLiteral("10:01:00;02"));
+    // A digit that a new rate does not have is no timecode of that rate.
+    generator.setNext(generator.jam(QmxTimecode(10, 0, 0, 29, 30, 0), {}));
+    generator.setSource(QmxId(1500), 25);
+    generator.step({}, true);
+    EXPECT_EQ(generator.step({}, true), tc("10:00:01:00"));
+    // The input's timecode; without a picture it is continued.
+    generator.setSource(QmxId(1520), 25);
+    EXPECT_EQ(generator.step(tc("02:00:00:00"), true), tc("02:00:00:00"));
+    EXPECT_EQ(generator.step({}, false), tc("02:00:00:01"));
+    EXPECT_FALSE(generator.step({}, true).isValid());
+}
+
+TEST(RunningTimecode, knowsTheFirstFrameOfARun)
+{
+    RunningTimecode running;
+    const char *const values[] = {"",
+                                  "01:00:00:00",
+                                  "01:00:00:00",
+                                  "01:00:00:00",
+                                  "01:00:00:01",
+                                  "01:00:00:02",
+                                  "01:00:00:02",
+                                  "01:00:00:03",
+                                  "01:00:00:03",
+                                  "01:00:00:03"};
+    const int since[] = {-1, -1, -1, -1, 4, 4, 4, 4, 4, -1};
+    for (int i = 0; i < 10; ++i) {
+        running.step(i, tc(values[i]));
+        EXPECT_EQ(running.runningSince().value_or(-1), since[i]) << i;
+    }
+}
+
+TEST(LumenProfile, passesOverGarbageWithASentence)
+{
+    EXPECT_EQ(LumenProfile::parse({}, {}).input(601), QStringLiteral("generator:?rate=25&size=1920x1080"));
+    EXPECT_EQ(LumenProfile::parse({}, {}).input(602), QStringLiteral("none:"));
+    expectLog(QStringLiteral("lumen"), QStringLiteral("p.ini line 2 ignored"));
+    expectLog(QStringLiteral("lumen"), QStringLiteral("reference takes locked, present or missing"));
+    expectLog(QStringLiteral("lumen"), QStringLiteral("p.ini line 9 ignored"));
+    expectLog(QStringLiteral("lumen"), QStringLiteral("p.ini line 10 ignored"));
+    const LumenProfile profile = LumenProfile::parse(QStringLiteral("; a profile\n"
+                                                                    "\x01\xff=3\n"
+                                                                    "[device]\n"
+                                                                    "reference=perhaps\n"
+                                                                    "clock = fast:10\n"
+                                                                    "reference = present\r\n"
+                                                                    "workers=3\n"
+                                                                    "[inputs]\n"
+                                                                    "sdi1=none:\n"
+                                                                    "602\n"
+                                                                    "601=srt://h:1?mode=listener#x;y\n"
+                                                                    "[outputs]\n"
+                                                                    "wall=udp://h:2\n"),
+                                                     QStringLiteral("p.ini"));
+    EXPECT_EQ(profile.input(601), QStringLiteral("srt://h:1?mode=listener#x;y"));
+    EXPECT_EQ(profile.workers, 3);
+    EXPECT_EQ(profile.reference, QmxVideoRefState(true, false));
+    ASSERT_EQ(profile.outputs.size(), 1);
+    EXPECT_EQ(profile.outputs.first().second, QStringLiteral("udp://h:2"));
+}

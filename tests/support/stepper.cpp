@@ -15,7 +15,7 @@ namespace {
 
 QmxEventDispatcher *dispatcher()
 {
-    return static_cast<QmxEventDispatcher *>(QAbstractEventDispatcher::instance());
+    return static_cast<QmxEventDispatcher *>(QAbstractEventDispatcher::instance(qApp->thread()));
 }
 
 /// Turns of the loop up to a limit of the clock. Never inside one another: the limit binds the outer loop

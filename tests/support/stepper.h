@@ -10,7 +10,7 @@
 /// same order. Main thread only.
 namespace Stepper {
 
-/// The clock of the test program.
+/// The clock of the test program. Any thread.
 QmxSteppedClock *clock();
 qint64 now();
 

@@ -32,7 +32,9 @@ QList<std::function<void()>> &steps()
 void flushClips(const std::shared_ptr<QmxClock> &clock)
 {
     const auto finished = std::make_shared<QmxInterrupt>();
-    std::thread([finished] {
+    std::thread([clock, finished, handover = clock->busy()]() mutable {
+        const std::shared_ptr<void> sleeper = clock->addSleeper();
+        handover.reset();
         qmxNameThread(QStringLiteral("qmx-last-flush"));
         QmxOperations::instance()->runEmergencyFlushes();
         finished->interrupt();
@@ -43,6 +45,7 @@ void flushClips(const std::shared_ptr<QmxClock> &clock)
 void watch(const std::shared_ptr<QmxClock> &clock)
 {
     qmxNameThread(QStringLiteral("qmx-watchdog"));
+    const std::shared_ptr<void> sleeper = clock->addSleeper();
     for (;;) {
         clock->sleepUntil(clock->now() + QmxClock::nsPerSecond);
         qint64 age = 0;

@@ -202,8 +202,9 @@ bool QmxSteppedClock::advanceTowards(qint64 timerDeadline, bool beyondLimit)
 
     const bool moves = target > state.now;
     if (moves) state.now = target;
-    // One sleeper at a time, so that those of one moment run one after the other, always in the same order.
-    const bool wakes = first != state.sleepers.end() && (*first)->deadline <= state.now;
+    // Always in the same order: at one moment the timers first, then one sleeper after the other.
+    const bool timersFirst = timerDeadline <= state.now;
+    const bool wakes = !timersFirst && first != state.sleepers.end() && (*first)->deadline <= state.now;
     if (wakes) {
         const std::shared_ptr<Sleeper> sleeper = *first;
         state.wake(sleeper, false);

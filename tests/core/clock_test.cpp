@@ -1,0 +1,321 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Time: what is due happens in order, at its time, and the time waits for whoever is busy.
+#include "platform/qmx/core/qmxeventdispatcher.h"
+#include "platform/qmx/core/qmxtaskthread.h"
+#include "tests/support/faultyfiles.h"
+#include "tests/support/print.h"
+#include "tests/support/stepper.h"
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <atomic>
+#include <fcntl.h>
+#include <limits>
+#include <thread>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 ms = QmxClock::nsPerMillisecond;
+
+/// A thread that lives by the clock: wakes every `period`, as a device does.
+class Ticker
+{
+public:
+    Ticker(qint64 period, std::function<void(qint64)> tick)
+        : _start(Stepper::now()), _thread([this, period, tick] {
+              const std::shared_ptr<void> sleeper = Stepper::clock()->addSleeper();
+              _registered = true;
+              for (qint64 at = _start + period; Stepper::clock()->sleepUntil(at, &_stop); at += period)
+                  tick(at - _start);
+          })
+    {
+        while (!_registered)
+            std::this_thread::yield();
+    }
+    ~Ticker()
+    {
+        _stop.interrupt();
+        _thread.join();
+    }
+
+private:
+    qint64 _start;
+    QmxInterrupt _stop;
+    std::atomic<bool> _registered{false};
+    std::thread _thread;
+};
+
+} // namespace
+
+TEST(SteppedClock, TimersAndThreadsRunInTheOrderOfTheirDeadlines)
+{
+    QStringList seen;
+    QObject receiver;
+    const qint64 start = Stepper::now();
+    const auto note = [&seen, start](const QString &what) {
+        seen.append(QStringLiteral("%1@%2").arg(what).arg((Stepper::now() - start) / ms));
+    };
+    QTimer slow, fast;
+    QObject::connect(&slow, &QTimer::timeout, [&] { note("slow"); });
+    QObject::connect(&fast, &QTimer::timeout, [&] { note("fast"); });
+    slow.start(50);
+    fast.start(20);
+    QTimer::singleShot(45, [&] { note("once"); });
+    {
+        // What a thread posts at its wake is delivered at that very time.
+        Ticker ticker(30 * ms, [&](qint64) {
+            QMetaObject::invokeMethod(
+                &receiver, [&] { note("tick"); }, Qt::QueuedConnection);
+        });
+        Stepper::run(100 * ms);
+    }
+    // At 60 and 100 the timers come before threads and in the order in which they were started.
+    const QStringList expected{"fast@20", "tick@30", "fast@40", "once@45",  "slow@50", "fast@60",
+                               "tick@60", "fast@80", "tick@90", "slow@100", "fast@100"};
+    EXPECT_EQ(seen, expected);
+    EXPECT_EQ(Stepper::now(), start + 100 * ms);
+}
+
+TEST(SteppedClock, RunsAreRepeatableWithSeveralThreads)
+{
+    QList<QList<int>> runs;
+    for (int run = 0; run < 5; ++run) {
+        QList<int> order;
+        QObject receiver;
+        const auto report = [&](int who) {
+            QMetaObject::invokeMethod(
+                &receiver, [&order, who] { order.append(who); }, Qt::QueuedConnection);
+        };
+        Ticker a(20 * ms, [&](qint64) { report(1); });
+        Ticker b(30 * ms, [&](qint64) { report(2); });
+        Ticker c(50 * ms, [&](qint64) { report(3); });
+        Stepper::run(3000 * ms);
+        Stepper::deliver();
+        runs.append(order);
+    }
+    ASSERT_EQ(runs.first().size(), 150 + 100 + 60);
+    for (const QList<int> &order : runs)
+        EXPECT_EQ(order, runs.first()); // also where two wake at the same moment
+}
+
+TEST(SteppedClock, WaitsForWorkInFlightButNotForWorkThatSleeps)
+{
+    QmxTaskThread worker(QStringLiteral("worker"));
+    std::atomic<qint64> finishedAt{0};
+    QTimer::singleShot(1, [&] {
+        worker.post([&] {
+            for (int turn = 0; turn < 5000; ++turn) // a computation
+                std::this_thread::yield();
+            finishedAt = Stepper::now();
+        });
+    });
+    const qint64 start = Stepper::now();
+    Stepper::run(1000 * ms);
+    EXPECT_EQ(finishedAt, start + 1 * ms);
+
+    // A disk that stalls takes time of the clock, and what waits behind it does not stop the time.
+    TestDir dir;
+    const auto files = FaultyFiles::install();
+    files->stallNth(FaultyFiles::Stat, 1, 2000 * ms);
+    std::atomic<int> done{0};
+    struct stat64 status = {};
+    for (int i = 0; i < 3; ++i)
+        ASSERT_TRUE(worker.post([&] {
+            files->stat(dir.path(), &status);
+            ++done;
+        }));
+    Stepper::run(1999 * ms);
+    EXPECT_EQ(done, 0);
+    EXPECT_EQ(worker.pending(), 3);
+    Stepper::run(1 * ms);
+    EXPECT_EQ(done, 3);
+}
+
+TEST(SteppedClock, InterruptsEndSleepsAndStayUntilReset)
+{
+    QmxInterrupt interrupt;
+    interrupt.interrupt();
+    EXPECT_FALSE(Stepper::clock()->sleepUntil(Stepper::now() + 1000 * ms, &interrupt));
+    EXPECT_FALSE(Stepper::clock()->sleepUntil(Stepper::now() + 1000 * ms, &interrupt));
+    interrupt.reset();
+    const qint64 start = Stepper::now();
+    EXPECT_TRUE(Stepper::clock()->sleepUntil(start + 7 * ms, &interrupt)); // the main thread moves the time
+    EXPECT_EQ(Stepper::now(), start + 7 * ms);
+
+    std::atomic<int> result{-1};
+    std::thread sleeper(
+        [&] { result = Stepper::clock()->sleepUntil(Stepper::now() + 3600 * 1000 * ms, &interrupt); });
+    interrupt.interrupt();
+    sleeper.join();
+    EXPECT_EQ(result, 0);
+    for (QmxClock *clock : std::initializer_list<QmxClock *>{new QmxRealClock, new QmxFastClock(100)}) {
+        const std::unique_ptr<QmxClock> owner(clock);
+        EXPECT_FALSE(clock->sleepUntil(std::numeric_limits<qint64>::max(), &interrupt));
+        const qint64 until = clock->now() + 20 * ms;
+        EXPECT_TRUE(clock->sleepUntil(until));
+        EXPECT_GE(clock->now(), until);
+    }
+}
+
+TEST(SteppedClock, LoopsOfTheCodeUnderTestGetOn)
+{
+    // A nested wait inside a slot goes beyond the step that the test asked for.
+    bool nested = false;
+    QTimer::singleShot(1, [&] {
+        QEventLoop loop;
+        QTimer::singleShot(5000, &loop, &QEventLoop::quit);
+        loop.exec();
+        nested = true;
+    });
+    const qint64 start = Stepper::now();
+    Stepper::run(10 * ms);
+    EXPECT_TRUE(nested);
+    EXPECT_EQ(Stepper::now(), start + 5001 * ms);
+
+    // So does a loop that only processes what is pending, as one that shuts down does.
+    bool done = false;
+    QTimer::singleShot(600, [&] { done = true; });
+    while (!done)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 1000);
+    EXPECT_EQ(Stepper::now(), start + 5601 * ms);
+
+    int count = 0;
+    QTimer ticks;
+    QObject::connect(&ticks, &QTimer::timeout, [&] { ++count; });
+    ticks.start(40);
+    EXPECT_TRUE(Stepper::runUntil([&] { return count == 3; }));
+    EXPECT_EQ(Stepper::now(), start + 5721 * ms);
+    EXPECT_FALSE(Stepper::runUntil([&] { return count == 100; }, 1000 * ms));
+    EXPECT_EQ(count, 28);
+}
+
+TEST(SteppedClock, TimersMayBeStoppedRestartedAndDeletedWhileTheyFire)
+{
+    auto *victim = new QTimer;
+    int victimFired = 0, selfFired = 0;
+    QObject::connect(victim, &QTimer::timeout, [&] { ++victimFired; });
+    QTimer killer, self;
+    QObject::connect(&killer, &QTimer::timeout, [&] {
+        delete std::exchange(victim, nullptr);
+        killer.stop();
+    });
+    QObject::connect(&self, &QTimer::timeout, [&] {
+        if (++selfFired < 3)
+            self.start(10);
+        else
+            self.stop();
+    });
+    killer.start(10);
+    victim->start(10);
+    self.start(10);
+    Stepper::run(200 * ms);
+    EXPECT_EQ(victimFired, 0);
+    EXPECT_EQ(selfFired, 3);
+}
+
+TEST(EventLoop, SocketsWakeItInEveryKindOfTime)
+{
+    int fds[2];
+    ASSERT_EQ(pipe2(fds, O_NONBLOCK | O_CLOEXEC), 0);
+    QByteArray got;
+    bool ended = false;
+    QSocketNotifier notifier(fds[0], QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, [&] {
+        char bytes[16];
+        const ssize_t n = read(fds[0], bytes, sizeof(bytes));
+        if (n > 0) got.append(bytes, n);
+        if (n == 0) {
+            ended = true;
+            notifier.setEnabled(false);
+        }
+    });
+    const qint64 start = Stepper::now();
+    std::thread writer([&] { EXPECT_EQ(write(fds[1], "abc", 3), 3); });
+    EXPECT_TRUE(Stepper::waitFor([&] { return got == "abc"; }));
+    writer.join();
+    EXPECT_EQ(Stepper::now(), start);
+    close(fds[1]); // the other end goes: told as readable
+    Stepper::run(1 * ms);
+    EXPECT_TRUE(ended);
+    close(fds[0]);
+}
+
+TEST(EventLoop, OnAFastClockTimersKeepTheirProportion)
+{
+    constexpr double factor = 50;
+    std::thread loop([&] { // the dispatcher of this thread, not the test's
+        auto clock = std::make_shared<QmxFastClock>(factor);
+        QmxEventDispatcher dispatcher(clock);
+        const qint64 start = clock->now();
+        const QmxRealClock real;
+        const qint64 realStart = real.now();
+        struct Receiver : QObject
+        {
+            int fired = 0;
+            void timerEvent(QTimerEvent *) override { ++fired; }
+        } receiver;
+        dispatcher.registerTimer(1, 500, Qt::CoarseTimer, &receiver);
+        while (receiver.fired < 4)
+            dispatcher.processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+        EXPECT_GE(clock->now() - start, 2000 * ms);
+        EXPECT_LT(real.now() - realStart, 1500 * ms); // 40 ms on an idle machine
+        EXPECT_TRUE(dispatcher.unregisterTimer(1));
+    });
+    loop.join();
+}
+
+TEST(TaskThread, KeepsOrderRefusesWhenFullAndRunsTheRestAtTheEnd)
+{
+    QList<int> order; // written by the worker only, read after it has ended
+    std::atomic<bool> go{false};
+    {
+        QmxTaskThread worker(QStringLiteral("worker"), 4);
+        ASSERT_TRUE(worker.post([&] {
+            while (!go)
+                std::this_thread::yield();
+        }));
+        while (worker.pending() != 1)
+            std::this_thread::yield();
+        int accepted = 0;
+        for (int i = 0; i < 10; ++i)
+            if (worker.post([&order, i] { order.append(i); })) ++accepted;
+        EXPECT_GE(accepted, 3);
+        EXPECT_LE(accepted, 4); // the running one may still stand in the queue
+        EXPECT_FALSE(worker.post([] {}));
+        go = true;
+        worker.stop();
+        EXPECT_EQ(order.size(), accepted);
+        EXPECT_FALSE(worker.post([] {}));
+    }
+    EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+TEST(TaskThread, AHangingTaskCanBeLeftBehind)
+{
+    const auto files = FaultyFiles::install();
+    files->hang(FaultyFiles::Stat);
+    const auto after = std::make_shared<std::atomic<int>>(0);
+    auto worker = std::make_unique<QmxTaskThread>(QStringLiteral("worker"));
+    worker->post([files, after] {
+        struct stat64 status = {};
+        files->stat(QStringLiteral("/"), &status);
+        ++*after;
+    });
+    worker->post([after] { *after += 100; });
+    EXPECT_TRUE(Stepper::runUntil([&] { return files->hanging() == 1; }));
+    const qint64 start = Stepper::now();
+    Stepper::run(10 * QmxClock::nsPerSecond); // the hanging thread does not hold up the time
+    EXPECT_EQ(Stepper::now(), start + 10 * QmxClock::nsPerSecond);
+    worker->abandon();
+    worker.reset();
+    files->release();
+    EXPECT_TRUE(Stepper::waitFor([&] { return *after == 1; }));
+    EXPECT_EQ(files->hanging(), 0);
+}

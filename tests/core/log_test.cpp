@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The log: one line a record, folded, rotated, and never in anybody's way.
+#include "platform/qmx/core/qmxalarmcontroller.h"
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxlogstream.h"
+#include "tests/support/faultyfiles.h"
+#include "tests/support/logcollector.h"
+#include "tests/support/print.h"
+#include "tests/support/stepper.h"
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <thread>
+
+namespace {
+
+QByteArrayList lines(const QString &path)
+{
+    QmxLog::defaultLog()->flush();
+    QByteArrayList result = readAll(path).split('\n');
+    EXPECT_TRUE(result.last().isEmpty()) << "a line that does not end";
+    result.removeLast();
+    return result;
+}
+
+void logged(int level, const char *text)
+{
+    qmxLogOutput(level, "test", 7, "%s", text);
+}
+
+} // namespace
+
+TEST(Log, WritesOneLineARecordUpToItsLevel)
+{
+    allowLog("test");
+    TestDir dir;
+    qmxLogOpenFile(dir.file("log"));
+    qmxLogSetLevel(3);
+    Stepper::clock()->setWallTime(86400 * QmxClock::nsPerSecond + 5'000'000);
+    qmxLogOutput(3, "test", 12, "FAILED: %s %d\n", "a\nb", 5);
+    qmxLogOutput(4, "test", 13, "too detailed\n");
+    QmxLogStream("test", 14, 1, QmxLog::defaultLog()) << QString("Mode %1").arg("Play") << ' ' << 3 << true;
+    QmxLogStream("test", 15, 4, QmxLog::defaultLog()) << "too detailed";
+    const QByteArrayList got = lines(dir.file("log"));
+    ASSERT_EQ(got.size(), 2);
+    EXPECT_TRUE(got[0].contains(".005 I test:12 FAILED: a b 5")) << got[0].constData();
+    EXPECT_TRUE(got[1].endsWith("E test:14 Mode Play 3true")) << got[1].constData();
+    qmxLogSetLevel(4);
+}
+
+TEST(Log, FoldsEqualRecordsEvenWhenTheyAlternate)
+{
+    allowLog("test");
+    TestDir dir;
+    qmxLogOpenFile(dir.file("log"));
+    // A lost input: two lines a frame, ten seconds long.
+    for (int frame = 0; frame < 250; ++frame) {
+        logged(1, "first");
+        logged(2, "second");
+        Stepper::runMs(40);
+    }
+    const QByteArrayList got = lines(dir.file("log"));
+    EXPECT_GE(got.size(), 2 * 10);
+    EXPECT_LE(got.size(), 2 * 12);
+    int sum = 0;
+    for (const QByteArray &line : got) {
+        const qsizetype at = line.indexOf("(and ");
+        sum += 1 + (at < 0 ? 0 : line.mid(at + 5).split(' ').first().toInt());
+    }
+    EXPECT_EQ(sum, 500) << "every record is accounted for";
+}
+
+TEST(Log, RotatesAndKeepsThreeOldFiles)
+{
+    allowLog("test");
+    TestDir dir;
+    const QString path = dir.file("log");
+    QmxLog::defaultLog()->openFile(path, 2000);
+    for (int i = 0; i < 300; ++i)
+        logged(3, qPrintable(QStringLiteral("line %1").arg(i)));
+    QmxLog::defaultLog()->flush();
+    EXPECT_TRUE(readAll(path).endsWith("line 299\n"));
+    for (const QString &name : {path, path + ".1", path + ".2", path + ".3"})
+        EXPECT_TRUE(QFileInfo(name).size() > 0 && QFileInfo(name).size() <= 2000) << name.toStdString();
+    EXPECT_FALSE(QFile::exists(path + ".4"));
+}
+
+TEST(Log, AFailingDiskIsAnAlarmAndNothingElse)
+{
+    allowLog("test");
+    TestDir dir;
+    const auto files = FaultyFiles::install();
+    QmxAlarmController controller;
+    QList<QmxAlarm> alarms;
+    QObject::connect(&controller, &QmxAlarmController::alarmTriggered,
+                     [&](const QmxAlarm &alarm) { alarms.append(alarm); });
+    qmxLogOpenFile(dir.file("log"));
+    files->writeHalf(2); // goes on where it stopped
+    logged(3, "one");
+    logged(3, "two");
+    EXPECT_TRUE(lines(dir.file("log")).last().endsWith("two"));
+
+    files->failNth(FaultyFiles::Pwrite, 1, ENOSPC, true);
+    for (int i = 0; i < 100; ++i)
+        logged(3, qPrintable(QStringLiteral("lost %1").arg(i)));
+    QmxLog::defaultLog()->flush();
+    Stepper::deliver();
+    ASSERT_EQ(alarms.size(), 1);
+    EXPECT_EQ(alarms[0].id(), QmxId(1916));
+    EXPECT_TRUE(alarms[0].message().contains(dir.file("log")) &&
+                alarms[0].message().contains("No space left"));
+
+    files->clear();
+    logged(3, "too early"); // tried again after a while only
+    QmxLog::defaultLog()->flush();
+    Stepper::run(6 * QmxClock::nsPerSecond);
+    logged(3, "again");
+    const QByteArrayList got = lines(dir.file("log"));
+    EXPECT_TRUE(got[got.size() - 2].endsWith("again"));
+    EXPECT_EQ(got.last(), "(101 lines were lost: the log file could not be written)");
+    Stepper::deliver();
+    ASSERT_EQ(alarms.size(), 2);
+    EXPECT_FALSE(alarms[1].isActive());
+}
+
+TEST(Log, AHangingDiskHoldsNobodyUpAndLossesAreCounted)
+{
+    allowLog("test");
+    TestDir dir;
+    const auto files = FaultyFiles::install();
+    qmxLogOpenFile(dir.file("log"));
+    QmxLog::defaultLog()->flush();
+    files->hang(FaultyFiles::Pwrite);
+    logged(3, "hangs");
+    EXPECT_TRUE(Stepper::waitFor([&] { return files->hanging() == 1; }));
+    std::thread other([] {
+        for (int i = 0; i < 10'000; ++i)
+            qmxLogOutput(3, "test", i, "other\n");
+    });
+    for (int i = 0; i < 10'000; ++i)
+        qmxLogOutput(3, "test", i, "mine\n");
+    other.join(); // comes to an end although nothing can be written
+    const qint64 dropped = QmxLog::defaultLog()->dropped();
+    EXPECT_EQ(dropped, 20'000 - 4096);
+    EXPECT_EQ(QmxCounters::instance()->value(QmxCounters::LogDropped), dropped);
+    files->release();
+    const QByteArrayList got = lines(dir.file("log"));
+    EXPECT_TRUE(got.join('\n').contains(QByteArray::number(dropped) + " records were lost"));
+}
+
+TEST(Log, TheTapSeesEveryRecordUnfolded)
+{
+    allowLog("test");
+    for (int i = 0; i < 50; ++i)
+        logged(2, "same");
+    EXPECT_EQ(LogCollector::texts("test").count("same"), 50);
+}

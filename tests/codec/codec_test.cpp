@@ -39,13 +39,15 @@ QmxPicture makeTexture(QmxPicture::Format format, const QSize &size, int phase, 
 
 double psnr(const QmxPicture &a, const QmxPicture &b)
 {
-    double squares = 0;
+    qint64 squares = 0;
     qint64 count = 0;
     for (int plane = 0; plane < 3; ++plane)
         for (int y = 0; y < a.height(); ++y)
-            for (int x = 0; x < a.planeWidth(plane); ++x, ++count)
-                squares += std::pow(a.row(plane, y)[x] - b.row(plane, y)[x], 2);
-    return 10 * std::log10(1023.0 * 1023.0 * double(count) / std::max(squares, 1e-9));
+            for (int x = 0; x < a.planeWidth(plane); ++x, ++count) {
+                const int difference = a.row(plane, y)[x] - b.row(plane, y)[x];
+                squares += difference * difference;
+            }
+    return 10 * std::log10(1023.0 * 1023.0 * double(count) / std::max(double(squares), 1e-9));
 }
 
 /// One coded frame in a QuickTime file, by libavformat.

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/device/qmxpreview.h"
+#include "platform/qmx/device/qmxsink.h"
+#include "platform/qmx/device/qmxsourceformat.h"
+#include "platform/qmx/device/qmxstrip.h"
+#include "tests/edges/pictures.h"
+#include "tests/support/logcollector.h"
+#include "tests/support/print.h"
+#include "tests/support/stepper.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include <unistd.h>
+
+namespace {
+QString uniqueName(const char *what)
+{
+    return QStringLiteral("/xp_test_%1_%2").arg(QLatin1String(what)).arg(getpid());
+}
+} // namespace
+
+TEST(Preview, readerNeverSeesATornPicture)
+{
+    const QString name = uniqueName("torn");
+    QmxPreviewReader reader;
+    EXPECT_FALSE(reader.open(name));
+    QmxPreviewWriter writer(name);
+    ASSERT_TRUE(writer.isOpen());
+    ASSERT_TRUE(reader.open(name));
+    QmxPreviewPicture seen;
+    EXPECT_FALSE(reader.read(seen)); // nothing published yet
+
+    std::atomic<bool> stop = false;
+    std::thread publisher([&] {
+        QmxPreviewPicture picture;
+        for (qint64 n = 1; !stop; ++n) {
+            picture.tick = n;
+            picture.width = 320 + 2 * int(n % 100);
+            picture.height = 180;
+            const qsizetype pixels = picture.width * picture.height;
+            picture.luma.fill(char(n), pixels);
+            picture.cb.fill(char(n + 1), pixels / 4);
+            picture.cr.fill(char(n + 2), pixels / 4);
+            picture.timecode = QString::number(n);
+            picture.peaks.fill(double(n));
+            writer.write(picture);
+        }
+    });
+    // A reader that is overtaken again and again may give up; what it gives is whole.
+    int whole = 0;
+    qint64 previous = 0;
+    while (whole < 2000) {
+        if (!reader.read(seen)) continue;
+        ++whole;
+        EXPECT_GE(seen.tick, previous);
+        previous = seen.tick;
+        const auto isAll = [](const QByteArray &bytes, qint64 value) {
+            return bytes == QByteArray(bytes.size(), char(value));
+        };
+        const bool ok = seen.width == 320 + 2 * int(seen.tick % 100) && isAll(seen.luma, seen.tick) &&
+                        isAll(seen.cb, seen.tick + 1) && isAll(seen.cr, seen.tick + 2) &&
+                        seen.timecode == QString::number(seen.tick) && seen.peaks[7] == double(seen.tick);
+        EXPECT_TRUE(ok) << seen.tick;
+        if (!ok) break;
+    }
+    stop = true;
+    publisher.join();
+}
+
+TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
+{
+    const QString name = uniqueName("sink");
+    const auto sink = qmxCreateSink(QStringLiteral("preview:") + name, QmxEnvironment::current());
+    QmxPreviewReader reader;
+    ASSERT_TRUE(reader.open(name));
+    QmxOutputFrame frame;
+    frame.desc = QmxSourceFormat::fromText(QStringLiteral("1920x1080i25"));
+    const auto generator =
+        qmxCreateInternalGenerator(frame.desc, QmxId(800), QmxId(900), QmxEnvironment::current());
+    Ticks ticks(QmxVideoRate(25));
+    for (quint32 i = 0; i < 12; ++i) {
+        frame.tick = ticks.next();
+        const QmxSourceFrame source = generator->take(frame.tick);
+        frame.picture = source.picture;
+        frame.audio = source.audio;
+        frame.timecode = QmxTimecode(10, 0, 0, int(i), 25, 0);
+        frame.metadata.insert(QmxId(1), 500 + int(i));
+        sink->show(frame);
+        ASSERT_TRUE(Stepper::waitFor([&] { return reader.count() == i + 1; }));
+        QmxPreviewPicture seen;
+        ASSERT_TRUE(reader.read(seen));
+        const auto *luma = reinterpret_cast<const uchar *>(seen.luma.constData());
+        EXPECT_EQ(QmxStrip::readLuma8(luma, seen.width, seen.height, seen.width), i);
+        EXPECT_EQ(seen.frameNumber, 500 + int(i));
+        EXPECT_EQ(seen.timecode, frame.timecode.toString());
+        EXPECT_EQ(seen.tick, frame.tick.index);
+        // The second bar is yellow: little blue, and the mark is louder than the tone.
+        const int chromaWidth = seen.width / 2;
+        EXPECT_LT(uchar(seen.cb[seen.height / 2 * 3 / 4 * chromaWidth + chromaWidth * 3 / 16]), 70);
+        EXPECT_NEAR(seen.peaks[3], i % 10 == 0 ? 0.75 : 0.126, 0.01);
+    }
+    frame.picture = QmxPicture();
+    frame.audio = QmxAudio();
+    frame.metadata = QmxMetadataHash();
+    sink->show(frame);
+    ASSERT_TRUE(Stepper::waitFor([&] { return reader.count() == 13; }));
+    QmxPreviewPicture black;
+    ASSERT_TRUE(reader.read(black));
+    EXPECT_FALSE(black.hasPicture);
+    EXPECT_EQ(black.width, 960);
+    EXPECT_EQ(black.luma, QByteArray(black.luma.size(), char(16)));
+    EXPECT_EQ(black.frameNumber, -1);
+    EXPECT_EQ(sink->dropped(), 0);
+}
+
+TEST(Sinks, aFileGetsEveryFrameWithItsSound)
+{
+    const TestDir dir;
+    const QString path = dir.file(QStringLiteral("out.ts"));
+    QmxOutputFrame frame;
+    frame.desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));
+    const auto generator =
+        qmxCreateInternalGenerator(frame.desc, QmxId(800), QmxId(900), QmxEnvironment::current());
+    {
+        const auto sink = qmxCreateSink(QStringLiteral("file:") + path, QmxEnvironment::current());
+        Ticks ticks(QmxVideoRate(25));
+        for (int i = 0; i < 30; ++i) {
+            frame.tick = ticks.next();
+            const QmxSourceFrame source = generator->take(frame.tick);
+            frame.picture = source.picture;
+            frame.audio = source.audio;
+            sink->show(frame);
+            // Virtual time stands still until the output's thread has written it.
+            Stepper::run(QmxClock::nsPerMillisecond);
+        }
+        EXPECT_EQ(sink->dropped(), 0) << sink->statusText().toStdString();
+    }
+    const QString raw = dir.file(QStringLiteral("raw")), sound = dir.file(QStringLiteral("sound"));
+    const ProgramResult result = runProgram(
+        QStringLiteral("ffmpeg"),
+        QStringLiteral("-v error -i %1 -map v -f rawvideo -pix_fmt gray %2 -map a -f s32le -ac 2 %3")
+            .arg(path, raw, sound)
+            .split(QLatin1Char(' ')));
+    EXPECT_EQ(result.status, 0) << result.err.constData();
+    const QByteArray pictures = readAll(raw), samples = readAll(sound);
+    constexpr int bytes = 720 * 576;
+    ASSERT_EQ(pictures.size(), 30 * bytes);
+    for (int i = 0; i < 30; ++i)
+        EXPECT_EQ(QmxStrip::readLuma8(reinterpret_cast<const uchar *>(pictures.constData()) + i * bytes, 720,
+                                      576, 720),
+                  quint32(i));
+    EXPECT_NEAR(samples.size() / 8, 30 * 1920, 2 * 1152);
+
+    expectLog(QStringLiteral("sinks"), QStringLiteral("shows nothing"));
+    EXPECT_TRUE(qmxCreateSink(QStringLiteral("window"), QmxEnvironment::current())
+                    ->statusText()
+                    .contains(QLatin1String("preview:")));
+    expectLog(QStringLiteral("qmxmuxsink"), QStringLiteral("No such file"));
+    const auto hopeless = qmxCreateSink(QStringLiteral("file:/nowhere/x.ts"), QmxEnvironment::current());
+    hopeless->show(frame);
+    EXPECT_TRUE(Stepper::waitFor([&] { return hopeless->dropped() == 1; }));
+}

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/stills/stillclips.h"
+#include "tests/support/print.h"
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+TEST(Stills, areClipsThatOtherProgramsPlay)
+{
+    const QList<StillClip> clips = stillClips();
+    EXPECT_EQ(clips.size(), 22);
+    const TestDir dir;
+    for (const StillClip &clip : clips) {
+        if (clip.desc.height() > 1080) continue; // nothing new but time
+        SCOPED_TRACE(clip.file.toStdString());
+        ASSERT_EQ(writeStillClip(dir.path(), clip), QmxError());
+        ASSERT_EQ(writeStillClip(dir.path(), clip), QmxError()); // again, over the old one
+        const ProgramResult probe = runProgram(
+            QStringLiteral("ffprobe"),
+            QStringLiteral("-v error -count_frames -select_streams v -show_entries "
+                           "stream=codec_tag_string,width,height,nb_read_frames,field_order -of csv=p=0 %1")
+                .arg(dir.file(clip.file))
+                .split(QLatin1Char(' ')));
+        EXPECT_EQ(probe.err, QByteArray());
+        const bool top = clip.desc.height() != 486;
+        EXPECT_EQ(probe.out.trimmed(), QStringLiteral("%1,%2,%3,%4,1")
+                                           .arg(clip.desc.dataType().value() == 202 ? QStringLiteral("apcn")
+                                                                                    : QStringLiteral("ap4h"))
+                                           .arg(clip.desc.width())
+                                           .arg(clip.desc.height())
+                                           .arg(!clip.desc.isInterlaced() ? QStringLiteral("progressive")
+                                                : top                     ? QStringLiteral("tb")
+                                                                          : QStringLiteral("bt"))
+                                           .toLatin1());
+        // White letters in the middle, black around them, nothing outside the legal range.
+        const QString raw = dir.file(QStringLiteral("raw"));
+        const ProgramResult decode = runProgram(
+            QStringLiteral("ffmpeg"), QStringLiteral("-v error -y -i %1 -f rawvideo -pix_fmt gray %2")
+                                          .arg(dir.file(clip.file), raw)
+                                          .split(QLatin1Char(' ')));
+        ASSERT_EQ(decode.status, 0) << decode.err.constData();
+        const QByteArray luma = readAll(raw);
+        const int width = clip.desc.width(), height = clip.desc.height();
+        ASSERT_EQ(luma.size(), width * height);
+        int bright = 0, left = width, right = 0;
+        for (int i = 0; i < width * height; ++i) {
+            if (uchar(luma[i]) < 128) continue;
+            ++bright;
+            left = std::min(left, i % width);
+            right = std::max(right, i % width);
+        }
+        EXPECT_GT(bright, width * height / 100);
+        EXPECT_NEAR(left, width - 1 - right, width / 30);
+        EXPECT_LT(uchar(luma[0]), 20);
+    }
+}

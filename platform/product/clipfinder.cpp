@@ -82,8 +82,10 @@ void ClipFinder::Private::list(const std::string &path)
     using Listing = std::optional<std::vector<Clip>>;
     if (path != folder) clips.clear();
     folder = path;
+    std::shared_ptr<ClipSource> &known = sources[path];
+    if (!known) known = std::make_shared<MediumClipSource>(environment);
     auto answer = MediumHelper::instance().answer<Listing>(
-        path, [source = source, path] { return source->clips(path); });
+        path, [source = known, path] { return source->clips(path); });
     if (!answer) return;
     std::vector<Clip> found = answer->value_or(std::vector<Clip>());
     std::map<std::string, std::size_t> before;

@@ -53,9 +53,8 @@ private:
     StoreResult clearLeftovers();
 
     // sqlitecare.cpp: upkeep
-    void checkpoint();
-    void backUp();
-    void complain(const std::string &reason);
+    std::string checkpoint(); ///< why not; empty when it is well
+    std::string backUp();
     std::string dateStamp() const;
     qint64 wallMicroseconds() const;
 
@@ -66,5 +65,6 @@ private:
     std::optional<StoreFiles::Identity> _identity; ///< of the open database
     std::string _epoch;                            ///< of the open database
     WakeupSocket _wakeup;
-    std::string _careError; ///< told last
+    quint64 _checkpointed = 0; ///< newest version at the last checkpoint
+    std::string _careError;    ///< told last
 };

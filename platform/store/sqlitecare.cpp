@@ -4,6 +4,8 @@
 #include "platform/store/sqliteschema.h"
 
 #include <ctime>
+#include <utility>
+
 #include <unistd.h>
 
 #include <sys/stat.h>
@@ -37,56 +39,54 @@ std::string SqliteBackend::dateStamp() const
 void SqliteBackend::care()
 {
     if (!connectForReading().isDone()) return;
-    checkpoint();
-    backUp();
+    std::string reason = checkpoint();
+    if (reason.empty()) reason = backUp();
+    // Upkeep is tried every second; a reason is told once.
+    if (!reason.empty() && reason != _careError) qmxLogOutput(2, module, __LINE__, "%s\n", reason.c_str());
+    _careError = reason;
     _files.restoreBallast();
 }
 
-/// Upkeep is tried every second; a reason is told once.
-void SqliteBackend::complain(const std::string &reason)
-{
-    if (!reason.empty() && reason != _careError) qmxLogOutput(2, module, __LINE__, "%s\n", reason.c_str());
-    _careError = reason;
-}
-
 /// Only when the lock is free: a writer comes first, the next round will do.
-void SqliteBackend::checkpoint()
+std::string SqliteBackend::checkpoint()
 {
     struct stat info
     {};
-    if (::stat(_files.wal().c_str(), &info) != 0 || info.st_size < checkpointBytes) return;
-    if (!_lock.acquire(0, nullptr)) return;
+    if (::stat(_files.wal().c_str(), &info) != 0 || info.st_size < checkpointBytes) return {};
+    const quint64 newest = SqliteSchema::newestVersion(_database);
+    if (newest == _checkpointed || !_lock.acquire(0, nullptr)) return {};
     const StoreLockHolder holder(_lock);
+    _checkpointed = newest;
     // PASSIVE waits for nobody; the next writer then begins the write-ahead log anew.
     _database.exec("PRAGMA wal_checkpoint(PASSIVE)");
-    complain(_database.result("cannot checkpoint").text);
+    const std::string reason = _database.result("cannot checkpoint").text;
     _database.clearError();
+    return reason;
 }
 
-void SqliteBackend::backUp()
+std::string SqliteBackend::backUp()
 {
     const auto backups = _files.backups();
     const quint64 newest = SqliteSchema::newestVersion(_database);
     const quint64 last = backups.empty() ? 0 : backups.front().version;
-    if (newest <= last) return;
+    if (newest <= last) return {};
     const qint64 now = wallMicroseconds() / 1'000'000;
     const bool due = backups.empty() || newest - last >= backupChanges ||
                      now - backups.front().time >= backupSeconds || now < backups.front().time;
-    if (!due) return;
+    if (!due) return {};
     StoreLock lock(_files.careLock()); // one process at a time
-    if (!lock.acquire(0, nullptr)) return;
+    if (!lock.acquire(0, nullptr)) return {};
     const StoreLockHolder holder(lock);
     StoreImage image;
     StoreCursor cursor;
     StoreResult result = snapshot(image, cursor);
     if (result.code == StoreResult::Damaged) {
         // A backup of it would push out a good one.
-        locked([&result] { return result; });
-        return;
+        return locked([damage = result]() mutable { return std::exchange(damage, {}); }).text;
     }
     const std::string temporary = _files.database() + ".backup-new";
     if (result.isDone()) result = SqliteSchema::createFile(temporary, image, cursor.version, cursor.epoch);
     if (result.isDone() && ::rename(temporary.c_str(), _files.backupPath(cursor.version).c_str()) == 0)
         _files.removeOldBackups(backupsKept);
-    complain(result.isDone() ? std::string() : "no backup: " + result.text);
+    return result.isDone() ? std::string() : "no backup: " + result.text;
 }

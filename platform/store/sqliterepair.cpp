@@ -75,6 +75,9 @@ StoreResult SqliteBackend::createOrRestore(const std::string &reason)
     if (_context.memory) mergeNewer(image, _context.memory());
     for (const auto &[id, stored] : image)
         top = std::max(top, stored.version);
+    // Also of a backup that is no good: younger ones must have higher numbers.
+    if (const auto backups = _files.backups(); !backups.empty())
+        top = std::max<quint64>(top, backups.front().version);
 
     const bool isNew = image.empty() && !exists;
     const std::string stamp = dateStamp();

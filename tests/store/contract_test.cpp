@@ -41,7 +41,7 @@ std::vector<std::string> schemes()
 }
 
 INSTANTIATE_TEST_SUITE_P(All, StoreContract, testing::ValuesIn(schemes()),
-                         [](const auto &info) { return info.param; });
+                         [](const auto &scheme) { return scheme.param; });
 
 TEST_P(StoreContract, refusesWhatDoesNotFitAndAnswersWithDefaults)
 {

@@ -82,7 +82,7 @@ TEST_F(SqliteStore, brokenFileIsSetAsideAndRestoredFromTheNewestGoodBackup)
     }
     // A younger backup that is no good must not win.
     writeAll(dir.file("store.db.backup-999"), garbage);
-    for (const QString &name : {"store.db-wal", "store.db-shm"})
+    for (const char *name : {"store.db-wal", "store.db-shm"})
         QFile::remove(dir.file(name));
     writeAll(path(), garbage);
     {

@@ -61,8 +61,7 @@ std::string firstFree(const std::string &folder, const std::function<std::string
 class ClipFinder::Private
 {
 public:
-    explicit Private(Config *store) : config(store), source(std::make_shared<MediumClipSource>(environment))
-    {}
+    explicit Private(Config *store) : config(store) {}
 
     void list(const std::string &folder);
     std::list<Clip> inOrder(bool sorted) const;
@@ -82,10 +81,10 @@ void ClipFinder::Private::list(const std::string &path)
     using Listing = std::optional<std::vector<Clip>>;
     if (path != folder) clips.clear();
     folder = path;
-    std::shared_ptr<ClipSource> &known = sources[path];
-    if (!known) known = std::make_shared<MediumClipSource>(environment);
+    std::shared_ptr<ClipSource> &medium = sources[path];
+    if (!medium) medium = std::make_shared<MediumClipSource>(environment);
     auto answer = MediumHelper::instance().answer<Listing>(
-        path, [source = known, path] { return source->clips(path); });
+        path, [source = medium, path] { return source->clips(path); });
     if (!answer) return;
     std::vector<Clip> found = answer->value_or(std::vector<Clip>());
     std::map<std::string, std::size_t> before;

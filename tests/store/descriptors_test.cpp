@@ -175,10 +175,8 @@ TEST_F(Descriptors, textIsReadAndPrinted)
         std::string reason;
         EXPECT_EQ(row->parse(test.text, value, reason), *test.reason == 0);
         EXPECT_NE(reason.find(test.reason), std::string::npos) << reason;
-        if (*test.reason == 0)
-            EXPECT_EQ(row->print(value), test.printed);
-        else
-            EXPECT_EQ(value, StoreValue::fromUnsigned(77));
+        EXPECT_EQ(*test.reason == 0 ? row->print(value) : "", test.printed);
+        EXPECT_TRUE(*test.reason == 0 || value == StoreValue::fromUnsigned(77));
     }
 }
 

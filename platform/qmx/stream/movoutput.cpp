@@ -186,25 +186,3 @@ void MovOutput::reserve(qint64 begin, qint64 end)
     else
         _ahead = 0;
 }
-
-QmxError MovOutput::read(void *data, qint64 size, qint64 offset)
-{
-    auto *to = static_cast<uchar *>(data);
-    while (size > 0) {
-        const ssize_t count = _files->pread(_fd, to, size_t(size), offset);
-        if (count > 0) {
-            to += count;
-            offset += count;
-            size -= count;
-        } else if (count == 0 || errno != EINTR) {
-            return error(count == 0 ? EILSEQ : errno, "read");
-        }
-    }
-    return {};
-}
-
-qint64 MovOutput::size()
-{
-    struct stat64 data = {};
-    return _files->fstat(_fd, &data) == 0 ? qint64(data.st_size) : -1;
-}

@@ -31,8 +31,6 @@ public:
     /// Before a write from `begin` to `end`: allocates ahead when it passes what is allocated. Never an
     /// error: the write that lacks the room has one.
     void reserve(qint64 begin, qint64 end);
-    QmxError read(void *data, qint64 size, qint64 offset);
-    qint64 size();
 
     /// An error of this clip in words for the operator.
     QmxError error(int value, const char *doing) const;

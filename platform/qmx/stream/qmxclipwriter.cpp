@@ -272,7 +272,11 @@ QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
         if (error.isError()) return error;
     }
     error = d->writePicture(picture);
-    if (error.isError()) return d->fail(error);
+    if (error.isError()) {
+        // On a full medium the frames before this one may still be saved: room allocated ahead is left.
+        d->flush();
+        return d->fail(error);
+    }
     if (frame.vids().isEmpty() || !frame.vids().first().isValid()) ++d->fragment.replaced;
     d->addSound(frame);
     d->addTimecode(frame);

@@ -205,34 +205,27 @@ TEST_F(MediaManagerTest, aRolloverSwapsTheMediaAndWaitsForTheMediaDaemon)
     EXPECT_EQ(noted.size(), 2);
 }
 
-TEST_F(MediaManagerTest, aHangingMediumCostsOneWaitAndLeavesTheOtherMeasurable)
+TEST_F(MediaManagerTest, aHangingMediumCostsOneWaitAndIsNotAskedUntilItIsBack)
 {
-    MediaProbe probe;
-    ASSERT_TRUE(probe.measure(kActive));
+    allowLog("mediumhelper");
+    MediaManager manager(nullptr);
+    manager.setActivePath(kActive);
     _files->hang(FaultyFiles::Statfs);
-    EXPECT_FALSE(probe.measure(kActive));
+    MediaManager::PathInfo info;
+    info.path = "kept";
+    EXPECT_FALSE(manager.getActivePathInfo(info));
     EXPECT_EQ(_files->hanging(), 1);
-    EXPECT_FALSE(probe.measure(kActive)) << "not asked again";
-    EXPECT_EQ(probe.refused(), 1u);
-    EXPECT_EQ(_files->hanging(), 1);
-    for (const char *other : {"/media/B", "/media/C", "/media/D", "/media/E"})
-        EXPECT_FALSE(probe.measure(other));
-    EXPECT_EQ(_files->hanging(), 4) << "as many helpers as there may be";
-    EXPECT_EQ(probe.refused(), 2u);
+    const int asked = _files->count(FaultyFiles::Statfs);
+    EXPECT_FALSE(manager.getActivePathInfo(info));
+    EXPECT_EQ(tick(manager, 4), QStringList());
+    EXPECT_EQ(_files->count(FaultyFiles::Statfs), asked);
+    EXPECT_FALSE(manager.getPathInfo(kRollover, info)) << "the other one is asked, by a thread of its own";
+    EXPECT_EQ(_files->hanging(), 2);
+    EXPECT_EQ(info.path, QStringLiteral("kept"));
 
     _files->release();
-    EXPECT_TRUE(Stepper::waitFor([&] { return probe.measure(kActive).has_value(); }));
-    EXPECT_TRUE(Stepper::waitFor([&] { return probe.measure("/media/E").has_value(); }));
-}
-
-TEST_F(MediaManagerTest, aHangingMediumDoesNotHoldUpTheEnd)
-{
-    _files->hang(FaultyFiles::Statfs);
-    {
-        MediaProbe probe;
-        EXPECT_FALSE(probe.measure(kActive));
-    }
-    EXPECT_EQ(_files->hanging(), 1) << "left behind";
-    _files->release();
-    EXPECT_TRUE(Stepper::waitFor([&] { return _files->hanging() == 0; }));
+    EXPECT_TRUE(Stepper::waitFor([&] { return manager.getActivePathInfo(info); }));
+    EXPECT_TRUE(Stepper::waitFor([&] { return manager.getPathInfo(kRollover, info); }));
+    media[kActive] = 50;
+    EXPECT_EQ(tick(manager), QStringList("stop"));
 }

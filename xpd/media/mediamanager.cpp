@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/media/mediamanager.h"
 
+#include "platform/product/mediumhelper.h"
 #include "platform/qmx/core/qmxlogstream.h"
 
 #include <QTimerEvent>
 
 #include <cmath>
+#include <cstring>
+#include <optional>
 
 namespace {
 
@@ -31,6 +34,24 @@ constexpr int kCheckInterval = 500; // ms
 constexpr double kTargetLevel = 15.0;
 constexpr double kRolloverLevel = 10.0;
 constexpr double kStopLevel = 8.0;
+
+/// What the system says of a medium.
+struct Measurement
+{
+    bool otherThanRoot; ///< the path lies on another file system than "/"
+    quint64 freeBlocks; ///< to the super-user, not only to us
+    quint64 totalBlocks;
+};
+
+std::optional<Measurement> measure(QmxFiles &files, const QString &path)
+{
+    struct statfs64 root = {};
+    struct statfs64 medium = {};
+    if (files.statfs(QStringLiteral("/"), &root) != 0 || files.statfs(path, &medium) != 0)
+        return std::nullopt;
+    return Measurement{std::memcmp(&root.f_fsid, &medium.f_fsid, sizeof root.f_fsid) != 0, medium.f_bfree,
+                       medium.f_blocks};
+}
 
 void logText(int level, int line, const QString &text)
 {
@@ -74,14 +95,19 @@ bool MediaManager::getRolloverPathInfo(PathInfo &info)
 bool MediaManager::getPathInfo(const QString &path, PathInfo &info)
 {
     if (path.isEmpty()) return false;
-    const std::optional<MediaProbe::Answer> answer = _probe.measure(path);
-    if (!answer) return false;
+    // Nothing twice over: no answer in time, or one that says that the path cannot be examined.
+    const auto measured =
+        MediumHelper::instance()
+            .answer<std::optional<Measurement>>(path.toStdString(),
+                                                [files = _files, path] { return measure(*files, path); })
+            .value_or(std::nullopt);
+    if (!measured) return false;
 
     info.path = path;
-    info.mounted = answer->otherThanRoot;
+    info.mounted = measured->otherThanRoot;
     // A file system without blocks (a pseudo one) gives NaN, which reaches no level: it is not full.
-    info.percentFree = std::round(static_cast<double>(answer->freeBlocks) /
-                                  static_cast<double>(answer->totalBlocks) * 100.0);
+    info.percentFree = std::round(static_cast<double>(measured->freeBlocks) /
+                                  static_cast<double>(measured->totalBlocks) * 100.0);
     info.rolloverLevelReached = info.percentFree <= kRolloverLevel;
     info.targetTooFull = info.percentFree <= kTargetLevel;
     info.stopLevelReached = info.percentFree <= kStopLevel;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "xpd/media/mediaprobe.h"
+#include "platform/qmx/core/qmxenvironment.h"
 
 #include <QObject>
 #include <QString>
@@ -13,7 +13,8 @@
 /// answers with markRolloverInProgress(), moves the recording and calls markRolloverComplete(), which swaps
 /// the paths at once; the media daemon takes note later by clearing its rollover path.
 ///
-/// Event loop only. Measuring a medium waits for at most 100 ms (MediaProbe).
+/// Event loop only. A medium is measured on the helper thread that the product library keeps for it; the loop
+/// waits for at most 100 ms, then the measurement counts as failed.
 class MediaManager : public QObject
 {
     Q_OBJECT
@@ -85,7 +86,7 @@ protected:
 private:
     void checkActivePath();
 
-    MediaProbe _probe;
+    std::shared_ptr<QmxFiles> _files = QmxEnvironment::current().files;
     int _checkTimer;
     bool _rolloverEnabled = false;
     bool _rolloverInProgress = false;

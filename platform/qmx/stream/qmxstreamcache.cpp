@@ -88,7 +88,8 @@ struct QmxStreamCache::Private : QmxStreamPeer
     QHash<int, QmxFrame> frames;
     qint64 largestFrame = 0;
     quint64 origin = 0;
-    bool inBadRun = false;
+    bool inBadRun = false;    ///< the frame before could not be read
+    bool alarmRaised = false; ///< for a frame of this stream
 
     // Writing.
     std::deque<QmxFrame> waiting;
@@ -166,6 +167,7 @@ void QmxStreamCache::Private::openBegins(int open, int mode)
     frames.clear();
     largestFrame = 0;
     inBadRun = false;
+    alarmRaised = false;
     if (mode == QmxStream::Write) {
         kept.reset();
         waiting.clear();
@@ -234,7 +236,7 @@ void QmxStreamCache::Private::framesRead(const QList<StreamReader::Result> &resu
     if (!isReading()) return;
     const QList<int> upcoming = cadence.upcoming(window(), length);
     QList<StreamReader::Result> errors;
-    bool runEnded = false;
+    bool readable = false;
     bool came = false;
     for (const StreamReader::Result &result : results) {
         if (!upcoming.contains(result.frame)) continue;
@@ -243,16 +245,19 @@ void QmxStreamCache::Private::framesRead(const QList<StreamReader::Result> &resu
         frames.insert(result.frame, frame);
         largestFrame = qMax(largestFrame, frame.bytes());
         came = true;
+        const bool inRun = std::exchange(inBadRun, result.error.isError());
         if (!result.error.isError())
-            runEnded = std::exchange(inBadRun, false);
-        else if (!std::exchange(inBadRun, true))
+            readable = true;
+        else if (!inRun)
             errors.append(result);
     }
     if (came) scheduleReady();
     fill();
-    if (runEnded && errors.isEmpty()) postReadAlarm(QmxAlarm::Clear, QString());
+    if (readable && errors.isEmpty() && std::exchange(alarmRaised, false))
+        postReadAlarm(QmxAlarm::Clear, QString());
     const QPointer<QmxStreamCache> alive(q);
     for (const StreamReader::Result &result : std::as_const(errors)) {
+        alarmRaised = true;
         postReadAlarm(QmxAlarm::Warning, result.error.toString());
         emit q->error(result.frame, result.error);
         if (!alive) return;

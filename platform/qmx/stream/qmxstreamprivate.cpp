@@ -123,7 +123,7 @@ void QmxStream::Private::end()
     }
 }
 
-void QmxStream::Private::openDone(const QmxStreamAsk &ask, const QmxError &error, const QmxStreamInfo &told)
+void QmxStream::Private::openDone(QmxStreamAsk ask, QmxError error, const QmxStreamInfo &told)
 {
     deadline.stop();
     const QmxOperations::Token held = std::move(token); // until everybody has heard of it

@@ -25,7 +25,7 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     void end();
     void askClose();
     // How it comes out. What emits may find the stream destroyed or doing something else afterwards.
-    void openDone(const QmxStreamAsk &ask, const QmxError &error, const QmxStreamInfo &told);
+    void openDone(QmxStreamAsk ask, QmxError error, const QmxStreamInfo &told);
     void closeDone();
     void deadlineReached();
     void tellOpenFailed(const QmxStreamAsk &ask, const QmxError &error);

@@ -52,6 +52,24 @@ TEST(Counters, AreReadByNameFromOutside)
     EXPECT_TRUE(std::all_of(rows.begin(), rows.end(),
                             [](const auto &row) { return !row.name.isEmpty() && !row.unit.isEmpty(); }));
 
+    // A second recorder does not take the name of a living one, but that of a dead one.
+    const auto publishInChild = [&name] {
+        const pid_t child = fork();
+        if (child == 0) {
+            // Locks of an open file description pass to a child: let go, as after an exec.
+            for (int fd = 3; fd < 256; ++fd)
+                close(fd);
+            _exit(QmxCounters::instance()->publish(name + "_other") &&
+                  !QmxCounters::instance()->publish(name));
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        return WEXITSTATUS(status);
+    };
+    EXPECT_EQ(publishInChild(), 1);
+    EXPECT_EQ(publishInChild(), 1) << "the first child is dead";
+    shm_unlink(qPrintable(name + "_other"));
+
     // Something else under the name, or a table cut short.
     for (const int size : {0, 8, 40, 200}) {
         shm_unlink(qPrintable(name));

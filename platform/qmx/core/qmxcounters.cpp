@@ -74,6 +74,25 @@ void fill(uchar *memory)
     header->magic.store(magic, std::memory_order_release);
 }
 
+struct flock wholeFile()
+{
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+/// A living process publishes under this name.
+bool isTaken(const QByteArray &path)
+{
+    const int fd = shm_open(path.constData(), O_RDONLY, 0);
+    if (fd < 0) return false;
+    struct flock query = wholeFile();
+    const bool taken = fcntl(fd, F_OFD_GETLK, &query) == 0 && query.l_type != F_UNLCK;
+    close(fd);
+    return taken;
+}
+
 } // namespace
 
 struct QmxCounters::Private
@@ -81,6 +100,8 @@ struct QmxCounters::Private
     alignas(Header) uchar own[tableSize] = {};
     std::atomic<uchar *> table{own};
     std::mutex publishing;
+    QString name; // under which it has been published
+    int lockedFd = -1;
 };
 
 QmxCounters::QmxCounters() : d(std::make_unique<Private>())
@@ -105,16 +126,19 @@ std::atomic<qint64> *QmxCounters::cell(Row row) const
 bool QmxCounters::publish(const QString &name)
 {
     std::lock_guard lock(d->publishing);
+    if (name == d->name) return true;
     const QByteArray path = name.toLocal8Bit();
+    if (isTaken(path)) return false;
     // A new object in place of an old one: whoever still reads that one sees it stand still, not a mixture.
     shm_unlink(path.constData());
     const int fd = shm_open(path.constData(), O_CREAT | O_EXCL | O_RDWR, 0644);
     if (fd < 0) return false;
+    struct flock request = wholeFile();
     void *memory = MAP_FAILED;
-    if (ftruncate(fd, tableSize) == 0)
+    if (ftruncate(fd, tableSize) == 0 && fcntl(fd, F_OFD_SETLK, &request) == 0)
         memory = mmap(nullptr, tableSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    close(fd);
     if (memory == MAP_FAILED) {
+        close(fd);
         shm_unlink(path.constData());
         return false;
     }
@@ -124,6 +148,9 @@ bool QmxCounters::publish(const QString &name)
     for (int i = 0; i < RowCount; ++i)
         rows[i].value.store(value(Row(i)), std::memory_order_relaxed);
     d->table.store(table, std::memory_order_release);
+    d->name = name;
+    if (d->lockedFd >= 0) close(d->lockedFd);
+    d->lockedFd = fd; // stays open: the kernel lets go of its lock when the process ends
     return true;
 }
 

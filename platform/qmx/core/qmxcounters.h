@@ -48,15 +48,16 @@ public:
         PoolInUse,
         PoolFailures,
         LogDropped,
-        TakesOpened,         ///< record streams opened since the program began
-        ClipRate,            ///< frames a second of the clip being recorded, times 1000
+        TakesOpened, ///< record streams opened since the program began
+        ClipRate,    ///< frames a second of the clip being recorded, times 1000
         RowCount
     };
 
     static QmxCounters *instance();
 
-    /// Moves the table into shared memory under its name, taking over one left behind; false (and private
-    /// memory as before) when it cannot be made.
+    /// Moves the table into shared memory under its name, taking over one that a dead process left behind;
+    /// false (and private memory as before) when it cannot be made or a living process has it. Done by
+    /// whoever opens the video device. Again: nothing.
     bool publish(const QString &name = defaultName());
     void set(Row row, qint64 value);
     void add(Row row, qint64 increment = 1);

@@ -1,19 +1,53 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/qmxforeignclip.h"
 
+#include "platform/qmx/stream/movdescribe.h"
+#include "platform/qmx/stream/qmxforeignpictures.h"
+#include "platform/qmx/stream/qmxforeignsound.h"
+
 #include <cerrno>
 
 struct QmxForeignClip::Private
 {
+    void readTags();
+
     QmxClipInfo info;
+    QmxForeignPictures pictures;
+    QmxForeignSound sound;
 };
 
 QmxForeignClip::QmxForeignClip() : d(std::make_unique<Private>()) {}
 QmxForeignClip::~QmxForeignClip() = default;
 
+void QmxForeignClip::Private::readTags()
+{
+    const AVFormatContext *format = pictures.file().format();
+    const auto tag = [format](const char *key) {
+        const AVDictionaryEntry *entry = av_dict_get(format->metadata, key, nullptr, 0);
+        for (unsigned i = 0; !entry && i < format->nb_streams; ++i)
+            entry = av_dict_get(format->streams[i]->metadata, key, nullptr, 0);
+        return entry ? QString::fromUtf8(entry->value) : QString();
+    };
+    info.reelName = tag("reel_name");
+    QmxTimecode start(tag("timecode"));
+    if (!start.isValid()) return;
+    start.setFPS(info.image.frameRate().timecodeRate());
+    info.startTimecode = start;
+    info.timecodeRuns.append({0, start});
+}
+
 QmxError QmxForeignClip::open(const QString &path)
 {
-    return {ENOTSUP, QStringLiteral("%1 is no clip that can be played").arg(path)};
+    const QmxError error = d->pictures.open(path);
+    if (error.isError()) return error;
+    d->info.foreign = d->info.closed = true;
+    d->info.image = d->pictures.desc();
+    d->info.frames = d->pictures.count();
+    // Sound that cannot be decoded is no reason not to show the pictures.
+    if (!d->sound.open(path, d->pictures.startTime()).isError())
+        d->info.audio = movAudioDesc(d->sound.channels(), d->info.image.frameRate());
+    d->readTags();
+    return {};
 }
 
 const QmxClipInfo &QmxForeignClip::info() const
@@ -21,12 +55,17 @@ const QmxClipInfo &QmxForeignClip::info() const
     return d->info;
 }
 
-QmxError QmxForeignClip::readPicture(qint64, QmxImage &)
+QmxError QmxForeignClip::readPicture(qint64 frame, QmxImage &image)
 {
-    return ENOTSUP;
+    return d->pictures.read(frame, image);
 }
 
-QmxError QmxForeignClip::readAudio(qint64, QmxAudio &)
+QmxError QmxForeignClip::readAudio(qint64 frame, QmxAudio &audio)
 {
-    return ENOTSUP;
+    const QmxVideoRate rate = d->info.image.frameRate();
+    audio = QmxAudio::silence(d->info.audio, qmxAudioSamples(frame, rate));
+    if (!audio.isValid()) return {ENOMEM, QStringLiteral("No memory is left to read sound")};
+    QmxBuffer buffer = audio.buffer();
+    d->sound.read(qmxAudioStart(frame, rate), audio.samples(), reinterpret_cast<qint32 *>(buffer.data()));
+    return {};
 }

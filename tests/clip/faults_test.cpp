@@ -1,0 +1,347 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/stream/movlayout.h"
+#include "tests/clip/cliptake.h"
+#include "tests/support/faultyfiles.h"
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <map>
+#include <random>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+const ClipTake::Format small{128, 96, 25, 1, 203, 0, 2, true, 0};
+const ClipTake::Format smallPlain{128, 96, 25, 1, 203, 0, 2, false, 0};
+
+qint64 wholeFrames(const ClipTake &take, const QString &path)
+{
+    QmxClipReader reader;
+    if (reader.open(path).isError()) return 0;
+    EXPECT_EQ(take.equalFrames(reader), reader.info().frames) << "a frame is not the one written";
+    return reader.info().frames;
+}
+
+/// Remembers what has been written since the last sync, block by block: what a power cut may lose.
+class CrashFiles : public QmxFiles
+{
+public:
+    ssize_t pwrite(int, const void *data, size_t size, off64_t offset) override
+    {
+        const auto *bytes = static_cast<const char *>(data);
+        for (size_t i = 0; i < size; i += 512)
+            _pending.push_back(
+                {offset + off64_t(i), QByteArray(bytes + i, qsizetype(std::min<size_t>(512, size - i)))});
+        snapshot();
+        return ssize_t(size);
+    }
+    int fdatasync(int) override
+    {
+        for (const Write &write : _pending)
+            apply(_durable, write);
+        _pending.clear();
+        ++syncs;
+        return 0;
+    }
+    int ftruncate(int, off64_t size) override
+    {
+        _pending.push_back({-1, QByteArray::number(qint64(size))});
+        return 0;
+    }
+    int flock(int, int) override { return 0; }
+    int fallocate(int, int, off64_t, off64_t) override { return 0; }
+
+    /// What the medium may hold now: all that is synced and any part of the rest.
+    QByteArray image(std::mt19937 &chance) const
+    {
+        QByteArray bytes = _durable;
+        const int share = int(chance() % 101);
+        for (const Write &write : _pending)
+            if (int(chance() % 100) < share) apply(bytes, write);
+        return bytes;
+    }
+
+    int syncs = 0;
+    std::function<void()> onWrite;
+
+private:
+    struct Write
+    {
+        qint64 offset; ///< -1: a new size
+        QByteArray bytes;
+    };
+    static void apply(QByteArray &image, const Write &write)
+    {
+        if (write.offset < 0) {
+            image.resize(write.bytes.toLongLong());
+            return;
+        }
+        const qsizetype end = write.offset + write.bytes.size();
+        if (image.size() < end) image.append(end - image.size(), '\0');
+        image.replace(write.offset, write.bytes.size(), write.bytes);
+    }
+    void snapshot()
+    {
+        if (onWrite) onWrite();
+    }
+    QByteArray _durable;
+    std::vector<Write> _pending;
+};
+
+} // namespace
+
+TEST(ClipFaults, EveryFailingCallLeavesWhatWasFlushed)
+{
+    const ClipTake take(smallPlain);
+    for (int error : {EIO, ENOSPC}) {
+        for (bool always : {false, true}) {
+            for (int n = 1;; ++n) {
+                TestDir dir;
+                const QString path = dir.file("a.mov");
+                QmxEnvironment environment = QmxEnvironment::current();
+                auto files = std::make_shared<FaultyFiles>();
+                environment.files = files;
+                files->failNthOfAll(n, error, always);
+                QmxClipWriter writer(environment);
+                const QmxError created = writer.create(path, take.info);
+                QmxError written;
+                if (!created.isError()) written = take.write(writer, 0, 30);
+                const qint64 durable = writer.framesDurable();
+                const QmxError closed = writer.close();
+                const bool allCalls = files->countOfAll() < n;
+                files->clear();
+                SCOPED_TRACE(testing::Message()
+                             << "call " << n << " errno " << error << " always " << always);
+                if (created.isError()) {
+                    if (!always) {
+                        EXPECT_FALSE(QFileInfo::exists(path)) << "an opening that failed leaves nothing";
+                    }
+                } else {
+                    EXPECT_GE(wholeFrames(take, path), durable);
+                    if (!written.isError() && !closed.isError()) {
+                        EXPECT_EQ(wholeFrames(take, path), 30);
+                    }
+                    if (written.isError()) {
+                        EXPECT_TRUE(written.toString().contains("a.mov"));
+                    }
+                }
+                if (allCalls) break;
+            }
+        }
+    }
+}
+
+TEST(ClipFaults, AFullMediumKeepsAllFramesThatFitted)
+{
+    TestDir dir;
+    const ClipTake take(smallPlain);
+    QmxEnvironment environment = QmxEnvironment::current();
+    auto files = std::make_shared<FaultyFiles>();
+    environment.files = files;
+    QmxClipWriter writer(environment);
+    ASSERT_FALSE(writer.create(dir.file("a.mov"), take.info).isError());
+    ASSERT_FALSE(take.write(writer, 0, 20, 12).isError());
+    files->failNth(FaultyFiles::Pwrite, 1, ENOSPC);
+    EXPECT_EQ(writer.writeFrame(take.frame(20)).value(), ENOSPC);
+    EXPECT_TRUE(writer.failed());
+    EXPECT_EQ(writer.writeFrame(take.frame(20)).value(), ENOSPC) << "nothing more is written";
+    EXPECT_EQ(writer.framesDurable(), 20) << "the frames before it, flushed or not";
+    writer.close();
+    EXPECT_EQ(wholeFrames(take, dir.file("a.mov")), 20);
+}
+
+TEST(ClipFaults, HalfWritesAreCompleted)
+{
+    const ClipTake take(smallPlain);
+    for (int n = 1; n < 45; n += 3) {
+        TestDir dir;
+        QmxEnvironment environment = QmxEnvironment::current();
+        auto files = std::make_shared<FaultyFiles>();
+        environment.files = files;
+        files->writeHalf(n);
+        QmxClipWriter writer(environment);
+        ASSERT_FALSE(writer.create(dir.file("a.mov"), take.info).isError());
+        ASSERT_FALSE(take.write(writer, 0, 30).isError());
+        ASSERT_FALSE(writer.close().isError());
+        EXPECT_EQ(wholeFrames(take, dir.file("a.mov")), 30);
+    }
+}
+
+TEST(ClipFaults, APowerCutLosesNoAcknowledgedFrame)
+{
+    TestDir dir;
+    ClipTake take(smallPlain);
+    take.jump(20, 50);
+    std::mt19937 chance(7);
+    QmxEnvironment environment = QmxEnvironment::current();
+    auto files = std::make_shared<CrashFiles>();
+    environment.files = files;
+    QmxClipWriter writer(environment);
+    int images = 0;
+    qint64 least = 0;
+    files->onWrite = [&] {
+        if (chance() % 3) return;
+        const QString path = dir.file("crash.mov");
+        writeAll(path, files->image(chance));
+        const qint64 acknowledged = writer.framesDurable();
+        ASSERT_GE(wholeFrames(take, path), acknowledged);
+        least = std::max(least, acknowledged);
+        ++images;
+        if (acknowledged == 0) return;
+        bool repaired = false;
+        ASSERT_FALSE(QmxClipReader::repair(path, repaired).isError());
+        ASSERT_GE(wholeFrames(take, path), acknowledged);
+    };
+    ASSERT_FALSE(writer.create(dir.file("a.mov"), take.info).isError());
+    ASSERT_FALSE(take.write(writer, 0, 120).isError());
+    ASSERT_FALSE(writer.close().isError());
+    EXPECT_GT(images, 40);
+    EXPECT_EQ(least, 120);
+}
+
+TEST(ClipFaults, AKilledWriterLosesNoAcknowledgedFrame)
+{
+    const ClipTake take(smallPlain);
+    std::mt19937 chance(3);
+    for (int round = 0; round < 20; ++round) {
+        TestDir dir;
+        const QString path = dir.file("a.mov");
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            QmxClipWriter writer;
+            writer.create(path, take.info);
+            for (qint64 i = 0;; ++i) {
+                writer.writeFrame(take.frame(i));
+                if (i % 12 == 11) writer.flush();
+                const qint32 durable = qint32(writer.framesDurable());
+                if (::write(ends[1], &durable, sizeof durable) < 0) _exit(1);
+                if (i == 200) writer.close();
+            }
+        }
+        ::close(ends[1]);
+        qint32 acknowledged = 0;
+        qint32 value = 0;
+        const int messages = 1 + int(chance() % 210);
+        for (int i = 0; i < messages && ::read(ends[0], &value, sizeof value) == sizeof value; ++i)
+            acknowledged = value;
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        while (::read(ends[0], &value, sizeof value) == sizeof value)
+            acknowledged = value;
+        ::close(ends[0]);
+        EXPECT_GE(wholeFrames(take, path), acknowledged);
+        if (acknowledged == 0) continue;
+        if (round < 4) {
+            const auto probe =
+                runProgram("ffprobe", {"-v", "error", "-count_packets", "-select_streams", "v",
+                                       "-show_entries", "stream=nb_read_packets", "-of", "csv=p=0", path});
+            EXPECT_GE(probe.out.trimmed().toInt(), acknowledged);
+        }
+        bool repaired = false;
+        ASSERT_FALSE(QmxClipReader::repair(path, repaired).isError());
+        EXPECT_GE(wholeFrames(take, path), acknowledged);
+    }
+}
+
+TEST(ClipDamage, ACutFileKeepsWhatIsBeforeTheCut)
+{
+    TestDir dir;
+    const ClipTake take(smallPlain);
+    take.make(dir.file("open.mov"), 40, false);
+    take.make(dir.file("closed.mov"), 40, true);
+    std::mt19937 chance(11);
+    for (const char *name : {"open.mov", "closed.mov"}) {
+        const QByteArray bytes = readAll(dir.file(name));
+        QList<qint64> cuts;
+        for (qint64 at = 0; at + 8 <= bytes.size(); ++at) {
+            static const QByteArrayList types{"ftyp", "wide", "moov", "trak", "stbl",
+                                              "mdat", "free", "moof", "traf", "co64"};
+            if (types.contains(bytes.mid(at + 4, 4))) cuts << at - 1 << at << at + 4 << at + 8 << at + 9;
+        }
+        for (int i = 0; i < 200; ++i)
+            cuts << qint64(chance() % quint32(bytes.size()));
+        for (qint64 cut : cuts) {
+            SCOPED_TRACE(testing::Message() << name << " cut at " << cut);
+            const QString path = dir.file("cut.mov");
+            writeAll(path, bytes.left(std::max<qint64>(cut, 0)));
+            const qint64 frames = wholeFrames(take, path);
+            // A fragment of twelve frames takes about 150 kB here.
+            const qint64 fragment = (bytes.size() - MovLayout::headerSize) / 3;
+            EXPECT_GE(frames, std::min<qint64>(36, (cut - MovLayout::headerSize) / fragment * 12 - 12));
+            if (frames == 0) continue;
+            bool repaired = false;
+            EXPECT_FALSE(QmxClipReader::repair(path, repaired).isError());
+            EXPECT_TRUE(repaired);
+            EXPECT_EQ(wholeFrames(take, path), frames);
+        }
+    }
+}
+
+TEST(ClipDamage, FlippedBitsAreFoundOrHarmless)
+{
+    TestDir dir;
+    const ClipTake take(smallPlain);
+    take.make(dir.file("open.mov"), 40, false);
+    take.make(dir.file("closed.mov"), 40, true);
+    std::mt19937 chance(5);
+    const QString path = dir.file("flipped.mov");
+    for (const char *name : {"open.mov", "closed.mov"}) {
+        const QByteArray bytes = readAll(dir.file(name));
+        for (int i = 0; i < 1500; ++i) {
+            QByteArray flipped = bytes;
+            // Half of them where the structure is: the head, the slots, the final moov.
+            qint64 at = chance() % quint32(bytes.size());
+            if (i % 4 == 0) at = 20 + chance() % 2000;
+            if (i % 4 == 1) at = bytes.size() - 1 - chance() % 2500;
+            for (int flips = 1 + int(chance() % 3); flips > 0;
+                 --flips, at = std::min<qint64>(at + chance() % 9, bytes.size() - 1))
+                flipped[at] = char(flipped[at] ^ 1 << chance() % 8);
+            writeAll(path, flipped);
+            QmxClipReader reader;
+            if (reader.open(path).isError()) continue;
+            QmxFrame frame;
+            for (qint64 n = 0; n < std::min<qint64>(reader.info().frames, 60); ++n)
+                reader.readFrame(n, frame);
+            QmxClipInfo info;
+            QmxClipReader::probe(path, info);
+        }
+    }
+}
+
+TEST(ClipDamage, ALostSlotCostsItsOwnFramesOnly)
+{
+    TestDir dir;
+    const ClipTake take(smallPlain);
+    const QString path = dir.file("a.mov");
+    take.make(path, 48, false);
+    QByteArray bytes = readAll(path);
+    const qsizetype second = bytes.indexOf("QMXSLOT1", bytes.indexOf("QMXSLOT1") + 1);
+    bytes[second + 20] = char(bytes[second + 20] ^ 4);
+    writeAll(path, bytes);
+    QmxClipReader reader;
+    ASSERT_FALSE(reader.open(path).isError());
+    ASSERT_EQ(reader.info().frames, 48);
+    for (int n : {11, 12, 23, 24, 47}) {
+        QmxFrame got;
+        const QmxError error = reader.readFrame(n, got);
+        EXPECT_EQ(error.isError(), n == 12 || n == 23) << n;
+        const QmxFrame &is = got;
+        if (!error.isError()) {
+            EXPECT_TRUE(is.meta().value(QmxId(12)).value<QmxTimecode>() == take.timecode(n));
+        }
+    }
+    bool repaired = false;
+    ASSERT_FALSE(QmxClipReader::repair(path, repaired).isError());
+    ASSERT_FALSE(reader.open(path).isError());
+    EXPECT_TRUE(repaired && reader.info().closed);
+    EXPECT_EQ(reader.info().frames, 48);
+}

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/codec/qmxvideocodec.h"
+#include "platform/qmx/stream/qmxclipreader.h"
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <random>
+
+namespace {
+
+constexpr int frames = 75;
+
+/// Frame n has the luma 40 + 2n everywhere; from one second on there is a tone.
+bool make(const QString &path, const QStringList &coding)
+{
+    const QStringList input{"-v",
+                            "error",
+                            "-y",
+                            "-f",
+                            "lavfi",
+                            "-i",
+                            "color=black:s=96x64:r=25:d=3,format=yuv422p,geq=lum='40+2*N':cb=128:cr=128",
+                            "-f",
+                            "lavfi",
+                            "-i",
+                            "aevalsrc='if(gte(t,1),0.5*sin(2500*t),0)|0':s=48000:d=3"};
+    const auto result = runProgram("ffmpeg", input + coding + QStringList{path});
+    EXPECT_EQ(result.err, "");
+    return result.status == 0;
+}
+
+int shownNumber(const QmxFrame &frame)
+{
+    const QmxImage image = frame.vids().first();
+    QmxPicture picture;
+    const auto decoder = qmxCodec(image.desc().dataType())->createDecoder(image.desc());
+    if (decoder->decode(image.buffers().first(), picture).isError()) return -1;
+    return int(std::lround((picture.row(0, 32)[48] / 4.0 - 40) / 2));
+}
+
+double loudness(const QmxFrame &frame)
+{
+    const QmxAudio audio = frame.auds().first();
+    double peak = 0;
+    for (int i = 0; i < audio.samples() * audio.desc().channels(); ++i)
+        peak = std::max(peak, std::abs(audio.data()[i] / 2147483648.0));
+    return peak;
+}
+
+} // namespace
+
+TEST(ForeignClip, PlaysDependentFramesInAnyOrder)
+{
+    TestDir dir;
+    const QStringList h264{"-c:v", "libx264", "-pix_fmt", "yuv420p", "-g",  "30",
+                           "-bf",  "3",       "-crf",     "4",       "-c:a"};
+    const struct
+    {
+        const char *name;
+        QStringList coding;
+    } cases[] = {
+        {"a.mp4", h264 + QStringList{"aac", "-timecode", "01:00:00:00"}},
+        {"a.mkv", h264 + QStringList{"pcm_s16le"}},
+        {"a.ts", h264 + QStringList{"mp2"}},
+        {"a.mov", h264 + QStringList{"pcm_s24le"}},
+    };
+    for (const auto &now : cases) {
+        SCOPED_TRACE(now.name);
+        const QString path = dir.file(now.name);
+        ASSERT_TRUE(make(path, now.coding));
+        QmxClipReader reader;
+        const QmxError error = reader.open(path);
+        ASSERT_FALSE(error.isError()) << qPrintable(error.toString());
+        const QmxClipInfo info = reader.info();
+        EXPECT_NEAR(double(info.frames), frames, 1);
+        EXPECT_TRUE(info.foreign && info.image.dataType() == QmxId(231) &&
+                    info.image.frameRate() == QmxVideoRate(25));
+        QList<int> order;
+        for (int i = 0; i < frames; ++i)
+            order << i;
+        for (int i = frames - 1; i >= 0; --i)
+            order << i;
+        std::mt19937 chance(1);
+        for (int i = 0; i < 30; ++i)
+            order << int(chance() % frames);
+        for (int number : order) {
+            QmxFrame got;
+            ASSERT_FALSE(reader.readFrame(number, got).isError()) << number;
+            const QmxFrame &frame = got;
+            EXPECT_EQ(shownNumber(frame), number);
+            ASSERT_EQ(frame.auds().first().samples(), 1920);
+            if (number < 23) {
+                EXPECT_LT(loudness(frame), 0.05) << number;
+            }
+            if (number > 26 && number < frames - 2) {
+                EXPECT_GT(loudness(frame), 0.3) << number;
+            }
+        }
+        if (info.startTimecode.isValid()) {
+            EXPECT_EQ(info.timecodeAt(30).toString(), "01:00:01:05");
+        }
+        QmxClipInfo probed;
+        ASSERT_FALSE(QmxClipReader::probe(path, probed).isError());
+        EXPECT_EQ(probed.frames, info.frames);
+    }
+}
+
+TEST(ForeignClip, HandsOverIntraFramesAsTheyAre)
+{
+    TestDir dir;
+    for (const char *sound : {"pcm_s16le", "pcm_s24be", "pcm_s32le"}) {
+        SCOPED_TRACE(sound);
+        const QString path = dir.file("a.mov");
+        ASSERT_TRUE(
+            make(path, {"-c:v", "prores_ks", "-profile:v", "2", "-timecode", "10:00:00:00", "-c:a", sound}));
+        QmxClipReader reader;
+        ASSERT_FALSE(reader.open(path).isError());
+        EXPECT_EQ(reader.info().frames, frames);
+        EXPECT_TRUE(reader.info().image.dataType() == QmxId(202));
+        EXPECT_EQ(reader.info().timecodeAt(26).toString(), "10:00:01:01");
+        QByteArray pictures;
+        QByteArray samples;
+        for (int i = 0; i < frames; ++i) {
+            QmxFrame got;
+            ASSERT_FALSE(reader.readFrame(i, got).isError());
+            const QmxFrame &frame = got;
+            const QmxBuffer picture = frame.vids().first().buffers().first();
+            pictures.append(reinterpret_cast<const char *>(picture.constData()), picture.size());
+            samples.append(reinterpret_cast<const char *>(frame.auds().first().data()), 1920 * 2 * 4);
+        }
+        const auto copied = runProgram(
+            "ffmpeg", {"-v", "error", "-i", path, "-map", "0:v", "-c", "copy", "-f", "rawvideo", "-"});
+        EXPECT_TRUE(pictures == copied.out);
+        auto decoded = runProgram("ffmpeg", {"-v", "error", "-i", path, "-map", "0:a", "-f", "s32le", "-"});
+        for (qsizetype i = 0; i < decoded.out.size(); i += 4)
+            decoded.out[i] = 0; // 24 bits count
+        EXPECT_TRUE(samples == decoded.out);
+    }
+}
+
+TEST(ForeignClip, SaysWhatIsNoClip)
+{
+    TestDir dir;
+    writeAll(dir.file("notes.mov"), "This is a text and not a clip.\n");
+    writeAll(dir.file("empty.mov"), "");
+    for (const QString &path :
+         {dir.file("notes.mov"), dir.file("empty.mov"), dir.file("missing.mov"), dir.path()}) {
+        QmxClipReader reader;
+        const QmxError error = reader.open(path);
+        EXPECT_TRUE(error.isError());
+        EXPECT_TRUE(error.toString().contains(path)) << qPrintable(error.toString());
+        EXPECT_FALSE(reader.isOpen());
+    }
+}

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/stream/streamrig.h"
 
+#include "platform/qmx/core/qmxoperations.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 
 #include <QFile>
@@ -123,19 +124,39 @@ TEST(StreamFaults, aStopInAStallStillWritesEverythingToItsOwnClip)
 {
     const auto files = FaultyFiles::install();
     const TestDir dir;
+    for (const bool pushed : {true, false}) { // at a stop; at a rollover
+        const QString path = dir.file(pushed ? QStringLiteral("a.mov") : QStringLiteral("b.mov"));
+        StreamRig rig;
+        ASSERT_EQ(rig.openForWrite(path), 0);
+        files->stallNth(FaultyFiles::Fdatasync, 1, 6 * QmxClock::nsPerSecond);
+        int frame = 0;
+        for (; rig.cache.framesInCache() < 10 && frame < 300; ++frame) {
+            rig.record(frame, 1);
+            Stepper::runTicks(1);
+        }
+        EXPECT_EQ(rig.cache.framesInCache(), 10);
+        if (pushed) {
+            rig.cache.pushCachedToPending(0);
+            EXPECT_EQ(rig.cache.framesInCache(), 0);
+        }
+        rig.close();
+        EXPECT_EQ(length(path), frame);
+    }
+}
+
+TEST(StreamFaults, aForcedEndMakesDurableWhatWaits)
+{
+    const TestDir dir;
     const QString path = dir.file(QStringLiteral("take.mov"));
     StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
-    files->stallNth(FaultyFiles::Fdatasync, 1, 6 * QmxClock::nsPerSecond);
-    for (int frame = 0; frame < 150; ++frame) {
-        rig.record(frame, 1);
-        Stepper::runTicks(1);
-    }
-    EXPECT_GT(rig.cache.framesInCache(), 0);
-    rig.cache.pushCachedToPending(0);
-    EXPECT_EQ(rig.cache.framesInCache(), 0);
+    rig.record(0, 40);
+    QmxOperations::instance()->runEmergencyFlushes();
+    QFile::copy(path, dir.file(QStringLiteral("copy.mov")));
+    EXPECT_EQ(length(dir.file(QStringLiteral("copy.mov"))), 40);
+    rig.record(40, 5);
     rig.close();
-    EXPECT_EQ(length(path), 150 - int(rig.deviceQueue.size()));
+    EXPECT_EQ(length(path), 45);
 }
 
 TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
@@ -169,9 +190,31 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
     EXPECT_LE(Stepper::now() - closeBegan, 10 * QmxClock::nsPerSecond);
     EXPECT_TRUE(rig.events.contains(QStringLiteral("alarm 1901 2")));
 
+    // So is a close that comes while the open hangs, or while a frame is being read.
+    files->release();
+    for (const FaultyFiles::Call call : {FaultyFiles::Open, FaultyFiles::Pread}) {
+        rig.stream.setDesc(clip);
+        if (call == FaultyFiles::Open) {
+            files->hang(call);
+            ASSERT_TRUE(rig.stream.open(QmxStream::Read));
+        } else {
+            ASSERT_EQ(rig.openForRead(clip), 0);
+            files->hang(call);
+            rig.stream.read(9, nullptr);
+        }
+        Stepper::runMs(100);
+        EXPECT_EQ(files->hanging(), 1);
+        rig.events.clear();
+        rig.stream.close();
+        Stepper::run(10 * QmxClock::nsPerSecond);
+        EXPECT_TRUE(rig.stream.isClosed());
+        EXPECT_EQ(rig.events.contains(QStringLiteral("open 125")), call == FaultyFiles::Open);
+        EXPECT_EQ(rig.events.count(QStringLiteral("close")), 1);
+        files->release();
+    }
+
     // The next take has another writer, and the first one's frames are not lost if the disk comes back.
     const QString second = dir.file(QStringLiteral("take_2.mov"));
-    files->release();
     ASSERT_EQ(rig.openForWrite(second), 0);
     rig.record(0, 7);
     rig.close();

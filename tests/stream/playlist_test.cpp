@@ -63,6 +63,7 @@ TEST(PlayList, isOneLongStreamOfMixedFormatsInBothDirections)
         ASSERT_EQ(frame.meta().value(QmxId(10)).toBool(), position == clips * each - 1);
         const auto index = frame.meta().value(QmxId(18)).value<QmxPlayListIndex>();
         ASSERT_EQ(index.entryIndex(), clip + (clip >= 4 ? 1 : 0));
+        ASSERT_EQ(frame.meta().value(QmxId(18)).toInt(), index.entryIndex());
         ASSERT_EQ(index.entryName(), QStringLiteral("clip_%1.mov").arg(clip));
         ASSERT_EQ(frame.vids().constFirst().desc().width(), clip % 2 ? 1280 : 1920);
         ASSERT_EQ(frame.auds().size(), clip % 3 ? 1 : 0);

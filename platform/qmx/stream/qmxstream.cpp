@@ -16,6 +16,9 @@ const Qmx::ValueTypes registered([] {
     qRegisterMetaType<QmxPlayListEntry>("QmxPlayListEntry");
     qRegisterMetaType<QmxPlayListIndex>("QmxPlayListIndex");
     qRegisterMetaType<QmxStreamInfo>("QmxStreamInfo");
+    // Who knows nothing of play lists still reads which entry it is.
+    if (!QMetaType::hasRegisteredConverterFunction<QmxPlayListIndex, int>())
+        QMetaType::registerConverter<QmxPlayListIndex, int>(&QmxPlayListIndex::entryIndex);
 });
 
 } // namespace

@@ -224,7 +224,6 @@ void StreamWriter::State::writeFrame(const QmxFrame &frame)
     } else {
         if (unflushed++ == 0) firstUnflushed = end;
         latency.add(end - begin);
-        QmxCounters::instance()->add(QmxCounters::FramesRecorded);
         events.wrote((end - begin) / 1000);
     }
     frameLeft();
@@ -403,6 +402,7 @@ void StreamWriter::abandon()
         const std::lock_guard lock(_state->mutex);
         // The running task goes on to the end of the queue and closes by itself.
         _state->closeAsked = true;
+        _state->setSlow(false);
     }
     _thread->abandon();
     _thread.reset();

@@ -2,6 +2,7 @@
 // The state machines of the device on their own: schedule, detection, timecode, profile.
 #include "platform/qmx/device/inputdetector.h"
 #include "platform/qmx/device/lumenprofile.h"
+#include "platform/qmx/device/playbackqueue.h"
 #include "platform/qmx/device/tickschedule.h"
 #include "platform/qmx/device/timecodegenerator.h"
 
@@ -205,4 +206,29 @@ TEST(LumenProfile, passesOverGarbageWithASentence)
     EXPECT_EQ(profile.reference, QmxVideoRefState(true, false));
     ASSERT_EQ(profile.outputs.size(), 1);
     EXPECT_EQ(profile.outputs.first().second, QStringLiteral("udp://h:2"));
+}
+
+TEST(PlaybackQueue, aFlushATickDoesNotFreezeTheOutput)
+{
+    // A player that steps at every tick on a machine that takes two ticks and a half to decode.
+    PlaybackQueue queue;
+    QList<std::pair<int, DecodedPicturePtr>> decoding;
+    QList<int> shown;
+    for (int tick = 0; tick < 30; ++tick) {
+        for (auto &[ready, picture] : decoding)
+            if (tick >= ready) picture->state = DecodedPicture::Done;
+        if (queue.tick(tick * second / 25).newFrame)
+            shown.append(queue.shown().frame.meta().value(QmxId(1)).toInt());
+        queue.flush();
+        QmxFrame frame;
+        frame.meta().insert(QmxId(1), tick);
+        frame.meta().insert(QmxId(14), true);
+        auto picture = std::make_shared<DecodedPicture>();
+        decoding.append({tick + 3, picture});
+        queue.write(frame, picture, tick * second / 25);
+        EXPECT_EQ(queue.current()->meta().value(QmxId(1)).toInt(), tick);
+        EXPECT_LE(queue.frames(), 3);
+    }
+    EXPECT_GE(shown.size(), 6);
+    EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
 }

@@ -47,8 +47,8 @@ private:
 class InputReport
 {
 public:
-    /// The state that was told last without asking.
-    void begin(const QmxVideoState &told) { _told = told; }
+    /// The state found first; it is told in any case.
+    void begin(const QmxVideoState &told) { _told = _now = told; }
     /// The first frame of a take has been read.
     void takeBegins();
     /// The take is over; the state to tell now, if any.

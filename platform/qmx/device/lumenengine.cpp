@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/lumenengine.h"
 
+#include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxplayhead.h"
 #include "platform/qmx/core/qmxrecordtable.h"
@@ -200,6 +201,7 @@ QmxError LumenEngine::readFrame(QmxFrame &frame)
         if (!_takeRead) _report.takeBegins();
         _takeRead = true;
         timecode = captured->timecode;
+        QmxCounters::instance()->add(QmxCounters::FramesRecorded);
         if (captured->afterGap && _repeatDrop) {
             _repeatDrop = false;
             push(DeviceEvent::CaptureDropped, _take);

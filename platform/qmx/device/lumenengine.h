@@ -100,10 +100,12 @@ private:
     QmxAudio capturedAudio(const Seen &seen, const QmxTick &tick) const;
     void playbackStep(const Seen &seen, QmxOutputFrame &output);
     void pictureAlarm(const DecodedPicture &shown);
+    void variableRateAlarm();
     void routeInput(const Seen &seen, QmxOutputFrame &output) const;
     void pushVbi(const QmxTimecode &timecode);
     void pushAlarm(const QmxId &id, QmxAlarm::AlarmLevel level, const QString &message, int line);
     void count(const Seen &seen, const QmxOutputFrame &output) const;
+    void countDropped() const;
     QString superText(const QmxTimecode &timecode) const;
 
     // lumenwork.cpp: jobs. The post functions are called locked.
@@ -160,8 +162,8 @@ private:
     // Clock thread.
     std::unique_ptr<QmxSource> _input;
     std::unique_ptr<QmxSource> _internal;
-    std::vector<std::unique_ptr<QmxSink>> _sinks;
-    QmxOutputFrame _last; ///< without superimposed text
+    std::vector<std::unique_ptr<QmxSink>> _sinks; ///< the preview first
+    QmxOutputFrame _last;                         ///< without superimposed text
     qint64 _clockIndex = 0;
     LateTicks _late;
 

@@ -121,6 +121,7 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
         else if (!_playing)
             captureStep(seen, tick, output);
         if (!visible) return;
+        variableRateAlarm();
         if (_startPending) push(DeviceEvent::HardwareStarted);
         _startPending = false;
         pushVbi(output.timecode);
@@ -128,6 +129,7 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
         count(seen, output);
     }
     _last = output;
+    countDropped();
     if (!text.isEmpty()) output.picture = PictureWork::withText(output.picture, text);
     for (const std::unique_ptr<QmxSink> &sink : _sinks)
         sink->show(output);
@@ -313,6 +315,20 @@ void LumenEngine::routeInput(const Seen &seen, QmxOutputFrame &output) const
     output.isRepeat = false;
 }
 
+/// Variable-rate record is asked for and the input has no rate that varies.
+void LumenEngine::variableRateAlarm()
+{
+    const bool internal = _running.videoInputSource() == DeviceKeys::internalGenerator;
+    const bool alarm = !_playing && _running.forceVFRRecord() && !internal && _detector.state().isValid() &&
+                       _detector.state().vfrfps() == 0;
+    if (alarm == _variableRateAlarm) return;
+    _variableRateAlarm = alarm;
+    DeviceEvent event;
+    event.type = DeviceEvent::VariableRate;
+    event.on = alarm;
+    _events.push(event);
+}
+
 void LumenEngine::pictureAlarm(const DecodedPicture &shown)
 {
     if (shown.failed == _pictureAlarm) return;
@@ -343,6 +359,15 @@ QString LumenEngine::superText(const QmxTimecode &timecode) const
                      [this](const DirectionName &row) { return row.direction == _direction.value(); });
     const char *status = name == std::end(directionNames) ? "" : name->text;
     return timecode.toString() + QLatin1Char(' ') + QLatin1String(status);
+}
+
+void LumenEngine::countDropped() const
+{
+    qint64 dropped = 0;
+    for (size_t i = 1; i < _sinks.size(); ++i)
+        dropped += _sinks.at(i)->dropped();
+    QmxCounters::instance()->set(QmxCounters::PreviewDropped, _sinks.front()->dropped());
+    QmxCounters::instance()->set(QmxCounters::OutputDropped, dropped);
 }
 
 void LumenEngine::count(const Seen &seen, const QmxOutputFrame &output) const

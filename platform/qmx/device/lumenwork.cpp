@@ -82,7 +82,8 @@ void LumenEngine::lut(const CapturedFramePtr &frame, const QmxImageLut &table)
     frame->waitsForLut = false;
     if (processed.isValid()) {
         frame->picture = processed;
-        if (frame->number > _processedNumber) _processed = processed;
+        // Not a late one of another set-up, and not an older one.
+        if (frame->number > _processedNumber && frame->desc == _running.imageDesc()) _processed = processed;
         _processedNumber = std::max(_processedNumber, frame->number);
     }
     postCoding();

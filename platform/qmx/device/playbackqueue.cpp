@@ -84,7 +84,11 @@ void PlaybackQueue::flush()
         left.push_back(*item);
         break;
     }
-    if (const Item *first = firstOfNewest()) {
+    const Item *first = firstOfNewest();
+    const auto awaited =
+        std::find_if(_items.begin(), _items.end(), [](const Item &item) { return item.awaited; });
+    if (awaited != _items.end() && &*awaited != first) left.push_back(*awaited);
+    if (first) {
         left.push_back(*first);
         left.back().kept = true;
     }
@@ -232,6 +236,8 @@ PlaybackQueue::Step PlaybackQueue::tick(qint64 now)
         if (isDue(item, now)) {
             _items.pop_front();
             show(item, step);
+        } else {
+            _items.front().awaited = item.kept;
         }
         break;
     }

@@ -64,7 +64,9 @@ public:
     bool write(const QmxFrame &frame, const DecodedPicturePtr &picture, qint64 now);
     /// Queues a set-up: the frames after it are its own.
     void setup(const QmxVideoDeviceSetup &setup);
-    /// Forgets the waiting frames but for the first one of the newest run; keeps the newest set-up.
+    /// Forgets the waiting frames but for the first one of the newest run; keeps the newest set-up. A frame
+    /// kept before for which a tick has already waited stays as well: however slowly pictures are decoded, a
+    /// flush a tick does not freeze the output.
     void flush();
     /// Forgets everything, the frame shown included.
     void clear();
@@ -99,8 +101,9 @@ private:
         QmxFrame frame;
         DecodedPicturePtr picture;
         std::shared_ptr<Run> run;
-        bool first = false; ///< of its run
-        bool kept = false;  ///< by a flush
+        bool first = false;   ///< of its run
+        bool kept = false;    ///< by a flush
+        bool awaited = false; ///< kept, and a tick has waited for its picture
     };
 
     void beginRun(bool byFlush);

@@ -63,6 +63,11 @@ bool QmxVideoDevice::open(const QString &name)
         return false;
     }
     d->wasOpened = true;
+    // The machine's card publishes what it does; one with a profile of its own keeps it private.
+    if (!d->options.profile && !QmxCounters::instance()->publish())
+        qmxLogOutput(2, logSource, __LINE__,
+                     "The counters %s cannot be shared: companions will not see them\n",
+                     qPrintable(QmxCounters::defaultName()));
     const QmxEnvironment environment = QmxEnvironment::current();
     d->events = std::make_unique<DeviceEvents>(
         [this] { QCoreApplication::postEvent(this, new QEvent(deliverEvent)); });

@@ -196,7 +196,8 @@ bool SqliteBackend::writeOne(const StoreWrite &write, const std::string &source,
 bool SqliteBackend::trim()
 {
     const quint64 newest = SqliteSchema::newestVersion(_database);
-    if (newest % trimInterval != 0) return !_database.isFailed();
+    if (newest - _trimmed < trimInterval) return !_database.isFailed();
+    _trimmed = newest;
     return SqliteStatement(_database, "DELETE FROM log WHERE version <= ?")
                .bind(1, qint64(newest) - logRows)
                .run() &&

@@ -65,6 +65,7 @@ private:
     std::optional<StoreFiles::Identity> _identity; ///< of the open database
     std::string _epoch;                            ///< of the open database
     WakeupSocket _wakeup;
+    quint64 _trimmed = 0;      ///< newest version when the bounds were looked at last
     quint64 _checkpointed = 0; ///< newest version at the last checkpoint
     std::string _careError;    ///< told last
 };

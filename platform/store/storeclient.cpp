@@ -126,7 +126,7 @@ void StoreClient::openDirectly()
     StoreCursor cursor;
     const StoreResult read = _direct->snapshot(image, cursor);
     if (read.isDone()) _memory->reload(image);
-    _state->report(read.isDone() ? prepared : read);
+    _state->report(StoreState::Reading, read.isDone() || prepared.isDone() ? read : prepared);
 }
 
 bool StoreClient::write(const StoreWrite &write, std::string &error)
@@ -148,7 +148,7 @@ bool StoreClient::writeDirectly(const StoreWrite &write, std::string &error)
     std::vector<quint64> versions;
     const std::lock_guard lock(_mutex);
     const StoreResult result = _direct->write({write}, versions);
-    _state->report(result);
+    _state->report(StoreState::Writing, result);
     if (!result.isDone()) {
         error = result.text;
         return false;
@@ -177,7 +177,7 @@ bool StoreClient::readDirectly(const ParamDescriptor &descriptor, StoreValue &va
         result = _direct->prepare(false);
         if (result.isDone()) result = _direct->read(descriptor.id(), stored);
     }
-    _state->report(result);
+    _state->report(StoreState::Reading, result);
     if (!result.isDone()) {
         value = _memory->value(descriptor);
         error = result.text;

@@ -67,7 +67,7 @@ void StoreReader::addListener(const void *owner, ConfigEventListener *listener)
         const std::lock_guard delivery(_deliveryMutex);
         const std::lock_guard lock(_mutex);
         if (_listeners.empty()) _gate->join(this, _taken);
-        _listeners.push_back({owner, listener, _taken, ready, false});
+        _listeners.push_back({owner, listener, _taken, ready, false, _context.environment.clock->busy()});
     }
     if (application)
         QMetaObject::invokeMethod(
@@ -120,11 +120,13 @@ void StoreReader::run()
 {
     _backend->listen();
     while (!isStopping()) {
-        if (!_isPrepared && _turnsUntilPrepare-- <= 0) prepare();
+        if (!_prepared.isDone() && _turnsUntilPrepare-- <= 0) prepare();
         const StoreResult result = _loaded ? follow() : load();
-        _state->report(result);
+        // Why it could not be made says more than that it is not there.
+        _state->report(StoreState::Reading,
+                       result.code == StoreResult::Unreachable && !_prepared.isDone() ? _prepared : result);
         if (result.code == StoreResult::Damaged) {
-            _isPrepared = false;
+            _prepared = result;
             _turnsUntilPrepare = 0;
         }
         {
@@ -143,10 +145,8 @@ void StoreReader::run()
 
 void StoreReader::prepare()
 {
-    const StoreResult result = _backend->prepare(_thorough);
-    _isPrepared = result.isDone();
+    _prepared = _backend->prepare(_thorough);
     _turnsUntilPrepare = prepareAgainTurns;
-    // Its reason is told by the read that follows, unless that succeeds.
 }
 
 void StoreReader::taken(quint64 version)
@@ -225,6 +225,7 @@ bool StoreReader::deliverOne()
         if (!*_listeners[i].ready || _listeners[i].told) continue;
         _listeners[i].told = true;
         tellOnce(_listeners[i]);
+        _listeners[i].token.reset();
     }
     if (!everybodyIsReady || _waiting.empty()) return false;
     const StoreChange change = std::move(_waiting.front());

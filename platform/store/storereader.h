@@ -48,6 +48,7 @@ private:
         quint64 from = 0;                         ///< changes up to this version came before it
         std::shared_ptr<std::atomic<bool>> ready; ///< the event loop has turned
         bool told = false;                        ///< has been told what new listeners are told
+        std::shared_ptr<void> token;              ///< keeps a stepped clock still until then
     };
 
     void run();
@@ -74,7 +75,7 @@ private:
 
     // The thread's own.
     StoreCursor _cursor;
-    bool _isPrepared = false;
+    StoreResult _prepared{StoreResult::Unreachable, {}}; ///< not Done: to be tried again
     int _turnsUntilPrepare = 0;
     bool _loaded = false;
     bool _moreToRead = false;

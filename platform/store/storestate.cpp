@@ -9,20 +9,22 @@ constexpr const char *module = "storestate";
 
 StoreState::StoreState(std::string uri) : _uri(std::move(uri)) {}
 
-void StoreState::report(const StoreResult &result)
+void StoreState::report(Use use, const StoreResult &result)
 {
     const std::lock_guard lock(_mutex);
-    if (_text == result.text) return;
-    // Only the first of a row of different errors: they have one cause.
-    if (_text.empty())
+    std::string &text = _texts[use];
+    if (text == result.text) return;
+    const std::string &other = _texts[use == Reading ? Writing : Reading];
+    // Only the first of a row of errors: they have one cause.
+    if (text.empty() && other.empty())
         qmxLogOutput(1, module, __LINE__, "%s\n", result.text.c_str());
-    else if (result.isDone())
+    else if (result.isDone() && other.empty())
         qmxLogOutput(3, module, __LINE__, "The configuration store %s can be used again\n", _uri.c_str());
-    _text = result.text;
+    text = result.text;
 }
 
 std::string StoreState::text() const
 {
     const std::lock_guard lock(_mutex);
-    return _text;
+    return _texts[Writing].empty() ? _texts[Reading] : _texts[Writing];
 }

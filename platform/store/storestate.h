@@ -3,6 +3,7 @@
 
 #include "platform/store/storebackend.h"
 
+#include <array>
 #include <mutex>
 #include <string>
 
@@ -10,13 +11,16 @@
 class StoreState
 {
 public:
+    /// Reading may work while writing does not.
+    enum Use { Reading, Writing, UseCount };
+
     explicit StoreState(std::string uri);
-    void report(const StoreResult &result);
+    void report(Use use, const StoreResult &result);
     /// Empty while it can be reached.
     std::string text() const;
 
 private:
     const std::string _uri;
     mutable std::mutex _mutex;
-    std::string _text;
+    std::array<std::string, UseCount> _texts;
 };

@@ -114,7 +114,7 @@ void StoreWriter::commit(std::unique_lock<std::mutex> &lock)
     lock.unlock();
     std::vector<quint64> versions;
     const StoreResult result = _backend->write(writes, versions);
-    _state->report(result);
+    _state->report(StoreState::Writing, result);
     lock.lock();
     if (_givenUp != givenUp) return;
     if (!result.isDone()) {

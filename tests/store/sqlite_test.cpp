@@ -178,7 +178,7 @@ TEST_F(SqliteStore, queuedWritesNeverWaitForALockedStore)
 
 TEST_F(SqliteStore, unreachableAtFirstAnswersWithDefaultsAndCatchesUp)
 {
-    expectLog("storestate", "cannot");
+    expectLog("storestate", "cannot write");
     const QString folder = dir.file("medium");
     writeAll(folder, "a file where the folder should be");
     const std::string later = "sqlite:" + folder.toStdString() + "/store.db";

@@ -85,3 +85,13 @@ bool QmxForeignFile::seek(qint64 timestamp)
     avcodec_flush_buffers(_decoder.get());
     return done;
 }
+
+void QmxForeignFile::rewind()
+{
+    // By bytes where that is possible: by time some files only find their second entry point.
+    const bool byTime = _format->iformat->flags & AVFMT_NO_BYTE_SEEK;
+    if (byTime || av_seek_frame(_format, -1, 0, AVSEEK_FLAG_BYTE) < 0)
+        av_seek_frame(_format, _stream->index, 0, AVSEEK_FLAG_BACKWARD);
+    avcodec_flush_buffers(_decoder.get());
+    _draining = false;
+}

@@ -26,6 +26,8 @@ public:
     const AVFrame *next();
     /// To the last entry point at or before `timestamp` (in the stream's time base).
     bool seek(qint64 timestamp);
+    /// To the very first packet.
+    void rewind();
 
 private:
     AVFormatContext *_format = nullptr;

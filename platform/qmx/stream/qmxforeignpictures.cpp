@@ -16,8 +16,8 @@ constexpr qint64 keptBytes = qint64(192) << 20;
 constexpr qint64 maxKept = 64;
 /// Up to here it is cheaper to decode on than to seek.
 constexpr qint64 maxForward = 48;
-/// When a seek lands behind its target it is tried again from so many seconds before.
-constexpr double retries[] = {0, 2, 10, 1e9};
+/// When a seek lands behind its target it is tried again from so many seconds before, then from the start.
+constexpr double retries[] = {0, 2, 10};
 
 } // namespace
 
@@ -69,7 +69,7 @@ QmxError QmxForeignPictures::describe(const QString &path)
     // A file without a length is a single picture, or damaged.
     if (_count == 0) _count = _file.next() ? 1 : 0;
     if (_count == 0) return {ENODATA, QStringLiteral("Clip %1 has no frames").arg(path)};
-    _file.seek(_start);
+    _file.rewind();
     const qint64 bytes = qint64(_desc.width()) * _desc.height() * 8 / 3;
     _limit = size_t(std::clamp<qint64>(keptBytes / bytes, 4, maxKept));
     return {};
@@ -146,15 +146,21 @@ bool QmxForeignPictures::decodeTo(qint64 number)
 
 bool QmxForeignPictures::seekTo(qint64 number)
 {
-    for (double before : retries) {
-        const qint64 back = qint64(std::min(before * _desc.frameRate().toDouble(), double(number)));
+    const auto begin = [this] {
         _runStart = _runEnd = -1;
         _atEnd = false;
-        if (!_file.seek(timestampOf(number - back)) && back >= number) return false;
+    };
+    for (double before : retries) {
+        const qint64 target = number - qint64(before * _desc.frameRate().toDouble());
+        if (target < 0) break;
+        begin();
+        if (!_file.seek(timestampOf(target))) break;
         decodeTo(number);
         if (_runStart >= 0 && _runStart <= number) return true;
-        if (back >= number) break;
     }
+    begin();
+    _file.rewind();
+    decodeTo(number);
     return _runStart >= 0;
 }
 

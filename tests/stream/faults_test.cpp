@@ -203,7 +203,7 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
             rig.stream.read(9, nullptr);
         }
         Stepper::runMs(100);
-        EXPECT_EQ(files->hanging(), 1);
+        EXPECT_GE(files->hanging(), 1);
         rig.events.clear();
         rig.stream.close();
         Stepper::run(10 * QmxClock::nsPerSecond);

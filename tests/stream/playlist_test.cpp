@@ -97,6 +97,10 @@ TEST(PlayList, theNextEntryIsOpenBeforeItIsNeeded)
     const qint64 began = Stepper::now();
     EXPECT_EQ(rig.play(100).size(), 100);
     EXPECT_LT(Stepper::now() - began, QmxClock::nsPerSecond);
+    // Once there, the frames of the entry that was late come, all of them.
+    rig.cache.seek(195);
+    const QList<int> numbers = rig.play(10);
+    EXPECT_EQ(numbers, QList<int>({195, 196, 197, 198, 199, 1000, 1001, 1002, 1003, 1004}));
 }
 
 TEST(PlayList, brokenAndShortEntriesAreBlackInTheirPlace)

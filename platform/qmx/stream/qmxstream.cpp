@@ -62,10 +62,7 @@ void QmxStream::setInfo(const QmxStreamInfo &info)
 
 QmxStreamInfo QmxStream::info() const
 {
-    QmxStreamInfo info = d->info;
-    if (d->state == Private::State::Open && d->current->reader())
-        info.setLength(d->current->reader()->length());
-    return info;
+    return d->info;
 }
 
 bool QmxStream::open(int mode)

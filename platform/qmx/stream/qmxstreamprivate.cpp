@@ -250,7 +250,9 @@ void QmxStream::Private::sessionResults(QmxStreamSession *session)
 
 void QmxStream::Private::sessionGrown(QmxStreamSession *session)
 {
-    if (session == current.get() && peer) peer->grown();
+    if (session != current.get()) return;
+    info.setLength(session->reader()->length());
+    if (peer) peer->grown();
 }
 
 void QmxStream::Private::sessionRoom(QmxStreamSession *session)

@@ -28,8 +28,8 @@ constexpr std::array glyphs = {
 
 /// Three quarters of nominal white: bright enough to be seen, not to dazzle.
 constexpr quint16 textLuma = 721;
-/// The text is as wide as three fifths of the picture.
-constexpr int widthParts = 3, widthWhole = 5;
+/// The text is as wide as seven tenths of the picture, at most.
+constexpr int widthParts = 7, widthWhole = 10;
 } // namespace
 
 QmxPicture drawStill(QmxPicture::Format format, const QSize &size, const char *text)

@@ -140,16 +140,16 @@ TEST(FileSource, deliversEveryFrameOnceWithItsSoundAndTimecode)
                 EXPECT_NEAR(frame.audio.samples(), 48000 / desc.frameRate().toDouble(), 1);
                 const int mark = QmxStrip::findMark(frame.audio.data(), frame.audio.samples(), 8, 1);
                 if (number % QmxStrip::markInterval == 0)
-                    EXPECT_NEAR(mark, 0, 2);
+                    EXPECT_TRUE(mark >= 0 && mark <= 2) << mark;
                 else
                     EXPECT_TRUE(mark == -1 || mark > frame.audio.samples() - 3) << mark;
                 if (c.hasTimecode)
                     EXPECT_EQ(frame.timecode, QmxTimecode(10, 0, 0, 0, 25, 0).advanced(number));
                 else
                     EXPECT_FALSE(frame.timecode.isValid());
-                const qint64 repeated = frame.repeated;
                 // A decoder slower than this loop repeats, but loses nothing.
                 ASSERT_TRUE(Stepper::waitFor([&] {
+                    const qint64 repeated = frame.repeated;
                     frame = source->take(ticks.next());
                     return frame.repeated == repeated;
                 }));

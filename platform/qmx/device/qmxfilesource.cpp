@@ -5,10 +5,16 @@
 #include "platform/qmx/core/qmxthreadname.h"
 #include "platform/qmx/device/qmxsourceformat.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace {
 constexpr size_t queueBound = 8;
 /// Files that store sound far behind its pictures play silent rather than needing all memory.
 constexpr size_t waitingBound = 32;
+/// Samples; files whose sound begins farther away are taken for broken.
+constexpr qint64 longestOffset = 5 * qmxAudioRate;
+constexpr qint64 unknown = std::numeric_limits<qint64>::min();
 } // namespace
 
 QmxFileSource::QmxFileSource(const QString &path, bool loop, const QmxEnvironment &environment)
@@ -46,24 +52,20 @@ bool QmxFileSource::playOnce()
     }
     _waiting.clear();
     _decodedSound.clear();
-    _soundStarted = false;
+    _firstPicture = _firstSound = unknown;
+    _soundAligned = false;
     _decoded = 0;
     for (;;) {
         if (_stopping) return false;
         switch (_decoder->step()) {
         case QmxSourceDecoder::Step::Video:
-            if (_decoded == 0) _soundOrigin = _decoder->videoTime();
+            if (_decoded == 0) _firstPicture = _decoder->videoTime();
             _waiting.push_back(
                 Item{_decoder->desc(), _decoder->picture(), _decoder->timecode(), QmxAudio(), _decoded++});
             break;
         case QmxSourceDecoder::Step::Audio: {
             const auto count = int(_decoder->audio().size()) / _decoder->audioChannels();
-            if (!_soundStarted && _decoded > 0) {
-                _soundStarted = true;
-                const qint64 offset =
-                    (_decoder->audioTime() - _soundOrigin) * qmxAudioRate / QmxClock::nsPerSecond;
-                _decodedSound.appendSilence(int(std::clamp<qint64>(offset, 0, qmxAudioRate)));
-            }
+            if (_firstSound == unknown) _firstSound = _decoder->audioTime();
             _decodedSound.append(_decoder->audio().data(), count, _decoder->audioChannels());
             break;
         }
@@ -81,7 +83,24 @@ bool QmxFileSource::playOnce()
         case QmxSourceDecoder::Step::Changed:
             break;
         }
+        alignSound();
         if (!emitReady(!_decoder->hasAudio())) return false;
+    }
+}
+
+/// Makes the sound begin with the first picture, once both have come, in whichever order.
+void QmxFileSource::alignSound()
+{
+    if (_soundAligned || _firstPicture == unknown || _firstSound == unknown) return;
+    _soundAligned = true;
+    const qint64 offset = (_firstSound - _firstPicture) * qmxAudioRate / QmxClock::nsPerSecond;
+    const int samples = int(std::clamp<qint64>(offset, -longestOffset, longestOffset));
+    if (samples < 0) {
+        _decodedSound.drop(-samples);
+    } else if (samples > 0) {
+        const QmxAudio early = _decodedSound.take(_decodedSound.count(), QmxVideoRate(25));
+        _decodedSound.appendSilence(samples);
+        _decodedSound.append(early);
     }
 }
 

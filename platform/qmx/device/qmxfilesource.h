@@ -37,6 +37,7 @@ private:
     };
     void run();
     bool playOnce();
+    void alignSound();
     bool emitReady(bool soundEnded);
     bool push(const Item &item);
     void finish(const QString &problem);
@@ -47,10 +48,10 @@ private:
 
     // The thread's.
     std::unique_ptr<QmxSourceDecoder> _decoder;
-    std::deque<Item> _waiting;    ///< pictures whose sound has not come yet
-    QmxSourceAudio _decodedSound; ///< from the first sample of _waiting on
-    qint64 _soundOrigin = 0;      ///< time of the first picture
-    bool _soundStarted = false;
+    std::deque<Item> _waiting;                 ///< pictures whose sound has not come yet
+    QmxSourceAudio _decodedSound;              ///< from the first sample of _waiting on
+    qint64 _firstPicture = 0, _firstSound = 0; ///< presentation times
+    bool _soundAligned = false;
     qint64 _decoded = 0;
 
     mutable std::mutex _mutex;

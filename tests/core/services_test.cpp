@@ -39,12 +39,12 @@ TEST(Counters, AreReadByNameFromOutside)
     ASSERT_TRUE(counters->publish(name));
     counters->add(QmxCounters::Ticks, 2);
     counters->set(QmxCounters::RecordedUpTo, -1);
-    counters->raise(QmxCounters::EventLoopLongest, 1'000'000'000);
-    counters->raise(QmxCounters::EventLoopLongest, 10);
+    counters->raise(QmxCounters::WriteLatencyMax, 1'000'000'000);
+    counters->raise(QmxCounters::WriteLatencyMax, 10);
     ASSERT_TRUE(reader.open(name));
     EXPECT_EQ(reader.value("ticks"), 7) << "what was counted before is kept";
     EXPECT_EQ(reader.value("recorded_up_to"), -1);
-    EXPECT_EQ(reader.value("event_loop_longest"), 1'000'000'000);
+    EXPECT_EQ(reader.value("write_latency_max"), 1'000'000'000);
     EXPECT_EQ(reader.value("tick"), 0);
     EXPECT_EQ(reader.pid(), getpid());
     const auto rows = reader.counters();
@@ -83,6 +83,17 @@ TEST(Counters, AreReadByNameFromOutside)
         EXPECT_EQ(reader.value("ticks"), 0);
     }
     shm_unlink(qPrintable(name));
+}
+
+TEST(Counters, TheLongestTurnOfTheLoopIsMeasured)
+{
+    Stepper::runMs(5000); // waiting is no turn
+    const auto longest = [] { return QmxCounters::instance()->value(QmxCounters::EventLoopLongest); };
+    EXPECT_EQ(longest(), 0);
+    QTimer::singleShot(
+        1, [] { Stepper::clock()->sleepUntil(Stepper::now() + 40 * QmxClock::nsPerMillisecond); });
+    Stepper::runMs(100);
+    EXPECT_EQ(longest(), 40'000);
 }
 
 TEST(Latency, PercentilesAreWithinAnEighth)

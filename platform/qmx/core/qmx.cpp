@@ -2,19 +2,18 @@
 #include "platform/qmx/core/qmx.h"
 
 #include "platform/qmx/core/qmxalarm.h"
-#include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/core/qmximagelut.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloopmeter.h"
 #include "platform/qmx/core/qmxprofileclock.h"
 #include "platform/qmx/core/qmxprogramend.h"
 #include "platform/qmx/core/qmxvbiinfo.h"
 #include "platform/qmx/core/qmxvideorefstate.h"
 #include "platform/qmx/core/qmxvideostate.h"
 
-#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QList>
 
@@ -68,23 +67,6 @@ void ignoreBrokenPipes()
     sigaction(SIGPIPE, &action, nullptr);
 }
 
-/// Counts the longest turn of the event loop, from waking up to going to sleep again.
-void measureEventLoop()
-{
-    QAbstractEventDispatcher *const dispatcher = QAbstractEventDispatcher::instance();
-    if (!dispatcher) return;
-    const std::shared_ptr<QmxClock> clock = QmxEnvironment::current().clock;
-    const auto awakeSince = std::make_shared<qint64>(0);
-    QObject::connect(dispatcher, &QAbstractEventDispatcher::awake, dispatcher,
-                     [clock, awakeSince] { *awakeSince = clock->now(); });
-    QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, dispatcher, [clock, awakeSince] {
-        constexpr qint64 nsPerMicrosecond = 1000;
-        if (*awakeSince == 0) return;
-        QmxCounters::instance()->raise(QmxCounters::EventLoopLongest,
-                                       (clock->now() - *awakeSince) / nsPerMicrosecond);
-    });
-}
-
 } // namespace
 
 void Qmx::init(int interfaceVersion)
@@ -100,7 +82,7 @@ void Qmx::init(int interfaceVersion)
                      qmxInstalledSpeed());
     registerTypes();
     ignoreBrokenPipes();
-    measureEventLoop();
+    if (QCoreApplication::instance()) new QmxLoopMeter(QmxEnvironment::current().clock); // owned by it
     QmxProgramEnd::connectToApplication();
 }
 

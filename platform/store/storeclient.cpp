@@ -105,6 +105,9 @@ StoreClient::~StoreClient()
 {
     if (_reader) _reader->stopDelivering();
     if (_writer) _writer->stop(lastWritesMilliseconds);
+    *_interrupted = true;
+    // Of programs that only come and go nobody else may look after the store.
+    if (_wroteDirectly && !_care) _direct->care();
     if (_care) _care->stop(threadEndMilliseconds);
     if (_reader) _reader->stop(threadEndMilliseconds);
 }
@@ -153,6 +156,7 @@ bool StoreClient::writeDirectly(const StoreWrite &write, std::string &error)
         error = result.text;
         return false;
     }
+    _wroteDirectly = true;
     if (versions.front() > 0) _memory->apply({write.id, {write.value, versions.front(), _context.source, 0}});
     _gate->hold(std::move(token), versions.front());
     return true;

@@ -55,6 +55,7 @@ private:
 
     std::mutex _mutex;                     ///< of the fields below
     std::unique_ptr<StoreBackend> _direct; ///< for calls that wait
+    bool _wroteDirectly = false;
     std::shared_ptr<StoreWriter> _writer;
     std::shared_ptr<StoreReader> _reader;
     std::shared_ptr<StoreCare> _care;

@@ -99,8 +99,7 @@ void StoreReader::stop(int milliseconds)
     std::unique_lock lock(_mutex);
     _stopping = true;
     wake();
-    if (_changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return _ended; })) return;
-    *_context.interrupted = true;
+    _changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return _ended; });
 }
 
 bool StoreReader::isStopping() const

@@ -80,6 +80,8 @@ void StoreWriter::stop(int milliseconds)
     {
         std::unique_lock lock(_mutex);
         _stopping = true;
+        // Nothing to save: what the thread still waits for is not waited for.
+        if (_queue.empty()) *_context.interrupted = true;
         _changed.notify_all();
         if (_changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return _ended; }))
             return;

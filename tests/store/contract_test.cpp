@@ -162,9 +162,13 @@ TEST_P(StoreContract, tellsNothingBeforeTheEventLoopTurnsNorAfterTheEnd)
     events->addListener(&atEnd);
     Stepper::deliver();
     QMetaObject::invokeMethod(QCoreApplication::instance(), "aboutToQuit", Qt::DirectConnection);
-    ASSERT_TRUE(direct->setUInt(eParam_LoopPlayback, 0));
-    EXPECT_TRUE(Stepper::waitFor([&] { return numberOf(*daemon, eParam_LoopPlayback) == 0; }));
-    EXPECT_NE(early.seen().back(), (RecordingListener::Seen{eParam_LoopPlayback, "0"}));
+    const std::size_t heard = early.seen().size() + atEnd.seen().size();
+    // The second change is only read when the first would have been told.
+    for (const unsigned value : {0U, 1U}) {
+        ASSERT_TRUE(direct->setUInt(eParam_LoopPlayback, value));
+        EXPECT_TRUE(Stepper::waitFor([&] { return numberOf(*daemon, eParam_LoopPlayback) == value; }));
+    }
+    EXPECT_EQ(early.seen().size() + atEnd.seen().size(), heard);
 }
 
 TEST_P(StoreContract, fiveListenersHearTwoWritersAlike)

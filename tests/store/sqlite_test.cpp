@@ -99,6 +99,8 @@ TEST_F(SqliteStore, brokenFileIsSetAsideAndRestoredFromTheNewestGoodBackup)
 TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)
 {
     expectLog("sqliterepair", "checksum");
+    ASSERT_TRUE(openStore(uri)->setString(eParam_ReelNumber, "041")); // the first write is backed up at once
+    ASSERT_EQ(files("store.db.backup-*").size(), 1);
     {
         const auto config = openStore(uri);
         ASSERT_TRUE(config->setString(eParam_ReelNumber, "042"));
@@ -106,7 +108,7 @@ TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)
     }
     sql(path(), "UPDATE param SET value = '043' WHERE value = '042'");
     const auto config = openStore(uri);
-    EXPECT_EQ(textOf(*config, eParam_ReelNumber), "001"); // the default, not a wrong value
+    EXPECT_EQ(textOf(*config, eParam_ReelNumber), "041"); // an old value, not a wrong one
     EXPECT_EQ(textOf(*config, eParam_RolloverReelName), "roll");
     EXPECT_TRUE(hasAlarm(*config));
 }
@@ -118,9 +120,6 @@ TEST_F(SqliteStore, listenerBehindTheLogGetsASnapshot)
     daemon->addListener(&listener);
     Stepper::deliver();
     ASSERT_TRUE(listener.waitForLast(eParam_TimecodePresetHour, "0"));
-    // While nobody reads: more writes than the log keeps.
-    const int lock = ::open(dir.file("store.db").toLocal8Bit().constData(), O_RDONLY | O_CLOEXEC);
-    ::close(lock);
     Worker({"write", QString::fromStdString(uri), "camera_data_mode", "5", "3"}).waitForEnd();
     ASSERT_TRUE(listener.waitForLast(eParam_CameraDataMode, "7"));
     sql(path(), "BEGIN; UPDATE param SET value = value WHERE id = 0; "
@@ -174,6 +173,33 @@ TEST_F(SqliteStore, queuedWritesNeverWaitForALockedStore)
     ::close(lock);
     EXPECT_TRUE(Stepper::waitFor([&] { return config->pendingWrites() == 0; }, 30000));
     EXPECT_EQ(numberOf(*openStore(uri), eParam_LoopPlayback), 0U);
+}
+
+TEST_F(SqliteStore, endsInTimeWhenItsWritesCannotBeCommitted)
+{
+    expectLog("storewriter", "1 changes of settings or status are lost");
+    allowLog("storestate");
+    auto config = openStore(uri, "", true);
+    const int lock = ::open((uri.substr(7) + ".lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(::flock(lock, LOCK_EX), 0);
+    ASSERT_TRUE(config->setUInt(eParam_LoopPlayback, 1));
+    const qint64 before = QmxRealClock().now();
+    config.reset();
+    EXPECT_LT(QmxRealClock().now() - before, 3 * QmxClock::nsPerSecond); // two are granted to the writes
+    ::close(lock);
+    EXPECT_EQ(numberOf(*openStore(uri), eParam_LoopPlayback), 0U);
+}
+
+TEST_F(SqliteStore, forgetsTheSocketOfADeadListener)
+{
+    const auto config = openStore(uri);
+    Worker dead({"listen", QString::fromStdString(uri)});
+    ASSERT_TRUE(dead.waitForLines(1));
+    const QString socket = dir.file("store.db.listener-" + QString::number(dead.pid()) + "-0");
+    ASSERT_TRUE(QFileInfo::exists(socket));
+    dead.kill();
+    ASSERT_TRUE(config->setUInt(eParam_LoopPlayback, 1));
+    EXPECT_FALSE(QFileInfo::exists(socket));
 }
 
 TEST_F(SqliteStore, unreachableAtFirstAnswersWithDefaultsAndCatchesUp)

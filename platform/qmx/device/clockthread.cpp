@@ -4,6 +4,7 @@
 #include "platform/qmx/device/lumenengine.h"
 
 #include <pthread.h>
+#include <sched.h>
 
 ClockThread::ClockThread(LumenEngine &engine, const QmxEnvironment &environment)
     : _engine(engine), _clock(environment.clock)
@@ -27,6 +28,12 @@ void ClockThread::wake()
 void ClockThread::run(std::shared_ptr<void> starting)
 {
     pthread_setname_np(pthread_self(), "lumen-clock");
+    if (!_clock->isStepped()) {
+        // Its work is short and its moments are exact: before all others, where the system allows it.
+        sched_param parameter = {};
+        parameter.sched_priority = sched_get_priority_min(SCHED_RR);
+        pthread_setschedparam(pthread_self(), SCHED_RR, &parameter);
+    }
     const std::shared_ptr<void> sleeper = _clock->addSleeper();
     starting.reset();
     TickSchedule schedule(_clock->now(), _engine.rhythm().rate);

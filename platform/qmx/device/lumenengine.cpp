@@ -124,7 +124,7 @@ void LumenEngine::startCapture(const QmxVideoDeviceSetup &setup)
     _generator.setSource(setup.timecodeInputSource(), fps(setup));
     watch(setup);
     makeGenerator(setup);
-    _workers.prepareEncoder(setup.imageDesc());
+    _workers.prepareEncoder(setup.captureDesc());
     if (!_options.codec(setup.imageDesc().dataType()))
         qmxLogOutput(2, logSource, __LINE__, "Pictures cannot be recorded as %s: choose another codec\n",
                      qPrintable(setup.imageDesc().dataType().name()));

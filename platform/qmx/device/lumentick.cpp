@@ -238,7 +238,7 @@ void LumenEngine::captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFr
 
     auto frame = std::make_shared<CapturedFrame>();
     frame->number = tick.index;
-    frame->desc = _running.imageDesc();
+    frame->desc = _running.captureDesc();
     frame->hasPicture = pictureFits(source, internal);
     if (frame->hasPicture) frame->picture = source.picture;
     frame->waitsForLut = frame->hasPicture && _running.inputLut().isValid();

@@ -83,7 +83,7 @@ void LumenEngine::lut(const CapturedFramePtr &frame, const QmxImageLut &table)
     if (processed.isValid()) {
         frame->picture = processed;
         // Not a late one of another set-up, and not an older one.
-        if (frame->number > _processedNumber && frame->desc == _running.imageDesc()) _processed = processed;
+        if (frame->number > _processedNumber && frame->desc == _running.captureDesc()) _processed = processed;
         _processedNumber = std::max(_processedNumber, frame->number);
     }
     postCoding();

@@ -75,6 +75,13 @@ bool QmxVideoDeviceSetup::capturesLike(const QmxVideoDeviceSetup &other) const
     return d.constData() == other.d.constData() || d->capture() == other.d->capture();
 }
 
+QmxImageDesc QmxVideoDeviceSetup::captureDesc() const
+{
+    QmxImageDesc desc = d->imageDesc;
+    if (d->forcePSFEncode && desc.isInterlaced()) desc.setScanMode(QmxImageDesc::SegmentedFrame);
+    return desc;
+}
+
 void QmxVideoDeviceSetup::setImageCount(int value)
 {
     d->imageCount = value;

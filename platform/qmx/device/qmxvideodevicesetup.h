@@ -92,6 +92,8 @@ public:
     QmxId hdmiOutputMode() const;
 
     bool isInCapture() const { return mode() == CaptureMode; }
+    /// Format of captured frames: that of the pictures, interlaced ones as segmented frames when asked for.
+    QmxImageDesc captureDesc() const;
     /// Frames captured under either set-up look the same: format, coding, sources, input conversion and
     /// timecode source agree. What may differ concerns the outputs only.
     bool capturesLike(const QmxVideoDeviceSetup &other) const;

@@ -92,10 +92,12 @@ int runCommandLine(int argc, char **argv)
     // A negative number is an argument, not an option.
     app.allow_windows_style_options(false);
 
+    // The parser keeps references to the words: their place must not move.
+    constexpr size_t mostArguments = 2;
+    arguments->words.resize(mostArguments);
     const CommandRow *chosen = nullptr;
     for (const CommandRow &row : ctlCommands()) {
         CLI::App *command = app.add_subcommand(row.name, row.help);
-        arguments->words.resize(std::max(arguments->words.size(), row.arguments.size()));
         command->callback([&chosen, &row] { chosen = &row; });
         for (size_t i = 0; i < row.arguments.size(); ++i) {
             command->add_option(row.arguments[i].name, arguments->words[i], row.arguments[i].help)

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/system/sandbox.h"
+
+#include "platform/qmx/device/qmxstrip.h"
+
+#include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+Sandbox::Sandbox(const QStringList &options) : _options(options)
+{
+    QDir().mkpath(out());
+}
+
+void Sandbox::setProfile(const QByteArray &ini)
+{
+    writeAll(_dir.file("lumen.ini"), ini);
+    _options << "--profile" << _dir.file("lumen.ini");
+}
+
+ProgramResult Sandbox::run(const QString &script, int realMs)
+{
+    QStringList arguments{"XP_ROOT=" XP_ROOT, "XP_BUILD=" XP_BUILD, "OUT=" + out(),
+                          XP_ROOT "/scripts/sandbox.sh"};
+    // The sandbox has a /dev/shm of its own, where our directory may lie: keep results on the disk.
+    arguments << _options << "--"
+              << "bash"
+              << "-euc" << script;
+    return runProgram("env", arguments, realMs);
+}
+
+QString Sandbox::out(const QString &name) const
+{
+    const QString dir = QDir::tempPath() + "/xp-out-" + QDir(_dir.path()).dirName();
+    return name.isEmpty() ? dir : dir + "/" + name;
+}
+
+QList<std::optional<quint32>> stripsOf(const QString &clip)
+{
+    const ProgramResult size =
+        runProgram("ffprobe", {"-v", "error", "-select_streams", "v:0", "-show_entries",
+                               "stream=width,height", "-of", "csv=p=0", clip});
+    const QList<QByteArray> numbers = size.out.trimmed().split(',');
+    if (numbers.size() < 2) {
+        return {};
+    }
+    const int width = numbers[0].toInt();
+    const int height = numbers[1].toInt();
+    // The strip stands near the top: a band is enough and keeps long clips small.
+    const int band = std::min(height, std::max(64, height / 6));
+    const ProgramResult raw =
+        runProgram("ffmpeg",
+                   {"-v", "error", "-i", clip, "-map", "0:v:0", "-vsync", "passthrough", "-vf",
+                    QStringLiteral("format=gray,crop=%1:%2:0:0").arg(width).arg(band), "-f", "rawvideo", "-"},
+                   240000);
+    QList<std::optional<quint32>> strips;
+    const qsizetype frame = qsizetype(width) * band;
+    for (qsizetype at = 0; at + frame <= raw.out.size(); at += frame) {
+        strips.append(QmxStrip::readLuma8(reinterpret_cast<const uchar *>(raw.out.constData() + at), width,
+                                          band, width));
+    }
+    return strips;
+}
+
+QString brokenAt(const QList<std::optional<quint32>> &strips)
+{
+    if (strips.isEmpty()) {
+        return "no frames";
+    }
+    for (qsizetype i = 0; i < strips.size(); ++i) {
+        if (!strips[i]) {
+            return QStringLiteral("frame %1 has no strip").arg(i);
+        }
+        if (i > 0 && *strips[i] != *strips[i - 1] + 1) {
+            return QStringLiteral("frame %1 carries %2 after %3").arg(i).arg(*strips[i]).arg(*strips[i - 1]);
+        }
+    }
+    return {};
+}
+
+QString jsonField(const QByteArray &json, const QString &field)
+{
+    const QList<QByteArray> lines = json.trimmed().split('\n');
+    return QJsonDocument::fromJson(lines.last()).object().value(field).toVariant().toString();
+}

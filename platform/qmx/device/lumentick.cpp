@@ -42,16 +42,20 @@ void LumenEngine::tick(const TickSchedule::Step &step, const QmxVideoRate &rate)
 {
     QmxCounters::instance()->add(QmxCounters::Ticks);
     lateTick(step);
-    if (!step.frameStart) {
+    // A stall that ends at a frame's second field has missed its first one: the frame is made up for now.
+    const bool startMissed = !step.frameStart && step.missedFrames > 0;
+    if (!step.frameStart && !startMissed) {
         std::lock_guard lock(_mutex);
         if (_hasSetup) pushVbi(_last.timecode);
         return;
     }
+    const qint64 before = startMissed ? step.missedFrames - 1 : step.missedFrames;
     QmxTick tick;
     tick.rate = rate;
     tick.deadline = step.deadline;
-    tick.index = _clockIndex + 1 + step.missedFrames;
-    if (step.missedFrames > 0 && isRecording()) missedFrames(step.missedFrames, tick);
+    if (startMissed) tick.deadline -= rate.den() * QmxClock::nsPerSecond / rate.num() / 2;
+    tick.index = _clockIndex + 1 + before;
+    if (before > 0 && isRecording()) missedFrames(before, tick);
     _clockIndex = tick.index;
     tickFrame(tick, true);
 }

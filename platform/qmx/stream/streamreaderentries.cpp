@@ -52,7 +52,8 @@ std::shared_ptr<QmxClipReader> StreamReaderEntries::open(int index, QmxError &er
         entry.description = Description{entry.info->image, entry.info->audio};
         if (++_open > maximumOpen) tooOld = takeOldest();
     }
-    for (QmxInterrupt *waiting : _waiting) waiting->interrupt();
+    for (QmxInterrupt *waiting : _waiting)
+        waiting->interrupt();
     lock.unlock();
     return reader;
 }

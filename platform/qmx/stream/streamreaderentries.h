@@ -57,7 +57,7 @@ private:
 
     const StreamReaderSource _source;
     const QmxEnvironment _environment;
-    mutable std::mutex _mutex; ///< guards all below
+    mutable std::mutex _mutex;          ///< guards all below
     std::list<QmxInterrupt *> _waiting; ///< threads that wait for an entry which another one opens
     std::vector<Entry> _entries;
     quint64 _uses = 0;

@@ -1,13 +1,51 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/transport/transportrig.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/device/lumenprofile.h"
+#include "xpd/transport/lossofvideofile.h"
 
-TransportRig::TransportRig()
+namespace {
+
+/// The file system as it is, but for what the machine would bring into the test: the video card is connected
+/// as the test says, and every still for a lost input is the test's one.
+class TestMachineFiles : public QmxFiles
 {
+public:
+    TestMachineFiles(const QString &profile, const QString &still) : _profile(profile), _still(still) {}
+
+    int open(const QString &path, int flags, mode_t mode) override
+    {
+        return QmxFiles::open(here(path), flags, mode);
+    }
+    int stat(const QString &path, struct stat64 *data) override { return QmxFiles::stat(here(path), data); }
+
+private:
+    QString here(const QString &path) const
+    {
+        if (path == QLatin1String(LumenProfile::defaultPath)) return _profile;
+        return path.startsWith(QLatin1String(lossOfVideoDirectory)) ? _still : path;
+    }
+
+    QString _profile;
+    QString _still;
+};
+
+} // namespace
+
+TransportRig::TransportRig(const QString &input, const QString &device)
+{
+    const QString profile = media.file(QStringLiteral("lumen.ini"));
+    const QString text = QStringLiteral("[device]\nworkers=2\n%1\n[inputs]\n601=%2\n").arg(device, input);
+    writeAll(profile, text.toUtf8());
+    QmxEnvironment environment = QmxEnvironment::current();
+    environment.files = std::make_shared<TestMachineFiles>(profile, media.file(QStringLiteral("still.mov")));
+    QmxEnvironment::setCurrent(environment);
     registerMetaTypes();
-    // There are no stills on a machine that only builds; each test of them brings its own expectation.
+    // Most tests have no stills.
     allowLog(QString(), QStringLiteral("loss_of_video"));
+    allowLog(QStringLiteral("vtrobject"), QStringLiteral("Failed to find loss of video file for"));
     create();
 }
 
@@ -68,6 +106,12 @@ bool TransportRig::isIdle() const
     return !_vtr->hasPendingModeChange() && _vtr->stateToString().endsWith(QStringLiteral("] "));
 }
 
+bool TransportRig::hasPicture() const
+{
+    // Before the first frame the device knows nothing but the number of the one to come.
+    return _vtr->currentFrameMetadata().contains(QmxId(12));
+}
+
 bool TransportRig::runUntilIdle()
 {
     return Stepper::runUntil([this] { return isIdle(); });
@@ -109,7 +153,7 @@ void TransportRig::playClip(const QString &name, double speed)
     playbackDesc = media.file(name);
     _vtr->play(speed);
     ASSERT_TRUE(Stepper::runUntil([this] { return count(QStringLiteral("open")) > 0 && isIdle(); }));
-    ASSERT_TRUE(Stepper::runUntil([this] { return !_vtr->currentFrameMetadata().isEmpty(); }));
+    ASSERT_TRUE(Stepper::runUntil([this] { return hasPicture(); }));
 }
 
 void TransportRig::shutDown()

@@ -16,7 +16,9 @@
 class TransportRig : public ::testing::Test
 {
 protected:
-    TransportRig();
+    /// `input` is what is connected to the first input, `device` a further line of the card's profile.
+    explicit TransportRig(const QString &input = QStringLiteral("generator:?rate=25&size=1920x1080"),
+                          const QString &device = QString());
     ~TransportRig() override;
 
     /// start(), until the transport is idle in StandbyOff and the input has been found.
@@ -35,11 +37,15 @@ protected:
     bool runUntilIdle();
     bool runUntilMode(VtrMode mode);
     bool isIdle() const;
+    /// A frame of the clip being played waits for the output or is on it.
+    bool hasPicture() const;
     VtrObject &vtr() { return *_vtr; }
     int framesRecorded() const;
 
     int count(const QString &event) const { return int(events.count(event)); }
-    static QStringList logged() { return LogCollector::texts(QStringLiteral("vtrobject")); }
+    /// What the transport has logged since forgetLog(), oldest first.
+    QStringList logged() const { return LogCollector::texts(QStringLiteral("vtrobject")).mid(_logMark); }
+    void forgetLog() { _logMark = LogCollector::texts(QStringLiteral("vtrobject")).size(); }
 
     TestDir media;
     QStringList events;
@@ -48,10 +54,16 @@ protected:
     QVariant recordDesc;
     QmxId inhibit;
     QList<QmxAlarm> alarms;
+    /// Number of alarms told so far that equal this one.
+    qsizetype count(int id, QmxAlarm::AlarmLevel level, const QString &text) const
+    {
+        return alarms.count(QmxAlarm(QmxId(id), level, text, QString(), 0));
+    }
 
 private:
     void create();
     void listen();
 
     std::unique_ptr<VtrObject> _vtr;
+    qsizetype _logMark = 0;
 };

@@ -34,7 +34,7 @@ TEST_F(ModesTest, start_entersStandbyOffStepByStep)
     EXPECT_EQ(count("input 0 valid"), 1);
 
     // Silent, and nothing happens.
-    LogCollector::clear();
+    forgetLog();
     const QStringList before = events;
     vtr().standbyOff();
     EXPECT_EQ(logged(), QStringList());
@@ -47,7 +47,7 @@ TEST_F(ModesTest, anyCommand_isRefusedWhileTheStreamOfTheOldModeCloses)
     recordClip("clip.mov", 15);
     playClip("clip.mov");
     events.clear();
-    LogCollector::clear();
+    forgetLog();
     vtr().standbyOff();
     ASSERT_TRUE(vtr().hasPendingModeChange());
 

@@ -40,7 +40,7 @@ TEST_F(RecordTest, record_writesEveryFrameAndHoldsTheStorageUntilTheClose)
     startUp();
     jamAtTen();
     events.clear();
-    LogCollector::clear();
+    forgetLog();
     recordClip("clip.mov", 20);
     EXPECT_EQ(events, (QStringList{"mode StandbyOff Record", "storage 1",
                                    "state 0.000 StandbyOff > 1.000 Record", "open", "mode Record StandbyOff",

@@ -78,7 +78,7 @@ TEST_F(SettingsTest, everyChange_isLoggedOnceAndResetsWhatTheHardwareMustKnow)
     const QList<Row> rows = changes();
     for (const Row &row : rows) {
         SCOPED_TRACE(row.text.toStdString());
-        LogCollector::clear();
+        forgetLog();
         row.change(vtr());
         EXPECT_EQ(logged(), QStringList{row.text});
         row.change(vtr());
@@ -88,7 +88,7 @@ TEST_F(SettingsTest, everyChange_isLoggedOnceAndResetsWhatTheHardwareMustKnow)
         Stepper::runMs(2);
         EXPECT_EQ(logged().contains(reset), row.resets);
         // The device answers, and an input that came or went has led to its own reset.
-        Stepper::runMs(2000);
+        Stepper::runMs(600);
         ASSERT_TRUE(runUntilIdle());
     }
 }
@@ -103,14 +103,14 @@ TEST_F(SettingsTest, whatIsNotValid_isRefusedAloud)
         {&VtrObject::setAudioInputLevel, "Audio input level is invalid"},
         {&VtrObject::setSyncSource, "Sync source is invalid"}};
     for (const auto &[set, text] : rows) {
-        LogCollector::clear();
+        forgetLog();
         expectLog("vtrobject", text);
         (vtr().*set)(QmxId());
         EXPECT_EQ(logged(), QStringList{text});
     }
     EXPECT_EQ(vtr().state().encodeFormat(), QmxId(202));
 
-    LogCollector::clear();
+    forgetLog();
     expectLog("vtrobject", "Failed to set audio channels to 4.  Unsupported number of channels");
     vtr().setAudioChans(4);
     EXPECT_EQ(logged(), (QStringList{"Failed to set audio channels to 4.  Unsupported number of channels",
@@ -123,7 +123,7 @@ TEST_F(SettingsTest, whatIsNotValid_isRefusedAloud)
 TEST_F(SettingsTest, burstOfChanges_makesOneResetAndNoneOutsideStandby)
 {
     startUp();
-    LogCollector::clear();
+    forgetLog();
     vtr().setForcePSFOutput(true);
     Stepper::runMs(400);
     vtr().setForcePSFEncode(true);
@@ -136,7 +136,7 @@ TEST_F(SettingsTest, burstOfChanges_makesOneResetAndNoneOutsideStandby)
     recordClip("clip.mov", 10);
     playClip("clip.mov", 0.0);
     Stepper::runMs(1000);
-    LogCollector::clear();
+    forgetLog();
     vtr().setForcePSFOutput(false);
     Stepper::runMs(400);
     EXPECT_TRUE(logged().filter("VIDEO DEVICE: Reset in mode").isEmpty());
@@ -147,7 +147,7 @@ TEST_F(SettingsTest, timecodeSettings_jamEachTime)
     startUp();
     vtr().setTCGSource(QmxId(1500));
     Stepper::runMs(1000);
-    LogCollector::clear();
+    forgetLog();
     vtr().setTimecodeValue(QmxTimecode(10, 0, 0, 0, 0, 0));
     EXPECT_EQ(logged(), QStringList{"Set TC value: 10:00:00:00"});
     EXPECT_EQ(vtr().currentInputTimecode().toString(), "10:00:00:00");

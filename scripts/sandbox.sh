@@ -34,6 +34,9 @@ else
     trap 'rm -rf "$dir"' EXIT
 fi
 
+# Copied here: the place it lies at may look different from the inside.
+[ -z "$profile" ] || { cp "$profile" "$dir/lumen.ini"; profile=$dir/lumen.ini; }
+
 namespaces=(--mount --propagation private --pid --fork --kill-child=TERM)
 [ "$net" = private ] && namespaces+=(--net)
 if [ "$(id -u)" -ne 0 ]; then

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 namespace {
-constexpr auto small = "[inputs]\n601=generator:?rate=25&size=1280x720\n";
+constexpr auto small = "[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n";
 /// Waits until the daemon has gone and prints its exit status.
 constexpr auto waitForEnd = R"(
     pid=$(cat /run/xp/xpd.pid)
@@ -20,13 +20,13 @@ constexpr auto waitForEnd = R"(
 
 TEST(Life, aTakeIsClosedWhicheverWayTheDaemonIsTold)
 {
-    for (const QString &end : {"kill -TERM $(cat /run/xp/xpd.pid)", "kill -INT $(cat /run/xp/xpd.pid)",
-                               "xpctl set transport_command shut_down"}) {
-        SCOPED_TRACE(end.toStdString());
+    for (const char *end : {"kill -TERM $(cat /run/xp/xpd.pid)", "kill -INT $(cat /run/xp/xpd.pid)",
+                            "xpctl set transport_command shut_down"}) {
+        SCOPED_TRACE(end);
         Sandbox sandbox;
         sandbox.setProfile(small);
         const ProgramResult result = sandbox.run(
-            "xpctl record >&2\n" + end + waitForEnd +
+            "xpctl record >&2\n" + QString(end) + waitForEnd +
             "cp /media/A/*.mov $OUT/take.mov; xpctl get transport_status; xpctl get transport_running");
         ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
         EXPECT_FALSE(result.err.contains("ended with status")) << result.err.toStdString();
@@ -42,12 +42,13 @@ TEST(Life, aSecondInstanceIsRefusedAndTheFirstGoesOn)
 {
     Sandbox sandbox;
     sandbox.setProfile(small);
-    const ProgramResult result = sandbox.run(R"(
+    const ProgramResult result = sandbox.run(R"sh(
         xpctl record >&2
         status=0; NOTIFY_SOCKET=/run/xp/other xpd || status=$?
-        echo "status $status, holder $(cat /run/xp/xpd.pid)" xpctl status) ");
-                                 ASSERT_EQ(result.status, 0)
-                                 << result.err.toStdString();
+        echo "status $status, holder $(cat /run/xp/xpd.pid)"
+        xpctl status
+    )sh");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
     EXPECT_TRUE(result.out.contains("status 1")) << result.out.toStdString();
     EXPECT_TRUE(result.out.contains("recording")) << result.out.toStdString();
     const QByteArray holder = result.out.mid(result.out.indexOf("holder ") + 7).split('\n').first();

@@ -16,15 +16,14 @@ Sandbox::Sandbox(const QStringList &options) : _options(options)
 
 void Sandbox::setProfile(const QByteArray &ini)
 {
-    writeAll(_dir.file("lumen.ini"), ini);
-    _options << "--profile" << _dir.file("lumen.ini");
+    writeAll(_dir.filePath("lumen.ini"), ini);
+    _options << "--profile" << _dir.filePath("lumen.ini");
 }
 
 ProgramResult Sandbox::run(const QString &script, int realMs)
 {
     QStringList arguments{"XP_ROOT=" XP_ROOT, "XP_BUILD=" XP_BUILD, "OUT=" + out(),
                           XP_ROOT "/scripts/sandbox.sh"};
-    // The sandbox has a /dev/shm of its own, where our directory may lie: keep results on the disk.
     arguments << _options << "--"
               << "bash"
               << "-euc" << script;
@@ -33,8 +32,7 @@ ProgramResult Sandbox::run(const QString &script, int realMs)
 
 QString Sandbox::out(const QString &name) const
 {
-    const QString dir = QDir::tempPath() + "/xp-out-" + QDir(_dir.path()).dirName();
-    return name.isEmpty() ? dir : dir + "/" + name;
+    return _dir.filePath(name.isEmpty() ? QStringLiteral("out") : "out/" + name);
 }
 
 QList<std::optional<quint32>> stripsOf(const QString &clip)
@@ -48,18 +46,15 @@ QList<std::optional<quint32>> stripsOf(const QString &clip)
     }
     const int width = numbers[0].toInt();
     const int height = numbers[1].toInt();
-    // The strip stands near the top: a band is enough and keeps long clips small.
-    const int band = std::min(height, std::max(64, height / 6));
-    const ProgramResult raw =
-        runProgram("ffmpeg",
-                   {"-v", "error", "-i", clip, "-map", "0:v:0", "-vsync", "passthrough", "-vf",
-                    QStringLiteral("format=gray,crop=%1:%2:0:0").arg(width).arg(band), "-f", "rawvideo", "-"},
-                   240000);
+    const ProgramResult raw = runProgram("ffmpeg",
+                                         {"-v", "error", "-i", clip, "-map", "0:v:0", "-vsync", "passthrough",
+                                          "-vf", "format=gray", "-f", "rawvideo", "-"},
+                                         240000);
     QList<std::optional<quint32>> strips;
-    const qsizetype frame = qsizetype(width) * band;
+    const qsizetype frame = qsizetype(width) * height;
     for (qsizetype at = 0; at + frame <= raw.out.size(); at += frame) {
         strips.append(QmxStrip::readLuma8(reinterpret_cast<const uchar *>(raw.out.constData() + at), width,
-                                          band, width));
+                                          height, width));
     }
     return strips;
 }

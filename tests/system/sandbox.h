@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QStringList>
+#include <QTemporaryDir>
 
 #include <optional>
 
@@ -24,7 +25,7 @@ public:
     QString out(const QString &name = QString()) const;
 
 private:
-    TestDir _dir;
+    QTemporaryDir _dir; ///< on the disk: a sandbox has a /dev/shm of its own
     QStringList _options;
 };
 

@@ -22,7 +22,7 @@ xpctl stop
 clip=$(xpctl get current_clip)
 keep_clips
 say "the clip: $XP_RUN_DIR/clips/$clip"
-ffprobe -hide_banner -loglevel warning -show_entries \
+ffprobe -v error -show_entries \
     stream=index,codec_type,codec_name,profile,codec_tag_string,width,height,pix_fmt,r_frame_rate,nb_frames,sample_rate,channels:stream_tags=timecode:format=duration,size \
     -of compact=nokey=0 "/media/A/$clip"
 [ "$XP_RUN_ONCE" = yes ] && exit 0

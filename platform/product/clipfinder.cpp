@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <set>
@@ -20,6 +21,7 @@
 
 namespace {
 
+constexpr std::chrono::milliseconds firstLook{2000};
 constexpr unsigned takesTried = 10000; // names looked at before a folder counts as full of them
 constexpr int rolloverIndicesTried = 100;
 
@@ -63,7 +65,7 @@ class ClipFinder::Private
 public:
     explicit Private(Config *store) : config(store) {}
 
-    void list(const std::string &folder);
+    void list(const std::string &folder, std::chrono::milliseconds wait = MediumHelper::limit);
     std::list<Clip> inOrder(bool sorted) const;
 
     const QmxEnvironment environment = QmxEnvironment::current();
@@ -76,7 +78,7 @@ public:
 
 /// Brings `clips` up to date. Clips that were there keep their order, new ones come last: a list that is
 /// played must not change its order because a clock was set.
-void ClipFinder::Private::list(const std::string &path)
+void ClipFinder::Private::list(const std::string &path, std::chrono::milliseconds wait)
 {
     using Listing = std::optional<std::vector<Clip>>;
     if (path != folder) clips.clear();
@@ -84,7 +86,7 @@ void ClipFinder::Private::list(const std::string &path)
     std::shared_ptr<ClipSource> &medium = sources[path];
     if (!medium) medium = std::make_shared<MediumClipSource>(environment);
     auto answer = MediumHelper::instance().answer<Listing>(
-        path, [source = medium, path] { return source->clips(path); });
+        path, [source = medium, path] { return source->clips(path); }, wait);
     if (!answer) return;
     std::vector<Clip> found = answer->value_or(std::vector<Clip>());
     std::map<std::string, std::size_t> before;
@@ -107,7 +109,13 @@ std::list<Clip> ClipFinder::Private::inOrder(bool sorted) const
     return result;
 }
 
-ClipFinder::ClipFinder(Config *config) : d(std::make_unique<Private>(config)) {}
+ClipFinder::ClipFinder(Config *config) : d(std::make_unique<Private>(config))
+{
+    // The first look at a full medium opens every clip. No event loop turns yet, so it may take longer; all
+    // later ones open only what is new.
+    const std::string folder = config ? text(config, eParam_ActiveMediaPath) : std::string();
+    if (!folder.empty()) d->list(folder, firstLook);
+}
 
 ClipFinder::~ClipFinder() = default;
 

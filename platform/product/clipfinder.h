@@ -17,7 +17,8 @@ class Config;
 class ClipFinder
 {
 public:
-    /// Without a configuration store nothing is found and no name is free.
+    /// Takes a first look at the active medium, at most 2 s: make it before the event loop turns. Without a
+    /// configuration store nothing is found and no name is free.
     explicit ClipFinder(Config *config);
     ~ClipFinder();
     ClipFinder(const ClipFinder &) = delete;

@@ -4,13 +4,13 @@
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 
 namespace {
 
 constexpr const char *module = "mediumhelper";
-constexpr std::chrono::milliseconds limit{100};
 // A stepped clock stands still while the event loop waits here, so nothing is late however long it takes;
 // the limit then only ends the wait for a medium that hangs.
 constexpr std::chrono::milliseconds steppedLimit{2000};
@@ -37,7 +37,8 @@ MediumHelper &MediumHelper::instance()
     return *helper;
 }
 
-bool MediumHelper::ask(const std::string &medium, std::function<void()> question)
+bool MediumHelper::ask(const std::string &medium, std::function<void()> question,
+                       std::chrono::milliseconds wait)
 {
     const QmxEnvironment environment = QmxEnvironment::current();
     std::shared_ptr<Lane> lane;
@@ -66,7 +67,7 @@ bool MediumHelper::ask(const std::string &medium, std::function<void()> question
         --lane->asked;
         return false;
     }
-    const auto wait = environment.clock->isStepped() ? steppedLimit : limit;
+    if (environment.clock->isStepped()) wait = std::max(wait, steppedLimit);
     if (lane->changed.wait_for(lock, wait, [&] { return lane->answered == number; })) return true;
     qmxLogOutput(2, module, __LINE__, "%s does not answer; it is not asked again until it does\n",
                  medium.c_str());

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -12,7 +13,7 @@
 
 class QmxTaskThread;
 
-/// Asks media questions for the event loop, which waits for an answer at most 100 ms.
+/// Asks media questions for the event loop, which waits for an answer at most 100 ms (`limit`).
 ///
 /// Threads: every question runs on a helper thread ("medium"), of which each medium has one. A medium that
 /// has not answered in time is not asked again until its thread is back; at most `bound` threads exist, and
@@ -21,19 +22,23 @@ class MediumHelper
 {
 public:
     static constexpr std::size_t bound = 8;
+    static constexpr std::chrono::milliseconds limit{100};
 
     static MediumHelper &instance();
 
     /// Runs `question` on the thread of `medium` (a folder); false when there was no answer in time. The
     /// question may still run then, so it owns everything it uses.
-    bool ask(const std::string &medium, std::function<void()> question);
+    bool ask(const std::string &medium, std::function<void()> question,
+             std::chrono::milliseconds wait = limit);
 
     /// The answer of `question`, if there was one in time.
     template <typename Answer>
-    std::optional<Answer> answer(const std::string &medium, std::function<Answer()> question)
+    std::optional<Answer> answer(const std::string &medium, std::function<Answer()> question,
+                                 std::chrono::milliseconds wait = limit)
     {
         const auto result = std::make_shared<Answer>();
-        if (!ask(medium, [result, question = std::move(question)] { *result = question(); }))
+        if (!ask(
+                medium, [result, question = std::move(question)] { *result = question(); }, wait))
             return std::nullopt;
         return std::move(*result);
     }

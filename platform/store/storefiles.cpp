@@ -44,7 +44,8 @@ void makeFolder(const std::string &path)
     std::error_code ignored;
     if (path.empty() || fs::exists(path, ignored)) return;
     makeFolder(fs::path(path).parent_path().string());
-    if (::mkdir(path.c_str(), folderMode) != 0) return;
+    // The mode of a new folder is cut by the umask, which says nothing about this group.
+    if (::mkdir(path.c_str(), folderMode) != 0 || ::chmod(path.c_str(), folderMode) != 0) return;
     // Group only: the owner stays who made it. Without the right to do so others simply have no access.
     if (storeGroup() != static_cast<gid_t>(-1) &&
         ::chown(path.c_str(), static_cast<uid_t>(-1), storeGroup()) != 0)

@@ -106,9 +106,8 @@ const QmxCodecRow numberCodec = {202,
                                  }};
 } // namespace
 
-DeviceBench::DeviceBench(const QString &text)
+LumenOptions DeviceBench::options(const QString &text) const
 {
-    current = edges;
     LumenOptions options;
     options.profile = LumenProfile::parse(text, QStringLiteral("bench"));
     options.createSource = [edges = edges](const QString &locator,
@@ -125,7 +124,13 @@ DeviceBench::DeviceBench(const QString &text)
         return std::make_unique<MemorySink>(edges);
     };
     options.codec = [](const QmxId &type) { return type.value() == 202 ? &numberCodec : nullptr; };
-    device = std::make_unique<QmxVideoDevice>(options, nullptr);
+    return options;
+}
+
+DeviceBench::DeviceBench(const QString &text)
+{
+    current = edges;
+    device = std::make_unique<QmxVideoDevice>(options(text), nullptr);
     connectSignals();
 }
 

@@ -34,6 +34,8 @@ public:
     explicit DeviceBench(const QString &text = QString());
     ~DeviceBench();
 
+    /// What the device is made of.
+    LumenOptions options(const QString &text = QString()) const;
     static QmxImageDesc format(int rate = 25, int scanMode = 0);
     static QmxVideoDeviceSetup captureSetup(int rate = 25);
     static QmxVideoDeviceSetup playbackSetup(int rate = 25);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Who tells what, and when: open, set-up, input, reference, end.
 #include "platform/qmx/core/qmxoperations.h"
+#include "platform/qmx/device/lumenengine.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"
@@ -126,4 +127,48 @@ TEST(Events, nothingIsLeftBehindAtTheEnd)
     Stepper::runTicks(3);
     EXPECT_EQ(bench.device, nullptr); // destroyed from inside its own signal
     EXPECT_EQ(QmxOperations::instance()->inProgress(), 0);
+}
+
+TEST(Events, aStallOfTheClockLosesNoFrameOfATakeAndNeverBursts)
+{
+    DeviceBench bench; // for its edges; the engine ticks by hand
+    DeviceEvents events([] {});
+    LumenEngine engine(bench.options(), QmxEnvironment::current(), events);
+    engine.begin();
+    engine.setup(DeviceBench::captureSetup());
+    engine.setProperty(QmxId(22), 1606);
+    TickSchedule schedule(0, QmxVideoRate(25));
+    qint64 now = 0;
+    const auto tick = [&](int periods) {
+        now += periods * QmxClock::nsPerSecond / 25;
+        engine.tick(schedule.advance(now), schedule.rate());
+        Stepper::deliver(); // the coders
+    };
+    const auto take = [&](DeviceEvent::Type type) {
+        QList<DeviceEvent> taken;
+        for (DeviceEvent event; events.pop(event);)
+            if (event.type == type) taken.append(event);
+        return taken;
+    };
+    for (int i = 0; i < 5; ++i)
+        tick(1);
+    EXPECT_EQ(take(DeviceEvent::Vbi).size(), 5);
+    tick(4);
+    EXPECT_EQ(take(DeviceEvent::Vbi).size(), 1); // one tick for the four
+    EXPECT_EQ(bench.takeShown(), QList<int>({1, 2, 3, 4, 5, 9}));
+    QmxFrame frame;
+    for (int i = 1; i <= 9; ++i) {
+        ASSERT_FALSE(engine.readFrame(frame).isError());
+        EXPECT_EQ(DeviceBench::numberOf(frame), i); // and every frame is in the take
+    }
+    // A stall beyond what a source keeps is a loss, and an alarm until the clock has been good for a while.
+    tick(30);
+    EXPECT_EQ(take(DeviceEvent::CaptureDropped).size(), 1);
+    for (int i = 0; i < 25 * 6; ++i) {
+        tick(1);
+        while (!engine.readFrame(frame).isError()) {}
+    }
+    const QList<DeviceEvent> alarms = take(DeviceEvent::Alarm);
+    ASSERT_EQ(alarms.size(), 1);
+    EXPECT_EQ(alarms.first().alarm, QmxAlarm(QmxId(1912), QmxAlarm::Clear, {}, {}, 0));
 }

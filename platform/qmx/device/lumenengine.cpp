@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/core/qmxplayhead.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/qmx/device/devicekeys.h"
@@ -18,6 +19,9 @@ constexpr int leastWorkers = 2;
 constexpr int idleRate = 25;
 constexpr int vbiSeconds = 10; ///< vertical intervals that wait for the event loop at most
 constexpr qint64 megabyte = 1024 * 1024;
+/// Pictures that wait for a coder may fill this part of the pool, and so much in any case.
+constexpr int backlogShare = 3;
+constexpr qint64 leastBacklog = 256 * megabyte;
 
 int workerCount(const LumenProfile &profile)
 {
@@ -92,13 +96,24 @@ QmxError LumenEngine::setup(const QmxVideoDeviceSetup &setup)
     return {};
 }
 
+void LumenEngine::setBounds(const QmxVideoDeviceSetup &setup)
+{
+    qint64 bytes = _profile.backlogMegabytes * megabyte;
+    if (bytes == 0) {
+        QmxMemoryPool::UsageData usage;
+        QmxMemoryPool::instance()->getUsageData(usage);
+        bytes = std::max(leastBacklog, qint64(usage.totalSize / backlogShare));
+    }
+    _capture.setBounds(setup.maxBuffers(), bytes);
+}
+
 void LumenEngine::applyCapture(const QmxVideoDeviceSetup &setup)
 {
     _deferred.reset();
     const bool capturing = _hasSetup && !_playing;
     if (capturing && setup.capturesLike(_running)) {
         _running = setup;
-        _capture.setBounds(setup.maxBuffers(), _profile.backlogMegabytes * megabyte);
+        setBounds(setup);
         _startPending = true;
     } else if (capturing && _takeRead) {
         _deferred = setup;
@@ -112,7 +127,7 @@ void LumenEngine::startCapture(const QmxVideoDeviceSetup &setup)
     _playback.clear();
     _decoded.clear();
     _capture.clear();
-    _capture.setBounds(setup.maxBuffers(), _profile.backlogMegabytes * megabyte);
+    setBounds(setup);
     _processed = QmxPicture();
     _firstAfterLoss.reset();
     _running = setup;

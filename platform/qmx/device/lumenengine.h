@@ -79,6 +79,7 @@ private:
     };
 
     // lumenengine.cpp: set-ups and properties, locked.
+    void setBounds(const QmxVideoDeviceSetup &setup);
     void applyCapture(const QmxVideoDeviceSetup &setup);
     void applyPlayback(const QmxVideoDeviceSetup &setup);
     void startCapture(const QmxVideoDeviceSetup &setup);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/device/qmxsink.h"
 #include "platform/qmx/device/qmxsourceformat.h"
 #include "platform/qmx/device/qmxstrip.h"
 #include "tests/edges/pictures.h"
@@ -22,11 +23,14 @@ struct FileCase
     const char *coding;
     const char *name;
     bool hasTimecode;
+    bool isSoundExact;
 };
 constexpr FileCase fileCases[] = {
-    {"720x576i25", "-c:v prores_ks -flags +ildct -c:a pcm_s24le -timecode 10:00:00:00", "a.mov", true},
-    {"1280x720p59.94", "-c:v libx264 -preset ultrafast -bf 2 -pix_fmt yuv420p -c:a pcm_s24le", "b.mkv",
-     false},
+    {"720x576i25", "-c:v prores_ks -flags +ildct -c:a pcm_s24le -timecode 10:00:00:00", "a.mov", true, true},
+    {"1280x720p59.94", "-c:v libx264 -preset ultrafast -bf 2 -pix_fmt yuv420p -c:a pcm_s24le", "b.mkv", false,
+     true},
+    {"720x576i25", "-c:v mpeg2video -q:v 3 -bf 2 -flags +ildct -gop_timecode 10:00:00:00 -c:a mp2 -ac 2",
+     "c.ts", true, false},
 };
 
 /// Feeds ticks until the source has a picture; the frame of that tick.
@@ -139,10 +143,11 @@ TEST(FileSource, deliversEveryFrameOnceWithItsSoundAndTimecode)
                 EXPECT_EQ(frame.state, QmxSourceFormat::state(desc));
                 EXPECT_NEAR(frame.audio.samples(), 48000 / desc.frameRate().toDouble(), 1);
                 const int mark = QmxStrip::findMark(frame.audio.data(), frame.audio.samples(), 8, 1);
-                if (number % QmxStrip::markInterval == 0)
-                    EXPECT_TRUE(mark >= 0 && mark <= 2) << mark;
-                else
-                    EXPECT_TRUE(mark == -1 || mark > frame.audio.samples() - 3) << mark;
+                if (c.isSoundExact) {
+                    const bool isMarked = number % QmxStrip::markInterval == 0;
+                    const bool atStart = mark >= 0 && mark <= 2, atEnd = mark > frame.audio.samples() - 3;
+                    EXPECT_TRUE(isMarked ? atStart : mark == -1 || atEnd) << mark;
+                }
                 if (c.hasTimecode)
                     EXPECT_EQ(frame.timecode, QmxTimecode(10, 0, 0, 0, 25, 0).advanced(number));
                 else
@@ -226,6 +231,40 @@ TEST(LiveSource, locksLosesItsSignalAndComesBackInAnotherFormat)
               QmxSourceFormat::state(QmxSourceFormat::fromText(QStringLiteral("1280x720p50"))));
 }
 
+TEST(LiveSource, receivesWhatANetworkOutputSends)
+{
+    const int port = freeUdpPort();
+    const QString address = QStringLiteral("udp://127.0.0.1:%1").arg(port);
+    QmxEnvironment environment = QmxEnvironment::current();
+    environment.clock = std::make_shared<QmxRealClock>();
+    allowLog(QStringLiteral("qmxlivesource"));
+    allowLog(QStringLiteral("qmxmuxsink"));
+    LiveInput input(address);
+    const auto sink = qmxCreateSink(address + QStringLiteral("?pkt_size=1316"), environment);
+    QmxOutputFrame frame;
+    frame.desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));
+    const auto generator = qmxCreateInternalGenerator(frame.desc, QmxId(800), QmxId(900), environment);
+    Ticks ticks(QmxVideoRate(25));
+    quint32 previous = 0;
+    int rising = 0;
+    ASSERT_TRUE(input.until(
+        [&](const QmxSourceFrame &received) {
+            frame.tick = ticks.next();
+            const QmxSourceFrame made = generator->take(frame.tick);
+            frame.picture = made.picture;
+            frame.audio = made.audio;
+            sink->show(frame);
+            const quint32 count = QmxStrip::read(received.picture).value_or(0);
+            rising = count > previous ? rising + 1 : rising;
+            EXPECT_GE(count == 0 ? previous : count, previous);
+            previous = std::max(count, previous);
+            return rising == 50;
+        },
+        30))
+        << input.status() << sink->statusText().toStdString();
+    EXPECT_EQ(input.next().state, QmxSourceFormat::state(frame.desc));
+}
+
 TEST(LiveSource, anAddressThatNobodyKnowsSaysWhatIsWrong)
 {
     expectLog(QStringLiteral("qmxlivesource"), QStringLiteral("Protocol not found"));
@@ -234,4 +273,9 @@ TEST(LiveSource, anAddressThatNobodyKnowsSaysWhatIsWrong)
         [&](const auto &) { return input.status().find("Protocol not found") != std::string::npos; }, 10));
     EXPECT_EQ(input.status().find("secret"), std::string::npos);
     EXPECT_FALSE(input.next().state.isPresent());
+
+    expectLog(QStringLiteral("qmxlivesource"), QStringLiteral("Cannot open it"));
+    LiveInput camera(QStringLiteral("v4l2:/dev/nothing"));
+    EXPECT_TRUE(camera.until(
+        [&](const auto &) { return camera.status().find("Cannot open it") != std::string::npos; }, 10));
 }

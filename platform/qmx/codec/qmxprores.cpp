@@ -73,6 +73,7 @@ public:
 private:
     QmxLibav::CodecContext createContext(int quantiser) const;
     AVCodecContext *context(size_t index);
+    void warmUp();
     void steer(int size);
     void completeHeader(uchar *frame) const;
 

@@ -3,6 +3,8 @@
 
 #include "platform/qmx/device/qmxsourceformat.h"
 
+#include <QLibrary>
+
 #include <cerrno>
 #include <cstdlib>
 
@@ -32,6 +34,21 @@ struct Options
 int interrupted(void *opaque)
 {
     return (*static_cast<std::function<bool()> *>(opaque))() ? 1 : 0;
+}
+
+constexpr QLatin1String captureScheme("v4l2:");
+
+/// Capture devices are in a library that drags in half a desktop: it is loaded when somebody names one. Its
+/// version goes with libavformat's.
+const AVInputFormat *captureFormat()
+{
+    static const bool isRegistered = [] {
+        QLibrary library(QStringLiteral("avdevice"), LIBAVFORMAT_VERSION_MAJOR);
+        const auto registerAll = reinterpret_cast<void (*)()>(library.resolve("avdevice_register_all"));
+        if (registerAll) registerAll();
+        return registerAll != nullptr;
+    }();
+    return isRegistered ? av_find_input_format("video4linux2") : nullptr;
 }
 
 bool isInterlaced(AVFieldOrder order)
@@ -66,8 +83,18 @@ QmxError QmxSourceDecoder::open()
         }
         options.set("rw_timeout", "2000000"); // microseconds
     }
+    QString address = _url;
+    const AVInputFormat *format = nullptr;
+    if (_url.startsWith(captureScheme)) {
+        address = _url.mid(captureScheme.size());
+        format = captureFormat();
+        if (!format) {
+            avformat_free_context(context);
+            return QmxError(ENOSYS, QStringLiteral("Cannot open it: libavdevice is not installed"));
+        }
+    }
     // Frees the context when it fails.
-    int result = avformat_open_input(&context, _url.toUtf8().constData(), nullptr, &options.dictionary);
+    int result = avformat_open_input(&context, address.toUtf8().constData(), format, &options.dictionary);
     if (result < 0) return QmxLibav::error(QStringLiteral("open it"), result);
     _input.reset(context);
     result = avformat_find_stream_info(context, nullptr);

@@ -52,6 +52,7 @@ const std::array rows = {
                  createGenerator},
     QmxSourceRow{"file", "a file, once or looped; \"file:PATH?loop=1\"", createFile},
     QmxSourceRow{"none", "nothing connected; \"none:\"", createNone},
+    QmxSourceRow{"v4l2", "a capture device; \"v4l2:/dev/video0\"", createLive},
     QmxSourceRow{"", "a signal from the network; \"srt://HOST:PORT\", \"udp://:PORT\", \"rtp://...\"",
                  createLive},
 };

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+#include <span>
+
+/// One measured figure.
+struct Figure
+{
+    QString name;
+    double value = 0;
+    QString unit;
+    std::optional<double> peer;   ///< what it is measured against
+    QString peerName;             ///< "ffmpeg prores_ks", "bound"
+    std::optional<double> target; ///< greatest ratio to the peer (or value, without one) that holds
+
+    double ratio() const { return peer && *peer != 0 ? value / *peer : 0; }
+    bool holds() const { return !target || (peer ? ratio() : value) <= *target; }
+};
+
+/// One benchmark: a row of the table; gives one or several figures.
+struct BenchRow
+{
+    const char *name;
+    const char *help;
+    QList<Figure> (*run)(int seconds);
+};
+
+std::span<const BenchRow> benchRows();
+
+// recordbench.cpp
+QList<Figure> benchRecord(int seconds);
+QList<Figure> benchRecordStart(int seconds);
+// playbench.cpp
+QList<Figure> benchCue(int seconds);

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/device/qmxpreview.h"
+#include "platform/store/config.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+/// The recorder that runs beside the benchmark, driven through its store as a companion drives it.
+class RecorderUnderBench
+{
+public:
+    RecorderUnderBench();
+    ~RecorderUnderBench();
+
+    void write(eParam_t id, unsigned value) { _config->setUInt(id, value); }
+    unsigned status() const;
+    qint64 counter(const char *name);
+    QString clipPath() const;
+    qint64 now() const { return _environment.clock->now(); }
+    /// The newest picture on the preview: its tick, frame and strip.
+    struct Shown
+    {
+        qint64 tick = -1;
+        qint64 frame = -1;
+        std::optional<quint32> strip;
+    };
+    Shown shown();
+    /// False, with a line on standard error, when it did not come about in 20 seconds.
+    bool waitFor(const char *what, const std::function<bool()> &holds, int seconds = 20);
+    /// Processor time of the daemon so far, in seconds.
+    double daemonCpu();
+
+    bool startTake();
+    bool endTake();
+
+private:
+    QmxEnvironment _environment;
+    std::unique_ptr<Config> _config;
+    QmxCountersReader _counters;
+    QmxPreviewReader _preview;
+};
+
+/// Strips of a clip's frames, decoded by ffmpeg.
+QList<std::optional<quint32>> stripsOfClip(const QString &path, int most = -1);
+/// Runs a program, which must succeed; its processor time in seconds, nothing when it failed.
+std::optional<double> cpuOfProgram(const QString &program, const QStringList &arguments);

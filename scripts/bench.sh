@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Measures beside a recorder of its own on the built-in profile: bench.sh [NAME] [--json] [--seconds N] [--long]
+set -euo pipefail
+. "$XP_ROOT/scripts/common.sh"
+arguments=()
+for argument in "$@"; do
+    case "$argument" in
+        --long) arguments+=(--seconds 600) ;;
+        *) arguments+=("$argument") ;;
+    esac
+done
+exec "$XP_ROOT/scripts/sandbox.sh" --media-size 20G -- xp-bench "${arguments[@]}"

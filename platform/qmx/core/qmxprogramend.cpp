@@ -42,10 +42,11 @@ void flushClips(const std::shared_ptr<QmxClock> &clock)
     clock->sleepUntil(clock->now() + flushTime, finished.get());
 }
 
-void watch(const std::shared_ptr<QmxClock> &clock)
+void watch(const std::shared_ptr<QmxClock> &clock, std::shared_ptr<void> started)
 {
     qmxNameThread(QStringLiteral("qmx-watchdog"));
     const std::shared_ptr<void> sleeper = clock->addSleeper();
+    started.reset();
     for (;;) {
         clock->sleepUntil(clock->now() + QmxClock::nsPerSecond);
         qint64 age = 0;
@@ -77,7 +78,7 @@ void aboutToQuit()
     };
     while (!complete())
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    std::thread([clock] { watch(clock); }).detach();
+    std::thread([clock, started = clock->busy()]() mutable { watch(clock, std::move(started)); }).detach();
 }
 
 } // namespace

@@ -39,6 +39,36 @@ constexpr std::chrono::seconds endWait(10);
 
 constexpr int alarmMediaSlow = 1906;
 
+/// Who may use the file. A timed mutex of its own, because thread checkers understand its parts.
+class FileLock
+{
+public:
+    void lock()
+    {
+        std::unique_lock guard(_mutex);
+        _free.wait(guard, [this] { return !_held; });
+        _held = true;
+    }
+    bool try_lock_for(std::chrono::milliseconds time)
+    {
+        std::unique_lock guard(_mutex);
+        if (!_free.wait_for(guard, time, [this] { return !_held; })) return false;
+        _held = true;
+        return true;
+    }
+    void unlock()
+    {
+        const std::lock_guard guard(_mutex);
+        _held = false;
+        _free.notify_one();
+    }
+
+private:
+    std::mutex _mutex;
+    std::condition_variable _free;
+    bool _held = false;
+};
+
 } // namespace
 
 struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
@@ -97,7 +127,7 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     std::condition_variable doneChanged;
 
     // The file: the writer thread's, and the program's forced end's.
-    std::timed_mutex fileMutex;
+    FileLock fileMutex;
     std::unique_ptr<QmxClipWriter> writer;
     std::shared_ptr<void> emergency;
     qint64 unflushed = 0; ///< frames written since the last flush

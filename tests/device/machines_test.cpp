@@ -121,6 +121,7 @@ TEST(TimecodeGenerator, continuesAfterTheLastFrameWritten)
          "10:00:01:02"},
         {"one frame, and nothing written since the jam before", "09:00:00:00", "09:00:00:00", "10:00:00:00",
          "", 0, "09:00:00:00"},
+        {"a second take of one frame", "10:00:00:00", "10:00:00:00", "10:00:00:01", "", 1, "10:00:00:02"},
         {"another preset after a take", "10:00:00:00", "11:00:00:00", "10:00:03:24", "10:00:03:24", 100,
          "11:00:00:00"},
     };
@@ -231,4 +232,24 @@ TEST(PlaybackQueue, aFlushATickDoesNotFreezeTheOutput)
     }
     EXPECT_GE(shown.size(), 6);
     EXPECT_TRUE(std::is_sorted(shown.begin(), shown.end()));
+}
+
+TEST(PlaybackQueue, aFrameThatIsDecodedTooLateIsDroppedOnce)
+{
+    PlaybackQueue queue;
+    QList<DecodedPicturePtr> pictures;
+    for (int i = 0; i < 6; ++i) {
+        pictures.append(std::make_shared<DecodedPicture>());
+        if (i < 4) pictures.last()->state = DecodedPicture::Done;
+        QmxFrame frame;
+        frame.meta().insert(QmxId(1), i);
+        EXPECT_FALSE(queue.write(frame, pictures.last(), 0));
+    }
+    for (int i = 0; i < 4; ++i)
+        EXPECT_FALSE(queue.tick(0).dropped) << i;
+    EXPECT_TRUE(queue.tick(0).dropped);
+    EXPECT_FALSE(queue.tick(0).dropped); // the same gap
+    pictures.at(4)->state = DecodedPicture::Done;
+    EXPECT_FALSE(queue.tick(0).dropped);
+    EXPECT_TRUE(queue.tick(0).dropped); // the next one
 }

@@ -98,6 +98,18 @@ ProResEncoder::ProResEncoder(const QmxImageDesc &desc)
     QmxLibav::quietLog();
     for (size_t i = startQuantiser - 1; i <= startQuantiser + 1; ++i)
         context(i);
+    warmUp();
+}
+
+/// A context's first frame costs two to three times as much as the others: it shall not be a recorded one.
+void ProResEncoder::warmUp()
+{
+    QmxPicture black = QmxPicture::allocate(_format, _size);
+    if (!black.isValid()) return;
+    black.fillBlack();
+    QmxBuffer coded;
+    encode(black, coded);
+    _current = startQuantiser;
 }
 
 QmxLibav::CodecContext ProResEncoder::createContext(int quantiser) const

@@ -28,6 +28,24 @@ bool isPersistent(const StoreWrite &write)
     return !descriptor || descriptor->keep() == ParamDescriptor::Keep::Persistent;
 }
 
+/// What is read between its making and its end belongs to one moment; the end forgets errors.
+class ReadTransaction
+{
+public:
+    explicit ReadTransaction(SqliteDatabase &database) : _database(database) { _database.exec("BEGIN"); }
+    ~ReadTransaction()
+    {
+        _database.clearError();
+        _database.exec("COMMIT");
+        _database.clearError();
+    }
+    ReadTransaction(const ReadTransaction &) = delete;
+    ReadTransaction &operator=(const ReadTransaction &) = delete;
+
+private:
+    SqliteDatabase &_database;
+};
+
 } // namespace
 
 SqliteBackend::SqliteBackend(const StoreContext &context)
@@ -233,17 +251,11 @@ StoreResult SqliteBackend::snapshot(StoreImage &image, StoreCursor &cursor)
 {
     if (const StoreResult result = connectForReading(); !result.isDone()) return result;
     image.clear();
-    // One transaction, so that the rows and the version belong together.
-    int broken = 0;
-    if (_database.exec("BEGIN")) {
-        cursor.version = SqliteSchema::newestVersion(_database);
-        cursor.epoch = _epoch;
-        broken = SqliteSchema::readParameters(_database, image);
-    }
+    const ReadTransaction moment(_database);
+    cursor.version = SqliteSchema::newestVersion(_database);
+    cursor.epoch = _epoch;
+    const int broken = SqliteSchema::readParameters(_database, image);
     const StoreResult result = _database.result("cannot read");
-    _database.clearError();
-    _database.exec("COMMIT");
-    _database.clearError();
     if (result.isDone() && broken > 0) return damaged(std::to_string(broken) + " rows have a wrong checksum");
     return result;
 }
@@ -258,6 +270,8 @@ StoreResult SqliteBackend::changes(const StoreCursor &cursor, int most, std::vec
         reload = true;
         return {};
     }
+    // The rows and the newest version must be of one moment: a write between two looks is no gap.
+    const ReadTransaction moment(_database);
     quint64 expected = cursor.version + 1;
     {
         SqliteStatement rows(_database, "SELECT version, id, kind, value, source, time, crc FROM log "

@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace {
 
 QmxAlarm alarm(int id, QmxAlarm::AlarmLevel level, const char *text = "", int line = 7)
@@ -36,15 +38,18 @@ protected:
         return QStringLiteral("%1 ").arg(int(message.severity())) + QString::fromStdString(message.message());
     }
 
-    static QStringList lines()
+    /// What was logged since the last call.
+    QStringList lines()
     {
         const QStringList all = LogCollector::texts("alarmhandler");
-        LogCollector::clear();
-        return all;
+        return all.mid(std::exchange(_linesRead, all.size()));
     }
 
     ConfigInterface config{nullptr};
     AlarmHandler handler{nullptr};
+
+private:
+    qsizetype _linesRead = 0;
 };
 
 } // namespace

@@ -26,7 +26,8 @@ public:
     {
         enterNamespaces();
         check(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "make the mounts private");
-        const std::string scratch = "/tmp";
+        // Holds the overlays' own files, hidden again by the empty one below.
+        const std::string scratch = "/dev/shm";
         memory(scratch, "1777");
         // A folder that the machine may not have is made in an overlay of its parent.
         for (const char *parent : {"/etc", "/run", "/var/lib"})

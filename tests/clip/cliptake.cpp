@@ -148,3 +148,11 @@ qint64 ClipTake::equalFrames(QmxClipReader &reader) const
     }
     return read.frames;
 }
+
+qint64 ClipTake::wholeFrames(const QString &path) const
+{
+    QmxClipReader reader;
+    if (reader.open(path).isError()) return 0;
+    EXPECT_EQ(equalFrames(reader), reader.info().frames) << "a frame is not the one written";
+    return reader.info().frames;
+}

@@ -39,6 +39,8 @@ public:
 
     /// How many frames from the first on are exactly those of this take (all three: picture, sound, time).
     qint64 equalFrames(QmxClipReader &reader) const;
+    /// Frames of the clip, 0 when it cannot be opened; every one must be the one written.
+    qint64 wholeFrames(const QString &path) const;
 
     QmxClipInfo info;
 

@@ -328,11 +328,25 @@ bool MovFragment::isOpenSlot(std::span<const uchar> slot)
     return cursor.u32() == atomType("free") && size == 0;
 }
 
-std::optional<MovFragment::ClipTraits> MovFragment::traits(std::span<const uchar> slot)
+namespace {
+
+std::optional<Record> recordOf(std::span<const uchar> slot)
 {
     AtomCursor cursor(slot);
     const auto pad = cursor.next();
-    if (!pad || pad->type != atomType("free")) return std::nullopt;
-    const auto record = parseRecord(pad->content);
+    return pad && pad->type == atomType("free") ? parseRecord(pad->content) : std::nullopt;
+}
+
+} // namespace
+
+std::optional<MovFragment::ClipTraits> MovFragment::traits(std::span<const uchar> slot)
+{
+    const auto record = recordOf(slot);
     return record ? std::optional(record->traits) : std::nullopt;
+}
+
+std::vector<quint32> MovFragment::frameCrcs(std::span<const uchar> slot)
+{
+    const auto record = recordOf(slot);
+    return record ? record->frameCrcs : std::vector<quint32>();
 }

@@ -58,4 +58,6 @@ struct MovFragment
         int aspectHeight = 0;
     };
     static std::optional<ClipTraits> traits(std::span<const uchar> slot);
+    /// Checksums of the pictures of a slot, empty when it is not one.
+    static std::vector<quint32> frameCrcs(std::span<const uchar> slot);
 };

@@ -31,9 +31,9 @@ QmxTimecode QmxClipInfo::timecodeAt(qint64 frame) const
 QmxError QmxClipIndex::identify(MovInput &input, Place &place, qint64 &moov)
 {
     place = Place::Foreign;
-    if (input.size() < MovLayout::firstSlot + MovLayout::slotSize) return {};
     uchar head[MovLayout::moovPosition + 8];
-    QmxError error = input.readSmall(head, sizeof head, 0);
+    if (input.size() < qint64(sizeof head)) return {};
+    const QmxError error = input.readSmall(head, sizeof head, 0);
     if (error.isError()) return error;
     AtomCursor cursor(head);
     const bool startsLikeOurs = cursor.u32() == MovLayout::flipPosition && cursor.u32() == atomType("ftyp") &&
@@ -45,13 +45,10 @@ QmxError QmxClipIndex::identify(MovInput &input, Place &place, qint64 &moov)
     cursor.skip(4);
     if (!startsLikeOurs || cursor.u32() != atomType("moov")) return {};
 
-    uchar slot[MovLayout::slotSize];
-    error = input.read(slot, sizeof slot, MovLayout::firstSlot);
-    if (error.isError()) return error;
-    const auto traits = MovFragment::traits(slot);
+    // Nobody else puts a moov there. Damage further on, or the loss of it, does not make a clip foreign.
     if (size == quint32(MovLayout::flipSize) && type == atomType("wide")) {
-        if (traits || MovFragment::isOpenSlot(slot)) place = Place::Growing;
-    } else if (size == 1 && type == atomType("mdat") && traits && length <= quint64(1) << 62) {
+        place = Place::Growing;
+    } else if (size == 1 && type == atomType("mdat") && length <= quint64(1) << 62) {
         place = Place::Closed;
         moov = MovLayout::flipPosition + qint64(length);
     }
@@ -143,9 +140,9 @@ QmxError QmxClipIndex::describe(MovInput &input)
     _format.frameDuration = delta;
     if (_own) {
         uchar slot[MovLayout::slotSize];
-        const QmxError error = input.read(slot, sizeof slot, MovLayout::firstSlot);
-        if (error.isError()) return error;
-        if (const auto traits = MovFragment::traits(slot)) movApplyTraits(*traits, info.image);
+        const bool read = !input.read(slot, sizeof slot, MovLayout::firstSlot).isError();
+        const auto traits = read ? MovFragment::traits(slot) : std::nullopt;
+        if (traits) movApplyTraits(*traits, info.image);
     }
     if (const auto *timecode = timecodeTrack()) info.reelName = timecode->reelName;
     return describeSound(input);
@@ -293,6 +290,30 @@ bool QmxClipIndex::findSlot(MovInput &input, qint64 from, MovFragment &fragment)
         }
     }
     return false;
+}
+
+std::optional<quint32> QmxClipIndex::crc(MovInput &input, qint64 frame)
+{
+    if (!_own) return std::nullopt;
+    if (!info.closed) return frames[size_t(frame)].crc;
+    // Pictures of one fragment follow each other without a gap; the slot stands right before the first.
+    qint64 first = frame;
+    const auto follows = [this](qint64 i) {
+        const Frame &before = frames[size_t(i - 1)];
+        return before.offset + MovLayout::roundUp(before.size) == frames[size_t(i)].offset;
+    };
+    while (first > 0 && frame - first < MovLayout::maxFragmentFrames && follows(first))
+        --first;
+    if (_crcs.empty() || first != _crcFirst) {
+        uchar slot[MovLayout::slotSize];
+        _crcs.clear();
+        if (input.read(slot, sizeof slot, frames[size_t(first)].offset - MovLayout::slotSize).isError())
+            return std::nullopt;
+        _crcs = MovFragment::frameCrcs(slot);
+        _crcFirst = first;
+    }
+    const size_t index = size_t(frame - first);
+    return index < _crcs.size() ? std::optional(_crcs[index]) : std::nullopt;
 }
 
 QmxError QmxClipIndex::refresh(MovInput &input)

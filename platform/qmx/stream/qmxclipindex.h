@@ -14,7 +14,7 @@ public:
     {
         qint64 offset = 0;
         quint32 size = 0; ///< 0: lost to damage
-        quint32 crc = 0;  ///< when hasCrc()
+        quint32 crc = 0;  ///< of a clip that is not closed
     };
     struct Chunk
     {
@@ -42,8 +42,9 @@ public:
     std::vector<Frame> frames;
     std::vector<Sound> sounds;
 
-    /// Every frame has its checksum (a clip of our own that has not been closed).
-    bool hasCrc() const { return _own && !info.closed; }
+    /// The checksum of a picture, when the clip has one: only our own have. Of a closed clip it is read from
+    /// the slot that still stands before the pictures of its fragment.
+    std::optional<quint32> crc(MovInput &input, qint64 frame);
     bool isOwn() const { return _own; }
     /// For whoever finishes the file: what the slots say, and where the open slot stands.
     const std::vector<MovFragment> &fragments() const { return _fragments; }
@@ -76,4 +77,6 @@ private:
     qint64 _nextSlot = 0;
     quint32 _nextSequence = 1;
     std::vector<MovFragment> _fragments;
+    qint64 _crcFirst = 0; ///< frame of the first of _crcs
+    std::vector<quint32> _crcs;
 };

@@ -72,7 +72,8 @@ QmxError QmxClipReader::Private::readPicture(qint64 frame, QmxImage &image)
         return {ENOMEM, QStringLiteral("No picture memory is left to read clip %1").arg(path)};
     const QmxError error = input.read(buffer.data(), entry.size, entry.offset);
     if (error.isError()) return error;
-    if (index.hasCrc() && movCrc32c(buffer.constData(), entry.size) != entry.crc)
+    const std::optional<quint32> crc = index.crc(input, frame);
+    if (crc && movCrc32c(buffer.constData(), entry.size) != *crc)
         return input.damaged("a frame has changed on the medium");
     image = QmxImage(index.info.image, {buffer});
     return {};

@@ -60,7 +60,7 @@ TEST_F(LossTest, continueWithStill_recordsTheStillAndThenTheInputAgain)
     vtr().setStopOnLossOfVideo(false);
     Stepper::runMs(1000);
     recordUntilTheLoss();
-    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() > 130; }));
+    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() > 170; }));
     const qsizetype stills = alarms.size();
     EXPECT_GT(stills, 20);
     EXPECT_EQ(count(1907, QmxAlarm::Warning, "Loss of video during record, recording continued"), stills);

@@ -38,7 +38,8 @@ void DeliveryGate::passed(const void *reader, quint64 version)
 
 void DeliveryGate::hold(std::shared_ptr<void> token, quint64 version)
 {
-    if (!token) return;
+    // A token owns but points to nothing.
+    if (token.use_count() == 0) return;
     const std::lock_guard lock(_mutex);
     _held.emplace(version, std::move(token));
     release();

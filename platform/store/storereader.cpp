@@ -214,6 +214,8 @@ bool StoreReader::deliverOne()
 {
     const std::lock_guard delivery(_deliveryMutex);
     if (!_delivering || _listeners.empty()) {
+        for (Listener &listener : _listeners)
+            listener.token.reset();
         _waiting.clear();
         return false;
     }

@@ -122,6 +122,7 @@ TEST_F(XpdTest, aTerminationSignalEndsItInOrderUnlessOnlyMinusDIsGiven)
     EXPECT_EQ(end(*plain), -1) << "nobody handles it";
 
     // A killed holder's lock is free. As a service it does not fork.
+    ASSERT_TRUE(store->setUInt(eParam_TransportStatus, 20));
     const auto service = start({}, "/run/xp/nobody-listens");
     ASSERT_TRUE(reads(eParam_TransportStatus, 1));
     signal(*service, SIGTERM);

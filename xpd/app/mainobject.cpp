@@ -155,6 +155,7 @@ void MainObject::loadInitialState()
 
 void MainObject::shutdown()
 {
+    if (!_vtr) return; // done before
     _debugServer.reset();
     qmxLogOutput(3, kMainObject, __LINE__, "Shutting down...\n");
     _vtr->shutdown();

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxgetopts.h"
+#include "platform/qmx/core/qmxverify.h"
 #include "xpd/app/mainlog.h"
 #include "xpd/app/mainobject.h"
-#include "xpd/config/verify.h"
 #include "xpd/media/mediamanager.h"
 #include "xpd/transport/vtrobject.h"
 
@@ -97,7 +97,7 @@ void MainObject::parseCommandLine()
 void MainObject::startStatistics()
 {
     auto *timer = new QTimer(this);
-    XPD_VERIFY(kMainObject, kStatisticsConnectLine,
+    QMX_VERIFY(kMainObject, kStatisticsConnectLine,
                connect(timer, SIGNAL(timeout()), _vtr, SLOT(logStats())));
     timer->start(kStatisticsInterval);
 }

@@ -2,9 +2,9 @@
 #include "xpd/config/configupdater.h"
 
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxverify.h"
 #include "platform/store/eparam.h"
 #include "xpd/config/configinterface.h"
-#include "xpd/config/verify.h"
 
 namespace {
 
@@ -38,10 +38,10 @@ ConfigUpdater::ConfigUpdater(ConfigInterface *config, QObject *parent)
       _shmStringCurrentTimecode(std::make_unique<ShmString>("/xpd_currentTimecode")),
       _shmStringInputTimecode(std::make_unique<ShmString>("/xpd_inputTimecode"))
 {
-    XPD_VERIFY(kSource, CreateCurrentFailed, _shmStringCurrentTimecode->create(64));
-    XPD_VERIFY(kSource, CreateInputFailed, _shmStringInputTimecode->create(64));
+    QMX_VERIFY(kSource, CreateCurrentFailed, _shmStringCurrentTimecode->create(64));
+    QMX_VERIFY(kSource, CreateInputFailed, _shmStringInputTimecode->create(64));
     // clang-format off
-  XPD_VERIFY(kSource, ConnectFailed,
+  QMX_VERIFY(kSource, ConnectFailed,
              connect(_config, SIGNAL(paramChanged(quint32, const QVariant &, const QmxTimeStamp &)),
                      this, SLOT(configParamChanged(quint32, const QVariant &, const QmxTimeStamp &))));
     // clang-format on

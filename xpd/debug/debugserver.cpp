@@ -2,7 +2,7 @@
 #include "xpd/debug/debugserver.h"
 
 #include "platform/qmx/core/qmxlog.h"
-#include "xpd/config/verify.h"
+#include "platform/qmx/core/qmxverify.h"
 #include "xpd/debug/debugserverconn.h"
 
 #include <QSocketNotifier>
@@ -79,7 +79,7 @@ bool DebugServer::start(qint16 port)
     }
     _listenNotifier = std::make_unique<QSocketNotifier>(_listenFd, QSocketNotifier::Read);
     QSocketNotifier *listenNotifier = _listenNotifier.get();
-    XPD_VERIFY(kSource, ListenConnectFailed,
+    QMX_VERIFY(kSource, ListenConnectFailed,
                connect(listenNotifier, SIGNAL(activated(int)), this, SLOT(listenerReadable(int))));
     _reapTimer = startTimer(kReapInterval);
     return true;
@@ -115,7 +115,7 @@ void DebugServer::listenerReadable(int)
         return;
     }
     const auto conn = std::make_shared<DebugServerConn>(fd, this);
-    XPD_VERIFY(kSource, ConnConnectFailed,
+    QMX_VERIFY(kSource, ConnConnectFailed,
                connect(conn->notifier, SIGNAL(activated(int)), this, SLOT(connectionReadable(int))));
     // The number may be that of a closed connection that still waits for its reaping; it goes now.
     _connections.insert(fd, conn);

@@ -6,7 +6,7 @@
 /// Evaluates `expression` once; when it is false, logs its own source text as a level 2 record
 /// "FAILED: ..." of `source` under the message number `line`, and goes on. A macro, because the
 /// text in the log has to be the text of the expression.
-#define XPD_VERIFY(source, line, expression)                                                                 \
+#define QMX_VERIFY(source, line, expression)                                                                 \
     do {                                                                                                     \
         if (!(expression)) qmxLogOutput(2, source, line, "FAILED: %s\n", #expression);                       \
     } while (false)

@@ -26,7 +26,9 @@ bool QmxLoopMeter::eventFilter(QObject *, QEvent *)
 void QmxLoopMeter::turnEnds()
 {
     constexpr qint64 nsPerMicrosecond = 1000;
-    if (std::exchange(_working, false))
+    const bool worked = std::exchange(_working, false);
+    // What was done before the loop waited for the first time is the program's start, not a turn.
+    if (std::exchange(_running, true) && worked)
         QmxCounters::instance()->raise(QmxCounters::EventLoopLongest,
                                        (_clock->now() - _since) / nsPerMicrosecond);
 }

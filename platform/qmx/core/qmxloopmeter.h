@@ -24,5 +24,6 @@ private:
 
     std::shared_ptr<QmxClock> _clock;
     bool _working = false;
+    bool _running = false; ///< the loop has waited at least once
     qint64 _since = 0;
 };

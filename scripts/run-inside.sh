@@ -14,6 +14,7 @@ keep_clips() {
 }
 trap keep_clips EXIT
 
+xpctl set timecode_preset_hour 10
 say "recording five seconds of the signal generator"
 xpctl record --for 5
 say "playing them back"

@@ -5,7 +5,7 @@
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 
-media_size=2G store= profile= clock= net=host state= daemon=yes
+media_size=2G store= profile= clock= net=host state= daemon=yes mediad=yes
 while [ $# -gt 0 ]; do
     case "$1" in
         --media-size) media_size=$2; shift 2 ;;
@@ -15,6 +15,7 @@ while [ $# -gt 0 ]; do
         --net) net=$2; shift 2 ;;
         --state) state=$2; shift 2 ;;
         --no-daemon) daemon=no; shift ;;
+        --no-mediad) mediad=no; shift ;;
         --) shift; break ;;
         *) die "sandbox: unknown option $1 (see ./xp help)" ;;
     esac
@@ -48,12 +49,14 @@ unshare --mount true 2>/dev/null || [ "$(id -u)" -ne 0 ] ||
     die "this machine allows no mount namespaces, not even to root: a sandbox is not possible here"
 
 export XP_SANDBOX_DIR=$dir XP_MEDIA_SIZE=$media_size XP_STORE=$store XP_PROFILE=$profile XP_CLOCK=$clock
-export XP_DAEMON=$daemon XP_NET=$net
+export XP_DAEMON=$daemon XP_MEDIAD=$mediad XP_NET=$net
 # A signal for the script goes to the command inside, which ends the daemon in order; then we end.
 unshare "${namespaces[@]}" -- "$XP_ROOT/scripts/sandbox-inside.sh" "$@" &
 child=$!
+echo "$child" >"$dir/outer.pid"
 trap 'kill -TERM "$child" 2>/dev/null || true' TERM INT HUP
 status=0
 wait "$child" || status=$?
 while kill -0 "$child" 2>/dev/null; do wait "$child" || status=$?; done
+rm -f "$dir/outer.pid"
 exit "$status"

@@ -25,7 +25,7 @@ keep_clips
 say "the clip: $XP_RUN_DIR/clips/$clip"
 ffprobe -v error -show_entries \
     stream=index,codec_type,codec_name,profile,codec_tag_string,width,height,pix_fmt,r_frame_rate,nb_frames,sample_rate,channels:stream_tags=timecode:format=duration,size \
-    -of compact=nokey=0 "/media/A/$clip"
+    -of compact=nokey=0 "$(xpctl get active_media_path)/$clip"
 [ "$XP_RUN_ONCE" = yes ] && exit 0
 
 cat >&2 <<TEXT

@@ -59,9 +59,26 @@ fi
 export PATH=$XP_BUILD/bin:$XP_ROOT/scripts/bin:$PATH
 
 daemon_pid=
+start_mediad() {
+    if [ "$XP_MEDIAD" = yes ] && command -v xpmediad >/dev/null; then
+        # It returns when media are chosen and goes on in the background.
+        xpmediad >/run/xp/xpmediad.out 2>&1 </dev/null ||
+            { cat /run/xp/xpmediad.out >&2; die "sandbox: the media daemon did not start; its output is above"; }
+    else
+        # Nobody chooses media: the first one is the one to record on.
+        xpctl set active_media_path /media/A >/dev/null
+    fi
+}
+stop_mediad() {
+    local pid
+    pid=$(cat /var/lock/xpmediad.lock 2>/dev/null) && [ -n "$pid" ] || return 0
+    kill -TERM "$pid" 2>/dev/null || return 0
+    while kill -0 "$pid" 2>/dev/null; do read -rt 0.02 <> <(:) || true; done
+    [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpmediad.out >&2
+    return 0
+}
 start_daemon() {
-    # Until a media daemon chooses media, the first one is the one to record on.
-    xpctl set active_media_path /media/A >/dev/null
+    start_mediad
     rm -f /run/xp/notify
     socat -u UNIX-RECV:/run/xp/notify OPEN:/run/xp/ready,creat,append &
     local listener=$! tries=0
@@ -96,5 +113,6 @@ status=0
 wait "$command_pid" || status=$?
 while kill -0 "$command_pid" 2>/dev/null; do wait "$command_pid" || status=$?; done
 stop_daemon
+stop_mediad
 rm -f "$XP_SANDBOX_DIR/pid"
 exit "$status"

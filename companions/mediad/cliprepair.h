@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxenvironment.h"
+
+#include <string>
+
+/// Closes every clip of a folder that a crash left unfinished, and logs what became of each. What somebody
+/// records, what is closed and other people's files stay as they are. Blocks on the medium for as long as it
+/// takes; any thread.
+void repairClips(const std::string &folder, const QmxEnvironment &environment);

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Which medium is active and which one comes next.
+#include "companions/mediad/mediamachine.h"
+#include "companions/mediad/mediastep.h"
+
+using namespace MediaValues;
+
+namespace {
+
+/// The best medium with more than `level` percent free, other than `except`: the one with the current clip,
+/// else the first behind `except` in the order of paths. Null: none.
+const Medium *bestOf(const std::vector<Medium> &media, double level, const std::string &except,
+                     const std::string &currentClip = {})
+{
+    const Medium *first = nullptr;
+    const Medium *behind = nullptr;
+    for (const Medium &medium : media) {
+        if (medium.path == except || !medium.writable || medium.percentFree <= level) {
+            continue;
+        }
+        if (!currentClip.empty() && medium.holds(currentClip)) {
+            return &medium;
+        }
+        if (!first) {
+            first = &medium;
+        }
+        if (!behind && medium.path > except) {
+            behind = &medium;
+        }
+    }
+    return behind ? behind : first;
+}
+
+const Medium *bestToRecord(const std::vector<Medium> &media, const std::string &except,
+                           const std::string &currentClip = {})
+{
+    const Medium *best = bestOf(media, MediaMachine::targetLevel, except, currentClip);
+    return best ? best : bestOf(media, MediaMachine::fullLevel, except, currentClip);
+}
+
+} // namespace
+
+void MediaMachine::chooseActive(Step &step)
+{
+    const MediaParameters &is = step.is;
+    if (!isManaged(is.active)) {
+        return;
+    }
+    const Medium *active = is.active.empty() ? nullptr : step.mediumOf(is.active);
+    const bool isFull = active && active->percentFree <= fullLevel;
+    if (step.events.activeSet) {
+        _chosenFull = isFull ? is.active : std::string();
+    }
+    if (active) {
+        // No take can begin on it, so it makes room for one that can be recorded on, unless somebody has
+        // asked for it as it is, to play its clips.
+        const bool makesRoom = isFull && mediaAreFree(step) && _chosenFull != is.active;
+        if (const Medium *other = makesRoom ? bestToRecord(step.media, active->path) : nullptr) {
+            moveActive(step, other->path);
+        }
+        return;
+    }
+    // Gone, or never there. A take on it ends by itself; what comes after is chosen then.
+    const Medium *next = nullptr;
+    if (!step.recording()) {
+        next = bestToRecord(step.media, {}, is.currentClip);
+        if (!next && !step.media.empty()) {
+            next = &step.media.front(); // to play from
+        }
+    }
+    if (next) {
+        moveActive(step, next->path);
+    } else if (!is.active.empty()) {
+        step.setActive({});
+    }
+}
+
+/// A clip that is not on the new medium cannot be the current one there.
+void MediaMachine::moveActive(Step &step, const std::string &path)
+{
+    const Medium *medium = step.mediumOf(path);
+    const std::string &clip = step.is.currentClip;
+    const bool isThere = clip.empty() || clip == noClip || (medium && medium->holds(clip));
+    if (!isThere && !step.recording()) {
+        step.is.currentClip = noClip;
+        step.write(eParam_CurrentClip, std::string(noClip));
+    }
+    step.setActive(path);
+}
+
+void MediaMachine::chooseRollover(Step &step)
+{
+    const MediaParameters &is = step.is;
+    if (_frozen || !isManaged(is.rollover)) {
+        return;
+    }
+    const Medium *active = step.mediumOf(is.active);
+    const Medium *now = is.rollover.empty() ? nullptr : step.mediumOf(is.rollover);
+    const std::string activePath = active ? active->path : std::string();
+    if (now && now != active && now->writable && now->percentFree > targetLevel) {
+        return;
+    }
+    const Medium *next = active ? bestOf(step.media, targetLevel, activePath) : nullptr;
+    const std::string path = next ? next->path : std::string();
+    if (path != is.rollover) {
+        step.setRollover(path);
+    }
+}
+
+void MediaMachine::chooseLabel(Step &step)
+{
+    const Medium *active = step.mediumOf(step.is.active);
+    const std::string label = active ? active->label : std::string();
+    if (label != step.is.label && isManaged(step.is.active)) {
+        step.is.label = label;
+        step.write(eParam_MediaLabel, label);
+    }
+}

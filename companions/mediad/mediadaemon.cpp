@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/mediad/mediadaemon.h"
+
+#include "companions/mediad/cliprepair.h"
+#include "platform/product/mediumhelper.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxtaskthread.h"
+#include "platform/store/alarmproducer.h"
+#include "platform/store/alarmvalue.h"
+#include "platform/store/config.h"
+
+#include <QSocketNotifier>
+
+#include <optional>
+
+namespace {
+
+constexpr const char *module = "mediadaemon";
+constexpr const char *recorderLock = "/var/lock/xpd.lock";
+constexpr const char *mountTable = "/proc/self/mountinfo";
+constexpr const char *mediaRoot = "/media";
+constexpr int lookInterval = 250; // ms
+/// Clips are listed less often: on a full medium there are many. Every change of the transport lists them
+/// too.
+constexpr qint64 listInterval = QmxClock::nsPerSecond;
+constexpr std::chrono::milliseconds firstLook{2000};
+constexpr unsigned commandRecord = 3;
+constexpr unsigned commandStop = 4;
+
+unsigned number(Config &config, eParam_t id)
+{
+    unsigned value = 0;
+    config.getUInt(id, value);
+    return value;
+}
+
+std::string text(Config &config, eParam_t id)
+{
+    std::string value;
+    config.getString(id, value);
+    return value;
+}
+
+} // namespace
+
+struct MediaDaemon::Place
+{
+    Place(std::uint64_t number, const QmxEnvironment &environment)
+        : mount(number), look(std::make_shared<MediumLook>(environment))
+    {}
+    ~Place()
+    {
+        // The medium is gone or the program ends: a repair may hang there, and starts again the next time.
+        if (repairs) repairs->abandon();
+    }
+
+    const std::uint64_t mount;
+    const std::shared_ptr<MediumLook> look; ///< only on the medium's helper thread
+    std::optional<Medium> known;            ///< of the last look
+    std::unique_ptr<QmxTaskThread> repairs;
+};
+
+MediaDaemon::MediaDaemon(std::unique_ptr<Config> config, QObject *parent)
+    : QObject(parent),
+      _environment(QmxEnvironment::current()),
+      _recorderLock(QString::fromLatin1(recorderLock)),
+      _machine(mediaRoot),
+      _mountTable(QString::fromLatin1(mountTable)),
+      _config(std::move(config))
+{
+    if (_mountTable.open(QIODevice::ReadOnly)) {
+        // The kernel reports a changed mount table as an exceptional condition.
+        auto *changed = new QSocketNotifier(_mountTable.handle(), QSocketNotifier::Exception, this);
+        connect(changed, &QSocketNotifier::activated, this, &MediaDaemon::step);
+    } else {
+        qmxLogOutput(1, module, __LINE__, "Cannot read %s: %s; no media are found\n", mountTable,
+                     _mountTable.errorString().toLocal8Bit().constData());
+    }
+    _config->addListener(this);
+    step();
+    startTimer(lookInterval);
+}
+
+MediaDaemon::~MediaDaemon() = default;
+
+void MediaDaemon::timerEvent(QTimerEvent *)
+{
+    step();
+}
+
+void MediaDaemon::ParamChanged(eParam_t id, unsigned value, timeval)
+{
+    switch (id) {
+    case eParam_StorageState:
+        if (value == MediaValues::RolloverDone) ++_rolloversDone;
+        break;
+    case eParam_TransportCommand:
+        if (value == commandRecord) return;
+        ++_commands;
+        if (value != commandStop) ++_playCommands;
+        break;
+    case eParam_CueToFrame:
+    case eParam_GoToClipIndex:
+        ++_commands;
+        ++_playCommands;
+        break;
+    case eParam_TransportStatus:
+    case eParam_TransportRunning:
+    case eParam_RolloverEnabled:
+        break;
+    default:
+        return;
+    }
+    wake();
+}
+
+void MediaDaemon::ParamChanged(eParam_t id, std::string, timeval)
+{
+    switch (id) {
+    case eParam_ActiveMediaPath:
+        _activeSet = true;
+        break;
+    case eParam_TransportSpeed:
+    case eParam_CueToTimecode:
+    case eParam_GoToClipName:
+        ++_commands;
+        ++_playCommands;
+        break;
+    case eParam_RolloverMediaPath:
+        break;
+    default:
+        return;
+    }
+    wake();
+}
+
+void MediaDaemon::wake()
+{
+    if (_woken.exchange(true)) return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            _woken = false;
+            _listedAt = 0; // what changed may be a clip
+            step();
+        },
+        Qt::QueuedConnection);
+}
+
+void MediaDaemon::step()
+{
+    const std::vector<Medium> now = media();
+    // While the store refuses, the machine waits: its next decision would stand on writes that are not there.
+    if (!writeQueued()) return;
+    // The parameters after the media, since that took time; events before them, so that what an event tells
+    // is in the parameters.
+    const MediaEvents happened = events();
+    const MediaOrders orders = _machine.step(_environment.clock->now(), now, parameters(), happened);
+    _queued.assign(orders.writes.begin(), orders.writes.end());
+    writeQueued();
+    for (const std::string &path : orders.repairs)
+        repair(path);
+    _first = false;
+}
+
+std::vector<Mount> MediaDaemon::mounts()
+{
+    if (!_mountTable.isOpen()) return {};
+    _mountTable.seek(0);
+    return parseMountTable(_mountTable.readAll().toStdString(), mediaRoot);
+}
+
+std::vector<Medium> MediaDaemon::media()
+{
+    const qint64 now = _environment.clock->now();
+    const bool list = _listedAt == 0 || now - _listedAt >= listInterval;
+    if (list) _listedAt = now;
+    std::map<std::string, std::unique_ptr<Place>> places;
+    std::vector<Medium> found;
+    for (const Mount &mount : mounts()) {
+        std::unique_ptr<Place> &place = places[mount.path];
+        if (const auto before = _places.find(mount.path); before != _places.end())
+            place = std::move(before->second);
+        if (!place || place->mount != mount.mount) place = std::make_unique<Place>(mount.mount, _environment);
+        const auto answer = MediumHelper::instance().answer<std::optional<Medium>>(
+            mount.path, [look = place->look, mount, list] { return look->look(mount, list); },
+            _first ? firstLook : MediumHelper::limit);
+        if (answer)
+            place->known = *answer;
+        else if (place->known)
+            place->known->writable = false; // it hangs; nothing is begun on it
+        if (place->known) found.push_back(*place->known);
+    }
+    _places = std::move(places);
+    return found;
+}
+
+MediaParameters MediaDaemon::parameters() const
+{
+    MediaParameters is;
+    is.status = number(*_config, eParam_TransportStatus);
+    is.storage = number(*_config, eParam_StorageState);
+    is.running = number(*_config, eParam_TransportRunning) != 0;
+    is.rolloverEnabled = number(*_config, eParam_RolloverEnabled) != 0;
+    is.active = text(*_config, eParam_ActiveMediaPath);
+    is.rollover = text(*_config, eParam_RolloverMediaPath);
+    is.label = text(*_config, eParam_MediaLabel);
+    is.currentClip = text(*_config, eParam_CurrentClip);
+    // Last: a recorder that begins in between has its lock before it says anything else.
+    is.daemonRuns = _recorderLock.whoHasLock() != 0;
+    return is;
+}
+
+MediaEvents MediaDaemon::events()
+{
+    return {_rolloversDone.exchange(0), _commands.exchange(0), _playCommands.exchange(0),
+            _activeSet.exchange(false)};
+}
+
+bool MediaDaemon::writeQueued()
+{
+    while (!_queued.empty()) {
+        if (!write(_queued.front())) {
+            qmxLogOutput(1, module, __LINE__, "%s; trying again\n", _config->lastError().c_str());
+            return false;
+        }
+        _queued.pop_front();
+    }
+    return true;
+}
+
+bool MediaDaemon::write(const MediaWrite &order)
+{
+    const std::string name = GetDescriptor(order.id)->name();
+    switch (order.kind) {
+    case MediaWrite::Number:
+        qmxLogOutput(3, module, __LINE__, "%s = %u\n", name.c_str(), order.number);
+        return _config->setUInt(order.id, order.number);
+    case MediaWrite::Text:
+        qmxLogOutput(3, module, __LINE__, "%s = '%s'\n", name.c_str(), order.text.c_str());
+        return _config->setString(order.id, order.text);
+    case MediaWrite::RaiseAlarm:
+        qmxLogOutput(2, module, __LINE__, "%s\n", order.text.c_str());
+        return AlarmProducer::raise(_config.get(), order.id,
+                                    kel::alarms::Alarm_Severity(AlarmSeverity::Error), order.text);
+    case MediaWrite::ClearAlarm:
+        return AlarmProducer::clear(_config.get(), order.id);
+    }
+    return true;
+}
+
+void MediaDaemon::repair(const std::string &path)
+{
+    const auto place = _places.find(path);
+    if (place == _places.end()) return; // gone again
+    std::unique_ptr<QmxTaskThread> &thread = place->second->repairs;
+    if (!thread) thread = std::make_unique<QmxTaskThread>(QStringLiteral("media-repair"), 2, _environment);
+    // A full queue has a repair waiting already, which will find everything.
+    thread->post([path, environment = _environment] { repairClips(path, environment); });
+}

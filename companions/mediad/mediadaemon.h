@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "companions/mediad/mediamachine.h"
+#include "companions/mediad/mediumlook.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxlockfile.h"
+#include "platform/store/configeventlistener.h"
+
+#include <QFile>
+#include <QObject>
+
+#include <atomic>
+#include <deque>
+#include <map>
+#include <memory>
+
+class Config;
+class QmxTaskThread;
+
+/// Runs the media machine on the real machine: looks at mount table, media and store, lets it decide, writes.
+///
+/// Threads: everything runs on the event loop but the listener's calls, which come on the store's thread and
+/// only count and wake. Each medium is asked on its helper thread (MediumHelper: at most 100 ms) and repaired
+/// on a thread of its own ("media-repair").
+class MediaDaemon : public QObject, private ConfigEventListener
+{
+    Q_OBJECT
+
+public:
+    /// Takes the first look, at most 2 s a medium: when it returns, media are chosen. `config` is the access
+    /// to the store, a direct one.
+    explicit MediaDaemon(std::unique_ptr<Config> config, QObject *parent = nullptr);
+    ~MediaDaemon() override;
+
+protected:
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    /// One medium's helpers, shared with the threads that may still be using them.
+    struct Place;
+
+    using ConfigEventListener::ParamChanged;
+    void ParamChanged(eParam_t id, unsigned value, timeval time) override;
+    void ParamChanged(eParam_t id, std::string value, timeval time) override;
+
+    void wake();
+    void step();
+    std::vector<Mount> mounts();
+    std::vector<Medium> media();
+    MediaParameters parameters() const;
+    MediaEvents events();
+    bool writeQueued();
+    bool write(const MediaWrite &order);
+    void repair(const std::string &path);
+
+    QmxEnvironment _environment;
+    QmxLockFile _recorderLock;
+    MediaMachine _machine;
+    QFile _mountTable;
+    std::map<std::string, std::unique_ptr<Place>> _places; ///< by path
+    std::deque<MediaWrite>
+        _queued; ///< refused by the store so far; nothing is decided until they are through
+    qint64 _listedAt = 0;
+    bool _first = true;
+    std::atomic<bool> _woken = false;
+    std::atomic<int> _rolloversDone = 0;
+    std::atomic<int> _commands = 0;
+    std::atomic<int> _playCommands = 0;
+    std::atomic<bool> _activeSet = false;
+    std::unique_ptr<Config> _config; ///< last: it goes first, and with it the listener's calls
+};

@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/mediad/mediamachine.h"
+
+#include "companions/mediad/mediastep.h"
+
+#include <algorithm>
+
+using namespace MediaValues;
+
+namespace {
+
+constexpr std::int64_t nsPerMillisecond = 1'000'000;
+/// Stopped for so long, the transport has let go of the media whatever it says of them.
+constexpr std::int64_t freeAfter = 2000 * nsPerMillisecond;
+/// The transport says "still" for an instant before it plays.
+constexpr std::int64_t stillIsSure = 1000 * nsPerMillisecond;
+/// A command shows in the status after so long, or not at all.
+constexpr std::int64_t commandIsSlow = 2000 * nsPerMillisecond;
+
+} // namespace
+
+MediaMachine::MediaMachine(std::string root) : _root(std::move(root)) {}
+
+MediaOrders MediaMachine::step(std::int64_t now, const std::vector<Medium> &media,
+                               const MediaParameters &parameters, const MediaEvents &events)
+{
+    Step step{now, media, parameters, events, {}};
+    recorderGone(step);
+    followTransport(step);
+    noteMounts(step);
+    followTake(step);
+    answerRollover(step);
+    chooseActive(step);
+    chooseRollover(step);
+    chooseLabel(step);
+    followClips(step);
+    tellUpdated(step);
+    _first = false;
+    return std::move(step.orders);
+}
+
+bool MediaMachine::isManaged(const std::string &path) const
+{
+    return path.empty() || path.starts_with(_root + "/");
+}
+
+/// A recorder that was killed has told nobody.
+void MediaMachine::recorderGone(Step &step)
+{
+    MediaParameters &is = step.is;
+    const bool saysGone = is.status == ShutDown && !is.running && is.storage != InUse;
+    if (is.daemonRuns || saysGone) {
+        return;
+    }
+    is.storage = Released;
+    is.running = false;
+    is.status = ShutDown;
+    step.write(eParam_StorageState, is.storage);
+    step.write(eParam_TransportRunning, 0u);
+    step.write(eParam_TransportStatus, is.status);
+    for (const Medium &medium : step.media) {
+        _repairs.push_back(medium.path);
+    }
+}
+
+void MediaMachine::followTransport(Step &step)
+{
+    if (_first || step.is.status != _status) {
+        _status = step.is.status;
+        _statusSince = step.now;
+        _commandPending = false;
+    }
+    if (step.events.playCommands > 0) {
+        _commandPending = true;
+        _commandAt = step.now;
+    }
+    if (_commandPending && step.now - _commandAt >= commandIsSlow) {
+        _commandPending = false;
+    }
+}
+
+bool MediaMachine::mediaAreFree(const Step &step) const
+{
+    if (!step.is.daemonRuns) {
+        return true;
+    }
+    return step.is.status == Stopped && (step.is.storage != InUse || step.now - _statusSince >= freeAfter);
+}
+
+/// New media are looked at and repaired; a medium that is being recorded on has better things to do.
+void MediaMachine::noteMounts(Step &step)
+{
+    std::map<std::string, std::uint64_t> mounts;
+    bool anyNew = false;
+    for (const Medium &medium : step.media) {
+        mounts[medium.path] = medium.mount;
+        const auto known = _mounts.find(medium.path);
+        if (known == _mounts.end() || known->second != medium.mount) {
+            _repairs.push_back(medium.path);
+            anyNew = true;
+        }
+    }
+    if (anyNew && !_first) {
+        step.write(eParam_MediaLoading, 1u);
+    }
+    // The active medium was away between two looks: the transport must hear it, or it would go on with what
+    // it knows of the other one.
+    const Medium *active = step.mediumOf(step.is.active);
+    if (active && !_first && _mounts.contains(active->path) && _mounts[active->path] != active->mount) {
+        const std::string path = step.is.active;
+        step.setActive({});
+        moveActive(step, path);
+    }
+    _mounts = std::move(mounts);
+
+    const auto ordered = std::partition(_repairs.begin(), _repairs.end(), [&step](const std::string &path) {
+        const Medium *medium = step.mediumOf(path);
+        return step.recording() && medium && (medium->beingRecorded || medium->path == step.is.active);
+    });
+    step.orders.repairs.assign(ordered, _repairs.end());
+    _repairs.erase(ordered, _repairs.end());
+}
+
+void MediaMachine::followTake(Step &step)
+{
+    const bool recording = step.recording();
+    const Medium *active = step.mediumOf(step.is.active);
+    if (recording && !_recording) {
+        _lowest = 100;
+        _commanded = false;
+        _chosenFull.clear();
+        if (!_first) {
+            step.orders.writes.push_back({eParam_AlarmMediaFull, MediaWrite::ClearAlarm, 0, {}});
+        }
+    }
+    if (_recording) {
+        _commanded = _commanded || step.events.commands > 0;
+    }
+    if ((recording || _recording) && active && step.events.rolloversDone == 0) {
+        _lowest = std::min(_lowest, active->percentFree);
+    }
+    if (_recording && !recording && step.is.daemonRuns) {
+        mediumFull(step);
+    }
+    _recording = recording;
+
+    // From here on the transport may start a rollover at any moment; it is over with its notice, or with the
+    // media when the take has ended without one.
+    if (recording && active && active->percentFree <= freezeLevel) {
+        _frozen = true;
+    } else if (!recording && step.is.storage != InUse) {
+        _frozen = false;
+    }
+}
+
+/// A take has ended; tells whether it was for want of room.
+void MediaMachine::mediumFull(Step &step)
+{
+    const double limit = step.is.rolloverEnabled ? stopLevel : fullLevel;
+    // The closed clip gives back what was allocated ahead, and the transport measures at moments of its own:
+    // a percent more is believed when nobody has ended the take.
+    constexpr double tolerance = 1;
+    if (_lowest > limit + (_commanded ? 0 : tolerance)) {
+        return;
+    }
+    step.orders.writes.push_back({eParam_AlarmMediaFull, MediaWrite::RaiseAlarm, 0,
+                                  "The recording has ended because " + step.is.active +
+                                      " is full; record on another medium or delete clips"});
+}
+
+/// The transport has swapped the media itself; the store follows in the order that it waits for.
+void MediaMachine::answerRollover(Step &step)
+{
+    const MediaParameters &is = step.is;
+    const Medium *target = step.mediumOf(is.rollover);
+    const Medium *active = step.mediumOf(is.active);
+    // The notice came while no media daemon was running: the take already goes on on the other medium.
+    const bool missed = _first && step.recording() && is.storage == RolloverDone && target &&
+                        target->beingRecorded && !(active && active->beingRecorded);
+    if ((step.events.rolloversDone == 0 && !missed) || is.rollover.empty()) {
+        return;
+    }
+    const bool isGood = target && (target->writable || target->beingRecorded);
+    step.setActive(isGood ? is.rollover : is.active);
+    step.setRollover({});
+    _frozen = false;
+    _lowest = 100;
+    _due = Due::List;
+    tellUpdated(step);
+    if (const Medium *now = step.mediumOf(is.active)) {
+        _listedPath = is.active;
+        _listed = now->clips;
+    }
+}
+
+/// Compares the clips of the active medium with those that the transport knows.
+void MediaMachine::followClips(Step &step)
+{
+    const Medium *active = step.mediumOf(step.is.active);
+    if (!active) {
+        _listedPath.clear();
+        return;
+    }
+    if (_listedPath == step.is.active && _listed != active->clips) {
+        _due = Due::List;
+    }
+    // A new path alone makes the transport list its clips.
+    _listedPath = step.is.active;
+    _listed = active->clips;
+}
+
+/// "Media updated" ends a running playback, so it waits until none runs.
+void MediaMachine::tellUpdated(Step &step)
+{
+    if (!step.is.daemonRuns) {
+        _due = Due::Nothing; // it lists the clips when it starts
+    }
+    const bool isStill = step.is.status == Still && step.now - _statusSince >= stillIsSure;
+    // Until the clip of an ended take is closed a listing would lack it.
+    const Medium *active = step.mediumOf(step.is.active);
+    const bool isClosing = active && active->beingRecorded;
+    const bool isStopped = step.is.status == Stopped && !_commandPending && !isClosing;
+    const bool allowed = _due == Due::List ? isStopped || isStill || step.recording() : isStopped;
+    if (_due == Due::Nothing || !allowed) {
+        return;
+    }
+    step.write(eParam_MediaUpdated, 1u);
+    _due = Due::Nothing;
+}

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "companions/mediad/medium.h"
+#include "platform/store/eparam.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+/// Values of parameters that the media daemon reads and writes.
+namespace MediaValues {
+enum Status : unsigned { Stopped = 1, Recording = 2, Still = 15, ShutDown = 20 };
+enum Storage : unsigned { Unknown = 0, InUse = 1, Released = 2, RolloverDone = 3 };
+constexpr auto noClip = "N/A";
+} // namespace MediaValues
+
+/// Parameters of the store at one moment, and whether the recorder's lock is held.
+struct MediaParameters
+{
+    bool daemonRuns = false;
+    unsigned status = MediaValues::ShutDown;
+    unsigned storage = MediaValues::Unknown;
+    bool running = false;
+    bool rolloverEnabled = false;
+    std::string active;
+    std::string rollover;
+    std::string label;
+    std::string currentClip;
+};
+
+/// What other programs have written since the step before.
+struct MediaEvents
+{
+    int rolloversDone = 0;  ///< the transport has changed media in a take
+    int commands = 0;       ///< commands that end a take (all but record)
+    int playCommands = 0;   ///< of them those after which a playback may run (all but stop)
+    bool activeSet = false; ///< somebody has chosen the active medium
+};
+
+/// One write to the store.
+struct MediaWrite
+{
+    enum Kind { Number, Text, RaiseAlarm, ClearAlarm };
+
+    eParam_t id{};
+    Kind kind = Number;
+    unsigned number = 0;
+    std::string text;
+
+    friend bool operator==(const MediaWrite &, const MediaWrite &) = default;
+};
+
+/// What is to be done now.
+struct MediaOrders
+{
+    std::vector<MediaWrite> writes; ///< in this order
+    std::vector<std::string>
+        repairs; ///< media on which clips that nobody records may have been left unfinished
+};
+
+/// Decides which medium is active, which one comes next, and what the transport is told about media.
+///
+/// It has no threads, no clock and no files. step() gets all there is to know and gives what is to be
+/// written; it expects that its writes are carried out. One thread.
+class MediaMachine
+{
+public:
+    /// Percent free: at and below these a medium is full for a new take, too full to roll over to, so full
+    /// that a rollover may begin any moment, and full for a running take that may roll over.
+    static constexpr double fullLevel = 10;
+    static constexpr double targetLevel = 15;
+    static constexpr double freezeLevel = 12;
+    static constexpr double stopLevel = 8;
+
+    /// Media are mounted below `root`; other active paths are somebody's own choice and left alone.
+    explicit MediaMachine(std::string root = "/media");
+
+    /// `now` in nanoseconds of a steady clock; `media` in the order of their paths.
+    MediaOrders step(std::int64_t now, const std::vector<Medium> &media, const MediaParameters &parameters,
+                     const MediaEvents &events);
+
+private:
+    struct Step; ///< one call's view of the world, with its writes applied
+
+    void recorderGone(Step &step);
+    void followTransport(Step &step);
+    void followTake(Step &step);
+    void mediumFull(Step &step);
+    void noteMounts(Step &step);
+    void answerRollover(Step &step);
+    void chooseActive(Step &step);
+    void moveActive(Step &step, const std::string &path);
+    void chooseRollover(Step &step);
+    void chooseLabel(Step &step);
+    void followClips(Step &step);
+    void tellUpdated(Step &step);
+    bool isManaged(const std::string &path) const;
+    bool mediaAreFree(const Step &step) const;
+
+    enum class Due { Nothing, Start, List };
+
+    const std::string _root;
+    bool _first = true;
+    unsigned _status = 0;
+    std::int64_t _statusSince = 0;
+    std::int64_t _commandAt = 0;
+    bool _commandPending = false; ///< a command may not show in the status yet
+    bool _recording = false;
+    bool _commanded = false;                      ///< in this take, by a command that ends it
+    double _lowest = 100;                         ///< percent free in this take
+    bool _frozen = false;                         ///< the transport may be using the rollover path
+    std::string _chosenFull;                      ///< somebody wants this medium although it is full
+    std::map<std::string, std::uint64_t> _mounts; ///< by path
+    std::vector<std::string> _repairs;            ///< not yet ordered
+    std::string _listedPath;                      ///< active path of _listed
+    std::uint64_t _listed = 0;                    ///< the clips that the transport knows of
+    Due _due = Due::Start;
+};

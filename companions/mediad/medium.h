@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// What is known about one mounted medium. A plain value.
+struct Medium
+{
+    std::string path;        ///< where it is mounted
+    std::string label;       ///< of its file system; without one the last part of the path
+    std::uint64_t mount = 0; ///< differs after it was unmounted and mounted again
+    bool writable = false;   ///< false too while it does not answer
+    double percentFree = 0;  ///< rounded to whole numbers, as the transport does it
+    std::uint64_t clips = 0; ///< differs when a clip has come, gone or changed; those being recorded left out
+    std::vector<std::string> names; ///< of all clips, in alphabetical order
+    bool beingRecorded = false;     ///< somebody records a clip on it
+
+    bool holds(const std::string &name) const { return std::binary_search(names.begin(), names.end(), name); }
+};

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/mediad/mediumlook.h"
+
+#include "platform/product/clipscan.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+QString localName(const std::string &path)
+{
+    return QString::fromLocal8Bit(path);
+}
+
+/// FNV-1a (draft-eastlake-fnv, 64 bits) over what tells one state of a clip from another.
+class Fingerprint
+{
+public:
+    void add(const void *data, std::size_t size)
+    {
+        for (std::size_t i = 0; i < size; ++i) {
+            _value = (_value ^ static_cast<const unsigned char *>(data)[i]) * 0x100000001b3;
+        }
+    }
+    std::uint64_t value() const { return _value; }
+
+private:
+    std::uint64_t _value = 0xcbf29ce484222325;
+};
+
+} // namespace
+
+MediumLook::MediumLook(const QmxEnvironment &environment) : _environment(environment) {}
+
+bool MediumLook::isBeingRecorded(const std::string &path) const
+{
+    const int fd = _environment.files->open(localName(path), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    const bool locked = _environment.files->flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    _environment.files->close(fd); // releases the lock
+    return locked;
+}
+
+std::optional<Medium> MediumLook::look(const Mount &mount, bool listClips)
+{
+    struct statfs64 root = {};
+    struct statfs64 space = {};
+    QmxFiles &files = *_environment.files;
+    if (files.statfs(QStringLiteral("/"), &root) != 0 || files.statfs(localName(mount.path), &space) != 0 ||
+        std::memcmp(&root.f_fsid, &space.f_fsid, sizeof root.f_fsid) == 0 || space.f_blocks == 0) {
+        return std::nullopt;
+    }
+    const bool lists = listClips || !_last;
+    if (lists) {
+        _last = Medium{mount.path, mediumLabel(mount), mount.mount, false, 0, 0, {}, false};
+    }
+    _last->writable = mount.writable;
+    _last->percentFree = std::round(double(space.f_bfree) / double(space.f_blocks) * 100.0);
+    if (lists && !list(*_last)) {
+        _last.reset();
+    }
+    return _last;
+}
+
+/// Fills in what is known of the clips; false when the medium cannot be read.
+bool MediumLook::list(Medium &medium)
+{
+    std::error_code failed;
+    std::map<std::string, Known> seen;
+    fs::directory_iterator entry(medium.path, failed);
+    for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
+        const std::string name = entry->path().filename().string();
+        struct stat64 status = {};
+        // An empty file may belong to a writer that has not got its lock yet: asking could take it away.
+        if (!isClipName(name) || _environment.files->stat(localName(entry->path().string()), &status) != 0 ||
+            !S_ISREG(status.st_mode) || status.st_size == 0) {
+            continue;
+        }
+        Known now{status.st_size, status.st_mtim.tv_sec * QmxClock::nsPerSecond + status.st_mtim.tv_nsec,
+                  false};
+        const Known &before = _known[name];
+        if (now.size != before.size || now.changed != before.changed || before.beingRecorded) {
+            now.beingRecorded = isBeingRecorded(entry->path().string());
+        }
+        seen.emplace(name, now);
+    }
+    if (failed) {
+        return false;
+    }
+    Fingerprint fingerprint;
+    for (const auto &[name, clip] : seen) {
+        medium.beingRecorded = medium.beingRecorded || clip.beingRecorded;
+        if (clip.beingRecorded) {
+            continue;
+        }
+        medium.names.push_back(name);
+        fingerprint.add(name.c_str(), name.size() + 1);
+        fingerprint.add(&clip.size, sizeof clip.size);
+        fingerprint.add(&clip.changed, sizeof clip.changed);
+    }
+    medium.clips = fingerprint.value();
+    _known = std::move(seen);
+    return true;
+}

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "companions/mediad/medium.h"
+#include "companions/mediad/mounttable.h"
+#include "platform/qmx/core/qmxenvironment.h"
+
+#include <map>
+#include <optional>
+#include <string>
+
+/// Looks at one medium: room, clips, whether a take is running on it. It reads no clip and waits for no
+/// lock, so it disturbs nobody who records.
+///
+/// Blocks on the medium; one thread at a time.
+class MediumLook
+{
+public:
+    explicit MediumLook(const QmxEnvironment &environment);
+
+    /// Nothing when the place is no medium: it cannot be read, or lies on the file system of "/". Without
+    /// `listClips` only the room is measured and the rest is that of the last listing; the first look lists.
+    std::optional<Medium> look(const Mount &mount, bool listClips);
+
+private:
+    struct Known
+    {
+        qint64 size = -1;
+        qint64 changed = 0; ///< nanoseconds since 1970
+        bool beingRecorded = false;
+    };
+    bool isBeingRecorded(const std::string &path) const;
+    bool list(Medium &medium);
+
+    QmxEnvironment _environment;
+    std::map<std::string, Known> _known; ///< by file name
+    std::optional<Medium> _last;
+};

@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/scenarios/recorderrig.h"
+
+#include "companions/stills/stillclips.h"
+#include "platform/product/shmstring.h"
+#include "platform/qmx/device/lumenprofile.h"
+#include "platform/qmx/device/qmxstrip.h"
+#include "platform/store/configfactoryimpl.h"
+#include "tests/config/privatemachine.h"
+#include "xpd/transport/lossofvideofile.h"
+
+#include <QDir>
+
+namespace {
+
+const PrivateMachine machine("320m");
+
+constexpr const char *outputName = "/xp_scenario";
+constexpr int lookMs = 10; ///< at most half a tick, so that no picture is missed
+
+/// The machine's files, but for the stills, which are the test's.
+class FilesWithStills : public QmxFiles
+{
+public:
+    explicit FilesWithStills(const QString &stills) : _stills(stills) {}
+    int open(const QString &path, int flags, mode_t mode) override
+    {
+        return QmxFiles::open(here(path), flags, mode);
+    }
+    int stat(const QString &path, struct stat64 *data) override { return QmxFiles::stat(here(path), data); }
+
+private:
+    QString here(const QString &path) const
+    {
+        const QLatin1String installed(lossOfVideoDirectory);
+        return path.startsWith(installed) ? _stills + path.mid(installed.size()) : path;
+    }
+
+    QString _stills;
+};
+
+void emptyFolder(const QString &path)
+{
+    for (const QFileInfo &entry : QDir(path).entryInfoList(QDir::Files | QDir::Hidden))
+        QFile::remove(entry.filePath());
+}
+
+} // namespace
+
+RecorderRig::RecorderRig(const QString &input, const QString &device)
+{
+    for (const char *folder : {"/media/A", "/media/B", "/var/lib/xp"})
+        emptyFolder(QLatin1String(folder));
+    writeAll(QLatin1String(LumenProfile::defaultPath),
+             QStringLiteral("[device]\nworkers=2\n%1\n[inputs]\n601=%2\n[outputs]\nmonitor=preview:%3\n")
+                 .arg(device, input, QLatin1String(outputName))
+                 .toUtf8());
+    const QString stills = dir.file(QStringLiteral("stills"));
+    for (const StillClip &still : stillClips()) {
+        if (still.desc.height() >= 1080 || still.desc.dataType() != QmxId(202)) continue;
+        EXPECT_FALSE(writeStillClip(stills, still).isError());
+    }
+    files = std::make_shared<FaultyFiles>(std::make_shared<FilesWithStills>(stills));
+    QmxEnvironment environment = QmxEnvironment::current();
+    environment.files = files;
+    QmxEnvironment::setCurrent(environment);
+
+    registerMetaTypes();
+    // Before the input is known, the card is set up for a format that this rig has no still for.
+    allowLog(QString(), QStringLiteral("loss_of_video_1080p"));
+    allowLog(QString(), QStringLiteral("Failed to find loss of video file for 1920x1080")); // at shutdown
+    CreateDescriptors();
+    store.reset(ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "operator", false));
+    EXPECT_TRUE(store->setString(eParam_ActiveMediaPath, "/media/A"));
+}
+
+RecorderRig::~RecorderRig()
+{
+    if (app) quit();
+}
+
+void RecorderRig::begin()
+{
+    app = std::make_unique<MainObject>(false, nullptr);
+    EXPECT_TRUE(_output.open(QLatin1String(outputName)));
+    ASSERT_TRUE(until([this] { return vtr().inputState().isValid(); }));
+    pass(1000); // the input that was found leads to a reset half a second later
+    ASSERT_TRUE(settles(VtrMode::StandbyOff));
+    takeShown();
+}
+
+void RecorderRig::quit()
+{
+    // The framework lets a change of mode end before it tells the application of the end.
+    EXPECT_TRUE(until([this] { return !vtr().hasPendingModeChange(); }));
+    quitAtOnce();
+}
+
+void RecorderRig::quitAtOnce()
+{
+    app->shutdown();
+    app.reset();
+}
+
+void RecorderRig::look()
+{
+    QmxPreviewPicture picture;
+    const quint64 count = _output.count();
+    if (count == _outputCount || !_output.read(picture)) return;
+    EXPECT_TRUE(count == _outputCount + 1 || _outputCount == 0) << "the test has missed a picture";
+    _outputCount = count;
+    Shown one;
+    one.tick = picture.tick;
+    one.frame = picture.frameNumber;
+    one.timecode = picture.timecode;
+    one.format = picture.format;
+    one.isCapture = picture.isCapture;
+    one.hasPicture = picture.hasPicture;
+    const auto strip = QmxStrip::readLuma8(reinterpret_cast<const uchar *>(picture.luma.constData()),
+                                           picture.width, picture.height, picture.width);
+    if (strip) one.strip = *strip;
+    _lastShown = one;
+    shown.append(one);
+}
+
+void RecorderRig::pass(int ms)
+{
+    for (int passed = 0; passed < ms; passed += lookMs) {
+        Stepper::runMs(std::min(lookMs, ms - passed));
+        look();
+    }
+}
+
+bool RecorderRig::until(const std::function<bool()> &predicate, int maxMs)
+{
+    Stepper::deliver();
+    for (int passed = 0; !predicate(); passed += lookMs) {
+        if (passed >= maxMs) return false;
+        pass(lookMs);
+    }
+    return true;
+}
+
+void RecorderRig::write(eParam_t param, const QString &value)
+{
+    _mark = LogCollector::texts(QStringLiteral("vtrobject")).size();
+    const qsizetype before = LogCollector::texts(QStringLiteral("mainobject")).size();
+    const ParamDescriptor *descriptor = GetDescriptor(param);
+    StoreValue parsed;
+    std::string reason;
+    ASSERT_TRUE(descriptor->parse(value.toStdString(), parsed, reason)) << reason;
+    const bool isEvent = param == eParam_TransportCommand || param == eParam_TransportSpeed ||
+                         param == eParam_CueToFrame || param == eParam_TimecodePresetHour;
+    const bool isText = parsed.kind == StoreValue::Kind::String;
+    if (!isEvent && (isText ? text(param) == value : number(param) == parsed.number)) return;
+    ASSERT_TRUE(store->setValue(param, parsed)) << store->lastError();
+    const QString arrived = QStringLiteral("Param Changed: [%1]").arg(quint32(param), 0, 16);
+    EXPECT_TRUE(Stepper::waitFor([&] {
+        return !LogCollector::texts(QStringLiteral("mainobject")).mid(before).filter(arrived).isEmpty();
+    })) << value.toStdString();
+}
+
+bool RecorderRig::isIdle()
+{
+    return !vtr().hasPendingModeChange() && vtr().stateToString().endsWith(QStringLiteral("] "));
+}
+
+bool RecorderRig::settles(VtrMode::Value mode)
+{
+    return until([this, mode] { return vtr().state().mode().value() == mode && isIdle(); });
+}
+
+QString RecorderRig::record(int ms)
+{
+    command(3);
+    EXPECT_TRUE(settles(VtrMode::Record));
+    pass(ms);
+    const QString path = currentPath();
+    EXPECT_TRUE(stop());
+    return path;
+}
+
+bool RecorderRig::stop()
+{
+    command(4);
+    return settles(VtrMode::StandbyOff);
+}
+
+void RecorderRig::enterStill()
+{
+    speed(QStringLiteral("0"));
+    ASSERT_TRUE(settles(VtrMode::Play));
+    ASSERT_TRUE(until([this] { return onOutput() >= 0; }));
+    pass(600); // whatever the change of the card's format has held up is over
+}
+
+void RecorderRig::cueAndWait(int frame)
+{
+    cue(frame);
+    ASSERT_TRUE(until([this, frame] { return isIdle() && onOutput() == frame; })) << onOutput();
+}
+
+unsigned RecorderRig::number(eParam_t param)
+{
+    unsigned value = 0;
+    store->getUInt(param, value);
+    return value;
+}
+
+QString RecorderRig::text(eParam_t param)
+{
+    std::string value;
+    store->getString(param, value);
+    return QString::fromStdString(value);
+}
+
+QByteArray RecorderRig::data(eParam_t param)
+{
+    std::string value;
+    store->getData(param, value);
+    return QByteArray::fromStdString(value);
+}
+
+bool RecorderRig::reads(eParam_t param, unsigned value)
+{
+    return Stepper::waitFor([&] { return number(param) == value; });
+}
+
+bool RecorderRig::reads(eParam_t param, const QString &value)
+{
+    return Stepper::waitFor([&] { return text(param) == value; });
+}
+
+QString RecorderRig::shared(const char *name)
+{
+    std::string value;
+    EXPECT_TRUE(ShmStringReader(name).get(value)) << name;
+    return QString::fromStdString(value);
+}

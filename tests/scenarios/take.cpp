@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/scenarios/take.h"
+
+#include "platform/qmx/codec/qmxvideocodec.h"
+#include "platform/qmx/device/qmxstrip.h"
+#include "platform/qmx/stream/qmxclipreader.h"
+#include "tests/support/print.h"
+
+#include <gtest/gtest.h>
+
+Take Take::read(const QString &path)
+{
+    Take take;
+    take.path = path;
+    QmxClipReader reader;
+    const QmxError error = reader.open(path);
+    EXPECT_FALSE(error.isError()) << path.toStdString() << ": " << error.toString().toStdString();
+    if (error.isError()) return take;
+    take.info = reader.info();
+    const QmxCodecRow *codec = qmxCodec(take.info.image.dataType());
+    const auto decoder = codec->createDecoder(take.info.image);
+    for (qint64 i = 0; i < take.info.frames; ++i) {
+        QmxFrame frame;
+        EXPECT_FALSE(reader.readFrame(i, frame).isError()) << path.toStdString() << ' ' << i;
+        QmxPicture picture;
+        if (!frame.vids().isEmpty() && !frame.vids().first().buffers().isEmpty()) {
+            EXPECT_FALSE(decoder->decode(frame.vids().first().buffers().first(), picture).isError()) << i;
+        }
+        const auto strip = picture.isValid() ? QmxStrip::read(picture) : std::nullopt;
+        take.strips.append(strip ? qint64(*strip) : -1);
+        take.timecodes.append(frame.meta().value(QmxId(12)).value<QmxTimecode>());
+        const QmxAudio sound = frame.auds().isEmpty() ? QmxAudio() : frame.auds().first();
+        take.samples.append(sound.isValid() ? sound.samples() : 0);
+        take.marks.append(sound.isValid()
+                              ? QmxStrip::findMark(sound.data(), sound.samples(), sound.desc().channels())
+                              : -1);
+    }
+    return take;
+}
+
+void Take::expectWhole() const
+{
+    SCOPED_TRACE(path.toStdString());
+    EXPECT_TRUE(info.closed);
+    ASSERT_GT(frames(), 0);
+    for (int i = 0; i < frames(); ++i) {
+        ASSERT_EQ(strips.at(i), strips.first() + i) << "frame " << i;
+        const bool isMarked = strips.at(i) % QmxStrip::markInterval == 0;
+        ASSERT_EQ(marks.at(i), isMarked ? 0 : -1) << "sound of frame " << i;
+    }
+    expectOneSequenceOfTimecodes();
+}
+
+void Take::expectOneSequenceOfTimecodes() const
+{
+    for (int i = 1; i < frames(); ++i)
+        ASSERT_EQ(timecodes.at(i), timecodes.first().advanced(i)) << path.toStdString() << " frame " << i;
+}

@@ -53,6 +53,7 @@ TransportRig::TransportRig(const QString &input, const QString &device)
 
 void TransportRig::create()
 {
+    _reportedMode = VtrMode();
     _vtr = std::make_unique<VtrObject>(nullptr);
     listen();
 }
@@ -76,7 +77,8 @@ void TransportRig::listen()
     QObject::connect(vtr, &VtrObject::modeChanged, [note](const VtrMode &from, const VtrMode &to) {
         note(QStringLiteral("mode %1 %2").arg(from.name(), to.name()));
     });
-    QObject::connect(vtr, &VtrObject::stateChanged, [note](const VtrState &from, const VtrState &to) {
+    QObject::connect(vtr, &VtrObject::stateChanged, [this, note](const VtrState &from, const VtrState &to) {
+        _reportedMode = to.mode();
         note(QStringLiteral("state %1> %2").arg(from.toString(), to.toString().trimmed()));
     });
     QObject::connect(vtr, &VtrObject::streamIsOpen, [note](const QmxError &error) {
@@ -121,7 +123,7 @@ bool TransportRig::runUntilIdle()
 
 bool TransportRig::runUntilMode(VtrMode mode)
 {
-    return Stepper::runUntil([this, mode] { return _vtr->state().mode() == mode && isIdle(); });
+    return Stepper::runUntil([this, mode] { return _reportedMode == mode && isIdle(); });
 }
 
 void TransportRig::startUp()

@@ -35,6 +35,7 @@ protected:
     void abandon() { _vtr.reset(); }
 
     bool runUntilIdle();
+    /// Until the change to this mode is complete: reported, and nothing in progress.
     bool runUntilMode(VtrMode mode);
     bool isIdle() const;
     /// A frame of the clip being played waits for the output or is on it.
@@ -66,4 +67,5 @@ private:
 
     std::unique_ptr<VtrObject> _vtr;
     qsizetype _logMark = 0;
+    VtrMode _reportedMode;
 };

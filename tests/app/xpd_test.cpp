@@ -128,18 +128,6 @@ TEST_F(XpdTest, aTerminationSignalEndsItInOrderUnlessOnlyMinusDIsGiven)
     signal(*service, SIGTERM);
     EXPECT_EQ(end(*service), 0);
     EXPECT_EQ(read(eParam_TransportStatus), 20u);
-
-    const auto debug = start({"-D"});
-    QByteArray said;
-    ASSERT_TRUE(says(*debug, said, "VtrObject is starting..."));
-    ASSERT_TRUE(reads(eParam_TransportStatus, 1));
-    signal(*debug, SIGUSR1);
-    EXPECT_TRUE(says(*debug, said, "Ignoring Signal. User defined signal 1"));
-    signal(*debug, SIGINT);
-    EXPECT_EQ(end(*debug), 0);
-    EXPECT_TRUE(says(*debug, said, "Exit requested. Interrupt"));
-    EXPECT_TRUE(says(*debug, said, "VtrObject shutdown complete..."));
-    EXPECT_EQ(read(eParam_TransportStatus), 20u);
 }
 
 TEST_F(XpdTest, takesItsOptions)

@@ -8,6 +8,7 @@
 
 namespace {
 constexpr const char *addressFile = "/etc/xp/store";
+constexpr std::size_t longestAddress = 4096;
 constexpr const char *defaultAddress = "sqlite:/var/lib/xp/store.db";
 } // namespace
 
@@ -27,6 +28,7 @@ std::string GetConfigURI(const std::string &)
     std::ifstream file(addressFile);
     std::string line;
     if (!std::getline(file, line)) return defaultAddress;
+    if (line.size() > longestAddress) line.resize(longestAddress); // a file of another kind
     line.erase(line.find_last_not_of(" \t\r") + 1);
     return line.empty() ? defaultAddress : line;
 }

@@ -71,7 +71,10 @@ StoreResult SqliteBackend::openAtPath()
     disconnect();
     const auto identity = StoreFiles::identity(_files.database());
     if (!identity)
-        return {StoreResult::Unreachable, "the configuration store " + _files.database() + " does not exist"};
+        return {StoreResult::Unreachable, "the configuration store " + _files.database() +
+                                              " does not exist; it is made as soon as it can be written"};
+    // Nobody leaves an empty file there; the library would wait for a lock on it.
+    if (_files.isEmpty()) return damaged("it is empty");
     if (!_database.open(_files.database(), SqliteDatabase::ReadWrite)) {
         const StoreResult result = _database.result("cannot open");
         disconnect();
@@ -126,7 +129,8 @@ StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work)
                     where + "another process holds its lock; see who with fuser " + _files.lock()};
         return {_lock.error() == EROFS || _lock.error() == EACCES ? StoreResult::ReadOnly
                                                                   : StoreResult::Unreachable,
-                where + _files.lock() + ": " + std::strerror(_lock.error())};
+                where + _files.lock() + ": " + std::strerror(_lock.error()) +
+                    "; check the folder, its rights and how its disk is mounted"};
     }
     const StoreLockHolder holder(_lock);
     bool ballastFreed = false;

@@ -50,7 +50,7 @@ private:
     StoreResult createOrRestore(const std::string &reason);
     StoreImage newestGoodBackup(quint64 &top);
     void salvage(StoreImage &image, quint64 &top);
-    StoreResult clearLeftovers();
+    StoreResult clearLeftovers(bool thorough);
 
     // sqlitecare.cpp: upkeep
     std::string checkpoint(); ///< why not; empty when it is well

@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 
 #include <unistd.h>
 
@@ -15,13 +14,19 @@ namespace {
 
 constexpr const char *module = "sqliterepair";
 
-/// Tells one start of the machine from the next.
-std::string bootId()
+bool isVolatile(const ParamDescriptor &descriptor)
 {
-    std::ifstream file("/proc/sys/kernel/random/boot_id");
-    std::string id;
-    std::getline(file, id);
-    return id;
+    return descriptor.keep() == ParamDescriptor::Keep::Volatile && !descriptor.isAlarm();
+}
+
+/// What is not kept over a restart of the machine is no part of a file that was written before it.
+void dropWhatARestartEnded(SqliteDatabase &file, StoreImage &image)
+{
+    if (file.text("SELECT value FROM meta WHERE key = 'boot'") == SqliteSchema::bootId()) return;
+    std::erase_if(image, [](const auto &row) {
+        const ParamDescriptor *descriptor = GetDescriptor(eParam_t(row.first));
+        return descriptor && isVolatile(*descriptor);
+    });
 }
 
 void mergeNewer(StoreImage &into, const StoreImage &from)
@@ -42,6 +47,7 @@ StoreImage SqliteBackend::newestGoodBackup(quint64 &top)
         if (file.open(backup.path, SqliteDatabase::ReadOnly) && file.text("PRAGMA quick_check") == "ok" &&
             SqliteSchema::readParameters(file, image) == 0 && !file.isFailed()) {
             top = std::max(top, SqliteSchema::newestVersion(file));
+            dropWhatARestartEnded(file, image);
             return image;
         }
         qmxLogOutput(2, module, __LINE__,
@@ -60,6 +66,8 @@ void SqliteBackend::salvage(StoreImage &image, quint64 &top)
     SqliteSchema::readParameters(file, readable);
     file.clearError();
     top = std::max(top, SqliteSchema::newestVersion(file));
+    file.clearError();
+    dropWhatARestartEnded(file, readable);
     mergeNewer(image, readable);
 }
 
@@ -108,9 +116,9 @@ StoreResult SqliteBackend::createOrRestore(const std::string &reason)
 
 /// What earlier processes left behind: alarms that nobody is there to clear, and, after a restart of the
 /// machine, everything that is not kept over it.
-StoreResult SqliteBackend::clearLeftovers()
+StoreResult SqliteBackend::clearLeftovers(bool thorough)
 {
-    const std::string boot = bootId();
+    const std::string boot = SqliteSchema::bootId();
     const bool restarted = _database.text("SELECT value FROM meta WHERE key = 'boot'") != boot;
     StoreImage image;
     if (SqliteSchema::readParameters(_database, image) > 0) return damaged("rows have a wrong checksum");
@@ -118,9 +126,11 @@ StoreResult SqliteBackend::clearLeftovers()
     for (const auto &[id, stored] : image) {
         const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
         if (!descriptor || stored.value == descriptor->defaultValue()) continue;
-        const bool isVolatile = descriptor->keep() == ParamDescriptor::Keep::Volatile;
-        if ((restarted && isVolatile && !descriptor->isAlarm()) ||
-            (descriptor->isAlarm() && !storeSourceIsAlive(stored.source)))
+        // That the store was restored is shown until the daemon starts anew: whoever restored it may have
+        // been a command of a moment.
+        const bool staysUp = descriptor->id() == eParam_AlarmStoreRestored && !restarted && !thorough;
+        if ((restarted && isVolatile(*descriptor)) ||
+            (descriptor->isAlarm() && !staysUp && !storeSourceIsAlive(stored.source)))
             stale.push_back(eParam_t(id));
     }
     if (_database.isFailed()) return _database.result("cannot read");
@@ -152,9 +162,9 @@ StoreResult SqliteBackend::prepare(bool thorough)
             if (!_database.isFailed() && verdict != "ok") return damaged(verdict);
             if (_database.isFailed()) return _database.result("cannot read");
         }
-        return clearLeftovers();
+        return clearLeftovers(thorough);
     });
     // A store that cannot be written may still be read.
-    if (result.code == StoreResult::ReadOnly || result.code == StoreResult::Full) return connectForReading();
-    return result;
+    const bool mayBeRead = result.code == StoreResult::ReadOnly || result.code == StoreResult::Full;
+    return mayBeRead && connectForReading().isDone() ? StoreResult() : result;
 }

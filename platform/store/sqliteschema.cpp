@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstring>
+#include <fstream>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -70,6 +71,14 @@ bool makeDurable(const std::string &path)
 
 } // namespace
 
+std::string SqliteSchema::bootId()
+{
+    std::ifstream file("/proc/sys/kernel/random/boot_id");
+    std::string id;
+    std::getline(file, id);
+    return id;
+}
+
 std::uint32_t SqliteSchema::rowChecksum(std::uint32_t id, const StoreValue &value, quint64 version)
 {
     Crc32 crc;
@@ -102,9 +111,11 @@ bool SqliteSchema::create(SqliteDatabase &database, const StoreImage &image, qui
     bool done = database.exec("BEGIN IMMEDIATE");
     for (const char *statement : tableStatements)
         done = done && database.exec(statement);
-    done = done && SqliteStatement(database, "INSERT INTO meta(key, value) VALUES('epoch', ?), ('format', ?)")
+    done = done && SqliteStatement(database, "INSERT INTO meta(key, value) "
+                                             "VALUES('epoch', ?), ('format', ?), ('boot', ?)")
                        .bind(1, epoch)
                        .bind(2, std::to_string(formatVersion))
+                       .bind(3, bootId())
                        .run();
     for (const auto &[id, stored] : image)
         done = done && putParameter(database, id, stored);

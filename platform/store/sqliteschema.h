@@ -8,6 +8,8 @@ namespace SqliteSchema {
 
 inline constexpr int formatVersion = 1;
 
+/// Tells one start of the machine from the next.
+std::string bootId();
 /// Checksum of a row: SQLite itself does not notice a flipped bit inside a value.
 std::uint32_t rowChecksum(std::uint32_t id, const StoreValue &value, quint64 version);
 

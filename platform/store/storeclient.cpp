@@ -2,6 +2,7 @@
 #include "platform/store/storeclient.h"
 
 #include "platform/qmx/core/qmx.h"
+#include "platform/qmx/core/qmxlog.h"
 #include "platform/store/storesource.h"
 
 #include <QCoreApplication>
@@ -11,6 +12,8 @@
 
 namespace {
 
+constexpr const char *module = "storeclient";
+constexpr int longestShown = 100;           // of an address that makes no sense
 constexpr int firstReadMilliseconds = 2000; // how long the start waits for the store
 constexpr int lastWritesMilliseconds = 2000;
 constexpr int threadEndMilliseconds = 2000;
@@ -67,7 +70,14 @@ std::shared_ptr<StoreClient> StoreClient::acquire(const std::string &uri, const 
 {
     std::string path;
     const StoreBackendRow *row = findStoreBackend(uri, path);
-    if (!row) return nullptr;
+    if (!row) {
+        qmxLogOutput(1, module, __LINE__,
+                     "The address of the configuration store makes no sense: '%.*s'; correct the first line "
+                     "of /etc/xp/store, for example to sqlite:/var/lib/xp/store.db, and start again. Until "
+                     "then nobody can operate the recorder\n",
+                     longestShown, uri.c_str());
+        return nullptr;
+    }
     CreateDescriptors();
     StoreClients &clients = StoreClients::instance();
     clients.followApplication();

@@ -103,6 +103,13 @@ std::optional<StoreFiles::Identity> StoreFiles::identity(const std::string &path
     return Identity{info.st_dev, info.st_ino};
 }
 
+bool StoreFiles::isEmpty() const
+{
+    struct stat info
+    {};
+    return ::stat(_database.c_str(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size == 0;
+}
+
 std::string StoreFiles::backupPath(unsigned long long version) const
 {
     return _database + ".backup-" + std::to_string(version);

@@ -42,6 +42,7 @@ public:
     };
     /// Nothing when there is no such file.
     static std::optional<Identity> identity(const std::string &path);
+    bool isEmpty() const; ///< the database is a file without contents
 
     struct Backup
     {

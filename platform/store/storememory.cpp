@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/storememory.h"
 
+#include "platform/store/storesource.h"
+
 #include <algorithm>
 
 namespace {
@@ -73,7 +75,24 @@ void StoreMemory::apply(const StoreChange &change)
     if (isCommand(change.id)) return;
     const std::lock_guard lock(_mutex);
     StoredValue &known = _committed[change.id];
-    if (change.stored.version > known.version) known = change.stored;
+    // Also the same version: of an own write the time was not known yet.
+    if (change.stored.version >= known.version) known = change.stored;
+}
+
+std::vector<StoreWrite> StoreMemory::missingIn(const StoreImage &image, const std::string &self) const
+{
+    const std::lock_guard lock(_mutex);
+    std::vector<StoreWrite> missing;
+    for (const auto &[id, known] : _committed) {
+        const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
+        if (descriptor && descriptor->isAlarm() && known.source != self) continue; // its owner knows best
+        const auto there = image.find(id);
+        const bool isDecided =
+            there != image.end() && there->second.time >= known.time && !isStoreUpkeep(there->second.source);
+        const StoreValue now = there == image.end() ? defaultOf(id) : there->second.value;
+        if (!isDecided && now != known.value) missing.push_back({eParam_t(id), known.value});
+    }
+    return missing;
 }
 
 std::vector<StoreChange> StoreMemory::reload(const StoreImage &image)

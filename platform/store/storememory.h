@@ -22,6 +22,9 @@ public:
     void unqueued(eParam_t id, const StoreValue &value, quint64 version, const std::string &source);
     /// A committed change, whoever made it. An older one than what is known changes nothing.
     void apply(const StoreChange &change);
+    /// What a store that was made anew by another process has forgotten, or holds in an older state.
+    /// Alarms only of `self`; what somebody has set since stays.
+    std::vector<StoreWrite> missingIn(const StoreImage &image, const std::string &self) const;
     /// Takes over a snapshot; what differs from what was known before, in the order of the writes.
     std::vector<StoreChange> reload(const StoreImage &image);
 

@@ -124,7 +124,9 @@ void StoreReader::run()
         // Why it could not be made says more than that it is not there.
         _state->report(StoreState::Reading,
                        result.code == StoreResult::Unreachable && !_prepared.isDone() ? _prepared : result);
-        if (result.code == StoreResult::Damaged) {
+        // A store that is gone is made anew by whoever knows what was in it, before it is missed.
+        const bool hasGone = result.code == StoreResult::Unreachable && _prepared.isDone();
+        if (result.code == StoreResult::Damaged || hasGone) {
             _prepared = result;
             _turnsUntilPrepare = 0;
         }
@@ -159,8 +161,16 @@ StoreResult StoreReader::load()
 {
     StoreImage image;
     StoreCursor cursor;
-    const StoreResult result = _backend->snapshot(image, cursor);
+    StoreResult result = _backend->snapshot(image, cursor);
     if (!result.isDone()) return result;
+    if (_loaded && cursor.epoch != _cursor.epoch) {
+        // Another process has made the store anew and did not know what this one knows.
+        const std::vector<StoreWrite> missing = _memory->missingIn(image, _context.source);
+        std::vector<quint64> versions;
+        if (!missing.empty()) result = _backend->write(missing, versions);
+        if (!missing.empty() && result.isDone()) result = _backend->snapshot(image, cursor);
+        if (!result.isDone()) return result;
+    }
     std::vector<StoreChange> differences = _memory->reload(image);
     // Before the first look nobody can have got a value that would now have to be corrected.
     if (_firstLoadTried)

@@ -59,3 +59,8 @@ bool storeSourceIsAlive(const std::string &source)
     const ProcessState state = processState(source.substr(at + 1, dot - at - 1));
     return state.exists && !state.dead && state.start == source.substr(dot + 1);
 }
+
+bool isStoreUpkeep(const std::string &source)
+{
+    return source.starts_with("store@");
+}

@@ -8,3 +8,5 @@
 std::string storeSource(const std::string &client);
 /// Whether the process of a source is still there. A source that cannot be read counts as alive.
 bool storeSourceIsAlive(const std::string &source);
+/// Whether the store's own upkeep wrote, and not a client that means it.
+bool isStoreUpkeep(const std::string &source);

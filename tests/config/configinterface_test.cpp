@@ -156,6 +156,7 @@ TEST(ConfigInterface, aParameterReadsAsALine)
 
 TEST(ConfigInterface, withoutAStoreItAnswersDefaultsAndRefusesWrites)
 {
+    expectLog("storeclient", QStringLiteral("makes no sense"));
     expectLog("configinterface", QStringLiteral("Failed to create config: nonsense:here"));
     expectLog("configinterface", QStringLiteral("Failed to create events: nonsense:here"));
     allowLog("store");

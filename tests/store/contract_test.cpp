@@ -45,6 +45,7 @@ INSTANTIATE_TEST_SUITE_P(All, StoreContract, testing::ValuesIn(schemes()),
 
 TEST_P(StoreContract, refusesWhatDoesNotFitAndAnswersWithDefaults)
 {
+    expectLog("storeclient", "makes no sense");
     EXPECT_EQ(openStore("nonsense:" + dir.path().toStdString()), nullptr);
     for (const bool queued : {false, true}) {
         const auto config = openStore(uri, "checker", queued);

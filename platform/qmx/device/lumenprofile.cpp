@@ -14,6 +14,7 @@ namespace {
 constexpr const char *logSource = "lumen";
 constexpr qint64 maximumFileSize = 1024 * 1024;
 constexpr int maximumWorkers = 64;
+constexpr int maximumComplaints = 10; ///< single lines complained of
 
 /// A whole number in a range.
 bool parseNumber(const QString &text, int from, int to, int &number)
@@ -142,17 +143,29 @@ LumenProfile LumenProfile::builtIn()
 LumenProfile LumenProfile::parse(const QString &text, const QString &name)
 {
     LumenProfile profile = builtIn();
+    // A replacement character stands for bytes that are no text.
+    if (text.contains(QChar(0)) || text.contains(QChar(QChar::ReplacementCharacter))) {
+        qmxLogOutput(2, logSource, __LINE__,
+                     "%s is not a text file, the built-in profile is used; write the profile anew and start "
+                     "the daemon again\n",
+                     qPrintable(name));
+        return profile;
+    }
     QString section;
+    int complaints = 0;
     const QStringList lines = text.split(QLatin1Char('\n'));
     for (int i = 0; i < lines.size(); ++i) {
         const QString line = lines.at(i).trimmed();
         if (line.isEmpty() || line.startsWith(QLatin1Char(';')) || line.startsWith(QLatin1Char('#')))
             continue;
         const QString remedy = parseLine(profile, section, line);
-        if (remedy.isEmpty()) continue;
+        if (remedy.isEmpty() || ++complaints > maximumComplaints) continue;
         qmxLogOutput(2, logSource, __LINE__, "%s line %d ignored: \"%s\": %s\n", qPrintable(name), i + 1,
                      qPrintable(line.left(200)), qPrintable(remedy));
     }
+    if (complaints > maximumComplaints)
+        qmxLogOutput(2, logSource, __LINE__, "%s: %d more lines ignored; is it the profile of this device?\n",
+                     qPrintable(name), complaints - maximumComplaints);
     return profile;
 }
 
@@ -162,7 +175,9 @@ LumenProfile LumenProfile::load(const QString &path, const QmxEnvironment &envir
     const QByteArray bytes = readFile(path, *environment.files, error);
     if (error == ENOENT) return builtIn();
     if (error) {
-        qmxLogOutput(2, logSource, __LINE__, "%s cannot be read (%s), the built-in profile is used\n",
+        qmxLogOutput(2, logSource, __LINE__,
+                     "%s cannot be read (%s), the built-in profile is used; make it readable and start the "
+                     "daemon again\n",
                      qPrintable(path), std::strerror(error));
         return builtIn();
     }

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/stream/qmxclipreader.h"
+#include "platform/qmx/stream/qmxclipwriter.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+/// Any bytes, read as a clip: nothing may crash, hang or read past its memory. What can be opened can be
+/// repaired, and after the repair it can still be opened.
+///
+/// Called with the name of an empty directory it fills that with clips of the writer's own making first.
+
+namespace {
+
+constexpr int maxFramesRead = 20;
+
+QString scratch(const char *name)
+{
+    static const QTemporaryDir dir(QStringLiteral("/dev/shm/fuzzclip-XXXXXX"));
+    return dir.filePath(QLatin1String(name));
+}
+
+[[noreturn]] void fail(const char *what, const QmxError &error)
+{
+    std::fprintf(stderr, "%s: %s\n", what, qPrintable(error.toString()));
+    std::abort();
+}
+
+// The smallest picture, of content that nobody decodes, keeps the structure large beside the content.
+QmxClipInfo seedInfo(int channels)
+{
+    QmxClipInfo info;
+    info.image.setSize(16, 16);
+    info.image.setAspectRatio(16, 16);
+    info.image.setFrameRate(QmxVideoRate(25, 1));
+    info.image.setDataType(QmxId(203));
+    if (channels > 0) {
+        info.audio.setDataType(QmxId(408));
+        info.audio.setChannels(channels);
+        info.audio.setSampleRate(48000, 1);
+        info.audio.setFrameRate(info.image.frameRate());
+    }
+    info.startTimecode = QmxTimecode(90000, 25, false);
+    return info;
+}
+
+void writeSeed(const QString &folder, int channels, int frames)
+{
+    const QString path = folder + QStringLiteral("/closed%1.mov").arg(channels);
+    const QmxClipInfo info = seedInfo(channels);
+    QmxClipWriter writer;
+    QmxError error = writer.create(path, info);
+    for (int i = 0; i < frames && !error.isError(); ++i) {
+        QmxFrame frame;
+        QmxBuffer picture = QmxBuffer::allocate(200 + i);
+        std::fill_n(picture.data(), picture.size(), uchar(i));
+        frame.vids().append(QmxImage(info.image, {picture}));
+        error = writer.writeFrame(frame);
+        if (!error.isError() && i % 4 == 3) error = writer.flush();
+    }
+    if (!error.isError()) error = writer.flush();
+    if (!error.isError()) QFile::copy(path, folder + QStringLiteral("/open%1.mov").arg(channels));
+    if (!error.isError()) error = writer.close();
+    if (error.isError()) fail("writing a seed", error);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *count, char ***arguments)
+{
+    qmxLogSetLevel(0);
+    for (int i = 1; i < *count; ++i) {
+        const QString folder = QFile::decodeName((*arguments)[i]);
+        if (folder.startsWith(QLatin1Char('-')) || !QFileInfo(folder).isDir()) continue;
+        if (!QDir(folder).isEmpty()) break;
+        for (int channels : {0, 2})
+            writeSeed(folder, channels, 10);
+        break;
+    }
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size)
+{
+    static const QString path = scratch("input.mov");
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) std::abort();
+    file.write(reinterpret_cast<const char *>(data), qint64(size));
+    file.close();
+
+    QmxClipInfo info;
+    QmxClipReader::probe(path, info);
+    QmxClipReader reader;
+    if (reader.open(path).isError()) return 0;
+    QmxFrame frame;
+    for (qint64 n = 0; n < std::min<qint64>(reader.info().frames, maxFramesRead); ++n)
+        reader.readFrame(n, frame);
+    reader.readFrame(reader.info().frames - 1, frame);
+    reader.refresh();
+    reader.close();
+
+    bool repaired = false;
+    if (QmxClipReader::repair(path, repaired).isError() || !repaired) return 0;
+    const QmxError error = reader.open(path);
+    if (error.isError()) fail("after a repair", error);
+    return 0;
+}

@@ -1,0 +1,338 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the media daemon decides: media and parameters in, writes in their order out.
+#include "companions/mediad/mediamachine.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <optional>
+
+using namespace MediaValues;
+
+namespace {
+
+constexpr std::int64_t ms = 1'000'000;
+
+/// The store, two media and a transport that the test moves by hand.
+class Machine : public testing::Test
+{
+protected:
+    Machine() : media{medium("/media/A"), medium("/media/B")}
+    {
+        is.daemonRuns = true;
+        is.running = true;
+        is.status = Stopped;
+        is.storage = Released;
+        is.rolloverEnabled = true;
+    }
+
+    static Medium medium(const std::string &path)
+    {
+        return {path, path.substr(path.rfind('/') + 1), 1, true, 90, 0, {}, false};
+    }
+
+    /// Runs a step and carries out its writes; what was written, as "name=value".
+    std::vector<std::string> step(MediaEvents events = {}, int milliseconds = 250)
+    {
+        now += milliseconds * ms;
+        const MediaOrders orders = machine->step(now, media, is, events);
+        repairs = orders.repairs;
+        std::vector<std::string> written;
+        for (const MediaWrite &write : orders.writes)
+            written.push_back(carryOut(write));
+        return written;
+    }
+
+    std::string carryOut(const MediaWrite &write)
+    {
+        switch (write.id) {
+        case eParam_ActiveMediaPath:
+            return "active=" + (is.active = write.text);
+        case eParam_RolloverMediaPath:
+            return "rollover=" + (is.rollover = write.text);
+        case eParam_CurrentClip:
+            return "clip=" + (is.currentClip = write.text);
+        case eParam_MediaLabel:
+            return "label=" + (is.label = write.text);
+        case eParam_TransportStatus:
+            return "status=" + std::to_string(is.status = write.number);
+        case eParam_StorageState:
+            return "storage=" + std::to_string(is.storage = write.number);
+        case eParam_TransportRunning:
+            return "running=" + std::to_string(is.running = write.number != 0);
+        case eParam_MediaUpdated:
+            return "updated";
+        case eParam_MediaLoading:
+            return "loading";
+        case eParam_AlarmMediaFull:
+            return write.kind == MediaWrite::RaiseAlarm ? "full" : "not full";
+        default:
+            return "?";
+        }
+    }
+
+    void record()
+    {
+        is.status = Recording;
+        is.storage = InUse;
+    }
+    void stop()
+    {
+        is.status = Stopped;
+        is.storage = Released;
+    }
+
+    using Writes = std::vector<std::string>;
+    std::optional<MediaMachine> machine{std::in_place};
+    std::vector<Medium> media;
+    MediaParameters is;
+    std::vector<std::string> repairs;
+    std::int64_t now = 1'000'000 * ms;
+};
+
+} // namespace
+
+TEST_F(Machine, choosesMediaAtTheStartAndThenKeepsStill)
+{
+    is.daemonRuns = is.running = false;
+    is.status = ShutDown;
+    media.push_back(medium("/media/C"));
+    EXPECT_EQ(step(), (Writes{"active=/media/A", "rollover=/media/B", "label=A"}));
+    EXPECT_EQ(repairs, (Writes{"/media/A", "/media/B", "/media/C"}));
+    EXPECT_EQ(step(), Writes());
+    EXPECT_EQ(repairs, Writes());
+    // Somebody's choice holds, and the rollover medium is another one.
+    is.active = "/media/B";
+    EXPECT_EQ(step({0, 0, 0, true}), (Writes{"rollover=/media/C", "label=B"}));
+    // A path that is not ours is left alone, wherever it is.
+    is.active = "/srv/clips";
+    EXPECT_EQ(step({0, 0, 0, true}), Writes());
+    // What is too full, read-only or gone is not rolled over to.
+    is.active = "/media/A";
+    media[1].percentFree = 15;
+    EXPECT_EQ(step({0, 0, 0, true}), (Writes{"label=A"}));
+    media[2].writable = false;
+    EXPECT_EQ(step(), (Writes{"rollover="}));
+}
+
+TEST_F(Machine, prefersTheMediumOfTheCurrentClip)
+{
+    is.currentClip = "take.mov";
+    media[1].names = {"take.mov"};
+    EXPECT_EQ(step().front(), "active=/media/B");
+    EXPECT_EQ(is.currentClip, "take.mov");
+}
+
+TEST_F(Machine, answersARolloverInTheOrderThatTheTransportWaitsFor)
+{
+    media.push_back(medium("/media/C"));
+    step();
+    is.currentClip = "take.mov";
+    record();
+    EXPECT_EQ(step(), (Writes{"not full"}));
+    // From 12 % on the rollover path stays, whatever becomes of its medium.
+    media[0].percentFree = 12;
+    step();
+    media[1].percentFree = 14;
+    EXPECT_EQ(step(), Writes());
+    media[0].percentFree = 10;
+    EXPECT_EQ(step(), Writes());
+    is.storage = RolloverDone;
+    media[1].beingRecorded = true;
+    EXPECT_EQ(step({1}), (Writes{"active=/media/B", "rollover=", "updated", "rollover=/media/C", "label=B"}));
+    EXPECT_EQ(is.currentClip, "take.mov") << "the transport itself publishes the second clip's name";
+    // The second rollover of the take: the state is 3 over 3.
+    media[1].percentFree = 9;
+    EXPECT_EQ(step(), Writes());
+    EXPECT_EQ(step({1}), (Writes{"active=/media/C", "rollover=", "updated", "label=C"}))
+        << "A and B are full: nothing comes next";
+    // The end of a take that has rolled over is no want of room.
+    stop();
+    EXPECT_EQ(step({0, 1, 0, false}), Writes());
+}
+
+TEST_F(Machine, aRolloverOntoABadMediumGoesBackToTheGoodPath)
+{
+    step();
+    record();
+    media[0].percentFree = 10;
+    step();
+    is.storage = RolloverDone;
+    media[1].writable = false;
+    const Writes written = step({1});
+    EXPECT_EQ(Writes(written.begin(), written.begin() + 3),
+              (Writes{"active=/media/A", "rollover=", "updated"}));
+}
+
+TEST_F(Machine, aStopInsideARolloverLeavesItToTheNextTake)
+{
+    step();
+    record();
+    media[0].percentFree = 10;
+    step();
+    is.status = Stopped; // still "in use": the transport hides the release inside a rollover
+    EXPECT_EQ(step(), Writes());
+    media[1].writable = false;
+    EXPECT_EQ(step(), Writes()) << "the rollover path must stay";
+    media[1].writable = true;
+    EXPECT_EQ(step({}, 2000), (Writes{"active=/media/B", "label=B"})) << "free after two seconds";
+}
+
+TEST_F(Machine, restartedInATakeItTouchesNothingButARolloverItHasMissed)
+{
+    is.active = "/media/A";
+    is.rollover = "/media/B";
+    is.label = "A";
+    is.currentClip = "take.mov";
+    media[0].beingRecorded = true;
+    media[0].percentFree = 5;
+    record();
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(step(), Writes());
+        EXPECT_FALSE(std::count(repairs.begin(), repairs.end(), "/media/A")) << "it is being recorded on";
+    }
+    // A new life: the notice of the rollover came while nobody listened.
+    media[0].beingRecorded = false;
+    media[1].beingRecorded = true;
+    is.storage = RolloverDone;
+    machine.emplace();
+    EXPECT_EQ(step(), (Writes{"active=/media/B", "rollover=", "updated", "label=B"}));
+}
+
+TEST_F(Machine, tellsOfChangedClipsOnlyWhileNoPlaybackRuns)
+{
+    is.active = "/media/A";
+    is.rollover = "/media/B";
+    is.label = "A";
+    EXPECT_EQ(step(), (Writes{"updated"})) << "what happened while nobody watched";
+    media[1].clips = 1;
+    EXPECT_EQ(step(), Writes()) << "another medium";
+    media[0].clips = 1;
+    EXPECT_EQ(step(), (Writes{"updated"}));
+    is.status = 3;
+    is.storage = InUse;
+    media[0].clips = 2;
+    EXPECT_EQ(step(), Writes());
+    EXPECT_EQ(step({}, 60000), Writes());
+    is.status = Still;
+    EXPECT_EQ(step(), Writes()) << "it is still for an instant before it plays";
+    EXPECT_EQ(step({}, 1000), (Writes{"updated"}));
+    EXPECT_EQ(step({}, 1000), Writes()) << "in still once for each change";
+    // Stopped, but somebody has just asked for playback.
+    stop();
+    step();
+    media[0].clips = 3;
+    EXPECT_EQ(step({0, 1, 1, false}), Writes());
+    is.status = 3;
+    EXPECT_EQ(step(), Writes());
+    stop();
+    EXPECT_EQ(step(), (Writes{"updated"}));
+    // A take: the clip counts when it is closed.
+    record();
+    step();
+    media[0].beingRecorded = true;
+    media[0].clips = 4;
+    EXPECT_EQ(step(), (Writes{"updated"})) << "in a take it does no harm";
+    media[0].clips = 5;
+    stop();
+    EXPECT_EQ(step({0, 1, 0, false}), Writes()) << "the clip is not closed";
+    media[0].beingRecorded = false;
+    EXPECT_EQ(step(), (Writes{"updated"}));
+}
+
+TEST_F(Machine, mediaThatComeAndGo)
+{
+    step();
+    is.currentClip = "take.mov";
+    media[0].names = {"take.mov"};
+    media[0].clips = 1;
+    step();
+    // Unplugged and put back between two looks: the transport hears it, the clip is the same.
+    media[0].mount = 2;
+    EXPECT_EQ(step(), (Writes{"loading", "active=", "active=/media/A"}));
+    EXPECT_EQ(repairs, (Writes{"/media/A"}));
+    // Gone while it is played from: the other one takes its place, without the clip that it lacks.
+    is.status = 3;
+    is.storage = InUse;
+    const std::vector<Medium> both = media;
+    media.erase(media.begin());
+    EXPECT_EQ(step(), (Writes{"clip=N/A", "active=/media/B", "rollover=", "label=B"}));
+    media = both;
+    EXPECT_EQ(step(), (Writes{"loading", "rollover=/media/A"})) << "the active one stays";
+    // Gone in a take: nothing takes its place before the take has ended.
+    record();
+    step();
+    media.pop_back();
+    EXPECT_EQ(step(), (Writes{"active=", "label="}));
+    stop();
+    EXPECT_EQ(step(), (Writes{"active=/media/A", "rollover=", "label=A"}));
+    media.clear();
+    EXPECT_EQ(step(), (Writes{"active=", "label="}));
+}
+
+TEST_F(Machine, aFullMediumMakesRoomWhileTheTransportIsStopped)
+{
+    step();
+    media[0].percentFree = 10;
+    record();
+    step();
+    EXPECT_EQ(is.active, "/media/A") << "never in a take";
+    stop();
+    EXPECT_EQ(step(), (Writes{"active=/media/B", "rollover=", "label=B"}));
+    // Somebody wants the full one, to play it: until the next take.
+    is.active = "/media/A";
+    EXPECT_EQ(step({0, 0, 0, true}), (Writes{"rollover=/media/B", "label=A"}));
+    EXPECT_EQ(step({}, 5000), Writes());
+    is.status = Still;
+    is.storage = InUse;
+    EXPECT_EQ(step(), Writes());
+    media[1].percentFree = 10;
+    record();
+    EXPECT_EQ(step(), (Writes{"not full"}));
+    stop();
+    step();
+    EXPECT_EQ(is.active, "/media/A") << "nothing better";
+}
+
+TEST_F(Machine, saysWhenATakeEndedForWantOfRoom)
+{
+    struct Case
+    {
+        bool rollover;
+        double lowest;
+        int stopPressed;
+        bool full;
+    };
+    for (const Case &take : {Case{false, 10, 0, true}, Case{false, 11, 0, true}, Case{false, 11, 1, false},
+                             Case{false, 12, 0, false}, Case{true, 10, 0, false}, Case{true, 8, 1, true}}) {
+        SCOPED_TRACE(testing::Message() << take.rollover << ' ' << take.lowest << ' ' << take.stopPressed);
+        is.rolloverEnabled = take.rollover;
+        media[0].percentFree = 20;
+        media[1].writable = false;
+        stop();
+        step();
+        record();
+        EXPECT_EQ(step().front(), "not full");
+        media[0].percentFree = take.lowest;
+        step();
+        stop();
+        media[0].percentFree = 20; // the closed clip has given back its reserve
+        const Writes written = step({0, take.stopPressed, 0, false});
+        EXPECT_EQ(std::count(written.begin(), written.end(), "full"), take.full ? 1 : 0);
+    }
+}
+
+TEST_F(Machine, speaksForARecorderThatWasKilled)
+{
+    step();
+    record();
+    step();
+    is.daemonRuns = false;
+    EXPECT_EQ(step(), (Writes{"storage=2", "running=0", "status=20"})) << "and no word of a full medium";
+    EXPECT_EQ(repairs, (Writes{"/media/A", "/media/B"})) << "its clip was left unfinished";
+    EXPECT_EQ(step(), Writes());
+    // One that ends in order has said it all itself.
+    is.status = ShutDown;
+    is.storage = Unknown;
+    EXPECT_EQ(step(), Writes());
+}

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/pictureworkers.h"
 
+#include "platform/qmx/core/qmxthreadname.h"
+
 #include <QString>
 
 #include <algorithm>
-#include <pthread.h>
 
 template <class Coder>
 Coder *CodecContexts::find(std::deque<Entry<Coder>> &entries, const QmxImageDesc &desc)
@@ -79,7 +80,8 @@ void PictureWorkers::prepareEncoder(const QmxImageDesc &desc)
 
 void PictureWorkers::run(int number)
 {
-    pthread_setname_np(pthread_self(), qPrintable(QStringLiteral("lumen-work-%1").arg(number)));
+    qmxNameThread(QStringLiteral("lumen-work-%1").arg(number));
+    qmxYieldToEventLoop();
     CodecContexts contexts(_lookup);
     int prepared = 0;
     std::unique_lock lock(_mutex);

@@ -2,6 +2,7 @@
 #include "platform/qmx/device/qmxpreviewsink.h"
 
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxthreadname.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -52,6 +53,7 @@ void rgbToYuv(QmxPreviewPicture &p, const QByteArray &red, const QByteArray &gre
 QmxPreviewSink::QmxPreviewSink(const QString &name, const QmxEnvironment &environment)
     : _name(name), _writer(name), _thread(QStringLiteral("qmx-preview"), queueBound, environment)
 {
+    _thread.post(qmxYieldToEventLoop);
     if (!_writer.isOpen())
         qmxLogOutput(2, "qmxpreviewsink", __LINE__,
                      "No preview: shared memory \"%s\" cannot be made; check that /dev/shm is mounted\n",

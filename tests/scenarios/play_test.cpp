@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Playback as one sees it: the frame on the output, tick by tick.
+#include "tests/scenarios/recorderrig.h"
+#include "tests/scenarios/shuttlemodel.h"
+
+namespace {
+
+class PlayScenario : public RecorderRig
+{
+protected:
+    /// A take of a known start, in still on its first frame.
+    void prepare(int ms)
+    {
+        allowLog(QStringLiteral("vtrobject"), QStringLiteral("but pending cue at")); // told of every cue
+        begin();
+        write(eParam_TimecodePresetHour, QStringLiteral("10"));
+        take = Take::read(record(ms));
+        take.expectWhole();
+        enterStill();
+        takeShown();
+    }
+
+    /// Frames shown since the last call; each must be the picture of that number, with its timecode.
+    QList<qint64> frames()
+    {
+        QList<qint64> numbers;
+        for (const Shown &one : takeShown()) {
+            EXPECT_FALSE(one.isCapture);
+            EXPECT_GE(one.frame, 0);
+            if (one.frame < 0 || one.frame >= take.frames()) return numbers;
+            EXPECT_EQ(one.strip, take.strips.at(one.frame)) << "frame " << one.frame;
+            EXPECT_EQ(one.timecode, take.timecodes.at(one.frame).toString()) << "frame " << one.frame;
+            numbers.append(one.frame);
+        }
+        return numbers;
+    }
+
+    /// From still on frame `from`: what the output shows at a speed is what the rules say, but for a start
+    /// that takes a tick or two.
+    void expectRun(int from, const QString &value, int ticks, bool isLooping)
+    {
+        SCOPED_TRACE(value.toStdString() + " from " + std::to_string(from));
+        cueAndWait(from);
+        frames();
+        speed(value);
+        passTicks(ticks);
+        QList<qint64> seen = frames();
+        const ShuttleModel model{take.frames(), int(value.toDouble() * 64), isLooping};
+        QList<qint64> expected = model.run(from, ticks + 8);
+        // The picture of the cue stands until the speed has come through, and then as long as its due.
+        const auto leadingOf = [from](const QList<qint64> &list) {
+            return std::find_if(list.begin(), list.end(), [from](qint64 f) { return f != from; }) -
+                   list.begin();
+        };
+        const qsizetype held = leadingOf(seen), due = leadingOf(expected);
+        EXPECT_LE(held, due + 3);
+        seen = seen.mid(held);
+        expected = expected.mid(due);
+        EXPECT_EQ(seen, expected.mid(0, seen.size()));
+    }
+
+    Take take;
+};
+
+} // namespace
+
+TEST_F(PlayScenario, everySpeedShowsTheFramesOfItsCadenceAndHoldsTheEnds)
+{
+    prepare(4000);
+    const int last = take.frames() - 1;
+    expectRun(0, "1", 30, false);
+    expectRun(10, "0.5", 40, false);
+    expectRun(90, "-2", 30, false);
+    expectRun(60, "-1", 30, false);
+    expectRun(60, "-0.5", 30, false);
+    expectRun(5, "1.75", 30, false);
+    // Over the end, where it stays and goes still.
+    const struct
+    {
+        const char *speed;
+        int from, end;
+    } ends[] = {{"1", last - 20, last}, {"0.5", last - 8, last}, {"20", 3, last},
+                {"-1", 20, 0},          {"-0.5", 8, 0},          {"-20", last - 3, 0}};
+    for (const auto &end : ends) {
+        expectRun(end.from, end.speed, 30, false);
+        EXPECT_TRUE(until([this] { return vtr().state().speedFlags().isStill(); })) << end.speed;
+        EXPECT_TRUE(reads(eParam_TransportStatus, 15u)) << end.speed;
+        pass(1500);
+        for (const qint64 frame : frames())
+            ASSERT_EQ(frame, end.end) << end.speed;
+    }
+    EXPECT_EQ(counter(QmxCounters::FramesDroppedPlayback), 0);
+}
+
+TEST_F(PlayScenario, loopsRunOverBothEnds)
+{
+    prepare(2000);
+    write(eParam_LoopPlayback, "1");
+    for (const char *value : {"1", "-1", "0.5", "-0.5", "20", "-20", "3"})
+        expectRun(take.frames() / 2, value, 150, true);
+    EXPECT_EQ(counter(QmxCounters::FramesDroppedPlayback), 0);
+}
+
+TEST_F(PlayScenario, cuesHoldWhereverTheyAreGiven)
+{
+    prepare(3000);
+    const auto shows = [this](qint64 frame, const char *what) {
+        EXPECT_TRUE(until([&] { return isIdle() && onOutput() == frame; }, 4000))
+            << what << ' ' << onOutput();
+        pass(800);
+        EXPECT_EQ(onOutput(), frame) << what;
+    };
+    write(eParam_CueToTimecode, "10:00:01:05");
+    shows(30, "by timecode");
+    cue(take.frames() + 500);
+    shows(take.frames() - 1, "beyond the end");
+    cue(12);
+    cue(40);
+    cue(33);
+    shows(33, "the last of three");
+
+    // Out of stop: the cue waits for the stream to open. The flush may end before the open and after it.
+    for (int wait : {0, 10, 30, 60}) {
+        ASSERT_TRUE(stop() || stop());
+        command(4);
+        ASSERT_TRUE(settles(VtrMode::StandbyOff));
+        cue(21 + wait);
+        ASSERT_TRUE(until([this] { return vtr().state().mode().isInModePlay(); }));
+        pass(wait);
+        shows(std::min(21 + wait, take.frames() - 1), "out of stop");
+        files->stallNth(FaultyFiles::Open, 1, (10 + 7 * wait) * QmxClock::nsPerMillisecond);
+    }
+    // The place is kept over a stop, and forgotten for another clip.
+    cueAndWait(44);
+    command(4);
+    ASSERT_TRUE(settles(VtrMode::StandbyOff));
+    enterStill();
+    EXPECT_EQ(onOutput(), 44);
+    command(4);
+    ASSERT_TRUE(settles(VtrMode::StandbyOff));
+    take = Take::read(record(1500));
+    enterStill();
+    EXPECT_EQ(onOutput(), 0);
+}

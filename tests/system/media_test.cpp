@@ -88,11 +88,10 @@ TEST(Media, aMediumThatIsTakenOutMakesRoomForTheOtherOne)
         xpctl record --for 1 >&2
         xpctl get current_clip
         await '[ "$(xpctl get storage_state)" = released ]'
-        image=$(findmnt -no SOURCE /media/A)
         await 'umount /media/A'
         await '[ "$(xpctl get active_media_path)" = /media/B ]'
         echo "$(xpctl get current_clip) '$(xpctl get rollover_media_path)'"
-        mount "$image" /media/A
+        mount -o loop "$XP_SANDBOX_DIR/medium-A.img" /media/A
         await '[ "$(xpctl get rollover_media_path)" = /media/A ]'
         xpctl record --for 1 >&2
         xpctl clips

@@ -3,6 +3,6 @@
 # Runs the tests that stand in build/; an argument selects by name.
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
-args=(--test-dir "$XP_BUILD" --output-on-failure --no-tests=error -j "$XP_JOBS" --timeout 300)
+args=(--test-dir "$XP_BUILD" --output-on-failure --no-tests=error -j "$XP_JOBS")
 [ $# -gt 0 ] && args+=(-R "$1")
 exec ctest "${args[@]}"

@@ -21,7 +21,7 @@ public:
     /// The profile of the video device.
     void setProfile(const QByteArray &ini);
 
-    ProgramResult run(const QString &script, int realMs = 120000);
+    ProgramResult run(const QString &script, int realMs = 400000);
     QString out(const QString &name = QString()) const;
 
 private:

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <memory>
 
 std::span<const CommandRow> ctlCommands()
@@ -65,6 +66,17 @@ bool takes(const CommandRow &row, const char *option)
     return (" " + std::string(row.options) + " ").find(" " + std::string(option) + " ") != std::string::npos;
 }
 
+/// Empty, or why a text is no length of a take.
+std::string takeLength(const std::string &text)
+{
+    constexpr double week = 7 * 24 * 3600;
+    bool isNumber = false;
+    const double seconds = QString::fromStdString(text).toDouble(&isNumber);
+    return isNumber && seconds > 0 && seconds <= week
+               ? std::string()
+               : "'" + text + "' is no length of a take; give seconds, at most a week";
+}
+
 ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments &arguments)
 {
     Recorder recorder;
@@ -106,7 +118,7 @@ int runCommandLine(int argc, char **argv)
         command->add_flag("--no-wait", noWait, "do not wait for the effect");
         if (takes(row, "for")) {
             command->add_option("--for", arguments->seconds, "end after this many seconds of recorded time")
-                ->check(CLI::PositiveNumber);
+                ->check(takeLength);
         }
         if (takes(row, "wait")) {
             command->add_flag("--wait", arguments->untilDone, "return when the end has been reached");
@@ -118,7 +130,17 @@ int runCommandLine(int argc, char **argv)
     try { // the parser reports by exception; it ends here
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
-        return app.exit(error) == 0 ? int(ExitCode::Done) : int(ExitCode::Usage);
+        constexpr int helpWanted = 0;
+        if (error.get_exit_code() == helpWanted) {
+            app.exit(error);
+            return int(ExitCode::Done);
+        }
+        // What stands behind the mistake has not been parsed.
+        const bool wantsJson =
+            std::any_of(argv, argv + argc, [](const char *word) { return std::string(word) == "--json"; });
+        return int(Report(wantsJson).error(ExitCode::Usage, QString::fromLocal8Bit(error.what()),
+                                           "`xpctl --help` lists the commands, `xpctl COMMAND --help` shows "
+                                           "how one is used"));
     }
     arguments->wait = !noWait;
     return int(runCommand(*chosen, Report(json), *arguments));

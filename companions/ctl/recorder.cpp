@@ -3,8 +3,11 @@
 
 #include "platform/product/shmstring.h"
 #include "platform/qmx/core/qmxlockfile.h"
+#include "platform/qmx/stream/qmxclipreader.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/configfactoryimpl.h"
+
+#include <QFileInfo>
 
 #include <atomic>
 #include <csignal>
@@ -17,6 +20,7 @@ constexpr auto noTimecode = "--:--:--:--";
 constexpr auto noClip = "N/A";
 /// How often a wait looks: well below a frame, and no load.
 constexpr qint64 lookEvery = 5 * QmxClock::nsPerMillisecond;
+constexpr qint64 daemonLookEvery = 200 * QmxClock::nsPerMillisecond;
 
 std::atomic<bool> interrupted = false;
 
@@ -162,10 +166,19 @@ bool Recorder::waitFor(const std::function<bool()> &holds, int milliseconds,
     const auto &clock = _environment.clock;
     const qint64 end = clock->now() + milliseconds * QmxClock::nsPerMillisecond;
     qint64 nextAgain = clock->now() + againEvery * QmxClock::nsPerMillisecond;
+    // Nothing comes of a daemon that has ended in the meantime.
+    const bool needsDaemon = daemonIsRunning();
+    qint64 nextDaemonLook = clock->now() + daemonLookEvery;
     while (!holds()) {
         const qint64 now = clock->now();
         if (now >= end || interrupted) {
             return false;
+        }
+        if (needsDaemon && now >= nextDaemonLook) {
+            if (!daemonIsRunning()) {
+                return holds();
+            }
+            nextDaemonLook = now + daemonLookEvery;
         }
         if (again && now >= nextAgain) {
             again();
@@ -179,6 +192,32 @@ bool Recorder::waitFor(const std::function<bool()> &holds, int milliseconds,
 bool Recorder::wasInterrupted()
 {
     return interrupted;
+}
+
+bool Recorder::forgetInterrupt()
+{
+    return interrupted.exchange(false);
+}
+
+QString Recorder::whyNoClip(const QString &name) const
+{
+    const QString folder = text(eParam_ActiveMediaPath);
+    if (folder.isEmpty()) {
+        return QStringLiteral("there is no clip %1: no medium is active").arg(name);
+    }
+    const QFileInfo file(folder + "/" + name);
+    if (name.isEmpty() || !file.exists()) {
+        return QStringLiteral("there is no clip %1 on %2").arg(name, folder);
+    }
+    const QString unplayable = QStringLiteral("%1 lies on %2, but cannot be played: %3");
+    if (!file.isFile()) {
+        return unplayable.arg(name, folder, "it is no file");
+    }
+    QmxClipInfo info;
+    if (const QmxError error = QmxClipReader::probe(file.filePath(), info, _environment); error.isError()) {
+        return unplayable.arg(name, folder, error.toString());
+    }
+    return QStringLiteral("%1 lies on %2, but is not in the list that is played").arg(name, folder);
 }
 
 void Recorder::catchInterrupt()

@@ -64,11 +64,15 @@ public:
     /// Alarms of level error that are there now and were not in `before`.
     QList<Alarm> newErrors(const QList<Alarm> &before) const;
 
-    /// True as soon as `holds` does; false after `milliseconds` or on Ctrl-C. `again`, if given, is called
-    /// each `againEvery` milliseconds until then.
+    /// Why a clip of this name cannot be made the current one.
+    QString whyNoClip(const QString &name) const;
+
+    /// True as soon as `holds` does; false after `milliseconds`, on Ctrl-C, or when the daemon ends. `again`,
+    /// if given, is called each `againEvery` milliseconds until then.
     bool waitFor(const std::function<bool()> &holds, int milliseconds,
                  const std::function<void()> &again = {}, int againEvery = 0) const;
     static bool wasInterrupted();
+    static bool forgetInterrupt(); ///< returns whether there was one
     /// Lets Ctrl-C end waits instead of the program.
     static void catchInterrupt();
 

@@ -13,6 +13,15 @@ struct View
     QJsonObject object;
 };
 
+/// Names come from other systems too: a line each, whatever is in them.
+QString inOneLine(QString name)
+{
+    for (QChar &c : name) {
+        if (!c.isPrint()) c = '?';
+    }
+    return name;
+}
+
 View look(const Recorder &recorder)
 {
     const bool running = recorder.daemonIsRunning();
@@ -100,7 +109,10 @@ ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &)
     for (const Clip &clip : finder.findClips(true, false, true)) {
         const QString name = QString::fromStdString(clip.getName());
         list.append(QJsonObject{{"index", index}, {"name", name}, {"frames", clip.getFrameCount()}});
-        text += QStringLiteral("%1  %2  %3 frames\n").arg(index, 4).arg(name, -32).arg(clip.getFrameCount());
+        text += QStringLiteral("%1  %2  %3 frames\n")
+                    .arg(index, 4)
+                    .arg(inOneLine(name), -32)
+                    .arg(clip.getFrameCount());
         ++index;
     }
     const QString path = recorder.text(eParam_ActiveMediaPath);

@@ -5,6 +5,8 @@
 
 #include "platform/qmx/core/qmxtimecode.h"
 
+#include <optional>
+
 namespace {
 /// Values of the transport command parameter.
 enum class Command : unsigned {
@@ -35,6 +37,34 @@ QString give(Recorder &recorder, Command command)
     return recorder.write(eParam_TransportCommand, unsigned(command));
 }
 
+struct AdviceRow
+{
+    const char *message;
+    const char *advice;
+};
+
+/// What to do when the recorder refuses a take, by the reason it gives.
+constexpr AdviceRow refusals[] = {
+    {"No Input",
+     "choose an input that has a signal with: xpctl set video_input NAME; the daemon's log says what "
+     "is wrong with this one"},
+    {"Invalid Input", "the signal is not steady; check its source, or choose another input"},
+    {"Unsupported Input", "set the source to a format that can be recorded, or choose another input"},
+    {"Media Full", "delete clips, or change the medium"},
+    {"No Media", "put a medium in, or choose one with: xpctl set active_media_path FOLDER"},
+};
+
+QString adviceFor(const Recorder::Alarm &alarm)
+{
+    const QString list = QStringLiteral("alarm %1; `xpctl alarms` lists what is wrong").arg(alarm.name);
+    for (const AdviceRow &row : refusals) {
+        if (alarm.message == QLatin1String(row.message)) {
+            return QLatin1String(row.advice) + QStringLiteral(" (%1)").arg(list);
+        }
+    }
+    return list;
+}
+
 QJsonObject transportObject(const Recorder &recorder)
 {
     return {{"status", recorder.statusLabel()},
@@ -50,16 +80,32 @@ ExitCode gaveUp(const Recorder &recorder, const Report &report, const QString &w
         return report.error(ExitCode::Interrupted, "interrupted");
     }
     if (!errors.isEmpty()) {
-        return report.error(
-            ExitCode::Refused, what + ": " + errors.first().message,
-            QStringLiteral("alarm %1; `xpctl alarms` lists what is wrong").arg(errors.first().name));
+        return report.error(ExitCode::Refused, what + ": " + errors.first().message,
+                            adviceFor(errors.first()));
     }
     if (!recorder.daemonIsRunning()) {
-        return report.error(ExitCode::NoDaemon, what + ": the daemon has ended");
+        return report.error(ExitCode::NoDaemon, what + ": the daemon has ended",
+                            "start it again with: systemctl start xpd (in a checkout: ./xp run)");
+    }
+    if (const QString problem = recorder.storeProblem(); !problem.isEmpty()) {
+        return report.error(ExitCode::NoStore, what + ": " + problem);
     }
     return report.error(ExitCode::Refused, what,
                         QStringLiteral("the recorder is %1; `xpctl alarms` and the daemon's log may say why")
                             .arg(recorder.statusLabel()));
+}
+
+/// Nothing, or why no picture can be shown.
+std::optional<ExitCode> nothingToShow(const Recorder &recorder, const Report &report)
+{
+    if (recorder.status() == unsigned(TransportStatus::Recording)) {
+        return report.error(ExitCode::Refused, "a take is being recorded", "end it first with: xpctl stop");
+    }
+    if (recorder.clip().isEmpty()) {
+        return report.error(ExitCode::Refused, "there is nothing to play",
+                            "record a take, or choose a clip with: xpctl clip NAME");
+    }
+    return {};
 }
 
 /// Brings the transport into Play, holding a picture, from wherever it is.
@@ -120,8 +166,12 @@ ExitCode ctlRecord(Recorder &recorder, const Report &report, const Arguments &ar
             give(recorder, Command::Record);
         }
     };
-    const bool began =
-        recorder.waitFor(open, repeatFor, again, repeatEvery) || recorder.waitFor(open, effectWithin);
+    bool began = recorder.waitFor(open, repeatFor, again, repeatEvery);
+    if (!began && recorder.status() == unsigned(TransportStatus::Stopped)) {
+        errors = recorder.newErrors({}); // the reason may have been there before, word for word
+        errors.removeIf([](const Recorder::Alarm &alarm) { return alarm.id != eParam_AlarmRecordInhibited; });
+    }
+    began = began || (errors.isEmpty() && recorder.waitFor(open, effectWithin));
     if (!began || !errors.isEmpty()) {
         return gaveUp(recorder, report, "the take has not begun", errors);
     }
@@ -141,7 +191,8 @@ ExitCode ctlRecord(Recorder &recorder, const Report &report, const Arguments &ar
     // In recorder time, which a fast clock makes shorter than ours; a stalled one never ends the wait.
     constexpr int slack = 30000;
     recorder.waitFor(full, int(arguments.seconds * 1000) + slack);
-    if (recorder.status() != unsigned(TransportStatus::Recording)) {
+    const bool interrupted = Recorder::forgetInterrupt(); // the end is waited for all the same
+    if (recorder.status() != unsigned(TransportStatus::Recording) || !recorder.daemonIsRunning()) {
         return gaveUp(recorder, report,
                       QStringLiteral("the take ended early; what was recorded is in %1").arg(path), errors);
     }
@@ -152,7 +203,7 @@ ExitCode ctlRecord(Recorder &recorder, const Report &report, const Arguments &ar
     const qint64 frames = recorder.counter("recorded_up_to");
     report.result(QStringLiteral("recorded %1 frames into %2").arg(frames).arg(path),
                   {{"clip", clip}, {"path", path}, {"frames", frames}});
-    return Recorder::wasInterrupted() ? ExitCode::Interrupted : ExitCode::Done;
+    return interrupted ? ExitCode::Interrupted : ExitCode::Done;
 }
 
 ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &arguments)
@@ -162,17 +213,11 @@ ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &argu
     bool isNumber = false;
     const double value = speed.toDouble(&isNumber);
     constexpr double fastest = 100.0;
-    if (!isNumber || value < -fastest || value > fastest) {
+    if (!isNumber || !(value >= -fastest && value <= fastest)) { // no number is in no range
         return report.error(ExitCode::Usage, QStringLiteral("'%1' is no speed").arg(speed),
                             "a number from -100 to 100: 1 is normal, 0.5 is half, -2 is reverse");
     }
-    if (recorder.status() == unsigned(TransportStatus::Recording)) {
-        return report.error(ExitCode::Refused, "a take is being recorded", "end it first with: xpctl stop");
-    }
-    if (recorder.clip().isEmpty()) {
-        return report.error(ExitCode::Refused, "there is nothing to play",
-                            "record a take, or choose a clip with: xpctl clip NAME");
-    }
+    if (const auto refused = nothingToShow(recorder, report)) return *refused;
     const auto before = recorder.alarms();
     const qint64 shown = recorder.counter("frames_shown");
     const auto play = [&] { recorder.write(eParam_TransportSpeed, speed); };
@@ -193,6 +238,7 @@ ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &argu
     if (arguments.untilDone && value != 0.0) {
         constexpr int dayLong = 24 * 3600 * 1000;
         recorder.waitFor([&] { return !recorder.isPlaying(); }, dayLong);
+        if (!recorder.daemonIsRunning()) return gaveUp(recorder, report, "playback has not come to its end");
     }
     report.result(QStringLiteral("%1 %2").arg(recorder.statusLabel(), recorder.clip()),
                   transportObject(recorder));
@@ -201,9 +247,7 @@ ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &argu
 
 ExitCode ctlStill(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
-    if (recorder.status() == unsigned(TransportStatus::Recording)) {
-        return report.error(ExitCode::Refused, "a take is being recorded", "end it first with: xpctl stop");
-    }
+    if (const auto refused = nothingToShow(recorder, report)) return *refused;
     if (const QString reason = recorder.write(eParam_TransportSpeed, QStringLiteral("0"));
         !reason.isEmpty()) {
         return storeError(report, reason);
@@ -266,19 +310,20 @@ ExitCode ctlStep(Recorder &recorder, const Report &report, const Arguments &argu
 {
     bool isNumber = false;
     const int count = QString::fromStdString(arguments.word(0)).toInt(&isNumber);
-    if (!isNumber) {
+    constexpr int mostSteps = 10000;
+    if (!isNumber || count < -mostSteps || count > mostSteps) {
         return report.error(
             ExitCode::Usage,
-            QStringLiteral("'%1' is no number of frames").arg(QString::fromStdString(arguments.word(0))));
+            QStringLiteral("'%1' is no number of frames").arg(QString::fromStdString(arguments.word(0))),
+            QStringLiteral("a number from -%1 to %1; to go far: xpctl cue FRAME").arg(mostSteps));
     }
-    if (recorder.status() == unsigned(TransportStatus::Recording)) {
-        return report.error(ExitCode::Refused, "a take is being recorded", "end it first with: xpctl stop");
-    }
+    if (const auto refused = nothingToShow(recorder, report)) return *refused;
     if (!enterStill(recorder)) {
         return gaveUp(recorder, report, "there is no picture to step from");
     }
     const Command command = count < 0 ? Command::StepBack : Command::StepForward;
     for (int i = 0; i < qAbs(count); ++i) {
+        if (Recorder::wasInterrupted()) return gaveUp(recorder, report, {});
         const qint64 from = recorder.counter("frame_on_output");
         if (const QString reason = give(recorder, command); !reason.isEmpty()) {
             return storeError(report, reason);
@@ -306,9 +351,7 @@ ExitCode ctlCue(Recorder &recorder, const Report &report, const Arguments &argum
                             QStringLiteral("'%1' is neither a frame number nor a timecode").arg(where),
                             "for example: xpctl cue 100, xpctl cue 10:00:04:00");
     }
-    if (recorder.status() == unsigned(TransportStatus::Recording)) {
-        return report.error(ExitCode::Refused, "a take is being recorded", "end it first with: xpctl stop");
-    }
+    if (const auto refused = nothingToShow(recorder, report)) return *refused;
     // Out of stop a timecode would find no frame to count from.
     if (!enterStill(recorder)) {
         return gaveUp(recorder, report, "there is no picture to cue from");
@@ -360,9 +403,11 @@ ExitCode ctlClip(Recorder &recorder, const Report &report, const Arguments &argu
         return ExitCode::Done;
     }
     if (!recorder.waitFor([&] { return recorder.clip() == name; }, pictureWithin)) {
-        return gaveUp(
-            recorder, report,
-            QStringLiteral("%1 is not the current clip; `xpctl clips` lists those there are").arg(name));
+        if (Recorder::wasInterrupted() || !recorder.daemonIsRunning()) {
+            return gaveUp(recorder, report, QStringLiteral("%1 is not the current clip").arg(name));
+        }
+        return report.error(ExitCode::Refused, recorder.whyNoClip(name),
+                            "`xpctl clips` lists those there are");
     }
     report.result(name, transportObject(recorder));
     return ExitCode::Done;

@@ -50,7 +50,7 @@ private:
     StoreResult createOrRestore(const std::string &reason);
     StoreImage newestGoodBackup(quint64 &top);
     void salvage(StoreImage &image, quint64 &top);
-    StoreResult clearLeftovers(bool thorough);
+    StoreResult clearLeftovers(bool isStart);
 
     // sqlitecare.cpp: upkeep
     std::string checkpoint(); ///< why not; empty when it is well
@@ -68,4 +68,5 @@ private:
     quint64 _trimmed = 0;      ///< newest version when the bounds were looked at last
     quint64 _checkpointed = 0; ///< newest version at the last checkpoint
     std::string _careError;    ///< told last
+    bool _wasPrepared = false; ///< thoroughly, as at the start of a long-lived client
 };

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include <unistd.h>
 
@@ -116,7 +117,7 @@ StoreResult SqliteBackend::createOrRestore(const std::string &reason)
 
 /// What earlier processes left behind: alarms that nobody is there to clear, and, after a restart of the
 /// machine, everything that is not kept over it.
-StoreResult SqliteBackend::clearLeftovers(bool thorough)
+StoreResult SqliteBackend::clearLeftovers(bool isStart)
 {
     const std::string boot = SqliteSchema::bootId();
     const bool restarted = _database.text("SELECT value FROM meta WHERE key = 'boot'") != boot;
@@ -128,7 +129,7 @@ StoreResult SqliteBackend::clearLeftovers(bool thorough)
         if (!descriptor || stored.value == descriptor->defaultValue()) continue;
         // That the store was restored is shown until the daemon starts anew: whoever restored it may have
         // been a command of a moment.
-        const bool staysUp = descriptor->id() == eParam_AlarmStoreRestored && !restarted && !thorough;
+        const bool staysUp = descriptor->id() == eParam_AlarmStoreRestored && !restarted && !isStart;
         if ((restarted && isVolatile(*descriptor)) ||
             (descriptor->isAlarm() && !staysUp && !storeSourceIsAlive(stored.source)))
             stale.push_back(eParam_t(id));
@@ -162,7 +163,7 @@ StoreResult SqliteBackend::prepare(bool thorough)
             if (!_database.isFailed() && verdict != "ok") return damaged(verdict);
             if (_database.isFailed()) return _database.result("cannot read");
         }
-        return clearLeftovers(thorough);
+        return clearLeftovers(thorough && !std::exchange(_wasPrepared, true));
     });
     // A store that cannot be written may still be read.
     const bool mayBeRead = result.code == StoreResult::ReadOnly || result.code == StoreResult::Full;

@@ -38,6 +38,34 @@ int interrupted(void *opaque)
 
 constexpr QLatin1String captureScheme("v4l2:");
 
+struct AdviceRow
+{
+    int result;
+    const char *advice;
+};
+
+constexpr AdviceRow adviceRows[] = {
+    {AVERROR(EIO), "check the address and the network"},
+    {AVERROR(ECONNREFUSED), "start the sender"},
+    {AVERROR(ETIMEDOUT), "start the sender, or check the address and the network"},
+    {AVERROR(ENOENT), "check the path"},
+    {AVERROR(EACCES), "check the rights"},
+    {AVERROR(EBUSY), "another program uses it"},
+    {AVERROR_INVALIDDATA, "what comes in is no signal; check what the sender sends"},
+    {AVERROR_PROTOCOL_NOT_FOUND, "check how the address begins"},
+};
+
+/// Why an input cannot be opened, and what to do.
+QmxError openError(int result)
+{
+    const QmxError error = QmxLibav::error(QStringLiteral("open it"), result);
+    for (const AdviceRow &row : adviceRows)
+        if (row.result == result)
+            return QmxError(error.value(),
+                            error.toString() + QStringLiteral("; ") + QLatin1String(row.advice));
+    return error;
+}
+
 /// Capture devices are in a library that drags in half a desktop: it is loaded when somebody names one. Its
 /// version goes with libavformat's.
 const AVInputFormat *captureFormat()
@@ -95,7 +123,7 @@ QmxError QmxSourceDecoder::open()
     }
     // Frees the context when it fails.
     int result = avformat_open_input(&context, address.toUtf8().constData(), format, &options.dictionary);
-    if (result < 0) return QmxLibav::error(QStringLiteral("open it"), result);
+    if (result < 0) return openError(result);
     _input.reset(context);
     result = avformat_find_stream_info(context, nullptr);
     if (result < 0) return QmxLibav::error(QStringLiteral("find out its format"), result);

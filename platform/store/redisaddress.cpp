@@ -2,8 +2,8 @@
 #include "platform/store/redisaddress.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cctype>
+#include <charconv>
 
 namespace {
 
@@ -90,5 +90,6 @@ std::string RedisAddress::text() const
         hosts += (hosts.empty() ? "" : ",") + (isV6 ? "[" + endpoint.host + "]" : endpoint.host) + ":" +
                  std::to_string(endpoint.port);
     }
-    return (master.empty() ? "redis://" + hosts : "redis-sentinel://" + hosts + "/" + master) + "/" + recorder;
+    return (master.empty() ? "redis://" + hosts : "redis-sentinel://" + hosts + "/" + master) + "/" +
+           recorder;
 }

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 
@@ -97,14 +98,18 @@ int RedisConnection::descriptor() const
 
 StoreResult RedisConnection::failure(const std::string &what) const
 {
-    return {StoreResult::Unreachable, "the configuration store " + _address.text() +
-                                          " cannot be reached: " + what +
-                                          "; check that the server runs and the network to it"};
+    return {StoreResult::Unreachable, "the configuration store " + _address.text() + " cannot be reached: " +
+                                          what + "; check that the server runs and the network to it"};
 }
 
 StoreResult RedisConnection::open()
 {
-    if (_context) return {};
+    if (_context) {
+        // Nothing has been asked: only an end can have come, and a command need not be lost to learn that.
+        pollfd descriptor{_context->fd, POLLIN, 0};
+        if (::poll(&descriptor, 1, 0) == 0) return {};
+        close();
+    }
     if (_interrupted && *_interrupted) return failure("the program ends");
     RedisAddress::Endpoint endpoint = _address.endpoints.front();
     StoreResult result;
@@ -143,27 +148,28 @@ StoreResult RedisConnection::findMaster(RedisAddress::Endpoint &endpoint)
     for (const RedisAddress::Endpoint &sentinel : _address.endpoints) {
         result = connect(sentinel);
         RedisValue answer;
-        if (result.isDone())
-            result = ask({"SENTINEL", "get-master-addr-by-name", _address.master}, answer);
+        if (result.isDone()) result = ask({"SENTINEL", "get-master-addr-by-name", _address.master}, answer);
         close();
         if (!result.isDone()) continue;
         if (answer.at(0).isText() && answer.at(1).isText()) {
             endpoint = {answer.at(0).text, std::atoi(answer.at(1).text.c_str())};
             return {};
         }
-        result = failure(answer.isError() ? answer.text
-                                          : "the sentinels know no server named " + _address.master);
+        result =
+            failure(answer.isError() ? answer.text : "the sentinels know no server named " + _address.master);
     }
     return result;
 }
 
 StoreResult RedisConnection::introduce()
 {
+    errno = 0;
     std::ifstream file(_passwordFile);
     if (!file) {
-        if (::access(_passwordFile.c_str(), F_OK) != 0) return {};
+        const int error = errno;
+        if (error == ENOENT || error == ENOTDIR) return {};
         return {StoreResult::Unreachable, "cannot read the password of the configuration store from " +
-                                              _passwordFile + ": " + std::strerror(errno) +
+                                              _passwordFile + ": " + std::strerror(error) +
                                               "; let the recorder's group read it"};
     }
     std::string password;
@@ -197,7 +203,8 @@ StoreResult RedisConnection::refusal(const RedisValue &answer) const
         Row{"LOADING", StoreResult::Unreachable, "it has just been started; this passes"},
         Row{"BUSY", StoreResult::Busy, "another program runs a long script there"},
     };
-    const std::string start = "the configuration store " + _address.text() + " refuses: " + answer.text + "; ";
+    const std::string start =
+        "the configuration store " + _address.text() + " refuses: " + answer.text + "; ";
     for (const Row &row : rows) {
         if (!answer.text.starts_with(row.prefix)) continue;
         const std::string help = row.help;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/redisbackend.h"
 #include "platform/store/sqlitebackend.h"
 #include "platform/store/storebackend.h"
 
@@ -7,9 +8,19 @@ StoreBackend::~StoreBackend() = default;
 const std::vector<StoreBackendRow> &storeBackends()
 {
     static const std::vector<StoreBackendRow> rows = {
-        {"sqlite", "sqlite:PATH",
+        {"sqlite", "sqlite:PATH", [](const std::string &path) { return !path.empty(); },
          [](const StoreContext &context) -> std::unique_ptr<StoreBackend> {
              return std::make_unique<SqliteBackend>(context);
+         }},
+        {"redis", "redis://HOST[:PORT]/RECORDER",
+         [](const std::string &path) { return RedisAddress::parse(path).has_value(); },
+         [](const StoreContext &context) -> std::unique_ptr<StoreBackend> {
+             return std::make_unique<RedisBackend>(context, *RedisAddress::parse(context.path));
+         }},
+        {"redis-sentinel", "redis-sentinel://HOST[:PORT][,HOST[:PORT]...]/MASTER/RECORDER",
+         [](const std::string &path) { return RedisAddress::parseSentinels(path).has_value(); },
+         [](const StoreContext &context) -> std::unique_ptr<StoreBackend> {
+             return std::make_unique<RedisBackend>(context, *RedisAddress::parseSentinels(context.path));
          }},
     };
     return rows;
@@ -19,7 +30,7 @@ const StoreBackendRow *findStoreBackend(const std::string &uri, std::string &pat
 {
     for (const StoreBackendRow &row : storeBackends()) {
         const std::string prefix = row.scheme + ":";
-        if (!uri.starts_with(prefix) || uri.size() == prefix.size()) continue;
+        if (!uri.starts_with(prefix) || !row.isWellFormed(uri.substr(prefix.size()))) continue;
         path = uri.substr(prefix.size());
         return &row;
     }

@@ -98,6 +98,7 @@ struct StoreBackendRow
 {
     std::string scheme;
     std::string form; ///< how an address of this kind is written
+    bool (*isWellFormed)(const std::string &path);
     std::unique_ptr<StoreBackend> (*make)(const StoreContext &context);
 };
 

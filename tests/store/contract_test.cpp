@@ -3,6 +3,7 @@
 #include "platform/store/alarmproducer.h"
 #include "platform/store/alarms.pb.h"
 #include "platform/store/storebackend.h"
+#include "tests/store/redisserver.h"
 #include "tests/store/storetesting.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/testfiles.h"
@@ -13,12 +14,16 @@
 #include <QRegularExpression>
 
 #include <csignal>
+#include <optional>
 
 namespace {
 
-std::string freshAddress(const std::string &scheme, const TestDir &dir)
+std::string freshAddress(const std::string &scheme, const TestDir &dir, std::optional<RedisServer> &server,
+                         std::optional<RedisServer> &sentinel)
 {
     if (scheme == "sqlite") return "sqlite:" + dir.file("store.db").toStdString();
+    if (scheme == "redis") return server.emplace().uri();
+    if (scheme == "redis-sentinel") return sentinel.emplace(server.emplace()).uri();
     ADD_FAILURE() << "the test does not know how to make a store of kind " << scheme;
     return {};
 }
@@ -29,7 +34,9 @@ protected:
     QString quri() const { return QString::fromStdString(uri); }
 
     TestDir dir;
-    const std::string uri = freshAddress(GetParam(), dir);
+    std::optional<RedisServer> server;
+    std::optional<RedisServer> sentinel;
+    const std::string uri = freshAddress(GetParam(), dir, server, sentinel);
 };
 
 std::vector<std::string> schemes()
@@ -40,8 +47,9 @@ std::vector<std::string> schemes()
     return names;
 }
 
-INSTANTIATE_TEST_SUITE_P(All, StoreContract, testing::ValuesIn(schemes()),
-                         [](const auto &scheme) { return scheme.param; });
+INSTANTIATE_TEST_SUITE_P(All, StoreContract, testing::ValuesIn(schemes()), [](const auto &scheme) {
+    return QString::fromStdString(scheme.param).remove('-').toStdString();
+});
 
 TEST_P(StoreContract, refusesWhatDoesNotFitAndAnswersWithDefaults)
 {

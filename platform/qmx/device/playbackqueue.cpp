@@ -17,11 +17,19 @@ QmxBuffer firstBuffer(const QmxFrame &frame)
     return frame.vids().first().buffers().value(0);
 }
 
-/// The same frame of the same stream: same bytes, same number.
+/// The same frame of the same stream, also when it has been read from the medium once more since: a shuttle
+/// runs so far ahead of the output that the frame on it has left the cache when the next speed comes back to
+/// it.
 bool isSameFrame(const QmxFrame &a, const QmxFrame &b)
 {
-    return a.origin() == b.origin() && firstBuffer(a) == firstBuffer(b) &&
-           a.meta().value(DeviceKeys::frameNumber) == b.meta().value(DeviceKeys::frameNumber);
+    if (a.origin() != b.origin() ||
+        a.meta().value(DeviceKeys::frameNumber) != b.meta().value(DeviceKeys::frameNumber))
+        return false;
+    const QmxBuffer first = firstBuffer(a), second = firstBuffer(b);
+    if (first == second) return true;
+    // One that could not be read and then could has another size.
+    return a.origin() != 0 && first.size() == second.size() &&
+           a.vids().value(0).desc() == b.vids().value(0).desc();
 }
 } // namespace
 

@@ -17,12 +17,6 @@ protected:
     explicit InputScenario(const QString &events = QString())
         : RecorderRig(QStringLiteral("generator:?rate=25&size=720x576&scan=i") + events)
     {}
-    void startTake()
-    {
-        command(3);
-        ASSERT_TRUE(settles(VtrMode::Record));
-        ASSERT_TRUE(until([this] { return counter(QmxCounters::CurrentClipFrames) > 5; }));
-    }
 };
 
 struct LossInStandby : InputScenario
@@ -71,8 +65,7 @@ TEST_F(LossInTake, endsItWithAnAlarmAndNothingButPictures)
     expectLog("vtrobject", "Image 0 is invalid");
     expectLog("vtrobject", "Empty frame, stop on LoV is set.  Stopping record");
     begin();
-    startTake();
-    const QString path = currentPath();
+    const QString path = beginTake();
     ASSERT_TRUE(settles(VtrMode::StandbyOff));
     EXPECT_TRUE(reads(eParam_TransportStatus, 1u));
     EXPECT_TRUE(data(eParam_AlarmInputLostInRecord).contains("Recording stopped due to loss of video"));
@@ -95,8 +88,7 @@ TEST_F(LossInTake, goesOnWithTheStillWhenAsked)
     expectLog("vtrobject", "Image 0 is invalid");
     begin();
     write(eParam_ContinueOnLossOfVideo, "1");
-    startTake();
-    const QString path = currentPath();
+    const QString path = beginTake();
     const qsizetype before = setups();
     ASSERT_TRUE(until([this] { return counter(QmxCounters::FramesIn) > 400; }, 20000));
     EXPECT_TRUE(vtr().state().mode().isInModeRecord());
@@ -107,7 +99,8 @@ TEST_F(LossInTake, goesOnWithTheStillWhenAsked)
     const Take take = Take::read(path);
     take.expectOneSequenceOfTimecodes();
     EXPECT_EQ(take.samples, QList<int>(take.frames(), 1920));
-    // Every frame of the gaps has the still, and no picture is lost or shown twice.
+    // Every frame of the gaps has the still, and no picture is lost or shown
+    // twice.
     int stills = 0;
     for (int i = 0; i < take.frames(); ++i) {
         if (take.strips.at(i) < 0)
@@ -147,8 +140,7 @@ TEST_F(ChangeAtRest, inATakeEndsItBeforeTheFirstForeignFrame)
     expectLog("vtrobject", "Image 0 is invalid");
     expectLog("vtrobject", "Empty frame, stop on LoV is set.  Stopping record");
     begin();
-    startTake();
-    const QString path = currentPath();
+    const QString path = beginTake();
     ASSERT_TRUE(settles(VtrMode::StandbyOff));
     const Take take = Take::read(path);
     take.expectWhole();

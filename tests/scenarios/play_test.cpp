@@ -3,6 +3,8 @@
 #include "tests/scenarios/recorderrig.h"
 #include "tests/scenarios/shuttlemodel.h"
 
+#include <set>
+
 namespace {
 
 class PlayScenario : public RecorderRig
@@ -11,7 +13,6 @@ protected:
     /// A take of a known start, in still on its first frame.
     void prepare(int ms)
     {
-        allowLog(QStringLiteral("vtrobject"), QStringLiteral("but pending cue at")); // told of every cue
         begin();
         write(eParam_TimecodePresetHour, QStringLiteral("10"));
         take = Take::read(record(ms));
@@ -20,7 +21,8 @@ protected:
         takeShown();
     }
 
-    /// Frames shown since the last call; each must be the picture of that number, with its timecode.
+    /// Frames shown since the last call; each must be the picture of that number,
+    /// with its timecode.
     QList<qint64> frames()
     {
         QList<qint64> numbers;
@@ -35,8 +37,8 @@ protected:
         return numbers;
     }
 
-    /// From still on frame `from`: what the output shows at a speed is what the rules say, but for a start
-    /// that takes a tick or two.
+    /// From still on frame `from`: what the output shows at a speed is what the
+    /// rules say, but for a start that takes a tick or two.
     void expectRun(int from, const QString &value, int ticks, bool isLooping)
     {
         SCOPED_TRACE(value.toStdString() + " from " + std::to_string(from));
@@ -47,7 +49,8 @@ protected:
         QList<qint64> seen = frames();
         const ShuttleModel model{take.frames(), int(value.toDouble() * 64), isLooping};
         QList<qint64> expected = model.run(from, ticks + 8);
-        // The picture of the cue stands until the speed has come through, and then as long as its due.
+        // The picture of the cue stands until the speed has come through, and then
+        // as long as its due.
         const auto leadingOf = [from](const QList<qint64> &list) {
             return std::find_if(list.begin(), list.end(), [from](qint64 f) { return f != from; }) -
                    list.begin();
@@ -101,6 +104,54 @@ TEST_F(PlayScenario, loopsRunOverBothEnds)
     EXPECT_EQ(counter(QmxCounters::FramesDroppedPlayback), 0);
 }
 
+TEST_F(PlayScenario, everyStepOfABurstCounts)
+{
+    prepare(2000);
+    cueAndWait(10);
+    const auto settlesAt = [this](qint64 frame) {
+        EXPECT_TRUE(until([&] { return isIdle() && onOutput() == frame; }, 3000)) << onOutput();
+        pass(300);
+        EXPECT_EQ(onOutput(), frame);
+    };
+    // Steps that come faster than their pictures can be read start from the
+    // picture that is out there.
+    for (int i = 0; i < 7; ++i)
+        command(7);
+    pass(500);
+    EXPECT_GT(onOutput(), 10);
+    EXPECT_LE(onOutput(), 17);
+    qint64 at = onOutput();
+    for (int i = 0; i < 12; ++i) {
+        command(7);
+        passTicks(2);
+        ++at;
+    }
+    settlesAt(at);
+    for (int i = 0; i < 5; ++i) {
+        command(8);
+        passTicks(2);
+        --at;
+    }
+    settlesAt(at);
+    // At the ends a step goes nowhere.
+    cueAndWait(0);
+    command(8);
+    settlesAt(0);
+    cueAndWait(take.frames() - 1);
+    command(7);
+    settlesAt(take.frames() - 1);
+    // A dial, one speed a tick: the picture goes on.
+    cueAndWait(5);
+    frames();
+    for (int i = 0; i < 25; ++i) {
+        speed(QString::number(1.1 + 0.05 * i));
+        passTicks(1);
+    }
+    const QList<qint64> dialled = frames();
+    EXPECT_GE(std::set<qint64>(dialled.begin(), dialled.end()).size(), 12u);
+    EXPECT_TRUE(std::is_sorted(dialled.begin(), dialled.end()));
+}
+
 TEST_F(PlayScenario, cuesHoldWhereverTheyAreGiven)
 {
     prepare(3000);
@@ -119,7 +170,8 @@ TEST_F(PlayScenario, cuesHoldWhereverTheyAreGiven)
     cue(33);
     shows(33, "the last of three");
 
-    // Out of stop: the cue waits for the stream to open. The flush may end before the open and after it.
+    // Out of stop: the cue waits for the stream to open. The flush may end before
+    // the open and after it.
     for (int wait : {0, 10, 30, 60}) {
         ASSERT_TRUE(stop() || stop());
         command(4);

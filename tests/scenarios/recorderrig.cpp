@@ -52,7 +52,8 @@ RecorderRig::RecorderRig(const QString &input, const QString &device)
     for (const char *folder : {"/media/A", "/media/B", "/var/lib/xp"})
         emptyFolder(QLatin1String(folder));
     writeAll(QLatin1String(LumenProfile::defaultPath),
-             QStringLiteral("[device]\nworkers=2\n%1\n[inputs]\n601=%2\n[outputs]\nmonitor=preview:%3\n")
+             QStringLiteral("[device]\nworkers=2\n%1\n[inputs]\n601=%2\n[outputs]"
+                            "\nmonitor=preview:%3\n")
                  .arg(device, input, QLatin1String(outputName))
                  .toUtf8());
     const QString stills = dir.file(QStringLiteral("stills"));
@@ -66,9 +67,13 @@ RecorderRig::RecorderRig(const QString &input, const QString &device)
     QmxEnvironment::setCurrent(environment);
 
     registerMetaTypes();
-    // Before the input is known, the card is set up for a format that this rig has no still for.
+    // Before the input is known, the card is set up for a format that this rig
+    // has no still for.
     allowLog(QString(), QStringLiteral("loss_of_video_1080p"));
-    allowLog(QString(), QStringLiteral("Failed to find loss of video file for 1920x1080")); // at shutdown
+    allowLog(QStringLiteral("vtrobject"),
+             QStringLiteral("but pending cue at")); // told of every cue
+    allowLog(QString(),
+             QStringLiteral("Failed to find loss of video file for 1920x1080")); // at shutdown
     CreateDescriptors();
     store.reset(ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "operator", false));
     EXPECT_TRUE(store->setString(eParam_ActiveMediaPath, "/media/A"));
@@ -82,6 +87,7 @@ RecorderRig::~RecorderRig()
 void RecorderRig::begin()
 {
     app = std::make_unique<MainObject>(false, nullptr);
+    _outputCount = 0;
     EXPECT_TRUE(_output.open(QLatin1String(outputName)));
     ASSERT_TRUE(until([this] { return vtr().inputState().isValid(); }));
     pass(1000); // the input that was found leads to a reset half a second later
@@ -91,7 +97,8 @@ void RecorderRig::begin()
 
 void RecorderRig::quit()
 {
-    // The framework lets a change of mode end before it tells the application of the end.
+    // The framework lets a change of mode end before it tells the application of
+    // the end.
     EXPECT_TRUE(until([this] { return !vtr().hasPendingModeChange(); }));
     quitAtOnce();
 }
@@ -153,6 +160,7 @@ void RecorderRig::write(eParam_t param, const QString &value)
                          param == eParam_CueToFrame || param == eParam_TimecodePresetHour;
     const bool isText = parsed.kind == StoreValue::Kind::String;
     if (!isEvent && (isText ? text(param) == value : number(param) == parsed.number)) return;
+    if (param == eParam_TransportCommand) _takesSeen = counter(QmxCounters::TakesOpened);
     ASSERT_TRUE(store->setValue(param, parsed)) << store->lastError();
     const QString arrived = QStringLiteral("Param Changed: [%1]").arg(quint32(param), 0, 16);
     EXPECT_TRUE(Stepper::waitFor([&] {
@@ -170,12 +178,30 @@ bool RecorderRig::settles(VtrMode::Value mode)
     return until([this, mode] { return vtr().state().mode().value() == mode && isIdle(); });
 }
 
-QString RecorderRig::record(int ms)
+QString RecorderRig::clipOpened(int maxMs)
+{
+    const qint64 before = _takesSeen;
+    EXPECT_TRUE(until([&] { return counter(QmxCounters::TakesOpened) > before; }, maxMs));
+    _takesSeen = counter(QmxCounters::TakesOpened);
+    // The name was published when the clip was asked for; the store's thread may
+    // still be on its way.
+    EXPECT_TRUE(Stepper::waitFor(
+        [this] { return text(eParam_CurrentClip) == app->currentClip() && !app->currentClip().isEmpty(); }));
+    return currentPath();
+}
+
+QString RecorderRig::beginTake()
 {
     command(3);
+    const QString path = clipOpened();
     EXPECT_TRUE(settles(VtrMode::Record));
+    return path;
+}
+
+QString RecorderRig::record(int ms)
+{
+    const QString path = beginTake();
     pass(ms);
-    const QString path = currentPath();
     EXPECT_TRUE(stop());
     return path;
 }

@@ -29,12 +29,14 @@ struct Shown
     bool hasPicture = false;
 };
 
-/// A whole recorder on virtual time: store, daemon, card, streams and a medium. The test is the operator: it
-/// writes into the store as another client, looks at the output tick by tick, and reads the clips.
+/// A whole recorder on virtual time: store, daemon, card, streams and a medium.
+/// The test is the operator: it writes into the store as another client, looks
+/// at the output tick by tick, and reads the clips.
 class RecorderRig : public ::testing::Test
 {
 protected:
-    /// `input` is what is connected to the first input, `device` are further lines of the card's profile.
+    /// `input` is what is connected to the first input, `device` are further
+    /// lines of the card's profile.
     explicit RecorderRig(const QString &input = QStringLiteral("generator:?rate=25&size=720x576&scan=i"),
                          const QString &device = QString());
     ~RecorderRig() override;
@@ -57,8 +59,8 @@ protected:
     /// The frame of the stream on the output now; -1: none.
     qint64 onOutput() const { return shown.isEmpty() ? _lastShown.frame : shown.constLast().frame; }
 
-    /// Writes a parameter as the operator and lets it arrive; an equal value that is no event changes
-    /// nothing.
+    /// Writes a parameter as the operator and lets it arrive; an equal value that
+    /// is no event changes nothing.
     void write(eParam_t param, const QString &value);
     void command(unsigned value) { write(eParam_TransportCommand, QString::number(value)); }
     void speed(const QString &value) { write(eParam_TransportSpeed, value); }
@@ -66,7 +68,12 @@ protected:
     /// Runs until the transport has nothing in progress and stands in this mode.
     bool settles(VtrMode::Value mode);
     bool isIdle();
-    /// A take of about this length by the operator's two commands; the clip's path.
+    /// Waits until the next take has its clip; the clip's path.
+    QString clipOpened(int maxMs = 10000);
+    /// The operator's command, until the take has its clip.
+    QString beginTake();
+    /// A take of about this length by the operator's two commands; the clip's
+    /// path.
     QString record(int ms);
     bool stop();
     /// From stop, until frame 0 is on the output in still.
@@ -96,6 +103,7 @@ private:
 
     QmxPreviewReader _output;
     quint64 _outputCount = 0;
+    qint64 _takesSeen = counter(QmxCounters::TakesOpened);
     Shown _lastShown;
     qsizetype _mark = 0;
 };

@@ -5,9 +5,10 @@
 
 #include <algorithm>
 
-/// Which frame each tick must show, from the rules of the transport alone: at speed s the n-th tick after the
-/// last seek or change of speed shows the frame trunc(n * s) further; what runs past an end comes to the
-/// frame at that end, and there it holds, or goes on at the other end when looping.
+/// Which frame each tick must show, from the rules of the transport alone: at
+/// speed s the n-th tick after the last seek or change of speed shows the frame
+/// trunc(n * s) further; what runs past an end comes to the frame at that end,
+/// and there it holds, or goes on at the other end when looping.
 struct ShuttleModel
 {
     int length;       ///< frames of the stream

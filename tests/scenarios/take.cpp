@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 Take Take::read(const QString &path)
 {
     Take take;
@@ -43,11 +45,19 @@ void Take::expectWhole() const
     SCOPED_TRACE(path.toStdString());
     EXPECT_TRUE(info.closed);
     ASSERT_GT(frames(), 0);
-    for (int i = 0; i < frames(); ++i) {
+    // Where a frame has no whole number of samples, its sound may begin one
+    // sample off.
+    const int tolerance = std::set<int>(samples.begin(), samples.end()).size() > 1 ? 1 : 0;
+    QList<int> expected, found;
+    int start = 0;
+    for (int i = 0; i < frames(); start += samples.at(i++)) {
         ASSERT_EQ(strips.at(i), strips.first() + i) << "frame " << i;
-        const bool isMarked = strips.at(i) % QmxStrip::markInterval == 0;
-        ASSERT_EQ(marks.at(i), isMarked ? 0 : -1) << "sound of frame " << i;
+        if (strips.at(i) % QmxStrip::markInterval == 0 && i > 0) expected.append(start);
+        if (marks.at(i) >= 0 && start + marks.at(i) > tolerance) found.append(start + marks.at(i));
     }
+    ASSERT_EQ(found.size(), expected.size());
+    for (qsizetype i = 0; i < found.size(); ++i)
+        ASSERT_NEAR(found.at(i), expected.at(i), tolerance) << "sound mark " << i;
     expectOneSequenceOfTimecodes();
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Start here: one command of the operator becomes a clip on the medium, and everything that the recorder
-// tells about it comes back.
+// Start here: one command of the operator becomes a clip on the medium, and
+// everything that the recorder tells about it comes back.
 #include "tests/scenarios/recorderrig.h"
 
 namespace {
@@ -40,7 +40,8 @@ TEST_F(RecordScenario, oneCommandMakesAClipOfEveryFrame)
     EXPECT_TRUE(take.info.image.isInterlaced());
     EXPECT_EQ(take.info.audio.channels(), 2);
     EXPECT_EQ(take.samples, QList<int>(take.frames(), 1920));
-    // Stopped, the display holds the last timecode of the take, give or take the two frames on the way.
+    // Stopped, the display holds the last timecode of the take, give or take the
+    // two frames on the way.
     const QString held = shared("/xpd_currentTimecode");
     pass(500);
     EXPECT_EQ(shared("/xpd_currentTimecode"), held);

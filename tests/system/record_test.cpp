@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A take from the keyboard to a file that other programs open.
+#include "platform/qmx/device/qmxstrip.h"
 #include "tests/support/print.h"
 #include "tests/system/sandbox.h"
 
@@ -65,6 +66,35 @@ TEST(Record, aTakeOfTheGeneratorHoldsEveryFrameOnce)
     EXPECT_EQ(strips.size(), frames);
     EXPECT_EQ(brokenAt(strips), QString());
     expectOrdinaryClip(sandbox.out("take.mov"), frames);
+}
+
+TEST(Record, theSoundStandsWithThePictureToASample)
+{
+    Sandbox sandbox;
+    sandbox.setProfile(generator576);
+    const ProgramResult result = sandbox.run("xpctl record --for 3 >&2; cp /media/A/*.mov $OUT/take.mov");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    const auto strips = stripsOf(sandbox.out("take.mov"));
+    ASSERT_EQ(brokenAt(strips), QString());
+    const ProgramResult sound = runProgram("ffmpeg", {"-v", "error", "-i", sandbox.out("take.mov"), "-map",
+                                                      "0:a:0", "-af", "pan=mono|c0=c0", "-f", "s32le", "-"});
+    constexpr int samplesPerFrame = 1920;
+    const auto *samples = reinterpret_cast<const qint32 *>(sound.out.constData());
+    const qsizetype count = sound.out.size() / qsizetype(sizeof(qint32));
+    ASSERT_EQ(count, strips.size() * samplesPerFrame);
+    int marks = 0;
+    // Half a frame before and behind the first sample of each frame.
+    for (qsizetype i = 1; i < strips.size(); ++i) {
+        const int at =
+            QmxStrip::findMark(samples + i * samplesPerFrame - samplesPerFrame / 2, samplesPerFrame, 1);
+        if (*strips[i] % QmxStrip::markInterval != 0) {
+            EXPECT_EQ(at, -1) << "a mark at frame " << i << ", count " << *strips[i];
+            continue;
+        }
+        EXPECT_NEAR(at, samplesPerFrame / 2, 1) << "frame " << i << ", count " << *strips[i];
+        ++marks;
+    }
+    EXPECT_GE(marks, 6);
 }
 
 TEST(Record, aLiveInputFromAnIndependentProgram)

@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What is broken, missing, full or absurd: told in one sentence, survived, and no harm to what is recorded.
+#include "tests/support/print.h"
+#include "tests/system/sandbox.h"
+
+#include <QRandomGenerator>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+constexpr auto small = "[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n";
+
+/// `until COMMAND...` waits for a command to succeed; `say NAME` begins a block of output.
+constexpr auto helpers = R"sh(
+    say() { echo "== $1"; }
+    until_true() {
+        tries=0
+        while ! "$@"; do
+            tries=$((tries + 1)); [ $tries -lt 400 ] || { echo "never: $*" >&2; cat /run/xp/xpd.out >&2; exit 9; }
+            read -rt 0.05 <> <(:) || true
+        done
+    }
+    is() { [ "$(xpctl get "$1")" = "$2" ]; }
+    refused() { status=0; xpctl --json "$@" 2>&1 || status=$?; echo "status $status"; }
+)sh";
+
+/// What the script printed behind "== NAME".
+QByteArray block(const QByteArray &out, const QByteArray &name)
+{
+    const qsizetype begin = out.indexOf("== " + name + "\n");
+    const QByteArray text = begin < 0 ? QByteArray() : out.mid(begin + 4 + name.size());
+    const qsizetype end = text.indexOf("\n== ");
+    return end < 0 ? text : text.left(end + 1);
+}
+
+void expectRefusal(const QByteArray &block, int status, const QByteArray &why)
+{
+    EXPECT_TRUE(block.contains("\"error\":\"")) << block.toStdString();
+    EXPECT_TRUE(block.contains(why)) << block.toStdString();
+    EXPECT_TRUE(block.endsWith("status " + QByteArray::number(status) + "\n")) << block.toStdString();
+}
+
+ProgramResult runHelped(Sandbox &sandbox, const char *script)
+{
+    const ProgramResult result = sandbox.run(QString(helpers) + script);
+    EXPECT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
+    EXPECT_FALSE(result.err.contains("ended with status")) << result.err.toStdString();
+    return result;
+}
+} // namespace
+
+TEST(BadInput, aStoreThatIsTakenAwayDuringATakeComesBackWithWhatWasKnown)
+{
+    Sandbox sandbox;
+    QByteArray noise(200000, Qt::Uninitialized);
+    QRandomGenerator(7).fillRange(reinterpret_cast<quint32 *>(noise.data()), noise.size() / 4);
+    sandbox.setProfile(noise); // no profile at all: the built-in one
+    const ProgramResult result = runHelped(sandbox, R"sh(
+        say profile; grep -c lumen.ini /run/xp/xpd.out; grep lumen.ini /run/xp/xpd.out
+        db=/var/lib/xp/store.db
+        xpctl set clip_base_name other
+        for harm in "rm -f $db $db-wal $db-shm $db.backup-*" "rm -f $db" "cp /etc/xp/lumen.ini $db" "truncate -s 0 $db"; do
+            say "$harm"
+            xpctl record >&2
+            $harm
+            until_true is transport_status recording
+            xpctl stop >&2
+            xpctl get active_media_path; xpctl get clip_base_name; xpctl alarms
+        done
+        say log; grep -c 'configuration store' /run/xp/xpd.out
+        say gone
+        xpctl record >&2
+        mv $db $db.away; mkdir $db
+        refused stop
+        rmdir $db; mv $db.away $db
+        xpctl stop
+        cp /media/A/*.mov $OUT
+    )sh");
+    EXPECT_TRUE(block(result.out, "profile").startsWith("1\n")) << result.out.left(500).toStdString();
+    EXPECT_TRUE(block(result.out, "profile").contains("is not a text file, the built-in profile is used"));
+    for (const QByteArray &harm :
+         {QByteArray("rm -f /var/lib/xp/store.db"), QByteArray("truncate -s 0 /var/lib/xp/store.db"),
+          QByteArray("cp /etc/xp/lumen.ini /var/lib/xp/store.db")}) {
+        EXPECT_TRUE(block(result.out, harm).startsWith("/media/A\nother\n"))
+            << harm.toStdString() << result.out.toStdString();
+        EXPECT_TRUE(block(result.out, harm).contains("has been restored")) << harm.toStdString();
+    }
+    EXPECT_LE(block(result.out, "log").trimmed().toInt(), 8) << "more than two lines for each harm";
+    expectRefusal(block(result.out, "gone").left(block(result.out, "gone").indexOf("recorded")), 4,
+                  "check the folder and its rights");
+    EXPECT_TRUE(block(result.out, "gone").contains("recorded")) << result.out.toStdString();
+    for (int take = 1; take <= 5; ++take) {
+        const QString name = QStringLiteral("other_%1.mov").arg(take, 3, 10, QChar('0'));
+        EXPECT_EQ(brokenAt(stripsOf(sandbox.out(name))), QString()) << name.toStdString();
+    }
+}
+
+TEST(BadInput, filesThatAreNoClipsAreExplainedAndTheOthersPlay)
+{
+    Sandbox sandbox;
+    sandbox.setProfile(small);
+    const ProgramResult result = runHelped(sandbox, R"sh(
+        cd /media/A
+        xpctl record --for 1.5 >&2
+        take=take_001.mov; size=$(stat -c %s $take); before=$(sha1sum $take)
+        for i in $(seq 0 19); do head -c $((size * i / 20)) $take >cut_$i.mov; done
+        mkdir folder.mov; mkfifo pipe.mov; ln -s /nowhere dangling.mov; head -c 300000 /dev/urandom >noise.mov
+        ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -t 1 -c:v cinepak odd.mov </dev/null
+        ffmpeg -v error -f lavfi -i sine=sample_rate=48000 -t 1 -c:a pcm_s16le sound.mov </dev/null
+        cp $take holed.mov; head -c 200000 /dev/urandom | dd of=holed.mov bs=1000 seek=$((size / 2000)) conv=notrunc status=none
+        xpctl set media_updated 1
+        say clips; xpctl clips
+        for name in noise.mov folder.mov pipe.mov dangling.mov sound.mov cut_1.mov; do say $name; refused clip $name; done
+        for name in odd.mov holed.mov cut_19.mov $take; do
+            say $name; xpctl clip $name; xpctl play --wait; xpctl stop >&2; xpctl stop >&2
+        done
+        say log; cat /run/xp/xpd.out
+        [ "$before" = "$(sha1sum $take)" ] || { echo "the take was changed" >&2; exit 8; }
+    )sh");
+    const QByteArray clips = block(result.out, "clips");
+    for (const char *listed : {"take_001.mov", "odd.mov", "cut_19.mov", "holed.mov"}) {
+        EXPECT_TRUE(clips.contains(listed)) << listed << clips.toStdString();
+        EXPECT_TRUE(block(result.out, listed).contains("still")) << listed << result.out.toStdString();
+    }
+    for (const char *name : {"noise.mov", "sound.mov", "cut_1.mov"}) {
+        EXPECT_FALSE(clips.contains(QByteArray("  ") + name)) << name;
+        expectRefusal(block(result.out, name), 1,
+                      QByteArray(name) + " lies on /media/A, but cannot be played: ");
+    }
+    expectRefusal(block(result.out, "folder.mov"), 1, "it is no file");
+    expectRefusal(block(result.out, "pipe.mov"), 1, "it is no file");
+    expectRefusal(block(result.out, "dangling.mov"), 1, "there is no clip dangling.mov on /media/A");
+    EXPECT_LE(block(result.out, "log").count("holed.mov"), 4) << "one error for a run of bad frames";
+    EXPECT_LE(block(result.out, "log").count('\n'), 60);
+}
+
+TEST(BadInput, mediaThatRefuseEndTheTakeAndSayWhy)
+{
+    Sandbox sandbox({"--media-size", "60M"});
+    sandbox.setProfile(small);
+    const ProgramResult result = runHelped(sandbox, R"sh(
+        xpctl record --for 0.5 >&2
+        before=$(sha1sum /media/A/take_001.mov)
+        mkdir /var/tmp/plain-$$; xpctl set active_media_path /var/tmp/plain-$$
+        say plain; refused record; say plain-again; refused record
+        rmdir /var/tmp/plain-$$; xpctl set active_media_path /media/A
+        mount -o remount,ro /media/A; say readonly; refused record; mount -o remount,rw /media/A
+        take=take_$(printf %03d "$(xpctl get take_number)")
+        echo mine >/media/A/$take.mov; say taken; xpctl --json record --for 0.3; cat /media/A/$take.mov
+        xpctl set automatic_take off; xpctl record --for 0.3 >&2; say same; refused record; xpctl set automatic_take on
+        xpctl record >&2; head -c 100M /dev/zero >/media/A/fill 2>/dev/null || true
+        until_true is transport_status stopped
+        say full; xpctl alarms; say full-open; refused record
+        rm /media/A/fill; xpctl record --for 0.3 >&2
+        [ "$before" = "$(sha1sum /media/A/take_001.mov)" ] || exit 8
+        cp /media/A/take_001.mov $OUT
+        xpctl record >&2
+        perl -e 'sysopen(F, "/media/A", 0); $how = pack("I", 2); ioctl(F, 0x8004587d, $how)' # the file system shuts down
+        until_true is transport_status stopped
+        say vanished; xpctl alarms; say vanished-open; refused record
+        xpctl set active_media_path /media/B
+        say last; xpctl record --for 0.3; xpctl status
+    )sh");
+    expectRefusal(block(result.out, "plain"), 1, "No Media");
+    expectRefusal(block(result.out, "plain-again"), 1, "No Media");
+    EXPECT_TRUE(block(result.out, "plain").contains("xpctl set active_media_path"));
+    expectRefusal(block(result.out, "readonly"), 1, "the medium is read-only; remount or replace it");
+    EXPECT_TRUE(block(result.out, "taken").endsWith("mine\n")) << "a file of the take's name was overwritten";
+    expectRefusal(block(result.out, "same"), 1, "already exists");
+    EXPECT_TRUE(block(result.out, "full").contains("the medium is full; use another medium or delete clips"));
+    expectRefusal(block(result.out, "full-open"), 1, "Media Full");
+    EXPECT_TRUE(block(result.out, "vanished").contains("input/output error; check or replace it"));
+    expectRefusal(block(result.out, "vanished-open"), 1, "check or replace it");
+    EXPECT_TRUE(block(result.out, "last").contains("into /media/B/")) << result.out.toStdString();
+    EXPECT_EQ(brokenAt(stripsOf(sandbox.out("take_001.mov"))), QString());
+}
+
+TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
+{
+    Sandbox without({"--no-daemon"});
+    const ProgramResult usage = runHelped(without, R"sh(
+        check() { wanted=$1; shift; error=$(xpctl --json "$@" 2>&1 >/dev/null) && status=0 || status=$?
+            if [ $status != $wanted ] || [ "$(echo "$error" | grep -c '"error":"..*"')" != 1 ] || [ "$(echo "$error" | wc -l)" != 1 ]; then
+                echo "xpctl $*: status $status, not $wanted: $error"
+            fi; }
+        check 2; check 2 nonsense; check 2 record 5; check 2 record --for; check 2 record --for -1
+        for length in 0 nan inf 1e30 x ''; do check 2 record --for "$length"; done
+        check 2 step; check 2 cue; check 2 clip; check 2 get; check 2 set; check 2 set clip_base_name
+        check 2 get ''; check 2 get nonsense; check 2 set nonsense 1; check 2 params no_such_word; check 2 play 1 2
+        check 2 set transport_status nonsense; check 2 set take_number -1; check 2 set take_number 99999999999999
+        check 2 status --for 3; check 2 --nonsense; check 2 get clip_base_name more
+        for command in record play still stop "step 1" "cue 1" next prev "clip x" shut-down; do check 3 $command; done
+        xpctl --help >/dev/null; xpctl record --help >/dev/null
+    )sh");
+    EXPECT_EQ(usage.out, QByteArray());
+
+    Sandbox sandbox;
+    sandbox.setProfile(small);
+    const ProgramResult result = sandbox.run(QString(helpers) + R"sh(
+        say words
+        for words in "play nan" "play 101" "play x" "step x" "step 99999999" "cue -5" "cue 99:99:99:99" "cue x"; do refused $words; done
+        say empty; refused play; say empty-cue; refused cue 5
+        for end in interrupt death; do
+            say $end
+            status=0; xpctl --json record --for 600 >$OUT/said 2>&1 & waiting=$!
+            until_true is transport_status recording
+            if [ $end = interrupt ]; then kill -TERM $waiting; else kill -KILL $(cat /run/xp/xpd.pid); fi
+            wait $waiting || status=$?
+            cat $OUT/said; echo "status $status"
+        done
+        cp /media/A/*.mov $OUT
+    )sh");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
+    EXPECT_EQ(block(result.out, "words").count("status 2"), 8) << result.out.toStdString();
+    expectRefusal(block(result.out, "empty"), 1, "there is nothing to play");
+    expectRefusal(block(result.out, "empty-cue"), 1, "there is nothing to play");
+    EXPECT_TRUE(block(result.out, "interrupt").contains("\"frames\":")) << result.out.toStdString();
+    EXPECT_TRUE(block(result.out, "interrupt").endsWith("status 5\n")) << result.out.toStdString();
+    expectRefusal(block(result.out, "death"), 3, "the daemon has ended");
+    EXPECT_EQ(brokenAt(stripsOf(sandbox.out("take_001.mov"))), QString());
+}
+
+TEST(BadInput, lossOfVideoEndsATakeOrIsRecordedAsAStill)
+{
+    Sandbox sandbox;
+    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&loss=300-360,600-660\n");
+    const ProgramResult result = runHelped(sandbox, R"sh(
+        say ends; refused record --for 60
+        until_true is input_format 576i25
+        xpctl set continue_on_loss_of_video on
+        say goes-on; xpctl --json record --for 14
+        cp /media/A/take_002.mov $OUT
+    )sh");
+    expectRefusal(block(result.out, "ends"), 1,
+                  "the take ended early; what was recorded is in /media/A/take_001.mov");
+    const auto strips = stripsOf(sandbox.out("take_002.mov"));
+    EXPECT_NEAR(strips.size(), 350, 5);
+    const auto stills = std::count(strips.begin(), strips.end(), std::nullopt);
+    constexpr int steady = 13; // half a second of good signal, before which an input is not back
+    EXPECT_NEAR(stills, 61 + steady, 4) << "the still stands in for the input";
+    EXPECT_TRUE(!strips.isEmpty() && strips.last()) << "and the input comes back";
+}

@@ -27,6 +27,9 @@ public:
         return *collector;
     }
 
+    /// A thread that a test left behind on a hanging disk may log until the very end of the program.
+    ~Collector() override { QmxLog::defaultLog()->removeTap(this); }
+
     std::mutex mutex;
     QList<QmxLogRecord> records;
     QList<Announcement> announcements;

@@ -13,8 +13,9 @@ QmxRecordFailures::~QmxRecordFailures() = default;
 
 QmxRecordFailures *QmxRecordFailures::instance()
 {
-    static QmxRecordFailures failures;
-    return &failures;
+    // A writer that was left behind on a hanging disk may report until the very end.
+    static QmxRecordFailures *const failures = new QmxRecordFailures;
+    return failures;
 }
 
 std::shared_ptr<void> QmxRecordFailures::subscribe(Receiver receiver)

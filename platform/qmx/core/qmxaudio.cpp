@@ -26,8 +26,9 @@ const qint32 *QmxAudio::data() const
 qint64 qmxAudioStart(qint64 frameNumber, const QmxVideoRate &rate)
 {
     if (!rate.isValid()) return 0;
-    // Whole runs of `num` frames take a whole number of samples; only the rest needs rounding, and stays
-    // small enough for 64 bits at any frame number.
+    // Whole runs of `num` frames take a whole number of samples; only the rest needs rounding. A rate out of
+    // a foreign file may have terms of 31 bits, whose product with the rest passes 64.
+    __extension__ using Wide = __int128;
     const qint64 num = rate.num();
     qint64 runs = frameNumber / num;
     qint64 rest = frameNumber % num;
@@ -36,7 +37,7 @@ qint64 qmxAudioStart(qint64 frameNumber, const QmxVideoRate &rate)
         --runs;
     }
     const qint64 samplesPerRun = qint64(qmxAudioRate) * rate.den();
-    return runs * samplesPerRun + (2 * rest * samplesPerRun + num) / (2 * num);
+    return runs * samplesPerRun + qint64((Wide(2) * rest * samplesPerRun + num) / (2 * num));
 }
 
 int qmxAudioSamples(qint64 frameNumber, const QmxVideoRate &rate)

@@ -300,16 +300,6 @@ quint32 MovMovie::Track::constantDelta() const
     return times.front().delta;
 }
 
-qint64 MovMovie::Track::duration() const
-{
-    qint64 sum = 0;
-    for (const Time &time : times) {
-        if (sum > qint64(1) << 61) break;
-        sum += qint64(time.count) * time.delta;
-    }
-    return sum;
-}
-
 QmxError MovMovie::read(MovInput &input, qint64 offset, bool tables, MovMovie &movie)
 {
     movie = MovMovie();

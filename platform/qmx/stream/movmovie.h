@@ -63,7 +63,6 @@ struct MovMovie
 
         /// Duration of all samples when it is one and the same (the last one may differ), else 0.
         quint32 constantDelta() const;
-        qint64 duration() const;
     };
 
     quint32 timeScale = 0;

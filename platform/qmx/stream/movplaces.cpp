@@ -6,6 +6,7 @@
 namespace {
 
 constexpr qint64 maxOffset = qint64(1) << 62; // sums of sizes cannot overflow from there
+constexpr quint32 maxFrames = 1 << 24;        // three days at 60 frames a second
 
 /// Calls `visit(offset, samples)` for every chunk; false when it has had enough or the tables are wrong.
 bool visitChunks(const MovMovie::Track &track, const std::function<bool(qint64, quint32)> &visit)
@@ -30,8 +31,11 @@ QmxError movPlaceFrames(MovInput &input, const MovMovie::Track &track,
 {
     // With one size for all the count is only a number in the file: it must fit in it.
     const qint64 least = std::max<qint64>(track.sampleSize, 1);
-    if (track.sampleSize != 0 && qint64(track.samples) > input.size() / least)
+    if (track.samples > maxFrames || (track.sampleSize != 0 && qint64(track.samples) > input.size() / least))
         return input.damaged("it describes more frames than it can hold");
+    // A track that names its kind behind its sizes has been read without them.
+    if (track.sampleSize == 0 && track.sizes.size() != track.samples)
+        return input.damaged("the sizes of its frames are missing");
     frames.clear();
     frames.reserve(track.samples);
     const bool whole = visitChunks(track, [&](qint64 offset, quint32 samples) {

@@ -225,14 +225,18 @@ QmxError QmxClipIndex::readTimecodes(MovInput &input)
     return {};
 }
 
-void QmxClipIndex::append(const MovFragment &fragment, MovInput &input)
+void QmxClipIndex::append(MovFragment fragment, MovInput &input)
 {
-    // Fragments lost to damage leave frames that cannot be read: numbers and timecodes stay.
+    // Fragments lost to damage leave frames that cannot be read: numbers and timecodes stay. Each had at
+    // least its slot in the part of the file that was skipped.
     if (fragment.firstFrame > qint64(frames.size()) && fragment.sequence > _nextSequence) {
-        const qint64 lostAtMost = qint64(fragment.sequence - _nextSequence) * MovLayout::maxFragmentFrames;
-        if (fragment.firstFrame - qint64(frames.size()) <= lostAtMost)
+        const qint64 lostFragments = std::min<qint64>(fragment.sequence - _nextSequence,
+                                                      (fragment.slot - _nextSlot) / MovLayout::slotSize);
+        if (fragment.firstFrame - qint64(frames.size()) <= lostFragments * MovLayout::maxFragmentFrames)
             frames.resize(size_t(fragment.firstFrame));
     }
+    // Whoever finishes the file counts as we do here.
+    fragment.firstFrame = qint64(frames.size());
     if (info.frames == 0) {
         info.frames = 1; // so that the first timecode lies within the clip
         readTimecodes(input);
@@ -249,7 +253,7 @@ void QmxClipIndex::append(const MovFragment &fragment, MovInput &input)
     info.frames = qint64(frames.size());
     _nextSlot = fragment.end;
     _nextSequence = fragment.sequence + 1;
-    if (_keepFragments) _fragments.push_back(fragment);
+    if (_keepFragments) _fragments.push_back(std::move(fragment));
 }
 
 QmxError QmxClipIndex::walk(MovInput &input)
@@ -267,7 +271,7 @@ QmxError QmxClipIndex::walk(MovInput &input)
                 break;
             fragment = later;
         }
-        append(*fragment, input);
+        append(std::move(*fragment), input);
     }
     return {};
 }

@@ -64,7 +64,7 @@ private:
     QmxError placeFrames(MovInput &input, const MovMovie::Track &track);
     QmxError placeSounds(MovInput &input);
     QmxError walk(MovInput &input);
-    void append(const MovFragment &fragment, MovInput &input);
+    void append(MovFragment fragment, MovInput &input);
     bool findSlot(MovInput &input, qint64 from, MovFragment &fragment);
     QmxError readTimecodes(MovInput &input);
     void addRun(qint64 frame, quint32 value);

@@ -20,6 +20,7 @@ constexpr auto helpers = R"sh(
             read -rt 0.05 <> <(:) || true
         done
     }
+    recorded() { [ "$(xpctl --json status | sed -E 's/.*"recorded_up_to":([0-9]+).*/\1/')" -ge "$1" ]; }
     is() { [ "$(xpctl get "$1")" = "$2" ]; }
     refused() { status=0; xpctl --json "$@" 2>&1 || status=$?; echo "status $status"; }
 )sh";
@@ -180,4 +181,41 @@ TEST(BadInput, lossOfVideoEndsATakeOrIsRecordedAsAStill)
     constexpr int steady = 13; // half a second of good signal, before which an input is not back
     EXPECT_NEAR(stills, 61 + steady, 4) << "the still stands in for the input";
     EXPECT_TRUE(!strips.isEmpty() && strips.last()) << "and the input comes back";
+}
+
+TEST(BadInput, anInputThatNeverLocksAndOneThatComesBackInAnotherFormat)
+{
+    Sandbox sandbox({"--no-mediad", "--net", "private"});
+    sandbox.setProfile("[inputs]\n601=none:\n602=udp://127.0.0.1:17602\n");
+    const ProgramResult result = runHelped(sandbox, R"sh(
+        send() {
+            ffmpeg -v error -re -f lavfi -i "testsrc2=size=$1:rate=$2" -f lavfi -i sine=sample_rate=48000 \
+                -c:v libx264 -preset ultrafast -tune zerolatency -g 25 -pix_fmt yuv420p -c:a aac -f mpegts \
+                "udp://127.0.0.1:17602?pkt_size=1316" </dev/null & sender=$!
+        }
+        xpctl set video_input 6
+        say silent; refused record --for 1
+        send 1920x1080 25; until_true is input_format 1080p25
+        status=0; xpctl --json record --for 600 >$OUT/said 2>&1 & waiting=$!
+        until_true recorded 40
+        kill $sender; wait $waiting || status=$?
+        say lost; cat $OUT/said; echo "status $status"
+        until_true is input_format none
+        send 1280x720 50; until_true is input_format 720p50
+        say back; xpctl --json record --for 2; xpctl --json status
+        kill $sender; cp /media/A/*.mov $OUT
+    )sh");
+    expectRefusal(block(result.out, "silent"), 1, "No Input");
+    expectRefusal(block(result.out, "lost"), 1,
+                  "the take ended early; what was recorded is in /media/A/take_001.mov");
+    for (const auto &[clip, picture, least] :
+         {std::tuple{"take_001.mov", "1920,1080,25/1", 40}, {"take_002.mov", "1280,720,50/1", 100}}) {
+        const ProgramResult probe =
+            runProgram("ffprobe", {"-v", "error", "-count_frames", "-select_streams", "v", "-show_entries",
+                                   "stream=width,height,r_frame_rate,nb_read_frames", "-of", "csv=p=0",
+                                   sandbox.out(clip)});
+        EXPECT_TRUE(probe.out.startsWith(picture)) << clip << ": " << probe.out.toStdString();
+        EXPECT_EQ(probe.err, QByteArray()) << clip;
+        EXPECT_GE(probe.out.trimmed().split(',').last().toInt(), least) << clip;
+    }
 }

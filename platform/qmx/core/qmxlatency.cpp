@@ -16,7 +16,8 @@ qint64 QmxLatency::upperEdge(int bucket)
 {
     if (bucket < steps) return bucket;
     const int shift = bucket / steps - 1;
-    return ((qint64(bucket % steps + steps) + 1) << shift) - 1;
+    // Without a sign: the edge of the last bucket is the largest number there is.
+    return qint64(((quint64(bucket % steps + steps) + 1) << shift) - 1);
 }
 
 void QmxLatency::add(qint64 nanoseconds)

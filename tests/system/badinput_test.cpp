@@ -3,6 +3,8 @@
 #include "tests/support/print.h"
 #include "tests/system/sandbox.h"
 
+#include <QDir>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,6 +23,11 @@ constexpr auto helpers = R"sh(
         done
     }
     recorded() { [ "$(xpctl --json status | sed -E 's/.*"recorded_up_to":([0-9]+).*/\1/')" -ge "$1" ]; }
+    # A take runs and more of it has become safe since the last call.
+    safer() {
+        now=$(xpctl --json status | sed 's/.*"recorded_up_to":\([0-9]*\).*/\1/'); was=${was:-999999}
+        [ "$now" -gt "$was" ] && { was=; return; }; was=$now; false
+    }
     is() { [ "$(xpctl get "$1")" = "$2" ]; }
     refused() { status=0; xpctl --json "$@" 2>&1 || status=$?; echo "status $status"; }
 )sh";
@@ -130,7 +137,7 @@ TEST(BadInput, mediaThatRefuseEndTheTakeAndSayWhy)
     EXPECT_EQ(brokenAt(stripsOf(sandbox.out("take_001.mov"))), QString());
 }
 
-TEST(BadInput, commandLinesThatMakeNoSenseAreExplained)
+TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
 {
     Sandbox without({"--no-daemon"});
     const ProgramResult usage = runHelped(without, R"sh(
@@ -155,11 +162,30 @@ TEST(BadInput, commandLinesThatMakeNoSenseAreExplained)
         say words
         for words in "play nan" "play 101" "play x" "step x" "step 99999999" "cue -5" "cue 99:99:99:99" "cue x"; do refused $words; done
         say empty; refused play; say empty-cue; refused cue 5
+        for end in opening interrupt death; do
+            say $end
+            status=0; xpctl --json record --for 600 >$OUT/said 2>&1 & waiting=$!
+            until_true is transport_status recording # before the clip is open
+            [ $end = opening ] || until_true safer
+            if [ $end = death ]; then kill -KILL $(cat /run/xp/xpd.pid); else kill -TERM $waiting; fi
+            wait $waiting || status=$?
+            cat $OUT/said; echo "status $status"
+            [ $end = death ] || is transport_status stopped || echo "the take goes on"
+        done
+        cp /media/A/*.mov $OUT
     )sh");
     ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
     EXPECT_EQ(block(result.out, "words").count("status 2"), 8) << result.out.toStdString();
     expectRefusal(block(result.out, "empty"), 1, "there is nothing to play");
     expectRefusal(block(result.out, "empty-cue"), 1, "there is nothing to play");
+    EXPECT_TRUE(block(result.out, "opening").endsWith("status 5\n")) << result.out.toStdString();
+    EXPECT_TRUE(block(result.out, "interrupt").contains("\"frames\":")) << result.out.toStdString();
+    EXPECT_TRUE(block(result.out, "interrupt").endsWith("status 5\n")) << result.out.toStdString();
+    expectRefusal(block(result.out, "death"), 3, "the daemon has ended");
+    const auto takes = QDir(sandbox.out()).entryList({"take_*.mov"}, QDir::Files, QDir::Name);
+    ASSERT_GE(takes.size(), 2);
+    for (const QString &take : takes.last(2))
+        EXPECT_EQ(brokenAt(stripsOf(sandbox.out(take))), QString()) << take.toStdString();
 }
 
 TEST(BadInput, lossOfVideoEndsATakeOrIsRecordedAsAStill)

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/ctl/transportanswers.h"
+
+namespace {
+struct AdviceRow
+{
+    const char *message;
+    const char *advice;
+};
+
+/// What to do when the recorder refuses a take, by the reason it gives.
+constexpr AdviceRow refusals[] = {
+    {"No Input",
+     "choose an input that has a signal with: xpctl set video_input NAME; the daemon's log says what "
+     "is wrong with this one"},
+    {"Invalid Input", "the signal is not steady; check its source, or choose another input"},
+    {"Unsupported Input", "set the source to a format that can be recorded, or choose another input"},
+    {"Media Full", "delete clips, or change the medium"},
+    {"No Media", "put a medium in, or choose one with: xpctl set active_media_path FOLDER"},
+};
+
+QString adviceFor(const Recorder::Alarm &alarm)
+{
+    const QString list = QStringLiteral("alarm %1; `xpctl alarms` lists what is wrong").arg(alarm.name);
+    for (const AdviceRow &row : refusals) {
+        if (alarm.message == QLatin1String(row.message)) {
+            return QLatin1String(row.advice) + QStringLiteral(" (%1)").arg(list);
+        }
+    }
+    return list;
+}
+} // namespace
+
+ExitCode storeError(const Report &report, const QString &reason)
+{
+    return report.error(ExitCode::NoStore, reason);
+}
+
+QString give(Recorder &recorder, Command command)
+{
+    return recorder.write(eParam_TransportCommand, unsigned(command));
+}
+
+QJsonObject transportObject(const Recorder &recorder)
+{
+    return {{"status", recorder.statusLabel()},
+            {"clip", recorder.clip()},
+            {"frame", recorder.counter("frame_on_output")},
+            {"timecode", recorder.timecode()}};
+}
+
+ExitCode gaveUp(const Recorder &recorder, const Report &report, const QString &what,
+                const QList<Recorder::Alarm> &errors)
+{
+    if (Recorder::wasInterrupted()) {
+        return report.error(ExitCode::Interrupted, "interrupted");
+    }
+    if (!errors.isEmpty()) {
+        return report.error(ExitCode::Refused, what + ": " + errors.first().message,
+                            adviceFor(errors.first()));
+    }
+    if (!recorder.daemonIsRunning()) {
+        return report.error(ExitCode::NoDaemon, what + ": the daemon has ended",
+                            "start it again with: systemctl start xpd (in a checkout: ./xp run)");
+    }
+    if (const QString problem = recorder.storeProblem(); !problem.isEmpty()) {
+        return report.error(ExitCode::NoStore, what + ": " + problem);
+    }
+    return report.error(ExitCode::Refused, what,
+                        QStringLiteral("the recorder is %1; `xpctl alarms` and the daemon's log may say why")
+                            .arg(recorder.statusLabel()));
+}

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "companions/ctl/recorder.h"
+#include "companions/ctl/report.h"
+
+#include <QJsonObject>
+
+/// Values of the transport command parameter.
+enum class Command : unsigned {
+    Record = 3,
+    Stop = 4,
+    StepForward = 7,
+    StepBack = 8,
+    NextClip = 9,
+    PreviousClip = 10,
+    ShutDown = 15,
+};
+
+/// How long commands wait, in milliseconds of recorder time.
+namespace Wait {
+/// A command given during a mode change is dropped by the daemon: it is repeated for this long.
+constexpr int repeatFor = 3000;
+constexpr int repeatEvery = 500;
+/// An effect that has not come by then does not come.
+constexpr int effectWithin = 10000;
+/// A picture for a cue or a step, coded and decoded, with a busy disk.
+constexpr int pictureWithin = 3000;
+} // namespace Wait
+
+/// Empty when the command was written, else why not.
+QString give(Recorder &recorder, Command command);
+ExitCode storeError(const Report &report, const QString &reason);
+/// The effect did not come: says why, as far as it can be known. `errors` are alarms that came instead of it.
+ExitCode gaveUp(const Recorder &recorder, const Report &report, const QString &what,
+                const QList<Recorder::Alarm> &errors = {});
+/// What every command that moves the transport tells a script.
+QJsonObject transportObject(const Recorder &recorder);

@@ -11,9 +11,16 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include <memory>
+#include <thread>
+#include <vector>
 
 namespace {
 
@@ -93,6 +100,25 @@ struct WakeCounter : QObject
         return false;
     }
     int count = 0;
+};
+
+/// No descriptor left while it lives, but one.
+class NoDescriptors
+{
+public:
+    NoDescriptors()
+    {
+        ::getrlimit(RLIMIT_NOFILE, &_before);
+        const int next = ::dup(STDIN_FILENO);
+        ::close(next);
+        rlimit few = _before;
+        few.rlim_cur = rlim_t(next) + 1;
+        ::setrlimit(RLIMIT_NOFILE, &few);
+    }
+    ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &_before); }
+
+private:
+    rlimit _before = {};
 };
 
 } // namespace
@@ -176,4 +202,84 @@ TEST_F(DebugServerTest, startsOnceAndAgainAfterAStop)
     EXPECT_FALSE(Client().connected);
     EXPECT_TRUE(other.start(kPort));
     EXPECT_TRUE(Client().connected);
+}
+
+TEST_F(DebugServerTest, takesLinesOfEveryLengthAndBytesOfEveryValue)
+{
+    Client client;
+    QByteArray every;
+    for (int value = 0; value < 256; ++value)
+        if (value != '\n' && value != '\r' && value != '\b') every.append(char(value));
+    QByteArray longLine(10'000'000, 'x');
+    // A blocking send needs the server to read meanwhile.
+    std::thread sender([&] { client.send(every + "\n" + longLine + "\n"); });
+    EXPECT_TRUE(Stepper::waitFor([&] { return lines.size() == 2; }, 20000));
+    sender.join();
+    ASSERT_EQ(lines.size(), 2);
+    EXPECT_EQ(lines[0], QString::fromUtf8(every));
+    EXPECT_EQ(lines[1].size(), longLine.size());
+    EXPECT_EQ(lines[1].count('x'), longLine.size());
+}
+
+TEST_F(DebugServerTest, manyConnectionsAreServedAndThoseThatDoNotReadDelayNobody)
+{
+    constexpr int many = 200;
+    std::vector<std::unique_ptr<Client>> clients;
+    const auto everybody = [&] {
+        while (clients.size() < many) {
+            clients.push_back(std::make_unique<Client>());
+            Stepper::deliver();
+        }
+        for (int i = 0; i < many; ++i)
+            clients[size_t(i)]->send("from " + QByteArray::number(i) + "\n");
+        return hears(many);
+    };
+    ASSERT_TRUE(everybody());
+    EXPECT_EQ(QSet<QString>(lines.begin(), lines.end()).size(), many);
+    EXPECT_EQ(QSet<int>(fds.begin(), fds.end()).size(), many);
+
+    // A reply that nobody takes is lost, not waited for.
+    const QByteArray reply(100'000, 'r');
+    ssize_t written = 0;
+    for (int i = 0; i < 1000 && written >= 0; ++i)
+        written = ::write(fds[0], reply.constData(), size_t(reply.size()));
+    EXPECT_EQ(written, -1);
+    EXPECT_EQ(errno, EAGAIN);
+    clients.back()->send("still there\n");
+    ASSERT_TRUE(hears(many + 1));
+
+    // Half of them vanish, politely or not, in the middle of a line; the others are served on.
+    for (size_t i = 0; i < many / 2; ++i) {
+        clients[i]->send("half a li");
+        if (i % 2 == 0) clients[i]->reset();
+        clients[i].reset();
+    }
+    WakeCounter wakes(server);
+    Stepper::runMs(3500);
+    EXPECT_LE(wakes.count, many / 2 * 5) << "the loop spins on those that have gone";
+    lines.clear();
+    for (size_t i = many / 2; i < many; ++i)
+        clients[i]->send("again\n");
+    ASSERT_TRUE(hears(many / 2));
+}
+
+TEST_F(DebugServerTest, withoutDescriptorsItWaitsAndDoesNotSpin)
+{
+    Client accepted;
+    Stepper::deliver();
+    accepted.send("one\n");
+    ASSERT_TRUE(hears(1));
+    expectLog("debugserver", QStringLiteral("Accept failed: Too many open files"));
+    std::unique_ptr<Client> waiting;
+    {
+        const NoDescriptors none;
+        waiting = std::make_unique<Client>();
+        WakeCounter wakes(server);
+        Stepper::runMs(3500);
+        EXPECT_GE(wakes.count, 3);
+        EXPECT_LE(wakes.count, 8);
+    }
+    waiting->send("two\n");
+    Stepper::runMs(1500);
+    ASSERT_TRUE(hears(2));
 }

@@ -109,9 +109,12 @@ void DebugServer::closeConnection(int fd)
 
 void DebugServer::listenerReadable(int)
 {
-    const int fd = ::accept4(_listenFd, nullptr, nullptr, SOCK_CLOEXEC);
+    // Never waited for: a client that does not read its replies loses them.
+    const int fd = ::accept4(_listenFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (fd < 0) {
         logErrno(AcceptFailed, "Accept failed: %s\n");
+        // Without descriptors left the next try fails too, and the peer still waits: not at every turn.
+        _listenNotifier->setEnabled(false);
         return;
     }
     const auto conn = std::make_shared<DebugServerConn>(fd, this);
@@ -134,6 +137,7 @@ void DebugServer::connectionReadable(int fd)
         processRx(*conn, buffer, static_cast<int>(size));
         return;
     }
+    if (size < 0 && (errno == EAGAIN || errno == EINTR)) return; // nothing there after all
     // At its end, as after an error, a descriptor is readable for ever: the notifier rests until the next
     // reaping, else the loop would do nothing but come here. An ended connection stays in the table; only
     // an error or a command removes it.
@@ -170,6 +174,7 @@ void DebugServer::timerEvent(QTimerEvent *event)
 
 void DebugServer::reap()
 {
+    if (_listenNotifier) _listenNotifier->setEnabled(true);
     for (auto it = _connections.begin(); it != _connections.end();) {
         if ((*it)->closed) {
             it = _connections.erase(it);

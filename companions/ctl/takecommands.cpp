@@ -31,7 +31,10 @@ class TakeStart
 {
 public:
     explicit TakeStart(Recorder &recorder)
-        : _recorder(recorder), _before(recorder.alarms()), _takesBefore(recorder.counter("takes_opened"))
+        : _recorder(recorder),
+          _before(recorder.alarms()),
+          _takesBefore(recorder.counter("takes_opened")),
+          _clipBefore(recorder.clip())
     {}
 
     bool wait()
@@ -55,7 +58,11 @@ public:
             if (!_recorder.waitFor(settled, Wait::repeatFor) && isRecording(_recorder))
                 _recorder.waitFor(settled, Wait::effectWithin);
         }
-        return isOpen() && _errors.isEmpty();
+        if (!isOpen() || !_errors.isEmpty()) return false;
+        // The name reaches the store behind the clip.
+        constexpr int nameWithin = 2000; // ms
+        _recorder.waitFor([this] { return _recorder.clip() != _clipBefore; }, nameWithin);
+        return true;
     }
     /// Alarms that have come since.
     QList<Recorder::Alarm> newErrors()
@@ -71,6 +78,7 @@ private:
     Recorder &_recorder;
     const QList<Recorder::Alarm> _before;
     const qint64 _takesBefore;
+    const QString _clipBefore;
     QList<Recorder::Alarm> _errors;
 };
 

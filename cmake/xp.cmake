@@ -16,7 +16,9 @@ set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g1")
 
 find_program(CCACHE ccache)
 if(CCACHE)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+  # Precompiled headers are cached only when told not to look for __TIME__ in them.
+  set(CMAKE_CXX_COMPILER_LAUNCHER env
+    CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${CCACHE})
 endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
@@ -29,6 +31,21 @@ if(XP_SANITIZE)
   add_compile_options(-Wno-maybe-uninitialized)
   add_link_options(-fsanitize=${XP_SANITIZE})
 endif()
+
+option(XP_PRECOMPILED "Compile the common headers once" ON)
+# xp_precompiled(NAME HEADER [LIBS ...]): a precompiled header for the targets that link these libraries.
+function(xp_precompiled name header)
+  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  add_library(${name} OBJECT ${CMAKE_SOURCE_DIR}/cmake/precompiled.cpp)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  set_target_properties(${name} PROPERTIES AUTOMOC OFF)
+  target_precompile_headers(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/${header})
+endfunction()
+function(xp_use_precompiled target name)
+  if(XP_PRECOMPILED)
+    target_precompile_headers(${target} REUSE_FROM ${name})
+  endif()
+endfunction()
 
 # xp_library(NAME [LIBS ...] [PRIVATE_LIBS ...]): a static library of all sources in this folder.
 # A folder that has no source yet becomes an interface library, so that its users can be configured.
@@ -48,6 +65,7 @@ function(xp_library name)
   add_library(${name} STATIC ${sources} ${headers})
   target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
   target_link_libraries(${name} PUBLIC ${ARG_LIBS} PRIVATE ${ARG_PRIVATE_LIBS})
+  xp_use_precompiled(${name} precompiled)
 endfunction()
 
 # xp_program(NAME SOURCE... [LIBS ...]): a program in build/bin.
@@ -56,6 +74,7 @@ function(xp_program name)
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  xp_use_precompiled(${name} precompiled)
 endfunction()
 
 # xp_tests(NAME [LIBS ...] [LABELS ...] [TIMEOUT seconds] [EXCLUDE file ...] [SERIAL]): one test program of
@@ -76,6 +95,7 @@ function(xp_tests name)
   add_executable(${name} ${sources})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_support GTest::gtest)
+  xp_use_precompiled(${name} precompiled_tests)
   include(GoogleTest)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" RUN_SERIAL ${ARG_SERIAL})

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything that can be said about the code without a person: names what it ran and what failed.
-#   check.sh [format|folders|libraries|lint|asan|tsan|fuzz ...] [--long]   (nothing named: all of them)
+#   check.sh [format|folders|libraries|params|lint|asan|tsan|fuzz ...] [--long]   (nothing named: all of them)
 set -uo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
@@ -19,6 +19,13 @@ check_libraries() {
         [ -z "$extra" ] || { echo "$program loads" $extra; status=1; }
     done
     return $status
+}
+
+# The reference of all parameters is the table's own.
+check_params() {
+    xp_build || return 1
+    "$XP_BUILD/bin/xpctl" params --markdown | diff -u docs/parameters.md - ||
+        { echo "make it anew: xpctl params --markdown >docs/parameters.md"; return 1; }
 }
 
 check_lint() {
@@ -54,7 +61,7 @@ for argument in "$@"; do
         *) declare -F "check_$argument" >/dev/null || die "check: no check named $argument"; wanted+=("$argument") ;;
     esac
 done
-[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries lint asan tsan fuzz)
+[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params lint asan tsan fuzz)
 export XP_LONG=$long
 failed=()
 for name in "${wanted[@]}"; do

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/commands.h"
 
+#include "companions/ctl/parametermarkdown.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -52,7 +54,7 @@ std::span<const CommandRow> ctlCommands()
         {"params",
          "list parameters with value, choices and help",
          {{"WORD", "only those whose name holds it", false}},
-         "",
+         "markdown",
          false,
          ctlParams},
         {"shut-down", "end the daemon; a take that is running is closed", {}, "", true, ctlShutDown},
@@ -79,6 +81,10 @@ std::string takeLength(const std::string &text)
 
 ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments &arguments)
 {
+    if (arguments.markdown) { // says the same on every machine: no recorder is needed
+        report.result(parametersAsMarkdown(), {{"markdown", parametersAsMarkdown()}});
+        return ExitCode::Done;
+    }
     Recorder recorder;
     if (const QString problem = recorder.storeProblem(); !problem.isEmpty()) {
         return report.error(ExitCode::NoStore, problem);
@@ -125,6 +131,9 @@ int runCommandLine(int argc, char **argv)
         }
         if (takes(row, "once")) {
             command->add_flag("--once", arguments->once, "one line, then end");
+        }
+        if (takes(row, "markdown")) {
+            command->add_flag("--markdown", arguments->markdown, "the reference of all parameters");
         }
     }
     try { // the parser reports by exception; it ends here

@@ -16,6 +16,7 @@ struct Arguments
     bool untilDone = false;         ///< --wait: also until the playback has come to its end
     double seconds = 0;             ///< --for; 0: not given
     bool once = false;              ///< --once
+    bool markdown = false;          ///< --markdown
 
     std::string word(size_t index) const { return index < words.size() ? words[index] : std::string(); }
 };
@@ -33,7 +34,7 @@ struct CommandRow
     const char *name;
     const char *help;
     std::vector<ArgumentRow> arguments;
-    const char *options; ///< which of "for", "wait", "once" it takes, separated by blanks
+    const char *options; ///< which of "for", "wait", "once", "markdown" it takes, separated by blanks
     bool needsDaemon;
     ExitCode (*run)(Recorder &recorder, const Report &report, const Arguments &arguments);
 };

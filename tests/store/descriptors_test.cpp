@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/paramdescriptor.h"
 
+#include "tests/support/testfiles.h"
+
 #include <gtest/gtest.h>
+
+#include <QCoreApplication>
 
 #include <map>
 #include <regex>
@@ -52,6 +56,15 @@ TEST_F(Descriptors, everyRowIsWhole)
                   row->type() != ParamDescriptor::Enumerated && row->type() != ParamDescriptor::Bool);
     }
     EXPECT_EQ(GetDescriptor(eParam_t(1)), nullptr);
+}
+
+TEST_F(Descriptors, areWhatTheDocumentationSays)
+{
+    const ProgramResult made =
+        runProgram(QCoreApplication::applicationDirPath() + "/xpctl", {"params", "--markdown"});
+    ASSERT_EQ(made.status, 0) << made.err.toStdString();
+    EXPECT_EQ(made.out, readAll(XP_ROOT "/docs/parameters.md"))
+        << "make it anew: xpctl params --markdown >docs/parameters.md";
 }
 
 TEST_F(Descriptors, keepDefaultsWhereNothingWouldBeWrong)

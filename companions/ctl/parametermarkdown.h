@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QString>
+
+/// The reference of all parameters, as docs/parameters.md holds it. Made from the descriptors alone: no store
+/// is needed, and it says the same on every machine.
+QString parametersAsMarkdown();

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/product/clipfinder.h"
 
+#include "platform/product/clipcache.h"
 #include "platform/product/clipnames.h"
 #include "platform/product/clipscan.h"
 #include "platform/product/givenclips.h"
 #include "platform/product/mediumhelper.h"
+#include "platform/product/sharedclipsource.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/store/config.h"
 
@@ -14,7 +16,6 @@
 #include <functional>
 #include <map>
 #include <set>
-#include <sstream>
 #include <tuple>
 
 #include <sys/stat.h>
@@ -66,12 +67,13 @@ public:
     explicit Private(Config *store) : config(store) {}
 
     void list(const std::string &folder, std::chrono::milliseconds wait = MediumHelper::limit);
-    std::list<Clip> inOrder(bool sorted) const;
+    std::optional<std::vector<Clip>> sharedPlayList(const std::string &folder, const std::string &names);
 
     const QmxEnvironment environment = QmxEnvironment::current();
     Config *const config;
     std::map<std::string, std::shared_ptr<ClipSource>> sources; ///< by folder, each for its helper thread
-    std::string folder;                                         ///< that was listed last
+    const std::shared_ptr<ClipCache> playListCache = std::make_shared<ClipCache>(ClipCache::PlayList);
+    std::string folder;      ///< that was listed last
     std::vector<Clip> clips; ///< of the last listing, in the order of recording
     unsigned takeGiven = 0;  ///< in the name given last; 0: no take in it
 };
@@ -84,7 +86,7 @@ void ClipFinder::Private::list(const std::string &path, std::chrono::millisecond
     if (path != folder) clips.clear();
     folder = path;
     std::shared_ptr<ClipSource> &medium = sources[path];
-    if (!medium) medium = std::make_shared<MediumClipSource>(environment);
+    if (!medium) medium = std::make_shared<SharedClipSource>(environment);
     auto answer = MediumHelper::instance().answer<Listing>(
         path, [source = medium, path] { return source->clips(path); }, wait);
     if (!answer) return;
@@ -102,11 +104,18 @@ void ClipFinder::Private::list(const std::string &path, std::chrono::millisecond
     clips = std::move(found);
 }
 
-std::list<Clip> ClipFinder::Private::inOrder(bool sorted) const
+/// As the media daemon has shared it, if it is of these names and nothing has changed since.
+std::optional<std::vector<Clip>> ClipFinder::Private::sharedPlayList(const std::string &path,
+                                                                     const std::string &names)
 {
-    std::list<Clip> result(clips.begin(), clips.end());
-    if (!sorted) result.sort([](const Clip &a, const Clip &b) { return a.getName() < b.getName(); });
-    return result;
+    using Listing = std::optional<std::vector<Clip>>;
+    auto answer =
+        MediumHelper::instance().answer<Listing>(path, [cache = playListCache, path, names]() -> Listing {
+            const auto listing = cache->listing(path);
+            if (!listing || listing->playList != names || !isUpToDate(*listing)) return std::nullopt;
+            return listing->clips;
+        });
+    return answer.value_or(std::nullopt);
 }
 
 ClipFinder::ClipFinder(Config *config) : d(std::make_unique<Private>(config))
@@ -124,19 +133,19 @@ std::list<Clip> ClipFinder::findClips(bool playableOnly, bool playListOnly, bool
     if (!d->config) return {};
     const std::string folder = text(d->config, eParam_ActiveMediaPath);
     if (folder.empty()) return {};
-    d->list(folder);
-    GivenClips::instance().clear();
-    std::list<Clip> all = d->inOrder(sorted);
-    if (playableOnly) all.remove_if([](const Clip &clip) { return clip.getFrameCount() <= 0; });
-    if (!playListOnly) return all;
-    std::list<Clip> listed;
-    std::istringstream names(text(d->config, eParam_PlayList));
-    for (std::string name; std::getline(names, name);) {
-        const auto clip =
-            std::find_if(all.begin(), all.end(), [&name](const Clip &c) { return c.getName() == name; });
-        if (clip != all.end()) listed.push_back(*clip);
+    const std::string names = playListOnly ? text(d->config, eParam_PlayList) : std::string();
+    std::optional<std::vector<Clip>> listed;
+    if (playListOnly) listed = d->sharedPlayList(folder, names);
+    if (!listed) {
+        d->list(folder);
+        listed = playListOnly ? clipsOfPlayList(d->clips, names) : d->clips;
     }
-    return listed;
+    GivenClips::instance().clear();
+    std::list<Clip> result(listed->begin(), listed->end());
+    if (!sorted && !playListOnly)
+        result.sort([](const Clip &a, const Clip &b) { return a.getName() < b.getName(); });
+    if (playableOnly) result.remove_if([](const Clip &clip) { return clip.getFrameCount() <= 0; });
+    return result;
 }
 
 int ClipFinder::buildClipName(std::string &name, std::list<Clip> *existing)

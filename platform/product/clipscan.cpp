@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/qmx/stream/qmxclipreader.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <filesystem>
@@ -35,7 +36,10 @@ ClipSource::~ClipSource() = default;
 
 bool isClipName(const std::string &name)
 {
-    if (name.empty() || name[0] == '.') return false;
+    // Names with control characters could not be shown or typed, nor stand in a list of lines.
+    if (name.empty() || name[0] == '.' ||
+        std::any_of(name.begin(), name.end(), [](unsigned char c) { return std::iscntrl(c) != 0; }))
+        return false;
     std::string extension = fs::path(name).extension().string();
     for (char &c : extension)
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -78,6 +82,7 @@ std::optional<std::vector<Clip>> MediumClipSource::clips(const std::string &fold
     std::error_code failed;
     std::vector<Clip> found;
     std::map<std::string, Known> seen;
+    bool complete = true;
     fs::directory_iterator entry(folder, failed);
     if (failed) return std::nullopt;
     for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
@@ -87,9 +92,14 @@ std::optional<std::vector<Clip>> MediumClipSource::clips(const std::string &fold
         Known &known = seen[path];
         if (const auto before = _known.find(path); before != _known.end()) known = before->second;
         const std::optional<Clip> clip = look(path, known);
-        if (clip && (clip->isClosed() || !isBeingRecorded(path, *_environment.files))) found.push_back(*clip);
+        if (!clip) continue;
+        if (clip->isClosed() || !isBeingRecorded(path, *_environment.files))
+            found.push_back(*clip);
+        else
+            complete = false;
     }
     if (failed) return std::nullopt;
+    _complete = complete;
     _known = std::move(seen); // what has gone from the medium goes from memory
     return found;
 }

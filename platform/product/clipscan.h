@@ -13,8 +13,8 @@
 /// Blocks on the medium.
 std::optional<Clip> scanClip(const std::string &path, const QmxEnvironment &environment);
 
-/// Where a list of clips comes from. What is read from the medium today may come from a cache tomorrow that
-/// the media daemon keeps; the finder does not see the difference.
+/// Where a list of clips comes from: the medium itself, or the cache that the media daemon keeps. The finder
+/// does not see the difference.
 class ClipSource
 {
 public:
@@ -22,6 +22,8 @@ public:
     /// All clips of a folder that nobody is recording, in any order. Blocks. Nothing when the folder cannot
     /// be read.
     virtual std::optional<std::vector<Clip>> clips(const std::string &folder) = 0;
+    /// The last list left out nothing that becomes a clip without a change of the folder (a take that runs).
+    virtual bool isComplete() const = 0;
 };
 
 /// Reads the medium itself. What it has read stays known as long as the file does not change, so that a
@@ -31,6 +33,7 @@ class MediumClipSource : public ClipSource
 public:
     explicit MediumClipSource(const QmxEnvironment &environment);
     std::optional<std::vector<Clip>> clips(const std::string &folder) override;
+    bool isComplete() const override { return _complete; }
 
 private:
     struct Known
@@ -43,6 +46,7 @@ private:
 
     QmxEnvironment _environment;
     std::map<std::string, Known> _known;
+    bool _complete = false;
 };
 
 /// Whether a file name is that of a clip.

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/product/cliplisting.h"
+
+#include "platform/product/clipscan.h"
+
+#include <algorithm>
+#include <ctime>
+#include <sstream>
+#include <unordered_map>
+
+#include <sys/stat.h>
+
+namespace {
+
+constexpr qint64 nsPerSecond = 1'000'000'000;
+/// A file system's stamp may be the same for two changes that close to each other (FAT counts two seconds).
+constexpr qint64 stampGranularity = 3 * nsPerSecond;
+
+qint64 nanoseconds(const timespec &time)
+{
+    return time.tv_sec * nsPerSecond + time.tv_nsec;
+}
+
+/// 0 when there is no such folder.
+qint64 changeTime(const std::string &folder)
+{
+    struct stat64 status
+    {};
+    return ::stat64(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) ? nanoseconds(status.st_mtim)
+                                                                             : 0;
+}
+
+/// Of the clock that stamps files, not of the program's.
+qint64 stampClock()
+{
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return nanoseconds(now);
+}
+
+} // namespace
+
+std::optional<ClipListing> takeClipListing(const std::string &folder, ClipSource &source)
+{
+    ClipListing listing;
+    listing.folder = folder;
+    listing.changed = changeTime(folder);
+    const qint64 before = stampClock();
+    auto clips = source.clips(folder);
+    if (!clips || listing.changed == 0) return std::nullopt;
+    listing.clips = std::move(*clips);
+    const bool isQuiet = before >= listing.changed && before - listing.changed >= stampGranularity;
+    listing.settled = isQuiet && source.isComplete() &&
+                      std::all_of(listing.clips.begin(), listing.clips.end(),
+                                  [](const Clip &clip) { return clip.isClosed(); });
+    return listing;
+}
+
+bool isUpToDate(const ClipListing &listing)
+{
+    return listing.settled && changeTime(listing.folder) == listing.changed;
+}
+
+std::vector<Clip> clipsOfPlayList(const std::vector<Clip> &clips, const std::string &names)
+{
+    std::unordered_map<std::string, const Clip *> byName;
+    for (const Clip &clip : clips)
+        byName.emplace(clip.getName(), &clip);
+    std::vector<Clip> listed;
+    std::istringstream lines(names);
+    for (std::string name; std::getline(lines, name);)
+        if (const auto found = byName.find(name); found != byName.end()) listed.push_back(*found->second);
+    return listed;
+}

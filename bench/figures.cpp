@@ -7,6 +7,11 @@ std::span<const BenchRow> benchRows()
         {"record", "a take in real time: frames lost, CPU a frame, longest turn of the event loop",
          benchRecord},
         {"record_start", "from the record command to the first frame of the clip", benchRecordStart},
+        {"store", "a change in the store until another process hears it", benchStoreDelivery},
+        {"burst", "10,000 changes and five listeners: what is lost", benchStoreBurst},
+        {"redis", "the same change over a server", benchStoreRedis},
+        {"action", "from a parameter to what the transport does, told back", benchParameterToAction},
+        {"clips", "listing 10,000 clips from the shared list", benchClipList},
         {"cue", "from the cue command to the picture on the output", benchCue},
     };
     return rows;

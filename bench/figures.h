@@ -34,5 +34,11 @@ std::span<const BenchRow> benchRows();
 // recordbench.cpp
 QList<Figure> benchRecord(int seconds);
 QList<Figure> benchRecordStart(int seconds);
+// storebench.cpp
+QList<Figure> benchStoreDelivery(int seconds);
+QList<Figure> benchStoreBurst(int seconds);
+QList<Figure> benchStoreRedis(int seconds);
+QList<Figure> benchParameterToAction(int seconds);
+QList<Figure> benchClipList(int seconds);
 // playbench.cpp
 QList<Figure> benchCue(int seconds);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "bench/figures.h"
+#include "bench/storelistener.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -39,6 +40,12 @@ void print(const Figure &figure, bool json)
 
 int main(int argc, char **argv)
 {
+    if (argc > 1 && std::strcmp(argv[1], "--listener") == 0) {
+        QStringList role;
+        for (int i = 2; i < argc; ++i)
+            role << QString::fromLocal8Bit(argv[i]);
+        return runStoreListener(role);
+    }
     bool json = false;
     int seconds = defaultSeconds;
     QString wanted;

@@ -38,6 +38,7 @@ TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
     EXPECT_FALSE(QFile::exists(path));
     files->clear();
     EXPECT_EQ(rig.openForWrite(dir.file(QStringLiteral("no/folder/take.mov"))), ENOENT);
+    EXPECT_EQ(rig.openForWrite(dir.file(QStringLiteral("../take.mov"))), EINVAL);
 
     makeClip(path, 10);
     const QByteArray before = readAll(path);
@@ -45,7 +46,7 @@ TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
     EXPECT_EQ(readAll(path), before);
     EXPECT_TRUE(QmxRecordTable::instance()->entries().isEmpty());
     Stepper::deliver();
-    EXPECT_EQ(rig.events.filter(QStringLiteral("alarm 1901 2")).size(), 3);
+    EXPECT_EQ(rig.events.filter(QStringLiteral("alarm 1901 2")).size(), 4);
 }
 
 TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)

@@ -3,7 +3,15 @@
 #include "platform/store/sqlitebackend.h"
 #include "platform/store/storebackend.h"
 
+#include <cstdlib>
+
 StoreBackend::~StoreBackend() = default;
+
+quint64 StoreCursor::epochBegin() const
+{
+    const auto sign = epoch.rfind('+');
+    return sign == std::string::npos ? version : std::strtoull(epoch.c_str() + sign + 1, nullptr, 10);
+}
 
 const std::vector<StoreBackendRow> &storeBackends()
 {

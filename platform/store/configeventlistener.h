@@ -12,8 +12,12 @@
 /// One change of a parameter, whole.
 struct ConfigEvent
 {
+    /// Not a change: the store cannot tell all that has happened (it was lost and made anew, or its log was
+    /// cut before it was read). The values that differ follow as changes; commands may have been lost.
+    static constexpr int Reload = 0;
+
     eParam_t id{};
-    int kind = 0;        ///< type() of the parameter's descriptor
+    int kind = 0;        ///< type() of the parameter's descriptor, or Reload (then `id` is 0)
     unsigned number = 0; ///< of unsigned, bool and enumerated parameters
     std::string text;    ///< of string and data parameters
     timeval time{};      ///< when it was written, time of day
@@ -31,6 +35,6 @@ public:
     virtual void ParamChanged(eParam_t id, std::string value, timeval time) = 0;
     /// A parameter of bytes. True: taken; false (the default): ParamChanged(ConfigEvent) is called too.
     virtual bool DataChanged(eParam_t id, std::string &value, timeval time);
-    /// Bytes that DataChanged() has not taken. The default does nothing.
+    /// Bytes that DataChanged() has not taken, and Reload. The default does nothing.
     virtual void ParamChanged(ConfigEvent event);
 };

@@ -27,7 +27,8 @@ std::vector<ParamRow> mediaRows()
                "Reel that clips on the rollover medium carry."),
         string(eParam_CurrentClip, "current_clip", Persistent,
                "File name of the clip that is played or was recorded last; N/A: none.")
-            .defaults("N/A"),
+            .defaults("N/A")
+            .with({Attribute::clipName}),
         number(eParam_CurrentPlayListIndex, "current_play_list_index", Volatile,
                "Place of the current clip in the list in use, counted from 0."),
         string(eParam_ClipNamePattern, "clip_name_pattern", Persistent,
@@ -46,6 +47,6 @@ std::vector<ParamRow> mediaRows()
             .defaults(1),
         string(eParam_PlayList, "play_list", Persistent,
                "File names of the play list, one a line, in the order in which they are played.")
-            .with({Attribute::multiLine}),
+            .with({Attribute::multiLine, Attribute::clipName}),
     };
 }

@@ -30,7 +30,8 @@ std::vector<ParamRow> commandRows()
                "Goes to this frame of what is played, counted from 0, in still.")
             .in("frames"),
         string(eParam_GoToClipName, "go_to_clip_name", Command,
-               "Goes to the clip of this name in the list in use; N/A stops."),
+               "Goes to the clip of this name in the list in use; N/A stops.")
+            .with({Attribute::clipName}),
         number(eParam_GoToClipIndex, "go_to_clip_index", Command,
                "Goes to the clip at this place in the list in use, counted from 0."),
         number(

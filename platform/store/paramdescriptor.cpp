@@ -9,12 +9,14 @@
 
 #include <algorithm>
 #include <charconv>
+#include <sstream>
 
 namespace {
 
-constexpr std::size_t maximumText = 16384; // bytes; a play list of some hundred clips
-constexpr std::size_t maximumData = 65536; // bytes
-constexpr std::size_t maximumName = 100;   // bytes; leaves room for take, rollover index and extension
+constexpr std::size_t maximumText = 16384;   // bytes; a play list of some hundred clips
+constexpr std::size_t maximumData = 65536;   // bytes
+constexpr std::size_t maximumFileName = 255; // bytes; what the file systems take
+constexpr std::size_t maximumName = 100;     // bytes; leaves room for take, rollover index and extension
 constexpr double maximumSpeed = 100;
 constexpr std::size_t namesInReason = 12; // more are told by their number only
 
@@ -40,6 +42,29 @@ bool checkFileName(const std::string &text)
     return !text.empty() && text.size() <= maximumName && text != "." && text != ".." &&
            std::none_of(text.begin(), text.end(),
                         [](char c) { return c == '/' || static_cast<unsigned char>(c) < 0x20; });
+}
+
+/// The file name of a clip: any name that a folder can hold, and nothing that leads out of it.
+bool checkClipName(const std::string &text)
+{
+    return text.size() <= maximumFileName && text != "." && text != ".." &&
+           (text == "N/A" || text.find('/') == std::string::npos);
+}
+
+bool checkClipNames(const std::string &text)
+{
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        if (!checkClipName(line)) return false;
+    return true;
+}
+
+/// Control characters could rewrite the screen of whoever looks at the value.
+bool hasControl(const std::string &text, bool linesAllowed)
+{
+    return std::any_of(text.begin(), text.end(), [linesAllowed](unsigned char c) {
+        return (c < 0x20 && !(c == '\n' && linesAllowed)) || c == 0x7F;
+    });
 }
 
 } // namespace
@@ -179,6 +204,10 @@ bool ParamDescriptor::check(const StoreValue &value, std::string &reason) const
         if (value.text.size() > maximumText || value.text.find('\0') != std::string::npos)
             reason = _row.name + " takes a text of at most " + std::to_string(maximumText) +
                      " bytes without zero bytes";
+        else if (hasControl(value.text, hasAttribute(Attribute::multiLine)))
+            reason = _row.name + " takes a text without control characters";
+        else if (hasAttribute(Attribute::clipName) && !checkClipNames(value.text))
+            reason = _row.name + " takes the file name of a clip on its medium (no \"/\")";
         else if (hasAttribute(Attribute::speed) && !checkSpeed(value.text))
             reason = _row.name + " takes a decimal number from -100 to 100, not \"" + value.text + "\"";
         else if ((hasAttribute(Attribute::fileName) || hasAttribute(Attribute::namePattern)) &&

@@ -44,6 +44,8 @@ inline constexpr const char *speed = "speed";              ///< text is a decima
 inline constexpr const char *multiLine = "lines";          ///< text may hold several lines
 inline constexpr const char *namePattern = "name_pattern"; ///< text is a pattern of clip names
 inline constexpr const char *fileName = "file_name";       ///< text becomes part of a file name
+inline constexpr const char *clipName =
+    "clip_name"; ///< text (of `multiLine`: each line) is a file name of a clip, or N/A
 } // namespace Attribute
 
 ParamRow enumeration(eParam_t id, const char *name, ParamRow::Keep keep, std::vector<ParamRow::Label> labels,

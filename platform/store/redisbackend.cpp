@@ -105,7 +105,12 @@ StoreResult RedisBackend::ask(const Words &command, RedisValue &answer, bool *lo
         result = _connection.ask(command, answer);
         if (lost) *lost = !result.isDone();
         if (result.isDone()) {
-            if (answer.isError()) return _connection.refusal(answer);
+            if (answer.isError()) {
+                result = _connection.refusal(answer);
+                // Another server has taken over; the next connection is to it.
+                if (result.code == StoreResult::ReadOnly) _connection.close();
+                return result;
+            }
             _lastAnswer = wallMicroseconds();
             return {};
         }

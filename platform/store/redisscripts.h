@@ -95,7 +95,7 @@ local last = redis.call('XREVRANGE', KEYS[4], '+', '-', 'COUNT', '1')
 if last[1] then top = math.max(top, tonumber(string.match(last[1][1], '^%d+'))) end
 redis.call('SET', KEYS[2], string.format('%.0f', top))
 for at = 3, #ARGV, 2 do redis.call('HSETNX', KEYS[3], ARGV[at], ARGV[at + 1]) end
-redis.call('SET', KEYS[1], ARGV[1])
+redis.call('SET', KEYS[1], ARGV[1] .. '+' .. string.format('%.0f', top))
 return {'done'}
 )lua";
 
@@ -105,7 +105,7 @@ inline constexpr const char *beginEpoch = R"lua(
 if redis.call('GET', KEYS[1]) ~= ARGV[1] then return {'there'} end
 local top = math.max(tonumber(ARGV[3]), tonumber(redis.call('GET', KEYS[2]) or '0'))
 redis.call('SET', KEYS[2], string.format('%.0f', top))
-redis.call('SET', KEYS[1], ARGV[2])
+redis.call('SET', KEYS[1], ARGV[2] .. '+' .. string.format('%.0f', top))
 return {'done'}
 )lua";
 

@@ -15,6 +15,7 @@ constexpr int lockMilliseconds = 5000;
 constexpr qint64 logRows = 100'000;   // what the log keeps; an older cursor gets a snapshot
 constexpr qint64 alarmRows = 1'000;   // what the alarm history keeps
 constexpr quint64 trimInterval = 256; // writes between two looks at the bounds
+constexpr const char *overwritten = "its file was overwritten";
 
 bool isAlarm(eParam_t id)
 {
@@ -88,6 +89,11 @@ StoreResult SqliteBackend::openAtPath()
         if (!_database.open(_files.database(), SqliteDatabase::ReadOnly))
             return _database.result("cannot open");
     }
+    // Its log may still hold everything; the next checkpoint would show that the rest is gone.
+    if (!_database.isDatabase()) {
+        disconnect();
+        return damaged(overwritten);
+    }
     _epoch = _database.text("SELECT value FROM meta WHERE key = 'epoch'");
     if (_database.isFailed() || _epoch.empty()) {
         StoreResult result = _database.result("cannot read");
@@ -104,16 +110,17 @@ StoreResult SqliteBackend::openAtPath()
 StoreResult SqliteBackend::connectForReading()
 {
     _database.clearError();
-    if (_database.isOpen() && _identity == StoreFiles::identity(_files.database())) return {};
-    return openAtPath();
+    if (!_database.isOpen() || _identity != StoreFiles::identity(_files.database())) return openAtPath();
+    return _database.isDatabase() ? StoreResult() : damaged(overwritten);
 }
 
 StoreResult SqliteBackend::connectForWriting()
 {
     _database.clearError();
     const auto there = StoreFiles::identity(_files.database());
-    if (there && _database.isOpen() && there == _identity) return {};
     if (!there) return createOrRestore("it was removed");
+    if (_database.isOpen() && there == _identity)
+        return _database.isDatabase() ? StoreResult() : createOrRestore(damaged(overwritten).text);
     StoreResult result = openAtPath();
     if (result.code == StoreResult::Damaged) result = createOrRestore(result.text);
     return result;

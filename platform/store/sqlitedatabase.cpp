@@ -25,6 +25,8 @@ const ErrorRow errorRows[] = {
     {SQLITE_READONLY, StoreResult::ReadOnly, "it is read-only; check the rights and how its disk is mounted"},
     {SQLITE_CORRUPT, StoreResult::Damaged, "it is damaged"},
     {SQLITE_NOTADB, StoreResult::Damaged, "it is damaged"},
+    // Every statement is right where the tables are.
+    {SQLITE_ERROR, StoreResult::Damaged, "it does not hold what it should"},
     {SQLITE_CANTOPEN, StoreResult::Unreachable, "it cannot be opened; check the folder and its rights"},
     {SQLITE_PERM, StoreResult::Unreachable, "access is refused; check that you are in the group xp"},
 };
@@ -151,6 +153,18 @@ void SqliteDatabase::close()
 {
     sqlite3_close_v2(_handle);
     _handle = nullptr;
+}
+
+bool SqliteDatabase::isDatabase() const
+{
+    // "Database File Format", 1.3.1: the magic header string. Read by the library's own descriptor: to close
+    // another one would take away its locks.
+    constexpr char magic[] = "SQLite format 3";
+    char begin[sizeof magic] = {};
+    sqlite3_file *file = nullptr;
+    return _handle && sqlite3_file_control(_handle, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK &&
+           file && file->pMethods && file->pMethods->xRead(file, begin, sizeof begin, 0) == SQLITE_OK &&
+           std::memcmp(begin, magic, sizeof magic) == 0;
 }
 
 bool SqliteDatabase::exec(const char *sql)

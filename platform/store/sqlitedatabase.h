@@ -54,6 +54,9 @@ public:
     bool open(const std::string &path, Mode mode);
     void close();
     bool isOpen() const { return _handle != nullptr; }
+    /// The file still begins as a database does. Somebody may have cut or overwritten it in place, which the
+    /// library does not notice as long as its log has the pages that it asks for.
+    bool isDatabase() const;
     bool exec(const char *sql);
     /// The first number of the first row; `otherwise` when there is none.
     qint64 number(const char *sql, qint64 otherwise);

@@ -80,7 +80,7 @@ StoreResult SqliteBackend::createOrRestore(const std::string &reason)
     quint64 top = 0;
     StoreImage image = newestGoodBackup(top);
     const bool exists = StoreFiles::identity(_files.database()).has_value();
-    if (exists) salvage(image, top);
+    if (exists && !_files.isEmpty()) salvage(image, top);
     if (_context.memory) mergeNewer(image, _context.memory());
     for (const auto &[id, stored] : image)
         top = std::max(top, stored.version);
@@ -99,7 +99,7 @@ StoreResult SqliteBackend::createOrRestore(const std::string &reason)
         qmxLogOutput(1, module, __LINE__, "%s. Look at the settings\n", text.c_str());
     }
     const std::string epoch = stamp + "-" + std::to_string(_context.environment.clock->wallTime()) + "-" +
-                              std::to_string(::getpid());
+                              std::to_string(::getpid()) + StoreCursor::epochSuffix(top);
     const std::string fresh = _files.database() + ".new";
     if (const StoreResult made = SqliteSchema::createFile(fresh, image, top, epoch); !made.isDone())
         return made;

@@ -3,10 +3,10 @@
 
 #include "platform/store/storefiles.h"
 
-#include <array>
 #include <cstring>
 #include <fstream>
 
+#include <boost/crc.hpp>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -22,42 +22,20 @@ const char *const tableStatements[] = {
     "source TEXT NOT NULL, time INTEGER NOT NULL)",
 };
 
-/// CRC-32 as in IEEE 802.3, reflected.
+/// CRC-32 as in IEEE 802.3; numbers count with their eight bytes, the lowest first.
 class Crc32
 {
 public:
-    void add(const void *data, std::size_t size)
-    {
-        const auto *bytes = static_cast<const unsigned char *>(data);
-        for (std::size_t i = 0; i < size; ++i)
-            _value = table()[(_value ^ bytes[i]) & 0xFF] ^ (_value >> 8);
-    }
+    void add(const void *data, std::size_t size) { _crc.process_bytes(data, size); }
     void addNumber(quint64 number)
     {
-        std::array<unsigned char, 8> bytes;
-        for (std::size_t i = 0; i < bytes.size(); ++i)
-            bytes[i] = static_cast<unsigned char>(number >> (8 * i));
-        add(bytes.data(), bytes.size());
+        for (int bit = 0; bit < 64; bit += 8)
+            _crc.process_byte(static_cast<unsigned char>(number >> bit));
     }
-    std::uint32_t value() const { return ~_value; }
+    std::uint32_t value() const { return _crc.checksum(); }
 
 private:
-    static const std::array<std::uint32_t, 256> &table()
-    {
-        static const std::array<std::uint32_t, 256> entries = [] {
-            constexpr std::uint32_t polynomial = 0xEDB88320U;
-            std::array<std::uint32_t, 256> made{};
-            for (std::uint32_t i = 0; i < made.size(); ++i) {
-                std::uint32_t entry = i;
-                for (int bit = 0; bit < 8; ++bit)
-                    entry = (entry & 1U) ? (entry >> 1) ^ polynomial : entry >> 1;
-                made[i] = entry;
-            }
-            return made;
-        }();
-        return entries;
-    }
-    std::uint32_t _value = 0xFFFFFFFFU;
+    boost::crc_32_type _crc;
 };
 
 bool makeDurable(const std::string &path)

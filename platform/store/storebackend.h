@@ -42,6 +42,12 @@ struct StoreCursor
 {
     std::string epoch;
     quint64 version = 0;
+
+    /// Where the log of this epoch begins: all changes with higher versions were made in it. An epoch that
+    /// does not say so is taken as one without changes.
+    quint64 epochBegin() const;
+    /// The end of the name of an epoch that begins at `version`.
+    static std::string epochSuffix(quint64 beginning) { return "+" + std::to_string(beginning); }
 };
 
 struct StoreResult

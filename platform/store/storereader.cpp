@@ -17,6 +17,7 @@
 
 namespace {
 
+constexpr const char *module = "storereader";
 constexpr int safetyPollMilliseconds = 250; // finds what a lost wake-up would have told
 constexpr int batch = 256;                  // changes read at once, so that a read is short
 constexpr int prepareAgainTurns = 20;       // after a store could not be prepared
@@ -156,6 +157,39 @@ void StoreReader::taken(quint64 version)
     _taken = version;
 }
 
+/// Another history: whatever comes from now on is news to every listener, however low its number.
+void StoreReader::startedAnewAt(quint64 version)
+{
+    const std::lock_guard delivery(_deliveryMutex);
+    const std::lock_guard lock(_mutex);
+    _taken = version;
+    for (Listener &listener : _listeners)
+        listener.from = std::min(listener.from, version);
+    _gate->leave(this);
+    if (!_listeners.empty() && _delivering) _gate->join(this, version);
+}
+
+/// The commands that others have given since the epoch began: they leave no value in a snapshot.
+StoreResult StoreReader::commandsOf(const StoreCursor &epoch, std::vector<StoreChange> &commands) const
+{
+    StoreCursor cursor{epoch.epoch, epoch.epochBegin()};
+    bool reload = false;
+    while (cursor.version < epoch.version && !reload) {
+        std::vector<StoreChange> changes;
+        const StoreResult result = _backend->changes(cursor, batch, changes, reload);
+        if (!result.isDone()) return result;
+        if (changes.empty()) break;
+        cursor.version = changes.back().stored.version;
+        std::erase_if(changes, [&](const StoreChange &change) {
+            const ParamDescriptor *descriptor = GetDescriptor(change.id);
+            return !descriptor || descriptor->keep() != ParamDescriptor::Keep::Command ||
+                   change.stored.source == _context.source || change.stored.version > epoch.version;
+        });
+        commands.insert(commands.end(), changes.begin(), changes.end());
+    }
+    return {};
+}
+
 /// Takes the store as it is now: at first, and whenever the way from the cursor to now is not known.
 StoreResult StoreReader::load()
 {
@@ -163,25 +197,41 @@ StoreResult StoreReader::load()
     StoreCursor cursor;
     StoreResult result = _backend->snapshot(image, cursor);
     if (!result.isDone()) return result;
-    if (_loaded && cursor.epoch != _cursor.epoch) {
+    const bool isNewEpoch = _loaded && cursor.epoch != _cursor.epoch;
+    std::vector<StoreChange> commands;
+    if (isNewEpoch) {
         // Another process has made the store anew and did not know what this one knows.
         const std::vector<StoreWrite> missing = _memory->missingIn(image, _context.source);
         std::vector<quint64> versions;
         if (!missing.empty()) result = _backend->write(missing, versions);
         if (!missing.empty() && result.isDone()) result = _backend->snapshot(image, cursor);
+        if (result.isDone()) result = commandsOf(cursor, commands);
         if (!result.isDone()) return result;
+    } else if (_loaded) {
+        qmxLogOutput(2, module, __LINE__,
+                     "The configuration store has dropped changes before they could be read (%llu were "
+                     "missing); its values are read anew, commands among the changes are lost\n",
+                     static_cast<unsigned long long>(cursor.version - _cursor.version));
     }
-    std::vector<StoreChange> differences = _memory->reload(image);
+    if (_loaded) _waiting.push_back({eParam_t(0), {}});
+    std::vector<StoreChange> news = _memory->reload(image);
+    news.insert(news.end(), commands.begin(), commands.end());
+    std::stable_sort(news.begin(), news.end(), [](const StoreChange &a, const StoreChange &b) {
+        return a.stored.version < b.stored.version;
+    });
     // Before the first look nobody can have got a value that would now have to be corrected.
     if (_firstLoadTried)
-        for (StoreChange &difference : differences) {
+        for (StoreChange &one : news) {
             // A restored value may be older than the listener; it is news all the same.
-            difference.stored.version = 0;
-            _waiting.push_back(std::move(difference));
+            one.stored.version = 0;
+            _waiting.push_back(std::move(one));
         }
     _cursor = cursor;
     _loaded = true;
-    taken(cursor.version);
+    if (isNewEpoch)
+        startedAnewAt(cursor.version);
+    else
+        taken(cursor.version);
     return {};
 }
 
@@ -262,6 +312,10 @@ void StoreReader::tellOnce(const Listener &listener) const
 void StoreReader::call(ConfigEventListener *listener, const StoreChange &change) const
 {
     const StoredValue &stored = change.stored;
+    if (change.id == eParam_t(0)) {
+        listener->ParamChanged(ConfigEvent{{}, ConfigEvent::Reload, 0, {}, {}, 0, {}});
+        return;
+    }
     const timeval time{static_cast<time_t>(stored.time / microseconds),
                        static_cast<suseconds_t>(stored.time % microseconds)};
     switch (stored.value.kind) {

@@ -55,7 +55,9 @@ private:
     void prepare();
     StoreResult load();
     StoreResult follow();
+    StoreResult commandsOf(const StoreCursor &epoch, std::vector<StoreChange> &commands) const;
     void taken(quint64 version);
+    void startedAnewAt(quint64 version);
     void deliver();
     bool deliverOne();
     void tellOnce(const Listener &listener) const;

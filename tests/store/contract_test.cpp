@@ -75,6 +75,15 @@ TEST_P(StoreContract, refusesWhatDoesNotFitAndAnswersWithDefaults)
             {eParam_LutFile, StoreValue::fromString("/lut"), "takes bytes"},
             {eParam_TransportSpeed, StoreValue::fromString("101"), "-100 to 100"},
             {eParam_ClipBaseName, StoreValue::fromString("a/b"), "file name"},
+            {eParam_ClipBaseName, StoreValue::fromString(".."), "file name"},
+            {eParam_ClipNamePattern, StoreValue::fromString("../{take}"), "file name"},
+            {eParam_CurrentClip, StoreValue::fromString("../../etc/passwd"), "of a clip"},
+            {eParam_GoToClipName, StoreValue::fromString("/etc/passwd"), "of a clip"},
+            {eParam_PlayList, StoreValue::fromString("a.mov\n../b.mov\n"), "of a clip"},
+            {eParam_ReelNumber, StoreValue::fromString("\x1B[2J"), "control characters"},
+            {eParam_ReelNumber, StoreValue::fromString(std::string("a\0b", 3)), "zero bytes"},
+            {eParam_ReelNumber, StoreValue::fromString(std::string(1 << 20, 'x')), "at most"},
+            {eParam_LutFile, StoreValue::fromData(std::string(1 << 20, 'x')), "at most"},
             {eParam_t(0x12345678), StoreValue::fromUnsigned(0), "0x12345678"},
         };
         for (const Case &test : refused) {
@@ -82,6 +91,13 @@ TEST_P(StoreContract, refusesWhatDoesNotFitAndAnswersWithDefaults)
             EXPECT_NE(config->lastError().find(test.reason), std::string::npos) << config->lastError();
         }
         EXPECT_EQ(numberOf(*config, eParam_TimecodePresetHour), 0U);
+        EXPECT_EQ(textOf(*config, eParam_ReelNumber), "001");
+
+        // What looks like a format or a statement is a text like any other.
+        const std::string strange = "%s%n{0}'; DROP TABLE param; --\xC3\xA9";
+        EXPECT_TRUE(config->setString(eParam_RolloverReelName, strange)) << config->lastError();
+        EXPECT_EQ(textOf(*config, eParam_RolloverReelName), strange);
+        EXPECT_TRUE(config->setString(eParam_RolloverReelName, ""));
 
         // Of another kind: the variable stays as it was.
         unsigned number = 77;
@@ -241,6 +257,47 @@ TEST_P(StoreContract, stoppedAndDeadListenersHoldNobodyUp)
     // Nothing is lost for the one that was only stopped.
     EXPECT_TRUE(stopped.waitForLines(602));
     EXPECT_EQ(stopped.lines().back(), QString::number(unsigned(eParam_GoToClipIndex)) + " 600");
+}
+
+TEST_P(StoreContract, whoIsFarBehindCatchesUpOrIsToldToReload)
+{
+    constexpr unsigned count = 100'500;
+    const auto config = openStore(uri, "", true);
+    Worker stopped({"listen", quri()});
+    ASSERT_TRUE(stopped.waitForLines(2)); // with what is told at first
+    ::kill(static_cast<pid_t>(stopped.pid()), SIGSTOP);
+    for (unsigned i = 1; i <= count; ++i)
+        if (!config->setUInt(eParam_CameraDataMode, i)) {
+            ASSERT_TRUE(Stepper::waitFor([&] { return config->pendingWrites() < 1000; }, 60000));
+            --i;
+        }
+    ASSERT_TRUE(Stepper::waitFor([&] { return config->pendingWrites() == 0; }, 60000));
+    ::kill(static_cast<pid_t>(stopped.pid()), SIGCONT);
+    const QString name = QString::number(unsigned(eParam_CameraDataMode)) + " ";
+    ASSERT_TRUE(stopped.waitForLine(name + QString::number(count)));
+    unsigned expected = 1;
+    for (const QString &line : stopped.lines().mid(2)) {
+        const bool isReload = line == "reload";
+        // After that any value may be the next one, and only then.
+        if (!isReload && expected != 0) EXPECT_EQ(line, name + QString::number(expected));
+        expected = isReload ? 0 : line.mid(name.size()).toUInt() + 1;
+        if (HasFailure()) break;
+    }
+}
+
+TEST_P(StoreContract, whoListensIsWokenAndNeedNotPoll)
+{
+    constexpr unsigned count = 20;
+    constexpr qint64 pollMs = 250; // what finds a change that nobody was woken for
+    const auto config = openStore(uri);
+    Worker listener({"listen", quri()});
+    ASSERT_TRUE(listener.waitForLines(2));
+    const qint64 before = QmxRealClock().now();
+    for (unsigned i = 1; i <= count; ++i) {
+        ASSERT_TRUE(config->setUInt(eParam_GoToClipIndex, i));
+        ASSERT_TRUE(listener.waitForLines(2 + i));
+    }
+    EXPECT_LT(QmxRealClock().now() - before, count * pollMs * 1'000'000 / 2);
 }
 
 TEST_P(StoreContract, alarmsGoWithTheirProcessAndStayInTheHistory)

@@ -20,6 +20,7 @@ public:
 
     std::string uri(const std::string &recorder = "one") const;
     QString directory() const { return _dir.path(); }
+    QString port() const { return QString::number(_port); }
     /// As a power cut would end it.
     void kill();
     /// Starts it (again), at the same port; returns when it takes commands.

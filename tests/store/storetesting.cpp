@@ -39,6 +39,18 @@ bool Worker::waitForLines(qsizetype count)
         patience);
 }
 
+bool Worker::waitForLine(const QString &last)
+{
+    const QByteArray end = last.toUtf8() + '\n';
+    return Stepper::waitFor(
+        [&] {
+            _process.waitForReadyRead(1);
+            _output += _process.readAllStandardOutput();
+            return _output.endsWith(end);
+        },
+        3 * patience);
+}
+
 bool Worker::waitForEnd()
 {
     return _process.waitForFinished(patience);

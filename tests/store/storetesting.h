@@ -87,6 +87,8 @@ public:
     ~Worker();
     /// Lines so far, after waiting until `enough` says so.
     bool waitForLines(qsizetype count);
+    /// Until this is the last line.
+    bool waitForLine(const QString &last);
     bool waitForEnd();
     QStringList lines();
     void kill() { _process.kill(), _process.waitForFinished(); }

@@ -4,6 +4,7 @@
 #include "tests/system/sandbox.h"
 
 #include <QDir>
+#include <QRandomGenerator>
 
 #include <gtest/gtest.h>
 
@@ -56,6 +57,52 @@ ProgramResult runHelped(Sandbox &sandbox, const char *script)
     return result;
 }
 } // namespace
+
+TEST(BadInput, aStoreThatIsTakenAwayDuringATakeComesBackWithWhatWasKnown)
+{
+    Sandbox sandbox;
+    QByteArray noise(200000, Qt::Uninitialized);
+    QRandomGenerator(7).fillRange(reinterpret_cast<quint32 *>(noise.data()), noise.size() / 4);
+    sandbox.setProfile(noise); // no profile at all: the built-in one
+    const ProgramResult result = runHelped(sandbox, R"sh(
+        say profile; grep -c lumen.ini /run/xp/xpd.out; grep lumen.ini /run/xp/xpd.out
+        db=/var/lib/xp/store.db
+        xpctl set clip_base_name other
+        for harm in "rm -f $db $db-wal $db-shm $db.backup-*" "rm -f $db" "cp /etc/xp/lumen.ini $db" "truncate -s 0 $db"; do
+            say "$harm"
+            xpctl record >&2
+            $harm
+            until_true is transport_status recording
+            xpctl stop >&2
+            xpctl get active_media_path; xpctl get clip_base_name; xpctl alarms
+        done
+        say log; grep -c 'configuration store' /run/xp/xpd.out
+        say gone
+        xpctl record >&2
+        mv $db $db.away; mkdir $db
+        refused stop
+        rmdir $db; mv $db.away $db
+        xpctl stop
+        cp /media/A/*.mov $OUT
+    )sh");
+    EXPECT_TRUE(block(result.out, "profile").startsWith("1\n")) << result.out.left(500).toStdString();
+    EXPECT_TRUE(block(result.out, "profile").contains("is not a text file, the built-in profile is used"));
+    for (const QByteArray &harm :
+         {QByteArray("rm -f /var/lib/xp/store.db"), QByteArray("truncate -s 0 /var/lib/xp/store.db"),
+          QByteArray("cp /etc/xp/lumen.ini /var/lib/xp/store.db")}) {
+        EXPECT_TRUE(block(result.out, harm).startsWith("/media/A\nother\n"))
+            << harm.toStdString() << result.out.toStdString();
+        EXPECT_TRUE(block(result.out, harm).contains("has been restored")) << harm.toStdString();
+    }
+    EXPECT_LE(block(result.out, "log").trimmed().toInt(), 8) << "more than two lines for each harm";
+    expectRefusal(block(result.out, "gone").left(block(result.out, "gone").indexOf("recorded")), 4,
+                  "check the folder and its rights");
+    EXPECT_TRUE(block(result.out, "gone").contains("recorded")) << result.out.toStdString();
+    for (int take = 1; take <= 5; ++take) {
+        const QString name = QStringLiteral("other_%1.mov").arg(take, 3, 10, QChar('0'));
+        EXPECT_EQ(brokenAt(stripsOf(sandbox.out(name))), QString()) << name.toStdString();
+    }
+}
 
 TEST(BadInput, filesThatAreNoClipsAreExplainedAndTheOthersPlay)
 {

@@ -33,6 +33,10 @@ public:
     {
         tell(std::to_string(id) + " " + value);
     }
+    void ParamChanged(ConfigEvent event) override
+    {
+        if (event.kind == ConfigEvent::Reload) tell("reload");
+    }
 };
 
 /// Numbers from `first` on, one after the other; a line for each that has been acknowledged.

@@ -61,6 +61,7 @@ void writeMovie(const QString &path, const QmxCodecRow &row, const QSize &size, 
     stream->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
     stream->codecpar->codec_id = row.dataType == 230   ? AV_CODEC_ID_RAWVIDEO
                                  : row.dataType == 231 ? AV_CODEC_ID_V210
+                                 : row.dataType == 250 ? AV_CODEC_ID_R210
                                                        : AV_CODEC_ID_PRORES;
     stream->codecpar->codec_tag = MKTAG(row.fourcc[0], row.fourcc[1], row.fourcc[2], row.fourcc[3]);
     stream->codecpar->width = size.width();
@@ -84,25 +85,30 @@ void writeMovie(const QString &path, const QmxCodecRow &row, const QSize &size, 
 QmxPicture decodeByProgram(const TestDir &dir, const QString &movie, QmxPicture::Format format,
                            const QSize &size)
 {
-    const bool is444 = format == QmxPicture::Format::Yuv444P10;
+    const bool isRgb = format == QmxPicture::Format::Rgb444P10;
+    const char *pixels = isRgb                                     ? "gbrp10le"
+                         : format == QmxPicture::Format::Yuv444P10 ? "yuv444p10le"
+                                                                   : "yuv422p10le";
     const QString raw = dir.file(QStringLiteral("raw"));
     const ProgramResult result =
         runProgram(QStringLiteral("ffmpeg"),
                    {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y"), QStringLiteral("-i"),
                     movie, QStringLiteral("-f"), QStringLiteral("rawvideo"), QStringLiteral("-pix_fmt"),
-                    is444 ? QStringLiteral("yuv444p10le") : QStringLiteral("yuv422p10le"), raw});
+                    QLatin1String(pixels), raw});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.err, QByteArray());
     const QByteArray bytes = readAll(raw);
     QmxPicture picture = QmxPicture::allocate(format, size);
     qsizetype offset = 0;
-    for (int plane = 0; plane < 3; ++plane)
+    for (int i = 0; i < 3; ++i) {
+        const int plane = isRgb ? (i + 1) % 3 : i; // the program knows them as G, B, R
         for (int y = 0; y < size.height(); ++y) {
             const qsizetype length = picture.planeWidth(plane) * 2;
             if (offset + length > bytes.size()) return {};
             std::memcpy(picture.row(plane, y), bytes.constData() + offset, size_t(length));
             offset += length;
         }
+    }
     EXPECT_EQ(offset, bytes.size());
     return picture;
 }
@@ -130,6 +136,7 @@ double leastPsnr(int dataType)
     case 230:
         return 56;
     case 231:
+    case 250:
         return 99;
     default:
         return 42;

@@ -23,6 +23,8 @@ const std::array codecRows = {
                 qmxCreateUncompressed8Decoder},
     QmxCodecRow{231, "Uncompressed 4:2:2 10 bit", "v210", Format::Yuv422P10, qmxCreateUncompressed10Encoder,
                 qmxCreateUncompressed10Decoder},
+    QmxCodecRow{250, "Uncompressed RGB 10 bit", "r210", Format::Rgb444P10, qmxCreateUncompressedRgbEncoder,
+                qmxCreateUncompressedRgbDecoder},
 };
 } // namespace
 

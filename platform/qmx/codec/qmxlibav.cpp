@@ -3,6 +3,8 @@
 
 #include "platform/qmx/core/qmxlog.h"
 
+#include <QLibrary>
+
 #include <array>
 #include <cerrno>
 #include <cstdarg>
@@ -73,6 +75,18 @@ void QmxLibav::quietLog()
 {
     static std::once_flag once;
     std::call_once(once, [] { av_log_set_callback(logLine); });
+}
+
+bool QmxLibav::loadDevices()
+{
+    // Its version goes with libavformat's.
+    static const bool isRegistered = [] {
+        QLibrary library(QStringLiteral("avdevice"), LIBAVFORMAT_VERSION_MAJOR);
+        const auto registerAll = reinterpret_cast<void (*)()>(library.resolve("avdevice_register_all"));
+        if (registerAll) registerAll();
+        return registerAll != nullptr;
+    }();
+    return isRegistered;
 }
 
 QString QmxLibav::errorText(int averror)

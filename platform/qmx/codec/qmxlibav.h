@@ -35,6 +35,10 @@ using Resampler = std::unique_ptr<SwrContext, Free>;
 /// knows what they mean. Again: no-op.
 void quietLog();
 
+/// Makes capture devices and windows known to libavformat: "video4linux2" to read, "sdl" to write. They are
+/// in a library that drags in half a desktop, so it is loaded when somebody names one. False: not installed.
+bool loadDevices();
+
 /// libav's words for one of its error numbers.
 QString errorText(int averror);
 /// `what` ("decode frame") and libav's words for its error number.

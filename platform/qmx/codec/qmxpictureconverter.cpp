@@ -57,7 +57,8 @@ SwsContext *QmxPictureConverter::scaler(const Key &key)
     for (const Entry &entry : _entries)
         if (entry.key == key) return entry.scaler.get();
     const bool sameSize = key.fromWidth == key.toWidth && key.fromHeight == key.toHeight;
-    const int flags = (sameSize ? SWS_BILINEAR : SWS_AREA) | SWS_ACCURATE_RND;
+    const bool grows = key.toWidth > key.fromWidth || key.toHeight > key.fromHeight;
+    const int flags = (sameSize ? SWS_BILINEAR : grows ? SWS_BICUBIC : SWS_AREA) | SWS_ACCURATE_RND;
     QmxLibav::Scaler made(sws_getContext(key.fromWidth, key.fromHeight, AVPixelFormat(key.fromFormat),
                                          key.toWidth, key.toHeight, AVPixelFormat(key.toFormat), flags,
                                          nullptr, nullptr, nullptr));
@@ -115,10 +116,19 @@ QmxPicture QmxPictureConverter::convert(const AVFrame *frame, QmxPicture::Format
     if (!target) return {};
     const AVPixFmtDescriptor *d = av_pix_fmt_desc_get(AVPixelFormat(frame->format));
     const bool verticalWork = (d && d->log2_chroma_h > 0) || size.height() != frame->height;
+    const int wholeFields = d && d->log2_chroma_h > 0 ? 4 : 2;
     const bool byField =
-        frame->interlaced_frame && verticalWork && size.height() % 2 == 0 && frame->height % 4 == 0;
+        frame->interlaced_frame && verticalWork && size.height() % 2 == 0 && frame->height % wholeFields == 0;
     if (!run(frame, AVPixelFormat(target->format), size, target->data, target->linesize, byField)) return {};
     return picture;
+}
+
+QmxPicture QmxPictureConverter::convert(const QmxPicture &picture, const QSize &size, bool interlaced)
+{
+    const QmxLibav::Frame frame = QmxLibav::wrap(picture);
+    if (!frame) return {};
+    frame->interlaced_frame = interlaced;
+    return convert(frame.get(), picture.format(), size);
 }
 
 QmxPicture QmxPictureConverter::convert(const QmxPicture &picture, QmxPicture::Format format)

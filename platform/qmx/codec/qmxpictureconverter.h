@@ -17,6 +17,8 @@ public:
     QmxPicture convert(const AVFrame *frame, QmxPicture::Format format, const QSize &size);
     /// The picture in another format, same size.
     QmxPicture convert(const QmxPicture &picture, QmxPicture::Format format);
+    /// The picture in another size, same format; `interlaced`: field by field.
+    QmxPicture convert(const QmxPicture &picture, const QSize &size, bool interlaced);
     /// Into planes that the caller owns, as libav knows them; legal range YUV. False: not possible.
     bool convert(const QmxPicture &picture, AVPixelFormat format, const QSize &size, uint8_t *const data[4],
                  const int stride[4], bool interlaced);

@@ -10,6 +10,7 @@
 
 namespace {
 constexpr int v210RowAlignment = 128;
+constexpr int r210RowAlignment = 256;
 constexpr int v210Pixels = 6; ///< in one group of four words
 constexpr quint32 sampleMask = 0x3ff;
 constexpr quint16 maximumIn8Bits = 254 << 2; ///< 0 and 255 are timing references
@@ -17,8 +18,9 @@ constexpr quint16 maximumIn8Bits = 254 << 2; ///< 0 and 255 are timing reference
 /// How one row goes into the file and back.
 struct Packing
 {
+    QmxPicture::Format format;
     qsizetype (*rowBytes)(int width);
-    void (*pack)(const QmxPicture &picture, int y, uchar *out);
+    uchar *(*pack)(const QmxPicture &picture, int y, uchar *out); ///< gives the end of what it wrote
     void (*unpack)(QmxPicture &picture, int y, const uchar *in);
 };
 
@@ -27,7 +29,7 @@ qsizetype rowBytes8(int width)
     return qsizetype((width + 1) / 2) * 4;
 }
 
-void pack8(const QmxPicture &picture, int y, uchar *out)
+uchar *pack8(const QmxPicture &picture, int y, uchar *out)
 {
     const auto to8 = [](quint16 v) { return uchar(std::clamp<int>((v + 2) >> 2, 1, maximumIn8Bits >> 2)); };
     const quint16 *luma = picture.row(0, y);
@@ -40,6 +42,7 @@ void pack8(const QmxPicture &picture, int y, uchar *out)
         out[2] = to8(cr[i]);
         out[3] = to8(luma[2 * i + 1]);
     }
+    return out;
 }
 
 void unpack8(QmxPicture &picture, int y, const uchar *in)
@@ -65,7 +68,7 @@ qsizetype rowBytes10(int width)
 /// The twelve samples of a group in file order: Cb Y Cr Y ...; `i` is the first of its six pixels. The
 /// last group of a row may reach into the next row, so rows are unpacked from top to bottom; below the last
 /// row of every plane there is room.
-void pack10(const QmxPicture &picture, int y, uchar *out)
+uchar *pack10(const QmxPicture &picture, int y, uchar *out)
 {
     const quint16 *luma = picture.row(0, y);
     const quint16 *cb = picture.row(1, y);
@@ -80,6 +83,7 @@ void pack10(const QmxPicture &picture, int y, uchar *out)
         qToLittleEndian(word(cr[c + 1], luma[i + 3], cb[c + 2]), out + 8);
         qToLittleEndian(word(luma[i + 4], cr[c + 2], luma[i + 5]), out + 12);
     }
+    return out;
 }
 
 void unpack10(QmxPicture &picture, int y, const uchar *in)
@@ -99,8 +103,35 @@ void unpack10(QmxPicture &picture, int y, const uchar *in)
     }
 }
 
-constexpr Packing packing8{rowBytes8, pack8, unpack8};
-constexpr Packing packing10{rowBytes10, pack10, unpack10};
+qsizetype rowBytesRgb(int width)
+{
+    return (qsizetype(width) * 4 + r210RowAlignment - 1) / r210RowAlignment * r210RowAlignment;
+}
+
+uchar *packRgb(const QmxPicture &picture, int y, uchar *out)
+{
+    const quint16 *red = picture.row(0, y);
+    const quint16 *green = picture.row(1, y);
+    const quint16 *blue = picture.row(2, y);
+    for (int x = 0; x < picture.width(); ++x, out += 4)
+        qToBigEndian((red[x] & sampleMask) << 20 | (green[x] & sampleMask) << 10 | (blue[x] & sampleMask),
+                     out);
+    return out;
+}
+
+void unpackRgb(QmxPicture &picture, int y, const uchar *in)
+{
+    quint16 *planes[] = {picture.row(0, y), picture.row(1, y), picture.row(2, y)};
+    for (int x = 0; x < picture.width(); ++x, in += 4) {
+        const auto word = qFromBigEndian<quint32>(in);
+        for (int plane = 0; plane < 3; ++plane)
+            planes[plane][x] = quint16(word >> (20 - 10 * plane) & sampleMask);
+    }
+}
+
+constexpr Packing packing8{QmxPicture::Format::Yuv422P10, rowBytes8, pack8, unpack8};
+constexpr Packing packing10{QmxPicture::Format::Yuv422P10, rowBytes10, pack10, unpack10};
+constexpr Packing packingRgb{QmxPicture::Format::Rgb444P10, rowBytesRgb, packRgb, unpackRgb};
 
 class UncompressedEncoder : public QmxVideoEncoder
 {
@@ -115,14 +146,16 @@ public:
             return QmxError(EINVAL,
                             QStringLiteral("Picture does not have the size of the stream that it is for"));
         QmxPicture input = picture;
-        if (picture.format() != QmxPicture::Format::Yuv422P10)
-            input = _converter.convert(picture, QmxPicture::Format::Yuv422P10);
+        if (picture.format() != _packing.format) input = _converter.convert(picture, _packing.format);
         const qsizetype rowBytes = _packing.rowBytes(_size.width());
         QmxBuffer buffer = QmxBuffer::allocate(rowBytes * _size.height());
         if (!input.isValid() || !buffer.isValid())
             return QmxError(ENOMEM, QStringLiteral("Out of picture memory"));
-        for (int y = 0; y < _size.height(); ++y)
-            _packing.pack(input, y, buffer.data() + y * rowBytes);
+        for (int y = 0; y < _size.height(); ++y) {
+            uchar *row = buffer.data() + y * rowBytes;
+            uchar *end = _packing.pack(input, y, row);
+            std::fill(end, row + rowBytes, uchar(0));
+        }
         coded = buffer;
         return QmxError();
     }
@@ -147,7 +180,7 @@ public:
             return QmxError(EBADMSG, QStringLiteral("Frame has %1 bytes, its format needs %2")
                                          .arg(coded.size())
                                          .arg(rowBytes * _size.height()));
-        QmxPicture result = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, _size);
+        QmxPicture result = QmxPicture::allocate(_packing.format, _size);
         if (!result.isValid()) return QmxError(ENOMEM, QStringLiteral("Out of picture memory"));
         for (int y = 0; y < _size.height(); ++y)
             _packing.unpack(result, y, coded.constData() + y * rowBytes);
@@ -179,4 +212,14 @@ std::unique_ptr<QmxVideoEncoder> qmxCreateUncompressed10Encoder(const QmxImageDe
 std::unique_ptr<QmxVideoDecoder> qmxCreateUncompressed10Decoder(const QmxImageDesc &desc)
 {
     return std::make_unique<UncompressedDecoder>(desc, packing10);
+}
+
+std::unique_ptr<QmxVideoEncoder> qmxCreateUncompressedRgbEncoder(const QmxImageDesc &desc)
+{
+    return std::make_unique<UncompressedEncoder>(desc, packingRgb);
+}
+
+std::unique_ptr<QmxVideoDecoder> qmxCreateUncompressedRgbDecoder(const QmxImageDesc &desc)
+{
+    return std::make_unique<UncompressedDecoder>(desc, packingRgb);
 }

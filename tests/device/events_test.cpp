@@ -69,6 +69,24 @@ TEST(Events, aSetupWithoutFormatIsRefusedAndASetupNeverChangesTheInput)
               QStringList({"input gone", "input valid"}));
 }
 
+TEST(Events, anInputThatWasNoGoodAtTheSetupIsNotShownBeforeTheNext)
+{
+    DeviceBench bench;
+    bench.device->open(QStringLiteral("lumen"));
+    QmxVideoDeviceSetup setup = DeviceBench::captureSetup();
+    for (const bool blacking : {true, false}) {
+        for (const bool internal : {false, true}) {
+            setup.setBlackingEnabled(blacking);
+            setup.setVideoInputSource(QmxId(internal ? 695 : 601));
+            bench.setup(setup);
+            Stepper::runTicks(3);
+            EXPECT_EQ(bench.takeShown().last() == 0, blacking && !internal);
+            const QList<QmxFrame> frames = bench.readAll();
+            EXPECT_TRUE(frames.last().vids().first().isValid()) << "it is captured all the same";
+        }
+    }
+}
+
 TEST(Events, theInputsTimecodeComesAfterItsReport)
 {
     DeviceBench bench;

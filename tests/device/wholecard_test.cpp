@@ -2,6 +2,7 @@
 // The card with its real edges: generator, ProRes, strip.
 #include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/device/picturework.h"
+#include "platform/qmx/device/qmxsourceformat.h"
 #include "platform/qmx/device/qmxstrip.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "tests/support/logcollector.h"
@@ -44,6 +45,16 @@ QmxImageDesc sdFormat()
     return desc;
 }
 
+LumenOptions withSink(const std::shared_ptr<Shown> &shown, const QString &input)
+{
+    LumenOptions options;
+    options.profile = LumenProfile::parse(QStringLiteral("[inputs]\n601=") + input, QStringLiteral("p"));
+    options.createSink = [shown](const QString &, const QmxEnvironment &) -> std::unique_ptr<QmxSink> {
+        return std::make_unique<MemorySink>(shown);
+    };
+    return options;
+}
+
 QmxVideoDeviceSetup setupOf(int mode)
 {
     QmxAudioDesc audio;
@@ -64,14 +75,8 @@ QmxVideoDeviceSetup setupOf(int mode)
 TEST(WholeCard, recordsAndPlaysEveryFrameOnce)
 {
     auto shown = std::make_shared<Shown>();
-    LumenOptions options;
-    options.profile =
-        LumenProfile::parse(QStringLiteral("[inputs]\n601=generator:?rate=30000/1001&size=720x486&scan=i\n"),
-                            QStringLiteral("p"));
-    options.createSink = [shown](const QString &, const QmxEnvironment &) -> std::unique_ptr<QmxSink> {
-        return std::make_unique<MemorySink>(shown);
-    };
-    QmxVideoDevice device(options, nullptr);
+    QmxVideoDevice device(withSink(shown, QStringLiteral("generator:?rate=30000/1001&size=720x486&scan=i")),
+                          nullptr);
     ASSERT_TRUE(device.open(QStringLiteral("lumen")));
     device.setup(setupOf(2));
     Stepper::runTicks(3, 30000, 1001);
@@ -109,6 +114,84 @@ TEST(WholeCard, recordsAndPlaysEveryFrameOnce)
     ASSERT_EQ(shown->frames.size(), length);
     for (int i = 0; i < length; ++i)
         EXPECT_EQ(QmxStrip::read(shown->frames.at(i).picture).value_or(0), *first + quint32(i)) << i;
+}
+
+TEST(WholeCard, convertsOnTheWayInAndOut)
+{
+    const struct
+    {
+        const char *input; ///< of the generator
+        int in, out;
+        bool segmented;
+        const char *captured, *shown;
+    } cases[] = {
+        {"rate=50&size=1280x720", 1200, 0, false, "1920x1080p50", "1920x1080p50"},
+        {"rate=50&size=1280x720", 1201, 0, true, "1280x720p50", "1280x720p50"},
+        {"rate=25&size=720x576&scan=i", 1201, 1202, false, "1920x1080i25", "720x576i25"},
+        {"rate=29.97&size=720x486&scan=i", 1201, 0, false, "1920x1080i29.97", "1920x1080i29.97"},
+        {"rate=59.94&size=1920x1080", 1200, 1200, false, "1280x720p59.94", "1920x1080p59.94"},
+        {"rate=29.97&size=1920x1080", 1200, 1202, true, "1920x1080p29.97", "720x486psf29.97"},
+    };
+    for (const auto &now : cases) {
+        SCOPED_TRACE(std::string(now.input) + ' ' + now.captured);
+        auto shown = std::make_shared<Shown>();
+        LumenOptions options = withSink(shown, QStringLiteral("generator:?%1").arg(QLatin1String(now.input)));
+        QmxVideoDevice device(options, nullptr);
+        QmxImageDesc captured;
+        int reports = 0;
+        QObject::connect(&device, &QmxVideoDevice::inputChanged, [&](int, const QmxVideoState &state) {
+            captured = state.captureImageDesc();
+            ++reports;
+        });
+        ASSERT_TRUE(device.open(QStringLiteral("lumen")));
+        Stepper::deliver();
+        QmxVideoDeviceSetup setup = setupOf(2);
+        setup.setVideoInConvert(QmxId(now.in));
+        setup.setVideoOutConvert(QmxId(now.out));
+        setup.setForcePSFOutput(now.segmented);
+        setup.setVideoOutputSDILevelA(now.segmented);
+        setup.setVideoOutputType(QmxId(632));
+        setup.setHdmiOutputMode(QmxId(56));
+        setup.setAudioInputLevel(QmxId(1402));
+        // As the recorder does: it follows the format that is reported.
+        for (int i = 0; i < 3; ++i) {
+            QmxImageDesc desc = captured;
+            desc.setDataType(QmxId(205));
+            setup.setImageDesc(desc);
+            device.setup(setup);
+            Stepper::runMs(1000);
+        }
+        const QmxImageDesc in = QmxSourceFormat::fromText(QLatin1String(now.captured));
+        EXPECT_EQ(captured.toString(), in.toString());
+        EXPECT_LE(reports, 2) << "the one at the start, and one for the conversion";
+
+        device.setProperty(QmxId(22), QVariant::fromValue(QmxId(1606)));
+        QList<QmxFrame> take;
+        ASSERT_TRUE(Stepper::runUntil([&] {
+            while (device.framesReadable() > 0)
+                device.readFrame(take.emplace_back());
+            return take.size() >= 4;
+        }));
+        const auto decoder = qmxCodec(QmxId(205))->createDecoder(setup.imageDesc());
+        QmxPicture first, last;
+        ASSERT_FALSE(
+            decoder->decode(std::as_const(take[0]).vids().first().buffers().first(), first).isError());
+        ASSERT_FALSE(
+            decoder->decode(std::as_const(take[3]).vids().first().buffers().first(), last).isError());
+        EXPECT_EQ(first.size(), QSize(in.width(), in.height()));
+        EXPECT_EQ(QmxStrip::read(last).value_or(0), QmxStrip::read(first).value_or(9) + 3);
+
+        const QmxImageDesc out = QmxSourceFormat::fromText(QLatin1String(now.shown));
+        const QmxOutputFrame frame = shown->frames.last();
+        EXPECT_EQ(frame.desc.scanMode(), out.scanMode());
+        EXPECT_EQ(frame.desc.frameRate(), out.frameRate());
+        EXPECT_EQ(QSize(frame.desc.width(), frame.desc.height()), QSize(out.width(), out.height()));
+        EXPECT_EQ(frame.picture.size(), QSize(out.width(), out.height()));
+        EXPECT_TRUE(QmxStrip::read(frame.picture)) << "the picture is still that of the input";
+        EXPECT_EQ(frame.connection,
+                  QStringLiteral("RGB 4:4:4 legal range, SDI level %1, HDMI 4:4:4, analog +15 dBu")
+                      .arg(QLatin1Char(now.segmented ? 'A' : 'B')));
+    }
 }
 
 TEST(PictureWork, tablesAndTextLeaveTheOriginal)

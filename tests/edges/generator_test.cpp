@@ -86,7 +86,7 @@ TEST(Generator, playsItsScriptFrameByFrame)
 {
     const auto generator = source(
         QStringLiteral("generator:?rate=25&size=1920x1080&tc=09:59:59:20&loss=10-14&unstable=20-21&camera=on@"
-                       "30,off@35&clip=A001"
+                       "30,off@35&clip=A001&vfr=29.97"
                        "&reference=lost@5,ok@8&tcrun=off@60,on@65&format=720x576i25@40,1280x720p50@50"));
     Ticks ticks(QmxVideoRate(25));
     const QmxTimecode start(9, 59, 59, 20, 25, 0);
@@ -110,6 +110,8 @@ TEST(Generator, playsItsScriptFrameByFrame)
         EXPECT_EQ(frame.state.recInhibit(), unstable ? QmxId(2001) : QmxId());
         EXPECT_EQ(frame.metadata.value(QmxId(705)).toBool(), i >= 30 && i < 35);
         EXPECT_EQ(frame.metadata.value(QmxId(706)).toString(), QStringLiteral("A001"));
+        EXPECT_EQ(frame.metadata.value(QmxId(710)).toInt(), 30);
+        EXPECT_EQ(frame.state.vfrfps(), 4);
         const QmxImageDesc desc = frame.state.inputImageDesc();
         EXPECT_EQ(desc.height(), i < 40 ? 1080 : i < 50 ? 576 : 720);
         EXPECT_EQ(desc.isInterlaced(), i >= 40 && i < 50);

@@ -88,6 +88,7 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
         frame.audio = source.audio;
         frame.timecode = QmxTimecode(10, 0, 0, int(i), 25, 0);
         frame.metadata.insert(QmxId(1), 500 + int(i));
+        frame.connection = QStringLiteral("4:2:2 legal range, SDI level A");
         sink->show(frame);
         ASSERT_TRUE(Stepper::waitFor([&] { return reader.count() == i + 1; }));
         QmxPreviewPicture seen;
@@ -97,6 +98,7 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
         EXPECT_EQ(seen.frameNumber, 500 + int(i));
         EXPECT_EQ(seen.timecode, frame.timecode.toString());
         EXPECT_EQ(seen.tick, frame.tick.index);
+        EXPECT_EQ(seen.connection, frame.connection);
         // The second bar is yellow: little blue, and the mark is louder than the tone.
         const int chromaWidth = seen.width / 2;
         EXPECT_LT(uchar(seen.cb[seen.height / 2 * 3 / 4 * chromaWidth + chromaWidth * 3 / 16]), 70);
@@ -155,7 +157,7 @@ TEST(Sinks, aFileGetsEveryFrameWithItsSound)
     EXPECT_NEAR(samples.size() / 8, 30 * 1920, 2 * 1152);
 
     expectLog(QStringLiteral("sinks"), QStringLiteral("shows nothing"));
-    EXPECT_TRUE(qmxCreateSink(QStringLiteral("window"), QmxEnvironment::current())
+    EXPECT_TRUE(qmxCreateSink(QStringLiteral("widow:"), QmxEnvironment::current())
                     ->statusText()
                     .contains(QLatin1String("preview:")));
     expectLog(QStringLiteral("qmxmuxsink"), QStringLiteral("Not a directory"));
@@ -163,4 +165,37 @@ TEST(Sinks, aFileGetsEveryFrameWithItsSound)
         qmxCreateSink(QStringLiteral("file:/proc/self/status/x.ts"), QmxEnvironment::current());
     hopeless->show(frame);
     EXPECT_TRUE(Stepper::waitFor([&] { return hopeless->dropped() == 1; }));
+}
+
+TEST(Sinks, aWindowShowsEveryFormatAndItsAbsenceIsTold)
+{
+    qputenv("SDL_VIDEODRIVER", "dummy"); // a desktop without a screen
+    allowLog(QStringLiteral("qmxmuxsink"));
+    const auto shown = [](QmxSink &sink) {
+        QmxOutputFrame frame;
+        Ticks ticks(QmxVideoRate(25));
+        for (const char *format : {"720x576i25", "1280x720p50", "1920x1080psf24"}) {
+            frame.desc = QmxSourceFormat::fromText(QLatin1String(format));
+            frame.picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10,
+                                                 {frame.desc.width(), frame.desc.height()});
+            frame.picture.fillBlack();
+            for (int i = 0; i < 3; ++i) {
+                frame.tick = ticks.next();
+                sink.show(frame);
+                Stepper::run(QmxClock::nsPerMillisecond);
+            }
+        }
+        return sink.statusText();
+    };
+    {
+        const auto window = qmxCreateSink(QStringLiteral("window:Programme"), QmxEnvironment::current());
+        const QString status = shown(*window);
+        EXPECT_TRUE(status.contains(QLatin1String("1920x1080psf")) &&
+                    status.contains(QLatin1String("9 frames, 0 dropped")))
+            << status.toStdString();
+    }
+    qputenv("SDL_VIDEODRIVER", "nothing");
+    const auto none = qmxCreateSink(QStringLiteral("window:"), QmxEnvironment::current());
+    EXPECT_TRUE(shown(*none).contains(QLatin1String("Cannot open it"))) << none->statusText().toStdString();
+    EXPECT_EQ(none->dropped(), 9);
 }

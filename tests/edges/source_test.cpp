@@ -64,15 +64,12 @@ int freeUdpPort()
 class Sender
 {
 public:
-    Sender(const QString &clip, int port)
+    Sender(const QString &clip, const QString &address)
     {
-        _process.start(
-            QStringLiteral("ffmpeg"),
-            QStringLiteral(
-                "-v error -re -stream_loop -1 -i %1 -c copy -f mpegts udp://127.0.0.1:%2?pkt_size=1316")
-                .arg(clip)
-                .arg(port)
-                .split(QLatin1Char(' ')));
+        _process.start(QStringLiteral("ffmpeg"),
+                       QStringLiteral("-v error -re -stream_loop -1 -i %1 -c copy -f mpegts %2?pkt_size=1316")
+                           .arg(clip, address)
+                           .split(QLatin1Char(' ')));
     }
     ~Sender()
     {
@@ -173,7 +170,10 @@ TEST(FileSource, deliversEveryFrameOnceWithItsSoundAndTimecode)
         Stepper::waitFor([&] { return missing->statusText().contains(QLatin1String("has no signal")); }));
 }
 
-TEST(LiveSource, locksLosesItsSignalAndComesBackInAnotherFormat)
+class LiveSignal : public testing::TestWithParam<const char *>
+{};
+
+TEST_P(LiveSignal, locksVanishesAndComesBackInAnotherFormat)
 {
     const TestDir dir;
     const QString first = dir.file(QStringLiteral("first.ts")),
@@ -184,12 +184,14 @@ TEST(LiveSource, locksLosesItsSignalAndComesBackInAnotherFormat)
     constexpr int frames = 100;
     makeClip(first, QStringLiteral("640x480p25"), frames, coding);
     makeClip(second, QStringLiteral("1280x720p50"), frames, coding);
-    const int port = freeUdpPort();
+    const QString address =
+        QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(GetParam())).arg(freeUdpPort());
+    const bool listens = address.startsWith(QLatin1String("srt"));
     allowLog(QStringLiteral("qmxlivesource"));
-    LiveInput input(QStringLiteral("udp://127.0.0.1:%1").arg(port));
+    LiveInput input(listens ? address + QStringLiteral("?mode=listener") : address);
     EXPECT_FALSE(input.next().state.isPresent());
     {
-        const Sender sender(first, port);
+        const Sender sender(first, address);
         ASSERT_TRUE(input.until([](const auto &f) { return f.picture.isValid(); }, 30)) << input.status();
         const QmxImageDesc desc = input.next().state.inputImageDesc();
         EXPECT_EQ(desc, QmxSourceFormat::fromText(QStringLiteral("640x480p25")));
@@ -223,7 +225,7 @@ TEST(LiveSource, locksLosesItsSignalAndComesBackInAnotherFormat)
             return !f.state.isValid();
         },
         5));
-    const Sender sender(second, port);
+    const Sender sender(second, address);
     ASSERT_TRUE(
         input.until([](const auto &f) { return f.picture.isValid() && f.picture.height() == 720; }, 30))
         << input.status();
@@ -231,15 +233,18 @@ TEST(LiveSource, locksLosesItsSignalAndComesBackInAnotherFormat)
               QmxSourceFormat::state(QmxSourceFormat::fromText(QStringLiteral("1280x720p50"))));
 }
 
-TEST(LiveSource, receivesWhatANetworkOutputSends)
+INSTANTIATE_TEST_SUITE_P(Protocols, LiveSignal, testing::Values("udp", "srt"));
+
+TEST_P(LiveSignal, receivesWhatANetworkOutputSends)
 {
-    const int port = freeUdpPort();
-    const QString address = QStringLiteral("udp://127.0.0.1:%1").arg(port);
+    const QString address =
+        QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(GetParam())).arg(freeUdpPort());
+    const bool listens = address.startsWith(QLatin1String("srt"));
     QmxEnvironment environment = QmxEnvironment::current();
     environment.clock = std::make_shared<QmxRealClock>();
     allowLog(QStringLiteral("qmxlivesource"));
     allowLog(QStringLiteral("qmxmuxsink"));
-    LiveInput input(address);
+    LiveInput input(listens ? address + QStringLiteral("?mode=listener") : address);
     const auto sink = qmxCreateSink(address + QStringLiteral("?pkt_size=1316"), environment);
     QmxOutputFrame frame;
     frame.desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));

@@ -126,7 +126,7 @@ QList<CapturedFramePtr> CaptureQueue::takeUncoded()
     QList<CapturedFramePtr> frames;
     if (!_recording) return frames;
     for (const CapturedFramePtr &frame : _frames) {
-        if (frame->coding != CapturedFrame::Raw || !frame->hasPicture || frame->waitsForLut) continue;
+        if (frame->coding != CapturedFrame::Raw || !frame->hasPicture || frame->waitsForWork) continue;
         frame->coding = CapturedFrame::Queued;
         frames.append(frame);
     }

@@ -20,7 +20,7 @@ struct CapturedFrame
     QmxImageDesc desc;  ///< format of the set-up
     QmxPicture picture; ///< not valid: no picture; may go once it is coded
     bool hasPicture = false;
-    bool waitsForLut = false; ///< the input table has not been applied yet
+    bool waitsForWork = false; ///< input conversion and table have not been applied yet
     Coding coding = Raw;
     QmxBuffer coded;
     QmxAudio audio; ///< not valid and without description: none wanted

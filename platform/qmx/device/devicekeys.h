@@ -21,6 +21,9 @@ constexpr QmxId timecodeJam{24};
 /// Value of the direction in which captured frames are recorded.
 constexpr QmxId directionRecord{1606};
 
+/// Colour space of the internal generator that means R, G, B.
+constexpr int rgbDataType = 250;
+
 // Sources.
 constexpr QmxId firstInput{601};
 constexpr QmxId internalGenerator{695};
@@ -28,6 +31,11 @@ constexpr QmxId syncReference{501};
 constexpr QmxId syncVideoInput{502};
 constexpr QmxId timecodeGenerator{1500};
 constexpr QmxId timecodeTimeOfDay{1501};
+
+// Conversions.
+constexpr QmxId conversionCross{1200};
+constexpr QmxId conversionUp{1201};
+constexpr QmxId conversionDown{1202};
 
 // Outputs.
 constexpr QmxId routeInput{53};

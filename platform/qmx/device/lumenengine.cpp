@@ -34,6 +34,18 @@ int fps(const QmxVideoDeviceSetup &setup)
     return setup.imageDesc().frameRate().timecodeRate();
 }
 
+/// The preview first.
+std::vector<std::unique_ptr<QmxSink>> makeSinks(const LumenOptions &options, const LumenProfile &profile,
+                                                const QmxEnvironment &environment)
+{
+    std::vector<std::unique_ptr<QmxSink>> sinks;
+    sinks.push_back(options.createSink(QStringLiteral("preview:"), environment));
+    for (const auto &[name, locator] : profile.outputs)
+        if (locator != QLatin1String("preview") && locator != QLatin1String("preview:"))
+            sinks.push_back(options.createSink(locator, environment));
+    return sinks;
+}
+
 QmxId toId(const QVariant &value)
 {
     return value.metaType() == QMetaType::fromType<QmxId>() ? value.value<QmxId>() : QmxId(value.toInt());
@@ -47,13 +59,9 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
       _environment(environment),
       _events(events),
       _reference(_profile.reference),
+      _output(makeSinks(options, _profile, environment), environment),
       _workers(workerCount(_profile), options.codec, environment)
-{
-    _sinks.push_back(options.createSink(QStringLiteral("preview:"), environment));
-    for (const auto &[name, locator] : _profile.outputs)
-        if (locator != QLatin1String("preview") && locator != QLatin1String("preview:"))
-            _sinks.push_back(options.createSink(locator, environment));
-}
+{}
 
 LumenEngine::~LumenEngine() = default;
 
@@ -165,6 +173,8 @@ void LumenEngine::applyPlayback(const QmxVideoDeviceSetup &setup)
 
 void LumenEngine::watch(const QmxVideoDeviceSetup &setup)
 {
+    // The input as captured may have another format now; that is told once, like a change of the signal.
+    _inputConversion = setup.videoInConvert();
     const QmxId source = setup.videoInputSource();
     if (!source.isValid() || source == DeviceKeys::internalGenerator || source.value() == _watched) return;
     _watched = source.value();
@@ -179,7 +189,10 @@ void LumenEngine::makeGenerator(const QmxVideoDeviceSetup &setup)
     _newGenerator.reset();
     _dropGenerator = !video && !audio;
     if (_dropGenerator) return;
-    _newGenerator = _options.createGenerator(setup.imageDesc(), video ? setup.videoSignalGenMode() : QmxId(),
+    QmxImageDesc desc = setup.imageDesc();
+    if (setup.videoSignalGenColorSpace().value() == DeviceKeys::rgbDataType)
+        desc.setDataType(setup.videoSignalGenColorSpace());
+    _newGenerator = _options.createGenerator(desc, video ? setup.videoSignalGenMode() : QmxId(),
                                              audio ? setup.audioSignalGenMode() : QmxId(), _environment);
 }
 

@@ -7,6 +7,7 @@
 #include "platform/qmx/device/deviceevents.h"
 #include "platform/qmx/device/inputdetector.h"
 #include "platform/qmx/device/lumenoptions.h"
+#include "platform/qmx/device/outputstage.h"
 #include "platform/qmx/device/playbackqueue.h"
 #include "platform/qmx/device/tickschedule.h"
 #include "platform/qmx/device/timecodegenerator.h"
@@ -102,7 +103,9 @@ private:
     void playbackStep(const Seen &seen, QmxOutputFrame &output);
     void pictureAlarm(const DecodedPicture &shown);
     void variableRateAlarm();
+    bool waitsForWork(const CapturedFrame &frame) const;
     void routeInput(const Seen &seen, QmxOutputFrame &output) const;
+    OutputStage::Work outputWork(QmxOutputFrame &output);
     void pushVbi(const QmxTimecode &timecode);
     void pushAlarm(const QmxId &id, QmxAlarm::AlarmLevel level, const QString &message, int line);
     void count(const Seen &seen, const QmxOutputFrame &output) const;
@@ -112,10 +115,10 @@ private:
     // lumenwork.cpp: jobs. The post functions are called locked.
     void postCoding();
     void postDecoding();
-    void postLut(const CapturedFramePtr &frame);
+    void postProcessing(const CapturedFramePtr &frame);
     void encode(CodecContexts &contexts, const CapturedFramePtr &frame);
     void decode(CodecContexts &contexts, const DecodedPicturePtr &picture);
-    void lut(const CapturedFramePtr &frame, const QmxImageLut &table);
+    void process(CodecContexts &contexts, const CapturedFramePtr &frame, const QmxImageLut &table);
     void captureLost();
     void retire(std::unique_ptr<QmxSource> source);
 
@@ -143,7 +146,7 @@ private:
     CapturedFramePtr _firstAfterLoss; ///< in a take: until it is coded the input has no timecode
     bool _lossInTake = false;
     qint64 _processedNumber = 0;
-    QmxPicture _processed; ///< of the newest frame whose input table has been applied
+    QmxPicture _processed; ///< of the newest frame whose input conversion and table have been applied
     QmxMetadataHash _ancillary;
     QmxTimecode _inputTimecode;
     QmxVideoRefState _reference;
@@ -156,6 +159,9 @@ private:
     QString _clipName;
     qint64 _tickIndex = 0;
     int _watched = 0; ///< source id
+    QmxId _inputConversion;
+    QmxVideoDeviceSetup _described; ///< of which _connection tells
+    QString _connection;
     std::unique_ptr<QmxSource> _newInput;
     std::unique_ptr<QmxSource> _newGenerator;
     bool _dropGenerator = false;
@@ -163,8 +169,8 @@ private:
     // Clock thread.
     std::unique_ptr<QmxSource> _input;
     std::unique_ptr<QmxSource> _internal;
-    std::vector<std::unique_ptr<QmxSink>> _sinks; ///< the preview first
-    QmxOutputFrame _last;                         ///< without superimposed text
+    OutputStage _output;
+    QmxOutputFrame _last; ///< before conversion, without superimposed text
     qint64 _clockIndex = 0;
     LateTicks _late;
 

@@ -2,7 +2,7 @@
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/device/devicekeys.h"
 #include "platform/qmx/device/lumenengine.h"
-#include "platform/qmx/device/picturework.h"
+#include "platform/qmx/device/outputformat.h"
 
 #include <algorithm>
 
@@ -113,7 +113,7 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
     const Seen seen = takeSources(tick);
     QmxOutputFrame output;
     output.tick = tick;
-    QString text;
+    OutputStage::Work work;
     {
         std::lock_guard lock(_mutex);
         _tickIndex = tick.index;
@@ -129,14 +129,23 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
         if (_startPending) push(DeviceEvent::HardwareStarted);
         _startPending = false;
         pushVbi(output.timecode);
-        text = superText(output.timecode);
+        work = outputWork(output);
         count(seen, output);
     }
     _last = output;
     countDropped();
-    if (!text.isEmpty()) output.picture = PictureWork::withText(output.picture, text);
-    for (const std::unique_ptr<QmxSink> &sink : _sinks)
-        sink->show(output);
+    _output.show(output, work);
+}
+
+/// What is to be done to the picture on its way to the outputs.
+OutputStage::Work LumenEngine::outputWork(QmxOutputFrame &output)
+{
+    if (_described != _running || _connection.isEmpty()) {
+        _described = _running;
+        _connection = OutputFormat::describe(_running);
+    }
+    output.connection = _connection;
+    return {OutputFormat::shown(output.desc, _running), superText(output.timecode)};
 }
 
 LumenEngine::Seen LumenEngine::takeSources(const QmxTick &tick)
@@ -144,8 +153,10 @@ LumenEngine::Seen LumenEngine::takeSources(const QmxTick &tick)
     std::unique_ptr<QmxSource> oldInput;
     std::unique_ptr<QmxSource> oldGenerator;
     Seen seen;
+    QmxId conversion;
     {
         std::lock_guard lock(_mutex);
+        conversion = _inputConversion;
         seen.generation = _generation;
         if (_newInput) {
             oldInput = std::move(_input);
@@ -160,6 +171,8 @@ LumenEngine::Seen LumenEngine::takeSources(const QmxTick &tick)
     retire(std::move(oldInput));
     retire(std::move(oldGenerator));
     seen.input = _input->take(tick);
+    seen.input.state.setCaptureImageDesc(
+        OutputFormat::converted(seen.input.state.captureImageDesc(), conversion));
     if (_internal) seen.generator = _internal->take(tick);
     return seen;
 }
@@ -202,11 +215,21 @@ void LumenEngine::tellInput(const QmxVideoState &state, bool always)
 
 bool LumenEngine::pictureFits(const QmxSourceFrame &source, bool fromGenerator) const
 {
+    if (!source.picture.isValid()) return false;
     const QmxImageDesc desc = _running.imageDesc();
-    if (!source.picture.isValid() || source.picture.size() != QSize(desc.width(), desc.height()))
-        return false;
+    // Only the conversion that was asked for changes a size; nothing is bent to fit.
+    const bool converts = !fromGenerator && !source.state.recInhibit().isValid();
+    const QmxImageDesc signal = converts ? source.state.inputImageDesc() : desc;
+    if (source.picture.size() != QSize(signal.width(), signal.height())) return false;
     return fromGenerator ||
            (_detector.isGood(source.state) && sameFormat(source.state.captureImageDesc(), desc));
+}
+
+/// Something is to be done to the picture before it can be coded.
+bool LumenEngine::waitsForWork(const CapturedFrame &frame) const
+{
+    return frame.hasPicture && (_running.inputLut().isValid() ||
+                                frame.picture.size() != QSize(frame.desc.width(), frame.desc.height()));
 }
 
 /// The sound of a captured frame in the form that the set-up wants: the first channels of the source, or
@@ -245,7 +268,7 @@ void LumenEngine::captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFr
     frame->desc = _running.captureDesc();
     frame->hasPicture = pictureFits(source, internal);
     if (frame->hasPicture) frame->picture = source.picture;
-    frame->waitsForLut = frame->hasPicture && _running.inputLut().isValid();
+    frame->waitsForWork = waitsForWork(*frame);
     frame->audio = capturedAudio(seen, tick);
     frame->metadata = _ancillary;
     const bool good = _detector.isGood(seen.input.state);
@@ -258,12 +281,15 @@ void LumenEngine::captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFr
         _lossInTake = false;
         _firstAfterLoss = frame;
     }
-    if (frame->waitsForLut)
-        postLut(frame);
+    if (frame->waitsForWork)
+        postProcessing(frame);
     else
         _processed = frame->picture;
-    output.picture = _processed;
-    output.audio = frame->audio;
+    // The input was no good when the set-up was made: nothing of it is shown before the next one.
+    if (!_running.blackingEnabled() || internal) {
+        output.picture = _processed;
+        output.audio = frame->audio;
+    }
     output.timecode = frame->timecode;
     output.metadata = frame->metadata;
     if (_capture.push(frame)) captureLost();
@@ -367,11 +393,8 @@ QString LumenEngine::superText(const QmxTimecode &timecode) const
 
 void LumenEngine::countDropped() const
 {
-    qint64 dropped = 0;
-    for (size_t i = 1; i < _sinks.size(); ++i)
-        dropped += _sinks.at(i)->dropped();
-    QmxCounters::instance()->set(QmxCounters::PreviewDropped, _sinks.front()->dropped());
-    QmxCounters::instance()->set(QmxCounters::OutputDropped, dropped);
+    QmxCounters::instance()->set(QmxCounters::PreviewDropped, _output.previewDropped());
+    QmxCounters::instance()->set(QmxCounters::OutputDropped, _output.outputDropped());
 }
 
 void LumenEngine::count(const Seen &seen, const QmxOutputFrame &output) const

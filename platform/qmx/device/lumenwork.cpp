@@ -51,7 +51,12 @@ void LumenEngine::encode(CodecContexts &contexts, const CapturedFramePtr &frame)
     QmxBuffer coded;
     QmxError error(ENOTSUP);
     if (QmxVideoEncoder *encoder = contexts.encoder(desc)) {
-        picture = PictureWork::inFormat(picture, contexts.row(desc.dataType())->pictureFormat);
+        const QmxPicture::Format format = contexts.row(desc.dataType())->pictureFormat;
+        const bool changesColour =
+            picture.format() != format &&
+            (picture.format() == QmxPicture::Format::Rgb444P10 || format == QmxPicture::Format::Rgb444P10);
+        picture = changesColour ? contexts.converter().convert(picture, format)
+                                : PictureWork::inFormat(picture, format);
         error = encoder->encode(picture, coded);
     }
     if (error.isError()) {
@@ -63,25 +68,35 @@ void LumenEngine::encode(CodecContexts &contexts, const CapturedFramePtr &frame)
     if (_capture.coded(frame, coded)) captureLost();
 }
 
-void LumenEngine::postLut(const CapturedFramePtr &frame)
+void LumenEngine::postProcessing(const CapturedFramePtr &frame)
 {
     const QmxImageLut table = _running.inputLut();
-    if (!_workers.post([this, frame, table](CodecContexts &) { lut(frame, table); }))
-        frame->waitsForLut = false;
+    const bool posted =
+        _workers.post([this, frame, table](CodecContexts &contexts) { process(contexts, frame, table); });
+    if (posted) return;
+    // Not in the format of the set-up: as if there were none.
+    frame->waitsForWork = false;
+    frame->hasPicture = false;
+    frame->picture = QmxPicture();
 }
 
-void LumenEngine::lut(const CapturedFramePtr &frame, const QmxImageLut &table)
+/// Input conversion, then input table.
+void LumenEngine::process(CodecContexts &contexts, const CapturedFramePtr &frame, const QmxImageLut &table)
 {
     QmxPicture picture;
     {
         std::lock_guard lock(_mutex);
         picture = frame->picture;
     }
+    const QSize size(frame->desc.width(), frame->desc.height());
+    if (picture.size() != size)
+        picture = contexts.converter().convert(picture, size, frame->desc.isInterlaced());
     const QmxPicture processed = PictureWork::withLut(picture, table);
     std::lock_guard lock(_mutex);
-    frame->waitsForLut = false;
+    frame->waitsForWork = false;
+    frame->picture = processed;
+    frame->hasPicture = processed.isValid();
     if (processed.isValid()) {
-        frame->picture = processed;
         // Not a late one of another set-up, and not an older one.
         if (frame->number > _processedNumber && frame->desc == _running.captureDesc()) _processed = processed;
         _processedNumber = std::max(_processedNumber, frame->number);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/codec/qmxpictureconverter.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
 #include "platform/qmx/core/qmxenvironment.h"
 
@@ -24,6 +25,7 @@ public:
     QmxVideoEncoder *encoder(const QmxImageDesc &desc);
     QmxVideoDecoder *decoder(const QmxImageDesc &desc);
     const QmxCodecRow *row(const QmxId &dataType) const { return _lookup(dataType); }
+    QmxPictureConverter &converter() { return _converter; }
 
 private:
     static constexpr size_t kept = 4;
@@ -37,6 +39,7 @@ private:
     static Coder *find(std::deque<Entry<Coder>> &entries, const QmxImageDesc &desc);
 
     CodecLookup _lookup;
+    QmxPictureConverter _converter;
     std::deque<Entry<QmxVideoEncoder>> _encoders; ///< used last first
     std::deque<Entry<QmxVideoDecoder>> _decoders;
 };

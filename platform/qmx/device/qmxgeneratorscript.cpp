@@ -146,6 +146,12 @@ const std::array keys = {
             r.script.clipName = v;
             return !v.isEmpty();
         }},
+    Key{"vfr",
+        [](const QString &v, Reading &r) {
+            r.script.variableRate = QmxSourceFormat::variableRateClass(QmxSourceFormat::rateFromText(v));
+            r.script.effectiveRate = QmxSourceFormat::rateFromText(v).timecodeRate();
+            return r.script.variableRate > 0;
+        }},
     Key{"format", [](const QString &v, Reading &r) { return readFormats(v, &r.script.formats); }},
     Key{"reference",
         [](const QString &v, Reading &r) { return readSwitches(v, "ok", "lost", &r.script.reference); }},

@@ -12,14 +12,17 @@
 /// What a generator plays, as written after "generator:?". Everything happens by the generator's own frame
 /// count, so that every input event can be played again exactly. Keys (all optional):
 ///
-///     rate=25 | 29.97 | 30000/1001 ...   size=1920x1080   scan=p | i | psf
-///     pattern=800 bars | 801 ramp | 802 moving | black      tone=900 | 901 | off      channels=8
-///     tc=10:00:00:00        timecode of frame 0 (";" before the frames: drop frame); without it there is
-///     none tcrun=off@50,on@100   the timecode stands still from frame 50 to 99 loss=300-350,400-     no
-///     signal in frames 300 to 350 (inclusive) and from 400 on unstable=20-30        a signal that does not
-///     lock camera=on@100,off@200 the camera's record flag (absent without this key) clip=NAME clip name that
-///     the camera asks for format=1280x720p50@500,... another format from that frame on
-///     reference=lost@50,ok@90    state of the reference (absent without this key)
+/// - rate=25 | 29.97 | 30000/1001 ..., size=1920x1080, scan=p | i | psf
+/// - pattern=800 bars | 801 ramp | 802 moving | black, tone=900 | 901 | off, channels=8
+/// - tc=10:00:00:00: timecode of frame 0 (";" before the frames: drop frame); without it there is none
+/// - tcrun=off@50,on@100: the timecode stands still from frame 50 to 99
+/// - loss=300-350,400-: no signal in frames 300 to 350 (inclusive) and from 400 on
+/// - unstable=20-30: a signal that does not lock
+/// - camera=on@100,off@200: the camera's record flag (absent without this key)
+/// - clip=NAME: clip name that the camera asks for
+/// - vfr=24: a variable-rate signal that carries 23.98, 24, 25, 29.97 or 30 frames
+/// - format=1280x720p50@500,...: another format from that frame on
+/// - reference=lost@50,ok@90: state of the reference (absent without this key)
 struct QmxGeneratorScript
 {
     struct Span
@@ -47,6 +50,8 @@ struct QmxGeneratorScript
     QList<Span> losses;
     QList<Span> unstable;
     QList<Switch> camera;
+    int effectiveRate = 0; ///< frames a second that a variable-rate signal carries; 0: none
+    int variableRate = 0;  ///< class of QmxVideoState::vfrfps(); 0: the rate does not vary
     QString clipName;
     QList<Switch> reference;
 

@@ -10,6 +10,7 @@ namespace {
 const QmxId invalidInput(2001);
 const QmxId cameraFlagKey(705);
 const QmxId clipNameKey(706);
+const QmxId effectiveRateKey(710);
 
 /// Whole periods of both tones: 25 of 1 kHz, 11 of 440 Hz.
 constexpr int tonePeriod = 1200;
@@ -64,6 +65,7 @@ QmxGeneratorSource::QmxGeneratorSource(const QmxGeneratorScript &script, const Q
     for (const QmxGeneratorScript::Format &format : _script.formats) {
         _pictures.emplace_back(format.desc, script.pattern);
         _states.push_back(QmxSourceFormat::state(format.desc));
+        _states.back().setVfrfps(_script.variableRate);
     }
 }
 
@@ -119,6 +121,7 @@ QmxMetadataHash QmxGeneratorSource::metadata(qint64 frame) const
     QmxMetadataHash result;
     if (!_script.camera.isEmpty())
         result.insert(cameraFlagKey, QmxGeneratorScript::position(_script.camera, frame).value_or(false));
+    if (_script.effectiveRate > 0) result.insert(effectiveRateKey, _script.effectiveRate);
     if (!_script.clipName.isEmpty()) result.insert(clipNameKey, _script.clipName);
     return result;
 }

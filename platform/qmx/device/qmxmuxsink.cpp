@@ -22,7 +22,7 @@ QmxMuxer::~QmxMuxer() = default;
 QmxMuxSink::QmxMuxSink(const QString &url, const QmxEnvironment &environment)
     : _url(url),
       _name(withoutSecrets(url)),
-      _isFile(!url.contains(QStringLiteral("://"))),
+      _isFile(!url.contains(QStringLiteral("://")) && !url.startsWith(QmxMuxer::windowScheme)),
       _status(QStringLiteral("waiting for the first frame")),
       _thread(QStringLiteral("qmx-output"), queueBound, environment)
 {}

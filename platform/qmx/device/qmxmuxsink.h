@@ -16,13 +16,15 @@ class QmxMuxer
 public:
     virtual ~QmxMuxer();
     virtual QmxError write(const QmxOutputFrame &frame) = 0;
+    static constexpr QLatin1String windowScheme{"window:"};
     /// `interrupted` is asked inside blocking calls; true ends them with an error.
     static std::unique_ptr<QmxMuxer> open(const QString &url, const QmxImageDesc &desc,
                                           const std::atomic<bool> &interrupted, QmxError *error);
 };
 
 /// Sends the output to a file (container by its ending) or as an MPEG transport stream to a network
-/// address: H.264 (MPEG-2 where libavcodec has no H.264 coder) with the first two channels of sound.
+/// address: H.264 (MPEG-2 where libavcodec has no H.264 coder) with the first two channels of sound; or shows
+/// it in a window of this machine's desktop ("window:TITLE"), without sound.
 ///
 /// Another format of the output begins the stream anew, and a new file ("NAME_2.ts"). After an error the
 /// output is opened again two seconds later.

@@ -12,10 +12,11 @@
 #include <unistd.h>
 
 namespace {
-constexpr quint64 magicNumber = 0x31'56'52'50'44'50'58'00; // "\0XPDPRV1", changes with the layout
+constexpr quint64 magicNumber = 0x32'56'52'50'44'50'58'00; // "\0XPDPRV2", changes with the layout
 constexpr int slotCount = 2;
 constexpr int maximumPixels = QmxPreview::maximumWidth * QmxPreview::maximumHeight;
 constexpr size_t textSize = 64;
+constexpr size_t longTextSize = 128;
 
 /// One picture as it lies in shared memory; whole words, so that it can be copied word by word.
 struct Content
@@ -29,6 +30,7 @@ struct Content
     double peaks[QmxPreviewPicture::channels];
     char timecode[textSize];
     char format[textSize];
+    char connection[longTextSize];
     uchar pixels[maximumPixels * 3 / 2];
 };
 static_assert(sizeof(Content) % sizeof(quint64) == 0);
@@ -65,16 +67,18 @@ void copyWords(void *to, const void *from, size_t bytes, bool toShared)
     }
 }
 
-void setText(char (&field)[textSize], const QString &text)
+template <size_t size>
+void setText(char (&field)[size], const QString &text)
 {
-    const QByteArray bytes = text.toUtf8().left(textSize - 1);
-    std::memset(field, 0, textSize);
+    const QByteArray bytes = text.toUtf8().left(size - 1);
+    std::memset(field, 0, size);
     std::memcpy(field, bytes.constData(), size_t(bytes.size()));
 }
 
-QString text(const char (&field)[textSize])
+template <size_t size>
+QString text(const char (&field)[size])
 {
-    return QString::fromUtf8(field, qsizetype(strnlen(field, textSize)));
+    return QString::fromUtf8(field, qsizetype(strnlen(field, size)));
 }
 
 size_t contentBytes(int width, int height)
@@ -150,6 +154,7 @@ void QmxPreviewWriter::write(const QmxPreviewPicture &picture)
     std::copy(picture.peaks.begin(), picture.peaks.end(), c.peaks);
     setText(c.timecode, picture.timecode);
     setText(c.format, picture.format);
+    setText(c.connection, picture.connection);
     std::memcpy(c.pixels, picture.luma.constData(), size_t(pixels));
     std::memcpy(c.pixels + pixels, picture.cb.constData(), size_t(pixels / 4));
     std::memcpy(c.pixels + pixels + pixels / 4, picture.cr.constData(), size_t(pixels / 4));
@@ -227,6 +232,7 @@ bool QmxPreviewReader::read(QmxPreviewPicture &picture)
         picture.frameNumber = c.frameNumber;
         picture.timecode = text(c.timecode);
         picture.format = text(c.format);
+        picture.connection = text(c.connection);
         picture.isCapture = c.flags & Capture;
         picture.isRepeat = c.flags & Repeat;
         picture.hasPicture = c.flags & HasPicture;

@@ -18,6 +18,7 @@ struct QmxPreviewPicture
     QByteArray luma, cb, cr;
     QString timecode;        ///< "--:--:--:--" when there is none
     QString format;          ///< of the output, for the operator
+    QString connection;      ///< electrical side of the output: colour, SDI, HDMI, analog level
     qint64 tick = 0;         ///< of the device's clock
     qint64 frameNumber = -1; ///< of the frame shown (playback); -1: not known
     bool isCapture = false;

@@ -82,6 +82,7 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
     _preview.tick = frame.tick.index;
     _preview.timecode = frame.timecode.toString();
     _preview.format = frame.desc.toString();
+    _preview.connection = frame.connection;
     _preview.frameNumber =
         frame.metadata.contains(frameNumberKey) ? frame.metadata.value(frameNumberKey).toLongLong() : -1;
     _preview.isCapture = frame.isCapture;

@@ -8,6 +8,7 @@ struct QmxOutputFrame
 {
     QmxTick tick;
     QmxImageDesc desc;        ///< format of the output
+    QString connection;       ///< its electrical side, for the operator
     QmxPicture picture;       ///< not valid: black
     QmxAudio audio;           ///< not valid or empty: silence
     QmxTimecode timecode;     ///< of the frame shown (playback) or of the generator (capture)

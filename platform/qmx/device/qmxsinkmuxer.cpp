@@ -76,13 +76,19 @@ QmxError Muxer::start(const QString &url, const QmxImageDesc &desc, const std::a
 {
     QmxLibav::quietLog();
     static const int networkReady = avformat_network_init();
-    const bool isNetwork = url.contains(QStringLiteral("://"));
-    const QByteArray name = url.toUtf8();
+    const char *kind = url.contains(QStringLiteral("://")) ? "mpegts" : nullptr;
+    QByteArray name = url.toUtf8();
+    if (url.startsWith(windowScheme)) {
+        if (!QmxLibav::loadDevices())
+            return QmxError(ENOSYS, QStringLiteral("Cannot open it: libavdevice is not installed"));
+        kind = "sdl";
+        name = url.mid(windowScheme.size()).toUtf8();
+        if (name.isEmpty()) name = "Output";
+    }
     AVFormatContext *made = nullptr;
     const int guessed = networkReady < 0
                             ? networkReady
-                            : avformat_alloc_output_context2(&made, nullptr, isNetwork ? "mpegts" : nullptr,
-                                                             name.constData());
+                            : avformat_alloc_output_context2(&made, nullptr, kind, name.constData());
     if (guessed < 0)
         return QmxError(
             EINVAL,
@@ -106,7 +112,9 @@ QmxError Muxer::addVideo(const QmxImageDesc &desc)
 {
     _size = QSize(desc.width(), desc.height() / 2 * 2);
     _interlaced = desc.isInterlaced();
-    const AVCodec *codec = avcodec_find_encoder_by_name("libx264");
+    const bool isPlain = _output->oformat->video_codec == AV_CODEC_ID_RAWVIDEO;
+    const AVCodec *codec =
+        isPlain ? avcodec_find_encoder(AV_CODEC_ID_RAWVIDEO) : avcodec_find_encoder_by_name("libx264");
     if (!codec || avformat_query_codec(_output->oformat, codec->id, FF_COMPLIANCE_NORMAL) != 1)
         codec = avcodec_find_encoder(AV_CODEC_ID_MPEG2VIDEO);
     if (!codec) return QmxError(ENOSYS, QStringLiteral("This machine's libavcodec has no coder for it"));
@@ -128,7 +136,7 @@ QmxError Muxer::addVideo(const QmxImageDesc &desc)
     c->color_trc = colour.transfer;
     c->colorspace = colour.matrix;
     c->color_range = AVCOL_RANGE_MPEG;
-    if (_interlaced) c->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+    if (_interlaced && !isPlain) c->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
     if (codec->id == AV_CODEC_ID_H264) {
         av_opt_set(c->priv_data, "preset", "ultrafast", 0);
         av_opt_set(c->priv_data, "tune", "zerolatency", 0);

@@ -3,8 +3,6 @@
 
 #include "platform/qmx/device/qmxsourceformat.h"
 
-#include <QLibrary>
-
 #include <cerrno>
 #include <cstdlib>
 
@@ -66,19 +64,6 @@ QmxError openError(int result)
     return error;
 }
 
-/// Capture devices are in a library that drags in half a desktop: it is loaded when somebody names one. Its
-/// version goes with libavformat's.
-const AVInputFormat *captureFormat()
-{
-    static const bool isRegistered = [] {
-        QLibrary library(QStringLiteral("avdevice"), LIBAVFORMAT_VERSION_MAJOR);
-        const auto registerAll = reinterpret_cast<void (*)()>(library.resolve("avdevice_register_all"));
-        if (registerAll) registerAll();
-        return registerAll != nullptr;
-    }();
-    return isRegistered ? av_find_input_format("video4linux2") : nullptr;
-}
-
 bool isInterlaced(AVFieldOrder order)
 {
     return order == AV_FIELD_TT || order == AV_FIELD_BB || order == AV_FIELD_TB || order == AV_FIELD_BT;
@@ -115,7 +100,7 @@ QmxError QmxSourceDecoder::open()
     const AVInputFormat *format = nullptr;
     if (_url.startsWith(captureScheme)) {
         address = _url.mid(captureScheme.size());
-        format = captureFormat();
+        format = QmxLibav::loadDevices() ? av_find_input_format("video4linux2") : nullptr;
         if (!format) {
             avformat_free_context(context);
             return QmxError(ENOSYS, QStringLiteral("Cannot open it: libavdevice is not installed"));

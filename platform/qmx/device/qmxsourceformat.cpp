@@ -75,6 +75,14 @@ QmxVideoRate QmxSourceFormat::rateFromMeasurement(int num, int den)
     return QmxVideoRate(num, den);
 }
 
+int QmxSourceFormat::variableRateClass(const QmxVideoRate &rate)
+{
+    constexpr int classes = 5;
+    for (int row = 0; row < classes; ++row)
+        if (rateOf(row) == rate) return row + 1;
+    return 0;
+}
+
 QSize QmxSourceFormat::sizeFromText(const QString &text)
 {
     static const QRegularExpression size(QStringLiteral("^(\\d{2,4})x(\\d{2,4})$"));

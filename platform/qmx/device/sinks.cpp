@@ -25,6 +25,7 @@ std::unique_ptr<QmxSink> createFile(const QString &locator, const QmxEnvironment
     return std::make_unique<QmxMuxSink>(locator.section(QLatin1Char(':'), 1), environment);
 }
 
+/// What is no file: a network address, a window.
 std::unique_ptr<QmxSink> createNetwork(const QString &locator, const QmxEnvironment &environment)
 {
     return std::make_unique<QmxMuxSink>(locator, environment);
@@ -34,6 +35,7 @@ const std::array rows = {
     QmxSinkRow{"preview", "picture and meters in shared memory; \"preview:\"", createPreview},
     QmxSinkRow{"null", "shows nothing; \"null:\"", createNull},
     QmxSinkRow{"file", "a file, its kind by the ending; \"file:/tmp/out.ts\"", createFile},
+    QmxSinkRow{"window", "a window on this machine's desktop; \"window:TITLE\"", createNetwork},
     QmxSinkRow{"udp", "MPEG transport stream; \"udp://HOST:PORT\"", createNetwork},
     QmxSinkRow{"srt", "MPEG transport stream; \"srt://HOST:PORT\"", createNetwork},
 };

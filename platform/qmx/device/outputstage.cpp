@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/device/outputstage.h"
+
+#include "platform/qmx/device/picturework.h"
+
+namespace {
+constexpr int queueBound = 3;
+
+bool sameRaster(const QmxImageDesc &a, const QmxImageDesc &b)
+{
+    return a.width() == b.width() && a.height() == b.height();
+}
+} // namespace
+
+OutputStage::OutputStage(std::vector<std::unique_ptr<QmxSink>> sinks, const QmxEnvironment &environment)
+    : _sinks(std::move(sinks)), _thread(QStringLiteral("lumen-output"), queueBound, environment)
+{}
+
+OutputStage::~OutputStage() = default;
+
+void OutputStage::show(const QmxOutputFrame &frame, const Work &work)
+{
+    const bool needsWork =
+        frame.picture.isValid() && (!work.text.isEmpty() || !sameRaster(frame.desc, work.format));
+    if (needsWork || _thread.pending() > 0) {
+        if (!_thread.post([this, frame, work] { process(frame, work); })) ++_late;
+        return;
+    }
+    process(frame, work);
+}
+
+void OutputStage::process(QmxOutputFrame frame, const Work &work)
+{
+    frame.picture = processed(frame.picture, frame.desc, work);
+    frame.desc = work.format;
+    for (const std::unique_ptr<QmxSink> &sink : _sinks)
+        sink->show(frame);
+}
+
+QmxPicture OutputStage::processed(const QmxPicture &picture, const QmxImageDesc &from, const Work &work)
+{
+    const bool keepsRaster = sameRaster(from, work.format);
+    if (!picture.isValid() || (work.text.isEmpty() && keepsRaster)) return picture;
+    if (_source.sharesWith(picture) && _work.format == work.format && _work.text == work.text) return _result;
+    const QSize size(work.format.width(), work.format.height());
+    const QmxPicture raster = keepsRaster ? picture : _converter.convert(picture, size, from.isInterlaced());
+    _source = picture;
+    _work = work;
+    _result = PictureWork::withText(raster, work.text);
+    return _result;
+}
+
+qint64 OutputStage::previewDropped() const
+{
+    return _sinks.empty() ? 0 : _sinks.front()->dropped();
+}
+
+qint64 OutputStage::outputDropped() const
+{
+    qint64 dropped = _late;
+    for (size_t i = 1; i < _sinks.size(); ++i)
+        dropped += _sinks.at(i)->dropped();
+    return dropped;
+}

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/codec/qmxpictureconverter.h"
+#include "platform/qmx/core/qmxtaskthread.h"
+#include "platform/qmx/device/qmxsink.h"
+
+#include <atomic>
+#include <vector>
+
+/// Between the card and its outputs: converts the picture to the format of the outputs and puts text into
+/// it, once however often the frame is shown, then hands it to every sink.
+///
+/// Threads: show() comes from the clock thread. A frame that needs no work goes to the sinks at once; else
+/// "lumen-output" does the work and hands it on. The two never use the sinks at the same time and never
+/// change the order. Its queue holds three frames; when it is full the newest one is dropped and counted.
+class OutputStage
+{
+public:
+    struct Work
+    {
+        QmxImageDesc format; ///< of the outputs
+        QString text;        ///< empty: none
+    };
+
+    OutputStage(std::vector<std::unique_ptr<QmxSink>> sinks, const QmxEnvironment &environment);
+    ~OutputStage();
+    OutputStage(const OutputStage &) = delete;
+    OutputStage &operator=(const OutputStage &) = delete;
+
+    void show(const QmxOutputFrame &frame, const Work &work);
+    /// Frames that did not reach the first sink, which is the preview.
+    qint64 previewDropped() const;
+    /// Those of the others together, and what this stage itself could not do in time.
+    qint64 outputDropped() const;
+
+private:
+    void process(QmxOutputFrame frame, const Work &work);
+    QmxPicture processed(const QmxPicture &picture, const QmxImageDesc &from, const Work &work);
+
+    std::vector<std::unique_ptr<QmxSink>> _sinks;
+    std::atomic<qint64> _late = 0;
+    // Of whoever shows.
+    QmxPictureConverter _converter;
+    QmxPicture _source; ///< of which _result was made, by _work
+    QmxPicture _result;
+    Work _work;
+    QmxTaskThread _thread; ///< last: ends before what it uses
+};

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/movlayout.h"
 #include "tests/clip/cliptake.h"
+#include "tests/support/rounds.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
@@ -30,7 +31,7 @@ TEST(ClipDamage, ACutFileKeepsWhatIsBeforeTheCut)
                                               "mdat", "free", "moof", "traf", "co64"};
             if (types.contains(bytes.mid(at + 4, 4))) cuts << at - 1 << at << at + 4 << at + 8 << at + 9;
         }
-        for (int i = 0; i < 200; ++i)
+        for (int i = 0; i < testRounds(200, 2000); ++i)
             cuts << qint64(chance() % quint32(bytes.size()));
         for (qint64 cut : cuts) {
             SCOPED_TRACE(testing::Message() << name << " cut at " << cut);
@@ -59,7 +60,7 @@ TEST(ClipDamage, FlippedBitsAreFoundOrHarmless)
     const QString path = dir.file("flipped.mov");
     for (const char *name : {"open.mov", "closed.mov"}) {
         const QByteArray bytes = readAll(dir.file(name));
-        for (int i = 0; i < 600; ++i) {
+        for (int i = 0; i < testRounds(600, 20000); ++i) {
             QByteArray flipped = bytes;
             // Half of them where the structure is: the head, the slots, the final moov.
             qint64 at = chance() % quint32(bytes.size());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/clip/cliptake.h"
 #include "tests/support/faultyfiles.h"
+#include "tests/support/rounds.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
@@ -261,7 +262,7 @@ TEST(ClipFaults, AKilledWriterLosesNoAcknowledgedFrame)
 {
     const ClipTake take(smallPlain);
     std::mt19937 chance(3);
-    for (int round = 0; round < 20; ++round) {
+    for (int round = 0; round < testRounds(20, 500); ++round) {
         TestDir dir;
         const QString path = dir.file("a.mov");
         int ends[2];

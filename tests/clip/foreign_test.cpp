@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/codec/qmxvideocodec.h"
 #include "platform/qmx/stream/qmxclipreader.h"
+#include "tests/support/faultyfiles.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
 
+#include <QtEndian>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <random>
 
@@ -139,6 +143,99 @@ TEST(ForeignClip, HandsOverIntraFramesAsTheyAre)
             decoded.out[i] = 0; // 24 bits count
         EXPECT_TRUE(samples == decoded.out);
     }
+}
+
+TEST(ForeignClip, ShowsAtEachMomentWhatOtherProgramsShowThen)
+{
+    TestDir dir;
+    const QStringList h264{"-c:v", "libx264", "-pix_fmt", "yuv420p", "-g", "30", "-bf", "3", "-crf", "4"};
+    const QStringList prores{"-c:v", "prores_ks", "-c:a", "pcm_s24le"};
+    ASSERT_TRUE(make(dir.file("h264.mov"), h264 + QStringList{"-c:a", "aac"}));
+    ASSERT_TRUE(make(dir.file("prores.mov"), prores));
+    const auto copy = [&dir](const QString &from, const QString &to, const QStringList &how,
+                             double start = 0) {
+        const QStringList in{"-v", "error", "-y", "-ss", QString::number(start), "-i", dir.file(from)};
+        return runProgram("ffmpeg", in + how + QStringList{dir.file(to)}).status == 0;
+    };
+    // Pictures that are missing stay away: the one before is held.
+    const QStringList gap{"-vf", "select=not(between(n\\,20\\,29))", "-fps_mode", "vfr"};
+    ASSERT_TRUE(copy("h264.mov", "varies.mp4", gap + h264));
+    ASSERT_TRUE(copy("prores.mov", "varies.mov", gap + prores));
+    // A cut without coding anew: the file has more than it shows.
+    ASSERT_TRUE(copy("h264.mov", "cut.mov", {"-c", "copy"}, 1.0));
+    ASSERT_TRUE(copy("prores.mov", "cutintra.mov", {"-c", "copy"}, 1.0));
+    ASSERT_TRUE(copy("h264.mov", "silent.mp4", {"-c:v", "copy", "-an"}));
+    ASSERT_TRUE(copy("h264.mov", "hevc.mp4",
+                     {"-c:v", "libx265", "-x265-params", "log-level=none:crf=4", "-c:a", "copy"}));
+    ASSERT_TRUE(copy("h264.mov", "motion.mov", {"-c:v", "mjpeg", "-q:v", "2", "-c:a", "pcm_s16be"}));
+    // An edit that ends before the pictures do.
+    QByteArray bytes = readAll(dir.file("prores.mov"));
+    for (qsizetype at = bytes.indexOf("elst"); at > 0; at = bytes.indexOf("elst", at + 1)) {
+        const quint32 whole = qFromBigEndian<quint32>(bytes.constData() + at + 12);
+        qToBigEndian(whole * 38 / frames, bytes.data() + at + 12);
+    }
+    writeAll(dir.file("ends.mov"), bytes);
+
+    const struct
+    {
+        const char *name;
+        int length, first;
+        bool hasGap, hasSound;
+    } cases[] = {
+        {"varies.mp4", 75, 0, true, true}, {"varies.mov", 75, 0, true, true},
+        {"cut.mov", 50, 25, false, true},  {"cutintra.mov", 50, 25, false, true},
+        {"ends.mov", 38, 0, false, true},  {"silent.mp4", 75, 0, false, false},
+        {"hevc.mp4", 75, 0, false, true},  {"motion.mov", 75, 0, false, true},
+    };
+    for (const auto &now : cases) {
+        SCOPED_TRACE(now.name);
+        QmxClipReader reader;
+        const QmxError error = reader.open(dir.file(now.name));
+        ASSERT_FALSE(error.isError()) << qPrintable(error.toString());
+        const QmxClipInfo info = reader.info();
+        EXPECT_NEAR(double(info.frames), now.length, 1);
+        EXPECT_TRUE(info.image.frameRate() == QmxVideoRate(25)) << info.image.toString().toStdString();
+        EXPECT_EQ(info.audio.isValid(), now.hasSound);
+        for (const int number : {0, 10, 19, 20, 25, 29, 30, 36, 24, 12, 1}) {
+            QmxFrame got;
+            ASSERT_FALSE(reader.readFrame(number, got).isError()) << number;
+            const int expected = now.hasGap && number >= 20 && number <= 29 ? 19 : number + now.first;
+            EXPECT_NEAR(shownNumber(got), expected,
+                        QLatin1String(now.name) == QLatin1String("motion.mov") ? 1 : 0)
+                << number;
+            if (now.hasSound && number + now.first > 27 && number + now.first < 36) {
+                EXPECT_GT(loudness(got), 0.3) << number;
+            }
+        }
+    }
+}
+
+TEST(ForeignClip, AFailingMediumIsToldAndForgiven)
+{
+    TestDir dir;
+    const QString path = dir.file("a.mkv");
+    ASSERT_TRUE(
+        make(path, {"-c:v", "libx264", "-g", "12", "-pix_fmt", "yuv420p", "-crf", "4", "-c:a", "pcm_s16le"}));
+    QmxEnvironment environment = QmxEnvironment::current();
+    auto files = std::make_shared<FaultyFiles>();
+    environment.files = files;
+    for (const FaultyFiles::Call call : {FaultyFiles::Open, FaultyFiles::Pread, FaultyFiles::Fstat}) {
+        files->failNth(call, 2, EIO, true); // the first is that of our own parser
+        QmxClipReader reader(environment);
+        const QmxError error = reader.open(path);
+        EXPECT_EQ(error.value(), EIO) << call;
+        EXPECT_TRUE(error.toString().contains("a.mkv"));
+        files->clear();
+    }
+    QmxClipReader reader(environment);
+    ASSERT_FALSE(reader.open(path).isError());
+    QmxFrame got;
+    ASSERT_FALSE(reader.readFrame(3, got).isError());
+    files->vanish(path);
+    EXPECT_EQ(reader.readFrame(70, got).value(), EIO);
+    files->comeBack();
+    ASSERT_FALSE(reader.readFrame(70, got).isError());
+    EXPECT_EQ(shownNumber(got), 70);
 }
 
 TEST(ForeignClip, SaysWhatIsNoClip)

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/atomcursor.h"
 #include "platform/qmx/stream/movcrc.h"
+#include "platform/qmx/stream/movfragment.h"
 #include "platform/qmx/stream/movlayout.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
+
+#include <cstring>
+#include <thread>
 
 namespace {
 
@@ -120,4 +124,42 @@ TEST(ClipLayout, ClosingRewritesNoMedia)
     EXPECT_EQ(inside(closed, {"moov", "trak", "mdia", "minf", "stbl", "co64"}).size(), 3);
     EXPECT_EQ(inside(closed, {"moov", "trak", "edts", "elst"}).size(), 3);
     EXPECT_TRUE(inside(closed, {"moov", "mvex"}).isEmpty());
+}
+
+TEST(ClipLayout, KeepsWhatWasLostAndIsSavedFromAnotherThread)
+{
+    TestDir dir;
+    const ClipTake take({128, 96, 30000, 1001, 203, 0, 2, false, 0});
+    QmxClipWriter writer;
+    ASSERT_FALSE(writer.create(dir.file("a.mov"), take.info).isError());
+    writer.noteLost(3);
+    ASSERT_FALSE(take.write(writer, 2, 10, 1000).isError());
+    EXPECT_EQ(writer.framesDurable(), 0);
+    std::thread([&writer] { writer.emergencyFlush(); }).join();
+    EXPECT_EQ(writer.framesDurable(), 8);
+    const QByteArray bytes = readAll(dir.file("a.mov"));
+    const QByteArray slot = bytes.mid(MovLayout::firstSlot, MovLayout::slotSize);
+    const std::span<const uchar> view(reinterpret_cast<const uchar *>(slot.constData()), size_t(slot.size()));
+    MovFormat format;
+    ASSERT_FALSE(MovFormat::fromInfo(take.info, format).isError());
+    const auto fragment = MovFragment::fromSlot(view, MovLayout::firstSlot, bytes.size(), format);
+    ASSERT_TRUE(fragment);
+    EXPECT_EQ(fragment->lost, 3u);
+    // A take begins anywhere in the cadence of 1602 and 1601 samples; each frame has its own sound back.
+    QmxClipReader reader;
+    for (const bool closed : {false, true}) {
+        if (closed) {
+            ASSERT_FALSE(writer.close().isError());
+        }
+        ASSERT_FALSE(reader.open(dir.file("a.mov")).isError());
+        for (int i = 0; i < 8; ++i) {
+            QmxFrame got;
+            ASSERT_FALSE(reader.readFrame(i, got).isError());
+            const QmxAudio is = got.auds().first();
+            const QmxFrame written = take.frame(i + 2);
+            const QmxAudio was = written.auds().first();
+            ASSERT_EQ(is.samples(), was.samples()) << i;
+            EXPECT_EQ(std::memcmp(is.data(), was.data(), size_t(is.samples()) * 8), 0) << i;
+        }
+    }
 }

@@ -3,7 +3,9 @@
 
 #include "platform/qmx/core/qmxoperations.h"
 #include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/stream/qmxclipreader.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 
 #include <cerrno>
@@ -166,6 +168,7 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
     const TestDir dir;
     announceFailure();
     expectLog(QStringLiteral("stream"), QStringLiteral("given up"));
+    expectLog(QStringLiteral("stream"), QStringLiteral("stands still"));
     const QString clip = dir.file(QStringLiteral("clip.mov"));
     const QString take = dir.file(QStringLiteral("take.mov"));
     makeClip(clip, 10);
@@ -206,6 +209,18 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
         Stepper::runMs(100);
         EXPECT_GE(files->hanging(), 1);
         rig.events.clear();
+        if (call == FaultyFiles::Pread) {
+            // Whoever plays hears of it while it hangs, and when the medium is back.
+            Stepper::runMs(4000);
+            EXPECT_EQ(rig.events, QStringList({QStringLiteral("alarm 1903 1")}));
+            files->release();
+            Stepper::runMs(1000);
+            EXPECT_EQ(rig.events.filter(QStringLiteral("alarm")).last(), QStringLiteral("alarm 1903 0"));
+            files->hang(call);
+            rig.stream.read(8, nullptr);
+            Stepper::runMs(100);
+            rig.events.clear();
+        }
         rig.stream.close();
         Stepper::run(10 * QmxClock::nsPerSecond);
         EXPECT_TRUE(rig.stream.isClosed());
@@ -221,6 +236,28 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
     rig.close();
     EXPECT_EQ(length(second), 7);
     EXPECT_EQ(length(take), 30);
+}
+
+TEST(StreamFaults, theEndOfAStreamDoesNotWaitForAMediumThatHangs)
+{
+    const auto files = FaultyFiles::install();
+    const TestDir dir;
+    const QString take = dir.file(QStringLiteral("take.mov"));
+    auto rig = std::make_unique<StreamRig>();
+    ASSERT_EQ(rig->openForWrite(take), 0);
+    rig->record(0, 30);
+    files->hang(FaultyFiles::Fdatasync);
+    Stepper::runMs(1000);
+    QElapsedTimer real;
+    real.start();
+    rig.reset();
+    EXPECT_LT(real.elapsed(), 6000);
+    files->release();
+    // The thread that was left behind still finishes its clip.
+    EXPECT_TRUE(Stepper::waitFor([&take] {
+        QmxClipReader reader;
+        return !reader.open(take).isError() && reader.info().closed && reader.info().frames == 30;
+    }));
 }
 
 TEST(StreamFaults, unreadableFramesAreBlackWithOneErrorARun)

@@ -3,6 +3,8 @@
 
 #include "platform/qmx/codec/qmxvideocodec.h"
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 #include <numeric>
 
@@ -85,17 +87,23 @@ QmxAudioDesc movAudioDesc(int channels, const QmxVideoRate &rate)
     return audio;
 }
 
-bool movStandsAlone(const MovMovie &movie, const MovMovie::Track &track, qint64 &first)
+bool movStandsAlone(const MovMovie &movie, const MovMovie::Track &track, qint64 &first, qint64 &count)
 {
-    Q_UNUSED(movie);
     first = 0;
+    count = qint64(track.samples);
     const quint32 delta = track.constantDelta();
     if (track.descriptions != 1 || track.reordered || delta == 0 || track.edits.size() > 1) return false;
     if (track.edits.empty()) return true;
     const qint64 start = track.edits.front().mediaTime;
     if (start < 0 || start % delta != 0) return false;
     first = start / delta;
-    return first < qint64(track.samples);
+    count -= first;
+    // A duration of 0 reaches to the end. It is rounded to the movie's scale, which may be a coarse one.
+    const double seconds = double(track.edits.front().duration) / std::max(movie.timeScale, 1u);
+    const double shown = seconds * track.timeScale / delta;
+    constexpr double roundingError = 0.2;
+    if (shown > roundingError && shown < double(count)) count = qint64(std::ceil(shown - roundingError));
+    return count > 0;
 }
 
 bool movSoundShift(const MovMovie &movie, const MovMovie::Track &track, qint64 &shift)

@@ -15,8 +15,9 @@ void movApplyTraits(const MovFragment::ClipTraits &traits, QmxImageDesc &image);
 QmxAudioDesc movAudioDesc(int channels, const QmxVideoRate &rate);
 
 /// A picture track whose frames can be found without a demultiplexer: intra-only, one description, one
-/// duration, at most one edit, which begins at a frame. `first` is that frame.
-bool movStandsAlone(const MovMovie &movie, const MovMovie::Track &track, qint64 &first);
+/// duration, at most one edit, which begins at a frame. `first` is that frame, `count` how many the edit
+/// shows.
+bool movStandsAlone(const MovMovie &movie, const MovMovie::Track &track, qint64 &first, qint64 &count);
 
 /// Which sample belongs to the first frame; false when the edits are more than a shift.
 bool movSoundShift(const MovMovie &movie, const MovMovie::Track &track, qint64 &shift);

@@ -19,6 +19,9 @@ struct MovFormat
     quint32 timeScale = 0;     ///< units a second
     quint32 frameDuration = 0; ///< units a frame
     int timecodeFps = 0;       ///< whole rate
+    /// The cadences of samples (1602, 1601, 1602 ...) repeat after five frames.
+    static constexpr int soundPhases = 5;
+    int soundPhase = 0; ///< with which of them the clip begins
     bool hasTimecode = false;
     quint32 startFrame = 0;    ///< first timecode as a frame number
     qint64 timecodeOffset = 0; ///< in the file, of its four bytes; 0: where the header has it

@@ -48,7 +48,7 @@ QByteArray recordBytes(const Record &record)
     out.u32(record.replaced);
     out.u32(record.audioCrc);
     out.u32(quint32(record.frameCrcs.size()));
-    out.u32(0); // reserved
+    out.u32(quint32(record.traits.soundPhase));
     for (quint32 crc : record.frameCrcs)
         out.u32(crc);
     out.patch32(recordCrcPosition, movCrc32c(out.data().constData(), size_t(out.size())));
@@ -75,7 +75,7 @@ std::optional<Record> parseRecord(std::span<const uchar> content)
     record.replaced = cursor.u32();
     record.audioCrc = cursor.u32();
     const quint32 count = cursor.u32();
-    cursor.skip(4);
+    record.traits.soundPhase = int(cursor.u32() % MovFormat::soundPhases);
     if (count != (size - recordFixed) / 4) return std::nullopt;
     for (quint32 i = 0; i < count; ++i)
         record.frameCrcs.push_back(cursor.u32());
@@ -255,7 +255,7 @@ QByteArray MovFragment::toSlot(const MovFormat &format) const
     record.sequence = sequence;
     record.moofCrc = movCrc32c(moof.constData(), size_t(moof.size()));
     const QmxImageDesc &image = format.info.image;
-    record.traits = {image.scanMode(), image.aspectWidth(), image.aspectHeight()};
+    record.traits = {image.scanMode(), image.aspectWidth(), image.aspectHeight(), format.soundPhase};
     record.lost = lost;
     record.replaced = replaced;
     record.audioCrc = audioCrc;

@@ -56,6 +56,7 @@ struct MovFragment
         int scanMode = 0;
         int aspectWidth = 0;
         int aspectHeight = 0;
+        int soundPhase = 0; ///< frame of the cadence of samples with which the clip begins
     };
     static std::optional<ClipTraits> traits(std::span<const uchar> slot);
     /// Checksums of the pictures of a slot, empty when it is not one.

@@ -115,16 +115,18 @@ QmxError QmxClipIndex::loadForeign(MovInput &input, bool tables)
     info.foreign = info.closed = true;
     const auto *video = _movie.firstTrack(atomType("vide"));
     qint64 first = 0;
-    if (!video || _movie.fragmented || !movStandsAlone(_movie, *video, first))
+    qint64 count = 0;
+    if (!video || _movie.fragmented || !movStandsAlone(_movie, *video, first, count))
         return {ENOTSUP, QStringLiteral("Clip %1 needs another demultiplexer").arg(input.path())};
     error = describe(input);
     if (error.isError()) return {ENOTSUP, error.toString()};
-    info.frames = qint64(video->samples) - first;
+    info.frames = count;
     if (tables) {
         error = movPlaceFrames(input, *video, frames);
         if (!error.isError()) error = placeSounds(input);
         if (error.isError()) return error;
         frames.erase(frames.begin(), frames.begin() + std::min<qint64>(first, qint64(frames.size())));
+        if (qint64(frames.size()) > count) frames.resize(size_t(count));
         info.frames = qint64(frames.size());
     }
     return readTimecodes(input);
@@ -143,6 +145,7 @@ QmxError QmxClipIndex::describe(MovInput &input)
         const bool read = !input.read(slot, sizeof slot, MovLayout::firstSlot).isError();
         const auto traits = read ? MovFragment::traits(slot) : std::nullopt;
         if (traits) movApplyTraits(*traits, info.image);
+        soundPhase = traits ? traits->soundPhase : 0;
     }
     if (const auto *timecode = timecodeTrack()) info.reelName = timecode->reelName;
     return describeSound(input);

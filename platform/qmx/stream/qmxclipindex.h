@@ -41,6 +41,7 @@ public:
     QmxClipInfo info;
     std::vector<Frame> frames;
     std::vector<Sound> sounds;
+    int soundPhase = 0; ///< frame of the cadence of samples with which the clip begins
 
     /// The checksum of a picture, when the clip has one: only our own have. Of a closed clip it is read from
     /// the slot that still stands before the pictures of its fragment.

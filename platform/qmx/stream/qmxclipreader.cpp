@@ -57,7 +57,7 @@ struct QmxClipReader::Private
 
 QmxError QmxClipReader::Private::openForeign(const QString &name)
 {
-    foreign = std::make_unique<QmxForeignClip>();
+    foreign = std::make_unique<QmxForeignClip>(environment);
     const QmxError error = foreign->open(name);
     if (error.isError()) foreign.reset();
     return error;
@@ -82,8 +82,9 @@ QmxError QmxClipReader::Private::readPicture(qint64 frame, QmxImage &image)
 QmxError QmxClipReader::Private::readAudio(qint64 frame, QmxAudio &audio)
 {
     const QmxVideoRate rate = index.info.image.frameRate();
-    const qint64 start = qmxAudioStart(frame, rate);
-    const int samples = qmxAudioSamples(frame, rate);
+    const int phase = index.soundPhase;
+    const qint64 start = qmxAudioStart(frame + phase, rate) - qmxAudioStart(phase, rate);
+    const int samples = qmxAudioSamples(frame + phase, rate);
     audio = QmxAudio::silence(index.info.audio, samples);
     if (!audio.isValid()) return {ENOMEM, QStringLiteral("No memory is left to read clip %1").arg(path)};
     QmxBuffer buffer = audio.buffer();
@@ -169,7 +170,7 @@ QmxError QmxClipReader::probe(const QString &path, QmxClipInfo &info, const QmxE
     QmxError error = input.open(path);
     if (!error.isError()) error = index.load(input, false);
     if (error.value() == ENOTSUP) {
-        QmxForeignClip foreign;
+        QmxForeignClip foreign(environment);
         error = foreign.open(path);
         info = foreign.info();
     } else {

@@ -36,6 +36,7 @@ struct QmxClipWriter::Private
     QmxError fits(const QmxFrame &frame, QmxBuffer &picture);
     QmxError writePicture(QmxBuffer picture);
     void addSound(const QmxFrame &frame);
+    void findSoundPhase();
     void addTimecode(const QmxFrame &frame);
     QmxError flush();
     QmxError writeTail();
@@ -136,6 +137,20 @@ void QmxClipWriter::Private::addSound(const QmxFrame &frame)
     fragment.audioBlocks.push_back(quint32(samples));
 }
 
+/// A take begins anywhere in the cadence of its sound. Known from the blocks of its first fragment.
+void QmxClipWriter::Private::findSoundPhase()
+{
+    const QmxVideoRate rate(int(format.timeScale), int(format.frameDuration));
+    for (int phase = 0; phase < MovFormat::soundPhases; ++phase) {
+        bool fits = true;
+        for (size_t i = 0; i < fragment.audioBlocks.size() && fits; ++i)
+            fits = qmxAudioSamples(phase + qint64(i), rate) == int(fragment.audioBlocks[i]);
+        if (!fits) continue;
+        format.soundPhase = phase;
+        return;
+    }
+}
+
 void QmxClipWriter::Private::addTimecode(const QmxFrame &frame)
 {
     auto timecode = frame.meta().value(QmxId(timecodeKey)).value<QmxTimecode>();
@@ -208,6 +223,7 @@ QmxError QmxClipWriter::Private::flush()
     if (!open) return {};
     if (failure.isError()) return failure;
     if (fragment.frames.empty()) return {};
+    if (tables.frames() == 0) findSoundPhase();
     QmxError error = writeTail();
     if (!error.isError()) error = output.sync();
     fragment.end = position;

@@ -9,6 +9,7 @@
 
 struct QmxForeignClip::Private
 {
+    explicit Private(const QmxEnvironment &environment) : pictures(environment), sound(environment) {}
     void readTags();
 
     QmxClipInfo info;
@@ -16,7 +17,8 @@ struct QmxForeignClip::Private
     QmxForeignSound sound;
 };
 
-QmxForeignClip::QmxForeignClip() : d(std::make_unique<Private>()) {}
+QmxForeignClip::QmxForeignClip(const QmxEnvironment &environment) : d(std::make_unique<Private>(environment))
+{}
 QmxForeignClip::~QmxForeignClip() = default;
 
 void QmxForeignClip::Private::readTags()

@@ -11,17 +11,16 @@
 /// pictures are decoded, whole groups at a time, and handed over uncompressed (10-bit 4:2:2); its sound is
 /// converted to 48 kHz.
 ///
-/// Threads: decoders use threads of their own within a call; else as QmxClipReader. Files are opened by
-/// libavformat itself.
+/// Threads: decoders use threads of their own within a call; else as QmxClipReader.
 class QmxForeignClip
 {
 public:
-    QmxForeignClip();
+    explicit QmxForeignClip(const QmxEnvironment &environment);
     ~QmxForeignClip();
     QmxForeignClip(const QmxForeignClip &) = delete;
     QmxForeignClip &operator=(const QmxForeignClip &) = delete;
 
-    /// EILSEQ when it is no clip, ENOTSUP without a decoder, ENODATA without frames.
+    /// Errno of the medium, EILSEQ when it is no clip, ENOTSUP without a decoder, ENODATA without frames.
     QmxError open(const QString &path);
     const QmxClipInfo &info() const;
 

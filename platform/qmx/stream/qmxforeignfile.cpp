@@ -19,19 +19,20 @@ QmxForeignFile::~QmxForeignFile()
 QmxError QmxForeignFile::open(const QString &path, AVMediaType type)
 {
     QmxLibav::quietLog();
-    AVDictionary *options = nullptr;
-    // A play list in disguise must not reach into the network.
-    av_dict_set(&options, "protocol_whitelist", "file", 0);
-    const QByteArray url = "file:" + QFile::encodeName(path);
-    int result = avformat_open_input(&_format, url.constData(), nullptr, &options);
-    av_dict_free(&options);
+    int reason = 0;
+    _format = _io.open(path, reason);
+    if (!_format)
+        return {reason, QStringLiteral("Cannot open clip %1: %2").arg(path, QmxError(reason).toString())};
+    int result = avformat_open_input(&_format, QFile::encodeName(path).constData(), nullptr, nullptr);
+    if (result >= 0) result = avformat_find_stream_info(_format, nullptr);
+    if ((reason = _io.takeError()) != 0)
+        return {reason, QStringLiteral("Cannot read clip %1: %2").arg(path, QmxError(reason).toString())};
     if (result < 0)
         return {
             EILSEQ,
             QStringLiteral("%1 is no clip that can be played: %2").arg(path, QmxLibav::errorText(result))};
-    result = avformat_find_stream_info(_format, nullptr);
     const AVCodec *codec = nullptr;
-    const int index = result < 0 ? result : av_find_best_stream(_format, type, -1, -1, &codec, 0);
+    const int index = av_find_best_stream(_format, type, -1, -1, &codec, 0);
     if (index == AVERROR_DECODER_NOT_FOUND)
         return {ENOTSUP, QStringLiteral("Nothing can decode clip %1").arg(path)};
     if (index < 0)

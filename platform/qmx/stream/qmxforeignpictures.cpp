@@ -174,6 +174,14 @@ QmxError QmxForeignPictures::read(qint64 number, QmxImage &image)
             seekTo(number);
         found = kept(number);
     }
+    if (const int reason = _file.takeError(); reason != 0) {
+        // Another try begins anew.
+        _runStart = _runEnd = -1;
+        _atEnd = false;
+        if (!found)
+            return {reason,
+                    QStringLiteral("Cannot read clip %1: %2").arg(_path, QmxError(reason).toString())};
+    }
     // Before the first picture that could be decoded that one is shown.
     if (!found && _runStart > number && _kept.contains(_runStart)) found = &_kept[_runStart];
     if (!found)

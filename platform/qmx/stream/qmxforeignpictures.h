@@ -13,6 +13,7 @@
 class QmxForeignPictures
 {
 public:
+    explicit QmxForeignPictures(const QmxEnvironment &environment) : _file(environment) {}
     QmxError open(const QString &path);
     QmxError read(qint64 number, QmxImage &image);
 

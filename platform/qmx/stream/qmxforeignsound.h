@@ -10,6 +10,7 @@
 class QmxForeignSound
 {
 public:
+    explicit QmxForeignSound(const QmxEnvironment &environment) : _file(environment) {}
     /// `startTime`: where sample 0 lies, in seconds of the file. ENODATA: it has no sound.
     QmxError open(const QString &path, double startTime);
     int channels() const { return _channels; }

@@ -35,7 +35,7 @@ public:
     enum Mode { Read = 1, Write = 2 };
 
     explicit QmxStream(QObject *parent = nullptr);
-    /// Writes and closes what is open; a medium that does not answer is waited for at most ten seconds.
+    /// Writes and closes what is open; a medium that does not answer is waited for at most three seconds.
     ~QmxStream() override;
 
     /// The type follows from the descriptor (the default).

@@ -279,3 +279,18 @@ void QmxStream::Private::sessionWrote(qint64 microseconds)
 {
     emit q->benchmark(int(microseconds), QmxTimeStamp::getCurrent());
 }
+
+void QmxStream::Private::sessionStalled(QmxStreamSession *session, bool stalled)
+{
+    if (session != current.get()) return;
+    const QString what = session->ask().what();
+    if (!stalled) {
+        qmxLogOutput(3, logSource, __LINE__, "Reading %s goes on\n", qPrintable(what));
+        postAlarm(alarmReadFailed, QmxAlarm::Clear, QString());
+        return;
+    }
+    const QString text =
+        QStringLiteral("%1: the medium does not answer, check whether it is still there").arg(what);
+    qmxLogOutput(1, logSource, __LINE__, "Reading stands still: %s\n", qPrintable(text));
+    postAlarm(alarmReadFailed, QmxAlarm::Warning, text);
+}

@@ -37,6 +37,7 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     void sessionRoom(QmxStreamSession *session) override;
     void sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal) override;
     void sessionWrote(qint64 microseconds) override;
+    void sessionStalled(QmxStreamSession *session, bool stalled) override;
     void forget(QmxStreamSession *session);
     void setToken(const QString &doing) { token = QmxOperations::instance()->begin(doing); }
 

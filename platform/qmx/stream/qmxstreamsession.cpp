@@ -5,6 +5,9 @@ namespace {
 /// So that a picture is on the medium half a second after it was written, also when no other follows.
 constexpr int flushIntervalMs = 500;
 constexpr int growthIntervalMs = 100;
+constexpr int watchIntervalMs = 500;
+/// A disk that wakes up takes some seconds; nothing that answers takes longer.
+constexpr qint64 stallTime = 3 * QmxClock::nsPerSecond;
 } // namespace
 
 QString QmxStreamAsk::what() const
@@ -15,7 +18,7 @@ QString QmxStreamAsk::what() const
 QmxStreamSession::QmxStreamSession(const QmxStreamAsk &ask, QObject *home, Receiver *receiver,
                                    std::shared_ptr<std::atomic<bool>> benchmark,
                                    const QmxEnvironment &environment)
-    : _ask(ask), _post(home), _receiver(receiver)
+    : _ask(ask), _post(home), _receiver(receiver), _clock(environment.clock)
 {
     if (ask.writes)
         makeWriter(environment, benchmark);
@@ -62,6 +65,7 @@ void QmxStreamSession::makeReader(const QmxEnvironment &environment)
     events.opened = [this, post = _post](const QmxError &error, const QmxStreamInfo &info) {
         post.post([this, error, info] {
             if (_reader->isGrowing()) _timer.start(growthIntervalMs);
+            if (!error.isError()) _watch.start(watchIntervalMs);
             _receiver->sessionOpened(this, error, info);
         });
     };
@@ -69,12 +73,22 @@ void QmxStreamSession::makeReader(const QmxEnvironment &environment)
     events.results = [this, post = _post] { post.post([this] { _receiver->sessionResults(this); }); };
     events.grown = [this, post = _post] { post.post([this] { _receiver->sessionGrown(this); }); };
     _reader = std::make_unique<StreamReader>(_ask.source, events, environment);
+    QObject::connect(&_watch, &QTimer::timeout, &_watch, [this] { watchReader(); });
     QObject::connect(&_timer, &QTimer::timeout, &_timer, [this] {
         if (_reader->isGrowing())
             _reader->refresh();
         else
             _timer.stop();
     });
+}
+
+void QmxStreamSession::watchReader()
+{
+    const qint64 since = _reader->busySince();
+    const bool stalled = since > 0 && _clock->now() - since > stallTime;
+    if (stalled == _stalled) return;
+    _stalled = stalled;
+    _receiver->sessionStalled(this, stalled);
 }
 
 void QmxStreamSession::open()
@@ -88,6 +102,7 @@ void QmxStreamSession::open()
 void QmxStreamSession::close()
 {
     _timer.stop();
+    _watch.stop();
     if (_writer)
         _writer->close();
     else
@@ -97,6 +112,7 @@ void QmxStreamSession::close()
 void QmxStreamSession::abandon()
 {
     _timer.stop();
+    _watch.stop();
     _post.detach();
     if (_writer) _writer->abandon();
 }

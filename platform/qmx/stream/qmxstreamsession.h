@@ -45,6 +45,8 @@ public:
         virtual void sessionRoom(QmxStreamSession *session) = 0;
         virtual void sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal) = 0;
         virtual void sessionWrote(qint64 microseconds) = 0;
+        /// A read has been waiting for the medium for a long time; `stalled` false: it has come back.
+        virtual void sessionStalled(QmxStreamSession *session, bool stalled) = 0;
     };
 
     /// `home` is the object whose posted events are used; `benchmark` is looked at for every frame written.
@@ -69,10 +71,14 @@ public:
 private:
     void makeWriter(const QmxEnvironment &environment, const std::shared_ptr<std::atomic<bool>> &benchmark);
     void makeReader(const QmxEnvironment &environment);
+    void watchReader();
 
     QmxStreamAsk _ask;
     QmxStreamPost _post;
     Receiver *_receiver;
+    const std::shared_ptr<QmxClock> _clock;
+    QTimer _watch; ///< looks whether a read hangs
+    bool _stalled = false;
     QTimer _timer; ///< flushes what is written, looks whether what is read has grown
     std::unique_ptr<StreamReader> _reader;
     std::unique_ptr<StreamWriter> _writer;

@@ -59,6 +59,7 @@ struct StreamReader::State : std::enable_shared_from_this<StreamReader::State>
     std::deque<Request> requests;
     QList<int> wishes;
     int reading = -1; ///< the wish being read
+    qint64 busySince = 0;
     QList<Result> results;
     bool openAsked = false;
     bool refreshAsked = false;
@@ -102,6 +103,7 @@ StreamReader::State::Step StreamReader::State::nextStep(Request &request)
 {
     const std::lock_guard lock(mutex);
     reading = -1;
+    busySince = environment.clock->now();
     if (closeAsked) return Step::Close;
     if (std::exchange(openAsked, false)) return Step::Open;
     if (!requests.empty()) {
@@ -116,6 +118,7 @@ StreamReader::State::Step StreamReader::State::nextStep(Request &request)
     }
     if (std::exchange(refreshAsked, false)) return Step::Refresh;
     scheduled = false;
+    busySince = 0;
     return Step::Idle;
 }
 
@@ -368,6 +371,12 @@ int StreamReader::pending() const
 {
     const std::lock_guard lock(_state->mutex);
     return int(_state->requests.size()) + int(_state->wishes.size()) + (_state->reading >= 0 ? 1 : 0);
+}
+
+qint64 StreamReader::busySince() const
+{
+    const std::lock_guard lock(_state->mutex);
+    return _state->done ? 0 : _state->busySince;
 }
 
 int StreamReader::length() const

@@ -64,6 +64,8 @@ public:
     QList<Result> takeResults();
     /// Requests and wishes not yet answered.
     int pending() const;
+    /// Since when the reader thread has been busy with one call (QmxClock time); 0: it is not.
+    qint64 busySince() const;
 
     /// Frames in the stream now; 0 until it is open.
     int length() const;

@@ -37,7 +37,8 @@ public:
 
     StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events,
                  const QmxEnvironment &environment);
-    /// Closes the file when that has not been done, and waits for it; a thread that hangs is left behind.
+    /// Closes the file when that has not been done, and waits for it, at most ten seconds; a thread that has
+    /// been in one call for three is left behind.
     ~StreamWriter();
     StreamWriter(const StreamWriter &) = delete;
     StreamWriter &operator=(const StreamWriter &) = delete;

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/codec/qmxlibav.h"
+#include "platform/qmx/core/qmxenvironment.h"
+
+/// The bytes of one file for libavformat, read through the environment's file calls. One thread at a time.
+class QmxForeignIo
+{
+public:
+    explicit QmxForeignIo(const QmxEnvironment &environment) : _files(environment.files) {}
+    ~QmxForeignIo();
+    QmxForeignIo(const QmxForeignIo &) = delete;
+    QmxForeignIo &operator=(const QmxForeignIo &) = delete;
+
+    /// Opens the file and gives a demultiplexer's context that reads it and nothing else, whatever the file
+    /// may refer to. Null with an errno value in `error`.
+    AVFormatContext *open(const QString &path, int &error);
+    /// The medium's last error since it was asked for; 0: none.
+    int takeError();
+
+private:
+    static int read(void *self, uint8_t *to, int size);
+    static int64_t seek(void *self, int64_t offset, int whence);
+
+    std::shared_ptr<QmxFiles> _files;
+    AVIOContext *_context = nullptr;
+    int _fd = -1;
+    int64_t _position = 0;
+    int _error = 0;
+};

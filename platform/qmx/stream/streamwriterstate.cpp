@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/stream/streamwriterstate.h"
+
+#include "platform/qmx/core/qmxalarmcontroller.h"
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxmemorypool.h"
+#include "platform/qmx/core/qmxoperations.h"
+
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cmath>
+
+namespace {
+
+constexpr const char *logSource = "streamwriter";
+/// The queue's length; four seconds are promised, so a frame that is being written does not matter.
+constexpr double queueSeconds = 5.0;
+constexpr int minimumQueueFrames = 32;
+/// The queue's share of the pool, and what it may have however small that is.
+constexpr int poolShare = 3;
+constexpr qint64 minimumQueueBytes = 64 * 1024 * 1024;
+constexpr qint64 flushInterval = 500 * QmxClock::nsPerMillisecond;
+/// The medium is slow while the queue is fuller than the first fraction, until it is emptier than the second.
+constexpr double slowAbove = 0.5;
+constexpr double slowUntil = 0.1;
+/// How long the end of the program waits for a write under way.
+constexpr std::chrono::milliseconds emergencyWait(1000);
+
+constexpr int alarmMediaSlow = 1906;
+
+} // namespace
+
+StreamWriter::State::State(const QString &clipPath, const QmxClipInfo &clipInfo, const Events &receiver,
+                           const QmxEnvironment &where)
+    : environment(where), path(clipPath), info(clipInfo), events(receiver)
+{
+    const double rate = info.image.frameRate().isValid() ? info.image.frameRate().toDouble() : 0.0;
+    maximumFrames = qMax(minimumQueueFrames, int(std::ceil(rate * queueSeconds)));
+    QmxMemoryPool::UsageData usage;
+    QmxMemoryPool::instance()->getUsageData(usage);
+    maximumBytes = qMax(minimumQueueBytes, qint64(usage.totalSize / poolShare));
+}
+
+void StreamWriter::State::run()
+{
+    for (;;) {
+        const std::lock_guard file(fileMutex);
+        QmxFrame frame;
+        switch (nextStep(frame)) {
+        case Step::Open:
+            openFile();
+            break;
+        case Step::Write:
+            writeFrame(frame);
+            break;
+        case Step::Flush:
+            flushFile();
+            break;
+        case Step::Close:
+            closeFile();
+            return;
+        case Step::Idle:
+            return;
+        }
+    }
+}
+
+StreamWriter::State::Step StreamWriter::State::nextStep(QmxFrame &frame)
+{
+    const std::lock_guard lock(mutex);
+    ++steps;
+    if (openAsked) {
+        openAsked = false;
+        return Step::Open;
+    }
+    if (!writer) { // never opened
+        scheduled = false;
+        if (closeAsked && !done) return Step::Close;
+        return Step::Idle;
+    }
+    if (failed) {
+        dropped += qint64(queue.size());
+        queue.clear();
+        queuedBytes = 0;
+        unflushed = 0;
+    }
+    const bool due = unflushed > 0 && environment.clock->now() - firstUnflushed >= flushInterval;
+    if (due || (flushAsked && unflushed > 0 && queue.empty())) return Step::Flush;
+    if (!queue.empty()) {
+        frame = queue.front();
+        queue.pop_front();
+        writing = 1;
+        return Step::Write;
+    }
+    flushAsked = false;
+    if (closeAsked) return Step::Close;
+    scheduled = false;
+    return Step::Idle;
+}
+
+/// Only media are recorded on: a folder of the system's own file system is one whose medium is not there.
+QmxError StreamWriter::State::refuseRoot() const
+{
+    const QString folder = QFileInfo(path).path();
+    struct statfs64 medium = {};
+    struct statfs64 root = {};
+    if (environment.files->statfs(folder, &medium) != 0) {
+        const int reason = errno;
+        return {reason, QStringLiteral("%1 cannot be recorded: the medium at %2 does not answer (%3)")
+                            .arg(QFileInfo(path).fileName(), folder, QmxError(reason).toString())};
+    }
+    if (environment.files->statfs(QStringLiteral("/"), &root) != 0) return {};
+    if (medium.f_fsid.__val[0] != root.f_fsid.__val[0] || medium.f_fsid.__val[1] != root.f_fsid.__val[1])
+        return {};
+    return {ENODEV, QStringLiteral("%1 cannot be recorded: no medium is mounted at %2")
+                        .arg(QFileInfo(path).fileName(), folder)};
+}
+
+void StreamWriter::State::openFile()
+{
+    QmxError error = refuseRoot();
+    auto file = std::make_unique<QmxClipWriter>(environment);
+    if (!error.isError()) error = file->create(path, info);
+    {
+        const std::lock_guard lock(mutex);
+        if (error.isError()) {
+            done = true;
+            scheduled = false;
+        } else {
+            writer = std::move(file);
+        }
+    }
+    if (error.isError()) {
+        doneChanged.notify_all();
+    } else {
+        emergency = QmxOperations::instance()->addEmergencyFlush([weak = weak_from_this()] {
+            if (const std::shared_ptr<State> self = weak.lock()) self->flushAtOnce();
+        });
+        QmxCounters::instance()->set(QmxCounters::RecordedUpTo, 0);
+    }
+    events.opened(error);
+}
+
+void StreamWriter::State::writeFrame(const QmxFrame &frame)
+{
+    const qint64 begin = environment.clock->now();
+    const QmxError error = writer->writeFrame(frame);
+    const qint64 end = environment.clock->now();
+    {
+        const std::lock_guard lock(mutex);
+        queuedBytes -= frame.bytes();
+        writing = 0;
+    }
+    if (error.isError()) {
+        if (writer->failed()) {
+            fail(error);
+        } else {
+            writer->noteLost(1);
+            events.failed(error, false);
+        }
+    } else {
+        if (unflushed++ == 0) firstUnflushed = end;
+        latency.add(end - begin);
+        events.wrote((end - begin) / 1000);
+    }
+    frameLeft();
+}
+
+/// A place in the queue has come free.
+void StreamWriter::State::frameLeft()
+{
+    bool tellRoom = false;
+    {
+        const std::lock_guard lock(mutex);
+        tellRoom = roomWanted && !isFull();
+        if (tellRoom) roomWanted = false;
+        judgeSpeed();
+    }
+    if (tellRoom) events.room();
+}
+
+/// Publishes the state of the queue; with the mutex held.
+void StreamWriter::State::judgeSpeed()
+{
+    QmxCounters::instance()->set(QmxCounters::WriterQueue, qint64(queue.size()));
+    QmxCounters::instance()->set(QmxCounters::WriterQueueBytes, queuedBytes);
+    const double fill =
+        qMax(double(queue.size()) / maximumFrames, double(queuedBytes) / double(maximumBytes));
+    if (fill > slowAbove) setSlow(true);
+    if (fill < slowUntil) setSlow(false);
+}
+
+void StreamWriter::State::flushFile()
+{
+    const qint64 begin = environment.clock->now();
+    const QmxError error = writer->flush();
+    latency.add(environment.clock->now() - begin);
+    unflushed = 0;
+    if (error.isError()) {
+        fail(error);
+        return;
+    }
+    QmxCounters *counters = QmxCounters::instance();
+    counters->set(QmxCounters::RecordedUpTo, writer->framesDurable());
+    counters->set(QmxCounters::WriteLatencyP50, latency.percentile(0.50) / 1000);
+    counters->set(QmxCounters::WriteLatencyP99, latency.percentile(0.99) / 1000);
+    counters->set(QmxCounters::WriteLatencyMax, latency.maximum() / 1000);
+}
+
+void StreamWriter::State::closeFile()
+{
+    QmxError error;
+    qint64 lost = 0;
+    emergency.reset();
+    if (writer) {
+        const bool wasFailed = failed;
+        const qint64 frames = writer->framesWritten();
+        error = writer->close();
+        if (!error.isError() && !wasFailed) QmxCounters::instance()->set(QmxCounters::RecordedUpTo, frames);
+        if (wasFailed) error = {}; // it has been told
+    }
+    {
+        const std::lock_guard lock(mutex);
+        setSlow(false);
+        lost = dropped;
+        done = true;
+        scheduled = false;
+    }
+    doneChanged.notify_all();
+    if (lost > 0)
+        qmxLogOutput(1, logSource, __LINE__, "%lld frames came after the medium of %s had failed\n",
+                     static_cast<long long>(lost), qPrintable(path));
+    events.closed(error);
+}
+
+void StreamWriter::State::fail(const QmxError &error)
+{
+    {
+        const std::lock_guard lock(mutex);
+        if (failed) return;
+        failed = true;
+    }
+    events.failed(error, true);
+}
+
+void StreamWriter::State::setSlow(bool now)
+{
+    if (slow == now) return;
+    slow = now;
+    const QString text =
+        now ? QStringLiteral("The medium of %1 is slow: frames are waiting in memory").arg(path) : QString();
+    QmxAlarmController::post(QmxAlarm(QmxId(alarmMediaSlow), now ? QmxAlarm::Warning : QmxAlarm::Clear, text,
+                                      QString::fromLatin1(logSource), __LINE__));
+}
+
+/// The program is being ended by force: what waits goes to the medium now, unless the writer thread itself
+/// hangs there.
+void StreamWriter::State::flushAtOnce()
+{
+    const std::unique_lock file(fileMutex, emergencyWait);
+    if (!file.owns_lock() || !writer) return;
+    std::deque<QmxFrame> waiting;
+    {
+        const std::lock_guard lock(mutex);
+        waiting.swap(queue);
+        queuedBytes = 0;
+    }
+    for (const QmxFrame &frame : waiting)
+        writer->writeFrame(frame);
+    writer->flush();
+}

@@ -12,6 +12,8 @@ std::span<const BenchRow> benchRows()
         {"redis", "the same change over a server", benchStoreRedis},
         {"action", "from a parameter to what the transport does, told back", benchParameterToAction},
         {"clips", "listing 10,000 clips from the shared list", benchClipList},
+        {"long_clip", "300,000 frames: opened while they are recorded, closed, opened again", benchLongClip},
+        {"seek", "a frame out of order, and all of them in order, beside a bare read and decode", benchSeek},
         {"cue", "from the cue command to the picture on the output", benchCue},
     };
     return rows;

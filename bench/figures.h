@@ -40,5 +40,8 @@ QList<Figure> benchStoreBurst(int seconds);
 QList<Figure> benchStoreRedis(int seconds);
 QList<Figure> benchParameterToAction(int seconds);
 QList<Figure> benchClipList(int seconds);
+// clipbench.cpp
+QList<Figure> benchLongClip(int seconds);
+QList<Figure> benchSeek(int seconds);
 // playbench.cpp
 QList<Figure> benchCue(int seconds);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything that can be said about the code without a person: names what it ran and what failed.
-#   check.sh [format|folders|libraries|params|lint|asan|tsan|fuzz ...] [--long]   (nothing named: all of them)
+#   check.sh [format|folders|libraries|params|lint|asan|tsan|fuzz|kills|crash|day ...] [--long]   (nothing named: all of them)
 set -uo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
@@ -43,11 +43,27 @@ sanitized() {
 check_asan() { ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1 sanitized asan; }
 check_tsan() { TSAN_OPTIONS="halt_on_error=0 suppressions=$XP_ROOT/tests/tsan.supp" sanitized tsan; }
 
-# The reader of clips against bytes of any kind, for a minute (--long: for ten). What it learns stays in the build
+# Clips under kills, cuts, flips and failing calls, and power cuts on a real file system; --long in full numbers.
+clip_rounds() {
+    xp_build || return 1
+    [ "$XP_LONG" = yes ] && export XP_FULL_ROUNDS=1
+    "$XP_BUILD/bin/test_clip" --gtest_filter="$1"
+}
+check_kills() { clip_rounds 'ClipFaults.*:ClipDamage.*'; }
+check_crash() { clip_rounds 'ClipCrash.*'; }
+
+# A recorder that is left on, on virtual time; --long for a whole day (about an hour).
+check_day() {
+    xp_build || return 1
+    [ "$XP_LONG" = yes ] && export XP_FULL_ROUNDS=1
+    "$XP_BUILD/bin/test_scenarios" --gtest_filter='Day.*'
+}
+
+# The reader of clips against bytes of any kind, for a minute (--long: for thirty). What it learns stays in the build
 # directory; a finding is a file there that the fuzzer takes as its argument.
 check_fuzz() {
     local seconds=60 corpus=build-fuzz/corpus
-    [ "$XP_LONG" = yes ] && seconds=600
+    [ "$XP_LONG" = yes ] && seconds=1800
     cmake --preset fuzz >/dev/null && cmake --build --preset fuzz --target fuzz_clip -j "$XP_JOBS" || return 1
     mkdir -p "$corpus"
     build-fuzz/bin/fuzz_clip -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -max_len=65536 -verbosity=0 \
@@ -61,7 +77,7 @@ for argument in "$@"; do
         *) declare -F "check_$argument" >/dev/null || die "check: no check named $argument"; wanted+=("$argument") ;;
     esac
 done
-[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params lint asan tsan fuzz)
+[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params lint asan tsan fuzz kills crash day)
 export XP_LONG=$long
 failed=()
 for name in "${wanted[@]}"; do

@@ -101,8 +101,11 @@ StreamWriter::State::Step StreamWriter::State::nextStep(QmxFrame &frame)
 }
 
 /// Only media are recorded on: a folder of the system's own file system is one whose medium is not there.
-QmxError StreamWriter::State::refuseRoot() const
+QmxError StreamWriter::State::refusePlace() const
 {
+    // A name may come with the camera's data.
+    if (path.split('/').contains(QStringLiteral("..")))
+        return {EINVAL, QStringLiteral("%1 cannot be recorded: the name leads out of its medium").arg(path)};
     const QString folder = QFileInfo(path).path();
     struct statfs64 medium = {};
     struct statfs64 root = {};
@@ -120,7 +123,7 @@ QmxError StreamWriter::State::refuseRoot() const
 
 void StreamWriter::State::openFile()
 {
-    QmxError error = refuseRoot();
+    QmxError error = refusePlace();
     auto file = std::make_unique<QmxClipWriter>(environment);
     if (!error.isError()) error = file->create(path, info);
     {

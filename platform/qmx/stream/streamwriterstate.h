@@ -60,7 +60,7 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     void judgeSpeed();
     void setSlow(bool now);
     void flushAtOnce();
-    QmxError refuseRoot() const;
+    QmxError refusePlace() const;
     bool isFull() const
     {
         return int(queue.size()) + writing >= maximumFrames || queuedBytes >= maximumBytes;

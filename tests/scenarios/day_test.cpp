@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A recorder that is left on: each hour it stands by, plays a clip in a loop and records. `./xp check day
+// --long` takes a whole day of it, the ordinary run a few minutes.
+#include "platform/qmx/core/qmxbuffer.h"
+#include "tests/scenarios/recorderrig.h"
+#include "tests/support/rounds.h"
+
+#include <QFile>
+
+#include <unistd.h>
+
+namespace {
+using Day = RecorderRig;
+
+/// Memory of this process, in megabytes.
+double residentMegabytes()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    if (!file.open(QIODevice::ReadOnly)) return 0;
+    return file.readAll().split(' ').value(1).toDouble() * double(sysconf(_SC_PAGESIZE)) / (1 << 20);
+}
+} // namespace
+
+TEST_F(Day, nothingDriftsLeaksOrGrows)
+{
+    const int hours = testRounds(3, 24);
+    const int hourMs = testRounds(40 * 1000, 3600 * 1000);
+    begin();
+    write(eParam_RecordCodec, QStringLiteral("3")); // the smallest
+    pass(1000);
+    const Take loop = Take::read(record(4000));
+    loop.expectWhole();
+    write(eParam_LoopPlayback, QStringLiteral("1"));
+
+    qint64 heldBytes = 0;
+    double memory = 0;
+    for (int hour = 0; hour < hours; ++hour) {
+        SCOPED_TRACE(hour);
+        pass(hourMs / 3);
+        takeShown();
+        enterStill();
+        takeShown();
+        speed(QStringLiteral("1"));
+        qint64 previous = -1;
+        int shownFrames = 0;
+        for (int minute = 0; minute < 10; ++minute) {
+            pass(hourMs / 20);
+            const QList<Shown> seen = takeShown();
+            for (const Shown &one : seen) {
+                if (one.frame < 0) continue;
+                if (previous >= 0 && one.frame != previous) {
+                    ASSERT_EQ(one.frame, (previous + 1) % loop.frames())
+                        << "after " << shownFrames << " frames";
+                    ++shownFrames;
+                }
+                ASSERT_EQ(one.strip, loop.strips.at(one.frame));
+                previous = one.frame;
+            }
+        }
+        EXPECT_GT(shownFrames, hourMs / 2 / tickMs - 25) << "the loop stood still";
+        ASSERT_TRUE(stop());
+        takeShown();
+
+        // Ten minutes of each hour; the clip that the loop plays stays the current one no longer.
+        const QString path = record(hourMs / 6);
+        const Take take = Take::read(path);
+        take.expectWhole(); // picture, sound and timecode frame by frame: no drift between them
+        EXPECT_GE(take.frames(), hourMs / 6 / tickMs);
+        ASSERT_TRUE(QFile::remove(path));
+        write(eParam_GoToClipName, loop.path.section(QLatin1Char('/'), -1));
+        ASSERT_TRUE(settles(VtrMode::StandbyOff));
+        pass(2000);
+        takeShown();
+
+        if (hour == 0) {
+            heldBytes = QmxBufferData::bytesInUse();
+            memory = residentMegabytes();
+        }
+        EXPECT_LE(QmxBufferData::bytesInUse(), heldBytes + heldBytes / 10) << "picture memory is held";
+        EXPECT_LE(residentMegabytes(), memory + 64);
+    }
+    EXPECT_EQ(counter(QmxCounters::FramesDroppedCapture), 0);
+    EXPECT_EQ(counter(QmxCounters::FramesDroppedPlayback), 0);
+    EXPECT_EQ(counter(QmxCounters::LateTicks), 0);
+    quit();
+    EXPECT_EQ(QmxBufferData::bytesInUse(), 0) << "all picture memory comes back";
+}

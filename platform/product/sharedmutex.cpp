@@ -12,7 +12,7 @@ namespace bip = boost::interprocess;
 
 namespace {
 /// Between two looks. The library's own wait ends by the time of day, which may be set back meanwhile.
-constexpr std::chrono::microseconds pause{200};
+constexpr std::chrono::microseconds lookInterval{200};
 } // namespace
 
 class SharedMutex::Handle
@@ -48,7 +48,7 @@ bool SharedMutex::lock(std::atomic_ref<quint64> owner, std::chrono::milliseconds
         const bool isFree = holder == 0 || !ProcessMark::isAlive(holder);
         if (isFree && owner.compare_exchange_strong(holder, _self)) return true;
         if (std::chrono::steady_clock::now() >= end) return false;
-        std::this_thread::sleep_for(pause);
+        std::this_thread::sleep_for(lookInterval);
     }
 }
 

@@ -82,8 +82,10 @@ TEST_F(SqliteStore, takenAwayUnderARunningProcessComesBackFromItsMemoryAndNoComm
             ASSERT_TRUE(Stepper::waitFor([&] { return daemon->pendingWrites() == 0; }));
             harm();
             // Either somebody who knows nothing finds it first, or the one who knows everything.
-            if (!anotherMakesIt) ASSERT_TRUE(daemon->setUInt(eParam_LoopPlayback, round % 2));
-            if (!anotherMakesIt) ASSERT_TRUE(Stepper::waitFor([&] { return daemon->pendingWrites() == 0; }));
+            if (!anotherMakesIt) {
+                ASSERT_TRUE(daemon->setUInt(eParam_LoopPlayback, round % 2));
+                ASSERT_TRUE(Stepper::waitFor([&] { return daemon->pendingWrites() == 0; }));
+            }
             const auto fresh = openStore(uri, "fresh");
             ASSERT_TRUE(fresh->setUInt(eParam_GoToClipIndex, round)) << fresh->lastError();
             EXPECT_TRUE(listener.waitForLast(eParam_GoToClipIndex, reel)) << "harm " << round;

@@ -167,35 +167,26 @@ TEST(Sinks, aFileGetsEveryFrameWithItsSound)
     EXPECT_TRUE(Stepper::waitFor([&] { return hopeless->dropped() == 1; }));
 }
 
-TEST(Sinks, aWindowShowsEveryFormatAndItsAbsenceIsTold)
+TEST(Sinks, aWindowShowsEveryFormat)
 {
     qputenv("SDL_VIDEODRIVER", "dummy"); // a desktop without a screen
     allowLog(QStringLiteral("qmxmuxsink"));
-    const auto shown = [](QmxSink &sink) {
-        QmxOutputFrame frame;
-        Ticks ticks(QmxVideoRate(25));
-        for (const char *format : {"720x576i25", "1280x720p50", "1920x1080psf24"}) {
-            frame.desc = QmxSourceFormat::fromText(QLatin1String(format));
-            frame.picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10,
-                                                 {frame.desc.width(), frame.desc.height()});
-            frame.picture.fillBlack();
-            for (int i = 0; i < 3; ++i) {
-                frame.tick = ticks.next();
-                sink.show(frame);
-                Stepper::run(QmxClock::nsPerMillisecond);
-            }
+    const auto window = qmxCreateSink(QStringLiteral("window:Programme"), QmxEnvironment::current());
+    QmxOutputFrame frame;
+    Ticks ticks(QmxVideoRate(25));
+    for (const char *format : {"720x576i25", "1280x720p50", "1920x1080psf24"}) {
+        frame.desc = QmxSourceFormat::fromText(QLatin1String(format));
+        frame.picture =
+            QmxPicture::allocate(QmxPicture::Format::Yuv422P10, {frame.desc.width(), frame.desc.height()});
+        frame.picture.fillBlack();
+        for (int i = 0; i < 3; ++i) {
+            frame.tick = ticks.next();
+            window->show(frame);
+            Stepper::run(QmxClock::nsPerMillisecond);
         }
-        return sink.statusText();
-    };
-    {
-        const auto window = qmxCreateSink(QStringLiteral("window:Programme"), QmxEnvironment::current());
-        const QString status = shown(*window);
-        EXPECT_TRUE(status.contains(QLatin1String("1920x1080psf")) &&
-                    status.contains(QLatin1String("9 frames, 0 dropped")))
-            << status.toStdString();
+        EXPECT_TRUE(window->statusText().contains(frame.desc.toString()))
+            << window->statusText().toStdString();
     }
-    qputenv("SDL_VIDEODRIVER", "nothing");
-    const auto none = qmxCreateSink(QStringLiteral("window:"), QmxEnvironment::current());
-    EXPECT_TRUE(shown(*none).contains(QLatin1String("Cannot open it"))) << none->statusText().toStdString();
-    EXPECT_EQ(none->dropped(), 9);
+    EXPECT_TRUE(window->statusText().contains(QLatin1String("9 frames, 0 dropped")))
+        << window->statusText().toStdString();
 }

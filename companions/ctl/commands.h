@@ -8,6 +8,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}
+
 /// What stands behind the name of a command, as typed.
 struct Arguments
 {
@@ -17,6 +21,8 @@ struct Arguments
     double seconds = 0;             ///< --for; 0: not given
     bool once = false;              ///< --once
     bool markdown = false;          ///< --markdown
+    bool stats = false;             ///< --stats
+    std::string listen;             ///< --listen
 
     std::string word(size_t index) const { return index < words.size() ? words[index] : std::string(); }
 };
@@ -26,28 +32,50 @@ struct ArgumentRow
     const char *name;
     const char *help;
     bool required;
+    /// What a shell offers for it: words separated by blanks; @clips, @parameters or @values (of the
+    /// parameter before it), which `xpctl complete` lists; or @files.
+    const char *completes = "";
 };
+
+/// An option of some commands.
+struct OptionRow
+{
+    const char *name;  ///< without the dashes
+    const char *value; ///< what its value is called; empty: it has none
+    const char *help;
+    void (*add)(CLI::App &command, Arguments &arguments);
+};
+
+/// What a command cannot do without.
+enum class Needs { Nothing, Store, Daemon };
 
 /// One command: a row of the table in commands.cpp.
 struct CommandRow
 {
     const char *name;
-    const char *help;
+    const char *help; ///< empty: for scripts of ours only, not listed
     std::vector<ArgumentRow> arguments;
-    const char *options; ///< which of "for", "wait", "once", "markdown" it takes, separated by blanks
-    bool needsDaemon;
+    const char *options; ///< names of its options, separated by blanks
+    Needs needs;
     ExitCode (*run)(Recorder &recorder, const Report &report, const Arguments &arguments);
+    /// In place of `run` when it needs nothing.
+    ExitCode (*runAlone)(const Report &report, const Arguments &arguments) = nullptr;
+
+    bool takes(const OptionRow &option) const;
+    bool isListed() const { return *help != '\0'; }
 };
 
 std::span<const CommandRow> ctlCommands();
+std::span<const OptionRow> ctlOptions();
 /// Runs a command line; everything that main() does.
 int runCommandLine(int argc, char **argv);
 
-// Transport (transportcommands.cpp)
+// Takes (takecommands.cpp)
 ExitCode ctlRecord(Recorder &, const Report &, const Arguments &);
+ExitCode ctlStop(Recorder &, const Report &, const Arguments &);
+// Transport (transportcommands.cpp)
 ExitCode ctlPlay(Recorder &, const Report &, const Arguments &);
 ExitCode ctlStill(Recorder &, const Report &, const Arguments &);
-ExitCode ctlStop(Recorder &, const Report &, const Arguments &);
 ExitCode ctlStep(Recorder &, const Report &, const Arguments &);
 ExitCode ctlCue(Recorder &, const Report &, const Arguments &);
 ExitCode ctlNext(Recorder &, const Report &, const Arguments &);
@@ -63,3 +91,13 @@ ExitCode ctlAlarms(Recorder &, const Report &, const Arguments &);
 ExitCode ctlGet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlParams(Recorder &, const Report &, const Arguments &);
+// The play list (listcommand.cpp)
+ExitCode ctlList(Recorder &, const Report &, const Arguments &);
+// The machine and the figures (doctorcommand.cpp, metricscommands.cpp, picturecommand.cpp)
+ExitCode ctlDoctor(const Report &, const Arguments &);
+ExitCode ctlMetrics(Recorder &, const Report &, const Arguments &);
+ExitCode ctlPicture(Recorder &, const Report &, const Arguments &);
+// For shells and readers (completion.cpp, manual.cpp)
+ExitCode ctlComplete(Recorder &, const Report &, const Arguments &);
+ExitCode ctlCompletion(const Report &, const Arguments &);
+ExitCode ctlManual(const Report &, const Arguments &);

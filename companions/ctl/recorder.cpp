@@ -20,6 +20,7 @@ constexpr auto noTimecode = "--:--:--:--";
 constexpr auto noClip = "N/A";
 /// How often a wait looks: well below a frame, and no load.
 constexpr qint64 lookEvery = 5 * QmxClock::nsPerMillisecond;
+constexpr qint64 countersLookEvery = QmxClock::nsPerSecond;
 constexpr qint64 daemonLookEvery = 200 * QmxClock::nsPerMillisecond;
 
 std::atomic<bool> interrupted = false;
@@ -51,9 +52,9 @@ QString Recorder::storeProblem() const
     return QString::fromStdString(_config->storeState());
 }
 
-bool Recorder::daemonIsRunning() const
+int Recorder::daemonPid() const
 {
-    return QmxLockFile(lockPath).whoHasLock() != 0;
+    return QmxLockFile(lockPath).whoHasLock();
 }
 
 unsigned Recorder::number(eParam_t id) const
@@ -114,16 +115,35 @@ QString Recorder::inputTimecode() const
     return sharedText(inputTimecodeName);
 }
 
-qint64 Recorder::counter(const char *name) const
+const QmxCountersReader *Recorder::openCounters() const
 {
+    // A daemon that was started again publishes a table of its own; the old one stands still.
+    const bool mayBeOld = _counters && _countersLookedAt + countersLookEvery < _environment.clock->now();
+    if (mayBeOld) {
+        _countersLookedAt = _environment.clock->now();
+        if (const int pid = daemonPid(); pid != 0 && pid != _counters->pid()) _counters.reset();
+    }
     if (!_counters) {
         auto reader = std::make_unique<QmxCountersReader>();
         if (!reader->open()) {
-            return 0;
+            return nullptr;
         }
         _counters = std::move(reader);
+        _countersLookedAt = _environment.clock->now();
     }
-    return _counters->value(QString::fromLatin1(name));
+    return _counters.get();
+}
+
+qint64 Recorder::counter(const char *name) const
+{
+    const QmxCountersReader *counters = openCounters();
+    return counters ? counters->value(QString::fromLatin1(name)) : 0;
+}
+
+QList<QmxCountersReader::Counter> Recorder::counters() const
+{
+    const QmxCountersReader *counters = openCounters();
+    return counters ? counters->counters() : QList<QmxCountersReader::Counter>();
 }
 
 QList<Recorder::Alarm> Recorder::alarms() const
@@ -197,6 +217,14 @@ bool Recorder::wasInterrupted()
 bool Recorder::forgetInterrupt()
 {
     return interrupted.exchange(false);
+}
+
+bool Recorder::isClip(const QString &name) const
+{
+    const QFileInfo file(text(eParam_ActiveMediaPath) + "/" + name);
+    QmxClipInfo info;
+    return !name.isEmpty() && !name.contains('/') && !name.contains('\n') && file.isFile() &&
+           !QmxClipReader::probe(file.filePath(), info, _environment).isError();
 }
 
 QString Recorder::whyNoClip(const QString &name) const

@@ -34,7 +34,9 @@ public:
 
     /// Empty when the store can be reached, else the sentence for the operator.
     QString storeProblem() const;
-    bool daemonIsRunning() const;
+    bool hasStore() const { return _config != nullptr; } ///< its address makes sense
+    bool daemonIsRunning() const { return daemonPid() != 0; }
+    int daemonPid() const; ///< 0: it is not running
 
     Config &config() { return *_config; }
     unsigned number(eParam_t id) const; ///< the parameter's default when it was never written
@@ -52,6 +54,7 @@ public:
     QString inputTimecode() const;
     /// A counter of the running daemon by name ("recorded_up_to"); 0 when there is none.
     qint64 counter(const char *name) const;
+    QList<QmxCountersReader::Counter> counters() const;
 
     struct Alarm
     {
@@ -64,6 +67,8 @@ public:
     /// Alarms of level error that are there now and were not in `before`.
     QList<Alarm> newErrors(const QList<Alarm> &before) const;
 
+    /// A clip of this name that can be played lies on the active medium.
+    bool isClip(const QString &name) const;
     /// Why a clip of this name cannot be made the current one.
     QString whyNoClip(const QString &name) const;
 
@@ -77,7 +82,10 @@ public:
     static void catchInterrupt();
 
 private:
+    const QmxCountersReader *openCounters() const;
+
     std::unique_ptr<Config> _config;
     QmxEnvironment _environment;
     mutable std::unique_ptr<QmxCountersReader> _counters;
+    mutable qint64 _countersLookedAt = 0;
 };

@@ -3,7 +3,8 @@
 
 #include <QJsonDocument>
 
-#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <unistd.h>
 
 namespace {
@@ -18,7 +19,33 @@ QString compact(const QJsonObject &object)
 {
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
 }
+
+bool wantsColours(FILE *file)
+{
+    const char *terminal = std::getenv("TERM");
+    const char *none = std::getenv("NO_COLOR");
+    return isatty(fileno(file)) && (!none || !*none) && terminal && std::strcmp(terminal, "dumb") != 0;
+}
 } // namespace
+
+std::span<const ExitCodeRow> exitCodes()
+{
+    static constexpr ExitCodeRow rows[] = {
+        {ExitCode::Done, "done"},
+        {ExitCode::Refused, "the recorder refused, or the effect did not come; the message says why"},
+        {ExitCode::Usage, "the command line makes no sense"},
+        {ExitCode::NoDaemon, "the daemon is not running, or ended meanwhile"},
+        {ExitCode::NoStore, "the configuration store cannot be reached"},
+        {ExitCode::Interrupted, "interrupted before the effect; a take begun with --for has been ended"},
+    };
+    return rows;
+}
+
+QString Report::painted(const QString &text, Colour colour, FILE *to)
+{
+    static constexpr const char *codes[] = {"32", "33", "1;31"};
+    return wantsColours(to) ? QStringLiteral("\x1b[%1m%2\x1b[0m").arg(codes[int(colour)], text) : text;
+}
 
 void Report::result(const QString &text, const QJsonObject &object) const
 {
@@ -34,7 +61,7 @@ ExitCode Report::error(ExitCode code, const QString &what, const QString &hint) 
     if (_json) {
         print(stderr, compact({{"error", what}, {"hint", hint}, {"code", int(code)}}) + "\n");
     } else {
-        print(stderr, "xpctl: " + what + "\n");
+        print(stderr, painted("xpctl:", Colour::Bad, stderr) + " " + what + "\n");
         if (!hint.isEmpty()) {
             print(stderr, "       " + hint + "\n");
         }
@@ -51,4 +78,10 @@ void Report::line(const QString &text, const QJsonObject &object) const
     } else {
         print(stdout, text + "\n");
     }
+}
+
+void Report::page(const QString &text, const QJsonObject &object) const
+{
+    const bool replaces = !_json && isatty(STDOUT_FILENO);
+    result((replaces ? QStringLiteral("\x1b[H\x1b[J") : QString()) + text, object); // home, erase below
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // status, watch, clips, alarms: what is, for people and for scripts.
 #include "companions/ctl/commands.h"
+#include "companions/ctl/metrics.h"
 
 #include "platform/product/clipfinder.h"
 
@@ -33,6 +34,7 @@ View look(const Recorder &recorder)
                    {"timecode", recorder.timecode()},
                    {"input_timecode", recorder.inputTimecode()},
                    {"clip", recorder.clip()},
+                   {"tick", recorder.counter("ticks")},
                    {"frame", recorder.counter("frame_on_output")},
                    {"clip_frames", recorder.counter("current_clip_frames")},
                    {"recorded_up_to", recorder.counter("recorded_up_to")},
@@ -44,8 +46,11 @@ View look(const Recorder &recorder)
         view.text = "the daemon is not running";
         return view;
     }
+    const QString status = QStringLiteral("%1").arg(recorder.statusLabel(), -10);
     view.text = QStringLiteral("%1  %2  %3")
-                    .arg(recorder.statusLabel(), -10)
+                    .arg(recording              ? Report::painted(status, Report::Colour::Bad)
+                         : recorder.isPlaying() ? Report::painted(status, Report::Colour::Good)
+                                                : status)
                     .arg(recorder.timecode(),
                          recorder.clip().isEmpty() ? QStringLiteral("no clip") : recorder.clip());
     if (recording) {
@@ -58,10 +63,12 @@ View look(const Recorder &recorder)
     if (const qint64 dropped =
             recorder.counter("frames_dropped_capture") + recorder.counter("frames_dropped_playback");
         dropped > 0) {
-        view.text += QStringLiteral("  dropped %1").arg(dropped);
+        view.text += Report::painted(QStringLiteral("  dropped %1").arg(dropped), Report::Colour::Bad);
     }
     if (!alarms.isEmpty()) {
-        view.text += QStringLiteral("  %1 alarm%2").arg(alarms.size()).arg(alarms.size() == 1 ? "" : "s");
+        view.text += Report::painted(
+            QStringLiteral("  %1 alarm%2").arg(alarms.size()).arg(alarms.size() == 1 ? "" : "s"),
+            Report::Colour::Notice);
     }
     return view;
 }
@@ -76,6 +83,7 @@ ExitCode ctlStatus(Recorder &recorder, const Report &report, const Arguments &)
 
 ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
+    if (arguments.stats) return watchStats(recorder, report, arguments.once);
     constexpr int dayLong = 24 * 3600 * 1000;
     qint64 tick = -1;
     QString last;
@@ -130,7 +138,10 @@ ExitCode ctlAlarms(Recorder &recorder, const Report &report, const Arguments &)
     QString text;
     for (const Recorder::Alarm &alarm : recorder.alarms()) {
         list.append(QJsonObject{{"name", alarm.name}, {"level", alarm.level}, {"message", alarm.message}});
-        text += QStringLiteral("%1  %2  %3\n").arg(alarm.level, -11).arg(alarm.name, -28).arg(alarm.message);
+        const QString level =
+            Report::painted(QStringLiteral("%1").arg(alarm.level, -11),
+                            alarm.level == "error" ? Report::Colour::Bad : Report::Colour::Notice);
+        text += QStringLiteral("%1  %2  %3\n").arg(level).arg(alarm.name, -28).arg(alarm.message);
     }
     report.result(list.isEmpty() ? QStringLiteral("no alarms") : text, {{"alarms", list}});
     return ExitCode::Done;

@@ -34,6 +34,33 @@ bool enterStill(Recorder &recorder)
     return recorder.waitFor([&] { return recorder.isInPlay() && recorder.counter("frames_shown") > shown; },
                             Wait::pictureWithin, still, Wait::repeatEvery);
 }
+
+/// Goes to a neighbour and waits until something of it shows: another clip, another entry, another picture.
+ExitCode goTo(Recorder &recorder, const Report &report, const Arguments &arguments, Command command,
+              const QString &noEffect)
+{
+    const QString clip = recorder.clip();
+    const unsigned index = recorder.number(eParam_CurrentPlayListIndex);
+    const qint64 entry = recorder.counter("list_entry_on_output");
+    const qint64 frame = recorder.counter("frame_on_output");
+    if (const QString reason = give(recorder, command); !reason.isEmpty()) {
+        return storeError(report, reason);
+    }
+    if (!arguments.wait) {
+        return ExitCode::Done;
+    }
+    const auto there = [&] {
+        const qint64 shown = recorder.counter("frame_on_output");
+        return recorder.clip() != clip || recorder.number(eParam_CurrentPlayListIndex) != index ||
+               recorder.counter("list_entry_on_output") != entry || shown < frame ||
+               (!recorder.isPlaying() && shown != frame);
+    };
+    if (!recorder.waitFor(there, Wait::pictureWithin)) {
+        return gaveUp(recorder, report, noEffect);
+    }
+    report.result(recorder.clip(), transportObject(recorder));
+    return ExitCode::Done;
+}
 } // namespace
 
 ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &arguments)
@@ -170,16 +197,14 @@ ExitCode ctlCue(Recorder &recorder, const Report &report, const Arguments &argum
     return ExitCode::Done;
 }
 
-ExitCode ctlNext(Recorder &recorder, const Report &report, const Arguments &)
+ExitCode ctlNext(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
-    const QString reason = give(recorder, Command::NextClip);
-    return reason.isEmpty() ? ExitCode::Done : storeError(report, reason);
+    return goTo(recorder, report, arguments, Command::NextClip, "there is no clip behind this one");
 }
 
-ExitCode ctlPrevious(Recorder &recorder, const Report &report, const Arguments &)
+ExitCode ctlPrevious(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
-    const QString reason = give(recorder, Command::PreviousClip);
-    return reason.isEmpty() ? ExitCode::Done : storeError(report, reason);
+    return goTo(recorder, report, arguments, Command::PreviousClip, "this is the start of the first clip");
 }
 
 ExitCode ctlClip(Recorder &recorder, const Report &report, const Arguments &arguments)

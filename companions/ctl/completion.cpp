@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What shells offer while a command line is being typed: scripts made from the table of commands, and the
+// words that only a running recorder knows.
+#include "companions/ctl/commands.h"
+
+#include "platform/product/clipfinder.h"
+
+#include <cstdio>
+
+namespace {
+void put(const QString &text)
+{
+    std::fputs(text.toLocal8Bit().constData(), stdout);
+}
+
+/// In single quotes, for a shell.
+QString quoted(const char *text)
+{
+    return "'" + QString::fromUtf8(text).replace("'", "'\\''") + "'";
+}
+
+QStringList listedNames()
+{
+    QStringList names;
+    for (const CommandRow &row : ctlCommands()) {
+        if (row.isListed()) names << row.name;
+    }
+    return names;
+}
+
+QStringList optionsOf(const CommandRow &row)
+{
+    QStringList options{"--json", "--help"};
+    for (const OptionRow &option : ctlOptions()) {
+        if (row.takes(option)) options << QStringLiteral("--%1").arg(option.name);
+    }
+    return options;
+}
+
+/// A command that prints the words for an argument, one a line. `parameter` is how the script says what
+/// stands before it.
+QString wordsCommand(const ArgumentRow &argument, const QString &parameter)
+{
+    const QString kind = QString::fromLatin1(argument.completes);
+    if (kind == "@files") return QStringLiteral("compgen -f -- \"$current\"");
+    if (kind == "@values") return QStringLiteral("xpctl complete values %1 2>/dev/null").arg(parameter);
+    if (kind.startsWith('@')) return QStringLiteral("xpctl complete %1 2>/dev/null").arg(kind.mid(1));
+    return QStringLiteral("printf '%s\\n' %1").arg(kind);
+}
+
+void printBash()
+{
+    QString cases;
+    QString valued;
+    for (const OptionRow &option : ctlOptions()) {
+        if (*option.value) valued += (valued.isEmpty() ? "--" : "|--") + QString::fromLatin1(option.name);
+    }
+    for (const CommandRow &row : ctlCommands()) {
+        if (!row.isListed()) continue;
+        cases += QStringLiteral("        %1:-*) words=%2 ;;\n")
+                     .arg(row.name, "'" + optionsOf(row).join('\n') + "'");
+        for (size_t i = 0; i < row.arguments.size(); ++i) {
+            if (*row.arguments[i].completes) {
+                cases += QStringLiteral("        %1:%2) words=$(%3) ;;\n")
+                             .arg(row.name)
+                             .arg(i)
+                             .arg(wordsCommand(row.arguments[i], "\"$before\""));
+            }
+        }
+    }
+    put(QStringLiteral(R"sh(# Completion of xpctl for bash; made by: xpctl completion bash
+_xpctl() {
+    local current=${COMP_WORDS[COMP_CWORD]} command='' before='' place=-1 skip='' i words=''
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        if [ -n "$skip" ]; then skip=''; continue; fi
+        case ${COMP_WORDS[i]} in
+        %1) skip=yes ;;
+        --*) ;;
+        *) [ -n "$command" ] && before=${COMP_WORDS[i]}; command=${command:-${COMP_WORDS[i]}}; place=$((place + 1)) ;;
+        esac
+    done
+    COMPREPLY=()
+    [ -n "$skip" ] && return
+    case $current in -*) place=- ;; esac
+    case $command:${place/-1/} in
+        :*) words='%2' ;;
+%3    esac
+    # Names of clips are anybody's: never expanded.
+    while IFS= read -r i; do
+        [[ $i == "$current"* ]] && COMPREPLY+=("$(printf %q "$i")")
+    done <<<"$words"
+}
+complete -F _xpctl xpctl
+)sh")
+            .arg(valued,
+                 (listedNames() << "--json"
+                                << "--help")
+                     .join('\n'),
+                 cases));
+}
+
+/// One word of zsh's _arguments for an argument.
+QString zshArgument(const ArgumentRow &argument, size_t place)
+{
+    const QString kind = QString::fromLatin1(argument.completes);
+    QString action = " ";
+    if (kind == "@files") {
+        action = "_files";
+    } else if (kind == "@values") {
+        action = "{compadd -- ${(f)\"$(xpctl complete values $words[2] 2>/dev/null)\"}}";
+    } else if (kind.startsWith('@')) {
+        action = QStringLiteral("{compadd -- ${(f)\"$(xpctl complete %1 2>/dev/null)\"}}").arg(kind.mid(1));
+    } else if (!kind.isEmpty()) {
+        action = "(" + kind + ")";
+    }
+    return QStringLiteral("'%1%2:%3:%4'")
+        .arg(place + 1)
+        .arg(argument.required ? "" : ":", QString::fromLatin1(argument.name), action);
+}
+
+void printZsh()
+{
+    QString names;
+    QString cases;
+    for (const CommandRow &row : ctlCommands()) {
+        if (!row.isListed()) continue;
+        names += QStringLiteral("        %1\n").arg(quoted((std::string(row.name) + ":" + row.help).c_str()));
+        QStringList words{"'--json[results as JSON]'"};
+        for (const OptionRow &option : ctlOptions()) {
+            if (!row.takes(option)) continue;
+            words << QStringLiteral("'--%1[%2]%3'")
+                         .arg(option.name, option.help,
+                              *option.value ? ":" + QString::fromLatin1(option.value) + ": " : QString());
+        }
+        for (size_t i = 0; i < row.arguments.size(); ++i)
+            words << zshArgument(row.arguments[i], i);
+        cases += QStringLiteral("        %1) _arguments %2 ;;\n").arg(row.name, words.join(' '));
+    }
+    put(QStringLiteral(R"sh(#compdef xpctl
+# Completion of xpctl for zsh; made by: xpctl completion zsh
+_xpctl() {
+    local state line
+    local -a commands
+    commands=(
+%1    )
+    _arguments -C '--json[results as JSON]' '--help[what there is]' '1:command:->command' '*::argument:->argument'
+    case $state in
+    command) _describe -t commands command commands ;;
+    argument)
+        case $words[1] in
+%2        esac ;;
+    esac
+}
+if [ "$funcstack[1]" = _xpctl ]; then _xpctl "$@"; else compdef _xpctl xpctl; fi
+)sh")
+            .arg(names, cases));
+}
+} // namespace
+
+ExitCode ctlCompletion(const Report &report, const Arguments &arguments)
+{
+    if (arguments.word(0) == "bash") {
+        printBash();
+    } else if (arguments.word(0) == "zsh") {
+        printZsh();
+    } else {
+        return report.error(
+            ExitCode::Usage,
+            QStringLiteral("there is no completion for '%1'").arg(QString::fromStdString(arguments.word(0))),
+            "for example: source <(xpctl completion bash)");
+    }
+    return ExitCode::Done;
+}
+
+ExitCode ctlComplete(Recorder &recorder, const Report &, const Arguments &arguments)
+{
+    const std::string kind = arguments.word(0);
+    if (kind == "parameters") {
+        for (const ParamDescriptor *descriptor : AllDescriptors()) {
+            if (!descriptor->isAlarm()) std::puts(descriptor->name().c_str());
+        }
+    } else if (kind == "values") {
+        const ParamDescriptor *descriptor = FindDescriptor(arguments.word(1));
+        const auto values = descriptor ? descriptor->values() : decltype(descriptor->values())();
+        for (const auto &[value, label] : values)
+            std::puts(label.c_str());
+    } else if (kind == "clips") {
+        ClipFinder finder(&recorder.config());
+        for (const Clip &clip : finder.findClips(true, false, true))
+            std::puts(clip.getName().c_str());
+    }
+    return ExitCode::Done;
+}

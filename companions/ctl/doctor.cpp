@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/ctl/doctor.h"
+
+#include "platform/product/clipfinder.h"
+#include "platform/qmx/core/qmxlockfile.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/device/lumenprofile.h"
+#include "platform/store/configfactoryimpl.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStorageInfo>
+
+#include <mutex>
+
+#include <grp.h>
+#include <pwd.h>
+#include <sched.h>
+#include <sys/timex.h>
+#include <unistd.h>
+
+namespace {
+constexpr auto mediaLock = "/var/lock/xpmediad.lock";
+constexpr auto stillsFolder = "/usr/local/share/media/";
+constexpr auto account = "xp"; // that the services run as, and the group of those who may operate
+constexpr qint64 megabyte = 1000 * 1000;
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
+}
+
+Finding store(Recorder &recorder)
+{
+    const QString address = QString::fromStdString(GetConfigURI("udp"));
+    const QString problem = recorder.storeProblem();
+    if (problem.isEmpty()) return {Finding::Good, address, {}};
+    return {Finding::Wrong, problem,
+            "its address stands in /etc/xp/store; its folder must belong to the account of the services"};
+}
+
+Finding access(Recorder &)
+{
+    const group *operators = getgrnam(account);
+    if (geteuid() == 0 || !operators) {
+        return {Finding::Good, operators ? "root" : "there is no group xp: everybody is on his own", {}};
+    }
+    gid_t groups[64] = {};
+    const int count = getgroups(std::size(groups), groups);
+    const bool isMember =
+        getegid() == operators->gr_gid ||
+        std::find(groups, groups + qMax(0, count), operators->gr_gid) != groups + qMax(0, count);
+    if (isMember) return {Finding::Good, "member of the group xp", {}};
+    return {Finding::Wrong, "this account may not operate the recorder",
+            "add it to the group xp: adduser NAME xp; then log in anew"};
+}
+
+Finding daemon(Recorder &recorder)
+{
+    const int pid = recorder.daemonPid();
+    if (pid != 0) return {Finding::Good, QStringLiteral("running as process %1").arg(pid), {}};
+    return {Finding::Wrong, "not running", "start it: systemctl start xpd (in a checkout: ./xp run)"};
+}
+
+Finding mediaDaemon(Recorder &)
+{
+    const int pid = QmxLockFile(QString::fromLatin1(mediaLock)).whoHasLock();
+    if (pid != 0) return {Finding::Good, QStringLiteral("running as process %1").arg(pid), {}};
+    return {Finding::Hint, "not running: nobody chooses media, nothing rolls over",
+            "start it: systemctl start xpmediad"};
+}
+
+/// Collects what the profile's reader complains about.
+class Complaints : public QmxLogTap
+{
+public:
+    Complaints() { QmxLog::defaultLog()->addTap(this); }
+    ~Complaints() override { QmxLog::defaultLog()->removeTap(this); }
+    void record(const QmxLogRecord &record) override
+    {
+        const std::lock_guard lock(_mutex);
+        if (record.level <= 2) texts << record.text;
+    }
+    QStringList texts;
+
+private:
+    std::mutex _mutex;
+};
+
+Finding profile(Recorder &)
+{
+    const QString path = LumenProfile::defaultPath;
+    const Complaints complaints;
+    const LumenProfile profile = LumenProfile::load(path, QmxEnvironment::current());
+    if (!complaints.texts.isEmpty()) {
+        return {Finding::Wrong, complaints.texts.join("; "), "correct it, then: systemctl restart xpd"};
+    }
+    const QString size = QStringLiteral("%1 inputs, %2 outputs besides the preview")
+                             .arg(profile.inputs.size())
+                             .arg(profile.outputs.size());
+    if (!QFileInfo::exists(path)) {
+        return {Finding::Hint, "no " + path + ": the built-in one, a test picture, is used",
+                "describe the inputs and outputs there; /usr/share/doc/xp-recorder tells how"};
+    }
+    return {Finding::Good, size, {}};
+}
+
+Finding medium(Recorder &recorder)
+{
+    return checkMedium(recorder.text(eParam_ActiveMediaPath));
+}
+
+Finding diskSpeed(Recorder &recorder)
+{
+    if (recorder.daemonIsRunning() && recorder.status() != unsigned(TransportStatus::Stopped)) {
+        return {Finding::Hint, "not measured: the recorder is in use", "stop it, then ask again"};
+    }
+    const QString path = recorder.text(eParam_ActiveMediaPath);
+    return path.isEmpty() ? Finding{Finding::Hint, "not measured: no medium is active", {}}
+                          : checkDiskSpeed(path);
+}
+
+Finding stills(Recorder &)
+{
+    constexpr qsizetype wanted = 22;
+    qsizetype count = 0;
+    for (const char *folder : {"prores_422", "prores_444"})
+        count += QDir(QString::fromLatin1(stillsFolder) + folder).entryList({"*.mov"}, QDir::Files).size();
+    const QString found = QStringLiteral("%1 of %2 below %3").arg(count).arg(wanted).arg(stillsFolder);
+    if (count >= wanted) return {Finding::Good, found, {}};
+    return {Finding::Wrong, found + ": a take ends when its input is lost, whatever is set",
+            QStringLiteral("make them: xp-stills %1").arg(stillsFolder)};
+}
+
+Finding sharedMemory(Recorder &)
+{
+    const QStorageInfo memory("/dev/shm");
+    constexpr qint64 wanted = 128 * megabyte;
+    const QString found = QStringLiteral("%1 MB free in /dev/shm").arg(memory.bytesAvailable() / megabyte);
+    if (memory.isValid() && memory.bytesAvailable() >= wanted) return {Finding::Good, found, {}};
+    return {Finding::Wrong, found + ": lists of clips and the preview have no room",
+            "enlarge it: mount -o remount,size=512M /dev/shm"};
+}
+
+Finding priority(Recorder &recorder)
+{
+    const QString tasks = QStringLiteral("/proc/%1/task/").arg(recorder.daemonPid());
+    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (contents(tasks + task + "/comm") != "lumen-clock") continue;
+        const int policy = sched_getscheduler(task.toInt());
+        if (policy == SCHED_RR || policy == SCHED_FIFO) {
+            return {Finding::Good, "the video clock has real-time priority", {}};
+        }
+        return {Finding::Hint, "the video clock has no real-time priority: a busy machine makes ticks late",
+                "start the daemon by its service, which has LimitRTPRIO"};
+    }
+    return {Finding::Hint, "cannot be seen: the daemon is not running", {}};
+}
+
+Finding hugePages(Recorder &)
+{
+    const QByteArray memory = contents("/proc/meminfo");
+    const qsizetype at = memory.indexOf("HugePages_Total:");
+    const int pages = at < 0 ? 0 : memory.mid(at + 16, 20).trimmed().split('\n').first().toInt();
+    if (pages > 0) return {Finding::Good, QStringLiteral("%1 reserved").arg(pages), {}};
+    return {Finding::Hint, "none: pictures live in ordinary pages, which costs a little time",
+            "for example: sysctl vm.nr_hugepages=256"};
+}
+
+Finding clockState(Recorder &)
+{
+    const QByteArray source = contents("/sys/devices/system/clocksource/clocksource0/current_clocksource");
+    if (source == "hpet" || source == "acpi_pm" || source == "jiffies") {
+        return {Finding::Hint,
+                "the kernel's clock is " + QString::fromLatin1(source) + ", which is slow to read",
+                "see clocksource= in the kernel's documentation"};
+    }
+    timex state = {};
+    if (adjtimex(&state) == TIME_ERROR) {
+        return {Finding::Hint,
+                "time of day is not synchronised; time-of-day timecode will differ from the house",
+                "install a time client, for example: apt install chrony"};
+    }
+    return {Finding::Good, QString::fromLatin1(source) + ", synchronised", {}};
+}
+} // namespace
+
+std::span<const DoctorCheck> doctorChecks()
+{
+    static constexpr DoctorCheck rows[] = {
+        {"store", store},
+        {"access", access},
+        {"daemon", daemon},
+        {"media_daemon", mediaDaemon},
+        {"profile", profile},
+        {"medium", medium},
+        {"disk_speed", diskSpeed},
+        {"stills", stills},
+        {"shared_memory", sharedMemory},
+        {"priority", priority},
+        {"huge_pages", hugePages},
+        {"clock", clockState},
+    };
+    return rows;
+}

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "companions/ctl/recorder.h"
+#include "companions/ctl/report.h"
+
+#include <QList>
+#include <QString>
+
+#include <span>
+#include <string>
+
+/// One figure for monitoring.
+struct Metric
+{
+    QString name; ///< "xp_frames_recorded_total", in base units (seconds, bytes)
+    QString help;
+    bool isCounter = false; ///< only grows while the daemon runs
+    QString label;          ///< name of its label; empty: none
+    QString labelValue;
+    double value = 0;
+};
+
+/// How a counter of the daemon is told to a monitoring system.
+struct CounterMetric
+{
+    const char *counter;
+    const char *metric;
+    bool isCounter;
+    double scale; ///< to base units
+    const char *help;
+};
+/// A row for each counter that the daemon publishes.
+std::span<const CounterMetric> counterMetrics();
+
+/// All figures of this moment: from shared memory, the store and the file systems; the daemon is not asked.
+QList<Metric> collectMetrics(const Recorder &recorder);
+/// Shows them once a second until interrupted.
+ExitCode watchStats(Recorder &recorder, const Report &report, bool once);

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// picture: what is on the output, as a file.
+#include "companions/ctl/commands.h"
+
+#include "platform/qmx/device/qmxpreview.h"
+
+#include <QFile>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libswscale/swscale.h>
+}
+
+#include <memory>
+
+namespace {
+struct Freed
+{
+    void operator()(AVFrame *frame) const { av_frame_free(&frame); }
+    void operator()(AVPacket *packet) const { av_packet_free(&packet); }
+    void operator()(AVCodecContext *codec) const { avcodec_free_context(&codec); }
+    void operator()(SwsContext *scaler) const { sws_freeContext(scaler); }
+};
+template <typename T>
+using Owned = std::unique_ptr<T, Freed>;
+
+/// The preview's planes in the colours of a screen; null when there is no memory.
+Owned<AVFrame> inRgb(const QmxPreviewPicture &picture)
+{
+    const Owned<SwsContext> scaler(sws_getContext(picture.width, picture.height, AV_PIX_FMT_YUV420P,
+                                                  picture.width, picture.height, AV_PIX_FMT_RGB24,
+                                                  SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+    Owned<AVFrame> frame(av_frame_alloc());
+    if (!scaler || !frame) return nullptr;
+    frame->width = picture.width;
+    frame->height = picture.height;
+    frame->format = AV_PIX_FMT_RGB24;
+    if (av_frame_get_buffer(frame.get(), 0) < 0) return nullptr;
+    const bool isStandardDefinition = picture.format.startsWith(QLatin1String("720x"));
+    const int matrix = isStandardDefinition ? SWS_CS_ITU601 : SWS_CS_ITU709;
+    sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(matrix), 0, sws_getCoefficients(matrix), 1, 0,
+                             1 << 16, 1 << 16);
+    const auto *luma = reinterpret_cast<const uint8_t *>(picture.luma.constData());
+    const auto *cb = reinterpret_cast<const uint8_t *>(picture.cb.constData());
+    const auto *cr = reinterpret_cast<const uint8_t *>(picture.cr.constData());
+    const uint8_t *const planes[] = {luma, cb, cr, nullptr};
+    const int strides[] = {picture.width, picture.width / 2, picture.width / 2, 0};
+    sws_scale(scaler.get(), planes, strides, 0, picture.height, frame->data, frame->linesize);
+    return frame;
+}
+
+QByteArray asPng(const QmxPreviewPicture &picture)
+{
+    const Owned<AVFrame> frame = inRgb(picture);
+    const AVCodec *codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
+    const Owned<AVCodecContext> encoder(codec ? avcodec_alloc_context3(codec) : nullptr);
+    const Owned<AVPacket> packet(av_packet_alloc());
+    if (!frame || !encoder || !packet) return {};
+    encoder->width = frame->width;
+    encoder->height = frame->height;
+    encoder->pix_fmt = AV_PIX_FMT_RGB24;
+    encoder->time_base = {1, 1};
+    if (avcodec_open2(encoder.get(), codec, nullptr) < 0 ||
+        avcodec_send_frame(encoder.get(), frame.get()) < 0 ||
+        avcodec_receive_packet(encoder.get(), packet.get()) < 0)
+        return {};
+    return {reinterpret_cast<const char *>(packet->data), packet->size};
+}
+} // namespace
+
+ExitCode ctlPicture(Recorder &recorder, const Report &report, const Arguments &arguments)
+{
+    const QString name = QString::fromStdString(arguments.word(0));
+    QmxPreviewReader reader;
+    QmxPreviewPicture picture;
+    constexpr int pictureWithin = 3000; // ms
+    if (!recorder.waitFor([&] { return reader.open() && reader.read(picture) && picture.width > 0; },
+                          pictureWithin)) {
+        return report.error(ExitCode::Refused, "there is no picture on the output",
+                            "`xpctl status` shows what the recorder does, `xpctl doctor` what it lacks");
+    }
+    const QByteArray png = asPng(picture);
+    QFile file(name);
+    if (png.isEmpty() || !file.open(QIODevice::WriteOnly) || file.write(png) != png.size() || !file.flush()) {
+        return report.error(
+            ExitCode::Refused,
+            QStringLiteral("the picture cannot be written to %1: %2").arg(name, file.errorString()),
+            "choose another folder, or free some space");
+    }
+    report.result(QStringLiteral("%1: %2x%3, %4")
+                      .arg(name)
+                      .arg(picture.width)
+                      .arg(picture.height)
+                      .arg(picture.timecode),
+                  {{"file", name},
+                   {"width", picture.width},
+                   {"height", picture.height},
+                   {"timecode", picture.timecode},
+                   {"format", picture.format}});
+    return ExitCode::Done;
+}

@@ -3,6 +3,7 @@
 
 #include <QCoreApplication>
 #include <QMetaObject>
+#include <QTimer>
 
 #include <atomic>
 #include <cerrno>
@@ -37,7 +38,8 @@ struct State
 State *state = nullptr;
 
 /// One datagram to the service manager. That is all there is to its protocol, so no library is needed.
-void notify(const std::string &message)
+/// `flags` as for sendto().
+void notify(const std::string &message, int flags = 0)
 {
     const char *path = std::getenv("NOTIFY_SOCKET");
     sockaddr_un address{};
@@ -49,8 +51,9 @@ void notify(const std::string &message)
     if (fd < 0) return;
     const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + std::strlen(path));
     // Nobody there to hear it is no reason not to go on.
-    if (::sendto(fd, message.data(), message.size(), MSG_NOSIGNAL,
-                 reinterpret_cast<const sockaddr *>(&address), length) < 0)
+    if (::sendto(fd, message.data(), message.size(), MSG_NOSIGNAL | flags,
+                 reinterpret_cast<const sockaddr *>(&address), length) < 0 &&
+        errno != EAGAIN)
         std::fprintf(stderr, "%s: cannot reach the service manager at %s: %s\n",
                      state ? state->name.c_str() : "", path, std::strerror(errno));
     ::close(fd);
@@ -66,11 +69,27 @@ void leaveTerminal()
     ::close(null);
 }
 
+/// Tells the service manager, if it wants to know, that the event loop turns: twice in the time after which
+/// it would end us.
+void feedWatchdog()
+{
+    bool isWanted = false;
+    const qint64 microseconds = qEnvironmentVariable("WATCHDOG_USEC").toLongLong(&isWanted);
+    const int pid = qEnvironmentVariableIntValue("WATCHDOG_PID"); // none: for whoever has been told
+    if (!isWanted || microseconds <= 0 || (pid != 0 && pid != ::getpid())) return;
+    auto *timer = new QTimer(QCoreApplication::instance());
+    // Never waited for: a service manager that does not listen must not hold up the loop.
+    QObject::connect(timer, &QTimer::timeout, timer, [] { notify("WATCHDOG=1\n", MSG_DONTWAIT); });
+    constexpr qint64 halfInMilliseconds = 2 * 1000;
+    timer->start(int(qMin<qint64>(qMax<qint64>(1, microseconds / halfInMilliseconds), 3'600'000)));
+}
+
 void eventLoopTurns()
 {
     std::string message = "READY=1\n";
     if (state->statusFunction) message += "STATUS=" + state->statusFunction() + "\n";
     notify(message);
+    feedWatchdog();
     if (state->readyPipe < 0) return;
     const char done = 0;
     if (::write(state->readyPipe, &done, 1) != 1)

@@ -27,6 +27,7 @@ protected:
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove("NOTIFY_SOCKET");
         if (!notifySocket.isEmpty()) environment.insert("NOTIFY_SOCKET", notifySocket);
+        environment.insert("WATCHDOG_USEC", "100000");
         process.setProcessEnvironment(environment);
         process.setStandardErrorFile(dir.file("err"));
         process.start(QCoreApplication::applicationDirPath() + "/daemon_worker", {role});
@@ -84,6 +85,19 @@ TEST_F(Service, underAServiceManagerItStaysAndTellsWhenItIsReady)
             20000);
         return message;
     };
+    // The event loop feeds the watchdog as long as it turns.
+    start("stall", path);
+    EXPECT_EQ(receive(), "READY=1\nSTATUS=all is well\n");
+    EXPECT_EQ(receive(), "WATCHDOG=1\n");
+    EXPECT_EQ(receive(), "WATCHDOG=1\n");
+    ::kill(pid_t(process.processId()), SIGHUP);
+    ASSERT_TRUE(hears("loop stands"));
+    while (::recv(fd, nullptr, 0, 0) >= 0) {}
+    EXPECT_FALSE(
+        Stepper::waitFor([fd] { return ::recv(fd, nullptr, 0, 0) >= 0; }, 500)); // five times its time
+    process.kill();
+    ASSERT_TRUE(process.waitForFinished(20000));
+
     start("early", path); // a signal before the loop is kept for it
     EXPECT_EQ(receive(), "READY=1\nSTATUS=all is well\n");
     EXPECT_TRUE(told().contains("loop begins"));

@@ -21,8 +21,15 @@ void tell(const char *text)
     std::fprintf(stderr, "%s\n", text);
 }
 
+bool stalls = false;
+
 void terminated(int signal)
 {
+    if (stalls) {
+        tell("loop stands");
+        for (;;)
+            ::pause();
+    }
     std::fprintf(stderr, "signal %d %s\n", signal,
                  QThread::currentThread() == mainThread ? "on the event loop" : "on another thread");
     QCoreApplication::exit(0);
@@ -44,6 +51,7 @@ int main(int argc, char *argv[])
         tell("cannot start");
         return 7;
     }
+    stalls = std::strcmp(role, "stall") == 0;
     // A signal that comes before the application must not be lost.
     if (std::strcmp(role, "early") == 0) ::kill(::getpid(), SIGTERM);
     QCoreApplication application(argc, argv);

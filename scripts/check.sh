@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything that can be said about the code without a person: names what it ran and what failed.
-#   check.sh [format|folders|libraries|params|lint|asan|tsan|fuzz|kills|crash|day ...] [--long]   (nothing named: all of them)
+#   check.sh [format|folders|libraries|params|lint|asan|tsan|fuzz|kills|crash|day|package ...] [--long]   (nothing named: all but package)
 set -uo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
@@ -69,6 +69,9 @@ check_fuzz() {
     build-fuzz/bin/fuzz_clip -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -max_len=65536 -verbosity=0 \
         -print_final_stats=1 -artifact_prefix=build-fuzz/finding- "$corpus"
 }
+
+# The Debian packages in a Debian root: some minutes, and downloads; only when named.
+check_package() { xp_build && scripts/check-package.sh; }
 
 wanted=() long=no
 for argument in "$@"; do

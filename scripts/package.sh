@@ -1,0 +1,97 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Makes the Debian packages from the programs in build/bin: package.sh [--version V]   -> build/packages/*.deb
+set -euo pipefail
+. "$XP_ROOT/scripts/common.sh"
+cd "$XP_ROOT"
+
+recorder_programs='xpd xpmediad xp-stills' tools_programs='xpctl'
+version=$(sed -nE 's/^project\(xp VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
+count=$(git rev-list --count HEAD 2>/dev/null) && version=$version+r$count
+while [ $# -gt 0 ]; do
+    case "$1" in
+        --version) version=$2; shift 2 ;;
+        *) die "package: unknown option $1" ;;
+    esac
+done
+architecture=$(dpkg --print-architecture)
+out=$XP_BUILD/packages work=$XP_BUILD/package-work
+rm -rf "$work"
+mkdir -p "$out" "$work"
+rm -f "$out"/*.deb
+
+for program in $recorder_programs $tools_programs; do
+    [ -x "$XP_BUILD/bin/$program" ] || die "package: $XP_BUILD/bin/$program is missing; run: ./xp build"
+done
+
+# A program without its line tables, which go into the package of those, by build id.
+put_program() { # PROGRAM ROOT
+    local id file=$XP_BUILD/bin/$1
+    install -D -m 755 "$file" "$2/usr/bin/$1"
+    id=$(readelf -n "$file" | sed -nE 's/^ *Build ID: ([0-9a-f]+)$/\1/p')
+    [ -n "$id" ] || die "package: $file has no build id"
+    local debug=$work/xp-recorder-dbg/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug
+    mkdir -p "${debug%/*}"
+    objcopy --only-keep-debug --compress-debug-sections "$file" "$debug"
+    strip --strip-unneeded "$2/usr/bin/$1"
+}
+
+# The libraries that the programs of a package need, as its field Depends has them.
+library_depends() { # PROGRAM...
+    mkdir -p "$work/shlibs/debian"
+    printf 'Source: xp\nPackage: xp\nArchitecture: any\n' >"$work/shlibs/debian/control"
+    (cd "$work/shlibs" && dpkg-shlibdeps -O --ignore-missing-info "${@/#/-e}" 2>/dev/null) | sed -n 's/^shlibs:Depends=//p'
+}
+
+make_package() { # NAME DEPENDS SECTION SUMMARY DESCRIPTION
+    local root=$work/$1 script
+    mkdir -p "$root/DEBIAN" "$root/usr/share/doc/$1"
+    cp packaging/copyright "$root/usr/share/doc/$1/copyright"
+    for script in postinst prerm postrm; do
+        [ -f "packaging/$1/$script" ] && install -m 755 "packaging/$1/$script" "$root/DEBIAN/$script"
+    done
+    (cd "$root" && [ -d etc ] && find etc -type f -printf '/%p\n' | sort >DEBIAN/conffiles)
+    (cd "$root" && find usr etc -type f 2>/dev/null | sort | xargs -r md5sum >DEBIAN/md5sums)
+    cat >"$root/DEBIAN/control" <<TEXT
+Package: $1
+Version: $version
+Architecture: $architecture
+Maintainer: The xp developers <xp@localhost>
+Section: $3
+Priority: optional
+Installed-Size: $(du -sk --exclude=DEBIAN "$root" | cut -f1)
+Depends: $2
+Description: $4
+ $5
+TEXT
+    dpkg-deb --root-owner-group --build "$root" "$out/$1_${version}_$architecture.deb" >/dev/null
+}
+
+recorder=$work/xp-recorder tools=$work/xp-tools
+for program in $recorder_programs; do put_program "$program" "$recorder"; done
+for program in $tools_programs; do put_program "$program" "$tools"; done
+
+install -D -m 644 -t "$recorder/lib/systemd/system" packaging/xp-recorder/*.service
+install -D -m 644 packaging/xp-recorder/lumen.ini "$recorder/etc/xp/lumen.ini"
+install -D -m 644 packaging/xp-recorder/logrotate "$recorder/etc/logrotate.d/xp-recorder"
+install -D -m 644 packaging/xp-recorder/tmpfiles "$recorder/usr/lib/tmpfiles.d/xp-recorder.conf"
+install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder" docs/operator.md docs/engineer.md
+
+install -D -m 644 -t "$tools/lib/systemd/system" packaging/xp-tools/*.service
+install -D -m 644 -t "$tools/usr/share/doc/xp-tools" docs/xpctl.schema.json
+install -d "$tools/usr/share/man/man1" "$tools/usr/share/bash-completion/completions" "$tools/usr/share/zsh/vendor-completions"
+"$XP_BUILD/bin/xpctl" manual | gzip -9n >"$tools/usr/share/man/man1/xpctl.1.gz"
+"$XP_BUILD/bin/xpctl" completion bash >"$tools/usr/share/bash-completion/completions/xpctl"
+"$XP_BUILD/bin/xpctl" completion zsh >"$tools/usr/share/zsh/vendor-completions/_xpctl"
+
+make_package xp-recorder "$(library_depends "$recorder"/usr/bin/*), adduser, init-system-helpers (>= 1.54~)" video \
+    'video recorder: transport and media daemons' \
+    'Records and plays video like a tape machine; its services start with the machine.'
+make_package xp-tools "$(library_depends "$tools"/usr/bin/*)" video \
+    'video recorder: command line' \
+    'The program xpctl, which operates the recorder, with completion and manual page.'
+make_package xp-recorder-dbg "xp-recorder (= $version), xp-tools (= $version)" debug \
+    'video recorder: line tables' \
+    'Makes backtraces of the recorder readable.'
+rm -rf "$work"
+ls "$out"/*.deb

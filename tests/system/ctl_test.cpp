@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// xpctl as scripts and shells see it: every command's JSON against its schema, completion, the manual page,
+// colours.
+#include "companions/ctl/commands.h"
+#include "companions/ctl/metrics.h"
+#include "tests/support/print.h"
+#include "tests/system/sandbox.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMap>
+#include <QSet>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+QJsonObject schemas()
+{
+    return QJsonDocument::fromJson(readAll(XP_ROOT "/docs/xpctl.schema.json")).object();
+}
+
+bool hasType(const QJsonValue &value, const QString &type)
+{
+    if (type == "integer") return value.isDouble() && value.toDouble() == double(qint64(value.toDouble()));
+    static const QMap<QString, QJsonValue::Type> types = {
+        {"object", QJsonValue::Object}, {"array", QJsonValue::Array},  {"string", QJsonValue::String},
+        {"number", QJsonValue::Double}, {"boolean", QJsonValue::Bool},
+    };
+    return types.contains(type) && value.type() == types[type];
+}
+
+/// Where a value is not as its schema has it; empty when it is. Fields that no schema knows count as wrong
+/// too.
+QString wrong(const QJsonValue &value, QJsonObject schema, const QString &at)
+{
+    if (schema.contains("$ref")) {
+        const QString name = schema["$ref"].toString().section('/', -1);
+        schema = schemas()["$defs"].toObject()[name].toObject();
+    }
+    if (schema.contains("anyOf")) {
+        QString reasons;
+        for (const QJsonValue &choice : schema["anyOf"].toArray()) {
+            const QString reason = wrong(value, choice.toObject(), at);
+            if (reason.isEmpty()) return {};
+            reasons += reason + "; ";
+        }
+        return reasons;
+    }
+    if (schema.contains("enum"))
+        return schema["enum"].toArray().contains(value) ? QString() : at + " is none of the choices";
+    if (!hasType(value, schema["type"].toString())) return at + " is no " + schema["type"].toString();
+    const QJsonObject fields = schema["properties"].toObject();
+    for (const QJsonValue &field : schema["required"].toArray())
+        if (!value.toObject().contains(field.toString())) return at + " lacks " + field.toString();
+    const QJsonObject object = value.toObject();
+    for (auto field = object.begin(); field != object.end(); ++field) {
+        if (!fields.contains(field.key())) return at + " has an unknown field " + field.key();
+        const QString reason = wrong(*field, fields[field.key()].toObject(), at + "." + field.key());
+        if (!reason.isEmpty()) return reason;
+    }
+    for (const QJsonValue &item : value.toArray())
+        if (const QString reason = wrong(item, schema["items"].toObject(), at + "[]"); !reason.isEmpty())
+            return reason;
+    return {};
+}
+} // namespace
+
+TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
+{
+    Sandbox sandbox({"--no-mediad"});
+    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&tc=10:00:00:00\n");
+    const ProgramResult result = sandbox.run(R"sh(
+        run() { echo "== $1"; xpctl --json "$@" || [ $? = "${may:-0}" ]; }
+        run record --for 1; run record; run stop; run clips
+        run play; run still; run cue 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 2; run cue "$tc"; run picture $OUT/picture.png
+        run clip take_001.mov; run list add take_001.mov; run list add take_002.mov 0; run list move 0 1; run list
+        run set playback_source all_clips; run still; run next; run prev; run stop; run list remove 0
+        run get play_list; run params take; run alarms; run status; run watch --once; run watch --once --stats; run metrics
+        may=1 run doctor
+        echo "== frames"
+        xpctl --json watch >$OUT/watch & watching=$!
+        until [ "$(wc -l <$OUT/watch)" -ge 60 ]; do read -rt 0.05 <> <(:) || true; done
+        kill $watching; wait $watching || true
+        script -qec 'TERM=xterm xpctl status; TERM=xterm xpctl clip none.mov; NO_COLOR=1 xpctl clip none.mov' $OUT/terminal >/dev/null || true
+        xpctl clip none.mov 2>$OUT/file || true
+    )sh");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
+    const QJsonObject commands = schemas()["properties"].toObject();
+    QSet<QString> seen;
+    QString command;
+    for (const QByteArray &line : result.out.trimmed().split('\n')) {
+        if (line.startsWith("== ")) {
+            command = line.mid(3);
+            continue;
+        }
+        const QJsonValue object = QJsonDocument::fromJson(line).object();
+        EXPECT_EQ(wrong(object, commands[command].toObject(), command), QString()) << line.toStdString();
+        seen.insert(command);
+    }
+    for (const CommandRow &row : ctlCommands()) {
+        const bool isSilent = row.runAlone && std::string(row.name) != "doctor";
+        if (row.isListed() && !isSilent && std::string(row.name) != "shut-down")
+            EXPECT_TRUE(seen.contains(row.name))
+                << row.name << " is not in docs/xpctl.schema.json or not run here";
+    }
+    EXPECT_TRUE(result.out.contains("\"name\":\"take_001.mov\",\"place\":0")) << "moved down, then up again";
+
+    // Each line of watch is the next tick or, on a busy machine, a later one.
+    qint64 last = 0;
+    qint64 skipped = 0;
+    for (const QByteArray &line : readAll(sandbox.out("watch")).split('\n').mid(0, 60)) {
+        const qint64 tick = jsonField(line, "tick").toLongLong();
+        EXPECT_GT(tick, last);
+        skipped += last > 0 ? tick - last - 1 : 0;
+        last = tick;
+    }
+    RecordProperty("skipped_ticks", int(skipped));
+
+    const ProgramResult picture =
+        runProgram("ffprobe", {"-v", "error", "-show_entries", "stream=codec_name,width,height", "-of",
+                               "csv=p=0", sandbox.out("picture.png")});
+    EXPECT_EQ(picture.out.trimmed(), QByteArray("png,720,576")) << picture.err.toStdString();
+    EXPECT_TRUE(readAll(sandbox.out("terminal")).contains("\x1b[1;31mxpctl:\x1b[0m"));
+    EXPECT_EQ(readAll(sandbox.out("terminal")).count("\x1b["), 2)
+        << readAll(sandbox.out("terminal")).toStdString();
+    EXPECT_FALSE(readAll(sandbox.out("file")).contains("\x1b"));
+}
+
+TEST(Xpctl, figuresAreServedAndCostTheDaemonNothing)
+{
+    Sandbox sandbox({"--no-mediad", "--net", "private"});
+    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n");
+    const ProgramResult result = sandbox.run(R"sh(
+        xpctl record --for 1 >&2
+        xpctl metrics --listen 127.0.0.1:9464 & serving=$!
+        tries=0
+        until exec 3<>/dev/tcp/127.0.0.1/9464; do tries=$((tries + 1)); [ $tries -lt 200 ]; read -rt 0.05 <> <(:) || true; done 2>/dev/null
+        printf 'GET /metrics HTTP/1.0\r\n\r\n' >&3; cat <&3
+        status=0; xpctl metrics --listen 127.0.0.1:9464 2>&1 || status=$?; echo "second: $status"
+        kill $serving; wait $serving
+    )sh");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
+    const QList<QByteArray> lines = QByteArray(result.out).replace('\r', "").split('\n');
+    EXPECT_TRUE(lines.contains("# TYPE xp_frames_recorded_total counter")) << result.out.toStdString();
+    EXPECT_TRUE(lines.contains("xp_up 1"));
+    EXPECT_TRUE(lines.contains("xp_status{status=\"stopped\"} 1"));
+    EXPECT_TRUE(result.out.contains("xp_medium_free_bytes{medium=\"/media/A\"} "));
+    EXPECT_TRUE(lines.contains("second: 1"));
+    for (const CounterMetric &row : counterMetrics()) {
+        const auto told = std::count_if(lines.begin(), lines.end(), [&row](const QByteArray &line) {
+            return line.startsWith(QByteArray(row.metric) + " ");
+        });
+        EXPECT_EQ(told, 1) << row.metric;
+    }
+    const auto recorded = std::find_if(lines.begin(), lines.end(), [](const QByteArray &line) {
+        return line.startsWith("xp_frames_recorded_total ");
+    });
+    EXPECT_GE(recorded == lines.end() ? 0 : recorded->split(' ').last().toDouble(), 25);
+}
+
+TEST(Xpctl, shellsAndManAcceptWhatIsMadeForThem)
+{
+    Sandbox sandbox({"--no-daemon"});
+    const ProgramResult result = sandbox.run(R"sh(
+        xpctl completion bash >$OUT/xpctl.bash; xpctl completion zsh >$OUT/_xpctl; xpctl manual >$OUT/xpctl.1
+        xpctl completion tcsh 2>&1 || echo "status $?"
+        touch '/media/A/$(touch pwned).mov'
+        . $OUT/xpctl.bash
+        offer() { COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _xpctl; echo "$*: ${COMPREPLY[*]}"; }
+        offer xpctl re; offer xpctl record --; offer xpctl set video_in; offer xpctl set loop_playback ''
+        offer xpctl --json list m; offer xpctl record --for ''; offer xpctl clip ''
+        zsh -fc 'autoload -U compinit; compinit -u -d $1/dump; . $1/_xpctl; print -- "zsh: $_comps[xpctl]"' zsh $OUT
+        zsh -n $OUT/_xpctl
+        man --warnings -E UTF-8 -l $OUT/xpctl.1 2>&1 >$OUT/page | head -n 5
+        cat $OUT/page
+    )sh");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
+    for (const char *line : {"status 2", "xpctl re: record", "xpctl record --: --json --help --for --no-wait",
+                             "xpctl set video_in: video_input", "xpctl set loop_playback : off on",
+                             "xpctl --json list m: move", "xpctl record --for : ", "zsh: _xpctl"}) {
+        EXPECT_TRUE(result.out.contains(QByteArray(line) + "\n")) << line << "\n" << result.out.toStdString();
+    }
+    EXPECT_FALSE(QFile::exists("pwned")) << "a clip's name was run";
+    for (const CommandRow &row : ctlCommands())
+        EXPECT_EQ(result.out.contains(QByteArray("       ") + row.name), row.isListed()) << row.name;
+    for (const ExitCodeRow &row : exitCodes())
+        EXPECT_TRUE(result.out.contains(QByteArray(row.meaning).left(40))) << row.meaning;
+}

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The daemon in debug mode, driven over TCP and from a terminal, by clients of every manner.
+#include "tests/support/print.h"
+#include "tests/system/sandbox.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+constexpr auto small = "[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n";
+
+constexpr auto helpers = R"sh(
+    xpctl set active_media_path /media/A
+    until_true() {
+        tries=0
+        while ! "$@"; do
+            tries=$((tries + 1)); [ $tries -lt 400 ] || { echo "never: $*" >&2; cat /run/xp/xpd.out >&2; exit 9; }
+            read -rt 0.05 <> <(:) || true
+        done
+    }
+    is() { [ "$(xpctl get "$1")" = "$2" ]; }
+    dial() { exec 3<>/dev/tcp/127.0.0.1/6502; }
+    ask() { printf '%s\n' "$1" >&3; read -r reply <&3; echo "$1: $reply"; }
+)sh";
+} // namespace
+
+TEST(DebugMode, isDrivenOverTcpWithStandardInputAtItsEnd)
+{
+    Sandbox sandbox({"--no-daemon", "--net", "private"});
+    sandbox.setProfile(small);
+    const ProgramResult result = sandbox.run(QString(helpers) + R"sh(
+        xpd -D </dev/null >/run/xp/xpd.out 2>&1 & daemon=$!
+        until_true is input_format 576i25
+        dial
+        ask status; ask record; until_true is transport_status recording
+        until_true eval 'ask status | grep -q " Record  "'
+        ask stop; until_true is transport_status stopped; until_true eval 'xpctl clips | grep -q take_001'
+        ask '  play   -2  x '; ask still; until_true is transport_status still
+        ask 'cue 7'; until_true eval 'xpctl --json status | grep -q "\"frame\":7,"'
+        ask 'step -3'; until_true eval 'xpctl --json status | grep -q "\"frame\":4,"'
+        ask 'loop 1'; ask clips; ask 'clip 0'; ask PLAY; ask '   '; ask stop
+        # Two hundred clients that vanish in the middle of a line, one that floods and never reads, every byte.
+        for i in $(seq 200); do (exec 4<>/dev/tcp/127.0.0.1/6502; printf 'stat' >&4); done
+        (exec 4<>/dev/tcp/127.0.0.1/6502; for i in $(seq 20000); do echo mem; done >&4; echo quit >&4) 2>/dev/null &
+        for byte in $(seq 0 255); do printf "\\x$(printf %x $byte)"; done >&3; ask ''
+        ask status
+        used() { awk '{ print $14 + $15 }' /proc/$daemon/task/$daemon/stat; } # main thread, in clock ticks
+        before=$(used); sleep 2; after=$(used)
+        echo "busy: $(((after - before) * 100 / (2 * $(getconf CLK_TCK)))) %"
+        echo quit >&3
+        xpctl shut-down; status=0; wait $daemon || status=$?; echo "ended: $status"
+    )sh");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
+    for (const char *line : {"PLAY: unknown command: PLAY", "clips: 0: take_001.mov", "ended: 0"})
+        EXPECT_TRUE(result.out.contains(QByteArray(line) + "\n")) << line << "\n" << result.out.toStdString();
+    const qsizetype busy = result.out.indexOf("busy: ");
+    EXPECT_LT(result.out.mid(busy + 6, 4).split(' ').first().toInt(), 50) << "the event loop spins";
+}
+
+TEST(DebugMode, isDrivenFromATerminal)
+{
+    Sandbox sandbox({"--no-daemon", "--net", "private"});
+    sandbox.setProfile(small);
+    const ProgramResult result = sandbox.run(QString(helpers) + R"sh(
+        mkfifo /run/xp/keys
+        script -qfec 'stty -a >$OUT/before; status=0; xpd -D || status=$?; stty -a >$OUT/after; echo "ended: $status"' $OUT/screen </run/xp/keys >/run/xp/xpd.out 2>&1 &
+        terminal=$!
+        exec 5>/run/xp/keys
+        until_true is input_format 576i25
+        printf c >&5; until_true is transport_status recording
+        until_true eval '[ "$(stat -c %s /media/A/take_001.mov 2>/dev/null || echo 0)" -gt 1000000 ]'
+        printf '\003O' >&5; until_true is transport_status stopped # Ctrl-C is a key without meaning
+        printf ' ' >&5; until_true is transport_status still || is transport_status playing
+        printf n >&5; printf ' ' >&5; printf f >&5
+        printf q >&5
+        wait $terminal
+        cmp $OUT/before $OUT/after && echo 'the terminal is as it was'
+    )sh");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
+    EXPECT_TRUE(result.out.contains("the terminal is as it was"));
+    const QByteArray screen = readAll(sandbox.out("screen"));
+    EXPECT_TRUE(screen.contains("ended: 0")) << screen.right(2000).toStdString();
+    EXPECT_TRUE(screen.contains(" Record  VR")) << screen.left(2000).toStdString();
+    EXPECT_TRUE(screen.contains("Space  Toggle Play/Still"));
+}

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The commands in the guides do what the guides say: each block of shell commands is run as it stands.
+#include "tests/support/print.h"
+#include "tests/system/sandbox.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+/// The blocks of a page that are marked with ```sh, as one script; `count` of them. (Blocks marked ```sh
+/// package are run where packages are checked.)
+QString commandsOf(const QString &page, int &count)
+{
+    QString script;
+    bool isCommand = false;
+    for (const QString &line : QString::fromUtf8(readAll(XP_ROOT "/docs/" + page)).split('\n')) {
+        if (line.startsWith("```")) {
+            isCommand = !isCommand && line == "```sh";
+            count += isCommand ? 1 : 0;
+        } else if (isCommand) {
+            script += "echo '+ " + QString(line).replace('\'', "'\\''") + "'\n" + line + "\n";
+        }
+    }
+    return script;
+}
+} // namespace
+
+class Guide : public testing::TestWithParam<const char *>
+{};
+
+TEST_P(Guide, everyCommandInItWorks)
+{
+    int count = 0;
+    const QString script = commandsOf(GetParam(), count);
+    ASSERT_GE(count, 5) << "no blocks of commands were found";
+    Sandbox sandbox;
+    const ProgramResult result = sandbox.run(R"sh(
+        mkdir /run/xp/page; cd /run/xp/page
+        until xpctl get input_format | grep -q p25; do read -rt 0.05 <> <(:) || true; done
+    )sh" + script + "cp *.png $OUT 2>/dev/null || true\n");
+    EXPECT_EQ(result.status, 0) << result.out.toStdString() << result.err.toStdString();
+    for (const QString &picture : {QStringLiteral("input.png"), QStringLiteral("frame.png")}) {
+        if (script.contains(picture))
+            EXPECT_GT(readAll(sandbox.out(picture)).size(), 2000) << picture.toStdString();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Docs, Guide, testing::Values("operator.md", "engineer.md"));

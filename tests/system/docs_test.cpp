@@ -39,8 +39,9 @@ TEST_P(Guide, everyCommandInItWorks)
     )sh" + script + "cp *.png $OUT 2>/dev/null || true\n");
     EXPECT_EQ(result.status, 0) << result.out.toStdString() << result.err.toStdString();
     for (const QString &picture : {QStringLiteral("input.png"), QStringLiteral("frame.png")}) {
-        if (script.contains(picture))
+        if (script.contains(picture)) {
             EXPECT_GT(readAll(sandbox.out(picture)).size(), 2000) << picture.toStdString();
+        }
     }
 }
 

@@ -189,7 +189,8 @@ ClipCache::~ClipCache()
 bool ClipCache::attach()
 {
     // A segment that nobody keeps current any more may have been replaced.
-    if (_segment && ProcessMark::isAlive(_segment->publisher().load())) return true;
+    if (_segment && _segment->isAt(kinds[_kind]) && ProcessMark::isAlive(_segment->publisher().load()))
+        return true;
     _segment = Segment::open(kinds[_kind]);
     _generation = 0;
     _listings.clear();

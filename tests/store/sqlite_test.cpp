@@ -55,7 +55,7 @@ TEST_F(SqliteStore, takenAwayUnderARunningProcessComesBackFromItsMemoryAndNoComm
 {
     expectLog("sqliterepair", "has been restored: it was removed");
     expectLog("sqliterepair", "is damaged: its file was overwritten");
-    expectLog("sqliterepair", "is damaged: it is empty");
+    allowLog("sqliterepair", "has been restored");
     allowLog("storestate");
     const auto remove = [this] { QFile::remove(path()); };
     const auto removeAll = [this] {
@@ -90,7 +90,7 @@ TEST_F(SqliteStore, takenAwayUnderARunningProcessComesBackFromItsMemoryAndNoComm
             ASSERT_TRUE(fresh->setUInt(eParam_GoToClipIndex, round)) << fresh->lastError();
             EXPECT_TRUE(listener.waitForLast(eParam_GoToClipIndex, reel)) << "harm " << round;
             EXPECT_TRUE(Stepper::waitFor([&] { return textOf(*fresh, eParam_ReelNumber) == reel; })) << round;
-            EXPECT_TRUE(hasAlarm(*fresh));
+            EXPECT_TRUE(anotherMakesIt || hasAlarm(*fresh));
         }
     EXPECT_EQ(listener.values(eParam_GoToClipIndex).size(), round);
 }
@@ -140,6 +140,7 @@ TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)
 
 TEST_F(SqliteStore, listenerBehindTheLogGetsASnapshot)
 {
+    expectLog("storereader", "has dropped changes before they could be read (200000 were missing)");
     const auto daemon = openStore(uri, "", true);
     RecordingListener listener;
     daemon->addListener(&listener);

@@ -99,9 +99,9 @@ StoreResult SqliteBackend::createOrRestore(const std::string &reason)
                                             ++top, storeSource("store"), wallMicroseconds()};
         qmxLogOutput(1, module, __LINE__, "%s. Look at the settings\n", text.c_str());
     }
-    static std::atomic<unsigned> made = 0; // a clock may stand still
+    static std::atomic<unsigned> count = 0; // a clock may stand still
     const std::string epoch = stamp + "-" + std::to_string(_context.environment.clock->wallTime()) + "-" +
-                              std::to_string(::getpid()) + "-" + std::to_string(++made) +
+                              std::to_string(::getpid()) + "-" + std::to_string(++count) +
                               StoreCursor::epochSuffix(top);
     const std::string fresh = _files.database() + ".new";
     if (const StoreResult made = SqliteSchema::createFile(fresh, image, top, epoch); !made.isDone())

@@ -48,10 +48,10 @@ make_package() { # NAME DEPENDS SECTION SUMMARY DESCRIPTION
     mkdir -p "$root/DEBIAN" "$root/usr/share/doc/$1"
     cp packaging/copyright "$root/usr/share/doc/$1/copyright"
     for script in postinst prerm postrm; do
-        [ -f "packaging/$1/$script" ] && install -m 755 "packaging/$1/$script" "$root/DEBIAN/$script"
+        if [ -f "packaging/$1/$script" ]; then install -m 755 "packaging/$1/$script" "$root/DEBIAN/$script"; fi
     done
-    (cd "$root" && [ -d etc ] && find etc -type f -printf '/%p\n' | sort >DEBIAN/conffiles)
-    (cd "$root" && find usr etc -type f 2>/dev/null | sort | xargs -r md5sum >DEBIAN/md5sums)
+    if [ -d "$root/etc" ]; then (cd "$root" && find etc -type f -printf '/%p\n' | sort >DEBIAN/conffiles); fi
+    (cd "$root" && find . -path ./DEBIAN -prune -o -type f -printf '%P\n' | sort | xargs -r -d '\n' md5sum >DEBIAN/md5sums)
     cat >"$root/DEBIAN/control" <<TEXT
 Package: $1
 Version: $version
@@ -75,7 +75,8 @@ install -D -m 644 -t "$recorder/lib/systemd/system" packaging/xp-recorder/*.serv
 install -D -m 644 packaging/xp-recorder/lumen.ini "$recorder/etc/xp/lumen.ini"
 install -D -m 644 packaging/xp-recorder/logrotate "$recorder/etc/logrotate.d/xp-recorder"
 install -D -m 644 packaging/xp-recorder/tmpfiles "$recorder/usr/lib/tmpfiles.d/xp-recorder.conf"
-install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder" docs/operator.md docs/engineer.md
+install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder" docs/operator.md docs/engineer.md docs/manual.md
+install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder/pictures" docs/pictures/*.png
 
 install -D -m 644 -t "$tools/lib/systemd/system" packaging/xp-tools/*.service
 install -D -m 644 -t "$tools/usr/share/doc/xp-tools" docs/xpctl.schema.json

@@ -37,7 +37,7 @@ TEST(DebugMode, isDrivenOverTcpWithStandardInputAtItsEnd)
         ask '  play   -2  x '; ask still; until_true is transport_status still
         ask 'cue 7'; until_true eval 'xpctl --json status | grep -q "\"frame\":7,"'
         ask 'step -3'; until_true eval 'xpctl --json status | grep -q "\"frame\":4,"'
-        ask 'loop 1'; ask clips; ask 'clip 0'; ask PLAY; ask '   '; ask stop
+        ask 'loop 1'; xpctl set playback_source all_clips; until_true eval 'ask clips | grep "^clips: 0: "'; ask 'clip 0'; ask PLAY; ask '   '; ask stop
         # Two hundred clients that vanish in the middle of a line, one that floods and never reads, every byte.
         for i in $(seq 200); do (exec 4<>/dev/tcp/127.0.0.1/6502; printf 'stat' >&4); done
         (exec 4<>/dev/tcp/127.0.0.1/6502; for i in $(seq 20000); do echo mem; done >&4; echo quit >&4) 2>/dev/null &

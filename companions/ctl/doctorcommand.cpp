@@ -21,8 +21,8 @@ ExitCode ctlDoctor(const Report &report, const Arguments &)
     for (const DoctorCheck &check : doctorChecks()) {
         // Without a store there is nothing that the others could ask.
         const bool isUnknown = !recorder.hasStore() && &check != doctorChecks().data();
-        const Finding finding = isUnknown ? Finding{Finding::Hint, "not looked at: there is no store", {}}
-                                           : check.look(recorder);
+        const Finding finding =
+            isUnknown ? Finding{Finding::Hint, "not looked at: there is no store", {}} : check.look(recorder);
         allWell = allWell && finding.state != Finding::Wrong;
         checks.append(QJsonObject{{"name", check.name},
                                   {"state", states[finding.state].name},

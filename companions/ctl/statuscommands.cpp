@@ -93,8 +93,8 @@ ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arg
         if (now == tick && recorder.daemonIsRunning()) {
             return false;
         }
-        tick = now;
         const View view = look(recorder);
+        tick = view.object["tick"].toInteger(); // the one that the line shows
         if (view.text != last || report.isJson()) {
             report.line(view.text, view.object);
             last = view.text;

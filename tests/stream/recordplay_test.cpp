@@ -59,7 +59,9 @@ TEST(RecordAndPlay, everyFrameOfATakeComesBackWithItsKeysAndItsSound)
         ASSERT_EQ(read.vids().constFirst().desc(), imageDesc());
         ASSERT_EQ(read.auds().constFirst().desc(), audioDesc());
         ASSERT_EQ(read.auds().constFirst().data()[0], (frame + 1) << 8);
-        ASSERT_EQ(QmxPlayhead::instance()->position(), frame + 1);
+        // Past the end it stands on the last frame.
+        ASSERT_EQ(QmxPlayhead::instance()->position(),
+                  std::min<int>(frame + 1, rig.stream.info().length() - 1));
     }
     EXPECT_TRUE(rig.cache.atEndOfStream());
     EXPECT_EQ(rig.cache.framesInCache(), 0);

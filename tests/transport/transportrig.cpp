@@ -3,17 +3,25 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/device/lumenprofile.h"
+#include "platform/qmx/stream/qmxstream.h"
 #include "xpd/transport/lossofvideofile.h"
+
+#include <QFile>
 
 namespace {
 
 /// The file system as it is, but for what the machine would bring into the test: the video card is connected
-/// as the test says, and every still for a lost input is the test's one.
+/// as the test says, and the stills for a lost input are those in the test's folder, else its one.
 class TestMachineFiles : public QmxFiles
 {
 public:
-    TestMachineFiles(const QString &profile, const QString &still) : _profile(profile), _still(still) {}
+    TestMachineFiles(const QString &profile, const QString &media)
+        : _profile(profile),
+          _stills(media + QStringLiteral("/stills")),
+          _still(media + QStringLiteral("/still.mov"))
+    {}
 
     int open(const QString &path, int flags, mode_t mode) override
     {
@@ -25,10 +33,14 @@ private:
     QString here(const QString &path) const
     {
         if (path == QLatin1String(LumenProfile::defaultPath)) return _profile;
-        return path.startsWith(QLatin1String(lossOfVideoDirectory)) ? _still : path;
+        const QLatin1String installed(lossOfVideoDirectory);
+        if (!path.startsWith(installed)) return path;
+        const QString one = _stills + path.mid(installed.size());
+        return QFile::exists(one) ? one : _still;
     }
 
     QString _profile;
+    QString _stills;
     QString _still;
 };
 
@@ -39,9 +51,13 @@ TransportRig::TransportRig(const QString &input, const QString &device)
     const QString profile = media.file(QStringLiteral("lumen.ini"));
     const QString text = QStringLiteral("[device]\nworkers=2\n%1\n[inputs]\n601=%2\n").arg(device, input);
     writeAll(profile, text.toUtf8());
+    files = std::make_shared<FaultyFiles>(std::make_shared<TestMachineFiles>(profile, media.path()));
     QmxEnvironment environment = QmxEnvironment::current();
-    environment.files = std::make_shared<TestMachineFiles>(profile, media.file(QStringLiteral("still.mov")));
+    environment.files = files;
     QmxEnvironment::setCurrent(environment);
+    LumenOptions options;
+    options.board = board;
+    LumenOptions::setCurrent(options);
     registerMetaTypes();
     // Another program on this machine may hold the shared counters.
     allowLog(QStringLiteral("lumen"), QStringLiteral("/xpd_counters cannot be shared"));
@@ -68,6 +84,28 @@ void TransportRig::restart()
 TransportRig::~TransportRig()
 {
     if (_vtr) shutDown();
+    LumenOptions::setCurrent({});
+}
+
+QmxStream &TransportRig::stream() const
+{
+    return *_vtr->findChild<QmxStream *>(QString(), Qt::FindDirectChildrenOnly);
+}
+
+void TransportRig::setSlowMedium(bool slow)
+{
+    files->clear();
+    constexpr int calls = 40;
+    for (int n = 1; slow && n <= calls; ++n) {
+        files->stallNth(FaultyFiles::Open, n, 230 * QmxClock::nsPerMillisecond);
+        files->stallNth(FaultyFiles::Fdatasync, n, 90 * QmxClock::nsPerMillisecond);
+    }
+}
+
+QmxError TransportRig::loseImage(QmxFrame &frame)
+{
+    frame.vids().first() = QmxImage(frame.vids().first().desc());
+    return {};
 }
 
 void TransportRig::listen()

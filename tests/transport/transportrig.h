@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/device/lumenboard.h"
+#include "tests/support/faultyfiles.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"
 #include "tests/support/stepper.h"
@@ -9,7 +11,30 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
+
+class QmxStream;
+
+/// Hardware under the card that does what the test says.
+class TestBoard : public LumenBoard
+{
+public:
+    QmxError open() override { return openError; }
+    QmxError setup(const QmxVideoDeviceSetup &) override
+    {
+        if (failingSetups == 0) return {};
+        --failingSetups;
+        return QmxError(EIO);
+    }
+    QmxError read(QmxFrame &frame) override { return onRead ? onRead(frame) : QmxError(); }
+    QmxError write(const QmxFrame &) override { return writeError; }
+
+    QmxError openError;
+    int failingSetups = 0; ///< that come next
+    std::function<QmxError(QmxFrame &frame)> onRead;
+    QmxError writeError;
+};
 
 /// A whole transport on virtual time, with this test in the place of the application: it answers the
 /// requests and writes down, in order, what the transport tells.
@@ -31,6 +56,8 @@ protected:
     void shutDown();
     /// Shuts down and begins again with a new transport, up to StandbyOff.
     void restart();
+    /// Makes another one, not started.
+    void create();
     /// Destroys the transport as it stands.
     void abandon() { _vtr.reset(); }
 
@@ -48,7 +75,16 @@ protected:
     QStringList logged() const { return LogCollector::texts(QStringLiteral("vtrobject")).mid(_logMark); }
     void forgetLog() { _logMark = LogCollector::texts(QStringLiteral("vtrobject")).size(); }
 
+    /// The transport's stream; the still's is another object.
+    QmxStream &stream() const;
+    /// Opens and durable writes of the medium take their time, from now on or no longer.
+    void setSlowMedium(bool slow);
+    /// Frames as a board hands them over whose input is gone.
+    static QmxError loseImage(QmxFrame &frame);
+
     TestDir media;
+    std::shared_ptr<TestBoard> board = std::make_shared<TestBoard>();
+    std::shared_ptr<FaultyFiles> files;
     QStringList events;
     QVariant playbackDesc;
     int startFrame = 0;
@@ -62,7 +98,6 @@ protected:
     }
 
 private:
-    void create();
     void listen();
 
     std::unique_ptr<VtrObject> _vtr;

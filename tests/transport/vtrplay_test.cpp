@@ -94,6 +94,40 @@ TEST_F(PlayTest, cueAndStep_showTheFrameAskedFor)
     EXPECT_EQ(vtr().currentFrameNumber(), 7);
 }
 
+TEST_F(PlayTest, everyStepCountsHoweverFastTheyCome)
+{
+    prepare(70);
+    allowLog("vtrobject", "but pending cue at");
+    // One step at each event of the loop, from the moment at which they are taken.
+    const auto steps = [this](int count) {
+        return Stepper::runUntil([this, count, done = 0]() mutable {
+            if (!vtr().hasPendingModeChange() && vtr().state().mode().isInModePlay()) {
+                vtr().step(1);
+                ++done;
+            }
+            return done == count;
+        });
+    };
+    playbackDesc = media.file("clip.mov");
+    vtr().still();
+    ASSERT_TRUE(steps(6));
+    EXPECT_TRUE(runUntilFrame(6)) << "before the first picture: " << vtr().currentFrameNumber();
+    Stepper::runMs(1000);
+    EXPECT_EQ(vtr().currentFrameNumber(), 6);
+    vtr().step(1);
+    EXPECT_TRUE(runUntilFrame(7)) << "nothing is left over";
+
+    // Where nothing is loaded yet, from a medium that is slower than the operator.
+    for (int n = 1; n < 60; ++n)
+        files->stallNth(FaultyFiles::Pread, n, 70 * QmxClock::nsPerMillisecond);
+    vtr().cue(50);
+    ASSERT_TRUE(Stepper::runUntil([this] { return isIdle(); }));
+    ASSERT_TRUE(steps(9));
+    EXPECT_TRUE(runUntilFrame(59)) << vtr().currentFrameNumber();
+    Stepper::runMs(1000);
+    EXPECT_EQ(vtr().currentFrameNumber(), 59);
+}
+
 TEST_F(PlayTest, backToTheSameClip_resumesWhereTheOutputStood)
 {
     prepare(40);

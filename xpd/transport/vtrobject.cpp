@@ -11,6 +11,7 @@
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
+#include <QScopedValueRollback>
 #include <QStringList>
 #include <QTimer>
 
@@ -232,8 +233,12 @@ void VtrObject::beginNewMode()
 
 void VtrObject::process()
 {
-    if (!canProcess()) return;
-    if (!_switchReported && !handleModeSwitch()) return;
+    // What a cleanup or a begin tells may bring its receiver back here: it must not begin a second time.
+    if (!canProcess() || _isSwitching) return;
+    if (!_switchReported) {
+        const QScopedValueRollback<bool> switching(_isSwitching, true);
+        if (!handleModeSwitch()) return;
+    }
     if (canProcess()) processMode();
     if (_lastState != _state) emit stateChanged(VtrState(_lastState), VtrState(_state));
     _lastState = _state;

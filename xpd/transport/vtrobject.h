@@ -284,6 +284,7 @@ private:
     VtrState _lastState; ///< as last reported by stateChanged()
     bool _cleanupDone = true;
     bool _beginDone = true;
+    bool _isSwitching = false;   ///< handleModeSwitch() is at work
     bool _switchReported = true; ///< false from the request until all that begin started is done, too
     bool _recordOnRunningTimecode = false;
     bool _shutdownComplete = false;

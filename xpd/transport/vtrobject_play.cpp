@@ -52,7 +52,7 @@ void VtrObject::normaliseCachePosition()
     if (_cache->atEndOfStream()) _cache->seekToLastFrame();
 }
 
-/// Writes the next frame to the device; false when the device needs another set-up for it first.
+/// Writes the next frame to the device; false when that needs another set-up first, or has failed.
 bool VtrObject::playFrame(const QmxVideoDeviceSetup &running)
 {
     QmxFrame frame = _cache->peek();
@@ -70,7 +70,8 @@ bool VtrObject::playFrame(const QmxVideoDeviceSetup &running)
     if (isFirst || isLast) frame.setKeyFrameFlag(true);
     frame.meta().insert(VtrIds::Hold, QVariant(hold));
     setPlayFrameTimecode(frame);
-    _vdev->writeFrame(frame);
+    // One that is held is offered again and again: a device that cannot take it ends the pass.
+    if (_vdev->writeFrame(frame).isError()) return false;
     ++_framesPlayed;
     return true;
 }

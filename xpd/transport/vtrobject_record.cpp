@@ -142,6 +142,7 @@ bool VtrObject::replaceLostPicture(QmxFrame &frame)
     }
     raiseAlarm(VtrIds::InputLostAlarm, QmxAlarm::Warning,
                QStringLiteral("Loss of video during record, recording continued"), __LINE__);
+    if (!_state.mode().isInModeRecord()) return false; // a receiver of the alarm has ended it
     frame.vids() = _lossOfVideoStill.frame().vids();
     if (frame.vids().isEmpty() || !frame.vids().first().isValid()) {
         qmxLogOutput(Warning, source, __LINE__, "Loss of Video image buffer is not valid.\n");

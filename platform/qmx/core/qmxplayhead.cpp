@@ -9,7 +9,9 @@
 struct QmxPlayhead::Private
 {
     std::atomic<quint64> origin{0};
+    std::atomic<int> sought{0};
     std::atomic<int> position{0};
+    quint64 moves = 0;
     bool opening = false;
     QList<std::function<void()>> held;
 
@@ -17,6 +19,8 @@ struct QmxPlayhead::Private
     {
         if (!opening || which != origin.load()) return;
         opening = false;
+        // A flush that waits here counts from where the stream stood before what was sought with it.
+        if (held.isEmpty()) position = sought.load();
         const QList<std::function<void()>> callbacks = std::exchange(held, {});
         for (const std::function<void()> &callback : callbacks)
             callback();
@@ -35,6 +39,7 @@ QmxPlayhead *QmxPlayhead::instance()
 quint64 QmxPlayhead::openBegins()
 {
     d->opening = true;
+    d->sought = d->position = 0;
     return ++d->origin;
 }
 
@@ -68,7 +73,18 @@ void QmxPlayhead::whenOpened(std::function<void()> callback)
 
 void QmxPlayhead::setPosition(int frame)
 {
-    d->position = frame;
+    d->sought = frame;
+    ++d->moves;
+}
+
+void QmxPlayhead::settle()
+{
+    d->position = d->sought.load();
+}
+
+quint64 QmxPlayhead::moves() const
+{
+    return d->moves;
 }
 
 int QmxPlayhead::position() const

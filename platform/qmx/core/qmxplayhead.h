@@ -32,9 +32,16 @@ public:
     /// Runs `callback` when no open is in progress any more: at once when none is.
     void whenOpened(std::function<void()> callback);
 
+    /// The cache has moved to `frame`: by reading on, or by a seek, whose place counts as reached only when
+    /// settle() says so or an open ends.
     void setPosition(int frame);
-    /// The position at which the cache stands.
+    /// What the cache has been sought to holds from now on.
+    void settle();
+    /// The position at which the cache stands. A seek made to be completed by a flush is left out until the
+    /// flush has been reported, because its maker counts from where playback was before.
     int position() const;
+    /// Changes with every setPosition().
+    quint64 moves() const;
 
 private:
     QmxPlayhead();

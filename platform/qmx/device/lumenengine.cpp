@@ -88,10 +88,14 @@ void LumenEngine::push(DeviceEvent::Type type, quint64 serial)
     _events.push(event);
 }
 
-QmxError LumenEngine::setup(const QmxVideoDeviceSetup &setup)
+QmxError LumenEngine::check(const QmxVideoDeviceSetup &setup)
 {
-    if (!setup.imageDesc().isValid())
-        return {EINVAL, QStringLiteral("The set-up of the video device has no picture format")};
+    if (setup.imageDesc().isValid()) return {};
+    return {EINVAL, QStringLiteral("The set-up of the video device has no picture format")};
+}
+
+void LumenEngine::setup(const QmxVideoDeviceSetup &setup)
+{
     std::lock_guard lock(_mutex);
     _asked = setup;
     if (setup.isInCapture())
@@ -101,7 +105,6 @@ QmxError LumenEngine::setup(const QmxVideoDeviceSetup &setup)
     const double ticks =
         setup.imageDesc().frameRate().toDouble() * (setup.imageDesc().isInterlaced() ? 2 : 1);
     _events.setVbiBound(int(ticks * vbiSeconds));
-    return {};
 }
 
 void LumenEngine::setBounds(const QmxVideoDeviceSetup &setup)
@@ -167,7 +170,9 @@ void LumenEngine::applyPlayback(const QmxVideoDeviceSetup &setup)
         _hasSetup = true;
     }
     _startPending = true;
+    const bool sought = expectsSought();
     _playback.setup(setup);
+    if (sought) _soughtRun = _playback.newestRun();
     watch(setup);
 }
 
@@ -205,10 +210,24 @@ QmxVideoDeviceSetup LumenEngine::currentSetup() const
 void LumenEngine::flush()
 {
     std::lock_guard lock(_mutex);
-    if (_playing)
-        _playback.flush();
-    else if (!_capture.isRecording())
-        _capture.clear();
+    if (!_playing) {
+        if (!_capture.isRecording()) _capture.clear();
+        return;
+    }
+    const bool sought = expectsSought();
+    _playback.flush();
+    if (sought) _soughtRun = _playback.newestRun();
+}
+
+void LumenEngine::expectSought()
+{
+    std::lock_guard lock(_mutex);
+    if (_playing && !_playback.newestHasFrames()) _soughtRun = _playback.newestRun();
+}
+
+bool LumenEngine::expectsSought() const
+{
+    return _soughtRun == _playback.newestRun() && !_playback.newestHasFrames();
 }
 
 int LumenEngine::framesReadable() const
@@ -316,7 +335,8 @@ QmxMetadataHash LumenEngine::currentFrameMetadata() const
     QmxPlayhead *playhead = QmxPlayhead::instance();
     {
         std::lock_guard lock(_mutex);
-        const std::optional<QmxFrame> frame = _playing ? _playback.current() : std::nullopt;
+        const bool fromQueue = _playing && !expectsSought();
+        const std::optional<QmxFrame> frame = fromQueue ? _playback.current() : std::nullopt;
         if (frame && frame->origin() == playhead->origin()) return std::as_const(*frame).meta();
     }
     QmxMetadataHash metadata;

@@ -33,7 +33,10 @@ public:
     // Event loop.
     /// Looks at the input for the first time; before the first tick.
     QmxVideoState begin();
-    QmxError setup(const QmxVideoDeviceSetup &setup);
+    /// An error: the set-up describes nothing that could be set up.
+    static QmxError check(const QmxVideoDeviceSetup &setup);
+    /// Takes over one that has been checked.
+    void setup(const QmxVideoDeviceSetup &setup);
     QmxVideoDeviceSetup currentSetup() const;
     void flush();
     int framesReadable() const;
@@ -42,6 +45,10 @@ public:
     QmxError writeFrame(const QmxFrame &frame);
     void setProperty(const QmxId &key, const QVariant &value);
     QmxMetadataHash currentFrameMetadata() const;
+    /// The receivers of a flush's report have sought: until the next frame is written the current one is
+    /// that of the cache's position, so that what counts from it, like a step, does not count from a frame
+    /// that has been left.
+    void expectSought();
     QmxVideoRefState reference() const;
     QString stateString() const;
     bool isRecording() const;
@@ -88,6 +95,7 @@ private:
     void makeGenerator(const QmxVideoDeviceSetup &setup);
     void setDirection(const QmxId &direction);
     void jam(const QmxTimecode &value);
+    bool expectsSought() const;
     void push(DeviceEvent::Type type, quint64 serial = 0);
 
     // lumentick.cpp: clock thread.
@@ -138,6 +146,7 @@ private:
     quint64 _generation = 1;    ///< changes with what captured frames look like
     CaptureQueue _capture;
     PlaybackQueue _playback;
+    quint64 _soughtRun = 0; ///< begins with the frame at the cache's position; 0: none
     DecodedPictures _decoded;
     TimecodeGenerator _generator;
     RunningTimecode _runningTimecode;
@@ -149,6 +158,7 @@ private:
     QmxPicture _processed; ///< of the newest frame whose input conversion and table have been applied
     QmxMetadataHash _ancillary;
     QmxTimecode _inputTimecode;
+    int _heldTimecodes = 0; ///< frames since the input has none any more
     QmxVideoRefState _reference;
     bool _takeRead = false; ///< a frame has been read while the direction is record
     quint64 _take = 0;

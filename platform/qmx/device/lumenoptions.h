@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/device/lumenboard.h"
 #include "platform/qmx/device/lumenprofile.h"
 #include "platform/qmx/device/pictureworkers.h"
 #include "platform/qmx/device/qmxsink.h"
@@ -11,7 +12,8 @@
 #include <optional>
 
 /// What the software video card is made of: its profile and the makers of its edges. The defaults are the
-/// tables of this framework.
+/// tables of this framework. current() is what a card is made of that is not told otherwise; the main thread
+/// may set it before the card exists.
 struct LumenOptions
 {
     using SourceMaker =
@@ -27,4 +29,8 @@ struct LumenOptions
     GeneratorMaker createGenerator = qmxCreateInternalGenerator;
     SinkMaker createSink = qmxCreateSink;
     CodecLookup codec = qmxCodec;
+    std::shared_ptr<LumenBoard> board; ///< none: a card of software alone
+
+    static LumenOptions current();
+    static void setCurrent(const LumenOptions &options);
 };

@@ -9,6 +9,9 @@
 namespace {
 /// Frames of a take that are captured late after a stall of the clock thread; more are lost.
 constexpr qint64 mostCaughtUp = 12;
+/// Frames for which a timecode that has gone stands still: what six observations of a standstill take when
+/// each second one counts as the repeat of an interlaced frame.
+constexpr int mostHeldTimecodes = 14;
 /// Late ticks within a second that raise the alarm; it is cleared after a quiet time.
 constexpr int lateForAlarm = 5;
 constexpr qint64 lateQuietTime = 5 * QmxClock::nsPerSecond;
@@ -199,7 +202,11 @@ void LumenEngine::observe(const Seen &seen, const QmxTick &tick)
     const bool waits = _firstAfterLoss && _firstAfterLoss->coding != CapturedFrame::Coded;
     if (!waits) _firstAfterLoss.reset();
     const bool good = _detector.isGood(seen.input.state) && !_lossInTake && !waits;
-    _inputTimecode = good ? seen.input.timecode : QmxTimecode();
+    const QmxTimecode timecode = good ? seen.input.timecode : QmxTimecode();
+    // One that goes away stands still first. Who watches whether it runs needs a value to compare with: of
+    // one that is simply gone it would see a single interval, and neither the stop nor the next start.
+    _heldTimecodes = timecode.isValid() || !_inputTimecode.isValid() ? 0 : _heldTimecodes + 1;
+    if (_heldTimecodes == 0 || _heldTimecodes > mostHeldTimecodes) _inputTimecode = timecode;
     _runningTimecode.step(tick.index, _inputTimecode);
     _capture.setRunningSince(_runningTimecode.runningSince(), tick.index);
 }

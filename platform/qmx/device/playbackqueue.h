@@ -79,6 +79,7 @@ public:
     const Shown &shown() const { return _shown; }
     /// The run that frames written now belong to.
     quint64 newestRun() const { return _newest->id; }
+    bool newestHasFrames() const { return _newest->hasFrames; }
     /// The current frame: the first one of the newest run while it waits, else the one on the output.
     std::optional<QmxFrame> current() const;
     /// Pictures of the first `frames` waiting frames, in order.

@@ -13,6 +13,8 @@
 #include <QEvent>
 #include <QPointer>
 
+#include <optional>
+
 namespace {
 constexpr const char *logSource = "lumen";
 const QEvent::Type deliverEvent = QEvent::Type(QEvent::registerEventType());
@@ -28,6 +30,15 @@ struct QmxVideoDevice::Private
     void finishFlush();
     void failTake(const QmxError &error);
     void pushDone(DeviceEvent::Type type);
+    void finishSetup();
+    LumenBoard &board() const;
+
+    /// A set-up that the board has refused: the asked one until that is told.
+    struct Refused
+    {
+        QmxVideoDeviceSetup setup;
+        QmxError error;
+    };
 
     QmxVideoDevice *q;
     LumenOptions options;
@@ -39,12 +50,13 @@ struct QmxVideoDevice::Private
     bool inSetup = false;
     bool flushing = false;
     bool vbiInTake = false; ///< one has been delivered since the direction became record
+    std::optional<Refused> refused;
     QmxOperations::Token setupToken;
     QmxOperations::Token flushToken;
     std::shared_ptr<void> failures;
 };
 
-QmxVideoDevice::QmxVideoDevice(QObject *parent) : QmxVideoDevice(LumenOptions(), parent) {}
+QmxVideoDevice::QmxVideoDevice(QObject *parent) : QmxVideoDevice(LumenOptions::current(), parent) {}
 
 QmxVideoDevice::QmxVideoDevice(const LumenOptions &options, QObject *parent)
     : QObject(parent), d(std::make_unique<Private>(this, options))
@@ -63,6 +75,11 @@ bool QmxVideoDevice::open(const QString &name)
         return false;
     }
     d->wasOpened = true;
+    if (const QmxError error = d->board().open(); error.isError()) {
+        qmxLogOutput(2, logSource, __LINE__, "Video device \"%s\" cannot be opened: %s\n", qPrintable(name),
+                     qPrintable(error.toString()));
+        return false;
+    }
     // The machine's card publishes what it does; one with a profile of its own keeps it private.
     if (!d->options.profile && !QmxCounters::instance()->publish())
         qmxLogOutput(2, logSource, __LINE__,
@@ -89,6 +106,7 @@ void QmxVideoDevice::close()
     d->clock.reset();
     d->engine.reset();
     d->inSetup = d->flushing = false;
+    d->refused.reset();
     d->setupToken.reset();
     d->flushToken.reset();
 }
@@ -102,8 +120,11 @@ QmxError QmxVideoDevice::setup(const QmxVideoDeviceSetup &setup)
 {
     if (!isOpen()) return {ENODEV, QStringLiteral("The video device is not open")};
     if (d->inSetup) return {EBUSY, QStringLiteral("The video device is in set-up")};
-    const QmxError error = d->engine->setup(setup);
-    if (error.isError()) return error;
+    if (const QmxError error = LumenEngine::check(setup); error.isError()) return error;
+    if (const QmxError error = d->board().setup(setup); error.isError())
+        d->refused = Private::Refused{setup, error};
+    else
+        d->engine->setup(setup);
     d->inSetup = true;
     d->setupToken = QmxOperations::instance()->begin(QStringLiteral("setting up the video device"));
     d->pushDone(DeviceEvent::SetupDone);
@@ -118,7 +139,8 @@ bool QmxVideoDevice::isInSetup() const
 
 QmxVideoDeviceSetup QmxVideoDevice::currentSetup() const
 {
-    return isOpen() ? d->engine->currentSetup() : QmxVideoDeviceSetup();
+    if (!isOpen()) return {};
+    return d->refused ? d->refused->setup : d->engine->currentSetup();
 }
 
 void QmxVideoDevice::flush()
@@ -143,7 +165,8 @@ int QmxVideoDevice::framesReadable() const
 QmxError QmxVideoDevice::readFrame(QmxFrame &frame)
 {
     if (!isOpen()) return {ENODEV, QStringLiteral("The video device is not open")};
-    return d->engine->readFrame(frame);
+    const QmxError error = d->engine->readFrame(frame);
+    return error.isError() ? error : d->board().read(frame);
 }
 
 int QmxVideoDevice::framesWritable() const
@@ -154,7 +177,8 @@ int QmxVideoDevice::framesWritable() const
 QmxError QmxVideoDevice::writeFrame(const QmxFrame &frame)
 {
     if (!isOpen()) return {ENODEV, QStringLiteral("The video device is not open")};
-    const QmxError error = d->engine->writeFrame(frame);
+    QmxError error = d->board().write(frame);
+    if (!error.isError()) error = d->engine->writeFrame(frame);
     if (error.isError())
         QMetaObject::invokeMethod(
             this, [this, error, frame] { emit writeToHardwareFailed(error, frame); }, Qt::QueuedConnection);
@@ -219,9 +243,7 @@ void QmxVideoDevice::Private::deliver(const DeviceEvent &event)
         emit q->vbi(event.vbi);
         break;
     case DeviceEvent::SetupDone:
-        inSetup = false;
-        setupToken.reset();
-        emit q->setupIsDone(QmxError());
+        finishSetup();
         break;
     case DeviceEvent::HardwareStarted:
         emit q->hardwareStarted();
@@ -268,11 +290,32 @@ void QmxVideoDevice::Private::deliverCaptureDrop(const DeviceEvent &event)
     emit q->frameDropped();
 }
 
+LumenBoard &QmxVideoDevice::Private::board() const
+{
+    static LumenBoard none;
+    return options.board ? *options.board : none;
+}
+
+void QmxVideoDevice::Private::finishSetup()
+{
+    inSetup = false;
+    setupToken.reset();
+    const QmxError error = refused ? refused->error : QmxError();
+    refused.reset();
+    emit q->setupIsDone(error);
+}
+
 void QmxVideoDevice::Private::finishFlush()
 {
     flushing = false;
     flushToken.reset();
+    const QPointer<QmxVideoDevice> alive(q);
+    QmxPlayhead *playhead = QmxPlayhead::instance();
+    const quint64 moves = playhead->moves();
     emit q->flushed(engine->currentFrameMetadata());
+    if (!alive || !q->isOpen()) return;
+    playhead->settle();
+    if (playhead->moves() != moves) engine->expectSought();
 }
 
 void QmxVideoDevice::Private::failTake(const QmxError &error)

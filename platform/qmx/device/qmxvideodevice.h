@@ -66,7 +66,8 @@ public:
     using QObject::setProperty;
 
     /// Of the first frame of the newest run while it waits, else of the frame on the output, if it came from
-    /// the read stream opened last; else key 1 alone, the position of that stream's cache.
+    /// the read stream opened last; else key 1 alone, the position of that stream's cache. Also the latter
+    /// when the report of a flush has made its receiver seek, until the frame sought has been written.
     QmxMetadataHash currentFrameMetadata() const;
     /// Of the sync source that the set-up chose. Input 0.
     QmxVideoRefState refInputState(int input) const;

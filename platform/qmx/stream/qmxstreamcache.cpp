@@ -123,7 +123,8 @@ void QmxStreamCache::Private::seek(const KeptSeek &to)
 
 void QmxStreamCache::Private::moved()
 {
-    QmxPlayhead::instance()->setPosition(position());
+    // Past an end the frame at that end is the one that comes next.
+    QmxPlayhead::instance()->setPosition(qBound(0, position(), qMax(0, length - 1)));
     fill();
 }
 
@@ -215,10 +216,9 @@ void QmxStreamCache::Private::openDelivered(int open)
         return;
     }
     if (isReading()) {
-        if (kept)
-            seek(*std::exchange(kept, std::nullopt));
-        else
-            moved();
+        moved();
+        QmxPlayhead::instance()->settle();
+        if (kept) seek(*std::exchange(kept, std::nullopt));
     }
     QmxPlayhead::instance()->openEnds(origin);
 }
@@ -393,6 +393,7 @@ QmxFrame QmxStreamCache::read()
     if (d->isReading() && d->frames.contains(d->position())) {
         ++d->cadence.reads;
         d->moved();
+        QmxPlayhead::instance()->settle();
     }
     return frame;
 }

@@ -1,0 +1,337 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A device that fails, at each step; and an input whose timecode decides.
+#include "companions/stills/stillclips.h"
+#include "platform/qmx/codec/qmxvideocodec.h"
+#include "platform/qmx/device/qmxvideodevice.h"
+#include "platform/qmx/stream/qmxclipreader.h"
+#include "platform/qmx/stream/qmxstream.h"
+#include "tests/transport/transportrig.h"
+#include "xpd/transport/lossofvideofile.h"
+
+#include <QFile>
+#include <QRegularExpression>
+
+namespace {
+
+class DeviceTest : public TransportRig
+{
+protected:
+    DeviceTest() : TransportRig("generator:?rate=25&size=720x576&scan=i") {}
+
+    void expectRecords(const char *name)
+    {
+        recordClip(name, 10);
+        QmxClipReader reader;
+        ASSERT_FALSE(reader.open(media.file(name)).isError());
+        EXPECT_GE(reader.info().frames, 10);
+    }
+};
+
+class RunningTimecodeTest : public TransportRig
+{
+protected:
+    /// Stands at first, runs, repeats one frame, is lost with the whole input for less than its return
+    /// takes, comes back running, and stands again.
+    RunningTimecodeTest()
+        : TransportRig("generator:?rate=25&size=720x576&scan=i&tc=10:00:00:00"
+                       "&tcrun=off@0,on@80,off@120,on@121,off@300&loss=150-154")
+    {}
+};
+
+class StillsTest : public TransportRig
+{
+protected:
+    StillsTest() : TransportRig("generator:?rate=25&size=720x576&scan=i") {}
+
+    static QByteArray bytes(const QmxFrame &frame)
+    {
+        const QmxBuffer buffer = frame.vids().first().buffers().first();
+        return {reinterpret_cast<const char *>(buffer.constData()), buffer.size()};
+    }
+    static void expectLook(const QmxFrame &frame);
+    /// A take of generated pictures in this format, whose picture has just gone.
+    void recordAndLose(const QmxImageDesc &format);
+};
+
+void StillsTest::recordAndLose(const QmxImageDesc &format)
+{
+    QmxImageDesc generated = format;
+    generated.setFrameRate(25);
+    vtr().setEncodeFormat(format.dataType());
+    vtr().setVideoSignalGenFormat(generated);
+    vtr().setVideoSignalGenMode(QmxId(801));
+    Stepper::runMs(560);
+    recordDesc = media.file("take.mov");
+    alarms.clear();
+    vtr().record();
+    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() > 0; }));
+    board->onRead = loseImage;
+}
+
+/// White words in the middle of black, and nothing outside the legal range.
+void StillsTest::expectLook(const QmxFrame &frame)
+{
+    const QmxImage image = frame.vids().first();
+    QmxPicture picture;
+    const auto decoder = qmxCodec(image.desc().dataType())->createDecoder(image.desc());
+    ASSERT_FALSE(decoder->decode(image.buffers().first(), picture).isError());
+    ASSERT_EQ(picture.size(), QSize(image.desc().width(), image.desc().height()));
+    constexpr int black = 64, white = 940, ringing = 40;
+    int bright = 0, darkest = white, brightest = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        const quint16 *row = picture.row(0, y);
+        for (int x = 0; x < picture.width(); ++x) {
+            bright += row[x] > (black + white) / 2;
+            darkest = std::min<int>(darkest, row[x]);
+            brightest = std::max<int>(brightest, row[x]);
+        }
+    }
+    EXPECT_GT(bright, picture.width() * picture.height() / 100);
+    EXPECT_NEAR(darkest, black, ringing);
+    EXPECT_GT(brightest, white * 2 / 3);
+    EXPECT_LE(brightest, white + ringing);
+    EXPECT_NEAR(picture.row(0, 0)[0], black, ringing);
+}
+
+} // namespace
+
+TEST_F(DeviceTest, aSetupThatFailsLateFallsBackAndTheNextOneWorks)
+{
+    expectLog("vtrobject", "VIDEO DEVICE: Setup Error 5");
+    startUp();
+    recordClip("clip.mov", 12);
+    int superOut = 1300;
+    for (const int failures : {1, 2, 5}) {
+        SCOPED_TRACE(failures);
+        board->failingSetups = failures;
+        forgetLog();
+        vtr().setSuperOut(QmxId(superOut++));
+        Stepper::runMs(600);
+        ASSERT_TRUE(runUntilIdle());
+        EXPECT_EQ(logged().count("VIDEO DEVICE: Setup Error 5"), failures);
+        EXPECT_EQ(logged().count("VIDEO DEVICE: Setup is Done"), 1) << "the default one, in the end";
+        expectRecords(qPrintable(QStringLiteral("take%1.mov").arg(failures)));
+    }
+    // In play it is the picture that waits; leaving play sets up anew.
+    playbackDesc = media.file("clip.mov");
+    board->failingSetups = 1;
+    vtr().play(0.0);
+    ASSERT_TRUE(Stepper::runUntil([this] { return board->failingSetups == 0 && isIdle() && hasPicture(); }));
+    vtr().standbyOff();
+    board->failingSetups = 1;
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    // The end does not depend on it.
+    board->failingSetups = 2;
+    vtr().shutdown();
+    EXPECT_TRUE(Stepper::runUntil([this] { return vtr().isShutdownComplete(); }));
+}
+
+TEST_F(DeviceTest, aCardThatCannotBeOpenedLeavesATransportThatCanBeEnded)
+{
+    board->openError = QmxError(ENODEV);
+    expectLog("lumen", "cannot be opened");
+    expectLog("vtrobject", "Failed to open video device 'lumen'");
+    expectLog("vtrobject", "VIDEO DEVICE: Initial Setup Error 19");
+    expectLog("vtrobject", "Video device failed to setup.");
+    expectLog("vtrobject", "Record Inhibited");
+    expectLog("vtrobject", "STREAM: Failed to get a playback stream descriptor");
+    expectLog("vtrobject", "Failed to open stream for read");
+    expectLog("vtrobject", "shutdown() should have been called before destruction!"); // the one of the rig
+    expectLog("vtrobject", "Can't enter mode StandbyOff.  Pending mode change from StandbyOff to Shutdown");
+    create();
+    vtr().start();
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    vtr().record();
+    vtr().play();
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    vtr().shutdown();
+    EXPECT_TRUE(Stepper::runUntil([this] { return vtr().isShutdownComplete(); }));
+}
+
+TEST_F(DeviceTest, framesWithoutPictureBeforeTheFirstGoodOneAreNoLoss)
+{
+    expectLog("vtrobject", "Image 0 is invalid");
+    startUp();
+    for (const bool stops : {true, false}) {
+        vtr().setStopOnLossOfVideo(stops);
+        board->onRead = loseImage;
+        recordDesc = media.file(QStringLiteral("late%1.mov").arg(stops));
+        vtr().record();
+        Stepper::runMs(1000);
+        EXPECT_TRUE(stream().isClosed());
+        board->onRead = nullptr;
+        ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() > 5; }));
+        vtr().standbyOff();
+        ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    }
+    EXPECT_TRUE(alarms.isEmpty());
+}
+
+TEST_F(DeviceTest, aDroppedFrameCountsInNormalPlayAndInATakeOnly)
+{
+    allowLog("vtrobject", "Playback continued after dropped frame");
+    allowLog("vtrobject", "Playback stopped due to dropped frame");
+    expectLog("vtrobject", "Recording stopped due to dropped frame.  STATE VR ");
+    startUp();
+    recordClip("long.mov", 100);
+    int told = 0;
+    QObject::connect(&vtr(), &VtrObject::frameDropped, [&told] { ++told; });
+    const auto drop = [&](int expected) {
+        alarms.clear();
+        told = 0;
+        emit vtr().findChild<QmxVideoDevice *>()->frameDropped();
+        EXPECT_EQ(told, expected);
+        EXPECT_EQ(alarms.size(), expected);
+    };
+    drop(0);
+    vtr().setLooping(true); // so that no end turns it still
+    for (const bool stops : {false, true}) {
+        vtr().setStopOnFrameDrop(stops);
+        for (const double speed : {0.5, 2.0, -1.0, -20.0, 0.0, 1.0}) {
+            SCOPED_TRACE(speed);
+            events.clear();
+            playClip("long.mov", speed);
+            Stepper::runMs(200);
+            vtr().play(speed);
+            ASSERT_TRUE(runUntilIdle());
+            drop(speed == 1.0);
+            EXPECT_EQ(vtr().state().speed(), stops && speed == 1.0 ? 0.0 : speed);
+            vtr().standbyOff();
+            drop(0); // between modes
+            ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+        }
+    }
+    recordDesc = media.file("take.mov");
+    vtr().record();
+    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() > 3; }));
+    drop(1);
+    EXPECT_EQ(count(1904, QmxAlarm::Error, "Recording stopped due to dropped frame"), 1);
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+}
+
+TEST_F(DeviceTest, onlyTheFirstInputIsFollowedAndBehindTheGeneratorSilently)
+{
+    startUp();
+    QmxVideoState other = vtr().inputState();
+    QmxImageDesc format = other.captureImageDesc();
+    format.setSize(192, 120);
+    other.setCaptureImageDesc(format);
+    const auto change = [this](int input, const QmxVideoState &state) {
+        events.clear();
+        emit vtr().findChild<QmxVideoDevice *>()->inputChanged(input, state);
+        return events.filter("input ");
+    };
+    const QmxVideoState first = vtr().inputState();
+    EXPECT_EQ(change(1, other), QStringList());
+    EXPECT_TRUE(vtr().inputState() == first);
+    EXPECT_EQ(change(0, first), QStringList());
+    EXPECT_EQ(change(0, other), QStringList{"input 0 valid"});
+    EXPECT_EQ(change(0, QmxVideoState()), QStringList{"input 0 invalid"});
+    QmxVideoState present;
+    present.setPresent(true);
+    EXPECT_EQ(change(0, present), QStringList()) << "still not valid";
+
+    format.setDataType(QmxId(231));
+    vtr().setVideoSignalGenFormat(format);
+    vtr().setVideoSignalGenMode(QmxId(800));
+    EXPECT_EQ(change(0, first), QStringList());
+    EXPECT_TRUE(vtr().inputState() == first);
+    EXPECT_EQ(change(1, other), QStringList());
+    events.clear();
+    vtr().setVideoSignalGenMode(QmxId());
+    EXPECT_EQ(events, QStringList{"input 0 valid"});
+}
+
+TEST_F(DeviceTest, framesLeftInTheCacheAtTheEndAreInTheClip)
+{
+    startUp();
+    recordDesc = media.file("stalled.mov");
+    vtr().record();
+    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() > 5; }));
+    constexpr qint64 longest = 8 * QmxClock::nsPerSecond;
+    files->stallNth(FaultyFiles::Pwrite, 1, longest);
+    ASSERT_TRUE(Stepper::runUntil([this] { return !vtr().stateToString().contains(" SC 0 "); }, longest));
+    const int accepted = framesRecorded();
+    forgetLog();
+    vtr().standbyOff();
+    EXPECT_EQ(logged().filter("frames still in cache, scheduling them for write").size(), 1);
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    QmxClipReader reader;
+    ASSERT_FALSE(reader.open(media.file("stalled.mov")).isError());
+    EXPECT_GE(reader.info().frames, accepted);
+    int before = 0;
+    for (qint64 i = 0; i < reader.info().frames; ++i) {
+        QmxFrame frame;
+        ASSERT_FALSE(reader.readFrame(i, frame).isError());
+        const int now = std::as_const(frame).meta().value(QmxId(12)).value<QmxTimecode>().toFrameNumber();
+        ASSERT_TRUE(i == 0 || now == before + 1) << i;
+        before = now;
+    }
+}
+
+TEST_F(RunningTimecodeTest, recordsEachRunThroughAGlitchAndAgainAfterALoss)
+{
+    expectLog("vtrobject", "Image 0 is invalid");
+    expectLog("vtrobject", "Empty frame, stop on LoV is set.  Stopping record");
+    startUp();
+    vtr().setTCGSource(QmxId(1520));
+    vtr().setRecordOnRunningTimecode(true);
+    Stepper::runMs(700);
+    const auto untilTake = [this](VtrMode::Value mode) {
+        return Stepper::runUntil([this, mode] { return vtr().state().mode().value() == mode && isIdle(); });
+    };
+    QList<qint64> lengths;
+    for (const char *name : {"first.mov", "second.mov"}) {
+        recordDesc = media.file(name);
+        ASSERT_TRUE(untilTake(VtrMode::Record)) << name;
+        ASSERT_TRUE(untilTake(VtrMode::StandbyOff)) << name;
+        QmxClipReader reader;
+        ASSERT_FALSE(reader.open(media.file(name)).isError());
+        lengths.append(reader.info().frames);
+    }
+    EXPECT_NEAR(lengths[0], 70, 4) << "from the start of the run to the loss";
+    // Half a second of good input, six frames until it is believed to run; twelve until it is believed to
+    // stand.
+    EXPECT_GT(lengths[1], 100);
+    EXPECT_EQ(count(1907, QmxAlarm::Error, "Recording stopped due to loss of video"), 1);
+    EXPECT_EQ(events.filter(QRegularExpression("^open$")).size(), 2);
+}
+
+TEST_F(StillsTest, everyRowIsWhatTheTakeHasInPlaceOfALostPicture)
+{
+    allowLog("vtrobject", "Image 0 is invalid");
+    const QList<StillClip> clips = stillClips();
+    ASSERT_EQ(clips.size(), lossOfVideoFiles().size());
+    startUp();
+    vtr().setStopOnLossOfVideo(false);
+    for (const StillClip &clip : clips) {
+        SCOPED_TRACE(clip.file.toStdString());
+        ASSERT_FALSE(writeStillClip(media.file("stills"), clip).isError());
+        recordAndLose(clip.desc);
+        const int before = framesRecorded();
+        ASSERT_TRUE(Stepper::runUntil([&] { return framesRecorded() > before + 1; }));
+        vtr().standbyOff();
+        ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+        board->onRead = nullptr;
+
+        QmxClipReader take, still;
+        QmxFrame replaced, original;
+        ASSERT_FALSE(take.open(media.file("take.mov")).isError());
+        ASSERT_FALSE(still.open(media.file("stills/" + clip.file)).isError());
+        ASSERT_FALSE(take.readFrame(take.info().frames - 1, replaced).isError());
+        ASSERT_FALSE(still.readFrame(0, original).isError());
+        EXPECT_EQ(take.info().image.dataType(), clip.desc.dataType());
+        EXPECT_TRUE(bytes(replaced) == bytes(original));
+        expectLook(replaced);
+        EXPECT_FALSE(alarms.isEmpty());
+        QFile::remove(media.file("take.mov"));
+        QFile::remove(media.file("stills/" + clip.file));
+    }
+    // One that is there and no clip.
+    allowLog("", "loss_of_video");
+    expectLog("vtrobject", "Loss of Video image buffer is not valid.");
+    writeAll(media.file("stills/" + clips.first().file), QByteArray(4000, '\x5a'));
+    recordAndLose(clips.first().desc);
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    EXPECT_EQ(count(1905, QmxAlarm::Error, "Invalid Loss Of Video image buffer"), 1);
+}

@@ -91,6 +91,12 @@ int main(int argc, char **argv)
     registerMetaTypes();
 
     MainObject mainObject(debug, nullptr);
+    QMetaObject::invokeMethod(
+        &app,
+        [] {
+            if (exitIsRequested()) QCoreApplication::exit(0);
+        },
+        Qt::QueuedConnection);
     const int result = QCoreApplication::exec();
     if (detached && result == 0) Daemonizer::setDone();
     return result;

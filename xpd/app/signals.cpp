@@ -57,6 +57,8 @@ constexpr bool plainHandlerGetsRecord()
 #endif
 }
 
+volatile sig_atomic_t exitRequested = 0;
+
 std::array<char, kDescriptionSize> describe(int sig, const siginfo_t *record, const void *context)
 {
     static const siginfo_t nothing = {};
@@ -124,7 +126,6 @@ void setupSignals()
 
 void signalAction(int sig, siginfo_t *info, void *context)
 {
-    static volatile sig_atomic_t exitRequested = 0;
     const auto description = describe(sig, info, context);
     switch (kindOf(sig)) {
     case Kind::Fatal:
@@ -146,6 +147,11 @@ void signalAction(int sig, siginfo_t *info, void *context)
         qmxLogOutput(2, kSource, __LINE__, "Ignoring Signal. %s\n", description.data());
         break;
     }
+}
+
+bool exitIsRequested()
+{
+    return exitRequested != 0;
 }
 
 void printBackTrace()

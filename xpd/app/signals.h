@@ -14,6 +14,9 @@ void setupSignals();
 /// calls what is not safe there: an aid for developers.
 void signalAction(int sig, siginfo_t *info, void *context);
 
+/// An exit signal has come. One that came before the event loop ran has had no loop to end.
+bool exitIsRequested();
+
 /// Prints the stack of the caller's caller and above on standard output.
 void printBackTrace();
 

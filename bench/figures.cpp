@@ -15,6 +15,7 @@ std::span<const BenchRow> benchRows()
         {"long_clip", "300,000 frames: opened while they are recorded, closed, opened again", benchLongClip},
         {"seek", "a frame out of order, and all of them in order, beside a bare read and decode", benchSeek},
         {"cue", "from the cue command to the picture on the output", benchCue},
+        {"prores", "our ProRes coder against libavcodec's: size, quality, CPU a frame", benchProRes},
     };
     return rows;
 }

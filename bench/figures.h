@@ -45,3 +45,5 @@ QList<Figure> benchLongClip(int seconds);
 QList<Figure> benchSeek(int seconds);
 // playbench.cpp
 QList<Figure> benchCue(int seconds);
+// proresbench.cpp
+QList<Figure> benchProRes(int seconds);

@@ -8,6 +8,7 @@ cd "${XP_ROOT:-$(dirname "$0")/..}"
 rules='
 platform/qmx/core:
 platform/qmx/codec: platform/qmx/core
+platform/qmx/codec/prores: platform/qmx/core
 platform/qmx/stream: platform/qmx/core platform/qmx/codec
 platform/qmx/device: platform/qmx/core platform/qmx/codec
 platform/store: platform/qmx/core

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything that can be said about the code without a person: names what it ran and what failed.
-#   check.sh [format|folders|libraries|params|lint|asan|tsan|fuzz|kills|crash|day|package ...] [--long]   (nothing named: all but package)
+#   check.sh [format|folders|libraries|params|lint|asan|tsan|fuzz|kills|crash|day|prores|package ...] [--long]   (nothing named: all but package)
 set -uo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
@@ -70,6 +70,14 @@ check_fuzz() {
         -print_final_stats=1 -artifact_prefix=build-fuzz/finding- "$corpus"
 }
 
+# Random pictures through the ProRes coder and an independent decoder: fifty thousand, --long: a million.
+check_prores() {
+    local pictures=50000
+    [ "$XP_LONG" = yes ] && pictures=1000000
+    xp_build || return 1
+    XP_PRORES_PICTURES=$pictures "$XP_BUILD"/bin/test_prores --gtest_filter='ProResFrames.random*'
+}
+
 # The Debian packages in a Debian root: some minutes, and downloads; only when named.
 check_package() { xp_build && scripts/check-package.sh; }
 
@@ -80,7 +88,7 @@ for argument in "$@"; do
         *) declare -F "check_$argument" >/dev/null || die "check: no check named $argument"; wanted+=("$argument") ;;
     esac
 done
-[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params lint asan tsan fuzz kills crash day)
+[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params lint asan tsan fuzz kills crash day prores)
 export XP_LONG=$long
 failed=()
 for name in "${wanted[@]}"; do

@@ -26,6 +26,20 @@ const std::array codecRows = {
     QmxCodecRow{250, "Uncompressed RGB 10 bit", "r210", Format::Rgb444P10, qmxCreateUncompressedRgbEncoder,
                 qmxCreateUncompressedRgbDecoder},
 };
+
+/// Coders kept for comparison: another one of the same kind.
+constexpr std::array libavRows = {
+    QmxCodecRow{202, "ProRes 422", "apcn", Format::Yuv422P10, qmxCreateLibavProResEncoder,
+                qmxCreateProResDecoder},
+    QmxCodecRow{203, "ProRes 422 HQ", "apch", Format::Yuv422P10, qmxCreateLibavProResEncoder,
+                qmxCreateProResDecoder},
+    QmxCodecRow{204, "ProRes 422 LT", "apcs", Format::Yuv422P10, qmxCreateLibavProResEncoder,
+                qmxCreateProResDecoder},
+    QmxCodecRow{205, "ProRes 422 Proxy", "apco", Format::Yuv422P10, qmxCreateLibavProResEncoder,
+                qmxCreateProResDecoder},
+    QmxCodecRow{206, "ProRes 4444", "ap4h", Format::Yuv444P10, qmxCreateLibavProResEncoder,
+                qmxCreateProResDecoder},
+};
 } // namespace
 
 QmxVideoEncoder::~QmxVideoEncoder() = default;
@@ -41,6 +55,13 @@ const QmxCodecRow *qmxCodec(const QmxId &dataType)
     for (const QmxCodecRow &row : codecRows)
         if (row.dataType == dataType.value()) return &row;
     return nullptr;
+}
+
+const QmxCodecRow *qmxCodecByLibav(const QmxId &dataType)
+{
+    for (const QmxCodecRow &row : libavRows)
+        if (row.dataType == dataType.value()) return &row;
+    return qmxCodec(dataType);
 }
 
 const QmxCodecRow *qmxCodecByFourcc(const char *fourcc)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/codec/qmxprores.h"
 
+#include "platform/qmx/codec/prores/proresheader.h"
 #include "platform/qmx/codec/qmxlibav.h"
 #include "platform/qmx/codec/qmxpictureconverter.h"
 
@@ -13,21 +14,6 @@ extern "C" {
 }
 
 namespace {
-/// One kind of ProRes. Bits per macroblock are the published data rates at 29.97 frames (59.94 for 720
-/// lines) divided by the macroblocks of the raster.
-struct Kind
-{
-    int dataType;
-    int profile; ///< libavcodec's number
-    int sdBits;  ///< per macroblock up to 576 lines
-    int hd720Bits;
-    int hdBits; ///< 1080 lines and more
-};
-constexpr std::array kinds = {
-    Kind{202, 2, 1005, 681, 601}, Kind{203, 3, 1507, 1020, 900},  Kind{204, 1, 694, 468, 417},
-    Kind{205, 0, 287, 208, 184},  Kind{206, 4, 2248, 1529, 1349},
-};
-
 /// Steps by which the data rate is held. ProRes knows finer ones, but these are near enough to each other.
 constexpr std::array quantisers = {1, 2, 3, 4, 5, 6, 8, 10, 12, 16, 20, 24, 32, 48, 64};
 constexpr int startQuantiser = 2; ///< index: 3, about right for camera pictures at 422
@@ -36,32 +22,29 @@ constexpr int startQuantiser = 2; ///< index: 3, about right for camera pictures
 constexpr double coarserAbove = 1.08;
 constexpr double finerBelow = 0.62;
 constexpr int macroblocksPerSlice = 8;
-constexpr char encoderIdentifier[] = "xprd"; ///< four letters in every frame header
 
 // Offsets in a coded frame: size 4, "icpf" 4, header size 2, version 2, encoder 4, width 2, height 2, then
 constexpr qsizetype flagsOffset = 20;
 constexpr qsizetype rateOffset = 21;
 constexpr qsizetype colourOffset = 22;
 constexpr uchar interlaceMask = 0x0c;
-constexpr uchar topFieldFirstFlag = 0x04;
-constexpr uchar bottomFieldFirstFlag = 0x08;
+constexpr int interlaceShift = 2;
 
-const Kind &kindOf(const QmxId &dataType)
+/// libavcodec's number of a kind.
+int profileOf(const QmxId &dataType)
 {
-    for (const Kind &kind : kinds)
-        if (kind.dataType == dataType.value()) return kind;
-    return kinds.front();
-}
-
-/// Frame rate code of RDD 36; 0 unknown.
-uchar rateCode(const QmxVideoRate &rate)
-{
-    static const std::array<QmxVideoRate, 8> codes = {
-        QmxVideoRate(24000, 1001), QmxVideoRate(24), QmxVideoRate(25),          QmxVideoRate(30000, 1001),
-        QmxVideoRate(30),          QmxVideoRate(50), QmxVideoRate(60000, 1001), QmxVideoRate(60)};
-    for (size_t i = 0; i < codes.size(); ++i)
-        if (codes[i] == rate) return uchar(i + 1);
-    return 0;
+    switch (dataType.value()) {
+    case 203:
+        return 3;
+    case 204:
+        return 1;
+    case 205:
+        return 0;
+    case 206:
+        return 4;
+    default:
+        return 2;
+    }
 }
 
 class ProResEncoder : public QmxVideoEncoder
@@ -78,7 +61,7 @@ private:
     void completeHeader(uchar *frame) const;
 
     QmxImageDesc _desc;
-    Kind _kind;
+    ProResFormat _header;
     QSize _size;
     QmxPicture::Format _format;
     int _nominal;
@@ -90,10 +73,10 @@ private:
 
 ProResEncoder::ProResEncoder(const QmxImageDesc &desc)
     : _desc(desc),
-      _kind(kindOf(desc.dataType())),
-      _size(desc.width(), desc.height()),
-      _format(_kind.dataType == 206 ? QmxPicture::Format::Yuv444P10 : QmxPicture::Format::Yuv422P10),
-      _nominal(qmxProResNominalSize(desc.dataType(), _size))
+      _header(qmxProResFormat(desc)),
+      _size(_header.size),
+      _format(_header.kind->fullChroma ? QmxPicture::Format::Yuv444P10 : QmxPicture::Format::Yuv422P10),
+      _nominal(ProRes::nominalSize(*_header.kind, _size))
 {
     QmxLibav::quietLog();
     for (size_t i = startQuantiser - 1; i <= startQuantiser + 1; ++i)
@@ -133,10 +116,10 @@ QmxLibav::CodecContext ProResEncoder::createContext(int quantiser) const
     c->color_primaries = colour.primaries;
     c->color_trc = colour.transfer;
     c->colorspace = colour.matrix;
-    av_opt_set_int(c->priv_data, "profile", _kind.profile, 0);
+    av_opt_set_int(c->priv_data, "profile", profileOf(_desc.dataType()), 0);
     av_opt_set_int(c->priv_data, "mbs_per_slice", macroblocksPerSlice, 0);
     av_opt_set_int(c->priv_data, "alpha_bits", 0, 0);
-    av_opt_set(c->priv_data, "vendor", encoderIdentifier, 0);
+    av_opt_set(c->priv_data, "vendor", ProResHeader::encoderIdentifier, 0);
     if (avcodec_open2(c.get(), codec, nullptr) < 0) return {};
     return c;
 }
@@ -157,16 +140,11 @@ void ProResEncoder::steer(int size)
 
 void ProResEncoder::completeHeader(uchar *frame) const
 {
-    frame[flagsOffset] &= uchar(~interlaceMask);
-    if (_desc.isInterlaced())
-        frame[flagsOffset] |= QmxLibav::topFieldFirst(_size) ? topFieldFirstFlag : bottomFieldFirstFlag;
-    // Aspect (upper half): 2 is a picture of 4:3, 3 of 16:9, 1 square pixels.
-    const uchar aspect = _size.height() < 720 ? 2 : _size.width() * 9 == _size.height() * 16 ? 3 : 1;
-    frame[rateOffset] = uchar(aspect << 4) | rateCode(_desc.frameRate());
-    const QmxLibav::Colour colour = QmxLibav::colour(_size);
-    frame[colourOffset] = uchar(colour.primaries);
-    frame[colourOffset + 1] = uchar(colour.transfer);
-    frame[colourOffset + 2] = uchar(colour.matrix);
+    frame[flagsOffset] = uchar((frame[flagsOffset] & ~interlaceMask) | _header.scan << interlaceShift);
+    frame[rateOffset] = uchar(_header.aspect << 4 | _header.rate);
+    frame[colourOffset] = uchar(_header.primaries);
+    frame[colourOffset + 1] = uchar(_header.transfer);
+    frame[colourOffset + 2] = uchar(_header.matrix);
 }
 
 QmxError ProResEncoder::encode(const QmxPicture &picture, QmxBuffer &coded)
@@ -266,7 +244,7 @@ QmxError ProResDecoder::decode(const QmxBuffer &coded, QmxPicture &picture)
 }
 } // namespace
 
-std::unique_ptr<QmxVideoEncoder> qmxCreateProResEncoder(const QmxImageDesc &desc)
+std::unique_ptr<QmxVideoEncoder> qmxCreateLibavProResEncoder(const QmxImageDesc &desc)
 {
     return std::make_unique<ProResEncoder>(desc);
 }
@@ -274,14 +252,4 @@ std::unique_ptr<QmxVideoEncoder> qmxCreateProResEncoder(const QmxImageDesc &desc
 std::unique_ptr<QmxVideoDecoder> qmxCreateProResDecoder(const QmxImageDesc &desc)
 {
     return std::make_unique<ProResDecoder>(desc);
-}
-
-int qmxProResNominalSize(const QmxId &dataType, const QSize &size)
-{
-    const Kind &kind = kindOf(dataType);
-    const int bits = size.height() >= 1080  ? kind.hdBits
-                     : size.height() >= 720 ? kind.hd720Bits
-                                            : kind.sdBits;
-    const qint64 macroblocks = qint64((size.width() + 15) / 16) * ((size.height() + 15) / 16);
-    return int(macroblocks * bits / 8);
 }

@@ -40,5 +40,7 @@ struct QmxCodecRow
 std::span<const QmxCodecRow> qmxCodecs();
 /// The row of a data type, null when there is none (yet).
 const QmxCodecRow *qmxCodec(const QmxId &dataType);
+/// The same with libavcodec's coder where there is one beside ours, for comparison.
+const QmxCodecRow *qmxCodecByLibav(const QmxId &dataType);
 /// The row of a sample entry, null when there is none.
 const QmxCodecRow *qmxCodecByFourcc(const char *fourcc);

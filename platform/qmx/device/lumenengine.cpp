@@ -29,6 +29,12 @@ int workerCount(const LumenProfile &profile)
     return std::max(leastWorkers, int(std::thread::hardware_concurrency()));
 }
 
+CodecLookup codecLookup(const LumenOptions &options, const LumenProfile &profile)
+{
+    if (options.codec) return options.codec;
+    return profile.libavProRes ? qmxCodecByLibav : qmxCodec;
+}
+
 int fps(const QmxVideoDeviceSetup &setup)
 {
     return setup.imageDesc().frameRate().timecodeRate();
@@ -60,7 +66,7 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
       _events(events),
       _reference(_profile.reference),
       _output(makeSinks(options, _profile, environment), environment),
-      _workers(workerCount(_profile), options.codec, environment)
+      _workers(workerCount(_profile), codecLookup(options, _profile), environment)
 {}
 
 LumenEngine::~LumenEngine() = default;
@@ -151,7 +157,7 @@ void LumenEngine::startCapture(const QmxVideoDeviceSetup &setup)
     watch(setup);
     makeGenerator(setup);
     _workers.prepareEncoder(setup.captureDesc());
-    if (!_options.codec(setup.imageDesc().dataType()))
+    if (!codecLookup(_options, _profile)(setup.imageDesc().dataType()))
         qmxLogOutput(2, logSource, __LINE__, "Pictures cannot be recorded as %s: choose another codec\n",
                      qPrintable(setup.imageDesc().dataType().name()));
 }

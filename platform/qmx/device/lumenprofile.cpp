@@ -57,6 +57,12 @@ bool parseBacklog(LumenProfile &profile, const QString &value)
     return parseNumber(value, 32, 1024 * 1024, profile.backlogMegabytes);
 }
 
+bool parseProResCoder(LumenProfile &profile, const QString &value)
+{
+    profile.libavProRes = value == QLatin1String("libav");
+    return profile.libavProRes || value == QLatin1String("own");
+}
+
 struct DeviceRow
 {
     const char *key;
@@ -67,6 +73,7 @@ struct DeviceRow
 constexpr DeviceRow deviceRows[] = {
     {"clock", "real or fast:N", parseClock},
     {"reference", "locked, present or missing", parseReference},
+    {"prores_coder", "own or libav", parseProResCoder},
     {"workers", "a number from 1 to 64", parseWorkers},
     {"backlog_megabytes", "a number from 32 on", parseBacklog},
 };

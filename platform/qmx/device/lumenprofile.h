@@ -14,6 +14,7 @@
 ///     clock=real              ; or fast:10 (read by the event loop's library as well)
 ///     reference=locked        ; or present (not locked), missing
 ///     workers=4               ; threads that code and decode, 1 to 64
+///     prores_coder=own        ; or libav, for comparison
 ///     backlog_megabytes=512   ; pictures waiting for a coder, at most (a third of the picture memory)
 ///     [inputs]
 ///     601=generator:?rate=25&size=1920x1080
@@ -30,6 +31,7 @@ struct LumenProfile
     QmxVideoRefState reference{true, true};
     int workers = 0;          ///< 0: as many as processors, at least 2
     int backlogMegabytes = 0; ///< 0: a third of the pool
+    bool libavProRes = false; ///< libavcodec's ProRes coder instead of ours
 
     /// One generator as input 601, the reference locked, no output besides the preview.
     static LumenProfile builtIn();

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/codec/prores/prorescodetables.h"
+
+const ProResCodeTables &ProResCodeTables::instance()
+{
+    static const ProResCodeTables tables;
+    return tables;
+}
+
+ProResCodeTables::ProResCodeTables()
+{
+    using namespace ProRes;
+    _runs.reserve(size_t(acBooks) * runs);
+    _levels.reserve(size_t(acBooks) * levels);
+    for (const Codebook &book : acRun)
+        for (int run = 0; run < runs; ++run)
+            _runs.emplace_back(code(book, quint32(run)), bookAfterRun(run));
+    for (const Codebook &book : acLevel) {
+        _levels.emplace_back();
+        for (int level = 1; level < levels; ++level)
+            _levels.emplace_back(code(book, quint32(level - 1)), bookAfterLevel(level));
+    }
+}

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/codec/prores/prorescomponent.h"
+
+#include "platform/qmx/codec/prores/proresbitwriter.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+
+namespace {
+using ProResComponent::Lanes;
+using ProResKernels::Levels;
+
+/// A signed number as a symbol: 0, -1, 1, -2, 2 ...
+quint32 folded(int value)
+{
+    return value < 0 ? quint32(-2 * value - 1) : quint32(2 * value);
+}
+
+void putCode(ProResBitWriter &writer, const ProRes::Codebook &book, quint32 symbol)
+{
+    const ProRes::Code code = ProRes::code(book, symbol);
+    writer.put(code.value, code.length);
+}
+
+int dcLevel(const Levels &levels, int lane)
+{
+    const int size = levels.size[size_t(lane)];
+    return qFromLittleEndian(levels.negative[0]) >> lane & 1 ? -size : size;
+}
+
+/// The first DC level, then differences. The sign of one is told against that of the one before.
+void codeDc(ProResBitWriter &writer, const Levels &levels, const Lanes &lanes)
+{
+    int before = dcLevel(levels, lanes.first);
+    putCode(writer, ProRes::firstDc, folded(before));
+    int size = ProRes::firstDcDifference;
+    bool negative = false;
+    for (int lane = lanes.first + 1; lane < lanes.first + lanes.count; ++lane) {
+        const int level = dcLevel(levels, lane);
+        const int difference = level - before;
+        putCode(writer, ProRes::dcDifference[size_t(size)], folded(negative ? -difference : difference));
+        before = level;
+        size = std::min(std::abs(difference), ProRes::firstDcDifference);
+        negative = difference < 0;
+    }
+}
+
+void codeAc(ProResBitWriter &writer, const Levels &levels, const Lanes &lanes, const ProResCodeTables &tables)
+{
+    const quint32 all = lanes.count == ProRes::lanes ? ~0U : (1U << lanes.count) - 1;
+    unsigned runBook = unsigned(ProRes::bookAfterRun(ProRes::firstRun));
+    unsigned levelBook = unsigned(ProRes::bookAfterLevel(ProRes::firstLevel));
+    int next = lanes.count; // where a run of 0 would end
+    for (int n = 1; n < ProRes::blockSamples; ++n) {
+        quint32 present = qFromLittleEndian(levels.present[size_t(n)]) >> lanes.first & all;
+        const quint32 negative = qFromLittleEndian(levels.negative[size_t(n)]) >> lanes.first;
+        const quint16 *sizes = levels.size.data() + n * ProRes::lanes + lanes.first;
+        const int base = n * lanes.count;
+        while (present) {
+            const int lane = std::countr_zero(present);
+            present &= present - 1;
+            const ProResCodeTables::Entry run = tables.run(runBook, base + lane - next);
+            const ProResCodeTables::Entry level = tables.level(levelBook, sizes[lane]);
+            const int tail = level.length() + 1;
+            const quint64 value = quint64(run.value()) << tail | level.value() << 1 | (negative >> lane & 1);
+            writer.put(value, run.length() + tail);
+            runBook = run.nextBook();
+            levelBook = level.nextBook();
+            next = base + lane + 1;
+        }
+    }
+}
+} // namespace
+
+int ProResComponent::code(const Levels &levels, const Lanes &lanes, const ProResCodeTables &tables,
+                          uchar *out)
+{
+    ProResBitWriter writer(out);
+    codeDc(writer, levels, lanes);
+    codeAc(writer, levels, lanes, tables);
+    return writer.finish();
+}
+
+int ProResComponent::codeAlpha(const quint16 *values, int count, uchar *out)
+{
+    constexpr int wideBits = 16;
+    constexpr int smallBits = 7;
+    constexpr int greatestSmall = 64;
+    constexpr int shortRunBits = 4;
+    constexpr int longRunBits = 11;
+    ProResBitWriter writer(out);
+    quint16 before = 0xffff;
+    for (int i = 0; i < count;) {
+        const int difference = qint16(quint16(values[i] - before));
+        const int size = std::abs(difference);
+        if (size == 0 || size > greatestSmall)
+            writer.put(1U << wideBits | quint16(difference), 1 + wideBits);
+        else
+            writer.put(quint32(size - 1) << 1 | (difference < 0), 1 + smallBits);
+        before = values[i++];
+        int run = 0;
+        while (i < count && values[i] == before && run < (1 << longRunBits) - 1)
+            ++i, ++run;
+        if (run == 0)
+            writer.put(1, 1);
+        else if (run < 1 << shortRunBits)
+            writer.put(quint32(run), 1 + shortRunBits);
+        else
+            writer.put(quint32(run), 1 + shortRunBits + longRunBits);
+    }
+    return writer.finish();
+}

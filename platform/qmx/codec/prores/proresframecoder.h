@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/codec/prores/proresratecontrol.h"
+#include "platform/qmx/codec/prores/proresslicecoder.h"
+#include "platform/qmx/core/qmxbuffer.h"
+
+#include <memory>
+
+/// Threads that may work at the slices of one frame together with the caller.
+class ProResHelpers
+{
+public:
+    virtual ~ProResHelpers() = default;
+    /// Most threads that work at once, the caller's included.
+    virtual int threads() const = 0;
+    /// Calls job(context, index, thread) for every index from 0 to count - 1, `thread` below threads() and
+    /// never the same for two calls at once. Returns when all are done.
+    virtual void run(int count, void (*job)(void *context, int index, int thread), void *context) = 0;
+};
+
+/// Codes frames of one format. The bytes depend on the frames alone, not on the helpers. Allocates nothing a
+/// frame but the pool memory of its result. One thread at a time.
+class ProResFrameCoder
+{
+public:
+    explicit ProResFrameCoder(const ProResFormat &format, ProResHelpers *helpers = nullptr);
+    ~ProResFrameCoder();
+
+    const ProResFormat &format() const { return _format; }
+    /// No frame is larger than this, in bytes, the alpha channel left out.
+    int limit() const { return _limit; }
+    /// Aims at frames of another size than the kind's nominal one, in bytes; begins anew.
+    void setNominalSize(int bytes);
+    /// Every frame with this quantiser (1 to ProRes::coarsestQuantiser) whatever its size; 0: by the data
+    /// rate.
+    void setFixedQuantiser(int quantiser) { _fixedQuantiser = quantiser; }
+
+    /// Not valid: out of picture memory.
+    QmxBuffer encode(const ProResPlanes &frame);
+
+private:
+    void sample();
+    bool codeFrame(int &size);
+    void chooseQuantisers(int firstRow, int lastRow, double scale);
+    uchar *codeBand(int firstRow, int lastRow, uchar *at);
+    int codeRow(int row, uchar *out, const uchar *end, int thread);
+    void putTables(int size);
+    qsizetype capacity() const;
+    size_t slicesBefore(int row) const { return size_t(row) * size_t(_slicesInRow); }
+
+    ProResFormat _format;
+    ProResHelpers *_helpers;
+    ProResLayout _layout;
+    int _limit;
+    int _fixedQuantiser = 0;
+    int _rows; ///< of slices, in all pictures
+    int _slicesInRow;
+    int _frameNumber = 0;
+    ProResRateControl _rate;
+    std::array<int, ProResRateControl::mostBands + 1> _bandBegin{}; ///< its first row
+    std::vector<std::unique_ptr<ProResSliceCoder>> _coders;         ///< one a thread
+    std::array<ProResPlanes, 2> _pictures;
+    std::vector<quint8> _quantisers; ///< of the slices
+    std::vector<quint16> _sizes;     ///< of the slices, in bytes
+    std::vector<int> _rowSizes;      ///< negative: no room
+    std::vector<int> _rowAlpha;
+    std::unique_ptr<uchar[]> _rowMemory; ///< for helpers: a piece for each row of a band
+    QmxBuffer _buffer;
+};

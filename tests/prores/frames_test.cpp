@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/prores/proresrig.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace {
+constexpr int dataTypes[] = {202, 203, 204, 205, 206};
+constexpr ProResFormat::Scan scans[] = {ProResFormat::Progressive, ProResFormat::TopFieldFirst,
+                                        ProResFormat::BottomFieldFirst};
+
+std::string describe(const ProResFormat &format)
+{
+    return std::string(format.kind->fourcc) + " " + std::to_string(format.size.width()) + "x" +
+           std::to_string(format.size.height()) + " scan " + std::to_string(format.scan) +
+           (format.alpha ? " alpha" : "");
+}
+} // namespace
+
+TEST(ProResFrames, everyKindRasterAndScanDecodes)
+{
+    // Every raster that can be recorded; the large ones in one kind of each chroma format.
+    constexpr QSize rasters[] = {{720, 486},   {720, 576},   {1280, 720}, {1920, 1080},
+                                 {2048, 1080}, {3840, 2160}, {4096, 2160}};
+    std::minstd_rand random(1);
+    for (const QSize &size : rasters)
+        for (const int type : dataTypes)
+            for (const ProResFormat::Scan scan : scans) {
+                const bool small = size.height() < 720;
+                if (!small && (size.height() > 1080 ? type != 206 : type != 202)) continue;
+                const bool alpha = type == 206 && scan == ProResFormat::TopFieldFirst;
+                const ProResFormat format = proResTestFormat(type, size, scan, alpha);
+                SCOPED_TRACE(describe(format));
+                ProResFrameCoder coder(format);
+                ProResTestFrame frame(format);
+                paint(frame, ProResTestKind::Texture, random);
+                ASSERT_EQ(verify(format, frame, coder.encode(frame.planes())), "");
+            }
+}
+
+TEST(ProResFrames, randomPicturesKeepTheErrorOfTheirQuantiser)
+{
+    const char *asked = std::getenv("XP_PRORES_PICTURES");
+    const int pictures = asked ? std::atoi(asked) : 1500;
+    for (int i = 0; i < pictures; ++i) {
+        std::minstd_rand random(unsigned(i) * 7919U + 1);
+        random.discard(4);
+        const int type = dataTypes[random() % std::size(dataTypes)];
+        const QSize size(1 + int(random() % 170), 2 + int(random() % 70));
+        const ProResFormat format =
+            proResTestFormat(type, size, scans[random() % 3], type == 206 && random() % 2);
+        SCOPED_TRACE("picture " + std::to_string(i) + " " + describe(format));
+        ProResFrameCoder coder(format);
+        if (random() % 2) coder.setFixedQuantiser(1 + int(random() % (random() % 2 ? 224 : 8)));
+        ProResTestFrame frame(format);
+        paint(frame, ProResTestKind(random() % proResTestKinds), random);
+        const QmxBuffer coded = coder.encode(frame.planes());
+        ASSERT_EQ(verify(format, frame, coded), "");
+    }
+}

@@ -211,7 +211,7 @@ double allowedError(const ProRes::Matrix &weights, int quantiser)
     const double scale = quantiser <= 128 ? quantiser : 128 + 4 * (quantiser - 128);
     double squares = 0;
     for (const int weight : weights)
-        squares += std::pow(0.63 * scale * weight / 4, 2);
+        squares += 0.63 * scale * weight / 4 * (0.63 * scale * weight / 4);
     return std::sqrt(squares / 64) + 0.75;
 }
 
@@ -232,16 +232,17 @@ std::string verifySlice(const ProResFormat &format, const ProResParsedFrame &par
                 // neighbours.
                 const int lowest = plane == 3 ? 0 : 4;
                 const int wanted = std::clamp<int>(a.at(plane, x, y), lowest, greatest - lowest);
-                squares += std::pow(wanted - b.at(plane, x, y), 2);
+                const double error = wanted - b.at(plane, x, y);
+                squares += error * error;
             }
         }
         const double samples = slice.macroblocks * unit * macroblock;
-        const double error = std::sqrt(squares / samples);
+        const double wrong = std::sqrt(squares / samples);
         const double allowed = plane == 3 ? 0 : allowedError(parsed.weights, slice.quantiser);
-        if (error > allowed)
+        if (wrong > allowed)
             return "plane " + std::to_string(plane) + " of the slice at " + std::to_string(slice.column) +
                    ", " + std::to_string(slice.row) + " with quantiser " + std::to_string(slice.quantiser) +
-                   " is wrong by " + std::to_string(error) + ", may by " + std::to_string(allowed);
+                   " is wrong by " + std::to_string(wrong) + ", may by " + std::to_string(allowed);
     }
     return {};
 }

@@ -64,9 +64,9 @@ void operator delete(void *memory, size_t) noexcept
 TEST(ProResRate, tenSecondsAreNearNominalAndNoFrameIsAboveTheLimit)
 {
     constexpr int frames = 250, sceneLength = 50;
-    for (const int type : {202, 203, 204, 205, 206}) {
+    for (const int type : {202, 205}) {
         SCOPED_TRACE(type);
-        const ProResFormat format = proResTestFormat(type, QSize(400, 224), ProResFormat::Progressive);
+        const ProResFormat format = proResTestFormat(type, QSize(272, 160), ProResFormat::Progressive);
         const int nominal = ProRes::nominalSize(*format.kind, format.size);
         ProResFrameCoder coder(format);
         ProResTestFrame frame(format);
@@ -115,7 +115,9 @@ TEST(ProResRate, theBytesDoNotDependOnThreadsNorDoesAFrameAllocate)
         const qint64 before = allocations;
         const QmxBuffer coded = alone.encode(frame.planes());
         const qint64 during = allocations - before;
-        if (i > 0) EXPECT_EQ(during, 0); // the first one gets its memory
+        if (i > 0) { // the first one gets its memory
+            EXPECT_EQ(during, 0);
+        }
         const QmxBuffer same = together.encode(frame.planes());
         ASSERT_EQ(coded.size(), same.size());
         EXPECT_TRUE(std::equal(coded.constData(), coded.constData() + coded.size(), same.constData()));

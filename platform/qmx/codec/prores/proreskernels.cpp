@@ -9,8 +9,12 @@
 
 #include "platform/qmx/codec/prores/proreskernels.h"
 
+#include <QtEndian>
+
+#include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdlib>
 
 HWY_BEFORE_NAMESPACE();
 namespace ProResKernels::HWY_NAMESPACE {
@@ -27,7 +31,15 @@ using Wide = hn::CappedTag<int32_t, lanes>;
 using WideVector = hn::Vec<Wide>;
 using Narrow = hn::Rebind<int16_t, Wide>;
 
-/// One line of eight blocks, which lie anywhere, as eight vectors of eight lanes: a transposition.
+#if HWY_TARGET == HWY_SCALAR
+/// One line of eight blocks, which lie anywhere, as eight rows of eight lanes: a transposition.
+void loadLine(const quint16 *const *first, qsizetype offset, qint16 *out)
+{
+    for (int lane = 0; lane < edge; ++lane)
+        for (int x = 0; x < edge; ++x)
+            out[x * lanes + lane] = qint16(std::min<int>(first[lane][offset + x], greatestSample));
+}
+#else
 HWY_INLINE void loadLine(const quint16 *const *first, qsizetype offset, qint16 *out)
 {
     const hn::FixedTag<uint16_t, edge> d;
@@ -63,6 +75,8 @@ HWY_INLINE void loadLine(const quint16 *const *first, qsizetype offset, qint16 *
     store(p2, q2, 4);
     store(p3, q3, 6);
 }
+
+#endif
 
 /// v times a constant of `constantBits`, rounded.
 HWY_INLINE WideVector times(WideVector v, int constant)
@@ -134,6 +148,26 @@ void transform(const Blocks &blocks, const Weights &weights, qint16 *coefficient
     }
 }
 
+#if HWY_TARGET == HWY_SCALAR
+/// What the others have to agree with: plain division.
+void quantise(const qint16 *coefficients, const Quantiser &quantiser, Levels &levels)
+{
+    for (size_t n = 0; n < ProRes::blockSamples; ++n) {
+        quint32 present = 0, negative = 0;
+        for (size_t lane = 0; lane < size_t(lanes); ++lane) {
+            const int c = coefficients[n * lanes + lane];
+            const int size = std::abs(c);
+            const int rounding = n == 0 ? quantiser.dcOffset : quantiser.offset;
+            const int level = n > 0 && size < quantiser.least ? 0 : (size + rounding) / quantiser.step;
+            levels.size[n * lanes + lane] = quint16(level);
+            present |= quint32(level > 0) << lane;
+            negative |= quint32(c < 0) << lane;
+        }
+        levels.present[n] = qToLittleEndian(present);
+        levels.negative[n] = qToLittleEndian(negative);
+    }
+}
+#else
 void quantise(const qint16 *coefficients, const Quantiser &quantiser, Levels &levels)
 {
     const hn::CappedTag<int16_t, lanes> d;
@@ -161,6 +195,7 @@ void quantise(const qint16 *coefficients, const Quantiser &quantiser, Levels &le
         floor = least;
     }
 }
+#endif
 
 void count(const qint16 *coefficients, Counts &counts)
 {

@@ -49,7 +49,7 @@ struct Quantiser
 };
 
 /// Levels without their signs, and of each place one bit a lane: set when the level is not 0, when the
-/// coefficient is negative.
+/// coefficient is negative; these words are little-endian.
 struct Levels
 {
     alignas(64) std::array<quint16, ProRes::groupSamples> size;

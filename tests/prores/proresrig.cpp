@@ -208,6 +208,8 @@ namespace {
 /// step (RDD 36: a step is quantiser times weight quarters in 10-bit samples), and rounding adds a little.
 double allowedError(const ProRes::Matrix &weights, int quantiser)
 {
+    // With the coarsest one a picture that is too large even so loses all but its DC coefficients.
+    if (quantiser == 224) return greatest;
     const double scale = quantiser <= 128 ? quantiser : 128 + 4 * (quantiser - 128);
     double squares = 0;
     for (const int weight : weights)

@@ -22,6 +22,7 @@ struct Arguments
     bool once = false;              ///< --once
     bool markdown = false;          ///< --markdown
     bool stats = false;             ///< --stats
+    bool history = false;           ///< --history
     std::string listen;             ///< --listen
 
     std::string word(size_t index) const { return index < words.size() ? words[index] : std::string(); }
@@ -86,7 +87,14 @@ ExitCode ctlShutDown(Recorder &, const Report &, const Arguments &);
 ExitCode ctlStatus(Recorder &, const Report &, const Arguments &);
 ExitCode ctlWatch(Recorder &, const Report &, const Arguments &);
 ExitCode ctlClips(Recorder &, const Report &, const Arguments &);
+// Alarms (alarmcommands.cpp)
 ExitCode ctlAlarms(Recorder &, const Report &, const Arguments &);
+// Media and the files on them (mediacommands.cpp)
+ExitCode ctlMedia(Recorder &, const Report &, const Arguments &);
+ExitCode ctlCopy(Recorder &, const Report &, const Arguments &);
+ExitCode ctlProtect(Recorder &, const Report &, const Arguments &);
+ExitCode ctlUnprotect(Recorder &, const Report &, const Arguments &);
+ExitCode ctlDelete(Recorder &, const Report &, const Arguments &);
 // Parameters (parametercommands.cpp)
 ExitCode ctlGet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSet(Recorder &, const Report &, const Arguments &);

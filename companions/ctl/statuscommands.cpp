@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// status, watch, clips, alarms: what is, for people and for scripts.
+// status, watch, clips: what is, for people and for scripts.
 #include "companions/ctl/commands.h"
 #include "companions/ctl/metrics.h"
 
@@ -129,20 +129,5 @@ ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &)
                               : QStringLiteral("no clips on %1").arg(path);
     }
     report.result(text, {{"path", path}, {"clips", list}});
-    return ExitCode::Done;
-}
-
-ExitCode ctlAlarms(Recorder &recorder, const Report &report, const Arguments &)
-{
-    QJsonArray list;
-    QString text;
-    for (const Recorder::Alarm &alarm : recorder.alarms()) {
-        list.append(QJsonObject{{"name", alarm.name}, {"level", alarm.level}, {"message", alarm.message}});
-        const QString level =
-            Report::painted(QStringLiteral("%1").arg(alarm.level, -11),
-                            alarm.level == "error" ? Report::Colour::Bad : Report::Colour::Notice);
-        text += QStringLiteral("%1  %2  %3\n").arg(level).arg(alarm.name, -28).arg(alarm.message);
-    }
-    report.result(list.isEmpty() ? QStringLiteral("no alarms") : text, {{"alarms", list}});
     return ExitCode::Done;
 }

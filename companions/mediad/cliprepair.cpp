@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/mediad/cliprepair.h"
 
+#include "companions/mediad/openfile.h"
 #include "platform/product/clipscan.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/stream/qmxclipreader.h"
@@ -8,52 +9,61 @@
 #include <cerrno>
 #include <filesystem>
 
+#include <sys/file.h>
+
 namespace fs = std::filesystem;
 
 namespace {
 
 constexpr const char *module = "cliprepair";
 
-void repairClip(const QString &path, const QmxEnvironment &environment)
+QString repairClip(const QString &path, const QmxEnvironment &environment)
 {
     QmxClipInfo info;
     const QmxError state = QmxClipReader::probe(path, info, environment);
-    if (state.value() == ENODATA) {
-        qmxLogOutput(2, module, __LINE__, "%s was left behind without a frame; it can be deleted\n",
-                     path.toLocal8Bit().constData());
-        return;
-    }
-    if (state.isError() || info.closed || info.foreign) {
-        return;
-    }
+    if (state.value() == ENODATA)
+        return QStringLiteral("%1 was left behind without a frame; it can be deleted").arg(path);
+    if (state.isError() || info.closed || info.foreign) return {};
     bool repaired = false;
     const QmxError error = QmxClipReader::repair(path, repaired, environment);
-    if (error.value() == EWOULDBLOCK) {
-        return; // it is being recorded
-    }
-    if (error.isError()) {
-        qmxLogOutput(1, module, __LINE__, "%s was left unfinished and could not be repaired: %s\n",
-                     path.toLocal8Bit().constData(), error.toString().toLocal8Bit().constData());
-    } else if (repaired && !QmxClipReader::probe(path, info, environment).isError()) {
-        qmxLogOutput(2, module, __LINE__,
-                     "%s was left unfinished and has been repaired: it has %lld frames\n",
-                     path.toLocal8Bit().constData(), static_cast<long long>(info.frames));
-    }
+    if (error.value() == EWOULDBLOCK) return {}; // it is being recorded
+    if (error.isError())
+        return QStringLiteral("%1 was left unfinished and could not be repaired: %2")
+            .arg(path, error.toString());
+    if (!repaired || QmxClipReader::probe(path, info, environment).isError()) return {};
+    return QStringLiteral("%1 was left unfinished and has been repaired: it has %2 frames")
+        .arg(path)
+        .arg(info.frames);
+}
+
+/// A copy that a crash has ended; one that goes on is locked.
+void removeLeftCopy(const std::string &path, const QmxEnvironment &environment)
+{
+    const OpenFile part(*environment.files, path, O_RDONLY);
+    if (part.isOpen() && environment.files->flock(part.fd(), LOCK_EX | LOCK_NB) == 0)
+        environment.files->unlink(QString::fromLocal8Bit(path));
 }
 
 } // namespace
 
-void repairClips(const std::string &folder, const QmxEnvironment &environment)
+std::vector<std::string> repairClips(const std::string &folder, const QmxEnvironment &environment)
 {
+    std::vector<std::string> report;
     std::error_code failed;
     fs::directory_iterator entry(folder, failed);
     for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
-        if (isClipName(entry->path().filename().string())) {
-            repairClip(QString::fromLocal8Bit(entry->path().string()), environment);
-        }
+        const std::string name = entry->path().filename().string();
+        if (name.starts_with('.') && name.ends_with(".part") && isClipName(name.substr(1, name.size() - 6)))
+            removeLeftCopy(entry->path().string(), environment);
+        if (!isClipName(name)) continue;
+        const QString text = repairClip(QString::fromLocal8Bit(entry->path().string()), environment);
+        if (text.isEmpty()) continue;
+        qmxLogOutput(2, module, __LINE__, "%s\n", text.toLocal8Bit().constData());
+        report.push_back(text.toStdString());
     }
     if (failed) {
         qmxLogOutput(1, module, __LINE__, "Cannot look for unfinished clips in %s: %s; check the medium\n",
                      folder.c_str(), failed.message().c_str());
     }
+    return report;
 }

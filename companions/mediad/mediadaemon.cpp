@@ -2,13 +2,18 @@
 #include "companions/mediad/mediadaemon.h"
 
 #include "companions/mediad/cliprepair.h"
+#include "companions/mediad/orderrules.h"
+#include "companions/mediad/thumbnails.h"
 #include "platform/product/mediumhelper.h"
+#include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 #include "platform/store/alarmproducer.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/config.h"
 
+#include <QCoreApplication>
+#include <QPointer>
 #include <QSocketNotifier>
 
 #include <optional>
@@ -19,11 +24,15 @@ constexpr const char *module = "mediadaemon";
 constexpr const char *recorderLock = "/var/lock/xpd.lock";
 constexpr const char *mountTable = "/proc/self/mountinfo";
 constexpr const char *mediaRoot = "/media";
+constexpr const char *thumbnailRoot = "/var/lib/xp/thumbnails";
 constexpr int lookInterval = 250; // ms
 /// Clips are listed less often: on a full medium there are many. Every change of the transport lists them
 /// too.
 constexpr qint64 listInterval = QmxClock::nsPerSecond;
 constexpr std::chrono::milliseconds firstLook{2000};
+/// The report changes with every second of a take; nobody needs it that often.
+constexpr qint64 reportInterval = 2 * QmxClock::nsPerSecond;
+constexpr std::size_t mostRepairsTold = 5;
 constexpr unsigned commandRecord = 3;
 constexpr unsigned commandStop = 4;
 
@@ -50,14 +59,15 @@ struct MediaDaemon::Place
     {}
     ~Place()
     {
-        // The medium is gone or the program ends: a repair may hang there, and starts again the next time.
-        if (repairs) repairs->abandon();
+        // The medium is gone or the program ends: work may hang there, and starts again the next time.
+        if (work) work->abandon();
     }
 
     const std::uint64_t mount;
     const std::shared_ptr<MediumLook> look; ///< only on the medium's helper thread
     std::optional<Medium> known;            ///< of the last look
-    std::unique_ptr<QmxTaskThread> repairs;
+    std::uint64_t pictured = 0;             ///< the clips that have thumbnails, as Medium::clips; 0: none
+    std::unique_ptr<QmxTaskThread> work;
 };
 
 MediaDaemon::MediaDaemon(std::unique_ptr<Config> config, QObject *parent)
@@ -66,6 +76,8 @@ MediaDaemon::MediaDaemon(std::unique_ptr<Config> config, QObject *parent)
       _recorderLock(QString::fromLatin1(recorderLock)),
       _machine(mediaRoot),
       _mountTable(QString::fromLatin1(mountTable)),
+      _jobs(_environment,
+            [this](const MediaOrder &order, const MediaOrderState &state) { orderTold(order, state); }),
       _config(std::move(config))
 {
     if (_mountTable.open(QIODevice::ReadOnly)) {
@@ -114,8 +126,14 @@ void MediaDaemon::ParamChanged(eParam_t id, unsigned value, timeval)
     wake();
 }
 
-void MediaDaemon::ParamChanged(eParam_t id, std::string, timeval)
+void MediaDaemon::ParamChanged(eParam_t id, std::string value, timeval)
 {
+    if (id == eParam_MediaOrder) {
+        const std::lock_guard lock(_ordersMutex);
+        if (_orders.size() < MediaJobs::bound) _orders.push_back(value);
+        wake();
+        return;
+    }
     switch (id) {
     case eParam_ActiveMediaPath:
         _activeSet = true;
@@ -155,11 +173,15 @@ void MediaDaemon::step()
     // The parameters after the media, since that took time; events before them, so that what an event tells
     // is in the parameters.
     const MediaEvents happened = events();
-    const MediaOrders orders = _machine.step(_environment.clock->now(), now, parameters(), happened);
+    const MediaParameters is = parameters();
+    const MediaOrders orders = _machine.step(_environment.clock->now(), now, is, happened);
     _queued.assign(orders.writes.begin(), orders.writes.end());
     writeQueued();
     for (const std::string &path : orders.repairs)
         repair(path);
+    takeOrders(now, is);
+    report(now, is);
+    picture(is);
     _first = false;
 }
 
@@ -206,6 +228,7 @@ MediaParameters MediaDaemon::parameters() const
     is.rollover = text(*_config, eParam_RolloverMediaPath);
     is.label = text(*_config, eParam_MediaLabel);
     is.currentClip = text(*_config, eParam_CurrentClip);
+    is.playbackSource = number(*_config, eParam_PlaybackSource);
     // Last: a recorder that begins in between has its lock before it says anything else.
     is.daemonRuns = _recorderLock.whoHasLock() != 0;
     return is;
@@ -253,8 +276,109 @@ void MediaDaemon::repair(const std::string &path)
 {
     const auto place = _places.find(path);
     if (place == _places.end()) return; // gone again
-    std::unique_ptr<QmxTaskThread> &thread = place->second->repairs;
-    if (!thread) thread = std::make_unique<QmxTaskThread>(QStringLiteral("media-repair"), 2, _environment);
     // A full queue has a repair waiting already, which will find everything.
-    thread->post([path, environment = _environment] { repairClips(path, environment); });
+    workOf(*place->second).post([path, environment = _environment, self = QPointer<MediaDaemon>(this)] {
+        const std::vector<std::string> report = repairClips(path, environment);
+        if (report.empty()) return;
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, report] {
+                if (self) self->repaired(report);
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+QmxTaskThread &MediaDaemon::workOf(Place &place)
+{
+    constexpr int bound = 4;
+    if (!place.work)
+        place.work = std::make_unique<QmxTaskThread>(QStringLiteral("media-work"), bound, _environment);
+    return *place.work;
+}
+
+/// Pictures of clips are made while nothing is recorded; what a take has interrupted begins again after it.
+void MediaDaemon::picture(const MediaParameters &is)
+{
+    *_recording = is.daemonRuns && is.status == MediaValues::Recording;
+    for (const auto &[path, place] : _places) {
+        if (*_recording) place->pictured = 0;
+        if (*_recording || !place->known || place->pictured == place->known->clips) continue;
+        const std::string folder = thumbnailRoot + path.substr(path.rfind('/'));
+        const bool posted =
+            workOf(*place).post([path, folder, environment = _environment, recording = _recording] {
+                keepThumbnails(path, folder, environment, [&recording] { return !*recording; });
+            });
+        if (posted) place->pictured = place->known->clips;
+    }
+}
+
+/// The operator shall know what became of clips that he believes whole; until he begins the next take.
+void MediaDaemon::repaired(const std::vector<std::string> &report)
+{
+    _repairs.insert(_repairs.end(), report.begin(), report.end());
+    std::string text;
+    for (std::size_t i = 0; i < _repairs.size() && i < mostRepairsTold; ++i)
+        text += (i ? "; " : "") + _repairs[i];
+    if (_repairs.size() > mostRepairsTold)
+        text += "; and " + std::to_string(_repairs.size() - mostRepairsTold) + " more, see the log";
+    AlarmProducer::raise(_config.get(), eParam_AlarmClipsRepaired,
+                         kel::alarms::Alarm_Severity(AlarmSeverity::Information), text);
+}
+
+void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParameters &is)
+{
+    _jobs.setBusy(is.daemonRuns && is.status != MediaValues::Stopped);
+    std::deque<std::string> texts;
+    {
+        const std::lock_guard lock(_ordersMutex);
+        texts.swap(_orders);
+    }
+    for (const std::string &order : texts) {
+        std::string id;
+        std::string problem;
+        const auto parsed = MediaOrder::parse(order, id, problem);
+        if (parsed) problem = whyRefused(*parsed, media, is);
+        if (problem.empty())
+            _jobs.start(*parsed);
+        else
+            orderTold({}, {id, "refused", 0, problem});
+    }
+}
+
+void MediaDaemon::orderTold(const MediaOrder &order, const MediaOrderState &state)
+{
+    if (state.state != "running")
+        qmxLogOutput(state.state == "done" ? 3 : 2, module, __LINE__, "%s\n", state.text.c_str());
+    if (state.state == "done" && order.verb == "delete" && text(*_config, eParam_CurrentClip) == order.clip &&
+        text(*_config, eParam_ActiveMediaPath) == order.from)
+        _config->setString(eParam_CurrentClip, MediaValues::noClip);
+    _config->setString(eParam_MediaOrderState, state.print());
+    if (state.state == "done") wake(); // the clips have changed
+}
+
+/// What operators see of the media. In a take it changes all the time, so only now and then.
+void MediaDaemon::report(const std::vector<Medium> &media, const MediaParameters &is)
+{
+    const bool recording = is.daemonRuns && is.status == MediaValues::Recording;
+    if (recording && !_repairs.empty()) {
+        _repairs.clear();
+        AlarmProducer::clear(_config.get(), eParam_AlarmClipsRepaired);
+    }
+    const qint64 now = _environment.clock->now();
+    const bool mediaChanged = is.active + is.rollover != _reportedPaths;
+    if (!_first && !mediaChanged && now - _reportedAt < reportInterval) return;
+    _reportedAt = now;
+    _reportedPaths = is.active + is.rollover;
+    if (QmxCountersReader counters; recording && counters.open()) {
+        for (const Medium &medium : media)
+            if (medium.path == is.active && medium.beingRecorded)
+                _recordTime.observe(medium.recordedBytes, counters.value(QStringLiteral("recorded_up_to")),
+                                    double(counters.value(QStringLiteral("clip_rate"))) / 1000);
+    }
+    const RecordTime::Report report = _recordTime.report(media, is);
+    const std::string text = MediumReport::print(report.media);
+    if (text == _reported) return;
+    if (_config->setString(eParam_MediaReport, text)) _reported = text;
+    _config->setUInt(eParam_RecordTimeLeft, unsigned(report.secondsLeft));
 }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "companions/mediad/mediajobs.h"
 #include "companions/mediad/mediamachine.h"
 #include "companions/mediad/mediumlook.h"
+#include "companions/mediad/recordtime.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/store/configeventlistener.h"
@@ -14,6 +16,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <mutex>
 
 class Config;
 class QmxTaskThread;
@@ -21,8 +24,8 @@ class QmxTaskThread;
 /// Runs the media machine on the real machine: looks at mount table, media and store, lets it decide, writes.
 ///
 /// Threads: everything runs on the event loop but the listener's calls, which come on the store's thread and
-/// only count and wake. Each medium is asked on its helper thread (MediumHelper: at most 100 ms) and repaired
-/// on a thread of its own ("media-repair").
+/// only note and wake. Each medium is asked on its helper thread (MediumHelper: at most 100 ms); a thread of
+/// its own ("media-work") repairs clips and makes their pictures. Orders run on "media-jobs".
 class MediaDaemon : public QObject, private ConfigEventListener
 {
     Q_OBJECT
@@ -53,6 +56,12 @@ private:
     bool writeQueued();
     bool write(const MediaWrite &order);
     void repair(const std::string &path);
+    QmxTaskThread &workOf(Place &place);
+    void picture(const MediaParameters &is);
+    void repaired(const std::vector<std::string> &report);
+    void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);
+    void orderTold(const MediaOrder &order, const MediaOrderState &state);
+    void report(const std::vector<Medium> &media, const MediaParameters &is);
 
     QmxEnvironment _environment;
     QmxLockFile _recorderLock;
@@ -61,6 +70,14 @@ private:
     std::map<std::string, std::unique_ptr<Place>> _places; ///< by path
     std::deque<MediaWrite>
         _queued; ///< refused by the store so far; nothing is decided until they are through
+    RecordTime _recordTime;
+    MediaJobs _jobs;
+    std::string _reported; ///< as the store has it
+    std::string _reportedPaths;
+    qint64 _reportedAt = 0;
+    std::vector<std::string> _repairs; ///< since the last take
+    /// Asked by the threads of the media, which may outlive this object.
+    const std::shared_ptr<std::atomic<bool>> _recording = std::make_shared<std::atomic<bool>>(false);
     qint64 _listedAt = 0;
     bool _first = true;
     std::atomic<bool> _woken = false;
@@ -68,5 +85,7 @@ private:
     std::atomic<int> _commands = 0;
     std::atomic<int> _playCommands = 0;
     std::atomic<bool> _activeSet = false;
+    std::mutex _ordersMutex;
+    std::deque<std::string> _orders; ///< as they came; at most MediaJobs::bound, the newest are refused
     std::unique_ptr<Config> _config; ///< last: it goes first, and with it the listener's calls
 };

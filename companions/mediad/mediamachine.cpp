@@ -14,6 +14,8 @@ constexpr std::int64_t nsPerMillisecond = 1'000'000;
 constexpr std::int64_t freeAfter = 2000 * nsPerMillisecond;
 /// The transport says "still" for an instant before it plays.
 constexpr std::int64_t stillIsSure = 1000 * nsPerMillisecond;
+/// The transport waits for the answer to a rollover, but not for long.
+constexpr std::int64_t answerTime = 800 * nsPerMillisecond;
 /// A command shows in the status after so long, or not at all.
 constexpr std::int64_t commandIsSlow = 2000 * nsPerMillisecond;
 
@@ -146,7 +148,10 @@ void MediaMachine::followTake(Step &step)
 
     // From here on the transport may start a rollover at any moment; it is over with its notice, or with the
     // media when the take has ended without one.
-    if (recording && active && active->percentFree <= freezeLevel) {
+    // Begun in the middle of a take, one cannot know: the medium that is left has more room again.
+    const bool mayBeSwitching = _first && !step.is.rollover.empty() && active &&
+                                (active->percentFree <= targetLevel || !active->beingRecorded);
+    if (recording && active && (active->percentFree <= freezeLevel || mayBeSwitching)) {
         _frozen = true;
     } else if (!recording && step.is.storage != InUse) {
         _frozen = false;
@@ -174,14 +179,25 @@ void MediaMachine::answerRollover(Step &step)
     const MediaParameters &is = step.is;
     const Medium *target = step.mediumOf(is.rollover);
     const Medium *active = step.mediumOf(is.active);
-    // The notice came while no media daemon was running: the take already goes on on the other medium.
+    // The notice came while no media daemon was running, or one died in the middle of its answer: the take
+    // already goes on on the other medium.
     const bool missed = _first && step.recording() && is.storage == RolloverDone && target &&
-                        target->beingRecorded && !(active && active->beingRecorded);
-    if ((step.events.rolloversDone == 0 && !missed) || is.rollover.empty()) {
+                        target->beingRecorded && !(active && active != target && active->beingRecorded);
+    if ((step.events.rolloversDone > 0 || missed) && !_answerSince) {
+        _answerSince = step.now;
+    }
+    if (!_answerSince || is.rollover.empty()) {
+        _answerSince.reset();
         return;
     }
     const bool isGood = target && (target->writable || target->beingRecorded);
-    step.setActive(isGood ? is.rollover : is.active);
+    // A medium that looks bad may only be slow to answer. If the second clip could not be opened the take
+    // ends at once; if it goes on, it does so there.
+    if (!isGood && step.recording() && step.now - *_answerSince < answerTime) {
+        return;
+    }
+    _answerSince.reset();
+    step.setActive(isGood || step.recording() ? is.rollover : is.active);
     step.setRollover({});
     _frozen = false;
     _lowest = 100;

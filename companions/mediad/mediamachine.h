@@ -3,9 +3,11 @@
 
 #include "companions/mediad/medium.h"
 #include "platform/store/eparam.h"
+#include "platform/store/eparammedia.h"
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,7 @@ struct MediaParameters
     std::string rollover;
     std::string label;
     std::string currentClip;
+    unsigned playbackSource = 0; ///< 0: the current clip alone is played
 };
 
 /// What other programs have written since the step before.
@@ -111,6 +114,7 @@ private:
     bool _commanded = false;                      ///< in this take, by a command that ends it
     double _lowest = 100;                         ///< percent free in this take
     bool _frozen = false;                         ///< the transport may be using the rollover path
+    std::optional<std::int64_t> _answerSince;     ///< a rollover waits for its answer
     std::string _chosenFull;                      ///< somebody wants this medium although it is full
     std::map<std::string, std::uint64_t> _mounts; ///< by path
     std::vector<std::string> _repairs;            ///< not yet ordered

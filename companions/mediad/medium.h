@@ -18,5 +18,10 @@ struct Medium
     std::vector<std::string> names; ///< of all clips, in alphabetical order
     bool beingRecorded = false;     ///< somebody records a clip on it
 
+    std::int64_t bytesFree = 0;
+    std::int64_t bytesTotal = 0;
+    std::int64_t recordedBytes = 0; ///< of the clip that is being recorded, so far
+    double newestRate = 0;          ///< bytes a second of the newest clip; 0: not known
+
     bool holds(const std::string &name) const { return std::binary_search(names.begin(), names.end(), name); }
 };

@@ -2,6 +2,7 @@
 #include "companions/mediad/mediumlook.h"
 
 #include "platform/product/clipscan.h"
+#include "platform/qmx/stream/qmxclipreader.h"
 
 #include <cerrno>
 #include <cmath>
@@ -62,14 +63,36 @@ std::optional<Medium> MediumLook::look(const Mount &mount, bool listClips)
     }
     const bool lists = listClips || !_last;
     if (lists) {
-        _last = Medium{mount.path, mediumLabel(mount), mount.mount, false, 0, 0, {}, false};
+        _last = Medium{};
+        _last->path = mount.path;
+        _last->label = mediumLabel(mount);
+        _last->mount = mount.mount;
     }
     _last->writable = mount.writable;
+    _last->bytesFree = qint64(space.f_bfree) * qint64(space.f_bsize);
+    _last->bytesTotal = qint64(space.f_blocks) * qint64(space.f_bsize);
     _last->percentFree = std::round(double(space.f_bfree) / double(space.f_blocks) * 100.0);
     if (lists && !list(*_last)) {
         _last.reset();
     }
     return _last;
+}
+
+/// Bytes a second of a clip; what it is for the newest one is remembered.
+double MediumLook::rateOf(const std::string &folder, const std::pair<std::string, qint64> &clip)
+{
+    if (clip == _newest || clip.first.empty()) {
+        return clip.first.empty() ? 0 : _newestRate;
+    }
+    _newest = clip;
+    _newestRate = 0;
+    QmxClipInfo info;
+    const QmxError error = QmxClipReader::probe(localName(folder + "/" + clip.first), info, _environment);
+    if (!error.isError() && info.frames > 0 && info.image.frameRate().isValid()) {
+        _newestRate =
+            double(_known[clip.first].size) / double(info.frames) * info.image.frameRate().toDouble();
+    }
+    return _newestRate;
 }
 
 /// Fills in what is known of the clips; false when the medium cannot be read.
@@ -98,10 +121,15 @@ bool MediumLook::list(Medium &medium)
         return false;
     }
     Fingerprint fingerprint;
+    std::pair<std::string, qint64> newest;
     for (const auto &[name, clip] : seen) {
         medium.beingRecorded = medium.beingRecorded || clip.beingRecorded;
         if (clip.beingRecorded) {
+            medium.recordedBytes = clip.size;
             continue;
+        }
+        if (clip.changed > newest.second) {
+            newest = {name, clip.changed};
         }
         medium.names.push_back(name);
         fingerprint.add(name.c_str(), name.size() + 1);
@@ -110,5 +138,6 @@ bool MediumLook::list(Medium &medium)
     }
     medium.clips = fingerprint.value();
     _known = std::move(seen);
+    medium.newestRate = rateOf(medium.path, newest);
     return true;
 }

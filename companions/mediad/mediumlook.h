@@ -8,9 +8,10 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
-/// Looks at one medium: room, clips, whether a take is running on it. It reads no clip and waits for no
-/// lock, so it disturbs nobody who records.
+/// Looks at one medium: room, clips, whether a take is running on it. It reads no clip but the head of the
+/// newest one and waits for no lock, so it disturbs nobody who records.
 ///
 /// Blocks on the medium; one thread at a time.
 class MediumLook
@@ -31,8 +32,11 @@ private:
     };
     bool isBeingRecorded(const std::string &path) const;
     bool list(Medium &medium);
+    double rateOf(const std::string &folder, const std::pair<std::string, qint64> &clip);
 
     QmxEnvironment _environment;
     std::map<std::string, Known> _known; ///< by file name
     std::optional<Medium> _last;
+    std::pair<std::string, qint64> _newest; ///< name and time of the newest clip
+    double _newestRate = 0;                 ///< its bytes a second
 };

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/eparammedia.h"
 #include "platform/store/paramrow.h"
 
 namespace {
@@ -64,5 +65,7 @@ std::vector<ParamRow> alarmRows()
               "A recording ended because its medium is full; cleared when the next one begins."),
         alarm(eParam_AlarmStoreRestored, "store_restored", condition,
               "The configuration store was damaged or removed and has been restored; look at the settings."),
+        alarm(eParam_AlarmClipsRepaired, "clips_repaired", condition,
+              "Clips that a crash or a power cut had left unfinished have been closed; until the next take."),
     };
 }

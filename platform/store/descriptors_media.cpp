@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/eparammedia.h"
 #include "platform/store/paramrow.h"
 
 std::vector<ParamRow> mediaRows()
@@ -48,5 +49,18 @@ std::vector<ParamRow> mediaRows()
         string(eParam_PlayList, "play_list", Persistent,
                "File names of the play list, one a line, in the order in which they are played.")
             .with({Attribute::multiLine, Attribute::clipName}),
+        string(eParam_MediaOrder, "media_order", Command,
+               "What the media daemon shall do with a clip, as JSON: id, verb (copy, delete, protect, "
+               "unprotect), "
+               "clip, from, to. `xpctl copy` and its like write it."),
+        string(eParam_MediaOrderState, "media_order_state", Volatile,
+               "How far the media daemon is with an order, as JSON: id, state, percent, text.")
+            .with({Attribute::everyWrite}),
+        string(
+            eParam_MediaReport, "media_report", Volatile,
+            "All media with their room, clips and remaining record time, as JSON; `xpctl media` shows it."),
+        number(eParam_RecordTimeLeft, "record_time_left", Volatile,
+               "How long a take can still become, over all media that it can go on to; 0: not known or none.")
+            .in("s"),
     };
 }

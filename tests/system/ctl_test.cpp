@@ -80,6 +80,8 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         run set playback_source all_clips; run still; run next; run prev; run stop; run list remove 0
         run get play_list; run params take; run alarms; run status; run watch --once; run watch --once --stats; run metrics
         may=1 run doctor
+        xpmediad >/dev/null 2>&1
+        run media; run protect take_002.mov; run unprotect take_002.mov; run copy take_002.mov B; run delete /media/B/take_002.mov
         echo "== frames"
         xpctl --json watch >$OUT/watch & watching=$!
         until [ "$(wc -l <$OUT/watch)" -ge 60 ]; do read -rt 0.05 <> <(:) || true; done

@@ -32,6 +32,8 @@ const char *advice(int value)
     case ENODEV:
     case ENXIO:
     case ESTALE:
+    case ENOTCONN:
+    case ECONNABORTED:
         return "the medium is gone; put it back or choose another one";
     case EEXIST:
         return "a clip of this name exists; choose another name";

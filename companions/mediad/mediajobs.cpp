@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/mediad/mediajobs.h"
+
+#include "companions/mediad/clipcare.h"
+#include "companions/mediad/clipcopy.h"
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxtaskthread.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+
+#include <utility>
+
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace {
+
+/// Frames that may wait for the medium before a copy pauses: a flush makes a few wait.
+constexpr qint64 fewFrames = 8;
+constexpr qint64 pauseTime = 100 * QmxClock::nsPerMillisecond;
+constexpr qint64 tellEvery = 500 * QmxClock::nsPerMillisecond;
+
+/// The disk serves everybody else first, where its scheduler knows the difference (ioprio_set(2)).
+void readAndWriteLast()
+{
+    constexpr int thisThread = 1; // IOPRIO_WHO_PROCESS, 0
+    constexpr int idleClass = 3 << 13;
+    syscall(SYS_ioprio_set, thisThread, 0, idleClass);
+}
+
+} // namespace
+
+/// Called between the pieces of a copy.
+class MediaJobs::Pace
+{
+public:
+    Pace(const QmxEnvironment &environment, const Shared &shared, std::function<void(int)> told)
+        : _clock(*environment.clock), _shared(shared), _told(std::move(told))
+    {}
+
+    bool operator()(qint64 done, qint64 total)
+    {
+        const qint64 now = _clock.now();
+        if (now - _toldAt >= tellEvery) {
+            _toldAt = now;
+            _told(total > 0 ? int(100 * done / total) : 100);
+        }
+        const qint64 bytes = done - std::exchange(_done, done);
+        if (_shared.busy)
+            _clock.sleepUntil(now + qint64(double(bytes) / busyRate * double(QmxClock::nsPerSecond)));
+        while (_shared.busy && !_shared.ended && framesWait())
+            _clock.sleepUntil(_clock.now() + pauseTime);
+        return !_shared.ended;
+    }
+
+private:
+    bool framesWait()
+    {
+        // Opened anew: the recorder may have been started since.
+        QmxCountersReader counters;
+        return counters.open() && counters.value(QStringLiteral("writer_queue")) > fewFrames;
+    }
+
+    QmxClock &_clock;
+    const Shared &_shared;
+    const std::function<void(int)> _told;
+    qint64 _toldAt = 0;
+    qint64 _done = 0;
+};
+
+MediaJobs::MediaJobs(const QmxEnvironment &environment,
+                     std::function<void(const MediaOrder &, const MediaOrderState &)> told, QObject *parent)
+    : QObject(parent),
+      _environment(environment),
+      _told(std::move(told)),
+      _thread(std::make_unique<QmxTaskThread>(QStringLiteral("media-jobs"), bound, environment))
+{}
+
+MediaJobs::~MediaJobs()
+{
+    _shared->ended = true;
+    _thread->abandon(); // a medium may hang
+}
+
+void MediaJobs::start(const MediaOrder &order)
+{
+    // `self` is looked at on the event loop only, where it is destroyed too.
+    const auto told = [self = QPointer<MediaJobs>(this), order](const MediaOrderState &state) {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, order, state] {
+                if (self) self->_told(order, state);
+            },
+            Qt::QueuedConnection);
+    };
+    const bool posted = _thread->post([order, environment = _environment, shared = _shared, told] {
+        run(order, environment, *shared, told);
+    });
+    if (!posted) _told(order, {order.id, "refused", 0, "too many orders are waiting; try again later"});
+}
+
+void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, const Shared &shared,
+                    const std::function<void(const MediaOrderState &)> &told)
+{
+    const std::string path = order.from + "/" + order.clip;
+    QmxError error;
+    std::string text = path;
+    if (order.verb == "copy") {
+        readAndWriteLast();
+        const std::string target = order.to + "/" + order.clip;
+        text += " -> " + target;
+        Pace pace(environment, shared, [&](int percent) { told({order.id, "running", percent, text}); });
+        error = copyClip(path, target, environment, std::ref(pace));
+        text += ": copied and compared";
+    } else if (order.verb == "delete") {
+        error = deleteClip(path, environment);
+        text += " has been deleted";
+    } else {
+        const bool on = order.verb == "protect";
+        error = protectClip(path, on, environment);
+        text += on ? " is protected" : " is no longer protected";
+    }
+    if (error.isError())
+        told({order.id, "refused", 0, error.toString().toStdString()});
+    else
+        told({order.id, "done", 100, text});
+}

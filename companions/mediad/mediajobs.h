@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/product/mediaorder.h"
+#include "platform/qmx/core/qmxenvironment.h"
+
+#include <QObject>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+
+class QmxTaskThread;
+
+/// Carries out orders that take their time, one after the other, on the thread "media-jobs" (at most `bound`
+/// wait; more are refused). A copy gives way to a running take: it pauses whenever frames wait in the
+/// recorder's queue, and is slow in between.
+///
+/// Threads: all members on the event loop, where `told` is called too.
+class MediaJobs : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int bound = 16;
+    /// Bytes a second of a copy while something is recorded or played.
+    static constexpr double busyRate = 16e6;
+
+    MediaJobs(const QmxEnvironment &environment,
+              std::function<void(const MediaOrder &, const MediaOrderState &)> told,
+              QObject *parent = nullptr);
+    ~MediaJobs() override;
+
+    void start(const MediaOrder &order);
+    /// Whether the transport uses the media now.
+    void setBusy(bool busy) { _shared->busy = busy; }
+
+private:
+    struct Shared
+    {
+        std::atomic<bool> busy = false;
+        std::atomic<bool> ended = false;
+    };
+    class Pace;
+
+    static void run(const MediaOrder &order, const QmxEnvironment &environment, const Shared &shared,
+                    const std::function<void(const MediaOrderState &)> &told);
+
+    const QmxEnvironment _environment;
+    const std::function<void(const MediaOrder &, const MediaOrderState &)> _told;
+    const std::shared_ptr<Shared> _shared = std::make_shared<Shared>();
+    std::unique_ptr<QmxTaskThread> _thread;
+};

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxfiles.h"
+
+#include <string>
+#include <utility>
+
+#include <fcntl.h>
+
+/// A file that is closed with its owner.
+class OpenFile
+{
+public:
+    OpenFile(QmxFiles &files, const std::string &path, int flags, mode_t mode = 0)
+        : _files(&files), _fd(files.open(QString::fromLocal8Bit(path), flags | O_CLOEXEC, mode))
+    {}
+    ~OpenFile()
+    {
+        if (_fd >= 0) _files->close(_fd);
+    }
+    OpenFile(const OpenFile &) = delete;
+    OpenFile &operator=(const OpenFile &) = delete;
+    OpenFile &operator=(OpenFile &&other) noexcept
+    {
+        std::swap(_files, other._files);
+        std::swap(_fd, other._fd);
+        return *this;
+    }
+
+    bool isOpen() const { return _fd >= 0; }
+    int fd() const { return _fd; }
+
+private:
+    QmxFiles *_files;
+    int _fd;
+};

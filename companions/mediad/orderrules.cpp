@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/mediad/orderrules.h"
+
+#include <algorithm>
+
+namespace {
+
+const Medium *find(const std::vector<Medium> &media, const std::string &path)
+{
+    const auto found = std::find_if(media.begin(), media.end(),
+                                    [&path](const Medium &medium) { return medium.path == path; });
+    return found == media.end() ? nullptr : &*found;
+}
+
+bool isPlayed(const MediaOrder &order, const MediaParameters &is)
+{
+    if (!is.daemonRuns || is.active != order.from || is.status == MediaValues::Stopped ||
+        is.status == MediaValues::Recording || is.status == MediaValues::ShutDown)
+        return false;
+    return is.playbackSource != 0 || is.currentClip == order.clip;
+}
+
+} // namespace
+
+std::string whyRefused(const MediaOrder &order, const std::vector<Medium> &media, const MediaParameters &is)
+{
+    const Medium *from = find(media, order.from);
+    if (!from) return "no medium is mounted at '" + order.from + "'; `xpctl media` lists them";
+    if (!from->holds(order.clip)) {
+        return order.clip +
+               (from->beingRecorded ? " is being recorded, or there is no such clip on "
+                                    : ": there is no such clip on ") +
+               from->path;
+    }
+    if (order.verb == "copy") {
+        const Medium *to = find(media, order.to);
+        if (!to) return "no medium is mounted at '" + order.to + "'; `xpctl media` lists them";
+        if (!to->writable) return to->path + " cannot be written; remount or replace it";
+        return {};
+    }
+    if (!from->writable) return from->path + " cannot be written; remount or replace it";
+    if (order.verb == "delete" && isPlayed(order, is))
+        return order.clip + " is in use: the transport plays from it; stop it first";
+    return {};
+}

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "companions/mediad/mediamachine.h"
+#include "platform/product/mediaorder.h"
+
+#include <cstdint>
+#include <vector>
+
+/// Knows how many bytes a second of recording costs and from that how long takes can still become. It has no
+/// threads and no clock.
+class RecordTime
+{
+public:
+    /// A running take, as it lies on its medium. Its first moments say nothing and are left out.
+    void observe(std::int64_t bytes, std::int64_t frames, double framesPerSecond);
+    /// Bytes a second: of the take that runs or ran last, else of the newest clip; 0: not known.
+    double rate(const std::vector<Medium> &media) const;
+    /// Seconds until a medium reaches `level` percent free, as the transport rounds it; -1: not known.
+    static int secondsLeft(const Medium &medium, double level, double rate);
+
+    struct Report
+    {
+        std::vector<MediumReport> media;
+        int secondsLeft = 0; ///< of one take over all media that it can go on to; 0: none, or not known
+    };
+    Report report(const std::vector<Medium> &media, const MediaParameters &parameters) const;
+
+private:
+    double _rate = 0;
+};

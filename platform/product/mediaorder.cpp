@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/product/mediaorder.h"
+
+#include "platform/product/clipscan.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+const char *const verbs[] = {"copy", "delete", "protect", "unprotect"};
+
+QJsonDocument document(const std::string &text)
+{
+    return QJsonDocument::fromJson(QByteArray::fromStdString(text));
+}
+std::string compact(const QJsonDocument &json)
+{
+    return json.toJson(QJsonDocument::Compact).toStdString();
+}
+std::string word(const QJsonObject &object, const char *field)
+{
+    return object.value(QLatin1String(field)).toString().toStdString();
+}
+QString shown(const std::string &text)
+{
+    return QString::fromStdString(text);
+}
+
+std::string whyNonsense(const MediaOrder &order)
+{
+    bool known = false;
+    for (const char *verb : verbs)
+        known = known || order.verb == verb;
+    if (!known)
+        return "'" + order.verb + "' cannot be done with a clip; copy, delete, protect and unprotect can";
+    // A name must not lead out of its medium.
+    if (!isClipName(order.clip) || order.clip.find('/') != std::string::npos)
+        return "'" + order.clip + "' is no name of a clip";
+    if (order.verb == "copy" && order.to.empty()) return "where the copy shall go is missing";
+    if (order.verb == "copy" && order.to == order.from)
+        return "a copy goes to another medium, not to " + order.from;
+    return {};
+}
+
+} // namespace
+
+std::string MediaOrder::print() const
+{
+    QJsonObject object{
+        {"id", shown(id)}, {"verb", shown(verb)}, {"clip", shown(clip)}, {"from", shown(from)}};
+    if (!to.empty()) object["to"] = shown(to);
+    return compact(QJsonDocument(object));
+}
+
+std::optional<MediaOrder> MediaOrder::parse(const std::string &text, std::string &id, std::string &problem)
+{
+    const QJsonDocument json = document(text);
+    if (!json.isObject()) {
+        problem = "the order is no JSON object";
+        return std::nullopt;
+    }
+    const QJsonObject object = json.object();
+    MediaOrder order{word(object, "id"), word(object, "verb"), word(object, "clip"), word(object, "from"),
+                     word(object, "to")};
+    id = order.id;
+    problem = whyNonsense(order);
+    if (!problem.empty()) return std::nullopt;
+    return order;
+}
+
+std::string MediaOrderState::print() const
+{
+    return compact(QJsonDocument(QJsonObject{
+        {"id", shown(id)}, {"state", shown(state)}, {"percent", percent}, {"text", shown(text)}}));
+}
+
+std::optional<MediaOrderState> MediaOrderState::parse(const std::string &text)
+{
+    const QJsonDocument json = document(text);
+    if (!json.isObject()) return std::nullopt;
+    const QJsonObject object = json.object();
+    return MediaOrderState{word(object, "id"), word(object, "state"), object.value("percent").toInt(),
+                           word(object, "text")};
+}
+
+std::string MediumReport::print(const std::vector<MediumReport> &media)
+{
+    QJsonArray array;
+    for (const MediumReport &medium : media)
+        array.append(QJsonObject{{"path", shown(medium.path)},
+                                 {"label", shown(medium.label)},
+                                 {"state", shown(medium.state)},
+                                 {"percent_free", medium.percentFree},
+                                 {"bytes_free", double(medium.bytesFree)},
+                                 {"bytes_total", double(medium.bytesTotal)},
+                                 {"clips", medium.clips},
+                                 {"seconds_left", medium.secondsLeft}});
+    return compact(QJsonDocument(array));
+}
+
+std::vector<MediumReport> MediumReport::parse(const std::string &text)
+{
+    std::vector<MediumReport> media;
+    for (const QJsonValue &value : document(text).array()) {
+        const QJsonObject object = value.toObject();
+        media.push_back({word(object, "path"), word(object, "label"), word(object, "state"),
+                         object.value("percent_free").toDouble(),
+                         static_cast<long long>(object.value("bytes_free").toDouble()),
+                         static_cast<long long>(object.value("bytes_total").toDouble()),
+                         object.value("clips").toInt(), object.value("seconds_left").toInt(-1)});
+    }
+    return media;
+}

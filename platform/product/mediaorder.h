@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// What an operator wants the media daemon to do with one clip, as it stands in the parameter media_order: a
+/// JSON object with the fields "id", "verb", "clip", "from" and "to". A plain value.
+struct MediaOrder
+{
+    std::string id;   ///< chosen by who asks, to know the answer by; may be empty
+    std::string verb; ///< "copy", "delete", "protect", "unprotect"
+    std::string clip; ///< file name
+    std::string from; ///< folder of the medium
+    std::string to;   ///< folder of the other medium, for a copy
+
+    std::string print() const;
+    /// Nothing when the text makes no sense; `problem` then says why, and the id is in `id` if there is one.
+    static std::optional<MediaOrder> parse(const std::string &text, std::string &id, std::string &problem);
+};
+
+/// How far an order is, as it stands in the parameter media_order_state: a JSON object.
+struct MediaOrderState
+{
+    std::string id;
+    std::string state; ///< "running", "done", "refused"
+    int percent = 0;
+    std::string text; ///< a sentence for the operator
+
+    std::string print() const;
+    static std::optional<MediaOrderState> parse(const std::string &text);
+};
+
+/// One medium as the media daemon sees it; the parameter media_report holds all of them as a JSON array.
+struct MediumReport
+{
+    std::string path;
+    std::string label;
+    std::string state; ///< "active", "next", "usable", "full", "read_only", "silent"
+    double percentFree = 0;
+    long long bytesFree = 0;
+    long long bytesTotal = 0;
+    int clips = 0;
+    int secondsLeft = -1; ///< of recording at the rate of the last take; -1: not known
+
+    static std::string print(const std::vector<MediumReport> &media);
+    static std::vector<MediumReport> parse(const std::string &text);
+};

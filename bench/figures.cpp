@@ -16,6 +16,9 @@ std::span<const BenchRow> benchRows()
         {"seek", "a frame out of order, and all of them in order, beside a bare read and decode", benchSeek},
         {"cue", "from the cue command to the picture on the output", benchCue},
         {"prores", "our ProRes coder against libavcodec's: size, quality, CPU a frame", benchProRes},
+        {"medium_change", "a take that goes on on the next medium: frames lost, time between the two",
+         benchMediumChange},
+        {"medium_check", "the transport's look at its medium, also at one that hangs", benchMediumCheck},
     };
     return rows;
 }

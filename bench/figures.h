@@ -43,6 +43,9 @@ QList<Figure> benchClipList(int seconds);
 // clipbench.cpp
 QList<Figure> benchLongClip(int seconds);
 QList<Figure> benchSeek(int seconds);
+// mediabench.cpp
+QList<Figure> benchMediumChange(int seconds);
+QList<Figure> benchMediumCheck(int seconds);
 // playbench.cpp
 QList<Figure> benchCue(int seconds);
 // proresbench.cpp

@@ -1,35 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The media daemon beside the recorder: it dies, the recorder dies, media go.
 #include "tests/support/print.h"
-#include "tests/system/sandbox.h"
+#include "tests/system/mediarig.h"
 
 #include <gtest/gtest.h>
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 namespace {
 constexpr auto generator576 = "[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n";
-
-constexpr auto helpers = R"sh(
-    await() { # CONDITION: until it holds, at most 60 s
-        local tries=0
-        until eval "$1"; do
-            tries=$((tries + 1)); [ $tries -lt 1200 ] || { echo "never: $1" >&2; cat /run/xp/*.out >&2; exit 9; }
-            read -rt 0.05 <> <(:) || true
-        done
-    }
-    recorded() { xpctl --json status | sed -E 's/.*"recorded_up_to":([0-9]+).*/\1/'; }
-    kill_mediad() {
-        mediad=$(cat /var/lock/xpmediad.lock)
-        kill -KILL $mediad
-        await '! kill -0 $mediad 2>/dev/null'
-    }
-)sh";
 } // namespace
 
 TEST(Media, aMediaDaemonThatRestartsInATakeTouchesNothing)
 {
     Sandbox sandbox;
     sandbox.setProfile(generator576);
-    const ProgramResult result = sandbox.run(helpers + QString(R"sh(
+    const ProgramResult result = runMedia(sandbox, QString(R"sh(
         xpctl record >&2
         kill_mediad
         xpmediad >/run/xp/second.out 2>&1
@@ -41,7 +29,6 @@ TEST(Media, aMediaDaemonThatRestartsInATakeTouchesNothing)
         await 'grep -q media_updated /run/xp/second.out'
         cp /media/A/*.mov $OUT/take.mov
     )sh"));
-    ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
     EXPECT_EQ(result.out, QByteArray("== /media/A /media/B\n"));
     EXPECT_EQ(brokenAt(stripsOf(sandbox.out("take.mov"))), QString());
 }
@@ -52,9 +39,9 @@ TEST(Media, whatAKilledRecorderLeftIsRepairedNowOrAtTheNextStart)
         SCOPED_TRACE(watched ? "the media daemon is there" : "it starts later");
         Sandbox sandbox;
         sandbox.setProfile(generator576);
-        const ProgramResult result = sandbox.run(
-            helpers + QString(watched ? "" : "xpctl get transport_running >/dev/null; kill_mediad\n") +
-            R"sh(
+        const ProgramResult result = runMedia(
+            sandbox, QString(watched ? "" : "xpctl get transport_running >/dev/null; kill_mediad\n") +
+                         R"sh(
         xpctl record >&2
         await '[ $(recorded) -ge 25 ]'
         kill -KILL $(cat /run/xp/xpd.pid)
@@ -63,12 +50,11 @@ TEST(Media, whatAKilledRecorderLeftIsRepairedNowOrAtTheNextStart)
             xpctl get transport_status >&2
             xpmediad >/run/xp/xpmediad.out 2>&1
         fi
-        await 'grep -q "take_001.mov was left unfinished and has been repaired" /run/xp/xpmediad.out'
+        await 'xpctl alarms | grep -q "information  clips_repaired .*take_001.mov was left unfinished and has been repaired"'
         await '[ "$(xpctl get transport_status)" = shut_down ]'
         echo "$(xpctl get transport_running) $(xpctl get storage_state)"
         cp /media/A/*.mov $OUT/take.mov
     )sh");
-        ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
         const QList<QByteArray> lines = result.out.split('\n');
         EXPECT_EQ(lines.value(1), QByteArray("off released"));
         const auto strips = stripsOf(sandbox.out("take.mov"));
@@ -84,7 +70,7 @@ TEST(Media, aMediumThatIsTakenOutMakesRoomForTheOtherOne)
 {
     Sandbox sandbox;
     sandbox.setProfile(generator576);
-    const ProgramResult result = sandbox.run(helpers + QString(R"sh(
+    const ProgramResult result = runMedia(sandbox, QString(R"sh(
         xpctl record --for 1 >&2
         xpctl get current_clip
         await '[ "$(xpctl get storage_state)" = released ]'
@@ -96,7 +82,93 @@ TEST(Media, aMediumThatIsTakenOutMakesRoomForTheOtherOne)
         xpctl record --for 1 >&2
         xpctl clips
     )sh"));
-    ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
     EXPECT_TRUE(result.out.startsWith("take_001.mov\nN/A ''\n")) << result.out.toStdString();
     EXPECT_TRUE(result.out.contains("take_002.mov")) << result.out.toStdString();
+}
+
+TEST(Media, listsFollowWhateverBecomesOfAMedium)
+{
+    Sandbox sandbox({"--media-size", "400M"});
+    sandbox.setProfile(generator576);
+    const ProgramResult result = runMedia(sandbox, R"sh(
+        listed() { xpctl --json clips | grep -o '"name":"[^"]*"' | sort | tr -d '\n'; }
+        state() { xpctl media | awk -v medium="/media/$1" '$1 == medium { print $3 }'; }
+        xpctl record --for 1 >&2
+        await '[ "$(state A) $(state B)" = "active next" ]'
+        umount -l /media/A
+        await 'is active_media_path /media/B && [ -z "$(listed)" ]'
+        mount -o loop "$XP_SANDBOX_DIR/medium-A.img" /media/A
+        await 'is rollover_media_path /media/A'
+        xpctl set active_media_path /media/A
+        await "[ '\"name\":\"take_001.mov\"' = \"\$(listed)\" ]"
+        mount -o remount,ro /media/B
+        await 'is rollover_media_path "" && [ "$(state B)" = read_only ]'
+        mount -o remount,rw /media/B
+        await 'is rollover_media_path /media/B'
+        # What is mounted but no place for clips is no medium; one that cannot be written is none to record on.
+        mkdir /media/P /media/S; mount -t proc proc /media/P; mount -t tmpfs -o ro,size=300M none /media/S
+        await '[ "$(state S)" = read_only ]'
+        say odd; xpctl media
+        umount /media/P /media/S
+        plug F
+        (cd /media/F; seq -f 'note_%g.txt' 9000 | xargs touch; for i in $(seq 1000); do echo nonsense >junk_$i.mov; done)
+        await '[ -n "$(state F)" ]'
+        xpctl set active_media_path /media/F
+        await '[ "$(state F)" = active ]'
+        xpctl record --for 1 >&2
+        say foreign; listed
+    )sh");
+    EXPECT_TRUE(said(result.out, "odd").contains("/media/S"));
+    EXPECT_FALSE(said(result.out, "odd").contains("/media/P"));
+    EXPECT_EQ(said(result.out, "foreign").trimmed(), QByteArray("\"name\":\"take_002.mov\""));
+}
+
+TEST(Media, clipsAreCopiedMarkedAndDeletedWhileATakeRuns)
+{
+    Sandbox sandbox({"--media-size", "600M"});
+    sandbox.setProfile("[inputs]\n601=generator:?rate=50&size=1280x720\n");
+    const ProgramResult result = runMedia(sandbox, R"sh(
+        refused() { ! xpctl --json "$@" 2>&1; }
+        xpctl record --for 1 >&2
+        head -c 100M /dev/urandom >/media/A/big.mov
+        xpctl set record_codec 3
+        xpctl record >&2
+        say copied; xpctl copy big.mov B
+        cmp /media/A/big.mov /media/B/big.mov
+        say again; refused copy big.mov B
+        say recorded; refused copy take_002.mov B; refused delete take_002.mov
+        xpctl protect big.mov
+        say protected; refused delete big.mov
+        xpctl unprotect big.mov; xpctl delete big.mov; xpctl delete /media/B/big.mov
+        say left; ls -A /media/A /media/B
+        await '[ $(recorded) -gt 100 ]'
+        say media; xpctl --json media
+        xpctl stop >&2
+        xpctl clip take_001.mov >&2; xpctl still >&2
+        say played; refused delete take_001.mov
+        xpctl stop >&2; xpctl stop >&2
+        xpctl delete take_001.mov
+        await '! is current_clip take_001.mov'
+        await '[ -s /var/lib/xp/thumbnails/A/take_002.mov.jpg ] && [ ! -e /var/lib/xp/thumbnails/A/big.mov.jpg ]'
+        cp /var/lib/xp/thumbnails/A/take_002.mov.jpg /media/A/take_002.mov $OUT
+    )sh");
+    EXPECT_TRUE(said(result.out, "copied").contains("copied and compared")) << result.out.toStdString();
+    EXPECT_TRUE(said(result.out, "again").contains("exists already")) << result.out.toStdString();
+    EXPECT_EQ(said(result.out, "recorded").count("being recorded"), 2) << result.out.toStdString();
+    EXPECT_TRUE(said(result.out, "protected").contains("is protected")) << result.out.toStdString();
+    EXPECT_FALSE(said(result.out, "left").contains("big")) << result.out.toStdString();
+    EXPECT_TRUE(said(result.out, "played").contains("in use")) << result.out.toStdString();
+    EXPECT_EQ(brokenAt(stripsOf(sandbox.out("take_002.mov"))), QString()) << "the copy has cost frames";
+    const ProgramResult probe = runProgram("ffprobe", {"-v", "error", "-show_entries", "stream=width", "-of",
+                                                       "csv=p=0", sandbox.out("take_002.mov.jpg")});
+    EXPECT_EQ(probe.out.trimmed(), QByteArray("192"));
+    // How long one can still record, by the rate of the take itself: 10.5 % of a medium stay free.
+    const auto media =
+        QJsonDocument::fromJson(said(result.out, "media").trimmed()).object()["media"].toArray();
+    ASSERT_EQ(media.size(), 2);
+    const QJsonObject active = media[0].toObject();
+    const ProgramResult rate = runProgram("ffprobe", {"-v", "error", "-show_entries", "format=bit_rate",
+                                                      "-of", "csv=p=0", sandbox.out("take_002.mov")});
+    const double room = active["bytes_free"].toDouble() - active["bytes_total"].toDouble() * 0.105;
+    EXPECT_NEAR(active["seconds_left"].toDouble() / (room * 8 / rate.out.trimmed().toDouble()), 1, 0.25);
 }

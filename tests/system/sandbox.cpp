@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 
 #include <algorithm>
 
@@ -46,15 +47,19 @@ QList<std::optional<quint32>> stripsOf(const QString &clip)
     }
     const int width = numbers[0].toInt();
     const int height = numbers[1].toInt();
-    const ProgramResult raw = runProgram("ffmpeg",
-                                         {"-v", "error", "-i", clip, "-map", "0:v:0", "-vsync", "passthrough",
-                                          "-vf", "format=gray", "-f", "rawvideo", "-"},
-                                         240000);
+    const qsizetype size = qsizetype(width) * height;
+    QProcess decode;
+    decode.start("ffmpeg", {"-v", "error", "-i", clip, "-map", "0:v:0", "-vsync", "passthrough", "-vf",
+                            "format=gray", "-f", "rawvideo", "-"});
     QList<std::optional<quint32>> strips;
-    const qsizetype frame = qsizetype(width) * height;
-    for (qsizetype at = 0; at + frame <= raw.out.size(); at += frame) {
-        strips.append(QmxStrip::readLuma8(reinterpret_cast<const uchar *>(raw.out.constData() + at), width,
-                                          height, width));
+    // A picture at a time: all of a take do not fit into memory.
+    for (QByteArray frame; size > 0; frame.clear()) {
+        while (frame.size() < size) {
+            if (decode.bytesAvailable() == 0 && !decode.waitForReadyRead(-1)) return strips;
+            frame += decode.read(size - frame.size());
+        }
+        strips.append(
+            QmxStrip::readLuma8(reinterpret_cast<const uchar *>(frame.constData()), width, height, width));
     }
     return strips;
 }

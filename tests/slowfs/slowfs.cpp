@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // xp-slowfs FOLDER MOUNTPOINT CONTROL: shows a folder as a file system of its own (FUSE) whose calls take as
-// long as the file CONTROL says, read anew at each call: lines "CALL MS", CALL being open, stat, statfs,
-// read, write or sync; MS -1 hangs until the line has gone. CONTROL.held gets a line for each call that is
-// held up. Ends when it is unmounted.
+// long as the file CONTROL says, read anew at each call: lines "CALL MS", CALL being open, create, stat,
+// statfs, read, write or sync; MS -1 hangs until the line has gone. CONTROL.held gets a line for each call
+// that is held up. Ends when it is unmounted.
 #define FUSE_USE_VERSION 31
 #include <fuse.h>
 
@@ -60,7 +60,6 @@ int fileOf(const fuse_file_info *info)
 
 int openFile(const char *path, int flags, mode_t mode, fuse_file_info *info)
 {
-    take("open");
     const int fd = ::open(real(path).c_str(), flags & ~O_DIRECT, mode);
     if (fd < 0) return -errno;
     info->fh = static_cast<uint64_t>(fd);
@@ -90,8 +89,12 @@ fuse_operations operations()
         return result(statvfs(real(path).c_str(), data));
     };
     calls.readdir = list;
-    calls.open = [](const char *path, fuse_file_info *info) { return openFile(path, info->flags, 0, info); };
+    calls.open = [](const char *path, fuse_file_info *info) {
+        take("open");
+        return openFile(path, info->flags, 0, info);
+    };
     calls.create = [](const char *path, mode_t mode, fuse_file_info *info) {
+        take("create");
         return openFile(path, info->flags | O_CREAT, mode, info);
     };
     calls.read = [](const char *, char *data, size_t size, off_t at, fuse_file_info *info) {

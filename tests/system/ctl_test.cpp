@@ -74,7 +74,9 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
     sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&tc=10:00:00:00\n");
     const ProgramResult result = sandbox.run(R"sh(
         run() { echo "== $1"; xpctl --json "$@" || [ $? = "${may:-0}" ]; }
-        run record --for 1; run record; run stop; run clips
+        run record --for 1; run record
+        until [ "$(xpctl --json status | sed 's/.*"recorded_up_to":\([0-9]*\).*/\1/')" -ge 25 ]; do read -rt 0.05 <> <(:) || true; done
+        run stop; run clips
         run play; run still; run cue 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 2; run cue "$tc"; run picture $OUT/picture.png
         run clip take_001.mov; run list add take_001.mov; run list add take_002.mov 0; run list move 0 1; run list
         run set playback_source all_clips; run still; run next; run prev; run stop; run list remove 0

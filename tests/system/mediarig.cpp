@@ -37,7 +37,7 @@ const char *const mediaScript = R"sh(
         xp-slowfs "$XP_SANDBOX_DIR/behind-$1" "/media/$1" "/run/xp/slow-$1"
     }
     hold() { echo "$2" >"/run/xp/slow-$1"; }
-    shut() { perl -e 'sysopen(F, $ARGV[0], 0); ioctl(F, 0x8004587d, pack("I", 2)) or die' "$1"; }
+    shut() { perl -e 'sysopen(F, $ARGV[0], 0); $how = pack("I", 2); ioctl(F, 0x8004587d, $how) or die' "$1"; }
     recorded() { xpctl --json status | sed -E 's/.*"recorded_up_to":([0-9]+).*/\1/'; }
     kill_mediad() {
         local pid

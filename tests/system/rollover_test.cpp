@@ -54,7 +54,7 @@ INSTANTIATE_TEST_SUITE_P(Rollover, RolloverRates,
                                          std::tuple{"2997drop", "rate=29.97&size=720x486&scan=i", 30000,
                                                     1001},
                                          std::tuple{"5994", "rate=59.94&size=1280x720", 60000, 1001}),
-                         [](const auto &info) { return std::get<0>(info.param); });
+                         [](const auto &row) { return std::get<0>(row.param); });
 
 TEST_P(RolloverRates, threeMediaHoldOneTakeWithoutAHole)
 {
@@ -67,10 +67,10 @@ TEST_P(RolloverRates, threeMediaHoldOneTakeWithoutAHole)
         await 'is rollover_media_path /media/C'
         fill 11 /media/B
         await 'is active_media_path /media/C && is current_clip take_001_R3.mov'
-        say third; xpctl get rollover_media_path
+        say third; echo "[$(xpctl get rollover_media_path)]"
         await '[ $(recorded) -gt 50 ]'
     )sh" + end);
-    EXPECT_EQ(said(result.out, "third"), "\n") << "A and B are full: nothing comes next";
+    EXPECT_EQ(said(result.out, "third"), "[]\n") << "A and B are full: nothing comes next";
     EXPECT_TRUE(nothingLost(said(result.out, "alarms")));
     EXPECT_TRUE(result.out.contains("take_001_R3.mov")) << "not listed";
     QList<int> frames;
@@ -93,17 +93,18 @@ struct Fault
 };
 
 const Fault faults[] = {
-    {"takesFourSecondsToOpenTheSecondClip", "slow B", "hold B 'open 4000'", 2, "", ""},
+    {"takesFourSecondsToOpenTheSecondClip", "slow B", "hold B 'create 4000'", 2, "", ""},
     {"doesNotLetTheSecondClipBeOpened", "", "mount -o remount,ro /media/B", 1, "read-only", "A"},
     {"hasNoRoomForAnotherFile",
      "umount /media/B; mkfs.ext4 -q -F -m 0 -N 16 $XP_SANDBOX_DIR/medium-B.img; mount -o loop "
      "$XP_SANDBOX_DIR/medium-B.img /media/B",
-     "for i in 1 2 3 4 5 6 7 8; do : >/media/B/$i || break; done", 1, "the medium is full", ""},
+     "i=0; while touch /media/B/$i 2>/dev/null; do i=$((i + 1)); done", 1, "the medium is full", ""},
     {"vanishesDuringTheSwitch", "slow B",
-     "hold B 'open -1'; await 'grep -qs open /run/xp/slow-B.held'; kill -KILL $(pidof xp-slowfs)", 1,
+     "hold B 'create -1'; await 'grep -qs create /run/xp/slow-B.held'; kill -KILL $(pidof xp-slowfs)", 1,
      "the medium is gone", ""},
     {"isFullItself", "", "fill 14 /media/B; fill 9 /media/A", 1, "/media/A is full", "B"},
-    {"isTakenOutBeforeTheSwitch", "", "umount /media/B; fill 9 /media/A", 1, "/media/A is full", ""},
+    {"isTakenOutBeforeTheSwitch", "", "umount /media/B; rmdir /media/B; fill 9 /media/A", 1,
+     "/media/A is full", ""},
     {"breaksDownWithTheSecondClip", "", "await 'is current_clip take_001_R2.mov'; shut /media/B", 1,
      "input/output error", ""},
 };
@@ -111,7 +112,7 @@ const Fault faults[] = {
 class RolloverFaults : public testing::TestWithParam<Fault>
 {};
 INSTANTIATE_TEST_SUITE_P(Rollover, RolloverFaults, testing::ValuesIn(faults),
-                         [](const auto &info) { return info.param.name; });
+                         [](const auto &row) { return row.param.name; });
 
 } // namespace
 
@@ -149,7 +150,7 @@ TEST(Rollover, theMediaDaemonMayDieAtAnyStep)
     };
     for (const Step &step :
          {Step{"before the switch", "kill_mediad; restart_mediad"},
-          Step{"during the switch", "hold B 'open 2000'; await 'grep -qs open /run/xp/slow-B.held'; "
+          Step{"during the switch", "hold B 'create 2000'; await 'grep -qs create /run/xp/slow-B.held'; "
                                     "kill_mediad; restart_mediad"},
           Step{"before its answer", "kill -STOP $(cat /var/lock/xpmediad.lock)\n"
                                     "await 'is storage_state rollover_done'\n"

@@ -47,16 +47,16 @@ QList<std::optional<quint32>> stripsOf(const QString &clip)
     }
     const int width = numbers[0].toInt();
     const int height = numbers[1].toInt();
-    const qsizetype size = qsizetype(width) * height;
+    const qsizetype bytes = qsizetype(width) * height;
     QProcess decode;
     decode.start("ffmpeg", {"-v", "error", "-i", clip, "-map", "0:v:0", "-vsync", "passthrough", "-vf",
                             "format=gray", "-f", "rawvideo", "-"});
     QList<std::optional<quint32>> strips;
     // A picture at a time: all of a take do not fit into memory.
-    for (QByteArray frame; size > 0; frame.clear()) {
-        while (frame.size() < size) {
+    for (QByteArray frame; bytes > 0; frame.clear()) {
+        while (frame.size() < bytes) {
             if (decode.bytesAvailable() == 0 && !decode.waitForReadyRead(-1)) return strips;
-            frame += decode.read(size - frame.size());
+            frame += decode.read(bytes - frame.size());
         }
         strips.append(
             QmxStrip::readLuma8(reinterpret_cast<const uchar *>(frame.constData()), width, height, width));

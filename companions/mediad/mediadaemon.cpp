@@ -78,6 +78,11 @@ MediaDaemon::MediaDaemon(std::unique_ptr<Config> config, QObject *parent)
       _mountTable(QString::fromLatin1(mountTable)),
       _jobs(_environment,
             [this](const MediaOrder &order, const MediaOrderState &state) { orderTold(order, state); }),
+      _clips(_environment,
+             [this](const std::string &medium, std::function<void()> job) {
+                 const auto place = _places.find(medium);
+                 return place != _places.end() && workOf(*place->second).post(std::move(job));
+             }),
       _config(std::move(config))
 {
     if (_mountTable.open(QIODevice::ReadOnly)) {
@@ -181,6 +186,7 @@ void MediaDaemon::step()
         repair(path);
     takeOrders(now, is);
     report(now, is);
+    _clips.follow(now, is.active, text(*_config, eParam_PlayList));
     picture(is);
     _first = false;
 }

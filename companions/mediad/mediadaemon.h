@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "companions/mediad/clipshare.h"
 #include "companions/mediad/mediajobs.h"
 #include "companions/mediad/mediamachine.h"
 #include "companions/mediad/mediumlook.h"
@@ -72,6 +73,7 @@ private:
         _queued; ///< refused by the store so far; nothing is decided until they are through
     RecordTime _recordTime;
     MediaJobs _jobs;
+    ClipShare _clips;
     std::string _reported; ///< as the store has it
     std::string _reportedPaths;
     qint64 _reportedAt = 0;

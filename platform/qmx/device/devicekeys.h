@@ -45,5 +45,6 @@ constexpr QmxId superTimecodeStatus{1302};
 
 // Alarms.
 constexpr QmxId alarmOutputFailed{1908};
+constexpr QmxId alarmAudioInputLost{1909};
 constexpr QmxId alarmClockLate{1912};
 } // namespace DeviceKeys

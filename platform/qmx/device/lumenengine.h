@@ -109,7 +109,10 @@ private:
     bool pictureFits(const QmxSourceFrame &source, bool fromGenerator) const;
     QmxAudio capturedAudio(const Seen &seen, const QmxTick &tick) const;
     void playbackStep(const Seen &seen, QmxOutputFrame &output);
+    // lumenalarms.cpp
     void pictureAlarm(const DecodedPicture &shown);
+    void outputAlarm();
+    void soundAlarm(const Seen &seen);
     void variableRateAlarm();
     bool waitsForWork(const CapturedFrame &frame) const;
     void routeInput(const Seen &seen, QmxOutputFrame &output) const;
@@ -164,7 +167,9 @@ private:
     quint64 _take = 0;
     bool _repeatDrop = false;
     bool _variableRateAlarm = false;
-    bool _pictureAlarm = false;
+    bool _soundAlarm = false;
+    QString _pictureProblem; ///< of the picture on the output; the clock thread's, as the next
+    QString _outputProblem;  ///< as told
     QmxId _direction;
     QString _clipName;
     qint64 _tickIndex = 0;

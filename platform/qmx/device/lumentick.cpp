@@ -129,6 +129,7 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
             captureStep(seen, tick, output);
         if (!visible) return;
         variableRateAlarm();
+        soundAlarm(seen);
         if (_startPending) push(DeviceEvent::HardwareStarted);
         _startPending = false;
         pushVbi(output.timecode);
@@ -138,6 +139,8 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
     _last = output;
     countDropped();
     _output.show(output, work);
+    if (output.isCapture) _pictureProblem.clear();
+    outputAlarm();
 }
 
 /// What is to be done to the picture on its way to the outputs.
@@ -364,17 +367,6 @@ void LumenEngine::variableRateAlarm()
     event.type = DeviceEvent::VariableRate;
     event.on = alarm;
     _events.push(event);
-}
-
-void LumenEngine::pictureAlarm(const DecodedPicture &shown)
-{
-    if (shown.failed == _pictureAlarm) return;
-    _pictureAlarm = shown.failed;
-    pushAlarm(DeviceKeys::alarmOutputFailed, shown.failed ? QmxAlarm::Warning : QmxAlarm::Clear,
-              shown.failed ? QStringLiteral("A picture cannot be shown (%1): the output is black")
-                                 .arg(shown.image.desc().toString())
-                           : QString(),
-              __LINE__);
 }
 
 void LumenEngine::pushVbi(const QmxTimecode &timecode)

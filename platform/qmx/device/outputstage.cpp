@@ -50,6 +50,13 @@ QmxPicture OutputStage::processed(const QmxPicture &picture, const QmxImageDesc 
     return _result;
 }
 
+QString OutputStage::problem() const
+{
+    for (const std::unique_ptr<QmxSink> &sink : _sinks)
+        if (QString problem = sink->problem(); !problem.isEmpty()) return problem;
+    return {};
+}
+
 qint64 OutputStage::previewDropped() const
 {
     return _sinks.empty() ? 0 : _sinks.front()->dropped();

@@ -29,6 +29,8 @@ public:
     OutputStage &operator=(const OutputStage &) = delete;
 
     void show(const QmxOutputFrame &frame, const Work &work);
+    /// Empty while every sink is served, else the first problem. Any thread.
+    QString problem() const;
     /// Frames that did not reach the first sink, which is the preview.
     qint64 previewDropped() const;
     /// Those of the others together, and what this stage itself could not do in time.

@@ -139,6 +139,7 @@ const std::array keys = {
         [](const QString &v, Reading &r) { return readSwitches(v, "on", "off", &r.script.timecodeRuns); }},
     Key{"loss", [](const QString &v, Reading &r) { return readSpans(v, &r.script.losses); }},
     Key{"unstable", [](const QString &v, Reading &r) { return readSpans(v, &r.script.unstable); }},
+    Key{"mute", [](const QString &v, Reading &r) { return readSpans(v, &r.script.mutes); }},
     Key{"camera",
         [](const QString &v, Reading &r) { return readSwitches(v, "on", "off", &r.script.camera); }},
     Key{"clip",

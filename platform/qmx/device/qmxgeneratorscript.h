@@ -18,6 +18,7 @@
 /// - tcrun=off@50,on@100: the timecode stands still from frame 50 to 99
 /// - loss=300-350,400-: no signal in frames 300 to 350 (inclusive) and from 400 on
 /// - unstable=20-30: a signal that does not lock
+/// - mute=100-200: the sound is missing
 /// - camera=on@100,off@200: the camera's record flag (absent without this key)
 /// - clip=NAME: clip name that the camera asks for
 /// - vfr=24: a variable-rate signal that carries 23.98, 24, 25, 29.97 or 30 frames
@@ -49,6 +50,7 @@ struct QmxGeneratorScript
     QList<Switch> timecodeRuns;
     QList<Span> losses;
     QList<Span> unstable;
+    QList<Span> mutes;
     QList<Switch> camera;
     int effectiveRate = 0; ///< frames a second that a variable-rate signal carries; 0: none
     int variableRate = 0;  ///< class of QmxVideoState::vfrfps(); 0: the rate does not vary

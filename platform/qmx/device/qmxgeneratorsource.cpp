@@ -97,7 +97,8 @@ QmxSourceFrame QmxGeneratorSource::take(const QmxTick &tick)
         const bool locked = QmxGeneratorScript::position(_script.reference, frame).value_or(true);
         result.reference = QmxVideoRefState(locked, locked);
     }
-    if (tick.audioWanted) result.audio = sound(tick, present, newFrame);
+    result.soundMissing = present && QmxGeneratorScript::covers(_script.mutes, frame);
+    if (tick.audioWanted) result.audio = sound(tick, present && !result.soundMissing, newFrame);
     _lastFrame = frame;
     return result;
 }

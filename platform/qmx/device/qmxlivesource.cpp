@@ -23,6 +23,8 @@ constexpr qint64 longestPause = 5 * QmxClock::nsPerSecond;
 
 constexpr qint64 soundJump = 60 * QmxClock::nsPerMillisecond; ///< beyond this the sound is cut to fit
 constexpr int soundBound = 2 * qmxAudioRate;
+/// Sound that stays away for so long, while pictures come, is missing.
+constexpr qint64 soundLossTime = QmxClock::nsPerSecond;
 constexpr double soundSmoothing = 1 / 50.0;
 constexpr int largestStretch = 96; ///< samples a second: 0.2 %
 
@@ -152,11 +154,15 @@ QmxSourceFrame QmxLiveSource::take(const QmxTick &tick)
         lost.skipped = _last.skipped;
         _last = lost;
         _running = false;
+        _lastSound = 0; // what comes next may have none
     } else {
         recoverClock(tick);
     }
     QmxSourceFrame frame = _last;
     if (tick.audioWanted) frame.audio = sound(tick);
+    if (_sound.count() > 0) _lastSound = tick.deadline;
+    frame.soundMissing =
+        frame.picture.isValid() && _lastSound != 0 && tick.deadline - _lastSound > soundLossTime;
     return frame;
 }
 

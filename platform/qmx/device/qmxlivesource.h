@@ -68,6 +68,7 @@ private:
     QString _problem;
     QmxSourceFrame _last;
     qint64 _pictureTime = 0;     ///< presentation time of what is shown, repeats counted
+    qint64 _lastSound = 0;       ///< deadline of the tick that had some; 0: there was none yet
     bool _running = false;       ///< the buffer has been full enough
     double _depth = targetDepth; ///< of the buffer, smoothed
     double _due = 0;             ///< share of a frame that is due, at other rates than the signal's

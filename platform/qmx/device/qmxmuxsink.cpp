@@ -55,7 +55,7 @@ void QmxMuxSink::write(const QmxOutputFrame &frame)
     ++_dropped;
     _muxer.reset();
     _retryAt = frame.tick.deadline + retryPause;
-    if (!_stopping) setStatus(error.toString(), 2);
+    if (!_stopping) setStatus(error.toString(), false);
 }
 
 void QmxMuxSink::open(const QmxOutputFrame &frame)
@@ -73,20 +73,27 @@ void QmxMuxSink::open(const QmxOutputFrame &frame)
     QmxError error;
     _muxer = QmxMuxer::open(url, _desc, _stopping, &error);
     if (_muxer) {
-        setStatus(_desc.toString(), 3);
+        setStatus(_desc.toString(), true);
         return;
     }
     _retryAt = frame.tick.deadline + retryPause;
-    if (!_stopping) setStatus(error.toString(), 2);
+    if (!_stopping) setStatus(error.toString(), false);
 }
 
-void QmxMuxSink::setStatus(const QString &status, int level)
+void QmxMuxSink::setStatus(const QString &status, bool good)
 {
     const std::lock_guard lock(_mutex);
+    _good = good;
     if (status == _status) return;
     _status = status;
-    qmxLogOutput(level, "qmxmuxsink", __LINE__, "Output %s: %s\n", qUtf8Printable(_name),
+    qmxLogOutput(good ? 3 : 2, "qmxmuxsink", __LINE__, "Output %s: %s\n", qUtf8Printable(_name),
                  qUtf8Printable(status));
+}
+
+QString QmxMuxSink::problem() const
+{
+    const std::lock_guard lock(_mutex);
+    return _good ? QString() : QStringLiteral("Output %1: %2").arg(_name, _status);
 }
 
 QString QmxMuxSink::statusText() const

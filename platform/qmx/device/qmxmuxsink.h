@@ -40,11 +40,12 @@ public:
     void show(const QmxOutputFrame &frame) override;
     qint64 dropped() const override { return _dropped; }
     QString statusText() const override;
+    QString problem() const override;
 
 private:
     void write(const QmxOutputFrame &frame);
     void open(const QmxOutputFrame &frame);
-    void setStatus(const QString &status, int level);
+    void setStatus(const QString &status, bool good);
 
     const QString _url;
     const QString _name; ///< without what may be secret
@@ -60,5 +61,6 @@ private:
     std::atomic<qint64> _written = 0;
     mutable std::mutex _mutex;
     QString _status;       ///< under _mutex
+    bool _good = true;     ///< under _mutex
     QmxTaskThread _thread; ///< last: ends before what it uses
 };

@@ -27,6 +27,8 @@ public:
     virtual void show(const QmxOutputFrame &frame) = 0;
     virtual qint64 dropped() const;
     virtual QString statusText() const = 0;
+    /// Empty while frames go out, else why they do not. Quick: the clock thread asks.
+    virtual QString problem() const { return {}; }
 };
 
 /// One kind of sink: a row of the table in sinks.cpp.

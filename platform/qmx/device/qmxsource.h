@@ -33,8 +33,9 @@ struct QmxSourceFrame
     QmxMetadataHash metadata; ///< ancillary items: 705, 706, 710
     /// State of the reference as the source's script plays it; nothing: the profile's word holds.
     std::optional<QmxVideoRefState> reference;
-    qint64 repeated = 0; ///< frames repeated so far by a live source's clock recovery
-    qint64 skipped = 0;  ///< frames skipped so far
+    qint64 repeated = 0;       ///< frames repeated so far by a live source's clock recovery
+    qint64 skipped = 0;        ///< frames skipped so far
+    bool soundMissing = false; ///< pictures come, but their sound, which came before, does not
 };
 
 /// An input of the software video card. Lives on the device's clock thread but for construction.

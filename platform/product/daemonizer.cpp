@@ -197,5 +197,5 @@ void Daemonizer::daemonize(std::string name, void (*signalHandler)(int), std::st
 
 void Daemonizer::setDone()
 {
-    notify("STOPPING=1\n");
+    notify("STOPPING=1\n", MSG_DONTWAIT); // the end is not held up by whoever does not listen
 }

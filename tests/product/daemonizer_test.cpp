@@ -101,7 +101,10 @@ TEST_F(Service, underAServiceManagerItStaysAndTellsWhenItIsReady)
     start("early", path); // a signal before the loop is kept for it
     EXPECT_EQ(receive(), "READY=1\nSTATUS=all is well\n");
     EXPECT_TRUE(told().contains("loop begins"));
-    EXPECT_EQ(receive(), "STOPPING=1\n");
+    QByteArray last = receive();
+    while (last == "WATCHDOG=1\n")
+        last = receive();
+    EXPECT_EQ(last, "STOPPING=1\n");
     ASSERT_TRUE(process.waitForFinished(20000));
     EXPECT_EQ(process.exitCode(), 0);
     EXPECT_EQ(servicePid(), QRegularExpression("pid (\\d+)").match(told()).captured(1).toInt());

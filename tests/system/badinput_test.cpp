@@ -76,7 +76,7 @@ TEST(BadInput, aStoreThatIsTakenAwayDuringATakeComesBackWithWhatWasKnown)
             xpctl stop >&2
             xpctl get active_media_path; xpctl get clip_base_name; xpctl alarms
         done
-        say log; grep -c 'configuration store' /run/xp/xpd.out
+        say log; grep -c 'configuration store' /run/xp/xpd.out || true # none is not a failure
         say gone
         xpctl record >&2
         mv $db $db.away; mkdir $db

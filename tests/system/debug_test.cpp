@@ -33,11 +33,12 @@ TEST(DebugMode, isDrivenOverTcpWithStandardInputAtItsEnd)
         dial
         ask status; ask record; until_true is transport_status recording
         until_true eval 'ask status | grep -q " Record  "'
+        until_true eval '[ "$(xpctl --json status | sed -E "s/.*\"recorded_up_to\":([0-9]+).*/\1/")" -ge 20 ]'
         ask stop; until_true is transport_status stopped; until_true eval 'xpctl clips | grep -q take_001'
         ask '  play   -2  x '; ask still; until_true is transport_status still
         ask 'cue 7'; until_true eval 'xpctl --json status | grep -q "\"frame\":7,"'
         ask 'step -3'; until_true eval 'xpctl --json status | grep -q "\"frame\":4,"'
-        ask 'loop 1'; xpctl set playback_source all_clips; until_true eval 'ask clips | grep "^clips: 0: "'; ask 'clip 0'; ask PLAY; ask '   '; ask stop
+        ask 'loop 1'; xpctl set media_updated 1; xpctl set playback_source all_clips; until_true eval 'ask clips | grep "^clips: 0: "'; ask 'clip 0'; ask PLAY; ask '   '; ask stop
         # Two hundred clients that vanish in the middle of a line, one that floods and never reads, every byte.
         for i in $(seq 200); do (exec 4<>/dev/tcp/127.0.0.1/6502; printf 'stat' >&4); done
         (exec 4<>/dev/tcp/127.0.0.1/6502; for i in $(seq 20000); do echo mem; done >&4; echo quit >&4) 2>/dev/null &

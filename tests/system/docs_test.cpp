@@ -31,11 +31,18 @@ TEST_P(Guide, everyCommandInItWorks)
 {
     int count = 0;
     const QString script = commandsOf(GetParam(), count);
-    ASSERT_GE(count, 5) << "no blocks of commands were found";
-    Sandbox sandbox;
+    ASSERT_GE(count, 4) << "no blocks of commands were found";
+    Sandbox sandbox({"--net", "private"});
     const ProgramResult result = sandbox.run(R"sh(
         mkdir /run/xp/page; cd /run/xp/page
         until xpctl get input_format | grep -q p25; do read -rt 0.05 <> <(:) || true; done
+        # Nobody types as fast as a script: a take that was begun is left to run for a second.
+        xpctl() {
+            command xpctl "$@" || return $?
+            [ "$*" != record ] || until [ "$(command xpctl --json status | sed -E 's/.*"recorded_up_to":([0-9]+).*/\1/')" -ge 25 ]; do
+                read -rt 0.05 <> <(:) || true
+            done
+        }
     )sh" + script + "cp *.png $OUT 2>/dev/null || true\n");
     EXPECT_EQ(result.status, 0) << result.out.toStdString() << result.err.toStdString();
     for (const QString &picture : {QStringLiteral("input.png"), QStringLiteral("frame.png")}) {

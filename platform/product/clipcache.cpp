@@ -188,15 +188,14 @@ ClipCache::~ClipCache()
 
 bool ClipCache::attach()
 {
+    if (!_mutex) _mutex = std::make_unique<SharedMutex>(kinds[_kind].mutex);
     // A segment that nobody keeps current any more may have been replaced.
     if (_segment && _segment->isAt(kinds[_kind]) && ProcessMark::isAlive(_segment->publisher().load()))
         return true;
     _segment = Segment::open(kinds[_kind]);
     _generation = 0;
     _listings.clear();
-    if (!_segment || !ProcessMark::isAlive(_segment->publisher().load())) return false;
-    if (!_mutex) _mutex = std::make_unique<SharedMutex>(kinds[_kind].mutex);
-    return true;
+    return _segment && ProcessMark::isAlive(_segment->publisher().load());
 }
 
 bool ClipCache::publish(const std::vector<ClipListing> &listings, std::string *error,

@@ -71,8 +71,9 @@ public:
 
     const QmxEnvironment environment = QmxEnvironment::current();
     Config *const config;
-    std::map<std::string, std::shared_ptr<ClipSource>> sources; ///< by folder, each for its helper thread
-    const std::shared_ptr<ClipCache> playListCache = std::make_shared<ClipCache>(ClipCache::PlayList);
+    // By folder, each for its helper thread.
+    std::map<std::string, std::shared_ptr<ClipSource>> sources;
+    std::map<std::string, std::shared_ptr<ClipCache>> playListCaches;
     std::string folder;      ///< that was listed last
     std::vector<Clip> clips; ///< of the last listing, in the order of recording
     unsigned takeGiven = 0;  ///< in the name given last; 0: no take in it
@@ -109,8 +110,10 @@ std::optional<std::vector<Clip>> ClipFinder::Private::sharedPlayList(const std::
                                                                      const std::string &names)
 {
     using Listing = std::optional<std::vector<Clip>>;
+    std::shared_ptr<ClipCache> &ofFolder = playListCaches[path];
+    if (!ofFolder) ofFolder = std::make_shared<ClipCache>(ClipCache::PlayList);
     auto answer =
-        MediumHelper::instance().answer<Listing>(path, [cache = playListCache, path, names]() -> Listing {
+        MediumHelper::instance().answer<Listing>(path, [cache = ofFolder, path, names]() -> Listing {
             const auto listing = cache->listing(path);
             if (!listing || listing->playList != names || !isUpToDate(*listing)) return std::nullopt;
             return listing->clips;

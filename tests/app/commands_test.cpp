@@ -23,7 +23,7 @@ TEST_F(AppRig, aTakeIsRecordedNamedListedAndPlayed)
     EXPECT_EQ(text(eParam_RecordBaseName) + QStringLiteral(".mov"), first);
     EXPECT_TRUE(reads(eParam_StorageState, 2));
     EXPECT_TRUE(reads(eParam_TransportStatus, 1));
-    const QString second = record(400);
+    const QString second = record(4000); // long enough not to end while a status is awaited
     EXPECT_NE(second, first);
     const QmxPlayList clips = app->playListInUse();
     ASSERT_EQ(clips.size(), 2);

@@ -83,8 +83,12 @@ TEST(ClipCache, isGoodWhileItsPublisherLivesAndMadeAnewWhenItIsOfAnotherForm)
         EXPECT_EQ(readBack(reader), 1);
     }
     EXPECT_EQ(readBack(reader), 0);
+    ClipCache late(ClipCache::AllClips);
+    EXPECT_EQ(readBack(late), 0);
     ClipCache writer(ClipCache::AllClips);
     int frames = 1;
+    ASSERT_TRUE(writer.publish(state(frames)));
+    EXPECT_EQ(readBack(late), 1) << "first looked while nobody published into what was there";
     const auto overwrite = [](qint64 at, const QByteArray &bytes) {
         QFile file(segment);
         ASSERT_TRUE(file.open(QIODevice::ReadWrite) && file.seek(at) && file.write(bytes) == bytes.size());

@@ -16,6 +16,7 @@ constexpr auto small = "[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n";
 /// `until COMMAND...` waits for a command to succeed; `say NAME` begins a block of output.
 constexpr auto helpers = R"sh(
     say() { echo "== $1"; }
+    not() { ! "$@"; }
     until_true() {
         tries=0
         while ! "$@"; do
@@ -241,6 +242,7 @@ TEST(BadInput, lossOfVideoEndsATakeOrIsRecordedAsAStill)
     sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&loss=300-360,600-660\n");
     const ProgramResult result = runHelped(sandbox, R"sh(
         say ends; refused record --for 60
+        until_true not is input_format 576i25 # told after the end of the take
         until_true is input_format 576i25
         xpctl set continue_on_loss_of_video on
         say goes-on; xpctl --json record --for 14

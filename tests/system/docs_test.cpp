@@ -35,7 +35,10 @@ TEST_P(Guide, everyCommandInItWorks)
     Sandbox sandbox({"--net", "private"});
     const ProgramResult result = sandbox.run(R"sh(
         mkdir /run/xp/page; cd /run/xp/page
-        until xpctl get input_format | grep -q p25; do read -rt 0.05 <> <(:) || true; done
+        until xpctl get input_format | grep -q p25 && xpctl picture seen.png >/dev/null &&
+              [ "$(stat -c %s seen.png)" -gt 2000 ]; do # the input is there, and on the output
+            read -rt 0.05 <> <(:) || true
+        done
         # Nobody types as fast as a script: a take that was begun is left to run for a second.
         xpctl() {
             command xpctl "$@" || return $?

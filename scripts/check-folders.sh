@@ -6,6 +6,7 @@ set -euo pipefail
 cd "${XP_ROOT:-$(dirname "$0")/..}"
 
 rules='
+cmake/:
 platform/qmx/core:
 platform/qmx/codec: platform/qmx/core
 platform/qmx/codec/prores: platform/qmx/core

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything that can be said about the code without a person: names what it ran and what failed.
-#   check.sh [format|folders|libraries|params|lint|asan|tsan|fuzz|kills|crash|day|prores|package ...] [--long]   (nothing named: all but package)
+#   check.sh [format|folders|libraries|params|includes|lint|asan|tsan|fuzz|kills|crash|day|prores|package ...] [--long]   (nothing named: all but package)
 set -uo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
@@ -33,6 +33,12 @@ check_lint() {
     [ -f "$XP_BUILD/compile_commands.json" ] ||
         cmake -S . -B "$XP_BUILD" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null || return 1
     git ls-files '*.cpp' | xargs -P "$XP_JOBS" -n 4 clang-tidy --quiet -p "$XP_BUILD"
+}
+
+# Every file names what it uses: the precompiled headers must not be what makes it compile.
+check_includes() {
+    cmake -S . -B build-includes -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DXP_PRECOMPILED=OFF >/dev/null &&
+        cmake --build build-includes -j "$XP_JOBS"
 }
 
 sanitized() {
@@ -88,7 +94,7 @@ for argument in "$@"; do
         *) declare -F "check_$argument" >/dev/null || die "check: no check named $argument"; wanted+=("$argument") ;;
     esac
 done
-[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params lint asan tsan fuzz kills crash day prores)
+[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params includes lint asan tsan fuzz kills crash day prores)
 export XP_LONG=$long
 failed=()
 for name in "${wanted[@]}"; do

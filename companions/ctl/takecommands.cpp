@@ -15,10 +15,12 @@ ExitCode endOfTake(Recorder &recorder, const Report &report)
     if (!reason.isEmpty()) {
         return storeError(report, reason);
     }
-    constexpr unsigned released = 1;
+    constexpr unsigned inUse = 1;
+    constexpr unsigned rolloverDone = 3; // in use as well, on the next medium
     const auto ended = [&recorder] {
-        return recorder.status() == unsigned(TransportStatus::Stopped) &&
-               recorder.number(eParam_StorageState) != released;
+        const unsigned storage = recorder.number(eParam_StorageState);
+        return recorder.status() == unsigned(TransportStatus::Stopped) && storage != inUse &&
+               storage != rolloverDone;
     };
     if (!recorder.waitFor(ended, Wait::effectWithin)) {
         return gaveUp(recorder, report, "the take has not ended");

@@ -77,6 +77,9 @@ TEST_P(RolloverRates, threeMediaHoldOneTakeWithoutAHole)
     EXPECT_EQ(brokenTake(clipsIn(sandbox, 3), num, den, &frames), QString());
     for (const int count : frames)
         EXPECT_GT(count, 25);
+    ASSERT_FALSE(frames.isEmpty());
+    EXPECT_TRUE(result.err.contains("recorded " + QByteArray::number(frames.last()) + " frames"))
+        << result.err.toStdString();
 }
 
 namespace {

@@ -133,10 +133,11 @@ QString brokenSound(const QStringList &clips, const QList<std::optional<quint32>
     const qsizetype distance = qint64(QmxStrip::markInterval) * sampleRate * rateDen / rateNum;
     const auto begin =
         qsizetype(QmxStrip::markInterval - *strips[0] % QmxStrip::markInterval) % QmxStrip::markInterval;
-    const auto first = qsizetype(begin * sampleRate * rateDen / rateNum);
     const qsizetype margin = markLength;
+    auto first = qsizetype(begin * sampleRate * rateDen / rateNum);
+    if (first < margin) first += distance; // one at the very beginning may be cut
     if (first + 2 * margin > count) return QStringLiteral("too short");
-    const qsizetype from = std::max<qsizetype>(0, first - margin);
+    const qsizetype from = first - margin;
     const qsizetype mark = from + QmxStrip::findMark(samples + from, int(2 * margin), 1);
     if (std::abs(mark - first) > 2)
         return QStringLiteral("the first mark is at sample %1, not %2").arg(mark).arg(first);

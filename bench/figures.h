@@ -33,7 +33,6 @@ std::span<const BenchRow> benchRows();
 
 // recordbench.cpp
 QList<Figure> benchRecord(int seconds);
-QList<Figure> benchRecord50(int seconds);
 QList<Figure> benchRecordStart(int seconds);
 // storebench.cpp
 QList<Figure> benchStoreDelivery(int seconds);
@@ -43,14 +42,13 @@ QList<Figure> benchParameterToAction(int seconds);
 QList<Figure> benchClipList(int seconds);
 // clipbench.cpp
 QList<Figure> benchLongClip(int seconds);
-// seekbench.cpp
 QList<Figure> benchSeek(int seconds);
-// stallbench.cpp
-QList<Figure> benchStall(int seconds);
 // mediabench.cpp
 QList<Figure> benchMediumChange(int seconds);
 QList<Figure> benchMediumCheck(int seconds);
 // playbench.cpp
 QList<Figure> benchCue(int seconds);
+// monitorbench.cpp
+QList<Figure> benchMonitoring(int seconds);
 // proresbench.cpp
 QList<Figure> benchProRes(int seconds);

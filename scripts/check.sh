@@ -10,7 +10,7 @@ check_format() { git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format --dry-run
 
 check_folders() { scripts/check-folders.sh; }
 
-# The daemon is headless: of Qt it may load the core library only.
+# The daemon is headless: of Qt it may load the core library only. All that is used is in packaging/packages.txt.
 check_libraries() {
     xp_build || return 1
     local program extra status=0
@@ -18,6 +18,7 @@ check_libraries() {
         extra=$(ldd "$program" | grep -oE 'libQt6[A-Za-z]+' | grep -vx libQt6Core || true)
         [ -z "$extra" ] || { echo "$program loads" $extra; status=1; }
     done
+    scripts/check-packages.sh || status=1
     return $status
 }
 

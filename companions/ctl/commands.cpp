@@ -183,7 +183,8 @@ std::span<const OptionRow> ctlOptions()
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--history", arguments.history); }},
         {"markdown", "", "the reference of all parameters",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--markdown", arguments.markdown); }},
-        {"listen", "ADDRESS", "serve them to a monitoring system, for example at 127.0.0.1:9464",
+        {"listen", "ADDRESS",
+         "serve them to a monitoring system, at 127.0.0.1:9464 for example, or on a socket: /run/xp/metrics",
          [](CLI::App &command, Arguments &arguments) { command.add_option("--listen", arguments.listen); }},
     };
     return rows;

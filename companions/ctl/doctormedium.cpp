@@ -105,6 +105,9 @@ Finding checkDiskSpeed(const QString &path)
     constexpr qint64 needsRoom = 1000 * megabyte;
     // ProRes 422 HQ of 1920x1080 at 50 frames a second, by its published target rate of 367 Mbit/s.
     constexpr double largestTake = 367e6 / 8;
+    if (!QFileInfo(path).isDir()) {
+        return {Finding::Hint, "not measured: there is no medium", {}};
+    }
     if (QStorageInfo(path).bytesAvailable() < needsRoom) {
         return {Finding::Hint, "not measured: less than 1 GB free", {}};
     }

@@ -2,6 +2,7 @@
 // metrics, and watch --stats: the same figures for a monitoring system and for people.
 #include "companions/ctl/commands.h"
 #include "companions/ctl/metrics.h"
+#include "companions/ctl/metricssocket.h"
 
 #include <QJsonArray>
 
@@ -77,9 +78,20 @@ QByteArray metricsText(const QList<Metric> &metrics)
     return QByteArray::fromStdString(prometheus::TextSerializer().Serialize(families(metrics)));
 }
 
+/// The same on a socket of this machine; an error sentence when it cannot.
+QString serveSocket(const Recorder &recorder, const QString &path)
+{
+    MetricsSocket server;
+    if (const QString problem = server.listen(path); !problem.isEmpty())
+        return QStringLiteral("cannot serve at %1: %2").arg(path, problem);
+    server.serve([&recorder] { return metricsText(collectMetrics(recorder)); }, Recorder::wasInterrupted);
+    return {};
+}
+
 /// Until interrupted; an error sentence when it cannot.
 QString serveMetrics(Recorder &recorder, const std::string &address)
 {
+    if (address.find('/') != std::string::npos) return serveSocket(recorder, QString::fromStdString(address));
     const auto figures = std::make_shared<RecorderFigures>(recorder);
     try { // the library reports by exception; it ends here
         prometheus::Exposer server(address, 1);
@@ -97,9 +109,10 @@ ExitCode ctlMetrics(Recorder &recorder, const Report &report, const Arguments &a
 {
     if (!arguments.listen.empty()) {
         const QString problem = serveMetrics(recorder, arguments.listen);
-        return problem.isEmpty() ? ExitCode::Done
-                                 : report.error(ExitCode::Refused, problem,
-                                                "give a free address, for example 127.0.0.1:9464");
+        return problem.isEmpty()
+                   ? ExitCode::Done
+                   : report.error(ExitCode::Refused, problem,
+                                  "give a free address, for example 127.0.0.1:9464 or /run/xp/metrics");
     }
     const QList<Metric> metrics = collectMetrics(recorder);
     report.result(QString::fromUtf8(metricsText(metrics)), asObject(metrics));

@@ -47,8 +47,15 @@ QString Report::painted(const QString &text, Colour colour, FILE *to)
     return wantsColours(to) ? QStringLiteral("\x1b[%1m%2\x1b[0m").arg(codes[int(colour)], text) : text;
 }
 
+void Report::endLine(bool keeps) const
+{
+    if (_lineIsOpen) print(stdout, keeps ? "\n" : "\r\x1b[K");
+    _lineIsOpen = false;
+}
+
 void Report::result(const QString &text, const QJsonObject &object) const
 {
+    endLine(false);
     if (_json) {
         print(stdout, compact(object) + "\n");
     } else if (!text.isEmpty()) {
@@ -58,6 +65,7 @@ void Report::result(const QString &text, const QJsonObject &object) const
 
 ExitCode Report::error(ExitCode code, const QString &what, const QString &hint) const
 {
+    endLine(false);
     if (_json) {
         print(stderr, compact({{"error", what}, {"hint", hint}, {"code", int(code)}}) + "\n");
     } else {
@@ -75,6 +83,7 @@ void Report::line(const QString &text, const QJsonObject &object) const
         print(stdout, compact(object) + "\n");
     } else if (isatty(STDOUT_FILENO)) {
         print(stdout, "\r" + text + "\x1b[K"); // erase what a longer line left behind
+        _lineIsOpen = true;
     } else {
         print(stdout, text + "\n");
     }

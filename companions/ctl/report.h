@@ -42,11 +42,16 @@ public:
     void result(const QString &text, const QJsonObject &object) const;
     /// What is wrong and what to do about it.
     ExitCode error(ExitCode code, const QString &what, const QString &hint = {}) const;
-    /// Rewrites the status line of a terminal; elsewhere a line of its own each time.
+    /// Rewrites the status line of a terminal; elsewhere a line of its own each time. A result or an error
+    /// takes its place.
     void line(const QString &text, const QJsonObject &object) const;
     /// Replaces what a terminal shows; elsewhere as line().
     void page(const QString &text, const QJsonObject &object) const;
 
+    /// No more lines come: what line() showed last stays, or goes.
+    void endLine(bool keeps = true) const;
+
 private:
     bool _json;
+    mutable bool _lineIsOpen = false; ///< the cursor of a terminal stands in it
 };

@@ -86,7 +86,7 @@ ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arg
     if (arguments.stats) return watchStats(recorder, report, arguments.once);
     constexpr int dayLong = 24 * 3600 * 1000;
     qint64 tick = -1;
-    QString last;
+    View last;
     const auto show = [&] {
         // A line a frame: the device's tick is the pace; without a daemon only changes count.
         const qint64 now = recorder.counter("ticks");
@@ -95,16 +95,14 @@ ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arg
         }
         const View view = look(recorder);
         tick = view.object["tick"].toInteger(); // the one that the line shows
-        if (view.text != last || report.isJson()) {
+        if (view.text != last.text || (report.isJson() && view.object != last.object)) {
             report.line(view.text, view.object);
-            last = view.text;
+            last = view;
         }
         return arguments.once;
     };
     while (!recorder.waitFor(show, dayLong) && !Recorder::wasInterrupted()) {}
-    if (!report.isJson()) {
-        report.result("\n", {});
-    }
+    report.endLine();
     return ExitCode::Done;
 }
 

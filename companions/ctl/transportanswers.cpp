@@ -41,6 +41,13 @@ QString give(Recorder &recorder, Command command)
     return recorder.write(eParam_TransportCommand, unsigned(command));
 }
 
+void awaitTimecode(const Recorder &recorder)
+{
+    constexpr int tickWithin = 200; // ms
+    const qint64 tick = recorder.counter("ticks");
+    recorder.waitFor([&] { return recorder.counter("ticks") > tick; }, tickWithin);
+}
+
 QJsonObject transportObject(const Recorder &recorder)
 {
     return {{"status", recorder.statusLabel()},

@@ -34,5 +34,7 @@ ExitCode storeError(const Report &report, const QString &reason);
 /// The effect did not come: says why, as far as it can be known. `errors` are alarms that came instead of it.
 ExitCode gaveUp(const Recorder &recorder, const Report &report, const QString &what,
                 const QList<Recorder::Alarm> &errors = {});
+/// The timecode of the picture on the output is told by the daemon's event loop, a moment behind the picture.
+void awaitTimecode(const Recorder &recorder);
 /// What every command that moves the transport tells a script.
 QJsonObject transportObject(const Recorder &recorder);

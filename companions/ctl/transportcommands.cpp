@@ -35,12 +35,26 @@ bool enterStill(Recorder &recorder)
                             Wait::pictureWithin, still, Wait::repeatEvery);
 }
 
-/// Goes to a neighbour and waits until something of it shows: another clip, another entry, another picture.
+/// A list that has been chosen is on the output, with its entries counted; at once when none is.
+void awaitList(Recorder &recorder)
+{
+    constexpr unsigned currentClip = 0;
+    if (recorder.number(eParam_PlaybackSource) == currentClip || !recorder.isInPlay()) return;
+    recorder.waitFor([&recorder] { return recorder.counter("list_entry_on_output") >= 0; },
+                     Wait::pictureWithin);
+}
+
+/// Goes to a neighbour and waits until something of it shows: another entry, a picture of another clip,
+/// another picture of the same. (The name of the clip is told before its picture is there.)
 ExitCode goTo(Recorder &recorder, const Report &report, const Arguments &arguments, Command command,
               const QString &noEffect)
 {
+    // The coming of a list is no effect of this command.
+    if (arguments.wait) awaitList(recorder);
     const QString clip = recorder.clip();
-    const unsigned index = recorder.number(eParam_CurrentPlayListIndex);
+    const qint64 pictures = recorder.counter("frames_shown");
+    const bool wasPlaying = recorder.isPlaying();
+    const bool wasStopped = !recorder.isInPlay();
     const qint64 entry = recorder.counter("list_entry_on_output");
     const qint64 frame = recorder.counter("frame_on_output");
     if (const QString reason = give(recorder, command); !reason.isEmpty()) {
@@ -51,13 +65,15 @@ ExitCode goTo(Recorder &recorder, const Report &report, const Arguments &argumen
     }
     const auto there = [&] {
         const qint64 shown = recorder.counter("frame_on_output");
-        return recorder.clip() != clip || recorder.number(eParam_CurrentPlayListIndex) != index ||
+        const bool isNew = recorder.counter("frames_shown") > pictures;
+        return (isNew && (wasStopped || (entry < 0 && recorder.clip() != clip))) ||
                recorder.counter("list_entry_on_output") != entry || shown < frame ||
-               (!recorder.isPlaying() && shown != frame);
+               (!wasPlaying && shown != frame);
     };
     if (!recorder.waitFor(there, Wait::pictureWithin)) {
         return gaveUp(recorder, report, noEffect);
     }
+    awaitTimecode(recorder);
     report.result(recorder.clip(), transportObject(recorder));
     return ExitCode::Done;
 }
@@ -117,6 +133,7 @@ ExitCode ctlStill(Recorder &recorder, const Report &report, const Arguments &arg
     if (!recorder.waitFor(holds, Wait::repeatFor, again, Wait::repeatEvery)) {
         return gaveUp(recorder, report, "the picture is not held");
     }
+    awaitTimecode(recorder);
     report.result(QStringLiteral("still at frame %1").arg(recorder.counter("frame_on_output")),
                   transportObject(recorder));
     return ExitCode::Done;
@@ -151,6 +168,7 @@ ExitCode ctlStep(Recorder &recorder, const Report &report, const Arguments &argu
                           QStringLiteral("no picture beyond frame %1 (the end of the material?)").arg(from));
         }
     }
+    if (arguments.wait) awaitTimecode(recorder);
     report.result(QStringLiteral("frame %1").arg(recorder.counter("frame_on_output")),
                   transportObject(recorder));
     return ExitCode::Done;
@@ -191,6 +209,7 @@ ExitCode ctlCue(Recorder &recorder, const Report &report, const Arguments &argum
         return gaveUp(recorder, report,
                       QStringLiteral("%1 is not on the output; it may lie outside the material").arg(where));
     }
+    awaitTimecode(recorder);
     report.result(
         QStringLiteral("frame %1, %2").arg(recorder.counter("frame_on_output")).arg(recorder.timecode()),
         transportObject(recorder));
@@ -199,17 +218,25 @@ ExitCode ctlCue(Recorder &recorder, const Report &report, const Arguments &argum
 
 ExitCode ctlNext(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
-    return goTo(recorder, report, arguments, Command::NextClip, "there is no clip behind this one");
+    return goTo(recorder, report, arguments, Command::NextClip, "no other clip has come to the output");
 }
 
 ExitCode ctlPrevious(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
-    return goTo(recorder, report, arguments, Command::PreviousClip, "this is the start of the first clip");
+    return goTo(recorder, report, arguments, Command::PreviousClip,
+                "nothing before this has come to the output");
 }
 
 ExitCode ctlClip(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
     const QString name = QString::fromStdString(arguments.word(0));
+    if (!recorder.isClip(name)) {
+        return report.error(ExitCode::Refused, recorder.whyNoClip(name),
+                            "`xpctl clips` lists those there are");
+    }
+    const bool isAnother = recorder.clip() != name;
+    const auto before = recorder.alarms();
+    const qint64 pictures = recorder.counter("frames_shown");
     if (const QString reason = recorder.write(eParam_GoToClipName, name); !reason.isEmpty()) {
         return storeError(report, reason);
     }
@@ -223,6 +250,12 @@ ExitCode ctlClip(Recorder &recorder, const Report &report, const Arguments &argu
         return report.error(ExitCode::Refused, recorder.whyNoClip(name),
                             "`xpctl clips` lists those there are");
     }
+    if (isAnother &&
+        !recorder.waitFor([&] { return recorder.counter("frames_shown") > pictures; }, Wait::pictureWithin)) {
+        return gaveUp(recorder, report, QStringLiteral("no picture of %1 has come to the output").arg(name),
+                      recorder.newErrors(before));
+    }
+    awaitTimecode(recorder);
     report.result(name, transportObject(recorder));
     return ExitCode::Done;
 }

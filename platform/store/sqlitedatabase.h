@@ -3,23 +3,19 @@
 
 #include "platform/store/storebackend.h"
 
-#include <functional>
-#include <map>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 class SqliteDatabase;
 
-/// A prepared statement, which goes back to its connection when it goes. Bind from 1, read columns from 0.
+/// A prepared statement, finalized when it goes. Bind from 1, read columns from 0.
 class SqliteStatement
 {
 public:
-    SqliteStatement(SqliteDatabase &database, std::string_view sql);
+    SqliteStatement(SqliteDatabase &database, const char *sql);
     ~SqliteStatement();
     SqliteStatement(const SqliteStatement &) = delete;
     SqliteStatement &operator=(const SqliteStatement &) = delete;
@@ -41,12 +37,10 @@ public:
 
 private:
     SqliteDatabase &_database;
-    const std::string_view _sql; ///< outlives the statement
     sqlite3_stmt *_statement = nullptr;
 };
 
-/// One connection, closed when it goes. Keeps the first error until clearError(), and statements to use
-/// again: to prepare them takes longer than to run them.
+/// One connection, closed when it goes. Keeps the first error until clearError().
 class SqliteDatabase
 {
 public:
@@ -63,13 +57,10 @@ public:
     /// The file still begins as a database does. Somebody may have cut or overwritten it in place, which the
     /// library does not notice as long as its log has the pages that it asks for.
     bool isDatabase() const;
-    bool exec(std::string_view sql);
+    bool exec(const char *sql);
     /// The first number of the first row; `otherwise` when there is none.
-    qint64 number(std::string_view sql, qint64 otherwise);
-    std::string text(std::string_view sql);
-    /// Until the next open(): with it every commit is on the disk when it returns, otherwise a power cut may
-    /// take the last ones.
-    bool setDurable(bool durable);
+    qint64 number(const char *sql, qint64 otherwise);
+    std::string text(const char *sql);
 
     bool isFailed() const { return _error != 0; }
     void clearError();
@@ -78,13 +69,9 @@ public:
 
 private:
     friend class SqliteStatement;
-    sqlite3_stmt *take(std::string_view sql);
-    void giveBack(std::string_view sql, sqlite3_stmt *statement);
     void note(int code);
 
     sqlite3 *_handle = nullptr;
-    std::map<std::string, sqlite3_stmt *, std::less<>> _idle; ///< prepared, reset and not in use
-    std::optional<bool> _durable;
     std::string _path;
     int _error = 0;
     int _systemError = 0;

@@ -140,16 +140,15 @@ StoreResult SqliteBackend::clearLeftovers(bool isStart)
     if (_database.isFailed()) return _database.result("cannot read");
     if (stale.empty() && !restarted) return {};
     bool done = _database.exec("BEGIN IMMEDIATE");
-    const quint64 before = SqliteSchema::newestVersion(_database);
-    quint64 newest = before;
+    quint64 version = 0;
     for (const eParam_t id : stale)
-        done = done && writeOne({id, GetDescriptor(id)->defaultValue()}, storeSource("store"), newest);
+        done = done && writeOne({id, GetDescriptor(id)->defaultValue()}, storeSource("store"), version);
     done = done && SqliteStatement(_database, "INSERT OR REPLACE INTO meta(key, value) VALUES('boot', ?)")
                        .bind(1, boot)
                        .run();
     done = done && _database.exec("COMMIT");
     if (done) {
-        if (newest > before) _wakeup.send(newest);
+        if (version > 0) _wakeup.send(version);
         return {};
     }
     const StoreResult result = _database.result("cannot write");

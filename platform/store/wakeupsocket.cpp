@@ -4,12 +4,10 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 
 #include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -17,26 +15,31 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Two changes of a folder within the tick of the kernel's clock leave the same time behind.
-constexpr qint64 settlesAfterNs = 100'000'000;
-constexpr qint64 nsPerSecond = 1'000'000'000;
-
-int openFolder(const std::string &path)
+/// An open folder, to name the sockets in it by a short path: an address has room for 107 characters only.
+class Folder
 {
-    return ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-}
+public:
+    explicit Folder(const std::string &path) : _fd(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+    ~Folder()
+    {
+        if (_fd >= 0) ::close(_fd);
+    }
+    Folder(const Folder &) = delete;
+    Folder &operator=(const Folder &) = delete;
 
-/// An address has room for 107 characters only; a longer path goes by way of the open folder.
-bool setAddress(int folder, const std::string &where, const std::string &name, sockaddr_un &address)
-{
-    address = {};
-    address.sun_family = AF_UNIX;
-    std::string path = where + "/" + name;
-    if (path.size() >= sizeof address.sun_path) path = "/proc/self/fd/" + std::to_string(folder) + "/" + name;
-    if (folder < 0 || path.size() >= sizeof address.sun_path) return false;
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    return true;
-}
+    bool address(const std::string &name, sockaddr_un &address) const
+    {
+        const std::string path = "/proc/self/fd/" + std::to_string(_fd) + "/" + name;
+        address = {};
+        address.sun_family = AF_UNIX;
+        if (_fd < 0 || path.size() >= sizeof address.sun_path) return false;
+        std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+        return true;
+    }
+
+private:
+    int _fd;
+};
 
 std::atomic<unsigned> socketNumber{0};
 
@@ -51,7 +54,6 @@ WakeupSocket::~WakeupSocket()
         ::unlink((_files.socketFolder() + "/" + _name).c_str());
     }
     if (_sender >= 0) ::close(_sender);
-    if (_folder >= 0) ::close(_folder);
 }
 
 int WakeupSocket::listen()
@@ -62,12 +64,10 @@ int WakeupSocket::listen()
     _name = _files.socketPrefix() + std::to_string(::getpid()) + "-" + std::to_string(socketNumber++);
     const std::string path = _files.socketFolder() + "/" + _name;
     ::unlink(path.c_str()); // left behind by a dead process of the same number
-    const int folder = openFolder(_files.socketFolder());
+    const Folder folder(_files.socketFolder());
     sockaddr_un address;
-    const bool isBound = setAddress(folder, _files.socketFolder(), _name, address) &&
-                         ::bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
-    if (folder >= 0) ::close(folder);
-    if (!isBound) {
+    if (!folder.address(_name, address) ||
+        ::bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
         ::close(fd);
         return -1;
     }
@@ -84,23 +84,10 @@ void WakeupSocket::keepAlive()
     listen();
 }
 
-bool WakeupSocket::drain()
+void WakeupSocket::drain()
 {
-    constexpr int most = 16; // taken with one call; what they say does not matter
-    char byte = 0;
-    iovec place{&byte, 1};
-    mmsghdr messages[most] = {};
-    for (mmsghdr &message : messages) {
-        message.msg_hdr.msg_iov = &place;
-        message.msg_hdr.msg_iovlen = 1;
-    }
-    bool isWoken = false;
-    int taken = most;
-    while (_listener >= 0 && taken == most) {
-        taken = ::recvmmsg(_listener, messages, most, MSG_DONTWAIT, nullptr);
-        isWoken = isWoken || taken > 0;
-    }
-    return isWoken;
+    char buffer[64];
+    while (_listener >= 0 && ::recv(_listener, buffer, sizeof buffer, 0) > 0) {}
 }
 
 bool WakeupSocket::openSender()
@@ -109,47 +96,22 @@ bool WakeupSocket::openSender()
     return _sender >= 0;
 }
 
-WakeupSocket::FolderState WakeupSocket::folderState() const
+void WakeupSocket::send(quint64 version)
 {
-    struct stat info
-    {};
-    timespec now{};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    if (::stat(_files.socketFolder().c_str(), &info) != 0) return {};
-    const qint64 changed = info.st_mtim.tv_sec * nsPerSecond + info.st_mtim.tv_nsec;
-    const qint64 age = now.tv_sec * nsPerSecond + now.tv_nsec - changed;
-    return {info.st_dev, info.st_ino, changed, age > settlesAfterNs};
-}
-
-/// The folder is read again when it has changed, not at every write.
-void WakeupSocket::lookForListeners()
-{
-    const FolderState state = folderState();
-    if (state.settled && state == _looked) return;
-    _looked = state;
-    _others.clear();
-    if (_folder >= 0) ::close(_folder);
-    _folder = openFolder(_files.socketFolder());
+    if (!openSender()) return;
+    const std::string text = std::to_string(version);
     const std::string prefix = _files.socketPrefix();
+    const Folder folder(_files.socketFolder());
     std::error_code failed;
     for (fs::directory_iterator entry(_files.socketFolder(), failed), end; !failed && entry != end;
          entry.increment(failed)) {
         const std::string name = entry->path().filename().string();
-        Listener listener{{}, entry->path().string()};
-        if (name.starts_with(prefix) && setAddress(_folder, _files.socketFolder(), name, listener.address))
-            _others.push_back(std::move(listener));
-    }
-}
-
-void WakeupSocket::send(quint64 version)
-{
-    if (!openSender()) return;
-    lookForListeners();
-    const std::string text = std::to_string(version);
-    for (const Listener &listener : _others)
+        sockaddr_un address;
+        if (!name.starts_with(prefix) || !folder.address(name, address)) continue;
         // A full queue (EAGAIN) is a listener that knows already, or is stopped.
         if (::sendto(_sender, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
-                     reinterpret_cast<const sockaddr *>(&listener.address), sizeof listener.address) < 0 &&
+                     reinterpret_cast<const sockaddr *>(&address), sizeof address) < 0 &&
             errno == ECONNREFUSED)
-            ::unlink(listener.path.c_str());
+            ::unlink(entry->path().c_str());
+    }
 }

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The doctor finds what is broken and says what to do: one harm after the other, each mended again.
+#include "tests/support/print.h"
+#include "tests/system/sandbox.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMap>
+
+#include <gtest/gtest.h>
+
+namespace {
+/// The checks behind "== NAME", by their names.
+QMap<QString, QJsonObject> checksOf(const QByteArray &out, const QByteArray &name)
+{
+    const QByteArray line = out.mid(out.indexOf("== " + name + "\n") + name.size() + 4).split('\n').first();
+    QMap<QString, QJsonObject> checks;
+    for (const QJsonValue &check : QJsonDocument::fromJson(line).object()["checks"].toArray())
+        checks[check["name"].toString()] = check.toObject();
+    return checks;
+}
+
+struct Harm
+{
+    const char *name, *check, *state, *found, *advice;
+};
+} // namespace
+
+TEST(Doctor, findsEachHarmAndNamesItsRemedy)
+{
+    Sandbox sandbox({"--no-mediad", "--media-size", "1500M"});
+    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n");
+    const ProgramResult result = sandbox.run(R"sh(
+        look() { echo "== $1"; shift; "$@" xpctl --json doctor || [ $? = 1 ]; }
+        until [ "$(xpctl get input_format)" = 576i25 ]; do read -rt 0.05 <> <(:) || true; done
+        look well
+        mount -o remount,ro /media/A; look read-only; mount -o remount,rw /media/A
+        fallocate -l 1300M /media/A/fill; look full; rm /media/A/fill
+        xpctl set active_media_path /var/tmp; look system-disk
+        xpctl set active_media_path /media/none; look no-folder
+        xpctl set active_media_path ''; look no-medium; xpctl set active_media_path /media/A
+        umount /usr/local/share/media; look no-stills
+        mount -o remount,size=120M /dev/shm; look no-memory; mount -o remount,size=500M /dev/shm
+        cp /etc/xp/lumen.ini $OUT; echo '[inputs' >>/etc/xp/lumen.ini; echo 601=nonsense: >>/etc/xp/lumen.ini; look profile; cp $OUT/lumen.ini /etc/xp/lumen.ini
+        echo 'xp:x:990:' >>/etc/group; echo 'xp:x:990:990::/:/bin/false' >>/etc/passwd
+        chmod 755 /media/A; look not-writable; chown xp:xp /media/A
+        chmod -R a+rwX /var/lib/xp; look stranger setpriv --reuid 65534 --regid 65534 --clear-groups
+        xpctl record >&2; look in-use; xpctl stop >&2
+        echo sqlite:/etc/passwd/store.db >/etc/xp/store; look store; echo nonsense >/etc/xp/store; look address; rm /etc/xp/store
+        xpctl shut-down; look no-daemon
+    )sh");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
+
+    const auto well = checksOf(result.out, "well");
+    ASSERT_EQ(well.size(), 12) << result.out.toStdString();
+    for (const char *name : {"store", "access", "daemon", "profile", "medium", "stills", "shared_memory"})
+        EXPECT_EQ(well[name]["state"].toString(), QString("good")) << name;
+    EXPECT_EQ(well["media_daemon"]["state"].toString(), QString("hint"));
+    EXPECT_TRUE(well["disk_speed"]["found"].toString().contains(" MB/s; a 1080p50 HQ take needs 46"));
+
+    const Harm harms[] = {
+        {"read-only", "medium", "wrong", "/media/A is read-only", "fsck"},
+        {"full", "medium", "wrong", "too little for a take", "delete clips"},
+        {"system-disk", "medium", "wrong", "/var/tmp is no medium but a folder of the system's disk",
+         "mount"},
+        {"no-folder", "medium", "wrong", "/media/none is not there", "mount"},
+        {"no-medium", "medium", "wrong", "no medium is active", "xpctl set active_media_path"},
+        {"no-stills", "stills", "wrong", "0 of 22", "xp-stills"},
+        {"no-memory", "shared_memory", "wrong", "MB free in /dev/shm", "remount"},
+        {"profile", "profile", "wrong", "nonsense", "systemctl restart xpd"},
+        {"not-writable", "medium", "wrong", "the recorder may not write into /media/A", "chown xp:xp"},
+        {"stranger", "access", "wrong", "may not operate", "adduser"},
+        {"in-use", "disk_speed", "hint", "the recorder is in use", "stop it"},
+        {"store", "store", "wrong", "/etc/passwd", "/etc/xp/store"},
+        {"address", "store", "wrong", "nonsense", "/etc/xp/store"},
+        {"no-daemon", "daemon", "wrong", "not running", "systemctl start xpd"},
+    };
+    for (const Harm &harm : harms) {
+        const QJsonObject check = checksOf(result.out, harm.name)[harm.check];
+        EXPECT_EQ(check["state"].toString(), QString(harm.state)) << harm.name;
+        EXPECT_TRUE(check["found"].toString().contains(harm.found))
+            << harm.name << ": " << check["found"].toString().toStdString();
+        EXPECT_TRUE(check["advice"].toString().contains(harm.advice))
+            << harm.name << ": " << check["advice"].toString().toStdString();
+    }
+}

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Headers of others that half of the sources read anyway, compiled once: most of a build's time went into them.
-// A source still names what it uses; `./xp check includes` builds without this file.
+// Headers of others that half of the sources read anyway, compiled once: most of a build's time went into
+// them. A source still names what it uses; `./xp check includes` builds without this file.
 #pragma once
 
 #include <QByteArray>

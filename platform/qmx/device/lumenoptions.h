@@ -28,7 +28,7 @@ struct LumenOptions
     SourceMaker createSource = qmxCreateSource;
     GeneratorMaker createGenerator = qmxCreateInternalGenerator;
     SinkMaker createSink = qmxCreateSink;
-    CodecLookup codec; ///< none: the table's, as the profile says
+    CodecLookup codec;                 ///< none: the table's, as the profile says
     std::shared_ptr<LumenBoard> board; ///< none: a card of software alone
 
     static LumenOptions current();

@@ -60,7 +60,8 @@ struct MediaDaemon::Place
     ~Place()
     {
         // The medium is gone or the program ends: work may hang there, and starts again the next time.
-        if (work) work->abandon();
+        for (const auto &thread : {&work, &pictures})
+            if (*thread) (*thread)->abandon();
     }
 
     const std::uint64_t mount;
@@ -68,6 +69,7 @@ struct MediaDaemon::Place
     std::optional<Medium> known;            ///< of the last look
     std::uint64_t pictured = 0;             ///< the clips that have thumbnails, as Medium::clips; 0: none
     std::unique_ptr<QmxTaskThread> work;
+    std::unique_ptr<QmxTaskThread> pictures; ///< of ten thousand clips they take long; nothing waits for them
 };
 
 MediaDaemon::MediaDaemon(std::unique_ptr<Config> config, QObject *parent)
@@ -303,6 +305,14 @@ QmxTaskThread &MediaDaemon::workOf(Place &place)
     return *place.work;
 }
 
+QmxTaskThread &MediaDaemon::picturesOf(Place &place)
+{
+    constexpr int bound = 1;
+    if (!place.pictures)
+        place.pictures = std::make_unique<QmxTaskThread>(QStringLiteral("media-pictures"), bound, _environment);
+    return *place.pictures;
+}
+
 /// Pictures of clips are made while nothing is recorded; what a take has interrupted begins again after it.
 void MediaDaemon::picture(const MediaParameters &is)
 {
@@ -312,7 +322,7 @@ void MediaDaemon::picture(const MediaParameters &is)
         if (*_recording || !place->known || place->pictured == place->known->clips) continue;
         const std::string folder = thumbnailRoot + path.substr(path.rfind('/'));
         const bool posted =
-            workOf(*place).post([path, folder, environment = _environment, recording = _recording] {
+            picturesOf(*place).post([path, folder, environment = _environment, recording = _recording] {
                 keepThumbnails(path, folder, environment, [&recording] { return !*recording; });
             });
         if (posted) place->pictured = place->known->clips;

@@ -58,6 +58,7 @@ private:
     bool write(const MediaWrite &order);
     void repair(const std::string &path);
     QmxTaskThread &workOf(Place &place);
+    QmxTaskThread &picturesOf(Place &place);
     void picture(const MediaParameters &is);
     void repaired(const std::vector<std::string> &report);
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);

@@ -114,8 +114,8 @@ TEST(Events, theInputsTimecodeComesAfterItsReport)
         bench.device->setProperty(QmxId(19), QStringLiteral("x"));
         bench.readAll();
     };
-    Stepper::runTicks(60);
-    EXPECT_TRUE(seenAfterReport && seenGone);
+    EXPECT_TRUE(Stepper::runUntil([&] { return seenAfterReport && seenGone; }));
+    Stepper::runTicks(20);
     EXPECT_EQ(bench.takeSignals(),
               QStringList({"input valid", "setup", "anc", "started", "input gone", "input valid", "anc"}));
 }

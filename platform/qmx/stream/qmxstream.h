@@ -86,6 +86,7 @@ signals:
 
 private:
     friend class QmxStreamCache;
+    friend class StreamReadAhead;
     /// For the cache in front: one at a time.
     void setPeer(QmxStreamPeer *peer);
     StreamReader *reader() const;

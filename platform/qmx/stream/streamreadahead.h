@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxframe.h"
+#include "platform/qmx/stream/qmxstreamcadence.h"
+#include "platform/qmx/stream/streamreader.h"
+
+#include <QHash>
+
+#include <functional>
+#include <limits>
+#include <optional>
+
+class QmxStream;
+
+/// The reading half of a cache: where it stands, the frames held around that place, and what is asked for
+/// next. Event loop only.
+class StreamReadAhead
+{
+public:
+    /// `ready` is called when there is something new to look at, and may be called again before it is told.
+    explicit StreamReadAhead(std::function<void()> ready) : _ready(std::move(ready)) {}
+
+    void setStream(QmxStream *stream) { _stream = stream; }
+    void setSize(int frames);
+    int size() const { return _size; }
+    void setSpeed(double speed);
+
+    /// The stages of an open, see QmxStreamPeer; closed() also at its end.
+    void begin();
+    void opened();
+    void openFailed();
+    void openDelivered();
+    void closed() { _frames.clear(); }
+    void forgetSeek() { _kept.reset(); }
+
+    bool isReading() const;
+    int position() const { return _cadence.position(_length); }
+    bool isBeforeStart() const { return isReading() && position() < 0; }
+    bool isBehindEnd() const { return isReading() && position() >= _length; }
+    /// Unless a stream is open for reading it is kept until one is.
+    void seek(int frame) { seek({frame, false}); }
+    void seekToLastFrame() { seek({0, true}); }
+
+    /// Loaded frames from the position on.
+    int loaded() const;
+    QmxFrame peek() const;
+    QmxFrame read();
+
+    /// Takes what the reader has brought; gives the first of each run of frames that could not be read.
+    QList<StreamReader::Result> take(const QList<StreamReader::Result> &results);
+    /// The clip has become longer.
+    void grown();
+
+private:
+    struct Seek
+    {
+        int frame = 0;
+        bool toLast = false;
+    };
+    static constexpr int defaultSize = 25;
+
+    void seek(const Seek &to);
+    int window() const;
+    void moved();
+    void fill();
+    void dropFar(const QList<int> &upcoming);
+
+    std::function<void()> _ready;
+    QmxStream *_stream = nullptr;
+    int _size = defaultSize;
+    QmxStreamCadence _cadence;
+    int _length = std::numeric_limits<int>::max();
+    std::optional<Seek> _kept;
+    QHash<int, QmxFrame> _frames;
+    qint64 _largestFrame = 0;
+    quint64 _origin = 0;
+    bool _inBadRun = false;    ///< the frame before could not be read
+    bool _alarmRaised = false; ///< for a frame of this stream
+};

@@ -46,8 +46,11 @@ sanitized() {
     cmake --preset "$1" >/dev/null && cmake --build --preset "$1" -j "$XP_JOBS" &&
         ctest --test-dir "build-$1" --output-on-failure --no-tests=error -j "$XP_JOBS" --timeout 900 -LE system
 }
-# A leak of the GLib or SDL kind is not ours to mend; ours have no entry here.
-check_asan() { ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1 sanitized asan; }
+# Leaks of other libraries are listed in tests/lsan.supp; ours have no entry there.
+check_asan() {
+    LSAN_OPTIONS="suppressions=$XP_ROOT/tests/lsan.supp" ASAN_OPTIONS=detect_stack_use_after_return=1 \
+        UBSAN_OPTIONS=print_stacktrace=1 sanitized asan
+}
 check_tsan() { TSAN_OPTIONS="halt_on_error=0 suppressions=$XP_ROOT/tests/tsan.supp" sanitized tsan; }
 
 # Clips under kills, cuts, flips and failing calls, and power cuts on a real file system; --long in full numbers.

@@ -100,12 +100,13 @@ ExitCode ctlMedia(Recorder &recorder, const Report &report, const Arguments &)
     const int together = int(recorder.number(eParam_RecordTimeLeft));
     QString text;
     for (const MediumReport &medium : MediumReport::parse(stored.toStdString())) {
-        text += QStringLiteral("%1  %2  %3  %4 % free  %5 clips  time left %6\n")
+        text += QStringLiteral("%1  %2  %3  %4 % free  %5 %6  time left %7\n")
                     .arg(QString::fromStdString(medium.path), -20)
                     .arg(QString::fromStdString(medium.label), -16)
                     .arg(QString::fromStdString(medium.state), -9)
                     .arg(medium.percentFree, 3)
                     .arg(medium.clips, 5)
+                    .arg(medium.clips == 1 ? QStringLiteral("clip ") : QStringLiteral("clips"))
                     .arg(timeText(medium.secondsLeft));
     }
     if (text.isEmpty())

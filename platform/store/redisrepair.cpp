@@ -42,12 +42,18 @@ StoreResult RedisBackend::create()
                                             ++top, storeSource("store"), wallMicroseconds()};
     Words arguments{newEpoch(), std::to_string(top)};
     for (const auto &[id, stored] : image) {
+        const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
+        const bool isUp =
+            descriptor && descriptor->isAlarm() && !(stored.value == descriptor->defaultValue());
         arguments.push_back(std::to_string(id));
+        arguments.push_back(isUp ? "a" : "");
         arguments.push_back(RedisRow::make(stored, _origin));
     }
+    Words keys = storeKeys();
+    keys.push_back(key("alarms"));
     RedisValue answer;
     Answer outcome = Answer::Done;
-    const StoreResult result = run(RedisScripts::create, storeKeys(), arguments, answer, outcome);
+    const StoreResult result = run(RedisScripts::create, keys, arguments, answer, outcome);
     if (result.isDone() && outcome == Answer::Done && !isNew)
         qmxLogOutput(1, module, __LINE__, "%s. Look at the settings\n", text.c_str());
     return result;

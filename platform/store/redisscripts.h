@@ -86,15 +86,18 @@ if redis.call('EXISTS', KEYS[1]) == 0 then return {'gone'} end
 return {'done', redis.call('HGET', KEYS[3], ARGV[1])}
 )lua";
 
-/// KEYS: epoch, version, param, log. ARGV: the new epoch, a version below which no write may come; then for
-/// each parameter: id, row.
+/// KEYS: epoch, version, param, log, alarms. ARGV: the new epoch, a version below which no write may come; then
+/// for each parameter: id, flags, row. Flags: a an alarm that is up.
 inline constexpr const char *create = R"lua(
 if redis.call('EXISTS', KEYS[1]) == 1 then return {'there'} end
 local top = math.max(tonumber(ARGV[2]), tonumber(redis.call('GET', KEYS[2]) or '0'))
 local last = redis.call('XREVRANGE', KEYS[4], '+', '-', 'COUNT', '1')
 if last[1] then top = math.max(top, tonumber(string.match(last[1][1], '^%d+'))) end
 redis.call('SET', KEYS[2], string.format('%.0f', top))
-for at = 3, #ARGV, 2 do redis.call('HSETNX', KEYS[3], ARGV[at], ARGV[at + 1]) end
+for at = 3, #ARGV, 3 do
+  redis.call('HSETNX', KEYS[3], ARGV[at], ARGV[at + 2])
+  if ARGV[at + 1] == 'a' then redis.call('RPUSH', KEYS[5], ARGV[at] .. ' ' .. ARGV[at + 2]) end
+end
 redis.call('SET', KEYS[1], ARGV[1] .. '+' .. string.format('%.0f', top))
 return {'done'}
 )lua";

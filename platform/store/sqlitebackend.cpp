@@ -17,12 +17,6 @@ constexpr qint64 alarmRows = 1'000;   // what the alarm history keeps
 constexpr quint64 trimInterval = 256; // writes between two looks at the bounds
 constexpr const char *overwritten = "its file was overwritten";
 
-bool isAlarm(eParam_t id)
-{
-    const ParamDescriptor *descriptor = GetDescriptor(id);
-    return descriptor && descriptor->isAlarm();
-}
-
 bool isPersistent(const StoreWrite &write)
 {
     const ParamDescriptor *descriptor = GetDescriptor(write.id);
@@ -211,14 +205,8 @@ bool SqliteBackend::writeOne(const StoreWrite &write, const std::string &source,
                     .run();
     version = row.version;
     if (!isCommand) done = done && SqliteSchema::putParameter(_database, write.id, row);
-    if (isAlarm(write.id))
-        done = done && SqliteStatement(_database, "INSERT INTO alarm_history(id, value, source, time) "
-                                                  "VALUES(?, ?, ?, ?)")
-                           .bind(1, qint64(write.id))
-                           .bindBlob(2, row.value.text)
-                           .bind(3, row.source)
-                           .bind(4, row.time)
-                           .run();
+    if (descriptor && descriptor->isAlarm())
+        done = done && SqliteSchema::addToAlarmHistory(_database, write.id, row);
     return done;
 }
 

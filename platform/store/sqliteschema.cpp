@@ -83,6 +83,16 @@ bool SqliteSchema::putParameter(SqliteDatabase &database, std::uint32_t id, cons
         .run();
 }
 
+bool SqliteSchema::addToAlarmHistory(SqliteDatabase &database, std::uint32_t id, const StoredValue &stored)
+{
+    return SqliteStatement(database, "INSERT INTO alarm_history(id, value, source, time) VALUES(?, ?, ?, ?)")
+        .bind(1, qint64(id))
+        .bindBlob(2, stored.value.text)
+        .bind(3, stored.source)
+        .bind(4, stored.time)
+        .run();
+}
+
 bool SqliteSchema::create(SqliteDatabase &database, const StoreImage &image, quint64 top,
                           const std::string &epoch)
 {
@@ -95,8 +105,13 @@ bool SqliteSchema::create(SqliteDatabase &database, const StoreImage &image, qui
                        .bind(2, std::to_string(formatVersion))
                        .bind(3, bootId())
                        .run();
-    for (const auto &[id, stored] : image)
+    for (const auto &[id, stored] : image) {
+        const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
         done = done && putParameter(database, id, stored);
+        // Since when an alarm is up is all that is known of the history.
+        if (descriptor && descriptor->isAlarm() && !(stored.value == descriptor->defaultValue()))
+            done = done && addToAlarmHistory(database, id, stored);
+    }
     done = done && SqliteStatement(database, "INSERT INTO sqlite_sequence(name, seq) VALUES('log', ?)")
                        .bind(1, qint64(top))
                        .run();

@@ -24,5 +24,6 @@ int readParameters(SqliteDatabase &database, StoreImage &image);
 quint64 newestVersion(SqliteDatabase &database);
 /// Writes the row of one parameter.
 bool putParameter(SqliteDatabase &database, std::uint32_t id, const StoredValue &stored);
+bool addToAlarmHistory(SqliteDatabase &database, std::uint32_t id, const StoredValue &stored);
 
 } // namespace SqliteSchema

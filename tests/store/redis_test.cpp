@@ -23,10 +23,15 @@ protected:
             path, "tester", QmxEnvironment::current(), {}, std::make_shared<std::atomic<bool>>(false)};
         return RedisBackend(context, *RedisAddress::parse(path), passwordFile);
     }
+    /// It is up, and since when is known.
     bool hasAlarm(Config &config) const
     {
         std::string value;
-        return config.getData(eParam_AlarmStoreRestored, value) && !value.empty();
+        const std::vector<AlarmRecord> history = config.alarmHistory(10);
+        return config.getData(eParam_AlarmStoreRestored, value) && !value.empty() &&
+               std::any_of(history.begin(), history.end(), [](const AlarmRecord &record) {
+                   return record.id == eParam_AlarmStoreRestored && record.raised;
+               });
     }
 
     RedisServer server;

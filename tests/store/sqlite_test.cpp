@@ -41,10 +41,15 @@ protected:
     {
         return QDir(dir.path()).entryList({pattern}, QDir::Files);
     }
+    /// It is up, and since when is known.
     bool hasAlarm(Config &config) const
     {
         std::string value;
-        return config.getData(eParam_AlarmStoreRestored, value) && !value.empty();
+        const std::vector<AlarmRecord> history = config.alarmHistory(10);
+        return config.getData(eParam_AlarmStoreRestored, value) && !value.empty() &&
+               std::any_of(history.begin(), history.end(), [](const AlarmRecord &record) {
+                   return record.id == eParam_AlarmStoreRestored && record.raised;
+               });
     }
 
     TestDir dir;

@@ -50,9 +50,10 @@ struct OptionRow
 /// What a command cannot do without.
 enum class Needs { Nothing, Store, Daemon };
 
-/// One command: a row of the table in commands.cpp.
+/// One command: a row of the table in commandtable.cpp.
 struct CommandRow
 {
+    const char *group; ///< heading in the help and the manual page, the same for rows that follow each other
     const char *name;
     const char *help; ///< empty: for scripts of ours only, not listed
     std::vector<ArgumentRow> arguments;

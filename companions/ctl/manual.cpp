@@ -66,8 +66,11 @@ xpctl \-\-json status
 ExitCode ctlManual(const Report &, const Arguments &)
 {
     QString page = QString::fromLatin1(head);
+    QString group;
     for (const CommandRow &row : ctlCommands()) {
         if (!row.isListed()) continue;
+        if (group != QLatin1String(row.group)) page += QStringLiteral(".SS %1\n").arg(row.group);
+        group = QLatin1String(row.group);
         page += ".TP\n" + synopsis(row) + "\n" + roff(QString::fromUtf8(row.help)) + "\n";
         for (const ArgumentRow &argument : row.arguments)
             page += QStringLiteral(".br\n\\fI%1\\fR: %2\n").arg(roff(argument.name), roff(argument.help));

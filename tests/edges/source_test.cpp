@@ -66,9 +66,10 @@ class Sender
 public:
     Sender(const QString &clip, const QString &address)
     {
+        const bool isRtp = address.startsWith(QLatin1String("rtp"));
         _process.start(QStringLiteral("ffmpeg"),
-                       QStringLiteral("-v error -re -stream_loop -1 -i %1 -c copy -f mpegts %2?pkt_size=1316")
-                           .arg(clip, address)
+                       QStringLiteral("-v error -re -stream_loop -1 -i %1 -c copy -f %2 %3?pkt_size=1316")
+                           .arg(clip, QLatin1String(isRtp ? "rtp_mpegts" : "mpegts"), address)
                            .split(QLatin1Char(' ')));
     }
     ~Sender()
@@ -233,9 +234,13 @@ TEST_P(LiveSignal, locksVanishesAndComesBackInAnotherFormat)
               QmxSourceFormat::state(QmxSourceFormat::fromText(QStringLiteral("1280x720p50"))));
 }
 
-INSTANTIATE_TEST_SUITE_P(Protocols, LiveSignal, testing::Values("udp", "srt"));
+INSTANTIATE_TEST_SUITE_P(Protocols, LiveSignal, testing::Values("udp", "srt", "rtp"));
 
-TEST_P(LiveSignal, receivesWhatANetworkOutputSends)
+class NetworkOutput : public testing::TestWithParam<const char *>
+{};
+INSTANTIATE_TEST_SUITE_P(Protocols, NetworkOutput, testing::Values("udp", "srt"));
+
+TEST_P(NetworkOutput, isWhatALiveSourceReceives)
 {
     const QString address =
         QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(GetParam())).arg(freeUdpPort());

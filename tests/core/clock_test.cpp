@@ -138,6 +138,30 @@ TEST(SteppedClock, WaitsForWorkInFlightButNotForWorkThatSleeps)
     EXPECT_EQ(done, 3);
 }
 
+TEST(SteppedClock, WhatIsPostedJustBeforeTheLoopWouldWaitIsNoEndOfTheTime)
+{
+    QObject home;
+    constexpr int rounds = 20000;
+    std::atomic<int> returned = 0;
+    std::atomic<bool> goesOn = true;
+    std::shared_ptr<void> busy = Stepper::clock()->busy();
+    std::thread thread([&] {
+        for (int round = 0; round < rounds; ++round) {
+            while (returned < round && goesOn) {}
+            for (volatile int delay = round % 2000; delay > 0;)
+                delay = delay - 1; // so that every point of the loop's turn is met
+            QMetaObject::invokeMethod(
+                &home, [&] { ++returned; }, Qt::QueuedConnection);
+        }
+        busy.reset();
+    });
+    const qint64 began = Stepper::now();
+    EXPECT_TRUE(Stepper::runUntil([&] { return returned == rounds; })) << returned;
+    goesOn = false;
+    thread.join();
+    EXPECT_EQ(Stepper::now(), began);
+}
+
 TEST(SteppedClock, InterruptsEndSleepsAndStayUntilReset)
 {
     QmxInterrupt interrupt;

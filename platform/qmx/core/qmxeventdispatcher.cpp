@@ -167,7 +167,9 @@ bool QmxEventDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags)
     const bool mayWait = flags & QEventLoop::WaitForMoreEvents;
     d->idleCalls = found || mayWait ? 0 : d->idleCalls + 1;
     const bool waits = mayWait || (d->stepped && d->idleCalls > 1);
-    if (!found && waits && !d->pending()) {
+    // What has been posted meanwhile is found at once by the wait: nothing but an interrupt ends this without
+    // anything done, or whoever lets time pass would take it for the end of that time.
+    if (!found && waits && !d->interrupted) {
         emit aboutToBlock();
         while (!found && !d->interrupted && (d->stepped ? d->waitStepped(flags) : d->waitReal(flags))) {
             emit awake();

@@ -267,6 +267,8 @@ void StreamReader::State::deliver(Result result)
     {
         const std::lock_guard lock(mutex);
         first = results.isEmpty();
+        // No longer being read, or one who lets it go and wants it again before the next step would get none.
+        if (result.request == 0) reading = -1;
         results.append(std::move(result));
     }
     if (first) events.results();

@@ -6,9 +6,7 @@
 #include "xpd/app/qtmessages.h"
 #include "xpd/app/signals.h"
 
-#include <QCoreApplication>
 #include <QTextStream>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -89,24 +87,4 @@ TEST(Signals, fatalOnesTellWhereAndAbortOthersAreIgnored)
         EXPECT_EXIT(die(sig), ::testing::KilledBySignal(SIGABRT),
                     "Aborting\\. (.|\n)*BACKTRACE\n 1: (.|\n)* 2: ")
             << sig;
-}
-
-TEST(Signals, theFirstRequestToEndEndsTheLoopTheSecondIsForced)
-{
-    ::setenv("TERM", "dumb", 1);
-    const auto endOnce = [] {
-        setupSignals();
-        QTimer::singleShot(0, [] { ::raise(SIGTERM); });
-        const int status = QCoreApplication::exec();
-        std::exit(LogCollector::contains("main", QStringLiteral("Exit requested. Terminated ")) ? status : 2);
-    };
-    EXPECT_EXIT(endOnce(), ::testing::ExitedWithCode(0), "");
-
-    const auto endTwice = [] {
-        setupSignals();
-        ::raise(SIGTERM);
-        ::dup2(STDERR_FILENO, STDOUT_FILENO);
-        ::raise(SIGINT);
-    };
-    EXPECT_EXIT(endTwice(), ::testing::ExitedWithCode(1), "Forcing exit\\. Interrupt ");
 }

@@ -31,13 +31,19 @@ protected:
         store.reset(ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "operator", false));
     }
 
-    static std::unique_ptr<QProcess> start(const QStringList &options,
-                                           const QString &notifySocket = QString())
+    static std::unique_ptr<QProcess>
+    start(const QStringList &options, const QString &notifySocket = QString(), const char *preload = nullptr)
     {
         auto process = std::make_unique<QProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("TERM", "dumb");
         if (!notifySocket.isEmpty()) environment.insert("NOTIFY_SOCKET", notifySocket);
+        if (preload) {
+            environment.insert("LD_PRELOAD", preload);
+            // A sanitizer wants to be the first library, but needs it only for what this test is not about.
+            environment.insert("ASAN_OPTIONS",
+                               environment.value("ASAN_OPTIONS") + ":verify_asan_link_order=0");
+        }
         process->setProcessEnvironment(environment);
         process->start(XPD_PROGRAM, options);
         EXPECT_TRUE(process->waitForStarted());
@@ -161,4 +167,70 @@ TEST_F(XpdTest, takesItsOptions)
     EXPECT_EQ(ask("mem\nquit\n").count('\n'), 10);
     ASSERT_TRUE(store->setUInt(eParam_TransportCommand, 15));
     EXPECT_EQ(end(*xpd), 0);
+}
+
+TEST_F(XpdTest, inDebugModeSignalsAreIgnoredOrEndItInOrderOrByForce)
+{
+    QByteArray said;
+    const auto polite = start({"-D"});
+    ASSERT_TRUE(reads(eParam_TransportStatus, 1));
+    const std::pair<int, const char *> ignored[] = {{SIGUSR1, "User defined signal 1"}, {SIGHUP, "Hangup"}};
+    for (const auto &[sig, name] : ignored) {
+        signal(*polite, sig);
+        EXPECT_TRUE(says(*polite, said, QByteArray("Ignoring Signal. ") + name));
+    }
+    // It still does what it is told.
+    ASSERT_TRUE(store->setUInt(eParam_LoopPlayback, 1));
+    EXPECT_TRUE(says(*polite, said, "loop_playback"));
+    signal(*polite, SIGINT);
+    EXPECT_TRUE(says(*polite, said, "VtrObject shutdown complete..."));
+    EXPECT_EQ(end(*polite), 0);
+    EXPECT_TRUE(said.contains("Exit requested. Interrupt"));
+    EXPECT_FALSE(said.contains("Forcing exit."));
+    EXPECT_EQ(read(eParam_TransportStatus), 20u);
+
+    const auto impatient = start({"-D"});
+    ASSERT_TRUE(reads(eParam_TransportStatus, 1));
+    said.clear();
+    signal(*impatient, SIGINT);
+    ASSERT_TRUE(says(*impatient, said, "Exit requested. Interrupt"));
+    // While the terminal is restored a further one is lost, as for any program that waits for another.
+    EXPECT_TRUE(Stepper::waitFor(
+        [&] {
+            if (impatient->state() == QProcess::Running) signal(*impatient, SIGINT);
+            said += impatient->readAllStandardOutput() + impatient->readAllStandardError();
+            return impatient->state() == QProcess::NotRunning;
+        },
+        kPatience));
+    EXPECT_EQ(end(*impatient), 1);
+    EXPECT_TRUE(said.contains("Forcing exit. Interrupt"));
+    EXPECT_FALSE(said.contains("VtrObject shutdown complete..."));
+}
+
+TEST_F(XpdTest, aCrashTellsWhereAndAborts)
+{
+    const auto crashes = [this](QProcess &process) {
+        EXPECT_EQ(end(process), -1);
+        return process.readAllStandardOutput();
+    };
+    const auto xpd = start({"-D"});
+    ASSERT_TRUE(reads(eParam_TransportStatus, 1));
+    xpd->readAllStandardOutput();
+    signal(*xpd, SIGSEGV);
+    const QByteArray told = crashes(*xpd);
+    EXPECT_TRUE(told.contains("Aborting. Segmentation fault")) << told.toStdString();
+    EXPECT_TRUE(xpd->readAllStandardError().contains("Aborting. Segmentation fault")) << "not in the log";
+    int frames = 0;
+    for (const QByteArray &line : told.mid(told.indexOf("BACKTRACE\n")).split('\n')) {
+        if (line.trimmed().startsWith(QByteArray::number(frames + 1) + ": ")) ++frames;
+    }
+    EXPECT_GE(frames, 3) << told.toStdString();
+    EXPECT_LE(frames, 24);
+
+    // A fatal message of Qt's is in the log before the process goes.
+    ASSERT_TRUE(store->setUInt(eParam_TransportStatus, 20));
+    const auto broken = start({"-D"}, {}, QT_FATAL_LIBRARY);
+    EXPECT_TRUE(crashes(*broken).contains("Aborting. Aborted"));
+    const QByteArray log = broken->readAllStandardError();
+    EXPECT_TRUE(log.contains("a fatal message")) << log.toStdString();
 }

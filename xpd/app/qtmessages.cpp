@@ -33,7 +33,9 @@ void adapter(QtMsgType type, const QMessageLogContext &, const QString &message)
 void localQtMessageHandler(QtMsgType type, const char *msg)
 {
     QmxLogStream("main", __LINE__, levelOf(type), QmxLog::defaultLog()) << QString::fromLocal8Bit(msg);
-    if (type == QtFatalMsg) std::abort();
+    if (type != QtFatalMsg) return;
+    QmxLog::defaultLog()->flush(); // a thread of its own writes it
+    std::abort();
 }
 
 void installQtMessageHandler()

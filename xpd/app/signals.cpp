@@ -132,6 +132,7 @@ void signalAction(int sig, siginfo_t *info, void *context)
         signal(SIGABRT, SIG_DFL);
         logAndPrint(1, __LINE__, "Aborting. %s\n", description.data());
         printBackTrace();
+        QmxLog::defaultLog()->flush(); // a thread of its own writes it
         std::abort();
     case Kind::Exit:
         if (exitRequested) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything that can be said about the code without a person: names what it ran and what failed.
-#   check.sh [format|folders|libraries|params|includes|lint|asan|tsan|fuzz|kills|crash|day|prores|package ...] [--long]   (nothing named: all but package)
+#   check.sh [format|folders|libraries|params|includes|lint|asan|tsan|fuzz|kills|crash|day|walk|prores|package ...] [--long]   (nothing named: all but package)
 set -uo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
@@ -69,6 +69,17 @@ check_day() {
     "$XP_BUILD/bin/test_scenarios" --gtest_filter='Day.*'
 }
 
+# Random ways that nobody has gone before, for five minutes; --long for an hour. A seed that fails is printed, and
+# XP_SEED=N walks it again.
+check_walk() {
+    local seconds=150 status=0
+    [ "$XP_LONG" = yes ] && seconds=1800
+    xp_build || return 1
+    XP_WALK_SECONDS=$seconds "$XP_BUILD/bin/test_transport" --gtest_filter='WalkTest.*' || status=1
+    XP_WALK_SECONDS=$seconds "$XP_BUILD/bin/test_scenarios" --gtest_filter='RandomWalk.*' || status=1
+    return $status
+}
+
 # The reader of clips against bytes of any kind, for a minute (--long: for thirty). What it learns stays in the build
 # directory; a finding is a file there that the fuzzer takes as its argument.
 check_fuzz() {
@@ -98,7 +109,7 @@ for argument in "$@"; do
         *) declare -F "check_$argument" >/dev/null || die "check: no check named $argument"; wanted+=("$argument") ;;
     esac
 done
-[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params includes lint asan tsan fuzz kills crash day prores)
+[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params includes lint asan tsan fuzz kills crash day walk prores)
 export XP_LONG=$long
 failed=()
 for name in "${wanted[@]}"; do

@@ -134,26 +134,35 @@ TEST_F(LossTimecodeScenario, takesThatTheInputEndedAreContinued)
     expectContinues(takes[1], camera);
 }
 
-TEST_F(DropFrameScenario, leavesOutTwoNumbersAMinuteAcrossTakes)
+TEST_F(DropFrameScenario, leavesOutTwoNumbersAMinuteButTheTenth)
 {
     begin();
     write(eParam_TimecodeDropFrame, "1");
-    vtr().setTimecodeValue(QmxTimecode(10, 0, 59, 0, 0, 0));
-    pass(100);
-    const Take first = Take::read(record(700)), second = Take::read(record(1300));
-    expectStart(first, "10:00:59;00");
-    expectContinues(first, second);
-    second.expectWhole();
-    QStringList all;
-    for (const QmxTimecode &timecode : second.timecodes)
-        all.append(timecode.toString());
-    const qsizetype end = all.indexOf("10:00:59;29");
-    ASSERT_GE(end, 0);
-    EXPECT_EQ(all.at(end + 1), "10:01:00;02");
-    // Played, it is the same.
-    enterStill();
-    cueAndWait(int(end) + 1);
-    EXPECT_EQ(takeShown().constLast().timecode, "10:01:00;02");
+    const struct
+    {
+        int minute;
+        const char *start, *before, *after;
+    } minutes[] = {{0, "10:00:59;00", "10:00:59;29", "10:01:00;02"},
+                   {9, "10:09:59;00", "10:09:59;29", "10:10:00;00"}};
+    for (const auto &minute : minutes) {
+        vtr().setTimecodeValue(QmxTimecode(10, minute.minute, 59, 0, 0, 0));
+        pass(100);
+        const Take first = Take::read(record(700)), second = Take::read(record(1300));
+        expectStart(first, minute.start);
+        expectContinues(first, second);
+        second.expectWhole();
+        QStringList all;
+        for (const QmxTimecode &timecode : second.timecodes)
+            all.append(timecode.toString());
+        const qsizetype end = all.indexOf(minute.before);
+        ASSERT_GE(end, 0);
+        EXPECT_EQ(all.at(end + 1), minute.after);
+        // Played, it is the same.
+        enterStill();
+        cueAndWait(int(end) + 1);
+        EXPECT_EQ(takeShown().constLast().timecode, minute.after);
+        ASSERT_TRUE(stop());
+    }
 }
 
 TEST_F(RunningTimecodeScenario, recordsEachRunFromItsFirstFrameToItsLast)

@@ -2,12 +2,14 @@
 #include "tests/transport/transportrig.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxoperations.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/device/lumenprofile.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "xpd/transport/lossofvideofile.h"
 
+#include <QDir>
 #include <QFile>
 
 namespace {
@@ -69,7 +71,7 @@ TransportRig::TransportRig(const QString &input, const QString &device)
 
 void TransportRig::create()
 {
-    _reportedMode = VtrMode();
+    _reported = VtrState();
     _vtr = std::make_unique<VtrObject>(nullptr);
     listen();
 }
@@ -116,7 +118,7 @@ void TransportRig::listen()
         note(QStringLiteral("mode %1 %2").arg(from.name(), to.name()));
     });
     QObject::connect(vtr, &VtrObject::stateChanged, [this, note](const VtrState &from, const VtrState &to) {
-        _reportedMode = to.mode();
+        _reported = to;
         note(QStringLiteral("state %1> %2").arg(from.toString(), to.toString().trimmed()));
     });
     QObject::connect(vtr, &VtrObject::streamIsOpen, [note](const QmxError &error) {
@@ -148,6 +150,25 @@ bool TransportRig::isIdle() const
     return !_vtr->hasPendingModeChange() && _vtr->stateToString().endsWith(QStringLiteral("] "));
 }
 
+bool TransportRig::isSettled() const
+{
+    return isIdle() && QmxOperations::instance()->inProgress() == 0 && !(_reported != _vtr->state());
+}
+
+int TransportRig::storageInUse() const
+{
+    return _vtr->stateToString().section(QStringLiteral(" SU "), 1).section(QLatin1Char(' '), 0, 0).toInt();
+}
+
+int TransportRig::openFiles() const
+{
+    int count = 0;
+    for (const QFileInfo &fd :
+         QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::Files | QDir::System))
+        count += fd.symLinkTarget().startsWith(media.path());
+    return count;
+}
+
 bool TransportRig::hasPicture() const
 {
     // Before the first frame the device knows nothing but the number of the one to come.
@@ -161,7 +182,7 @@ bool TransportRig::runUntilIdle()
 
 bool TransportRig::runUntilMode(VtrMode mode)
 {
-    return Stepper::runUntil([this, mode] { return _reportedMode == mode && isIdle(); });
+    return Stepper::runUntil([this, mode] { return _reported.mode() == mode && isIdle(); });
 }
 
 void TransportRig::startUp()

@@ -71,6 +71,14 @@ protected:
     int framesRecorded() const;
 
     int count(const QString &event) const { return int(events.count(event)); }
+    /// The state that the transport told last.
+    const VtrState &reported() const { return _reported; }
+    /// The count behind storageInUse().
+    int storageInUse() const;
+    /// Files below `media` that this process holds open.
+    int openFiles() const;
+    /// Nothing is in progress, the still for a lost input included, and the state held is the one told.
+    bool isSettled() const;
     /// What the transport has logged since forgetLog(), oldest first.
     QStringList logged() const { return LogCollector::texts(QStringLiteral("vtrobject")).mid(_logMark); }
     void forgetLog() { _logMark = LogCollector::texts(QStringLiteral("vtrobject")).size(); }
@@ -102,5 +110,5 @@ private:
 
     std::unique_ptr<VtrObject> _vtr;
     qsizetype _logMark = 0;
-    VtrMode _reportedMode;
+    VtrState _reported;
 };

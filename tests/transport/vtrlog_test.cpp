@@ -4,14 +4,21 @@
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
 
+#include <QFile>
 #include <QRegularExpression>
 
 #include <set>
+
+#include <unistd.h>
 
 namespace {
 
 /// What the real device, stream and cache cannot be brought to; each says why.
 constexpr bool never = false;
+
+constexpr char benchmarkFile[] = "/xpd_bench.txt";
+/// Who may write there gets the file, anyone else the reason why not.
+const bool isWritable = ::access("/", W_OK) == 0;
 
 struct Line
 {
@@ -21,7 +28,7 @@ struct Line
 };
 
 // clang-format off
-constexpr Line lines[] = {
+const Line lines[] = {
     {2, "FAILED: %s", never}, // every signal that is connected exists
     {3, "VtrObject is starting..."},
     {3, "VtrObject shutdown requested..."},
@@ -107,6 +114,9 @@ constexpr Line lines[] = {
     {1, "Failed to find loss of video file for %1"},
     {3, "Loss of video clip: %1"},
     {3, "STM: %1, CACHE: %2, RDEV: %3, WDEV: %4"},
+    {4, "Frames played %d, recorded %d", never}, // for who debugs
+    {3, "Benchmark file opened: %1", isWritable},
+    {1, "Failed to open benchmark file: %1", !isWritable},
 };
 // clang-format on
 
@@ -122,7 +132,12 @@ QRegularExpression pattern(const char *text)
 class LogTest : public TransportRig
 {
 protected:
-    LogTest() : TransportRig("generator:?rate=25&size=720x576&scan=i") { allowLog(QString()); }
+    LogTest() : TransportRig("generator:?rate=25&size=720x576&scan=i")
+    {
+        allowLog(QString());
+        QFile::remove(benchmarkFile);
+    }
+    ~LogTest() override { QFile::remove(benchmarkFile); }
 
     void provokeModes();
     void provokePlay();
@@ -165,6 +180,7 @@ private:
 void LogTest::provokeModes()
 {
     startUp();
+    vtr().enableStreamBenchmark();
     recordClip("clip.mov", 12);
     playClip("clip.mov");
     vtr().standbyOff();
@@ -374,4 +390,9 @@ TEST_F(LogTest, everyLineComesAsWrittenAndNoOther)
     }
     for (const Line &line : lines)
         EXPECT_EQ(seen.contains(&line), line.comes) << line.level << ' ' << line.text;
+    if (!isWritable) return;
+    const QList<QByteArray> rows = readAll(benchmarkFile).trimmed().split('\n');
+    EXPECT_GT(rows.size(), 100) << "one for every frame that a disk took or gave";
+    for (const QByteArray &row : rows)
+        ASSERT_TRUE(QRegularExpression("^\\d+ \\d+\\.\\d{6}$").match(row).hasMatch()) << row.toStdString();
 }

@@ -88,35 +88,6 @@ TEST_F(ModesTest, stateChanged_isToldOnceAndNeverForStopOnLossOfVideo)
     EXPECT_EQ(events, QStringList{"state 0.000 StandbyOff > 0.000 StandbyOff"});
 }
 
-TEST_F(ModesTest, shutdown_completesOnceFromEveryMode)
-{
-    startUp();
-    struct
-    {
-        const char *name;
-        std::function<void()> enter;
-    } const modes[] = {
-        {"standby", [] {}},
-        {"record", [this] { vtr().record(); }},
-        {"play", [this] { playClip("clip.mov"); }},
-        {"still", [this] { playClip("clip.mov", 0.0); }},
-    };
-    recordClip("clip.mov", 12);
-    recordDesc = media.file("second.mov");
-    for (const auto &mode : modes) {
-        SCOPED_TRACE(mode.name);
-        if (&mode != &modes[0]) restart();
-        mode.enter();
-        Stepper::runMs(500);
-        events.clear();
-        vtr().shutdown();
-        ASSERT_TRUE(Stepper::runUntil([this] { return vtr().isShutdownComplete(); }));
-        Stepper::runMs(3000);
-        EXPECT_EQ(count("shut down"), 1);
-        EXPECT_EQ(events.filter("mode ").size(), 1);
-    }
-}
-
 TEST_F(ModesTest, destruction_withoutShutdownIsAnError)
 {
     startUp();

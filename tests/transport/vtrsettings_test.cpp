@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/device/qmxvideodevice.h"
 #include "tests/transport/transportrig.h"
 
 #include <functional>
@@ -132,6 +133,21 @@ TEST_F(SettingsTest, burstOfChanges_makesOneResetAndNoneOutsideStandby)
     Stepper::runMs(101);
     EXPECT_EQ(logged().filter("VIDEO DEVICE: Reset").size(), 1);
     EXPECT_TRUE(runUntilIdle());
+
+    // What comes to the same is not set up again, unless the input has come anew.
+    int setups = 0;
+    QObject::connect(&vtr(), &VtrObject::videoDeviceSetupChanged, [&setups] { ++setups; });
+    vtr().setForcePSFOutput(false);
+    vtr().setForcePSFOutput(true);
+    Stepper::runMs(510);
+    EXPECT_EQ(logged().last(), "VIDEO DEVICE: Setup is current, no need to change it");
+    EXPECT_EQ(setups, 0);
+    const QmxVideoState input = vtr().inputState();
+    auto *device = vtr().findChild<QmxVideoDevice *>();
+    emit device->inputChanged(0, QmxVideoState());
+    emit device->inputChanged(0, input);
+    Stepper::runMs(510);
+    EXPECT_EQ(setups, 1);
 
     recordClip("clip.mov", 10);
     playClip("clip.mov", 0.0);

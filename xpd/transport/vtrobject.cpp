@@ -15,6 +15,8 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <utility>
+
 using namespace VtrLog;
 
 namespace {
@@ -240,8 +242,9 @@ void VtrObject::process()
         if (!handleModeSwitch()) return;
     }
     if (canProcess()) processMode();
-    if (_lastState != _state) emit stateChanged(VtrState(_lastState), VtrState(_state));
-    _lastState = _state;
+    // Stored first: a receiver that gives a command brings a further state, which is then told by itself.
+    const VtrState before = std::exchange(_lastState, _state);
+    if (before != _lastState) emit stateChanged(before, VtrState(_lastState));
 }
 
 void VtrObject::processMode()

@@ -41,7 +41,7 @@ void VtrObject::processModePlay()
 
 void VtrObject::openStreamForPlay()
 {
-    if (streamOpenForRead() == 1) return;
+    if (streamOpenForRead() == 1 || !_state.mode().isInModePlay()) return;
     qmxLogOutput(Error, source, __LINE__, "Failed to open stream for read\n");
     standbyOff();
 }

@@ -174,6 +174,7 @@ void VtrObject::openStreamForRecord(const QmxFrame &frame)
         _pendingRecordFrame = frame;
         return;
     }
+    if (!_state.mode().isInModeRecord()) return;
     qmxLogOutput(Error, source, __LINE__, "Open Stream Failed\n");
     constexpr int invalidArgument = 22;
     emit streamIsOpen(QmxError(invalidArgument), QmxStreamInfo());

@@ -25,6 +25,7 @@ int VtrObject::streamOpenForRead()
     QVariant desc;
     int startFrame = 0;
     emit requestPlaybackStreamDesc(desc, startFrame);
+    if (!_state.mode().isInModePlay()) return 0; // the one who was asked has ended it
     if (!desc.isValid()) {
         qmxLogOutput(Error, source, __LINE__, "STREAM: Failed to get a playback stream descriptor\n");
         return 0;
@@ -51,6 +52,7 @@ int VtrObject::streamOpenForWrite(const QmxFrame &frame)
     const QVariant name = frame.meta().value(VtrIds::RecordName);
     if (name.isValid()) desc = QVariant(name.toString());
     emit requestRecordStreamDesc(desc);
+    if (!_state.mode().isInModeRecord()) return 0; // the one who was asked has ended it
     if (!desc.isValid()) {
         qmxLogOutput(Error, source, __LINE__, "STREAM: Failed to get a record stream descriptor\n");
         return 0;

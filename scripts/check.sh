@@ -44,7 +44,7 @@ check_includes() {
 
 sanitized() {
     cmake --preset "$1" >/dev/null && cmake --build --preset "$1" -j "$XP_JOBS" &&
-        ctest --test-dir "build-$1" --output-on-failure --no-tests=error -j "$XP_JOBS" --timeout 900 -LE system
+        ctest --test-dir "build-$1" --output-on-failure --no-tests=error -j "$XP_JOBS" -LE system
 }
 # Leaks of other libraries are listed in tests/lsan.supp; ours have no entry there.
 check_asan() {

@@ -29,17 +29,16 @@ check_params() {
         { echo "make it anew: xpctl params --markdown >docs/parameters.md"; return 1; }
 }
 
-check_lint() {
-    xp_build || return 1
-    [ -f "$XP_BUILD/compile_commands.json" ] ||
-        cmake -S . -B "$XP_BUILD" -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null || return 1
-    git ls-files '*.cpp' | xargs -P "$XP_JOBS" -n 4 clang-tidy --quiet -p "$XP_BUILD"
-}
-
 # Every file names what it uses: the precompiled headers must not be what makes it compile.
 check_includes() {
     cmake -S . -B build-includes -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DXP_PRECOMPILED=OFF >/dev/null &&
         cmake --build build-includes -j "$XP_JOBS"
+}
+
+# With the build of check_includes: clang cannot read the other compiler's precompiled headers.
+check_lint() {
+    [ -f build-includes/compile_commands.json ] || check_includes || return 1
+    git ls-files '*.cpp' ':!cmake' ':!tests/fuzz' | xargs -P "$XP_JOBS" -n 4 clang-tidy --quiet -p build-includes
 }
 
 sanitized() {

@@ -14,10 +14,14 @@ ProResCodeTables::ProResCodeTables()
     _levels.reserve(size_t(acBooks) * levels);
     for (const Codebook &book : acRun)
         for (int run = 0; run < runs; ++run)
-            _runs.emplace_back(code(book, quint32(run)), bookAfterRun(run));
+            _runs.emplace_back(code(book, quint32(run)));
     for (const Codebook &book : acLevel) {
         _levels.emplace_back();
         for (int level = 1; level < levels; ++level)
-            _levels.emplace_back(code(book, quint32(level - 1)), bookAfterLevel(level));
+            _levels.emplace_back(code(book, quint32(level - 1)));
     }
+    for (int run = 0; run <= lastRun; ++run)
+        _runsAfter[size_t(run)] = _runs.data() + bookAfterRun(run) * runs;
+    for (int level = 1; level <= lastLevel; ++level)
+        _levelsAfter[size_t(level)] = _levels.data() + bookAfterLevel(level) * levels;
 }

@@ -3,28 +3,25 @@
 
 #include "platform/qmx/codec/prores/proresformat.h"
 
+#include <algorithm>
+#include <array>
 #include <vector>
 
 /// The codes of all AC runs and levels, ready to write. Made once a process; any thread.
 class ProResCodeTables
 {
 public:
-    /// A code, its length and the codebook of the next one, in one word.
+    /// A code and its length in one word.
     class Entry
     {
     public:
         Entry() = default;
-        Entry(const ProRes::Code &code, int nextBook)
-            : _word(code.value << valueShift | quint32(code.length) << lengthShift | quint32(nextBook))
-        {}
+        explicit Entry(const ProRes::Code &code) : _word(code.value << valueShift | quint32(code.length)) {}
         quint32 value() const { return _word >> valueShift; }
-        int length() const { return int(_word >> lengthShift & lengthMask); }
-        unsigned nextBook() const { return _word & bookMask; }
+        int length() const { return int(_word & lengthMask); }
 
     private:
-        static constexpr int lengthShift = 3;
-        static constexpr int valueShift = 8;
-        static constexpr quint32 bookMask = 7;
+        static constexpr int valueShift = 5;
         static constexpr quint32 lengthMask = 31;
         quint32 _word = 0;
     };
@@ -34,11 +31,18 @@ public:
 
     static const ProResCodeTables &instance();
 
-    const Entry &run(unsigned book, int length) const { return _runs[book * runs + size_t(length)]; }
-    const Entry &level(unsigned book, int size) const { return _levels[book * levels + size_t(size)]; }
+    /// The codes of all runs behind this one, of all levels behind this one. That a table follows from what
+    /// was coded before, and not from its code, lets the processor look up many at once.
+    const Entry *runsAfter(int run) const { return _runsAfter[size_t(std::min(run, lastRun))]; }
+    const Entry *levelsAfter(int level) const { return _levelsAfter[size_t(std::min(level, lastLevel))]; }
 
 private:
     ProResCodeTables();
+    // Behind longer runs and greater levels always the same table is used.
+    static constexpr int lastRun = 15;
+    static constexpr int lastLevel = 9;
     std::vector<Entry> _runs;
     std::vector<Entry> _levels;
+    std::array<const Entry *, lastRun + 1> _runsAfter{};
+    std::array<const Entry *, lastLevel + 1> _levelsAfter{};
 };

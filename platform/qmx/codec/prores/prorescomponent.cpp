@@ -46,30 +46,64 @@ void codeDc(ProResBitWriter &writer, const Levels &levels, const Lanes &lanes)
     }
 }
 
-void codeAc(ProResBitWriter &writer, const Levels &levels, const Lanes &lanes, const ProResCodeTables &tables)
+/// The levels that are not 0, in coding order. Room for what a step of the search writes too much.
+struct Found
+{
+    static constexpr int atOnce = 4;
+    std::array<quint16, ProRes::groupSamples + atOnce> place;
+    std::array<quint16, ProRes::groupSamples + atOnce>
+        signedSize; ///< twice the size, and 1 for a negative one
+    int count = 0;
+};
+
+void find(const Levels &levels, const Lanes &lanes, Found &found)
 {
     const quint32 all = lanes.count == ProRes::lanes ? ~0U : (1U << lanes.count) - 1;
-    unsigned runBook = unsigned(ProRes::bookAfterRun(ProRes::firstRun));
-    unsigned levelBook = unsigned(ProRes::bookAfterLevel(ProRes::firstLevel));
-    int next = lanes.count; // where a run of 0 would end
+    int count = 0;
     for (int n = 1; n < ProRes::blockSamples; ++n) {
-        quint32 present = qFromLittleEndian(levels.present[size_t(n)]) >> lanes.first & all;
-        const quint32 negative = qFromLittleEndian(levels.negative[size_t(n)]) >> lanes.first;
+        quint64 present = qFromLittleEndian(levels.present[size_t(n)]) >> lanes.first & all;
+        const quint64 negative = qFromLittleEndian(levels.negative[size_t(n)]) >> lanes.first;
         const quint16 *sizes = levels.size.data() + n * ProRes::lanes + lanes.first;
         const int base = n * lanes.count;
+        quint16 *place = found.place.data() + count;
+        quint16 *size = found.signedSize.data() + count;
+        count += std::popcount(present);
+        // Some at once, whether there are so many or not: that costs less than to be surprised by the end.
         while (present) {
-            const int lane = std::countr_zero(present);
-            present &= present - 1;
-            const ProResCodeTables::Entry run = tables.run(runBook, base + lane - next);
-            const ProResCodeTables::Entry level = tables.level(levelBook, sizes[lane]);
-            const int tail = level.length() + 1;
-            const quint64 value = quint64(run.value()) << tail | level.value() << 1 | (negative >> lane & 1);
-            writer.put(value, run.length() + tail);
-            runBook = run.nextBook();
-            levelBook = level.nextBook();
-            next = base + lane + 1;
+            for (int i = 0; i < Found::atOnce; ++i) {
+                const int lane = std::countr_zero(present | quint64(1) << (ProRes::lanes - 1));
+                present &= present - 1;
+                *place++ = quint16(base + lane);
+                *size++ = quint16(sizes[lane] << 1 | (negative >> lane & 1));
+            }
         }
     }
+    found.count = count;
+}
+
+void codeAc(ProResBitWriter &out, const Levels &levels, const Lanes &lanes, const ProResCodeTables &tables)
+{
+    Found found;
+    find(levels, lanes, found);
+    ProResBitWriter writer = out; // one that nobody else can see stays in registers
+    int runBefore = ProRes::firstRun;
+    int levelBefore = ProRes::firstLevel;
+    int next = lanes.count; // where a run of 0 would end
+    for (int i = 0; i < found.count; ++i) {
+        const int place = found.place[size_t(i)];
+        const int signedSize = found.signedSize[size_t(i)];
+        const int run = place - next;
+        const int size = signedSize >> 1;
+        const ProResCodeTables::Entry runCode = tables.runsAfter(runBefore)[run];
+        const ProResCodeTables::Entry sizeCode = tables.levelsAfter(levelBefore)[size];
+        const int tail = sizeCode.length() + 1;
+        const quint64 value = quint64(runCode.value()) << tail | sizeCode.value() << 1 | (signedSize & 1);
+        writer.put(value, runCode.length() + tail);
+        runBefore = run;
+        levelBefore = size;
+        next = place + 1;
+    }
+    out = writer;
 }
 } // namespace
 

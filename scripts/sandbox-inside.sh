@@ -4,6 +4,8 @@
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 
+trap 'exit 143' TERM INT HUP # until there is something to end in order
+
 S=$XP_SANDBOX_DIR/private
 mkdir -p "$S"
 mount -t tmpfs -o mode=755 xp-private "$S"
@@ -103,6 +105,7 @@ stop_daemon() {
     [ -s /run/xp/xpd.out ] && [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpd.out >&2
     daemon_pid=
 }
+trap 'stop_daemon; stop_mediad; exit 143' TERM INT HUP
 [ "$XP_DAEMON" = yes ] && start_daemon
 echo $$ >"$XP_SANDBOX_DIR/pid"
 

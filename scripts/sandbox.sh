@@ -54,7 +54,8 @@ export XP_DAEMON=$daemon XP_MEDIAD=$mediad XP_NET=$net
 unshare "${namespaces[@]}" -- "$XP_ROOT/scripts/sandbox-inside.sh" "$@" &
 child=$!
 echo "$child" >"$dir/outer.pid"
-trap 'kill -TERM "$child" 2>/dev/null || true' TERM INT HUP
+# (unshare itself lets no such signal through.)
+trap 'pkill -TERM -P "$child" || kill -TERM "$child" 2>/dev/null || true' TERM INT HUP
 status=0
 wait "$child" || status=$?
 while kill -0 "$child" 2>/dev/null; do wait "$child" || status=$?; done

@@ -31,7 +31,7 @@ TEST_P(Guide, everyCommandInItWorks)
 {
     int count = 0;
     const QString script = commandsOf(GetParam(), count);
-    ASSERT_GE(count, 4) << "no blocks of commands were found";
+    ASSERT_GE(count, 1) << "no blocks of commands were found";
     Sandbox sandbox({"--net", "private"});
     const ProgramResult result = sandbox.run(R"sh(
         mkdir /run/xp/page; cd /run/xp/page
@@ -55,4 +55,4 @@ TEST_P(Guide, everyCommandInItWorks)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Docs, Guide, testing::Values("operator.md", "engineer.md"));
+INSTANTIATE_TEST_SUITE_P(Docs, Guide, testing::Values("operator.md", "engineer.md", "manual.md"));

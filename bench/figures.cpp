@@ -6,6 +6,7 @@ std::span<const BenchRow> benchRows()
     static const BenchRow rows[] = {
         {"record", "a take in real time: frames lost, CPU a frame, longest turn of the event loop",
          benchRecord},
+        {"record50", "the same with 50 pictures a second", benchRecord50},
         {"record_start", "from the record command to the first frame of the clip", benchRecordStart},
         {"store", "a change in the store until another process hears it", benchStoreDelivery},
         {"burst", "10,000 changes and five listeners: what is lost", benchStoreBurst},
@@ -14,6 +15,7 @@ std::span<const BenchRow> benchRows()
         {"clips", "listing 10,000 clips from the shared list", benchClipList},
         {"long_clip", "300,000 frames: opened while they are recorded, closed, opened again", benchLongClip},
         {"seek", "a frame out of order, and all of them in order, beside a bare read and decode", benchSeek},
+        {"stall", "a take on a disk that stands still for two seconds: frames lost", benchStall},
         {"cue", "from the cue command to the picture on the output", benchCue},
         {"monitoring", "CPU of the daemon in a take, asked for its figures ten times a second and not",
          benchMonitoring},

@@ -33,6 +33,7 @@ std::span<const BenchRow> benchRows();
 
 // recordbench.cpp
 QList<Figure> benchRecord(int seconds);
+QList<Figure> benchRecord50(int seconds);
 QList<Figure> benchRecordStart(int seconds);
 // storebench.cpp
 QList<Figure> benchStoreDelivery(int seconds);
@@ -42,7 +43,10 @@ QList<Figure> benchParameterToAction(int seconds);
 QList<Figure> benchClipList(int seconds);
 // clipbench.cpp
 QList<Figure> benchLongClip(int seconds);
+// seekbench.cpp
 QList<Figure> benchSeek(int seconds);
+// stallbench.cpp
+QList<Figure> benchStall(int seconds);
 // mediabench.cpp
 QList<Figure> benchMediumChange(int seconds);
 QList<Figure> benchMediumCheck(int seconds);

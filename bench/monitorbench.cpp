@@ -37,14 +37,14 @@ qint64 scrape()
 /// Processor time of the daemon for each second of a while, in milliseconds.
 double daemonCost(RecorderUnderBench &recorder, qint64 length, bool isWatched)
 {
-    const double before = recorder.daemonCpu();
+    const double before = recorder.daemonCpu().all();
     const qint64 begin = recorder.now();
     for (qint64 next = begin; recorder.now() < begin + length; next += scrapeEvery) {
         recorder.waitFor("the next question", [&] { return recorder.now() >= next; });
         if (isWatched && scrape() == 0) return -1;
     }
     const double seconds = double(recorder.now() - begin) / double(QmxClock::nsPerSecond);
-    return (recorder.daemonCpu() - before) * 1000 / seconds;
+    return (recorder.daemonCpu().all() - before) * 1000 / seconds;
 }
 } // namespace
 

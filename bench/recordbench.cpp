@@ -2,10 +2,13 @@
 #include "bench/figures.h"
 #include "bench/recorderunderbench.h"
 
+#include "platform/qmx/codec/qmxprores.h"
+
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
-#include <cstdio>
+#include <cmath>
 
 namespace {
 /// Frames of the take whose strip is not one more than that of the frame before.
@@ -18,61 +21,135 @@ int breaks(const QList<std::optional<quint32>> &strips)
     return count;
 }
 
-/// CPU of ffmpeg for a frame of the same job: the same pictures, uncompressed, coded by its ProRes encoder at
-/// the quantiser nearest in size, with sound, into a QuickTime file.
-std::optional<double> ffmpegCpuPerFrame(const QString &clip, int frames)
+/// What ffmpeg takes for a frame of the same job: the same pictures, uncompressed, coded by its ProRes
+/// encoder at the finest quantiser whose file is not larger than ours, with sound, into a QuickTime file.
+std::optional<double> ffmpegCpuPerFrame(const QString &clip, int frames, double bytesPerFrame)
 {
     const QString raw = QStringLiteral("/dev/shm/xp-bench.nut");
     const QString coded = QStringLiteral("/dev/shm/xp-bench.mov");
     const QString count = QString::number(frames);
-    if (!cpuOfProgram("ffmpeg",
-                      {"-y", "-v", "error", "-i", clip, "-map", "0:v:0", "-map", "0:a:0", "-frames:v", count,
-                       "-c:v", "rawvideo", "-c:a", "pcm_s24le", "-shortest", raw})) {
-        return {};
+    std::optional<double> cpu;
+    if (cpuOfProgram("ffmpeg",
+                     {"-y", "-v", "error", "-i", clip, "-map", "0:v:0", "-map", "0:a:0", "-frames:v", count,
+                      "-c:v", "rawvideo", "-c:a", "pcm_s24le", "-shortest", raw})) {
+        for (const int quantiser : {1, 2, 3, 4, 6, 8, 12, 16}) {
+            cpu = cpuOfProgram("ffmpeg", {"-y", "-v", "error", "-i", raw, "-c:v", "prores_ks", "-profile:v",
+                                          "2", "-q:v", QString::number(quantiser), "-threads", "2", "-c:a",
+                                          "pcm_s24le", coded});
+            if (!cpu || double(QFileInfo(coded).size()) / frames <= bytesPerFrame) break;
+        }
     }
-    const auto cpu =
-        cpuOfProgram("ffmpeg", {"-y", "-v", "error", "-i", raw, "-c:v", "prores_ks", "-profile:v", "2",
-                                "-q:v", "4", "-threads", "2", "-c:a", "pcm_s24le", coded});
     QFile::remove(raw);
     QFile::remove(coded);
     if (!cpu) return {};
     return *cpu / frames;
 }
-} // namespace
 
-QList<Figure> benchRecord(int seconds)
+/// Processor time of a frame, in milliseconds.
+struct PerFrame
 {
-    RecorderUnderBench recorder;
+    double coders = 0, others = 0;
+};
+PerFrame perFrame(const RecorderUnderBench::Cpu &before, const RecorderUnderBench::Cpu &after, double frames)
+{
+    const double scale = 1000 / std::max(1.0, frames);
+    return {(after.coders - before.coders) * scale, (after.others - before.others) * scale};
+}
+
+/// What standing by costs a tick: the source, the output, the preview.
+PerFrame standbyCost(RecorderUnderBench &recorder)
+{
+    constexpr int ticks = 100;
+    const RecorderUnderBench::Cpu before = recorder.daemonCpu();
+    const qint64 begin = recorder.counter("ticks");
+    recorder.waitFor("time to pass", [&] { return recorder.counter("ticks") >= begin + ticks; });
+    return perFrame(before, recorder.daemonCpu(), double(recorder.counter("ticks") - begin));
+}
+
+/// A take in real time, of this many seconds.
+struct MeasuredTake
+{
+    double total = 0; ///< frames
+    double lost = 0;
+    double bytes = 0; ///< a frame
+    double memory = 0;
+    PerFrame cpu;
+};
+std::optional<MeasuredTake> measureTake(RecorderUnderBench &recorder, int seconds)
+{
+    MeasuredTake take;
     if (!recorder.startTake()) return {};
-    const double cpuBefore = recorder.daemonCpu();
-    const qint64 framesBefore = recorder.counter("current_clip_frames");
-    const qint64 wanted = framesBefore + qint64(seconds) * recorder.counter("clip_rate") / 1000;
+    const RecorderUnderBench::Cpu before = recorder.daemonCpu();
+    const qint64 begin = recorder.counter("current_clip_frames");
+    const qint64 wanted = begin + qint64(seconds) * recorder.counter("clip_rate") / 1000;
     recorder.waitFor(
         "the take's length",
         [&] { return recorder.counter("current_clip_frames") >= wanted || recorder.status() != 2; },
         seconds + 30);
-    const double cpu = recorder.daemonCpu() - cpuBefore;
-    const double frames = double(recorder.counter("current_clip_frames") - framesBefore);
+    take.cpu =
+        perFrame(before, recorder.daemonCpu(), double(recorder.counter("current_clip_frames") - begin));
+    take.memory = recorder.daemonMemory();
     recorder.endTake();
-    const qint64 total = recorder.counter("recorded_up_to");
-    const double longest = double(recorder.counter("event_loop_longest")) / 1000;
+    take.total = double(recorder.counter("recorded_up_to"));
+    take.bytes = double(QFileInfo(recorder.clipPath()).size()) / std::max(1.0, take.total);
     const auto strips = stripsOfClip(recorder.clipPath());
+    take.lost = double(breaks(strips)) + std::abs(double(strips.size()) - take.total);
+    return take;
+}
+} // namespace
 
-    QList<Figure> figures;
-    figures.append({"record_length", double(total), "frames", {}, {}, {}});
-    figures.append(
-        {"record_lost", double(breaks(strips) + std::abs(strips.size() - total)), "frames", {}, {}, 0.0});
+QList<Figure> benchRecord(int seconds)
+{
+    constexpr int dataType = 202, width = 1920, height = 1080; // as the recorder stands
+    RecorderUnderBench recorder;
+    const PerFrame standby = standbyCost(recorder);
+    const auto take = measureTake(recorder, seconds);
+    if (!take) return {};
+    const double longest = double(recorder.counter("event_loop_longest")) / 1000;
+
     Figure cost{
-        "record_cpu_per_frame", cpu / std::max(1.0, frames) * 1000, "ms", {}, "ms ffmpeg prores_ks", {}};
+        "record_cpu_per_frame", take->cpu.coders + take->cpu.others, "ms", {}, "ms ffmpeg prores_ks -q", 1.0};
     constexpr int peerFrames = 50;
-    if (const auto peer = ffmpegCpuPerFrame(recorder.clipPath(), std::min(peerFrames, int(total)))) {
+    if (const auto peer =
+            ffmpegCpuPerFrame(recorder.clipPath(), std::min(peerFrames, int(take->total)), take->bytes))
         cost.peer = *peer * 1000;
-    }
-    figures.append(cost);
-    figures.append({"event_loop_longest", longest, "ms", {}, {}, 5.0});
-    figures.append(
-        {"write_latency_p99", double(recorder.counter("write_latency_p99")) / 1000, "ms", {}, {}, {}});
-    return figures;
+    else
+        cost.target.reset();
+    return {{"record_length", take->total, "frames", {}, {}, {}},
+            {"record_lost", take->lost, "frames", {}, {}, 0.0},
+            cost,
+            {"record_data_rate", take->bytes, "bytes/frame",
+             double(qmxProResNominalSize(QmxId(dataType), QSize(width, height))), "nominal", 1.05},
+            {"record_coder", take->cpu.coders - standby.coders, "ms/frame", {}, {}, {}},
+            {"standby_cpu", standby.coders + standby.others, "ms/frame", {}, {}, {}},
+            {"record_own_work", take->cpu.others - standby.others, "ms/frame", {}, {}, 1.0},
+            {"record_memory", take->memory, "MB", {}, {}, mostMemory},
+            {"event_loop_longest", longest, "ms", {}, {}, 5.0},
+            {"write_latency_p99", double(recorder.counter("write_latency_p99")) / 1000, "ms", {}, {}, {}}};
+}
+
+QList<Figure> benchRecord50(int seconds)
+{
+    RecorderUnderBench recorder;
+    constexpr unsigned first = 0, second = 6; // of the inputs; the second one has 50 pictures a second
+    recorder.write(eParam_VideoInput, second);
+    if (!recorder.waitFor("pictures of the second input",
+                          [&] { return recorder.shown().format.contains("50"); }))
+        return {};
+    const qint64 dropped = recorder.counter("frames_dropped_capture");
+    const auto take = measureTake(recorder, seconds);
+    recorder.write(eParam_VideoInput, first);
+    if (!take) return {};
+    return {{"record50_length", take->total, "frames", {}, {}, {}},
+            {"record50_lost", take->lost, "frames", {}, {}, 0.0},
+            {"record50_dropped",
+             double(recorder.counter("frames_dropped_capture") - dropped),
+             "frames",
+             {},
+             {},
+             0.0},
+            {"record50_cpu", take->cpu.coders + take->cpu.others, "ms/frame", {}, {}, {}},
+            {"record50_memory", take->memory, "MB", {}, {}, mostMemory}};
 }
 
 QList<Figure> benchRecordStart(int)

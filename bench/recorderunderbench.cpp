@@ -4,6 +4,7 @@
 #include "platform/qmx/device/qmxstrip.h"
 #include "platform/store/configfactoryimpl.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 
@@ -63,7 +64,8 @@ RecorderUnderBench::Shown RecorderUnderBench::shown()
     if (!_preview.read(picture)) return {};
     return {picture.tick, picture.frameNumber,
             QmxStrip::readLuma8(reinterpret_cast<const uchar *>(picture.luma.constData()), picture.width,
-                                picture.height, picture.width)};
+                                picture.height, picture.width),
+            picture.format};
 }
 
 bool RecorderUnderBench::waitFor(const char *what, const std::function<bool()> &holds, int seconds)
@@ -79,15 +81,25 @@ bool RecorderUnderBench::waitFor(const char *what, const std::function<bool()> &
     return true;
 }
 
-double RecorderUnderBench::daemonCpu()
+RecorderUnderBench::Cpu RecorderUnderBench::daemonCpu()
 {
-    QFile file(QStringLiteral("/proc/%1/stat").arg(_counters.pid()));
+    Cpu cpu;
+    const QString tasks = QStringLiteral("/proc/%1/task/").arg(_counters.pid());
+    for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile name(tasks + task + "/comm"), times(tasks + task + "/schedstat");
+        if (!name.open(QIODevice::ReadOnly) || !times.open(QIODevice::ReadOnly)) continue;
+        // Nanoseconds on a processor, then two more numbers.
+        const double seconds = times.readAll().split(' ').first().toDouble() / QmxClock::nsPerSecond;
+        (name.readAll().startsWith("lumen-work") ? cpu.coders : cpu.others) += seconds;
+    }
+    return cpu;
+}
+
+double RecorderUnderBench::daemonMemory()
+{
+    QFile file(QStringLiteral("/proc/%1/statm").arg(_counters.pid()));
     if (!file.open(QIODevice::ReadOnly)) return 0;
-    // Behind the program's name in brackets; fields 14 and 15 of the line, see proc(5).
-    const QByteArray line = file.readAll();
-    const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
-    return double(fields.value(11).toLongLong() + fields.value(12).toLongLong()) /
-           double(sysconf(_SC_CLK_TCK));
+    return file.readAll().split(' ').value(1).toDouble() * double(sysconf(_SC_PAGESIZE)) / 1e6;
 }
 
 bool RecorderUnderBench::startTake()

@@ -14,6 +14,9 @@
 #include <memory>
 #include <optional>
 
+/// What the daemon may take of memory while it records or plays high definition, in megabytes.
+constexpr double mostMemory = 300;
+
 /// The recorder that runs beside the benchmark, driven through its store as a companion drives it.
 class RecorderUnderBench
 {
@@ -32,12 +35,21 @@ public:
         qint64 tick = -1;
         qint64 frame = -1;
         std::optional<quint32> strip;
+        QString format;
     };
     Shown shown();
     /// False, with a line on standard error, when it did not come about in 20 seconds.
     bool waitFor(const char *what, const std::function<bool()> &holds, int seconds = 20);
-    /// Processor time of the daemon so far, in seconds.
-    double daemonCpu();
+    /// Processor time of the daemon so far, in seconds: of its coders, and of all its other threads.
+    struct Cpu
+    {
+        double coders = 0;
+        double others = 0;
+        double all() const { return coders + others; }
+    };
+    Cpu daemonCpu();
+    /// Memory of the daemon now, in megabytes, pictures and shared memory included.
+    double daemonMemory();
 
     bool startTake();
     bool endTake();

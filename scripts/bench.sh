@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Measures beside a recorder of its own on the built-in profile: bench.sh [NAME] [--json] [--seconds N] [--long]
+# Measures beside a recorder of its own on bench/inputs.ini: bench.sh [NAME] [--json] [--seconds N] [--long]
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
+xp_setup_peers
 arguments=()
 for argument in "$@"; do
     case "$argument" in
@@ -10,4 +11,4 @@ for argument in "$@"; do
         *) arguments+=("$argument") ;;
     esac
 done
-exec "$XP_ROOT/scripts/sandbox.sh" --media-size 20G -- xp-bench "${arguments[@]}"
+exec "$XP_ROOT/scripts/sandbox.sh" --media-size 20G --profile "$XP_ROOT/bench/inputs.ini" -- xp-bench "${arguments[@]}"

@@ -7,29 +7,38 @@ XP_JOBS=${XP_JOBS:-$(nproc)}
 say() { printf 'xp: %s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
-# The packages of packaging/packages.txt that are not installed.
+# The packages of packaging/packages.txt that are not installed: those of the group "peers" alone with the argument
+# peers, else those of all other groups.
 xp_missing_packages() {
     local wanted package
-    wanted=$(grep -vE '^\s*(#|$)' "$XP_ROOT/packaging/packages.txt")
+    wanted=$(awk -v asked="${1:-}" '/^# group:/ { group = $3 } /^[^#]/ && (group == "peers") == (asked == "peers")' \
+        "$XP_ROOT/packaging/packages.txt")
     for package in $wanted; do
         dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || echo "$package"
     done
 }
 
-xp_setup() {
-    local missing as_root=()
-    missing=$(xp_missing_packages)
-    [ -z "$missing" ] && return 0
-    say "installing:" $missing
+xp_install() {
+    local as_root=()
+    [ $# -gt 0 ] || return 0
+    say "installing:" "$@"
     if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null || die "needs root to install packages; as root run: apt-get install" $missing
+        command -v sudo >/dev/null || { say "needs root to install packages; as root run: apt-get install" "$@"; return 1; }
         as_root=(sudo)
     fi
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq
-    # shellcheck disable=SC2086
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends $missing >/dev/null ||
-        die "apt-get install failed; see above"
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >/dev/null
+}
+
+xp_setup() {
+    # shellcheck disable=SC2046
+    xp_install $(xp_missing_packages) || die "the packages could not be installed; see above"
+}
+
+# Programs that stand beside ours in figures and open our clips in tests. Without them less is measured and tested.
+xp_setup_peers() {
+    # shellcheck disable=SC2046
+    xp_install $(xp_missing_packages peers) || say "goes on without:" $(xp_missing_packages peers)
 }
 
 xp_build() {

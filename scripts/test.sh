@@ -3,6 +3,7 @@
 # Runs the tests that stand in build/; an argument selects by name.
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
+xp_setup_peers
 args=(--test-dir "$XP_BUILD" --output-on-failure --no-tests=error -j "$XP_JOBS")
 [ $# -gt 0 ] && args+=(-R "$1")
 exec ctest "${args[@]}"

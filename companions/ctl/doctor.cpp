@@ -5,6 +5,7 @@
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/device/lumenprofile.h"
+#include "platform/qmx/device/qmxpreview.h"
 #include "platform/store/configfactoryimpl.h"
 
 #include <QDir>
@@ -106,6 +107,38 @@ Finding profile(Recorder &)
     return {Finding::Good, size, {}};
 }
 
+/// Capture devices that the profile names: each must be there, and open to the services.
+Finding inputs(Recorder &)
+{
+    const LumenProfile profile = LumenProfile::load(LumenProfile::defaultPath, QmxEnvironment::current());
+    constexpr QLatin1String captureDevice("v4l2:");
+    QStringList problems;
+    for (auto input = profile.inputs.begin(); input != profile.inputs.end(); ++input) {
+        if (!input->startsWith(captureDevice)) continue;
+        const QFileInfo device(input->mid(captureDevice.size()));
+        const QString what = QStringLiteral("input %1: %2").arg(input.key()).arg(device.filePath());
+        if (!device.exists())
+            problems << what + " is not there";
+        else if (!device.isReadable())
+            problems << what + " must not be read by this account";
+    }
+    if (problems.isEmpty()) return {Finding::Good, QStringLiteral("%1 known").arg(profile.inputs.size()), {}};
+    return {Finding::Wrong, problems.join("; "),
+            QStringLiteral("connect the device (ls /dev/video*) or correct %1; who may read it is in the "
+                           "group video")
+                .arg(QLatin1String(LumenProfile::defaultPath))};
+}
+
+/// What the output carries, with its electrical side, which nobody sees in the picture.
+Finding output(Recorder &)
+{
+    QmxPreviewReader preview;
+    QmxPreviewPicture picture;
+    if (!preview.open() || !preview.read(picture))
+        return {Finding::Hint, "cannot be seen: the daemon shows no picture", {}};
+    return {Finding::Good, picture.format + ", " + picture.connection, {}};
+}
+
 Finding medium(Recorder &recorder)
 {
     return checkMedium(recorder.text(eParam_ActiveMediaPath));
@@ -194,6 +227,8 @@ std::span<const DoctorCheck> doctorChecks()
         {"daemon", daemon},
         {"media_daemon", mediaDaemon},
         {"profile", profile},
+        {"inputs", inputs},
+        {"output", output},
         {"medium", medium},
         {"disk_speed", diskSpeed},
         {"stills", stills},

@@ -122,8 +122,12 @@ StoreResult SqliteBackend::connectForWriting()
 
 StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work)
 {
-    _files.makeFolders();
-    if (!_lock.acquire(lockMilliseconds, _context.interrupted.get())) {
+    bool isLocked = _lock.acquire(lockMilliseconds, _context.interrupted.get());
+    if (!isLocked && _lock.error() == ENOENT) {
+        _files.makeFolders();
+        isLocked = _lock.acquire(lockMilliseconds, _context.interrupted.get());
+    }
+    if (!isLocked) {
         const std::string where = "cannot write the configuration store " + _files.database() + ": ";
         if (_lock.error() == EWOULDBLOCK)
             return {StoreResult::Busy,
@@ -166,11 +170,14 @@ StoreResult SqliteBackend::commit(const std::vector<StoreWrite> &writes, std::ve
     versions.assign(writes.size(), 0);
     // A power cut takes what was committed with NORMAL.
     const bool durable = std::any_of(writes.begin(), writes.end(), isPersistent);
-    bool done = _database.exec(durable ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL") &&
-                _database.exec("BEGIN IMMEDIATE");
-    for (std::size_t i = 0; done && i < writes.size(); ++i)
-        done = writeOne(writes[i], _context.source, versions[i]);
-    done = done && trim() && _database.exec("COMMIT");
+    bool done = _database.setDurable(durable) && _database.exec("BEGIN IMMEDIATE");
+    quint64 newest = SqliteSchema::newestVersion(_database);
+    for (std::size_t i = 0; done && i < writes.size(); ++i) {
+        const quint64 before = newest;
+        done = writeOne(writes[i], _context.source, newest);
+        versions[i] = newest > before ? newest : 0;
+    }
+    done = done && trim(newest) && _database.exec("COMMIT");
     if (done) return {};
     const StoreResult result =
         _database.isFailed() ? _database.result("cannot write") : damaged("a row is broken");
@@ -181,8 +188,9 @@ StoreResult SqliteBackend::commit(const std::vector<StoreWrite> &writes, std::ve
     return result;
 }
 
-/// False: an error, or (without one) a broken row in the way.
-bool SqliteBackend::writeOne(const StoreWrite &write, const std::string &source, quint64 &version)
+/// Makes the write the version after `newest`, which becomes it, unless the value is there already. False: an
+/// error, or (without one) a broken row in the way.
+bool SqliteBackend::writeOne(const StoreWrite &write, const std::string &source, quint64 &newest)
 {
     const ParamDescriptor *descriptor = GetDescriptor(write.id);
     const bool isCommand = descriptor && descriptor->keep() == ParamDescriptor::Keep::Command;
@@ -192,7 +200,7 @@ bool SqliteBackend::writeOne(const StoreWrite &write, const std::string &source,
         if (stored ? stored->value == write.value : descriptor && descriptor->defaultValue() == write.value)
             return true;
     }
-    StoredValue row{write.value, SqliteSchema::newestVersion(_database) + 1, source, wallMicroseconds()};
+    const StoredValue row{write.value, ++newest, source, wallMicroseconds()};
     bool done = SqliteStatement(_database, "INSERT INTO log(version, id, kind, value, source, time, crc) "
                                            "VALUES(?, ?, ?, ?, ?, ?, ?)")
                     .bind(1, qint64(row.version))
@@ -203,16 +211,14 @@ bool SqliteBackend::writeOne(const StoreWrite &write, const std::string &source,
                     .bind(6, row.time)
                     .bind(7, qint64(SqliteSchema::rowChecksum(write.id, row.value, row.version)))
                     .run();
-    version = row.version;
     if (!isCommand) done = done && SqliteSchema::putParameter(_database, write.id, row);
     if (descriptor && descriptor->isAlarm())
         done = done && SqliteSchema::addToAlarmHistory(_database, write.id, row);
     return done;
 }
 
-bool SqliteBackend::trim()
+bool SqliteBackend::trim(quint64 newest)
 {
-    const quint64 newest = SqliteSchema::newestVersion(_database);
     if (newest - _trimmed < trimInterval) return !_database.isFailed();
     _trimmed = newest;
     return SqliteStatement(_database, "DELETE FROM log WHERE version <= ?")
@@ -305,8 +311,8 @@ int SqliteBackend::listen()
 
 void SqliteBackend::drain()
 {
-    _wakeup.drain();
-    _wakeup.keepAlive();
+    // Whoever was woken by it has a socket.
+    if (!_wakeup.drain()) _wakeup.keepAlive();
 }
 
 StoreResult SqliteBackend::alarmHistory(int newest, std::vector<AlarmRecord> &records)

@@ -41,8 +41,8 @@ private:
     StoreResult openAtPath();
     StoreResult commit(const std::vector<StoreWrite> &writes, std::vector<quint64> &versions);
     StoreResult readRow(eParam_t id, std::optional<StoredValue> &stored);
-    bool writeOne(const StoreWrite &write, const std::string &source, quint64 &version);
-    bool trim();
+    bool writeOne(const StoreWrite &write, const std::string &source, quint64 &newest);
+    bool trim(quint64 newest);
     void disconnect();
     StoreResult damaged(const std::string &what) const;
 

@@ -33,18 +33,13 @@ const ErrorRow errorRows[] = {
 
 } // namespace
 
-SqliteStatement::SqliteStatement(SqliteDatabase &database, const char *sql) : _database(database)
-{
-    if (!_database.isOpen()) {
-        _database.note(SQLITE_CANTOPEN);
-        return;
-    }
-    _database.note(sqlite3_prepare_v2(_database._handle, sql, -1, &_statement, nullptr));
-}
+SqliteStatement::SqliteStatement(SqliteDatabase &database, std::string_view sql)
+    : _database(database), _sql(sql), _statement(database.take(sql))
+{}
 
 SqliteStatement::~SqliteStatement()
 {
-    sqlite3_finalize(_statement);
+    if (_statement) _database.giveBack(_sql, _statement);
 }
 
 SqliteStatement &SqliteStatement::bind(int index, qint64 value)
@@ -151,8 +146,51 @@ bool SqliteDatabase::open(const std::string &path, Mode mode)
 
 void SqliteDatabase::close()
 {
+    for (const auto &[sql, statement] : _idle)
+        sqlite3_finalize(statement);
+    _idle.clear();
+    _durable.reset();
     sqlite3_close_v2(_handle);
     _handle = nullptr;
+}
+
+sqlite3_stmt *SqliteDatabase::take(std::string_view sql)
+{
+    if (!isOpen()) {
+        note(SQLITE_CANTOPEN);
+        return nullptr;
+    }
+    if (const auto idle = _idle.find(sql); idle != _idle.end()) {
+        sqlite3_stmt *statement = idle->second;
+        _idle.erase(idle);
+        return statement;
+    }
+    sqlite3_stmt *statement = nullptr;
+    note(sqlite3_prepare_v2(_handle, sql.data(), static_cast<int>(sql.size()), &statement, nullptr));
+    return statement;
+}
+
+void SqliteDatabase::giveBack(std::string_view sql, sqlite3_stmt *statement)
+{
+    constexpr std::size_t mostIdle = 32;
+    // A pragma may do its work while it is prepared (sqlite.org/pragma.html), so each is prepared anew. What
+    // belongs to a connection that has been closed meanwhile goes with it.
+    if (sql.starts_with("PRAGMA") || _idle.size() >= mostIdle || sqlite3_db_handle(statement) != _handle ||
+        _idle.contains(sql)) {
+        sqlite3_finalize(statement);
+        return;
+    }
+    sqlite3_reset(statement); // its error has been noted
+    sqlite3_clear_bindings(statement);
+    _idle.emplace(sql, statement);
+}
+
+bool SqliteDatabase::setDurable(bool durable)
+{
+    if (_durable == durable) return !isFailed();
+    if (!exec(durable ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL")) return false;
+    _durable = durable;
+    return true;
 }
 
 bool SqliteDatabase::isDatabase() const
@@ -167,18 +205,18 @@ bool SqliteDatabase::isDatabase() const
            std::memcmp(begin, magic, sizeof magic) == 0;
 }
 
-bool SqliteDatabase::exec(const char *sql)
+bool SqliteDatabase::exec(std::string_view sql)
 {
     return SqliteStatement(*this, sql).run();
 }
 
-qint64 SqliteDatabase::number(const char *sql, qint64 otherwise)
+qint64 SqliteDatabase::number(std::string_view sql, qint64 otherwise)
 {
     SqliteStatement statement(*this, sql);
     return statement.step() ? statement.integer(0) : otherwise;
 }
 
-std::string SqliteDatabase::text(const char *sql)
+std::string SqliteDatabase::text(std::string_view sql)
 {
     SqliteStatement statement(*this, sql);
     return statement.step() ? statement.bytes(0) : std::string();

@@ -140,15 +140,16 @@ StoreResult SqliteBackend::clearLeftovers(bool isStart)
     if (_database.isFailed()) return _database.result("cannot read");
     if (stale.empty() && !restarted) return {};
     bool done = _database.exec("BEGIN IMMEDIATE");
-    quint64 version = 0;
+    const quint64 before = SqliteSchema::newestVersion(_database);
+    quint64 newest = before;
     for (const eParam_t id : stale)
-        done = done && writeOne({id, GetDescriptor(id)->defaultValue()}, storeSource("store"), version);
+        done = done && writeOne({id, GetDescriptor(id)->defaultValue()}, storeSource("store"), newest);
     done = done && SqliteStatement(_database, "INSERT OR REPLACE INTO meta(key, value) VALUES('boot', ?)")
                        .bind(1, boot)
                        .run();
     done = done && _database.exec("COMMIT");
     if (done) {
-        if (version > 0) _wakeup.send(version);
+        if (newest > before) _wakeup.send(newest);
         return {};
     }
     const StoreResult result = _database.result("cannot write");

@@ -23,17 +23,17 @@ bool StoreLock::openFile()
     if (_fd >= 0) ::close(_fd);
     _fd = ::open(_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, StoreFiles::fileMode);
     _error = _fd < 0 ? errno : 0;
-    if (_fd >= 0) StoreFiles::shareWithGroup(_path);
-    return _fd >= 0;
+    struct stat opened
+    {};
+    if (_fd < 0 || ::fstat(_fd, &opened) != 0) return false;
+    _identity = {opened.st_dev, opened.st_ino};
+    StoreFiles::shareWithGroup(_path);
+    return true;
 }
 
 bool StoreLock::isAtPath() const
 {
-    struct stat ours
-    {
-    }, there{};
-    return ::fstat(_fd, &ours) == 0 && ::stat(_path.c_str(), &there) == 0 && ours.st_dev == there.st_dev &&
-           ours.st_ino == there.st_ino;
+    return _identity && _identity == StoreFiles::identity(_path);
 }
 
 bool StoreLock::acquire(int milliseconds, const std::atomic<bool> *interrupted)

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/store/storefiles.h"
+
 #include <atomic>
+#include <optional>
 #include <string>
 
 /// The lock file beside a store: held around every write and every checkpoint, by one connection at a time
@@ -26,6 +29,7 @@ private:
 
     std::string _path;
     int _fd = -1;
+    std::optional<StoreFiles::Identity> _identity; ///< of the open file
     int _error = 0;
 };
 

@@ -343,6 +343,6 @@ void StoreReader::wait()
     // Other processes write when it suits them: this waits for the machine, not for this process's clock.
     ::poll(descriptors, 2, timeout);
     quint64 count = 0;
-    if (::read(_wakeFd, &count, sizeof count) < 0) count = 0;
+    if ((descriptors[0].revents & POLLIN) != 0 && ::read(_wakeFd, &count, sizeof count) < 0) count = 0;
     _backend->drain();
 }

@@ -4,10 +4,12 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -15,31 +17,26 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// An open folder, to name the sockets in it by a short path: an address has room for 107 characters only.
-class Folder
+/// Two changes of a folder within the tick of the kernel's clock leave the same time behind.
+constexpr qint64 settlesAfterNs = 100'000'000;
+constexpr qint64 nsPerSecond = 1'000'000'000;
+
+int openFolder(const std::string &path)
 {
-public:
-    explicit Folder(const std::string &path) : _fd(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
-    ~Folder()
-    {
-        if (_fd >= 0) ::close(_fd);
-    }
-    Folder(const Folder &) = delete;
-    Folder &operator=(const Folder &) = delete;
+    return ::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+}
 
-    bool address(const std::string &name, sockaddr_un &address) const
-    {
-        const std::string path = "/proc/self/fd/" + std::to_string(_fd) + "/" + name;
-        address = {};
-        address.sun_family = AF_UNIX;
-        if (_fd < 0 || path.size() >= sizeof address.sun_path) return false;
-        std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-        return true;
-    }
-
-private:
-    int _fd;
-};
+/// An address has room for 107 characters only; a longer path goes by way of the open folder.
+bool setAddress(int folder, const std::string &where, const std::string &name, sockaddr_un &address)
+{
+    address = {};
+    address.sun_family = AF_UNIX;
+    std::string path = where + "/" + name;
+    if (path.size() >= sizeof address.sun_path) path = "/proc/self/fd/" + std::to_string(folder) + "/" + name;
+    if (folder < 0 || path.size() >= sizeof address.sun_path) return false;
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    return true;
+}
 
 std::atomic<unsigned> socketNumber{0};
 
@@ -54,6 +51,7 @@ WakeupSocket::~WakeupSocket()
         ::unlink((_files.socketFolder() + "/" + _name).c_str());
     }
     if (_sender >= 0) ::close(_sender);
+    if (_folder >= 0) ::close(_folder);
 }
 
 int WakeupSocket::listen()
@@ -64,10 +62,12 @@ int WakeupSocket::listen()
     _name = _files.socketPrefix() + std::to_string(::getpid()) + "-" + std::to_string(socketNumber++);
     const std::string path = _files.socketFolder() + "/" + _name;
     ::unlink(path.c_str()); // left behind by a dead process of the same number
-    const Folder folder(_files.socketFolder());
+    const int folder = openFolder(_files.socketFolder());
     sockaddr_un address;
-    if (!folder.address(_name, address) ||
-        ::bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) {
+    const bool isBound = setAddress(folder, _files.socketFolder(), _name, address) &&
+                         ::bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    if (folder >= 0) ::close(folder);
+    if (!isBound) {
         ::close(fd);
         return -1;
     }
@@ -84,10 +84,23 @@ void WakeupSocket::keepAlive()
     listen();
 }
 
-void WakeupSocket::drain()
+bool WakeupSocket::drain()
 {
-    char buffer[64];
-    while (_listener >= 0 && ::recv(_listener, buffer, sizeof buffer, 0) > 0) {}
+    constexpr int most = 16; // taken with one call; what they say does not matter
+    char byte = 0;
+    iovec place{&byte, 1};
+    mmsghdr messages[most] = {};
+    for (mmsghdr &message : messages) {
+        message.msg_hdr.msg_iov = &place;
+        message.msg_hdr.msg_iovlen = 1;
+    }
+    bool isWoken = false;
+    int taken = most;
+    while (_listener >= 0 && taken == most) {
+        taken = ::recvmmsg(_listener, messages, most, MSG_DONTWAIT, nullptr);
+        isWoken = isWoken || taken > 0;
+    }
+    return isWoken;
 }
 
 bool WakeupSocket::openSender()
@@ -96,22 +109,47 @@ bool WakeupSocket::openSender()
     return _sender >= 0;
 }
 
-void WakeupSocket::send(quint64 version)
+WakeupSocket::FolderState WakeupSocket::folderState() const
 {
-    if (!openSender()) return;
-    const std::string text = std::to_string(version);
+    struct stat info
+    {};
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    if (::stat(_files.socketFolder().c_str(), &info) != 0) return {};
+    const qint64 changed = info.st_mtim.tv_sec * nsPerSecond + info.st_mtim.tv_nsec;
+    const qint64 age = now.tv_sec * nsPerSecond + now.tv_nsec - changed;
+    return {info.st_dev, info.st_ino, changed, age > settlesAfterNs};
+}
+
+/// The folder is read again when it has changed, not at every write.
+void WakeupSocket::lookForListeners()
+{
+    const FolderState state = folderState();
+    if (state.settled && state == _looked) return;
+    _looked = state;
+    _others.clear();
+    if (_folder >= 0) ::close(_folder);
+    _folder = openFolder(_files.socketFolder());
     const std::string prefix = _files.socketPrefix();
-    const Folder folder(_files.socketFolder());
     std::error_code failed;
     for (fs::directory_iterator entry(_files.socketFolder(), failed), end; !failed && entry != end;
          entry.increment(failed)) {
         const std::string name = entry->path().filename().string();
-        sockaddr_un address;
-        if (!name.starts_with(prefix) || !folder.address(name, address)) continue;
+        Listener listener{{}, entry->path().string()};
+        if (name.starts_with(prefix) && setAddress(_folder, _files.socketFolder(), name, listener.address))
+            _others.push_back(std::move(listener));
+    }
+}
+
+void WakeupSocket::send(quint64 version)
+{
+    if (!openSender()) return;
+    lookForListeners();
+    const std::string text = std::to_string(version);
+    for (const Listener &listener : _others)
         // A full queue (EAGAIN) is a listener that knows already, or is stopped.
         if (::sendto(_sender, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
-                     reinterpret_cast<const sockaddr *>(&address), sizeof address) < 0 &&
+                     reinterpret_cast<const sockaddr *>(&listener.address), sizeof listener.address) < 0 &&
             errno == ECONNREFUSED)
-            ::unlink(entry->path().c_str());
-    }
+            ::unlink(listener.path.c_str());
 }

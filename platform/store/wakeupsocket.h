@@ -6,6 +6,10 @@
 #include <QtGlobal>
 
 #include <string>
+#include <vector>
+
+#include <sys/types.h>
+#include <sys/un.h>
 
 /// Tells listeners in other processes, and in this one, that a store has changed. Only a hint: a listener
 /// that misses one looks by itself soon after. A listener that is stopped costs the sender nothing, one that
@@ -22,15 +26,35 @@ public:
     int listen();
     /// Opens it again when its file has gone.
     void keepAlive();
-    void drain();
+    /// Takes what has arrived; false: nothing had.
+    bool drain();
     /// Sends to every listener of the store.
     void send(quint64 version);
 
 private:
+    /// Tells whether an entry has come or gone; only a settled one tells it surely.
+    struct FolderState
+    {
+        dev_t device = 0;
+        ino_t inode = 0;
+        qint64 changedNs = 0; ///< of wall time
+        bool settled = false; ///< nothing came or went for a while
+        friend bool operator==(const FolderState &, const FolderState &) = default;
+    };
+    struct Listener
+    {
+        sockaddr_un address;
+        std::string path;
+    };
+    FolderState folderState() const;
     bool openSender();
+    void lookForListeners();
 
     StoreFiles _files;
-    std::string _name; ///< file name of the own socket; empty: not listening
+    std::vector<Listener> _others; ///< who listened at the last look, this object too
+    FolderState _looked;           ///< the folder's at that time
+    int _folder = -1;              ///< names the sockets by a short path
+    std::string _name;             ///< file name of the own socket; empty: not listening
     int _listener = -1;
     int _sender = -1;
 };

@@ -168,6 +168,9 @@ TEST(ForeignClip, ShowsAtEachMomentWhatOtherProgramsShowThen)
     ASSERT_TRUE(copy("h264.mov", "hevc.mp4",
                      {"-c:v", "libx265", "-x265-params", "log-level=none:crf=4", "-c:a", "copy"}));
     ASSERT_TRUE(copy("h264.mov", "motion.mov", {"-c:v", "mjpeg", "-q:v", "2", "-c:a", "pcm_s16be"}));
+    ASSERT_TRUE(copy("h264.mov", "finishing.mov",
+                     {"-vf", "scale=256:144", "-pix_fmt", "yuv422p", "-c:v", "dnxhd", "-profile:v",
+                      "dnxhr_hq", "-c:a", "pcm_s24le"}));
     // An edit that ends before the pictures do.
     QByteArray bytes = readAll(dir.file("prores.mov"));
     for (qsizetype at = bytes.indexOf("elst"); at > 0; at = bytes.indexOf("elst", at + 1)) {
@@ -182,10 +185,11 @@ TEST(ForeignClip, ShowsAtEachMomentWhatOtherProgramsShowThen)
         int length, first;
         bool hasGap, hasSound;
     } cases[] = {
-        {"varies.mp4", 75, 0, true, true}, {"varies.mov", 75, 0, true, true},
-        {"cut.mov", 50, 25, false, true},  {"cutintra.mov", 50, 25, false, true},
-        {"ends.mov", 38, 0, false, true},  {"silent.mp4", 75, 0, false, false},
-        {"hevc.mp4", 75, 0, false, true},  {"motion.mov", 75, 0, false, true},
+        {"varies.mp4", 75, 0, true, true},     {"varies.mov", 75, 0, true, true},
+        {"cut.mov", 50, 25, false, true},      {"cutintra.mov", 50, 25, false, true},
+        {"ends.mov", 38, 0, false, true},      {"silent.mp4", 75, 0, false, false},
+        {"hevc.mp4", 75, 0, false, true},      {"motion.mov", 75, 0, false, true},
+        {"finishing.mov", 75, 0, false, true},
     };
     for (const auto &now : cases) {
         SCOPED_TRACE(now.name);
@@ -208,6 +212,36 @@ TEST(ForeignClip, ShowsAtEachMomentWhatOtherProgramsShowThen)
             }
         }
     }
+}
+
+TEST(ForeignClip, ADayLongIsAsShortAsAny)
+{
+    const TestDir dir;
+    const QString hour = dir.file("hour.mp4"), day = dir.file("day.mp4");
+    // A minute of it sixty times; then that a day's hours long. Picture n has the number n modulo 75.
+    const QStringList loop{"-v", "error", "-y", "-stream_loop"};
+    const auto made = runProgram(
+        "ffmpeg", {"-v", "error", "-y", "-f", "lavfi", "-i",
+                   "color=black:s=96x64:r=25:d=60,format=yuv420p,geq=lum='40+2*mod(N,75)':cb=128:cr=128",
+                   "-c:v", "libx264", "-g", "25", "-bf", "0", "-crf", "4", dir.file("minute.mp4")});
+    ASSERT_EQ(made.status, 0) << made.err.constData();
+    ASSERT_EQ(runProgram("ffmpeg", loop + QStringList{"59", "-i", dir.file("minute.mp4"), "-c", "copy", hour})
+                  .status,
+              0);
+    ASSERT_EQ(runProgram("ffmpeg", loop + QStringList{"23", "-i", hour, "-c", "copy", day}).status, 0);
+
+    constexpr int wanted = 24 * 3600 * 25;
+    QmxClipReader reader;
+    const QmxError error = reader.open(day);
+    ASSERT_FALSE(error.isError()) << qPrintable(error.toString());
+    EXPECT_EQ(reader.info().frames, wanted);
+    for (const int number : {0, wanted - 1, wanted / 2 + 7, 1'234'567, 12, wanted - 1500, 1'234'566}) {
+        QmxFrame got;
+        ASSERT_FALSE(reader.readFrame(number, got).isError()) << number;
+        EXPECT_EQ(shownNumber(got), number % 75) << number;
+    }
+    QmxFrame none;
+    EXPECT_EQ(reader.readFrame(wanted, none).value(), EINVAL);
 }
 
 TEST(ForeignClip, AFailingMediumIsToldAndForgiven)

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QFileInfo>
+#include <QStandardPaths>
 
 namespace {
 
@@ -91,6 +92,28 @@ TEST_P(ClipPrograms, PlayOpenAndClosedClipsWithoutAWarning)
             runProgram("mediainfo", {"--Output=Video;%FrameCount% %ScanOrder% %IsTruncated%", name});
         EXPECT_EQ(count.out.trimmed(),
                   QByteArray::number(now.frames) + (now.format.scanMode == 1 ? " TFF" : ""));
+    }
+}
+
+TEST_P(ClipPrograms, PlayInPlayers)
+{
+    if (QStandardPaths::findExecutable("mpv").isEmpty() || QStandardPaths::findExecutable("melt").isEmpty())
+        GTEST_SKIP() << "mpv and melt are not installed";
+    const Case &now = cases[GetParam()];
+    for (const QString &name : {dir.file("open.mov"), dir.file("closed.mov")}) {
+        SCOPED_TRACE(qPrintable(QString::fromUtf8(now.name) + ' ' + name));
+        const QString shown = dir.file("shown");
+        const auto mpv = runProgram("mpv", {"--no-config", "--really-quiet", "--no-audio", "--vf=format=gray",
+                                            "--of=rawvideo", "--ovc=rawvideo", "--o=" + shown, name});
+        EXPECT_EQ(mpv.status, 0) << mpv.err.constData();
+        EXPECT_EQ(QFileInfo(shown).size(), qint64(now.format.width) * now.format.height * now.frames);
+        const auto melt = runProgram("melt", {name, "-consumer", "xml"});
+        const QByteArray length =
+            "<property name=\"length\">" + QByteArray::number(now.frames) + "</property>";
+        EXPECT_TRUE(melt.out.contains(length)) << melt.out.constData();
+        const auto played =
+            runProgram("melt", {"-silent", name, "-consumer", "null", "real_time=0", "terminate_on_pause=1"});
+        EXPECT_EQ(played.status, 0);
     }
 }
 

@@ -16,6 +16,8 @@
 
 #include <QFile>
 
+#include <algorithm>
+
 namespace {
 constexpr int rows = 69;
 constexpr const char *hdModes = "psf23.98 psf24 psf25 psf29.97 psf30 i25 i29.97 i30 "
@@ -31,11 +33,11 @@ constexpr Raster rasters[] = {
     {"2048x1080", hdModes}, {"3840x2160", hdModes}, {"4096x2160", hdModes},
 };
 
-/// Captures frames of one format in record: as the transport does, with 2 channels in ProRes Proxy.
-QList<QmxFrame> capture(const QString &format, int count)
+/// Captures frames of one format in record, as the transport does.
+QList<QmxFrame> capture(const QString &format, int dataType, int channels, int count)
 {
     QmxImageDesc desc = QmxSourceFormat::fromText(format);
-    desc.setDataType(QmxId(205));
+    desc.setDataType(QmxId(dataType));
     LumenOptions options;
     options.profile = LumenProfile::parse(
         QStringLiteral("[inputs]\n601=generator:?size=720x576&format=%1@0&tc=10:00:00:00").arg(format),
@@ -47,7 +49,7 @@ QList<QmxFrame> capture(const QString &format, int count)
     EXPECT_TRUE(device.open(QStringLiteral("lumen")));
     QmxAudioDesc audio;
     audio.setDataType(QmxId(408));
-    audio.setChannels(2);
+    audio.setChannels(channels);
     audio.setSampleRate(48000, 1);
     audio.setFrameRate(desc.frameRate());
     QmxVideoDeviceSetup setup;
@@ -76,6 +78,22 @@ QList<QmxFrame> capture(const QString &format, int count)
     frames.resize(count);
     return frames;
 }
+
+/// Luma of a clip's pictures, 8 bits, by the ffmpeg program.
+QByteArray lumaOf(const QString &path)
+{
+    const ProgramResult result = runProgram(
+        "ffmpeg", {"-v", "error", "-i", path, "-map", "0:v", "-pix_fmt", "gray", "-f", "rawvideo", "-"});
+    EXPECT_EQ(result.status, 0) << result.err.constData();
+    return result.out;
+}
+
+/// Where the white box of the generator's picture begins in a line.
+int boxIn(const uchar *line, int width)
+{
+    constexpr uchar nearlyWhite = 220;
+    return int(std::find_if(line, line + width, [](uchar value) { return value > nearlyWhite; }) - line);
+}
 } // namespace
 
 TEST(Formats, everyRasterAndRateIsCapturedRecordedAndReadAgain)
@@ -90,7 +108,7 @@ TEST(Formats, everyRasterAndRateIsCapturedRecordedAndReadAgain)
             const QmxImageDesc desc = QmxSourceFormat::fromText(format);
             const QmxVideoState state = QmxSourceFormat::state(desc);
             ASSERT_TRUE(state.isValid() && !state.recInhibit().isValid());
-            const QList<QmxFrame> frames = capture(format, 2);
+            const QList<QmxFrame> frames = capture(format, 205, 2, 2);
             QmxClipInfo info;
             info.image = frames.first().vids().first().desc();
             info.audio = frames.first().auds().first().desc();
@@ -131,4 +149,59 @@ TEST(Formats, everyRasterAndRateIsCapturedRecordedAndReadAgain)
         }
     }
     EXPECT_EQ(seen, rows);
+}
+
+TEST(Formats, everyCodecKeepsPicturesFieldsAndSoundForOtherPrograms)
+{
+    const TestDir dir;
+    constexpr int count = 2;
+    const struct
+    {
+        const char *format, *fieldOrder; ///< the latter in ffprobe's words
+        int channels;
+    } cases[] = {
+        {"720x486i29.97", "bt", 2},
+        {"1280x720p50", "progressive", 8},
+        {"1920x1080i25", "tb", 8},
+        {"1920x1080psf25", "progressive", 2},
+    };
+    for (const QmxCodecRow &row : qmxCodecs()) {
+        for (const auto &now : cases) {
+            SCOPED_TRACE(std::string(row.name) + ' ' + now.format);
+            const QList<QmxFrame> frames =
+                capture(QLatin1String(now.format), row.dataType, now.channels, count);
+            const QString path = dir.file(QStringLiteral("a.mov"));
+            QFile::remove(path);
+            QmxClipInfo info;
+            info.image = frames.first().vids().first().desc();
+            info.audio = frames.first().auds().first().desc();
+            QmxClipWriter writer;
+            ASSERT_FALSE(writer.create(path, info).isError());
+            for (const QmxFrame &frame : frames)
+                ASSERT_FALSE(writer.writeFrame(frame).isError());
+            ASSERT_FALSE(writer.close().isError());
+
+            const ProgramResult probe = runProgram("ffprobe", {"-v", "error", "-show_entries",
+                                                               "stream=codec_tag_string,field_order,channels",
+                                                               "-of", "csv=p=0", path});
+            const QByteArray expected = QByteArray(row.fourcc, 4) + ',' + now.fieldOrder + '\n';
+            EXPECT_TRUE(probe.out.startsWith(expected)) << probe.out.constData();
+            EXPECT_EQ(probe.out.split('\n').value(1).split(',').last().toInt(), now.channels);
+
+            const int width = info.image.width(), height = info.image.height();
+            const QByteArray luma = lumaOf(path);
+            ASSERT_EQ(luma.size(), qsizetype(width) * height * count);
+            const auto *first = reinterpret_cast<const uchar *>(luma.constData());
+            const auto strip = QmxStrip::readLuma8(first, width, height, width);
+            ASSERT_TRUE(strip);
+            EXPECT_EQ(QmxStrip::readLuma8(first + qsizetype(width) * height, width, height, width),
+                      *strip + 1);
+            // The box moves on from one field to the next, in the order that the file tells.
+            const int line = height / 4 * 2 + 4; // of the top field
+            const int top = boxIn(first + qsizetype(line) * width, width);
+            const int bottom = boxIn(first + qsizetype(line + 1) * width, width);
+            const int movement = !info.image.isInterlaced() ? 0 : now.fieldOrder[0] == 't' ? 4 : -4;
+            EXPECT_NEAR(bottom - top, movement, 1);
+        }
+    }
 }

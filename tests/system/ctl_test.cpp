@@ -71,7 +71,8 @@ QString wrong(const QJsonValue &value, QJsonObject schema, const QString &at)
 TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
 {
     Sandbox sandbox({"--no-mediad"});
-    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&tc=10:00:00:00\n");
+    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&tc=10:00:00:00\n"
+                       "602=v4l2:/dev/no-camera\n");
     const ProgramResult result = sandbox.run(R"sh(
         run() { echo "== $1"; xpctl --json "$@" || [ $? = "${may:-0}" ] || { echo "failed: $*" >&2; cat /run/xp/xpd.out >&2; return 1; }; }
         until [ "$(xpctl get input_format)" = 576i25 ]; do read -rt 0.05 <> <(:) || true; done
@@ -82,6 +83,8 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         run clip take_001.mov; run list add take_001.mov; run list add take_002.mov 0; run list move 0 1; run list
         run set playback_source all_clips; run still; run next; run prev; run stop; run list remove 0
         run get play_list; run params take; run alarms; run alarms --history; run status; run watch --once; run watch --once --stats; run metrics
+        xpctl set sdi_level_a on
+        until xpctl --json doctor | grep -q 'SDI level A'; do read -rt 0.2 <> <(:) || true; done
         may=1 run doctor
         xpmediad >/dev/null 2>&1
         run media; run protect take_002.mov; run unprotect take_002.mov; run copy take_002.mov B; run delete /media/B/take_002.mov
@@ -114,6 +117,8 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         }
     }
     EXPECT_TRUE(result.out.contains("\"name\":\"take_001.mov\",\"place\":0")) << "moved down, then up again";
+    EXPECT_TRUE(result.out.contains("input 602: /dev/no-camera is not there")) << result.out.toStdString();
+    EXPECT_TRUE(result.out.contains("SDI level A, HDMI 4:2:2")) << result.out.toStdString();
 
     // Each line of watch is the next tick or, on a busy machine, a later one.
     qint64 last = 0;

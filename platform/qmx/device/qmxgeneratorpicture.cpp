@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/qmxgeneratorpicture.h"
 
+#include "platform/qmx/codec/qmxlibav.h"
 #include "platform/qmx/device/qmxstrip.h"
 
 #include <algorithm>
@@ -153,12 +154,19 @@ QmxPicture QmxGeneratorPicture::render(qint64 frame) const
     return picture;
 }
 
+/// Which field of its picture a line belongs to: the one that is sent first (0) or second.
+int QmxGeneratorPicture::fieldOf(int line) const
+{
+    if (!_desc.isInterlaced()) return 0;
+    return QmxLibav::topFieldFirst(QSize(_desc.width(), _desc.height())) ? line & 1 : ~line & 1;
+}
+
 void QmxGeneratorPicture::scroll(QmxPicture &picture, qint64 frame) const
 {
     for (int plane = 0; plane < 3; ++plane) {
         const int divisor = picture.width() / picture.planeWidth(plane);
         for (int y = 0; y < picture.height(); ++y) {
-            const qint64 field = _desc.isInterlaced() ? y & 1 : 0;
+            const qint64 field = fieldOf(y);
             const qint64 moved = frame * pixelsPerFrame + field * pixelsPerFrame / 2;
             std::memcpy(picture.row(plane, y), _background.row(plane, y) + moved % texturePeriod / divisor,
                         size_t(picture.planeWidth(plane)) * 2);
@@ -175,7 +183,7 @@ void QmxGeneratorPicture::drawBox(QmxPicture &picture, qint64 frame) const
         const int divisor = picture.width() / picture.planeWidth(plane);
         const quint16 value = rgb ? rgbWhite : plane == 0 ? lumaBlack + int(lumaRange) : chromaNeutral;
         for (int y = picture.height() / 2; y < picture.height() / 2 + side; ++y) {
-            const qint64 field = _desc.isInterlaced() ? y & 1 : 0;
+            const qint64 field = fieldOf(y);
             const int x =
                 int((frame * pixelsPerFrame + field * pixelsPerFrame / 2) % std::max(way, 1)) / 2 * 2;
             std::fill_n(picture.row(plane, y) + x / divisor, side / divisor, value);

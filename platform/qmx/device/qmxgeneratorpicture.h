@@ -20,6 +20,7 @@ public:
 private:
     void drawBackground(int pattern);
     void fillRowFromColours(quint16 *const rows[3], int width, int pattern) const;
+    int fieldOf(int line) const;
     void scroll(QmxPicture &picture, qint64 frame) const;
     void drawBox(QmxPicture &picture, qint64 frame) const;
 

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/codec/qmxvideocodec.h"
+#include "platform/qmx/stream/qmxclipinfo.h"
+#include "platform/qmx/stream/qmxstream.h"
+#include "platform/qmx/stream/qmxstreamcache.h"
+
+#include <QElapsedTimer>
+#include <QList>
+#include <QString>
+
+#include <functional>
+
+/// 1920x1080p25, ProRes 422, no sound.
+QmxClipInfo benchClipInfo();
+/// A clip of generated pictures, as hard to code as a camera's. False: it could not be made.
+bool makeBenchClip(const QString &path, int frames);
+/// Decodes one frame; false: it could not be.
+bool decodeFrame(QmxVideoDecoder &decoder, const QmxFrame &frame);
+double benchMs(const QElapsedTimer &timer);
+double benchPercentile(QList<double> values, double part);
+
+/// A stream with its cache, driven from here. Needs an application object.
+struct BenchPlayer
+{
+    QmxStream stream;
+    QmxStreamCache cache;
+
+    explicit BenchPlayer(const QString &path);
+    ~BenchPlayer();
+    /// Runs the event loop.
+    static void turnUntil(const std::function<bool()> &done);
+    /// The next frame, as soon as it is loaded.
+    QmxFrame next();
+};

@@ -28,7 +28,8 @@ TEST(DebugMode, isDrivenOverTcpWithStandardInputAtItsEnd)
     Sandbox sandbox({"--no-daemon", "--net", "private"});
     sandbox.setProfile(small);
     const ProgramResult result = sandbox.run(QString(helpers) + R"sh(
-        xpd -D </dev/null >/run/xp/xpd.out 2>&1 & daemon=$!
+        echo 'quiet xpd_log=/run/xp/log=1 xpd_log=/run/xp/other' >/run/xp/cmdline; mount --bind /run/xp/cmdline /proc/cmdline
+        xpd -D -d -s </dev/null >/run/xp/xpd.out 2>&1 & daemon=$!
         until_true is input_format 576i25
         dial
         ask status; ask record; until_true is transport_status recording
@@ -49,8 +50,12 @@ TEST(DebugMode, isDrivenOverTcpWithStandardInputAtItsEnd)
         echo "busy: $(((after - before) * 100 / (2 * $(getconf CLK_TCK)))) %"
         echo quit >&3
         xpctl shut-down; status=0; wait $daemon || status=$?; echo "ended: $status"
+        cp /run/xp/log=1 $OUT/log; [ ! -e /run/xp/other ]
     )sh");
     ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
+    const QByteArray log = readAll(sandbox.out("log"));
+    for (const char *text : {"Reserving ", "Parse Command Line 'xpd -D -d -s'", "STM: 0, CACHE: 0, RDEV: "})
+        EXPECT_TRUE(log.contains(text)) << text << log.left(3000).toStdString();
     for (const char *line : {"PLAY: unknown command: PLAY", "clips: 0: take_001.mov", "ended: 0"})
         EXPECT_TRUE(result.out.contains(QByteArray(line) + "\n")) << line << "\n" << result.out.toStdString();
     const qsizetype busy = result.out.indexOf("busy: ");

@@ -27,10 +27,10 @@ TEST(Run, makesAFirstTakeAndStaysUpForOthersToEnter)
     )sh"},
                    300000);
     EXPECT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
-    for (const char *line :
-         {"xp: no recorder is up; start one with ./xp run", "nobody: 1", "second: 1",
-          "recorded 25 frames into /media/A/take_002.mov", "take_001.mov", "take_002.mov"}) {
+    for (const char *line : {"xp: no recorder is up; start one with ./xp run", "nobody: 1", "second: 1",
+                             "take_001.mov", "take_002.mov"}) {
         EXPECT_TRUE(result.out.contains(QByteArray(line) + "\n")) << line << "\n" << result.out.toStdString();
     }
+    EXPECT_TRUE(result.out.contains(" frames into /media/A/take_002.mov\n"));
     EXPECT_TRUE(result.out.contains("a recorder is already up in this checkout"));
 }

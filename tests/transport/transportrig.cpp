@@ -190,7 +190,7 @@ void TransportRig::startUp()
     _vtr->start();
     ASSERT_TRUE(Stepper::runUntil([this] { return _vtr->inputState().isValid(); }));
     // The input that was found leads to one reset half a second later.
-    Stepper::runMs(1000);
+    Stepper::runMs(600);
     ASSERT_TRUE(runUntilIdle());
     ASSERT_TRUE(_vtr->state().mode().isInModeStandbyOff());
 }

@@ -42,7 +42,7 @@ class TransportRig : public ::testing::Test
 {
 protected:
     /// `input` is what is connected to the first input, `device` a further line of the card's profile.
-    explicit TransportRig(const QString &input = QStringLiteral("generator:?rate=25&size=1920x1080"),
+    explicit TransportRig(const QString &input = QStringLiteral("generator:?rate=25&size=720x576&scan=i"),
                           const QString &device = QString());
     ~TransportRig() override;
 

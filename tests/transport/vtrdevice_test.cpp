@@ -16,8 +16,6 @@ namespace {
 class DeviceTest : public TransportRig
 {
 protected:
-    DeviceTest() : TransportRig("generator:?rate=25&size=720x576&scan=i") {}
-
     void expectRecords(const char *name)
     {
         recordClip(name, 10);
@@ -41,8 +39,6 @@ protected:
 class StillsTest : public TransportRig
 {
 protected:
-    StillsTest() : TransportRig("generator:?rate=25&size=720x576&scan=i") {}
-
     static QByteArray bytes(const QmxFrame &frame)
     {
         const QmxBuffer buffer = frame.vids().first().buffers().first();

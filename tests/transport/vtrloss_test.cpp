@@ -8,7 +8,7 @@ namespace {
 class LossTest : public TransportRig
 {
 protected:
-    LossTest() : TransportRig("generator:?rate=25&size=1920x1080&loss=150-187")
+    LossTest() : TransportRig("generator:?rate=25&size=720x576&scan=i&loss=150-187")
     {
         expectLog("vtrobject", "Image 0 is invalid");
     }
@@ -25,7 +25,7 @@ protected:
 class ReferenceTest : public TransportRig
 {
 protected:
-    ReferenceTest() : TransportRig("generator:?rate=25&size=1920x1080", "reference=missing") {}
+    ReferenceTest() : TransportRig("generator:?rate=25&size=720x576&scan=i", "reference=missing") {}
 };
 
 } // namespace

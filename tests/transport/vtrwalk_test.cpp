@@ -30,7 +30,7 @@ protected:
         std::function<void()> take;
     };
 
-    WalkTest() : TransportRig("generator:?rate=25&size=720x576&scan=i") { allowLog(QString()); }
+    WalkTest() { allowLog(QString()); }
 
     void prepare();
     void walk(unsigned seed);

@@ -312,14 +312,19 @@ TEST_F(StillsTest, everyRowIsWhatTheTakeHasInPlaceOfALostPicture)
 
         QmxClipReader take, still;
         QmxFrame replaced, original;
+        qsizetype stills = 0;
         ASSERT_FALSE(take.open(media.file("take.mov")).isError());
         ASSERT_FALSE(still.open(media.file("stills/" + clip.file)).isError());
-        ASSERT_FALSE(take.readFrame(take.info().frames - 1, replaced).isError());
         ASSERT_FALSE(still.readFrame(0, original).isError());
+        for (qint64 i = 0; i < take.info().frames; ++i) {
+            ASSERT_FALSE(take.readFrame(i, replaced).isError());
+            stills += bytes(replaced) == bytes(original);
+        }
         EXPECT_EQ(take.info().image.dataType(), clip.desc.dataType());
         EXPECT_TRUE(bytes(replaced) == bytes(original));
         expectLook(replaced);
-        EXPECT_FALSE(alarms.isEmpty());
+        EXPECT_GE(stills, 2);
+        EXPECT_EQ(count(1907, QmxAlarm::Warning, "Loss of video during record, recording continued"), stills);
         QFile::remove(media.file("take.mov"));
         QFile::remove(media.file("stills/" + clip.file));
     }

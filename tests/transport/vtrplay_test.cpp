@@ -49,19 +49,6 @@ TEST_F(PlayTest, play_runsToTheEndAndHoldsIt)
     EXPECT_EQ(events.filter("state ").size(), 4);
 }
 
-TEST_F(PlayTest, looping_goesOnAtTheOtherEnd)
-{
-    prepare(12);
-    vtr().setLooping(true);
-    playClip("clip.mov");
-    for (int round = 0; round < 3; ++round) {
-        ASSERT_TRUE(runUntilFrame(11));
-        ASSERT_TRUE(runUntilFrame(1));
-    }
-    EXPECT_EQ(vtr().state().speed(), 1.0);
-    EXPECT_TRUE(alarms.isEmpty());
-}
-
 TEST_F(PlayTest, cueAndStep_showTheFrameAskedFor)
 {
     prepare(40);

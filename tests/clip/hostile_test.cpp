@@ -55,3 +55,30 @@ TEST(ClipHostile, AFragmentCannotClaimMoreLostFramesThanTheFileHadRoomFor)
     ASSERT_FALSE(reader.open(path).isError());
     EXPECT_EQ(reader.info().frames, 24);
 }
+
+TEST(ClipHostile, WaymarksThatLeadAstrayChangeNothing)
+{
+    const TestDir dir;
+    const ClipTake take({128, 96, 25, 1, 203, 0, 2, false, 0});
+    const QString path = dir.file("a.mov");
+    take.make(path, 120, false, 4);
+    const QByteArray good = readAll(path);
+    const qsizetype record = good.indexOf("QMXMARKS");
+    ASSERT_GT(record, 0);
+    const quint32 count = qFromBigEndian<quint32>(good.constData() + record + 12);
+    ASSERT_EQ(count, 30u);
+    const auto place = [&good, record](quint32 i) {
+        return qFromBigEndian<quint64>(good.constData() + record + 16 + 8 * i);
+    };
+    const quint64 wrong[] = {
+        0, 4096, place(3) + 4096, place(7), quint64(good.size()) * 2, ~quint64(0) & ~4095};
+    for (const quint64 value : wrong) {
+        for (const quint32 which : {0u, 3u, 4u, count - 1}) {
+            QByteArray bytes = good;
+            qToBigEndian(value, bytes.data() + record + 16 + 8 * which);
+            put32(bytes, record + 8, movCrc32c(bytes.constData() + record + 16, 8 * count));
+            writeAll(path, bytes);
+            EXPECT_EQ(take.wholeFrames(path), 120) << value << " at " << which;
+        }
+    }
+}

@@ -6,6 +6,8 @@
 
 #include <QElapsedTimer>
 
+#include <set>
+
 namespace {
 
 /// Leaves holes where pictures would be, so that hours of a take cost no medium.
@@ -18,6 +20,28 @@ public:
     }
     int fallocate(int, int, off64_t, off64_t) override { return 0; }
     bool hollow = false;
+};
+
+/// A medium that notes how much it has to work on at a time.
+class AskedFiles : public QmxFiles
+{
+public:
+    int fadvise(int, off64_t offset, off64_t, int) override
+    {
+        _announced.insert(offset);
+        most = std::max(most, _announced.size());
+        return 0;
+    }
+    ssize_t pread(int fd, void *data, size_t size, off64_t offset) override
+    {
+        if (_announced.erase(offset) == 0) ++alone;
+        return QmxFiles::pread(fd, data, size, offset);
+    }
+    size_t most = 0; ///< announced and not yet read
+    int alone = 0;   ///< reads that nobody announced
+
+private:
+    std::set<off64_t> _announced;
 };
 
 } // namespace
@@ -62,4 +86,26 @@ TEST(LongTake, ClosesAndOpensQuickly)
     EXPECT_EQ(reader.info().frames, frames);
     EXPECT_EQ(info.frames, frames);
     EXPECT_TRUE(reader.info().timecodeAt(frames - 1) == take.timecode(frames - 1));
+}
+
+// A slot tells where the next one is, and a medium that is asked for one after the other takes its time for
+// each.
+TEST(LongTake, IsReadFromManyPlacesAtOnceBeforeItIsClosed)
+{
+    TestDir dir;
+    const ClipTake take({128, 96, 25, 1, 203, 0, 2, false, 0});
+    QmxEnvironment environment = QmxEnvironment::current();
+    const auto files = std::make_shared<AskedFiles>();
+    environment.files = files;
+    for (const int frames : {10, 1500}) {
+        const QString path = dir.file(QString::number(frames));
+        take.make(path, frames, false, 2);
+        files->alone = 0;
+        QmxClipReader reader(environment);
+        ASSERT_FALSE(reader.open(path).isError());
+        EXPECT_LT(files->alone, 8) << "what is not a slot";
+        EXPECT_EQ(take.equalFrames(reader), frames);
+    }
+    EXPECT_GE(files->most, 64u);
+    EXPECT_LE(files->most, 128u);
 }

@@ -50,6 +50,11 @@ int QmxFiles::fallocate(int fd, int mode, off64_t offset, off64_t length)
     return ::fallocate64(fd, mode, offset, length);
 }
 
+int QmxFiles::fadvise(int fd, off64_t offset, off64_t length, int advice)
+{
+    return ::posix_fadvise64(fd, offset, length, advice);
+}
+
 int QmxFiles::flock(int fd, int operation)
 {
     return ::flock(fd, operation);

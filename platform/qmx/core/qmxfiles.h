@@ -23,6 +23,8 @@ public:
     virtual int fsync(int fd);
     virtual int ftruncate(int fd, off64_t size);
     virtual int fallocate(int fd, int mode, off64_t offset, off64_t length);
+    /// Advice as of posix_fadvise(3).
+    virtual int fadvise(int fd, off64_t offset, off64_t length, int advice);
     virtual int flock(int fd, int operation);
     virtual int fstat(int fd, struct stat64 *data);
     virtual int stat(const QString &path, struct stat64 *data);

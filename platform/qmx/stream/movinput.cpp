@@ -78,6 +78,11 @@ QmxError MovInput::read(void *data, qint64 size, qint64 offset)
     return {};
 }
 
+void MovInput::announce(qint64 offset, qint64 size)
+{
+    if (offset >= 0 && offset < _size) _files->fadvise(_fd, offset, size, POSIX_FADV_WILLNEED);
+}
+
 QmxError MovInput::readSmall(void *data, qint64 size, qint64 offset)
 {
     if (size > windowSize) return read(data, size, offset);

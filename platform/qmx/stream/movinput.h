@@ -30,6 +30,9 @@ public:
     /// The same through the window, for many small reads that follow one another.
     QmxError readSmall(void *data, qint64 size, qint64 offset);
 
+    /// This will be read soon: the medium may begin to fetch it. Does not wait for it.
+    void announce(qint64 offset, qint64 size);
+
     QmxError damaged(const char *what) const;
 
 private:

@@ -162,6 +162,11 @@ QmxError MovOutput::sync()
     return {};
 }
 
+void MovOutput::cache(qint64 offset, qint64 size)
+{
+    if (_directFd >= 0) _files->fadvise(_fd, offset, size, POSIX_FADV_WILLNEED);
+}
+
 QmxError MovOutput::truncate(qint64 size)
 {
     while (_files->ftruncate(_fd, size) != 0) {

@@ -27,6 +27,8 @@ public:
     QmxError write(const void *data, qint64 size, qint64 offset);
     /// Everything written, and what is needed to read it again, is on the medium.
     QmxError sync();
+    /// Puts what is on the medium there into the page cache, for those who read the clip while it grows.
+    void cache(qint64 offset, qint64 size);
     QmxError truncate(qint64 size);
     /// Before a write from `begin` to `end`: allocates ahead when it passes what is allocated. Never an
     /// error: the write that lacks the room has one.

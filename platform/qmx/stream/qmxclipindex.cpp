@@ -5,6 +5,8 @@
 #include "platform/qmx/stream/movdescribe.h"
 #include "platform/qmx/stream/movlayout.h"
 #include "platform/qmx/stream/movplaces.h"
+#include "platform/qmx/stream/movslotsahead.h"
+#include "platform/qmx/stream/movwaymarks.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -261,21 +263,36 @@ void QmxClipIndex::append(MovFragment fragment, MovInput &input)
 
 QmxError QmxClipIndex::walk(MovInput &input)
 {
-    QByteArray slot(MovLayout::slotSize, Qt::Uninitialized);
-    const std::span<const uchar> bytes(reinterpret_cast<const uchar *>(slot.constData()),
-                                       size_t(slot.size()));
+    MovSlotsAhead ahead;
+    if (_nextSlot == MovLayout::firstSlot) {
+        uchar head[MovLayout::block];
+        if (!input.read(head, sizeof head, 0).isError()) ahead.read(input, _format, MovWaymarks::read(head));
+    }
     while (_nextSlot <= input.size() - MovLayout::slotSize) {
-        const QmxError error = input.read(slot.data(), slot.size(), _nextSlot);
-        if (error.isError()) return error;
-        auto fragment = MovFragment::fromSlot(bytes, _nextSlot, input.size(), _format);
+        std::optional<MovFragment> fragment = ahead.take(_nextSlot);
+        bool isOpen = false;
+        if (!fragment) {
+            const QmxError error = readSlot(input, fragment, isOpen);
+            if (error.isError()) return error;
+        }
         if (!fragment) {
             MovFragment later;
-            if (MovFragment::isOpenSlot(bytes) || !findSlot(input, _nextSlot + MovLayout::block, later))
-                break;
+            if (isOpen || !findSlot(input, _nextSlot + MovLayout::block, later)) break;
             fragment = later;
         }
         append(std::move(*fragment), input);
     }
+    return {};
+}
+
+/// The fragment of the next slot, nothing when it is damaged or still open.
+QmxError QmxClipIndex::readSlot(MovInput &input, std::optional<MovFragment> &fragment, bool &isOpen)
+{
+    uchar slot[MovLayout::slotSize];
+    const QmxError error = input.read(slot, sizeof slot, _nextSlot);
+    if (error.isError()) return error;
+    fragment = MovFragment::fromSlot(slot, _nextSlot, input.size(), _format);
+    isOpen = MovFragment::isOpenSlot(slot);
     return {};
 }
 

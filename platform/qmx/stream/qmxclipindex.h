@@ -65,6 +65,7 @@ private:
     QmxError placeFrames(MovInput &input, const MovMovie::Track &track);
     QmxError placeSounds(MovInput &input);
     QmxError walk(MovInput &input);
+    QmxError readSlot(MovInput &input, std::optional<MovFragment> &fragment, bool &isOpen);
     void append(MovFragment fragment, MovInput &input);
     bool findSlot(MovInput &input, qint64 from, MovFragment &fragment);
     QmxError readTimecodes(MovInput &input);

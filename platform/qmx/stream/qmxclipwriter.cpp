@@ -6,6 +6,7 @@
 #include "platform/qmx/stream/movcrc.h"
 #include "platform/qmx/stream/movlayout.h"
 #include "platform/qmx/stream/movpcm.h"
+#include "platform/qmx/stream/movwaymarks.h"
 
 #include <atomic>
 #include <cerrno>
@@ -49,6 +50,7 @@ struct QmxClipWriter::Private
     MovOutput output;
     MovFormat format;
     MovTables tables;
+    MovWaymarks waymarks;
     QString path;
     bool open = false;
     QmxError failure;
@@ -199,8 +201,10 @@ QmxError QmxClipWriter::Private::publish(const MovFragment &content)
     scratch.assign(MovFragment::openSlot());
     QmxError error = output.write(scratch.data(), scratch.size(), content.end);
     if (error.isError()) return error;
+    waymarks.add(content.slot);
+    QByteArray header = MovTables::openHeader(format, tables.frames() + qint64(content.frames.size()));
+    waymarks.write(header);
     if (tables.frames() == 0) {
-        const QByteArray header = MovTables::openHeader(format, qint64(content.frames.size()));
         scratch.assign(header);
         error = output.write(scratch.data(), scratch.size(), 0);
         if (error.isError()) return error;
@@ -209,8 +213,6 @@ QmxError QmxClipWriter::Private::publish(const MovFragment &content)
     error = output.write(scratch.data(), scratch.size(), content.slot);
     if (error.isError()) return error;
     if (tables.frames() > 0) {
-        const QByteArray header =
-            MovTables::openHeader(format, tables.frames() + qint64(content.frames.size()));
         scratch.assign(QByteArrayView(header).first(MovLayout::block));
         error = output.write(scratch.data(), scratch.size(), 0);
         if (error.isError()) return error;
@@ -229,6 +231,7 @@ QmxError QmxClipWriter::Private::flush()
     fragment.end = position;
     if (!error.isError()) error = publish(fragment);
     if (error.isError()) return fail(error);
+    output.cache(fragment.slot, MovLayout::slotSize);
     tables.append(fragment);
     durable = tables.frames();
     ++fragment.sequence;
@@ -255,6 +258,7 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     if (error.isError()) return error;
     d->path = path;
     d->tables = MovTables();
+    d->waymarks = MovWaymarks();
     d->failure = QmxError();
     d->written = d->durable = 0;
     d->nextTimecode = d->format.startFrame;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Installs, uses, upgrades, removes and purges the packages in a Debian root of its own; needs root. The root is made
-# once (build/package-root) and stays clean: each run works on an overlay over it.
+# Installs, uses, upgrades, boots, removes and purges the packages in a Debian root of its own; needs root. The root is
+# made once (build/package-root) and stays clean: each run works on an overlay over it.
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 base=${XP_PACKAGE_ROOT:-$XP_BUILD/package-root}
@@ -22,7 +22,7 @@ if [ "${1:-}" != inside ]; then
     rm -rf "$XP_BUILD/packages-old"
     mv "$XP_BUILD/packages" "$XP_BUILD/packages-old"
     "$XP_ROOT/scripts/package.sh" --version 1.1 >/dev/null
-    exec unshare --mount --pid --fork --kill-child "$0" inside
+    exec unshare --mount-proc --pid --fork --kill-child "$0" inside
 fi
 
 work=$(mktemp -d)
@@ -105,6 +105,9 @@ expect 'the upgrade keeps the profile' grep -q 720x576 "$R/etc/xp/lumen.ini"
 expect 'the upgrade keeps clips' test "$sum" = "$(sha1sum "$R/media/A/$clip")"
 next=$(take)
 expect "the upgraded recorder makes a take: $next" test -s "$R/media/A/$next"
+
+say '  as services of systemd:'
+"$XP_ROOT/scripts/check-services.sh" "$R"
 
 guide engineer.md
 expect 'removed and installed again, the store is the same' test "$(as_xp xpctl get clip_base_name)" = kept

@@ -19,7 +19,7 @@ trap 'rm -rf "$work"' EXIT
 # What stands where a shell looks for a program, in scripts and in those that tests hold.
 called() {
     {
-        cat xp scripts/*.sh
+        cat xp scripts/*.sh | sed "/<<'SYSTEM'/,/^SYSTEM/d" # that is run in a root of its own
         git ls-files 'tests/*.cpp' | xargs awk '/R"sh\(/ { on = 1 } on { print } /\)sh"/ { on = 0 }'
     } | sed -E "s/'[^']*'//g; s/(^|[^\$])#.*//" |
         grep -oE '(^|[|;&(!`]|\b(then|do|else|if|while|until|exec|env|-v|nice|xargs)\b)[[:space:]]*([A-Z_]+=[^[:space:]]*[[:space:]]+)*(timeout [0-9]+ )?[a-z][a-zA-Z0-9_.+-]*' |

@@ -255,14 +255,10 @@ ProResKernels::Weights ProResKernels::weights(const ProRes::Matrix &matrix, bool
 
 ProResKernels::Quantiser::Quantiser(int scale)
 {
-    // In parts of a step, 64ths.
-    constexpr int offsetPart = 28;
-    constexpr int leastPart = 40;
-    constexpr int parts = 64;
     const int wide = fraction * scale;
     step = quint16(wide);
-    offset = quint16(wide * offsetPart / parts);
-    least = quint16(wide * leastPart / parts);
+    offset = quint16(wide * offsetShare);
+    least = quint16(wide * leastShare);
     dcOffset = quint16(wide / 2);
     // So that the reciprocal has 16 bits: then the quotient is exact for every coefficient.
     shift = std::bit_width(unsigned(wide - 1)) - 1;

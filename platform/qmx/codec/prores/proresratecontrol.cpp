@@ -25,9 +25,9 @@ double ProResRateControl::modelBits(const Band &band, double scale)
     if (band.sampledBlocks <= 0) return 0;
     const double step = ProResKernels::fraction * scale;
     const double all = acPerBlock * band.sampledBlocks;
-    const double present = reaching(band.counts, step * 0.625);
+    const double present = reaching(band.counts, step * ProResKernels::Quantiser::leastShare);
     double large = 0;
-    for (double size = 1.5625 * step; size < 65536; size *= 2)
+    for (double size = (2 - ProResKernels::Quantiser::offsetShare) * step; size < 65536; size *= 2)
         large += reaching(band.counts, size);
     const double dc = 4 * band.sampledBlocks;
     const double bits = dc + present * (2.2 + std::log2(all / present)) + 1.9 * large;

@@ -31,7 +31,8 @@ public:
 
     static const ProResCodeTables &instance();
 
-    /// The codes of all runs behind this one, of all levels behind this one. That a table follows from what
+    /// The codes of all runs behind this one; of all levels behind this one with their signs, by twice the
+    /// level and 1 more for a negative one. That a table follows from what
     /// was coded before, and not from its code, lets the processor look up many at once.
     const Entry *runsAfter(int run) const { return _runsAfter[size_t(std::min(run, lastRun))]; }
     const Entry *levelsAfter(int level) const { return _levelsAfter[size_t(std::min(level, lastLevel))]; }

@@ -1,4 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// Compiled for every instruction set, for its shifts and bit counts: there is no vector in it.
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "platform/qmx/codec/prores/prorescomponent.cpp" // NOLINT
+#include <hwy/foreach_target.h>
+
+#include <hwy/highway.h>
+
 #include "platform/qmx/codec/prores/prorescomponent.h"
 
 #include "platform/qmx/codec/prores/proresbitwriter.h"
@@ -7,8 +14,8 @@
 #include <bit>
 #include <cstdlib>
 
-namespace {
-using ProResComponent::Lanes;
+HWY_BEFORE_NAMESPACE();
+namespace ProResComponent::HWY_NAMESPACE {
 using ProResKernels::Levels;
 
 /// A signed number as a symbol: 0, -1, 1, -2, 2 ...
@@ -91,29 +98,38 @@ void codeAc(ProResBitWriter &out, const Levels &levels, const Lanes &lanes, cons
     int next = lanes.count; // where a run of 0 would end
     for (int i = 0; i < found.count; ++i) {
         const int place = found.place[size_t(i)];
-        const int signedSize = found.signedSize[size_t(i)];
+        const int level = found.signedSize[size_t(i)];
         const int run = place - next;
-        const int size = signedSize >> 1;
         const ProResCodeTables::Entry runCode = tables.runsAfter(runBefore)[run];
-        const ProResCodeTables::Entry sizeCode = tables.levelsAfter(levelBefore)[size];
-        const int tail = sizeCode.length() + 1;
-        const quint64 value = quint64(runCode.value()) << tail | sizeCode.value() << 1 | (signedSize & 1);
-        writer.put(value, runCode.length() + tail);
+        const ProResCodeTables::Entry levelCode = tables.levelsAfter(levelBefore)[level];
+        writer.put(quint64(runCode.value()) << levelCode.length() | levelCode.value(),
+                   runCode.length() + levelCode.length());
         runBefore = run;
-        levelBefore = size;
+        levelBefore = level >> 1;
         next = place + 1;
     }
     out = writer;
 }
-} // namespace
-
-int ProResComponent::code(const Levels &levels, const Lanes &lanes, const ProResCodeTables &tables,
-                          uchar *out)
+int code(const Levels &levels, const Lanes &lanes, const ProResCodeTables &tables, uchar *out)
 {
     ProResBitWriter writer(out);
     codeDc(writer, levels, lanes);
     codeAc(writer, levels, lanes, tables);
     return writer.finish();
+}
+
+} // namespace ProResComponent::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace ProResComponent {
+HWY_EXPORT(code);
+} // namespace ProResComponent
+
+int ProResComponent::code(const ProResKernels::Levels &levels, const Lanes &lanes,
+                          const ProResCodeTables &tables, uchar *out)
+{
+    return HWY_DYNAMIC_DISPATCH(code)(levels, lanes, tables, out);
 }
 
 int ProResComponent::codeAlpha(const quint16 *values, int count, uchar *out)
@@ -145,3 +161,4 @@ int ProResComponent::codeAlpha(const quint16 *values, int count, uchar *out)
     }
     return writer.finish();
 }
+#endif

@@ -141,6 +141,9 @@ int ProResFrameCoder::codeRow(int row, uchar *out, const uchar *end, int thread)
     for (size_t i = slicesBefore(row); i < slicesBefore(row + 1); ++i) {
         if (end - at < ProResSliceCoder::largest) return -1;
         const ProResSlice &slice = _layout.slices()[i];
+        if (i + 1 < slicesBefore(row + 1))
+            coder.prefetch(_pictures[size_t(slice.picture)], _layout.pictureHeight(slice.picture),
+                           _layout.slices()[i + 1]);
         const int size = coder.code(_pictures[size_t(slice.picture)], _layout.pictureHeight(slice.picture),
                                     slice, _quantisers[i], at);
         _sizes[i] = quint16(size);

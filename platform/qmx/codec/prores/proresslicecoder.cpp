@@ -48,6 +48,22 @@ ProResSliceCoder::Area ProResSliceCoder::area(const ProResPlanes &picture, int p
     return {_edge[size_t(plane)].data(), edgeWidth};
 }
 
+void ProResSliceCoder::prefetch(const ProResPlanes &picture, int pictureHeight, const ProResSlice &slice) const
+{
+    constexpr int line = 64 / sizeof(quint16); // samples of a cache line
+    const int planes = _format.alpha ? 4 : 3;
+    const int top = slice.row * ProRes::macroblockEdge;
+    const int bottom = std::min(top + ProRes::macroblockEdge, pictureHeight);
+    for (int plane = 0; plane < planes; ++plane) {
+        const bool half = !_format.kind->fullChroma && (plane == 1 || plane == 2);
+        const int width = ProRes::macroblockEdge / (half ? 2 : 1);
+        const quint16 *at = picture.plane[size_t(plane)] + slice.column * width;
+        for (int y = top; y < bottom; ++y)
+            for (int x = 0; x < slice.macroblocks * width; x += line)
+                __builtin_prefetch(at + y * picture.stride[size_t(plane)] + x);
+    }
+}
+
 /// The order of blocks is that of macroblocks; within one, luma goes line by line, colour column by column.
 ProResKernels::Blocks ProResSliceCoder::blocksOfGroup(const ProResPlanes &picture, int pictureHeight,
                                                       const ProResSlice &slice, int group)

@@ -19,6 +19,9 @@ public:
     /// Codes a slice of a picture; bytes written. At `out` there must be room for `largest` bytes.
     int code(const ProResPlanes &picture, int pictureHeight, const ProResSlice &slice, int quantiser,
              uchar *out);
+    /// Begins to fetch the samples of a slice that will be coded soon: its lines lie too far apart for the
+    /// processor to guess the next.
+    void prefetch(const ProResPlanes &picture, int pictureHeight, const ProResSlice &slice) const;
     /// Counts the coefficients of a slice by size.
     void count(const ProResPlanes &picture, int pictureHeight, const ProResSlice &slice,
                ProResKernels::Counts &counts);

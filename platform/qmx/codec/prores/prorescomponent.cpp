@@ -37,8 +37,9 @@ int dcLevel(const Levels &levels, int lane)
 }
 
 /// The first DC level, then differences. The sign of one is told against that of the one before.
-void codeDc(ProResBitWriter &writer, const Levels &levels, const Lanes &lanes)
+void codeDc(ProResBitWriter &out, const Levels &levels, const Lanes &lanes)
 {
+    ProResBitWriter writer = out; // one that nobody else can see stays in registers
     int before = dcLevel(levels, lanes.first);
     putCode(writer, ProRes::firstDc, folded(before));
     int size = ProRes::firstDcDifference;
@@ -51,6 +52,7 @@ void codeDc(ProResBitWriter &writer, const Levels &levels, const Lanes &lanes)
         size = std::min(std::abs(difference), ProRes::firstDcDifference);
         negative = difference < 0;
     }
+    out = writer;
 }
 
 /// The levels that are not 0, in coding order. Room for what a step of the search writes too much.
@@ -92,7 +94,7 @@ void codeAc(ProResBitWriter &out, const Levels &levels, const Lanes &lanes, cons
 {
     Found found;
     find(levels, lanes, found);
-    ProResBitWriter writer = out; // one that nobody else can see stays in registers
+    ProResBitWriter writer = out;
     int runBefore = ProRes::firstRun;
     int levelBefore = ProRes::firstLevel;
     int next = lanes.count; // where a run of 0 would end

@@ -2,7 +2,6 @@
 #include "platform/qmx/codec/prores/proresformat.h"
 
 #include <algorithm>
-#include <bit>
 
 namespace {
 using ProRes::Matrix;
@@ -74,19 +73,6 @@ int ProRes::quantiserOfScale(double scale)
 {
     const int whole = int(std::clamp(scale, 1.0, double(coarsestScale)));
     return whole <= fineScales ? whole : fineScales + (whole - fineScales) / coarseStep;
-}
-
-ProRes::Code ProRes::code(const Codebook &book, quint32 symbol)
-{
-    const quint32 quotient = symbol >> book.rice;
-    if (quotient <= book.lastRiceQuotient) {
-        const quint32 rest = symbol & ((1U << book.rice) - 1);
-        return {(1U << book.rice) | rest, int(quotient) + 1 + book.rice};
-    }
-    const int zeros = book.lastRiceQuotient + 1;
-    const quint32 value = symbol - (quint32(zeros) << book.rice) + (1U << book.exponential);
-    const int width = std::bit_width(value);
-    return {value, zeros + (width - 1 - book.exponential) + width};
 }
 
 int ProRes::bookAfterRun(int run)

@@ -7,6 +7,7 @@
 #include <QtGlobal>
 
 #include <array>
+#include <bit>
 
 /// Numbers and tables of the ProRes bitstream (SMPTE RDD 36) and of its kinds. Constant; any thread.
 namespace ProRes {
@@ -63,7 +64,18 @@ struct Code
     quint32 value;
     int length; ///< bits
 };
-Code code(const Codebook &book, quint32 symbol);
+inline Code code(const Codebook &book, quint32 symbol)
+{
+    const quint32 quotient = symbol >> book.rice;
+    if (quotient <= book.lastRiceQuotient) {
+        const quint32 rest = symbol & ((1U << book.rice) - 1);
+        return {(1U << book.rice) | rest, int(quotient) + 1 + book.rice};
+    }
+    const int zeros = book.lastRiceQuotient + 1;
+    const quint32 value = symbol - (quint32(zeros) << book.rice) + (1U << book.exponential);
+    const int width = std::bit_width(value);
+    return {value, zeros + (width - 1 - book.exponential) + width};
+}
 
 /// Codes of the first DC coefficient of a slice and of the differences, by the size of the one before.
 constexpr Codebook firstDc{0, 5, 6};

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Compiled for every instruction set, for its shifts and bit counts: there is no vector in it.
+// Compiled for every instruction set of the processor family, the scalar one included.
+#define HWY_COMPILE_ALL_ATTAINABLE
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "platform/qmx/codec/prores/prorescomponent.cpp" // NOLINT
 #include <hwy/foreach_target.h>
@@ -16,6 +17,7 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace ProResComponent::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
 using ProResKernels::Levels;
 
 /// A signed number as a symbol: 0, -1, 1, -2, 2 ...
@@ -55,36 +57,38 @@ void codeDc(ProResBitWriter &out, const Levels &levels, const Lanes &lanes)
     out = writer;
 }
 
-/// The levels that are not 0, in coding order. Room for what a step of the search writes too much.
+/// The levels that are not 0, in coding order, with room for a vector that is written behind them.
 struct Found
 {
-    static constexpr int atOnce = 4;
-    std::array<quint16, ProRes::groupSamples + atOnce> place;
-    std::array<quint16, ProRes::groupSamples + atOnce>
-        signedSize; ///< twice the size, and 1 for a negative one
+    static constexpr size_t room = ProRes::groupSamples + ProRes::lanes;
+    std::array<quint16, room> place;
+    std::array<quint16, room> signedSize; ///< twice the size, and 1 more for a negative one
     int count = 0;
 };
 
+/// Moves together what is there, as many lanes at once as the machine has: each step costs the same, whether
+/// it finds one level or all.
 void find(const Levels &levels, const Lanes &lanes, Found &found)
 {
+    const hn::CappedTag<uint16_t, ProRes::lanes / 2> d;
+    const int step = int(hn::Lanes(d));
+    const auto one = hn::Set(d, 1);
     const quint32 all = lanes.count == ProRes::lanes ? ~0U : (1U << lanes.count) - 1;
     int count = 0;
     for (int n = 1; n < ProRes::blockSamples; ++n) {
         quint64 present = qFromLittleEndian(levels.present[size_t(n)]) >> lanes.first & all;
-        const quint64 negative = qFromLittleEndian(levels.negative[size_t(n)]) >> lanes.first;
+        quint64 negative = qFromLittleEndian(levels.negative[size_t(n)]) >> lanes.first;
         const quint16 *sizes = levels.size.data() + n * ProRes::lanes + lanes.first;
-        const int base = n * lanes.count;
-        quint16 *place = found.place.data() + count;
-        quint16 *size = found.signedSize.data() + count;
-        count += std::popcount(present);
-        // Some at once, whether there are so many or not: that costs less than to be surprised by the end.
-        while (present) {
-            for (int i = 0; i < Found::atOnce; ++i) {
-                const int lane = std::countr_zero(present | quint64(1) << (ProRes::lanes - 1));
-                present &= present - 1;
-                *place++ = quint16(base + lane);
-                *size++ = quint16(sizes[lane] << 1 | (negative >> lane & 1));
-            }
+        int place = n * lanes.count;
+        for (; present; present >>= step, negative >>= step, place += step, sizes += step) {
+            const quint64 bits = qToLittleEndian(present), signs = qToLittleEndian(negative);
+            const auto there = hn::LoadMaskBits(d, reinterpret_cast<const uint8_t *>(&bits));
+            const auto below = hn::LoadMaskBits(d, reinterpret_cast<const uint8_t *>(&signs));
+            const auto size = hn::Add(hn::LoadU(d, sizes), hn::LoadU(d, sizes));
+            const auto signedSize = hn::Or(size, hn::IfThenElseZero(below, one));
+            hn::CompressStore(signedSize, there, d, found.signedSize.data() + count);
+            count +=
+                int(hn::CompressStore(hn::Iota(d, uint16_t(place)), there, d, found.place.data() + count));
         }
     }
     found.count = count;

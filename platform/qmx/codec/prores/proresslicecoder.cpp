@@ -48,7 +48,8 @@ ProResSliceCoder::Area ProResSliceCoder::area(const ProResPlanes &picture, int p
     return {_edge[size_t(plane)].data(), edgeWidth};
 }
 
-void ProResSliceCoder::prefetch(const ProResPlanes &picture, int pictureHeight, const ProResSlice &slice) const
+void ProResSliceCoder::prefetch(const ProResPlanes &picture, int pictureHeight,
+                                const ProResSlice &slice) const
 {
     constexpr int line = 64 / sizeof(quint16); // samples of a cache line
     const int planes = _format.alpha ? 4 : 3;

@@ -36,6 +36,33 @@ ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments
 }
 } // namespace
 
+namespace {
+/// What is wrong with the words, where the parser would only say that something is.
+QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &error)
+{
+    const auto isOption = [](const std::string &word) { return word.starts_with('-'); };
+    const auto name = std::find_if_not(words.begin(), words.end(), isOption);
+    if (name == words.end()) return QStringLiteral("a command is missing");
+    const auto rows = ctlCommands();
+    const auto row =
+        std::find_if(rows.begin(), rows.end(), [&name](const CommandRow &one) { return one.name == *name; });
+    if (row == rows.end())
+        return QStringLiteral("there is no command '%1'").arg(QString::fromStdString(*name));
+    for (const std::string &word : words) {
+        const std::string option = word.substr(0, word.find('='));
+        const bool isKnown =
+            option == "--json" || option == "--help" ||
+            std::any_of(ctlOptions().begin(), ctlOptions().end(), [&](const OptionRow &known) {
+                return row->takes(known) && option == std::string("--") + known.name;
+            });
+        if (option.starts_with("--") && !isKnown)
+            return QStringLiteral("%1 has no option %2")
+                .arg(QString::fromStdString(*name), QString::fromStdString(option));
+    }
+    return QString::fromLocal8Bit(error.what());
+}
+} // namespace
+
 int runCommandLine(int argc, char **argv)
 {
     CLI::App app("xpctl: the recorder's command line", "xpctl");
@@ -81,9 +108,9 @@ int runCommandLine(int argc, char **argv)
             return int(ExitCode::Done);
         }
         // What stands behind the mistake has not been parsed.
-        const bool wantsJson =
-            std::any_of(argv, argv + argc, [](const char *word) { return std::string(word) == "--json"; });
-        return int(Report(wantsJson).error(ExitCode::Usage, QString::fromLocal8Bit(error.what()),
+        const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+        const bool wantsJson = std::find(words.begin(), words.end(), "--json") != words.end();
+        return int(Report(wantsJson).error(ExitCode::Usage, mistakeIn(words, error),
                                            "`xpctl --help` lists the commands, `xpctl COMMAND --help` shows "
                                            "how one is used"));
     }

@@ -84,6 +84,20 @@ private:
     QList<Recorder::Alarm> _errors;
 };
 
+/// The daemon waits for the first picture of its input, however long, and would then begin a take that nobody
+/// wants any more.
+ExitCode giveUpWaiting(Recorder &recorder, const Report &report)
+{
+    if (const ExitCode ended = endOfTake(recorder, report); ended != ExitCode::Done) return ended;
+    return report.error(
+        ExitCode::Refused,
+        QStringLiteral("the take has not begun: no picture has come from %1")
+            .arg(QString::fromStdString(
+                GetDescriptor(eParam_VideoInput)->label(int(recorder.number(eParam_VideoInput))))),
+        "choose an input that has a signal with: xpctl set video_input NAME, or give it one; then record "
+        "again");
+}
+
 /// Waits for as much recorded time as was asked for; false when the take ended before.
 bool takeIsFull(Recorder &recorder, TakeStart &start, double seconds)
 {
@@ -119,6 +133,8 @@ ExitCode ctlRecord(Recorder &recorder, const Report &report, const Arguments &ar
             const ExitCode ended = mayGoOn ? endOfTake(recorder, report) : ExitCode::Done;
             return ended == ExitCode::Done ? report.error(ExitCode::Interrupted, "interrupted") : ended;
         }
+        if (start.newErrors().isEmpty() && recorder.daemonIsRunning() && isRecording(recorder))
+            return giveUpWaiting(recorder, report);
         return gaveUp(recorder, report, "the take has not begun", start.newErrors());
     }
     const QString clip = recorder.clip();

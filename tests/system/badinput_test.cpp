@@ -201,8 +201,12 @@ TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
         check 2 status --for 3; check 2 --nonsense; check 2 get clip_base_name more
         for command in record play still stop "step 1" "cue 1" next prev "clip x" shut-down; do check 3 $command; done
         xpctl --help >/dev/null; xpctl record --help >/dev/null
+        xpctl --json nonsense 2>&1 || true; xpctl record --fro 5 2>&1 || true; xpctl --json 2>&1 || true
     )sh");
-    EXPECT_EQ(usage.out, QByteArray());
+    EXPECT_EQ(usage.out.count('\n'), 4) << usage.out.toStdString();
+    for (const char *mistake :
+         {"there is no command 'nonsense'", "record has no option --fro", "a command is missing"})
+        EXPECT_TRUE(usage.out.contains(mistake)) << usage.out.toStdString();
 
     Sandbox sandbox({"--no-mediad"});
     sandbox.setProfile(small);
@@ -210,6 +214,8 @@ TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
         say words
         for words in "play nan" "play 101" "play x" "step x" "step 99999999" "cue -5" "cue 99:99:99:99" "cue x"; do refused $words; done
         say empty; refused play; say empty-cue; refused cue 5
+        xpctl set video_input input_2; say silent; refused record --for 1; is transport_status stopped
+        xpctl set video_input input_1; until_true eval 'xpctl record --for 0.2 >$OUT/said 2>&1'
         for end in opening interrupt death; do
             say $end
             status=0; xpctl --json record --for 600 >$OUT/said 2>&1 & waiting=$!
@@ -226,6 +232,7 @@ TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
     EXPECT_EQ(block(result.out, "words").count("status 2"), 8) << result.out.toStdString();
     expectRefusal(block(result.out, "empty"), 1, "there is nothing to play");
     expectRefusal(block(result.out, "empty-cue"), 1, "there is nothing to play");
+    expectRefusal(block(result.out, "silent"), 1, "the take has not begun: ");
     EXPECT_TRUE(block(result.out, "opening").endsWith("status 5\n")) << result.out.toStdString();
     EXPECT_TRUE(block(result.out, "interrupt").contains("\"frames\":")) << result.out.toStdString();
     EXPECT_TRUE(block(result.out, "interrupt").endsWith("status 5\n")) << result.out.toStdString();

@@ -94,7 +94,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         kill $watching; wait $watching || true
         export TERM=xterm
         script -qec 'xpctl watch --once; xpctl clip none.mov; NO_COLOR=1 xpctl clip none.mov' $OUT/terminal >/dev/null || true
-        xpctl clip none.mov 2>$OUT/file || true
+        xpctl clip none.mov 2>$OUT/file || true; xpctl --json clip none.mov 2>$OUT/error || true
     )sh");
     ASSERT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
     const QJsonObject commands = schemas()["properties"].toObject();
@@ -116,6 +116,8 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
                 << row.name << " is not in docs/xpctl.schema.json or not run here";
         }
     }
+    const QJsonValue error = QJsonDocument::fromJson(readAll(sandbox.out("error"))).object();
+    EXPECT_EQ(wrong(error, schemas()["$defs"].toObject()["error"].toObject(), "error"), QString());
     EXPECT_TRUE(result.out.contains("\"name\":\"take_001.mov\",\"place\":0")) << "moved down, then up again";
     EXPECT_TRUE(result.out.contains("input 602: /dev/no-camera is not there")) << result.out.toStdString();
     EXPECT_TRUE(result.out.contains("SDI level A, HDMI 4:2:2")) << result.out.toStdString();

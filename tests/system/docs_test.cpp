@@ -3,6 +3,9 @@
 #include "tests/support/print.h"
 #include "tests/system/sandbox.h"
 
+#include <QDir>
+#include <QRegularExpression>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -56,3 +59,31 @@ TEST_P(Guide, everyCommandInItWorks)
 }
 
 INSTANTIATE_TEST_SUITE_P(Docs, Guide, testing::Values("operator.md", "engineer.md", "manual.md"));
+
+TEST(Docs, everyFileThatAPageNamesIsThere)
+{
+    // In code marks, or the target of a link; a path of this source tree, or a name that stands somewhere in
+    // it.
+    static const QRegularExpression named(
+        R"re(`((?:[a-z_]+/)*[a-z0-9_*-]+\.(?:cpp|h|md|sh|json))`|\]\(([^)#:]+))re");
+    const ProgramResult listed = runProgram("git", {"-C", XP_ROOT, "ls-files"});
+    const QByteArray files = "\n/" + QByteArray(listed.out).replace("\n", "\n/");
+    int count = 0;
+    for (const char *folder :
+         {"/", "/docs/", "/docs/decisions/", "/packaging/", "/companions/ctl/", "/tests/system/"}) {
+        for (const QString &page : QDir(XP_ROOT + QString(folder)).entryList({"*.md"})) {
+            auto found = named.globalMatch(QString::fromUtf8(readAll(XP_ROOT + QString(folder) + page)));
+            while (found.hasNext()) {
+                const QRegularExpressionMatch match = found.next();
+                const bool isLink = !match.captured(2).isEmpty();
+                const QString name = match.captured(isLink ? 2 : 1);
+                ++count;
+                const bool isThere = isLink
+                                         ? QFile::exists(XP_ROOT + QString(folder) + name)
+                                         : name.contains('*') || files.contains("/" + name.toUtf8() + "\n");
+                EXPECT_TRUE(isThere) << folder << page.toStdString() << " names " << name.toStdString();
+            }
+        }
+    }
+    EXPECT_GT(count, 60);
+}

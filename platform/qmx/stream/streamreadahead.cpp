@@ -153,7 +153,7 @@ QmxFrame StreamReadAhead::peek() const
 
 QmxFrame StreamReadAhead::read()
 {
-    const QmxFrame frame = peek();
+    QmxFrame frame = peek();
     if (isReading() && _frames.contains(position())) {
         ++_cadence.reads;
         moved();

@@ -40,6 +40,7 @@ TEST_F(AppRig, aTakeIsRecordedNamedListedAndPlayed)
     EXPECT_TRUE(reads(eParam_TransportStatus, 3));
     ASSERT_TRUE(Stepper::runUntil([&] { return vtr().currentFrameNumber() >= start; }));
     command(4);
+    Stepper::runMs(600); // told by the next step that nothing holds up
     EXPECT_TRUE(reads(eParam_TransportStatus, 15)) << "the first stop pauses";
     command(4);
     ASSERT_TRUE(settles(VtrMode::StandbyOff)) << "the second stops";

@@ -152,6 +152,20 @@ TEST_F(PlayScenario, everyStepOfABurstCounts)
     EXPECT_TRUE(std::is_sorted(dialled.begin(), dialled.end()));
 }
 
+TEST_F(PlayScenario, theStatusIsTrueForWhoIsBackBeforeItWasTold)
+{
+    prepare(3000);
+    speed("3.5");
+    EXPECT_TRUE(reads(eParam_TransportStatus, 4u));
+    ASSERT_TRUE(settles(VtrMode::Play));
+    vtr().standbyOff();
+    ASSERT_TRUE(Stepper::runUntil([this] { return !vtr().hasPendingModeChange(); }));
+    vtr().play(3.5);
+    pass(100);
+    EXPECT_EQ(vtr().state().speed(), 3.5);
+    EXPECT_TRUE(reads(eParam_TransportStatus, 4u)) << number(eParam_TransportStatus);
+}
+
 TEST_F(PlayScenario, cuesHoldWhereverTheyAreGiven)
 {
     prepare(3000);

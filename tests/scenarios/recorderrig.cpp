@@ -114,7 +114,9 @@ void RecorderRig::look()
     QmxPreviewPicture picture;
     const quint64 count = _output.count();
     if (count == _outputCount || !_output.read(picture)) return;
-    EXPECT_TRUE(count == _outputCount + 1 || _outputCount == 0) << "the test has missed a picture";
+    // With a new format the ticks begin anew, right after an old one perhaps.
+    EXPECT_TRUE(count == _outputCount + 1 || _outputCount == 0 || picture.format != _lastShown.format)
+        << "the test has missed a picture";
     _outputCount = count;
     Shown one;
     one.tick = picture.tick;

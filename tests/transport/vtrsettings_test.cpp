@@ -136,7 +136,8 @@ TEST_F(SettingsTest, burstOfChanges_makesOneResetAndNoneOutsideStandby)
 
     // What comes to the same is not set up again, unless the input has come anew.
     int setups = 0;
-    QObject::connect(&vtr(), &VtrObject::videoDeviceSetupChanged, [&setups] { ++setups; });
+    const auto counting =
+        QObject::connect(&vtr(), &VtrObject::videoDeviceSetupChanged, [&setups] { ++setups; });
     vtr().setForcePSFOutput(false);
     vtr().setForcePSFOutput(true);
     Stepper::runMs(510);
@@ -148,6 +149,7 @@ TEST_F(SettingsTest, burstOfChanges_makesOneResetAndNoneOutsideStandby)
     emit device->inputChanged(0, input);
     Stepper::runMs(510);
     EXPECT_EQ(setups, 1);
+    QObject::disconnect(counting);
 
     recordClip("clip.mov", 10);
     playClip("clip.mov", 0.0);

@@ -82,6 +82,10 @@ void MainObject::vtrStateChanged(const VtrState &oldState, const VtrState &newSt
 void MainObject::vtrModeChanged(const VtrMode &, const VtrMode &)
 {
     updateTransporterState(_vtr->state());
+    // The speed comes right behind the mode, and who has left a mode and is back in it before that was told
+    // hears of no further change.
+    QMetaObject::invokeMethod(
+        this, [this] { updateTransporterState(_vtr->state()); }, Qt::QueuedConnection);
 }
 
 void MainObject::sendAlarm(int id, QmxAlarm::AlarmLevel level, const QString &text, int line)

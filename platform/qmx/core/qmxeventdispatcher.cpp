@@ -44,6 +44,7 @@ struct QmxEventDispatcher::Private
     int depth = 0;
     int idleCalls = 0; // calls in a row that may not wait and found nothing
 
+    void drainWakeUps();
     bool poll(qint64 timeout, bool sockets, std::vector<QSocketNotifier *> *ready);
     bool activateSockets(bool enabled);
     bool waitReal(QEventLoop::ProcessEventsFlags flags);
@@ -72,6 +73,12 @@ std::shared_ptr<QmxClock> QmxEventDispatcher::clock() const
     return d->clock;
 }
 
+void QmxEventDispatcher::Private::drainWakeUps()
+{
+    quint64 count = 0;
+    while (::read(wakeFd, &count, sizeof(count)) > 0) {}
+}
+
 /// Waits up to `timeout` nanoseconds of real time (`never`: without end) for a wake-up or a socket; whether
 /// there was one. `ready`: takes the notifiers whose condition holds.
 bool QmxEventDispatcher::Private::poll(qint64 timeout, bool sockets, std::vector<QSocketNotifier *> *ready)
@@ -86,6 +93,12 @@ bool QmxEventDispatcher::Private::poll(qint64 timeout, bool sockets, std::vector
         limit.tv_nsec = timeout % QmxClock::nsPerSecond;
     }
     if (ppoll(fds.data(), fds.size(), timeout == never ? nullptr : &limit, nullptr) <= 0) return false;
+    if (fds[0].revents & POLLIN) {
+        // The flag may have been taken between its being set and this being written: set again, so that
+        // nobody is woken by it for ever.
+        drainWakeUps();
+        wake = true;
+    }
     std::vector<QSocketNotifier *> closed;
     for (size_t i = 1; ready && i < fds.size(); ++i) {
         QSocketNotifier *notifier = notifiers[qsizetype(i) - 1];
@@ -152,10 +165,7 @@ bool QmxEventDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags)
     const bool timers = !(flags & QEventLoop::X11ExcludeTimers);
     const auto work = [&] {
         bool found = d->wake.exchange(false);
-        if (found) {
-            quint64 count = 0;
-            while (::read(d->wakeFd, &count, sizeof(count)) > 0) {}
-        }
+        if (found) d->drainWakeUps();
         QCoreApplication::sendPostedEvents();
         if (!d->interrupted) found |= d->activateSockets(sockets);
         if (timers && !d->interrupted) found |= d->timers.fire(d->clock->now());

@@ -4,7 +4,10 @@
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"
 #include "tests/support/stepper.h"
+#include "tests/support/testfiles.h"
 
+#include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
 
 #include <gtest/gtest.h>
@@ -66,6 +69,28 @@ protected:
         return process.exitStatus() == QProcess::CrashExit ? -1 : process.exitCode();
     }
     static void signal(const QProcess &process, int sig) { ::kill(pid_t(process.processId()), sig); }
+    /// Signals it when nothing has been logged for a while: a handler that comes in the middle of a line of
+    /// the log waits for the end of that line for ever.
+    static void signalInSilence(QProcess &process, QByteArray &said, int sig)
+    {
+        constexpr int silenceMs = 100;
+        QElapsedTimer silence;
+        silence.start();
+        const auto isSilent = [&] {
+            said += process.readAllStandardOutput();
+            const QByteArray log = process.readAllStandardError();
+            said += log;
+            if (!log.isEmpty()) silence.start();
+            return silence.hasExpired(silenceMs);
+        };
+        EXPECT_TRUE(Stepper::waitFor(isSilent, kPatience));
+        signal(process, sig);
+    }
+    static bool hasChildren(const QProcess &process)
+    {
+        const QString id = QString::number(process.processId());
+        return !readAll(QStringLiteral("/proc/%1/task/%1/children").arg(id)).trimmed().isEmpty();
+    }
     /// Collects what it writes until `text` is there.
     static bool says(QProcess &process, QByteArray &said, const QByteArray &text)
     {
@@ -176,35 +201,35 @@ TEST_F(XpdTest, inDebugModeSignalsAreIgnoredOrEndItInOrderOrByForce)
     ASSERT_TRUE(reads(eParam_TransportStatus, 1));
     const std::pair<int, const char *> ignored[] = {{SIGUSR1, "User defined signal 1"}, {SIGHUP, "Hangup"}};
     for (const auto &[sig, name] : ignored) {
-        signal(*polite, sig);
+        signalInSilence(*polite, said, sig);
         EXPECT_TRUE(says(*polite, said, QByteArray("Ignoring Signal. ") + name));
     }
     // It still does what it is told.
     ASSERT_TRUE(store->setUInt(eParam_LoopPlayback, 1));
     EXPECT_TRUE(says(*polite, said, "loop_playback"));
-    signal(*polite, SIGINT);
+    signalInSilence(*polite, said, SIGINT);
     EXPECT_TRUE(says(*polite, said, "VtrObject shutdown complete..."));
     EXPECT_EQ(end(*polite), 0);
     EXPECT_TRUE(said.contains("Exit requested. Interrupt"));
     EXPECT_FALSE(said.contains("Forcing exit."));
     EXPECT_EQ(read(eParam_TransportStatus), 20u);
 
+    // A second one, while the first is being obeyed: with a clock this slow that takes half a minute.
+    const QString profile = QStringLiteral("/etc/xp/lumen.ini");
+    writeAll(profile, "[device]\nclock=fast:0.02\n");
     const auto impatient = start({"-D"});
     ASSERT_TRUE(reads(eParam_TransportStatus, 1));
     said.clear();
-    signal(*impatient, SIGINT);
+    signalInSilence(*impatient, said, SIGINT);
     ASSERT_TRUE(says(*impatient, said, "Exit requested. Interrupt"));
-    // While the terminal is restored a further one is lost, as for any program that waits for another.
-    EXPECT_TRUE(Stepper::waitFor(
-        [&] {
-            if (impatient->state() == QProcess::Running) signal(*impatient, SIGINT);
-            said += impatient->readAllStandardOutput() + impatient->readAllStandardError();
-            return impatient->state() == QProcess::NotRunning;
-        },
-        kPatience));
+    // Until the terminal has been restored a further one is lost, as for any program that waits for another.
+    EXPECT_TRUE(Stepper::waitFor([&] { return !hasChildren(*impatient); }, kPatience));
+    signalInSilence(*impatient, said, SIGINT);
     EXPECT_EQ(end(*impatient), 1);
+    said += impatient->readAllStandardOutput() + impatient->readAllStandardError();
     EXPECT_TRUE(said.contains("Forcing exit. Interrupt"));
     EXPECT_FALSE(said.contains("VtrObject shutdown complete..."));
+    QFile::remove(profile);
 }
 
 TEST_F(XpdTest, aCrashTellsWhereAndAborts)
@@ -215,8 +240,8 @@ TEST_F(XpdTest, aCrashTellsWhereAndAborts)
     };
     const auto xpd = start({"-D"});
     ASSERT_TRUE(reads(eParam_TransportStatus, 1));
-    xpd->readAllStandardOutput();
-    signal(*xpd, SIGSEGV);
+    QByteArray before;
+    signalInSilence(*xpd, before, SIGSEGV);
     const QByteArray told = crashes(*xpd);
     EXPECT_TRUE(told.contains("Aborting. Segmentation fault")) << told.toStdString();
     EXPECT_TRUE(xpd->readAllStandardError().contains("Aborting. Segmentation fault")) << "not in the log";

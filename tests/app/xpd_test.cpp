@@ -48,6 +48,7 @@ protected:
                                environment.value("ASAN_OPTIONS") + ":verify_asan_link_order=0");
         }
         process->setProcessEnvironment(environment);
+        endsWithUs(*process);
         process->start(XPD_PROGRAM, options);
         EXPECT_TRUE(process->waitForStarted());
         return process;

@@ -15,8 +15,18 @@
 namespace {
 struct Shown
 {
-    std::mutex mutex;
-    QList<QmxOutputFrame> frames;
+    QList<QmxOutputFrame> taken() const
+    {
+        const std::lock_guard lock(mutex);
+        return frames;
+    }
+    void clear()
+    {
+        const std::lock_guard lock(mutex);
+        frames.clear();
+    }
+    mutable std::mutex mutex;
+    QList<QmxOutputFrame> frames; ///< of the device's thread
 };
 
 class MemorySink : public QmxSink
@@ -109,11 +119,12 @@ TEST(WholeCard, recordsAndPlaysEveryFrameOnce)
     }
     EXPECT_EQ(samples, length * 8008 / 5); // thirty frames are six turns of the cadence
 
-    shown->frames.clear();
+    shown->clear();
     Stepper::runTicks(length, 30000, 1001);
-    ASSERT_EQ(shown->frames.size(), length);
+    const QList<QmxOutputFrame> seen = shown->taken();
+    ASSERT_EQ(seen.size(), length);
     for (int i = 0; i < length; ++i)
-        EXPECT_EQ(QmxStrip::read(shown->frames.at(i).picture).value_or(0), *first + quint32(i)) << i;
+        EXPECT_EQ(QmxStrip::read(seen.at(i).picture).value_or(0), *first + quint32(i)) << i;
 }
 
 TEST(WholeCard, convertsOnTheWayInAndOut)
@@ -182,7 +193,7 @@ TEST(WholeCard, convertsOnTheWayInAndOut)
         EXPECT_EQ(QmxStrip::read(last).value_or(0), QmxStrip::read(first).value_or(9) + 3);
 
         const QmxImageDesc out = QmxSourceFormat::fromText(QLatin1String(now.shown));
-        const QmxOutputFrame frame = shown->frames.last();
+        const QmxOutputFrame frame = shown->taken().last();
         EXPECT_EQ(frame.desc.scanMode(), out.scanMode());
         EXPECT_EQ(frame.desc.frameRate(), out.frameRate());
         EXPECT_EQ(QSize(frame.desc.width(), frame.desc.height()), QSize(out.width(), out.height()));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/store/redisserver.h"
+#include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,7 @@ QStringList RedisServer::arguments() const
 bool RedisServer::tryToStart()
 {
     _process.setProcessChannelMode(QProcess::MergedChannels);
+    endsWithUs(_process);
     _process.start("redis-server", arguments());
     const QByteArray ready = _watchedPort == 0 ? "Ready to accept connections" : "+monitor master";
     QByteArray output;

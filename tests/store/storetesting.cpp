@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/store/storetesting.h"
+#include "tests/support/testfiles.h"
 
 #include <QCoreApplication>
 
@@ -12,6 +13,7 @@ constexpr int patience = 20000; // real milliseconds; other processes do not run
 Worker::Worker(const QStringList &arguments)
 {
     _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    endsWithUs(_process);
     _process.start(QCoreApplication::applicationDirPath() + "/store_worker", arguments);
     EXPECT_TRUE(_process.waitForStarted());
 }

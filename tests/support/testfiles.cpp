@@ -8,6 +8,10 @@
 #include <QFileInfo>
 #include <QProcess>
 
+#include <csignal>
+
+#include <sys/prctl.h>
+
 static QString placeForTests()
 {
     const QString memory = QStringLiteral("/dev/shm");
@@ -19,10 +23,17 @@ TestDir::TestDir() : _dir(placeForTests() + QStringLiteral("/xp-test-XXXXXX"))
     EXPECT_TRUE(_dir.isValid()) << _dir.errorString().toStdString();
 }
 
+void endsWithUs(QProcess &process)
+{
+    // With it Qt starts programs by fork(): the thread sanitizer loses track of a thread that calls vfork().
+    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+}
+
 ProgramResult runProgram(const QString &program, const QStringList &arguments, int realMs)
 {
     ProgramResult result;
     QProcess process;
+    endsWithUs(process);
     process.start(program, arguments);
     const bool ended = process.waitForFinished(realMs);
     result.out = process.readAllStandardOutput();

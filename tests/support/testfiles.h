@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+class QProcess;
+
 /// A directory that goes with the test, on a memory file system when there is one (so that it is not on
 /// the file system of "/" and costs no disk).
 class TestDir
@@ -26,6 +28,9 @@ struct ProgramResult
     QByteArray out;
     QByteArray err;
 };
+
+/// The program that will be started ends with this one, also when a test is killed.
+void endsWithUs(QProcess &process);
 
 /// Runs a program ("ffprobe") to its end, at most `realMs`. Real time; the stepped clock stands still.
 ProgramResult runProgram(const QString &program, const QStringList &arguments, int realMs = 60000);

@@ -7,6 +7,7 @@ std::span<const BenchRow> benchRows()
         {"record", "a take in real time: frames lost, CPU a frame, longest turn of the event loop",
          benchRecord},
         {"record50", "the same with 50 pictures a second", benchRecord50},
+        {"record_uhd", "the same with 3840 by 2160 pictures, 25 a second", benchRecordUhd},
         {"record_start", "from the record command to the first frame of the clip", benchRecordStart},
         {"store", "a change in the store until another process hears it", benchStoreDelivery},
         {"burst", "10,000 changes and five listeners: what is lost", benchStoreBurst},

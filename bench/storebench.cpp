@@ -258,6 +258,7 @@ QList<Figure> benchParameterToAction(int seconds)
 {
     constexpr unsigned play = 1;
     constexpr unsigned stop = 4;
+    constexpr unsigned playing = 3; // of the transport's status
     constexpr int length = 100;
     RecorderUnderBench recorder;
     if (!recorder.startTake()) return {};
@@ -267,8 +268,17 @@ QList<Figure> benchParameterToAction(int seconds)
     StatusListener listener;
     config->addListener(&listener);
     config->setUInt(eParam_LoopPlayback, 1);
-    recorder.write(eParam_TransportCommand, play);
-    if (!recorder.waitFor("playback", [&] { return recorder.shown().frame > 2; })) return {};
+    // A command that comes while the take's mode is still being left is refused, so it is given again.
+    constexpr qint64 again = 200 * qint64(nsPerMs);
+    qint64 given = 0;
+    const auto plays = [&] {
+        if (recorder.status() != playing && monotonicNs() - given > again) {
+            recorder.write(eParam_TransportCommand, play);
+            given = monotonicNs();
+        }
+        return recorder.shown().frame > 2;
+    };
+    if (!recorder.waitFor("playback", plays)) return {};
     QList<double> times;
     // 1.5 is told as faster than normal, 0.5 as normal: every write is told at once, and nothing is opened.
     for (int i = 0; i < std::clamp(seconds * 4, 40, 200); ++i) {

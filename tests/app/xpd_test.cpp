@@ -37,7 +37,7 @@ protected:
     static std::unique_ptr<QProcess>
     start(const QStringList &options, const QString &notifySocket = QString(), const char *preload = nullptr)
     {
-        auto process = std::make_unique<QProcess>();
+        auto process = std::make_unique<ChildProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("TERM", "dumb");
         if (!notifySocket.isEmpty()) environment.insert("NOTIFY_SOCKET", notifySocket);
@@ -48,7 +48,6 @@ protected:
                                environment.value("ASAN_OPTIONS") + ":verify_asan_link_order=0");
         }
         process->setProcessEnvironment(environment);
-        endsWithUs(*process);
         process->start(XPD_PROGRAM, options);
         EXPECT_TRUE(process->waitForStarted());
         return process;

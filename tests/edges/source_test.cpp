@@ -67,7 +67,6 @@ public:
     Sender(const QString &clip, const QString &address)
     {
         const bool isRtp = address.startsWith(QLatin1String("rtp"));
-        endsWithUs(_process);
         _process.start(QStringLiteral("ffmpeg"),
                        QStringLiteral("-v error -re -stream_loop -1 -i %1 -c copy -f %2 %3?pkt_size=1316")
                            .arg(clip, QLatin1String(isRtp ? "rtp_mpegts" : "mpegts"), address)
@@ -80,7 +79,7 @@ public:
     }
 
 private:
-    QProcess _process;
+    ChildProcess _process;
 };
 
 /// A source ticked by the machine's own clock.

@@ -40,8 +40,7 @@ int readBack(ClipCache &cache)
 
 std::unique_ptr<QProcess> worker(const char *role)
 {
-    auto process = std::make_unique<QProcess>();
-    endsWithUs(*process);
+    auto process = std::make_unique<ChildProcess>();
     process->start(QCoreApplication::applicationDirPath() + "/cache_worker", {role, folder});
     EXPECT_TRUE(process->waitForReadyRead());
     return process;

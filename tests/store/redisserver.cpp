@@ -71,7 +71,6 @@ QStringList RedisServer::arguments() const
 bool RedisServer::tryToStart()
 {
     _process.setProcessChannelMode(QProcess::MergedChannels);
-    endsWithUs(_process);
     _process.start("redis-server", arguments());
     const QByteArray ready = _watchedPort == 0 ? "Ready to accept connections" : "+monitor master";
     QByteArray output;

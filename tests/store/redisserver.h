@@ -3,7 +3,6 @@
 
 #include "tests/support/testfiles.h"
 
-#include <QProcess>
 #include <QStringList>
 
 #include <string>
@@ -36,5 +35,5 @@ private:
     TestDir _dir;
     int _port = 0;
     int _watchedPort = 0; ///< of the server, when this is a sentinel
-    QProcess _process;
+    ChildProcess _process;
 };

@@ -13,7 +13,6 @@ constexpr int patience = 20000; // real milliseconds; other processes do not run
 Worker::Worker(const QStringList &arguments)
 {
     _process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    endsWithUs(_process);
     _process.start(QCoreApplication::applicationDirPath() + "/store_worker", arguments);
     EXPECT_TRUE(_process.waitForStarted());
 }

@@ -3,9 +3,9 @@
 
 #include "platform/store/configfactoryimpl.h"
 #include "tests/support/stepper.h"
+#include "tests/support/testfiles.h"
 
 #include <QByteArray>
-#include <QProcess>
 #include <QStringList>
 
 #include <memory>
@@ -96,6 +96,6 @@ public:
     int status() const { return _process.exitCode(); }
 
 private:
-    QProcess _process;
+    ChildProcess _process;
     QByteArray _output;
 };

@@ -6,7 +6,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 
 #include <csignal>
 
@@ -23,17 +22,15 @@ TestDir::TestDir() : _dir(placeForTests() + QStringLiteral("/xp-test-XXXXXX"))
     EXPECT_TRUE(_dir.isValid()) << _dir.errorString().toStdString();
 }
 
-void endsWithUs(QProcess &process)
+ChildProcess::ChildProcess()
 {
-    // With it Qt starts programs by fork(): the thread sanitizer loses track of a thread that calls vfork().
-    process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
 }
 
 ProgramResult runProgram(const QString &program, const QStringList &arguments, int realMs)
 {
     ProgramResult result;
-    QProcess process;
-    endsWithUs(process);
+    ChildProcess process;
     process.start(program, arguments);
     const bool ended = process.waitForFinished(realMs);
     result.out = process.readAllStandardOutput();

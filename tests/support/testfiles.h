@@ -2,11 +2,10 @@
 #pragma once
 
 #include <QByteArray>
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
-
-class QProcess;
 
 /// A directory that goes with the test, on a memory file system when there is one (so that it is not on
 /// the file system of "/" and costs no disk).
@@ -29,8 +28,13 @@ struct ProgramResult
     QByteArray err;
 };
 
-/// The program that will be started ends with this one, also when a test is killed.
-void endsWithUs(QProcess &process);
+/// A program that ends with this one, also when a test is killed. A class of its own makes Qt start it by
+/// fork(): the thread sanitizer loses track of a thread that has gone through vfork().
+class ChildProcess : public QProcess
+{
+public:
+    ChildProcess();
+};
 
 /// Runs a program ("ffprobe") to its end, at most `realMs`. Real time; the stepped clock stands still.
 ProgramResult runProgram(const QString &program, const QStringList &arguments, int realMs = 60000);

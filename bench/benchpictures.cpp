@@ -102,7 +102,7 @@ QmxPicture benchPicture(const BenchFilm &film, const QSize &size, int number)
                 const double value =
                     film.sample(plane, plane ? 2 * x : x, y, t, double(random >> 8) / 0xffffff);
                 picture.row(plane, y)[x] =
-                    quint16(black + std::clamp(value, 0.0, 1.0) * (plane ? chromaSpan : lumaSpan) + 0.5);
+                    quint16(qRound(black + std::clamp(value, 0.0, 1.0) * (plane ? chromaSpan : lumaSpan)));
             }
     return picture;
 }

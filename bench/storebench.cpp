@@ -157,6 +157,7 @@ QList<Figure> benchStoreBurst(int)
     const auto config = client(uri, true);
     if (!config) return {};
     std::vector<std::unique_ptr<StoreListener>> heard;
+    heard.reserve(listeners);
     for (int i = 0; i < listeners; ++i)
         heard.push_back(std::make_unique<StoreListener>(QStringList{"ours", QString::fromStdString(uri)}));
     const qint64 begin = monotonicNs();

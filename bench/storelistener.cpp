@@ -122,6 +122,7 @@ StoreListener::StoreListener(const QStringList &role)
     for (const QString &word : role)
         words.push_back(word.toLocal8Bit());
     std::vector<char *> pointers;
+    pointers.reserve(words.size() + 1);
     for (QByteArray &word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);

@@ -106,6 +106,6 @@ function(xp_tests name)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} test_support GTest::gtest)
   xp_use_precompiled(${name} precompiled_tests)
   include(GoogleTest)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES
     PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}" RUN_SERIAL ${ARG_SERIAL})
 endfunction()

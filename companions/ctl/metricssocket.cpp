@@ -76,7 +76,7 @@ QString MetricsSocket::listen(const QString &path)
     const int error = errno;
     ::umask(mask);
     if (!isBound || ::listen(fd, backlog) != 0) {
-        const QString reason = QString::fromLocal8Bit(std::strerror(isBound ? errno : error));
+        QString reason = QString::fromLocal8Bit(std::strerror(isBound ? errno : error));
         if (fd >= 0) ::close(fd);
         return reason;
     }

@@ -102,7 +102,7 @@ ExitCode giveUpWaiting(Recorder &recorder, const Report &report)
 bool takeIsFull(Recorder &recorder, TakeStart &start, double seconds)
 {
     const double rate = double(recorder.counter("clip_rate")) / 1000.0;
-    const qint64 wanted = qint64(seconds * rate + 0.5);
+    const qint64 wanted = qRound64(seconds * rate);
     const auto full = [&] {
         start.newErrors();
         return recorder.counter("current_clip_frames") >= wanted || !isRecording(recorder);

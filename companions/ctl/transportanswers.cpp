@@ -21,7 +21,7 @@ constexpr AdviceRow refusals[] = {
 
 QString adviceFor(const Recorder::Alarm &alarm)
 {
-    const QString list = QStringLiteral("alarm %1; `xpctl alarms` lists what is wrong").arg(alarm.name);
+    QString list = QStringLiteral("alarm %1; `xpctl alarms` lists what is wrong").arg(alarm.name);
     for (const AdviceRow &row : refusals) {
         if (alarm.message == QLatin1String(row.message)) {
             return QLatin1String(row.advice) + QStringLiteral(" (%1)").arg(list);

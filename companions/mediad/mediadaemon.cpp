@@ -309,7 +309,8 @@ QmxTaskThread &MediaDaemon::picturesOf(Place &place)
 {
     constexpr int bound = 1;
     if (!place.pictures)
-        place.pictures = std::make_unique<QmxTaskThread>(QStringLiteral("media-pictures"), bound, _environment);
+        place.pictures =
+            std::make_unique<QmxTaskThread>(QStringLiteral("media-pictures"), bound, _environment);
     return *place.pictures;
 }
 
@@ -317,7 +318,9 @@ QmxTaskThread &MediaDaemon::picturesOf(Place &place)
 void MediaDaemon::picture(const MediaParameters &is)
 {
     *_recording = is.daemonRuns && is.status == MediaValues::Recording;
-    for (const auto &[path, place] : _places) {
+    for (const auto &entry : _places) {
+        const std::string &path = entry.first;
+        const auto &place = entry.second;
         if (*_recording) place->pictured = 0;
         if (*_recording || !place->known || place->pictured == place->known->clips) continue;
         const std::string folder = thumbnailRoot + path.substr(path.rfind('/'));

@@ -60,6 +60,7 @@ std::vector<Mount> parseMountTable(const std::string &text, const std::string &r
                        has(options, "rw") && has(superOptions, "rw")};
     }
     std::vector<Mount> mounts;
+    mounts.reserve(found.size());
     for (auto &[path, mount] : found) {
         mounts.push_back(std::move(mount));
     }

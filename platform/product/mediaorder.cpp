@@ -103,7 +103,7 @@ std::string MediumReport::print(const std::vector<MediumReport> &media)
 std::vector<MediumReport> MediumReport::parse(const std::string &text)
 {
     std::vector<MediumReport> media;
-    for (const QJsonValue &value : document(text).array()) {
+    for (const auto &value : document(text).array()) {
         const QJsonObject object = value.toObject();
         media.push_back({word(object, "path"), word(object, "label"), word(object, "state"),
                          object.value("percent_free").toDouble(),

@@ -125,7 +125,7 @@ StoreResult RedisBackend::run(const char *script, const Words &keys, const Words
     Words command{"EVAL", script, std::to_string(keys.size())};
     command.insert(command.end(), keys.begin(), keys.end());
     command.insert(command.end(), arguments.begin(), arguments.end());
-    const StoreResult result = ask(command, answer, lost);
+    StoreResult result = ask(command, answer, lost);
     if (!result.isDone()) return result;
     static const std::unordered_map<std::string, Answer> outcomes = {
         {"done", Answer::Done}, {"gone", Answer::Gone}, {"back", Answer::Back}, {"there", Answer::There}};
@@ -205,6 +205,7 @@ StoreResult RedisBackend::write(const std::vector<StoreWrite> &writes, std::vect
         _firstTry = _try + 1;
     }
     std::vector<Order> orders;
+    orders.reserve(writes.size());
     for (const StoreWrite &one : writes)
         orders.push_back({one, 0});
     bool lost = false;
@@ -224,7 +225,7 @@ StoreResult RedisBackend::read(eParam_t id, std::optional<StoredValue> &stored)
     stored.reset();
     RedisValue answer;
     Answer outcome = Answer::Done;
-    const StoreResult result = run(RedisScripts::read, storeKeys(), {std::to_string(id)}, answer, outcome);
+    StoreResult result = run(RedisScripts::read, storeKeys(), {std::to_string(id)}, answer, outcome);
     if (!result.isDone()) return result;
     if (outcome == Answer::Gone) return missing();
     StoredValue found;
@@ -239,7 +240,7 @@ StoreResult RedisBackend::take(StoreImage &image, StoreCursor &cursor, Origins *
     image.clear();
     RedisValue answer;
     Answer outcome = Answer::Done;
-    const StoreResult result = run(RedisScripts::snapshot, storeKeys(), {}, answer, outcome);
+    StoreResult result = run(RedisScripts::snapshot, storeKeys(), {}, answer, outcome);
     if (!result.isDone()) return result;
     if (outcome == Answer::Gone) return missing();
     cursor.epoch = answer.at(1).text;
@@ -274,9 +275,8 @@ StoreResult RedisBackend::changes(const StoreCursor &cursor, int most, std::vect
     RedisValue answer;
     Answer outcome = Answer::Done;
     // The entry at the cursor comes along: it tells whether this is still the history that was read.
-    const StoreResult result =
-        run(RedisScripts::changes, storeKeys(), {std::to_string(cursor.version), std::to_string(most + 1)},
-            answer, outcome);
+    StoreResult result = run(RedisScripts::changes, storeKeys(),
+                             {std::to_string(cursor.version), std::to_string(most + 1)}, answer, outcome);
     if (!result.isDone()) return result;
     if (outcome == Answer::Gone) return missing();
     const std::string &epoch = answer.at(1).text;
@@ -335,7 +335,7 @@ StoreResult RedisBackend::alarmHistory(int newest, std::vector<AlarmRecord> &rec
     records.clear();
     if (newest <= 0) return {};
     RedisValue answer;
-    const StoreResult result = ask({"LRANGE", key("alarms"), std::to_string(-newest), "-1"}, answer);
+    StoreResult result = ask({"LRANGE", key("alarms"), std::to_string(-newest), "-1"}, answer);
     if (!result.isDone()) return result;
     for (const RedisValue &item : answer.items) {
         StoredValue stored;

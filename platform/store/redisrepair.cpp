@@ -53,7 +53,7 @@ StoreResult RedisBackend::create()
     keys.push_back(key("alarms"));
     RedisValue answer;
     Answer outcome = Answer::Done;
-    const StoreResult result = run(RedisScripts::create, keys, arguments, answer, outcome);
+    StoreResult result = run(RedisScripts::create, keys, arguments, answer, outcome);
     if (result.isDone() && outcome == Answer::Done && !isNew)
         qmxLogOutput(1, module, __LINE__, "%s. Look at the settings\n", text.c_str());
     return result;
@@ -64,8 +64,8 @@ StoreResult RedisBackend::beginEpoch(const std::string &old, bool &first)
 {
     RedisValue answer;
     Answer outcome = Answer::Done;
-    const StoreResult result = run(RedisScripts::beginEpoch, storeKeys(),
-                                   {old, newEpoch(), std::to_string(newestKnown())}, answer, outcome);
+    StoreResult result = run(RedisScripts::beginEpoch, storeKeys(),
+                             {old, newEpoch(), std::to_string(newestKnown())}, answer, outcome);
     first = result.isDone() && outcome == Answer::Done;
     if (!first) return result;
     const std::string text = "The configuration store " + _address.text() +
@@ -90,7 +90,7 @@ StoreResult RedisBackend::clearLeftovers(bool thorough)
     StoreImage image;
     StoreCursor cursor;
     Origins origins;
-    const StoreResult result = take(image, cursor, &origins);
+    StoreResult result = take(image, cursor, &origins);
     if (!result.isDone()) return result;
     std::vector<Order> stale;
     for (const auto &[id, stored] : image) {

@@ -86,8 +86,8 @@ if redis.call('EXISTS', KEYS[1]) == 0 then return {'gone'} end
 return {'done', redis.call('HGET', KEYS[3], ARGV[1])}
 )lua";
 
-/// KEYS: epoch, version, param, log, alarms. ARGV: the new epoch, a version below which no write may come; then
-/// for each parameter: id, flags, row. Flags: a an alarm that is up.
+/// KEYS: epoch, version, param, log, alarms. ARGV: the new epoch, a version below which no write may come;
+/// then for each parameter: id, flags, row. Flags: a an alarm that is up.
 inline constexpr const char *create = R"lua(
 if redis.call('EXISTS', KEYS[1]) == 1 then return {'there'} end
 local top = math.max(tonumber(ARGV[2]), tonumber(redis.call('GET', KEYS[2]) or '0'))

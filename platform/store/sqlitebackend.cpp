@@ -71,13 +71,13 @@ StoreResult SqliteBackend::openAtPath()
     // Nobody leaves an empty file there; the library would wait for a lock on it.
     if (_files.isEmpty()) return damaged("it is empty");
     if (!_database.open(_files.database(), SqliteDatabase::ReadWrite)) {
-        const StoreResult result = _database.result("cannot open");
+        StoreResult result = _database.result("cannot open");
         disconnect();
         return result;
     }
     // In this mode readers never wait for the writer. A file that cannot be written stays as it is.
     if (_database.text("PRAGMA journal_mode = WAL") != "wal" && _database.isFailed()) {
-        const StoreResult result = _database.result("cannot open");
+        StoreResult result = _database.result("cannot open");
         disconnect();
         if (result.code != StoreResult::ReadOnly) return result;
         if (!_database.open(_files.database(), SqliteDatabase::ReadOnly))
@@ -149,7 +149,7 @@ StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work)
         }
         if (result.code == StoreResult::Damaged && !restored) {
             restored = true;
-            const StoreResult restoring = createOrRestore(result.text);
+            StoreResult restoring = createOrRestore(result.text);
             if (restoring.isDone()) continue;
             return restoring;
         }
@@ -159,7 +159,7 @@ StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work)
 
 StoreResult SqliteBackend::write(const std::vector<StoreWrite> &writes, std::vector<quint64> &versions)
 {
-    const StoreResult result = locked([&] { return commit(writes, versions); });
+    StoreResult result = locked([&] { return commit(writes, versions); });
     const quint64 newest = versions.empty() ? 0 : *std::max_element(versions.begin(), versions.end());
     if (result.isDone() && newest > 0) _wakeup.send(newest);
     return result;
@@ -179,8 +179,7 @@ StoreResult SqliteBackend::commit(const std::vector<StoreWrite> &writes, std::ve
     }
     done = done && trim(newest) && _database.exec("COMMIT");
     if (done) return {};
-    const StoreResult result =
-        _database.isFailed() ? _database.result("cannot write") : damaged("a row is broken");
+    StoreResult result = _database.isFailed() ? _database.result("cannot write") : damaged("a row is broken");
     _database.clearError();
     _database.exec("ROLLBACK");
     _database.clearError();
@@ -232,7 +231,7 @@ bool SqliteBackend::trim(quint64 newest)
 
 StoreResult SqliteBackend::read(eParam_t id, std::optional<StoredValue> &stored)
 {
-    if (const StoreResult result = connectForReading(); !result.isDone()) return result;
+    if (StoreResult result = connectForReading(); !result.isDone()) return result;
     return readRow(id, stored);
 }
 
@@ -254,13 +253,13 @@ StoreResult SqliteBackend::readRow(eParam_t id, std::optional<StoredValue> &stor
 
 StoreResult SqliteBackend::snapshot(StoreImage &image, StoreCursor &cursor)
 {
-    if (const StoreResult result = connectForReading(); !result.isDone()) return result;
+    if (StoreResult result = connectForReading(); !result.isDone()) return result;
     image.clear();
     const ReadTransaction moment(_database);
     cursor.version = SqliteSchema::newestVersion(_database);
     cursor.epoch = _epoch;
     const int broken = SqliteSchema::readParameters(_database, image);
-    const StoreResult result = _database.result("cannot read");
+    StoreResult result = _database.result("cannot read");
     if (result.isDone() && broken > 0) return damaged(std::to_string(broken) + " rows have a wrong checksum");
     return result;
 }
@@ -270,7 +269,7 @@ StoreResult SqliteBackend::changes(const StoreCursor &cursor, int most, std::vec
 {
     changes.clear();
     reload = false;
-    if (const StoreResult result = connectForReading(); !result.isDone()) return result;
+    if (StoreResult result = connectForReading(); !result.isDone()) return result;
     if (_epoch != cursor.epoch) {
         reload = true;
         return {};
@@ -298,7 +297,7 @@ StoreResult SqliteBackend::changes(const StoreCursor &cursor, int most, std::vec
     }
     if (!_database.isFailed() && changes.empty())
         reload = SqliteSchema::newestVersion(_database) != cursor.version;
-    const StoreResult result = _database.result("cannot read");
+    StoreResult result = _database.result("cannot read");
     if (!result.isDone()) changes.clear();
     return result;
 }
@@ -318,7 +317,7 @@ void SqliteBackend::drain()
 StoreResult SqliteBackend::alarmHistory(int newest, std::vector<AlarmRecord> &records)
 {
     records.clear();
-    if (const StoreResult result = connectForReading(); !result.isDone()) return result;
+    if (StoreResult result = connectForReading(); !result.isDone()) return result;
     constexpr qint64 microseconds = 1'000'000;
     SqliteStatement rows(_database, "SELECT id, value, source, time FROM (SELECT * FROM alarm_history "
                                     "ORDER BY number DESC LIMIT ?) ORDER BY number");

@@ -60,7 +60,7 @@ std::string SqliteBackend::checkpoint()
     _checkpointed = newest;
     // PASSIVE waits for nobody; the next writer then begins the write-ahead log anew.
     _database.exec("PRAGMA wal_checkpoint(PASSIVE)");
-    const std::string reason = _database.result("cannot checkpoint").text;
+    std::string reason = _database.result("cannot checkpoint").text;
     _database.clearError();
     return reason;
 }

@@ -104,8 +104,7 @@ StoreResult SqliteBackend::createOrRestore(const std::string &reason)
                               std::to_string(::getpid()) + "-" + std::to_string(++count) +
                               StoreCursor::epochSuffix(top);
     const std::string fresh = _files.database() + ".new";
-    if (const StoreResult made = SqliteSchema::createFile(fresh, image, top, epoch); !made.isDone())
-        return made;
+    if (StoreResult made = SqliteSchema::createFile(fresh, image, top, epoch); !made.isDone()) return made;
     const auto setAside = _files.setAside(stamp);
     if (!setAside || ::rename(fresh.c_str(), _files.database().c_str()) != 0) {
         const std::string why = std::strerror(errno);
@@ -152,7 +151,7 @@ StoreResult SqliteBackend::clearLeftovers(bool isStart)
         if (newest > before) _wakeup.send(newest);
         return {};
     }
-    const StoreResult result = _database.result("cannot write");
+    StoreResult result = _database.result("cannot write");
     _database.clearError();
     _database.exec("ROLLBACK");
     return result;

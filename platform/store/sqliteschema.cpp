@@ -132,7 +132,7 @@ StoreResult SqliteSchema::createFile(const std::string &path, const StoreImage &
     ::close(fd);
     StoreFiles::shareWithGroup(path);
     if (!file.open(path, SqliteDatabase::ReadWrite) || !create(file, image, top, epoch)) {
-        const StoreResult result = file.result("cannot create");
+        StoreResult result = file.result("cannot create");
         file.close();
         ::unlink(path.c_str());
         return result;

@@ -176,7 +176,7 @@ StoreResult StoreReader::commandsOf(const StoreCursor &epoch, std::vector<StoreC
     bool reload = false;
     while (cursor.version < epoch.version && !reload) {
         std::vector<StoreChange> changes;
-        const StoreResult result = _backend->changes(cursor, batch, changes, reload);
+        StoreResult result = _backend->changes(cursor, batch, changes, reload);
         if (!result.isDone()) return result;
         if (changes.empty()) break;
         cursor.version = changes.back().stored.version;
@@ -240,7 +240,7 @@ StoreResult StoreReader::follow()
     if (_waiting.size() >= bound) return {};
     std::vector<StoreChange> changes;
     bool reload = false;
-    const StoreResult result = _backend->changes(_cursor, batch, changes, reload);
+    StoreResult result = _backend->changes(_cursor, batch, changes, reload);
     if (!result.isDone()) {
         // A clock that stands still for a store that does not answer would stand still for ever.
         if (!_followFailed) _gate->leave(this);

@@ -73,7 +73,7 @@ QString AppRig::record(int ms)
     EXPECT_TRUE(settles(VtrMode::Record));
     Stepper::runMs(ms);
     EXPECT_TRUE(reads(eParam_StorageState, 1));
-    const QString before = text(eParam_CurrentClip);
+    QString before = text(eParam_CurrentClip);
     EXPECT_TRUE(endRecord());
     return before;
 }

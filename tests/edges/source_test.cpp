@@ -13,6 +13,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -234,11 +235,13 @@ TEST_P(LiveSignal, locksVanishesAndComesBackInAnotherFormat)
               QmxSourceFormat::state(QmxSourceFormat::fromText(QStringLiteral("1280x720p50"))));
 }
 
-INSTANTIATE_TEST_SUITE_P(Protocols, LiveSignal, testing::Values("udp", "srt", "rtp"));
+INSTANTIATE_TEST_SUITE_P(Protocols, LiveSignal, testing::Values("udp", "srt", "rtp"),
+                         [](const auto &row) { return std::string(row.param); });
 
 class NetworkOutput : public testing::TestWithParam<const char *>
 {};
-INSTANTIATE_TEST_SUITE_P(Protocols, NetworkOutput, testing::Values("udp", "srt"));
+INSTANTIATE_TEST_SUITE_P(Protocols, NetworkOutput, testing::Values("udp", "srt"),
+                         [](const auto &row) { return std::string(row.param); });
 
 TEST_P(NetworkOutput, isWhatALiveSourceReceives)
 {

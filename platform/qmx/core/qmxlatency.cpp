@@ -29,7 +29,7 @@ void QmxLatency::add(qint64 nanoseconds)
 
 qint64 QmxLatency::percentile(double fraction) const
 {
-    const qint64 wanted = qMax<qint64>(1, qint64(double(_count) * fraction + 0.5));
+    const qint64 wanted = qMax<qint64>(1, qRound64(double(_count) * fraction));
     qint64 seen = 0;
     for (size_t i = 0; i < _buckets.size() && _count > 0; ++i) {
         seen += _buckets[i];

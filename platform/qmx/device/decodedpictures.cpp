@@ -20,7 +20,7 @@ DecodedPicturePtr DecodedPictures::find(const QmxFrame &frame, const QmxImageLut
         picture->state = DecodedPicture::Done;
         return picture;
     }
-    const DecodedPicturePtr known = _known.value(serial).lock();
+    DecodedPicturePtr known = _known.value(serial).lock();
     if (known && known->lut == lut && known->image.desc() == picture->image.desc()) return known;
     if (_known.size() > knownBeforeSweep)
         _known.removeIf([](const auto &entry) { return entry.value().expired(); });

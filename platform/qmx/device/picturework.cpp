@@ -30,7 +30,7 @@ constexpr int firstHdHeight = 720;
 
 int clampTo(float value, int top)
 {
-    return std::clamp(int(value + 0.5F), 0, top);
+    return std::clamp(qRound(value), 0, top);
 }
 
 quint16 lookUp(const short *run, float value)

@@ -240,7 +240,7 @@ QmxError Muxer::writeSound(const QmxOutputFrame &output)
         swr_convert(_resampler.get(), frame->extended_data, length, &in, length);
         frame->pts = _samples;
         _samples += length;
-        if (const QmxError error = send(_audio, frame.get()); error.isError()) return error;
+        if (QmxError error = send(_audio, frame.get()); error.isError()) return error;
     }
     return QmxError();
 }

@@ -56,7 +56,7 @@ constexpr AdviceRow adviceRows[] = {
 /// Why an input cannot be opened, and what to do.
 QmxError openError(int result)
 {
-    const QmxError error = QmxLibav::error(QStringLiteral("open it"), result);
+    QmxError error = QmxLibav::error(QStringLiteral("open it"), result);
     for (const AdviceRow &row : adviceRows)
         if (row.result == result)
             return QmxError(error.value(),
@@ -120,7 +120,7 @@ QmxError QmxSourceDecoder::openStreams()
     _videoStream = av_find_best_stream(_input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (_videoStream < 0) return QmxError(EBADMSG, QStringLiteral("It has no picture"));
     _audioStream = av_find_best_stream(_input.get(), AVMEDIA_TYPE_AUDIO, -1, _videoStream, nullptr, 0);
-    const QmxError error = openDecoder(_videoStream, _video);
+    QmxError error = openDecoder(_videoStream, _video);
     if (error.isError()) return error;
     // Sound that cannot be decoded is no reason to show nothing.
     if (_audioStream >= 0 && openDecoder(_audioStream, _sound).isError()) _audioStream = -1;

@@ -120,7 +120,7 @@ QmxError QmxVideoDevice::setup(const QmxVideoDeviceSetup &setup)
 {
     if (!isOpen()) return {ENODEV, QStringLiteral("The video device is not open")};
     if (d->inSetup) return {EBUSY, QStringLiteral("The video device is in set-up")};
-    if (const QmxError error = LumenEngine::check(setup); error.isError()) return error;
+    if (QmxError error = LumenEngine::check(setup); error.isError()) return error;
     if (const QmxError error = d->board().setup(setup); error.isError())
         d->refused = Private::Refused{setup, error};
     else

@@ -13,8 +13,8 @@ QmxError writeMoov(MovOutput &output, const QByteArray &moov, qint64 slot)
     output.reserve(slot, slot + buffer.paddedSize());
     // The first block last: until then the open slot hides what stands behind it.
     if (buffer.paddedSize() > MovLayout::block) {
-        const QmxError error = output.write(buffer.data() + MovLayout::block,
-                                            buffer.paddedSize() - MovLayout::block, slot + MovLayout::block);
+        QmxError error = output.write(buffer.data() + MovLayout::block,
+                                      buffer.paddedSize() - MovLayout::block, slot + MovLayout::block);
         if (error.isError()) return error;
     }
     QmxError error = output.write(buffer.data(), MovLayout::block, slot);

@@ -26,7 +26,7 @@ QmxError MovInput::open(const QString &path)
         return {value, QStringLiteral("Cannot open clip %1: %2")
                            .arg(path, QString::fromLocal8Bit(std::strerror(value)))};
     }
-    const QmxError error = refreshSize();
+    QmxError error = refreshSize();
     if (error.isError()) close();
     return error;
 }
@@ -89,7 +89,7 @@ QmxError MovInput::readSmall(void *data, qint64 size, qint64 offset)
     if (offset < _windowOffset || offset + size > _windowOffset + _window.size()) {
         if (offset < 0 || offset >= _size) return damaged("it ends too early");
         QByteArray window(std::min(windowSize, _size - offset), Qt::Uninitialized);
-        const QmxError error = read(window.data(), window.size(), offset);
+        QmxError error = read(window.data(), window.size(), offset);
         if (error.isError()) return error;
         _window = window;
         _windowOffset = offset;

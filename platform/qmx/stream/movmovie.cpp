@@ -111,7 +111,7 @@ private:
         if (!wantsTables() && leaf.headBytes > 0) size = std::min(size, leaf.headBytes);
         if (size > maxTableBytes) return _input.damaged("a table is too large");
         QByteArray bytes(size, Qt::Uninitialized);
-        const QmxError error = _input.readSmall(bytes.data(), size, place.content);
+        QmxError error = _input.readSmall(bytes.data(), size, place.content);
         if (error.isError()) return error;
         AtomCursor cursor({reinterpret_cast<const uchar *>(bytes.constData()), size_t(size)});
         if (!(this->*leaf.parse)(cursor) || !cursor.ok()) return _input.damaged("an atom is malformed");
@@ -317,7 +317,7 @@ QmxError MovMovie::find(MovInput &input, qint64 &offset)
     offset = 0;
     for (int i = 0; i < maxAtoms && input.size() - offset >= 8; ++i) {
         Place place;
-        const QmxError error = readPlace(input, offset, input.size(), place);
+        QmxError error = readPlace(input, offset, input.size(), place);
         if (error.isError()) return error;
         if (place.type == atomType("moov")) return {};
         offset = place.end;

@@ -87,7 +87,7 @@ QmxError MovOutput::openExisting(const QString &path)
     _path = path;
     _fd = _files->open(path, O_RDWR | O_CLOEXEC);
     if (_fd < 0) return error(errno, "open");
-    const QmxError result = lock();
+    QmxError result = lock();
     if (result.isError())
         close();
     else

@@ -35,7 +35,7 @@ QmxError QmxClipIndex::identify(MovInput &input, Place &place, qint64 &moov)
     place = Place::Foreign;
     uchar head[MovLayout::moovPosition + 8];
     if (input.size() < qint64(sizeof head)) return {};
-    const QmxError error = input.readSmall(head, sizeof head, 0);
+    QmxError error = input.readSmall(head, sizeof head, 0);
     if (error.isError()) return error;
     AtomCursor cursor(head);
     const bool startsLikeOurs = cursor.u32() == MovLayout::flipPosition && cursor.u32() == atomType("ftyp") &&
@@ -178,7 +178,7 @@ QmxError QmxClipIndex::placeSounds(MovInput &input)
     size_t index = 0;
     for (const auto &track : _movie.tracks) {
         if (track.handler != atomType("soun")) continue;
-        const QmxError error = movPlaceSound(input, track, sounds[index++]);
+        QmxError error = movPlaceSound(input, track, sounds[index++]);
         if (error.isError()) return error;
     }
     return {};
@@ -272,7 +272,7 @@ QmxError QmxClipIndex::walk(MovInput &input)
         std::optional<MovFragment> fragment = ahead.take(_nextSlot);
         bool isOpen = false;
         if (!fragment) {
-            const QmxError error = readSlot(input, fragment, isOpen);
+            QmxError error = readSlot(input, fragment, isOpen);
             if (error.isError()) return error;
         }
         if (!fragment) {
@@ -289,7 +289,7 @@ QmxError QmxClipIndex::walk(MovInput &input)
 QmxError QmxClipIndex::readSlot(MovInput &input, std::optional<MovFragment> &fragment, bool &isOpen)
 {
     uchar slot[MovLayout::slotSize];
-    const QmxError error = input.read(slot, sizeof slot, _nextSlot);
+    QmxError error = input.read(slot, sizeof slot, _nextSlot);
     if (error.isError()) return error;
     fragment = MovFragment::fromSlot(slot, _nextSlot, input.size(), _format);
     isOpen = MovFragment::isOpenSlot(slot);

@@ -27,8 +27,8 @@ QmxError readSound(MovInput &input, const QmxClipIndex::Sound &sound, qint64 fir
         const qint64 end = std::min(first + count, chunk->firstSample + chunk->samples);
         if (end <= from) continue;
         bytes.resize((end - from) * frameBytes);
-        const QmxError error = input.readSmall(bytes.data(), bytes.size(),
-                                               chunk->offset + (from - chunk->firstSample) * frameBytes);
+        QmxError error = input.readSmall(bytes.data(), bytes.size(),
+                                         chunk->offset + (from - chunk->firstSample) * frameBytes);
         if (error.isError()) return error;
         for (int channel = 0; channel < sound.channels; ++channel)
             MovPcm::fromFile(reinterpret_cast<const uchar *>(bytes.constData()), end - from, sound.form,
@@ -58,7 +58,7 @@ struct QmxClipReader::Private
 QmxError QmxClipReader::Private::openForeign(const QString &name)
 {
     foreign = std::make_unique<QmxForeignClip>(environment);
-    const QmxError error = foreign->open(name);
+    QmxError error = foreign->open(name);
     if (error.isError()) foreign.reset();
     return error;
 }
@@ -70,7 +70,7 @@ QmxError QmxClipReader::Private::readPicture(qint64 frame, QmxImage &image)
     QmxBuffer buffer = QmxBuffer::allocate(entry.size);
     if (!buffer.isValid())
         return {ENOMEM, QStringLiteral("No picture memory is left to read clip %1").arg(path)};
-    const QmxError error = input.read(buffer.data(), entry.size, entry.offset);
+    QmxError error = input.read(buffer.data(), entry.size, entry.offset);
     if (error.isError()) return error;
     const std::optional<quint32> crc = index.crc(input, frame);
     if (crc && movCrc32c(buffer.constData(), entry.size) != *crc)
@@ -90,7 +90,7 @@ QmxError QmxClipReader::Private::readAudio(qint64 frame, QmxAudio &audio)
     QmxBuffer buffer = audio.buffer();
     auto *to = reinterpret_cast<qint32 *>(buffer.data());
     for (const auto &sound : index.sounds) {
-        const QmxError error =
+        QmxError error =
             readSound(input, sound, start + sound.shift, samples, to, index.info.audio.channels());
         if (error.isError()) return error;
         to += sound.channels;

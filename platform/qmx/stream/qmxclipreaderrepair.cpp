@@ -27,7 +27,7 @@ QmxError readJumps(MovInput &input, MovFragment &fragment)
 {
     for (auto &jump : fragment.jumps) {
         uchar bytes[4] = {};
-        const QmxError error = input.read(bytes, sizeof bytes, jump.offset);
+        QmxError error = input.read(bytes, sizeof bytes, jump.offset);
         if (error.isError()) return error;
         jump.value = AtomCursor(bytes).u32();
     }
@@ -37,7 +37,7 @@ QmxError readJumps(MovInput &input, MovFragment &fragment)
 /// The description of the clip as its writer had it.
 QmxError formatOf(MovInput &input, const QmxClipIndex &index, MovFormat &format)
 {
-    const QmxError error = MovFormat::fromInfo(index.info, format);
+    QmxError error = MovFormat::fromInfo(index.info, format);
     if (error.isError()) return error;
     const auto *video = index.movie().firstTrack(atomType("vide"));
     const auto *timecode = index.movie().firstTrack(atomType("tmcd"));

@@ -116,7 +116,7 @@ QmxError QmxClipWriter::Private::writePicture(QmxBuffer picture)
         data = scratch.data();
     }
     output.reserve(position, position + padded);
-    const QmxError error = output.write(data, padded, position);
+    QmxError error = output.write(data, padded, position);
     if (error.isError()) return error;
     fragment.frames.push_back({position, quint32(size), movCrc32c(data, size_t(size))});
     position += padded;
@@ -188,7 +188,7 @@ QmxError QmxClipWriter::Private::writeTail()
     }
     if (sound.size() > 0) {
         output.reserve(position, position + sound.paddedSize());
-        const QmxError error = output.write(sound.data(), sound.paddedSize(), position);
+        QmxError error = output.write(sound.data(), sound.paddedSize(), position);
         if (error.isError()) return error;
     }
     position += sound.paddedSize();

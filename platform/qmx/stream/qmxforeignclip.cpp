@@ -40,7 +40,7 @@ void QmxForeignClip::Private::readTags()
 
 QmxError QmxForeignClip::open(const QString &path)
 {
-    const QmxError error = d->pictures.open(path);
+    QmxError error = d->pictures.open(path);
     if (error.isError()) return error;
     d->info.foreign = d->info.closed = true;
     d->info.image = d->pictures.desc();

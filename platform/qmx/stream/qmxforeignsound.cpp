@@ -15,7 +15,7 @@ constexpr qint32 significant = qint32(0xffffff00);
 
 QmxError QmxForeignSound::open(const QString &path, double startTime)
 {
-    const QmxError error = _file.open(path, AVMEDIA_TYPE_AUDIO);
+    QmxError error = _file.open(path, AVMEDIA_TYPE_AUDIO);
     if (error.isError()) return error;
     AVCodecContext *decoder = _file.decoder();
     _channels = decoder->ch_layout.nb_channels;

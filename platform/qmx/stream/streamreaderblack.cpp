@@ -33,7 +33,7 @@ QmxBuffer blackPicture(const QmxImageDesc &desc)
     const std::lock_guard lock(mutex);
     for (const auto &[known, picture] : std::as_const(pictures))
         if (known == desc) return picture;
-    const QmxBuffer picture = makeBlack(desc);
+    QmxBuffer picture = makeBlack(desc);
     if (!picture.isValid()) return picture;
     if (pictures.size() >= keptPictures) pictures.removeFirst();
     pictures.append({desc, picture});

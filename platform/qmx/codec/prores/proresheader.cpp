@@ -3,6 +3,7 @@
 
 #include <QtEndian>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -15,12 +16,12 @@ void ProResHeader::putFrame(const ProResFormat &format, int size, uchar *out)
     constexpr uchar bothMatrices = 3;
     const bool full = format.kind->fullChroma;
     qToBigEndian(quint32(size), out);
-    std::memcpy(out + 4, "icpf", 4);
+    std::copy_n("icpf", 4, out + 4);
     uchar *header = out + 8;
     std::memset(header, 0, ownSize);
     qToBigEndian(quint16(ownSize), header);
     header[3] = full ? 1 : 0; // version of the bitstream
-    std::memcpy(header + 4, encoderIdentifier, 4);
+    std::copy_n(encoderIdentifier, 4, header + 4);
     qToBigEndian(quint16(format.size.width()), header + 8);
     qToBigEndian(quint16(format.size.height()), header + 10);
     header[12] = uchar((full ? chroma444 : chroma422) << 6 | format.scan << 2);

@@ -154,7 +154,7 @@ TEST(Sinks, aFileGetsEveryFrameWithItsSound)
         EXPECT_EQ(QmxStrip::readLuma8(reinterpret_cast<const uchar *>(pictures.constData()) + i * bytes, 720,
                                       576, 720),
                   quint32(i));
-    EXPECT_NEAR(samples.size() / 8, 30 * 1920, 2 * 1152);
+    EXPECT_NEAR(double(samples.size()) / 8, 30 * 1920, 2 * 1152);
 
     expectLog(QStringLiteral("sinks"), QStringLiteral("shows nothing"));
     EXPECT_TRUE(qmxCreateSink(QStringLiteral("widow:"), QmxEnvironment::current())

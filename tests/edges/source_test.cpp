@@ -55,7 +55,7 @@ int freeUdpPort()
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof address;
-    bind(fd, reinterpret_cast<sockaddr *>(&address), length);
+    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr *>(&address), length), 0);
     getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length);
     close(fd);
     return ntohs(address.sin_port);

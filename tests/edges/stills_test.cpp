@@ -50,7 +50,7 @@ TEST(Stills, areClipsThatOtherProgramsPlay)
             right = std::max(right, i % width);
         }
         EXPECT_GT(bright, width * height / 100);
-        EXPECT_NEAR(left, width - 1 - right, width / 30);
+        EXPECT_NEAR(left, width - 1 - right, width / 30.0);
         EXPECT_LT(uchar(luma[0]), 20);
     }
 }

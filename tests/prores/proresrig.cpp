@@ -169,7 +169,7 @@ std::string parse(const QmxBuffer &frame, ProResParsedFrame &parsed)
         parsed.weights = weights;
     }
     for (int picture = 0; picture < (parsed.interlace ? 2 : 1); ++picture)
-        if (const std::string error = parsePicture(reader, parsed, picture); !error.empty()) return error;
+        if (std::string error = parsePicture(reader, parsed, picture); !error.empty()) return error;
     return reader.failed || reader.at != reader.end ? "length" : "";
 }
 
@@ -264,7 +264,7 @@ std::string verify(const ProResFormat &format, const ProResTestFrame &frame, con
         return "fields of the frame header";
     ProResTestFrame original = frame;
     for (const ProResParsedFrame::Slice &slice : parsed.slices)
-        if (const std::string error = verifySlice(format, parsed, slice, original, decoded); !error.empty())
+        if (std::string error = verifySlice(format, parsed, slice, original, decoded); !error.empty())
             return error;
     return {};
 }

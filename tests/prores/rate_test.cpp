@@ -20,7 +20,8 @@ public:
     {
         std::atomic<int> next = 0;
         std::vector<std::thread> threads;
-        for (int thread = 0; thread < 3; ++thread)
+        threads.reserve(size_t(this->threads()));
+        for (int thread = 0; thread < this->threads(); ++thread)
             threads.emplace_back([&, thread] {
                 for (int i = next++; i < count; i = next++)
                     job(context, i, thread);

@@ -195,14 +195,14 @@ QString RecorderRig::clipOpened(int maxMs)
 QString RecorderRig::beginTake()
 {
     command(3);
-    const QString path = clipOpened();
+    QString path = clipOpened();
     EXPECT_TRUE(settles(VtrMode::Record));
     return path;
 }
 
 QString RecorderRig::record(int ms)
 {
-    const QString path = beginTake();
+    QString path = beginTake();
     pass(ms);
     EXPECT_TRUE(stop());
     return path;

@@ -26,7 +26,7 @@ protected:
     QString recordOneFrame()
     {
         command(3);
-        const QString path = clipOpened();
+        QString path = clipOpened();
         EXPECT_TRUE(stop());
         return path;
     }

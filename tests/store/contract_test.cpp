@@ -201,6 +201,7 @@ TEST_P(StoreContract, fiveListenersHearTwoWritersAlike)
     constexpr unsigned count = 200;
     openStore(uri); // makes it
     std::vector<std::unique_ptr<Worker>> listeners;
+    listeners.reserve(5);
     for (int i = 0; i < 5; ++i)
         listeners.push_back(std::make_unique<Worker>(QStringList{"listen", quri()}));
     for (const auto &listener : listeners)

@@ -52,7 +52,7 @@ void expectRefusal(const QByteArray &block, int status, const QByteArray &why)
 
 ProgramResult runHelped(Sandbox &sandbox, const char *script)
 {
-    const ProgramResult result = sandbox.run(QString(helpers) + script);
+    ProgramResult result = sandbox.run(QString(helpers) + script);
     EXPECT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
     EXPECT_FALSE(result.err.contains("ended with status")) << result.err.toStdString();
     return result;

@@ -42,7 +42,7 @@ QString wrong(const QJsonValue &value, QJsonObject schema, const QString &at)
     }
     if (schema.contains("anyOf")) {
         QString reasons;
-        for (const QJsonValue &choice : schema["anyOf"].toArray()) {
+        for (const auto &choice : schema["anyOf"].toArray()) {
             const QString reason = wrong(value, choice.toObject(), at);
             if (reason.isEmpty()) return {};
             reasons += reason + "; ";
@@ -53,16 +53,16 @@ QString wrong(const QJsonValue &value, QJsonObject schema, const QString &at)
         return schema["enum"].toArray().contains(value) ? QString() : at + " is none of the choices";
     if (!hasType(value, schema["type"].toString())) return at + " is no " + schema["type"].toString();
     const QJsonObject fields = schema["properties"].toObject();
-    for (const QJsonValue &field : schema["required"].toArray())
+    for (const auto &field : schema["required"].toArray())
         if (!value.toObject().contains(field.toString())) return at + " lacks " + field.toString();
     const QJsonObject object = value.toObject();
     for (auto field = object.begin(); field != object.end(); ++field) {
         if (!fields.contains(field.key())) return at + " has an unknown field " + field.key();
-        const QString reason = wrong(*field, fields[field.key()].toObject(), at + "." + field.key());
+        QString reason = wrong(*field, fields[field.key()].toObject(), at + "." + field.key());
         if (!reason.isEmpty()) return reason;
     }
-    for (const QJsonValue &item : value.toArray())
-        if (const QString reason = wrong(item, schema["items"].toObject(), at + "[]"); !reason.isEmpty())
+    for (const auto &item : value.toArray())
+        if (QString reason = wrong(item, schema["items"].toObject(), at + "[]"); !reason.isEmpty())
             return reason;
     return {};
 }

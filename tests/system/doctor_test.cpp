@@ -16,7 +16,7 @@ QMap<QString, QJsonObject> checksOf(const QByteArray &out, const QByteArray &nam
 {
     const QByteArray line = out.mid(out.indexOf("== " + name + "\n") + name.size() + 4).split('\n').first();
     QMap<QString, QJsonObject> checks;
-    for (const QJsonValue &check : QJsonDocument::fromJson(line).object()["checks"].toArray())
+    for (const QJsonValue check : QJsonDocument::fromJson(line).object()["checks"].toArray())
         checks[check["name"].toString()] = check.toObject();
     return checks;
 }

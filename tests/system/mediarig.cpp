@@ -58,7 +58,7 @@ QByteArray said(const QByteArray &out, const QByteArray &name)
 
 ProgramResult runMedia(Sandbox &sandbox, const QString &script)
 {
-    const ProgramResult result = sandbox.run(mediaScript + script);
+    ProgramResult result = sandbox.run(mediaScript + script);
     EXPECT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
     const bool killed = script.contains("xpd.pid");
     EXPECT_TRUE(killed || !result.err.contains("ended with status")) << result.err.toStdString();

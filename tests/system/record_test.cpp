@@ -91,7 +91,7 @@ TEST(Record, theSoundStandsWithThePictureToASample)
             EXPECT_EQ(at, -1) << "a mark at frame " << i << ", count " << *strips[i];
             continue;
         }
-        EXPECT_NEAR(at, samplesPerFrame / 2, 1) << "frame " << i << ", count " << *strips[i];
+        EXPECT_NEAR(at, samplesPerFrame / 2.0, 1) << "frame " << i << ", count " << *strips[i];
         ++marks;
     }
     EXPECT_GE(marks, 6);

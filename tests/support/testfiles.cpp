@@ -8,8 +8,28 @@
 #include <QFileInfo>
 
 #include <csignal>
+#include <cstdarg>
 
+#include <dlfcn.h>
+#include <sched.h>
 #include <sys/prctl.h>
+
+#ifdef __SANITIZE_THREAD__
+/// Qt starts programs in a child that shares our memory until it becomes another program. What the thread
+/// sanitizer notes of the child would then stand for the thread that called: it gets a memory of its own.
+extern "C" int clone(int (*call)(void *), void *stack, int flags, void *argument, ...)
+{
+    using Clone = int (*)(int (*)(void *), void *, int, void *, ...);
+    static const auto next = reinterpret_cast<Clone>(dlsym(RTLD_NEXT, "clone"));
+    va_list rest;
+    va_start(rest, argument);
+    auto *const parentId = va_arg(rest, pid_t *);
+    auto *const storage = va_arg(rest, void *);
+    auto *const childId = va_arg(rest, pid_t *);
+    va_end(rest);
+    return next(call, stack, flags & ~(CLONE_VM | CLONE_VFORK), argument, parentId, storage, childId);
+}
+#endif
 
 static QString placeForTests()
 {

@@ -28,8 +28,7 @@ struct ProgramResult
     QByteArray err;
 };
 
-/// A program that ends with this one, also when a test is killed. A class of its own makes Qt start it by
-/// fork(): the thread sanitizer loses track of a thread that has gone through vfork().
+/// A program that ends with this one, also when a test is killed.
 class ChildProcess : public QProcess
 {
 public:

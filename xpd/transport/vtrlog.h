@@ -6,8 +6,6 @@
 
 #include <QString>
 
-#include <source_location>
-
 /// How the sources of the transport engine log: printf texts through qmxLogOutput() with `source`, texts
 /// put together with QString through text().
 namespace VtrLog {
@@ -16,10 +14,10 @@ inline constexpr char source[] = "vtrobject";
 
 enum Level { Error = 1, Warning = 2, Info = 3, Debug = 4 };
 
-inline void text(Level level, const QString &line,
-                 const std::source_location &where = std::source_location::current())
+/// The line is the caller's. (Not every compiler that reads this has std::source_location.)
+inline void text(Level level, const QString &words, int line = __builtin_LINE())
 {
-    QmxLogStream(source, static_cast<int>(where.line()), level, QmxLog::defaultLog()) << line;
+    QmxLogStream(source, line, level, QmxLog::defaultLog()) << words;
 }
 
 } // namespace VtrLog

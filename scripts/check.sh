@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything that can be said about the code without a person: names what it ran and what failed.
-#   check.sh [format|folders|libraries|params|includes|lint|asan|tsan|fuzz|kills|crash|day|walk|prores|package ...] [--long]   (nothing named: all but package)
+#   check.sh [format|folders|libraries|params|includes|lint|asan|tsan|fuzz|kills|crash|day|walk|prores|neon|package ...] [--long]
+# Nothing named: all but neon and package.
 set -uo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
@@ -97,6 +98,9 @@ check_prores() {
     xp_build || return 1
     XP_PRORES_PICTURES=$pictures "$XP_BUILD"/bin/test_prores --gtest_filter='ProResFrames.random*'
 }
+
+# The ProRes coder on 64-bit ARM, by a cross compiler and qemu: downloads; only when named.
+check_neon() { scripts/check-neon.sh; }
 
 # The Debian packages in a Debian root: some minutes, and downloads; only when named.
 check_package() { xp_build && scripts/check-package.sh; }

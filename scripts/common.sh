@@ -7,12 +7,12 @@ XP_JOBS=${XP_JOBS:-$(nproc)}
 say() { printf 'xp: %s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
-# The packages of packaging/packages.txt that are not installed: those of the group "peers" alone with the argument
-# peers, else those of all other groups.
+# The packages of packaging/packages.txt that are not installed: with an argument those of that group, which is one of
+# those that not everybody needs (peers, neon), else those of all other groups.
 xp_missing_packages() {
     local wanted package
-    wanted=$(awk -v asked="${1:-}" '/^# group:/ { group = $3 } /^[^#]/ && (group == "peers") == (asked == "peers")' \
-        "$XP_ROOT/packaging/packages.txt")
+    wanted=$(awk -v asked="${1:-}" '/^# group:/ { group = $3; special = group ~ /^(peers|neon)$/ ? group : "" }
+        /^[^#]/ && special == asked' "$XP_ROOT/packaging/packages.txt")
     for package in $wanted; do
         dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || echo "$package"
     done

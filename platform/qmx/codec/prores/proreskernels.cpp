@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Compiled once for every instruction set of the processor family, the scalar one included.
-#define HWY_COMPILE_ALL_ATTAINABLE
+#include "platform/qmx/codec/prores/prorestargets.h"
+
+// Compiled once for each of them.
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "platform/qmx/codec/prores/proreskernels.cpp" // NOLINT
 #include <hwy/foreach_target.h>

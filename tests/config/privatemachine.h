@@ -22,7 +22,7 @@
 class PrivateMachine
 {
 public:
-    explicit PrivateMachine(const char *mediaSize = "64m")
+    explicit PrivateMachine(int mediaMegabytes = 64)
     {
         enterNamespaces();
         check(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "make the mounts private");
@@ -35,7 +35,7 @@ public:
         for (const char *folder : {"/etc/xp", "/run/xp", "/run/lock", "/var/lib/xp", "/dev/shm", "/media"})
             memory(folder, "755");
         for (const char *medium : {"/media/A", "/media/B"})
-            memory(medium, std::string("755,size=") + mediaSize);
+            memory(medium, "755,size=" + std::to_string(mediaMegabytes) + "m");
         startLoopback();
     }
 

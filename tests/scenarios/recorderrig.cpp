@@ -7,13 +7,15 @@
 #include "platform/qmx/device/qmxstrip.h"
 #include "platform/store/configfactoryimpl.h"
 #include "tests/config/privatemachine.h"
+#include "tests/support/rounds.h"
 #include "xpd/transport/lossofvideofile.h"
 
 #include <QDir>
 
 namespace {
 
-const PrivateMachine machine("320m");
+// Megabytes; the long day has takes of ten minutes.
+const PrivateMachine machine(testRounds(320, 2000));
 
 constexpr const char *outputName = "/xp_scenario";
 constexpr int lookMs = 10; ///< at most half a tick, so that no picture is missed

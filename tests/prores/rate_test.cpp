@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cmath>
 #include <cstdlib>
+#include <deque>
 #include <new>
 #include <thread>
 
@@ -62,9 +64,11 @@ void operator delete(void *memory, size_t) noexcept
     std::free(memory);
 }
 
-TEST(ProResRate, tenSecondsAreNearNominalAndNoFrameIsAboveTheLimit)
+TEST(ProResRate, anyTenSecondsAreNearNominalAndNoFrameIsAboveTheLimit)
 {
-    constexpr int frames = 250, sceneLength = 50;
+    // The shortest ten seconds, those at 23.976 frames a second, are the hardest ones.
+    constexpr size_t frames = 500, window = 240;
+    constexpr int sceneLength = 50;
     for (const int type : {202, 205}) {
         SCOPED_TRACE(type);
         const ProResFormat format = proResTestFormat(type, QSize(272, 160), ProResFormat::Progressive);
@@ -72,15 +76,21 @@ TEST(ProResRate, tenSecondsAreNearNominalAndNoFrameIsAboveTheLimit)
         ProResFrameCoder coder(format);
         ProResTestFrame frame(format);
         EXPECT_LE(coder.limit(), nominal * 1.06);
-        qint64 bytes = 0;
-        for (int i = 0; i < frames; ++i) {
-            paintScene(frame, i / sceneLength, i);
+        std::deque<qsizetype> sizes;
+        double bytes = 0, furthest = 0;
+        for (size_t i = 0; i < frames; ++i) {
+            paintScene(frame, int(i) / sceneLength, int(i));
             const QmxBuffer coded = coder.encode(frame.planes());
             ASSERT_LE(coded.size(), coder.limit()) << i;
             EXPECT_GT(coded.size(), nominal * 0.9) << i;
-            bytes += coded.size();
+            sizes.push_back(coded.size());
+            bytes += double(coded.size());
+            if (sizes.size() < window) continue;
+            furthest = std::max(furthest, std::abs(bytes / window / nominal - 1));
+            bytes -= double(sizes.front());
+            sizes.pop_front();
         }
-        EXPECT_NEAR(double(bytes) / frames, nominal, nominal * 0.02);
+        EXPECT_LT(furthest, 0.02);
     }
 }
 
@@ -93,6 +103,10 @@ TEST(ProResRate, aCutToTheHardestPictureStaysWithinTheLimit)
         for (const QSize &size : {QSize(720, 576), QSize(96, 40), QSize(16, 16)}) {
             const ProResFormat format = proResTestFormat(type, size, ProResFormat::Progressive);
             ProResFrameCoder coder(format);
+            // Smaller pictures are hardly more than headers.
+            if (size.height() > 500) {
+                EXPECT_LE(coder.limit(), ProRes::nominalSize(*format.kind, size) * 1.06);
+            }
             ProResTestFrame frame(format);
             std::minstd_rand random(9);
             for (const ProResTestKind film : films) {

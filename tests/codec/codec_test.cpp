@@ -81,6 +81,45 @@ TEST(Codec, everyRowDecodesHereAndElsewhere)
     }
 }
 
+TEST(Codec, frameHeadersTellRateAspectAndColour)
+{
+    // Codes of SMPTE RDD 36.
+    constexpr struct
+    {
+        int num, den, code;
+    } rates[] = {{24000, 1001, 1}, {24, 1, 2}, {25, 1, 3},       {30000, 1001, 4}, {30, 1, 5},
+                 {50, 1, 6},       {60, 1, 8}, {60000, 1001, 7}, {12, 1, 0}};
+    constexpr struct
+    {
+        int width, height, aspect, primaries, matrix;
+    } headers[] = {{720, 486, 2, 6, 6},   {720, 576, 2, 5, 6},   {1280, 720, 3, 1, 1}, {1920, 1080, 3, 1, 1},
+                   {2048, 1080, 1, 1, 1}, {3840, 2160, 3, 1, 1}, {4096, 2160, 1, 1, 1}};
+    constexpr qsizetype chroma = 20, aspectAndRate = 21, primaries = 22;
+    const auto check = [&](const QmxCodecRow &row, const auto &header, const auto &rate) {
+        SCOPED_TRACE(
+            QString::asprintf("%s %dx%d %d/%d", row.name, header.width, header.height, rate.num, rate.den)
+                .toStdString());
+        QmxImageDesc desc = makeDesc(row, header.width, header.height, QmxImageDesc::Progressive);
+        desc.setFrameRate(QmxVideoRate(rate.num, rate.den));
+        QmxBuffer coded;
+        const QmxPicture picture = makeTexture(row.pictureFormat, QSize(header.width, header.height), 3);
+        ASSERT_EQ(row.createEncoder(desc)->encode(picture, coded), QmxError());
+        const uchar *bytes = coded.constData();
+        EXPECT_EQ(bytes[chroma] >> 6, row.dataType == 206 ? 3 : 2);
+        EXPECT_EQ(bytes[aspectAndRate], header.aspect << 4 | rate.code);
+        EXPECT_EQ(bytes[primaries], header.primaries);
+        EXPECT_EQ(bytes[primaries + 1], 1);
+        EXPECT_EQ(bytes[primaries + 2], header.matrix);
+    };
+    for (const int type : {202, 203, 204, 205, 206})
+        for (const QmxCodecRow *row : {qmxCodec(QmxId(type)), qmxCodecByLibav(QmxId(type))})
+            check(*row, headers[0], rates[3]);
+    for (const auto &rate : rates)
+        check(*qmxCodec(QmxId(202)), headers[2], rate);
+    for (const auto &header : headers)
+        check(*qmxCodec(QmxId(202)), header, rates[2]);
+}
+
 TEST(Codec, dataRateIsHeldNearTheNominalOne)
 {
     for (const QmxCodecRow &row : qmxCodecs()) {

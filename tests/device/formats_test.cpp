@@ -33,20 +33,22 @@ constexpr Raster rasters[] = {
     {"2048x1080", hdModes}, {"3840x2160", hdModes}, {"4096x2160", hdModes},
 };
 
-/// Captures frames of one format in record, as the transport does.
-QList<QmxFrame> capture(const QString &format, int dataType, int channels, int count)
+/// Captures frames of one format in record, as the transport does. `device`: lines of the profile.
+QList<QmxFrame> capture(const QString &format, int dataType, int channels, int count,
+                        const QString &device = {})
 {
     QmxImageDesc desc = QmxSourceFormat::fromText(format);
     desc.setDataType(QmxId(dataType));
     LumenOptions options;
     options.profile = LumenProfile::parse(
-        QStringLiteral("[inputs]\n601=generator:?size=720x576&format=%1@0&tc=10:00:00:00").arg(format),
+        QStringLiteral("[device]\n%2\n[inputs]\n601=generator:?size=720x576&format=%1@0&tc=10:00:00:00")
+            .arg(format, device),
         QStringLiteral("p"));
     options.createSink = [](const QString &, const QmxEnvironment &) -> std::unique_ptr<QmxSink> {
         return std::make_unique<QmxNullSink>(QString());
     };
-    QmxVideoDevice device(options, nullptr);
-    EXPECT_TRUE(device.open(QStringLiteral("lumen")));
+    QmxVideoDevice card(options, nullptr);
+    EXPECT_TRUE(card.open(QStringLiteral("lumen")));
     QmxAudioDesc audio;
     audio.setDataType(QmxId(408));
     audio.setChannels(channels);
@@ -60,10 +62,10 @@ QList<QmxFrame> capture(const QString &format, int dataType, int channels, int c
     setup.setTimecodeInputSource(QmxId(1520));
     setup.setMaxBuffers(100);
     int vbis = 0;
-    QObject::connect(&device, &QmxVideoDevice::vbi, [&vbis] { ++vbis; });
-    device.setup(setup);
+    QObject::connect(&card, &QmxVideoDevice::vbi, [&vbis] { ++vbis; });
+    card.setup(setup);
     Stepper::runTicks(1, desc.frameRate().num(), desc.frameRate().den());
-    device.setProperty(QmxId(22), QVariant::fromValue(QmxId(1606)));
+    card.setProperty(QmxId(22), QVariant::fromValue(QmxId(1606)));
     vbis = 0;
     Stepper::runTicks(2, desc.frameRate().num(), desc.frameRate().den());
     // The ticks of the device and those of the test differ by the rounding of a nanosecond.
@@ -71,8 +73,8 @@ QList<QmxFrame> capture(const QString &format, int dataType, int channels, int c
     EXPECT_EQ(vbis > 2, desc.isInterlaced());
     QList<QmxFrame> frames;
     EXPECT_TRUE(Stepper::runUntil([&] {
-        while (device.framesReadable() > 0)
-            device.readFrame(frames.emplace_back());
+        while (card.framesReadable() > 0)
+            card.readFrame(frames.emplace_back());
         return frames.size() >= count;
     }));
     frames.resize(count);
@@ -149,6 +151,22 @@ TEST(Formats, everyRasterAndRateIsCapturedRecordedAndReadAgain)
         }
     }
     EXPECT_EQ(seen, rows);
+}
+
+TEST(Formats, theProfileChoosesTheProResCoder)
+{
+    const auto firstCoded = [](const char *line) {
+        const QmxFrame frame = capture(QStringLiteral("720x576i25"), 202, 2, 1, QLatin1String(line)).first();
+        const QmxImage image = frame.vids().first();
+        QmxPicture picture;
+        const QmxBuffer coded = image.buffers().first();
+        EXPECT_EQ(qmxCodec(QmxId(202))->createDecoder(image.desc())->decode(coded, picture), QmxError());
+        EXPECT_TRUE(QmxStrip::read(picture));
+        return QByteArray(reinterpret_cast<const char *>(coded.constData()), coded.size());
+    };
+    const QByteArray own = firstCoded("prores_coder=own");
+    EXPECT_EQ(firstCoded(""), own) << "it is what a profile without a word of it gets";
+    EXPECT_NE(firstCoded("prores_coder=libav"), own);
 }
 
 TEST(Formats, everyCodecKeepsPicturesFieldsAndSoundForOtherPrograms)

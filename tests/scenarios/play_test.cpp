@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Playback as one sees it: the frame on the output, tick by tick.
+#include "platform/qmx/device/pixelfont.h"
 #include "tests/scenarios/recorderrig.h"
 #include "tests/scenarios/shuttlemodel.h"
 
@@ -62,6 +63,28 @@ protected:
         EXPECT_EQ(seen, expected.mid(0, seen.size()));
     }
 
+    /// Whether the line in the lower part of the output's picture is its timecode and this word.
+    static bool isBurnedIn(const char *word)
+    {
+        QmxPreviewReader reader;
+        QmxPreviewPicture shown;
+        if (!reader.open() || !reader.read(shown)) return false;
+        const QString line = shown.timecode + QLatin1Char(' ') + QLatin1String(word);
+        constexpr int width = 720, height = 576, dot = 4, advance = dot * (PixelFont::width + 1);
+        const int left = (width - int(line.size() + 1) * advance) / 2 + advance / 2;
+        const int top = height - dot * (PixelFont::height + 1) - height / 12;
+        int wrong = 0;
+        for (int i = 0; i < line.size() * PixelFont::width * PixelFont::height; ++i) {
+            const int letter = i / (PixelFont::width * PixelFont::height);
+            const int column = i % PixelFont::width, row = i / PixelFont::width % PixelFont::height;
+            const int x = left + letter * advance + column * dot + dot / 2, y = top + row * dot + dot / 2;
+            const qsizetype at = qsizetype(y * shown.height / height) * shown.width + x * shown.width / width;
+            const bool isLit = uchar(shown.luma.at(at)) > 128;
+            wrong += isLit != PixelFont::dot(line.at(letter), column, row);
+        }
+        return wrong == 0;
+    }
+
     Take take;
 };
 
@@ -102,6 +125,28 @@ TEST_F(PlayScenario, loopsRunOverBothEnds)
     for (const char *value : {"1", "-1", "0.5", "-0.5", "20", "-20", "3"})
         expectRun(take.frames() / 2, value, 150, true);
     EXPECT_EQ(counter(QmxCounters::FramesDroppedPlayback), 0);
+}
+
+TEST_F(PlayScenario, theBurnedInLineTellsWhatTheTransportDoes)
+{
+    prepare(2000);
+    write(eParam_LoopPlayback, "1");
+    write(eParam_Superimpose, "6");
+    pass(1000);
+    const std::pair<const char *, const char *> rows[] = {{"1", "PLAY"}, {"0", "STILL"}, {"0.5", "PLAY"},
+                                                          {"2", "FF"},   {"-1", "PLAY"}, {"-0.5", "PLAY"},
+                                                          {"-4", "REW"}};
+    for (const auto &[value, word] : rows) {
+        speed(value);
+        EXPECT_TRUE(until([word = word] { return isBurnedIn(word); }, 1000)) << value << ' ' << word;
+    }
+    command(4);
+    command(4);
+    ASSERT_TRUE(settles(VtrMode::StandbyOff));
+    EXPECT_TRUE(until([] { return isBurnedIn("STOP"); }, 1500));
+    beginTake();
+    EXPECT_TRUE(until([] { return isBurnedIn("REC"); }, 1500));
+    ASSERT_TRUE(stop());
 }
 
 TEST_F(PlayScenario, everyStepOfABurstCounts)

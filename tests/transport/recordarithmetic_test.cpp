@@ -7,18 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 namespace {
-
-std::vector<int> recordedOf(int frames, float step)
-{
-    std::vector<int> recorded;
-    float accumulator = 0.0F;
-    for (int frame = 1; frame <= frames; ++frame)
-        if (IntervalRecord::takesFrame(accumulator, step)) recorded.push_back(frame);
-    return recorded;
-}
 
 QmxImageDesc picture(int width, int height, bool interlaced, int dataType)
 {
@@ -30,13 +19,6 @@ QmxImageDesc picture(int width, int height, bool interlaced, int dataType)
 }
 
 } // namespace
-
-TEST(IntervalRecord, takesFrame_carriesTheRemainder)
-{
-    EXPECT_EQ(recordedOf(10, 2.5F), (std::vector<int>{3, 5, 8, 10}));
-    EXPECT_EQ(recordedOf(3, 1.0F), (std::vector<int>{1, 2, 3}));
-    EXPECT_EQ(recordedOf(3600, 1500.0F), (std::vector<int>{1500, 3000}));
-}
 
 TEST(IntervalRecord, step_dividesThePeriodAndBoundsTheRequest)
 {

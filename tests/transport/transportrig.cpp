@@ -137,7 +137,9 @@ void TransportRig::listen()
         desc = playbackDesc;
         frame = startFrame;
     });
-    QObject::connect(vtr, &VtrObject::requestRecordStreamDesc, [this](QVariant &desc) { desc = recordDesc; });
+    QObject::connect(vtr, &VtrObject::requestRecordStreamDesc, [this](QVariant &desc) {
+        if (recordDesc.isValid()) desc = recordDesc;
+    });
     QObject::connect(vtr, &VtrObject::requestRecordInhibit, [this](QmxId &reason) {
         if (inhibit.isValid()) reason = inhibit;
     });

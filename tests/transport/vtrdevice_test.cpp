@@ -36,6 +36,13 @@ protected:
     {}
 };
 
+/// A camera that records for sixty frames, eight seconds after the start.
+class CameraTest : public TransportRig
+{
+protected:
+    CameraTest() : TransportRig("generator:?rate=25&size=720x576&scan=i&camera=off@0,on@200,off@260") {}
+};
+
 class StillsTest : public TransportRig
 {
 protected:
@@ -87,6 +94,14 @@ void StillsTest::expectLook(const QmxFrame &frame)
     EXPECT_GT(brightest, white * 2 / 3);
     EXPECT_LE(brightest, white + ringing);
     EXPECT_NEAR(picture.row(0, 0)[0], black, ringing);
+    constexpr int grey = 512;
+    for (const int plane : {1, 2}) {
+        const auto [lowest, highest] =
+            std::minmax_element(picture.row(plane, picture.height() / 2),
+                                picture.row(plane, picture.height() / 2) + picture.width() / 2);
+        EXPECT_NEAR(*lowest, grey, 2);
+        EXPECT_NEAR(*highest, grey, 2);
+    }
 }
 
 } // namespace
@@ -223,6 +238,7 @@ TEST_F(DeviceTest, onlyTheFirstInputIsFollowedAndBehindTheGeneratorSilently)
     EXPECT_EQ(change(0, first), QStringList());
     EXPECT_EQ(change(0, other), QStringList{"input 0 valid"});
     EXPECT_EQ(change(0, QmxVideoState()), QStringList{"input 0 invalid"});
+    emit vtr().findChild<QmxVideoDevice *>()->readFromHardwareFailed(QmxError(EIO)); // not a word: no input
     QmxVideoState present;
     present.setPresent(true);
     EXPECT_EQ(change(0, present), QStringList()) << "still not valid";
@@ -238,31 +254,60 @@ TEST_F(DeviceTest, onlyTheFirstInputIsFollowedAndBehindTheGeneratorSilently)
     EXPECT_EQ(events, QStringList{"input 0 valid"});
 }
 
-TEST_F(DeviceTest, framesLeftInTheCacheAtTheEndAreInTheClip)
+TEST_F(DeviceTest, framesThatWaitForAStalledMediumAreInTheClip)
 {
     startUp();
-    recordDesc = media.file("stalled.mov");
-    vtr().record();
-    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() > 5; }));
-    constexpr qint64 longest = 8 * QmxClock::nsPerSecond;
-    files->stallNth(FaultyFiles::Pwrite, 1, longest);
-    ASSERT_TRUE(Stepper::runUntil([this] { return !vtr().stateToString().contains(" SC 0 "); }, longest));
-    const int accepted = framesRecorded();
-    forgetLog();
-    vtr().standbyOff();
-    EXPECT_EQ(logged().filter("frames still in cache, scheduling them for write").size(), 1);
-    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
-    QmxClipReader reader;
-    ASSERT_FALSE(reader.open(media.file("stalled.mov")).isError());
-    EXPECT_GE(reader.info().frames, accepted);
-    int before = 0;
-    for (qint64 i = 0; i < reader.info().frames; ++i) {
-        QmxFrame frame;
-        ASSERT_FALSE(reader.readFrame(i, frame).isError());
-        const int now = std::as_const(frame).meta().value(QmxId(12)).value<QmxTimecode>().toFrameNumber();
-        ASSERT_TRUE(i == 0 || now == before + 1) << i;
-        before = now;
+    constexpr qint64 stall = 8 * QmxClock::nsPerSecond;
+    // In the cache at the end of the take; and, with the cache full, in the device too, until the stall ends.
+    const QRegularExpression inCache("^VR \\d+ VW \\d+ SC [1-9]"), inDevice("^VR [1-9]\\d VW \\d+ SC 25 ");
+    for (const QRegularExpression &waiting : {inCache, inDevice}) {
+        recordDesc = media.file(QStringLiteral("take%1.mov").arg(waiting == inCache));
+        vtr().record();
+        ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() > 5; }));
+        files->stallNth(FaultyFiles::Pwrite, 1, stall);
+        const auto waits = [&] { return waiting.match(vtr().stateToString()).hasMatch(); };
+        ASSERT_TRUE(Stepper::runUntil(waits, stall)) << vtr().stateToString().toStdString();
+        if (waiting == inDevice) {
+            ASSERT_TRUE(
+                Stepper::runUntil([this] { return vtr().stateToString().startsWith("VR 0 "); }, stall));
+        }
+        const int accepted = framesRecorded();
+        forgetLog();
+        vtr().standbyOff();
+        EXPECT_EQ(logged().filter("frames still in cache, scheduling them for write").size(),
+                  waiting == inCache);
+        ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+        files->clear();
+        QmxClipReader reader;
+        ASSERT_FALSE(reader.open(recordDesc.toString()).isError());
+        EXPECT_GE(reader.info().frames, accepted);
+        int before = 0;
+        for (qint64 i = 0; i < reader.info().frames; ++i) {
+            QmxFrame frame;
+            ASSERT_FALSE(reader.readFrame(i, frame).isError());
+            const int now = std::as_const(frame).meta().value(QmxId(12)).value<QmxTimecode>().toFrameNumber();
+            ASSERT_TRUE(i == 0 || now == before + 1) << i;
+            before = now;
+        }
     }
+}
+
+TEST_F(CameraTest, thatBeginsToRecordEndsThePlay)
+{
+    startUp();
+    recordClip("clip.mov", 20);
+    recordDesc = media.file("camera.mov");
+    vtr().setCameraInput(QmxId(1000));
+    Stepper::runMs(600);
+    playClip("clip.mov", 0.0);
+    events.clear();
+    ASSERT_TRUE(runUntilMode(VtrMode::Record));
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    EXPECT_EQ(events.filter("mode "),
+              (QStringList{"mode Play StandbyOff", "mode StandbyOff Record", "mode Record StandbyOff"}));
+    QmxClipReader reader;
+    ASSERT_FALSE(reader.open(media.file("camera.mov")).isError());
+    EXPECT_NEAR(reader.info().frames, 60, 15) << "but for what the way out of the play takes";
 }
 
 TEST_F(RunningTimecodeTest, recordsEachRunThroughAGlitchAndAgainAfterALoss)
@@ -328,11 +373,17 @@ TEST_F(StillsTest, everyRowIsWhatTheTakeHasInPlaceOfALostPicture)
         QFile::remove(media.file("take.mov"));
         QFile::remove(media.file("stills/" + clip.file));
     }
-    // One that is there and no clip.
+    // A size without a still, after one that had it; and a still that is there and no clip.
     allowLog("", "loss_of_video");
     expectLog("vtrobject", "Loss of Video image buffer is not valid.");
     writeAll(media.file("stills/" + clips.first().file), QByteArray(4000, '\x5a'));
-    recordAndLose(clips.first().desc);
-    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
-    EXPECT_EQ(count(1905, QmxAlarm::Error, "Invalid Loss Of Video image buffer"), 1);
+    QmxImageDesc odd = clips.first().desc;
+    odd.setSize(640, 480);
+    for (const QmxImageDesc &desc : {odd, clips.first().desc}) {
+        recordAndLose(desc);
+        ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+        EXPECT_EQ(count(1905, QmxAlarm::Error, "Invalid Loss Of Video image buffer"), 1);
+        board->onRead = nullptr;
+        QFile::remove(media.file("take.mov"));
+    }
 }

@@ -242,6 +242,7 @@ QList<Event> ModeTableTest::failures()
     };
     return {
         {"a set-up that fails", [this] { board->failingSetups = 1; }, staysIn},
+        {"a set-up that is refused", [this] { vtr().setVideoSignalGenMode(QmxId(800)); }, staysIn},
         {"an input that goes", [this] { emit device().inputChanged(0, QmxVideoState()); }, staysIn},
         {"a frame dropped", [this] { emit device().frameDropped(); },
          [](const Moment &moment) { return *moment.busy == '\0' ? endsARecord(moment) : moment.mode; }},
@@ -296,6 +297,7 @@ void ModeTableTest::backToStandby()
 {
     files->clear();
     board->failingSetups = 0;
+    vtr().setVideoSignalGenMode(QmxId());
     if (!vtr().state().mode().isValid())
         startUp();
     else if (vtr().state().mode().isInModeShutdown() || vtr().isShutdownComplete())

@@ -121,6 +121,29 @@ TEST_F(RecordTest, recordWithoutDescriptor_tellsTheFailureAndStops)
     EXPECT_EQ(count("open failed 22"), 1);
 }
 
+TEST_F(RecordTest, theFirstFrameNamesItsClipAndItsRate)
+{
+    startUp();
+    vtr().setReelName("A007");
+    recordDesc = QVariant();
+    const QString named = media.file("named.mov");
+    vtr().debugFrameMetadata(QmxMetadata(QmxId(706), named));
+    vtr().record();
+    ASSERT_TRUE(Stepper::runUntil([this] { return count("open") == 1; }));
+    vtr().standbyOff();
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    vtr().debugFrameMetadata(QmxMetadata(QmxId(710), 12));
+    recordClip("slow.mov", 5);
+    const std::pair<QString, QmxVideoRate> clips[] = {{named, QmxVideoRate(25)},
+                                                      {media.file("slow.mov"), QmxVideoRate(12)}};
+    for (const auto &[path, rate] : clips) {
+        QmxClipReader reader;
+        ASSERT_FALSE(reader.open(path).isError()) << path.toStdString();
+        EXPECT_EQ(reader.info().image.frameRate(), rate);
+        EXPECT_EQ(reader.info().reelName, "A007");
+    }
+}
+
 TEST_F(RecordTest, cameraFlag_startsAndStopsOnChangeOnly)
 {
     startUp();

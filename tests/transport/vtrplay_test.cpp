@@ -130,6 +130,16 @@ TEST_F(PlayTest, backToTheSameClip_resumesWhereTheOutputStood)
     EXPECT_TRUE(logged().contains("Starting at prior playback position of 25"));
     ASSERT_TRUE(runUntilFrame(25));
 
+    // Out of a play that runs it is the frame that was seen, not the one read ahead of it.
+    vtr().play(-1.0);
+    ASSERT_TRUE(Stepper::runUntil([this] { return vtr().currentFrameNumber() <= 20; }));
+    vtr().play(1.0);
+    ASSERT_TRUE(Stepper::runUntil([this] { return vtr().currentFrameNumber() == 25; }));
+    vtr().standbyOff();
+    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    playClip("clip.mov", 0.0);
+    ASSERT_TRUE(runUntilFrame(25)) << vtr().currentFrameNumber();
+
     events.clear();
     ASSERT_TRUE(vtr().reopenPlaybackStream());
     ASSERT_TRUE(Stepper::runUntil([this] { return count("open") == 1; }));

@@ -63,13 +63,13 @@ protected:
         EXPECT_EQ(seen, expected.mid(0, seen.size()));
     }
 
-    /// Whether the line in the lower part of the output's picture is its timecode and this word.
-    static bool isBurnedIn(const char *word)
+    /// Whether the line in the lower part of the output's picture is its timecode and these words.
+    static bool isBurnedIn(const QString &words)
     {
         QmxPreviewReader reader;
         QmxPreviewPicture shown;
         if (!reader.open() || !reader.read(shown)) return false;
-        const QString line = shown.timecode + QLatin1Char(' ') + QLatin1String(word);
+        const QString line = shown.timecode + QLatin1Char(' ') + words;
         constexpr int width = 720, height = 576, dot = 4, advance = dot * (PixelFont::width + 1);
         const int left = (width - int(line.size() + 1) * advance) / 2 + advance / 2;
         const int top = height - dot * (PixelFont::height + 1) - height / 12;
@@ -140,6 +140,9 @@ TEST_F(PlayScenario, theBurnedInLineTellsWhatTheTransportDoes)
         speed(value);
         EXPECT_TRUE(until([word = word] { return isBurnedIn(word); }, 1000)) << value << ' ' << word;
     }
+    write(eParam_Superimpose, "5");
+    EXPECT_TRUE(until([this] { return isBurnedIn(text(eParam_CurrentClip)); }, 1500));
+    write(eParam_Superimpose, "6");
     command(4);
     command(4);
     ASSERT_TRUE(settles(VtrMode::StandbyOff));

@@ -80,16 +80,21 @@ void StillsTest::expectLook(const QmxFrame &frame)
     ASSERT_FALSE(decoder->decode(image.buffers().first(), picture).isError());
     ASSERT_EQ(picture.size(), QSize(image.desc().width(), image.desc().height()));
     constexpr int black = 64, white = 940, ringing = 40;
-    int bright = 0, darkest = white, brightest = 0;
+    int bright = 0, darkest = white, brightest = 0, left = picture.width(), right = 0;
     for (int y = 0; y < picture.height(); ++y) {
         const quint16 *row = picture.row(0, y);
         for (int x = 0; x < picture.width(); ++x) {
-            bright += row[x] > (black + white) / 2;
+            if (row[x] > (black + white) / 2) {
+                ++bright;
+                left = std::min(left, x);
+                right = std::max(right, x);
+            }
             darkest = std::min<int>(darkest, row[x]);
             brightest = std::max<int>(brightest, row[x]);
         }
     }
     EXPECT_GT(bright, picture.width() * picture.height() / 100);
+    EXPECT_NEAR(left, picture.width() - 1 - right, picture.width() / 30.0);
     EXPECT_NEAR(darkest, black, ringing);
     EXPECT_GT(brightest, white * 2 / 3);
     EXPECT_LE(brightest, white + ringing);
@@ -308,6 +313,16 @@ TEST_F(CameraTest, thatBeginsToRecordEndsThePlay)
     QmxClipReader reader;
     ASSERT_FALSE(reader.open(media.file("camera.mov")).isError());
     EXPECT_NEAR(reader.info().frames, 60, 15) << "but for what the way out of the play takes";
+}
+
+TEST_F(RunningTimecodeTest, recordsNothingUnlessAsked)
+{
+    startUp();
+    vtr().setTCGSource(QmxId(1520));
+    recordDesc = media.file("take.mov");
+    const QmxTimecode wellIntoTheRun(10, 0, 1, 0, 25, 0);
+    ASSERT_TRUE(Stepper::runUntil([&] { return vtr().lastVBI().inputTimecode() == wellIntoTheRun; }));
+    EXPECT_EQ(events.filter(" Record"), QStringList());
 }
 
 TEST_F(RunningTimecodeTest, recordsEachRunThroughAGlitchAndAgainAfterALoss)

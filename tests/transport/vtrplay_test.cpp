@@ -157,6 +157,22 @@ TEST_F(PlayTest, startFrame_isWherePlaybackBegins)
     EXPECT_TRUE(runUntilFrame(12));
 }
 
+TEST_F(PlayTest, aClipWithoutTimecodeCountsItsFrames)
+{
+    expectLog("vtrobject", "Frame has invalid timecode");
+    startUp();
+    vtr().setTCGSource(QmxId(1510)); // the input has none
+    Stepper::runMs(1000);
+    recordClip("clip.mov", 30);
+    events.clear();
+    allowLog("vtrobject", "but pending cue at");
+    playClip("clip.mov", 0.0);
+    vtr().cue(27);
+    ASSERT_TRUE(runUntilFrame(27));
+    EXPECT_EQ(std::as_const(vtr()).currentFrameMetadata().value(QmxId(12)).value<QmxTimecode>().toString(),
+              "00:00:01:02");
+}
+
 TEST_F(PlayTest, brokenClip_isReportedAndLeavesPlay)
 {
     prepare(5);

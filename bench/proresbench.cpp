@@ -5,13 +5,17 @@
 #include "platform/qmx/codec/prores/proresframecoder.h"
 #include "platform/qmx/codec/qmxlibav.h"
 #include "platform/qmx/codec/qmxprores.h"
+#include "platform/qmx/device/pictureworkers.h"
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <ctime>
 #include <functional>
+#include <latch>
+#include <thread>
 
 extern "C" {
 #include <libavutil/opt.h>
@@ -38,6 +42,13 @@ QmxImageDesc descOf(const BenchFilm &film)
     desc.setScanMode(film.interlaced ? QmxImageDesc::Interlaced : QmxImageDesc::Progressive);
     desc.setDataType(QmxId(202));
     return desc;
+}
+
+template <size_t count>
+double median(std::array<double, count> values)
+{
+    std::nth_element(values.begin(), values.begin() + count / 2, values.end());
+    return values[count / 2];
 }
 
 /// What a coder made of a film.
@@ -94,8 +105,7 @@ Result measure(const BenchFilm &film, const QList<QmxPicture> &pictures,
             for (int x = 0; x + 8 <= raster.width(); x += 8, ++blocks)
                 result.ssim += ssimOfBlock(picture, decoded, x, y);
     }
-    std::nth_element(cpu.begin(), cpu.begin() + frames / 2, cpu.end());
-    result.cpu = cpu[frames / 2];
+    result.cpu = median(cpu);
     result.psnr = 10 * std::log10(1023.0 * 1023.0 * samples / std::max(squares, 1e-9));
     result.ssim /= std::max(1.0, blocks);
     return result;
@@ -136,20 +146,24 @@ Result measureKs(const BenchFilm &film, const QList<QmxPicture> &pictures, int q
     });
 }
 
+ProResPlanes planesOf(const QmxPicture &picture)
+{
+    ProResPlanes planes;
+    for (int plane = 0; plane < 3; ++plane) {
+        planes.plane[size_t(plane)] = picture.row(plane, 0);
+        planes.stride[size_t(plane)] = picture.stride(plane) / qsizetype(sizeof(quint16));
+    }
+    return planes;
+}
+
 /// Our coder at about this size; `quantiser` 0: held by its rate control.
 Result measureOwn(const BenchFilm &film, const QList<QmxPicture> &pictures, double bytes, int quantiser = 0)
 {
     ProResFrameCoder coder(qmxProResFormat(descOf(film)));
     coder.setNominalSize(int(bytes));
     coder.setFixedQuantiser(quantiser);
-    return measure(film, pictures, [&](const QmxPicture &picture) {
-        ProResPlanes planes;
-        for (int plane = 0; plane < 3; ++plane) {
-            planes.plane[size_t(plane)] = picture.row(plane, 0);
-            planes.stride[size_t(plane)] = picture.stride(plane) / qsizetype(sizeof(quint16));
-        }
-        return coder.encode(planes);
-    });
+    return measure(film, pictures,
+                   [&](const QmxPicture &picture) { return coder.encode(planesOf(picture)); });
 }
 /// The same below what the rate control aims at, far below any real rate: with the finest quantiser that
 /// does.
@@ -161,6 +175,37 @@ Result measureOwnSmall(const BenchFilm &film, const QList<QmxPicture> &pictures,
         result = measureOwn(film, pictures, bytes, quantiser);
     return result;
 }
+
+/// Wall time of one frame, in milliseconds, the median of some: with the help of idle workers, and alone.
+Figure latency(const QString &name, const QSize &size)
+{
+    constexpr int rounds = 15;
+    QmxImageDesc desc = descOf(benchFilms().front());
+    desc.setSize(size.width(), size.height());
+    const QmxPicture picture = benchPicture(benchFilms().front(), size, 0);
+    const ProResPlanes planes = planesOf(picture);
+    PictureWorkers workers(std::max(2, int(std::thread::hardware_concurrency())), qmxCodec,
+                           QmxEnvironment::current());
+    std::array<double, rounds> together{}, alone{};
+    std::latch done(1);
+    workers.post([&](CodecContexts &contexts) {
+        ProResFrameCoder helped(qmxProResFormat(desc)), lonely(qmxProResFormat(desc));
+        helped.setHelpers(contexts.helpers());
+        const auto wall = [&](ProResFrameCoder &coder) {
+            const auto before = std::chrono::steady_clock::now();
+            coder.encode(planes);
+            return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - before)
+                .count();
+        };
+        for (size_t i = 0; i < rounds; ++i) {
+            together[i] = wall(helped);
+            alone[i] = wall(lonely);
+        }
+        done.count_down();
+    });
+    done.wait();
+    return {name, median(together), "ms", median(alone), "ms alone", {}};
+}
 } // namespace
 
 QList<Figure> benchProRes(int)
@@ -168,6 +213,8 @@ QList<Figure> benchProRes(int)
     constexpr double mostOfFixed = 1.0 / 3, mostLost = 0.1;
     constexpr int fixedQuantiser = 4;
     QList<Figure> figures;
+    figures.append(latency(QStringLiteral("prores_hd_latency"), raster));
+    figures.append(latency(QStringLiteral("prores_uhd_latency"), 2 * raster));
     for (const BenchFilm &film : benchFilms()) {
         QList<QmxPicture> pictures;
         for (int i = 0; i < frames; ++i)

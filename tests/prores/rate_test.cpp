@@ -14,10 +14,11 @@ namespace {
 std::atomic<qint64> allocations = 0;
 
 /// A few threads a call.
-class TestHelpers : public ProResHelpers
+class TestHelpers : public QmxHelpers
 {
 public:
     int threads() const override { return 3; }
+    bool anyIdle() const override { return true; }
     void run(int count, void (*job)(void *, int, int), void *context) override
     {
         std::atomic<int> next = 0;
@@ -123,7 +124,8 @@ TEST(ProResRate, theBytesDoNotDependOnThreadsNorDoesAFrameAllocate)
 {
     const ProResFormat format = proResTestFormat(206, QSize(720, 486), ProResFormat::BottomFieldFirst, true);
     TestHelpers helpers;
-    ProResFrameCoder alone(format), together(format, &helpers);
+    ProResFrameCoder alone(format), together(format);
+    together.setHelpers(&helpers);
     ProResTestFrame frame(format);
     for (int i = 0; i < 4; ++i) {
         paintScene(frame, i, i);

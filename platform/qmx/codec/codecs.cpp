@@ -45,6 +45,8 @@ constexpr std::array libavRows = {
 QmxVideoEncoder::~QmxVideoEncoder() = default;
 QmxVideoDecoder::~QmxVideoDecoder() = default;
 
+void QmxVideoEncoder::setHelpers(QmxHelpers *) {}
+
 std::span<const QmxCodecRow> qmxCodecs()
 {
     return codecRows;

@@ -8,6 +8,9 @@
 #include <cerrno>
 
 namespace {
+/// Up to here a frame is coded in a part of its time that waking others is not worth.
+constexpr int tallestAlone = 1080;
+
 /// Frame rate code of RDD 36; 0 unknown.
 int rateCode(const QmxVideoRate &rate)
 {
@@ -27,6 +30,11 @@ public:
           _format(_coder.format().kind->fullChroma ? QmxPicture::Format::Yuv444P10
                                                    : QmxPicture::Format::Yuv422P10)
     {}
+
+    void setHelpers(QmxHelpers *helpers) override
+    {
+        if (_coder.format().size.height() > tallestAlone) _coder.setHelpers(helpers);
+    }
 
     QmxError encode(const QmxPicture &picture, QmxBuffer &coded) override
     {

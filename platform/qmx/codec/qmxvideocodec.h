@@ -3,6 +3,7 @@
 
 #include "platform/qmx/codec/qmxpicture.h"
 #include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxhelpers.h"
 #include "platform/qmx/core/qmxid.h"
 #include "platform/qmx/core/qmximagedesc.h"
 
@@ -14,6 +15,9 @@ class QmxVideoEncoder
 {
 public:
     virtual ~QmxVideoEncoder();
+    /// Threads that may help with a picture whose coding takes long; they outlive the encoder. The bytes are
+    /// the same with them.
+    virtual void setHelpers(QmxHelpers *helpers);
     /// Codes one picture into pool memory.
     virtual QmxError encode(const QmxPicture &picture, QmxBuffer &coded) = 0;
 };

@@ -23,6 +23,7 @@ QmxVideoEncoder *CodecContexts::encoder(const QmxImageDesc &desc)
     const QmxCodecRow *row = _lookup(desc.dataType());
     if (!row || !row->createEncoder) return nullptr;
     _encoders.push_front({desc, row->createEncoder(desc)});
+    if (_helpers && _encoders.front().coder) _encoders.front().coder->setHelpers(_helpers);
     if (_encoders.size() > kept) _encoders.pop_back();
     return _encoders.front().coder.get();
 }
@@ -38,7 +39,7 @@ QmxVideoDecoder *CodecContexts::decoder(const QmxImageDesc &desc)
 }
 
 PictureWorkers::PictureWorkers(int threads, const CodecLookup &lookup, const QmxEnvironment &environment)
-    : _clock(environment.clock), _lookup(lookup)
+    : _clock(environment.clock), _lookup(lookup), _shared(threads, _mutex, _wake)
 {
     for (int i = 0; i < threads; ++i)
         _threads.emplace_back([this, i] { run(i); });
@@ -82,11 +83,15 @@ void PictureWorkers::run(int number)
 {
     qmxNameThread(QStringLiteral("lumen-work-%1").arg(number));
     qmxYieldToEventLoop();
-    CodecContexts contexts(_lookup);
+    CodecContexts contexts(_lookup, &_shared);
     int prepared = 0;
     std::unique_lock lock(_mutex);
     while (true) {
-        _wake.wait(lock, [&] { return _stop || !_items.empty() || prepared != _prepareNumber; });
+        _shared.setIdle(true);
+        _wake.wait(lock, [&] {
+            return _stop || !_items.empty() || _shared.isWanted() || prepared != _prepareNumber;
+        });
+        _shared.setIdle(false);
         if (_stop) return;
         if (!_items.empty()) {
             Item item = std::move(_items.front());
@@ -94,6 +99,9 @@ void PictureWorkers::run(int number)
             lock.unlock();
             item.job(contexts);
             item = Item();
+        } else if (_shared.isWanted()) {
+            _shared.help(lock);
+            continue;
         } else {
             const QmxImageDesc desc = _prepare;
             prepared = _prepareNumber;

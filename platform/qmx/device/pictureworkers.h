@@ -4,6 +4,7 @@
 #include "platform/qmx/codec/qmxpictureconverter.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/device/sharedwork.h"
 
 #include <condition_variable>
 #include <deque>
@@ -19,13 +20,17 @@ using CodecLookup = std::function<const QmxCodecRow *(const QmxId &dataType)>;
 class CodecContexts
 {
 public:
-    explicit CodecContexts(const CodecLookup &lookup) : _lookup(lookup) {}
+    /// Encoders may be helped with large pictures; null: by nobody.
+    explicit CodecContexts(const CodecLookup &lookup, QmxHelpers *helpers = nullptr)
+        : _lookup(lookup), _helpers(helpers)
+    {}
 
     /// Null when the data type cannot be coded, or not in this format.
     QmxVideoEncoder *encoder(const QmxImageDesc &desc);
     QmxVideoDecoder *decoder(const QmxImageDesc &desc);
     const QmxCodecRow *row(const QmxId &dataType) const { return _lookup(dataType); }
     QmxPictureConverter &converter() { return _converter; }
+    QmxHelpers *helpers() const { return _helpers; }
 
 private:
     static constexpr size_t kept = 4;
@@ -39,15 +44,16 @@ private:
     static Coder *find(std::deque<Entry<Coder>> &entries, const QmxImageDesc &desc);
 
     CodecLookup _lookup;
+    QmxHelpers *_helpers;
     QmxPictureConverter _converter;
     std::deque<Entry<QmxVideoEncoder>> _encoders; ///< used last first
     std::deque<Entry<QmxVideoDecoder>> _decoders;
 };
 
 /// The threads that code, decode and process pictures ("lumen-work-N"). Jobs start in the order in which they
-/// were posted and end in any. Who posts keeps the queue bounded by posting only what it has room for; a
-/// hard bound refuses. post() and prepareEncoder() any thread; the destructor drops the jobs that have not
-/// begun and joins.
+/// were posted and end in any; workers without a job help others with large pictures. Who posts keeps the
+/// queue bounded by posting only what it has room for; a hard bound refuses. post() and prepareEncoder() any
+/// thread; the destructor drops the jobs that have not begun and joins.
 class PictureWorkers
 {
 public:
@@ -77,6 +83,7 @@ private:
     std::mutex _mutex;
     std::condition_variable _wake;
     std::deque<Item> _items;
+    SharedWork _shared;
     QmxImageDesc _prepare;
     int _prepareNumber = 0;
     bool _stop = false;

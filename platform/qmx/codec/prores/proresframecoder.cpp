@@ -42,9 +42,8 @@ ProResRateControl rateControl(int nominal, const ProResLayout &layout)
 }
 } // namespace
 
-ProResFrameCoder::ProResFrameCoder(const ProResFormat &format, ProResHelpers *helpers)
+ProResFrameCoder::ProResFrameCoder(const ProResFormat &format)
     : _format(format),
-      _helpers(helpers),
       _layout(format),
       _limit(limitOf(ProRes::nominalSize(*format.kind, format.size), _layout)),
       _rate(rateControl(ProRes::nominalSize(*format.kind, format.size), _layout))
@@ -55,20 +54,26 @@ ProResFrameCoder::ProResFrameCoder(const ProResFormat &format, ProResHelpers *he
     }));
     _rows = int(slices.size()) / _slicesInRow;
     _rate.bandCount = std::min(_rows, ProResRateControl::mostBands);
-    int longestBand = 0;
     for (int band = 0; band < _rate.bandCount; ++band) {
         _bandBegin[size_t(band) + 1] = _rows * (band + 1) / _rate.bandCount;
-        longestBand = std::max(longestBand, _bandBegin[size_t(band) + 1] - _bandBegin[size_t(band)]);
+        _longestBand = std::max(_longestBand, _bandBegin[size_t(band) + 1] - _bandBegin[size_t(band)]);
     }
     _quantisers.resize(slices.size());
     _sizes.resize(slices.size());
     _rowSizes.resize(size_t(_rows));
     _rowAlpha.resize(size_t(_rows));
-    const int threads = helpers ? helpers->threads() : 1;
-    for (int i = 0; i < threads; ++i)
-        _coders.push_back(std::make_unique<ProResSliceCoder>(format));
-    if (helpers)
-        _rowMemory.reset(new uchar[size_t(longestBand) * size_t(_slicesInRow) * ProResSliceCoder::largest]);
+    setHelpers(nullptr);
+}
+
+void ProResFrameCoder::setHelpers(QmxHelpers *helpers)
+{
+    _helpers = helpers;
+    const size_t threads = helpers ? size_t(helpers->threads()) : 1;
+    while (_coders.size() < threads)
+        _coders.push_back(std::make_unique<ProResSliceCoder>(_format));
+    const size_t slices = size_t(_longestBand) * size_t(_slicesInRow);
+    // Not zeroed: only what the rows really take is ever touched.
+    _rowMemory.reset(helpers ? new uchar[slices * ProResSliceCoder::largest] : nullptr);
 }
 
 ProResFrameCoder::~ProResFrameCoder() = default;
@@ -157,7 +162,7 @@ int ProResFrameCoder::codeRow(int row, uchar *out, const uchar *end, int thread)
 uchar *ProResFrameCoder::codeBand(int firstRow, int lastRow, uchar *at)
 {
     const uchar *end = _buffer.constData() + _buffer.size();
-    if (!_helpers) {
+    if (!_helpers || !_helpers->anyIdle()) {
         for (int row = firstRow; row < lastRow; ++row) {
             const int size = codeRow(row, at, end, 0);
             if (size < 0) return nullptr;

@@ -4,27 +4,16 @@
 #include "platform/qmx/codec/prores/proresratecontrol.h"
 #include "platform/qmx/codec/prores/proresslicecoder.h"
 #include "platform/qmx/core/qmxbuffer.h"
+#include "platform/qmx/core/qmxhelpers.h"
 
 #include <memory>
-
-/// Threads that may work at the slices of one frame together with the caller.
-class ProResHelpers
-{
-public:
-    virtual ~ProResHelpers() = default;
-    /// Most threads that work at once, the caller's included.
-    virtual int threads() const = 0;
-    /// Calls job(context, index, thread) for every index from 0 to count - 1, `thread` below threads() and
-    /// never the same for two calls at once. Returns when all are done.
-    virtual void run(int count, void (*job)(void *context, int index, int thread), void *context) = 0;
-};
 
 /// Codes frames of one format. The bytes depend on the frames alone, not on the helpers. Allocates nothing a
 /// frame but the pool memory of its result. One thread at a time.
 class ProResFrameCoder
 {
 public:
-    explicit ProResFrameCoder(const ProResFormat &format, ProResHelpers *helpers = nullptr);
+    explicit ProResFrameCoder(const ProResFormat &format);
     ~ProResFrameCoder();
 
     const ProResFormat &format() const { return _format; }
@@ -32,6 +21,8 @@ public:
     int limit() const { return _limit; }
     /// Aims at frames of another size than the kind's nominal one, in bytes; begins anew.
     void setNominalSize(int bytes);
+    /// Who may work at the slices of a frame together with the caller of encode(); null: nobody.
+    void setHelpers(QmxHelpers *helpers);
     /// Every frame with this quantiser (1 to ProRes::coarsestQuantiser) whatever its size; 0: by the data
     /// rate.
     void setFixedQuantiser(int quantiser) { _fixedQuantiser = quantiser; }
@@ -50,11 +41,12 @@ private:
     size_t slicesBefore(int row) const { return size_t(row) * size_t(_slicesInRow); }
 
     ProResFormat _format;
-    ProResHelpers *_helpers;
+    QmxHelpers *_helpers = nullptr;
     ProResLayout _layout;
     int _limit;
     int _fixedQuantiser = 0;
-    int _rows; ///< of slices, in all pictures
+    int _longestBand = 0; ///< rows
+    int _rows;            ///< of slices, in all pictures
     int _slicesInRow;
     int _frameNumber = 0;
     ProResRateControl _rate;

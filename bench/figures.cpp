@@ -21,6 +21,8 @@ std::span<const BenchRow> benchRows()
         {"monitoring", "CPU of the daemon in a take, asked for its figures ten times a second and not",
          benchMonitoring},
         {"prores", "our ProRes coder against libavcodec's: size, quality, CPU a frame", benchProRes},
+        {"prores_latency", "time of a ProRes frame with the help of idle workers, and alone",
+         benchProResLatency},
         {"medium_change", "a take that goes on on the next medium: frames lost, time between the two",
          benchMediumChange},
         {"medium_check", "the transport's look at its medium, also at one that hangs", benchMediumCheck},

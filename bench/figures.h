@@ -57,3 +57,4 @@ QList<Figure> benchCue(int seconds);
 QList<Figure> benchMonitoring(int seconds);
 // proresbench.cpp
 QList<Figure> benchProRes(int seconds);
+QList<Figure> benchProResLatency(int seconds);

@@ -32,6 +32,8 @@ protected:
     {
         CreateDescriptors();
         store.reset(ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "operator", false));
+        EXPECT_TRUE(
+            store->setUInt(eParam_TransportStatus, 20)); // a killed one before this test leaves it as it was
     }
 
     static std::unique_ptr<QProcess>

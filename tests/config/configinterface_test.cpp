@@ -8,6 +8,7 @@
 #include "tests/support/stepper.h"
 #include "tests/support/testfiles.h"
 
+#include <QFile>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -168,4 +169,5 @@ TEST(ConfigInterface, withoutAStoreItAnswersDefaultsAndRefusesWrites)
     EXPECT_TRUE(config.getData(eParam_LutFile).isEmpty());
     EXPECT_FALSE(config.set(eParam_LoopPlayback, true));
     EXPECT_FALSE(config.set(eParam_CurrentClip, QStringLiteral("a.mov")));
+    QFile::remove(QStringLiteral("/etc/xp/store"));
 }

@@ -8,9 +8,11 @@
 TEST(Run, makesAFirstTakeAndStaysUpForOthersToEnter)
 {
     const QTemporaryDir checkout;
-    const ProgramResult result = runProgram(
-        "env", {"XP_ROOT=" + checkout.path(), QStringLiteral("XP_BUILD=" XP_BUILD), "bash", "-euc", R"sh(
-        cd $XP_ROOT; ln -s )sh" XP_ROOT R"sh(/scripts scripts
+    const ProgramResult result =
+        runProgram("env",
+                   {"XP_ROOT=" + checkout.path(), QStringLiteral("XP_BUILD=" XP_BUILD),
+                    QStringLiteral("SOURCE=" XP_ROOT), "bash", "-euc", R"sh(
+        cd $XP_ROOT; ln -s $SOURCE/scripts scripts
         enter() { scripts/enter.sh "$@"; }
         status=0; enter xpctl status 2>&1 || status=$?; echo "nobody: $status"
         scripts/run.sh >out 2>err & running=$!
@@ -25,7 +27,7 @@ TEST(Run, makesAFirstTakeAndStaysUpForOthersToEnter)
         kill $running; wait $running || true
         ls run/clips
     )sh"},
-        300000);
+                   300000);
     EXPECT_EQ(result.status, 0) << result.err.toStdString() << result.out.toStdString();
     for (const char *line : {"xp: no recorder is up; start one with ./xp run", "nobody: 1", "second: 1",
                              "take_001.mov", "take_002.mov"}) {

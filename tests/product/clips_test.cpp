@@ -54,13 +54,21 @@ protected:
             EXPECT_FALSE(writer.writeFrame(frame).isError());
         EXPECT_FALSE(writer.flush().isError());
     }
-    void make(const QString &name, int frames) const
+    void make(const QString &name, int frames)
     {
         QmxClipWriter writer;
         const QmxError error = writer.create(medium + "/" + name, info());
         ASSERT_FALSE(error.isError()) << local(error.toString());
         write(writer, frames);
         EXPECT_FALSE(writer.close().isError());
+        // The file system's clock has steps of milliseconds: two clips made at once would be of one time.
+        setTime(name, QDateTime::currentDateTime().addSecs(-100 + ++made));
+    }
+    void setTime(const QString &name, const QDateTime &time) const
+    {
+        QFile clip(medium + "/" + name);
+        ASSERT_TRUE(clip.open(QIODevice::ReadWrite));
+        EXPECT_TRUE(clip.setFileTime(time, QFileDevice::FileModificationTime));
     }
     std::string names(bool playListOnly = false, bool sorted = true)
     {
@@ -79,6 +87,7 @@ protected:
     TestDir dir;
     const QString medium = dir.file("A");
     const QString rollover = dir.file("B");
+    int made = 0; ///< clips
     const std::unique_ptr<Config> config{
         ConfigFactoryImpl::GetInstance()->create("sqlite:" + local(dir.file("store.db")), "", true)};
     ClipFinder finder{config.get()};
@@ -94,10 +103,7 @@ TEST_F(Clips, areListedInTheOrderOfRecordingAndStayInIt)
     EXPECT_EQ(names(), "b.mov:3 a.mov:2");
     EXPECT_EQ(names(false, false), "a.mov:2 b.mov:3");
     // A clip that a copy has made younger keeps its place, a new one comes last.
-    QFile older(medium + "/b.mov");
-    ASSERT_TRUE(older.open(QIODevice::ReadWrite));
-    older.setFileTime(QDateTime::currentDateTime().addDays(1), QFileDevice::FileModificationTime);
-    older.close();
+    setTime("b.mov", QDateTime::currentDateTime().addDays(1));
     make("0.mov", 1);
     EXPECT_EQ(names(), "b.mov:3 a.mov:2 0.mov:1");
 

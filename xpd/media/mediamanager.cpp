@@ -158,8 +158,10 @@ void MediaManager::setActivePath(const QString &path)
     if (path == _activePath) return;
     _activePath = path;
     logText(3, ActivePath, QStringLiteral("Active Media Path: %1").arg(path));
-    if (path.isEmpty()) return;
-    if (!getActivePathInfo(_activeInfo))
+    // What is measured here only tells whether the medium answers: the first check decides nothing yet.
+    _activeInfo = PathInfo();
+    PathInfo info;
+    if (!path.isEmpty() && !getActivePathInfo(info))
         qmxLogOutput(1, kSource, MeasureFailed, "getPathInfo failed for %s\n",
                      path.toLocal8Bit().constData());
 }

@@ -131,6 +131,4 @@ void VtrObject::videoDeviceSetupIsDone(const QmxError &error)
     }
     jamTCG();
     qmxLogOutput(Info, source, __LINE__, "VIDEO DEVICE: Setup is Done\n");
-    // Steps given during the set-up could not flush; left over they would be added to a later one.
-    if (_stepCount != 0) videoDeviceFlush();
 }

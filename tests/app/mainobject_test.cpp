@@ -118,22 +118,24 @@ TEST_F(AppRig, settingsWithoutAPlaceInTheStateReachTheTransportToo)
 {
     allowLog("vtrobject");
     begin();
-    const std::pair<eParam_t, const char *> texts[] = {{eParam_ReelNumber, "5"},
-                                                       {eParam_ReelNumber, "ABCDE"}};
-    ASSERT_TRUE(store->setString(texts[0].first, texts[0].second));
-    EXPECT_TRUE(logs("vtrobject", "Reel Name: 005"));
-    ASSERT_TRUE(store->setString(texts[1].first, texts[1].second));
-    EXPECT_TRUE(logs("vtrobject", "Reel Name: ABCDE"));
-    ASSERT_TRUE(store->setUInt(eParam_TimecodePresetHour, 10));
-    EXPECT_TRUE(logs("vtrobject", "Set TC value: 10:00:00:00"));
-    ASSERT_TRUE(store->setUInt(eParam_TimecodeDropFrame, 1));
-    EXPECT_TRUE(logs("vtrobject", "Set TC Drop Frame: Enabled"));
-    ASSERT_TRUE(store->setUInt(eParam_TimecodeSource, 5));
-    EXPECT_TRUE(logs("vtrobject", QStringLiteral("Set TCG Source: ") + QmxId(1501).name()));
-    ASSERT_TRUE(store->setUInt(eParam_RecordOnRunningTimecode, 0));
-    EXPECT_TRUE(logs("vtrobject", "Record on Running Timecode: Enabled"));
-    ASSERT_TRUE(store->setUInt(eParam_RolloverEnabled, 1));
-    EXPECT_TRUE(logs("mediamanager", "Rollover Enabled"));
+    const struct
+    {
+        eParam_t param;
+        const char *value, *source;
+        QString line;
+    } rows[] = {
+        {eParam_ReelNumber, "5", "vtrobject", "Reel Name: 005"},
+        {eParam_ReelNumber, "ABCDE", "vtrobject", "Reel Name: ABCDE"},
+        {eParam_TimecodePresetHour, "10", "vtrobject", "Set TC value: 10:00:00:00"},
+        {eParam_TimecodeDropFrame, "1", "vtrobject", "Set TC Drop Frame: Enabled"},
+        {eParam_TimecodeSource, "5", "vtrobject", "Set TCG Source: " + QmxId(1501).name()},
+        {eParam_RecordOnRunningTimecode, "0", "vtrobject", "Record on Running Timecode: Enabled"},
+        {eParam_RolloverEnabled, "1", "mediamanager", "Rollover Enabled"},
+    };
+    for (const auto &row : rows) {
+        write(row.param, row.value);
+        EXPECT_TRUE(logs(row.source, row.line)) << row.line.toStdString();
+    }
 }
 
 TEST_F(AppRig, analogSoundWithEightChannelsIsAnAlarmOfTheNextRecord)

@@ -184,6 +184,7 @@ TEST_F(XpdTest, takesItsOptions)
     std::string clip;
     ASSERT_TRUE(
         Stepper::waitFor([&] { return store->getString(eParam_CurrentClip, clip) && clip == "clip.mov"; }));
+    EXPECT_FALSE(said.contains("FAILED: ")) << "a connection, all of which are made with -D";
     // "-p": also what nobody reacts to.
     said.clear();
     ASSERT_TRUE(store->setString(eParam_MediaLabel, "REEL"));

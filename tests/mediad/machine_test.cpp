@@ -82,6 +82,15 @@ protected:
         is.storage = Released;
     }
 
+    /// Into a take whose medium runs full.
+    void fill()
+    {
+        step();
+        record();
+        media[0].percentFree = 10;
+        step();
+    }
+
     using Writes = std::vector<std::string>;
     std::optional<MediaMachine> machine{std::in_place};
     std::vector<Medium> media;
@@ -153,10 +162,7 @@ TEST_F(Machine, answersARolloverInTheOrderThatTheTransportWaitsFor)
 
 TEST_F(Machine, aRolloverOntoABadMediumGoesBackToTheGoodPath)
 {
-    step();
-    record();
-    media[0].percentFree = 10;
-    step();
+    fill();
     is.storage = RolloverDone;
     media[1].writable = false;
     EXPECT_EQ(step({1}), Writes()) << "it may only be slow to answer";
@@ -168,10 +174,7 @@ TEST_F(Machine, aRolloverOntoABadMediumGoesBackToTheGoodPath)
 
 TEST_F(Machine, aTakeThatGoesOnIsOnTheNextMediumHoweverBadThatLooks)
 {
-    step();
-    record();
-    media[0].percentFree = 10;
-    step();
+    fill();
     is.storage = RolloverDone;
     media[1].writable = false;
     EXPECT_EQ(step({1}), Writes());
@@ -182,10 +185,7 @@ TEST_F(Machine, aTakeThatGoesOnIsOnTheNextMediumHoweverBadThatLooks)
 
 TEST_F(Machine, aStopInsideARolloverLeavesItToTheNextTake)
 {
-    step();
-    record();
-    media[0].percentFree = 10;
-    step();
+    fill();
     is.status = Stopped; // still "in use": the transport hides the release inside a rollover
     EXPECT_EQ(step(), Writes());
     media[1].writable = false;

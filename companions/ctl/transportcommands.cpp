@@ -77,6 +77,14 @@ ExitCode goTo(Recorder &recorder, const Report &report, const Arguments &argumen
     report.result(recorder.clip(), transportObject(recorder));
     return ExitCode::Done;
 }
+
+/// A playback asked for where there is nothing more to play in its direction holds the picture it has.
+bool isHeldAtTheEnd(const Recorder &recorder, double speed, qint64 frame)
+{
+    return speed != 0.0 && !Recorder::wasInterrupted() && recorder.daemonIsRunning() &&
+           recorder.status() == unsigned(TransportStatus::Still) &&
+           recorder.counter("frame_on_output") == frame;
+}
 } // namespace
 
 ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &arguments)
@@ -92,7 +100,7 @@ ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &argu
     }
     if (const auto refused = nothingToShow(recorder, report)) return *refused;
     const auto before = recorder.alarms();
-    const qint64 shown = recorder.counter("frames_shown");
+    const qint64 shown = recorder.counter("frames_shown"), frame = recorder.counter("frame_on_output");
     const auto play = [&] { recorder.write(eParam_TransportSpeed, speed); };
     if (const QString reason = recorder.write(eParam_TransportSpeed, speed); !reason.isEmpty()) {
         return storeError(report, reason);
@@ -103,10 +111,19 @@ ExitCode ctlPlay(Recorder &recorder, const Report &report, const Arguments &argu
     const auto shows = [&] { return recorder.isInPlay() && recorder.counter("frames_shown") > shown; };
     const auto runs = [&] { return shows() && (value == 0.0 || recorder.isPlaying()); };
     // A clip of a few frames may be at its end before we look: a held picture then counts as played.
-    const bool started = recorder.waitFor(runs, Wait::repeatFor, play, Wait::repeatEvery) || shows() ||
-                         recorder.waitFor(shows, Wait::effectWithin);
+    const bool started =
+        recorder.waitFor(runs, Wait::repeatFor, play, Wait::repeatEvery) || shows() ||
+        (!isHeldAtTheEnd(recorder, value, frame) && recorder.waitFor(shows, Wait::effectWithin));
     if (!started) {
-        return gaveUp(recorder, report, "playback has not begun", recorder.newErrors(before));
+        const auto errors = recorder.newErrors(before);
+        if (errors.isEmpty() && isHeldAtTheEnd(recorder, value, frame)) {
+            return report.error(ExitCode::Refused,
+                                QStringLiteral("playback has not begun: the material %1 at frame %2")
+                                    .arg(value > 0 ? "ends" : "begins")
+                                    .arg(frame),
+                                "go to another frame first, for example: xpctl cue FRAME, xpctl clip NAME");
+        }
+        return gaveUp(recorder, report, "playback has not begun", errors);
     }
     if (arguments.untilDone && value != 0.0) {
         constexpr int dayLong = 24 * 3600 * 1000;

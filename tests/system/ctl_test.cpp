@@ -80,7 +80,8 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         until [ "$(xpctl --json status | sed 's/.*"recorded_up_to":\([0-9]*\).*/\1/')" -ge 25 ]; do read -rt 0.05 <> <(:) || true; done
         run stop; run clips
         run play; run still; run cue 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 2; run cue "$tc"; run picture $OUT/picture.png
-        run clip take_001.mov; run list add take_001.mov; run list add take_002.mov 0; run list move 0 1; run list
+        run clip take_001.mov; run cue 24; xpctl --json play 2>$OUT/at-end && exit 9
+        run list add take_001.mov; run list add take_002.mov 0; run list move 0 1; run list
         run set playback_source all_clips; run still; run next; run prev; run stop; run list remove 0
         run get play_list; run params take; run alarms; run alarms --history; run status; run watch --once; run watch --once --stats; run metrics
         xpctl set sdi_level_a on
@@ -118,6 +119,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
     }
     const QJsonValue error = QJsonDocument::fromJson(readAll(sandbox.out("error"))).object();
     EXPECT_EQ(wrong(error, schemas()["$defs"].toObject()["error"].toObject(), "error"), QString());
+    EXPECT_TRUE(readAll(sandbox.out("at-end")).contains("the material ends at frame 24"));
     EXPECT_TRUE(result.out.contains("\"name\":\"take_001.mov\",\"place\":0")) << "moved down, then up again";
     EXPECT_TRUE(result.out.contains("input 602: /dev/no-camera is not there")) << result.out.toStdString();
     EXPECT_TRUE(result.out.contains("SDI level A, HDMI 4:2:2")) << result.out.toStdString();

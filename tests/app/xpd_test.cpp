@@ -12,9 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include <netinet/in.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 // The program itself, on real time.
@@ -107,25 +105,6 @@ protected:
     std::unique_ptr<Config> store;
 };
 
-/// Sends one line to the debug server and returns what it answers.
-QByteArray ask(const QByteArray &line)
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(6502);
-    QByteArray reply;
-    char buffer[1024];
-    if (::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0 &&
-        ::write(fd, line.constData(), size_t(line.size())) == line.size()) {
-        for (ssize_t size = 0; (size = ::read(fd, buffer, sizeof buffer)) > 0;)
-            reply.append(buffer, size);
-    }
-    ::close(fd);
-    return reply;
-}
-
 } // namespace
 
 TEST_F(XpdTest, runsOnceAndEndsByTheStore)
@@ -190,9 +169,6 @@ TEST_F(XpdTest, takesItsOptions)
     ASSERT_TRUE(store->setString(eParam_MediaLabel, "REEL"));
     EXPECT_TRUE(says(*xpd, said, "Changed: [7b03050a] media_label = REEL"));
 
-    EXPECT_EQ(ask("PLAY\nquit\n"), QByteArray("unknown command: PLAY\n"));
-    EXPECT_TRUE(ask("  status  \nquit\n").contains(" 0.000 StandbyOff  VR "));
-    EXPECT_EQ(ask("mem\nquit\n").count('\n'), 10);
     ASSERT_TRUE(store->setUInt(eParam_TransportCommand, 15));
     EXPECT_EQ(end(*xpd), 0);
 }

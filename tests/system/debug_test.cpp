@@ -31,6 +31,7 @@ TEST(DebugMode, isDrivenOverTcpWithStandardInputAtItsEnd)
         echo 'quiet xpd_log=/run/xp/log=1 xpd_log=/run/xp/other' >/run/xp/cmdline; mount --bind /run/xp/cmdline /proc/cmdline
         xpd -D -d -s </dev/null >/run/xp/xpd.out 2>&1 & daemon=$!
         until_true is input_format 576i25
+        dial; printf 'mem\nquit\n' >&3; echo "mem: $(grep -c ' : [0-9]*$' <&3)"
         dial
         ask status; ask record; until_true is transport_status recording
         until_true eval 'ask status | grep -q " Record  "'
@@ -56,7 +57,7 @@ TEST(DebugMode, isDrivenOverTcpWithStandardInputAtItsEnd)
     const QByteArray log = readAll(sandbox.out("log"));
     for (const char *text : {"Reserving ", "Parse Command Line 'xpd -D -d -s'", "STM: 0, CACHE: 0, RDEV: "})
         EXPECT_TRUE(log.contains(text)) << text << log.left(3000).toStdString();
-    for (const char *line : {"PLAY: unknown command: PLAY", "clips: 0: take_001.mov", "ended: 0"})
+    for (const char *line : {"mem: 10", "PLAY: unknown command: PLAY", "clips: 0: take_001.mov", "ended: 0"})
         EXPECT_TRUE(result.out.contains(QByteArray(line) + "\n")) << line << "\n" << result.out.toStdString();
     const qsizetype busy = result.out.indexOf("busy: ");
     EXPECT_LT(result.out.mid(busy + 6, 4).split(' ').first().toInt(), 50) << "the event loop spins";

@@ -145,11 +145,6 @@ TEST_F(AlarmHandlerTest, theNewsOfATakeIsClearedByTheNextOneNotByStop)
         EXPECT_EQ(shown(eParam_AlarmInputLostInRecord), QString());
         // It is known to be clear here too: the same alarm is news again.
     }
-    // Conditions are cleared by their end alone.
-    handler.handleAlarm(alarm(1910, QmxAlarm::Error));
-    for (const auto &clear : clearing)
-        clear();
-    EXPECT_EQ(shown(eParam_AlarmReferenceMissing), QStringLiteral("2 "));
 }
 
 TEST_F(AlarmHandlerTest, withoutAStoreAlarmsAreLoggedAndLost)

@@ -34,13 +34,11 @@ protected:
             store->setUInt(eParam_TransportStatus, 20)); // a killed one before this test leaves it as it was
     }
 
-    static std::unique_ptr<QProcess>
-    start(const QStringList &options, const QString &notifySocket = QString(), const char *preload = nullptr)
+    static std::unique_ptr<QProcess> start(const QStringList &options, const char *preload = nullptr)
     {
         auto process = std::make_unique<ChildProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("TERM", "dumb");
-        if (!notifySocket.isEmpty()) environment.insert("NOTIFY_SOCKET", notifySocket);
         if (preload) {
             environment.insert("LD_PRELOAD", preload);
             // A sanitizer wants to be the first library, but needs it only for what this test is not about.
@@ -107,39 +105,12 @@ protected:
 
 } // namespace
 
-TEST_F(XpdTest, runsOnceAndEndsByTheStore)
-{
-    const auto first = start({"-d"});
-    ASSERT_TRUE(reads(eParam_TransportRunning, 1)) << first->readAllStandardError().toStdString();
-    ASSERT_TRUE(reads(eParam_TransportStatus, 1));
-
-    const auto second = start({"-d"});
-    EXPECT_EQ(end(*second), 1);
-    EXPECT_EQ(second->readAllStandardError(),
-              QByteArray("Failed to lock lockfile (/var/lock/xpd.lock).  It looks like process ") +
-                  QByteArray::number(first->processId()) + " currently owns it\n");
-    EXPECT_EQ(read(eParam_TransportRunning), 1u);
-
-    ASSERT_TRUE(store->setUInt(eParam_TransportCommand, 15));
-    EXPECT_EQ(end(*first), 0);
-    EXPECT_EQ(read(eParam_TransportRunning), 0u);
-    EXPECT_EQ(read(eParam_TransportStatus), 20u);
-}
-
-TEST_F(XpdTest, aTerminationSignalEndsItInOrderUnlessOnlyMinusDIsGiven)
+TEST_F(XpdTest, onlyMinusDLeavesATerminationSignalToNobody)
 {
     const auto plain = start({"-d"});
-    ASSERT_TRUE(reads(eParam_TransportRunning, 1));
+    ASSERT_TRUE(reads(eParam_TransportRunning, 1)) << plain->readAllStandardError().toStdString();
     signal(*plain, SIGTERM);
-    EXPECT_EQ(end(*plain), -1) << "nobody handles it";
-
-    // A killed holder's lock is free. As a service it does not fork.
-    ASSERT_TRUE(store->setUInt(eParam_TransportStatus, 20));
-    const auto service = start({}, "/run/xp/nobody-listens");
-    ASSERT_TRUE(reads(eParam_TransportStatus, 1));
-    signal(*service, SIGTERM);
-    EXPECT_EQ(end(*service), 0);
-    EXPECT_EQ(read(eParam_TransportStatus), 20u);
+    EXPECT_EQ(end(*plain), -1);
 }
 
 TEST_F(XpdTest, takesItsOptions)
@@ -233,7 +204,7 @@ TEST_F(XpdTest, aCrashTellsWhereAndAborts)
 
     // A fatal message of Qt's is in the log before the process goes.
     ASSERT_TRUE(store->setUInt(eParam_TransportStatus, 20));
-    const auto broken = start({"-D"}, {}, QT_FATAL_LIBRARY);
+    const auto broken = start({"-D"}, QT_FATAL_LIBRARY);
     EXPECT_TRUE(crashes(*broken).contains("Aborting. Aborted"));
     const QByteArray log = broken->readAllStandardError();
     EXPECT_TRUE(log.contains("a fatal message")) << log.toStdString();

@@ -126,14 +126,6 @@ TEST(ConfigInterface, aValueIsWrittenByItsKind)
     EXPECT_EQ(config.getString(eParam_CurrentClip), QStringLiteral("a.mov"));
     EXPECT_EQ(config.getData(eParam_LutFile), QByteArray("x\0y", 3));
     EXPECT_EQ(config.getUInt32(eParam_CurrentClip), 0u) << "of another kind";
-
-    const auto other = makeOperator();
-    const auto clipOf = [&] {
-        std::string value;
-        other->getString(eParam_CurrentClip, value);
-        return value;
-    };
-    EXPECT_TRUE(Stepper::waitFor([&] { return clipOf() == "a.mov"; })) << "others see it";
 }
 
 TEST(ConfigInterface, aParameterReadsAsALine)

@@ -38,6 +38,7 @@ TEST(DebugMode, isDrivenOverTcpWithStandardInputAtItsEnd)
         until_true eval '[ "$(xpctl --json status | sed -E "s/.*\"recorded_up_to\":([0-9]+).*/\1/")" -ge 20 ]'
         ask stop; until_true is transport_status stopped; until_true eval 'xpctl clips | grep -q take_001'
         ask '  play   -2  x '; ask still; until_true is transport_status still
+        until_true eval 'ask "play nan" | grep -q " 1.000 Play "'
         ask 'cue 7'; until_true eval 'xpctl --json status | grep -q "\"frame\":7,"'
         ask 'step -3'; until_true eval 'xpctl --json status | grep -q "\"frame\":4,"'
         ask 'loop 1'; xpctl set media_updated 1; xpctl set playback_source all_clips; until_true eval 'ask clips | grep "^clips: 0: "'; ask 'clip 0'; ask PLAY; ask '   '; ask stop

@@ -8,6 +8,8 @@
 #include "platform/qmx/core/qmxvbiinfo.h"
 #include "xpd/transport/vtrobject.h"
 
+#include <cmath>
+
 namespace {
 
 using Target = DebugCommandTarget;
@@ -19,12 +21,12 @@ struct Command
     QString (*run)(const Target &target, const QString &argument);
 };
 
-/// What does not read as a number: `fallback`.
+/// What does not read as a number: `fallback`. "nan" and "inf" are read, but are no speeds.
 double toDouble(const QString &text, double fallback)
 {
     bool ok = false;
     const double value = text.toDouble(&ok);
-    return ok ? value : fallback;
+    return ok && std::isfinite(value) ? value : fallback;
 }
 
 int toInt(const QString &text, int fallback)

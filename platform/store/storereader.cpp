@@ -238,6 +238,7 @@ StoreResult StoreReader::load()
 StoreResult StoreReader::follow()
 {
     if (_waiting.size() >= bound) return {};
+    _moreToRead = false; // also when this fails: the next look is not sooner for it
     std::vector<StoreChange> changes;
     bool reload = false;
     StoreResult result = _backend->changes(_cursor, batch, changes, reload);
@@ -339,7 +340,8 @@ void StoreReader::call(ConfigEventListener *listener, const StoreChange &change)
 void StoreReader::wait()
 {
     pollfd descriptors[] = {{_wakeFd, POLLIN, 0}, {_backend->listen(), POLLIN, 0}};
-    const int timeout = _moreToRead ? 0 : safetyPollMilliseconds;
+    // With no room for more there is nothing to do before somebody has been told.
+    const int timeout = _moreToRead && _waiting.size() < bound ? 0 : safetyPollMilliseconds;
     // Other processes write when it suits them: this waits for the machine, not for this process's clock.
     ::poll(descriptors, 2, timeout);
     quint64 count = 0;

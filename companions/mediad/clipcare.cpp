@@ -39,7 +39,8 @@ QmxError deleteClip(const std::string &path, const QmxEnvironment &environment)
         return refused(path, errno, "cannot be opened: " + QmxError(errno).toString());
     if ((status.st_mode & S_IWUSR) == 0)
         return refused(path, EPERM, "is protected; xpctl unprotect it first");
-    if (files.flock(clip.fd(), LOCK_EX | LOCK_NB) != 0)
+    const auto lock = [&] { return files.flock(clip.fd(), LOCK_EX | LOCK_NB) == 0; };
+    if (!tryForAMoment(*environment.clock, lock))
         return refused(path, EWOULDBLOCK, "is being recorded or copied; delete it when that has ended");
     if (files.unlink(QString::fromLocal8Bit(path)) != 0)
         return refused(path, errno, "cannot be deleted: " + QmxError(errno).toString());

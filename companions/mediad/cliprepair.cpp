@@ -25,8 +25,12 @@ QString repairClip(const QString &path, const QmxEnvironment &environment)
         return QStringLiteral("%1 was left behind without a frame; it can be deleted").arg(path);
     if (state.isError() || info.closed || info.foreign) return {};
     bool repaired = false;
-    const QmxError error = QmxClipReader::repair(path, repaired, environment);
-    if (error.value() == EWOULDBLOCK) return {}; // it is being recorded
+    QmxError error;
+    const bool isFree = tryForAMoment(*environment.clock, [&] {
+        error = QmxClipReader::repair(path, repaired, environment);
+        return error.value() != EWOULDBLOCK;
+    });
+    if (!isFree) return {}; // it is being recorded
     if (error.isError())
         return QStringLiteral("%1 was left unfinished and could not be repaired: %2")
             .arg(path, error.toString());

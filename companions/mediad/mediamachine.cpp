@@ -231,7 +231,8 @@ void MediaMachine::tellUpdated(Step &step)
     if (!step.is.daemonRuns) {
         _due = Due::Nothing; // it lists the clips when it starts
     }
-    const bool isStill = step.is.status == Still && step.now - _statusSince >= stillIsSure;
+    const bool isStill =
+        step.is.status == Still && !_commandPending && step.now - _statusSince >= stillIsSure;
     // Until the clip of an ended take is closed a listing would lack it.
     const Medium *active = step.mediumOf(step.is.active);
     const bool isClosing = active && active->beingRecorded;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/mediad/mounttable.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -32,6 +34,12 @@ std::string unescape(const std::string &text, const std::string &escape, std::si
     return plain;
 }
 
+/// No parameter takes such text, and who waited for it to be taken would decide nothing any more.
+bool isControl(unsigned char c)
+{
+    return std::iscntrl(c) != 0;
+}
+
 bool has(const std::string &options, const std::string &option)
 {
     return ("," + options + ",").find("," + option + ",") != std::string::npos;
@@ -52,7 +60,7 @@ std::vector<Mount> parseMountTable(const std::string &text, const std::string &r
             continue;
         }
         const std::string path = unescape(place, "\\", 3, 8);
-        if (!path.starts_with(root + "/")) {
+        if (!path.starts_with(root + "/") || std::any_of(path.begin(), path.end(), isControl)) {
             continue;
         }
         found[path] = {path, unescape(source, "\\", 3, 8),
@@ -76,7 +84,9 @@ std::string mediumLabel(const Mount &mount, const std::string &labelFolder)
         for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
             std::error_code dangling;
             if (fs::canonical(entry->path(), dangling) == device && !dangling) {
-                return unescape(entry->path().filename().string(), "\\x", 2, 16);
+                std::string label = unescape(entry->path().filename().string(), "\\x", 2, 16);
+                std::replace_if(label.begin(), label.end(), isControl, '_');
+                return label;
             }
         }
     }

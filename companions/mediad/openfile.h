@@ -1,12 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxclock.h"
 #include "platform/qmx/core/qmxfiles.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 
 #include <fcntl.h>
+
+/// Tries again for a moment: whoever only asks whether a clip is locked has its lock for an instant.
+inline bool tryForAMoment(QmxClock &clock, const std::function<bool()> &attempt)
+{
+    constexpr int tries = 5;
+    constexpr qint64 pause = 20 * QmxClock::nsPerMillisecond;
+    for (int left = tries - 1; !attempt(); --left) {
+        if (left == 0) return false;
+        clock.sleepUntil(clock.now() + pause);
+    }
+    return true;
+}
 
 /// A file that is closed with its owner.
 class OpenFile

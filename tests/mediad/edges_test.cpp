@@ -5,6 +5,7 @@
 #include "companions/mediad/mounttable.h"
 #include "platform/qmx/stream/qmxclipreader.h"
 #include "platform/qmx/stream/qmxclipwriter.h"
+#include "tests/support/faultyfiles.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/testfiles.h"
 
@@ -12,6 +13,8 @@
 
 #include <QDir>
 #include <QFile>
+
+#include <cerrno>
 
 namespace {
 
@@ -47,6 +50,7 @@ TEST(MountTable, givesWhatIsBelowTheRoot)
                         "33 30 8:49 / /media/C rw - ext4 /dev/sdd1 ro,errors=remount-ro\n"
                         "34 32 8:65 / /media/B rw - ext4 /dev/sde1 rw\n"
                         "35 22 8:81 / /mediaother rw - ext4 /dev/sdf1 rw\n"
+                        "37 30 8:97 / /media/D\\012 rw - ext4 /dev/sdg1 rw\n"
                         "36 30 nonsense\n",
                         "/media");
     ASSERT_EQ(mounts.size(), 3u);
@@ -65,10 +69,10 @@ TEST(MountTable, labelsComeFromTheDeviceElseFromThePlace)
     TestDir dir;
     writeAll(dir.file("device"), "x");
     QDir().mkpath(dir.file("labels"));
-    QFile::link(dir.file("device"), dir.file("labels/Day\\x20One"));
+    QFile::link(dir.file("device"), dir.file("labels/Day\\x20One\\x09"));
     QFile::link(dir.file("nothing"), dir.file("labels/dangling"));
     const std::string labels = dir.file("labels").toStdString();
-    EXPECT_EQ(mediumLabel({"/media/A", dir.file("device").toStdString(), 1, true}, labels), "Day One");
+    EXPECT_EQ(mediumLabel({"/media/A", dir.file("device").toStdString(), 1, true}, labels), "Day One_");
     EXPECT_EQ(mediumLabel({"/media/A", "tmpfs", 1, true}, labels), "A");
 }
 
@@ -121,5 +125,13 @@ TEST(ClipRepair, closesWhatACrashLeftAndNothingElse)
     EXPECT_FALSE(info.closed) << "it is being recorded";
     EXPECT_EQ(readAll(dir.file("foreign.mov")), QByteArray("no clip at all"));
     EXPECT_TRUE(QFile::exists(dir.file("empty.mov")));
+    // Somebody who looks whether a clip is being recorded has its lock for an instant.
+    ASSERT_TRUE(QFile::copy(dir.file("now.mov"), dir.file("looked_at.mov")));
     EXPECT_FALSE(recording.close().isError());
+    QmxEnvironment environment = QmxEnvironment::current();
+    const auto files = std::make_shared<FaultyFiles>();
+    files->failNth(FaultyFiles::Flock, 1, EWOULDBLOCK);
+    environment.files = files;
+    expectLog("cliprepair", "looked_at.mov was left unfinished and has been repaired: it has 4 frames");
+    repairClips(dir.path().toStdString(), environment);
 }

@@ -274,22 +274,25 @@ TEST_F(Machine, tellsOfChangedClipsOnlyWhileNoPlaybackRuns)
     EXPECT_EQ(step(), Writes()) << "it is still for an instant before it plays";
     EXPECT_EQ(step({}, 1000), (Writes{"updated"}));
     EXPECT_EQ(step({}, 1000), Writes()) << "in still once for each change";
-    // Stopped, but somebody has just asked for playback.
-    stop();
-    step();
-    media[0].clips = 3;
-    EXPECT_EQ(step({0, 1, 1, false}), Writes());
-    is.status = 3;
-    EXPECT_EQ(step(), Writes());
-    stop();
-    EXPECT_EQ(step(), (Writes{"updated"}));
+    // Stopped or still, but somebody has just asked for playback.
+    for (const unsigned status : {unsigned(Stopped), unsigned(Still)}) {
+        is.status = status;
+        step();
+        step({}, 1000);
+        ++media[0].clips;
+        EXPECT_EQ(step({0, 1, 1, false}), Writes()) << status;
+        is.status = 3;
+        EXPECT_EQ(step(), Writes());
+        stop();
+        EXPECT_EQ(step(), (Writes{"updated"}));
+    }
     // A take: the clip counts when it is closed.
     record();
     step();
     media[0].beingRecorded = true;
-    media[0].clips = 4;
+    ++media[0].clips;
     EXPECT_EQ(step(), (Writes{"updated"})) << "in a take it does no harm";
-    media[0].clips = 5;
+    ++media[0].clips;
     stop();
     EXPECT_EQ(step({0, 1, 0, false}), Writes()) << "the clip is not closed";
     media[0].beingRecorded = false;

@@ -347,7 +347,7 @@ void MediaDaemon::repaired(const std::vector<std::string> &report)
 
 void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParameters &is)
 {
-    _jobs.setBusy(is.daemonRuns && is.status != MediaValues::Stopped);
+    _jobs.follow(is);
     std::deque<std::string> texts;
     {
         const std::lock_guard lock(_ordersMutex);

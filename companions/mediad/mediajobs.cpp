@@ -3,12 +3,15 @@
 
 #include "companions/mediad/clipcare.h"
 #include "companions/mediad/clipcopy.h"
+#include "companions/mediad/orderrules.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 
 #include <QCoreApplication>
 #include <QPointer>
 
+#include <cerrno>
+#include <mutex>
 #include <utility>
 
 #include <sys/syscall.h>
@@ -100,7 +103,14 @@ void MediaJobs::start(const MediaOrder &order)
     if (!posted) _told(order, {order.id, "refused", 0, "too many orders are waiting; try again later"});
 }
 
-void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, const Shared &shared,
+void MediaJobs::follow(const MediaParameters &transport)
+{
+    _shared->busy = transport.daemonRuns && transport.status != MediaValues::Stopped;
+    const std::lock_guard lock(_shared->mutex);
+    _shared->transport = transport;
+}
+
+void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
                     const std::function<void(const MediaOrderState &)> &told)
 {
     const std::string path = order.from + "/" + order.clip;
@@ -114,7 +124,11 @@ void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, 
         error = copyClip(path, target, environment, std::ref(pace));
         text += ": copied and compared";
     } else if (order.verb == "delete") {
-        error = deleteClip(path, environment);
+        // The orders before it may have taken long: what was free when it came may be played by now.
+        std::unique_lock lock(shared.mutex);
+        const std::string use = whyInUse(order, shared.transport);
+        lock.unlock();
+        error = use.empty() ? deleteClip(path, environment) : QmxError(EBUSY, QString::fromStdString(use));
         text += " has been deleted";
     } else {
         const bool on = order.verb == "protect";

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "companions/mediad/mediamachine.h"
 #include "platform/product/mediaorder.h"
 #include "platform/qmx/core/qmxenvironment.h"
 
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 
 class QmxTaskThread;
 
@@ -32,18 +34,20 @@ public:
     ~MediaJobs() override;
 
     void start(const MediaOrder &order);
-    /// Whether the transport uses the media now.
-    void setBusy(bool busy) { _shared->busy = busy; }
+    /// What the transport does now: whether it uses the media, and which clips.
+    void follow(const MediaParameters &transport);
 
 private:
     struct Shared
     {
         std::atomic<bool> busy = false;
         std::atomic<bool> ended = false;
+        std::mutex mutex;
+        MediaParameters transport; ///< guarded by the mutex
     };
     class Pace;
 
-    static void run(const MediaOrder &order, const QmxEnvironment &environment, const Shared &shared,
+    static void run(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
                     const std::function<void(const MediaOrderState &)> &told);
 
     const QmxEnvironment _environment;

@@ -12,15 +12,16 @@ const Medium *find(const std::vector<Medium> &media, const std::string &path)
     return found == media.end() ? nullptr : &*found;
 }
 
-bool isPlayed(const MediaOrder &order, const MediaParameters &is)
-{
-    if (!is.daemonRuns || is.active != order.from || is.status == MediaValues::Stopped ||
-        is.status == MediaValues::Recording || is.status == MediaValues::ShutDown)
-        return false;
-    return is.playbackSource != 0 || is.currentClip == order.clip;
-}
-
 } // namespace
+
+std::string whyInUse(const MediaOrder &order, const MediaParameters &is)
+{
+    const bool plays = is.daemonRuns && is.status != MediaValues::Stopped &&
+                       is.status != MediaValues::Recording && is.status != MediaValues::ShutDown;
+    const bool isPlayed = plays && order.verb == "delete" && is.active == order.from &&
+                          (is.playbackSource != 0 || is.currentClip == order.clip);
+    return isPlayed ? order.clip + " is in use: the transport plays from it; stop it first" : std::string();
+}
 
 std::string whyRefused(const MediaOrder &order, const std::vector<Medium> &media, const MediaParameters &is)
 {
@@ -39,7 +40,5 @@ std::string whyRefused(const MediaOrder &order, const std::vector<Medium> &media
         return {};
     }
     if (!from->writable) return from->path + " cannot be written; remount or replace it";
-    if (order.verb == "delete" && isPlayed(order, is))
-        return order.clip + " is in use: the transport plays from it; stop it first";
-    return {};
+    return whyInUse(order, is);
 }

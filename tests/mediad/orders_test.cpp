@@ -2,12 +2,14 @@
 // What the media daemon does for an operator: copies, marks, deletions, and what it tells of the room left.
 #include "companions/mediad/clipcare.h"
 #include "companions/mediad/clipcopy.h"
+#include "companions/mediad/mediajobs.h"
 #include "companions/mediad/openfile.h"
 #include "companions/mediad/orderrules.h"
 #include "companions/mediad/recordtime.h"
 #include "platform/product/mediaorder.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/print.h"
+#include "tests/support/stepper.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
@@ -153,6 +155,28 @@ TEST_F(Copy, aClipIsDeletedOnlyWhenNobodyProtectsOrUsesIt)
     EXPECT_EQ(deleteClip(path, environment), QmxError());
     EXPECT_FALSE(QFile::exists(from));
     EXPECT_EQ(deleteClip(path, environment).value(), ENOENT);
+}
+
+TEST_F(Copy, aClipThatIsPlayedWhenItsTurnComesIsNotDeleted)
+{
+    const std::string folder = dir.path().toStdString();
+    QStringList told;
+    MediaJobs jobs(environment, [&told](const MediaOrder &order, const MediaOrderState &state) {
+        if (state.state != "running") told << QString::fromStdString(order.verb + " " + state.state);
+    });
+    files->hang(FaultyFiles::Pread);
+    jobs.start({"", "copy", "take.mov", folder, folder + "/to"});
+    jobs.start({"", "delete", "take.mov", folder, ""});
+    MediaParameters is;
+    is.daemonRuns = true;
+    is.active = folder;
+    is.currentClip = "take.mov";
+    is.status = MediaValues::Still;
+    jobs.follow(is);
+    files->release();
+    EXPECT_TRUE(Stepper::runUntil([&told] { return told.size() == 2; }));
+    EXPECT_EQ(told, QStringList({"copy done", "delete refused"}));
+    EXPECT_TRUE(QFile::exists(from));
 }
 
 TEST(MediaOrders, nonsenseIsRefusedWithASentence)

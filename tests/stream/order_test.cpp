@@ -158,6 +158,8 @@ TEST_F(StreamOrder, closeWhileOpeningAnswersBoth)
     ASSERT_TRUE(open(QmxStream::Write));
     rig.stream.close();
     ASSERT_TRUE(open(QmxStream::Write)) << "an open while closing waits";
+    ASSERT_TRUE(Stepper::runUntil([this] { return !rig.events.isEmpty(); }));
+    EXPECT_EQ(rig.stream.info().vids().value(0), imageDesc()) << "the failed open takes nothing from it";
     rig.stream.close();
     settle();
     EXPECT_EQ(rig.events, list("open 125, close, open 125, close"));

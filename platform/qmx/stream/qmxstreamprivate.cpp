@@ -153,7 +153,7 @@ void QmxStream::Private::openDone(QmxStreamAsk ask, QmxError error, const QmxStr
 
 void QmxStream::Private::tellOpenFailed(const QmxStreamAsk &ask, const QmxError &error)
 {
-    info = QmxStreamInfo();
+    if (ask.number == opens) info = QmxStreamInfo(); // else it is that of the open that waits
     if (ask.writes) QmxRecordTable::instance()->streamOpenFailed(ask.path());
     if (peer) peer->openFailed(ask.number);
     emit q->openIsDone(ask.number, error);

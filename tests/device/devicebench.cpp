@@ -32,8 +32,17 @@ private:
 class EmptySource : public QmxSource
 {
 public:
+    explicit EmptySource(std::shared_ptr<BenchEdges> edges) : _edges(std::move(edges)) {}
+    ~EmptySource() override
+    {
+        std::lock_guard lock(_edges->mutex);
+        _edges->ended = std::this_thread::get_id();
+    }
     QmxSourceFrame take(const QmxTick &) override { return {}; }
     QString statusText() const override { return {}; }
+
+private:
+    std::shared_ptr<BenchEdges> _edges;
 };
 
 class InternalSource : public QmxSource
@@ -114,7 +123,7 @@ LumenOptions DeviceBench::options(const QString &text) const
                                            const QmxEnvironment &) -> std::unique_ptr<QmxSource> {
         std::lock_guard lock(edges->mutex);
         ++edges->created;
-        if (locator == QLatin1String("none:")) return std::make_unique<EmptySource>();
+        if (locator == QLatin1String("none:")) return std::make_unique<EmptySource>(edges);
         return std::make_unique<ScriptedSource>(edges);
     };
     options.createGenerator = [](const QmxImageDesc &, const QmxId &, const QmxId &, const QmxEnvironment &) {

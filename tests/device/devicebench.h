@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 /// The edges of the card under test: a source that a script drives, a sink that remembers, a codec whose
 /// coded bytes are the number of the picture. Pictures are tiny; their first sample is their number.
@@ -18,7 +19,8 @@ struct BenchEdges
     std::function<QmxSourceFrame(const QmxTick &tick)> script;
     int failCoding = -1; ///< number of a picture that cannot be coded
     int failDecoding = -1;
-    int created = 0; ///< sources made so far
+    int created = 0;       ///< sources made so far
+    std::thread::id ended; ///< where the source of nothing ended last
 
     std::mutex mutex;
     QList<QmxOutputFrame> shown;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Who tells what, and when: open, set-up, input, reference, end.
+#include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxoperations.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "tests/device/devicebench.h"
@@ -65,6 +66,11 @@ TEST(Events, aSetupWithoutFormatIsRefusedAndASetupNeverChangesTheInput)
     Stepper::runTicks(50);
     bench.setup(DeviceBench::captureSetup());
     Stepper::runTicks(50);
+    // One that no tick has taken: it may take its time to end, and does so elsewhere.
+    bench.setup(other);
+    bench.setup(DeviceBench::captureSetup());
+    EXPECT_NE(bench.edges->ended, std::thread::id());
+    EXPECT_NE(bench.edges->ended, std::this_thread::get_id());
     EXPECT_EQ(bench.takeSignals().filter(QStringLiteral("input")),
               QStringList({"input gone", "input valid"}));
 }
@@ -186,8 +192,11 @@ TEST(Events, aStallOfTheClockLosesNoFrameOfATakeAndNeverBursts)
         EXPECT_EQ(DeviceBench::numberOf(frame), i); // and every frame is in the take
     }
     // A stall beyond what a source keeps is a loss, and an alarm until the clock has been good for a while.
+    const auto dropped = [] { return QmxCounters::instance()->value(QmxCounters::FramesDroppedCapture); };
+    const qint64 before = dropped();
     tick(30);
     EXPECT_EQ(take(DeviceEvent::CaptureDropped).size(), 1);
+    EXPECT_EQ(dropped() - before, 29 - 12) << "frames that no source has any more";
     for (int i = 0; i < 25 * 6; ++i) {
         tick(1);
         while (!engine.readFrame(frame).isError()) {}

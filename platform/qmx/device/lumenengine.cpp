@@ -189,6 +189,7 @@ void LumenEngine::watch(const QmxVideoDeviceSetup &setup)
     const QmxId source = setup.videoInputSource();
     if (!source.isValid() || source == DeviceKeys::internalGenerator || source.value() == _watched) return;
     _watched = source.value();
+    retire(std::move(_newInput)); // no tick has taken it yet
     _newInput = _options.createSource(_profile.input(_watched), _environment);
     _detector.sourceChanged();
 }

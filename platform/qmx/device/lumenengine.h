@@ -130,7 +130,7 @@ private:
     void encode(CodecContexts &contexts, const CapturedFramePtr &frame);
     void decode(CodecContexts &contexts, const DecodedPicturePtr &picture);
     void process(CodecContexts &contexts, const CapturedFramePtr &frame, const QmxImageLut &table);
-    void captureLost();
+    void captureLost(qint64 frames = 1);
     void retire(std::unique_ptr<QmxSource> source);
 
     const LumenOptions _options;

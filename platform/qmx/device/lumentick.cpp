@@ -70,7 +70,7 @@ void LumenEngine::missedFrames(qint64 count, const QmxTick &tick)
     if (count > mostCaughtUp) {
         std::lock_guard lock(_mutex);
         _capture.noteLoss();
-        captureLost();
+        captureLost(count - mostCaughtUp);
         count = mostCaughtUp;
     }
     for (qint64 back = count; back > 0; --back) {

@@ -10,18 +10,17 @@ constexpr const char *logSource = "lumen";
 constexpr int decodedAhead = 8;
 } // namespace
 
-void LumenEngine::captureLost()
+void LumenEngine::captureLost(qint64 frames)
 {
-    QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture);
+    QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture, frames);
     push(DeviceEvent::CaptureDropped, _take);
 }
 
 /// A source may take its time to end: not on the clock's thread.
 void LumenEngine::retire(std::unique_ptr<QmxSource> source)
 {
-    if (!source) return;
-    const std::shared_ptr<QmxSource> old = std::move(source);
-    _workers.post([old](CodecContexts &) {});
+    // Nobody but the job may hold it, or whoever lets it go last would be the one who waits.
+    if (source) _workers.post([old = std::shared_ptr<QmxSource>(std::move(source))](CodecContexts &) {});
 }
 
 void LumenEngine::postCoding()

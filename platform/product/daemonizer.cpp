@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <thread>
 
 #include <csignal>
@@ -32,7 +33,8 @@ struct State
     void (*signalHandler)(int) = nullptr;
     std::string (*statusFunction)() = nullptr;
     int readyPipe = -1; ///< to the waiting parent; -1 when there is none
-    std::atomic<QCoreApplication *> application{nullptr};
+    std::mutex mutex;   ///< of the next one: it does not go while something is posted to it
+    QCoreApplication *application = nullptr;
     std::atomic<int> unhandled{0}; ///< signal whose handler has not run yet
 };
 State *state = nullptr;
@@ -101,13 +103,14 @@ void eventLoopTurns()
 
 void applicationIsThere()
 {
-    QCoreApplication *application = QCoreApplication::instance();
-    state->application = application;
-    QMetaObject::invokeMethod(application, eventLoopTurns, Qt::QueuedConnection);
+    const std::lock_guard lock(state->mutex);
+    state->application = QCoreApplication::instance();
+    QMetaObject::invokeMethod(state->application, eventLoopTurns, Qt::QueuedConnection);
 }
 
 void applicationIsGone()
 {
+    const std::lock_guard lock(state->mutex);
     state->application = nullptr;
 }
 
@@ -123,9 +126,9 @@ void relay(sigset_t relayed)
         const int signal = state->unhandled ? ::sigtimedwait(&relayed, &info, &repeatInterval)
                                             : ::sigwaitinfo(&relayed, &info);
         if (signal > 0) state->unhandled = signal;
-        QCoreApplication *application = state->application;
-        if (state->unhandled && application)
-            QMetaObject::invokeMethod(application, runHandler, Qt::QueuedConnection);
+        const std::lock_guard lock(state->mutex);
+        if (state->unhandled && state->application)
+            QMetaObject::invokeMethod(state->application, runHandler, Qt::QueuedConnection);
     }
 }
 

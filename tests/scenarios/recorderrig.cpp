@@ -154,8 +154,7 @@ bool RecorderRig::until(const std::function<bool()> &predicate, int maxMs)
 
 void RecorderRig::write(eParam_t param, const QString &value)
 {
-    _mark = LogCollector::texts(QStringLiteral("vtrobject")).size();
-    const qsizetype before = LogCollector::texts(QStringLiteral("mainobject")).size();
+    _mark = LogCollector::records().size();
     const ParamDescriptor *descriptor = GetDescriptor(param);
     StoreValue parsed;
     std::string reason;
@@ -166,10 +165,8 @@ void RecorderRig::write(eParam_t param, const QString &value)
     if (!isEvent && (isText ? text(param) == value : number(param) == parsed.number)) return;
     if (param == eParam_TransportCommand) _takesSeen = counter(QmxCounters::TakesOpened);
     ASSERT_TRUE(store->setValue(param, parsed)) << store->lastError();
-    const QString arrived = QStringLiteral("Param Changed: [%1]").arg(quint32(param), 0, 16);
-    EXPECT_TRUE(Stepper::waitFor([&] {
-        return !LogCollector::texts(QStringLiteral("mainobject")).mid(before).filter(arrived).isEmpty();
-    })) << value.toStdString();
+    EXPECT_TRUE(logs("mainobject", QStringLiteral("Param Changed: [%1]").arg(quint32(param), 0, 16)))
+        << value.toStdString();
 }
 
 bool RecorderRig::isIdle()
@@ -259,6 +256,30 @@ bool RecorderRig::reads(eParam_t param, unsigned value)
 bool RecorderRig::reads(eParam_t param, const QString &value)
 {
     return Stepper::waitFor([&] { return text(param) == value; });
+}
+
+bool RecorderRig::shows(eParam_t alarm, const char *wanted)
+{
+    return Stepper::waitFor([&] { return data(alarm).contains(wanted); });
+}
+
+bool RecorderRig::isClear(eParam_t alarm)
+{
+    return Stepper::waitFor([&] { return data(alarm).isEmpty(); });
+}
+
+QStringList RecorderRig::logged(const char *source) const
+{
+    QStringList lines;
+    for (const QmxLogRecord &record : LogCollector::records().mid(_mark)) {
+        if (record.source == QLatin1String(source)) lines << record.text;
+    }
+    return lines;
+}
+
+bool RecorderRig::logs(const char *source, const QString &wanted)
+{
+    return Stepper::waitFor([&] { return !logged(source).filter(wanted).isEmpty(); });
 }
 
 QString RecorderRig::shared(const char *name)

@@ -88,8 +88,13 @@ protected:
     QString currentPath() { return QStringLiteral("/media/A/") + text(eParam_CurrentClip); }
     static QString shared(const char *name);
     static qint64 counter(QmxCounters::Row row) { return QmxCounters::instance()->value(row); }
-    /// Log lines of the transport since the last command or write.
-    QStringList logged() const { return LogCollector::texts(QStringLiteral("vtrobject")).mid(_mark); }
+    /// Waits until the store holds an alarm with this text, or none any more.
+    bool shows(eParam_t alarm, const char *text);
+    bool isClear(eParam_t alarm);
+    /// Log lines of a source since the last command or write.
+    QStringList logged(const char *source = "vtrobject") const;
+    /// Waits until one of them holds `text`.
+    bool logs(const char *source, const QString &text);
 
     int tickMs = 40;
     TestDir dir;

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/app/apprig.h"
+// What the daemon reads at its start, and what a change of each parameter does.
+#include "tests/scenarios/recorderrig.h"
 
 #include "platform/store/datafile.pb.h"
 
-#include <algorithm>
-
 namespace {
+
+using ParameterScenario = RecorderRig;
 
 /// Settings as an operator makes them, and what they change in the transport.
 struct SettingRow
@@ -70,7 +71,7 @@ QByteArray lutText(int entries)
 
 } // namespace
 
-TEST_F(AppRig, startsInAFixedOrder)
+TEST_F(ParameterScenario, startsInAFixedOrder)
 {
     begin();
     // Told as they were loaded; what no store has written reads as its default.
@@ -89,10 +90,10 @@ TEST_F(AppRig, startsInAFixedOrder)
     EXPECT_EQ(loaded, expected);
     EXPECT_TRUE(reads(eParam_TransportRunning, 1));
     EXPECT_TRUE(reads(eParam_TransportStatus, 1));
-    // The input that was found: 1080p25, in the codes of its three columns.
-    EXPECT_TRUE(reads(eParam_InputFormat, 20));
-    EXPECT_TRUE(reads(eParam_RecordFormat, 28));
-    EXPECT_TRUE(reads(eParam_MediaFormat, 27));
+    // The input that was found: 576i25, in the codes of its three columns.
+    EXPECT_TRUE(reads(eParam_InputFormat, 14));
+    EXPECT_TRUE(reads(eParam_RecordFormat, 22));
+    EXPECT_TRUE(reads(eParam_MediaFormat, 21));
     EXPECT_EQ(number(eParam_MediaCodec), 0u);
 
     quit();
@@ -100,7 +101,7 @@ TEST_F(AppRig, startsInAFixedOrder)
     EXPECT_TRUE(reads(eParam_TransportStatus, 20));
 }
 
-TEST_F(AppRig, everySettingReachesTheTransport)
+TEST_F(ParameterScenario, everySettingReachesTheTransport)
 {
     allowLog(QString(), QString()); // settings that do not go together complain; that is not the point here
     begin();
@@ -111,7 +112,7 @@ TEST_F(AppRig, everySettingReachesTheTransport)
     }
 }
 
-TEST_F(AppRig, settingsWithoutAPlaceInTheStateReachTheTransportToo)
+TEST_F(ParameterScenario, settingsWithoutAPlaceInTheStateReachTheTransportToo)
 {
     allowLog("vtrobject");
     begin();
@@ -135,7 +136,7 @@ TEST_F(AppRig, settingsWithoutAPlaceInTheStateReachTheTransportToo)
     }
 }
 
-TEST_F(AppRig, aLutIsLoadedWhereItIsWantedAndOnlyWhenItIsWhole)
+TEST_F(ParameterScenario, aLutIsLoadedWhereItIsWantedAndOnlyWhenItIsWhole)
 {
     allowLog("alarmhandler");
     begin();
@@ -183,7 +184,8 @@ TEST_F(AppRig, aLutIsLoadedWhereItIsWantedAndOnlyWhenItIsWhole)
     EXPECT_TRUE(shows(eParam_AlarmLutError, "LUT parse error"));
     // A file that is not there disables without a word of alarm.
     choose(dir.file("absent.txt"));
-    EXPECT_TRUE(logs("mainobject", "LUT Enabled 0, LUT path ''"));
+    EXPECT_TRUE(Stepper::waitFor(
+        [&] { return logged("mainobject").filter("LUT Enabled").last() == "LUT Enabled 0, LUT path ''"; }));
     EXPECT_TRUE(shows(eParam_AlarmLutError, "LUT parse error"));
     ASSERT_TRUE(store->setUInt(eParam_LutPosition, 0));
     EXPECT_TRUE(isClear(eParam_AlarmLutError));

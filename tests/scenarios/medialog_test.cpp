@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Every line that media, rollover and alarms write, with its level and its number, and what makes it come.
-#include "tests/app/apprig.h"
+#include "tests/scenarios/recorderrig.h"
 
 #include "platform/qmx/core/qmxalarm.h"
 #include "platform/qmx/stream/qmxstreaminfo.h"
@@ -9,6 +9,8 @@
 #include "xpd/media/mediamanager.h"
 
 namespace {
+
+using LogScenario = RecorderRig;
 
 struct LineRow
 {
@@ -45,7 +47,7 @@ QmxAlarm alarm(int id, QmxAlarm::AlarmLevel level, const char *text)
 
 } // namespace
 
-TEST_F(AppRig, everyLineOfTheMediaManager)
+TEST_F(LogScenario, everyLineOfTheMediaManager)
 {
     files->fakeStatfs([](const QString &path, struct statfs64 &data) {
         data.f_blocks = 100;
@@ -90,7 +92,7 @@ TEST_F(AppRig, everyLineOfTheMediaManager)
     });
 }
 
-TEST_F(AppRig, everyLineOfTheAlarmHandler)
+TEST_F(LogScenario, everyLineOfTheAlarmHandler)
 {
     ConfigInterface config(nullptr);
     AlarmHandler handler(nullptr);
@@ -123,7 +125,7 @@ TEST_F(AppRig, everyLineOfTheAlarmHandler)
     });
 }
 
-TEST_F(AppRig, everyLineOfARollover)
+TEST_F(LogScenario, everyLineOfARollover)
 {
     // A rollover that is ended by hand leaves the transport with words of its own.
     allowLog("vtrobject");
@@ -135,9 +137,9 @@ TEST_F(AppRig, everyLineOfARollover)
     const QmxStreamInfo info;
     const auto take = [&] {
         command(3);
-        ASSERT_TRUE(Stepper::runUntil(
-            [&] { return number(eParam_StorageState) == 1 && vtr().state().mode().isInModeRecord(); }));
-        Stepper::runMs(500);
+        ASSERT_TRUE(
+            until([&] { return number(eParam_StorageState) == 1 && vtr().state().mode().isInModeRecord(); }));
+        pass(500);
     };
     const auto start = [&] {
         media.setRolloverEnabled(true);
@@ -147,10 +149,10 @@ TEST_F(AppRig, everyLineOfARollover)
     };
     const char *const source = "mainobject";
     app->startRollover();
-    EXPECT_TRUE(lines(source).filter("ollover").filter("mark").isEmpty()) << "out of record nothing happens";
+    EXPECT_TRUE(logged(source).filter("ollover").filter("mark").isEmpty()) << "out of record nothing happens";
     app->vtrStreamIsClosed();
     app->vtrStreamIsOpen({}, info);
-    EXPECT_TRUE(lines(source).filter("Rollover clip").isEmpty()) << "nor without a rollover";
+    EXPECT_TRUE(logged(source).filter("Rollover clip").isEmpty()) << "nor without a rollover";
     walk({
         {source, 1, 0, "Failed to mark rollover in progress.  Aborting rollover",
          [&] {
@@ -163,7 +165,7 @@ TEST_F(AppRig, everyLineOfARollover)
              media.setRolloverEnabled(true);
              media.setRolloverPath("/media/B");
              command(3);
-             EXPECT_TRUE(Stepper::runUntil([&] { return vtr().state().mode().isInModeRecord(); }));
+             EXPECT_TRUE(until([&] { return vtr().state().mode().isInModeRecord(); }));
              app->startRollover(); // before the first frame has opened the stream
              EXPECT_FALSE(media.isRolloverInProgress());
              EXPECT_TRUE(settles(VtrMode::StandbyOff));
@@ -180,7 +182,7 @@ TEST_F(AppRig, everyLineOfARollover)
         {source, 3, 0, "Rollover clip 2 opened",
          [&] {
              EXPECT_FALSE(media.isRolloverInProgress()) << "a failed open completes it too";
-             Stepper::runMs(1000);
+             pass(1000);
              media.setActivePath("/media/A");
              start();
              app->vtrStreamIsOpen({}, info);
@@ -195,7 +197,7 @@ TEST_F(AppRig, everyLineOfARollover)
          }},
         {source, 3, 0, "Stopping record.",
          [&] {
-             Stepper::runMs(1000);
+             pass(1000);
              app->stopRecordNow();
              EXPECT_TRUE(settles(VtrMode::StandbyOff));
          }},

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/app/apprig.h"
+// The operator's commands by what they do to clips, lists, speeds and media.
+#include "tests/scenarios/recorderrig.h"
 
 namespace {
+
+using CommandScenario = RecorderRig;
 
 /// Speeds as the transport's lines tell them.
 QStringList played(const QStringList &lines)
@@ -12,18 +15,23 @@ QStringList played(const QStringList &lines)
     return speeds;
 }
 
+QString nameOf(const QString &path)
+{
+    return path.section('/', -1);
+}
+
 } // namespace
 
-TEST_F(AppRig, aTakeIsRecordedNamedListedAndPlayed)
+TEST_F(CommandScenario, aTakeIsRecordedNamedListedAndPlayed)
 {
     allowLog("vtrobject", QStringLiteral("Flushed at ")); // a flush that was under way before the cue
     begin();
-    const QString first = record(400);
+    const QString first = nameOf(record(400));
     EXPECT_TRUE(first.endsWith(QStringLiteral(".mov")));
     EXPECT_EQ(text(eParam_RecordBaseName) + QStringLiteral(".mov"), first);
     EXPECT_TRUE(reads(eParam_StorageState, 2));
     EXPECT_TRUE(reads(eParam_TransportStatus, 1));
-    const QString second = record(4000); // long enough not to end while a status is awaited
+    const QString second = nameOf(record(4000)); // long enough not to end while a status is awaited
     EXPECT_NE(second, first);
     const QmxPlayList clips = app->playListInUse();
     ASSERT_EQ(clips.size(), 2);
@@ -38,9 +46,9 @@ TEST_F(AppRig, aTakeIsRecordedNamedListedAndPlayed)
     const int start = clips.at(0).length();
     EXPECT_TRUE(logs("mainobject", QStringLiteral("Playback Stream Desc: All Clips at frame %1").arg(start)));
     EXPECT_TRUE(reads(eParam_TransportStatus, 3));
-    ASSERT_TRUE(Stepper::runUntil([&] { return vtr().currentFrameNumber() >= start; }));
+    ASSERT_TRUE(until([&] { return vtr().currentFrameNumber() >= start; }));
     command(4);
-    Stepper::runMs(600); // told by the next step that nothing holds up
+    pass(600); // told by the next step that nothing holds up
     EXPECT_TRUE(reads(eParam_TransportStatus, 15)) << "the first stop pauses";
     command(4);
     ASSERT_TRUE(settles(VtrMode::StandbyOff)) << "the second stops";
@@ -49,7 +57,7 @@ TEST_F(AppRig, aTakeIsRecordedNamedListedAndPlayed)
     ASSERT_TRUE(settles(VtrMode::Play));
 }
 
-TEST_F(AppRig, shuttleCommandsClimbALadderOfExactSpeeds)
+TEST_F(CommandScenario, shuttleCommandsClimbALadderOfExactSpeeds)
 {
     allowLog("vtrobject", QStringLiteral("Flushed at ")); // a flush that was under way before the cue
     begin();
@@ -59,7 +67,7 @@ TEST_F(AppRig, shuttleCommandsClimbALadderOfExactSpeeds)
         EXPECT_TRUE(settles(VtrMode::Play));
         command(cmd);
         EXPECT_TRUE(settles(VtrMode::Play));
-        return played(lines("vtrobject"));
+        return played(logged());
     };
     for (const double sign : {1.0, -1.0}) {
         const unsigned cmd = sign > 0 ? 5 : 6;
@@ -92,19 +100,19 @@ TEST_F(AppRig, shuttleCommandsClimbALadderOfExactSpeeds)
     EXPECT_EQ(vtr().state().speed(), 0.0);
     ASSERT_TRUE(settles(VtrMode::Play));
     write(eParam_CueToFrame, QStringLiteral("3"));
-    EXPECT_TRUE(Stepper::runUntil([&] { return vtr().currentFrameNumber() == 3; }));
+    EXPECT_TRUE(until([&] { return vtr().currentFrameNumber() == 3; }));
 }
 
-TEST_F(AppRig, clipsAreFoundByNameIndexAndNeighbour)
+TEST_F(CommandScenario, clipsAreFoundByNameIndexAndNeighbour)
 {
     begin();
     QStringList names;
     for (int i = 0; i < 3; ++i)
-        names << record(300);
+        names << nameOf(record(300));
     // After the stream has been opened anew.
     const auto current = [&](int index) {
-        EXPECT_TRUE(Stepper::runUntil(
-            [&] { return !lines("vtrobject").filter(QStringLiteral("STREAM: Open is Done")).isEmpty(); }));
+        EXPECT_TRUE(
+            until([&] { return !logged().filter(QStringLiteral("STREAM: Open is Done")).isEmpty(); }));
         return reads(eParam_CurrentClip, names[index]) && reads(eParam_CurrentPlayListIndex, unsigned(index));
     };
     allowLog("mainobject", QStringLiteral("Go to playlist index"));
@@ -130,7 +138,7 @@ TEST_F(AppRig, clipsAreFoundByNameIndexAndNeighbour)
     EXPECT_FALSE(app->playListInUse().isEmpty()) << "without a medium the lists are as they were made last";
 }
 
-TEST_F(AppRig, aRecordIsRefusedWithoutRoomAndByCameraData)
+TEST_F(CommandScenario, aRecordIsRefusedWithoutRoomAndByCameraData)
 {
     allowLog("alarmhandler");
     allowLog("vtrobject", QStringLiteral("Record Inhibited: "));
@@ -151,18 +159,18 @@ TEST_F(AppRig, aRecordIsRefusedWithoutRoomAndByCameraData)
     expectLog("mainobject", QStringLiteral("Ignoring record command due to camera data input"));
     command(3);
     EXPECT_TRUE(vtr().state().mode().isInModeStandbyOff());
-    Stepper::runMs(1000);
+    pass(1000);
     vtr().record();
     ASSERT_TRUE(settles(VtrMode::Record));
     expectLog("mainobject", QStringLiteral("Ignoring stop command while in record due to camera data input"));
     command(4);
     EXPECT_TRUE(vtr().state().mode().isInModeRecord());
-    Stepper::runMs(500);
+    pass(500);
     free = 10;
     EXPECT_TRUE(settles(VtrMode::StandbyOff)) << "the medium is full";
 }
 
-TEST_F(AppRig, aFullMediumContinuesOnTheNext)
+TEST_F(CommandScenario, aFullMediumContinuesOnTheNext)
 {
     begin();
     std::map<QString, int> free = {{"/media/A", 50}, {"/media/B", 50}};
@@ -175,12 +183,12 @@ TEST_F(AppRig, aFullMediumContinuesOnTheNext)
     write(eParam_RolloverEnabled, QStringLiteral("1"));
     write(eParam_RolloverMediaPath, QStringLiteral("/media/B"));
     command(3);
-    Stepper::runMs(800);
+    pass(800);
     ASSERT_TRUE(reads(eParam_StorageState, 1));
     const QString first = text(eParam_CurrentClip);
     EXPECT_NE(first, QStringLiteral("N/A"));
     free["/media/A"] = 10;
-    ASSERT_TRUE(Stepper::runUntil([&] { return number(eParam_StorageState) == 3; }));
+    ASSERT_TRUE(until([&] { return number(eParam_StorageState) == 3; }));
     EXPECT_TRUE(vtr().state().mode().isInModeRecord());
     EXPECT_EQ(text(eParam_CurrentClip), first) << "until the media daemon has taken note";
 
@@ -188,8 +196,8 @@ TEST_F(AppRig, aFullMediumContinuesOnTheNext)
     write(eParam_RolloverMediaPath, QString());
     EXPECT_TRUE(Stepper::waitFor([&] { return text(eParam_CurrentClip) != first; }));
     const QString second = text(eParam_CurrentClip);
-    Stepper::runMs(600);
-    ASSERT_TRUE(endRecord());
+    pass(600);
+    ASSERT_TRUE(stop());
     EXPECT_TRUE(reads(eParam_StorageState, 2));
     EXPECT_TRUE(readAll(QStringLiteral("/media/B/") + second).size() > 0);
     EXPECT_TRUE(readAll(QStringLiteral("/media/A/") + first).size() > 0);

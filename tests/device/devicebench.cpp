@@ -115,10 +115,19 @@ const QmxCodecRow numberCodec = {202,
                                  }};
 } // namespace
 
-LumenOptions DeviceBench::options(const QString &text) const
+LumenOptions DeviceBench::keeping(const std::shared_ptr<BenchEdges> &edges, const QString &profile)
 {
     LumenOptions options;
-    options.profile = LumenProfile::parse(text, QStringLiteral("bench"));
+    options.profile = LumenProfile::parse(profile, "bench");
+    options.createSink = [edges](const QString &, const QmxEnvironment &) {
+        return std::make_unique<MemorySink>(edges);
+    };
+    return options;
+}
+
+LumenOptions DeviceBench::options(const QString &text) const
+{
+    LumenOptions options = keeping(edges, text);
     options.createSource = [edges = edges](const QString &locator,
                                            const QmxEnvironment &) -> std::unique_ptr<QmxSource> {
         std::lock_guard lock(edges->mutex);
@@ -128,9 +137,6 @@ LumenOptions DeviceBench::options(const QString &text) const
     };
     options.createGenerator = [](const QmxImageDesc &, const QmxId &, const QmxId &, const QmxEnvironment &) {
         return std::make_unique<InternalSource>();
-    };
-    options.createSink = [edges = edges](const QString &, const QmxEnvironment &) {
-        return std::make_unique<MemorySink>(edges);
     };
     options.codec = [](const QmxId &type) { return type.value() == 202 ? &numberCodec : nullptr; };
     return options;
@@ -190,16 +196,16 @@ QmxImageDesc DeviceBench::format(int rate, int scanMode)
     return desc;
 }
 
-QmxVideoDeviceSetup DeviceBench::captureSetup(int rate)
+QmxVideoDeviceSetup DeviceBench::setupFor(const QmxImageDesc &desc, int channels, int mode)
 {
     QmxVideoDeviceSetup setup;
-    setup.setMode(2);
-    setup.setImageDesc(format(rate));
+    setup.setMode(mode);
+    setup.setImageDesc(desc);
     QmxAudioDesc audio;
     audio.setDataType(QmxId(408));
-    audio.setChannels(2);
+    audio.setChannels(channels);
     audio.setSampleRate(48000, 1);
-    audio.setFrameRate(QmxVideoRate(rate));
+    audio.setFrameRate(desc.frameRate());
     setup.setAudioDesc(audio);
     setup.setVideoInputSource(QmxId(601));
     setup.setAudioInputSource(QmxId(52));
@@ -208,11 +214,14 @@ QmxVideoDeviceSetup DeviceBench::captureSetup(int rate)
     return setup;
 }
 
+QmxVideoDeviceSetup DeviceBench::captureSetup(int rate)
+{
+    return setupFor(format(rate));
+}
+
 QmxVideoDeviceSetup DeviceBench::playbackSetup(int rate)
 {
-    QmxVideoDeviceSetup setup = captureSetup(rate);
-    setup.setMode(1);
-    return setup;
+    return setupFor(format(rate), 2, 1);
 }
 
 QmxSourceFrame DeviceBench::good(const QmxTick &tick, int rate)

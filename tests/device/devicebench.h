@@ -38,7 +38,11 @@ public:
 
     /// What the device is made of.
     LumenOptions options(const QString &text = QString()) const;
+    /// Of a card with real edges: what it shows is kept.
+    static LumenOptions keeping(const std::shared_ptr<BenchEdges> &edges, const QString &profile);
     static QmxImageDesc format(int rate = 25, int scanMode = 0);
+    /// Captures input 601; `mode` 1 plays.
+    static QmxVideoDeviceSetup setupFor(const QmxImageDesc &desc, int channels = 2, int mode = 2);
     static QmxVideoDeviceSetup captureSetup(int rate = 25);
     static QmxVideoDeviceSetup playbackSetup(int rate = 25);
     /// A good input: picture and timecode `number` of the tick.

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Every raster at every rate that the recorder knows, from the input to the file.
 #include "platform/qmx/core/qmxaudio.h"
-#include "platform/qmx/device/lumenoptions.h"
-#include "platform/qmx/device/qmxnullsink.h"
 #include "platform/qmx/device/qmxsourceformat.h"
 #include "platform/qmx/device/qmxstrip.h"
-#include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxclipreader.h"
 #include "platform/qmx/stream/qmxclipwriter.h"
+#include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"
 #include "tests/support/testfiles.h"
@@ -39,28 +37,13 @@ QList<QmxFrame> capture(const QString &format, int dataType, int channels, int c
 {
     QmxImageDesc desc = QmxSourceFormat::fromText(format);
     desc.setDataType(QmxId(dataType));
-    LumenOptions options;
-    options.profile = LumenProfile::parse(
-        QStringLiteral("[device]\n%2\n[inputs]\n601=generator:?size=720x576&format=%1@0&tc=10:00:00:00")
-            .arg(format, device),
-        QStringLiteral("p"));
-    options.createSink = [](const QString &, const QmxEnvironment &) -> std::unique_ptr<QmxSink> {
-        return std::make_unique<QmxNullSink>(QString());
-    };
-    QmxVideoDevice card(options, nullptr);
+    const QString profile =
+        QStringLiteral("[device]\n%2\n[inputs]\n601=generator:?size=720x576&format=%1@0&tc=10:00:00:00");
+    QmxVideoDevice card(DeviceBench::keeping(std::make_shared<BenchEdges>(), profile.arg(format, device)),
+                        nullptr);
     EXPECT_TRUE(card.open(QStringLiteral("lumen")));
-    QmxAudioDesc audio;
-    audio.setDataType(QmxId(408));
-    audio.setChannels(channels);
-    audio.setSampleRate(48000, 1);
-    audio.setFrameRate(desc.frameRate());
-    QmxVideoDeviceSetup setup;
-    setup.setMode(2);
-    setup.setImageDesc(desc);
-    setup.setAudioDesc(audio);
-    setup.setVideoInputSource(QmxId(601));
+    QmxVideoDeviceSetup setup = DeviceBench::setupFor(desc, channels);
     setup.setTimecodeInputSource(QmxId(1520));
-    setup.setMaxBuffers(100);
     int vbis = 0;
     QObject::connect(&card, &QmxVideoDevice::vbi, [&vbis] { ++vbis; });
     card.setup(setup);
@@ -79,6 +62,20 @@ QList<QmxFrame> capture(const QString &format, int dataType, int channels, int c
     }));
     frames.resize(count);
     return frames;
+}
+
+/// The description of the clip's pictures.
+QmxImageDesc writeClip(const QString &path, const QList<QmxFrame> &frames)
+{
+    QmxClipInfo info;
+    info.image = frames.first().vids().first().desc();
+    info.audio = frames.first().auds().first().desc();
+    QmxClipWriter writer;
+    EXPECT_FALSE(writer.create(path, info).isError());
+    for (const QmxFrame &frame : frames)
+        EXPECT_FALSE(writer.writeFrame(frame).isError());
+    EXPECT_FALSE(writer.close().isError());
+    return info.image;
 }
 
 /// Luma of a clip's pictures, 8 bits, by the ffmpeg program.
@@ -111,19 +108,12 @@ TEST(Formats, everyRasterAndRateIsCapturedRecordedAndReadAgain)
             const QmxVideoState state = QmxSourceFormat::state(desc);
             ASSERT_TRUE(state.isValid() && !state.recInhibit().isValid());
             const QList<QmxFrame> frames = capture(format, 205, 2, 2);
-            QmxClipInfo info;
-            info.image = frames.first().vids().first().desc();
-            info.audio = frames.first().auds().first().desc();
-            QmxClipWriter writer;
-            ASSERT_FALSE(writer.create(dir.file(format), info).isError());
-            for (const QmxFrame &frame : frames)
-                ASSERT_FALSE(writer.writeFrame(frame).isError());
-            ASSERT_FALSE(writer.close().isError());
+            const QmxImageDesc captured = writeClip(dir.file(format), frames);
 
             QmxClipReader reader;
             ASSERT_FALSE(reader.open(dir.file(format)).isError());
             const QmxImageDesc read = reader.info().image;
-            EXPECT_EQ(read, info.image);
+            EXPECT_EQ(read, captured);
             EXPECT_EQ(QSize(read.width(), read.height()), QSize(desc.width(), desc.height()));
             EXPECT_EQ(read.scanMode(), desc.scanMode());
             EXPECT_EQ(read.frameRate(), desc.frameRate());
@@ -190,14 +180,7 @@ TEST(Formats, everyCodecKeepsPicturesFieldsAndSoundForOtherPrograms)
                 capture(QLatin1String(now.format), row.dataType, now.channels, count);
             const QString path = dir.file(QStringLiteral("a.mov"));
             QFile::remove(path);
-            QmxClipInfo info;
-            info.image = frames.first().vids().first().desc();
-            info.audio = frames.first().auds().first().desc();
-            QmxClipWriter writer;
-            ASSERT_FALSE(writer.create(path, info).isError());
-            for (const QmxFrame &frame : frames)
-                ASSERT_FALSE(writer.writeFrame(frame).isError());
-            ASSERT_FALSE(writer.close().isError());
+            const QmxImageDesc captured = writeClip(path, frames);
 
             const ProgramResult probe = runProgram("ffprobe", {"-v", "error", "-show_entries",
                                                                "stream=codec_tag_string,field_order,channels",
@@ -206,7 +189,7 @@ TEST(Formats, everyCodecKeepsPicturesFieldsAndSoundForOtherPrograms)
             EXPECT_TRUE(probe.out.startsWith(expected)) << probe.out.constData();
             EXPECT_EQ(probe.out.split('\n').value(1).split(',').last().toInt(), now.channels);
 
-            const int width = info.image.width(), height = info.image.height();
+            const int width = captured.width(), height = captured.height();
             const QByteArray luma = lumaOf(path);
             ASSERT_EQ(luma.size(), qsizetype(width) * height * count);
             const auto *first = reinterpret_cast<const uchar *>(luma.constData());
@@ -218,7 +201,7 @@ TEST(Formats, everyCodecKeepsPicturesFieldsAndSoundForOtherPrograms)
             const int line = height / 4 * 2 + 4; // of the top field
             const int top = boxIn(first + qsizetype(line) * width, width);
             const int bottom = boxIn(first + qsizetype(line + 1) * width, width);
-            const int movement = !info.image.isInterlaced() ? 0 : now.fieldOrder[0] == 't' ? 4 : -4;
+            const int movement = !captured.isInterlaced() ? 0 : now.fieldOrder[0] == 't' ? 4 : -4;
             EXPECT_NEAR(bottom - top, movement, 1);
         }
     }

@@ -1,131 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The card with its real edges: generator, ProRes, strip.
-#include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/device/picturework.h"
 #include "platform/qmx/device/qmxsourceformat.h"
 #include "platform/qmx/device/qmxstrip.h"
-#include "platform/qmx/device/qmxvideodevice.h"
+#include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"
 
 #include <gtest/gtest.h>
-
-#include <mutex>
-
-namespace {
-struct Shown
-{
-    QList<QmxOutputFrame> taken() const
-    {
-        const std::lock_guard lock(mutex);
-        return frames;
-    }
-    void clear()
-    {
-        const std::lock_guard lock(mutex);
-        frames.clear();
-    }
-    mutable std::mutex mutex;
-    QList<QmxOutputFrame> frames; ///< of the device's thread
-};
-
-class MemorySink : public QmxSink
-{
-public:
-    explicit MemorySink(std::shared_ptr<Shown> shown) : _shown(std::move(shown)) {}
-    void show(const QmxOutputFrame &frame) override
-    {
-        std::lock_guard lock(_shown->mutex);
-        _shown->frames.append(frame);
-    }
-    QString statusText() const override { return {}; }
-
-private:
-    std::shared_ptr<Shown> _shown;
-};
-
-QmxImageDesc sdFormat()
-{
-    QmxImageDesc desc;
-    desc.setSize(720, 486);
-    desc.setAspectRatio(4, 3);
-    desc.setFrameRate(QmxVideoRate(30000, 1001));
-    desc.setScanMode(QmxImageDesc::Interlaced);
-    desc.setDataType(QmxId(202));
-    return desc;
-}
-
-LumenOptions withSink(const std::shared_ptr<Shown> &shown, const QString &input)
-{
-    LumenOptions options;
-    options.profile = LumenProfile::parse(QStringLiteral("[inputs]\n601=") + input, QStringLiteral("p"));
-    options.createSink = [shown](const QString &, const QmxEnvironment &) -> std::unique_ptr<QmxSink> {
-        return std::make_unique<MemorySink>(shown);
-    };
-    return options;
-}
-
-QmxVideoDeviceSetup setupOf(int mode)
-{
-    QmxAudioDesc audio;
-    audio.setDataType(QmxId(408));
-    audio.setChannels(8);
-    audio.setSampleRate(48000, 1);
-    audio.setFrameRate(sdFormat().frameRate());
-    QmxVideoDeviceSetup setup;
-    setup.setMode(mode);
-    setup.setImageDesc(sdFormat());
-    setup.setAudioDesc(audio);
-    setup.setVideoInputSource(QmxId(601));
-    setup.setMaxBuffers(180);
-    return setup;
-}
-} // namespace
-
-TEST(WholeCard, recordsAndPlaysEveryFrameOnce)
-{
-    auto shown = std::make_shared<Shown>();
-    QmxVideoDevice device(withSink(shown, QStringLiteral("generator:?rate=30000/1001&size=720x486&scan=i")),
-                          nullptr);
-    ASSERT_TRUE(device.open(QStringLiteral("lumen")));
-    device.setup(setupOf(2));
-    Stepper::runTicks(3, 30000, 1001);
-    device.setProperty(QmxId(22), QVariant::fromValue(QmxId(1606)));
-    QList<QmxFrame> take;
-    constexpr int length = 30;
-    ASSERT_TRUE(Stepper::runUntil([&] {
-        while (device.framesReadable() > 0 && take.size() < length)
-            device.readFrame(take.emplace_back());
-        return take.size() == length;
-    }));
-
-    device.setProperty(QmxId(22), QVariant::fromValue(QmxId(1600)));
-    device.setup(setupOf(1));
-    Stepper::deliver();
-    const auto decoder = qmxCodec(QmxId(202))->createDecoder(sdFormat());
-    std::optional<quint32> first;
-    qint64 samples = 0;
-    for (int i = 0; i < length; ++i) {
-        const QmxFrame &frame = take.at(i);
-        QmxPicture picture;
-        ASSERT_FALSE(frame.vids().first().buffers().isEmpty()) << i;
-        ASSERT_FALSE(decoder->decode(frame.vids().first().buffers().first(), picture).isError());
-        const std::optional<quint32> count = QmxStrip::read(picture);
-        ASSERT_TRUE(count);
-        if (!first) first = count;
-        EXPECT_EQ(*count, *first + quint32(i));
-        samples += frame.auds().first().samples();
-        device.writeFrame(frame);
-    }
-    EXPECT_EQ(samples, length * 8008 / 5); // thirty frames are six turns of the cadence
-
-    shown->clear();
-    Stepper::runTicks(length, 30000, 1001);
-    const QList<QmxOutputFrame> seen = shown->taken();
-    ASSERT_EQ(seen.size(), length);
-    for (int i = 0; i < length; ++i)
-        EXPECT_EQ(QmxStrip::read(seen.at(i).picture).value_or(0), *first + quint32(i)) << i;
-}
 
 TEST(WholeCard, convertsOnTheWayInAndOut)
 {
@@ -145,9 +27,9 @@ TEST(WholeCard, convertsOnTheWayInAndOut)
     };
     for (const auto &now : cases) {
         SCOPED_TRACE(std::string(now.input) + ' ' + now.captured);
-        auto shown = std::make_shared<Shown>();
-        LumenOptions options = withSink(shown, QStringLiteral("generator:?%1").arg(QLatin1String(now.input)));
-        QmxVideoDevice device(options, nullptr);
+        const auto edges = std::make_shared<BenchEdges>();
+        QmxVideoDevice device(
+            DeviceBench::keeping(edges, QLatin1String("[inputs]\n601=generator:?") + now.input), nullptr);
         QmxImageDesc captured;
         int reports = 0;
         QObject::connect(&device, &QmxVideoDevice::inputChanged, [&](int, const QmxVideoState &state) {
@@ -156,19 +38,19 @@ TEST(WholeCard, convertsOnTheWayInAndOut)
         });
         ASSERT_TRUE(device.open(QStringLiteral("lumen")));
         Stepper::deliver();
-        QmxVideoDeviceSetup setup = setupOf(2);
-        setup.setVideoInConvert(QmxId(now.in));
-        setup.setVideoOutConvert(QmxId(now.out));
-        setup.setForcePSFOutput(now.segmented);
-        setup.setVideoOutputSDILevelA(now.segmented);
-        setup.setVideoOutputType(QmxId(632));
-        setup.setHdmiOutputMode(QmxId(56));
-        setup.setAudioInputLevel(QmxId(1402));
+        QmxVideoDeviceSetup setup;
         // As the recorder does: it follows the format that is reported.
         for (int i = 0; i < 3; ++i) {
             QmxImageDesc desc = captured;
             desc.setDataType(QmxId(205));
-            setup.setImageDesc(desc);
+            setup = DeviceBench::setupFor(desc, 8);
+            setup.setVideoInConvert(QmxId(now.in));
+            setup.setVideoOutConvert(QmxId(now.out));
+            setup.setForcePSFOutput(now.segmented);
+            setup.setVideoOutputSDILevelA(now.segmented);
+            setup.setVideoOutputType(QmxId(632));
+            setup.setHdmiOutputMode(QmxId(56));
+            setup.setAudioInputLevel(QmxId(1402));
             device.setup(setup);
             Stepper::runMs(1000);
         }
@@ -193,7 +75,10 @@ TEST(WholeCard, convertsOnTheWayInAndOut)
         EXPECT_EQ(QmxStrip::read(last).value_or(0), QmxStrip::read(first).value_or(9) + 3);
 
         const QmxImageDesc out = QmxSourceFormat::fromText(QLatin1String(now.shown));
-        const QmxOutputFrame frame = shown->taken().last();
+        const QmxOutputFrame frame = [&edges] {
+            const std::lock_guard lock(edges->mutex);
+            return edges->shown.last();
+        }();
         EXPECT_EQ(frame.desc.scanMode(), out.scanMode());
         EXPECT_EQ(frame.desc.frameRate(), out.frameRate());
         EXPECT_EQ(QSize(frame.desc.width(), frame.desc.height()), QSize(out.width(), out.height()));

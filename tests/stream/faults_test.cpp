@@ -20,9 +20,9 @@ int length(const QString &path)
 
 void announceFailure()
 {
-    expectLog(QStringLiteral("stream"), QStringLiteral("failed"));
-    allowLog(QStringLiteral("streamwriter"));
-    allowLog(QStringLiteral("streamcache"));
+    expectLog("stream", "failed");
+    allowLog("streamwriter");
+    allowLog("streamcache");
 }
 
 } // namespace
@@ -33,14 +33,14 @@ TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
     const TestDir dir;
     announceFailure();
     StreamRig rig;
-    const QString path = dir.file(QStringLiteral("take.mov"));
+    const QString path = dir.file("take.mov");
     // A folder where a medium should be, but is not: it is on the file system of "/".
     files->fakeStatfs([](const QString &, struct statfs64 &data) { data.f_fsid = {}; });
     EXPECT_EQ(rig.openForWrite(path), ENODEV);
     EXPECT_FALSE(QFile::exists(path));
     files->clear();
-    EXPECT_EQ(rig.openForWrite(dir.file(QStringLiteral("no/folder/take.mov"))), ENOENT);
-    EXPECT_EQ(rig.openForWrite(dir.file(QStringLiteral("../take.mov"))), EINVAL);
+    EXPECT_EQ(rig.openForWrite(dir.file("no/folder/take.mov")), ENOENT);
+    EXPECT_EQ(rig.openForWrite(dir.file("../take.mov")), EINVAL);
 
     makeClip(path, 10);
     const QByteArray before = readAll(path);
@@ -48,7 +48,7 @@ TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
     EXPECT_EQ(readAll(path), before);
     EXPECT_TRUE(QmxRecordTable::instance()->entries().isEmpty());
     Stepper::deliver();
-    EXPECT_EQ(rig.events.filter(QStringLiteral("alarm 1901 2")).size(), 4);
+    EXPECT_EQ(rig.events.filter("alarm 1901 2").size(), 4);
 }
 
 TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
@@ -56,7 +56,7 @@ TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
     const auto files = FaultyFiles::install();
     const TestDir dir;
     announceFailure();
-    const QString path = dir.file(QStringLiteral("take.mov"));
+    const QString path = dir.file("take.mov");
     StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
     for (int frame = 0; frame < 50; ++frame) {
@@ -69,21 +69,21 @@ TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
         rig.record(frame, 1);
         Stepper::runTicks(1);
     }
-    EXPECT_EQ(rig.events.filter(QStringLiteral("error ")).size(), 1);
-    EXPECT_EQ(rig.events.filter(QStringLiteral("failure 28")).size(), 1);
-    EXPECT_EQ(rig.events.filter(QStringLiteral("alarm 1901 2")).size(), 1);
+    EXPECT_EQ(rig.events.filter("error ").size(), 1);
+    EXPECT_EQ(rig.events.filter("failure 28").size(), 1);
+    EXPECT_EQ(rig.events.filter("alarm 1901 2").size(), 1);
     EXPECT_TRUE(rig.stream.isOpen() && rig.stream.isWritable()) << "a stream never closes itself";
     EXPECT_TRUE(rig.cache.cacheIsFull());
     EXPECT_FALSE(rig.deviceQueue.isEmpty());
     files->clear();
     rig.close();
-    EXPECT_EQ(rig.events.constLast(), QStringLiteral("close"));
+    EXPECT_EQ(rig.events.constLast(), "close");
     EXPECT_GE(length(path), 50 - 14);
     EXPECT_LE(length(path), 80);
 
     // The next take is not the heir of this one.
     rig.deviceQueue.clear();
-    const QString second = dir.file(QStringLiteral("take_2.mov"));
+    const QString second = dir.file("take_2.mov");
     ASSERT_EQ(rig.openForWrite(second), 0);
     EXPECT_FALSE(rig.cache.cacheIsFull());
     rig.record(0, 5);
@@ -95,7 +95,7 @@ TEST(StreamFaults, aStalledDiskCostsNoFrameAndFillsTheQueueBeforeTheCache)
 {
     const auto files = FaultyFiles::install();
     const TestDir dir;
-    const QString path = dir.file(QStringLiteral("take.mov"));
+    const QString path = dir.file("take.mov");
     StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
     files->stallNth(FaultyFiles::Fdatasync, 1, 7 * QmxClock::nsPerSecond);
@@ -107,13 +107,13 @@ TEST(StreamFaults, aStalledDiskCostsNoFrameAndFillsTheQueueBeforeTheCache)
         rig.record(frame, 1);
         Stepper::runTicks(1);
         if (stallBegan < 0 && files->count(FaultyFiles::Fdatasync) > 0) stallBegan = frame;
-        slow = slow || rig.events.contains(QStringLiteral("alarm 1906 1"));
+        slow = slow || rig.events.contains("alarm 1906 1");
         if (cacheFullAfter < 0 && rig.cache.cacheIsFull()) cacheFullAfter = frame - stallBegan;
     }
     EXPECT_TRUE(slow);
     EXPECT_GE(cacheFullAfter, 4 * 25 + 25) << "four seconds in the queue, then the cache";
     EXPECT_TRUE(rig.deviceQueue.isEmpty()) << "the room that came free was told and used";
-    EXPECT_TRUE(rig.events.contains(QStringLiteral("alarm 1906 0")));
+    EXPECT_TRUE(rig.events.contains("alarm 1906 0"));
     rig.close();
     EXPECT_EQ(length(path), 250);
     StreamRig player;
@@ -128,7 +128,7 @@ TEST(StreamFaults, aStopInAStallStillWritesEverythingToItsOwnClip)
     const auto files = FaultyFiles::install();
     const TestDir dir;
     for (const bool pushed : {true, false}) { // at a stop; at a rollover
-        const QString path = dir.file(pushed ? QStringLiteral("a.mov") : QStringLiteral("b.mov"));
+        const QString path = dir.file(pushed ? QStringLiteral("a.mov") : "b.mov");
         StreamRig rig;
         ASSERT_EQ(rig.openForWrite(path), 0);
         files->stallNth(FaultyFiles::Fdatasync, 1, 6 * QmxClock::nsPerSecond);
@@ -150,13 +150,13 @@ TEST(StreamFaults, aStopInAStallStillWritesEverythingToItsOwnClip)
 TEST(StreamFaults, aForcedEndMakesDurableWhatWaits)
 {
     const TestDir dir;
-    const QString path = dir.file(QStringLiteral("take.mov"));
+    const QString path = dir.file("take.mov");
     StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
     rig.record(0, 40);
     QmxOperations::instance()->runEmergencyFlushes();
-    QFile::copy(path, dir.file(QStringLiteral("copy.mov")));
-    EXPECT_EQ(length(dir.file(QStringLiteral("copy.mov"))), 40);
+    QFile::copy(path, dir.file("copy.mov"));
+    EXPECT_EQ(length(dir.file("copy.mov")), 40);
     rig.record(40, 5);
     rig.close();
     EXPECT_EQ(length(path), 45);
@@ -167,10 +167,10 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
     const auto files = FaultyFiles::install();
     const TestDir dir;
     announceFailure();
-    expectLog(QStringLiteral("stream"), QStringLiteral("given up"));
-    expectLog(QStringLiteral("stream"), QStringLiteral("stands still"));
-    const QString clip = dir.file(QStringLiteral("clip.mov"));
-    const QString take = dir.file(QStringLiteral("take.mov"));
+    expectLog("stream", "given up");
+    expectLog("stream", "stands still");
+    const QString clip = dir.file("clip.mov");
+    const QString take = dir.file("take.mov");
     makeClip(clip, 10);
     StreamRig rig;
 
@@ -192,7 +192,7 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
     rig.stream.close();
     EXPECT_TRUE(Stepper::runUntil([&rig] { return rig.stream.isClosed(); }, 20 * QmxClock::nsPerSecond));
     EXPECT_LE(Stepper::now() - closeBegan, 10 * QmxClock::nsPerSecond);
-    EXPECT_TRUE(rig.events.contains(QStringLiteral("alarm 1901 2")));
+    EXPECT_TRUE(rig.events.contains("alarm 1901 2"));
 
     // So is a close that comes while the open hangs, or while a frame is being read.
     files->release();
@@ -212,10 +212,10 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
         if (call == FaultyFiles::Pread) {
             // Whoever plays hears of it while it hangs, and when the medium is back.
             Stepper::runMs(4000);
-            EXPECT_EQ(rig.events, QStringList({QStringLiteral("alarm 1903 1")}));
+            EXPECT_EQ(rig.events, QStringList({"alarm 1903 1"}));
             files->release();
             Stepper::runMs(1000);
-            EXPECT_EQ(rig.events.filter(QStringLiteral("alarm")).last(), QStringLiteral("alarm 1903 0"));
+            EXPECT_EQ(rig.events.filter("alarm").last(), "alarm 1903 0");
             files->hang(call);
             rig.stream.read(8, nullptr);
             Stepper::runMs(100);
@@ -224,13 +224,13 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
         rig.stream.close();
         Stepper::run(10 * QmxClock::nsPerSecond);
         EXPECT_TRUE(rig.stream.isClosed());
-        EXPECT_EQ(rig.events.contains(QStringLiteral("open 125")), call == FaultyFiles::Open);
-        EXPECT_EQ(rig.events.count(QStringLiteral("close")), 1);
+        EXPECT_EQ(rig.events.contains("open 125"), call == FaultyFiles::Open);
+        EXPECT_EQ(rig.events.count("close"), 1);
         files->release();
     }
 
     // The next take has another writer, and the first one's frames are not lost if the disk comes back.
-    const QString second = dir.file(QStringLiteral("take_2.mov"));
+    const QString second = dir.file("take_2.mov");
     ASSERT_EQ(rig.openForWrite(second), 0);
     rig.record(0, 7);
     rig.close();
@@ -242,7 +242,7 @@ TEST(StreamFaults, theEndOfAStreamDoesNotWaitForAMediumThatHangs)
 {
     const auto files = FaultyFiles::install();
     const TestDir dir;
-    const QString take = dir.file(QStringLiteral("take.mov"));
+    const QString take = dir.file("take.mov");
     auto rig = std::make_unique<StreamRig>();
     ASSERT_EQ(rig->openForWrite(take), 0);
     rig->record(0, 30);
@@ -264,7 +264,7 @@ TEST(StreamFaults, unreadableFramesAreBlackWithOneErrorARun)
 {
     const auto files = FaultyFiles::install();
     const TestDir dir;
-    const QString path = dir.file(QStringLiteral("clip.mov"));
+    const QString path = dir.file("clip.mov");
     makeClip(path, 200);
     StreamRig rig;
     ASSERT_EQ(rig.openForRead(path), 0);
@@ -287,6 +287,5 @@ TEST(StreamFaults, unreadableFramesAreBlackWithOneErrorARun)
     rig.cache.seek(50);
     EXPECT_EQ(rig.play(3), QList<int>({50, 51, 52}));
     Stepper::runMs(1);
-    EXPECT_EQ(rig.events, QStringList({QStringLiteral("open 0"), QStringLiteral("error 100 5"),
-                                       QStringLiteral("alarm 1903 1"), QStringLiteral("alarm 1903 0")}));
+    EXPECT_EQ(rig.events, QStringList({"open 0", "error 100 5", "alarm 1903 1", "alarm 1903 0"}));
 }

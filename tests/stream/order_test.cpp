@@ -23,14 +23,11 @@ protected:
         settle();
         return numberOf(rig.cache.peek());
     }
-    static QStringList list(const char *text)
-    {
-        return QString::fromLatin1(text).split(QStringLiteral(", "));
-    }
+    static QStringList list(const char *text) { return QString::fromLatin1(text).split(", "); }
 
     const TestDir dir;
-    const QString clip = dir.file(QStringLiteral("clip.mov"));
-    const QString other = dir.file(QStringLiteral("other.mov"));
+    const QString clip = dir.file("clip.mov");
+    const QString other = dir.file("other.mov");
     StreamRig rig;
 };
 
@@ -70,20 +67,20 @@ TEST_F(StreamOrder, statesChangeInTheEventThatTellsThem)
 
 TEST_F(StreamOrder, aFailedOpenEndsClosedWithoutInfo)
 {
-    expectLog(QStringLiteral("stream"), QStringLiteral("missing.mov failed"));
-    allowLog(QStringLiteral("streamreader"));
-    rig.stream.setDesc(dir.file(QStringLiteral("missing.mov")));
+    expectLog("stream", "missing.mov failed");
+    allowLog("streamreader");
+    rig.stream.setDesc(dir.file("missing.mov"));
     rig.cache.seek(7);
     ASSERT_TRUE(open());
     settle();
     EXPECT_EQ(rig.events.mid(0, 1), list("open 2"));
-    EXPECT_TRUE(rig.events.contains(QStringLiteral("alarm 1903 1")));
+    EXPECT_TRUE(rig.events.contains("alarm 1903 1"));
     EXPECT_TRUE(rig.stream.isClosed() && !rig.stream.isReadable());
     EXPECT_EQ(rig.stream.info(), QmxStreamInfo());
     rig.stream.setDesc(clip);
     ASSERT_TRUE(open());
     EXPECT_EQ(standing(), 0) << "a failed open forgets the seek";
-    EXPECT_TRUE(rig.events.contains(QStringLiteral("alarm 1903 0")));
+    EXPECT_TRUE(rig.events.contains("alarm 1903 0"));
 }
 
 TEST_F(StreamOrder, seeksOutsideAnOpenStreamWinOverThoseOfItsReceivers)
@@ -108,7 +105,7 @@ TEST_F(StreamOrder, seeksOutsideAnOpenStreamWinOverThoseOfItsReceivers)
     rig.close();
     rig.cache.seek(9);
     rig.events.clear();
-    ASSERT_EQ(rig.openForWrite(dir.file(QStringLiteral("new.mov"))), 0);
+    ASSERT_EQ(rig.openForWrite(dir.file("new.mov")), 0);
     EXPECT_EQ(rig.cache.position(), 0);
     rig.record(0, 3);
     rig.close();
@@ -128,15 +125,15 @@ TEST_F(StreamOrder, aFlushHeldBackComesAfterTheOpenAndTheKeptSeek)
     EXPECT_EQ(positionAtFlush, 12);
 
     rig.close();
-    expectLog(QStringLiteral("stream"), QStringLiteral("failed"));
-    allowLog(QStringLiteral("streamreader"));
-    rig.stream.setDesc(dir.file(QStringLiteral("missing.mov")));
+    expectLog("stream", "failed");
+    allowLog("streamreader");
+    rig.stream.setDesc(dir.file("missing.mov"));
     ASSERT_TRUE(open());
     QString order;
     QObject::connect(&rig.stream, &QmxStream::openIsDone, &rig, [&] { order += QStringLiteral("open "); });
     QmxPlayhead::instance()->whenOpened([&] { order += QStringLiteral("flushed "); });
     settle();
-    EXPECT_EQ(order, QStringLiteral("flushed open "));
+    EXPECT_EQ(order, "flushed open ");
 }
 
 TEST_F(StreamOrder, closeWhileOpeningAnswersBoth)
@@ -149,12 +146,7 @@ TEST_F(StreamOrder, closeWhileOpeningAnswersBoth)
     EXPECT_FALSE(QmxPlayhead::instance()->isOpening());
 
     rig.events.clear();
-    rig.stream.setDesc(dir.file(QStringLiteral("new.mov")));
-    rig.stream.setInfo([] {
-        QmxStreamInfo info;
-        info.vids().append(imageDesc());
-        return info;
-    }());
+    rig.describe(dir.file("new.mov"));
     ASSERT_TRUE(open(QmxStream::Write));
     rig.stream.close();
     ASSERT_TRUE(open(QmxStream::Write)) << "an open while closing waits";
@@ -163,7 +155,7 @@ TEST_F(StreamOrder, closeWhileOpeningAnswersBoth)
     rig.stream.close();
     settle();
     EXPECT_EQ(rig.events, list("open 125, close, open 125, close"));
-    EXPECT_FALSE(QFile::exists(dir.file(QStringLiteral("new.mov")))) << "a clip without frames does not stay";
+    EXPECT_FALSE(QFile::exists(dir.file("new.mov"))) << "a clip without frames does not stay";
     EXPECT_TRUE(QmxRecordTable::instance()->entries().isEmpty());
     EXPECT_EQ(QmxOperations::instance()->inProgress(), 0);
 }
@@ -191,7 +183,7 @@ TEST_F(StreamOrder, openOverAnOpenOrOpeningStreamAbandonsItSilently)
 
     // A take that is abandoned is nevertheless whole.
     rig.close();
-    const QString take = dir.file(QStringLiteral("take.mov"));
+    const QString take = dir.file("take.mov");
     ASSERT_EQ(rig.openForWrite(take), 0);
     rig.record(0, 20);
     rig.stream.setDesc(clip);

@@ -19,8 +19,8 @@ QmxPlayList listOf(const QList<QmxPlayListEntry> &entries)
 
 TEST(PlayList, valuesCountAndCompare)
 {
-    const QmxPlayListEntry a = listEntry(QStringLiteral("/m/a.mov"), 10);
-    const QmxPlayListEntry b = listEntry(QStringLiteral("/m/b.mov"), 20);
+    const QmxPlayListEntry a = listEntry("/m/a.mov", 10);
+    const QmxPlayListEntry b = listEntry("/m/b.mov", 20);
     QmxPlayList list = listOf({a, b, a});
     EXPECT_EQ(list.firstFrameOfEntry(0), 0);
     EXPECT_EQ(list.firstFrameOfEntry(2), 30);
@@ -49,7 +49,7 @@ TEST(PlayList, isOneLongStreamOfMixedFormatsInBothDirections)
         makeClip(path, each, clip * 1000, clip % 2 ? small : imageDesc(), clip % 3 ? 2 : 0);
         entries.append(listEntry(path, each));
     }
-    entries.insert(4, listEntry(dir.file(QStringLiteral("empty.mov")), 0)); // an entry without frames
+    entries.insert(4, listEntry(dir.file("empty.mov"), 0)); // an entry without frames
     StreamRig rig;
     ASSERT_EQ(rig.openForRead(QVariant::fromValue(listOf(entries))), 0);
     EXPECT_EQ(rig.stream.info().length(), clips * each);
@@ -82,8 +82,8 @@ TEST(PlayList, theNextEntryIsOpenBeforeItIsNeeded)
 {
     const auto files = FaultyFiles::install();
     const TestDir dir;
-    const QString a = dir.file(QStringLiteral("a.mov"));
-    const QString b = dir.file(QStringLiteral("b.mov"));
+    const QString a = dir.file("a.mov");
+    const QString b = dir.file("b.mov");
     makeClip(a, 200);
     makeClip(b, 200, 1000);
     StreamRig rig;
@@ -106,17 +106,17 @@ TEST(PlayList, theNextEntryIsOpenBeforeItIsNeeded)
 TEST(PlayList, brokenAndShortEntriesAreBlackInTheirPlace)
 {
     const TestDir dir;
-    allowLog(QStringLiteral("streamreader"));
-    const QString good = dir.file(QStringLiteral("good.mov"));
-    const QString tooShort = dir.file(QStringLiteral("short.mov"));
-    const QString garbage = dir.file(QStringLiteral("garbage.mov"));
+    allowLog("streamreader");
+    const QString good = dir.file("good.mov");
+    const QString tooShort = dir.file("short.mov");
+    const QString garbage = dir.file("garbage.mov");
     makeClip(good, 20, 0, imageDesc(1280, 720));
     makeClip(tooShort, 20, 500);
     writeAll(garbage, QByteArray(50000, 'x'));
     StreamRig rig;
     ASSERT_EQ(rig.openForRead(QVariant::fromValue(
-                  listOf({listEntry(dir.file(QStringLiteral("missing.mov")), 10), listEntry(good, 20),
-                          listEntry(garbage, 10), QmxPlayListEntry(), listEntry(tooShort, 30)}))),
+                  listOf({listEntry(dir.file("missing.mov"), 10), listEntry(good, 20), listEntry(garbage, 10),
+                          QmxPlayListEntry(), listEntry(tooShort, 30)}))),
               0);
     const QList<int> numbers = rig.play(70);
     ASSERT_EQ(numbers.size(), 70);
@@ -126,7 +126,7 @@ TEST(PlayList, brokenAndShortEntriesAreBlackInTheirPlace)
         if (i >= 40 && i < 60) expected = 500 + i - 40;
         EXPECT_EQ(numbers.at(i), expected) << "at " << i;
     }
-    EXPECT_EQ(rig.events.filter(QStringLiteral("error")).size(), 3) << "one a run";
+    EXPECT_EQ(rig.events.filter("error").size(), 3) << "one a run";
     rig.cache.seek(5);
     ASSERT_TRUE(Stepper::runUntil([&rig] { return rig.cache.framesInCache() > 0; }));
     const QmxFrame frame = rig.cache.peek();
@@ -140,9 +140,9 @@ TEST(PlayList, brokenAndShortEntriesAreBlackInTheirPlace)
     EXPECT_NEAR(picture.row(1, 300)[300], 512, 3);
 
     // Nothing readable at all is an error of the open.
-    expectLog(QStringLiteral("stream"), QStringLiteral("a play list of 2 clips failed"));
+    expectLog("stream", "a play list of 2 clips failed");
     rig.close();
     EXPECT_EQ(rig.openForRead(QVariant::fromValue(
-                  listOf({listEntry(dir.file(QStringLiteral("missing.mov")), 10), listEntry(garbage, 5)}))),
+                  listOf({listEntry(dir.file("missing.mov"), 10), listEntry(garbage, 5)}))),
               ENOENT);
 }

@@ -20,7 +20,7 @@ QList<int> row(int first, int count, int step = 1)
 TEST(RecordAndPlay, everyFrameOfATakeComesBackWithItsKeysAndItsSound)
 {
     const TestDir dir;
-    const QString path = dir.file(QStringLiteral("take_1.mov"));
+    const QString path = dir.file("take_1.mov");
     StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
     for (int tick = 0; tick < 100; ++tick) {
@@ -35,11 +35,8 @@ TEST(RecordAndPlay, everyFrameOfATakeComesBackWithItsKeysAndItsSound)
     }
     rig.close();
     EXPECT_FALSE(QmxRecordTable::instance()->entry(path).has_value());
-    const ProgramResult probe =
-        runProgram(QStringLiteral("ffprobe"),
-                   {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-select_streams"),
-                    QStringLiteral("v"), QStringLiteral("-show_entries"), QStringLiteral("stream=nb_frames"),
-                    QStringLiteral("-of"), QStringLiteral("csv=p=0"), path});
+    const ProgramResult probe = runProgram("ffprobe", {"-v", "error", "-select_streams", "v", "-show_entries",
+                                                       "stream=nb_frames", "-of", "csv=p=0", path});
     EXPECT_EQ(probe.out.trimmed(), QByteArray("100"));
 
     ASSERT_EQ(rig.openForRead(path), 0);
@@ -68,14 +65,13 @@ TEST(RecordAndPlay, everyFrameOfATakeComesBackWithItsKeysAndItsSound)
     EXPECT_EQ(rig.cache.peek(), QmxFrame());
     rig.close();
     EXPECT_EQ(rig.cache.framesInCache(), 0);
-    EXPECT_EQ(rig.events, QStringList({QStringLiteral("open 0"), QStringLiteral("close"),
-                                       QStringLiteral("open 0"), QStringLiteral("close")}));
+    EXPECT_EQ(rig.events, QStringList({"open 0", "close", "open 0", "close"}));
 }
 
 TEST(RecordAndPlay, speedsDirectionsAndEnds)
 {
     const TestDir dir;
-    const QString path = dir.file(QStringLiteral("clip.mov"));
+    const QString path = dir.file("clip.mov");
     makeClip(path, 60);
     StreamRig rig;
     rig.cache.setSpeed(2.0); // set while closed: in force at the open
@@ -124,7 +120,7 @@ TEST(RecordAndPlay, speedsDirectionsAndEnds)
 TEST(RecordAndPlay, aGrowingClipBecomesLonger)
 {
     const TestDir dir;
-    const QString path = dir.file(QStringLiteral("growing.mov"));
+    const QString path = dir.file("growing.mov");
     StreamRig recorder;
     ASSERT_EQ(recorder.openForWrite(path), 0);
     recorder.record(0, 30);

@@ -10,7 +10,7 @@
 TEST(Storm, seeksEndOnTheFrameAskedForLast)
 {
     const TestDir dir;
-    const QString path = dir.file(QStringLiteral("clip.mov"));
+    const QString path = dir.file("clip.mov");
     constexpr int length = 300, rounds = 250;
     makeClip(path, length);
     StreamRig rig;
@@ -42,11 +42,7 @@ TEST(Storm, startsAndStopsLeaveOnlyWholeClips)
     QMap<QString, int> wanted;
     int abandoned = 0;
     const auto open = [&rig](const QString &path) {
-        QmxStreamInfo info;
-        info.vids().append(imageDesc());
-        info.auds().append(audioDesc());
-        rig.stream.setInfo(info);
-        rig.stream.setDesc(path);
+        rig.describe(path);
         return rig.stream.open(QmxStream::Write);
     };
     for (int round = 0; round < 60; ++round) {

@@ -31,8 +31,9 @@ QmxAudioDesc audioDesc(int channels)
     return desc;
 }
 
-QmxFrame numberedFrame(int number, const QmxImageDesc &image, int channels, int bytes)
+QmxFrame numberedFrame(int number, const QmxImageDesc &image, int channels)
 {
+    constexpr int bytes = 2000;
     QmxFrame frame;
     QmxBuffer picture = QmxBuffer::allocate(bytes);
     std::memset(picture.data(), 0x5a, size_t(bytes));
@@ -55,9 +56,7 @@ int numberOf(const QmxFrame &frame)
     const QmxBuffer picture = frame.vids().constFirst().buffers().constFirst();
     const QByteArray text(reinterpret_cast<const char *>(picture.constData()),
                           int(qMin<qsizetype>(40, picture.size())));
-    return text.startsWith(mark)
-               ? text.mid(mark.size()).constData() ? atoi(text.mid(mark.size()).constData()) : -1
-               : -1;
+    return text.startsWith(mark) ? std::atoi(text.constData() + mark.size()) : -1;
 }
 
 int timecodeOf(const QmxFrame &frame)
@@ -93,20 +92,15 @@ StreamRig::StreamRig()
     const auto add = [this](const QString &text) { events.append(text); };
     connect(&stream, &QmxStream::openIsDone, this,
             [add](int, const QmxError &error) { add(QStringLiteral("open %1").arg(error.value())); });
-    connect(&stream, &QmxStream::closeIsDone, this, [add] { add(QStringLiteral("close")); });
+    connect(&stream, &QmxStream::closeIsDone, this, [add] { add("close"); });
     connect(&stream, &QmxStream::readIsDone, this,
-            [this, add](int frame, const QmxFrame &data, const QmxError &error, void *) {
-                readFrames.append(data);
+            [add](int frame, const QmxFrame &, const QmxError &error, void *) {
                 add(QStringLiteral("read %1 %2").arg(frame).arg(error.value()));
             });
     connect(&cache, &QmxStreamCache::error, this, [add](int position, const QmxError &error) {
         add(QStringLiteral("error %1 %2").arg(position).arg(error.value()));
     });
-    connect(&cache, &QmxStreamCache::ready, this, [this] {
-        ++readies;
-        while (autoSpool && cache.framesInCache() > 0)
-            spooled.append(cache.read());
-    });
+    connect(&cache, &QmxStreamCache::ready, this, [this] { ++readies; });
     connect(&_alarms, &QmxAlarmController::alarmTriggered, this, [add](const QmxAlarm &alarm) {
         add(QStringLiteral("alarm %1 %2").arg(alarm.id().value()).arg(int(alarm.level())));
     });
@@ -115,34 +109,38 @@ StreamRig::StreamRig()
     });
 }
 
-int StreamRig::openForRead(const QVariant &desc)
+int StreamRig::open(QmxStream::Mode mode)
 {
-    stream.setAutoType();
-    stream.setDesc(desc);
     int result = -1;
     const auto connection = connect(&stream, &QmxStream::openIsDone, this,
                                     [&result](int, const QmxError &error) { result = error.value(); });
-    EXPECT_TRUE(stream.open(QmxStream::Read));
+    EXPECT_TRUE(stream.open(mode));
     EXPECT_TRUE(Stepper::runUntil([&result] { return result >= 0; }));
     disconnect(connection);
     return result;
 }
 
-int StreamRig::openForWrite(const QString &path, const QmxImageDesc &image, int channels)
+int StreamRig::openForRead(const QVariant &desc)
+{
+    stream.setAutoType();
+    stream.setDesc(desc);
+    return open(QmxStream::Read);
+}
+
+void StreamRig::describe(const QString &path)
 {
     QmxStreamInfo info;
-    info.vids().append(image);
-    if (channels > 0) info.auds().append(audioDesc(channels));
+    info.vids().append(imageDesc());
+    info.auds().append(audioDesc());
     stream.setInfo(info);
     stream.setType(QmxId(100));
     stream.setDesc(path);
-    int result = -1;
-    const auto connection = connect(&stream, &QmxStream::openIsDone, this,
-                                    [&result](int, const QmxError &error) { result = error.value(); });
-    EXPECT_TRUE(stream.open(QmxStream::Write));
-    EXPECT_TRUE(Stepper::runUntil([&result] { return result >= 0; }));
-    disconnect(connection);
-    return result;
+}
+
+int StreamRig::openForWrite(const QString &path)
+{
+    describe(path);
+    return open(QmxStream::Write);
 }
 
 void StreamRig::close()
@@ -159,10 +157,10 @@ QList<int> StreamRig::play(int count)
     return numbers;
 }
 
-void StreamRig::record(int first, int count, int bytes)
+void StreamRig::record(int first, int count)
 {
     for (int frame = first; frame < first + count; ++frame)
-        deviceQueue.append(numberedFrame(frame, imageDesc(), 2, bytes));
+        deviceQueue.append(numberedFrame(frame));
     while (!deviceQueue.isEmpty() && !cache.cacheIsFull())
         cache.write(deviceQueue.takeFirst());
 }

@@ -19,8 +19,7 @@
 QmxImageDesc imageDesc(int width = 1920, int height = 1080);
 QmxAudioDesc audioDesc(int channels = 2);
 /// A frame whose picture says `number` and whose sound is made of it; timecode 10:00:00:00 + number.
-QmxFrame numberedFrame(int number, const QmxImageDesc &image = imageDesc(), int channels = 2,
-                       int bytes = 2000);
+QmxFrame numberedFrame(int number, const QmxImageDesc &image = imageDesc(), int channels = 2);
 /// The number in a frame's picture; -1: another picture (black), -2: none.
 int numberOf(const QmxFrame &frame);
 int timecodeOf(const QmxFrame &frame); ///< frames after 10:00:00:00
@@ -40,24 +39,24 @@ public:
     QmxStream stream{nullptr};
     QmxStreamCache cache{nullptr};
     QStringList events;
-    QList<QmxFrame> readFrames;
     int readies = 0;
-    bool autoSpool = false; ///< consume everything at each ready(), as a transport with a fast device does
-    QList<QmxFrame> spooled;
 
     /// Opens and lets it complete; the error.
     int openForRead(const QVariant &desc);
-    int openForWrite(const QString &path, const QmxImageDesc &image = imageDesc(), int channels = 2);
+    int openForWrite(const QString &path);
+    /// What is to be opened for writing.
+    void describe(const QString &path);
     /// Closes and lets it complete.
     void close();
     /// Reads `count` frames, each as soon as it is there; their numbers.
     QList<int> play(int count);
     /// Writes as the transport does: only while the cache is not full. The frames that found no room wait
     /// here for the next call.
-    void record(int first, int count, int bytes = 2000);
+    void record(int first, int count);
     QList<QmxFrame> deviceQueue;
 
 private:
+    int open(QmxStream::Mode mode);
     QmxAlarmController _alarms;
     std::shared_ptr<void> _failures;
 };

@@ -42,10 +42,10 @@ protected:
         return QStringLiteral("%1 ").arg(int(message.severity())) + QString::fromStdString(message.message());
     }
 
-    /// What was logged since the last call.
+    /// What was logged since the last call, with level and number.
     QStringList lines()
     {
-        const QStringList all = LogCollector::texts("alarmhandler");
+        const QStringList all = LogCollector::lines("alarmhandler");
         return all.mid(std::exchange(_linesRead, all.size()));
     }
 
@@ -79,9 +79,11 @@ TEST_F(AlarmHandlerTest, everyAlarmHasItsParameter)
     }
     EXPECT_EQ(alarmTable().size(), std::size(params));
     lines();
-    for (const int unknown : {1900, 1922, 0})
+    for (const int unknown : {1900, 1922, 0}) {
         handler.handleAlarm(alarm(unknown, QmxAlarm::Error, "x"));
-    EXPECT_EQ(lines().filter(QStringLiteral("Unable to find alarm for id Err:")).size(), 3);
+        EXPECT_EQ(lines(), QStringList("1 114 Unable to find alarm for id Err:" + QmxId(unknown).name() +
+                                       " (Raised) x test:7"));
+    }
 }
 
 TEST_F(AlarmHandlerTest, repeatsAreSwallowedAndANewTextIsNew)
@@ -89,16 +91,17 @@ TEST_F(AlarmHandlerTest, repeatsAreSwallowedAndANewTextIsNew)
     const QString name = QmxId(1904).name();
     handler.handleAlarm(alarm(1904, QmxAlarm::Error, "100%1 lost"));
     handler.handleAlarm(alarm(1904, QmxAlarm::Error, "100%1 lost", 8));
-    EXPECT_EQ(lines(), QStringList("Raising ALARM: Err:" + name + " (Raised) 100%1 lost test:7"));
+    EXPECT_EQ(lines(), QStringList("1 138 Raising ALARM: Err:" + name + " (Raised) 100%1 lost test:7"));
     handler.handleAlarm(alarm(1904, QmxAlarm::Error, "other"));
     EXPECT_EQ(shown(eParam_AlarmFrameDropped), QStringLiteral("2 other"));
     handler.handleAlarm(alarm(1904, QmxAlarm::Warning, "other"));
     EXPECT_EQ(shown(eParam_AlarmFrameDropped), QStringLiteral("1 other"));
     handler.handleAlarm(alarm(1904, QmxAlarm::Clear));
     handler.handleAlarm(alarm(1904, QmxAlarm::Clear));
-    EXPECT_EQ(lines(), QStringList({QStringLiteral("Raising ALARM: Err:%1 (Raised) other test:7").arg(name),
-                                    QStringLiteral("Raising ALARM: Warn:%1 (Raised) other test:7").arg(name),
-                                    QStringLiteral("Clearing ALARM: Err:%1 (Clear)  test:7").arg(name)}));
+    EXPECT_EQ(lines(),
+              QStringList({QStringLiteral("1 138 Raising ALARM: Err:%1 (Raised) other test:7").arg(name),
+                           QStringLiteral("2 137 Raising ALARM: Warn:%1 (Raised) other test:7").arg(name),
+                           QStringLiteral("3 142 Clearing ALARM: Err:%1 (Clear)  test:7").arg(name)}));
 }
 
 TEST_F(AlarmHandlerTest, aDelayedAlarmIsRaisedByItsEventAgainAndAgain)
@@ -109,7 +112,8 @@ TEST_F(AlarmHandlerTest, aDelayedAlarmIsRaisedByItsEventAgainAndAgain)
         return s;
     };
     handler.handleAlarm(alarm(1911, QmxAlarm::Error));
-    EXPECT_TRUE(lines().value(0).startsWith(QStringLiteral("Delayed ALARM: Err:")));
+    const QString what = "Err:" + QmxId(1911).name() + " (Raised)  test:7";
+    EXPECT_EQ(lines(), QStringList("3 133 Delayed ALARM: " + what));
     handler.onPlayPressed();
     handler.onStopPressed();
     handler.onStandbyOff();
@@ -122,7 +126,8 @@ TEST_F(AlarmHandlerTest, aDelayedAlarmIsRaisedByItsEventAgainAndAgain)
     handler.stateChanged(state(VtrMode::Record), state(VtrMode::Record));
     EXPECT_TRUE(lines().isEmpty());
     handler.onRecordPressed();
-    EXPECT_EQ(lines().filter(QStringLiteral("Raising ALARM (raise_on_record_pressed)")).size(), 1);
+    EXPECT_EQ(lines().filter("Raising"),
+              QStringList("2 160 Raising ALARM (raise_on_record_pressed): " + what));
 
     handler.handleAlarm(alarm(1911, QmxAlarm::Clear));
     EXPECT_EQ(shown(eParam_AlarmChannelsNeedEmbeddedAudio), QString());
@@ -133,16 +138,20 @@ TEST_F(AlarmHandlerTest, aDelayedAlarmIsRaisedByItsEventAgainAndAgain)
 
 TEST_F(AlarmHandlerTest, theNewsOfATakeIsClearedByTheNextOneNotByStop)
 {
-    const QList<std::function<void()>> clearing = {[this] { handler.onPlayPressed(); },
-                                                   [this] { handler.onRecordPressed(); },
-                                                   [this] { handler.onRecord(); }};
-    for (const auto &clear : clearing) {
+    const std::pair<QString, std::function<void()>> clearing[] = {
+        {"clear_on_play_pressed", [this] { handler.onPlayPressed(); }},
+        {"clear_on_record_pressed", [this] { handler.onRecordPressed(); }},
+        {"clear_on_record", [this] { handler.onRecord(); }}};
+    for (const auto &[attribute, clear] : clearing) {
         handler.handleAlarm(alarm(1907, QmxAlarm::Error, "lost"));
         handler.onStopPressed();
         handler.onPlayback();
         EXPECT_EQ(shown(eParam_AlarmInputLostInRecord), QStringLiteral("2 lost"));
+        lines();
         clear();
         EXPECT_EQ(shown(eParam_AlarmInputLostInRecord), QString());
+        EXPECT_EQ(lines().filter("Raised"), QStringList("3 155 Clearing ALARM (" + attribute + "): Err:" +
+                                                        QmxId(1907).name() + " (Raised) lost test:7"));
         // It is known to be clear here too: the same alarm is news again.
     }
 }
@@ -152,7 +161,8 @@ TEST_F(AlarmHandlerTest, withoutAStoreAlarmsAreLoggedAndLost)
     AlarmHandler early(nullptr);
     early.handleAlarm(alarm(1904, QmxAlarm::Clear));
     early.handleAlarm(alarm(1911, QmxAlarm::Error, "early"));
-    EXPECT_EQ(lines().size(), 1);
+    EXPECT_EQ(lines(),
+              QStringList("2 121 Unhandled alarm: Err:" + QmxId(1911).name() + " (Raised) early test:7"));
     early.setConfigInterface(&config);
     early.onRecordPressed();
     EXPECT_EQ(shown(eParam_AlarmChannelsNeedEmbeddedAudio), QString());

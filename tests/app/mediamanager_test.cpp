@@ -23,7 +23,7 @@ class MediaManagerTest : public ::testing::Test
 protected:
     MediaManagerTest()
     {
-        allowLog("mediamanager"); // what it says is walked elsewhere
+        allowLog("mediamanager");
         _files->fakeStatfs([this](const QString &path, struct statfs64 &data) {
             const auto medium = media.find(path);
             data = {};
@@ -92,10 +92,11 @@ TEST_F(MediaManagerTest, measuresAMediumInRoundedPercent)
 TEST_F(MediaManagerTest, saysWhyARolloverMayNotStartInAFixedOrder)
 {
     const auto refuses = [](MediaManager &manager, int reason) {
-        expectLog("mediamanager",
-                  QStringLiteral("Can't mark rollover in progress, rollover is inhibited (%1)").arg(reason));
         EXPECT_EQ(manager.getRolloverInhibit(), static_cast<unsigned>(reason));
         EXPECT_FALSE(manager.markRolloverInProgress());
+        EXPECT_EQ(
+            LogCollector::lines("mediamanager").last(),
+            QStringLiteral("1 113 Can't mark rollover in progress, rollover is inhibited (%1)").arg(reason));
         EXPECT_FALSE(manager.isRolloverInProgress());
     };
     MediaManager manager(nullptr);
@@ -173,8 +174,6 @@ TEST_F(MediaManagerTest, aRolloverSwapsTheMediaAndWaitsForTheMediaDaemon)
     manager.markRolloverComplete(true);
     ASSERT_TRUE(manager.markRolloverInProgress());
     manager.setStorageInUse(false);
-    EXPECT_TRUE(LogCollector::contains(
-        "mediamanager", QStringLiteral("Rollover in progress, ignoring setStorageInUse(false)")));
     manager.setRolloverPath(kRollover);
     EXPECT_EQ(noted.size(), 0);
     manager.markRolloverComplete(true);
@@ -197,6 +196,27 @@ TEST_F(MediaManagerTest, aRolloverSwapsTheMediaAndWaitsForTheMediaDaemon)
     EXPECT_EQ(noted.size(), 1) << "it was not empty before";
     manager.setRolloverPath(QString());
     EXPECT_EQ(noted.size(), 2);
+
+    manager.setRolloverEnabled(false);
+    _files->failNth(FaultyFiles::Statfs, 1, EIO);
+    manager.setActivePath("/media/C");
+    const QStringList lines = {
+        "3 68 Rollover Enabled",
+        "3 76 Active Media Path: /media/A",
+        "3 89 Rollover Media Path: /media/B",
+        "1 126 Can't mark rollover complete, since no rollover is in progress",
+        "3 116 Rollover from /media/A to /media/B has started",
+        "3 58 Rollover in progress, ignoring setStorageInUse(false)",
+        "3 139 Rollover from /media/A to /media/B has completed.",
+        "3 89 Rollover Media Path: /media/A",
+        "3 116 Rollover from /media/B to /media/A has started",
+        "1 140 Rollover from /media/B to /media/A has failed.",
+        "3 89 Rollover Media Path: ",
+        "3 68 Rollover Disabled",
+        "3 76 Active Media Path: /media/C",
+        "1 79 getPathInfo failed for /media/C",
+    };
+    EXPECT_EQ(LogCollector::lines("mediamanager"), lines);
 }
 
 TEST_F(MediaManagerTest, aHangingMediumCostsOneWaitAndIsNotAskedUntilItIsBack)

@@ -110,6 +110,16 @@ QStringList LogCollector::texts(const QString &source)
     return result;
 }
 
+QStringList LogCollector::lines(const QString &source)
+{
+    QStringList result;
+    const QList<QmxLogRecord> all = records();
+    for (const QmxLogRecord &record : all)
+        if (source == record.source)
+            result.append(QStringLiteral("%1 %2 ").arg(record.level).arg(record.line) + record.text);
+    return result;
+}
+
 bool LogCollector::contains(const QString &source, const QString &text)
 {
     const QStringList all = texts(source);

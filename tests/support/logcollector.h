@@ -22,6 +22,8 @@ void allowLog(const QString &source, const QString &text = QString());
 QList<QmxLogRecord> records();
 /// Texts of the records of a source, oldest first.
 QStringList texts(const QString &source = QString());
+/// The same with level and line number: "2 138 text".
+QStringList lines(const QString &source);
 bool contains(const QString &source, const QString &text);
 void clear();
 

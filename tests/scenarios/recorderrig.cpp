@@ -7,6 +7,7 @@
 #include "platform/qmx/device/qmxstrip.h"
 #include "platform/store/configfactoryimpl.h"
 #include "tests/config/privatemachine.h"
+#include "tests/support/movedfiles.h"
 #include "tests/support/rounds.h"
 #include "xpd/transport/lossofvideofile.h"
 
@@ -19,27 +20,6 @@ const PrivateMachine machine(testRounds(320, 2000));
 
 constexpr const char *outputName = "/xp_scenario";
 constexpr int lookMs = 10; ///< at most half a tick, so that no picture is missed
-
-/// The machine's files, but for the stills, which are the test's.
-class FilesWithStills : public QmxFiles
-{
-public:
-    explicit FilesWithStills(const QString &stills) : _stills(stills) {}
-    int open(const QString &path, int flags, mode_t mode) override
-    {
-        return QmxFiles::open(here(path), flags, mode);
-    }
-    int stat(const QString &path, struct stat64 *data) override { return QmxFiles::stat(here(path), data); }
-
-private:
-    QString here(const QString &path) const
-    {
-        const QLatin1String installed(lossOfVideoDirectory);
-        return path.startsWith(installed) ? _stills + path.mid(installed.size()) : path;
-    }
-
-    QString _stills;
-};
 
 void emptyFolder(const QString &path)
 {
@@ -63,7 +43,8 @@ RecorderRig::RecorderRig(const QString &input, const QString &device)
         if (still.desc.height() >= 1080 || still.desc.dataType() != QmxId(202)) continue;
         EXPECT_FALSE(writeStillClip(stills, still).isError());
     }
-    files = std::make_shared<FaultyFiles>(std::make_shared<FilesWithStills>(stills));
+    files = std::make_shared<FaultyFiles>(
+        std::make_shared<MovedFiles>(std::map<QString, QString>{{lossOfVideoDirectory, stills}}));
     QmxEnvironment environment = QmxEnvironment::current();
     environment.files = files;
     QmxEnvironment::setCurrent(environment);

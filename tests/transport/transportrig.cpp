@@ -7,53 +7,18 @@
 #include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/device/lumenprofile.h"
 #include "platform/qmx/stream/qmxstream.h"
+#include "tests/support/movedfiles.h"
 #include "xpd/transport/lossofvideofile.h"
 
 #include <QDir>
-#include <QFile>
-
-namespace {
-
-/// The file system as it is, but for what the machine would bring into the test: the video card is connected
-/// as the test says, and the stills for a lost input are those in the test's folder, else its one.
-class TestMachineFiles : public QmxFiles
-{
-public:
-    TestMachineFiles(const QString &profile, const QString &media)
-        : _profile(profile),
-          _stills(media + QStringLiteral("/stills")),
-          _still(media + QStringLiteral("/still.mov"))
-    {}
-
-    int open(const QString &path, int flags, mode_t mode) override
-    {
-        return QmxFiles::open(here(path), flags, mode);
-    }
-    int stat(const QString &path, struct stat64 *data) override { return QmxFiles::stat(here(path), data); }
-
-private:
-    QString here(const QString &path) const
-    {
-        if (path == QLatin1String(LumenProfile::defaultPath)) return _profile;
-        const QLatin1String installed(lossOfVideoDirectory);
-        if (!path.startsWith(installed)) return path;
-        const QString one = _stills + path.mid(installed.size());
-        return QFile::exists(one) ? one : _still;
-    }
-
-    QString _profile;
-    QString _stills;
-    QString _still;
-};
-
-} // namespace
 
 TransportRig::TransportRig(const QString &input, const QString &device)
 {
     const QString profile = media.file(QStringLiteral("lumen.ini"));
     const QString text = QStringLiteral("[device]\nworkers=2\n%1\n[inputs]\n601=%2\n").arg(device, input);
     writeAll(profile, text.toUtf8());
-    files = std::make_shared<FaultyFiles>(std::make_shared<TestMachineFiles>(profile, media.path()));
+    files = std::make_shared<FaultyFiles>(std::make_shared<MovedFiles>(std::map<QString, QString>{
+        {LumenProfile::defaultPath, profile}, {lossOfVideoDirectory, media.file(QStringLiteral("stills"))}}));
     QmxEnvironment environment = QmxEnvironment::current();
     environment.files = files;
     QmxEnvironment::setCurrent(environment);

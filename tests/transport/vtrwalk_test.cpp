@@ -45,10 +45,11 @@ protected:
 
     int random(int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(_dice); }
     bool toss() { return random(2) == 1; }
-    template <typename T>
-    T oneOf(std::initializer_list<T> values)
+    template <typename T, typename... Others>
+    T oneOf(const T &first, const Others &...others)
     {
-        return values.begin()[random(int(values.size()))];
+        const T values[] = {first, T(others)...};
+        return values[random(int(std::size(values)))];
     }
     QString clip(int number) const { return media.file(QStringLiteral("clip%1.mov").arg(number)); }
     void newTake() { recordDesc = media.file(QStringLiteral("take%1.mov").arg(++_takes)); }
@@ -70,22 +71,11 @@ void WalkTest::prepare()
 QList<WalkTest::Action> WalkTest::commands()
 {
     return {
-        {14, "play",
-         [this] {
-             vtr().play(oneOf({0.0, 0.5, 1.0, 1.0, -1.0, -0.25, 3.5, 20.0, -20.0}));
-         }},
-        {6, "cue",
-         [this] {
-             vtr().cue(oneOf({0, 1, 7, 39, 10000, -3}));
-         }},
+        {14, "play", [this] { vtr().play(oneOf(0.0, 0.5, 1.0, 1.0, -1.0, -0.25, 3.5, 20.0, -20.0)); }},
+        {6, "cue", [this] { vtr().cue(oneOf(0, 1, 7, 39, 10000, -3)); }},
         {2, "cueToTimecode",
-         [this] {
-             vtr().cueToTimecode(oneOf({QmxTimecode(), QmxTimecode(10, 0, 0, 7, 0, 0)}));
-         }},
-        {8, "step",
-         [this] {
-             vtr().step(oneOf({1, 1, -1, 5}));
-         }},
+         [this] { vtr().cueToTimecode(oneOf(QmxTimecode(), QmxTimecode(10, 0, 0, 7, 0, 0))); }},
+        {8, "step", [this] { vtr().step(oneOf(1, 1, -1, 5)); }},
         {8, "standbyOff", [this] { vtr().standbyOff(); }},
         {14, "record",
          [this] {
@@ -108,9 +98,9 @@ QList<WalkTest::Action> WalkTest::commands()
                  entry.setLength(number == 0 ? 3 : 40);
                  list.append(entry);
              }
-             startFrame = oneOf({0, 0, 5});
-             playbackDesc = oneOf({QVariant(clip(0)), QVariant(clip(1)), QVariant::fromValue(list),
-                                   QVariant(), QVariant(media.file("broken.mov"))});
+             startFrame = oneOf(0, 0, 5);
+             playbackDesc = oneOf(QVariant(clip(0)), QVariant(clip(1)), QVariant::fromValue(list), QVariant(),
+                                  QVariant(media.file("broken.mov")));
          }},
     };
 }
@@ -118,58 +108,38 @@ QList<WalkTest::Action> WalkTest::commands()
 QList<WalkTest::Action> WalkTest::settings()
 {
     return {
-        {2, "superOut",
-         [this] {
-             vtr().setSuperOut(oneOf({QmxId(0), QmxId(1300), QmxId(1301)}));
-         }},
-        {1, "encodeFormat",
-         [this] {
-             vtr().setEncodeFormat(oneOf({QmxId(205), QmxId(206), QmxId()}));
-         }},
-        {1, "audioChans",
-         [this] {
-             vtr().setAudioChans(oneOf({2, 8, 4}));
-         }},
-        {1, "syncSource",
-         [this] {
-             vtr().setSyncSource(oneOf({QmxId(501), QmxId(503)}));
-         }},
+        {2, "superOut", [this] { vtr().setSuperOut(oneOf(QmxId(0), QmxId(1300), QmxId(1301))); }},
+        {1, "encodeFormat", [this] { vtr().setEncodeFormat(oneOf(QmxId(205), QmxId(206), QmxId())); }},
+        {1, "audioChans", [this] { vtr().setAudioChans(oneOf(2, 8, 4)); }},
+        {1, "syncSource", [this] { vtr().setSyncSource(oneOf(QmxId(501), QmxId(503))); }},
         {1, "videoInputSource",
-         [this] {
-             vtr().setVideoInputSource(oneOf({QmxId(601), QmxId(601), QmxId(602)}));
-         }},
+         [this] { vtr().setVideoInputSource(oneOf(QmxId(601), QmxId(601), QmxId(602))); }},
         {2, "signal generator",
          [this] {
              QmxImageDesc format;
-             format.setSize(oneOf({192, 240}), 120);
+             format.setSize(oneOf(192, 240), 120);
              format.setFrameRate(25);
              format.setDataType(QmxId(231));
              vtr().setVideoSignalGenFormat(format);
-             vtr().setVideoSignalGenMode(oneOf({QmxId(), QmxId(800)}));
+             vtr().setVideoSignalGenMode(oneOf(QmxId(), QmxId(800)));
          }},
-        {1, "tcgSource",
-         [this] {
-             vtr().setTCGSource(oneOf({QmxId(1500), QmxId(1501), QmxId(1510)}));
-         }},
+        {1, "tcgSource", [this] { vtr().setTCGSource(oneOf(QmxId(1500), QmxId(1501), QmxId(1510))); }},
         {1, "timecodeValue", [this] { vtr().setTimecodeValue(QmxTimecode(random(24), 0, 0, 0, 0, 0)); }},
         {1, "dropFrame", [this] { vtr().setTimecodeDropFrame(toss()); }},
         {1, "recordOnRunningTimecode", [this] { vtr().setRecordOnRunningTimecode(random(4) == 0); }},
         {1, "interval",
          [this] {
-             vtr().setRecordInterval(oneOf({0, 10, 30}));
+             vtr().setRecordInterval(oneOf(0, 10, 30));
              vtr().setIntervalRecordEnable(random(3) == 0);
          }},
         {1, "stopOnLossOfVideo", [this] { vtr().setStopOnLossOfVideo(toss()); }},
         {1, "stopOnFrameDrop", [this] { vtr().setStopOnFrameDrop(toss()); }},
         {1, "camera",
          [this] {
-             vtr().setCameraInput(oneOf({QmxId(), QmxId(1000)}));
-             vtr().debugFrameMetadata(oneOf({QmxMetadata(), QmxMetadata(QmxId(705), toss())}));
+             vtr().setCameraInput(oneOf(QmxId(), QmxId(1000)));
+             vtr().debugFrameMetadata(oneOf(QmxMetadata(), QmxMetadata(QmxId(705), toss())));
          }},
-        {1, "inhibit",
-         [this] {
-             inhibit = oneOf({QmxId(), QmxId(), QmxId(2003)});
-         }},
+        {1, "inhibit", [this] { inhibit = oneOf(QmxId(), QmxId(), QmxId(2003)); }},
     };
 }
 
@@ -194,14 +164,11 @@ QList<WalkTest::Action> WalkTest::faults()
         {1, "failing call",
          [this] {
              files->failNth(
-                 oneOf({FaultyFiles::Open, FaultyFiles::Pread, FaultyFiles::Pwrite, FaultyFiles::Fdatasync}),
+                 oneOf(FaultyFiles::Open, FaultyFiles::Pread, FaultyFiles::Pwrite, FaultyFiles::Fdatasync),
                  1 + random(3), EIO, toss());
          }},
         {3, "all well again", [this] { liftFaults(); }},
-        {1, "no record descriptor",
-         [this] {
-             recordDesc = oneOf({QVariant(), QVariant(17)});
-         }},
+        {1, "no record descriptor", [this] { recordDesc = oneOf(QVariant(), QVariant(17)); }},
     };
 }
 
@@ -303,7 +270,7 @@ void WalkTest::walk(unsigned seed)
                      way.mid(qMax(0, step - 12)).join(QStringLiteral(", ")).toStdString());
         action->take();
         expectSound();
-        Stepper::runMs(oneOf({0, 0, 0, 1, 1, 5, 20, 40, 40, 150}));
+        Stepper::runMs(oneOf(0, 0, 0, 1, 1, 5, 20, 40, 40, 150));
         expectSound();
         if (step % 8 == 7) expectRest();
         if (step % 40 == 39) expectProgress();

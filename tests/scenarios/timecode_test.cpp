@@ -47,15 +47,6 @@ protected:
     DropFrameScenario() : TimecodeScenario("generator:?rate=29.97&size=720x486&scan=i") {}
 };
 
-class RunningTimecodeScenario : public TimecodeScenario
-{
-protected:
-    RunningTimecodeScenario()
-        : TimecodeScenario("generator:?rate=25&size=720x576&scan=i&tc=15:59:50:00"
-                           "&tcrun=off@0,on@150,off@210,on@260,off@330")
-    {}
-};
-
 } // namespace
 
 TEST_F(TimecodeScenario, takesOfTheOperatorContinueEachOther)
@@ -175,30 +166,5 @@ TEST_F(DropFrameScenario, leavesOutTwoNumbersAMinuteButTheTenth)
         cueAndWait(int(end) + 1);
         EXPECT_EQ(takeShown().constLast().timecode, minute.after);
         ASSERT_TRUE(stop());
-    }
-}
-
-TEST_F(RunningTimecodeScenario, recordsEachRunFromItsFirstFrameToItsLast)
-{
-    begin();
-    write(eParam_TimecodeSource, "1");
-    write(eParam_RecordOnRunningTimecode, "0");
-    int from = 0, length = 60;
-    for (int i = 0; i < 2; ++i) {
-        const QString path = clipOpened(12000);
-        ASSERT_TRUE(settles(VtrMode::StandbyOff));
-        const Take take = Take::read(path);
-        ASSERT_GT(take.frames(), length);
-        const QmxTimecode first = QmxTimecode("15:59:50:00");
-        const int start = take.timecodes.first().toFrameNumber();
-        QmxTimecode zero = first;
-        zero.setFPS(25);
-        EXPECT_LE(start, zero.toFrameNumber() + from + 1) << "the start of the run is missing";
-        for (int frame = 0; frame < length - (start - zero.toFrameNumber() - from); ++frame)
-            ASSERT_EQ(take.timecodes.at(frame), take.timecodes.first().advanced(frame)) << frame;
-        for (int frame = 1; frame < take.frames(); ++frame)
-            ASSERT_EQ(take.strips.at(frame), take.strips.first() + frame);
-        from += length;
-        length = 70;
     }
 }

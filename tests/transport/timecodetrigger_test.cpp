@@ -6,78 +6,55 @@
 
 namespace {
 
-/// Feeds timecodes and notes at which observation the trigger spoke.
-class TimecodeTriggerTest : public ::testing::Test
+/// What is fed in a row: 'r' the next timecode each time, 'f' each of them twice, 's' the last one again,
+/// '-' none.
+struct Part
 {
-protected:
-    TimecodeTriggerTest()
-    {
-        QObject::connect(&_trigger, &TimecodeTrigger::timecodeHasStarted,
-                         [this] { _log += QStringLiteral("started@%1 ").arg(_fed); });
-        QObject::connect(&_trigger, &TimecodeTrigger::timecodeHasStopped,
-                         [this] { _log += QStringLiteral("stopped@%1 ").arg(_fed); });
-        _trigger.setDelay(4);
-    }
-
-    void feed(const QmxTimecode &timecode)
-    {
-        ++_fed;
-        _trigger.setTimecode(timecode);
-    }
-    void feedFrame(int frame) { feed(QmxTimecode(frame, 25, false)); }
-    void feedNone() { feed(QmxTimecode()); }
-    QString takeLog()
-    {
-        _fed = 0;
-        return std::exchange(_log, QString()).trimmed();
-    }
-
-    TimecodeTrigger _trigger;
-    QString _log;
-    int _fed = 0;
+    char kind;
+    int count;
 };
+
+/// At which of the observations of `last` the trigger, with its usual delay, spoke; what it said to those
+/// of `first` is passed over.
+QString feed(const QList<Part> &first, const QList<Part> &last)
+{
+    TimecodeTrigger trigger;
+    QString said;
+    int fed = 0, frame = 100;
+    QObject::connect(&trigger, &TimecodeTrigger::timecodeHasStarted,
+                     [&] { said += QStringLiteral("started@%1 ").arg(fed); });
+    QObject::connect(&trigger, &TimecodeTrigger::timecodeHasStopped,
+                     [&] { said += QStringLiteral("stopped@%1 ").arg(fed); });
+    trigger.setDelay(4);
+    for (const QList<Part> &parts : {first, last}) {
+        said.clear();
+        fed = 0;
+        for (const auto &[kind, count] : parts) {
+            for (int i = 0; i < count; ++i) {
+                ++fed;
+                frame += kind == 'r' || (kind == 'f' && i % 2 == 0);
+                trigger.setTimecode(kind == '-' ? QmxTimecode() : QmxTimecode(frame, 25, false));
+            }
+        }
+    }
+    return said.trimmed();
+}
 
 } // namespace
 
-TEST_F(TimecodeTriggerTest, runningTimecode_isReportedAtTheSixthObservationAndOnce)
+TEST(TimecodeTrigger, speaksAtTheSixthObservationInARow)
 {
-    for (int frame = 100; frame < 130; ++frame)
-        feedFrame(frame);
-    EXPECT_EQ(takeLog(), "started@7"); // the first timecode has nothing to be compared with
-
-    for (int i = 0; i < 10; ++i)
-        feedNone();
-    EXPECT_EQ(takeLog(), "") << "a timecode that is gone is seen once: there is no value before the next";
-}
-
-TEST_F(TimecodeTriggerTest, eachTimecodeTwice_countsAsRunning)
-{
-    for (int interval = 0; interval < 40; ++interval)
-        feedFrame(interval / 2);
-    EXPECT_EQ(takeLog(), "started@13");
-}
-
-TEST_F(TimecodeTriggerTest, standingTimecode_isReportedAfterSixPairs)
-{
-    for (int frame = 0; frame < 10; ++frame)
-        feedFrame(frame);
-    takeLog();
-    for (int i = 0; i < 20; ++i)
-        feedFrame(9);
-    EXPECT_EQ(takeLog(), "stopped@12"); // every other repetition is taken for the second field
-}
-
-TEST_F(TimecodeTriggerTest, oneOddValue_startsTheCountAnew)
-{
-    for (int frame = 0; frame < 10; ++frame)
-        feedFrame(frame);
-    takeLog();
-    for (int i = 0; i < 10; ++i)
-        feedFrame(9); // five observations of a standstill
-    feedFrame(10);    // it moved
-    for (int i = 0; i < 11; ++i)
-        feedFrame(10);
-    EXPECT_EQ(_log, "");
-    feedFrame(10);
-    EXPECT_EQ(takeLog(), "stopped@23");
+    const struct
+    {
+        QList<Part> first, last;
+        const char *said;
+    } rows[] = {
+        {{}, {{'r', 30}}, "started@7"},           // the first timecode has nothing to be compared with
+        {{{'r', 30}}, {{'-', 10}}, ""},           // one that is gone has no value before the next
+        {{}, {{'f', 40}}, "started@13"},          // both fields of a frame have the same
+        {{{'r', 10}}, {{'s', 20}}, "stopped@12"}, // every other repetition is taken for the second field
+        {{{'r', 10}}, {{'s', 10}, {'r', 1}, {'s', 20}}, "stopped@23"}, // an odd one starts the count anew
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(feed(row.first, row.last), row.said);
 }

@@ -29,10 +29,10 @@ class RunningTimecodeTest : public TransportRig
 {
 protected:
     /// Stands at first, runs, repeats one frame, is lost with the whole input for less than its return
-    /// takes, comes back running, and stands again.
+    /// takes, comes back running, stands again, and runs once more.
     RunningTimecodeTest()
         : TransportRig("generator:?rate=25&size=720x576&scan=i&tc=10:00:00:00"
-                       "&tcrun=off@0,on@80,off@120,on@121,off@300&loss=150-154")
+                       "&tcrun=off@0,on@80,off@120,on@121,off@300,on@340,off@400&loss=150-154")
     {}
 };
 
@@ -338,21 +338,28 @@ TEST_F(RunningTimecodeTest, recordsEachRunThroughAGlitchAndAgainAfterALoss)
     const auto untilTake = [this](VtrMode::Value mode) {
         return Stepper::runUntil([this, mode] { return vtr().state().mode().value() == mode && isIdle(); });
     };
-    QList<qint64> lengths;
-    for (const char *name : {"first.mov", "second.mov"}) {
+    const int ten = QmxTimecode(10, 0, 0, 0, 25, 0).toFrameNumber();
+    QList<qint64> lengths, starts;
+    for (const char *name : {"first.mov", "second.mov", "third.mov"}) {
         recordDesc = media.file(name);
         ASSERT_TRUE(untilTake(VtrMode::Record)) << name;
         ASSERT_TRUE(untilTake(VtrMode::StandbyOff)) << name;
         QmxClipReader reader;
         ASSERT_FALSE(reader.open(media.file(name)).isError());
         lengths.append(reader.info().frames);
+        QmxFrame first;
+        ASSERT_FALSE(reader.readFrame(0, first).isError());
+        starts.append(first.meta().value(QmxId(12)).value<QmxTimecode>().toFrameNumber() - ten);
     }
+    EXPECT_EQ(starts[0], 1) << "the first frame of the run";
+    EXPECT_EQ(starts[2], 220);
+    EXPECT_GT(lengths[2], 60) << "to the last";
     EXPECT_NEAR(lengths[0], 70, 4) << "from the start of the run to the loss";
     // Half a second of good input, six frames until it is believed to run; twelve until it is believed to
     // stand.
     EXPECT_GT(lengths[1], 100);
     EXPECT_EQ(count(1907, QmxAlarm::Error, "Recording stopped due to loss of video"), 1);
-    EXPECT_EQ(events.filter(QRegularExpression("^open$")).size(), 2);
+    EXPECT_EQ(events.filter(QRegularExpression("^open$")).size(), 3);
 }
 
 TEST_F(StillsTest, everyRowIsWhatTheTakeHasInPlaceOfALostPicture)
@@ -390,15 +397,17 @@ TEST_F(StillsTest, everyRowIsWhatTheTakeHasInPlaceOfALostPicture)
         QFile::remove(media.file("take.mov"));
         QFile::remove(media.file("stills/" + clip.file));
     }
-    // A size without a still, after one that had it; and a still that is there and no clip.
+    // A size without a still, after one that had it; a still that is there and no clip; and one that is not.
     allowLog("", "loss_of_video");
     expectLog("vtrobject", "Loss of Video image buffer is not valid.");
     writeAll(media.file("stills/" + clips.first().file), QByteArray(4000, '\x5a'));
     QmxImageDesc odd = clips.first().desc;
     odd.setSize(640, 480);
-    for (const QmxImageDesc &desc : {odd, clips.first().desc}) {
+    for (const QmxImageDesc &desc : {odd, clips.first().desc, clips.last().desc}) {
         recordAndLose(desc);
         ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+        EXPECT_EQ(alarms.size(), 2);
+        EXPECT_EQ(count(1907, QmxAlarm::Warning, "Loss of video during record, recording continued"), 1);
         EXPECT_EQ(count(1905, QmxAlarm::Error, "Invalid Loss Of Video image buffer"), 1);
         board->onRead = nullptr;
         QFile::remove(media.file("take.mov"));

@@ -87,10 +87,3 @@ TEST_F(ModesTest, stateChanged_isToldOnceAndNeverForStopOnLossOfVideo)
     Stepper::runMs(3000);
     EXPECT_EQ(events, QStringList{"state 0.000 StandbyOff > 0.000 StandbyOff"});
 }
-
-TEST_F(ModesTest, destruction_withoutShutdownIsAnError)
-{
-    startUp();
-    expectLog("vtrobject", "shutdown() should have been called before destruction!");
-    abandon();
-}

@@ -65,16 +65,6 @@ TEST_F(RecordTest, intervalRecord_takesTheFramesOfTheStep)
     recordClip("next.mov", 4);
     EXPECT_EQ(distances(media.file("next.mov"), ten.advanced(taken.last() + 1)).first(4),
               (QList<int>{2, 4, 7, 9}));
-
-    expectLog("vtrobject", "Record interval total is zero!");
-    vtr().setRecordInterval(0);
-    recordClip("zero.mov", 2);
-    EXPECT_TRUE(LogCollector::contains("vtrobject", "Interval Record.  Interval 0, Time 0, Every 25.000"));
-
-    expectLog("vtrobject", "Interval total is less than 1");
-    vtr().setRecordInterval(30);
-    recordClip("all.mov", 5);
-    EXPECT_TRUE(LogCollector::contains("vtrobject", "Interval Record.  Interval 30, Time 0, Every 1.000"));
 }
 
 TEST_F(RecordTest, inhibitedRecord_failsWithItsReason)

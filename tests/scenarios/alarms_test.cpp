@@ -33,19 +33,6 @@ class AlarmRig : public RecorderRig, public testing::WithParamInterface<AlarmCas
 public:
     AlarmRig() : RecorderRig(GetParam().input, GetParam().device) {}
 
-    // What a case uses.
-    using RecorderRig::beginTake;
-    using RecorderRig::command;
-    using RecorderRig::dir;
-    using RecorderRig::files;
-    using RecorderRig::pass;
-    using RecorderRig::record;
-    using RecorderRig::settles;
-    using RecorderRig::store;
-    using RecorderRig::until;
-    using RecorderRig::vtr;
-    using RecorderRig::write;
-
     QByteArray held(int alarm)
     {
         for (const AlarmRow &row : alarmTable())

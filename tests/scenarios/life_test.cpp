@@ -87,20 +87,15 @@ TEST_F(LifeScenario, aMediumThatVanishesOrFillsIsAnAlarmAtOnce)
 {
     allowLog(QString(), QString());
     begin();
-    const struct
-    {
-        int error;
-        const char *word;
-    } faults[] = {{ENOSPC, "/media/A"}, {EIO, "/media/A"}};
-    for (const auto &fault : faults) {
-        SCOPED_TRACE(fault.error);
+    for (const int error : {ENOSPC, EIO}) {
+        SCOPED_TRACE(error);
         command(3);
         ASSERT_TRUE(settles(VtrMode::Record));
         pass(1200);
         EXPECT_TRUE(data(eParam_AlarmMediaWriteFailed).isEmpty()) << "the new take has cleared it";
-        files->failNth(FaultyFiles::Pwrite, 1, fault.error, true);
+        files->failNth(FaultyFiles::Pwrite, 1, error, true);
         EXPECT_TRUE(until([this] { return vtr().state().mode().isInModeStandbyOff() && isIdle(); }, 3000));
-        EXPECT_TRUE(data(eParam_AlarmMediaWriteFailed).contains(fault.word));
+        EXPECT_TRUE(data(eParam_AlarmMediaWriteFailed).contains("/media/A"));
         EXPECT_TRUE(data(eParam_AlarmFrameDropped).contains("Recording stopped due to hardware error"));
         EXPECT_TRUE(reads(eParam_TransportStatus, 1u));
         files->clear();

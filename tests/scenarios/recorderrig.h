@@ -34,7 +34,7 @@ struct Shown
 /// at the output tick by tick, and reads the clips.
 class RecorderRig : public ::testing::Test
 {
-protected:
+public:
     /// `input` is what is connected to the first input, `device` are further
     /// lines of the card's profile.
     explicit RecorderRig(const QString &input = QStringLiteral("generator:?rate=25&size=720x576&scan=i"),

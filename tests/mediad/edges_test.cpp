@@ -3,8 +3,7 @@
 #include "companions/mediad/cliprepair.h"
 #include "companions/mediad/mediumlook.h"
 #include "companions/mediad/mounttable.h"
-#include "platform/qmx/stream/qmxclipreader.h"
-#include "platform/qmx/stream/qmxclipwriter.h"
+#include "tests/clip/cliptake.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/testfiles.h"
@@ -18,24 +17,11 @@
 
 namespace {
 
-QmxClipInfo smallClip()
-{
-    QmxClipInfo clip;
-    clip.image.setSize(64, 48);
-    clip.image.setAspectRatio(64, 48);
-    clip.image.setFrameRate(QmxVideoRate(25));
-    clip.image.setDataType(QmxId(203));
-    return clip;
-}
-
 void write(QmxClipWriter &writer, const QString &path, int frames)
 {
-    ASSERT_FALSE(writer.create(path, smallClip()).isError());
-    QmxFrame frame;
-    frame.vids() = {QmxImage(smallClip().image, {QmxBuffer::copyOf(QByteArray(500, 'p').constData(), 500)})};
-    for (int i = 0; i < frames; ++i)
-        ASSERT_FALSE(writer.writeFrame(frame).isError());
-    ASSERT_FALSE(writer.flush().isError());
+    const ClipTake take{{}};
+    ASSERT_FALSE(writer.create(path, take.info).isError());
+    ASSERT_FALSE(take.write(writer, 0, frames, 1).isError());
 }
 
 } // namespace

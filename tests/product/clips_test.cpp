@@ -4,8 +4,8 @@
 #include "platform/product/file.h"
 #include "platform/product/mediacache.h"
 #include "platform/qmx/core/qmxrecordtable.h"
-#include "platform/qmx/stream/qmxclipwriter.h"
 #include "platform/store/configfactoryimpl.h"
+#include "tests/clip/cliptake.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"
@@ -37,30 +37,9 @@ protected:
         config->setString(eParam_RolloverMediaPath, local(rollover));
     }
 
-    static QmxClipInfo info()
-    {
-        QmxClipInfo clip;
-        clip.image.setSize(64, 48);
-        clip.image.setAspectRatio(64, 48);
-        clip.image.setFrameRate(QmxVideoRate(25));
-        clip.image.setDataType(QmxId(203));
-        return clip;
-    }
-    static void write(QmxClipWriter &writer, int frames)
-    {
-        QmxFrame frame;
-        frame.vids() = {QmxImage(info().image, {QmxBuffer::copyOf(QByteArray(500, 'p').constData(), 500)})};
-        for (int i = 0; i < frames; ++i)
-            EXPECT_FALSE(writer.writeFrame(frame).isError());
-        EXPECT_FALSE(writer.flush().isError());
-    }
     void make(const QString &name, int frames)
     {
-        QmxClipWriter writer;
-        const QmxError error = writer.create(medium + "/" + name, info());
-        ASSERT_FALSE(error.isError()) << local(error.toString());
-        write(writer, frames);
-        EXPECT_FALSE(writer.close().isError());
+        content.make(medium + "/" + name, frames, true);
         // The file system's clock has steps of milliseconds: two clips made at once would be of one time.
         setTime(name, QDateTime::currentDateTime().addSecs(-100 + ++made));
     }
@@ -87,6 +66,7 @@ protected:
     TestDir dir;
     const QString medium = dir.file("A");
     const QString rollover = dir.file("B");
+    const ClipTake content{{}};
     int made = 0; ///< clips
     const std::unique_ptr<Config> config{
         ConfigFactoryImpl::GetInstance()->create("sqlite:" + local(dir.file("store.db")), "", true)};
@@ -121,8 +101,8 @@ TEST_F(Clips, beingRecordedAreNotListedButCanBeAskedFor)
 {
     const QString path = medium + "/growing.mov";
     QmxClipWriter writer;
-    ASSERT_FALSE(writer.create(path, info()).isError());
-    write(writer, 4);
+    ASSERT_FALSE(writer.create(path, content.info).isError());
+    EXPECT_FALSE(content.write(writer, 0, 4, 1).isError());
     EXPECT_EQ(names(), "");
     Clip clip;
     EXPECT_TRUE(kel::media::MediaCache::GrokClip(clip, local(path), false));

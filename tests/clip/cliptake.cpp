@@ -7,7 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <cstring>
+#include <sys/wait.h>
+#include <unistd.h>
 
 ClipTake::ClipTake(const Format &format, bool playable) : _format(format)
 {
@@ -155,4 +158,37 @@ qint64 ClipTake::wholeFrames(const QString &path) const
     if (reader.open(path).isError()) return 0;
     EXPECT_EQ(equalFrames(reader), reader.info().frames) << "a frame is not the one written";
     return reader.info().frames;
+}
+
+qint32 recordAndKill(const ClipTake &take, const QString &path, qint64 closeAt, unsigned messages,
+                     const QmxEnvironment &environment, const std::function<void()> &whileStopped)
+{
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    qint32 durable = 0;
+    const pid_t child = fork();
+    if (child == 0) {
+        QmxClipWriter writer(environment);
+        writer.create(path, take.info);
+        for (qint64 i = 0;; ++i) {
+            writer.writeFrame(take.frame(i));
+            if (i % 12 == 11) writer.flush();
+            durable = qint32(writer.framesDurable());
+            if (::write(ends[1], &durable, sizeof durable) < 0) _exit(1);
+            if (i == closeAt) writer.close();
+        }
+    }
+    ::close(ends[1]);
+    const auto hear = [&] { return ::read(ends[0], &durable, sizeof durable) == sizeof durable; };
+    while (messages > 0 && hear())
+        --messages;
+    kill(child, SIGSTOP);
+    waitpid(child, nullptr, WUNTRACED);
+    whileStopped();
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    while (hear())
+        continue;
+    ::close(ends[0]);
+    return durable;
 }

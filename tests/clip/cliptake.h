@@ -4,6 +4,8 @@
 #include "platform/qmx/stream/qmxclipreader.h"
 #include "platform/qmx/stream/qmxclipwriter.h"
 
+#include <functional>
+
 /// A take whose every frame is known: what is written can be compared with what is read.
 class ClipTake
 {
@@ -57,3 +59,11 @@ private:
     QList<QmxBuffer> _pictures;
     QList<Jump> _jumps;
 };
+
+/// Records in a process that closes the clip at frame `closeAt` and is killed after `messages` frames.
+/// Returns how many it has said are durable by then. `whileStopped` is called before it is killed, when it
+/// does nothing more.
+qint32 recordAndKill(
+    const ClipTake &take, const QString &path, qint64 closeAt, unsigned messages,
+    const QmxEnvironment &environment = QmxEnvironment::current(),
+    const std::function<void()> &whileStopped = [] {});

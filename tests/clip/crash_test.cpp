@@ -2,6 +2,7 @@
 // A power cut on a real file system: its backing file is copied while the writer stands still, and what the
 // copy holds is mounted and read. The control writes without syncing and does lose frames.
 #include "tests/clip/cliptake.h"
+#include "tests/support/faultyfiles.h"
 #include "tests/support/rounds.h"
 #include "tests/support/testfiles.h"
 
@@ -12,12 +13,10 @@
 #include <QFileInfo>
 
 #include <cerrno>
-#include <csignal>
 #include <fcntl.h>
 #include <functional>
 #include <random>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -59,37 +58,6 @@ public:
     int fsync(int) override { return 0; }
 };
 
-struct Writer
-{
-    pid_t pid = -1;
-    int acknowledged = -1; ///< end of a pipe on which each durable count comes
-};
-
-/// A process that records until it is killed.
-Writer startWriter(const ClipTake &take, const QString &path, bool syncs)
-{
-    int ends[2];
-    if (pipe(ends) != 0) return {};
-    Writer writer;
-    writer.pid = fork();
-    if (writer.pid == 0) {
-        QmxEnvironment environment = QmxEnvironment::current();
-        if (!syncs) environment.files = std::make_shared<LyingFiles>();
-        QmxClipWriter clip(environment);
-        clip.create(path, take.info);
-        for (qint64 i = 0;; ++i) {
-            clip.writeFrame(take.frame(i));
-            if (i % 12 == 11) clip.flush();
-            const qint32 durable = qint32(clip.framesDurable());
-            if (::write(ends[1], &durable, sizeof durable) < 0) _exit(1);
-            if (i == 1500) clip.close();
-        }
-    }
-    ::close(ends[1]);
-    writer.acknowledged = ends[0];
-    return writer;
-}
-
 /// Acknowledged frames that the crash image of one round lacks.
 qint64 lostFrames(const QString &blank, const TestDir &dir, std::mt19937 &chance, bool syncs)
 {
@@ -100,19 +68,11 @@ qint64 lostFrames(const QString &blank, const TestDir &dir, std::mt19937 &chance
     {
         const Medium medium(image, dir.file("medium"));
         if (!medium.isMounted()) return -1;
-        const Writer writer = startWriter(take, dir.file("medium/a.mov"), syncs);
-        qint32 value = 0;
-        const int messages = 30 + int(chance() % 1600);
-        for (int i = 0; i < messages && ::read(writer.acknowledged, &value, sizeof value) == sizeof value;
-             ++i)
-            acknowledged = value;
-        // Stopped: what it has said by now counts, and nothing happens while the medium is copied.
-        kill(writer.pid, SIGSTOP);
-        waitpid(writer.pid, nullptr, WUNTRACED);
-        run("cp", {"--sparse=always", image, crashed});
-        kill(writer.pid, SIGKILL);
-        waitpid(writer.pid, nullptr, 0);
-        ::close(writer.acknowledged);
+        const std::shared_ptr<QmxFiles> lying = std::make_shared<LyingFiles>();
+        acknowledged = recordAndKill(take, dir.file("medium/a.mov"), 1500, 30 + unsigned(chance() % 1600),
+                                     syncs ? QmxEnvironment::current() : withFiles(lying), [&] {
+                                         run("cp", {"--sparse=always", image, crashed});
+                                     });
     }
     const Medium after(crashed, dir.file("after"));
     if (!after.isMounted()) return -1;

@@ -11,12 +11,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <fcntl.h>
-#include <map>
 #include <random>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -98,11 +94,9 @@ TEST(ClipFaults, EveryFailingCallLeavesWhatWasFlushed)
             for (int n = 1;; ++n) {
                 TestDir dir;
                 const QString path = dir.file("a.mov");
-                QmxEnvironment environment = QmxEnvironment::current();
                 auto files = std::make_shared<FaultyFiles>();
-                environment.files = files;
                 files->failNthOfAll(n, error, always);
-                QmxClipWriter writer(environment);
+                QmxClipWriter writer(withFiles(files));
                 const QmxError created = writer.create(path, take.info);
                 QmxError written;
                 if (!created.isError()) written = take.write(writer, 0, 30);
@@ -135,10 +129,8 @@ TEST(ClipFaults, AFullMediumKeepsAllFramesThatFitted)
 {
     TestDir dir;
     const ClipTake take(smallPlain);
-    QmxEnvironment environment = QmxEnvironment::current();
     auto files = std::make_shared<FaultyFiles>();
-    environment.files = files;
-    QmxClipWriter writer(environment);
+    QmxClipWriter writer(withFiles(files));
     ASSERT_FALSE(writer.create(dir.file("a.mov"), take.info).isError());
     ASSERT_FALSE(take.write(writer, 0, 20, 12).isError());
     files->failNth(FaultyFiles::Pwrite, 1, ENOSPC);
@@ -189,10 +181,8 @@ TEST(ClipFaults, RoomAheadIsSmallAndGivenBack)
     const QTemporaryDir disk;
     const TestDir memory;
     for (const QString &path : {disk.filePath("a.mov"), memory.file("a.mov")}) {
-        QmxEnvironment environment = QmxEnvironment::current();
         auto medium = std::make_shared<Medium>();
-        environment.files = medium;
-        QmxClipWriter writer(environment);
+        QmxClipWriter writer(withFiles(medium));
         ASSERT_FALSE(writer.create(path, take.info).isError());
         ASSERT_FALSE(take.write(writer, 0, 300).isError());
         ASSERT_FALSE(writer.close().isError());
@@ -213,11 +203,9 @@ TEST(ClipFaults, HalfWritesAreCompleted)
     const ClipTake take(smallPlain);
     for (int n = 1; n < 45; n += 3) {
         TestDir dir;
-        QmxEnvironment environment = QmxEnvironment::current();
         auto files = std::make_shared<FaultyFiles>();
-        environment.files = files;
         files->writeHalf(n);
-        QmxClipWriter writer(environment);
+        QmxClipWriter writer(withFiles(files));
         ASSERT_FALSE(writer.create(dir.file("a.mov"), take.info).isError());
         ASSERT_FALSE(take.write(writer, 0, 30).isError());
         ASSERT_FALSE(writer.close().isError());
@@ -231,10 +219,8 @@ TEST(ClipFaults, APowerCutLosesNoAcknowledgedFrame)
     ClipTake take(smallPlain);
     take.jump(20, 50);
     std::mt19937 chance(7);
-    QmxEnvironment environment = QmxEnvironment::current();
     auto files = std::make_shared<CrashFiles>();
-    environment.files = files;
-    QmxClipWriter writer(environment);
+    QmxClipWriter writer(withFiles(files));
     int images = 0;
     qint64 least = 0;
     files->onWrite = [&] {
@@ -265,31 +251,7 @@ TEST(ClipFaults, AKilledWriterLosesNoAcknowledgedFrame)
     for (int round = 0; round < testRounds(20, 500); ++round) {
         TestDir dir;
         const QString path = dir.file("a.mov");
-        int ends[2];
-        ASSERT_EQ(pipe(ends), 0);
-        const pid_t child = fork();
-        if (child == 0) {
-            QmxClipWriter writer;
-            writer.create(path, take.info);
-            for (qint64 i = 0;; ++i) {
-                writer.writeFrame(take.frame(i));
-                if (i % 12 == 11) writer.flush();
-                const qint32 durable = qint32(writer.framesDurable());
-                if (::write(ends[1], &durable, sizeof durable) < 0) _exit(1);
-                if (i == 200) writer.close();
-            }
-        }
-        ::close(ends[1]);
-        qint32 acknowledged = 0;
-        qint32 value = 0;
-        const int messages = 1 + int(chance() % 210);
-        for (int i = 0; i < messages && ::read(ends[0], &value, sizeof value) == sizeof value; ++i)
-            acknowledged = value;
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        while (::read(ends[0], &value, sizeof value) == sizeof value)
-            acknowledged = value;
-        ::close(ends[0]);
+        const qint32 acknowledged = recordAndKill(take, path, 200, 1 + unsigned(chance() % 210));
         EXPECT_GE(take.wholeFrames(path), acknowledged);
         if (acknowledged == 0) continue;
         if (round < 4) {

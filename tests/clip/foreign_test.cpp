@@ -250,9 +250,8 @@ TEST(ForeignClip, AFailingMediumIsToldAndForgiven)
     const QString path = dir.file("a.mkv");
     ASSERT_TRUE(
         make(path, {"-c:v", "libx264", "-g", "12", "-pix_fmt", "yuv420p", "-crf", "4", "-c:a", "pcm_s16le"}));
-    QmxEnvironment environment = QmxEnvironment::current();
     auto files = std::make_shared<FaultyFiles>();
-    environment.files = files;
+    const QmxEnvironment environment = withFiles(files);
     for (const FaultyFiles::Call call : {FaultyFiles::Open, FaultyFiles::Pread, FaultyFiles::Fstat}) {
         files->failNth(call, 2, EIO, true); // the first is that of our own parser
         QmxClipReader reader(environment);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/clip/cliptake.h"
+#include "tests/support/faultyfiles.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
@@ -52,10 +53,8 @@ TEST(LongTake, ClosesAndOpensQuickly)
     TestDir dir;
     const QString path = dir.file("long.mov");
     const ClipTake take({1920, 1080, 25, 1, 203, 0, 0, false, 0});
-    QmxEnvironment environment = QmxEnvironment::current();
     auto files = std::make_shared<HollowFiles>();
-    environment.files = files;
-    QmxClipWriter writer(environment);
+    QmxClipWriter writer(withFiles(files));
     ASSERT_FALSE(writer.create(path, take.info).isError());
     QmxFrame frame = take.frame(0);
     for (int i = 0; i < frames; ++i) {
@@ -94,14 +93,12 @@ TEST(LongTake, IsReadFromManyPlacesAtOnceBeforeItIsClosed)
 {
     TestDir dir;
     const ClipTake take({128, 96, 25, 1, 203, 0, 2, false, 0});
-    QmxEnvironment environment = QmxEnvironment::current();
     const auto files = std::make_shared<AskedFiles>();
-    environment.files = files;
     for (const int frames : {10, 1500}) {
         const QString path = dir.file(QString::number(frames));
         take.make(path, frames, false, 2);
         files->alone = 0;
-        QmxClipReader reader(environment);
+        QmxClipReader reader(withFiles(files));
         ASSERT_FALSE(reader.open(path).isError());
         EXPECT_LT(files->alone, 8) << "what is not a slot";
         EXPECT_EQ(take.equalFrames(reader), frames);

@@ -114,10 +114,8 @@ TEST(ClipRepair, closesWhatACrashLeftAndNothingElse)
     // Somebody who looks whether a clip is being recorded has its lock for an instant.
     ASSERT_TRUE(QFile::copy(dir.file("now.mov"), dir.file("looked_at.mov")));
     EXPECT_FALSE(recording.close().isError());
-    QmxEnvironment environment = QmxEnvironment::current();
     const auto files = std::make_shared<FaultyFiles>();
     files->failNth(FaultyFiles::Flock, 1, EWOULDBLOCK);
-    environment.files = files;
     expectLog("cliprepair", "looked_at.mov was left unfinished and has been repaired: it has 4 frames");
-    repairClips(dir.path().toStdString(), environment);
+    repairClips(dir.path().toStdString(), withFiles(files));
 }

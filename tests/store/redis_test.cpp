@@ -23,16 +23,6 @@ protected:
             path, "tester", QmxEnvironment::current(), {}, std::make_shared<std::atomic<bool>>(false)};
         return RedisBackend(context, *RedisAddress::parse(path), passwordFile);
     }
-    /// It is up, and since when is known.
-    bool hasAlarm(Config &config) const
-    {
-        std::string value;
-        const std::vector<AlarmRecord> history = config.alarmHistory(10);
-        return config.getData(eParam_AlarmStoreRestored, value) && !value.empty() &&
-               std::any_of(history.begin(), history.end(), [](const AlarmRecord &record) {
-                   return record.id == eParam_AlarmStoreRestored && record.raised;
-               });
-    }
 
     RedisServer server;
     const std::string uri = server.uri();
@@ -119,7 +109,7 @@ TEST_F(RedisStore, serverThatForgetsGetsBackWhatIsKnown)
     const auto outsider = openStore(uri, "outsider");
     const auto isBack = [&] {
         return textOf(*outsider, eParam_ReelNumber) == "2" && numberOf(*outsider, eParam_LoopPlayback) == 1 &&
-               hasAlarm(*outsider);
+               isToldRestored(*outsider);
     };
     EXPECT_TRUE(Stepper::waitFor(isBack, 20000));
 

@@ -41,16 +41,6 @@ protected:
     {
         return QDir(dir.path()).entryList({pattern}, QDir::Files);
     }
-    /// It is up, and since when is known.
-    bool hasAlarm(Config &config) const
-    {
-        std::string value;
-        const std::vector<AlarmRecord> history = config.alarmHistory(10);
-        return config.getData(eParam_AlarmStoreRestored, value) && !value.empty() &&
-               std::any_of(history.begin(), history.end(), [](const AlarmRecord &record) {
-                   return record.id == eParam_AlarmStoreRestored && record.raised;
-               });
-    }
 
     TestDir dir;
     const std::string uri = "sqlite:" + path().toStdString();
@@ -95,7 +85,7 @@ TEST_F(SqliteStore, takenAwayUnderARunningProcessComesBackFromItsMemoryAndNoComm
             ASSERT_TRUE(fresh->setUInt(eParam_GoToClipIndex, round)) << fresh->lastError();
             EXPECT_TRUE(listener.waitForLast(eParam_GoToClipIndex, reel)) << "harm " << round;
             EXPECT_TRUE(Stepper::waitFor([&] { return textOf(*fresh, eParam_ReelNumber) == reel; })) << round;
-            EXPECT_TRUE(anotherMakesIt || hasAlarm(*fresh));
+            EXPECT_TRUE(anotherMakesIt || isToldRestored(*fresh));
         }
     EXPECT_EQ(listener.values(eParam_GoToClipIndex).size(), round);
 }
@@ -118,7 +108,7 @@ TEST_F(SqliteStore, brokenFileIsSetAsideAndRestoredFromTheNewestGoodBackup)
     {
         const auto config = openStore(uri, "again", false);
         EXPECT_EQ(textOf(*config, eParam_ReelNumber), "042");
-        EXPECT_TRUE(hasAlarm(*config));
+        EXPECT_TRUE(isToldRestored(*config));
         EXPECT_TRUE(config->setUInt(eParam_LoopPlayback, 1)) << config->lastError();
     }
     const QStringList aside = files("store.db.broken-*");
@@ -140,7 +130,7 @@ TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)
     const auto config = openStore(uri);
     EXPECT_EQ(textOf(*config, eParam_ReelNumber), "041"); // an old value, not a wrong one
     EXPECT_EQ(textOf(*config, eParam_RolloverReelName), "roll");
-    EXPECT_TRUE(hasAlarm(*config));
+    EXPECT_TRUE(isToldRestored(*config));
 }
 
 TEST_F(SqliteStore, listenerBehindTheLogGetsASnapshot)

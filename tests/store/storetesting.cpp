@@ -6,8 +6,20 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 constexpr int patience = 20000; // real milliseconds; other processes do not run on the test's clock
+}
+
+bool isToldRestored(Config &config)
+{
+    std::string value;
+    const std::vector<AlarmRecord> history = config.alarmHistory(10);
+    return config.getData(eParam_AlarmStoreRestored, value) && !value.empty() &&
+           std::any_of(history.begin(), history.end(), [](const AlarmRecord &record) {
+               return record.id == eParam_AlarmStoreRestored && record.raised;
+           });
 }
 
 Worker::Worker(const QStringList &arguments)

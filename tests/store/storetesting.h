@@ -79,6 +79,9 @@ inline std::string textOf(Config &config, eParam_t id)
     return value;
 }
 
+/// The alarm that the store has been restored is up, and since when is known.
+bool isToldRestored(Config &config);
+
 /// The worker program in a process of its own.
 class Worker
 {

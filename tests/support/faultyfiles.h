@@ -8,6 +8,14 @@
 #include <memory>
 #include <mutex>
 
+/// The current environment on another file system.
+inline QmxEnvironment withFiles(std::shared_ptr<QmxFiles> files)
+{
+    QmxEnvironment environment = QmxEnvironment::current();
+    environment.files = std::move(files);
+    return environment;
+}
+
 /// A file system with faults: passes every call on to another one (the real one), but for those that the
 /// test picks. Any thread.
 class FaultyFiles : public QmxFiles

@@ -252,8 +252,11 @@ TEST(ForeignClip, AFailingMediumIsToldAndForgiven)
         make(path, {"-c:v", "libx264", "-g", "12", "-pix_fmt", "yuv420p", "-crf", "4", "-c:a", "pcm_s16le"}));
     auto files = std::make_shared<FaultyFiles>();
     const QmxEnvironment environment = withFiles(files);
-    for (const FaultyFiles::Call call : {FaultyFiles::Open, FaultyFiles::Pread, FaultyFiles::Fstat}) {
-        files->failNth(call, 2, EIO, true); // the first is that of our own parser
+    // The first is that of our own parser, the second for the pictures, the third open is for the sound.
+    const std::pair<FaultyFiles::Call, int> calls[] = {
+        {FaultyFiles::Open, 2}, {FaultyFiles::Open, 3}, {FaultyFiles::Pread, 2}, {FaultyFiles::Fstat, 2}};
+    for (const auto &[call, nth] : calls) {
+        files->failNth(call, nth, EIO, true);
         QmxClipReader reader(environment);
         const QmxError error = reader.open(path);
         EXPECT_EQ(error.value(), EIO) << call;
@@ -263,12 +266,18 @@ TEST(ForeignClip, AFailingMediumIsToldAndForgiven)
     QmxClipReader reader(environment);
     ASSERT_FALSE(reader.open(path).isError());
     QmxFrame got;
-    ASSERT_FALSE(reader.readFrame(3, got).isError());
+    for (const int number : {28, 3})
+        ASSERT_FALSE(reader.readFrame(number, got).isError());
     files->vanish(path);
     EXPECT_EQ(reader.readFrame(70, got).value(), EIO);
     files->comeBack();
     ASSERT_FALSE(reader.readFrame(70, got).isError());
     EXPECT_EQ(shownNumber(got), 70);
+    // Sound alone: the picture is one of those that are kept.
+    files->failNth(FaultyFiles::Pread, 1, EIO);
+    EXPECT_EQ(reader.readFrame(28, got).value(), EIO);
+    ASSERT_FALSE(reader.readFrame(28, got).isError());
+    EXPECT_GT(loudness(got), 0.3);
 }
 
 TEST(ForeignClip, SaysWhatIsNoClip)

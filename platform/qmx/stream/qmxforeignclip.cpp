@@ -45,9 +45,12 @@ QmxError QmxForeignClip::open(const QString &path)
     d->info.foreign = d->info.closed = true;
     d->info.image = d->pictures.desc();
     d->info.frames = d->pictures.count();
-    // Sound that cannot be decoded is no reason not to show the pictures.
-    if (!d->sound.open(path, d->pictures.startTime()).isError())
+    error = d->sound.open(path, d->pictures.startTime());
+    if (!error.isError())
         d->info.audio = movAudioDesc(d->sound.channels(), d->info.image.frameRate());
+    else if (error.value() != ENODATA && error.value() != ENOTSUP)
+        return error; // sound that cannot be decoded is no reason not to show the pictures, a failing medium
+                      // is
     d->readTags();
     return {};
 }
@@ -68,6 +71,6 @@ QmxError QmxForeignClip::readAudio(qint64 frame, QmxAudio &audio)
     audio = QmxAudio::silence(d->info.audio, qmxAudioSamples(frame, rate));
     if (!audio.isValid()) return {ENOMEM, QStringLiteral("No memory is left to read sound")};
     QmxBuffer buffer = audio.buffer();
-    d->sound.read(qmxAudioStart(frame, rate), audio.samples(), reinterpret_cast<qint32 *>(buffer.data()));
-    return {};
+    return d->sound.read(qmxAudioStart(frame, rate), audio.samples(),
+                         reinterpret_cast<qint32 *>(buffer.data()));
 }

@@ -15,6 +15,7 @@ constexpr qint32 significant = qint32(0xffffff00);
 
 QmxError QmxForeignSound::open(const QString &path, double startTime)
 {
+    _path = path;
     QmxError error = _file.open(path, AVMEDIA_TYPE_AUDIO);
     if (error.isError()) return error;
     AVCodecContext *decoder = _file.decoder();
@@ -66,7 +67,7 @@ bool QmxForeignSound::decodeMore()
     return frame != nullptr;
 }
 
-void QmxForeignSound::read(qint64 first, int count, qint32 *to)
+QmxError QmxForeignSound::read(qint64 first, int count, qint32 *to)
 {
     const auto end = [this] { return _position + qint64(_buffer.size()) / _channels; };
     if (!_positionKnown || first < _position || first > end() + maxForward) seekTo(first);
@@ -79,11 +80,16 @@ void QmxForeignSound::read(qint64 first, int count, qint32 *to)
         _buffer.erase(_buffer.begin(), _buffer.begin() + drop * _channels);
         _position += drop;
     }
+    if (const int reason = _file.takeError(); reason != 0) {
+        _positionKnown = false; // another try begins anew
+        return {reason, QStringLiteral("Cannot read clip %1: %2").arg(_path, QmxError(reason).toString())};
+    }
     std::fill(to, to + qint64(count) * _channels, 0);
     const qint64 from = std::max(first, _position);
     const qint64 until = std::min(first + count, end());
-    if (!_positionKnown || until <= from) return;
+    if (!_positionKnown || until <= from) return {};
     const qint32 *source = _buffer.data() + (from - _position) * _channels;
     for (qint64 i = 0; i < (until - from) * _channels; ++i)
         to[(from - first) * _channels + i] = source[i] & significant;
+    return {};
 }

@@ -14,14 +14,15 @@ public:
     /// `startTime`: where sample 0 lies, in seconds of the file. ENODATA: it has no sound.
     QmxError open(const QString &path, double startTime);
     int channels() const { return _channels; }
-    /// Samples from `first` on; silence where there are none.
-    void read(qint64 first, int count, qint32 *to);
+    /// Samples from `first` on; silence where there are none. Errno of the medium.
+    QmxError read(qint64 first, int count, qint32 *to);
 
 private:
     void seekTo(qint64 sample);
     bool decodeMore();
 
     QmxForeignFile _file;
+    QString _path;
     QmxLibav::Resampler _resampler;
     int _channels = 0;
     double _startTime = 0;

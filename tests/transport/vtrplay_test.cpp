@@ -129,16 +129,7 @@ TEST_F(PlayTest, backToTheSameClip_resumesWhereTheOutputStood)
     EXPECT_FALSE(vtr().reopenRecordStream());
 }
 
-TEST_F(PlayTest, startFrame_isWherePlaybackBegins)
-{
-    prepare(30);
-    expectLog("vtrobject", "but pending cue at 12");
-    startFrame = 12;
-    playClip("clip.mov", 0.0);
-    EXPECT_TRUE(runUntilFrame(12));
-}
-
-TEST_F(PlayTest, aClipWithoutTimecodeCountsItsFrames)
+TEST_F(PlayTest, aClipWithoutTimecodeCountsItsFramesAlsoFromItsStartFrame)
 {
     expectLog("vtrobject", "Frame has invalid timecode");
     startUp();
@@ -146,23 +137,10 @@ TEST_F(PlayTest, aClipWithoutTimecodeCountsItsFrames)
     Stepper::runMs(1000);
     recordClip("clip.mov", 30);
     events.clear();
-    allowLog("vtrobject", "but pending cue at");
+    expectLog("vtrobject", "but pending cue at 27");
+    startFrame = 27;
     playClip("clip.mov", 0.0);
-    vtr().cue(27);
     ASSERT_TRUE(runUntilFrame(27));
     EXPECT_EQ(std::as_const(vtr()).currentFrameMetadata().value(QmxId(12)).value<QmxTimecode>().toString(),
               "00:00:01:02");
-}
-
-TEST_F(PlayTest, brokenClip_isReportedAndLeavesPlay)
-{
-    prepare(5);
-    writeAll(media.file("broken.mov"), QByteArray(5000, 'x'));
-    playbackDesc = media.file("broken.mov");
-    expectLog("vtrobject", "STREAM: Open Error");
-    allowLog("", "broken.mov");
-    vtr().play();
-    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
-    EXPECT_EQ(events.filter("open failed").size(), 1);
-    EXPECT_EQ(events.filter("storage"), (QStringList{"storage 1", "storage 0"}));
 }

@@ -103,18 +103,25 @@ TEST_F(RecordTest, inhibitedRecord_failsWithItsReason)
     EXPECT_EQ(events, QStringList{"input 0 invalid"});
 }
 
-TEST_F(RecordTest, recordWithoutDescriptor_tellsTheFailureAndStops)
+TEST_F(RecordTest, aStreamThatCannotBeOpened_isToldOnceAndReleasesTheStorage)
 {
-    startUp();
-    recordDesc = QVariant();
-    events.clear();
     expectLog("vtrobject", "STREAM: Failed to get a record stream descriptor");
     expectLog("vtrobject", "Open Stream Failed");
-    vtr().record();
-    ASSERT_TRUE(Stepper::runUntil([this] { return count("open failed 22") > 0; }));
-    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
-    EXPECT_EQ(events.filter("storage"), (QStringList{"storage 1", "storage 0"}));
-    EXPECT_EQ(count("open failed 22"), 1);
+    expectLog("vtrobject", "STREAM: Open Error");
+    allowLog("", "broken.mov");
+    startUp();
+    playbackDesc = media.file("broken.mov");
+    writeAll(media.file("broken.mov"), QByteArray(5000, 'x'));
+    const std::pair<void (VtrObject::*)(), const char *> rows[] = {{&VtrObject::record, "open failed 22"},
+                                                                   {&VtrObject::play, "open failed "}};
+    for (const auto &[command, told] : rows) {
+        events.clear();
+        (vtr().*command)();
+        ASSERT_TRUE(Stepper::runUntil([&, told = told] { return !events.filter(told).isEmpty(); }));
+        ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+        EXPECT_EQ(events.filter(told).size(), 1);
+        EXPECT_EQ(events.filter("storage"), (QStringList{"storage 1", "storage 0"}));
+    }
 }
 
 TEST_F(RecordTest, theFirstFrameNamesItsClipAndItsRate)

@@ -13,6 +13,7 @@ struct Row
     std::function<void(VtrObject &)> change;
     QString text;
     bool resets;
+    bool isRefused = false;
 };
 
 Row idRow(void (VtrObject::*set)(const QmxId &), int id, const char *text)
@@ -67,6 +68,10 @@ QList<Row> changes()
         flagRow(&VtrObject::setVideoInputIgnoreANC, true, "Set Video Input Ignore ANC: Enabled", true),
         idRow(&VtrObject::setHdmiOutputMode, 56, "Set HDMI Output Mode: %1"),
         idRow(&VtrObject::setVideoInputSource, 602, "Set Video Input Source: %1"),
+        {[](VtrObject &vtr) { vtr.setEncodeFormat(QmxId()); }, "Encode format is invalid", false, true},
+        {[](VtrObject &vtr) { vtr.setAudioChans(4); },
+         "Failed to set audio channels to 4.  Unsupported number of channels\nSet Audio Channels: 4", true,
+         true},
     };
 }
 
@@ -74,6 +79,8 @@ QList<Row> changes()
 
 TEST_F(SettingsTest, everyChange_isLoggedOnceAndResetsWhatTheHardwareMustKnow)
 {
+    expectLog("vtrobject", "Encode format is invalid");
+    expectLog("vtrobject", "Failed to set audio channels to 4.  Unsupported number of channels");
     startUp();
     const QString reset = QStringLiteral("VIDEO DEVICE: Reset in mode StandbyOff");
     const QList<Row> rows = changes();
@@ -81,9 +88,9 @@ TEST_F(SettingsTest, everyChange_isLoggedOnceAndResetsWhatTheHardwareMustKnow)
         SCOPED_TRACE(row.text.toStdString());
         forgetLog();
         row.change(vtr());
-        EXPECT_EQ(logged(), QStringList{row.text});
-        row.change(vtr());
-        EXPECT_EQ(logged(), QStringList{row.text}) << "an equal value is no change";
+        EXPECT_EQ(logged().join('\n'), row.text);
+        if (!row.isRefused) row.change(vtr());
+        EXPECT_EQ(logged().join('\n'), row.text) << "an equal value is no change";
         Stepper::runMs(499);
         EXPECT_FALSE(logged().contains(reset)) << "half a second for further changes";
         Stepper::runMs(2);
@@ -92,23 +99,8 @@ TEST_F(SettingsTest, everyChange_isLoggedOnceAndResetsWhatTheHardwareMustKnow)
         Stepper::runMs(600);
         ASSERT_TRUE(runUntilIdle());
     }
-}
-
-TEST_F(SettingsTest, whatIsNotValid_isNotStored)
-{
-    startUp();
-    expectLog("vtrobject", "Encode format is invalid");
-    vtr().setEncodeFormat(QmxId());
-    EXPECT_EQ(vtr().state().encodeFormat(), QmxId(202));
-
-    forgetLog();
-    expectLog("vtrobject", "Failed to set audio channels to 4.  Unsupported number of channels");
-    vtr().setAudioChans(4);
-    EXPECT_EQ(logged(), (QStringList{"Failed to set audio channels to 4.  Unsupported number of channels",
-                                     "Set Audio Channels: 4"}));
-    EXPECT_EQ(vtr().state().audioChans(), 2);
-    Stepper::runMs(501);
-    EXPECT_TRUE(logged().contains("VIDEO DEVICE: Reset in mode StandbyOff"));
+    EXPECT_EQ(vtr().state().encodeFormat(), QmxId(205));
+    EXPECT_EQ(vtr().state().audioChans(), 8);
 }
 
 TEST_F(SettingsTest, burstOfChanges_makesOneResetAndNoneOutsideStandby)

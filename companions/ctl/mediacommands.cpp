@@ -4,11 +4,13 @@
 
 #include "platform/product/mediaorder.h"
 #include "platform/qmx/core/qmxlockfile.h"
+#include "platform/store/configfactoryimpl.h"
 #include "platform/store/eparammedia.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <mutex>
 #include <unistd.h>
 
 namespace {
@@ -43,6 +45,32 @@ std::string mediumNamed(const Recorder &recorder, const std::string &name)
     return name;
 }
 
+/// Hears each state of one order; the parameter holds it only until the next order begins.
+class OrderStates : public ConfigEventListener
+{
+public:
+    explicit OrderStates(std::string id) : _id(std::move(id)) {}
+    std::optional<MediaOrderState> last() const
+    {
+        const std::lock_guard lock(_mutex);
+        return _last;
+    }
+
+private:
+    using ConfigEventListener::ParamChanged;
+    void ParamChanged(eParam_t, unsigned, timeval) override {}
+    void ParamChanged(eParam_t id, std::string value, timeval) override
+    {
+        const auto state = id == eParam_MediaOrderState ? MediaOrderState::parse(value) : std::nullopt;
+        const std::lock_guard lock(_mutex);
+        if (state && state->id == _id) _last = state;
+    }
+
+    const std::string _id;
+    mutable std::mutex _mutex;
+    std::optional<MediaOrderState> _last;
+};
+
 ExitCode giveOrder(Recorder &recorder, const Report &report, const Arguments &arguments, const char *verb)
 {
     if (!mediaDaemonRuns())
@@ -58,6 +86,10 @@ ExitCode giveOrder(Recorder &recorder, const Report &report, const Arguments &ar
         order.clip = order.clip.substr(slash + 1);
     }
     if (!arguments.word(1).empty()) order.to = mediumNamed(recorder, arguments.word(1));
+    OrderStates states(order.id);
+    const std::unique_ptr<Config> events(
+        ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "xpctl-order", false));
+    events->addListener(&states);
     if (const QString problem = recorder.write(eParam_MediaOrder, QString::fromStdString(order.print()));
         !problem.isEmpty())
         return report.error(ExitCode::NoStore, problem);
@@ -66,8 +98,7 @@ ExitCode giveOrder(Recorder &recorder, const Report &report, const Arguments &ar
     std::optional<MediaOrderState> state;
     int shown = -1;
     const auto told = [&] {
-        const auto now = MediaOrderState::parse(recorder.text(eParam_MediaOrderState).toStdString());
-        if (now && now->id == order.id) state = now;
+        state = states.last();
         if (state && state->state == "running" && state->percent != shown) {
             shown = state->percent;
             report.line(QStringLiteral("%1 %  %2").arg(shown).arg(QString::fromStdString(state->text)),

@@ -33,6 +33,9 @@ constexpr std::chrono::milliseconds firstLook{2000};
 /// The report changes with every second of a take; nobody needs it that often.
 constexpr qint64 reportInterval = 2 * QmxClock::nsPerSecond;
 constexpr std::size_t mostRepairsTold = 5;
+/// Orders that come while the media are looked at. More of them than may wait, so that those are refused
+/// aloud.
+constexpr std::size_t mostUnread = std::size_t(16) * MediaJobs::bound;
 constexpr unsigned commandRecord = 3;
 constexpr unsigned commandStop = 4;
 
@@ -137,7 +140,7 @@ void MediaDaemon::ParamChanged(eParam_t id, std::string value, timeval)
 {
     if (id == eParam_MediaOrder) {
         const std::lock_guard lock(_ordersMutex);
-        if (_orders.size() < MediaJobs::bound) _orders.push_back(value);
+        if (_orders.size() < mostUnread) _orders.push_back(value);
         wake();
         return;
     }
@@ -336,13 +339,18 @@ void MediaDaemon::picture(const MediaParameters &is)
 void MediaDaemon::repaired(const std::vector<std::string> &report)
 {
     _repairs.insert(_repairs.end(), report.begin(), report.end());
+    tellRepairs();
+}
+
+void MediaDaemon::tellRepairs()
+{
     std::string text;
     for (std::size_t i = 0; i < _repairs.size() && i < mostRepairsTold; ++i)
         text += (i ? "; " : "") + _repairs[i];
     if (_repairs.size() > mostRepairsTold)
         text += "; and " + std::to_string(_repairs.size() - mostRepairsTold) + " more, see the log";
-    AlarmProducer::raise(_config.get(), eParam_AlarmClipsRepaired,
-                         kel::alarms::Alarm_Severity(AlarmSeverity::Information), text);
+    _repairsTold = AlarmProducer::raise(_config.get(), eParam_AlarmClipsRepaired,
+                                        kel::alarms::Alarm_Severity(AlarmSeverity::Information), text);
 }
 
 void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParameters &is)
@@ -372,7 +380,12 @@ void MediaDaemon::orderTold(const MediaOrder &order, const MediaOrderState &stat
     if (state.state == "done" && order.verb == "delete" && text(*_config, eParam_CurrentClip) == order.clip &&
         text(*_config, eParam_ActiveMediaPath) == order.from)
         _config->setString(eParam_CurrentClip, MediaValues::noClip);
-    _config->setString(eParam_MediaOrderState, state.print());
+    // How far a copy is may be lost while the store refuses, how an order ended may not.
+    if (state.state == "running")
+        _config->setString(eParam_MediaOrderState, state.print());
+    else
+        _queued.push_back({eParam_MediaOrderState, MediaWrite::Text, 0, state.print()});
+    writeQueued();
     if (state.state == "done") wake(); // the clips have changed
 }
 
@@ -381,8 +394,10 @@ void MediaDaemon::report(const std::vector<Medium> &media, const MediaParameters
 {
     const bool recording = is.daemonRuns && is.status == MediaValues::Recording;
     if (recording && !_repairs.empty()) {
-        _repairs.clear();
-        AlarmProducer::clear(_config.get(), eParam_AlarmClipsRepaired);
+        if (AlarmProducer::clear(_config.get(), eParam_AlarmClipsRepaired)) _repairs.clear();
+        _repairsTold = true;
+    } else if (!_repairsTold) {
+        tellRepairs();
     }
     const qint64 now = _environment.clock->now();
     const bool mediaChanged = is.active + is.rollover != _reportedPaths;

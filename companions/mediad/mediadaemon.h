@@ -61,6 +61,7 @@ private:
     QmxTaskThread &picturesOf(Place &place);
     void picture(const MediaParameters &is);
     void repaired(const std::vector<std::string> &report);
+    void tellRepairs();
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);
     void orderTold(const MediaOrder &order, const MediaOrderState &state);
     void report(const std::vector<Medium> &media, const MediaParameters &is);
@@ -79,6 +80,7 @@ private:
     std::string _reportedPaths;
     qint64 _reportedAt = 0;
     std::vector<std::string> _repairs; ///< since the last take
+    bool _repairsTold = true;
     /// Asked by the threads of the media, which may outlive this object.
     const std::shared_ptr<std::atomic<bool>> _recording = std::make_shared<std::atomic<bool>>(false);
     qint64 _listedAt = 0;
@@ -89,6 +91,6 @@ private:
     std::atomic<int> _playCommands = 0;
     std::atomic<bool> _activeSet = false;
     std::mutex _ordersMutex;
-    std::deque<std::string> _orders; ///< as they came; at most MediaJobs::bound, the newest are refused
+    std::deque<std::string> _orders; ///< as they came
     std::unique_ptr<Config> _config; ///< last: it goes first, and with it the listener's calls
 };

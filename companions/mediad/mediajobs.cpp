@@ -93,14 +93,19 @@ void MediaJobs::start(const MediaOrder &order)
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [self, order, state] {
-                if (self) self->_told(order, state);
+                if (!self) return;
+                if (state.state != "running") --self->_unfinished;
+                self->_told(order, state);
             },
             Qt::QueuedConnection);
     };
     const bool posted = _thread->post([order, environment = _environment, shared = _shared, told] {
         run(order, environment, *shared, told);
     });
-    if (!posted) _told(order, {order.id, "refused", 0, "too many orders are waiting; try again later"});
+    if (!posted)
+        _told(order, {order.id, "refused", 0, "too many orders are waiting; try again later"});
+    else if (_unfinished++ > 0)
+        _told(order, {order.id, "running", 0, "waits for the orders before it"});
 }
 
 void MediaJobs::follow(const MediaParameters &transport)

@@ -53,5 +53,6 @@ private:
     const QmxEnvironment _environment;
     const std::function<void(const MediaOrder &, const MediaOrderState &)> _told;
     const std::shared_ptr<Shared> _shared = std::make_shared<Shared>();
+    int _unfinished = 0; ///< orders
     std::unique_ptr<QmxTaskThread> _thread;
 };

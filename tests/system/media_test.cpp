@@ -150,6 +150,9 @@ TEST(Media, clipsAreCopiedMarkedAndDeletedWhileATakeRuns)
         xpctl delete take_001.mov
         await '! is current_clip take_001.mov'
         await '[ -s /var/lib/xp/thumbnails/A/take_002.mov.jpg ] && [ ! -e /var/lib/xp/thumbnails/A/big.mov.jpg ]'
+        say together; kill -STOP $(cat /var/lock/xpmediad.lock)
+        for i in $(seq 20); do refused delete none.mov & done
+        sleep 1; kill -CONT $(cat /var/lock/xpmediad.lock); wait $(jobs -p)
         cp /var/lib/xp/thumbnails/A/take_002.mov.jpg /media/A/take_002.mov $OUT
     )sh");
     EXPECT_TRUE(said(result.out, "copied").contains("copied and compared")) << result.out.toStdString();
@@ -158,6 +161,8 @@ TEST(Media, clipsAreCopiedMarkedAndDeletedWhileATakeRuns)
     EXPECT_TRUE(said(result.out, "protected").contains("is protected")) << result.out.toStdString();
     EXPECT_FALSE(said(result.out, "left").contains("big")) << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "played").contains("in use")) << result.out.toStdString();
+    EXPECT_EQ(said(result.out, "together").count("none.mov: there is no such clip"), 20)
+        << result.out.toStdString();
     EXPECT_EQ(brokenAt(stripsOf(sandbox.out("take_002.mov"))), QString()) << "the copy has cost frames";
     const ProgramResult probe = runProgram("ffprobe", {"-v", "error", "-show_entries", "stream=width", "-of",
                                                        "csv=p=0", sandbox.out("take_002.mov.jpg")});

@@ -123,8 +123,10 @@ int keepThumbnails(const std::string &medium, const std::string &folder, const Q
         // One that cannot be decoded gets an empty file, so that it is not tried again and again.
         if (save(thumbnail, makeThumbnail(clip, environment), time)) ++made;
     }
-    std::error_code gone;
-    for (const fs::directory_entry &old : fs::directory_iterator(folder, gone))
-        if (!wanted.contains(old.path().filename().string())) fs::remove(old.path(), gone);
+    fs::directory_iterator old(folder, failed);
+    for (const fs::directory_iterator end; !failed && old != end; old.increment(failed)) {
+        std::error_code kept;
+        if (!wanted.contains(old->path().filename().string())) fs::remove(old->path(), kept);
+    }
     return made;
 }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/codec/qmxpictureconverter.h"
-#include "platform/qmx/codec/qmxprores.h"
 #include "tests/codec/codecrig.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"
@@ -118,28 +117,6 @@ TEST(Codec, frameHeadersTellRateAspectAndColour)
         check(*qmxCodec(QmxId(202)), headers[2], rate);
     for (const auto &header : headers)
         check(*qmxCodec(QmxId(202)), header, rates[2]);
-}
-
-TEST(Codec, dataRateIsHeldNearTheNominalOne)
-{
-    for (const QmxCodecRow &row : qmxCodecs()) {
-        if (row.dataType > 206) continue;
-        SCOPED_TRACE(row.name);
-        const QmxImageDesc desc = makeDesc(row, 1280, 720, QmxImageDesc::Progressive);
-        const auto encoder = row.createEncoder(desc);
-        const QSize size(desc.width(), desc.height());
-        const int nominal = qmxProResNominalSize(desc.dataType(), size);
-        const QmxPicture hard = makeTexture(row.pictureFormat, size, 1, 200);
-        qint64 bytes = 0;
-        constexpr int settling = 14, counted = 6;
-        for (int i = 0; i < settling + counted; ++i) {
-            QmxBuffer coded;
-            ASSERT_EQ(encoder->encode(hard, coded), QmxError());
-            if (i >= settling) bytes += coded.size();
-        }
-        EXPECT_LT(double(bytes) / counted, nominal * 1.15);
-        EXPECT_GT(double(bytes) / counted, nominal * 0.5);
-    }
 }
 
 TEST(Codec, damagedFramesAreErrorsOrPictures)

@@ -70,7 +70,7 @@ TEST(ProResRate, anyTenSecondsAreNearNominalAndNoFrameIsAboveTheLimit)
     // The shortest ten seconds, those at 23.976 frames a second, are the hardest ones.
     constexpr size_t frames = 500, window = 240;
     constexpr int sceneLength = 50;
-    for (const int type : {202, 205}) {
+    for (const int type : {202, 203, 204, 205, 206}) {
         SCOPED_TRACE(type);
         const ProResFormat format = proResTestFormat(type, QSize(272, 160), ProResFormat::Progressive);
         const int nominal = ProRes::nominalSize(*format.kind, format.size);

@@ -13,7 +13,8 @@ TEST_F(RecordScenario, oneCommandMakesAClipOfEveryFrame)
     EXPECT_EQ(number(eParam_TransportStatus), 1u);
     EXPECT_EQ(text(eParam_CurrentClip), "N/A");
 
-    const qint64 before = counter(QmxCounters::FramesRecorded);
+    const qint64 recorded = counter(QmxCounters::FramesRecorded);
+    const qint64 dropped = counter(QmxCounters::FramesDroppedCapture);
     beginTake();
     ASSERT_TRUE(until([this] { return counter(QmxCounters::RecordedUpTo) >= 50; }));
     EXPECT_TRUE(reads(eParam_TransportStatus, 2u));
@@ -35,8 +36,8 @@ TEST_F(RecordScenario, oneCommandMakesAClipOfEveryFrame)
     take.expectWhole();
     EXPECT_GE(take.frames(), 50);
     EXPECT_EQ(counter(QmxCounters::RecordedUpTo), take.frames());
-    EXPECT_EQ(counter(QmxCounters::FramesRecorded) - before, take.frames());
-    EXPECT_EQ(counter(QmxCounters::FramesDroppedCapture), 0);
+    EXPECT_EQ(counter(QmxCounters::FramesRecorded) - recorded, take.frames());
+    EXPECT_EQ(counter(QmxCounters::FramesDroppedCapture), dropped);
     EXPECT_EQ(take.info.image.width(), 720);
     EXPECT_TRUE(take.info.image.isInterlaced());
     EXPECT_EQ(take.info.audio.channels(), 2);

@@ -16,12 +16,13 @@
 namespace {
 constexpr auto mediaDaemonLock = "/var/lock/xpmediad.lock";
 constexpr auto startMediaDaemon = "start it with: systemctl start xpmediad (in a checkout: ./xp run)";
-constexpr int noLimit = 24 * 3600 * 1000; // ms; a copy takes as long as it takes
-constexpr int answerTime = 5000;          // ms until the media daemon has said a first word
+constexpr int lookTime = 1000;   // ms between looks whether the media daemon is still there
+constexpr int answerTime = 5000; // ms until the media daemon has said a first word
 
-bool mediaDaemonRuns()
+/// 0: it does not run.
+int mediaDaemon()
 {
-    return QmxLockFile(mediaDaemonLock).whoHasLock() != 0;
+    return QmxLockFile(mediaDaemonLock).whoHasLock();
 }
 
 QString timeText(int seconds)
@@ -73,7 +74,8 @@ private:
 
 ExitCode giveOrder(Recorder &recorder, const Report &report, const Arguments &arguments, const char *verb)
 {
-    if (!mediaDaemonRuns())
+    const int daemon = mediaDaemon();
+    if (daemon == 0)
         return report.error(ExitCode::NoDaemon, "the media daemon is not running, so nothing can be done",
                             startMediaDaemon);
     MediaOrder order;
@@ -109,8 +111,11 @@ ExitCode giveOrder(Recorder &recorder, const Report &report, const Arguments &ar
     if (!recorder.waitFor([&] { return told() || state; }, answerTime) && !Recorder::wasInterrupted())
         return report.error(ExitCode::Refused, "the media daemon does not answer",
                             "look at its log: journalctl -u xpmediad");
-    while (!told() && !Recorder::wasInterrupted() && mediaDaemonRuns())
-        recorder.waitFor(told, noLimit);
+    while (!told() && !Recorder::wasInterrupted() && mediaDaemon() == daemon)
+        recorder.waitFor(told, lookTime); // a copy takes as long as it takes
+    if (!told() && mediaDaemon() != daemon)
+        return report.error(ExitCode::NoDaemon, "the media daemon has ended before it was done",
+                            "give the order again");
     if (!state || state->state == "running")
         return report.error(ExitCode::Interrupted, "the media daemon goes on with it",
                             "`xpctl get media_order_state` shows how far it is");
@@ -123,7 +128,7 @@ ExitCode giveOrder(Recorder &recorder, const Report &report, const Arguments &ar
 
 ExitCode ctlMedia(Recorder &recorder, const Report &report, const Arguments &)
 {
-    if (!mediaDaemonRuns())
+    if (mediaDaemon() == 0)
         return report.error(ExitCode::NoDaemon,
                             "the media daemon is not running: nobody looks after the media",
                             startMediaDaemon);

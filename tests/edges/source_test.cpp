@@ -161,8 +161,7 @@ TEST(FileSource, deliversEveryFrameOnceWithItsSoundAndTimecode)
             if (!loop) {
                 EXPECT_FALSE(frame.state.isPresent());
                 EXPECT_FALSE(frame.picture.isValid());
-                EXPECT_EQ(frame.audio.samples(),
-                          qmxAudioSamples(0, desc.frameRate()) ? frame.audio.samples() : -1);
+                EXPECT_NEAR(frame.audio.samples(), 48000 / desc.frameRate().toDouble(), 1);
             }
         }
     }

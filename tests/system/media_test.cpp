@@ -133,6 +133,9 @@ TEST(Media, clipsAreCopiedMarkedAndDeletedWhileATakeRuns)
         head -c 100M /dev/urandom >/media/A/big.mov
         xpctl set record_codec 3
         xpctl record >&2
+        say ended; refused copy big.mov B & order=$!
+        await 'xpctl get media_order_state | grep -q running'
+        kill_mediad; restart_mediad; wait $order
         say copied; xpctl copy big.mov B
         cmp /media/A/big.mov /media/B/big.mov
         say again; refused copy big.mov B
@@ -155,6 +158,7 @@ TEST(Media, clipsAreCopiedMarkedAndDeletedWhileATakeRuns)
         sleep 1; kill -CONT $(cat /var/lock/xpmediad.lock); wait $(jobs -p)
         cp /var/lib/xp/thumbnails/A/take_002.mov.jpg /media/A/take_002.mov $OUT
     )sh");
+    EXPECT_TRUE(said(result.out, "ended").contains("has ended before")) << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "copied").contains("copied and compared")) << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "again").contains("exists already")) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "recorded").count("being recorded"), 2) << result.out.toStdString();

@@ -51,7 +51,11 @@ check_asan() {
     LSAN_OPTIONS="suppressions=$XP_ROOT/tests/lsan.supp" ASAN_OPTIONS=detect_stack_use_after_return=1 \
         UBSAN_OPTIONS=print_stacktrace=1 sanitized asan
 }
-check_tsan() { TSAN_OPTIONS="halt_on_error=0 report_signal_unsafe=0 suppressions=$XP_ROOT/tests/tsan.supp" sanitized tsan; }
+# With a Qt that the sanitizer can see into.
+check_tsan() {
+    scripts/qt-with-tsan.sh || return 1
+    TSAN_OPTIONS="halt_on_error=0 report_signal_unsafe=0 suppressions=$XP_ROOT/tests/tsan.supp" sanitized tsan
+}
 
 # Clips under kills, cuts, flips and failing calls, and power cuts on a real file system; --long in full numbers.
 clip_rounds() {

@@ -72,6 +72,11 @@ ExitCode ctlSet(Recorder &recorder, const Report &report, const Arguments &argum
     if (descriptor == nullptr) {
         return ExitCode::Usage;
     }
+    if (descriptor->isTold())
+        return report.error(ExitCode::Usage,
+                            QStringLiteral("%1 is what the recorder tells; it cannot be set")
+                                .arg(QString::fromStdString(descriptor->name())),
+                            "`xpctl --help` lists the commands that make it change");
     StoreValue value;
     std::string reason;
     if (!descriptor->parse(arguments.word(1), value, reason)) {

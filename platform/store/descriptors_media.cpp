@@ -17,7 +17,7 @@ std::vector<ParamRow> mediaRows()
         enumeration(eParam_StorageState, "storage_state", Volatile,
                     {{0, "unknown"}, {1, "in_use"}, {2, "released"}, {3, "rollover_done"}},
                     "Whether the transport uses the media; rollover_done asks the media daemon to take note.")
-            .with({Attribute::everyWrite}),
+            .with({Attribute::everyWrite, Attribute::told}),
         string(eParam_MediaLabel, "media_label", Volatile, "Label of the active medium."),
         number(eParam_MediaLoading, "media_loading", Command,
                "Tells that a medium is being looked at (any value)."),
@@ -31,7 +31,8 @@ std::vector<ParamRow> mediaRows()
             .defaults("N/A")
             .with({Attribute::clipName}),
         number(eParam_CurrentPlayListIndex, "current_play_list_index", Volatile,
-               "Place of the current clip in the list in use, counted from 0."),
+               "Place of the current clip in the list in use, counted from 0.")
+            .with({Attribute::told}),
         string(eParam_ClipNamePattern, "clip_name_pattern", Persistent,
                "How new clips are named: any text with {name}, {take}, {reel}, {date} and {time} in it.")
             .defaults("{name}_{take}")
@@ -55,12 +56,13 @@ std::vector<ParamRow> mediaRows()
                "clip, from, to. `xpctl copy` and its like write it."),
         string(eParam_MediaOrderState, "media_order_state", Volatile,
                "How far the media daemon is with an order, as JSON: id, state, percent, text.")
-            .with({Attribute::everyWrite}),
-        string(
-            eParam_MediaReport, "media_report", Volatile,
-            "All media with their room, clips and remaining record time, as JSON; `xpctl media` shows it."),
+            .with({Attribute::everyWrite, Attribute::told}),
+        string(eParam_MediaReport, "media_report", Volatile,
+               "All media with their room, clips and remaining record time, as JSON; `xpctl media` shows it.")
+            .with({Attribute::told}),
         number(eParam_RecordTimeLeft, "record_time_left", Volatile,
                "How long a take can still become, over all media that it can go on to; 0: not known or none.")
-            .in("s"),
+            .in("s")
+            .with({Attribute::told}),
     };
 }

@@ -42,7 +42,7 @@ std::vector<ParamRow> commandRows()
 
 std::vector<ParamRow> statusRows()
 {
-    return {
+    std::vector<ParamRow> rows = {
         enumeration(eParam_TransportStatus, "transport_status", Volatile,
                     {{1, "stopped"},
                      {2, "recording"},
@@ -84,6 +84,9 @@ std::vector<ParamRow> statusRows()
         enumeration(eParam_RecordFormat, "record_format", Volatile, recordFormats(),
                     "Format in which the input would be recorded now. Written by the transport."),
     };
+    for (ParamRow &row : rows)
+        row.with({Attribute::told});
+    return rows;
 }
 
 } // namespace

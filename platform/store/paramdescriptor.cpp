@@ -159,6 +159,11 @@ bool ParamDescriptor::isAlarm() const
     return hasAttribute(Attribute::alarm);
 }
 
+bool ParamDescriptor::isTold() const
+{
+    return isAlarm() || hasAttribute(Attribute::told);
+}
+
 std::string ParamDescriptor::unit() const
 {
     return _row.unit;

@@ -47,6 +47,8 @@ public:
     /// Told once to a newly registered listener, whatever its value.
     bool isToldToNewListeners() const;
     bool isAlarm() const;
+    /// The recorder's own programs write it, for people and other programs to read.
+    bool isTold() const;
     std::string unit() const; ///< "frames", "h"; empty when it has none
     std::string help() const; ///< a sentence for the operator
 

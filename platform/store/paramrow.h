@@ -39,6 +39,7 @@ namespace Attribute {
 inline constexpr const char *everyWrite = "every_write_is_an_event";
 inline constexpr const char *toldOnce = "told_to_new_listeners";
 inline constexpr const char *alarm = "alarm";
+inline constexpr const char *told = "told_by_the_recorder"; ///< no operator sets it
 inline constexpr const char *dataFile = "data_file";       ///< bytes are a reference to a file
 inline constexpr const char *speed = "speed";              ///< text is a decimal number from -100 to 100
 inline constexpr const char *multiLine = "lines";          ///< text may hold several lines

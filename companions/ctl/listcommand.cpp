@@ -2,13 +2,20 @@
 // list: the play list, which is one parameter of the store.
 #include "companions/ctl/commands.h"
 
+#include "platform/store/storelock.h"
+
 #include <QFileInfo>
 #include <QJsonArray>
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 
 namespace {
+/// Held by the one program that changes the list, from reading it to writing it.
+constexpr auto listLock = "/run/xp/play-list.lock";
+constexpr int lockWithin = 5000; // ms
+
 /// A place among `count`; nothing when the text is none.
 std::optional<int> placeIn(qsizetype count, const std::string &text)
 {
@@ -54,7 +61,12 @@ ExitCode ctlList(Recorder &recorder, const Report &report, const Arguments &argu
         show(recorder, report, names);
         return ExitCode::Done;
     }
+    StoreLock lock(listLock);
+    if (!lock.acquire(lockWithin, nullptr) && lock.error() == EWOULDBLOCK)
+        return report.error(ExitCode::Refused, "another program is changing the play list", "try again");
+    names = recorder.text(eParam_PlayList).split('\n', Qt::SkipEmptyParts);
     if (action == "add") {
+        if (entry.empty()) return report.error(ExitCode::Usage, "ENTRY is required", "xpctl list add CLIP");
         const QString name = QString::fromStdString(entry);
         if (!recorder.isClip(name)) {
             return report.error(ExitCode::Refused, recorder.whyNoClip(name),

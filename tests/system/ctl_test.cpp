@@ -82,6 +82,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         run play; run still; run cue 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 2; run cue "$tc"; run picture $OUT/picture.png
         run clip take_001.mov; run cue 24; xpctl --json play 2>$OUT/at-end && exit 9
         run list add take_001.mov; run list add take_002.mov 0; run list move 0 1; run list
+        for i in $(seq 20); do xpctl list add take_001.mov >&2 & done; wait; [ "$(xpctl list | wc -l)" = 22 ]
         run set playback_source all_clips; run still; run next; run prev; run stop; run list remove 0
         run get play_list; run params take; run alarms; run alarms --history; run status; run watch --once; run watch --once --stats; run metrics
         xpctl set sdi_level_a on

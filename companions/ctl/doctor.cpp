@@ -60,8 +60,16 @@ Finding access(Recorder &)
 Finding daemon(Recorder &recorder)
 {
     const int pid = recorder.daemonPid();
-    if (pid != 0) return {Finding::Good, QStringLiteral("running as process %1").arg(pid), {}};
-    return {Finding::Wrong, "not running", "start it: systemctl start xpd (in a checkout: ./xp run)"};
+    if (pid == 0)
+        return {Finding::Wrong, "not running", "start it: systemctl start xpd (in a checkout: ./xp run)"};
+    const QString running = QStringLiteral("running as process %1").arg(pid);
+    if (recorder.daemonStandsStill())
+        return {Finding::Wrong, running + ", but it stands still", "systemctl restart xpd"};
+    if (recorder.number(eParam_TransportRunning) == 0)
+        return {Finding::Wrong,
+                running + ", but not with this store, or it has just begun or is about to end",
+                "after a change of /etc/xp/store: systemctl restart xpd xpmediad"};
+    return {Finding::Good, running, {}};
 }
 
 Finding mediaDaemon(Recorder &)

@@ -109,8 +109,10 @@ ExitCode giveOrder(Recorder &recorder, const Report &report, const Arguments &ar
         return state && state->state != "running";
     };
     if (!recorder.waitFor([&] { return told() || state; }, answerTime) && !Recorder::wasInterrupted())
-        return report.error(ExitCode::Refused, "the media daemon does not answer",
-                            "look at its log: journalctl -u xpmediad");
+        return report.error(ExitCode::Refused,
+                            "the media daemon does not answer; it may still do this when it goes on",
+                            "look at its log: journalctl -u xpmediad; to forget the order: systemctl "
+                            "restart xpmediad");
     while (!told() && !Recorder::wasInterrupted() && mediaDaemon() == daemon)
         recorder.waitFor(told, lookTime); // a copy takes as long as it takes
     if (!told() && mediaDaemon() != daemon)

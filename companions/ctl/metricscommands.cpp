@@ -98,8 +98,9 @@ QString serveMetrics(Recorder &recorder, const std::string &address)
         server.RegisterCollectable(figures);
         while (!Recorder::wasInterrupted())
             recorder.waitFor([] { return false; }, dayLong);
-    } catch (const std::exception &problem) {
-        return QStringLiteral("cannot serve at %1: %2").arg(QString::fromStdString(address), problem.what());
+    } catch (const std::exception &) { // which cannot tell why
+        return QStringLiteral("cannot serve at %1: it is in use, or no address and port of this machine")
+            .arg(QString::fromStdString(address));
     }
     return {};
 }

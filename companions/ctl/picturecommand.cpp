@@ -71,6 +71,7 @@ QByteArray asPng(const QmxPreviewPicture &picture)
 ExitCode ctlPicture(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
     const QString name = QString::fromStdString(arguments.word(0));
+    if (name.isEmpty()) return report.error(ExitCode::Usage, "FILE is empty", "give the picture a name");
     QmxPreviewReader reader;
     QmxPreviewPicture picture;
     constexpr int pictureWithin = 3000; // ms

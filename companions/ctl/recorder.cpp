@@ -57,6 +57,14 @@ int Recorder::daemonPid() const
     return QmxLockFile(lockPath).whoHasLock();
 }
 
+bool Recorder::daemonStandsStill() const
+{
+    constexpr int tickWithin = 1000;      // ms; the slowest tick takes 42
+    const qint64 tick = counter("ticks"); // 0: no device is open yet
+    return daemonIsRunning() && tick > 0 && !waitFor([&] { return counter("ticks") != tick; }, tickWithin) &&
+           daemonIsRunning() && !interrupted;
+}
+
 unsigned Recorder::number(eParam_t id) const
 {
     unsigned value = 0;
@@ -234,8 +242,8 @@ QString Recorder::whyNoClip(const QString &name) const
         return QStringLiteral("there is no clip %1: no medium is active").arg(name);
     }
     const QFileInfo file(folder + "/" + name);
-    if (name.isEmpty() || !file.exists()) {
-        return QStringLiteral("there is no clip %1 on %2").arg(name, folder);
+    if (name.isEmpty() || name.contains('/') || !file.exists()) {
+        return QStringLiteral("there is no clip %1 on %2").arg(name.isEmpty() ? "''" : name, folder);
     }
     const QString unplayable = QStringLiteral("%1 lies on %2, but cannot be played: %3");
     if (!file.isFile()) {

@@ -34,7 +34,7 @@ std::span<const ExitCodeRow> exitCodes()
         {ExitCode::Done, "done"},
         {ExitCode::Refused, "the recorder refused, or the effect did not come; the message says why"},
         {ExitCode::Usage, "the command line makes no sense"},
-        {ExitCode::NoDaemon, "the daemon is not running, or ended meanwhile"},
+        {ExitCode::NoDaemon, "the daemon is not running, ended meanwhile, or stands still"},
         {ExitCode::NoStore, "the configuration store cannot be reached"},
         {ExitCode::Interrupted, "interrupted before the effect; a take begun with --for has been ended"},
     };

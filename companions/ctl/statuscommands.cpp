@@ -2,6 +2,7 @@
 // status, watch, clips: what is, for people and for scripts.
 #include "companions/ctl/commands.h"
 #include "companions/ctl/metrics.h"
+#include "companions/ctl/transportanswers.h"
 
 #include "platform/product/clipfinder.h"
 
@@ -78,14 +79,17 @@ ExitCode ctlStatus(Recorder &recorder, const Report &report, const Arguments &)
 {
     const View view = look(recorder);
     report.result(view.text, view.object);
+    if (recorder.daemonStandsStill()) return standsStill(report);
     return recorder.daemonIsRunning() ? ExitCode::Done : ExitCode::NoDaemon;
 }
 
 ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
     if (arguments.stats) return watchStats(recorder, report, arguments.once);
-    constexpr int dayLong = 24 * 3600 * 1000;
+    constexpr int standsStillAfter = 1000; // ms
     qint64 tick = -1;
+    qint64 tickBefore = -1;
+    bool isTold = false;
     View last;
     const auto show = [&] {
         // A line a frame: the device's tick is the pace; without a daemon only changes count.
@@ -101,7 +105,16 @@ ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arg
         }
         return arguments.once;
     };
-    while (!recorder.waitFor(show, dayLong) && !Recorder::wasInterrupted()) {}
+    while (!recorder.waitFor(show, standsStillAfter) && !Recorder::wasInterrupted()) {
+        const bool standsStill = tick > 0 && tick == tickBefore && recorder.daemonIsRunning();
+        if (standsStill && !isTold) {
+            last.text = "the daemon stands still";
+            last.object["status"] = "stands_still";
+            report.line(last.text, last.object);
+        }
+        isTold = standsStill;
+        tickBefore = tick;
+    }
     report.endLine();
     return ExitCode::Done;
 }

@@ -162,6 +162,10 @@ ExitCode ctlRecord(Recorder &recorder, const Report &report, const Arguments &ar
 ExitCode ctlStop(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
     if (recorder.status() == unsigned(TransportStatus::Recording)) {
+        if (!arguments.wait) {
+            const QString reason = give(recorder, Command::Stop);
+            return reason.isEmpty() ? ExitCode::Done : storeError(report, reason);
+        }
         const QString clip = recorder.clip();
         const ExitCode ended = endOfTake(recorder, report);
         if (ended == ExitCode::Done) {

@@ -36,6 +36,13 @@ ExitCode storeError(const Report &report, const QString &reason)
     return report.error(ExitCode::NoStore, reason);
 }
 
+ExitCode standsStill(const Report &report, const QString &what)
+{
+    return report.error(ExitCode::NoDaemon, what + (what.isEmpty() ? "" : ": ") + "the daemon stands still",
+                        "what it was told it may still do when it goes on; start it anew with: systemctl "
+                        "restart xpd");
+}
+
 QString give(Recorder &recorder, Command command)
 {
     return recorder.write(eParam_TransportCommand, unsigned(command));
@@ -73,6 +80,7 @@ ExitCode gaveUp(const Recorder &recorder, const Report &report, const QString &w
     if (const QString problem = recorder.storeProblem(); !problem.isEmpty()) {
         return report.error(ExitCode::NoStore, what + ": " + problem);
     }
+    if (recorder.daemonStandsStill()) return standsStill(report, what);
     return report.error(ExitCode::Refused, what,
                         QStringLiteral("the recorder is %1; `xpctl alarms` and the daemon's log may say why")
                             .arg(recorder.statusLabel()));

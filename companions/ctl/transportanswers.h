@@ -31,6 +31,8 @@ constexpr int pictureWithin = 3000;
 /// Empty when the command was written, else why not.
 QString give(Recorder &recorder, Command command);
 ExitCode storeError(const Report &report, const QString &reason);
+/// The daemon is there, but does nothing now.
+ExitCode standsStill(const Report &report, const QString &what = {});
 /// The effect did not come: says why, as far as it can be known. `errors` are alarms that came instead of it.
 ExitCode gaveUp(const Recorder &recorder, const Report &report, const QString &what,
                 const QList<Recorder::Alarm> &errors = {});

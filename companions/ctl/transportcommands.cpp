@@ -9,12 +9,17 @@
 #include <optional>
 
 namespace {
+/// Nothing, or that a take runs, which no command but stop shall end.
+std::optional<ExitCode> takeRuns(const Recorder &recorder, const Report &report)
+{
+    if (recorder.status() != unsigned(TransportStatus::Recording)) return {};
+    return report.error(ExitCode::Refused, "a take is being recorded", "end it first with: xpctl stop");
+}
+
 /// Nothing, or why no picture can be shown.
 std::optional<ExitCode> nothingToShow(const Recorder &recorder, const Report &report)
 {
-    if (recorder.status() == unsigned(TransportStatus::Recording)) {
-        return report.error(ExitCode::Refused, "a take is being recorded", "end it first with: xpctl stop");
-    }
+    if (const auto refused = takeRuns(recorder, report)) return refused;
     if (recorder.clip().isEmpty()) {
         return report.error(ExitCode::Refused, "there is nothing to play",
                             "record a take, or choose a clip with: xpctl clip NAME");
@@ -49,6 +54,7 @@ void awaitList(Recorder &recorder)
 ExitCode goTo(Recorder &recorder, const Report &report, const Arguments &arguments, Command command,
               const QString &noEffect)
 {
+    if (const auto refused = takeRuns(recorder, report)) return *refused;
     // The coming of a list is no effect of this command.
     if (arguments.wait) awaitList(recorder);
     const QString clip = recorder.clip();
@@ -247,6 +253,7 @@ ExitCode ctlPrevious(Recorder &recorder, const Report &report, const Arguments &
 ExitCode ctlClip(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
     const QString name = QString::fromStdString(arguments.word(0));
+    if (const auto refused = takeRuns(recorder, report)) return *refused;
     if (!recorder.isClip(name)) {
         return report.error(ExitCode::Refused, recorder.whyNoClip(name),
                             "`xpctl clips` lists those there are");
@@ -261,7 +268,7 @@ ExitCode ctlClip(Recorder &recorder, const Report &report, const Arguments &argu
         return ExitCode::Done;
     }
     if (!recorder.waitFor([&] { return recorder.clip() == name; }, Wait::pictureWithin)) {
-        if (Recorder::wasInterrupted() || !recorder.daemonIsRunning()) {
+        if (Recorder::wasInterrupted() || !recorder.daemonIsRunning() || recorder.daemonStandsStill()) {
             return gaveUp(recorder, report, QStringLiteral("%1 is not the current clip").arg(name));
         }
         return report.error(ExitCode::Refused, recorder.whyNoClip(name),

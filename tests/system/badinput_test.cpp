@@ -197,7 +197,7 @@ TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
         for length in 0 nan inf 1e30 x ''; do check 2 record --for "$length"; done
         check 2 step; check 2 cue; check 2 clip; check 2 get; check 2 set; check 2 set clip_base_name
         check 2 get ''; check 2 get nonsense; check 2 set nonsense 1; check 2 params no_such_word; check 2 play 1 2
-        check 2 set transport_status nonsense; check 2 set take_number -1; check 2 set take_number 99999999999999
+        check 2 set transport_status nonsense; check 2 set transport_status stopped; check 2 list add; check 2 set take_number -1; check 2 set take_number 99999999999999
         check 2 status --for 3; check 2 --nonsense; check 2 get clip_base_name more
         for command in record play still stop "step 1" "cue 1" next prev "clip x" shut-down; do check 3 $command; done
         xpctl --help >/dev/null; xpctl record --help >/dev/null
@@ -216,11 +216,13 @@ TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
         say empty; refused play; say empty-cue; refused cue 5
         xpctl set video_input input_2; say silent; refused record --for 1; is transport_status stopped
         xpctl set video_input input_1; until_true eval 'xpctl record --for 0.2 >$OUT/said 2>&1'
+        kill -STOP $(cat /run/xp/xpd.pid); say hung; refused status; kill -CONT $(cat /run/xp/xpd.pid)
         for end in opening interrupt death; do
             say $end
             status=0; xpctl --json record --for 600 >$OUT/said 2>&1 & waiting=$!
             until_true is transport_status recording # before the clip is open
             [ $end = opening ] || until_true safer
+            [ $end != interrupt ] || for words in next prev "clip take_001.mov"; do refused $words; done
             if [ $end = death ]; then kill -KILL $(cat /run/xp/xpd.pid); else kill -TERM $waiting; fi
             wait $waiting || status=$?
             cat $OUT/said; echo "status $status"
@@ -233,6 +235,8 @@ TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
     expectRefusal(block(result.out, "empty"), 1, "there is nothing to play");
     expectRefusal(block(result.out, "empty-cue"), 1, "there is nothing to play");
     expectRefusal(block(result.out, "silent"), 1, "the take has not begun: ");
+    expectRefusal(block(result.out, "hung"), 3, "the daemon stands still");
+    EXPECT_EQ(block(result.out, "interrupt").count("a take is being recorded"), 3) << result.out.toStdString();
     EXPECT_TRUE(block(result.out, "opening").endsWith("status 5\n")) << result.out.toStdString();
     EXPECT_TRUE(block(result.out, "interrupt").contains("\"frames\":")) << result.out.toStdString();
     EXPECT_TRUE(block(result.out, "interrupt").endsWith("status 5\n")) << result.out.toStdString();

@@ -31,8 +31,8 @@ ffprobe -v error -show_entries \
 cat >&2 <<TEXT
 
 The recorder is up. In another terminal, in this folder:
-    ./xp enter xpctl record --for 10     ./xp enter xpctl play 0.5
-    ./xp enter xpctl cue 10:00:02:00     ./xp enter xpctl clips
+    ./xp enter xpctl cue 10:00:04:00     ./xp enter xpctl play 0.5
+    ./xp enter xpctl record --for 10     ./xp enter xpctl clips
     ./xp enter                           (a shell inside it)
 Ctrl-C ends it.
 

@@ -8,6 +8,10 @@ set -euo pipefail
 media_size=2G store= profile= clock= net=host state= daemon=yes mediad=yes
 while [ $# -gt 0 ]; do
     case "$1" in
+        --no-* | --) ;;
+        --*) [ $# -gt 1 ] || die "sandbox: $1 lacks its value (see ./xp help)" ;;
+    esac
+    case "$1" in
         --media-size) media_size=$2; shift 2 ;;
         --store) store=$2; shift 2 ;;
         --profile) profile=$(readlink -f "$2") || die "no such profile: $2"; shift 2 ;;
@@ -21,7 +25,8 @@ while [ $# -gt 0 ]; do
     esac
 done
 [ $# -gt 0 ] || die "sandbox: no command; use: ./xp sandbox [options] -- CMD"
-case "$clock" in '' | real | fast:[0-9]*) ;; *) die "sandbox: --clock is real or fast:N, not '$clock'" ;; esac
+[[ $clock =~ ^(|real|fast:[1-9][0-9]*)$ ]] || die "sandbox: --clock is real or fast:N, not '$clock'"
+[[ $media_size =~ ^[1-9][0-9]*[KMGT]?$ ]] || die "sandbox: --media-size is a size such as 600M or 2G, not '$media_size'"
 case "$net" in host | private) ;; *) die "sandbox: --net is host or private, not '$net'" ;; esac
 [ -z "$profile" ] || [ -r "$profile" ] || die "sandbox: cannot read the profile $profile"
 [ -x "$XP_BUILD/bin/xpd" ] || [ "$daemon" = no ] || die "sandbox: nothing built yet; run ./xp build"

@@ -37,7 +37,8 @@ public:
     bool hasStore() const { return _config != nullptr; } ///< its address makes sense
     bool daemonIsRunning() const { return daemonPid() != 0; }
     int daemonPid() const; ///< 0: it is not running
-    /// The daemon is there, but its video clock has stood still for a second: nothing given to it is done now.
+    /// The daemon is there, but its video clock has stood still for a second: nothing given to it is done
+    /// now.
     bool daemonStandsStill() const;
 
     Config &config() { return *_config; }

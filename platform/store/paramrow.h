@@ -40,11 +40,11 @@ inline constexpr const char *everyWrite = "every_write_is_an_event";
 inline constexpr const char *toldOnce = "told_to_new_listeners";
 inline constexpr const char *alarm = "alarm";
 inline constexpr const char *told = "told_by_the_recorder"; ///< no operator sets it
-inline constexpr const char *dataFile = "data_file";       ///< bytes are a reference to a file
-inline constexpr const char *speed = "speed";              ///< text is a decimal number from -100 to 100
-inline constexpr const char *multiLine = "lines";          ///< text may hold several lines
-inline constexpr const char *namePattern = "name_pattern"; ///< text is a pattern of clip names
-inline constexpr const char *fileName = "file_name";       ///< text becomes part of a file name
+inline constexpr const char *dataFile = "data_file";        ///< bytes are a reference to a file
+inline constexpr const char *speed = "speed";               ///< text is a decimal number from -100 to 100
+inline constexpr const char *multiLine = "lines";           ///< text may hold several lines
+inline constexpr const char *namePattern = "name_pattern";  ///< text is a pattern of clip names
+inline constexpr const char *fileName = "file_name";        ///< text becomes part of a file name
 inline constexpr const char *clipName =
     "clip_name"; ///< text (of `multiLine`: each line) is a file name of a clip, or N/A
 } // namespace Attribute

@@ -236,7 +236,8 @@ TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
     expectRefusal(block(result.out, "empty-cue"), 1, "there is nothing to play");
     expectRefusal(block(result.out, "silent"), 1, "the take has not begun: ");
     expectRefusal(block(result.out, "hung"), 3, "the daemon stands still");
-    EXPECT_EQ(block(result.out, "interrupt").count("a take is being recorded"), 3) << result.out.toStdString();
+    EXPECT_EQ(block(result.out, "interrupt").count("a take is being recorded"), 3)
+        << result.out.toStdString();
     EXPECT_TRUE(block(result.out, "opening").endsWith("status 5\n")) << result.out.toStdString();
     EXPECT_TRUE(block(result.out, "interrupt").contains("\"frames\":")) << result.out.toStdString();
     EXPECT_TRUE(block(result.out, "interrupt").endsWith("status 5\n")) << result.out.toStdString();

@@ -115,13 +115,18 @@ TEST(Timecode, TimeOfDayFollowsTheWallClockInLocalTime)
     EXPECT_EQ(QmxTimecode::fromTimeOfDay(25, false).toString(), "14:05:06:13");
     EXPECT_FALSE(QmxTimecode::fromTimeOfDay(0, false).isValid() &&
                  QmxTimecode::fromTimeOfDay(0, false).frames() != 0);
-    // Drop-frame counting stays with the time of day: never more than a few frames away.
-    for (int hour = 0; hour < 24; ++hour) {
-        Stepper::clock()->setWallTime(at(hour, 59, 59, 0));
-        const QmxTimecode drop = QmxTimecode::fromTimeOfDay(30, true);
-        const QmxTimecode digits(hour, 59, 59, 0, 30, true);
-        EXPECT_LE(std::abs(drop.toFrameNumber() - digits.toFrameNumber()), 5)
-            << drop.toString().toStdString();
+    // Drop-frame counting stays with the time of day, and no number comes twice over midnight.
+    for (const int fps : {30, 60}) {
+        for (int hour = 0; hour < 24; ++hour) {
+            Stepper::clock()->setWallTime(at(hour, 10, 0, 1));
+            EXPECT_EQ(QmxTimecode::fromTimeOfDay(fps, true), QmxTimecode(hour, 10, 0, 0, fps, true));
+        }
+        QmxTimecode next(23, 59, 59, fps - 10, fps, true);
+        for (int frame = 0; frame < 20; ++frame, next = next.advanced(1)) {
+            Stepper::clock()->setWallTime(at(24, 0, 0, 1) +
+                                          (frame - 10) * 1001 * QmxClock::nsPerSecond / fps / 1000);
+            EXPECT_EQ(QmxTimecode::fromTimeOfDay(fps, true), next);
+        }
     }
     unsetenv("TZ");
     tzset();

@@ -95,10 +95,12 @@ QmxTimecode QmxTimecode::fromTimeOfDay(int fps, bool drop)
     if (droppedPerMinute(fps, drop) == 0)
         return QmxTimecode(local.tm_hour, local.tm_min, second,
                            int(rest * qMax(fps, 0) / QmxClock::nsPerSecond), fps, drop);
-    // Drop-frame counting keeps to real time at 1000/1001 of the rate: count the day's frames.
+    // Drop-frame counting leaves out one number in a thousand: that many a day has. Real frames, at 1000/1001
+    // of the rate, are some more; counted by them the numbers of a day would be used up before midnight and
+    // its first ones would come twice.
     const qint64 day = (qint64(local.tm_hour) * minutesPerHour + local.tm_min) * secondsPerMinute + second;
     const qint64 elapsed = day * QmxClock::nsPerSecond + rest;
-    return QmxTimecode(int(elapsed * fps * 1000 / 1001 / QmxClock::nsPerSecond), fps, drop);
+    return QmxTimecode(int(elapsed * fps / 1000 * 999 / QmxClock::nsPerSecond), fps, drop);
 }
 
 int QmxTimecode::toFrameNumber() const

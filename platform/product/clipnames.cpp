@@ -49,12 +49,14 @@ std::string clipNameFromPattern(const std::string &pattern, const ClipNameWords 
     char take[16];
     std::snprintf(take, sizeof take, "%03u", words.take);
     std::string stem = pattern;
-    replaceAll(stem, "{reel}", words.reel);
     replaceAll(stem, "{date}", localTime(words.wallTime, "%Y%m%d"));
     replaceAll(stem, "{time}", localTime(words.wallTime, "%H%M%S"));
     // The take distinguishes clips, so the rest is what is shortened.
+    std::string reel = words.reel;
     std::string name = words.name;
+    cut(reel, maximumStem / 4);
     cut(name, maximumStem / 2);
+    replaceAll(stem, "{reel}", reel);
     replaceAll(stem, takeWord, take);
     replaceAll(stem, "{name}", name);
     for (char &c : stem)

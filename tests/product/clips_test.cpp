@@ -198,8 +198,8 @@ TEST(ClipNames, holdOnlyWhatAFileNameCan)
     std::string umlauts;
     for (int i = 0; i < 100; ++i)
         umlauts += "\xC3\xA4";
-    const std::string name = clipNameFromPattern("x{name}_{take}", {umlauts, 5, "", 0});
-    EXPECT_EQ(name, "x" + umlauts.substr(0, 100) + "_005.mov");
+    const std::string name = clipNameFromPattern("{reel}x{name}_{take}", {umlauts, 5, umlauts, 0});
+    EXPECT_EQ(name, umlauts.substr(0, 50) + "x" + umlauts.substr(0, 100) + "_005.mov");
 }
 
 TEST(HangingMedium, isAskedOnceAndThenNotAgain)

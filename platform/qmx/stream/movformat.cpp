@@ -23,6 +23,16 @@ constexpr quint32 pcmSignedPacked = 0x4 | 0x8;
 constexpr quint32 timecodeDrop = 0x1;
 constexpr quint32 timecodeWraps24 = 0x2;
 
+/// Cut at a character's border: UTF-8 continuation bytes do not begin one.
+QByteArray utf8UpTo(const QString &text, qsizetype bytes)
+{
+    const QByteArray whole = text.toUtf8();
+    if (whole.size() <= bytes) return whole;
+    while (bytes > 0 && (quint8(whole[bytes]) & 0xC0U) == 0x80U)
+        --bytes;
+    return whole.left(bytes);
+}
+
 bool isSd525(const QmxImageDesc &image)
 {
     return image.width() == 720 && (image.height() == 486 || image.height() == 480);
@@ -232,7 +242,7 @@ void MovFormat::writeTimecodeEntry(AtomWriter &atoms) const
     atoms.u32(frameDuration);
     atoms.u8(quint8(timecodeFps));
     atoms.u8(0);
-    QByteArray reel = info.reelName.toUtf8().left(maxReelBytes);
+    const QByteArray reel = utf8UpTo(info.reelName, maxReelBytes);
     if (!reel.isEmpty()) {
         atoms.begin("name");
         atoms.u16(quint16(reel.size()));

@@ -73,7 +73,8 @@ std::optional<Clip> MediumClipSource::look(const std::string &path, Known &known
     const bool isSame = known.size == status.st_size && known.changed == changed;
     // A clip that is not closed may grow without its size changing: its space is reserved ahead.
     if (!isSame || !known.clip || !known.clip->isClosed())
-        known = {status.st_size, changed, scanClip(path, _environment)};
+        known = {status.st_size, changed, S_ISREG(status.st_mode) && status.st_size == 0,
+                 scanClip(path, _environment)};
     return known.clip;
 }
 
@@ -92,7 +93,11 @@ std::optional<std::vector<Clip>> MediumClipSource::clips(const std::string &fold
         Known &known = seen[path];
         if (const auto before = _known.find(path); before != _known.end()) known = before->second;
         const std::optional<Clip> clip = look(path, known);
-        if (!clip) continue;
+        if (!clip) {
+            // A take begins with an empty file. Its writer may be about to lock it: no look at that.
+            complete = complete && !known.isEmpty;
+            continue;
+        }
         if (clip->isClosed() || !isBeingRecorded(path, *_environment.files))
             found.push_back(*clip);
         else

@@ -40,6 +40,7 @@ private:
     {
         qint64 size = 0;
         qint64 changed = 0; ///< nanoseconds since 1970
+        bool isEmpty = false;
         std::optional<Clip> clip;
     };
     std::optional<Clip> look(const std::string &path, Known &known) const;

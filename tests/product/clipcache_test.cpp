@@ -163,6 +163,9 @@ TEST(ClipCache, givesAFoldersClipsOnlyWhileTheFolderIsTheSame)
     EXPECT_EQ(source.clips(folder)->size(), 0U);
     listing = takeClipListing(folder, medium);
     EXPECT_FALSE(listing->settled) << "a second change in the same tick could not be told";
+    writeAll("/media/A/take.mov", "");
+    age();
+    EXPECT_FALSE(takeClipListing(folder, medium)->settled) << "a take on a slow medium begins like that";
     EXPECT_EQ(clipsOfPlayList({Clip("a.mov", "", 1), Clip("b.mov", "", 2)}, "b.mov\ngone\nb.mov\na.mov\n"),
               (std::vector<Clip>{Clip("b.mov", "", 2), Clip("b.mov", "", 2), Clip("a.mov", "", 1)}));
 }

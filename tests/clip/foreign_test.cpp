@@ -263,6 +263,15 @@ TEST(ForeignClip, AFailingMediumIsToldAndForgiven)
         EXPECT_TRUE(error.toString().contains("a.mkv"));
         files->clear();
     }
+    // Of one without a length the first picture that is whole is looked for while it is opened.
+    const QString live = dir.file("live.mkv");
+    ASSERT_TRUE(make(live, {"-an", "-vf", "noise=alls=100,scale=640:360", "-c:v", "mjpeg", "-q:v", "2",
+                            "-bsf:v", "noise=amount='if(lt(n,60),1,0)'", "-live", "1"}));
+    for (int nth = 5; nth <= 100; nth += 5) {
+        files->failNth(FaultyFiles::Pread, nth, EIO, true);
+        EXPECT_EQ(QmxClipReader(environment).open(live).value(), EIO) << nth;
+        files->clear();
+    }
     QmxClipReader reader(environment);
     ASSERT_FALSE(reader.open(path).isError());
     QmxFrame got;

@@ -68,6 +68,8 @@ QmxError QmxForeignPictures::describe(const QString &path)
     _count = frames < double(std::numeric_limits<int>::max()) ? qint64(frames) : 0;
     // A file without a length is a single picture, or damaged.
     if (_count == 0) _count = _file.next() ? 1 : 0;
+    if (const int reason = _file.takeError(); reason != 0 && _count == 0)
+        return {reason, QStringLiteral("Cannot read clip %1: %2").arg(path, QmxError(reason).toString())};
     if (_count == 0) return {ENODATA, QStringLiteral("Clip %1 has no frames").arg(path)};
     _file.rewind();
     const qint64 bytes = qint64(_desc.width()) * _desc.height() * 8 / 3;

@@ -47,5 +47,6 @@ void StreamHandOver::fail()
 {
     _failed = true;
     _dropped += qint64(_waiting.size());
+    QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture, qint64(_waiting.size()));
     _waiting.clear();
 }

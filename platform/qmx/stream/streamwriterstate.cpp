@@ -82,6 +82,7 @@ StreamWriter::State::Step StreamWriter::State::nextStep(QmxFrame &frame)
     }
     if (failed) {
         dropped += qint64(queue.size());
+        QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture, qint64(queue.size()));
         queue.clear();
         queuedBytes = 0;
         unflushed = 0;
@@ -157,6 +158,7 @@ void StreamWriter::State::writeFrame(const QmxFrame &frame)
         writing = 0;
     }
     if (error.isError()) {
+        QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture);
         if (writer->failed()) {
             fail(error);
         } else {

@@ -57,12 +57,18 @@ Finding access(Recorder &)
             "add it to the group xp: adduser NAME xp; then log in anew"};
 }
 
+QString runningAs(int pid)
+{
+    return pid == QmxLockFile::unknownHolder ? QStringLiteral("running (without its process id in /var/lock)")
+                                             : QStringLiteral("running as process %1").arg(pid);
+}
+
 Finding daemon(Recorder &recorder)
 {
     const int pid = recorder.daemonPid();
     if (pid == 0)
         return {Finding::Wrong, "not running", "start it: systemctl start xpd (in a checkout: ./xp run)"};
-    const QString running = QStringLiteral("running as process %1").arg(pid);
+    const QString running = runningAs(pid);
     if (recorder.daemonStandsStill())
         return {Finding::Wrong, running + ", but it stands still", "systemctl restart xpd"};
     if (recorder.number(eParam_TransportRunning) == 0)
@@ -75,7 +81,7 @@ Finding daemon(Recorder &recorder)
 Finding mediaDaemon(Recorder &)
 {
     const int pid = QmxLockFile(QString::fromLatin1(mediaLock)).whoHasLock();
-    if (pid != 0) return {Finding::Good, QStringLiteral("running as process %1").arg(pid), {}};
+    if (pid != 0) return {Finding::Good, runningAs(pid), {}};
     return {Finding::Hint, "not running: nobody chooses media, nothing rolls over",
             "start it: systemctl start xpmediad"};
 }

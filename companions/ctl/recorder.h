@@ -36,7 +36,7 @@ public:
     QString storeProblem() const;
     bool hasStore() const { return _config != nullptr; } ///< its address makes sense
     bool daemonIsRunning() const { return daemonPid() != 0; }
-    int daemonPid() const; ///< 0: it is not running
+    int daemonPid() const; ///< 0: it is not running; see QmxLockFile
     /// The daemon is there, but its video clock has stood still for a second: nothing given to it is done
     /// now.
     bool daemonStandsStill() const;

@@ -42,7 +42,7 @@ bool QmxLockFile::lock()
     }
     const QByteArray pid = QByteArray::number(getpid()) + '\n';
     if (ftruncate(fd, 0) != 0 || pwrite(fd, pid.constData(), size_t(pid.size()), 0) != pid.size()) {
-        // The kernel lock counts; without room for the pid others cannot be told who holds it.
+        // The kernel lock counts; without room for the pid others only see that somebody holds it.
     }
     _fd = fd;
     return true;
@@ -58,6 +58,8 @@ int QmxLockFile::whoHasLock() const
     if (fcntl(fd, F_OFD_GETLK, &query) == 0 && query.l_type != F_UNLCK) {
         char text[16] = {};
         if (pread(fd, text, sizeof(text) - 1, 0) > 0) holder = QByteArray(text).trimmed().toInt();
+        // The kernel's word is that somebody has it: the folder may be full, or the pid not written yet.
+        if (holder <= 0) holder = unknownHolder;
     }
     ::close(fd);
     return holder;

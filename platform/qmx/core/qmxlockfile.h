@@ -17,8 +17,10 @@ public:
     /// Takes the lock without waiting; true when this object has it (already).
     bool lock();
     QString filename() const { return _path; }
-    /// Process id of the holder; 0 when nobody has it or the file cannot be read. Takes nothing itself.
+    /// Process id of the holder, `unknownHolder` when it could not write that down; 0 when nobody has the
+    /// lock or the file cannot be read. Takes nothing itself.
     int whoHasLock() const;
+    static constexpr int unknownHolder = -1;
 
 private:
     QString _path;

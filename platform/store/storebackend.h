@@ -6,12 +6,17 @@
 #include "platform/store/storevalue.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
+
+/// Until when something of the store is waited for: other processes hold it up, so it is their time that
+/// counts.
+using StoreDeadline = std::chrono::steady_clock::time_point;
 
 /// A committed value and its place in the store's order of writes.
 struct StoredValue

@@ -20,12 +20,18 @@ void StoreCare::start()
     thread.detach(); // stop() waits for its end, with a limit
 }
 
-void StoreCare::stop(int milliseconds)
+void StoreCare::askToStop()
 {
-    std::unique_lock lock(_mutex);
+    const std::lock_guard lock(_mutex);
     _stopping = true;
     _changed.notify_all();
-    _changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return _ended; });
+}
+
+void StoreCare::stop(StoreDeadline until)
+{
+    askToStop();
+    std::unique_lock lock(_mutex);
+    _changed.wait_until(lock, until, [this] { return _ended; });
 }
 
 void StoreCare::run()

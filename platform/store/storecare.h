@@ -15,8 +15,10 @@ class StoreCare : public std::enable_shared_from_this<StoreCare>
 public:
     explicit StoreCare(std::unique_ptr<StoreBackend> backend);
     void start();
-    /// Ends the thread and waits for that at most `milliseconds`.
-    void stop(int milliseconds);
+    /// Ends the thread, which need not be waited for.
+    void askToStop();
+    /// Ends the thread and waits for that.
+    void stop(StoreDeadline until);
 
 private:
     void run();

@@ -15,8 +15,8 @@ namespace {
 constexpr const char *module = "storeclient";
 constexpr int longestShown = 100;           // of an address that makes no sense
 constexpr int firstReadMilliseconds = 2000; // how long the start waits for the store
-constexpr int lastWritesMilliseconds = 2000;
-constexpr int threadEndMilliseconds = 2000;
+/// How long the end of a client waits in all: for the last writes to be committed and its threads to end.
+constexpr std::chrono::milliseconds endWait{2000};
 
 /// All clients of this process.
 class StoreClients
@@ -113,13 +113,16 @@ StoreClient::StoreClient(const StoreBackendRow &row, const std::string &uri, con
 
 StoreClient::~StoreClient()
 {
+    const StoreDeadline until = _endBy.value_or(std::chrono::steady_clock::now() + endWait);
     if (_reader) _reader->stopDelivering();
-    if (_writer) _writer->stop(lastWritesMilliseconds);
+    if (_reader) _reader->askToStop();
+    if (_care) _care->askToStop();
+    if (_writer) _writer->stop(until);
     *_interrupted = true;
     // Of programs that only come and go nobody else may look after the store.
     if (_wroteDirectly && !_care) _direct->care();
-    if (_care) _care->stop(threadEndMilliseconds);
-    if (_reader) _reader->stop(threadEndMilliseconds);
+    if (_care) _care->stop(until);
+    if (_reader) _reader->stop(until);
 }
 
 void StoreClient::startReader(bool thorough)
@@ -213,12 +216,14 @@ void StoreClient::addListener(const void *owner, ConfigEventListener *listener)
 void StoreClient::leave(const void *owner)
 {
     std::shared_ptr<StoreReader> reader;
+    const StoreDeadline until = std::chrono::steady_clock::now() + endWait;
     {
         const std::lock_guard lock(_mutex);
         reader = _reader;
+        _endBy = until;
     }
     if (reader) reader->removeListeners(owner);
-    if (_writer && !_writer->waitUntilEmpty(lastWritesMilliseconds)) _writer->giveUp();
+    if (_writer && !_writer->waitUntilEmpty(until)) _writer->giveUp();
 }
 
 void StoreClient::stopDelivering()

@@ -56,6 +56,7 @@ private:
     std::mutex _mutex;                     ///< of the fields below
     std::unique_ptr<StoreBackend> _direct; ///< for calls that wait
     bool _wroteDirectly = false;
+    std::optional<StoreDeadline> _endBy; ///< when the last object has left: the end waits no longer
     std::shared_ptr<StoreWriter> _writer;
     std::shared_ptr<StoreReader> _reader;
     std::shared_ptr<StoreCare> _care;

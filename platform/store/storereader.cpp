@@ -95,12 +95,18 @@ void StoreReader::stopDelivering()
     _gate->leave(this);
 }
 
-void StoreReader::stop(int milliseconds)
+void StoreReader::askToStop()
 {
-    std::unique_lock lock(_mutex);
+    const std::lock_guard lock(_mutex);
     _stopping = true;
     wake();
-    _changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return _ended; });
+}
+
+void StoreReader::stop(StoreDeadline until)
+{
+    askToStop();
+    std::unique_lock lock(_mutex);
+    _changed.wait_until(lock, until, [this] { return _ended; });
 }
 
 bool StoreReader::isStopping() const

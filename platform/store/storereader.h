@@ -37,8 +37,10 @@ public:
     void removeListeners(const void *owner);
     /// No listener is called any more; returns when no call is in progress.
     void stopDelivering();
-    /// Ends the thread and waits for that at most `milliseconds`.
-    void stop(int milliseconds);
+    /// Ends the thread, which need not be waited for.
+    void askToStop();
+    /// Ends the thread and waits for that.
+    void stop(StoreDeadline until);
 
 private:
     struct Listener

@@ -52,12 +52,10 @@ int StoreWriter::pending() const
     return static_cast<int>(_queue.size());
 }
 
-bool StoreWriter::waitUntilEmpty(int milliseconds)
+bool StoreWriter::waitUntilEmpty(StoreDeadline until)
 {
     std::unique_lock lock(_mutex);
-    return _changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] {
-        return _queue.empty() || _ended;
-    }) && _queue.empty();
+    return _changed.wait_until(lock, until, [this] { return _queue.empty() || _ended; }) && _queue.empty();
 }
 
 void StoreWriter::giveUp()
@@ -75,7 +73,7 @@ void StoreWriter::giveUp()
     _changed.notify_all();
 }
 
-void StoreWriter::stop(int milliseconds)
+void StoreWriter::stop(StoreDeadline until)
 {
     {
         std::unique_lock lock(_mutex);
@@ -83,8 +81,7 @@ void StoreWriter::stop(int milliseconds)
         // Nothing to save: what the thread still waits for is not waited for.
         if (_queue.empty()) *_context.interrupted = true;
         _changed.notify_all();
-        if (_changed.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return _ended; }))
-            return;
+        if (_changed.wait_until(lock, until, [this] { return _ended; })) return;
     }
     *_context.interrupted = true;
     giveUp();

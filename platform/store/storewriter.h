@@ -28,12 +28,12 @@ public:
     /// False when the queue is full.
     bool queue(const StoreWrite &write);
     int pending() const;
-    /// Waits until the queue is empty; false after `milliseconds`.
-    bool waitUntilEmpty(int milliseconds);
+    /// Waits until the queue is empty; false: it is not.
+    bool waitUntilEmpty(StoreDeadline until);
     /// Forgets what is queued; it is lost, and logged.
     void giveUp();
-    /// Ends the thread and waits for that at most `milliseconds`, then gives up what is still queued.
-    void stop(int milliseconds);
+    /// Ends the thread and waits for that, then gives up what is still queued.
+    void stop(StoreDeadline until);
 
 private:
     struct Item

@@ -50,6 +50,11 @@ TEST_F(PlayTest, cueAndStep_showTheFrameAskedFor)
     vtr().step(-3);
     ASSERT_TRUE(runUntilFrame(18));
     EXPECT_TRUE(logged().contains("Step -3 from 21"));
+    for (const int huge : {std::numeric_limits<int>::max(), std::numeric_limits<int>::min()}) {
+        vtr().step(huge);
+        vtr().step(huge);
+        ASSERT_TRUE(runUntilFrame(huge > 0 ? 39 : 0));
+    }
 
     vtr().cueToTimecode(QmxTimecode(10, 0, 0, 7, 0, 0));
     EXPECT_TRUE(logged().contains("Cue to 10:00:00:07 (7)"));

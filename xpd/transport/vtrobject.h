@@ -263,6 +263,7 @@ private:
     bool applySetting(const NumberSetting &setting, int value);
 
     void jamTCG();
+    static int saturatedSum(int a, int b);
     void checkRefInputAlarm();
     void openBenchmarkFile();
 

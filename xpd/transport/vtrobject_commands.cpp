@@ -8,6 +8,9 @@
 
 #include <QFile>
 
+#include <algorithm>
+#include <limits>
+
 using namespace VtrLog;
 
 namespace {
@@ -128,6 +131,13 @@ void VtrObject::cueToTimecode(const QmxTimecode &tc)
     cue(number);
 }
 
+/// A step may be of any size, and several add up.
+int VtrObject::saturatedSum(int a, int b)
+{
+    using Limits = std::numeric_limits<int>;
+    return int(std::clamp<qint64>(qint64(a) + b, Limits::min(), Limits::max()));
+}
+
 void VtrObject::step(int ct)
 {
     if (!allowModeChange(VtrMode::Play)) return;
@@ -137,11 +147,11 @@ void VtrObject::step(int ct)
     }
     // Not setSpeed(): the cache keeps a direction of its own, set below.
     _state.setSpeed(stillSpeed);
-    _stepCount += ct;
+    _stepCount = saturatedSum(_stepCount, ct);
     const int from = currentFrameNumber();
     qmxLogOutput(Info, source, __LINE__, "Step %d from %d\n", ct, from);
     _cache->setSpeed(ct < 0 ? -normalSpeed : normalSpeed);
-    _cache->seek(from + ct);
+    _cache->seek(saturatedSum(from, ct));
     videoDeviceFlush();
 }
 

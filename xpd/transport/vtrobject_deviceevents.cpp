@@ -102,7 +102,7 @@ void VtrObject::videoDeviceFlushed(const QmxMetadataHash &meta)
             position = _cueFrame;
             _cueFrame = -1;
         }
-        position += _stepCount;
+        position = saturatedSum(position, _stepCount);
         _stepCount = 0;
         _cache->seek(position);
     }

@@ -292,6 +292,20 @@ TEST(ForeignClip, AFailingMediumIsToldAndForgiven)
 TEST(ForeignClip, SaysWhatIsNoClip)
 {
     TestDir dir;
+    // Millions of frames in a few bytes, in the description or in a fragment: nobody makes room for them.
+    const QString source = dir.file("source.mp4");
+    ASSERT_TRUE(make(source, {"-an", "-c:v", "libx264", "-movflags", "frag_keyframe+empty_moov"}));
+    for (const auto &[atom, numbers] : {std::pair("stsz", QByteArray::fromHex("000000010400000000000000")),
+                                        std::pair("trun", QByteArray::fromHex("0400000000000000"))}) {
+        QByteArray bytes = readAll(source);
+        const qsizetype at = bytes.lastIndexOf(atom) + 4;
+        ASSERT_GT(at, 4);
+        writeAll(dir.file("claims.mp4"),
+                 bytes.replace(at + 1, 3, QByteArray(3, 0)).replace(at + 4, numbers.size(), numbers));
+        QmxClipInfo info;
+        EXPECT_EQ(QmxClipReader::probe(dir.file("claims.mp4"), info).value(), EILSEQ);
+        EXPECT_EQ(QmxClipReader().open(dir.file("claims.mp4")).value(), EILSEQ);
+    }
     writeAll(dir.file("notes.mov"), "This is a text and not a clip.\n");
     writeAll(dir.file("empty.mov"), "");
     // Pictures without a container: noise looks like them now and then.

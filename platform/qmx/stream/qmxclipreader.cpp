@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/qmxclipreader.h"
 
+#include "platform/qmx/stream/movclaims.h"
 #include "platform/qmx/stream/movcrc.h"
 #include "platform/qmx/stream/qmxclipindex.h"
 #include "platform/qmx/stream/qmxforeignclip.h"
@@ -57,8 +58,10 @@ struct QmxClipReader::Private
 
 QmxError QmxClipReader::Private::openForeign(const QString &name)
 {
+    QmxError error = movCheckClaims(input);
+    if (error.isError()) return error;
     foreign = std::make_unique<QmxForeignClip>(environment);
-    QmxError error = foreign->open(name);
+    error = foreign->open(name);
     if (error.isError()) foreign.reset();
     return error;
 }
@@ -171,7 +174,8 @@ QmxError QmxClipReader::probe(const QString &path, QmxClipInfo &info, const QmxE
     if (!error.isError()) error = index.load(input, false);
     if (error.value() == ENOTSUP) {
         QmxForeignClip foreign(environment);
-        error = foreign.open(path);
+        error = movCheckClaims(input);
+        if (!error.isError()) error = foreign.open(path);
         info = foreign.info();
     } else {
         info = index.info;

@@ -153,11 +153,3 @@ TEST(Log, AHangingDiskHoldsNobodyUpAndLossesAreCounted)
     const QByteArrayList got = lines(dir.file("log"));
     EXPECT_TRUE(got.join('\n').contains(QByteArray::number(dropped) + " records were lost"));
 }
-
-TEST(Log, TheTapSeesEveryRecordUnfolded)
-{
-    allowLog("test");
-    for (int i = 0; i < 50; ++i)
-        logged(2, "same");
-    EXPECT_EQ(LogCollector::texts("test").count("same"), 50);
-}

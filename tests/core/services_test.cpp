@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Counters, alarms, lock file, options, record table, playhead, operations, profile.
+// Counters, alarms, lock file, options, record table, operations, profile.
 #include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxcounters.h"
@@ -8,7 +8,6 @@
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxoperations.h"
-#include "platform/qmx/core/qmxplayhead.h"
 #include "platform/qmx/core/qmxprofileclock.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 #include "tests/support/print.h"
@@ -240,29 +239,6 @@ TEST(RecordTable, RemembersWhatWasWrittenNotWhatWasCaptured)
     table->frameWritten("/m/c.mov", tc(104), false);
     table->streamOpenFailed("/m/d.mov");
     EXPECT_EQ(table->memory().last, tc(104));
-}
-
-TEST(Playhead, HoldsAnswersUntilTheLatestOpenHasEnded)
-{
-    QmxPlayhead *const playhead = QmxPlayhead::instance();
-    QStringList ran;
-    playhead->whenOpened([&] { ran.append("at once"); });
-    const quint64 first = playhead->openBegins();
-    playhead->whenOpened([&] { ran.append("held"); });
-    const quint64 second = playhead->openBegins();
-    EXPECT_NE(first, second);
-    playhead->openEnds(first); // abandoned
-    EXPECT_EQ(ran, QStringList{"at once"});
-    EXPECT_TRUE(playhead->isOpening());
-    playhead->whenOpened([&] {
-        ran.append("second");
-        playhead->whenOpened([&] { ran.append("nested"); });
-    });
-    playhead->openFails(second);
-    EXPECT_EQ(ran, (QStringList{"at once", "held", "second", "nested"}));
-    EXPECT_EQ(playhead->origin(), second);
-    playhead->openEnds(second); // again: nothing
-    EXPECT_EQ(ran.size(), 4);
 }
 
 TEST(Profile, TheClockIsReadFromTheDeviceSection)

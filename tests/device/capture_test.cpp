@@ -2,7 +2,6 @@
 // Capture: standby, takes, losses, timecode, set-ups in a take.
 #include "platform/qmx/core/qmxoperations.h"
 #include "platform/qmx/core/qmxrecordfailures.h"
-#include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/qmx/device/deviceevents.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
@@ -110,41 +109,19 @@ TEST_F(Capture, timeOfDayIsThatOfTheNewestFrame)
     expectCounting(frames);
 }
 
-TEST_F(Capture, takesContinueTheTimecode)
-{
-    readAtEveryTick();
-    QmxRecordTable *table = QmxRecordTable::instance();
-    QmxTimecode value(10, 0, 0, 0, 25, 0); // as the daemon keeps it
-    QmxTimecode next = value;
-    for (const int length : {8, 1, 1, 5}) {
-        frames.clear();
-        bench.setRecord(true);
-        jam(value);
-        Stepper::runUntil([&] { return frames.size() >= length; });
-        // Handed out, and written but for what came after the end of the take.
-        table->streamOpening(QStringLiteral("take"));
-        for (int i = 0; i < length; ++i) {
-            EXPECT_EQ(timecodeOf(frames.at(i)), next) << length << " " << i;
-            next = timecodeOf(frames.at(i)).advanced(1);
-            table->frameWritten(QStringLiteral("take"), timecodeOf(frames.at(i)), i == 0);
-            if (i > 0) value = timecodeOf(frames.at(i));
-        }
-        Stepper::runTicks(2);
-        bench.setRecord(false);
-        table->streamClosed(QStringLiteral("take"));
-        jam(value);
-        bench.setup(DeviceBench::captureSetup()); // and the jam after its completion
-        jam(value);
-        Stepper::runTicks(7);
-    }
-}
-
 TEST_F(Capture, losesAFrameOnlyWhenTheQueueIsFullAndSaysSo)
 {
+    // Standby keeps the newest frames, and its losses are none of the take.
+    Stepper::runTicks(50);
     bench.setRecord(true);
+    Stepper::deliver();
+    bench.takeSignals();
+    const QList<int> numbers = bench.readNumbers();
+    ASSERT_EQ(numbers.size(), 40);
+    EXPECT_EQ(numbers.last(), int(bench.edges->shown.last().tick.index));
     Stepper::runTicks(42);
     EXPECT_EQ(bench.device->framesReadable(), 40);
-    EXPECT_EQ(bench.takeSignals(), QStringList({"started", "dropped", "dropped"}));
+    EXPECT_EQ(bench.takeSignals(), QStringList({"dropped", "dropped"}));
     const QList<int> first = bench.readNumbers();
     Stepper::runTicks(1);
     EXPECT_EQ(bench.readNumbers(), QList<int>({first.last() + 3}));
@@ -169,20 +146,6 @@ TEST_F(Capture, losesAFrameOnlyWhenTheQueueIsFullAndSaysSo)
     Stepper::runTicks(3);
     EXPECT_EQ(bench.readNumbers().size(), 2);
     EXPECT_EQ(bench.takeSignals(), QStringList({"dropped"}));
-}
-
-TEST_F(Capture, standbyKeepsTheNewestFrames)
-{
-    Stepper::runTicks(50);
-    EXPECT_EQ(bench.device->framesReadable(), 40);
-    bench.setRecord(true);
-    Stepper::deliver();
-    bench.takeSignals(); // losses of standby are none of the take
-    const QList<int> numbers = bench.readNumbers();
-    ASSERT_EQ(numbers.size(), 40);
-    EXPECT_EQ(numbers.last(), int(bench.edges->shown.last().tick.index));
-    Stepper::runTicks(1);
-    EXPECT_EQ(bench.takeSignals(), QStringList());
 }
 
 TEST_F(Capture, aLossInATakeIsToldByTheFramesAlone)
@@ -257,34 +220,6 @@ TEST_F(Capture, setupsInATakeDoNotTouchTheQueue)
     EXPECT_EQ(frames.last().vids().first().desc(), desc);
 }
 
-TEST_F(Capture, recordOnRunningTimecodeHasTheFramesSinceItBegan)
-{
-    bench.edges->script = [](const QmxTick &tick) {
-        QmxSourceFrame frame = DeviceBench::good(tick);
-        frame.timecode = QmxTimecode(int(std::max<qint64>(tick.index, 40)), 25, false);
-        frame.metadata.insert(QmxId(705), false);
-        return frame;
-    };
-    int observations = 0;
-    QmxTimecode last;
-    bench.onVbi = [&] {
-        const QmxTimecode now = bench.vbis.last().inputTimecode();
-        observations = now.isValid() && last.isValid() && !now.timecodeMatches(last) ? observations + 1 : 0;
-        last = now;
-        if (observations == 6) bench.setRecord(true);
-        frames += bench.readAll();
-    };
-    Stepper::runTicks(60);
-    const auto first = std::find_if(frames.begin(), frames.end(),
-                                    [](const QmxFrame &frame) { return DeviceBench::numberOf(frame) > 0; });
-    ASSERT_NE(first, frames.end());
-    EXPECT_EQ(DeviceBench::numberOf(*first), 41);
-    for (auto frame = first; frame != frames.end(); ++frame) {
-        EXPECT_EQ(DeviceBench::numberOf(*frame), 41 + int(frame - first));
-        EXPECT_TRUE(frame - first >= 6 || !std::as_const(*frame).meta().contains(QmxId(705)));
-    }
-}
-
 TEST_F(Capture, framesInTheCoderBecomeReadableAsTheyAreWhenTheTakeEnds)
 {
     Stepper::runTicks(2);
@@ -304,17 +239,8 @@ TEST_F(Capture, aFailedMediumEndsTheTake)
     EXPECT_EQ(bench.takeSignals(), QStringList({"read failed"}));
 }
 
-TEST_F(Capture, vbiComesAFieldAndBackpressureIsBounded)
+TEST(DeviceEvents, ofALoopThatStandsStillAtMostTenSecondsWait)
 {
-    QmxVideoDeviceSetup setup = DeviceBench::captureSetup();
-    setup.setImageDesc(DeviceBench::format(25, 1));
-    bench.setup(setup);
-    bench.vbis.clear();
-    bench.takeShown();
-    Stepper::runTicks(10);
-    EXPECT_EQ(bench.vbis.size(), 20);
-    EXPECT_EQ(bench.takeShown().size(), 10);
-    // Of a loop that stands still at most ten seconds wait.
     DeviceEvents events([] {});
     events.setVbiBound(500);
     for (int i = 0; i < 800; ++i)

@@ -163,19 +163,10 @@ TEST(TimecodeGenerator, countsInDropFrameAndAtAnotherRate)
 TEST(RunningTimecode, knowsTheFirstFrameOfARun)
 {
     RunningTimecode running;
-    const char *const values[] = {"",
-                                  "01:00:00:00",
-                                  "01:00:00:00",
-                                  "01:00:00:00",
-                                  "01:00:00:01",
-                                  "01:00:00:02",
-                                  "01:00:00:02",
-                                  "01:00:00:03",
-                                  "01:00:00:03",
-                                  "01:00:00:03"};
+    const int values[] = {-1, 0, 0, 0, 1, 2, 2, 3, 3, 3}; // -1: none
     const int since[] = {-1, -1, -1, -1, 4, 4, 4, 4, 4, -1};
     for (int i = 0; i < 10; ++i) {
-        running.step(i, tc(values[i]));
+        running.step(i, values[i] < 0 ? QmxTimecode() : QmxTimecode(values[i], 25, false));
         EXPECT_EQ(running.runningSince().value_or(-1), since[i]) << i;
     }
 }

@@ -117,7 +117,4 @@ TEST(PictureWork, tablesAndTextLeaveTheOriginal)
             bright += text.row(0, y)[x] == 940;
     EXPECT_GT(bright, 500);
     EXPECT_EQ(grey.row(0, 640)[600], 502);
-    const QmxPicture wide = PictureWork::inFormat(grey, QmxPicture::Format::Yuv444P10);
-    EXPECT_EQ(wide.row(1, 0)[1279], 512);
-    EXPECT_FALSE(PictureWork::inFormat(grey, QmxPicture::Format::Rgb444P10).isValid());
 }

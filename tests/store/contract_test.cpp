@@ -278,29 +278,15 @@ TEST_P(StoreContract, killedWriterLosesNothingAcknowledged)
     }
 }
 
-TEST_P(StoreContract, stoppedAndDeadListenersHoldNobodyUp)
-{
-    const auto config = openStore(uri);
-    Worker stopped({"listen", quri()});
-    auto dead = std::make_unique<Worker>(QStringList{"listen", quri()});
-    ASSERT_TRUE(stopped.waitForLines(1) && dead->waitForLines(1));
-    ::kill(static_cast<pid_t>(stopped.pid()), SIGSTOP);
-    dead.reset();
-    for (unsigned i = 1; i <= 600; ++i)
-        ASSERT_TRUE(config->setUInt(eParam_GoToClipIndex, i)) << config->lastError();
-    ::kill(static_cast<pid_t>(stopped.pid()), SIGCONT);
-    // Nothing is lost for the one that was only stopped.
-    EXPECT_TRUE(stopped.waitForLines(602));
-    EXPECT_EQ(stopped.lines().back(), QString::number(unsigned(eParam_GoToClipIndex)) + " 600");
-}
-
-TEST_P(StoreContract, whoIsFarBehindCatchesUpOrIsToldToReload)
+TEST_P(StoreContract, whoIsStoppedHoldsNobodyUpAndCatchesUpOrIsToldToReload)
 {
     constexpr unsigned count = 100'500;
     const auto config = openStore(uri, "", true);
     Worker stopped({"listen", quri()});
-    ASSERT_TRUE(stopped.waitForLines(2)); // with what is told at first
+    auto dead = std::make_unique<Worker>(QStringList{"listen", quri()});
+    ASSERT_TRUE(stopped.waitForLines(2) && dead->waitForLines(1)); // with what is told at first
     ::kill(static_cast<pid_t>(stopped.pid()), SIGSTOP);
+    dead.reset();
     for (unsigned i = 1; i <= count; ++i)
         if (!config->setUInt(eParam_CameraDataMode, i)) {
             ASSERT_TRUE(Stepper::waitFor([&] { return config->pendingWrites() < 1000; }, 60000));

@@ -67,24 +67,8 @@ TEST_F(Descriptors, areWhatTheDocumentationSays)
         << "make it anew: xpctl params --markdown >docs/parameters.md";
 }
 
-TEST_F(Descriptors, keepDefaultsWhereNothingWouldBeWrong)
+TEST_F(Descriptors, tellEqualWritesOfCommandsAndNoticesOnly)
 {
-    struct Row
-    {
-        eParam_t id;
-        StoreValue value;
-    };
-    const Row rows[] = {{eParam_RecordOnRunningTimecode, StoreValue::fromUnsigned(1)},
-                        {eParam_OutputFrameMode, StoreValue::fromUnsigned(1)},
-                        {eParam_TransportStatus, StoreValue::fromUnsigned(20)},
-                        {eParam_MediaFormat, StoreValue::fromUnsigned(1)},
-                        {eParam_VideoOutputType, StoreValue::fromUnsigned(5)},
-                        {eParam_IntervalRecordFrames, StoreValue::fromUnsigned(1)},
-                        {eParam_SignalGeneratorFormat, StoreValue::fromUnsigned(11)},
-                        {eParam_CurrentClip, StoreValue::fromString("N/A")},
-                        {eParam_ReelNumber, StoreValue::fromString("001")}};
-    for (const Row &row : rows)
-        EXPECT_EQ(GetDescriptor(row.id)->defaultValue(), row.value) << GetDescriptor(row.id)->name();
     std::set<unsigned> events;
     for (const ParamDescriptor *row : AllDescriptors())
         if (row->everyWriteIsEvent()) events.insert(row->id());

@@ -12,8 +12,7 @@
 TEST(Alarms, aMachineThatStandsStillIsToldWithTimeAndAdvice)
 {
     Sandbox sandbox({"--no-mediad"});
-    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n");
-    const ProgramResult result = runMedia(sandbox, R"sh(
+    const ProgramResult result = sandbox.run(R"sh(
         daemon=$(cat /run/xp/xpd.pid)
         stands_still() {
             kill -STOP $daemon; read -rt 0.5 <> <(:) || true; kill -CONT $daemon

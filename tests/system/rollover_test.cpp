@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-constexpr auto generator576 = "[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n";
 
 /// A take on A that will roll over to B; from here on the media daemon leaves the paths alone.
 constexpr auto begin = R"sh(
@@ -62,8 +61,8 @@ TEST_P(RolloverRates, threeMediaHoldOneTakeWithoutAHole)
     Sandbox sandbox({"--media-size", "400M"});
     sandbox.setProfile(QByteArray("[inputs]\n601=generator:?") + format + "\n");
     const ProgramResult result =
-        runMedia(sandbox, QString(den == 1001 ? "xpctl set timecode_drop_frame drop\n" : "") +
-                              "xpctl set timecode_preset_hour 10; plug C" + begin + goesOn + R"sh(
+        sandbox.run(QString(den == 1001 ? "xpctl set timecode_drop_frame drop\n" : "") +
+                    "xpctl set timecode_preset_hour 10; plug C" + begin + goesOn + R"sh(
         await 'is rollover_media_path /media/C'
         fill 11 /media/B
         await 'is active_media_path /media/C && is current_clip take_001_R3.mov'
@@ -123,19 +122,17 @@ TEST_P(RolloverFaults, theNextMedium)
 {
     const Fault &fault = GetParam();
     Sandbox sandbox({"--media-size", "400M"});
-    sandbox.setProfile(generator576);
-    const ProgramResult result =
-        runMedia(sandbox, QString(fault.prepare) + begin + fault.strike +
-                              (fault.clips == 2 ? QString(goesOn) + end
-                                                : QString(R"sh(
+    const ProgramResult result = sandbox.run(QString(fault.prepare) + begin + fault.strike +
+                                             (fault.clips == 2 ? QString(goesOn) + end
+                                                               : QString(R"sh(
         await 'is transport_status stopped && ! is storage_state in_use'
         await 'xpctl alarms | grep -q "%1"'
         say alarms; xpctl alarms
         say clip; ls /media/A
         cp /media/A/*.mov $OUT
-        [ -z "%2" ] || { await 'is active_media_path /media/%2'; rm -f /media/%2/filler-*; xpctl record --for 0.5; xpctl alarms; }
+        [ -z "%2" ] || { await 'is active_media_path /media/%2'; rm -f /media/%2/filler-*; xpctl record; await '! xpctl alarms | grep -q media_full'; xpctl stop; }
     )sh")
-                                                      .arg(fault.alarm, fault.next)));
+                                                                     .arg(fault.alarm, fault.next)));
     EXPECT_TRUE(fault.clips == 2 ? nothingLost(said(result.out, "alarms"))
                                  : said(result.out, "alarms").contains(fault.alarm))
         << result.out.toStdString();
@@ -162,34 +159,9 @@ TEST(Rollover, theMediaDaemonMayDieAtAnyStep)
                                        "await '[ $(recorded) -gt 25 ]'; restart_mediad"}}) {
         SCOPED_TRACE(step.name);
         Sandbox sandbox({"--media-size", "400M"});
-        sandbox.setProfile(generator576);
-        const ProgramResult result =
-            runMedia(sandbox, QString("slow B; plug C") + begin + step.death + "\n" + goesOn +
-                                  "await 'is rollover_media_path /media/C'" + end);
+        const ProgramResult result = sandbox.run(QString("slow B; plug C") + begin + step.death + "\n" +
+                                                 goesOn + "await 'is rollover_media_path /media/C'" + end);
         EXPECT_TRUE(nothingLost(said(result.out, "alarms")));
         EXPECT_EQ(brokenTake(clipsIn(sandbox, 2), 25, 1), QString());
     }
-}
-
-TEST(Rollover, withoutAnotherMediumTheTakeEndsAndSaysSo)
-{
-    Sandbox sandbox({"--media-size", "400M"});
-    sandbox.setProfile(generator576);
-    const ProgramResult result = runMedia(sandbox, R"sh(
-        fill 12 /media/A
-        xpctl record >&2
-        await 'is transport_status stopped'
-        await 'xpctl alarms | grep -q "/media/A is full"'
-        # The full medium makes room for the other one, and the next take clears the alarm.
-        await 'is active_media_path /media/B'
-        say clip; xpctl get current_clip
-        xpctl record >&2
-        await '! xpctl alarms | grep -q media_full'
-        xpctl stop >&2
-        cp /media/A/*.mov $OUT/first.mov
-        say second; ls /media/B
-    )sh");
-    EXPECT_EQ(said(result.out, "clip"), "N/A\n");
-    EXPECT_TRUE(said(result.out, "second").contains(".mov"));
-    EXPECT_EQ(brokenTake({sandbox.out("first.mov")}, 25, 1), QString());
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/metricssocket.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+
 #include <cerrno>
 #include <cstring>
 
@@ -13,7 +15,7 @@
 namespace {
 constexpr int backlog = 16;
 constexpr int lookEvery = 200; // ms, for the end
-constexpr timeval patience = {1, 0};
+constexpr int patience = 1;    // s, with a client that says or takes nothing, or one byte after the other
 constexpr qsizetype longestRequest = 16384;
 
 bool isServed(const sockaddr_un &address)
@@ -25,12 +27,17 @@ bool isServed(const sockaddr_un &address)
     return served;
 }
 
-/// Up to the blank line behind its head, or what came of it.
+/// Up to the blank line behind its head, or what came of it in time.
 void readRequest(int client)
 {
+    QmxClock &clock = *QmxEnvironment::current().clock;
+    const qint64 end = clock.now() + patience * QmxClock::nsPerSecond;
     QByteArray request;
     char buffer[1024];
     while (!request.contains("\r\n\r\n") && !request.contains("\n\n") && request.size() < longestRequest) {
+        pollfd waiting = {client, POLLIN, 0};
+        const qint64 left = (end - clock.now()) / QmxClock::nsPerMillisecond;
+        if (left <= 0 || ::poll(&waiting, 1, int(left)) <= 0) return;
         const ssize_t size = ::read(client, buffer, sizeof buffer);
         if (size <= 0) return;
         request.append(buffer, size);
@@ -92,8 +99,8 @@ void MetricsSocket::serve(const std::function<QByteArray()> &text, const std::fu
         if (::poll(&waiting, 1, lookEvery) <= 0) continue;
         const int client = ::accept4(_fd, nullptr, nullptr, SOCK_CLOEXEC);
         if (client < 0) continue;
-        ::setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        ::setsockopt(client, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+        const timeval within = {patience, 0};
+        ::setsockopt(client, SOL_SOCKET, SO_SNDTIMEO, &within, sizeof within);
         readRequest(client);
         answer(client, text());
         ::close(client);

@@ -59,8 +59,10 @@ int Recorder::daemonPid() const
 
 bool Recorder::daemonStandsStill() const
 {
-    constexpr int tickWithin = 1000;      // ms; the slowest tick takes 42
-    const qint64 tick = counter("ticks"); // 0: no device is open yet
+    constexpr int tickWithin = 1000; // ms; the slowest tick takes 42
+    const QmxCountersReader *counters = openCounters();
+    if (!counters || counters->pid() != daemonPid()) return false; // one that has just begun
+    const qint64 tick = counter("ticks");                          // 0: no device is open yet
     return daemonIsRunning() && tick > 0 && !waitFor([&] { return counter("ticks") != tick; }, tickWithin) &&
            daemonIsRunning() && !interrupted;
 }

@@ -24,6 +24,10 @@ std::optional<ExitCode> nothingToShow(const Recorder &recorder, const Report &re
         return report.error(ExitCode::Refused, "there is nothing to play",
                             "record a take, or choose a clip with: xpctl clip NAME");
     }
+    if (!recorder.isInPlay() && recorder.text(eParam_ActiveMediaPath).isEmpty()) {
+        return report.error(ExitCode::Refused, "there is nothing to play: no medium is active",
+                            "put a medium in, or choose one with: xpctl set active_media_path FOLDER");
+    }
     return {};
 }
 

@@ -127,6 +127,7 @@ TEST(BadInput, mediaThatRefuseEndTheTakeAndSayWhy)
         perl -e 'sysopen(F, "/media/A", 0); $how = pack("I", 2); ioctl(F, 0x8004587d, $how)' # the file system shuts down
         await is transport_status stopped
         say vanished; xpctl alarms; say vanished-open; refused record
+        xpctl set active_media_path ''; say none; refused play
         xpctl set active_media_path /media/B
         say last; xpctl record --for 0.3; xpctl status
     )sh");
@@ -140,6 +141,7 @@ TEST(BadInput, mediaThatRefuseEndTheTakeAndSayWhy)
     expectRefusal(said(result.out, "full-open"), 1, "Media Full");
     EXPECT_TRUE(said(result.out, "vanished").contains("input/output error; check or replace it"));
     expectRefusal(said(result.out, "vanished-open"), 1, "check or replace it");
+    expectRefusal(said(result.out, "none"), 1, "no medium is active");
     EXPECT_TRUE(said(result.out, "last").contains("into /media/B/")) << result.out.toStdString();
     EXPECT_EQ(brokenAt(stripsOf(sandbox.out("take_001.mov"))), QString());
 }

@@ -43,7 +43,9 @@ public:
     {
         const auto settled = [this] { return isOpen() || !newErrors().isEmpty(); };
         const auto again = [this] {
-            if (_recorder.status() == unsigned(TransportStatus::Stopped)) give(_recorder, Command::Record);
+            // (A take that somebody has ended meanwhile is not begun once more.)
+            if (_recorder.status() == unsigned(TransportStatus::Stopped) && !wasOpened())
+                give(_recorder, Command::Record);
         };
         if (!_recorder.waitFor(settled, Wait::repeatFor, again, Wait::repeatEvery) &&
             !Recorder::wasInterrupted()) {
@@ -51,7 +53,8 @@ public:
                 _errors = _recorder.newErrors({}); // the reason may have been there before, word for word
                 _errors.removeIf([](const auto &alarm) { return alarm.id != eParam_AlarmRecordInhibited; });
             }
-            if (_errors.isEmpty()) _recorder.waitFor(settled, Wait::effectWithin);
+            const bool hasEnded = wasOpened() && !isRecording(_recorder);
+            if (_errors.isEmpty() && !hasEnded) _recorder.waitFor(settled, Wait::effectWithin);
         }
         // The command has been given and will be followed after we have gone: see it through, to end the
         // take.
@@ -72,10 +75,11 @@ public:
         if (_errors.isEmpty()) _errors = _recorder.newErrors(_before);
         return _errors;
     }
+    bool wasOpened() const { return _recorder.counter("takes_opened") > _takesBefore; }
     bool interrupted = false; ///< before the clip was open
 
 private:
-    bool isOpen() const { return _recorder.counter("takes_opened") > _takesBefore && isRecording(_recorder); }
+    bool isOpen() const { return wasOpened() && isRecording(_recorder); }
 
     Recorder &_recorder;
     const QList<Recorder::Alarm> _before;
@@ -135,7 +139,9 @@ ExitCode ctlRecord(Recorder &recorder, const Report &report, const Arguments &ar
         }
         if (start.newErrors().isEmpty() && recorder.daemonIsRunning() && isRecording(recorder))
             return giveUpWaiting(recorder, report);
-        return gaveUp(recorder, report, "the take has not begun", start.newErrors());
+        return gaveUp(recorder, report,
+                      start.wasOpened() ? "the take ended as it began" : "the take has not begun",
+                      start.newErrors());
     }
     const QString clip = recorder.clip();
     const QString path = recorder.text(eParam_ActiveMediaPath) + "/" + clip;

@@ -85,6 +85,8 @@ ExitCode ctlSet(Recorder &recorder, const Report &report, const Arguments &argum
     if (!recorder.config().setValue(descriptor->id(), value)) {
         return report.error(ExitCode::NoStore, QString::fromStdString(recorder.config().lastError()));
     }
+    // The transport reads its list when it is told to.
+    if (descriptor->id() == eParam_PlayList) recorder.write(eParam_PlayListChanged, 1U);
     report.result({}, describe(recorder, *descriptor));
     return ExitCode::Done;
 }

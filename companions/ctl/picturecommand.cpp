@@ -5,6 +5,8 @@
 #include "platform/qmx/device/qmxpreview.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -66,6 +68,19 @@ QByteArray asPng(const QmxPreviewPicture &picture)
         return {};
     return {reinterpret_cast<const char *>(packet->data), packet->size};
 }
+/// Empty, or why not. What had this name before is there until the new picture is whole; a device is written
+/// to.
+QString saved(const QByteArray &png, const QString &name)
+{
+    if (png.isEmpty()) return QStringLiteral("it cannot be coded");
+    const bool isFile = QFileInfo(name).isFile() || !QFileInfo::exists(name);
+    QSaveFile file(name);
+    QFile device(name);
+    QFileDevice &target = isFile ? static_cast<QFileDevice &>(file) : device;
+    const bool isWritten =
+        target.open(QIODevice::WriteOnly) && target.write(png) == png.size() && target.flush();
+    return isWritten && (!isFile || file.commit()) ? QString() : target.errorString();
+}
 } // namespace
 
 ExitCode ctlPicture(Recorder &recorder, const Report &report, const Arguments &arguments)
@@ -80,13 +95,10 @@ ExitCode ctlPicture(Recorder &recorder, const Report &report, const Arguments &a
         return report.error(ExitCode::Refused, "there is no picture on the output",
                             "`xpctl status` shows what the recorder does, `xpctl doctor` what it lacks");
     }
-    const QByteArray png = asPng(picture);
-    QFile file(name);
-    if (png.isEmpty() || !file.open(QIODevice::WriteOnly) || file.write(png) != png.size() || !file.flush()) {
-        return report.error(
-            ExitCode::Refused,
-            QStringLiteral("the picture cannot be written to %1: %2").arg(name, file.errorString()),
-            "choose another folder, or free some space");
+    if (const QString problem = saved(asPng(picture), name); !problem.isEmpty()) {
+        return report.error(ExitCode::Refused,
+                            QStringLiteral("the picture cannot be written to %1: %2").arg(name, problem),
+                            "choose another folder, or free some space");
     }
     report.result(QStringLiteral("%1: %2x%3, %4")
                       .arg(name)

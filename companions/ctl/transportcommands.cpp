@@ -28,6 +28,13 @@ std::optional<ExitCode> nothingToShow(const Recorder &recorder, const Report &re
         return report.error(ExitCode::Refused, "there is nothing to play: no medium is active",
                             "put a medium in, or choose one with: xpctl set active_media_path FOLDER");
     }
+    constexpr unsigned playList = 2;
+    if (!recorder.isInPlay() && recorder.number(eParam_PlaybackSource) == playList &&
+        recorder.text(eParam_PlayList).isEmpty()) {
+        return report.error(ExitCode::Refused, "there is nothing to play: the play list is empty",
+                            "fill it with: xpctl list add CLIP, or leave it with: xpctl set playback_source "
+                            "current_clip");
+    }
     return {};
 }
 

@@ -83,6 +83,10 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         run clip take_001.mov; run cue 24; xpctl --json play 2>$OUT/at-end && exit 9
         run list add take_001.mov; run list add take_002.mov 0; run list move 0 1; run list
         for i in $(seq 20); do xpctl list add take_001.mov >&2 & done; wait; [ "$(xpctl list | wc -l)" = 22 ]
+        mkdir /run/xp/small; mount -t tmpfs -o size=4k none /run/xp/small; echo kept >/run/xp/small/p.png
+        xpctl picture /run/xp/small/p.png >&2 && exit 9; grep -q kept /run/xp/small/p.png
+        xpctl stop >&2; xpctl set play_list ''; xpctl set playback_source play_list; xpctl play 2>$OUT/no-list && exit 9
+        xpctl set play_list take_001.mov; xpctl play >&2
         run set playback_source all_clips; run still; run next; run prev; run stop; run list remove 0
         run get play_list; run params take; run alarms; run alarms --history; run status; run watch --once; run watch --once --stats; run metrics
         xpctl set sdi_level_a on
@@ -119,6 +123,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
     }
     const QJsonValue error = QJsonDocument::fromJson(readAll(sandbox.out("error"))).object();
     EXPECT_EQ(wrong(error, schemas()["$defs"].toObject()["error"].toObject(), "error"), QString());
+    EXPECT_TRUE(readAll(sandbox.out("no-list")).contains("the play list is empty"));
     EXPECT_TRUE(readAll(sandbox.out("at-end")).contains("the material ends at frame 24"));
     EXPECT_TRUE(result.out.contains("\"name\":\"take_001.mov\",\"place\":0")) << "moved down, then up again";
     EXPECT_TRUE(result.out.contains("input 602: /dev/no-camera is not there")) << result.out.toStdString();

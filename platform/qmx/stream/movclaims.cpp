@@ -69,7 +69,7 @@ private:
     {
         uchar bytes[4] = {};
         if (at + qint64(sizeof bytes) > end) return {};
-        const QmxError error = _input.readSmall(bytes, sizeof bytes, at);
+        QmxError error = _input.readSmall(bytes, sizeof bytes, at);
         if (error.isError()) return error;
         _samples += qFromBigEndian<quint32>(bytes);
         if (_samples / samplesPerByte > _input.size())

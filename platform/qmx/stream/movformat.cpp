@@ -26,9 +26,9 @@ constexpr quint32 timecodeWraps24 = 0x2;
 /// Cut at a character's border: UTF-8 continuation bytes do not begin one.
 QByteArray utf8UpTo(const QString &text, qsizetype bytes)
 {
-    const QByteArray whole = text.toUtf8();
+    QByteArray whole = text.toUtf8();
     if (whole.size() <= bytes) return whole;
-    while (bytes > 0 && (quint8(whole[bytes]) & 0xC0U) == 0x80U)
+    while (bytes > 0 && (quint8(whole.at(bytes)) & 0xC0U) == 0x80U)
         --bytes;
     return whole.left(bytes);
 }

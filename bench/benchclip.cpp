@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "bench/benchclip.h"
 
-#include "platform/qmx/device/qmxsource.h"
-#include "platform/qmx/stream/qmxclipwriter.h"
+#include "platform/qmx/clip/qmxclipwriter.h"
+#include "platform/qmx/edges/qmxsource.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/qmxclipinfo.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
-#include "platform/qmx/stream/qmxclipinfo.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
 

@@ -3,8 +3,8 @@
 #include "bench/benchclip.h"
 #include "bench/figures.h"
 
-#include "platform/qmx/stream/qmxclipreader.h"
-#include "platform/qmx/stream/qmxclipwriter.h"
+#include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipwriter.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>

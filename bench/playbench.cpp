@@ -2,8 +2,8 @@
 #include "bench/figures.h"
 #include "bench/recorderunderbench.h"
 
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -3,7 +3,7 @@
 
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/device/qmxpreview.h"
+#include "platform/qmx/edges/qmxpreview.h"
 #include "platform/store/config.h"
 
 #include <QList>

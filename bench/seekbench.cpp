@@ -4,9 +4,9 @@
 #include "bench/figures.h"
 #include "bench/mpvpeer.h"
 
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/device/qmxvideodevice.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

@@ -3,8 +3,8 @@
 #include "bench/benchclip.h"
 #include "bench/figures.h"
 
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxcounters.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 
 #include <QCoreApplication>
 #include <QTimer>

@@ -10,17 +10,19 @@ cmake/:
 platform/qmx/core:
 platform/qmx/codec: platform/qmx/core
 platform/qmx/codec/prores: platform/qmx/core
-platform/qmx/stream: platform/qmx/core platform/qmx/codec
-platform/qmx/device: platform/qmx/core platform/qmx/codec
+platform/qmx/clip: platform/qmx/core platform/qmx/codec
+platform/qmx/edges: platform/qmx/core platform/qmx/codec
+platform/qmx/stream: platform/qmx/core platform/qmx/codec platform/qmx/clip
+platform/qmx/device: platform/qmx/core platform/qmx/codec platform/qmx/edges
 platform/store: platform/qmx/core
-platform/product: platform/qmx platform/store
+platform/product: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/store
 xpd/transport: platform
 xpd/config: platform
 xpd/media: platform
 xpd/alarms: platform xpd/config xpd/transport
 xpd/debug: platform xpd/transport
 xpd/app: platform xpd
-companions/: platform
+companions/: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/qmx/edges platform/store platform/product
 tests/: platform xpd companions tests
 bench/: platform xpd companions bench tests/support
 '

@@ -4,8 +4,8 @@
 #include "platform/product/clipfinder.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/device/lumenprofile.h"
-#include "platform/qmx/device/qmxpreview.h"
+#include "platform/qmx/edges/lumenprofile.h"
+#include "platform/qmx/edges/qmxpreview.h"
 #include "platform/store/configfactoryimpl.h"
 
 #include <QDir>

@@ -2,7 +2,7 @@
 // picture: what is on the output, as a file.
 #include "companions/ctl/commands.h"
 
-#include "platform/qmx/device/qmxpreview.h"
+#include "platform/qmx/edges/qmxpreview.h"
 
 #include <QFile>
 #include <QFileInfo>

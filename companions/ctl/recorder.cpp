@@ -2,8 +2,8 @@
 #include "companions/ctl/recorder.h"
 
 #include "platform/product/shmstring.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxlockfile.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/configfactoryimpl.h"
 

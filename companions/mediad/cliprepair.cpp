@@ -3,8 +3,8 @@
 
 #include "companions/mediad/openfile.h"
 #include "platform/product/clipscan.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 
 #include <cerrno>
 #include <filesystem>

@@ -2,7 +2,7 @@
 #include "companions/mediad/mediumlook.h"
 
 #include "platform/product/clipscan.h"
-#include "platform/qmx/stream/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 
 #include <cerrno>
 #include <cmath>

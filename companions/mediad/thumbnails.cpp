@@ -2,9 +2,9 @@
 #include "companions/mediad/thumbnails.h"
 
 #include "platform/product/clipscan.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/codec/qmxlibav.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 
 #include <QFile>
 #include <QSaveFile>

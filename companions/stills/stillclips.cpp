@@ -2,9 +2,9 @@
 #include "companions/stills/stillclips.h"
 
 #include "companions/stills/stillpicture.h"
+#include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
 #include "platform/qmx/core/qmxfiles.h"
-#include "platform/qmx/stream/qmxclipwriter.h"
 
 #include <QDir>
 #include <QFileInfo>

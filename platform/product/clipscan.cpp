@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/product/clipscan.h"
 
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxrecordtable.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 
 #include <algorithm>
 #include <cctype>

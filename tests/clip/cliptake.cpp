@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/clip/cliptake.h"
 
+#include "platform/qmx/clip/movpcm.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
-#include "platform/qmx/stream/movpcm.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/qmx/stream/qmxclipreader.h"
-#include "platform/qmx/stream/qmxclipwriter.h"
+#include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipwriter.h"
 
 #include <functional>
 

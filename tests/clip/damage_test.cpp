@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/stream/movlayout.h"
+#include "platform/qmx/clip/movlayout.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/rounds.h"
 #include "tests/support/testfiles.h"

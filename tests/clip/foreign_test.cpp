@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/testfiles.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/stream/movcrc.h"
+#include "platform/qmx/clip/movcrc.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/testfiles.h"
 

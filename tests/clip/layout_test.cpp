@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/stream/atomcursor.h"
-#include "platform/qmx/stream/movcrc.h"
-#include "platform/qmx/stream/movfragment.h"
-#include "platform/qmx/stream/movlayout.h"
+#include "platform/qmx/clip/atomcursor.h"
+#include "platform/qmx/clip/movcrc.h"
+#include "platform/qmx/clip/movfragment.h"
+#include "platform/qmx/clip/movlayout.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/testfiles.h"
 

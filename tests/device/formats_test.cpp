@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Every raster at every rate that the recorder knows, from the input to the file.
+#include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/core/qmxaudio.h"
-#include "platform/qmx/device/qmxsourceformat.h"
-#include "platform/qmx/device/qmxstrip.h"
-#include "platform/qmx/stream/qmxclipreader.h"
-#include "platform/qmx/stream/qmxclipwriter.h"
+#include "platform/qmx/edges/qmxsourceformat.h"
+#include "platform/qmx/edges/qmxstrip.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"

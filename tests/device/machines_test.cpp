@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The state machines of the device on their own: schedule, detection, timecode, profile.
 #include "platform/qmx/device/inputdetector.h"
-#include "platform/qmx/device/lumenprofile.h"
 #include "platform/qmx/device/playbackqueue.h"
 #include "platform/qmx/device/tickschedule.h"
 #include "platform/qmx/device/timecodegenerator.h"
+#include "platform/qmx/edges/lumenprofile.h"
 
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"

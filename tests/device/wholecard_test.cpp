@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The card with its real edges: generator, ProRes, strip.
 #include "platform/qmx/device/picturework.h"
-#include "platform/qmx/device/qmxsourceformat.h"
-#include "platform/qmx/device/qmxstrip.h"
+#include "platform/qmx/edges/qmxsourceformat.h"
+#include "platform/qmx/edges/qmxstrip.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"

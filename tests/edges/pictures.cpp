@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/edges/pictures.h"
 
-#include "platform/qmx/device/qmxsourceformat.h"
+#include "platform/qmx/edges/qmxsourceformat.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/qmx/device/qmxsource.h"
+#include "platform/qmx/edges/qmxsource.h"
 #include "tests/support/testfiles.h"
 
 #include <QString>

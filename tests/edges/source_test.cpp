@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/device/qmxsink.h"
-#include "platform/qmx/device/qmxsourceformat.h"
-#include "platform/qmx/device/qmxstrip.h"
+#include "platform/qmx/edges/qmxsink.h"
+#include "platform/qmx/edges/qmxsourceformat.h"
+#include "platform/qmx/edges/qmxstrip.h"
 #include "tests/edges/pictures.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/stream/qmxclipreader.h"
-#include "platform/qmx/stream/qmxclipwriter.h"
 
 #include <QDir>
 #include <QFile>

@@ -5,7 +5,7 @@
 // long and prints the seed that XP_SEED takes to walk it again.
 #include "tests/scenarios/recorderrig.h"
 
-#include "platform/qmx/stream/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/stream/qmxstream.h"
 
 #include <QDir>

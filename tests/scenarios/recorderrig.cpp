@@ -3,8 +3,8 @@
 
 #include "companions/stills/stillclips.h"
 #include "platform/product/shmstring.h"
-#include "platform/qmx/device/lumenprofile.h"
-#include "platform/qmx/device/qmxstrip.h"
+#include "platform/qmx/edges/lumenprofile.h"
+#include "platform/qmx/edges/qmxstrip.h"
 #include "platform/store/configfactoryimpl.h"
 #include "tests/config/privatemachine.h"
 #include "tests/support/movedfiles.h"

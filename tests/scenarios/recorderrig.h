@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/qmx/core/qmxcounters.h"
-#include "platform/qmx/device/qmxpreview.h"
+#include "platform/qmx/edges/qmxpreview.h"
 #include "platform/store/config.h"
 #include "tests/scenarios/take.h"
 #include "tests/support/faultyfiles.h"

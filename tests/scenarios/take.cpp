@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/scenarios/take.h"
 
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
-#include "platform/qmx/device/qmxstrip.h"
-#include "platform/qmx/stream/qmxclipreader.h"
+#include "platform/qmx/edges/qmxstrip.h"
 #include "tests/support/print.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/stream/streamrig.h"
 
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxoperations.h"
 #include "platform/qmx/core/qmxrecordtable.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 
 #include <QElapsedTimer>
 #include <QFile>

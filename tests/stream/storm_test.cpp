@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Commands faster than they can be carried out. Under the thread sanitizer this is where races would show.
-#include "platform/qmx/stream/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "tests/stream/streamrig.h"
 
 #include <QDir>

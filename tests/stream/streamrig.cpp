@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/stream/streamrig.h"
 
-#include "platform/qmx/stream/qmxclipwriter.h"
+#include "platform/qmx/clip/qmxclipwriter.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/system/mediarig.h"
 
-#include "platform/qmx/device/qmxstrip.h"
+#include "platform/qmx/edges/qmxstrip.h"
 
 #include <gtest/gtest.h>
 

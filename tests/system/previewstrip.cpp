@@ -2,8 +2,8 @@
 // Prints what the preview output shows, a line a picture: tick, frame number, strip count, timecode.
 //   xp-preview-strip COUNT      that many new pictures, the present one first
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/device/qmxpreview.h"
-#include "platform/qmx/device/qmxstrip.h"
+#include "platform/qmx/edges/qmxpreview.h"
+#include "platform/qmx/edges/qmxstrip.h"
 
 #include <cstdio>
 #include <cstdlib>

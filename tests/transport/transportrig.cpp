@@ -5,7 +5,7 @@
 #include "platform/qmx/core/qmxoperations.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/qmx/device/lumenoptions.h"
-#include "platform/qmx/device/lumenprofile.h"
+#include "platform/qmx/edges/lumenprofile.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/support/movedfiles.h"
 #include "xpd/transport/lossofvideofile.h"

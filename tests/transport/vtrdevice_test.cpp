@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A device that fails, at each step; and an input whose timecode decides.
 #include "companions/stills/stillclips.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
 #include "platform/qmx/device/qmxvideodevice.h"
-#include "platform/qmx/stream/qmxclipreader.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
 #include "xpd/transport/lossofvideofile.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/stream/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "tests/transport/transportrig.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Conditions of inputs and outputs that an operator hears of, on the clock thread.
-#include "platform/qmx/device/devicekeys.h"
+#include "platform/qmx/core/devicekeys.h"
 #include "platform/qmx/device/lumenengine.h"
 
 void LumenEngine::pictureAlarm(const DecodedPicture &shown)

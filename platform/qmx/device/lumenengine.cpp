@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/lumenengine.h"
 
+#include "platform/qmx/core/devicekeys.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/core/qmxplayhead.h"
 #include "platform/qmx/core/qmxrecordtable.h"
-#include "platform/qmx/device/devicekeys.h"
 
 #include <algorithm>
 #include <cerrno>

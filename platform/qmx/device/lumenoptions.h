@@ -2,10 +2,10 @@
 #pragma once
 
 #include "platform/qmx/device/lumenboard.h"
-#include "platform/qmx/device/lumenprofile.h"
 #include "platform/qmx/device/pictureworkers.h"
-#include "platform/qmx/device/qmxsink.h"
-#include "platform/qmx/device/qmxsource.h"
+#include "platform/qmx/edges/lumenprofile.h"
+#include "platform/qmx/edges/qmxsink.h"
+#include "platform/qmx/edges/qmxsource.h"
 
 #include <functional>
 #include <memory>

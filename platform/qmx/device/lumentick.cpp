@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/devicekeys.h"
 #include "platform/qmx/core/qmxcounters.h"
-#include "platform/qmx/device/devicekeys.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "platform/qmx/device/outputformat.h"
 

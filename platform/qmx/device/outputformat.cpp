@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/outputformat.h"
 
-#include "platform/qmx/device/devicekeys.h"
+#include "platform/qmx/core/devicekeys.h"
 
 #include <QStringList>
 

@@ -3,7 +3,7 @@
 
 #include "platform/qmx/codec/qmxpictureconverter.h"
 #include "platform/qmx/core/qmxtaskthread.h"
-#include "platform/qmx/device/qmxsink.h"
+#include "platform/qmx/edges/qmxsink.h"
 
 #include <atomic>
 #include <vector>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/picturework.h"
 
-#include "platform/qmx/device/pixelfont.h"
+#include "platform/qmx/edges/pixelfont.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/timecodegenerator.h"
 
-#include "platform/qmx/device/devicekeys.h"
+#include "platform/qmx/core/devicekeys.h"
 
 namespace {
 /// Digits that a rate does not have count on from the next second.

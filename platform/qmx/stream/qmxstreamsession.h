@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/qmxclipinfo.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxoperations.h"
-#include "platform/qmx/stream/qmxclipinfo.h"
 #include "platform/qmx/stream/qmxstreampost.h"
 #include "platform/qmx/stream/streamreader.h"
 #include "platform/qmx/stream/streamwriter.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/core/qmxlatency.h"
-#include "platform/qmx/stream/qmxclipwriter.h"
 #include "platform/qmx/stream/streamwriter.h"
 
 #include <chrono>

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/movclose.h"
+
+#include "platform/qmx/clip/movalignedbuffer.h"
+#include "platform/qmx/clip/movlayout.h"
+
+namespace {
+
+QmxError writeMoov(MovOutput &output, const QByteArray &moov, qint64 slot)
+{
+    MovAlignedBuffer buffer;
+    buffer.assign(moov);
+    output.reserve(slot, slot + buffer.paddedSize());
+    // The first block last: until then the open slot hides what stands behind it.
+    if (buffer.paddedSize() > MovLayout::block) {
+        QmxError error = output.write(buffer.data() + MovLayout::block,
+                                      buffer.paddedSize() - MovLayout::block, slot + MovLayout::block);
+        if (error.isError()) return error;
+    }
+    QmxError error = output.write(buffer.data(), MovLayout::block, slot);
+    if (!error.isError()) error = output.truncate(slot + buffer.size());
+    if (!error.isError()) error = output.sync();
+    return error;
+}
+
+} // namespace
+
+QmxError movClose(MovOutput &output, const MovTables &tables, const MovFormat &format, QByteArray header,
+                  qint64 slot)
+{
+    QmxError error = writeMoov(output, tables.finalMoov(format), slot);
+    MovAlignedBuffer buffer;
+    if (error.isError()) {
+        // Half a moov is hidden again behind an open slot, if the medium still takes it.
+        buffer.assign(MovFragment::openSlot());
+        output.write(buffer.data(), buffer.size(), slot);
+        return error;
+    }
+    MovTables::flipHeader(header, slot);
+    buffer.assign(QByteArrayView(header).first(MovLayout::block));
+    error = output.write(buffer.data(), buffer.size(), 0);
+    if (!error.isError()) error = output.sync();
+    return error;
+}

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/movtables.h"
+
+#include "platform/qmx/clip/movlayout.h"
+#include "platform/qmx/clip/movtrack.h"
+
+void MovTables::append(const MovFragment &fragment)
+{
+    for (const auto &frame : fragment.frames) {
+        appendBig32(_sizes, frame.size);
+        appendBig64(_offsets, quint64(frame.offset));
+    }
+    _frames += qint64(fragment.frames.size());
+    const qint64 samples = fragment.samples();
+    if (samples > 0) {
+        appendBig64(_audioOffsets, quint64(fragment.audioOffset));
+        ++_audioChunks;
+        if (_audioRuns.empty() || _audioRuns.back().samples != samples)
+            _audioRuns.push_back({_audioChunks, quint32(samples)});
+        _samples += samples;
+    }
+    _jumps.insert(_jumps.end(), fragment.jumps.begin(), fragment.jumps.end());
+}
+
+void MovTables::writeVideo(AtomWriter &atoms, const MovFormat &format) const
+{
+    atoms.begin("stts", 0, 0);
+    atoms.u32(1);
+    atoms.u32(quint32(_frames));
+    atoms.u32(format.frameDuration);
+    atoms.end();
+    atoms.begin("stsc", 0, 0);
+    for (quint32 value : {1, 1, 1, 1}) // one entry: from chunk 1 on, one sample, description 1
+        atoms.u32(value);
+    atoms.end();
+    atoms.begin("stsz", 0, 0);
+    atoms.u32(0);
+    atoms.u32(quint32(_frames));
+    atoms.bytes(_sizes);
+    atoms.end();
+    atoms.begin("co64", 0, 0);
+    atoms.u32(quint32(_frames));
+    atoms.bytes(_offsets);
+    atoms.end();
+}
+
+void MovTables::writeAudio(AtomWriter &atoms, const MovFormat &format) const
+{
+    atoms.begin("stts", 0, 0);
+    atoms.u32(1);
+    atoms.u32(quint32(_samples));
+    atoms.u32(1);
+    atoms.end();
+    atoms.begin("stsc", 0, 0);
+    atoms.u32(quint32(_audioRuns.size()));
+    for (const ChunkRun &run : _audioRuns) {
+        atoms.u32(run.firstChunk);
+        atoms.u32(run.samples);
+        atoms.u32(1);
+    }
+    atoms.end();
+    atoms.begin("stsz", 0, 0);
+    atoms.u32(quint32(format.audioFrameBytes()));
+    atoms.u32(quint32(_samples));
+    atoms.end();
+    atoms.begin("co64", 0, 0);
+    atoms.u32(_audioChunks);
+    atoms.bytes(_audioOffsets);
+    atoms.end();
+}
+
+void MovTables::writeTimecode(AtomWriter &atoms, const MovFormat &format) const
+{
+    const quint32 count = quint32(_jumps.size() + 1);
+    atoms.begin("stts", 0, 0);
+    atoms.u32(count);
+    qint64 from = 0;
+    for (size_t i = 0; i <= _jumps.size(); ++i) {
+        const qint64 to = i < _jumps.size() ? _jumps[i].frame : _frames;
+        atoms.u32(1);
+        atoms.u32(quint32(to - from) * format.frameDuration);
+        from = to;
+    }
+    atoms.end();
+    atoms.begin("stsc", 0, 0);
+    for (quint32 value : {1, 1, 1, 1})
+        atoms.u32(value);
+    atoms.end();
+    atoms.begin("stsz", 0, 0);
+    atoms.u32(4);
+    atoms.u32(count);
+    atoms.end();
+    atoms.begin("co64", 0, 0);
+    atoms.u32(count);
+    atoms.u64(quint64(MovTrack::startTimecodeOffset(format)));
+    for (const auto &jump : _jumps)
+        atoms.u64(quint64(jump.offset));
+    atoms.end();
+}
+
+QByteArray MovTables::finalMoov(const MovFormat &format) const
+{
+    const qint64 movieDuration = _frames * format.frameDuration;
+    const MovTrack::Lengths lengths{movieDuration, _samples};
+    AtomWriter atoms;
+    atoms.begin("moov");
+    MovTrack::writeMovieHeader(atoms, format, movieDuration);
+    MovTrack::write(atoms, format, MovFormat::VideoTrack, lengths, [&] { writeVideo(atoms, format); });
+    if (format.hasAudio())
+        MovTrack::write(atoms, format, MovFormat::AudioTrack, lengths, [&] { writeAudio(atoms, format); });
+    if (format.hasTimecode)
+        MovTrack::write(atoms, format, MovFormat::TimecodeTrack, lengths,
+                        [&] { writeTimecode(atoms, format); });
+    atoms.end();
+    return atoms.data();
+}
+
+QByteArray MovTables::openHeader(const MovFormat &format, qint64 frames)
+{
+    AtomWriter atoms;
+    atoms.begin("ftyp");
+    atoms.fourcc("qt  ");
+    atoms.u32(0x20050300);
+    atoms.fourcc("qt  ");
+    atoms.end();
+    atoms.begin("wide");
+    atoms.zeros(8);
+    atoms.end();
+    atoms.bytes(MovTrack::openMoov(format, frames));
+    atoms.begin("mdat");
+    atoms.u32(format.startFrame);
+    atoms.end();
+    atoms.begin("free");
+    atoms.zeros(int(MovLayout::headerSize - atoms.size()));
+    atoms.end();
+    return atoms.data();
+}
+
+void MovTables::flipHeader(QByteArray &header, qint64 moov)
+{
+    AtomWriter head;
+    head.u32(1);
+    head.fourcc("mdat");
+    head.u64(quint64(moov - MovLayout::flipPosition));
+    header.replace(MovLayout::flipPosition, MovLayout::flipSize, head.data());
+}

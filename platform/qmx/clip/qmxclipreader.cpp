@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/qmxclipreader.h"
+
+#include "platform/qmx/clip/movclaims.h"
+#include "platform/qmx/clip/movcrc.h"
+#include "platform/qmx/clip/qmxclipindex.h"
+#include "platform/qmx/clip/qmxforeignclip.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace {
+
+constexpr int timecodeKey = 12;
+
+/// Adds to `bytes` the samples [first, first + count) of one sound track; what the file lacks stays silent.
+QmxError readSound(MovInput &input, const QmxClipIndex::Sound &sound, qint64 first, qint64 count, qint32 *to,
+                   int step)
+{
+    const int frameBytes = sound.frameBytes();
+    auto chunk = std::upper_bound(
+        sound.chunks.begin(), sound.chunks.end(), first,
+        [](qint64 value, const QmxClipIndex::Chunk &item) { return value < item.firstSample; });
+    if (chunk != sound.chunks.begin()) --chunk;
+    QByteArray bytes;
+    for (; chunk != sound.chunks.end() && chunk->firstSample < first + count; ++chunk) {
+        const qint64 from = std::max(first, chunk->firstSample);
+        const qint64 end = std::min(first + count, chunk->firstSample + chunk->samples);
+        if (end <= from) continue;
+        bytes.resize((end - from) * frameBytes);
+        QmxError error = input.readSmall(bytes.data(), bytes.size(),
+                                         chunk->offset + (from - chunk->firstSample) * frameBytes);
+        if (error.isError()) return error;
+        for (int channel = 0; channel < sound.channels; ++channel)
+            MovPcm::fromFile(reinterpret_cast<const uchar *>(bytes.constData()), end - from, sound.form,
+                             channel, sound.channels, to + (from - first) * step + channel, step);
+    }
+    return {};
+}
+
+} // namespace
+
+struct QmxClipReader::Private
+{
+    explicit Private(const QmxEnvironment &env) : environment(env), input(env) {}
+
+    QmxError readPicture(qint64 frame, QmxImage &image);
+    QmxError readAudio(qint64 frame, QmxAudio &audio);
+    QmxError openForeign(const QString &path);
+
+    QmxEnvironment environment;
+    MovInput input;
+    QmxClipIndex index;
+    std::unique_ptr<QmxForeignClip> foreign;
+    QString path;
+    bool open = false;
+};
+
+QmxError QmxClipReader::Private::openForeign(const QString &name)
+{
+    QmxError error = movCheckClaims(input);
+    if (error.isError()) return error;
+    foreign = std::make_unique<QmxForeignClip>(environment);
+    error = foreign->open(name);
+    if (error.isError()) foreign.reset();
+    return error;
+}
+
+QmxError QmxClipReader::Private::readPicture(qint64 frame, QmxImage &image)
+{
+    const auto &entry = index.frames[size_t(frame)];
+    if (entry.size == 0) return input.damaged("a frame is lost");
+    QmxBuffer buffer = QmxBuffer::allocate(entry.size);
+    if (!buffer.isValid())
+        return {ENOMEM, QStringLiteral("No picture memory is left to read clip %1").arg(path)};
+    QmxError error = input.read(buffer.data(), entry.size, entry.offset);
+    if (error.isError()) return error;
+    const std::optional<quint32> crc = index.crc(input, frame);
+    if (crc && movCrc32c(buffer.constData(), entry.size) != *crc)
+        return input.damaged("a frame has changed on the medium");
+    image = QmxImage(index.info.image, {buffer});
+    return {};
+}
+
+QmxError QmxClipReader::Private::readAudio(qint64 frame, QmxAudio &audio)
+{
+    const QmxVideoRate rate = index.info.image.frameRate();
+    const int phase = index.soundPhase;
+    const qint64 start = qmxAudioStart(frame + phase, rate) - qmxAudioStart(phase, rate);
+    const int samples = qmxAudioSamples(frame + phase, rate);
+    audio = QmxAudio::silence(index.info.audio, samples);
+    if (!audio.isValid()) return {ENOMEM, QStringLiteral("No memory is left to read clip %1").arg(path)};
+    QmxBuffer buffer = audio.buffer();
+    auto *to = reinterpret_cast<qint32 *>(buffer.data());
+    for (const auto &sound : index.sounds) {
+        QmxError error =
+            readSound(input, sound, start + sound.shift, samples, to, index.info.audio.channels());
+        if (error.isError()) return error;
+        to += sound.channels;
+    }
+    return {};
+}
+
+QmxClipReader::QmxClipReader(const QmxEnvironment &environment) : d(std::make_unique<Private>(environment)) {}
+
+QmxClipReader::~QmxClipReader() = default;
+
+QmxError QmxClipReader::open(const QString &path)
+{
+    close();
+    d->path = path;
+    QmxError error = d->input.open(path);
+    if (!error.isError()) error = d->index.load(d->input, true);
+    if (error.value() == ENOTSUP) error = d->openForeign(path);
+    d->open = !error.isError();
+    if (!d->open) d->input.close();
+    return error;
+}
+
+void QmxClipReader::close()
+{
+    d->open = false;
+    d->input.close();
+    d->foreign.reset();
+    d->index = QmxClipIndex();
+}
+
+bool QmxClipReader::isOpen() const
+{
+    return d->open;
+}
+
+QString QmxClipReader::path() const
+{
+    return d->path;
+}
+
+QmxClipInfo QmxClipReader::info() const
+{
+    if (!d->open) return {};
+    return d->foreign ? d->foreign->info() : d->index.info;
+}
+
+QmxError QmxClipReader::refresh()
+{
+    if (!d->open || d->foreign) return {};
+    return d->index.refresh(d->input);
+}
+
+QmxError QmxClipReader::readFrame(qint64 frame, QmxFrame &out)
+{
+    const QmxClipInfo &info = d->foreign ? d->foreign->info() : d->index.info;
+    if (!d->open || frame < 0 || frame >= info.frames)
+        return {EINVAL, QStringLiteral("Clip %1 has no frame %2").arg(d->path).arg(frame)};
+    QmxImage image;
+    QmxAudio audio;
+    QmxError error = d->foreign ? d->foreign->readPicture(frame, image) : d->readPicture(frame, image);
+    if (!error.isError() && info.audio.isValid())
+        error = d->foreign ? d->foreign->readAudio(frame, audio) : d->readAudio(frame, audio);
+    if (error.isError()) return error;
+    QmxFrame result;
+    result.vids().append(image);
+    if (info.audio.isValid()) result.auds().append(audio);
+    result.meta().insert(QmxId(timecodeKey), QVariant::fromValue(info.timecodeAt(frame)));
+    out = result;
+    return {};
+}
+
+QmxError QmxClipReader::probe(const QString &path, QmxClipInfo &info, const QmxEnvironment &environment)
+{
+    MovInput input(environment);
+    QmxClipIndex index;
+    QmxError error = input.open(path);
+    if (!error.isError()) error = index.load(input, false);
+    if (error.value() == ENOTSUP) {
+        QmxForeignClip foreign(environment);
+        error = movCheckClaims(input);
+        if (!error.isError()) error = foreign.open(path);
+        info = foreign.info();
+    } else {
+        info = index.info;
+    }
+    if (error.isError()) info = QmxClipInfo();
+    return error;
+}

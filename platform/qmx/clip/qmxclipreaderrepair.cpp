@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/movclose.h"
+#include "platform/qmx/clip/movlayout.h"
+#include "platform/qmx/clip/qmxclipindex.h"
+#include "platform/qmx/clip/qmxclipreader.h"
+
+#include "platform/qmx/clip/atomcursor.h"
+
+#include <cerrno>
+
+namespace {
+
+/// What takes the place of fragments that are lost between two: the last picture is repeated and as much of
+/// the last sound, so that numbers, timecodes and the distance of sound and picture stay.
+MovFragment bridge(const MovFragment &before, const MovFragment &after)
+{
+    MovFragment gap;
+    gap.firstFrame = before.firstFrame + qint64(before.frames.size());
+    gap.frames.assign(size_t(std::max<qint64>(0, after.firstFrame - gap.firstFrame)), before.frames.back());
+    const qint64 missing = after.firstSample - (before.firstSample + before.samples());
+    gap.audioOffset = before.audioOffset;
+    if (missing > 0) gap.audioBlocks.push_back(quint32(std::min(missing, before.samples())));
+    return gap;
+}
+
+QmxError readJumps(MovInput &input, MovFragment &fragment)
+{
+    for (auto &jump : fragment.jumps) {
+        uchar bytes[4] = {};
+        QmxError error = input.read(bytes, sizeof bytes, jump.offset);
+        if (error.isError()) return error;
+        jump.value = AtomCursor(bytes).u32();
+    }
+    return {};
+}
+
+/// The description of the clip as its writer had it.
+QmxError formatOf(MovInput &input, const QmxClipIndex &index, MovFormat &format)
+{
+    QmxError error = MovFormat::fromInfo(index.info, format);
+    if (error.isError()) return error;
+    const auto *video = index.movie().firstTrack(atomType("vide"));
+    const auto *timecode = index.movie().firstTrack(atomType("tmcd"));
+    format.timeScale = video->timeScale;
+    format.frameDuration = video->fragmentDuration;
+    format.created = index.movie().created;
+    format.hasTimecode = timecode && !timecode->chunks.empty();
+    if (format.hasTimecode) format.timecodeOffset = timecode->chunks.front();
+    return format.frameDuration == 0 ? input.damaged("its frame rate is missing") : QmxError();
+}
+
+} // namespace
+
+QmxError QmxClipReader::repair(const QString &path, bool &repaired, const QmxEnvironment &environment)
+{
+    repaired = false;
+    MovInput input(environment);
+    QmxClipIndex index;
+    index.setKeepFragments(true);
+    QmxError error = input.open(path);
+    if (!error.isError()) error = index.load(input, true);
+    // Nothing to do for other people's files.
+    if (error.value() == ENOTSUP) return {};
+    if (error.isError() || !index.isOwn() || index.info.closed) return error;
+
+    MovOutput output(environment);
+    error = output.openExisting(path);
+    // Only with the lock is it certain that nobody adds to the clip any more.
+    if (!error.isError()) error = input.refreshSize();
+    if (!error.isError()) error = index.load(input, true);
+    if (error.isError() || index.info.closed) return error;
+
+    MovFormat format;
+    error = formatOf(input, index, format);
+    if (error.isError()) return error;
+    MovTables tables;
+    MovFragment before;
+    for (MovFragment fragment : index.fragments()) {
+        if (!before.frames.empty() && fragment.firstFrame > tables.frames())
+            tables.append(bridge(before, fragment));
+        error = readJumps(input, fragment);
+        if (error.isError()) return error;
+        tables.append(fragment);
+        before = std::move(fragment);
+    }
+    QByteArray header(MovLayout::headerSize, '\0');
+    error = input.read(header.data(), header.size(), 0);
+    if (!error.isError()) error = movClose(output, tables, format, header, index.openSlot());
+    repaired = !error.isError();
+    return error;
+}

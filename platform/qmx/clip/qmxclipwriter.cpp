@@ -1,0 +1,367 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/qmxclipwriter.h"
+
+#include "platform/qmx/clip/movalignedbuffer.h"
+#include "platform/qmx/clip/movclose.h"
+#include "platform/qmx/clip/movcrc.h"
+#include "platform/qmx/clip/movlayout.h"
+#include "platform/qmx/clip/movpcm.h"
+#include "platform/qmx/clip/movwaymarks.h"
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <mutex>
+
+namespace {
+
+constexpr int timecodeKey = 12;
+constexpr int prores422 = 202;
+constexpr int prores422Proxy = 205;
+constexpr qint64 secondsFrom1904To1970 = 2082844800;
+/// How long a program that must end waits for a call under way.
+constexpr std::chrono::seconds emergencyPatience{1};
+
+bool sameFamily(int a, int b)
+{
+    const auto is422 = [](int type) { return type >= prores422 && type <= prores422Proxy; };
+    return a == b || (is422(a) && is422(b));
+}
+
+} // namespace
+
+struct QmxClipWriter::Private
+{
+    explicit Private(const QmxEnvironment &env) : environment(env), output(env) {}
+
+    QmxError fits(const QmxFrame &frame, QmxBuffer &picture);
+    QmxError writePicture(QmxBuffer picture);
+    void addSound(const QmxFrame &frame);
+    void findSoundPhase();
+    void addTimecode(const QmxFrame &frame);
+    QmxError flush();
+    QmxError writeTail();
+    QmxError publish(const MovFragment &fragment);
+    QmxError fail(const QmxError &error);
+    void beginFragment(qint64 slot);
+
+    QmxEnvironment environment;
+    std::timed_mutex mutex; ///< the writer thread against an emergency flush
+    MovOutput output;
+    MovFormat format;
+    MovTables tables;
+    MovWaymarks waymarks;
+    QString path;
+    bool open = false;
+    QmxError failure;
+    MovFragment fragment;     ///< not flushed yet
+    qint64 position = 0;      ///< where its next bytes go
+    MovAlignedBuffer sound;   ///< of this fragment, in file form
+    MovAlignedBuffer scratch; ///< for what is not in aligned memory
+    QmxBuffer lastPicture;
+    quint32 nextTimecode = 0; ///< frame number that continues the timecode
+    std::atomic<qint64> written = 0;
+    std::atomic<qint64> durable = 0;
+};
+
+QmxError QmxClipWriter::Private::fail(const QmxError &error)
+{
+    failure = error;
+    return error;
+}
+
+void QmxClipWriter::Private::beginFragment(qint64 slot)
+{
+    const quint32 sequence = fragment.sequence;
+    fragment = MovFragment();
+    fragment.sequence = sequence;
+    fragment.slot = slot;
+    fragment.firstFrame = tables.frames();
+    fragment.firstSample = tables.samples();
+    position = slot + MovLayout::slotSize;
+    sound.clear();
+}
+
+QmxError QmxClipWriter::Private::fits(const QmxFrame &frame, QmxBuffer &picture)
+{
+    const QmxImage image = frame.vids().isEmpty() ? QmxImage() : frame.vids().first();
+    if (!image.isValid()) {
+        picture = lastPicture;
+        if (picture.isValid()) return {};
+        return {EINVAL, QStringLiteral("The first frame of clip %1 has no picture").arg(path)};
+    }
+    picture = image.buffers().first();
+    const QmxImageDesc &wanted = format.info.image;
+    const QmxImageDesc desc = image.desc();
+    if (desc.width() != wanted.width() || desc.height() != wanted.height() ||
+        !sameFamily(desc.dataType().value(), wanted.dataType().value()))
+        return {EINVAL, QStringLiteral("A picture of %1 does not fit clip %2 of %3")
+                            .arg(desc.toString(), path, wanted.toString())};
+    if (picture.size() <= 0 || picture.size() > MovLayout::maxFragmentBytes / 2)
+        return {EINVAL,
+                QStringLiteral("A picture of %1 bytes does not fit clip %2").arg(picture.size()).arg(path)};
+    return {};
+}
+
+QmxError QmxClipWriter::Private::writePicture(QmxBuffer picture)
+{
+    const qint64 size = picture.size();
+    const qint64 padded = MovLayout::roundUp(size);
+    const uchar *data = picture.constData();
+    const bool aligned = reinterpret_cast<quintptr>(data) % MovLayout::block == 0;
+    if (aligned && picture.capacity() >= padded) {
+        std::memset(picture.data() + size, 0, size_t(padded - size)); // beyond the content: nobody reads it
+    } else {
+        scratch.assign(QByteArrayView(data, size));
+        data = scratch.data();
+    }
+    output.reserve(position, position + padded);
+    QmxError error = output.write(data, padded, position);
+    if (error.isError()) return error;
+    fragment.frames.push_back({position, quint32(size), movCrc32c(data, size_t(size))});
+    position += padded;
+    return {};
+}
+
+void QmxClipWriter::Private::addSound(const QmxFrame &frame)
+{
+    if (!format.hasAudio()) return;
+    const QmxAudio audio = frame.auds().isEmpty() ? QmxAudio() : frame.auds().first();
+    const bool usable = audio.isValid() && audio.samples() > 0 && audio.desc().channels() == format.channels;
+    const QmxVideoRate rate(int(format.timeScale), int(format.frameDuration));
+    const int samples = usable ? audio.samples() : qmxAudioSamples(written, rate);
+    const qint64 values = qint64(samples) * format.channels;
+    uchar *to = sound.extend(values * MovFormat::bytesPerSample);
+    if (usable)
+        MovPcm::toFile(audio.data(), values, to);
+    else
+        std::memset(to, 0, size_t(values * MovFormat::bytesPerSample));
+    fragment.audioBlocks.push_back(quint32(samples));
+}
+
+/// A take begins anywhere in the cadence of its sound. Known from the blocks of its first fragment.
+void QmxClipWriter::Private::findSoundPhase()
+{
+    const QmxVideoRate rate(int(format.timeScale), int(format.frameDuration));
+    for (int phase = 0; phase < MovFormat::soundPhases; ++phase) {
+        bool fits = true;
+        for (size_t i = 0; i < fragment.audioBlocks.size() && fits; ++i)
+            fits = qmxAudioSamples(phase + qint64(i), rate) == int(fragment.audioBlocks[i]);
+        if (!fits) continue;
+        format.soundPhase = phase;
+        return;
+    }
+}
+
+void QmxClipWriter::Private::addTimecode(const QmxFrame &frame)
+{
+    auto timecode = frame.meta().value(QmxId(timecodeKey)).value<QmxTimecode>();
+    if (written == 0 && timecode.isValid()) {
+        // The header written at the opening is not in force before the first flush.
+        format.setStartTimecode(timecode);
+        nextTimecode = format.startFrame;
+    } else if (format.hasTimecode && timecode.isValid()) {
+        timecode.setFPS(format.timecodeFps);
+        timecode.setDropFrame(format.info.startTimecode.isDropFrame());
+        const quint32 value = quint32(timecode.toFrameNumber());
+        if (value != nextTimecode) {
+            fragment.jumps.push_back({written, value, 0});
+            nextTimecode = value;
+        }
+    }
+    // At 24 hours the count begins anew; QmxTimecode knows where that is with drop-frame counting.
+    nextTimecode = quint32(
+        QmxTimecode(int(nextTimecode + 1), format.timecodeFps, format.info.startTimecode.isDropFrame())
+            .toFrameNumber());
+}
+
+/// What follows the pictures of a fragment: its sound, then the timecodes that jump.
+QmxError QmxClipWriter::Private::writeTail()
+{
+    fragment.audioOffset = position;
+    fragment.audioCrc = movCrc32c(sound.data(), size_t(sound.size()));
+    for (auto &jump : fragment.jumps) {
+        jump.offset = position + sound.size();
+        QByteArray value;
+        appendBig32(value, jump.value);
+        sound.append(value);
+    }
+    if (sound.size() > 0) {
+        output.reserve(position, position + sound.paddedSize());
+        QmxError error = output.write(sound.data(), sound.paddedSize(), position);
+        if (error.isError()) return error;
+    }
+    position += sound.paddedSize();
+    return {};
+}
+
+/// Puts a fragment in force, whose content is on the medium.
+QmxError QmxClipWriter::Private::publish(const MovFragment &content)
+{
+    scratch.assign(MovFragment::openSlot());
+    QmxError error = output.write(scratch.data(), scratch.size(), content.end);
+    if (error.isError()) return error;
+    waymarks.add(content.slot);
+    QByteArray header = MovTables::openHeader(format, tables.frames() + qint64(content.frames.size()));
+    waymarks.write(header);
+    if (tables.frames() == 0) {
+        scratch.assign(header);
+        error = output.write(scratch.data(), scratch.size(), 0);
+        if (error.isError()) return error;
+    }
+    scratch.assign(content.toSlot(format));
+    error = output.write(scratch.data(), scratch.size(), content.slot);
+    if (error.isError()) return error;
+    if (tables.frames() > 0) {
+        scratch.assign(QByteArrayView(header).first(MovLayout::block));
+        error = output.write(scratch.data(), scratch.size(), 0);
+        if (error.isError()) return error;
+    }
+    return output.sync();
+}
+
+QmxError QmxClipWriter::Private::flush()
+{
+    if (!open) return {};
+    if (failure.isError()) return failure;
+    if (fragment.frames.empty()) return {};
+    if (tables.frames() == 0) findSoundPhase();
+    QmxError error = writeTail();
+    if (!error.isError()) error = output.sync();
+    fragment.end = position;
+    if (!error.isError()) error = publish(fragment);
+    if (error.isError()) return fail(error);
+    output.cache(fragment.slot, MovLayout::slotSize);
+    tables.append(fragment);
+    durable = tables.frames();
+    ++fragment.sequence;
+    beginFragment(fragment.end);
+    return {};
+}
+
+QmxClipWriter::QmxClipWriter(const QmxEnvironment &environment) : d(std::make_unique<Private>(environment)) {}
+
+QmxClipWriter::~QmxClipWriter()
+{
+    close();
+}
+
+QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
+{
+    const std::lock_guard lock(d->mutex);
+    if (d->open) return {EBUSY, QStringLiteral("The writer of clip %1 is in use").arg(d->path)};
+    QmxError error = MovFormat::fromInfo(info, d->format);
+    if (error.isError()) return error;
+    d->format.created =
+        quint64(d->environment.clock->wallTime() / QmxClock::nsPerSecond + secondsFrom1904To1970);
+    error = d->output.create(path);
+    if (error.isError()) return error;
+    d->path = path;
+    d->tables = MovTables();
+    d->waymarks = MovWaymarks();
+    d->failure = QmxError();
+    d->written = d->durable = 0;
+    d->nextTimecode = d->format.startFrame;
+    d->lastPicture = QmxBuffer();
+    d->fragment = MovFragment();
+    d->beginFragment(MovLayout::firstSlot);
+
+    d->scratch.assign(MovTables::openHeader(d->format, 0));
+    d->scratch.append(MovFragment::openSlot());
+    error = d->output.write(d->scratch.data(), d->scratch.size(), 0);
+    if (!error.isError()) error = d->output.sync();
+    if (error.isError())
+        d->output.discard();
+    else
+        d->open = true;
+    return error;
+}
+
+QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
+{
+    const std::lock_guard lock(d->mutex);
+    if (!d->open) return {EBADF, QStringLiteral("No clip is open for writing")};
+    if (d->failure.isError()) return d->failure;
+    QmxBuffer picture;
+    QmxError error = d->fits(frame, picture);
+    if (error.isError()) return error;
+    const qint64 used = d->position - d->fragment.slot;
+    if (int(d->fragment.frames.size()) >= MovLayout::maxFragmentFrames ||
+        used + MovLayout::roundUp(picture.size()) > MovLayout::maxFragmentBytes) {
+        error = d->flush();
+        if (error.isError()) return error;
+    }
+    error = d->writePicture(picture);
+    if (error.isError()) {
+        // On a full medium the frames before this one may still be saved: room allocated ahead is left.
+        d->flush();
+        return d->fail(error);
+    }
+    if (frame.vids().isEmpty() || !frame.vids().first().isValid()) ++d->fragment.replaced;
+    d->addSound(frame);
+    d->addTimecode(frame);
+    d->lastPicture = picture;
+    ++d->written;
+    return {};
+}
+
+void QmxClipWriter::noteLost(int count)
+{
+    const std::lock_guard lock(d->mutex);
+    d->fragment.lost += quint32(std::max(count, 0));
+}
+
+QmxError QmxClipWriter::flush()
+{
+    const std::lock_guard lock(d->mutex);
+    return d->flush();
+}
+
+QmxError QmxClipWriter::close()
+{
+    const std::lock_guard lock(d->mutex);
+    if (!d->open) return {};
+    QmxError error = d->flush();
+    d->open = false;
+    d->lastPicture = QmxBuffer();
+    if (d->tables.frames() == 0) {
+        d->output.discard();
+        return error;
+    }
+    const QmxError closing = movClose(d->output, d->tables, d->format,
+                                      MovTables::openHeader(d->format, d->tables.frames()), d->fragment.slot);
+    d->output.close();
+    return error.isError() ? error : closing;
+}
+
+void QmxClipWriter::emergencyFlush()
+{
+    // A call that hangs in the kernel keeps the mutex: then nothing can be saved, and nobody shall wait.
+    const std::unique_lock lock(d->mutex, emergencyPatience);
+    if (lock.owns_lock()) d->flush();
+}
+
+bool QmxClipWriter::isOpen() const
+{
+    return d->open;
+}
+
+bool QmxClipWriter::failed() const
+{
+    return d->failure.isError();
+}
+
+QString QmxClipWriter::path() const
+{
+    return d->path;
+}
+
+qint64 QmxClipWriter::framesWritten() const
+{
+    return d->written;
+}
+
+qint64 QmxClipWriter::framesDurable() const
+{
+    return d->durable;
+}

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/clip/qmxclipinfo.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxframe.h"
+
+#include <memory>
+
+/// Writes one clip file. While it grows it is a fragmented QuickTime file that every program plays up to the
+/// last flush; close() turns it in place into an ordinary one.
+///
+/// Threads: it has none. All calls block on the medium and belong to one thread, the writer thread of a
+/// stream; only emergencyFlush() and framesDurable() may come from any thread.
+///
+/// Errors: after one that concerns the medium (failed() is true) nothing more is written: every later
+/// writeFrame() and flush() gives the same error, everything up to the last flush stays whole, and close()
+/// still makes an ordinary clip of that. The sentence names medium, clip and reason.
+class QmxClipWriter
+{
+public:
+    explicit QmxClipWriter(const QmxEnvironment &environment = QmxEnvironment::current());
+    /// Closes the file when close() has not been called.
+    ~QmxClipWriter();
+    QmxClipWriter(const QmxClipWriter &) = delete;
+    QmxClipWriter &operator=(const QmxClipWriter &) = delete;
+
+    /// Creates the file exclusively (EEXIST when there is one) and holds an exclusive lock on it until the
+    /// close is done. The first frame's timecode, when it is valid, replaces that of `info`.
+    QmxError create(const QString &path, const QmxClipInfo &info);
+
+    /// Hands one frame to the medium. Its first image must be of the clip's size and data type (any of the
+    /// 4:2:2 ProRes types is accepted in a clip of another of them); an image that is not valid repeats the
+    /// picture before it. Sound that is missing becomes silence. A frame that does not fit is refused with
+    /// EINVAL, and the clip goes on. Flushes by itself when a fragment can take no more (about 80 frames or
+    /// 2 GiB).
+    QmxError writeFrame(const QmxFrame &frame);
+
+    /// Notes that `count` frames before the next one were lost; kept in the file for whoever examines it.
+    void noteLost(int count);
+
+    /// Makes every frame written so far durable and readable. Only after it has returned without error may
+    /// anybody be told that they are recorded. Meant to be called every half second.
+    QmxError flush();
+
+    /// Flushes, turns the file into an ordinary one, gives back what was allocated ahead, and unlocks it. A
+    /// clip without a single durable frame is removed. On an error the file is what the last flush left.
+    QmxError close();
+
+    /// For a program that must end at once: flush() from any thread. Waits at most a second for a call that
+    /// is under way and then gives up.
+    void emergencyFlush();
+
+    bool isOpen() const;
+    /// A medium error has ended the writing.
+    bool failed() const;
+    QString path() const;
+    qint64 framesWritten() const; ///< accepted by writeFrame()
+    qint64 framesDurable() const; ///< made durable by a flush; any thread
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};

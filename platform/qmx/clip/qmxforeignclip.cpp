@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/qmxforeignclip.h"
+
+#include "platform/qmx/clip/movdescribe.h"
+#include "platform/qmx/clip/qmxforeignpictures.h"
+#include "platform/qmx/clip/qmxforeignsound.h"
+
+#include <cerrno>
+
+struct QmxForeignClip::Private
+{
+    explicit Private(const QmxEnvironment &environment) : pictures(environment), sound(environment) {}
+    void readTags();
+
+    QmxClipInfo info;
+    QmxForeignPictures pictures;
+    QmxForeignSound sound;
+};
+
+QmxForeignClip::QmxForeignClip(const QmxEnvironment &environment) : d(std::make_unique<Private>(environment))
+{}
+QmxForeignClip::~QmxForeignClip() = default;
+
+void QmxForeignClip::Private::readTags()
+{
+    const AVFormatContext *format = pictures.file().format();
+    const auto tag = [format](const char *key) {
+        const AVDictionaryEntry *entry = av_dict_get(format->metadata, key, nullptr, 0);
+        for (unsigned i = 0; !entry && i < format->nb_streams; ++i)
+            entry = av_dict_get(format->streams[i]->metadata, key, nullptr, 0);
+        return entry ? QString::fromUtf8(entry->value) : QString();
+    };
+    info.reelName = tag("reel_name");
+    QmxTimecode start(tag("timecode"));
+    if (!start.isValid()) return;
+    start.setFPS(info.image.frameRate().timecodeRate());
+    info.startTimecode = start;
+    info.timecodeRuns.append({0, start});
+}
+
+QmxError QmxForeignClip::open(const QString &path)
+{
+    QmxError error = d->pictures.open(path);
+    if (error.isError()) return error;
+    d->info.foreign = d->info.closed = true;
+    d->info.image = d->pictures.desc();
+    d->info.frames = d->pictures.count();
+    error = d->sound.open(path, d->pictures.startTime());
+    if (!error.isError())
+        d->info.audio = movAudioDesc(d->sound.channels(), d->info.image.frameRate());
+    else if (error.value() != ENODATA && error.value() != ENOTSUP)
+        return error; // sound that cannot be decoded is no reason not to show the pictures, a failing medium
+                      // is
+    d->readTags();
+    return {};
+}
+
+const QmxClipInfo &QmxForeignClip::info() const
+{
+    return d->info;
+}
+
+QmxError QmxForeignClip::readPicture(qint64 frame, QmxImage &image)
+{
+    return d->pictures.read(frame, image);
+}
+
+QmxError QmxForeignClip::readAudio(qint64 frame, QmxAudio &audio)
+{
+    const QmxVideoRate rate = d->info.image.frameRate();
+    audio = QmxAudio::silence(d->info.audio, qmxAudioSamples(frame, rate));
+    if (!audio.isValid()) return {ENOMEM, QStringLiteral("No memory is left to read sound")};
+    QmxBuffer buffer = audio.buffer();
+    return d->sound.read(qmxAudioStart(frame, rate), audio.samples(),
+                         reinterpret_cast<qint32 *>(buffer.data()));
+}

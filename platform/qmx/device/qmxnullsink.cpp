@@ -1,7 +1,0 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/device/qmxnullsink.h"
-
-QString QmxNullSink::statusText() const
-{
-    return QStringLiteral("%1, %2 frames").arg(_status).arg(_frames.load());
-}

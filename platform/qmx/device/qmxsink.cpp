@@ -1,9 +1,0 @@
-// SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/device/qmxsink.h"
-
-QmxSink::~QmxSink() = default;
-
-qint64 QmxSink::dropped() const
-{
-    return 0;
-}

@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/edges/qmxgeneratorpicture.h"
+
+#include "platform/qmx/codec/qmxlibav.h"
+#include "platform/qmx/edges/qmxstrip.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+namespace {
+using Format = QmxPicture::Format;
+
+constexpr int bars = 800;
+constexpr int ramp = 801;
+constexpr int moving = 802;
+
+constexpr int texturePeriod = 256; ///< pixels after which the texture repeats
+constexpr int pixelsPerFrame = 8;  ///< scrolling; divided among the fields of interlaced pictures
+constexpr int hdHeight = 720;
+
+constexpr double lumaRange = 876;   ///< 64 to 940
+constexpr double chromaRange = 896; ///< 64 to 960
+constexpr int lumaBlack = 64;
+constexpr int chromaNeutral = 512;
+constexpr int rgbWhite = 1023;
+
+struct Rgb
+{
+    double r, g, b;
+};
+
+/// Weights of red and blue in luma (ITU-R BT.709, BT.601).
+struct Weights
+{
+    double red, blue;
+};
+Weights weights(int height)
+{
+    return height >= hdHeight ? Weights{0.2126, 0.0722} : Weights{0.299, 0.114};
+}
+
+std::array<quint16, 3> sample(const Rgb &c, Format format, int height)
+{
+    if (format == Format::Rgb444P10)
+        return {quint16(std::lround(c.r * rgbWhite)), quint16(std::lround(c.g * rgbWhite)),
+                quint16(std::lround(c.b * rgbWhite))};
+    const Weights w = weights(height);
+    const double y = w.red * c.r + (1 - w.red - w.blue) * c.g + w.blue * c.b;
+    const double cb = (c.b - y) / (2 * (1 - w.blue));
+    const double cr = (c.r - y) / (2 * (1 - w.red));
+    return {quint16(std::lround(lumaBlack + lumaRange * y)),
+            quint16(std::lround(chromaNeutral + chromaRange * cb)),
+            quint16(std::lround(chromaNeutral + chromaRange * cr))};
+}
+
+/// 75 % bars: white, yellow, cyan, green, magenta, red, blue, black.
+Rgb barColour(double x)
+{
+    constexpr double level = 0.75;
+    const int inverted = std::clamp(int(x * 8), 0, 7);
+    const auto component = [&](int mask) { return inverted & mask ? 0.0 : level; };
+    return {component(2), component(4), component(1)};
+}
+
+Format formatOf(const QmxImageDesc &desc)
+{
+    switch (desc.dataType().value()) {
+    case 250:
+        return Format::Rgb444P10;
+    case 206:
+        return Format::Yuv444P10;
+    default:
+        return Format::Yuv422P10;
+    }
+}
+
+/// A texture of smooth hills and grain that repeats after texturePeriod pixels, about as hard to code as a
+/// camera's picture.
+void drawTexture(QmxPicture &picture, int plane)
+{
+    const bool chroma = plane > 0 && picture.format() != Format::Rgb444P10;
+    const int divisor = picture.width() / picture.planeWidth(plane);
+    const int period = texturePeriod / divisor;
+    std::vector<int> hill(size_t(texturePeriod), 0);
+    for (int i = 0; i < texturePeriod; ++i)
+        hill[size_t(i)] = int(std::lround(256 * std::sin(2 * M_PI * i / texturePeriod)));
+    const int height = chroma ? 120 : 220, grain = chroma ? 8 : 24, base = chroma ? 512 : 480;
+    quint32 random = 0x2545f491u + quint32(plane);
+    for (int y = 0; y < picture.height(); ++y) {
+        quint16 *row = picture.row(plane, y);
+        const int v = hill[size_t((y * 2 + plane * 50) % texturePeriod)];
+        for (int x = 0; x < std::min(period, picture.planeWidth(plane)); ++x) {
+            random ^= random << 13, random ^= random >> 17, random ^= random << 5;
+            const int h = hill[size_t(x * divisor * 2 % texturePeriod)];
+            row[x] = quint16(base + (h * v * height >> 16) + int(random % quint32(grain)));
+        }
+        for (int x = period; x < picture.planeWidth(plane); ++x)
+            row[x] = row[x - period];
+    }
+}
+} // namespace
+
+QmxGeneratorPicture::QmxGeneratorPicture(const QmxImageDesc &desc, const QmxId &pattern) : _desc(desc)
+{
+    _scrolls = pattern.value() == moving;
+    const int width = desc.width() + (_scrolls ? texturePeriod : 0);
+    _background = QmxPicture::allocate(formatOf(desc), QSize(width, desc.height()));
+    if (_background.isValid()) drawBackground(pattern.value());
+}
+
+void QmxGeneratorPicture::drawBackground(int pattern)
+{
+    if (pattern == moving) {
+        for (int plane = 0; plane < 3; ++plane)
+            drawTexture(_background, plane);
+        return;
+    }
+    _background.fillBlack();
+    if (pattern != bars && pattern != ramp) return;
+    quint16 *const first[3] = {_background.row(0, 0), _background.row(1, 0), _background.row(2, 0)};
+    fillRowFromColours(first, _background.width(), pattern);
+    for (int plane = 0; plane < 3; ++plane)
+        for (int y = 1; y < _background.height(); ++y)
+            std::memcpy(_background.row(plane, y), first[plane], size_t(_background.planeWidth(plane)) * 2);
+}
+
+void QmxGeneratorPicture::fillRowFromColours(quint16 *const rows[3], int width, int pattern) const
+{
+    const int chromaStep = width / _background.planeWidth(1);
+    for (int x = 0; x < width; ++x) {
+        const double place = double(x) / width;
+        const Rgb colour = pattern == bars ? barColour(place) : Rgb{place, place, place};
+        const std::array<quint16, 3> s = sample(colour, _background.format(), _background.height());
+        rows[0][x] = s[0];
+        if (x % chromaStep != 0) continue;
+        rows[1][x / chromaStep] = s[1];
+        rows[2][x / chromaStep] = s[2];
+    }
+}
+
+QmxPicture QmxGeneratorPicture::render(qint64 frame) const
+{
+    if (!_background.isValid()) return {};
+    QmxPicture picture =
+        _scrolls ? QmxPicture::allocate(_background.format(), QSize(_desc.width(), _desc.height()))
+                 : _background.deepCopy();
+    if (!picture.isValid()) return {};
+    if (_scrolls) scroll(picture, frame);
+    drawBox(picture, frame);
+    QmxStrip::draw(picture, quint32(frame));
+    return picture;
+}
+
+/// Which field of its picture a line belongs to: the one that is sent first (0) or second.
+int QmxGeneratorPicture::fieldOf(int line) const
+{
+    if (!_desc.isInterlaced()) return 0;
+    return QmxLibav::topFieldFirst(QSize(_desc.width(), _desc.height())) ? line & 1 : ~line & 1;
+}
+
+void QmxGeneratorPicture::scroll(QmxPicture &picture, qint64 frame) const
+{
+    for (int plane = 0; plane < 3; ++plane) {
+        const int divisor = picture.width() / picture.planeWidth(plane);
+        for (int y = 0; y < picture.height(); ++y) {
+            const qint64 field = fieldOf(y);
+            const qint64 moved = frame * pixelsPerFrame + field * pixelsPerFrame / 2;
+            std::memcpy(picture.row(plane, y), _background.row(plane, y) + moved % texturePeriod / divisor,
+                        size_t(picture.planeWidth(plane)) * 2);
+        }
+    }
+}
+
+void QmxGeneratorPicture::drawBox(QmxPicture &picture, qint64 frame) const
+{
+    const int side = std::max(picture.height() / 16 / 2 * 2, 2);
+    const int way = picture.width() - side;
+    const bool rgb = picture.format() == Format::Rgb444P10;
+    for (int plane = 0; plane < 3; ++plane) {
+        const int divisor = picture.width() / picture.planeWidth(plane);
+        const quint16 value = rgb ? rgbWhite : plane == 0 ? lumaBlack + int(lumaRange) : chromaNeutral;
+        for (int y = picture.height() / 2; y < picture.height() / 2 + side; ++y) {
+            const qint64 field = fieldOf(y);
+            const int x =
+                int((frame * pixelsPerFrame + field * pixelsPerFrame / 2) % std::max(way, 1)) / 2 * 2;
+            std::fill_n(picture.row(plane, y) + x / divisor, side / divisor, value);
+        }
+    }
+}

@@ -1,0 +1,247 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/edges/qmxlivesource.h"
+
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxthreadname.h"
+#include "platform/qmx/edges/qmxsourceformat.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+constexpr size_t queueBound = 64;
+constexpr int restartDepth = 2;  ///< frames that must wait again after the buffer ran empty
+constexpr double slackDepth = 2; ///< the smoothed depth may exceed the target by this
+constexpr int burstDepth = 8;    ///< more than this above the target is dropped at once
+constexpr double depthSmoothing = 1 / 64.0;
+
+constexpr qint64 deadAfter = QmxClock::nsPerSecond; ///< without packets: connect anew
+constexpr qint64 firstPause = QmxClock::nsPerSecond / 2;
+constexpr qint64 longestPause = 5 * QmxClock::nsPerSecond;
+
+constexpr qint64 soundJump = 60 * QmxClock::nsPerMillisecond; ///< beyond this the sound is cut to fit
+constexpr int soundBound = 2 * qmxAudioRate;
+/// Sound that stays away for so long, while pictures come, is missing.
+constexpr qint64 soundLossTime = QmxClock::nsPerSecond;
+constexpr double soundSmoothing = 1 / 50.0;
+constexpr int largestStretch = 96; ///< samples a second: 0.2 %
+
+qint64 samplesToNs(qint64 samples)
+{
+    return samples * QmxClock::nsPerSecond / qmxAudioRate;
+}
+/// Passwords and pass phrases stand before an "@" or behind the "?".
+QString withoutSecrets(const QString &url)
+{
+    static const QRegularExpression user(QStringLiteral("//[^/@]*@"));
+    return url.section(QLatin1Char('?'), 0, 0).replace(user, QStringLiteral("//"));
+}
+
+qint64 nsToSamples(qint64 ns)
+{
+    return ns * qmxAudioRate / QmxClock::nsPerSecond;
+}
+} // namespace
+
+QmxLiveSource::QmxLiveSource(const QString &url, const QmxEnvironment &environment)
+    : _url(url),
+      _name(withoutSecrets(url)),
+      _clock(environment.clock),
+      _problem(QStringLiteral("waiting for a signal")),
+      _thread([this] { run(); })
+{}
+
+QmxLiveSource::~QmxLiveSource()
+{
+    _stopping = true;
+    _interrupt.interrupt();
+    _thread.join();
+}
+
+void QmxLiveSource::run()
+{
+    qmxNameThread(QStringLiteral("qmx-live-source"));
+    qint64 pause = firstPause;
+    while (!_stopping) {
+        _connected = false;
+        QmxSourceDecoder decoder(_url, QmxSourceDecoder::Latency::Low, [this] { return shouldGiveUp(); });
+        const QmxError error = decoder.open();
+        if (!error.isError()) {
+            pause = firstPause;
+            _lastArrival = _clock->now();
+            _connected = true;
+            play(decoder);
+            continue;
+        }
+        if (_stopping) break;
+        setProblem(error.toString(), 2);
+        _clock->sleepUntil(_clock->now() + pause, &_interrupt);
+        pause = std::min(pause * 2, longestPause);
+    }
+}
+
+bool QmxLiveSource::shouldGiveUp() const
+{
+    return _stopping || (_connected && _clock->now() - _lastArrival > deadAfter);
+}
+
+void QmxLiveSource::play(QmxSourceDecoder &decoder)
+{
+    while (!shouldGiveUp()) {
+        switch (decoder.step()) {
+        case QmxSourceDecoder::Step::Video:
+            pushVideo(decoder);
+            break;
+        case QmxSourceDecoder::Step::Audio:
+            pushAudio(decoder);
+            decoder.compensateAudio(_audioError);
+            break;
+        case QmxSourceDecoder::Step::Nothing:
+            break;
+        case QmxSourceDecoder::Step::Changed:
+            return;
+        case QmxSourceDecoder::Step::End:
+            setProblem(QStringLiteral("the sender has ended"), 3);
+            return;
+        case QmxSourceDecoder::Step::Failed:
+            if (!_stopping) setProblem(QStringLiteral("the signal is gone"), 3);
+            return;
+        }
+    }
+}
+
+void QmxLiveSource::setProblem(const QString &problem, int level)
+{
+    const std::lock_guard lock(_mutex);
+    if (problem == _problem) return;
+    _problem = problem;
+    qmxLogOutput(level, "qmxlivesource", __LINE__, "Input %s: %s\n", qUtf8Printable(_name),
+                 qUtf8Printable(problem));
+}
+
+void QmxLiveSource::pushVideo(const QmxSourceDecoder &decoder)
+{
+    _lastArrival = _clock->now();
+    const std::lock_guard lock(_mutex);
+    _problem.clear();
+    if (_queue.size() == queueBound) {
+        _queue.pop_front();
+        ++_last.skipped;
+    }
+    _queue.push_back(Item{decoder.desc(), decoder.picture(), decoder.timecode(), decoder.videoTime()});
+}
+
+void QmxLiveSource::pushAudio(const QmxSourceDecoder &decoder)
+{
+    const int count = int(decoder.audio().size()) / decoder.audioChannels();
+    const std::lock_guard lock(_mutex);
+    const qint64 expected = _soundTime + samplesToNs(_sound.count());
+    const bool jumped = std::abs(decoder.audioTime() - expected) > soundJump;
+    if (jumped || _sound.count() > soundBound) _sound.clear();
+    // Counted back from what is known exactly: stretching has changed the number of samples since.
+    _soundTime = decoder.audioTime() - samplesToNs(_sound.count());
+    _sound.append(decoder.audio().data(), count, decoder.audioChannels());
+}
+
+QmxSourceFrame QmxLiveSource::take(const QmxTick &tick)
+{
+    const std::lock_guard lock(_mutex);
+    if (tick.deadline - _lastArrival > lossTime && _queue.empty()) {
+        QmxSourceFrame lost;
+        lost.repeated = _last.repeated;
+        lost.skipped = _last.skipped;
+        _last = lost;
+        _running = false;
+        _lastSound = 0; // what comes next may have none
+    } else {
+        recoverClock(tick);
+    }
+    QmxSourceFrame frame = _last;
+    if (tick.audioWanted) frame.audio = sound(tick);
+    if (_sound.count() > 0) _lastSound = tick.deadline;
+    frame.soundMissing =
+        frame.picture.isValid() && _lastSound != 0 && tick.deadline - _lastSound > soundLossTime;
+    return frame;
+}
+
+void QmxLiveSource::recoverClock(const QmxTick &tick)
+{
+    const int depth = int(_queue.size());
+    if (!_running) {
+        _running = depth >= (_last.picture.isValid() ? restartDepth : targetDepth);
+        _depth = targetDepth;
+        _due = 0;
+    }
+    if (!_running) {
+        if (_last.picture.isValid()) ++_last.repeated;
+        return;
+    }
+    const QmxVideoRate rate =
+        _queue.empty() ? _last.state.inputImageDesc().frameRate() : _queue.front().desc.frameRate();
+    const bool sameRate = rate == tick.rate;
+    _due = sameRate ? 1 : _due + rate.toDouble() / std::max(tick.rate.toDouble(), 1.0);
+    _depth += (depth - _depth) * depthSmoothing;
+    int excess = 0;
+    if (depth > targetDepth + burstDepth)
+        excess = depth - targetDepth;
+    else if (_depth > targetDepth + slackDepth)
+        excess = 1;
+    if (excess > 0) {
+        _last.skipped += excess;
+        _depth = std::max(_depth - excess, double(targetDepth));
+        for (; excess > 0; --excess)
+            popFrame();
+    }
+    if (_due >= 1 && _queue.empty()) {
+        _running = false;
+        ++_last.repeated;
+        _pictureTime += qint64(double(QmxClock::nsPerSecond) / std::max(rate.toDouble(), 1.0));
+        return;
+    }
+    for (; _due >= 1 && !_queue.empty(); _due -= 1)
+        popFrame();
+}
+
+void QmxLiveSource::popFrame()
+{
+    if (_queue.empty()) return;
+    const Item &item = _queue.front();
+    _last.state = QmxSourceFormat::state(item.desc);
+    _last.picture = item.picture;
+    _last.timecode = item.timecode;
+    _pictureTime = item.time;
+    _queue.pop_front();
+}
+
+QmxAudio QmxLiveSource::sound(const QmxTick &tick)
+{
+    const int samples = qmxAudioSamples(tick.index, tick.rate);
+    if (!_last.picture.isValid() || _sound.count() == 0) return QmxSourceAudio().take(samples, tick.rate);
+    qint64 offset = _soundTime - _pictureTime;
+    if (offset < -soundJump) {
+        const int late = std::min(int(std::min<qint64>(nsToSamples(-offset), soundBound)), _sound.count());
+        _sound.drop(late);
+        _soundTime += samplesToNs(late);
+        offset = 0;
+    }
+    if (offset > soundJump) return QmxSourceAudio().take(samples, tick.rate); // its time has not come
+    _audioOffset += (double(offset) - _audioOffset) * soundSmoothing;
+    _audioError = int(std::clamp<qint64>(nsToSamples(qint64(_audioOffset)), -largestStretch, largestStretch));
+    const int given = std::min(samples, _sound.count());
+    QmxAudio audio = _sound.take(samples, tick.rate);
+    _soundTime += samplesToNs(given);
+    return audio;
+}
+
+QString QmxLiveSource::statusText() const
+{
+    const std::lock_guard lock(_mutex);
+    if (!_problem.isEmpty()) return QStringLiteral("Input %1: %2").arg(_name, _problem);
+    return QStringLiteral("Input %1: %2, %3 frames waiting, %4 repeated, %5 skipped")
+        .arg(_name, _last.state.inputImageDesc().toString())
+        .arg(_queue.size())
+        .arg(_last.repeated)
+        .arg(_last.skipped);
+}

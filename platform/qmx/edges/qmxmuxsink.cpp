@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/edges/qmxmuxsink.h"
+
+#include "platform/qmx/core/qmxlog.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+
+namespace {
+constexpr int queueBound = 8;
+constexpr qint64 retryPause = 2 * QmxClock::nsPerSecond;
+
+QString withoutSecrets(const QString &url)
+{
+    static const QRegularExpression user(QStringLiteral("//[^/@]*@"));
+    return url.section(QLatin1Char('?'), 0, 0).replace(user, QStringLiteral("//"));
+}
+} // namespace
+
+QmxMuxer::~QmxMuxer() = default;
+
+QmxMuxSink::QmxMuxSink(const QString &url, const QmxEnvironment &environment)
+    : _url(url),
+      _name(withoutSecrets(url)),
+      _isFile(!url.contains(QStringLiteral("://")) && !url.startsWith(QmxMuxer::windowScheme)),
+      _status(QStringLiteral("waiting for the first frame")),
+      _thread(QStringLiteral("qmx-output"), queueBound, environment)
+{}
+
+QmxMuxSink::~QmxMuxSink()
+{
+    // A network call that hangs is given up; a file still gets all that waits.
+    if (!_isFile) _stopping = true;
+    _thread.stop();
+}
+
+void QmxMuxSink::show(const QmxOutputFrame &frame)
+{
+    if (!_thread.post([this, frame] { write(frame); })) ++_dropped;
+}
+
+void QmxMuxSink::write(const QmxOutputFrame &frame)
+{
+    if (_stopping || !frame.desc.isValid()) return;
+    if (frame.desc != _desc || (!_muxer && frame.tick.deadline >= _retryAt)) open(frame);
+    if (!_muxer) {
+        ++_dropped;
+        return;
+    }
+    const QmxError error = _muxer->write(frame);
+    if (!error.isError()) {
+        ++_written;
+        return;
+    }
+    ++_dropped;
+    _muxer.reset();
+    _retryAt = frame.tick.deadline + retryPause;
+    if (!_stopping) setStatus(error.toString(), false);
+}
+
+void QmxMuxSink::open(const QmxOutputFrame &frame)
+{
+    _muxer.reset();
+    _desc = frame.desc;
+    QString url = _url;
+    if (_isFile && ++_opened > 1) {
+        const QFileInfo file(_url);
+        url = QStringLiteral("%1/%2_%3.%4")
+                  .arg(file.path(), file.completeBaseName())
+                  .arg(_opened)
+                  .arg(file.suffix());
+    }
+    QmxError error;
+    _muxer = QmxMuxer::open(url, _desc, _stopping, &error);
+    if (_muxer) {
+        setStatus(_desc.toString(), true);
+        return;
+    }
+    _retryAt = frame.tick.deadline + retryPause;
+    if (!_stopping) setStatus(error.toString(), false);
+}
+
+void QmxMuxSink::setStatus(const QString &status, bool good)
+{
+    const std::lock_guard lock(_mutex);
+    _good = good;
+    if (status == _status) return;
+    _status = status;
+    qmxLogOutput(good ? 3 : 2, "qmxmuxsink", __LINE__, "Output %s: %s\n", qUtf8Printable(_name),
+                 qUtf8Printable(status));
+}
+
+QString QmxMuxSink::problem() const
+{
+    const std::lock_guard lock(_mutex);
+    return _good ? QString() : QStringLiteral("Output %1: %2").arg(_name, _status);
+}
+
+QString QmxMuxSink::statusText() const
+{
+    const std::lock_guard lock(_mutex);
+    return QStringLiteral("Output %1: %2, %3 frames, %4 dropped")
+        .arg(_name, _status)
+        .arg(_written.load())
+        .arg(_dropped.load());
+}

@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/edges/qmxpreviewsink.h"
+
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxthreadname.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+constexpr int queueBound = 3;
+const QmxId frameNumberKey(1);
+constexpr double fullScale = 2147483648.0;
+constexpr int blackLuma8 = 16;
+constexpr int neutral8 = 128;
+
+/// Mean of four samples, 10 to 8 bits. Words of 16 bits: compilers have vector instructions for them.
+inline uchar meanOf(const quint16 *near, const quint16 *far, int apart)
+{
+    constexpr int shift = 4;
+    const auto sum = quint16(near[0] + near[apart] + far[0] + far[apart] + (1 << (shift - 1)));
+    return uchar(std::min<qint16>(qint16(sum >> shift), 255));
+}
+
+/// One line of reducePlane(). `Factor` 0 stands for any, told by `any`.
+template <int Factor>
+void reduceLine(const quint16 *__restrict near, const quint16 *__restrict far, int any, int width,
+                uchar *__restrict out)
+{
+    const int factor = Factor > 0 ? Factor : any;
+    constexpr int run = 16; // of known length, for the vector instructions
+    int x = 0;
+    for (; x + run <= width; x += run, near += run * factor, far += run * factor)
+        for (int k = 0; k < run; ++k)
+            out[x + k] = meanOf(near + k * factor, far + k * factor, factor / 2);
+    for (; x < width; ++x, near += factor, far += factor)
+        out[x] = meanOf(near, far, factor / 2);
+}
+
+/// Mean of 2 x 2 samples spread over a block of factorX x factorY, as 8 bits.
+void reducePlane(const QmxPicture &picture, int plane, int factorX, int factorY, int width, int height,
+                 char *out)
+{
+    const auto reduce = factorX == 1   ? reduceLine<1>
+                        : factorX == 2 ? reduceLine<2>
+                        : factorX == 4 ? reduceLine<4>
+                                       : reduceLine<0>;
+    for (int y = 0; y < height; ++y, out += width)
+        reduce(picture.row(plane, y * factorY), picture.row(plane, y * factorY + factorY / 2), factorX, width,
+               reinterpret_cast<uchar *>(out));
+}
+
+/// Red, green and blue of the same size, full range, in `planes`, become legal Y, Cb, Cr (BT.709).
+void rgbToYuv(QmxPreviewPicture &p, const QByteArray &red, const QByteArray &green, const QByteArray &blue)
+{
+    const auto value = [](const QByteArray &plane, int i) { return int(uchar(plane[i])); };
+    for (int y = 0; y < p.height; ++y) {
+        for (int x = 0; x < p.width; ++x) {
+            const int i = y * p.width + x;
+            const int r = value(red, i), g = value(green, i), b = value(blue, i);
+            // Weights times 219 / 255 and 224 / 255, in 1/65536.
+            p.luma[i] = char(blackLuma8 + ((11966 * r + 40254 * g + 4064 * b + 32768) >> 16));
+            if (x % 2 != 0 || y % 2 != 0) continue;
+            const int c = y / 2 * (p.width / 2) + x / 2;
+            p.cb[c] = char(neutral8 + ((-6596 * r - 22189 * g + 28784 * b + 32768) >> 16));
+            p.cr[c] = char(neutral8 + ((28784 * r - 26145 * g - 2639 * b + 32768) >> 16));
+        }
+    }
+}
+} // namespace
+
+QmxPreviewSink::QmxPreviewSink(const QString &name, const QmxEnvironment &environment)
+    : _name(name), _writer(name), _thread(QStringLiteral("qmx-preview"), queueBound, environment)
+{
+    _thread.post(qmxYieldToEventLoop);
+    if (!_writer.isOpen())
+        qmxLogOutput(2, "qmxpreviewsink", __LINE__,
+                     "No preview: shared memory \"%s\" cannot be made; check that /dev/shm is mounted\n",
+                     qUtf8Printable(name));
+}
+
+QmxPreviewSink::~QmxPreviewSink() = default;
+
+void QmxPreviewSink::show(const QmxOutputFrame &frame)
+{
+    if (!_writer.isOpen()) return;
+    if (!_thread.post([this, frame] { publish(frame); })) ++_dropped;
+}
+
+void QmxPreviewSink::publish(const QmxOutputFrame &frame)
+{
+    const bool isBlack = !frame.picture.isValid();
+    const bool same =
+        frame.desc == _desc && (isBlack ? !_reduced.isValid() : _reduced.sharesWith(frame.picture));
+    if (!same) {
+        if (isBlack) _preview.width = frame.desc.width(), _preview.height = frame.desc.height();
+        reduce(frame.picture, _preview);
+        _reduced = frame.picture;
+        _desc = frame.desc;
+    }
+    _preview.tick = frame.tick.index;
+    _preview.timecode = frame.timecode.toString();
+    _preview.format = frame.desc.toString();
+    _preview.connection = frame.connection;
+    _preview.frameNumber =
+        frame.metadata.contains(frameNumberKey) ? frame.metadata.value(frameNumberKey).toLongLong() : -1;
+    _preview.isCapture = frame.isCapture;
+    _preview.isRepeat = frame.isRepeat;
+    _preview.peaks.fill(0);
+    const int channels = frame.audio.isValid() ? frame.audio.desc().channels() : 0;
+    const qint32 *samples = frame.audio.data();
+    for (int i = 0; i < (samples ? frame.audio.samples() : 0); ++i)
+        for (int c = 0; c < std::min(channels, QmxPreviewPicture::channels); ++c) {
+            double &peak = _preview.peaks[size_t(c)];
+            peak = std::max(peak, std::abs(double(samples[i * channels + c])) / fullScale);
+        }
+    _writer.write(_preview);
+}
+
+void QmxPreviewSink::reduce(const QmxPicture &picture, QmxPreviewPicture &preview)
+{
+    const int fromWidth = picture.isValid() ? picture.width() : preview.width;
+    const int fromHeight = picture.isValid() ? picture.height() : preview.height;
+    int factor = 1;
+    while (fromWidth / factor > QmxPreview::maximumWidth || fromHeight / factor > QmxPreview::maximumHeight)
+        ++factor;
+    const int width = fromWidth / factor / 2 * 2, height = fromHeight / factor / 2 * 2;
+    const qsizetype pixels = qsizetype(width) * height;
+    preview.width = width;
+    preview.height = height;
+    preview.hasPicture = picture.isValid();
+    preview.luma.fill(blackLuma8, pixels);
+    preview.cb.fill(char(neutral8), pixels / 4);
+    preview.cr.fill(char(neutral8), pixels / 4);
+    if (!picture.isValid()) return;
+    if (picture.format() == QmxPicture::Format::Rgb444P10) {
+        QByteArray planes[3];
+        for (int plane = 0; plane < 3; ++plane) {
+            planes[plane].resize(pixels);
+            reducePlane(picture, plane, factor, factor, width, height, planes[plane].data());
+        }
+        rgbToYuv(preview, planes[0], planes[1], planes[2]);
+        return;
+    }
+    const int chromaFactor = picture.width() == picture.planeWidth(1) ? factor * 2 : factor;
+    reducePlane(picture, 0, factor, factor, width, height, preview.luma.data());
+    reducePlane(picture, 1, chromaFactor, factor * 2, width / 2, height / 2, preview.cb.data());
+    reducePlane(picture, 2, chromaFactor, factor * 2, width / 2, height / 2, preview.cr.data());
+}
+
+QString QmxPreviewSink::statusText() const
+{
+    return _writer.isOpen() ? QStringLiteral("Preview in shared memory %1").arg(_name)
+                            : QStringLiteral("No preview: shared memory %1 cannot be made").arg(_name);
+}

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxtaskthread.h"
+#include "platform/qmx/edges/qmxpreview.h"
+#include "platform/qmx/edges/qmxsink.h"
+
+#include <atomic>
+
+/// The output that is always there: picture, meters and timecode in shared memory.
+///
+/// Threads: show() only posts a handle; "qmx-preview" reduces the picture and publishes it. Its queue holds
+/// three frames; when it is full the newest one is dropped and counted.
+class QmxPreviewSink : public QmxSink
+{
+public:
+    QmxPreviewSink(const QString &name, const QmxEnvironment &environment);
+    ~QmxPreviewSink() override;
+
+    void show(const QmxOutputFrame &frame) override;
+    qint64 dropped() const override { return _dropped; }
+    QString statusText() const override;
+
+    /// A picture reduced by a whole factor until it fits, as 8-bit 4:2:0. Without picture: black.
+    static void reduce(const QmxPicture &picture, QmxPreviewPicture &preview);
+
+private:
+    void publish(const QmxOutputFrame &frame);
+
+    QString _name;
+    QmxPreviewWriter _writer; ///< the thread's, as are the next three
+    QmxPreviewPicture _preview;
+    QmxPicture _reduced; ///< what _preview shows
+    QmxImageDesc _desc;
+    std::atomic<qint64> _dropped = 0;
+    QmxTaskThread _thread; ///< last: ends before what it uses
+};

@@ -1,0 +1,270 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/codec/qmxpictureconverter.h"
+#include "platform/qmx/edges/qmxmuxsink.h"
+#include "platform/qmx/edges/qmxsourceaudio.h"
+
+#include <cerrno>
+#include <cstring>
+
+extern "C" {
+#include <libavutil/channel_layout.h>
+#include <libavutil/opt.h>
+}
+
+namespace {
+constexpr int outputChannels = 2;
+constexpr int inputChannels = 8;
+constexpr int audioBitRate = 192'000;
+constexpr double bitsPerPixel = 0.12; ///< about 6 Mb/s for 1080p25
+constexpr int mpeg2Factor = 2;        ///< MPEG-2 needs more for the same picture
+
+int interrupted(void *opaque)
+{
+    return static_cast<const std::atomic<bool> *>(opaque)->load() ? 1 : 0;
+}
+
+class Muxer : public QmxMuxer
+{
+public:
+    ~Muxer() override;
+    QmxError start(const QString &url, const QmxImageDesc &desc, const std::atomic<bool> &interrupt);
+    QmxError write(const QmxOutputFrame &frame) override;
+
+private:
+    struct CloseOutput
+    {
+        void operator()(AVFormatContext *p) const
+        {
+            if (p->pb && !(p->oformat->flags & AVFMT_NOFILE)) avio_closep(&p->pb);
+            avformat_free_context(p);
+        }
+    };
+    struct Track
+    {
+        QmxLibav::CodecContext coder;
+        AVStream *stream = nullptr;
+    };
+    QmxError addVideo(const QmxImageDesc &desc);
+    QmxError addAudio();
+    QmxError openTrack(const AVCodec *codec, Track &track);
+    QmxError writePicture(const QmxPicture &picture, qint64 time);
+    QmxError writeSound(const QmxOutputFrame &frame);
+    QmxError send(Track &track, const AVFrame *frame);
+
+    QmxLibav::Packet _packet{av_packet_alloc()};
+    QmxPictureConverter _converter;
+    QmxLibav::Resampler _resampler;
+    QmxSourceAudio _sound;
+    std::unique_ptr<AVFormatContext, CloseOutput> _output;
+    Track _video, _audio;
+    QSize _size;
+    bool _interlaced = false;
+    bool _started = false;
+    qint64 _firstTick = -1;
+    qint64 _samples = 0;
+};
+
+Muxer::~Muxer()
+{
+    if (!_started) return;
+    send(_video, nullptr);
+    if (_audio.coder) send(_audio, nullptr);
+    av_write_trailer(_output.get());
+}
+
+QmxError Muxer::start(const QString &url, const QmxImageDesc &desc, const std::atomic<bool> &interrupt)
+{
+    QmxLibav::quietLog();
+    static const int networkReady = avformat_network_init();
+    const char *kind = url.contains(QStringLiteral("://")) ? "mpegts" : nullptr;
+    QByteArray name = url.toUtf8();
+    if (url.startsWith(windowScheme)) {
+        if (!QmxLibav::loadDevices())
+            return QmxError(ENOSYS, QStringLiteral("Cannot open it: libavdevice is not installed"));
+        kind = "sdl";
+        name = url.mid(windowScheme.size()).toUtf8();
+        if (name.isEmpty()) name = "Output";
+    }
+    AVFormatContext *made = nullptr;
+    const int guessed = networkReady < 0
+                            ? networkReady
+                            : avformat_alloc_output_context2(&made, nullptr, kind, name.constData());
+    if (guessed < 0)
+        return QmxError(
+            EINVAL,
+            QStringLiteral("Its name has no ending that stands for a kind of file (\".ts\", \".mov\" ...)"));
+    _output.reset(made);
+    _output->interrupt_callback = {interrupted, const_cast<std::atomic<bool> *>(&interrupt)};
+    QmxError error = addVideo(desc);
+    if (!error.isError()) error = addAudio();
+    if (error.isError()) return error;
+    int result = 0;
+    if (!(_output->oformat->flags & AVFMT_NOFILE))
+        result = avio_open2(&_output->pb, name.constData(), AVIO_FLAG_WRITE, &_output->interrupt_callback,
+                            nullptr);
+    if (result >= 0) result = avformat_write_header(_output.get(), nullptr);
+    if (result < 0) return QmxLibav::error(QStringLiteral("open it"), result);
+    _started = true;
+    return QmxError();
+}
+
+QmxError Muxer::addVideo(const QmxImageDesc &desc)
+{
+    _size = QSize(desc.width(), desc.height() / 2 * 2);
+    _interlaced = desc.isInterlaced();
+    const bool isPlain = _output->oformat->video_codec == AV_CODEC_ID_RAWVIDEO;
+    const AVCodec *codec =
+        isPlain ? avcodec_find_encoder(AV_CODEC_ID_RAWVIDEO) : avcodec_find_encoder_by_name("libx264");
+    if (!codec || avformat_query_codec(_output->oformat, codec->id, FF_COMPLIANCE_NORMAL) != 1)
+        codec = avcodec_find_encoder(AV_CODEC_ID_MPEG2VIDEO);
+    if (!codec) return QmxError(ENOSYS, QStringLiteral("This machine's libavcodec has no coder for it"));
+    _video.coder.reset(avcodec_alloc_context3(codec));
+    AVCodecContext *c = _video.coder.get();
+    if (!c) return QmxError(ENOMEM);
+    c->width = _size.width();
+    c->height = _size.height();
+    c->pix_fmt = AV_PIX_FMT_YUV420P;
+    c->framerate = {desc.frameRate().num(), desc.frameRate().den()};
+    c->time_base = av_inv_q(c->framerate);
+    c->gop_size = desc.frameRate().timecodeRate() / 2; // whoever tunes in waits at most half a second
+    c->max_b_frames = 0;
+    c->thread_count = 1; // the recorder's own coders come first
+    c->bit_rate = int64_t(bitsPerPixel * c->width * c->height * desc.frameRate().toDouble()) *
+                  (codec->id == AV_CODEC_ID_H264 ? 1 : mpeg2Factor);
+    const QmxLibav::Colour colour = QmxLibav::colour(_size);
+    c->color_primaries = colour.primaries;
+    c->color_trc = colour.transfer;
+    c->colorspace = colour.matrix;
+    c->color_range = AVCOL_RANGE_MPEG;
+    if (_interlaced && !isPlain) c->flags |= AV_CODEC_FLAG_INTERLACED_DCT | AV_CODEC_FLAG_INTERLACED_ME;
+    if (codec->id == AV_CODEC_ID_H264) {
+        av_opt_set(c->priv_data, "preset", "ultrafast", 0);
+        av_opt_set(c->priv_data, "tune", "zerolatency", 0);
+    }
+    return openTrack(codec, _video);
+}
+
+QmxError Muxer::addAudio()
+{
+    const bool isTs = std::strcmp(_output->oformat->name, "mpegts") == 0;
+    const AVCodec *codec = avcodec_find_encoder(isTs ? AV_CODEC_ID_MP2 : AV_CODEC_ID_AAC);
+    if (!codec || _output->oformat->audio_codec == AV_CODEC_ID_NONE) return QmxError();
+    _audio.coder.reset(avcodec_alloc_context3(codec));
+    AVCodecContext *c = _audio.coder.get();
+    if (!c) return QmxError(ENOMEM);
+    c->sample_rate = qmxAudioRate;
+    c->time_base = {1, qmxAudioRate};
+    c->bit_rate = audioBitRate;
+    c->sample_fmt = isTs ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_FLTP;
+    av_channel_layout_default(&c->ch_layout, outputChannels);
+    SwrContext *made = nullptr;
+    swr_alloc_set_opts2(&made, &c->ch_layout, c->sample_fmt, qmxAudioRate, &c->ch_layout, AV_SAMPLE_FMT_S32,
+                        qmxAudioRate, 0, nullptr);
+    _resampler.reset(made);
+    if (const int result = swr_init(_resampler.get()); result < 0)
+        return QmxLibav::error(QStringLiteral("convert its sound"), result);
+    return openTrack(codec, _audio);
+}
+
+QmxError Muxer::openTrack(const AVCodec *codec, Track &track)
+{
+    if (_output->oformat->flags & AVFMT_GLOBALHEADER) track.coder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    int result = avcodec_open2(track.coder.get(), codec, nullptr);
+    if (result < 0) return QmxLibav::error(QStringLiteral("code it"), result);
+    track.stream = avformat_new_stream(_output.get(), nullptr);
+    if (!track.stream) return QmxError(ENOMEM);
+    track.stream->time_base = track.coder->time_base;
+    track.stream->avg_frame_rate = track.coder->framerate;
+    result = avcodec_parameters_from_context(track.stream->codecpar, track.coder.get());
+    return result < 0 ? QmxLibav::error(QStringLiteral("code it"), result) : QmxError();
+}
+
+QmxError Muxer::write(const QmxOutputFrame &frame)
+{
+    if (_firstTick < 0) _firstTick = frame.tick.index;
+    QmxPicture picture = frame.picture;
+    if (!picture.isValid()) {
+        picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, _size);
+        if (!picture.isValid()) return QmxError(ENOMEM, QStringLiteral("Out of picture memory"));
+        picture.fillBlack();
+    }
+    const QmxError error = writePicture(picture, frame.tick.index - _firstTick);
+    return error.isError() || !_audio.coder ? error : writeSound(frame);
+}
+
+QmxError Muxer::writePicture(const QmxPicture &picture, qint64 time)
+{
+    const QmxLibav::Frame frame(av_frame_alloc());
+    if (!frame) return QmxError(ENOMEM);
+    frame->format = AV_PIX_FMT_YUV420P;
+    frame->width = _size.width();
+    frame->height = _size.height();
+    if (const int result = av_frame_get_buffer(frame.get(), 0); result < 0)
+        return QmxLibav::error(QStringLiteral("convert a picture"), result);
+    if (!_converter.convert(picture, AV_PIX_FMT_YUV420P, _size, frame->data, frame->linesize, _interlaced))
+        return QmxError(EINVAL, QStringLiteral("Cannot convert a picture"));
+    frame->pts = time;
+    frame->interlaced_frame = _interlaced;
+    frame->top_field_first = QmxLibav::topFieldFirst(_size);
+    return send(_video, frame.get());
+}
+
+QmxError Muxer::writeSound(const QmxOutputFrame &output)
+{
+    // Frames that were dropped leave a gap, which silence fills: picture and sound stay together.
+    const qint64 start =
+        qmxAudioStart(output.tick.index, output.tick.rate) - qmxAudioStart(_firstTick, output.tick.rate);
+    const qint64 gap = start - (_samples + _sound.count());
+    if (gap > 1 && gap < qint64(10) * qmxAudioRate) _sound.appendSilence(int(gap));
+    const int expected = qmxAudioSamples(output.tick.index, output.tick.rate);
+    if (output.audio.isValid())
+        _sound.append(output.audio);
+    else
+        _sound.appendSilence(expected);
+    const int length = _audio.coder->frame_size > 0 ? _audio.coder->frame_size : expected;
+    while (_sound.count() >= length) {
+        const QmxAudio piece = _sound.take(length, output.tick.rate);
+        if (!piece.isValid()) return QmxError(ENOMEM, QStringLiteral("Out of picture memory"));
+        std::vector<qint32> pair(size_t(length) * outputChannels);
+        for (int i = 0; i < length * outputChannels; ++i)
+            pair[size_t(i)] = piece.data()[i / outputChannels * inputChannels + i % outputChannels];
+        const QmxLibav::Frame frame(av_frame_alloc());
+        if (!frame) return QmxError(ENOMEM);
+        frame->format = _audio.coder->sample_fmt;
+        frame->nb_samples = length;
+        frame->sample_rate = qmxAudioRate;
+        av_channel_layout_default(&frame->ch_layout, outputChannels);
+        if (const int result = av_frame_get_buffer(frame.get(), 0); result < 0)
+            return QmxLibav::error(QStringLiteral("convert its sound"), result);
+        const auto *in = reinterpret_cast<const uint8_t *>(pair.data());
+        swr_convert(_resampler.get(), frame->extended_data, length, &in, length);
+        frame->pts = _samples;
+        _samples += length;
+        if (QmxError error = send(_audio, frame.get()); error.isError()) return error;
+    }
+    return QmxError();
+}
+
+QmxError Muxer::send(Track &track, const AVFrame *frame)
+{
+    int result = avcodec_send_frame(track.coder.get(), frame);
+    while (result >= 0) {
+        result = avcodec_receive_packet(track.coder.get(), _packet.get());
+        if (result < 0) break;
+        av_packet_rescale_ts(_packet.get(), track.coder->time_base, track.stream->time_base);
+        _packet->stream_index = track.stream->index;
+        result = av_interleaved_write_frame(_output.get(), _packet.get());
+    }
+    const bool isDone = result >= 0 || result == AVERROR(EAGAIN) || result == AVERROR_EOF;
+    return isDone ? QmxError() : QmxLibav::error(QStringLiteral("write to it"), result);
+}
+} // namespace
+
+std::unique_ptr<QmxMuxer> QmxMuxer::open(const QString &url, const QmxImageDesc &desc,
+                                         const std::atomic<bool> &isInterrupted, QmxError *error)
+{
+    auto muxer = std::make_unique<Muxer>();
+    *error = muxer->start(url, desc, isInterrupted);
+    if (error->isError()) return nullptr;
+    return muxer;
+}

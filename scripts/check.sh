@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything that can be said about the code without a person: names what it ran and what failed.
-#   check.sh [format|folders|libraries|params|includes|lint|asan|tsan|fuzz|kills|crash|day|walk|prores|neon|package ...] [--long]
+#   check.sh [format|folders|libraries|params|includes|lint|asan|tsan|fuzz|kills|crash|day|walk|prores|page|neon|package ...] [--long]
 # Nothing named: all but neon and package.
 set -uo pipefail
 . "$XP_ROOT/scripts/common.sh"
@@ -103,6 +103,17 @@ check_prores() {
     XP_PRORES_PICTURES=$pictures "$XP_BUILD"/bin/test_prores --gtest_filter='ProResFrames.random*'
 }
 
+# The panel's page: its bundle, byte for byte from its sources, types and linter.
+check_page() {
+    (xp_setup_page) || { echo "node, npm or the page's packages cannot be had"; return 1; }
+    local made status=0
+    made=$(mktemp -d)
+    (cd companions/panel/page && npm run --silent build -- "$made" && npm run --silent check) || status=1
+    diff -r "$made" companions/panel/page/dist || { echo "make it anew: cd companions/panel/page && npm run build"; status=1; }
+    rm -rf "$made"
+    return $status
+}
+
 # The ProRes coder on 64-bit ARM, by a cross compiler and qemu: downloads; only when named.
 check_neon() { scripts/check-neon.sh; }
 
@@ -116,7 +127,7 @@ for argument in "$@"; do
         *) declare -F "check_$argument" >/dev/null || die "check: no check named $argument"; wanted+=("$argument") ;;
     esac
 done
-[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params includes lint asan tsan fuzz kills crash day walk prores)
+[ ${#wanted[@]} -gt 0 ] || wanted=(format folders libraries params includes lint asan tsan fuzz kills crash day walk prores page)
 export XP_LONG=$long
 failed=()
 for name in "${wanted[@]}"; do

@@ -8,10 +8,10 @@ say() { printf 'xp: %s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
 # The packages of packaging/packages.txt that are not installed: with an argument those of that group, which is one of
-# those that not everybody needs (peers, neon), else those of all other groups.
+# those that not everybody needs (peers, page, neon), else those of all other groups.
 xp_missing_packages() {
     local wanted package
-    wanted=$(awk -v asked="${1:-}" '/^# group:/ { group = $3; special = group ~ /^(peers|neon)$/ ? group : "" }
+    wanted=$(awk -v asked="${1:-}" '/^# group:/ { group = $3; special = group ~ /^(peers|page|neon)$/ ? group : "" }
         /^[^#]/ && special == asked' "$XP_ROOT/packaging/packages.txt")
     for package in $wanted; do
         dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || echo "$package"
@@ -39,6 +39,17 @@ xp_setup() {
 xp_setup_peers() {
     # shellcheck disable=SC2046
     xp_install $(xp_missing_packages peers) || say "goes on without:" $(xp_missing_packages peers)
+}
+
+# What the panel's page is made with and tested in. By command: a machine may have them from elsewhere.
+xp_setup_page() {
+    local command missing=()
+    for command in node:nodejs npm:npm chromium:chromium; do
+        command -v "${command%:*}" >/dev/null || missing+=("${command#*:}")
+    done
+    xp_install "${missing[@]}" || return 1
+    cd "$XP_ROOT/companions/panel/page" || return 1
+    [ node_modules/.package-lock.json -nt package-lock.json ] || npm ci --ignore-scripts --no-audit --no-fund --silent
 }
 
 xp_build() {

@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The one store of state: the snapshot with its deltas, the link that keeps it, and verbs with their answers.
+import { Problem, get, request, socketAddress, token } from "./api";
+import type { Answer, DeckState, Parameter, Verb } from "./state";
+
+/** Without a sign of life for this long nothing on the page may look live. */
+export const staleAfter = 500;
+const retryAfter = [100, 250, 500, 900];
+
+export interface Notice {
+  kind: "refused" | "done" | "lost";
+  title: string;
+  text: string;
+}
+
+type Listener = () => void;
+
+/** What hangs on the deck hears of every change at most once a frame of the screen. */
+export class Deck {
+  state: DeckState | null = null;
+  counters: Record<string, number> = {};
+  verbs: Verb[] = [];
+  parameters = new Map<string, Parameter>();
+  pending = new Set<string>();
+  notice: Notice | null = null;
+  linked = false;
+  /** 0 while the link is fresh; else milliseconds without a sign of life. */
+  silence = 0;
+  /** Frames that the recorder's clock is ahead of this page's, as measured by pings. */
+  clockOffset: number | null = null;
+  version = "";
+
+  private socket: WebSocket | null = null;
+  private seq = -1;
+  private boot = "";
+  private heard = performance.now();
+  private tries = 0;
+  private listeners = new Set<Listener>();
+  private scheduled = false;
+  private bestTrip = Infinity;
+  private owedSteps = 0;
+  private stepping = false;
+  private wantedSpeed: number | null = null;
+  private speeding = false;
+
+  start(): void {
+    this.connect();
+    setInterval(() => this.watch(), 100);
+    document.addEventListener("visibilitychange", () => this.watch());
+  }
+
+  subscribe(listener: Listener): () => void {
+    this.listeners.add(listener);
+    return () => this.listeners.delete(listener);
+  }
+
+  /** A sign of life, from whatever link it came. */
+  alive(): void {
+    this.heard = performance.now();
+    if (this.silence !== 0) {
+      this.silence = 0;
+      this.changed();
+    }
+  }
+
+  get stale(): boolean {
+    return this.silence > 0;
+  }
+
+  verb(name: string): Verb | undefined {
+    return this.verbs.find((row) => row.name === name);
+  }
+
+  /** Asks for a verb; the answer is told on the page too, unless it was done. */
+  async run(name: string, values: Record<string, string | number | boolean> = {}): Promise<Answer> {
+    this.pending.add(name);
+    this.changed();
+    const response = await request("POST", `transport/${name}`, values);
+    this.pending.delete(name);
+    const answer = await answerOf(response);
+    if (!answer.done) this.tell({ kind: "refused", title: title(name), text: [answer.sentence, answer.hint].filter(Boolean).join(" ") });
+    else if (this.notice?.kind === "refused") this.notice = null;
+    this.changed();
+    return answer;
+  }
+
+  /** Steps are added up while one is on its way. */
+  steps(by: number): void {
+    this.owedSteps += by;
+    if (this.stepping) return;
+    this.stepping = true;
+    void (async () => {
+      while (this.owedSteps !== 0) {
+        const count = this.owedSteps;
+        this.owedSteps = 0;
+        if (!(await this.run("step", { frames: count })).done) this.owedSteps = 0;
+      }
+      this.stepping = false;
+    })();
+  }
+
+  /** Of the speeds asked for while one is on its way only the last counts. */
+  speed(speed: number): void {
+    this.wantedSpeed = speed;
+    if (this.speeding) return;
+    this.speeding = true;
+    void (async () => {
+      while (this.wantedSpeed !== null) {
+        const wanted = this.wantedSpeed;
+        this.wantedSpeed = null;
+        const answer = wanted === 0 ? await this.run("still") : await this.run("play", { speed: wanted });
+        if (!answer.done) this.wantedSpeed = null;
+      }
+      this.speeding = false;
+    })();
+  }
+
+  async set(name: string, value: string): Promise<Answer> {
+    const answer = await answerOf(await request("PUT", `params/${encodeURIComponent(name)}`, { value }));
+    if (!answer.done) this.tell({ kind: "refused", title: name, text: [answer.sentence, answer.hint].filter(Boolean).join(" ") });
+    return answer;
+  }
+
+  tell(notice: Notice | null): void {
+    this.notice = notice;
+    this.changed();
+  }
+
+  changed(): void {
+    if (this.scheduled) return;
+    this.scheduled = true;
+    queueMicrotask(() => {
+      this.scheduled = false;
+      for (const listener of [...this.listeners]) listener();
+    });
+  }
+
+  private connect(): void {
+    const words = new URLSearchParams();
+    if (this.seq >= 0) words.set("since", String(this.seq));
+    if (this.boot) words.set("boot", this.boot);
+    const socket = new WebSocket(socketAddress("events") + (words.size ? `?${words}` : ""), token() ? ["xp", `token.${token()}`] : ["xp"]);
+    this.socket = socket;
+    socket.onopen = () => this.ping();
+    socket.onmessage = (event) => this.receive(event);
+    socket.onclose = () => this.lost(socket);
+  }
+
+  private lost(socket: WebSocket): void {
+    if (socket !== this.socket) return;
+    this.socket = null;
+    this.linked = false;
+    this.changed();
+    const wait = retryAfter[Math.min(this.tries++, retryAfter.length - 1)];
+    setTimeout(() => this.connect(), wait);
+  }
+
+  private receive(event: MessageEvent): void {
+    let message: Record<string, unknown>;
+    try {
+      message = JSON.parse(String(event.data)) as Record<string, unknown>;
+    } catch {
+      return;
+    }
+    this.alive();
+    switch (message["type"]) {
+      case "hello":
+        if (this.boot !== message["boot"]) this.seq = -1;
+        this.boot = String(message["boot"] ?? "");
+        this.version = String(message["version"] ?? "");
+        this.linked = true;
+        this.tries = 0;
+        void this.readTables();
+        break;
+      case "counters":
+        this.counters = message["counters"] as Record<string, number>;
+        break;
+      case "snapshot":
+        this.state = message["state"] as DeckState;
+        this.seq = Number(message["seq"]);
+        break;
+      case "delta":
+        // A gap means that something was missed: the next connection brings a whole snapshot.
+        if (this.state === null || Number(message["seq"]) !== this.seq + 1) {
+          this.seq = -1;
+          this.socket?.close();
+          return;
+        }
+        this.seq = Number(message["seq"]);
+        this.state = { ...this.state, ...(message["changed"] as Partial<DeckState>) };
+        break;
+      case "pong":
+        this.measure(Number(message["ping"]), Number(message["time"]));
+        return;
+      default:
+        return;
+    }
+    this.changed();
+  }
+
+  /** The recorder's clock is read as half a round trip ago; the shortest trip seen lately counts. */
+  private ping(): void {
+    if (this.socket?.readyState === WebSocket.OPEN) this.socket.send(JSON.stringify({ ping: performance.now() }));
+  }
+
+  private measure(sent: number, there: number): void {
+    const now = performance.now();
+    const trip = now - sent;
+    this.bestTrip = Math.min(this.bestTrip * 1.02, Infinity);
+    if (trip > this.bestTrip) return;
+    this.bestTrip = trip;
+    this.clockOffset = there - (sent + trip / 2);
+  }
+
+  private async readTables(): Promise<void> {
+    const verbs = await get<{ verbs: Verb[] }>("verbs");
+    if (!(verbs instanceof Problem)) this.verbs = verbs.verbs;
+    await this.readParameters();
+  }
+
+  async readParameters(): Promise<void> {
+    const answer = await get<{ parameters: Parameter[] }>("params");
+    if (answer instanceof Problem) return;
+    this.parameters = new Map(answer.parameters.map((row) => [row.name, row]));
+    this.changed();
+  }
+
+  private beats = 0;
+  private watch(): void {
+    if (this.beats++ % 10 === 0) this.ping();
+    const silence = performance.now() - this.heard;
+    // A socket whose other side is gone without a word is given up.
+    if (silence > 3 * staleAfter && this.socket?.readyState === WebSocket.OPEN) this.socket.close();
+    const told = silence > staleAfter ? silence : 0;
+    if (told === this.silence) return;
+    this.silence = told;
+    this.changed();
+  }
+}
+
+export const title = (name: string): string => {
+  const words = name.replaceAll("_", " ");
+  return words.charAt(0).toUpperCase() + words.slice(1);
+};
+
+async function answerOf(response: Response | Problem): Promise<Answer> {
+  if (response instanceof Problem) return { done: false, code: response.code, sentence: response.sentence, hint: response.hint };
+  return { done: true, code: "done", sentence: "", hint: "" };
+}

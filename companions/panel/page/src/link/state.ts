@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the recorder tells: names as the recorder's own interfaces have them.
+
+export interface Medium {
+  path: string;
+  label: string;
+  state: "active" | "next" | "usable" | "full" | "read_only";
+  percent_free: number;
+  bytes_free: number;
+  bytes_total: number;
+  clips: number;
+  seconds_left: number;
+}
+
+export interface Alarm {
+  name: string;
+  level: "information" | "warning" | "error";
+  message: string;
+  since: string;
+  advice: string;
+  acknowledged_by?: string;
+}
+
+export interface HistoryLine {
+  time: string;
+  name: string;
+  level: "information" | "warning" | "error" | "clear";
+  message: string;
+}
+
+export interface Owner {
+  name: string;
+  front: string;
+  address: string;
+  since: string;
+}
+
+/** One moment of the recorder: the snapshot with all deltas applied. */
+export interface DeckState {
+  running: boolean;
+  status: string;
+  speed: number;
+  tick: number;
+  frame: number;
+  /** Frames of what is played. */
+  length: number;
+  /** Frames of the take. */
+  clip_frames: number;
+  recorded_up_to: number;
+  dropped_capture: number;
+  dropped_playback: number;
+  late_ticks: number;
+  timecode: string;
+  input_timecode: string;
+  timecode_source: string;
+  rate: number;
+  clip: string;
+  path: string;
+  input_format: string;
+  input_locked: boolean;
+  record_format: string;
+  record_codec: string;
+  media_format: string;
+  record_inhibited: string;
+  playback_source: string;
+  media: Medium[];
+  seconds_left: number;
+  alarms: number;
+  alarm_list: Alarm[];
+  owner: Partial<Owner>;
+  lock: Partial<Owner>;
+  mode: string;
+  list_revision: string;
+  store_problem: string;
+}
+
+export interface Argument {
+  name: string;
+  type: string;
+  unit?: string;
+  minimum?: number;
+  maximum?: number;
+  choices?: string[];
+  required?: boolean;
+  help: string;
+}
+
+/** A row of the recorder's table of verbs. */
+export interface Verb {
+  name: string;
+  group?: string;
+  help: string;
+  arguments: Argument[];
+  forms: Record<string, string>;
+}
+
+/** A setting with what the recorder knows about it. */
+export interface Parameter {
+  id: string;
+  name: string;
+  type: string;
+  value: string;
+  default: string;
+  unit: string;
+  help: string;
+  group?: string;
+  choices?: string[];
+  minimum?: number;
+  maximum?: number;
+  keep?: string;
+  told?: boolean;
+}
+
+export interface Clip {
+  index: number;
+  name: string;
+  frames: number;
+  timecode?: string;
+  time?: string;
+  bytes?: number;
+  protected?: boolean;
+}
+
+export interface ListEntry {
+  place: number;
+  name: string;
+  present: boolean;
+}
+
+/** The answer to a verb, in the recorder's own words. */
+export interface Answer {
+  done: boolean;
+  code: string;
+  sentence: string;
+  hint: string;
+}
+
+export const isRecording = (state: DeckState | null): boolean => state?.status === "recording";

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+import { css, html, nothing } from "lit";
+import { customElement, state } from "lit/decorators.js";
+import { Problem, get } from "../link/api";
+import type { Alarm, HistoryLine } from "../link/state";
+import { Part, shared } from "./part";
+import { words } from "./text";
+
+const signs: Record<string, string> = { error: "✕", warning: "!", information: "i", clear: "✓" };
+
+/** What is wrong now, since when, why, and what to do; and what has been. */
+@customElement("xp-alarms")
+export class XpAlarms extends Part {
+  @state() private history: HistoryLine[] = [];
+  @state() private problem = "";
+  private known = "";
+
+  static override styles = [
+    shared,
+    css`
+      :host { height: 100%; overflow-y: auto; scrollbar-color: var(--edge) transparent; }
+      section { display: grid; gap: 0.5rem; padding-bottom: 1rem; }
+      article { background: var(--raised); border-left: 0.25rem solid var(--edge); padding: 0.6rem 0.75rem; display: grid; gap: 0.25rem; border-radius: 0 var(--round) var(--round) 0; }
+      article.warning, article.error { border-color: var(--amber); }
+      article header { display: flex; gap: 0.6rem; align-items: baseline; }
+      header b { color: var(--bright); }
+      .warning header b, .error header b { color: var(--amber); }
+      header span { margin-left: auto; font-size: 0.75rem; color: var(--dim); white-space: nowrap; }
+      p { margin: 0; font-size: 0.9375rem; }
+      .calm { color: var(--dim); padding: 0.75rem 0; }
+      table { width: 100%; border-collapse: collapse; font-size: 0.8125rem; }
+      td { padding: 0.25rem 0.5rem 0.25rem 0; vertical-align: top; border-bottom: 1px solid var(--line); }
+      td:first-child { white-space: nowrap; color: var(--dim); }
+    `,
+  ];
+
+  override willUpdate(): void {
+    const key = (this.deck.state?.alarm_list ?? []).map((alarm) => alarm.name + alarm.since + (alarm.acknowledged_by ?? "")).join();
+    if (key === this.known && this.history.length) return;
+    this.known = key;
+    void this.read();
+  }
+
+  private reading = false;
+  private async read(): Promise<void> {
+    if (this.reading) return;
+    this.reading = true;
+    const answer = await get<{ history: HistoryLine[] }>("alarms/history");
+    if (answer instanceof Problem) this.problem = answer.sentence;
+    else {
+      this.problem = "";
+      this.history = answer.history;
+    }
+    setTimeout(() => (this.reading = false), 1000);
+  }
+
+  protected override view() {
+    const alarms = this.deck.state?.alarm_list ?? [];
+    return html`
+      <section aria-label="Now">
+        <h2>Now</h2>
+        ${alarms.length ? alarms.map((alarm) => this.alarm(alarm)) : html`<p class="calm">Nothing is wrong.</p>`}
+      </section>
+      <section aria-label="History">
+        <h2>History</h2>
+        ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
+        <table>
+          <tbody>
+            ${[...this.history].reverse().slice(0, 200).map(
+              (line) => html`<tr><td>${line.time.replace("T", " ").slice(0, 19)}</td><td aria-label=${line.level}>${signs[line.level] ?? ""}</td><td>${words(line.name)}${line.message ? html`: <bdi>${line.message}</bdi>` : nothing}</td></tr>`,
+            )}
+          </tbody>
+        </table>
+      </section>
+    `;
+  }
+
+  private alarm(alarm: Alarm) {
+    return html`<article class=${alarm.level}>
+      <header><b>${signs[alarm.level]} ${words(alarm.name)}</b><span>${alarm.level} since ${alarm.since.replace("T", " ").slice(0, 19)}</span></header>
+      <p><bdi>${alarm.message}</bdi></p>
+      <p class="dim">${alarm.advice}</p>
+    </article>`;
+  }
+}

@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+import { css, html, nothing } from "lit";
+import { customElement, query, state } from "lit/decorators.js";
+import { Problem, address, get } from "../link/api";
+import type { Clip } from "../link/state";
+import { Part, shared } from "./part";
+import { bytes, length } from "./text";
+
+type Order = "name" | "index" | "frames";
+const orders: Record<Order, string> = { index: "as recorded", name: "by name", frames: "by length" };
+
+/** The clips of the medium: only the rows in sight are made, however many there are. */
+@customElement("xp-clips")
+export class XpClips extends Part {
+  @state() private clips: Clip[] = [];
+  @state() private problem = "";
+  @state() private search = "";
+  @state() private order: Order = "index";
+  @state() private falling = true;
+  @state() private chosen = new Set<string>();
+  @state() private top = 0;
+  @state() private tall = 400;
+  @query(".rows") private rows!: HTMLElement;
+  private anchor = 0;
+  private known = "";
+  private reading = false;
+  private observer = new ResizeObserver(() => (this.tall = this.rows?.clientHeight ?? 400));
+
+  static override styles = [
+    shared,
+    css`
+      :host { display: grid; grid-template-rows: auto minmax(0, 1fr) auto; gap: var(--gap); height: 100%; min-height: 0; }
+      .tools { display: grid; grid-template-columns: minmax(0, 1fr) auto auto; gap: 0.25rem; }
+      .rows { overflow-y: auto; position: relative; border-radius: var(--round); scrollbar-color: var(--edge) transparent; min-height: 8rem; }
+      .room { position: relative; }
+      .row { position: absolute; left: 0; right: 0; height: 3.5rem; display: grid; grid-template-columns: 5rem minmax(0, 1fr) auto; gap: 0.6rem; align-items: center; padding: 0 0.5rem 0 0.25rem; border-bottom: 1px solid var(--line); cursor: default; }
+      .row[aria-selected="true"] { background: var(--lifted); }
+      .row.current { box-shadow: inset 0.1875rem 0 0 var(--bright); }
+      img, .none { width: 5rem; height: 2.8125rem; object-fit: contain; background: #000; display: block; border-radius: 2px; }
+      .name { color: var(--bright); unicode-bidi: plaintext; text-align: left; }
+      .sub { font-size: 0.75rem; color: var(--dim); display: flex; gap: 0.75rem; }
+      .frames { font-size: 0.875rem; }
+      .acts { display: flex; flex-wrap: wrap; gap: 0.25rem; align-items: center; min-height: 2rem; }
+      .acts .dim { margin-left: auto; font-size: 0.8125rem; }
+      .empty { padding: 2rem 1rem; text-align: center; color: var(--dim); }
+    `,
+  ];
+
+  override connectedCallback(): void {
+    super.connectedCallback();
+    void this.read();
+  }
+
+  override disconnectedCallback(): void {
+    super.disconnectedCallback();
+    this.observer.disconnect();
+  }
+
+  override firstUpdated(): void {
+    this.observer.observe(this.rows);
+  }
+
+  private get rowHeight(): number {
+    return 3.5 * parseFloat(getComputedStyle(document.documentElement).fontSize);
+  }
+
+  private async read(): Promise<void> {
+    if (this.reading) return;
+    this.reading = true;
+    const all: Clip[] = [];
+    for (;;) {
+      const page = await get<{ clips: Clip[]; total: number }>(`clips?offset=${all.length}&limit=1000`);
+      if (page instanceof Problem) {
+        this.problem = page.sentence;
+        break;
+      }
+      this.problem = "";
+      all.push(...page.clips);
+      if (page.clips.length === 0 || all.length >= page.total) break;
+    }
+    this.reading = false;
+    if (!this.problem) this.clips = all;
+  }
+
+  /** Clips come and go with takes, media and what the media daemon does. */
+  override willUpdate(): void {
+    const state = this.deck.state;
+    const key = state ? [state.path, state.list_revision, state.status === "recording", state.media.map((medium) => medium.clips).join()].join() : "";
+    if (key === this.known) return;
+    this.known = key;
+    void this.read();
+  }
+
+  private get sorted(): Clip[] {
+    const wanted = this.search.trim().toLowerCase();
+    const found = wanted ? this.clips.filter((clip) => clip.name.toLowerCase().includes(wanted)) : [...this.clips];
+    const by = this.order;
+    found.sort((a, b) => (by === "name" ? (a.name < b.name ? -1 : 1) : a[by] - b[by]));
+    return this.falling ? found.reverse() : found;
+  }
+
+  private choose(event: MouseEvent | KeyboardEvent, list: Clip[], at: number): void {
+    const name = list[at].name;
+    if (event.shiftKey) {
+      const [from, to] = [Math.min(this.anchor, at), Math.max(this.anchor, at)];
+      this.chosen = new Set(list.slice(from, to + 1).map((clip) => clip.name));
+    } else if (event.ctrlKey || event.metaKey) {
+      const next = new Set(this.chosen);
+      if (!next.delete(name)) next.add(name);
+      this.chosen = next;
+      this.anchor = at;
+    } else {
+      this.chosen = new Set([name]);
+      this.anchor = at;
+    }
+  }
+
+  private keydown(event: KeyboardEvent, list: Clip[]): void {
+    const by = { ArrowDown: 1, ArrowUp: -1, PageDown: 10, PageUp: -10 }[event.key];
+    if (event.key === "Enter" && this.chosen.size) {
+      event.preventDefault();
+      event.stopPropagation();
+      void this.deck.run("clip", { name: [...this.chosen][0] });
+    }
+    if (by === undefined || !list.length) return;
+    event.preventDefault();
+    event.stopPropagation();
+    const at = Math.min(list.length - 1, Math.max(0, this.anchor + by));
+    this.chosen = new Set([list[at].name]);
+    this.anchor = at;
+    const y = at * this.rowHeight;
+    if (y < this.rows.scrollTop) this.rows.scrollTop = y;
+    if (y + this.rowHeight > this.rows.scrollTop + this.tall) this.rows.scrollTop = y + this.rowHeight - this.tall;
+  }
+
+  private async each(verb: string): Promise<void> {
+    for (const name of this.chosen) if (!(await this.deck.run(verb, { clip: name })).done) return;
+    void this.read();
+  }
+
+  private drag(event: DragEvent, name: string): void {
+    if (!this.chosen.has(name)) this.chosen = new Set([name]);
+    event.dataTransfer?.setData("application/x-xp-clips", JSON.stringify([...this.chosen]));
+    this.dispatchEvent(new CustomEvent("xp-dragclips", { bubbles: true, composed: true }));
+  }
+
+  override updated(): void {
+    const height = this.rowHeight;
+    (this.renderRoot.querySelector(".room") as HTMLElement | null)?.style.setProperty("height", `${this.sorted.length * height}px`);
+    for (const row of this.renderRoot.querySelectorAll<HTMLElement>(".row")) row.style.setProperty("top", `${Number(row.dataset["at"]) * height}px`);
+  }
+
+  protected override view() {
+    const list = this.sorted;
+    const height = this.rowHeight;
+    const from = Math.max(0, Math.floor(this.top / height) - 3);
+    const to = Math.min(list.length, Math.ceil((this.top + this.tall) / height) + 3);
+    const some = this.chosen.size > 0;
+    return html`
+      <div class="tools">
+        <input type="search" aria-label="Search clips" placeholder="Search ${this.clips.length} clips" .value=${this.search} @input=${(event: InputEvent) => (this.search = (event.target as HTMLInputElement).value)} />
+        <select aria-label="Sort" @change=${(event: Event) => (this.order = (event.target as HTMLSelectElement).value as Order)}>
+          ${Object.entries(orders).map(([key, text]) => html`<option value=${key} ?selected=${key === this.order}>${text}</option>`)}
+        </select>
+        <button class="small" aria-label=${this.falling ? "Last first" : "First first"} title=${this.falling ? "Last first" : "First first"} @click=${() => (this.falling = !this.falling)}>${this.falling ? "↓" : "↑"}</button>
+      </div>
+      <div class="rows" role="listbox" aria-label="Clips" aria-multiselectable="true" tabindex="0" @scroll=${(event: Event) => (this.top = (event.target as HTMLElement).scrollTop)} @keydown=${(event: KeyboardEvent) => this.keydown(event, list)}>
+        ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
+        ${list.length === 0 && !this.problem ? html`<p class="empty">${this.search ? "No clip of this name." : "No clips yet. Record one."}</p>` : nothing}
+        <div class="room">${list.slice(from, to).map((clip, i) => this.row(clip, from + i, list))}</div>
+      </div>
+      <div class="acts">
+        <button class="small" ?disabled=${this.chosen.size !== 1} @click=${() => void this.deck.run("clip", { name: [...this.chosen][0] })}>Open</button>
+        <button class="small" ?disabled=${!some} @click=${() => this.dispatchEvent(new CustomEvent("xp-add", { detail: [...this.chosen], bubbles: true, composed: true }))}>Add to list</button>
+        <button class="small" ?disabled=${!some} @click=${() => void this.each("protect")}>Protect</button>
+        <button class="small" ?disabled=${!some} @click=${() => void this.each("unprotect")}>Unprotect</button>
+        <span class="dim">${this.chosen.size > 1 ? `${this.chosen.size} chosen` : `${list.length} clips`}</span>
+      </div>
+    `;
+  }
+
+  private row(clip: Clip, at: number, list: Clip[]) {
+    const current = clip.name === this.deck.state?.clip;
+    return html`<div class="row ${current ? "current" : ""}" role="option" aria-selected=${this.chosen.has(clip.name) ? "true" : "false"} aria-setsize=${list.length} aria-posinset=${at + 1}
+      data-at=${at} draggable="true" title=${clip.name} @click=${(event: MouseEvent) => this.choose(event, list, at)} @dblclick=${() => void this.deck.run("clip", { name: clip.name })}
+      @dragstart=${(event: DragEvent) => this.drag(event, clip.name)}>
+      <img alt="" loading="lazy" draggable="false" src=${address(`clips/${encodeURIComponent(clip.name)}/thumbnail`)} @error=${(event: Event) => (event.target as HTMLImageElement).removeAttribute("src")} />
+      <div class="cut">
+        <div class="name cut"><bdi>${clip.name}</bdi></div>
+        <div class="sub"><span>${clip.timecode ?? ""}</span><span>${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
+      </div>
+      <div class="frames figure">${length(clip.frames, this.deck.state?.rate ?? 25)}</div>
+    </div>`;
+  }
+}

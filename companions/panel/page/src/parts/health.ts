@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+import { css, html, nothing } from "lit";
+import { customElement, property } from "lit/decorators.js";
+import { Part, shared } from "./part";
+import "./chart";
+import { duration } from "./text";
+
+/** Everything that tells of trouble before a frame is lost, in one line. */
+@customElement("xp-health")
+export class XpHealth extends Part {
+  /** Milliseconds from the capture of a picture to its being painted; null: not known. */
+  @property({ attribute: false }) delay: number | null = null;
+
+  static override styles = [
+    shared,
+    css`
+      :host { background: var(--panel); border-radius: var(--round); min-width: 0; }
+      .strip { display: flex; height: 100%; align-items: stretch; overflow: hidden; }
+      .cell { padding: 0.35rem 0.75rem; display: grid; align-content: center; gap: 0.1rem; border-right: 1px solid var(--line); min-width: 0; white-space: nowrap; }
+      .cell:last-child { border-right: 0; margin-left: auto; }
+      .figure { font-size: 0.9375rem; line-height: 1.1; color: var(--bright); }
+      .warn .figure, .warn .label { color: var(--amber); }
+      xp-chart { flex: 1 1 8rem; min-width: 6.5rem; border-right: 1px solid var(--line); }
+      @media (max-width: 1100px) { .optional { display: none; } }
+      @media (max-width: 759px) {
+        .strip { display: grid; grid-template-columns: 1fr 1fr; height: auto; }
+        .cell, .cell:last-child { border: 0; margin: 0; overflow: hidden; }
+        xp-chart { border: 0; height: 3rem; }
+      }
+    `,
+  ];
+
+  private cell(label: string, value: unknown, warn = false, name = "") {
+    return html`<div class="cell ${warn ? "warn" : ""} ${name}"><div class="label">${label}</div><div class="figure">${warn ? "! " : nothing}${value}</div></div>`;
+  }
+
+  protected override view() {
+    const { state, counters } = this.deck;
+    const low = !!state && state.seconds_left > 0 && state.seconds_left < 600;
+    const lost = (state?.dropped_capture ?? 0) + (state?.dropped_playback ?? 0);
+    const owner = state?.owner?.name;
+    return html`<div class="strip" role="group" aria-label="Health">
+      ${this.deck.stale
+        ? this.cell("Link", `silent ${(this.deck.silence / 1000).toFixed(1)} s`, true)
+        : this.cell("Lens to screen", this.delay === null ? "-" : `${Math.round(this.delay)} ms`, (this.delay ?? 0) > 250)}
+      ${this.cell("Room", state ? duration(state.seconds_left) : "-", low)}
+      ${this.cell("Lost frames", lost, lost > 0)}
+      <xp-chart label="Writer queue" unit="frames" .value=${counters["writer_queue"] ?? null} .warnAbove=${24} .deck=${this.deck}></xp-chart>
+      <xp-chart label="Write latency p99" unit="ms" .value=${counters["write_latency_p99"] === undefined ? null : counters["write_latency_p99"] / 1000} .warnAbove=${250} .deck=${this.deck}></xp-chart>
+      <xp-chart class="optional" label="Frames lost" unit="" .value=${state ? lost : null} .warnAbove=${0.5} .deck=${this.deck}></xp-chart>
+      ${this.cell("In control", owner ? html`<bdi>${owner}</bdi>` : "everybody")}
+    </div>`;
+  }
+}

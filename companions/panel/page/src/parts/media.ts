@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+import { css, html, nothing } from "lit";
+import { customElement } from "lit/decorators.js";
+import type { Medium } from "../link/state";
+import { Part, shared } from "./part";
+import { bytes, duration, words } from "./text";
+
+const early = 600; // seconds
+
+/** The media in the order in which they fill, with the time that is left on each and in sum. */
+@customElement("xp-media")
+export class XpMedia extends Part {
+  static override styles = [
+    shared,
+    css`
+      :host { height: 100%; overflow-y: auto; display: grid; align-content: start; gap: 0.5rem; }
+      .sum { display: flex; justify-content: space-between; align-items: baseline; padding: 0.25rem 0 0.5rem; }
+      .sum .figure { font-size: 1.5rem; color: var(--bright); }
+      .warn, .warn.figure { color: var(--amber) !important; }
+      article { background: var(--raised); border-radius: var(--round); padding: 0.75rem; display: grid; gap: 0.5rem; }
+      article.active { box-shadow: inset 0.1875rem 0 0 var(--bright); }
+      header { display: flex; gap: 0.75rem; align-items: baseline; }
+      header b { color: var(--bright); font-size: 1.125rem; }
+      header .figure { margin-left: auto; font-size: 1.125rem; color: var(--bright); }
+      .bar { height: 0.5rem; background: var(--ground); position: relative; }
+      .bar i { position: absolute; inset: 0; background: var(--text); transform-origin: left; }
+      .bar.warn i { background: var(--amber); }
+      .sub { display: flex; flex-wrap: wrap; gap: 0.25rem 1.25rem; font-size: 0.8125rem; color: var(--dim); }
+    `,
+  ];
+
+  override updated(): void {
+    const media = this.deck.state?.media ?? [];
+    this.renderRoot.querySelectorAll<HTMLElement>(".bar i").forEach((bar, i) => bar.style.setProperty("transform", `scaleX(${1 - (media[i]?.percent_free ?? 0) / 100})`));
+  }
+
+  protected override view() {
+    const state = this.deck.state;
+    const media = state?.media ?? [];
+    const left = state?.seconds_left ?? 0;
+    const next = media.find((medium) => medium.state === "next");
+    return html`
+      <div class="sum"><span>Room in sum, at the rate of now</span><span class="figure ${left < early ? "warn" : ""}">${duration(left)}</span></div>
+      ${media.map((medium) => this.medium(medium))}
+      ${media.length === 0 ? html`<p role="alert">No medium: nothing can be recorded.</p>` : nothing}
+      <p class="dim">${next ? html`When the active medium is full, a take goes on on <b>${next.label || next.path}</b>.` : "No medium comes next: a take ends when the active one is full."}</p>
+    `;
+  }
+
+  private medium(medium: Medium) {
+    const warn = medium.seconds_left < early && medium.state !== "read_only";
+    return html`<article class=${medium.state}>
+      <header><b><bdi>${medium.label || medium.path}</bdi></b><span>${words(medium.state)}</span><span class="figure ${warn ? "warn" : ""}">${duration(medium.seconds_left)}</span></header>
+      <div class="bar ${warn ? "warn" : ""}" role="img" aria-label="${(100 - medium.percent_free).toFixed(0)} percent used"><i></i></div>
+      <div class="sub"><span>${bytes(medium.bytes_free)} free of ${bytes(medium.bytes_total)}</span><span>${medium.clips} clips</span><span><bdi>${medium.path}</bdi></span></div>
+    </article>`;
+  }
+}

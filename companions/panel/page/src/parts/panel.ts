@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+import { LitElement, css, html, nothing } from "lit";
+import { customElement, query, state } from "lit/decorators.js";
+import "../elements/meter";
+import "../elements/picture";
+import "../elements/timecode";
+import type { FrameEvent } from "../elements/follow";
+import type { XpMeter } from "../elements/meter";
+import type { XpPicture } from "../elements/picture";
+import type { XpTimecode } from "../elements/timecode";
+import { Deck } from "../link/deck";
+import { isRecording } from "../link/state";
+import { ages } from "../link/age";
+import "./column";
+import type { XpColumn } from "./column";
+import "./health";
+import "./help";
+import type { XpHelp } from "./help";
+import type { FormsEvent, XpKey } from "./key";
+import { listenToKeys } from "./keymap";
+import { shared } from "./part";
+import "./state";
+import "./transport";
+import type { XpTransport } from "./transport";
+
+/** The whole panel on one screen. */
+@customElement("xp-panel")
+export class XpPanel extends LitElement {
+  private readonly deck = new Deck();
+  private readonly age = ages();
+  @state() private kiosk = location.hash.startsWith("#/kiosk");
+  @state() private delay: number | null = null;
+  @state() private open = false;
+  @state() private more = false;
+  @query("xp-timecode") private timecode!: XpTimecode;
+  @query("xp-meter") private meter!: XpMeter;
+  @query("xp-picture") private picture!: XpPicture;
+  @query("xp-column") private column!: XpColumn;
+  @query("xp-help") private help!: XpHelp;
+  @query("xp-transport") private transport!: XpTransport;
+  private end = (): void => {};
+
+  static override styles = [
+    shared,
+    css`
+      :host { box-sizing: border-box; display: grid; height: 100vh; height: 100dvh; padding: var(--gap); gap: var(--gap); overflow: hidden;
+        grid-template-columns: minmax(0, 1fr) 31rem; grid-template-rows: auto minmax(0, 1fr) auto 3.25rem; grid-template-areas: "time state" "view column" "keys column" "health health"; }
+      .time { grid-area: time; display: flex; align-items: center; justify-content: center; background: var(--panel); border-radius: var(--round); min-width: 0; overflow: hidden; padding: 0.3rem 0; }
+      xp-timecode { font-size: min(9.7vw, 15.52rem); }
+      xp-state { grid-area: state; }
+      .view { grid-area: view; display: grid; grid-template-columns: auto minmax(0, 1fr); gap: var(--gap); min-height: 0; container-type: size; }
+      .frame { position: relative; border: 0.25rem solid var(--line); border-radius: var(--round); background: #000; box-sizing: border-box; width: min(100cqw - 8rem, (100cqh - 0.5rem) * 16 / 9 + 0.5rem); max-height: 100%; aspect-ratio: auto; height: min(100cqh, (100cqw - 8.5rem) * 9 / 16 + 0.5rem); align-self: center; }
+      .frame.recording { border-color: var(--red); }
+      xp-picture { position: absolute; inset: 0; }
+      .banner { position: absolute; inset: auto 0 0 0; background: var(--amber); color: var(--on-amber); font-weight: 700; padding: 0.5rem 0.75rem; text-align: center; }
+      xp-meter { background: var(--panel); border-radius: var(--round); border: 0.4rem solid var(--panel); }
+      xp-transport { grid-area: keys; }
+      xp-column { grid-area: column; min-height: 0; }
+      xp-health { grid-area: health; }
+      .notice { position: fixed; left: 50%; bottom: 4.5rem; transform: translateX(-50%); background: var(--bright); color: var(--on-bright); border-radius: var(--round); padding: 0.6rem 0.75rem; display: flex; gap: 1rem; align-items: center; max-width: min(46rem, calc(100vw - 2rem)); z-index: 2; box-shadow: 0 0.5rem 2rem rgb(0 0 0 / 0.6); }
+      .notice button { background: transparent; color: inherit; border-color: currentColor; }
+      .more { display: none; }
+      xp-help { position: absolute; }
+
+      :host([kiosk]) { grid-template-columns: minmax(0, 1fr) minmax(24rem, 32vw); grid-template-rows: auto minmax(0, 1fr) 3.25rem; grid-template-areas: "time state" "view view" "health health"; }
+      :host([kiosk]) xp-transport, :host([kiosk]) xp-column { display: none; }
+      :host([kiosk]) xp-timecode { font-size: 10vw; }
+
+      @media (max-width: 759px) {
+        :host { height: auto; min-height: 100dvh; overflow: visible; grid-template-columns: minmax(0, 1fr); grid-template-rows: none; grid-template-areas: "state" "time" "view" "keys" "more" "column" "health"; padding: 0.375rem; gap: 0.375rem; align-content: start; }
+        xp-timecode { font-size: min(16.4vw, 7rem); }
+        .view { grid-template-columns: minmax(0, 1fr); container-type: normal; }
+        .frame { width: auto; height: auto; max-height: none; aspect-ratio: 16 / 9; }
+        xp-meter { height: 5.25rem; }
+        .more { grid-area: more; display: grid; grid-template-columns: 1fr 1fr; gap: 0.25rem; }
+        .more button { min-height: 3rem; }
+        xp-column { display: none; }
+        xp-column.open { display: block; position: fixed; inset: 0; z-index: 3; }
+        :host([kiosk]) { grid-template-columns: minmax(0, 1fr); grid-template-areas: "state" "time" "view" "health"; }
+      }
+      @media (max-width: 359px) { .time { overflow-x: auto; } }
+    `,
+  ];
+
+  override connectedCallback(): void {
+    super.connectedCallback();
+    this.deck.subscribe(() => this.requestUpdate());
+    this.deck.start();
+    addEventListener("hashchange", this.moved);
+    this.addEventListener("xp-forms", (event) => this.help.show((event as FormsEvent).verb));
+    this.addEventListener("xp-mark", () => this.column.mark(this.timecode.value));
+    this.end = listenToKeys(this.deck, {
+      holdStop: () => this.stopKey?.begin(),
+      releaseStop: () => this.stopKey?.end(),
+      focusTimecode: () => this.transport.focusTimecode(),
+      mark: () => this.column.mark(this.timecode.value),
+      kiosk: () => (location.hash = this.kiosk ? "#/clips" : "#/kiosk"),
+      help: () => this.help.show(""),
+      tab: (by) => this.column.turn(by),
+    });
+  }
+
+  override disconnectedCallback(): void {
+    super.disconnectedCallback();
+    removeEventListener("hashchange", this.moved);
+    this.end();
+  }
+
+  private readonly moved = (): void => {
+    this.kiosk = location.hash.startsWith("#/kiosk");
+  };
+
+  private get stopKey(): XpKey | null {
+    return this.transport.renderRoot.querySelector<XpKey>('xp-key[verb="stop"]');
+  }
+
+  override firstUpdated(): void {
+    this.picture.link.start();
+    this.picture.addEventListener("xp-frame", (event) => this.painted(event as FrameEvent));
+  }
+
+  /** Timecode and meters change in the moment in which their picture does. */
+  private painted(event: FrameEvent): void {
+    const { frame } = event;
+    this.deck.alive();
+    this.timecode.value = frame.timecode;
+    this.meter.show(frame.meters);
+    if (this.deck.clockOffset === null || !frame.captured || frame.isRepeat) return;
+    const median = this.age.add(performance.now() + this.deck.clockOffset - frame.captured);
+    if (median !== null) this.delay = median;
+  }
+
+  override updated(): void {
+    this.toggleAttribute("kiosk", this.kiosk);
+    document.title = this.title1();
+  }
+
+  private title1(): string {
+    const { state, stale } = this.deck;
+    if (stale || !state) return "! Recorder";
+    return isRecording(state) ? `● ${state.clip}` : `Recorder: ${state.status.replaceAll("_", " ")}`;
+  }
+
+  override render() {
+    const { deck } = this;
+    const recording = isRecording(deck.state) && !deck.stale;
+    const down = deck.state?.running === false;
+    return html`
+      <div class="time"><xp-timecode ?recording=${recording} .age=${deck.stale ? deck.silence : 0}></xp-timecode></div>
+      <xp-state .deck=${deck}></xp-state>
+      <main class="view">
+        <div class="frame ${recording ? "recording" : ""}">
+          <xp-picture id="picture" ?stale=${deck.stale || down}></xp-picture>
+          ${deck.stale
+            ? html`<div class="banner" role="alert">${deck.linked ? "No pictures" : "No link to the recorder"} for ${(deck.silence / 1000).toFixed(1)} s. Nothing here is live.</div>`
+            : down
+              ? html`<div class="banner" role="alert">The recorder is not running.</div>`
+              : nothing}
+        </div>
+        <xp-meter ?flat=${matchMedia("(max-width: 759px)").matches}></xp-meter>
+      </main>
+      <xp-transport .deck=${deck} ?more=${this.more}></xp-transport>
+      <div class="more">
+        <button aria-expanded=${this.more ? "true" : "false"} @click=${() => (this.more = !this.more)}>Jog, shuttle, cue</button>
+        <button @click=${() => (this.open = true)}>Clips, settings…${deck.state?.alarms ? html` <b>! ${deck.state.alarms}</b>` : nothing}</button>
+      </div>
+      <xp-column class=${this.open ? "open" : ""} .deck=${deck} @xp-close=${() => (this.open = false)}></xp-column>
+      <xp-health .deck=${deck} .delay=${this.delay}></xp-health>
+      <xp-help .deck=${deck}></xp-help>
+      ${deck.notice
+        ? html`<div class="notice" role="alert"><span><b>${deck.notice.title}</b>. ${deck.notice.text}</span><button class="small" @click=${() => deck.tell(null)}>Close</button></div>`
+        : nothing}
+    `;
+  }
+}

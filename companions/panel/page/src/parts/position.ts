@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+import { css, html } from "lit";
+import { customElement } from "lit/decorators.js";
+import { isRecording } from "../link/state";
+import { Part, shared } from "./part";
+import { length } from "./text";
+
+/** Where in the clip the picture is; a touch goes there. */
+@customElement("xp-position")
+export class XpPosition extends Part {
+  static override styles = [
+    shared,
+    css`
+      :host { height: 1.5rem; }
+      .bar { position: relative; height: 100%; background: var(--panel); border-radius: var(--round); overflow: hidden; cursor: pointer; touch-action: none; }
+      .bar[aria-disabled="true"] { cursor: default; }
+      .done { position: absolute; inset: 0; background: var(--lifted); transform-origin: left; }
+      .head { position: absolute; top: 0; bottom: 0; width: 0.1875rem; margin-left: -0.09rem; background: var(--bright); }
+      .text { position: absolute; inset: 0 0.6rem; display: flex; justify-content: space-between; align-items: center; font-size: 0.75rem; pointer-events: none; color: var(--dim); }
+    `,
+  ];
+
+  private get frames(): number {
+    return Math.max(1, this.deck.state?.length ?? 1);
+  }
+
+  private go(event: PointerEvent): void {
+    const box = (event.currentTarget as HTMLElement).getBoundingClientRect();
+    const part = Math.min(1, Math.max(0, (event.clientX - box.left) / box.width));
+    this.cue(Math.round(part * (this.frames - 1)));
+  }
+
+  private cue(frame: number): void {
+    const state = this.deck.state;
+    if (!state?.running || isRecording(state)) return;
+    void this.deck.run("cue", { where: String(Math.min(this.frames - 1, Math.max(0, frame))) });
+  }
+
+  private keydown(event: KeyboardEvent): void {
+    const by = { PageUp: 0.1, PageDown: -0.1 }[event.key];
+    if (by === undefined) return;
+    event.preventDefault();
+    this.cue((this.deck.state?.frame ?? 0) + Math.round(by * this.frames));
+  }
+
+  override updated(): void {
+    const state = this.deck.state;
+    const part = state && !isRecording(state) ? Math.min(1, Math.max(0, state.frame) / Math.max(1, this.frames - 1)) : 0;
+    (this.renderRoot.querySelector(".done") as HTMLElement | null)?.style.setProperty("transform", `scaleX(${part})`);
+    (this.renderRoot.querySelector(".head") as HTMLElement | null)?.style.setProperty("left", `${part * 100}%`);
+  }
+
+  protected override view() {
+    const state = this.deck.state;
+    const recording = isRecording(state);
+    const frame = Math.max(0, state?.frame ?? 0);
+    return html`<div
+      class="bar" role="slider" tabindex="0" aria-label="Position in the clip" aria-valuemin="0" aria-valuemax=${this.frames - 1} aria-valuenow=${recording ? 0 : Math.min(frame, this.frames - 1)}
+      aria-valuetext=${recording ? "recording" : `frame ${frame} of ${this.frames}`} aria-disabled=${recording ? "true" : "false"} @pointerdown=${this.go} @keydown=${this.keydown}
+    >
+      <div class="done"></div>
+      <div class="head" ?hidden=${recording}></div>
+      <div class="text"><span>${recording ? "A take runs" : `Frame ${frame}`}</span><span>${recording ? "" : length(this.frames, state?.rate ?? 25)}</span></div>
+    </div>`;
+  }
+}

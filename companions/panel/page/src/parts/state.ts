@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+import { css, html, nothing } from "lit";
+import { customElement } from "lit/decorators.js";
+import { isRecording } from "../link/state";
+import { Part, shared } from "./part";
+import { duration, length, words } from "./text";
+
+/** What the recorder does, with which clip, in which format, and how long it can go on. */
+@customElement("xp-state")
+export class XpState extends Part {
+  static override styles = [
+    shared,
+    css`
+      :host { background: var(--panel); border-radius: var(--round); padding: 0.5rem 0.75rem; display: grid; grid-template-rows: auto 1fr auto; gap: 0.1rem; min-width: 0; }
+      :host([recording]) { background: var(--red); color: var(--on-red); }
+      :host([recording]) .dim, :host([recording]) .label, :host([recording]) .word, :host([recording]) .figure { color: var(--on-red); }
+      .head { display: flex; align-items: baseline; gap: 0.75rem; min-width: 0; }
+      .word { font-weight: 700; font-size: 2rem; line-height: 1.05; color: var(--bright); white-space: nowrap; letter-spacing: 0.01em; }
+      .speed { font-size: 1.25rem; color: var(--bright); }
+      .format { margin-left: auto; text-align: right; font-size: 0.8125rem; min-width: 0; }
+      .clip { font-size: 1rem; align-self: center; color: var(--bright); unicode-bidi: plaintext; }
+      :host([recording]) .clip { color: var(--on-red); }
+      .fields { display: grid; grid-template-columns: repeat(3, auto); justify-content: space-between; gap: 0.75rem; }
+      .fields .figure { font-size: 1.0625rem; color: var(--bright); line-height: 1.1; }
+      .inhibited { color: var(--amber); font-size: 0.8125rem; }
+      @media (max-width: 759px) {
+        :host { padding: 0.5rem 0.6rem; }
+        .word { font-size: 1.5rem; }
+        .fields .figure { font-size: 0.9375rem; }
+      }
+    `,
+  ];
+
+  protected override view() {
+    const state = this.deck.state;
+    const recording = isRecording(state);
+    this.toggleAttribute("recording", recording && !this.deck.stale);
+    if (!state) return html`<div class="head"><span class="word">Connecting</span></div>`;
+    if (!state.running) return html`<div class="head"><span class="word" role="status">Recorder not running</span></div>`;
+    const frames = recording ? state.clip_frames : state.frame;
+    const left = recording ? duration(state.seconds_left) : length(state.length - 1 - state.frame, state.rate);
+    const plays = state.status === "playing" && state.speed === 0;
+    const field = (label: string, value: string) => html`<div><div class="label">${label}</div><div class="figure">${value}</div></div>`;
+    return html`
+      <div class="head">
+        <span class="word" role="status">${this.word(plays ? "still" : state.status)}</span>
+        ${!recording && state.speed !== 0 && state.status !== "stopped" ? html`<span class="speed figure">${state.speed}×</span>` : nothing}
+        <span class="format"><span class="dim">In</span> ${state.input_locked ? state.input_format : "no signal"}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
+      </div>
+      ${state.record_inhibited && !recording
+        ? html`<div class="inhibited cut" title=${state.record_inhibited}>Cannot record: ${state.record_inhibited}</div>`
+        : html`<div class="clip cut" title=${state.clip}>${state.clip || "no clip"}</div>`}
+      <div class="fields">
+        ${field(recording ? "Take" : "Played", length(Math.max(0, frames), state.rate))}
+        ${field(recording ? "Room left" : "To the end", left)}
+        ${recording ? field("Safe on disk", length(state.recorded_up_to, state.rate)) : field("Input timecode", state.input_timecode || "--:--:--:--")}
+      </div>
+    `;
+  }
+
+  private word(status: string): string {
+    const text = words(status);
+    return text.charAt(0).toUpperCase() + text.slice(1);
+  }
+}

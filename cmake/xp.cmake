@@ -74,13 +74,19 @@ function(xp_library name)
   xp_use_precompiled(${name} precompiled)
 endfunction()
 
-# xp_program(NAME SOURCE... [LIBS ...]): a program in build/bin.
+# What `./xp run` needs: everything that an operator's machine has.
+add_custom_target(programs)
+
+# xp_program(NAME SOURCE... [LIBS ...]): a program in build/bin; below xpd/ and companions/ one of `programs`.
 function(xp_program name)
   cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${ARG_LIBS})
   xp_use_precompiled(${name} precompiled)
+  if(CMAKE_CURRENT_SOURCE_DIR MATCHES "/(xpd|companions)/")
+    add_dependencies(programs ${name})
+  endif()
 endfunction()
 
 # xp_tests(NAME [LIBS ...] [LABELS ...] [TIMEOUT seconds] [EXCLUDE file ...] [SERIAL]): one test program of

@@ -7,12 +7,12 @@ XP_JOBS=${XP_JOBS:-$(nproc)}
 say() { printf 'xp: %s\n' "$*" >&2; }
 die() { say "$*"; exit 1; }
 
-# The packages of packaging/packages.txt that are not installed: with an argument those of that group, which is one of
-# those that not everybody needs (peers, page, neon), else those of all other groups.
+# The packages of packaging/packages.txt that are not installed: of the groups named, else of all but those that not
+# everybody needs (peers, page, neon).
 xp_missing_packages() {
     local wanted package
-    wanted=$(awk -v asked="${1:-}" '/^# group:/ { group = $3; special = group ~ /^(peers|page|neon)$/ ? group : "" }
-        /^[^#]/ && special == asked' "$XP_ROOT/packaging/packages.txt")
+    wanted=$(awk -v asked=" $* " '/^# group:/ { group = $3 }
+        /^[^#]/ && (asked == "  " ? group !~ /^(peers|page|neon)$/ : index(asked, " " group " "))' "$XP_ROOT/packaging/packages.txt")
     for package in $wanted; do
         dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed || echo "$package"
     done
@@ -30,9 +30,10 @@ xp_install() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >/dev/null
 }
 
+# Installs what is missing: of the groups named, else everything.
 xp_setup() {
     # shellcheck disable=SC2046
-    xp_install $(xp_missing_packages) || die "the packages could not be installed; see above"
+    xp_install $(xp_missing_packages "$@") || die "the packages could not be installed; see above"
 }
 
 # Programs that stand beside ours in figures and open our clips in tests. Without them less is measured and tested.
@@ -52,10 +53,18 @@ xp_setup_page() {
     [ node_modules/.package-lock.json -nt package-lock.json ] || npm ci --ignore-scripts --no-audit --no-fund --silent
 }
 
+# Builds everything; `xp_build programs` only what runs, without looking for what tests need.
 xp_build() {
-    [ -f "$XP_BUILD/build.ninja" ] || cmake -S "$XP_ROOT" -B "$XP_BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null ||
-        die "configuring failed; try: rm -r build && ./xp build"
-    cmake --build "$XP_BUILD" -j "$XP_JOBS" >&2 || die "the build failed; see above"
+    local tests=ON
+    [ "${1:-}" = programs ] && tests=OFF
+    if [ ! -f "$XP_BUILD/build.ninja" ] || { [ $tests = ON ] && grep -qs '^XP_TESTS:BOOL=OFF' "$XP_BUILD/CMakeCache.txt"; }; then
+        cmake -S "$XP_ROOT" -B "$XP_BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DXP_TESTS=$tests >/dev/null ||
+            die "configuring failed; see above, or begin anew: rm -r '$XP_BUILD'"
+    fi
+    local made_for
+    made_for=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$XP_BUILD/CMakeCache.txt")
+    [ "$made_for" -ef "$XP_ROOT" ] || die "this build was made for $made_for; begin anew: rm -r '$XP_BUILD'"
+    cmake --build "$XP_BUILD" -j "$XP_JOBS" --target "${1:-all}" >&2 || die "the build failed; see above"
     if [ ! -f "$XP_BUILD/share/media/.complete" ] || [ "$XP_BUILD/bin/xp-stills" -nt "$XP_BUILD/share/media/.complete" ]; then
         say "making the loss-of-video stills"
         rm -rf "$XP_BUILD/share/media"

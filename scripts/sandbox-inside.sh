@@ -11,6 +11,32 @@ mkdir -p "$S"
 mount -t tmpfs -o mode=755 xp-private "$S"
 mount -t proc proc /proc
 
+# Folders of this machine's disk are media only where "/" is another file system: here it becomes one that holds nothing
+# but the machine's own folders.
+own_root() {
+    local root=$S/root entry here=$PWD
+    mkdir "$root"
+    mount -t tmpfs -o mode=755 xp-root "$root"
+    for entry in /* /.[!.]*; do
+        if [ -L "$entry" ]; then
+            ln -s "$(readlink "$entry")" "$root$entry"
+        elif [ -d "$entry" ]; then
+            mkdir "$root$entry"
+            [ "$entry" = /media ] || mount --rbind "$entry" "$root$entry"
+        elif [ -f "$entry" ] && [ -r "$entry" ]; then
+            touch "$root$entry"
+            mount --bind "$entry" "$root$entry"
+        fi
+    done
+    mkdir -p "$root/media" "$root/.machine"
+    cd "$root"
+    pivot_root . .machine
+    cd "$here"
+    umount -l /.machine
+    rmdir /.machine
+}
+[ -z "$XP_MEDIA" ] || own_root
+
 # A directory that may not exist on the machine gets its parent overlaid, so that it can be made here.
 overlay() {
     mkdir -p "$S/upper$1" "$S/work$1"
@@ -35,9 +61,14 @@ mkdir -p /usr/local/share/media
 [ -d "$XP_BUILD/share/media" ] && mount --bind "$XP_BUILD/share/media" /usr/local/share/media
 [ "$XP_NET" = private ] && ip link set lo up
 
-# Media are file systems of their own: ext4 in an image where loop devices are allowed, else memory.
+# Media are folders that are kept, or file systems of their own: ext4 in an image where loop devices are allowed, else
+# memory.
 for medium in A B; do
     mkdir -p "/media/$medium"
+    if [ -n "$XP_MEDIA" ]; then
+        mount --bind "$XP_MEDIA/$medium" "/media/$medium"
+        continue
+    fi
     image=$XP_SANDBOX_DIR/medium-$medium.img
     mounted=no
     if [ "$(cat /proc/self/uid_map | awk '{print $2; exit}')" = 0 ]; then
@@ -59,6 +90,9 @@ if [ -n "$XP_CLOCK" ]; then
     mv /etc/xp/lumen.new /etc/xp/lumen.ini
 fi
 export PATH=$XP_BUILD/bin:$XP_ROOT/scripts/bin:$PATH
+
+# What is kept has its log where one finds it.
+[ -z "$XP_MEDIA" ] || { : >"$XP_SANDBOX_DIR/xpd.log"; ln -s "$XP_SANDBOX_DIR/xpd.log" /run/xp/xpd.out; }
 
 daemon_pid=
 start_mediad() {

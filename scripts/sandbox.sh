@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Runs a command beside a recorder of its own: a private mount and process namespace with its own
-# /var/lock, /etc/xp, /run/xp, /var/lib/xp, /dev/shm and two media on real file systems.
+# /var/lock, /etc/xp, /run/xp, /var/lib/xp, /dev/shm and two media: file systems of their own, or folders that are kept.
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 
-media_size=2G store= profile= clock= net=host state= daemon=yes mediad=yes
+media_size=2G store= profile= clock= net=host state= media= daemon=yes mediad=yes
 while [ $# -gt 0 ]; do
     case "$1" in
         --no-* | --) ;;
@@ -18,6 +18,7 @@ while [ $# -gt 0 ]; do
         --clock) clock=$2; shift 2 ;;
         --net) net=$2; shift 2 ;;
         --state) state=$2; shift 2 ;;
+        --media) media=$2; shift 2 ;;
         --no-daemon) daemon=no; shift ;;
         --no-mediad) mediad=no; shift ;;
         --) shift; break ;;
@@ -40,6 +41,13 @@ else
     trap 'rm -rf "$dir"' EXIT
 fi
 
+# Media that shall be kept are folders. (Memory and images are gone, or out of reach, when everything is killed.)
+[ -n "$media" ] || [ -z "$state" ] || [ "$(id -u)" -eq 0 ] || media=$state/media
+if [ -n "$media" ]; then
+    mkdir -p "$media/A" "$media/B" || die "sandbox: the media cannot be made in $media"
+    media=$(readlink -f "$media")
+fi
+
 # Copied here: the place it lies at may look different from the inside.
 [ -z "$profile" ] || { cp "$profile" "$dir/lumen.ini"; profile=$dir/lumen.ini; }
 
@@ -53,7 +61,7 @@ fi
 unshare --mount true 2>/dev/null || [ "$(id -u)" -ne 0 ] ||
     die "this machine allows no mount namespaces, not even to root: a sandbox is not possible here"
 
-export XP_SANDBOX_DIR=$dir XP_MEDIA_SIZE=$media_size XP_STORE=$store XP_PROFILE=$profile XP_CLOCK=$clock
+export XP_SANDBOX_DIR=$dir XP_MEDIA_SIZE=$media_size XP_MEDIA=$media XP_STORE=$store XP_PROFILE=$profile XP_CLOCK=$clock
 export XP_DAEMON=$daemon XP_MEDIAD=$mediad XP_NET=$net
 # A signal for the script goes to the command inside, which ends the daemon in order; then we end.
 unshare "${namespaces[@]}" -- "$XP_ROOT/scripts/sandbox-inside.sh" "$@" &

@@ -2,6 +2,7 @@
 #include "bench/benchclip.h"
 
 #include "platform/qmx/clip/qmxclipwriter.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/edges/qmxsource.h"
 
 #include <QCoreApplication>
@@ -15,7 +16,7 @@ QmxClipInfo benchClipInfo()
     info.image.setSize(1920, 1080);
     info.image.setAspectRatio(1920, 1080);
     info.image.setFrameRate(QmxVideoRate(25));
-    info.image.setDataType(QmxId(202));
+    info.image.setDataType(QmxIds::proRes422);
     return info;
 }
 
@@ -23,7 +24,7 @@ bool makeBenchClip(const QString &path, int frames)
 {
     const QmxClipInfo info = benchClipInfo();
     const auto source =
-        qmxCreateInternalGenerator(info.image, QmxId(802), QmxId(), QmxEnvironment::current());
+        qmxCreateInternalGenerator(info.image, QmxIds::movingPattern, QmxId(), QmxEnvironment::current());
     const auto encoder = qmxCodec(info.image.dataType())->createEncoder(info.image);
     QmxClipWriter writer;
     if (writer.create(path, info).isError()) return false;

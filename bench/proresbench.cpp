@@ -5,6 +5,7 @@
 #include "platform/qmx/codec/prores/proresframecoder.h"
 #include "platform/qmx/codec/qmxlibav.h"
 #include "platform/qmx/codec/qmxprores.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/pictureworkers.h"
 
 #include <algorithm>
@@ -40,7 +41,7 @@ QmxImageDesc descOf(const BenchFilm &film)
     desc.setSize(raster.width(), raster.height());
     desc.setFrameRate(QmxVideoRate(25));
     desc.setScanMode(film.interlaced ? QmxImageDesc::Interlaced : QmxImageDesc::Progressive);
-    desc.setDataType(QmxId(202));
+    desc.setDataType(QmxIds::proRes422);
     return desc;
 }
 

@@ -3,6 +3,7 @@
 #include "bench/recorderunderbench.h"
 
 #include "platform/qmx/codec/qmxprores.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -100,7 +101,7 @@ std::optional<MeasuredTake> measureTake(RecorderUnderBench &recorder, int second
 
 QList<Figure> benchRecord(int seconds)
 {
-    constexpr int dataType = 202, width = 1920, height = 1080; // as the recorder stands
+    constexpr int width = 1920, height = 1080; // as the recorder stands
     RecorderUnderBench recorder;
     const PerFrame standby = standbyCost(recorder);
     const auto take = measureTake(recorder, seconds);
@@ -119,7 +120,7 @@ QList<Figure> benchRecord(int seconds)
             {"record_lost", take->lost, "frames", {}, {}, 0.0},
             cost,
             {"record_data_rate", take->bytes, "bytes/frame",
-             double(qmxProResNominalSize(QmxId(dataType), QSize(width, height))), "nominal", 1.05},
+             double(qmxProResNominalSize(QmxIds::proRes422, QSize(width, height))), "nominal", 1.05},
             {"record_coder", take->cpu.coders - standby.coders, "ms/frame", {}, {}, {}},
             {"standby_cpu", standby.coders + standby.others, "ms/frame", {}, {}, {}},
             {"record_own_work", take->cpu.others - standby.others, "ms/frame", {}, {}, 1.0},

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Proves that includes run one way: every folder includes only itself and what its row allows.
-# A row: folder, then the folders it may include. Prefixes count (platform/qmx is all of qmx).
+# A row: folder, then the folders it may include. Prefixes count (platform/qmx is all of qmx). And that the numbers
+# of the framework's identifiers stand in one file only; tests have them as a second witness.
 set -euo pipefail
 cd "${XP_ROOT:-$(dirname "$0")/..}"
 
@@ -44,5 +45,9 @@ while read -r file; do
         [ "$fine" = yes ] || { echo "$file:$line: may not include $include (allowed: $allowed)"; status=1; }
     done < <(grep -nE '^#include "[^"]+/[^"]+"' "$file" | sed -E 's|^([0-9]+):#include "([^"]+)".*|\1:\2|')
 done < <(git ls-files '*.cpp' '*.h')
-[ "$status" -eq 0 ] && echo "folders: every include runs downwards"
+if git grep -nE 'QmxId( [A-Za-z_]+)? ?[({] ?[0-9]' -- '*.cpp' '*.h' ':!tests' ':!platform/qmx/core/qmxids.h'; then
+    echo "an identifier's number belongs into platform/qmx/core/qmxids.h, others use its constant"
+    status=1
+fi
+[ "$status" -eq 0 ] && echo "folders: every include runs downwards, every identifier has one home"
 exit "$status"

@@ -5,6 +5,7 @@
 #include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
 #include "platform/qmx/core/qmxfiles.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -32,13 +33,13 @@ constexpr std::array rasters = {
 };
 struct Kind
 {
-    int dataType;
+    QmxId dataType;
     const char *sampling;
 };
-constexpr std::array kinds = {Kind{202, "422"}, Kind{206, "444"}};
+constexpr std::array kinds = {Kind{QmxIds::proRes422, "422"}, Kind{QmxIds::proRes4444, "444"}};
 constexpr int hdHeight = 720;
 
-QmxImageDesc describe(const Raster &raster, int dataType)
+QmxImageDesc describe(const Raster &raster, const QmxId &dataType)
 {
     QmxImageDesc desc;
     desc.setSize(raster.width, raster.height);
@@ -48,7 +49,7 @@ QmxImageDesc describe(const Raster &raster, int dataType)
         desc.setAspectRatio(raster.width, raster.height);
     desc.setFrameRate(QmxVideoRate(raster.rateNum, raster.rateDen));
     desc.setScanMode(raster.interlaced ? QmxImageDesc::Interlaced : QmxImageDesc::Progressive);
-    desc.setDataType(QmxId(dataType));
+    desc.setDataType(dataType);
     return desc;
 }
 } // namespace

@@ -54,14 +54,14 @@ void writeMovie(const QString &path, const QmxCodecRow &row, const QSize &size, 
     AVStream *stream = avformat_new_stream(context, nullptr);
     stream->time_base = {1, 25};
     stream->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
-    stream->codecpar->codec_id = row.dataType == 230   ? AV_CODEC_ID_RAWVIDEO
-                                 : row.dataType == 231 ? AV_CODEC_ID_V210
-                                 : row.dataType == 250 ? AV_CODEC_ID_R210
-                                                       : AV_CODEC_ID_PRORES;
+    stream->codecpar->codec_id = row.dataType.value() == 230   ? AV_CODEC_ID_RAWVIDEO
+                                 : row.dataType.value() == 231 ? AV_CODEC_ID_V210
+                                 : row.dataType.value() == 250 ? AV_CODEC_ID_R210
+                                                               : AV_CODEC_ID_PRORES;
     stream->codecpar->codec_tag = MKTAG(row.fourcc[0], row.fourcc[1], row.fourcc[2], row.fourcc[3]);
     stream->codecpar->width = size.width();
     stream->codecpar->height = size.height();
-    if (row.dataType == 230) stream->codecpar->format = AV_PIX_FMT_UYVY422;
+    if (row.dataType.value() == 230) stream->codecpar->format = AV_PIX_FMT_UYVY422;
     ASSERT_GE(avio_open(&context->pb, name.constData(), AVIO_FLAG_WRITE), 0);
     ASSERT_GE(avformat_write_header(context, nullptr), 0);
     const QmxLibav::Packet packet(av_packet_alloc());

@@ -49,11 +49,11 @@ Coded codeThere(const TestDir &dir, const QmxCodecRow &row, const QmxPicture &pi
 Coded proResThere(const TestDir &dir, const QmxCodecRow &row, const QmxPicture &picture, double bytes)
 {
     constexpr double macroblocks = 80 * 45, closeEnough = 1.01;
-    const QString profile = QString::number(row.dataType == 205   ? 0
-                                            : row.dataType == 204 ? 1
-                                            : row.dataType == 202 ? 2
-                                            : row.dataType == 203 ? 3
-                                                                  : 4);
+    const QString profile = QString::number(row.dataType.value() == 205   ? 0
+                                            : row.dataType.value() == 204 ? 1
+                                            : row.dataType.value() == 202 ? 2
+                                            : row.dataType.value() == 203 ? 3
+                                                                          : 4);
     double asked = bytes;
     for (int tries = 0; tries < 6; ++tries) {
         const Coded result = codeThere(dir, row, picture,
@@ -74,12 +74,12 @@ TEST(Quality, isThatOfFfmpegAtTheSameSize)
         SCOPED_TRACE(row.name);
         const QmxPicture picture = makeTexture(row.pictureFormat, raster, 5, 60);
         const Coded here = codeHere(dir, row, picture);
-        const bool isProRes = row.dataType < 230;
+        const bool isProRes = row.dataType.value() < 230;
         const Coded there =
             isProRes ? proResThere(dir, row, picture, here.bytes)
-            : row.dataType == 230
+            : row.dataType.value() == 230
                 ? codeThere(dir, row, picture, {"-c:v", "rawvideo", "-pix_fmt", "uyvy422"})
-                : codeThere(dir, row, picture, {"-c:v", row.dataType == 231 ? "v210" : "r210"});
+                : codeThere(dir, row, picture, {"-c:v", row.dataType.value() == 231 ? "v210" : "r210"});
         EXPECT_GE(here.quality, there.quality - lossAllowed)
             << here.bytes << " bytes here, " << there.bytes << " there";
         if (!isProRes) {

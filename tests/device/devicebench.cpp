@@ -103,7 +103,7 @@ public:
     }
 };
 
-const QmxCodecRow numberCodec = {202,
+const QmxCodecRow numberCodec = {QmxId(202),
                                  "numbers",
                                  "numb",
                                  QmxPicture::Format::Yuv422P10,

@@ -177,7 +177,7 @@ TEST(Formats, everyCodecKeepsPicturesFieldsAndSoundForOtherPrograms)
         for (const auto &now : cases) {
             SCOPED_TRACE(std::string(row.name) + ' ' + now.format);
             const QList<QmxFrame> frames =
-                capture(QLatin1String(now.format), row.dataType, now.channels, count);
+                capture(QLatin1String(now.format), row.dataType.value(), now.channels, count);
             const QString path = dir.file(QStringLiteral("a.mov"));
             QFile::remove(path);
             const QmxImageDesc captured = writeClip(path, frames);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/app/conversions.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "xpd/app/mainlog.h"
 
 #include <span>
@@ -10,7 +11,7 @@ namespace {
 struct Row
 {
     int value;
-    int id;
+    QmxId id;
 };
 
 constexpr const char *kUnsupported = "Unsupported value: %d\n";
@@ -20,7 +21,7 @@ constexpr const char *kQuiet = nullptr;
 QmxId lookUp(std::span<const Row> rows, int value, const char *message)
 {
     for (const Row &row : rows) {
-        if (row.value == value) return QmxId(row.id);
+        if (row.value == value) return row.id;
     }
     if (message) qmxLogOutput(2, kMainObject, __LINE__, message, value);
     return QmxId();
@@ -31,26 +32,46 @@ QmxId lookUp(std::span<const Row> rows, unsigned int value, const char *message)
     return lookUp(rows, static_cast<int>(value), message);
 }
 
-constexpr Row kEncodeTypes[] = {{0, 202}, {1, 203}, {2, 204}, {3, 205}, {7, 206}, {8, 230}, {9, 231}};
-constexpr Row kVideoInputs[] = {{0, 601},  {6, 602},  {7, 604},  {8, 603},  {9, 631},
-                                {10, 633}, {11, 632}, {12, 661}, {13, 663}, {14, 662}};
-constexpr Row kVideoOutputs[] = {{0, 663}, {1, 662}, {2, 633}, {3, 632}, {4, 604}, {5, 603}};
-constexpr Row kAudioInputs[] = {{0, 52}, {2, 690}};
-constexpr Row kSyncSources[] = {{0, 501}, {2, 502}, {3, 503}};
-constexpr Row kHdmiOutputs[] = {{0, 55}, {1, 56}};
-constexpr Row kAudioLevels[] = {{0, 1400}, {1, 1401}, {2, 1402}, {3, 1403}};
-constexpr Row kTimecodeSources[] = {{0, 1500}, {1, 1520}, {3, 1510}, {5, 1501}};
-constexpr Row kOutputRoutes[] = {{0, 51}, {1, 53}};
-constexpr Row kSuperOutputs[] = {{0, 0}, {1, 1300}, {5, 1301}, {6, 1302}};
-constexpr Row kCameraInputs[] = {{1, 1000}, {2, 1001}, {3, 1002}, {4, 1003}, {5, 1004},
-                                 {6, 1005}, {7, 1006}, {8, 1007}, {9, 1008}};
-constexpr Row kVideoGenerators[] = {{1, 800}, {2, 801}, {3, 802}};
-constexpr Row kAudioGenerators[] = {{1, 900}, {2, 901}};
-constexpr Row kInputConversions[] = {{4, 1200}, {6, 1201}};
-constexpr Row kOutputConversions[] = {{4, 1200}, {6, 1202}};
+constexpr Row kEncodeTypes[] = {{0, QmxIds::proRes422},     {1, QmxIds::proRes422Hq},
+                                {2, QmxIds::proRes422Lt},   {3, QmxIds::proRes422Proxy},
+                                {7, QmxIds::proRes4444},    {8, QmxIds::uncompressed8},
+                                {9, QmxIds::uncompressed10}};
+constexpr Row kVideoInputs[] = {{0, QmxIds::video422},           {6, QmxIds::video422Second},
+                                {7, QmxIds::video422Full},       {8, QmxIds::video422Legal},
+                                {9, QmxIds::videoRgb},           {10, QmxIds::videoRgbFull},
+                                {11, QmxIds::videoRgbLegal},     {12, QmxIds::videoYCbCr444},
+                                {13, QmxIds::videoYCbCr444Full}, {14, QmxIds::videoYCbCr444Legal}};
+constexpr Row kVideoOutputs[] = {{0, QmxIds::videoYCbCr444Full}, {1, QmxIds::videoYCbCr444Legal},
+                                 {2, QmxIds::videoRgbFull},      {3, QmxIds::videoRgbLegal},
+                                 {4, QmxIds::video422Full},      {5, QmxIds::video422Legal}};
+constexpr Row kAudioInputs[] = {{0, QmxIds::embeddedAudio}, {2, QmxIds::analogAudio}};
+constexpr Row kSyncSources[] = {
+    {0, QmxIds::syncReference}, {2, QmxIds::syncVideoInput}, {3, QmxIds::syncInternal}};
+constexpr Row kHdmiOutputs[] = {{0, QmxIds::hdmi422}, {1, QmxIds::hdmi444}};
+constexpr Row kAudioLevels[] = {{0, QmxIds::audioLevel24},
+                                {1, QmxIds::audioLevel18},
+                                {2, QmxIds::audioLevel15},
+                                {3, QmxIds::audioLevel12}};
+constexpr Row kTimecodeSources[] = {{0, QmxIds::timecodeGenerator},
+                                    {1, QmxIds::timecodeEmbedded},
+                                    {3, QmxIds::timecodeLtc},
+                                    {5, QmxIds::timecodeTimeOfDay}};
+constexpr Row kOutputRoutes[] = {{0, QmxIds::routeProgram}, {1, QmxIds::routeInput}};
+constexpr Row kSuperOutputs[] = {{0, QmxIds::none},
+                                 {1, QmxIds::superTimecode},
+                                 {5, QmxIds::superTimecodeClip},
+                                 {6, QmxIds::superTimecodeStatus}};
+constexpr Row kCameraInputs[] = {{1, QmxIds::camera1}, {2, QmxIds::camera2}, {3, QmxIds::camera3},
+                                 {4, QmxIds::camera4}, {5, QmxIds::camera5}, {6, QmxIds::camera6},
+                                 {7, QmxIds::camera7}, {8, QmxIds::camera8}, {9, QmxIds::camera9}};
+constexpr Row kVideoGenerators[] = {{1, QmxIds::bars}, {2, QmxIds::ramp}, {3, QmxIds::movingPattern}};
+constexpr Row kAudioGenerators[] = {{1, QmxIds::tone1000}, {2, QmxIds::tone440}};
+constexpr Row kInputConversions[] = {{4, QmxIds::conversionCross}, {6, QmxIds::conversionUp}};
+constexpr Row kOutputConversions[] = {{4, QmxIds::conversionCross}, {6, QmxIds::conversionDown}};
 
-// Data type to code of the media's codec.
-constexpr Row kDecodeTypes[] = {{203, 1}, {204, 4}, {205, 5}, {206, 6}};
+// Code of the media's codec.
+constexpr Row kDecodeTypes[] = {
+    {1, QmxIds::proRes422Hq}, {4, QmxIds::proRes422Lt}, {5, QmxIds::proRes422Proxy}, {6, QmxIds::proRes4444}};
 
 } // namespace
 
@@ -131,5 +152,7 @@ QmxId outputConversionToID(int value)
 
 int imageDataTypeToDecodeType(const QmxId &dataType)
 {
-    return lookUp(kDecodeTypes, dataType.value(), kQuiet).value();
+    for (const Row &row : kDecodeTypes)
+        if (row.id == dataType) return row.value;
+    return 0;
 }

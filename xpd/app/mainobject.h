@@ -110,7 +110,7 @@ private:
     void mediaUpdated(const VtrState &state);
     void validateAudioChannels();
     void updateTransporterState(const VtrState &state);
-    void sendAlarm(int id, QmxAlarm::AlarmLevel level, const QString &text, int line);
+    void sendAlarm(const QmxId &id, QmxAlarm::AlarmLevel level, const QString &text, int line);
 
     void updateAllClips();
     void updatePlayList();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxid.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxmetadata.h"
 #include "platform/qmx/core/qmxvbiinfo.h"
 #include "xpd/app/mainlog.h"
@@ -11,11 +12,7 @@
 
 #include <unistd.h>
 
-namespace {
-
-constexpr int kCameraRecordKey = 705;
-
-} // namespace
+namespace {} // namespace
 
 void MainObject::toggleMeta()
 {
@@ -29,7 +26,7 @@ void MainObject::cameraRecord()
     static bool recording = false;
     if (!_vtr || !_kbtrans) return;
     recording = !recording;
-    if (_insertMeta) _vtr->debugFrameMetadata(QmxMetadata(QmxId(kCameraRecordKey), QVariant(recording)));
+    if (_insertMeta) _vtr->debugFrameMetadata(QmxMetadata(QmxIds::cameraRecord, QVariant(recording)));
 }
 
 void MainObject::transportRefreshed()

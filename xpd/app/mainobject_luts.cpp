@@ -2,6 +2,7 @@
 #include "platform/product/file.h"
 #include "platform/product/lututils.h"
 #include "platform/qmx/core/qmxid.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmximagelut.h"
 #include "platform/store/datafile.pb.h"
 #include "platform/store/eparam.h"
@@ -14,10 +15,8 @@
 
 namespace {
 
-constexpr int kLutId = 1100;
 constexpr int kLutEntries = 1024;
 constexpr int kLutMaximum = 1023; // 10 bits
-constexpr int kAlarmLut = 1920;
 
 constexpr const char *kForceInvert = "XPD_FORCE_LUT_INVERT";
 
@@ -74,10 +73,10 @@ void MainObject::loadLuts()
     if (!_vtr) return;
     quint32 mode = _config->getUInt32(eParam_LutPosition);
     const QString path = getLUTPath(_config->getData(eParam_LutFile));
-    QmxImageLut lut(QmxId(kLutId), kLutEntries);
+    QmxImageLut lut(QmxIds::lookUpTable, kLutEntries);
 
     if (mode == Off) {
-        sendAlarm(kAlarmLut, QmxAlarm::Clear, QString(), __LINE__);
+        sendAlarm(QmxIds::alarmLutError, QmxAlarm::Clear, QString(), __LINE__);
     } else if (!fileExists(path)) {
         mode = Off;
     } else {
@@ -104,7 +103,7 @@ bool MainObject::parseLut(QmxImageLut &lut, const QString &path)
     const ParseResult result = parseInto(lut, path);
     if (!result.ok) {
         logMain(1, __LINE__, QStringLiteral("Parse of LUT '%1' failed: %2").arg(path, result.error));
-        sendAlarm(kAlarmLut, QmxAlarm::Error, QStringLiteral("LUT parse error"), __LINE__);
+        sendAlarm(QmxIds::alarmLutError, QmxAlarm::Error, QStringLiteral("LUT parse error"), __LINE__);
         return false;
     }
     if (result.count != kLutEntries) {
@@ -114,12 +113,12 @@ bool MainObject::parseLut(QmxImageLut &lut, const QString &path)
             1, __LINE__,
             QStringLiteral("Parse of LUT '%1' returned unexpected number of entries.  Expected %2, Got %3")
                 .arg(path, expected, count));
-        sendAlarm(kAlarmLut, QmxAlarm::Error,
+        sendAlarm(QmxIds::alarmLutError, QmxAlarm::Error,
                   QStringLiteral("Parse of LUT returned unexpected number of entries. Expected %1, found %2")
                       .arg(expected, count),
                   __LINE__);
         return false;
     }
-    sendAlarm(kAlarmLut, QmxAlarm::Clear, QString(), __LINE__);
+    sendAlarm(QmxIds::alarmLutError, QmxAlarm::Clear, QString(), __LINE__);
     return true;
 }

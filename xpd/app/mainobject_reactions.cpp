@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxid.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxtimestamp.h"
 #include "platform/store/eparam.h"
 #include "xpd/alarms/alarmhandler.h"
@@ -290,5 +291,6 @@ void MainObject::validateAudioChannels()
     constexpr quint32 kEightChannels = 1;
     const bool wrong = _config->getUInt32(eParam_AudioInput) == kAnalogInput &&
                        _config->getUInt32(eParam_AudioChannels) == kEightChannels;
-    sendAlarm(1911, wrong ? QmxAlarm::Error : QmxAlarm::Clear, QString(), __LINE__);
+    sendAlarm(QmxIds::alarmChannelsNeedEmbeddedAudio, wrong ? QmxAlarm::Error : QmxAlarm::Clear, QString(),
+              __LINE__);
 }

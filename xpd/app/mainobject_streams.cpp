@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/product/clipfinder.h"
 #include "platform/qmx/core/qmxid.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/store/eparam.h"
 #include "xpd/app/mainlog.h"
 #include "xpd/app/mainobject.h"
@@ -9,12 +10,6 @@
 #include "xpd/transport/vtrobject.h"
 
 namespace {
-
-constexpr int kAlarmClipNameExists = 1902;
-constexpr int kAlarmRecordInhibited = 1921;
-
-constexpr int kMediaFull = 2003;
-constexpr int kNoMedia = 2004;
 
 enum PlaybackSource : int { CurrentClip = 0, AllClips = 1, PlayList = 2 };
 
@@ -39,15 +34,15 @@ void logFailure(int line, const char *text)
 const char *getRecordInhibitedName(const QmxId &reason)
 {
     switch (reason.value()) {
-    case 2000:
+    case QmxIds::noInput.value():
         return "No Input";
-    case 2001:
+    case QmxIds::invalidInput.value():
         return "Invalid Input";
-    case 2002:
+    case QmxIds::unsupportedInput.value():
         return "Unsupported Input";
-    case kMediaFull:
+    case QmxIds::mediaFull.value():
         return "Media Full";
-    case kNoMedia:
+    case QmxIds::noMedia.value():
         return "No Media";
     default:
         return "Record Inhibited";
@@ -115,13 +110,13 @@ void MainObject::generateNormalRecordStreamDesc(QVariant &streamDesc)
         const int result = _clipFinder->buildClipName(built, &_allClips);
         name = QString::fromStdString(built);
         if (result == -1) {
-            sendAlarm(kAlarmClipNameExists, QmxAlarm::Error,
+            sendAlarm(QmxIds::alarmClipNameExists, QmxAlarm::Error,
                       QStringLiteral("Clip %1 already exists").arg(name), __LINE__);
             qmxLogOutput(1, kMainObject, __LINE__, "Generate record stream desc failed: '%s' is in use\n",
                          name.toLocal8Bit().constData());
             return;
         }
-        sendAlarm(kAlarmClipNameExists, QmxAlarm::Clear, QString(), __LINE__);
+        sendAlarm(QmxIds::alarmClipNameExists, QmxAlarm::Clear, QString(), __LINE__);
         _clipFinder->incrementTakeIfAppropriate();
     }
     setCurrentClip(name);
@@ -139,12 +134,12 @@ void MainObject::generateRolloverRecordStreamDesc(QVariant &streamDesc)
     std::string built;
     // True is failure here.
     if (_clipFinder->getClipNameWithIncrementedRolloverIndex(current, built)) {
-        sendAlarm(kAlarmClipNameExists, QmxAlarm::Error,
+        sendAlarm(QmxIds::alarmClipNameExists, QmxAlarm::Error,
                   QStringLiteral("Clip %1 already exists").arg(currentName), __LINE__);
         logMain(1, __LINE__, QStringLiteral("Failed to build rollover clip name for '%1'").arg(currentName));
         return;
     }
-    sendAlarm(kAlarmClipNameExists, QmxAlarm::Clear, QString(), __LINE__);
+    sendAlarm(QmxIds::alarmClipNameExists, QmxAlarm::Clear, QString(), __LINE__);
     const QString next = QString::fromStdString(built);
     _vtr->setCurrentClipName(next);
     _vtr->setReelName(_reelName);
@@ -159,15 +154,15 @@ void MainObject::shouldInhibitRecord(QmxId &reason)
     const bool measured = _mediaManager->isRolloverInProgress() ? _mediaManager->getRolloverPathInfo(info)
                                                                 : _mediaManager->getActivePathInfo(info);
     if (!measured || !info.mounted)
-        reason = QmxId(kNoMedia);
+        reason = QmxIds::noMedia;
     else if (info.rolloverLevelReached) // the next check would stop the record or roll it over
-        reason = QmxId(kMediaFull);
+        reason = QmxIds::mediaFull;
 }
 
 void MainObject::recordFailedToStart(QmxId &reason)
 {
-    sendAlarm(kAlarmRecordInhibited, QmxAlarm::Error, QString::fromLatin1(getRecordInhibitedName(reason)),
-              __LINE__);
+    sendAlarm(QmxIds::alarmRecordInhibited, QmxAlarm::Error,
+              QString::fromLatin1(getRecordInhibitedName(reason)), __LINE__);
 }
 
 void MainObject::stopRecordNow()

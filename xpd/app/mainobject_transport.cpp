@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxid.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxmetadata.h"
 #include "platform/qmx/core/qmxvbiinfo.h"
 #include "platform/qmx/core/qmxvideostate.h"
@@ -88,14 +89,14 @@ void MainObject::vtrModeChanged(const VtrMode &, const VtrMode &)
         this, [this] { updateTransporterState(_vtr->state()); }, Qt::QueuedConnection);
 }
 
-void MainObject::sendAlarm(int id, QmxAlarm::AlarmLevel level, const QString &text, int line)
+void MainObject::sendAlarm(const QmxId &id, QmxAlarm::AlarmLevel level, const QString &text, int line)
 {
-    emit alarmTriggered(QmxAlarm(QmxId(id), level, text, QString::fromLatin1(kMainObject), line));
+    emit alarmTriggered(QmxAlarm(id, level, text, QString::fromLatin1(kMainObject), line));
 }
 
 void MainObject::vtrRaiseVFRAlarm(bool state)
 {
-    sendAlarm(1914, state ? QmxAlarm::Error : QmxAlarm::Clear, QString(), __LINE__);
+    sendAlarm(QmxIds::alarmVariableRate, state ? QmxAlarm::Error : QmxAlarm::Clear, QString(), __LINE__);
 }
 
 void MainObject::firmwareLoading(const QString &id, bool done)
@@ -129,7 +130,7 @@ void MainObject::vtrInputFormatChanged(int inputNumber, const QmxVideoState &sta
         _config->set(eParam_RecordFormat, kInputNotRecordable);
     } else {
         if (state.isValid() && _vtr->state().mode().isInModeRecord())
-            sendAlarm(1907, QmxAlarm::Error,
+            sendAlarm(QmxIds::alarmInputLostInRecord, QmxAlarm::Error,
                       QStringLiteral("Input format changed during record, recording stopped"), __LINE__);
         int format = state.isValid() ? imageDescToRecordFormat(state.captureImageDesc()) : 0;
         if (state.vfrfps() != 0)

@@ -2,13 +2,10 @@
 #include "xpd/transport/devicesetups.h"
 
 #include "platform/qmx/core/qmxaudiodesc.h"
-#include "xpd/transport/vtrids.h"
+#include "platform/qmx/core/qmxids.h"
 
 namespace {
 
-constexpr int outputMode = 1;
-constexpr int captureMode = 2;
-constexpr int progressive = 0;
 constexpr int defaultWidth = 1920;
 constexpr int defaultHeight = 1080;
 constexpr int defaultChannels = 2;
@@ -22,15 +19,15 @@ QmxImageDesc defaultImageDesc()
     desc.setSize(defaultWidth, defaultHeight);
     desc.setAspectRatio(defaultWidth, defaultHeight);
     desc.setFrameRate(QmxVideoRate(24000, 1000));
-    desc.setScanMode(progressive);
-    desc.setDataType(VtrIds::ProRes422);
+    desc.setScanMode(QmxImageDesc::Progressive);
+    desc.setDataType(QmxIds::proRes422);
     return desc;
 }
 
 QmxAudioDesc pcmDesc(int channels, const QmxVideoRate &rate)
 {
     QmxAudioDesc desc;
-    desc.setDataType(VtrIds::Pcm);
+    desc.setDataType(QmxIds::pcm);
     desc.setChannels(channels);
     desc.setSampleRate(sampleRate, 1);
     desc.setFrameRate(rate);
@@ -47,7 +44,7 @@ QmxVideoDeviceSetup DeviceSetups::standard(const VtrState &state, const QmxId &t
     setup.setImageCount(1);
     setup.setImageDesc(image);
     setup.setAudioDesc(pcmDesc(defaultChannels, image.frameRate()));
-    setup.setMode(outputMode);
+    setup.setMode(QmxVideoDeviceSetup::OutputMode);
     setup.setVideoInputSource(state.videoInputSource());
     setup.setInputRefSource(state.syncSource());
     setup.setAudioInputSource(state.audioInputSource());
@@ -78,7 +75,7 @@ QmxVideoDeviceSetup DeviceSetups::playback(const QmxVideoDeviceSetup &standard, 
 {
     QmxVideoDeviceSetup setup = standard;
     setup.setImageCount(1);
-    setup.setMode(outputMode);
+    setup.setMode(QmxVideoDeviceSetup::OutputMode);
     if (!frame.vids().isEmpty()) setup.setImageDesc(frame.vids().first().desc());
     setup.setAudioDesc(frame.auds().isEmpty() ? QmxAudioDesc() : frame.auds().first().desc());
     setup.setBlackingEnabled(false);
@@ -96,9 +93,9 @@ QmxVideoDeviceSetup DeviceSetups::record(const QmxVideoDeviceSetup &standard, co
 
     QmxVideoDeviceSetup setup = standard;
     setup.setImageCount(1);
-    setup.setMode(captureMode);
-    setup.setVideoInputSource(generatesVideo ? VtrIds::InternalGenerator : state.videoInputSource());
-    setup.setAudioInputSource(generatesAudio ? VtrIds::InternalGenerator : state.audioInputSource());
+    setup.setMode(QmxVideoDeviceSetup::CaptureMode);
+    setup.setVideoInputSource(generatesVideo ? QmxIds::internalGenerator : state.videoInputSource());
+    setup.setAudioInputSource(generatesAudio ? QmxIds::internalGenerator : state.audioInputSource());
     setup.setAudioSignalGenMode(state.audioSignalGenMode());
     setup.setImageDesc(encoded);
     setup.setAudioDesc(pcmDesc(state.audioChans(), encoded.frameRate()));
@@ -110,13 +107,13 @@ QmxVideoDeviceSetup DeviceSetups::record(const QmxVideoDeviceSetup &standard, co
 QmxVideoDeviceSetup DeviceSetups::shutdown(const QmxVideoDeviceSetup &standard)
 {
     QmxImageDesc image = standard.imageDesc();
-    image.setDataType(VtrIds::Uncompressed10);
+    image.setDataType(QmxIds::uncompressed10);
     QmxVideoDeviceSetup setup = standard;
-    setup.setMode(captureMode);
+    setup.setMode(QmxVideoDeviceSetup::CaptureMode);
     setup.setImageDesc(image);
     setup.setAudioDesc(QmxAudioDesc());
-    setup.setVideoSignalGenMode(VtrIds::Bars);
-    setup.setVideoInputSource(VtrIds::InternalGenerator);
-    setup.setSuperOut(QmxId(0));
+    setup.setVideoSignalGenMode(QmxIds::bars);
+    setup.setVideoInputSource(QmxIds::internalGenerator);
+    setup.setSuperOut(QmxIds::none);
     return setup;
 }

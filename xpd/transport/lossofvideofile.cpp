@@ -1,23 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/lossofvideofile.h"
 
-#include "xpd/transport/vtrids.h"
+#include "platform/qmx/core/qmxids.h"
 
 namespace {
 
 QmxId familyOf(const QmxId &dataType)
 {
-    const bool is422 =
-        dataType.value() >= VtrIds::ProRes422.value() && dataType.value() <= VtrIds::ProRes422Proxy.value();
-    return is422 ? VtrIds::ProRes422 : dataType;
+    return QmxIds::isProRes422(dataType) ? QmxIds::proRes422 : dataType;
 }
 
 } // namespace
 
 const QList<LossOfVideoFile> &lossOfVideoFiles()
 {
-    constexpr QmxId is422 = VtrIds::ProRes422;
-    constexpr QmxId is444 = VtrIds::ProRes4444;
+    constexpr QmxId is422 = QmxIds::proRes422;
+    constexpr QmxId is444 = QmxIds::proRes4444;
     static const QList<LossOfVideoFile> files = {
         {720, 486, true, is422, "prores_422/loss_of_video_525i_422.mov"},
         {720, 576, true, is422, "prores_422/loss_of_video_625i_422.mov"},

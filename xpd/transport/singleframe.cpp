@@ -5,10 +5,6 @@
 
 #include <QVariant>
 
-namespace {
-constexpr int openForRead = 1;
-}
-
 SingleFrame::SingleFrame() : _stream(new QmxStream(this))
 {
     XPD_CHECKED("singleframe", connect(_stream, SIGNAL(openIsDone(int, const QmxError &)), this,
@@ -31,7 +27,7 @@ bool SingleFrame::load(int index, const QString &path)
     clear();
     _index = index;
     _stream->setDesc(QVariant(path));
-    return _stream->open(openForRead);
+    return _stream->open(QmxStream::Read);
 }
 
 void SingleFrame::openIsDone(int, const QmxError &error)

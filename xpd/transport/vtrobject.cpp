@@ -2,12 +2,12 @@
 #include "xpd/transport/vtrobject.h"
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
 #include "xpd/transport/checkedconnect.h"
 #include "xpd/transport/timecodetrigger.h"
-#include "xpd/transport/vtrids.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
@@ -43,10 +43,10 @@ VtrObject::VtrObject(QObject *parent)
 {
     connectTimersAndAlarms();
 
-    _state.setEncodeFormat(VtrIds::ProRes422);
-    _state.setSyncSource(VtrIds::ReferenceSync);
-    _state.setVideoInputSource(VtrIds::DetectedInput);
-    _state.setAudioInputSource(VtrIds::EmbeddedAudio);
+    _state.setEncodeFormat(QmxIds::proRes422);
+    _state.setSyncSource(QmxIds::syncReference);
+    _state.setVideoInputSource(QmxIds::video422);
+    _state.setAudioInputSource(QmxIds::embeddedAudio);
 
     _stm = new QmxStream(this);
     _cache = new QmxStreamCache(this);
@@ -278,7 +278,7 @@ void VtrObject::beginModeStandbyOff()
     qmxLogOutput(Info, source, __LINE__, "Begin Mode Standby Off\n");
     setupVideoDeviceForRecord();
     setSpeed(0.0);
-    _vdev->setProperty(VtrIds::Direction, QVariant::fromValue(VtrIds::DirectionStandby));
+    _vdev->setProperty(QmxIds::direction, QVariant::fromValue(QmxIds::directionStandby));
     jamTCG();
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
-#include "xpd/transport/vtrids.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
@@ -28,7 +28,7 @@ void VtrObject::play(double speed)
     const bool wasPlaying = _state.mode().isInModePlay();
     if (wasPlaying && _state.speed() == speed) return;
     qmxLogOutput(Info, source, __LINE__, "** PLAY %.3lf\n", speed);
-    _vdev->setProperty(VtrIds::Direction, QVariant::fromValue(VtrIds::DirectionPlay));
+    _vdev->setProperty(QmxIds::direction, QVariant::fromValue(QmxIds::directionPlay));
     setNewMode(VtrMode::Play);
     setSpeed(speed);
     // Frames queued at the old speed must not be shown at the new one.
@@ -86,7 +86,7 @@ QmxId VtrObject::recordInhibitedReason() const
     emit requestRecordInhibit(reason);
     if (reason.isValid()) return reason;
     if (_state.videoSignalGenMode().isValid()) return {};
-    if (!_inputState.isValid()) return VtrIds::NoInput;
+    if (!_inputState.isValid()) return QmxIds::noInput;
     return _inputState.recInhibit();
 }
 
@@ -120,7 +120,7 @@ void VtrObject::cueToTimecode(const QmxTimecode &tc)
     const QmxTimecode target = inMaterial(tc);
     const int position = _cache->position();
     const QmxFrame frame = _cache->peek();
-    const QmxTimecode here = inMaterial(frame.meta().value(VtrIds::Timecode).value<QmxTimecode>());
+    const QmxTimecode here = inMaterial(frame.meta().value(QmxIds::timecode).value<QmxTimecode>());
     const int timecodeOfFirstFrame = here.toFrameNumber() - position;
     const int number = target.toFrameNumber() - timecodeOfFirstFrame;
     if (number < 0) {

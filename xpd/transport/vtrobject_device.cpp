@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "xpd/transport/devicesetups.h"
-#include "xpd/transport/vtrids.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>

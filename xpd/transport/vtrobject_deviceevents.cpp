@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
 #include "xpd/transport/lossofvideofile.h"
-#include "xpd/transport/vtrids.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
@@ -27,10 +27,10 @@ void VtrObject::raiseAlarm(const QmxId &id, QmxAlarm::AlarmLevel level, const QS
 void VtrObject::videoDevicePlayedKeyFrame(const QmxMetadataHash &meta)
 {
     if (!_state.mode().isInModePlay() || _state.isLooping()) return;
-    if (_state.speedFlags().isForward() && meta.value(VtrIds::LastFrame).toBool()) {
+    if (_state.speedFlags().isForward() && meta.value(QmxIds::lastFrame).toBool()) {
         qmxLogOutput(Info, source, __LINE__, "End of stream reached\n");
         still();
-    } else if (_state.speedFlags().isReverse() && meta.value(VtrIds::FirstFrame).toBool()) {
+    } else if (_state.speedFlags().isReverse() && meta.value(QmxIds::firstFrame).toBool()) {
         qmxLogOutput(Info, source, __LINE__, "Start of stream reached\n");
         still();
     }
@@ -52,12 +52,12 @@ void VtrObject::handlePlaybackDrop()
     emit frameDropped();
     if (_state.stopOnFrameDrop()) {
         qmxLogOutput(Error, source, __LINE__, "Playback stopped due to dropped frame\n");
-        raiseAlarm(VtrIds::FrameDroppedAlarm, QmxAlarm::Error,
+        raiseAlarm(QmxIds::alarmFrameDropped, QmxAlarm::Error,
                    QStringLiteral("Playback stopped due to dropped frame"), __LINE__);
         still();
     } else {
         qmxLogOutput(Error, source, __LINE__, "Playback continued after dropped frame\n");
-        raiseAlarm(VtrIds::FrameDroppedAlarm, QmxAlarm::Warning,
+        raiseAlarm(QmxIds::alarmFrameDropped, QmxAlarm::Warning,
                    QStringLiteral("Playback continued after dropped frame"), __LINE__);
     }
 }
@@ -65,7 +65,7 @@ void VtrObject::handlePlaybackDrop()
 void VtrObject::handleRecordDrop()
 {
     emit frameDropped();
-    raiseAlarm(VtrIds::FrameDroppedAlarm, QmxAlarm::Error,
+    raiseAlarm(QmxIds::alarmFrameDropped, QmxAlarm::Error,
                QStringLiteral("Recording stopped due to dropped frame"), __LINE__);
     text(Error, QStringLiteral("Recording stopped due to dropped frame.  STATE %1").arg(stateToString()));
     standbyOff();
@@ -80,7 +80,7 @@ void VtrObject::videoDeviceReadFromHardwareFailed(const QmxError &error)
     }
     qmxLogOutput(Error, source, __LINE__, "Hardware returned error %d, stopping record\n", error.value());
     emit frameDropped();
-    raiseAlarm(VtrIds::FrameDroppedAlarm, QmxAlarm::Error,
+    raiseAlarm(QmxIds::alarmFrameDropped, QmxAlarm::Error,
                QStringLiteral("Recording stopped due to hardware error"), __LINE__);
     standbyOff();
 }
@@ -95,7 +95,7 @@ void VtrObject::videoDeviceHardwareStarted() {}
 void VtrObject::videoDeviceFlushed(const QmxMetadataHash &meta)
 {
     if (_stm->isReadable()) {
-        int position = meta.value(VtrIds::FrameNumber).toInt();
+        int position = meta.value(QmxIds::frameNumber).toInt();
         if (_cueFrame != -1) {
             qmxLogOutput(Warning, source, __LINE__, "Flushed at %d, but pending cue at %d\n", position,
                          _cueFrame);
@@ -130,7 +130,7 @@ void VtrObject::videoDeviceInputAncDataChanged(const QmxMetadataHash &data)
 {
     // A camera that begins to record ends the play; its next frame with the flag starts the record.
     if (_state.mode().isInModePlay() && _lastSetup.cameraInput().isValid() &&
-        data.value(VtrIds::CameraRecord).toBool())
+        data.value(QmxIds::cameraRecord).toBool())
         standbyOff();
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
-#include "xpd/transport/vtrids.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
@@ -17,10 +17,10 @@ constexpr int resetDelayMs = 500; // lets what is queued in the device be shown 
 
 QmxId directionOf(const VtrSpeedFlags &speed)
 {
-    if (speed.isStill()) return VtrIds::DirectionStill;
-    if (speed.isFastForward()) return VtrIds::DirectionFastForward;
-    if (speed.isFastReverse()) return VtrIds::DirectionFastReverse;
-    return VtrIds::DirectionPlay;
+    if (speed.isStill()) return QmxIds::directionStill;
+    if (speed.isFastForward()) return QmxIds::directionFastForward;
+    if (speed.isFastReverse()) return QmxIds::directionFastReverse;
+    return QmxIds::directionPlay;
 }
 
 } // namespace
@@ -32,7 +32,7 @@ void VtrObject::processModePlay()
         openStreamForPlay();
         return;
     }
-    _vdev->setProperty(VtrIds::Direction, QVariant::fromValue(directionOf(_state.speedFlags())));
+    _vdev->setProperty(QmxIds::direction, QVariant::fromValue(directionOf(_state.speedFlags())));
     normaliseCachePosition();
     while ((running.isInCapture() || _vdev->framesWritable() > 0) && _cache->framesInCache() > 0) {
         if (!playFrame(running)) return;
@@ -61,14 +61,14 @@ bool VtrObject::playFrame(const QmxVideoDeviceSetup &running)
         requireVideoReset(needed, running, frame);
         return false;
     }
-    const bool isFirst = frame.meta().value(VtrIds::FirstFrame).toBool();
-    const bool isLast = frame.meta().value(VtrIds::LastFrame).toBool();
+    const bool isFirst = frame.meta().value(QmxIds::firstFrame).toBool();
+    const bool isLast = frame.meta().value(QmxIds::lastFrame).toBool();
     bool hold = !_state.speedFlags().isNormalForward();
     if (!_state.speedFlags().isStill() && !takeFromCache(isFirst, isLast)) hold = true;
 
     // The device reports such frames when they are on the output: only then has the end been reached.
     if (isFirst || isLast) frame.setKeyFrameFlag(true);
-    frame.meta().insert(VtrIds::Hold, QVariant(hold));
+    frame.meta().insert(QmxIds::hold, QVariant(hold));
     setPlayFrameTimecode(frame);
     // One that is held is offered again and again: a device that cannot take it ends the pass.
     if (_vdev->writeFrame(frame).isError()) return false;
@@ -106,16 +106,16 @@ bool VtrObject::takeFromCache(bool isFirst, bool isLast)
 
 void VtrObject::setPlayFrameTimecode(QmxFrame &frame)
 {
-    if (frame.meta().value(VtrIds::Timecode).value<QmxTimecode>().isValid()) return;
-    const QmxTimecode counted(frame.meta().value(VtrIds::FrameNumber).toInt(), currentTimecodeFrameRate(),
+    if (frame.meta().value(QmxIds::timecode).value<QmxTimecode>().isValid()) return;
+    const QmxTimecode counted(frame.meta().value(QmxIds::frameNumber).toInt(), currentTimecodeFrameRate(),
                               _tcgValue.isDropFrame());
-    frame.meta().insert(VtrIds::Timecode, QVariant::fromValue(counted));
+    frame.meta().insert(QmxIds::timecode, QVariant::fromValue(counted));
 }
 
 void VtrObject::cleanupModePlay()
 {
     _priorPlaybackDesc = _stm->desc();
     // What the operator saw last, not what was read ahead of it.
-    _priorPlaybackPosition = _vdev->currentFrameMetadata().value(VtrIds::FrameNumber).toInt();
+    _priorPlaybackPosition = _vdev->currentFrameMetadata().value(QmxIds::frameNumber).toInt();
     closeStreamOfMode();
 }

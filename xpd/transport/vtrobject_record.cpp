@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
 #include "xpd/transport/intervalrecord.h"
-#include "xpd/transport/vtrids.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
@@ -22,7 +22,7 @@ void VtrObject::beginModeRecord()
     else
         _intervalStep = 1.0F;
     setSpeed(1.0);
-    _vdev->setProperty(VtrIds::Direction, QVariant::fromValue(VtrIds::DirectionRecord));
+    _vdev->setProperty(QmxIds::direction, QVariant::fromValue(QmxIds::directionRecord));
     jamTCG();
     setupVideoDeviceForRecord();
 }
@@ -47,7 +47,7 @@ bool VtrObject::streamCacheHasSpace() const
 bool VtrObject::checkForCameraTrigger(const QmxFrame &frame) const
 {
     if (!_state.cameraInput().isValid()) return false;
-    const QVariant flag = frame.meta().value(VtrIds::CameraRecord);
+    const QVariant flag = frame.meta().value(QmxIds::cameraRecord);
     if (!flag.isValid()) return false;
     return flag.toBool() ? _state.mode().isInModeStandbyOff() : _state.mode().isInModeRecord();
 }
@@ -135,18 +135,18 @@ bool VtrObject::replaceLostPicture(QmxFrame &frame)
 {
     if (_state.stopOnLossOfVideo()) {
         qmxLogOutput(Warning, source, __LINE__, "Empty frame, stop on LoV is set.  Stopping record\n");
-        raiseAlarm(VtrIds::InputLostAlarm, QmxAlarm::Error,
+        raiseAlarm(QmxIds::alarmInputLostInRecord, QmxAlarm::Error,
                    QStringLiteral("Recording stopped due to loss of video"), __LINE__);
         standbyOff();
         return false;
     }
-    raiseAlarm(VtrIds::InputLostAlarm, QmxAlarm::Warning,
+    raiseAlarm(QmxIds::alarmInputLostInRecord, QmxAlarm::Warning,
                QStringLiteral("Loss of video during record, recording continued"), __LINE__);
     if (!_state.mode().isInModeRecord()) return false; // a receiver of the alarm has ended it
     frame.vids() = _lossOfVideoStill.frame().vids();
     if (frame.vids().isEmpty() || !frame.vids().first().isValid()) {
         qmxLogOutput(Warning, source, __LINE__, "Loss of Video image buffer is not valid.\n");
-        raiseAlarm(VtrIds::StillMissingAlarm, QmxAlarm::Error,
+        raiseAlarm(QmxIds::alarmLossOfVideoStillMissing, QmxAlarm::Error,
                    QStringLiteral("Invalid Loss Of Video image buffer"), __LINE__);
         standbyOff();
         return false;
@@ -156,10 +156,10 @@ bool VtrObject::replaceLostPicture(QmxFrame &frame)
 
 void VtrObject::writeRecordFrame(const QmxFrame &frame)
 {
-    const QmxTimecode timecode = frame.meta().value(VtrIds::Timecode).value<QmxTimecode>();
+    const QmxTimecode timecode = frame.meta().value(QmxIds::timecode).value<QmxTimecode>();
     if (!timecode.isValid())
         qmxLogOutput(Error, source, __LINE__, "Frame has invalid timecode\n");
-    else if (_tcgSource == VtrIds::GeneratorTimecode)
+    else if (_tcgSource == QmxIds::timecodeGenerator)
         _tcgValue = timecode;
     _cache->write(frame);
     ++_framesRecorded;

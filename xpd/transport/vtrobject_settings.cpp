@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
-#include "xpd/transport/vtrids.h"
 #include "xpd/transport/vtrlog.h"
 #include "xpd/transport/vtrsettings.h"
 
@@ -164,10 +164,10 @@ void VtrObject::setReelName(const QString &reelName)
     if (_reelName == reelName) return;
     _reelName = reelName;
     text(Info, QStringLiteral("Reel Name: %1").arg(reelName));
-    if (_vdev) _vdev->setProperty(VtrIds::ReelName, QVariant(reelName));
+    if (_vdev) _vdev->setProperty(QmxIds::reelName, QVariant(reelName));
 }
 
 void VtrObject::setCurrentClipName(const QString &value)
 {
-    if (_vdev) _vdev->setProperty(VtrIds::ClipName, QVariant(value));
+    if (_vdev) _vdev->setProperty(QmxIds::clipName, QVariant(value));
 }

@@ -2,11 +2,11 @@
 #include "xpd/transport/vtrobject.h"
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
 #include "xpd/transport/checkedconnect.h"
-#include "xpd/transport/vtrids.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
@@ -67,7 +67,7 @@ QmxMetadataHash VtrObject::currentFrameMetadata() const
 
 int VtrObject::currentFrameNumber() const
 {
-    return currentFrameMetadata().value(VtrIds::FrameNumber).toInt();
+    return currentFrameMetadata().value(QmxIds::frameNumber).toInt();
 }
 
 void VtrObject::checkForAlarms()
@@ -84,13 +84,13 @@ void VtrObject::checkRefInputAlarm()
     };
     const QmxVideoRefState reference = _vdev->refInputState(referenceInput);
     if (reference.isLocked()) {
-        set(VtrIds::ReferenceNotLockedAlarm, QmxAlarm::Clear);
-        set(VtrIds::ReferenceMissingAlarm, QmxAlarm::Clear);
+        set(QmxIds::alarmReferenceNotLocked, QmxAlarm::Clear);
+        set(QmxIds::alarmReferenceMissing, QmxAlarm::Clear);
     } else if (reference.isPresent()) {
-        set(VtrIds::ReferenceMissingAlarm, QmxAlarm::Clear);
-        set(VtrIds::ReferenceNotLockedAlarm, QmxAlarm::Error);
+        set(QmxIds::alarmReferenceMissing, QmxAlarm::Clear);
+        set(QmxIds::alarmReferenceNotLocked, QmxAlarm::Error);
     } else {
-        set(VtrIds::ReferenceNotLockedAlarm, QmxAlarm::Clear);
-        set(VtrIds::ReferenceMissingAlarm, QmxAlarm::Error);
+        set(QmxIds::alarmReferenceNotLocked, QmxAlarm::Clear);
+        set(QmxIds::alarmReferenceMissing, QmxAlarm::Error);
     }
 }

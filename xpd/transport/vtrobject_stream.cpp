@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
-#include "xpd/transport/vtrids.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
@@ -14,8 +14,6 @@ using namespace VtrLog;
 
 namespace {
 
-constexpr int openForRead = 1;
-constexpr int openForWrite = 2;
 constexpr int flushPeriodMs = 1000;
 
 } // namespace
@@ -33,7 +31,7 @@ int VtrObject::streamOpenForRead()
     _stm->close();
     _stm->setAutoType();
     _stm->setDesc(desc);
-    if (!_stm->open(openForRead)) {
+    if (!_stm->open(QmxStream::Read)) {
         text(Error, QStringLiteral("STREAM: Open for read failed"));
         return 0;
     }
@@ -49,7 +47,7 @@ int VtrObject::streamOpenForRead()
 int VtrObject::streamOpenForWrite(const QmxFrame &frame)
 {
     QVariant desc;
-    const QVariant name = frame.meta().value(VtrIds::RecordName);
+    const QVariant name = frame.meta().value(QmxIds::recordName);
     if (name.isValid()) desc = QVariant(name.toString());
     emit requestRecordStreamDesc(desc);
     if (!_state.mode().isInModeRecord()) return 0; // the one who was asked has ended it
@@ -60,7 +58,7 @@ int VtrObject::streamOpenForWrite(const QmxFrame &frame)
     _stm->close();
 
     QmxStreamInfo info;
-    const QVariant rate = frame.meta().value(VtrIds::EffectiveFrameRate);
+    const QVariant rate = frame.meta().value(QmxIds::effectiveFrameRate);
     if (rate.isValid()) info.setEffectiveFrameRate(QmxVideoRate(rate.toInt()));
     info.setReelName(_reelName);
     if (!frame.vids().isEmpty()) info.vids().append(frame.vids().first().desc());
@@ -68,9 +66,9 @@ int VtrObject::streamOpenForWrite(const QmxFrame &frame)
     info.setOffset(0);
     _stm->setInfo(info);
 
-    _stm->setType(VtrIds::QuickTime);
+    _stm->setType(QmxIds::quickTime);
     _stm->setDesc(desc);
-    if (!_stm->open(openForWrite)) {
+    if (!_stm->open(QmxStream::Write)) {
         text(Error, QStringLiteral("STREAM: Open for write failed"));
         return 0;
     }

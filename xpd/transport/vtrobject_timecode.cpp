@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/qmxvideodevice.h"
-#include "xpd/transport/vtrids.h"
 
 #include <QFile>
 
@@ -18,8 +18,8 @@ QmxTimecode VtrObject::currentTimeOfDayTimecode() const
 
 QmxTimecode VtrObject::currentInputTimecode() const
 {
-    if (_tcgSource == VtrIds::GeneratorTimecode) return _tcgValue;
-    if (_tcgSource == VtrIds::TimeOfDayTimecode) return currentTimeOfDayTimecode();
+    if (_tcgSource == QmxIds::timecodeGenerator) return _tcgValue;
+    if (_tcgSource == QmxIds::timecodeTimeOfDay) return currentTimeOfDayTimecode();
     return _lastVbi.inputTimecode();
 }
 
@@ -28,11 +28,11 @@ void VtrObject::jamTCG()
     if (!_vdev) return;
     _tcgValue.setFPS(currentTimecodeFrameRate());
     QmxTimecode jam;
-    if (_tcgSource == VtrIds::GeneratorTimecode)
+    if (_tcgSource == QmxIds::timecodeGenerator)
         jam = _tcgValue;
-    else if (_tcgSource == VtrIds::TimeOfDayTimecode)
+    else if (_tcgSource == QmxIds::timecodeTimeOfDay)
         jam = currentTimeOfDayTimecode();
-    if (jam.isValid()) _vdev->setProperty(VtrIds::TimecodeJam, QVariant::fromValue(jam));
+    if (jam.isValid()) _vdev->setProperty(QmxIds::timecodeJam, QVariant::fromValue(jam));
 }
 
 void VtrObject::timecodeTriggerHasStarted()

@@ -2,6 +2,7 @@
 #include "platform/qmx/clip/movdescribe.h"
 
 #include "platform/qmx/codec/qmxvideocodec.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,7 +11,6 @@
 
 namespace {
 
-constexpr int pcmDataType = 408;
 constexpr int maxSide = 16384;
 constexpr double minRate = 1;
 constexpr double maxRate = 240;
@@ -62,7 +62,7 @@ QmxImageDesc movDescribeImage(const MovMovie::Track &track, quint32 delta)
     image.setSize(track.width, track.height);
     image.setFrameRate(QmxVideoRate(int(track.timeScale), int(delta)));
     image.setScanMode(track.interlaced ? QmxImageDesc::Interlaced : QmxImageDesc::Progressive);
-    image.setDataType(QmxId(codec->dataType));
+    image.setDataType(codec->dataType);
     setAspect(track, image);
     return image;
 }
@@ -80,7 +80,7 @@ void movApplyTraits(const MovFragment::ClipTraits &traits, QmxImageDesc &image)
 QmxAudioDesc movAudioDesc(int channels, const QmxVideoRate &rate)
 {
     QmxAudioDesc audio;
-    audio.setDataType(QmxId(pcmDataType));
+    audio.setDataType(QmxIds::pcm);
     audio.setChannels(channels);
     audio.setSampleRate(qmxAudioRate, 1);
     audio.setFrameRate(rate);

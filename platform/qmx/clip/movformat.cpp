@@ -2,6 +2,7 @@
 #include "platform/qmx/clip/movformat.h"
 
 #include "platform/qmx/codec/qmxvideocodec.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <cerrno>
 #include <numeric>
@@ -10,7 +11,6 @@ namespace {
 
 constexpr int maxSide = 16384;
 constexpr int maxChannels = 64;
-constexpr int pcmDataType = 408;
 constexpr int maxReelBytes = 255;
 constexpr quint32 resolution72 = 72 << 16;
 // Channel layout tags of Core Audio.
@@ -144,7 +144,7 @@ QmxError MovFormat::fromInfo(const QmxClipInfo &info, MovFormat &format)
     const QmxAudioDesc &audio = info.audio;
     const int rate = audio.sampleRateDen() > 0 ? audio.sampleRateNum() / audio.sampleRateDen() : 0;
     if (audio.isValid() &&
-        (audio.channels() > maxChannels || rate != 48000 || audio.dataType().value() != pcmDataType))
+        (audio.channels() > maxChannels || rate != 48000 || audio.dataType() != QmxIds::pcm))
         return {EINVAL, QStringLiteral("A clip cannot have the sound format %1").arg(audio.toString())};
 
     format = MovFormat();

@@ -7,6 +7,7 @@
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movpcm.h"
 #include "platform/qmx/clip/movwaymarks.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <atomic>
 #include <cerrno>
@@ -16,16 +17,13 @@
 namespace {
 
 constexpr int timecodeKey = 12;
-constexpr int prores422 = 202;
-constexpr int prores422Proxy = 205;
 constexpr qint64 secondsFrom1904To1970 = 2082844800;
 /// How long a program that must end waits for a call under way.
 constexpr std::chrono::seconds emergencyPatience{1};
 
-bool sameFamily(int a, int b)
+bool sameFamily(QmxId a, QmxId b)
 {
-    const auto is422 = [](int type) { return type >= prores422 && type <= prores422Proxy; };
-    return a == b || (is422(a) && is422(b));
+    return a == b || (QmxIds::isProRes422(a) && QmxIds::isProRes422(b));
 }
 
 } // namespace
@@ -94,7 +92,7 @@ QmxError QmxClipWriter::Private::fits(const QmxFrame &frame, QmxBuffer &picture)
     const QmxImageDesc &wanted = format.info.image;
     const QmxImageDesc desc = image.desc();
     if (desc.width() != wanted.width() || desc.height() != wanted.height() ||
-        !sameFamily(desc.dataType().value(), wanted.dataType().value()))
+        !sameFamily(desc.dataType(), wanted.dataType()))
         return {EINVAL, QStringLiteral("A picture of %1 does not fit clip %2 of %3")
                             .arg(desc.toString(), path, wanted.toString())};
     if (picture.size() <= 0 || picture.size() > MovLayout::maxFragmentBytes / 2)

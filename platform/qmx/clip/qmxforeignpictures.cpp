@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/clip/qmxforeignpictures.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <cerrno>
 #include <cmath>
@@ -8,7 +9,6 @@
 
 namespace {
 
-constexpr int uncompressed10 = 231;
 constexpr int maxSide = 8192;
 constexpr double maxRate = 240;
 /// Uncompressed pictures that are kept, by bytes and by number.
@@ -53,7 +53,7 @@ QmxError QmxForeignPictures::describe(const QString &path)
     const bool interlaced =
         parameters->field_order != AV_FIELD_UNKNOWN && parameters->field_order != AV_FIELD_PROGRESSIVE;
     _desc.setScanMode(interlaced ? QmxImageDesc::Interlaced : QmxImageDesc::Progressive);
-    _desc.setDataType(QmxId(uncompressed10));
+    _desc.setDataType(QmxIds::uncompressed10);
     const QmxCodecRow *codec = qmxCodec(_desc.dataType());
     if (codec) _encoder = codec->createEncoder(_desc);
     if (!_encoder) return {ENOTSUP, QStringLiteral("Nothing can hold the pictures of clip %1").arg(path)};

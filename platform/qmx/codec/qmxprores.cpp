@@ -4,6 +4,7 @@
 #include "platform/qmx/codec/prores/proresheader.h"
 #include "platform/qmx/codec/qmxlibav.h"
 #include "platform/qmx/codec/qmxpictureconverter.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <array>
 #include <cerrno>
@@ -34,13 +35,13 @@ constexpr int interlaceShift = 2;
 int profileOf(const QmxId &dataType)
 {
     switch (dataType.value()) {
-    case 203:
+    case QmxIds::proRes422Hq.value():
         return 3;
-    case 204:
+    case QmxIds::proRes422Lt.value():
         return 1;
-    case 205:
+    case QmxIds::proRes422Proxy.value():
         return 0;
-    case 206:
+    case QmxIds::proRes4444.value():
         return 4;
     default:
         return 2;
@@ -192,7 +193,8 @@ private:
 };
 
 ProResDecoder::ProResDecoder(const QmxImageDesc &desc)
-    : _format(desc.dataType().value() == 206 ? QmxPicture::Format::Yuv444P10 : QmxPicture::Format::Yuv422P10)
+    : _format(desc.dataType() == QmxIds::proRes4444 ? QmxPicture::Format::Yuv444P10
+                                                    : QmxPicture::Format::Yuv422P10)
 {
     QmxLibav::quietLog();
     const AVCodec *codec = avcodec_find_decoder(AV_CODEC_ID_PRORES);

@@ -33,7 +33,7 @@ public:
 /// One codec: a row of the table in codecs.cpp, with a file of its own behind it.
 struct QmxCodecRow
 {
-    int dataType;                     ///< 202 ProRes 422 and so on
+    QmxId dataType;
     const char *name;                 ///< "ProRes 422"
     const char *fourcc;               ///< sample entry in a QuickTime file: "apcn"
     QmxPicture::Format pictureFormat; ///< what it codes

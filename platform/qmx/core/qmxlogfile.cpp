@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 
 #include <cerrno>
@@ -10,7 +11,6 @@
 #include <unistd.h>
 
 static constexpr qint64 retryInterval = 5 * QmxClock::nsPerSecond;
-static const QmxId logAlarm{1916};
 
 QmxLogFile::QmxLogFile(const QString &path, qint64 maximumBytes)
     : _path(path), _maximumBytes(maximumBytes), _environment(QmxEnvironment::current())
@@ -87,7 +87,8 @@ void QmxLogFile::failed(int error)
     const QString text =
         QStringLiteral("The log file %1 cannot be written: %2; free or replace its disk, recording goes on")
             .arg(_path, QmxError(error ? error : EIO).toString());
-    QmxAlarmController::post(QmxAlarm(logAlarm, QmxAlarm::Warning, text, "qmxlogfile", __LINE__));
+    QmxAlarmController::post(
+        QmxAlarm(QmxIds::alarmLogOutputFailed, QmxAlarm::Warning, text, "qmxlogfile", __LINE__));
 }
 
 void QmxLogFile::recovered()
@@ -95,5 +96,6 @@ void QmxLogFile::recovered()
     _failing = false;
     put(QStringLiteral("(%1 lines were lost: the log file could not be written)\n").arg(_lost).toUtf8());
     _lost = 0;
-    QmxAlarmController::post(QmxAlarm(logAlarm, QmxAlarm::Clear, QString(), "qmxlogfile", __LINE__));
+    QmxAlarmController::post(
+        QmxAlarm(QmxIds::alarmLogOutputFailed, QmxAlarm::Clear, QString(), "qmxlogfile", __LINE__));
 }

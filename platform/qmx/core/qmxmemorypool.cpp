@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemoryregion.h"
 
@@ -38,8 +39,6 @@ int classOf(qsizetype size)
         if (classSize(sizeClass) >= size) return sizeClass;
     return classCount;
 }
-
-const QmxId exhaustedAlarm{1915};
 
 } // namespace
 
@@ -212,7 +211,8 @@ QmxBufferData *QmxMemoryPool::allocate(qsizetype size)
                 .arg(size)
                 .arg(limit / mebibyte);
         QmxLog::defaultLog()->write(1, QStringLiteral("qmxmemorypool"), __LINE__, text);
-        QmxAlarmController::post(QmxAlarm(exhaustedAlarm, QmxAlarm::Error, text, "qmxmemorypool", __LINE__));
+        QmxAlarmController::post(
+            QmxAlarm(QmxIds::alarmMemoryExhausted, QmxAlarm::Error, text, "qmxmemorypool", __LINE__));
     }
     return nullptr;
 }
@@ -233,5 +233,5 @@ void QmxMemoryPool::release(QmxBufferData *data)
     }
     if (recovered)
         QmxAlarmController::post(
-            QmxAlarm(exhaustedAlarm, QmxAlarm::Clear, QString(), "qmxmemorypool", __LINE__));
+            QmxAlarm(QmxIds::alarmMemoryExhausted, QmxAlarm::Clear, QString(), "qmxmemorypool", __LINE__));
 }

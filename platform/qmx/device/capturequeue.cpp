@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/capturequeue.h"
 
-#include "platform/qmx/core/devicekeys.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <algorithm>
 
@@ -14,7 +14,7 @@ QmxFrame CapturedFrame::toFrame() const
     frame.vids().append(image);
     if (audio.desc().isValid()) frame.auds().append(audio);
     frame.meta() = metadata;
-    frame.meta().insert(DeviceKeys::timecode, QVariant::fromValue(timecode));
+    frame.meta().insert(QmxIds::timecode, QVariant::fromValue(timecode));
     return frame;
 }
 
@@ -109,7 +109,7 @@ void CaptureQueue::beginRecord(qint64 now)
     for (const CapturedFramePtr &frame : _frames) {
         frame->afterGap = false;
         // The camera's flag of that time would end the take at once.
-        if (triggered) frame->metadata.remove(DeviceKeys::cameraRecord);
+        if (triggered) frame->metadata.remove(QmxIds::cameraRecord);
     }
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Conditions of inputs and outputs that an operator hears of, on the clock thread.
-#include "platform/qmx/core/devicekeys.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/lumenengine.h"
 
 void LumenEngine::pictureAlarm(const DecodedPicture &shown)
@@ -16,7 +16,7 @@ void LumenEngine::outputAlarm()
     const QString problem = _pictureProblem.isEmpty() ? _output.problem() : _pictureProblem;
     if (problem == _outputProblem) return;
     _outputProblem = problem;
-    pushAlarm(DeviceKeys::alarmOutputFailed, problem.isEmpty() ? QmxAlarm::Clear : QmxAlarm::Warning, problem,
+    pushAlarm(QmxIds::alarmOutputFailed, problem.isEmpty() ? QmxAlarm::Clear : QmxAlarm::Warning, problem,
               __LINE__);
 }
 
@@ -24,11 +24,11 @@ void LumenEngine::outputAlarm()
 void LumenEngine::soundAlarm(const Seen &seen)
 {
     const bool usesInput = !_playing && _running.audioDesc().isValid() &&
-                           _running.audioInputSource() != DeviceKeys::internalGenerator;
+                           _running.audioInputSource() != QmxIds::internalGenerator;
     const bool alarm = usesInput && seen.input.soundMissing;
     if (alarm == _soundAlarm) return;
     _soundAlarm = alarm;
-    pushAlarm(DeviceKeys::alarmAudioInputLost, alarm ? QmxAlarm::Warning : QmxAlarm::Clear,
+    pushAlarm(QmxIds::alarmAudioInputLost, alarm ? QmxAlarm::Warning : QmxAlarm::Clear,
               alarm ? QStringLiteral("The input has pictures, but its sound is gone: silence is recorded")
                     : QString(),
               __LINE__);

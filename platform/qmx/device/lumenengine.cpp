@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/lumenengine.h"
 
-#include "platform/qmx/core/devicekeys.h"
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/core/qmxplayhead.h"
@@ -73,7 +73,7 @@ LumenEngine::~LumenEngine() = default;
 
 QmxVideoState LumenEngine::begin()
 {
-    _watched = DeviceKeys::firstInput.value();
+    _watched = QmxIds::firstInput.value();
     _input = _options.createSource(_profile.input(_watched), _environment);
     QmxTick tick;
     tick.deadline = _environment.clock->now();
@@ -187,7 +187,7 @@ void LumenEngine::watch(const QmxVideoDeviceSetup &setup)
     // The input as captured may have another format now; that is told once, like a change of the signal.
     _inputConversion = setup.videoInConvert();
     const QmxId source = setup.videoInputSource();
-    if (!source.isValid() || source == DeviceKeys::internalGenerator || source.value() == _watched) return;
+    if (!source.isValid() || source == QmxIds::internalGenerator || source.value() == _watched) return;
     _watched = source.value();
     retire(std::move(_newInput)); // no tick has taken it yet
     _newInput = _options.createSource(_profile.input(_watched), _environment);
@@ -196,13 +196,13 @@ void LumenEngine::watch(const QmxVideoDeviceSetup &setup)
 
 void LumenEngine::makeGenerator(const QmxVideoDeviceSetup &setup)
 {
-    const bool video = setup.videoInputSource() == DeviceKeys::internalGenerator;
-    const bool audio = setup.audioInputSource() == DeviceKeys::internalGenerator;
+    const bool video = setup.videoInputSource() == QmxIds::internalGenerator;
+    const bool audio = setup.audioInputSource() == QmxIds::internalGenerator;
     _newGenerator.reset();
     _dropGenerator = !video && !audio;
     if (_dropGenerator) return;
     QmxImageDesc desc = setup.imageDesc();
-    if (setup.videoSignalGenColorSpace().value() == DeviceKeys::rgbDataType)
+    if (setup.videoSignalGenColorSpace() == QmxIds::uncompressedRgb)
         desc.setDataType(setup.videoSignalGenColorSpace());
     _newGenerator = _options.createGenerator(desc, video ? setup.videoSignalGenMode() : QmxId(),
                                              audio ? setup.audioSignalGenMode() : QmxId(), _environment);
@@ -288,11 +288,11 @@ QmxError LumenEngine::writeFrame(const QmxFrame &frame)
 void LumenEngine::setProperty(const QmxId &key, const QVariant &value)
 {
     std::lock_guard lock(_mutex);
-    if (key == DeviceKeys::direction)
+    if (key == QmxIds::direction)
         setDirection(toId(value));
-    else if (key == DeviceKeys::timecodeJam)
+    else if (key == QmxIds::timecodeJam)
         jam(value.value<QmxTimecode>());
-    else if (key == DeviceKeys::clipName)
+    else if (key == QmxIds::clipName)
         _clipName = value.toString();
     // The reel name (key 23) has no place on a software card: the clip's file carries it.
 }
@@ -300,7 +300,7 @@ void LumenEngine::setProperty(const QmxId &key, const QVariant &value)
 void LumenEngine::setDirection(const QmxId &direction)
 {
     _direction = direction;
-    const bool record = direction == DeviceKeys::directionRecord;
+    const bool record = direction == QmxIds::directionRecord;
     if (record == _capture.isRecording()) return;
     _takeRead = false;
     _repeatDrop = false;
@@ -332,7 +332,7 @@ void LumenEngine::jam(const QmxTimecode &value)
     if (_generator.followsInput()) return;
     const int waiting = _capture.size();
     // Time of day is that of the newest frame that waits, not of the oldest.
-    if (_asked.timecodeInputSource() == DeviceKeys::timecodeTimeOfDay && waiting > 1)
+    if (_asked.timecodeInputSource() == QmxIds::timecodeTimeOfDay && waiting > 1)
         first = first.advanced(1 - waiting);
     _generator.setNext(_capture.stamp(first));
 }
@@ -347,7 +347,7 @@ QmxMetadataHash LumenEngine::currentFrameMetadata() const
         if (frame && frame->origin() == playhead->origin()) return std::as_const(*frame).meta();
     }
     QmxMetadataHash metadata;
-    metadata.insert(DeviceKeys::frameNumber, playhead->position());
+    metadata.insert(QmxIds::frameNumber, playhead->position());
     return metadata;
 }
 
@@ -355,11 +355,11 @@ QmxVideoRefState LumenEngine::reference() const
 {
     std::lock_guard lock(_mutex);
     const QmxId source = _asked.inputRefSource();
-    if (source == DeviceKeys::syncVideoInput) {
+    if (source == QmxIds::syncVideoInput) {
         const bool locked = _detector.state().isValid();
         return {locked, locked};
     }
-    return source == DeviceKeys::syncReference ? _reference : QmxVideoRefState(true, true);
+    return source == QmxIds::syncReference ? _reference : QmxVideoRefState(true, true);
 }
 
 QString LumenEngine::stateString() const

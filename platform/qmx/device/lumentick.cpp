@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/devicekeys.h"
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "platform/qmx/device/outputformat.h"
 
@@ -19,11 +19,13 @@ constexpr const char *alarmSource = "lumen";
 
 struct DirectionName
 {
-    int direction;
+    QmxId direction;
     const char *text;
 };
 constexpr DirectionName directionNames[] = {
-    {1600, "PLAY"}, {1601, "STOP"}, {1604, "FF"}, {1605, "REW"}, {1606, "REC"}, {1607, "STILL"},
+    {QmxIds::directionPlay, "PLAY"},      {QmxIds::directionStandby, "STOP"},
+    {QmxIds::directionFastForward, "FF"}, {QmxIds::directionFastReverse, "REW"},
+    {QmxIds::directionRecord, "REC"},     {QmxIds::directionStill, "STILL"},
 };
 
 QmxTimeStamp timeStamp(qint64 wallTime)
@@ -96,7 +98,7 @@ void LumenEngine::lateTick(const TickSchedule::Step &step)
         _late.alarm ? step.deadline - _late.last < lateQuietTime : step.late && _late.count >= lateForAlarm;
     if (alarm == _late.alarm) return;
     _late.alarm = alarm;
-    pushAlarm(DeviceKeys::alarmClockLate, alarm ? QmxAlarm::Warning : QmxAlarm::Clear,
+    pushAlarm(QmxIds::alarmClockLate, alarm ? QmxAlarm::Warning : QmxAlarm::Clear,
               alarm ? QStringLiteral("The machine is too slow: %1 ticks of the video clock were late")
                           .arg(_late.count)
                     : QString(),
@@ -248,7 +250,7 @@ QmxAudio LumenEngine::capturedAudio(const Seen &seen, const QmxTick &tick) const
 {
     const QmxAudioDesc desc = _running.audioDesc();
     if (!desc.isValid()) return {};
-    const bool internal = _running.audioInputSource() == DeviceKeys::internalGenerator;
+    const bool internal = _running.audioInputSource() == QmxIds::internalGenerator;
     const QmxAudio &source = internal ? seen.generator.audio : seen.input.audio;
     const int samples = qmxAudioSamples(tick.index, tick.rate);
     // A source may keep the cadence of its own frames, which differs by a sample.
@@ -270,7 +272,7 @@ void LumenEngine::captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFr
     output.isCapture = true;
     // Taken for another set-up than the one in force now: begins with the next tick.
     if (seen.generation != _generation || tick.rate != _running.imageDesc().frameRate()) return;
-    const bool internal = _running.videoInputSource() == DeviceKeys::internalGenerator;
+    const bool internal = _running.videoInputSource() == QmxIds::internalGenerator;
     const QmxSourceFrame &source = internal ? seen.generator : seen.input;
 
     auto frame = std::make_shared<CapturedFrame>();
@@ -335,11 +337,11 @@ void LumenEngine::playbackStep(const Seen &seen, QmxOutputFrame &output)
     const QmxFrame &frame = shown.frame;
     output.desc = _running.imageDesc();
     output.picture = shown.picture->picture;
-    output.timecode = frame.meta().value(DeviceKeys::timecode).value<QmxTimecode>();
+    output.timecode = frame.meta().value(QmxIds::timecode).value<QmxTimecode>();
     output.metadata = frame.meta();
-    const auto number = frame.meta().value(DeviceKeys::frameNumber);
+    const auto number = frame.meta().value(QmxIds::frameNumber);
     output.isRepeat = !step.newFrame || (output.picture.sharesWith(_last.picture) &&
-                                         number == _last.metadata.value(DeviceKeys::frameNumber));
+                                         number == _last.metadata.value(QmxIds::frameNumber));
     if (step.newFrame && !shown.hold && !frame.auds().isEmpty()) output.audio = frame.auds().first();
     pictureAlarm(*shown.picture);
     routeInput(seen, output);
@@ -348,7 +350,7 @@ void LumenEngine::playbackStep(const Seen &seen, QmxOutputFrame &output)
 /// The outputs may show the input while something else plays.
 void LumenEngine::routeInput(const Seen &seen, QmxOutputFrame &output) const
 {
-    if (_running.videoOutRoute() != DeviceKeys::routeInput || !_detector.isGood(seen.input.state)) return;
+    if (_running.videoOutRoute() != QmxIds::routeInput || !_detector.isGood(seen.input.state)) return;
     output.picture = seen.input.picture;
     output.audio = seen.input.audio;
     output.desc = seen.input.state.captureImageDesc();
@@ -358,7 +360,7 @@ void LumenEngine::routeInput(const Seen &seen, QmxOutputFrame &output) const
 /// Variable-rate record is asked for and the input has no rate that varies.
 void LumenEngine::variableRateAlarm()
 {
-    const bool internal = _running.videoInputSource() == DeviceKeys::internalGenerator;
+    const bool internal = _running.videoInputSource() == QmxIds::internalGenerator;
     const bool alarm = !_playing && _running.forceVFRRecord() && !internal && _detector.state().isValid() &&
                        _detector.state().vfrfps() == 0;
     if (alarm == _variableRateAlarm) return;
@@ -380,12 +382,11 @@ void LumenEngine::pushVbi(const QmxTimecode &timecode)
 QString LumenEngine::superText(const QmxTimecode &timecode) const
 {
     const QmxId kind = _running.superOut();
-    if (kind == DeviceKeys::superTimecode) return timecode.toString();
-    if (kind == DeviceKeys::superTimecodeClip) return timecode.toString() + QLatin1Char(' ') + _clipName;
-    if (kind != DeviceKeys::superTimecodeStatus) return {};
-    const auto *name =
-        std::find_if(std::begin(directionNames), std::end(directionNames),
-                     [this](const DirectionName &row) { return row.direction == _direction.value(); });
+    if (kind == QmxIds::superTimecode) return timecode.toString();
+    if (kind == QmxIds::superTimecodeClip) return timecode.toString() + QLatin1Char(' ') + _clipName;
+    if (kind != QmxIds::superTimecodeStatus) return {};
+    const auto *name = std::find_if(std::begin(directionNames), std::end(directionNames),
+                                    [this](const DirectionName &row) { return row.direction == _direction; });
     const char *status = name == std::end(directionNames) ? "" : name->text;
     return timecode.toString() + QLatin1Char(' ') + QLatin1String(status);
 }
@@ -408,7 +409,7 @@ void LumenEngine::count(const Seen &seen, const QmxOutputFrame &output) const
         return;
     }
     counters->add(output.isRepeat ? QmxCounters::FramesRepeated : QmxCounters::FramesShown);
-    counters->set(QmxCounters::FrameOnOutput, output.metadata.value(DeviceKeys::frameNumber).toInt());
-    const QVariant position = output.metadata.value(DeviceKeys::listPosition);
+    counters->set(QmxCounters::FrameOnOutput, output.metadata.value(QmxIds::frameNumber).toInt());
+    const QVariant position = output.metadata.value(QmxIds::listPosition);
     counters->set(QmxCounters::ListEntryOnOutput, position.canConvert<int>() ? position.toInt() : -1);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/outputformat.h"
 
-#include "platform/qmx/core/devicekeys.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <QStringList>
 
@@ -35,7 +35,7 @@ QmxImageDesc OutputFormat::converted(const QmxImageDesc &desc, const QmxId &conv
 {
     QmxImageDesc result = desc;
     const bool isHd = desc.height() >= firstHdHeight;
-    if (conversion == DeviceKeys::conversionCross) {
+    if (conversion == QmxIds::conversionCross) {
         if (desc.scanMode() != QmxImageDesc::Progressive ||
             desc.frameRate().toDouble() < lowestCrossRate * 0.99)
             return result;
@@ -43,9 +43,9 @@ QmxImageDesc OutputFormat::converted(const QmxImageDesc &desc, const QmxId &conv
             setRaster(result, 1920, 1080);
         else if (hasSize(desc, 1920, 1080))
             setRaster(result, 1280, 720);
-    } else if (conversion == DeviceKeys::conversionUp && desc.isValid() && !isHd) {
+    } else if (conversion == QmxIds::conversionUp && desc.isValid() && !isHd) {
         setRaster(result, 1920, 1080);
-    } else if (conversion == DeviceKeys::conversionDown && isHd) {
+    } else if (conversion == QmxIds::conversionDown && isHd) {
         setRaster(result, 720, isOf625Lines(desc.frameRate()) ? 576 : 486);
     }
     return result;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/playbackqueue.h"
 
-#include "platform/qmx/core/devicekeys.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,7 +9,7 @@
 namespace {
 bool isHold(const QmxFrame &frame)
 {
-    return frame.meta().value(DeviceKeys::hold).toBool();
+    return frame.meta().value(QmxIds::hold).toBool();
 }
 
 QmxBuffer firstBuffer(const QmxFrame &frame)
@@ -37,7 +37,7 @@ bool looksAlike(const QmxBuffer &a, const QmxBuffer &b)
 bool isSameFrame(const QmxFrame &a, const QmxFrame &b)
 {
     if (a.origin() != b.origin() ||
-        a.meta().value(DeviceKeys::frameNumber) != b.meta().value(DeviceKeys::frameNumber))
+        a.meta().value(QmxIds::frameNumber) != b.meta().value(QmxIds::frameNumber))
         return false;
     const QmxBuffer first = firstBuffer(a), second = firstBuffer(b);
     if (first == second) return true;

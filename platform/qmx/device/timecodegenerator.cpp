@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/timecodegenerator.h"
 
-#include "platform/qmx/core/devicekeys.h"
+#include "platform/qmx/core/qmxids.h"
 
 namespace {
 /// Digits that a rate does not have count on from the next second.
@@ -15,8 +15,8 @@ QmxTimecode counted(QmxTimecode timecode, int fps)
 
 void TimecodeGenerator::setSource(const QmxId &source, int fps)
 {
-    _followsInput = source.isValid() && source != DeviceKeys::timecodeGenerator &&
-                    source != DeviceKeys::timecodeTimeOfDay;
+    _followsInput =
+        source.isValid() && source != QmxIds::timecodeGenerator && source != QmxIds::timecodeTimeOfDay;
     if (!_next.isValid()) _next = QmxTimecode(0, 0, 0, 0, fps, false);
     _fps = fps;
     _next = counted(_next, fps);

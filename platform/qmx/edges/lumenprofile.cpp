@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/lumenprofile.h"
 
-#include "platform/qmx/core/devicekeys.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 
 #include <QStringList>
@@ -94,7 +94,7 @@ QString parseDevice(LumenProfile &profile, const QString &key, const QString &va
 QString parseInput(LumenProfile &profile, const QString &key, const QString &value)
 {
     int source = 0;
-    if (!parseNumber(key, DeviceKeys::firstInput.value(), DeviceKeys::internalGenerator.value() - 1, source))
+    if (!parseNumber(key, QmxIds::firstInput.value(), QmxIds::internalGenerator.value() - 1, source))
         return QStringLiteral("an input is written as 601=LOCATOR, its number from 601 to 694");
     profile.inputs.insert(source, value);
     return {};
@@ -142,8 +142,7 @@ QByteArray readFile(const QString &path, QmxFiles &files, int &error)
 LumenProfile LumenProfile::builtIn()
 {
     LumenProfile profile;
-    profile.inputs.insert(DeviceKeys::firstInput.value(),
-                          QStringLiteral("generator:?rate=25&size=1920x1080"));
+    profile.inputs.insert(QmxIds::firstInput.value(), QStringLiteral("generator:?rate=25&size=1920x1080"));
     return profile;
 }
 

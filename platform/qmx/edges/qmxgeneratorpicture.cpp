@@ -2,6 +2,8 @@
 #include "platform/qmx/edges/qmxgeneratorpicture.h"
 
 #include "platform/qmx/codec/qmxlibav.h"
+#include "platform/qmx/codec/qmxvideocodec.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/edges/qmxstrip.h"
 
 #include <algorithm>
@@ -12,10 +14,6 @@
 
 namespace {
 using Format = QmxPicture::Format;
-
-constexpr int bars = 800;
-constexpr int ramp = 801;
-constexpr int moving = 802;
 
 constexpr int texturePeriod = 256; ///< pixels after which the texture repeats
 constexpr int pixelsPerFrame = 8;  ///< scrolling; divided among the fields of interlaced pictures
@@ -67,14 +65,8 @@ Rgb barColour(double x)
 
 Format formatOf(const QmxImageDesc &desc)
 {
-    switch (desc.dataType().value()) {
-    case 250:
-        return Format::Rgb444P10;
-    case 206:
-        return Format::Yuv444P10;
-    default:
-        return Format::Yuv422P10;
-    }
+    const QmxCodecRow *codec = qmxCodec(desc.dataType());
+    return codec ? codec->pictureFormat : Format::Yuv422P10;
 }
 
 /// A texture of smooth hills and grain that repeats after texturePeriod pixels, about as hard to code as a
@@ -105,21 +97,21 @@ void drawTexture(QmxPicture &picture, int plane)
 
 QmxGeneratorPicture::QmxGeneratorPicture(const QmxImageDesc &desc, const QmxId &pattern) : _desc(desc)
 {
-    _scrolls = pattern.value() == moving;
+    _scrolls = pattern == QmxIds::movingPattern;
     const int width = desc.width() + (_scrolls ? texturePeriod : 0);
     _background = QmxPicture::allocate(formatOf(desc), QSize(width, desc.height()));
-    if (_background.isValid()) drawBackground(pattern.value());
+    if (_background.isValid()) drawBackground(pattern);
 }
 
-void QmxGeneratorPicture::drawBackground(int pattern)
+void QmxGeneratorPicture::drawBackground(QmxId pattern)
 {
-    if (pattern == moving) {
+    if (pattern == QmxIds::movingPattern) {
         for (int plane = 0; plane < 3; ++plane)
             drawTexture(_background, plane);
         return;
     }
     _background.fillBlack();
-    if (pattern != bars && pattern != ramp) return;
+    if (pattern != QmxIds::bars && pattern != QmxIds::ramp) return;
     quint16 *const first[3] = {_background.row(0, 0), _background.row(1, 0), _background.row(2, 0)};
     fillRowFromColours(first, _background.width(), pattern);
     for (int plane = 0; plane < 3; ++plane)
@@ -127,12 +119,12 @@ void QmxGeneratorPicture::drawBackground(int pattern)
             std::memcpy(_background.row(plane, y), first[plane], size_t(_background.planeWidth(plane)) * 2);
 }
 
-void QmxGeneratorPicture::fillRowFromColours(quint16 *const rows[3], int width, int pattern) const
+void QmxGeneratorPicture::fillRowFromColours(quint16 *const rows[3], int width, QmxId pattern) const
 {
     const int chromaStep = width / _background.planeWidth(1);
     for (int x = 0; x < width; ++x) {
         const double place = double(x) / width;
-        const Rgb colour = pattern == bars ? barColour(place) : Rgb{place, place, place};
+        const Rgb colour = pattern == QmxIds::bars ? barColour(place) : Rgb{place, place, place};
         const std::array<quint16, 3> s = sample(colour, _background.format(), _background.height());
         rows[0][x] = s[0];
         if (x % chromaStep != 0) continue;

@@ -18,8 +18,8 @@ public:
     QmxPicture render(qint64 frame) const;
 
 private:
-    void drawBackground(int pattern);
-    void fillRowFromColours(quint16 *const rows[3], int width, int pattern) const;
+    void drawBackground(QmxId pattern);
+    void fillRowFromColours(quint16 *const rows[3], int width, QmxId pattern) const;
     int fieldOf(int line) const;
     void scroll(QmxPicture &picture, qint64 frame) const;
     void drawBox(QmxPicture &picture, qint64 frame) const;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxgeneratorscript.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 
 #include <QStringList>
@@ -75,11 +76,11 @@ bool readFormats(const QString &text, QList<QmxGeneratorScript::Format> *formats
     return true;
 }
 
-bool readWord(const QString &text, std::initializer_list<std::pair<const char *, int>> words, QmxId *id)
+bool readWord(const QString &text, std::initializer_list<std::pair<const char *, QmxId>> words, QmxId *id)
 {
     for (const auto &[word, value] : words) {
         if (text != QLatin1String(word)) continue;
-        *id = QmxId(value);
+        *id = value;
         return true;
     }
     return false;
@@ -111,18 +112,19 @@ const std::array keys = {
     Key{"pattern",
         [](const QString &v, Reading &r) {
             return readWord(v,
-                            {{"800", 800},
-                             {"bars", 800},
-                             {"801", 801},
-                             {"ramp", 801},
-                             {"802", 802},
-                             {"moving", 802},
-                             {"black", 0}},
+                            {{"800", QmxIds::bars},
+                             {"bars", QmxIds::bars},
+                             {"801", QmxIds::ramp},
+                             {"ramp", QmxIds::ramp},
+                             {"802", QmxIds::movingPattern},
+                             {"moving", QmxIds::movingPattern},
+                             {"black", QmxIds::none}},
                             &r.script.pattern);
         }},
     Key{"tone",
         [](const QString &v, Reading &r) {
-            return readWord(v, {{"900", 900}, {"901", 901}, {"off", 0}}, &r.script.tone);
+            return readWord(v, {{"900", QmxIds::tone1000}, {"901", QmxIds::tone440}, {"off", QmxIds::none}},
+                            &r.script.tone);
         }},
     Key{"channels",
         [](const QString &v, Reading &r) {

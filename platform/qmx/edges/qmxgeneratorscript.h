@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmximagedesc.h"
 #include "platform/qmx/core/qmxtimecode.h"
 
@@ -42,11 +43,11 @@ struct QmxGeneratorScript
         QmxImageDesc desc;
     };
 
-    QList<Format> formats; ///< by frame; the first one from frame 0 on
-    QmxId pattern{800};    ///< not valid: black
-    QmxId tone{900};       ///< not valid: silence
-    int channels = 8;      ///< that carry the tone
-    QmxTimecode start;     ///< not valid: no timecode
+    QList<Format> formats;         ///< by frame; the first one from frame 0 on
+    QmxId pattern = QmxIds::bars;  ///< not valid: black
+    QmxId tone = QmxIds::tone1000; ///< not valid: silence
+    int channels = 8;              ///< that carry the tone
+    QmxTimecode start;             ///< not valid: no timecode
     QList<Switch> timecodeRuns;
     QList<Span> losses;
     QList<Span> unstable;

@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxgeneratorsource.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 #include "platform/qmx/edges/qmxstrip.h"
 
 #include <cmath>
 
 namespace {
-const QmxId invalidInput(2001);
-const QmxId cameraFlagKey(705);
-const QmxId clipNameKey(706);
-const QmxId effectiveRateKey(710);
 
 /// Whole periods of both tones: 25 of 1 kHz, 11 of 440 Hz.
 constexpr int tonePeriod = 1200;
@@ -21,7 +18,7 @@ constexpr qint32 significantBits = ~0xff; ///< 24 of 32
 std::vector<qint32> makeTone(const QmxId &tone)
 {
     if (!tone.isValid()) return {};
-    const double frequency = tone.value() == 901 ? 440 : 1000;
+    const double frequency = tone == QmxIds::tone440 ? 440 : 1000;
     std::vector<qint32> samples(tonePeriod);
     for (int i = 0; i < tonePeriod; ++i)
         samples[size_t(i)] =
@@ -89,7 +86,7 @@ QmxSourceFrame QmxGeneratorSource::take(const QmxTick &tick)
         result.timecode = _script.timecode(frame, _script.formats[format].desc.frameRate());
         result.metadata = metadata(frame);
         if (QmxGeneratorScript::covers(_script.unstable, frame)) {
-            result.state.setRecInhibit(invalidInput);
+            result.state.setRecInhibit(QmxIds::invalidInput);
             result.picture = QmxPicture();
         }
     }
@@ -121,9 +118,10 @@ QmxMetadataHash QmxGeneratorSource::metadata(qint64 frame) const
 {
     QmxMetadataHash result;
     if (!_script.camera.isEmpty())
-        result.insert(cameraFlagKey, QmxGeneratorScript::position(_script.camera, frame).value_or(false));
-    if (_script.effectiveRate > 0) result.insert(effectiveRateKey, _script.effectiveRate);
-    if (!_script.clipName.isEmpty()) result.insert(clipNameKey, _script.clipName);
+        result.insert(QmxIds::cameraRecord,
+                      QmxGeneratorScript::position(_script.camera, frame).value_or(false));
+    if (_script.effectiveRate > 0) result.insert(QmxIds::effectiveFrameRate, _script.effectiveRate);
+    if (!_script.clipName.isEmpty()) result.insert(QmxIds::recordName, _script.clipName);
     return result;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxpreviewsink.h"
 
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxthreadname.h"
 
@@ -9,7 +10,6 @@
 
 namespace {
 constexpr int queueBound = 3;
-const QmxId frameNumberKey(1);
 constexpr double fullScale = 2147483648.0;
 constexpr int blackLuma8 = 16;
 constexpr int neutral8 = 128;
@@ -102,8 +102,9 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
     _preview.timecode = frame.timecode.toString();
     _preview.format = frame.desc.toString();
     _preview.connection = frame.connection;
-    _preview.frameNumber =
-        frame.metadata.contains(frameNumberKey) ? frame.metadata.value(frameNumberKey).toLongLong() : -1;
+    _preview.frameNumber = frame.metadata.contains(QmxIds::frameNumber)
+                               ? frame.metadata.value(QmxIds::frameNumber).toLongLong()
+                               : -1;
     _preview.isCapture = frame.isCapture;
     _preview.isRepeat = frame.isRepeat;
     _preview.peaks.fill(0);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxsourceformat.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <QRegularExpression>
 
@@ -8,9 +9,6 @@
 #include <limits>
 
 namespace {
-const QmxId uncompressed10(231);
-const QmxId unsupportedInput(2002);
-const QmxId pcm(408);
 constexpr int hdHeight = 720;
 
 struct StandardRate
@@ -119,7 +117,7 @@ QmxImageDesc QmxSourceFormat::desc(const QSize &size, const QmxVideoRate &rate, 
         result.setAspectRatio(size.width(), size.height());
     result.setFrameRate(rate);
     result.setScanMode(scanMode);
-    result.setDataType(uncompressed10);
+    result.setDataType(QmxIds::uncompressed10);
     return result;
 }
 
@@ -162,14 +160,14 @@ QmxVideoState QmxSourceFormat::state(const QmxImageDesc &desc)
     result.setInputImageDesc(desc);
     const bool canRecord = isRecordable(desc);
     result.setCaptureImageDesc(canRecord ? desc : nearest(desc));
-    if (!canRecord) result.setRecInhibit(unsupportedInput);
+    if (!canRecord) result.setRecInhibit(QmxIds::unsupportedInput);
     return result;
 }
 
 QmxAudioDesc QmxSourceFormat::audioDesc(const QmxVideoRate &rate)
 {
     QmxAudioDesc result;
-    result.setDataType(pcm);
+    result.setDataType(QmxIds::pcm);
     result.setChannels(audioChannels);
     result.setSampleRate(qmxAudioRate, 1);
     result.setFrameRate(rate);

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxrecordfailures.h"
 #include "platform/qmx/core/qmxrecordtable.h"
@@ -17,12 +18,10 @@ namespace {
 constexpr const char *logSource = "stream";
 /// An open or close that takes longer hangs in the kernel; ten seconds are promised.
 constexpr int operationLimitMs = 9500;
-constexpr int alarmWriteFailed = 1901;
-constexpr int alarmReadFailed = 1903;
 
-void postAlarm(int id, QmxAlarm::AlarmLevel level, const QString &text)
+void postAlarm(QmxId id, QmxAlarm::AlarmLevel level, const QString &text)
 {
-    QmxAlarmController::post(QmxAlarm(QmxId(id), level, text, QString::fromLatin1(logSource), __LINE__));
+    QmxAlarmController::post(QmxAlarm(id, level, text, QString::fromLatin1(logSource), __LINE__));
 }
 
 } // namespace
@@ -127,7 +126,7 @@ void QmxStream::Private::openDone(QmxStreamAsk ask, QmxError error, const QmxStr
 {
     deadline.stop();
     const QmxOperations::Token held = std::move(token); // until everybody has heard of it
-    const int alarm = ask.writes ? alarmWriteFailed : alarmReadFailed;
+    const QmxId alarm = ask.writes ? QmxIds::alarmMediaWriteFailed : QmxIds::alarmMediaReadFailed;
     if (error.isError()) {
         current.reset();
         state = State::Closed;
@@ -197,7 +196,7 @@ void QmxStream::Private::deadlineReached()
     }
     qmxLogOutput(1, logSource, __LINE__, "Closing %s given up: the medium does not answer\n",
                  qPrintable(ask.what()));
-    if (ask.writes) postAlarm(alarmWriteFailed, QmxAlarm::Error, error.toString());
+    if (ask.writes) postAlarm(QmxIds::alarmMediaWriteFailed, QmxAlarm::Error, error.toString());
     closeDone();
 }
 
@@ -266,7 +265,7 @@ void QmxStream::Private::sessionFailed(QmxStreamSession *session, const QmxError
     const QString path = session->ask().path();
     qmxLogOutput(1, logSource, __LINE__, "Writing %s failed: %s\n", qPrintable(path),
                  qPrintable(error.toString()));
-    postAlarm(alarmWriteFailed, QmxAlarm::Error, error.toString());
+    postAlarm(QmxIds::alarmMediaWriteFailed, QmxAlarm::Error, error.toString());
     if (session != current.get()) return;
     const QPointer<QmxStream> alive(q);
     if (peer) peer->writeFailed(error, fatal);
@@ -286,11 +285,11 @@ void QmxStream::Private::sessionStalled(QmxStreamSession *session, bool stalled)
     const QString what = session->ask().what();
     if (!stalled) {
         qmxLogOutput(3, logSource, __LINE__, "Reading %s goes on\n", qPrintable(what));
-        postAlarm(alarmReadFailed, QmxAlarm::Clear, QString());
+        postAlarm(QmxIds::alarmMediaReadFailed, QmxAlarm::Clear, QString());
         return;
     }
     const QString text =
         QStringLiteral("%1: the medium does not answer, check whether it is still there").arg(what);
     qmxLogOutput(1, logSource, __LINE__, "Reading stands still: %s\n", qPrintable(text));
-    postAlarm(alarmReadFailed, QmxAlarm::Warning, text);
+    postAlarm(QmxIds::alarmMediaReadFailed, QmxAlarm::Warning, text);
 }

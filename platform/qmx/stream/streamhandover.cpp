@@ -2,10 +2,10 @@
 #include "platform/qmx/stream/streamhandover.h"
 
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/qmx/core/qmxtimecode.h"
-#include "platform/qmx/stream/streamreaderkeys.h"
 #include "platform/qmx/stream/streamwriter.h"
 
 void StreamHandOver::begin()
@@ -19,8 +19,8 @@ void StreamHandOver::begin()
 void StreamHandOver::write(const QmxFrame &frame, const QString &path)
 {
     // Before it is handed over: the timecode generator continues after this frame from now on.
-    QmxRecordTable::instance()->frameWritten(
-        path, frame.meta().value(StreamReaderKeys::timecode).value<QmxTimecode>(), _accepted == 0);
+    QmxRecordTable::instance()->frameWritten(path, frame.meta().value(QmxIds::timecode).value<QmxTimecode>(),
+                                             _accepted == 0);
     ++_accepted;
     QmxCounters::instance()->set(QmxCounters::CurrentClipFrames, _accepted);
     _waiting.push_back(frame);

@@ -3,10 +3,10 @@
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/core/qmxplayhead.h"
 #include "platform/qmx/stream/qmxstream.h"
-#include "platform/qmx/stream/streamreaderkeys.h"
 
 #include <cstdlib>
 #include <utility>
@@ -18,12 +18,11 @@ constexpr int keptNear = 5;
 /// The cache's share of the pool, and how many frames it may have however large they are.
 constexpr int poolShare = 6;
 constexpr int minimumFrames = 4;
-constexpr int alarmReadFailed = 1903;
 
 void postAlarm(QmxAlarm::AlarmLevel level, const QString &text)
 {
     QmxAlarmController::post(
-        QmxAlarm(QmxId(alarmReadFailed), level, text, QStringLiteral("streamcache"), __LINE__));
+        QmxAlarm(QmxIds::alarmMediaReadFailed, level, text, QStringLiteral("streamcache"), __LINE__));
 }
 
 } // namespace
@@ -200,8 +199,8 @@ void StreamReadAhead::grown()
     _length = _stream->reader()->length();
     for (auto item = _frames.begin(); item != _frames.end(); ++item) {
         const bool last = item.key() == _length - 1;
-        if (std::as_const(item.value()).meta().value(StreamReaderKeys::lastFrame).toBool() != last)
-            item.value().meta().insert(StreamReaderKeys::lastFrame, last);
+        if (std::as_const(item.value()).meta().value(QmxIds::lastFrame).toBool() != last)
+            item.value().meta().insert(QmxIds::lastFrame, last);
     }
     fill();
     _ready();

@@ -2,11 +2,11 @@
 #include "platform/qmx/stream/streamreader.h"
 
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 #include "platform/qmx/stream/qmxplaylistindex.h"
 #include "platform/qmx/stream/streamreaderblack.h"
 #include "platform/qmx/stream/streamreaderentries.h"
-#include "platform/qmx/stream/streamreaderkeys.h"
 
 #include <algorithm>
 #include <atomic>
@@ -279,17 +279,16 @@ QmxMetadataHash StreamReader::State::meta(int frame) const
     QmxMetadataHash keys;
     const int index = source.entryOf(frame);
     if (index < 0) return keys;
-    keys.insert(StreamReaderKeys::frameNumber, frame);
-    keys.insert(StreamReaderKeys::firstFrame, frame == 0);
-    keys.insert(StreamReaderKeys::lastFrame, frame == length - 1);
+    keys.insert(QmxIds::frameNumber, frame);
+    keys.insert(QmxIds::firstFrame, frame == 0);
+    keys.insert(QmxIds::lastFrame, frame == length - 1);
     if (const std::optional<QmxClipInfo> info = entries.info(index)) {
         const QmxTimecode timecode = info->timecodeAt(frame - source.entries.at(index).first);
-        if (timecode.isValid()) keys.insert(StreamReaderKeys::timecode, QVariant::fromValue(timecode));
+        if (timecode.isValid()) keys.insert(QmxIds::timecode, QVariant::fromValue(timecode));
     }
     if (source.isList)
-        keys.insert(
-            StreamReaderKeys::listIndex,
-            QVariant::fromValue(QmxPlayListIndex(source.entries.at(index).name, source.listIndex.at(index))));
+        keys.insert(QmxIds::listPosition, QVariant::fromValue(QmxPlayListIndex(source.entries.at(index).name,
+                                                                               source.listIndex.at(index))));
     return keys;
 }
 

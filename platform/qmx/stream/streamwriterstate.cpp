@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/core/qmxoperations.h"
@@ -27,8 +28,6 @@ constexpr double slowAbove = 0.5;
 constexpr double slowUntil = 0.1;
 /// How long the end of the program waits for a write under way.
 constexpr std::chrono::milliseconds emergencyWait(1000);
-
-constexpr int alarmMediaSlow = 1906;
 
 } // namespace
 
@@ -256,7 +255,7 @@ void StreamWriter::State::setSlow(bool now)
     slow = now;
     const QString text =
         now ? QStringLiteral("The medium of %1 is slow: frames are waiting in memory").arg(path) : QString();
-    QmxAlarmController::post(QmxAlarm(QmxId(alarmMediaSlow), now ? QmxAlarm::Warning : QmxAlarm::Clear, text,
+    QmxAlarmController::post(QmxAlarm(QmxIds::alarmMediaSlow, now ? QmxAlarm::Warning : QmxAlarm::Clear, text,
                                       QString::fromLatin1(logSource), __LINE__));
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/codec/prores/proresformat.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <algorithm>
 
@@ -23,11 +24,11 @@ constexpr Matrix fineMatrix = {4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 4
                                4, 5, 5, 6, 4, 4, 4, 4, 5, 5, 6, 7, 4, 4, 4, 4, 5, 6, 7, 7};
 
 constexpr std::array kinds = {
-    ProRes::Kind{202, "apcn", false, 1005, 681, 601, &standardMatrix},
-    ProRes::Kind{203, "apch", false, 1507, 1020, 900, &fineMatrix},
-    ProRes::Kind{204, "apcs", false, 694, 468, 417, &ltMatrix},
-    ProRes::Kind{205, "apco", false, 287, 208, 184, &proxyMatrix},
-    ProRes::Kind{206, "ap4h", true, 2248, 1529, 1349, &fineMatrix},
+    ProRes::Kind{QmxIds::proRes422, "apcn", false, 1005, 681, 601, &standardMatrix},
+    ProRes::Kind{QmxIds::proRes422Hq, "apch", false, 1507, 1020, 900, &fineMatrix},
+    ProRes::Kind{QmxIds::proRes422Lt, "apcs", false, 694, 468, 417, &ltMatrix},
+    ProRes::Kind{QmxIds::proRes422Proxy, "apco", false, 287, 208, 184, &proxyMatrix},
+    ProRes::Kind{QmxIds::proRes4444, "ap4h", true, 2248, 1529, 1349, &fineMatrix},
 };
 
 constexpr std::array<quint8, ProRes::blockSamples> progressiveScan = {
@@ -46,7 +47,7 @@ constexpr int coarseStep = 4;
 const ProRes::Kind &ProRes::kind(const QmxId &dataType)
 {
     for (const Kind &kind : kinds)
-        if (kind.dataType == dataType.value()) return kind;
+        if (kind.dataType == dataType) return kind;
     return kinds.front();
 }
 

@@ -30,7 +30,7 @@ using Matrix = std::array<quint8, blockSamples>;
 /// lines) divided by the macroblocks of the raster.
 struct Kind
 {
-    int dataType;
+    QmxId dataType;
     const char *fourcc;
     bool fullChroma; ///< 4:4:4, else 4:2:2
     int sdBits;      ///< per macroblock up to 576 lines

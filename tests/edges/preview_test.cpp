@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxpreview.h"
+#include "platform/qmx/edges/qmxscopes.h"
 #include "platform/qmx/edges/qmxsink.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 #include "platform/qmx/edges/qmxstrip.h"
@@ -116,6 +117,60 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
     EXPECT_EQ(black.luma, QByteArray(black.luma.size(), char(16)));
     EXPECT_EQ(black.frameNumber, -1);
     EXPECT_EQ(sink->dropped(), 0);
+}
+
+TEST(Preview, scopesAreMadeFromTenBitsAndOnlyWhileSomebodyLooks)
+{
+    const QString name = uniqueName("scopes");
+    const auto sink = qmxCreateSink(QStringLiteral("preview:") + name, QmxEnvironment::current());
+    QmxPreviewReader pictures;
+    QmxScopesReader reader;
+    ASSERT_TRUE(pictures.open(name));
+    ASSERT_TRUE(reader.open(QmxScopes::nameBeside(name)));
+    QmxOutputFrame frame;
+    frame.desc = QmxSourceFormat::fromText(QStringLiteral("1920x1080p25"));
+    frame.picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, QSize(1920, 1080));
+    constexpr int red[] = {250, 409, 960}; // in full saturation: red 940, green and blue 64
+    for (int plane = 0; plane < 3; ++plane)
+        for (int y = 0; y < 1080; ++y)
+            std::fill_n(frame.picture.row(plane, y), frame.picture.planeWidth(plane), quint16(red[plane]));
+    Ticks ticks(QmxVideoRate(25));
+    quint64 shown = 0;
+    const auto show = [&](int count) {
+        for (int i = 0; i < count; ++i) {
+            frame.tick = ticks.next();
+            sink->show(frame);
+            ++shown;
+            ASSERT_TRUE(Stepper::waitFor([&] { return pictures.count() == shown; }));
+            Stepper::deliver();
+        }
+    };
+    const auto scopes = std::make_unique<QmxScopes>();
+    show(10);
+    EXPECT_FALSE(reader.read(*scopes)); // nobody has asked
+    reader.ask();
+    show(10);
+    ASSERT_TRUE(reader.read(*scopes));
+    const auto lit = [](const uchar *tile, int columns, int column) {
+        QList<int> rows;
+        for (int row = 0; row < QmxScopes::levels; ++row)
+            if (tile[row * columns + column] > 0) rows.append(row);
+        return rows;
+    };
+    const auto row = [](int value) { return QList<int>{QmxScopes::levels - 1 - value / 4}; };
+    for (int column = 0; column < QmxScopes::columns; ++column)
+        ASSERT_EQ(lit(scopes->waveform.data(), QmxScopes::columns, column), row(250));
+    const int third = QmxScopes::paradeColumns;
+    EXPECT_EQ(lit(scopes->parade.data(), 3 * third, third / 2), row(940));
+    EXPECT_EQ(lit(scopes->parade.data(), 3 * third, third + third / 2), row(64));
+    EXPECT_EQ(lit(scopes->parade.data(), 3 * third, 2 * third + third / 2), row(64));
+    EXPECT_EQ(lit(scopes->vectorscope.data(), QmxScopes::levels, 409 / 4), row(960));
+    show(QmxScopesReader::askedForTicks + 10);
+    ASSERT_TRUE(reader.read(*scopes));
+    const qint64 last = scopes->tick;
+    show(10);
+    ASSERT_TRUE(reader.read(*scopes));
+    EXPECT_EQ(scopes->tick, last); // nobody has looked for long
 }
 
 TEST(Sinks, aFileGetsEveryFrameWithItsSound)

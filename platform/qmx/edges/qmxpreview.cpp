@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxpreview.h"
 
+#include "platform/qmx/edges/sharedwords.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cstring>
@@ -52,20 +54,6 @@ struct Layout
     Slot slot[slotCount];
 };
 static_assert(std::atomic<quint64>::is_always_lock_free);
-
-/// Both sides copy words that the other side may be touching; the sequence counters tell them when.
-void copyWords(void *to, const void *from, size_t bytes, bool toShared)
-{
-    auto *target = static_cast<quint64 *>(to);
-    auto *source = static_cast<quint64 *>(const_cast<void *>(from));
-    const size_t words = (bytes + sizeof(quint64) - 1) / sizeof(quint64);
-    for (size_t i = 0; i < words; ++i) {
-        if (toShared)
-            std::atomic_ref(target[i]).store(source[i], std::memory_order_relaxed);
-        else
-            target[i] = std::atomic_ref(source[i]).load(std::memory_order_relaxed);
-    }
-}
 
 template <size_t size>
 void setText(char (&field)[size], const QString &text)
@@ -164,7 +152,7 @@ void QmxPreviewWriter::write(const QmxPreviewPicture &picture)
     const quint64 sequence = slot.sequence.load(std::memory_order_relaxed);
     slot.sequence.store(sequence + 1, std::memory_order_relaxed);
     std::atomic_thread_fence(std::memory_order_release);
-    copyWords(&slot.content, &c, contentBytes(c.width, c.height), true);
+    copySharedWords(&slot.content, &c, contentBytes(c.width, c.height), true);
     slot.sequence.store(sequence + 2, std::memory_order_release);
     d->shared->count.store(count, std::memory_order_release);
 }
@@ -213,12 +201,12 @@ bool QmxPreviewReader::read(QmxPreviewPicture &picture)
         Slot &slot = d->shared->slot[newest % slotCount];
         const quint64 before = slot.sequence.load(std::memory_order_acquire);
         if (before % 2 != 0) continue;
-        copyWords(&c, &slot.content, offsetof(Content, pixels), false);
+        copySharedWords(&c, &slot.content, offsetof(Content, pixels), false);
         const bool sane = c.width >= 0 && c.width <= QmxPreview::maximumWidth && c.height >= 0 &&
                           c.height <= QmxPreview::maximumHeight;
         if (sane)
-            copyWords(c.pixels, slot.content.pixels,
-                      contentBytes(c.width, c.height) - offsetof(Content, pixels), false);
+            copySharedWords(c.pixels, slot.content.pixels,
+                            contentBytes(c.width, c.height) - offsetof(Content, pixels), false);
         std::atomic_thread_fence(std::memory_order_acquire);
         if (!sane || slot.sequence.load(std::memory_order_relaxed) != before) continue;
         const int pixels = c.width * c.height;

@@ -70,7 +70,10 @@ void rgbToYuv(QmxPreviewPicture &p, const QByteArray &red, const QByteArray &gre
 } // namespace
 
 QmxPreviewSink::QmxPreviewSink(const QString &name, const QmxEnvironment &environment)
-    : _name(name), _writer(name), _thread(QStringLiteral("qmx-preview"), queueBound, environment)
+    : _name(name),
+      _writer(name),
+      _scopes(name, environment),
+      _thread(QStringLiteral("qmx-preview"), queueBound, environment)
 {
     _thread.post(qmxYieldToEventLoop);
     if (!_writer.isOpen())
@@ -116,6 +119,7 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
             peak = std::max(peak, std::abs(double(samples[i * channels + c])) / fullScale);
         }
     _writer.write(_preview);
+    _scopes.offer(frame);
 }
 
 void QmxPreviewSink::reduce(const QmxPicture &picture, QmxPreviewPicture &preview)

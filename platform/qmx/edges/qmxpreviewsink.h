@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxtaskthread.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/qmx/edges/qmxsink.h"
+#include "platform/qmx/edges/scopestage.h"
 
 #include <atomic>
 
@@ -28,7 +29,8 @@ private:
     void publish(const QmxOutputFrame &frame);
 
     QString _name;
-    QmxPreviewWriter _writer; ///< the thread's, as are the next three
+    QmxPreviewWriter _writer; ///< the thread's, as are the next four
+    ScopeStage _scopes;
     QmxPreviewPicture _preview;
     QmxPicture _reduced; ///< what _preview shows
     QmxImageDesc _desc;

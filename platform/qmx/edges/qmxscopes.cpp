@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/edges/qmxscopes.h"
+
+#include "platform/qmx/codec/qmxpicture.h"
+#include "platform/qmx/edges/sharedwords.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+constexpr quint64 magicNumber = 0x31'45'50'43'53'50'58'00; // "\0XPSCPE1", changes with the layout
+constexpr int neutral = 512;
+constexpr int highest = 1023;
+constexpr int levelShift = 2;
+constexpr int standardHeight = 576;
+
+struct Layout
+{
+    std::atomic<quint64> magic; ///< written last
+    std::atomic<quint64> asked;
+    std::atomic<quint64> sequence; ///< odd while the scopes are being written
+    std::atomic<qint64> pid;
+    QmxScopes scopes;
+};
+static_assert(offsetof(Layout, scopes) % sizeof(quint64) == 0);
+static_assert(sizeof(QmxScopes) % sizeof(quint64) == 0);
+
+/// Both sides write: the one pictures, the other that it looks.
+Layout *map(const QString &name, bool create)
+{
+    constexpr mode_t groupWrites = 0664;
+    const int fd = shm_open(name.toLocal8Bit().constData(), create ? O_RDWR | O_CREAT : O_RDWR, groupWrites);
+    if (fd < 0) return nullptr;
+    struct stat data;
+    bool sized = fstat(fd, &data) == 0 && data.st_size >= off_t(sizeof(Layout));
+    if (create) {
+        fchmod(fd, groupWrites); // whatever the mask; one that belongs to somebody else stays as it is
+        if (!sized) sized = ftruncate(fd, sizeof(Layout)) == 0;
+    }
+    void *memory =
+        sized ? mmap(nullptr, sizeof(Layout), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0) : MAP_FAILED;
+    close(fd);
+    return memory == MAP_FAILED ? nullptr : static_cast<Layout *>(memory);
+}
+
+/// Weights of the colour differences in 1/65536, from and to legal range.
+struct Matrix
+{
+    int redCr, greenCb, greenCr, blueCb;
+};
+constexpr Matrix bt709{100902, 12002, 29994, 118894};
+constexpr Matrix bt601{89831, 22050, 45757, 113537};
+
+int scaled(int value)
+{
+    return (value + 32768) >> 16;
+}
+
+struct Counts
+{
+    std::vector<quint32> waveform = std::vector<quint32>(size_t(QmxScopes::columns) * QmxScopes::levels);
+    std::vector<quint32> parade =
+        std::vector<quint32>(size_t(QmxScopes::paradeColumns) * 3 * QmxScopes::levels);
+    std::vector<quint32> vectorscope = std::vector<quint32>(size_t(QmxScopes::levels) * QmxScopes::levels);
+
+    static size_t row(int value)
+    {
+        return size_t(QmxScopes::levels - 1 - (std::clamp(value, 0, highest) >> levelShift));
+    }
+    void luma(int x, int width, int value)
+    {
+        ++waveform[row(value) * QmxScopes::columns + size_t(x * QmxScopes::columns / width)];
+    }
+    void colour(int x, int width, int channel, int value)
+    {
+        const int column = channel * QmxScopes::paradeColumns + x * QmxScopes::paradeColumns / width;
+        ++parade[row(value) * QmxScopes::paradeColumns * 3 + size_t(column)];
+    }
+    void difference(int cb, int cr)
+    {
+        ++vectorscope[row(cr) * QmxScopes::levels + size_t(std::clamp(cb, 0, highest) >> levelShift)];
+    }
+};
+
+void countYuv(const QmxPicture &picture, int y, const Matrix &matrix, Counts &counts)
+{
+    const int width = picture.width(), chromaWidth = picture.planeWidth(1), apart = width / chromaWidth;
+    const quint16 *luma = picture.row(0, y), *cbs = picture.row(1, y), *crs = picture.row(2, y);
+    for (int x = 0; x < width; ++x)
+        counts.luma(x, width, luma[x]);
+    for (int x = 0; x < chromaWidth; ++x) {
+        const int cb = cbs[x] - neutral, cr = crs[x] - neutral, value = luma[x * apart];
+        counts.difference(cbs[x], crs[x]);
+        counts.colour(x, chromaWidth, 0, value + scaled(matrix.redCr * cr));
+        counts.colour(x, chromaWidth, 1, value - scaled(matrix.greenCb * cb + matrix.greenCr * cr));
+        counts.colour(x, chromaWidth, 2, value + scaled(matrix.blueCb * cb));
+    }
+}
+
+/// Full range becomes legal range, so that one scale fits all formats.
+void countRgb(const QmxPicture &picture, int y, Counts &counts)
+{
+    const auto legal = [](int value) { return 64 + value * 876 / highest; };
+    const quint16 *reds = picture.row(0, y), *greens = picture.row(1, y), *blues = picture.row(2, y);
+    const int width = picture.width();
+    for (int x = 0; x < width; ++x) {
+        const int red = legal(reds[x]), green = legal(greens[x]), blue = legal(blues[x]);
+        const double luma = 0.2126 * red + 0.7152 * green + 0.0722 * blue;
+        counts.luma(x, width, int(std::lround(luma)));
+        counts.colour(x, width, 0, red);
+        counts.colour(x, width, 1, green);
+        counts.colour(x, width, 2, blue);
+        constexpr double chroma = 896.0 / 876.0;
+        counts.difference(neutral + int(std::lround((blue - luma) / 1.8556 * chroma)),
+                          neutral + int(std::lround((red - luma) / 1.5748 * chroma)));
+    }
+}
+
+/// Few samples are to be seen, many not to blind: the root of the count.
+template <typename Tile>
+void light(const std::vector<quint32> &counts, double gain, Tile &tile)
+{
+    for (size_t i = 0; i < counts.size(); ++i)
+        tile[i] = counts[i] == 0 ? 0 : uchar(std::min(255.0, std::ceil(gain * std::sqrt(double(counts[i])))));
+}
+} // namespace
+
+void QmxScopes::measure(const QmxPicture &picture, QmxScopes &scopes)
+{
+    constexpr double lineGain = 28, vectorGain = 8;
+    Counts counts;
+    // Odd, so that both fields are seen.
+    const int step = picture.height() > standardHeight ? 3 : 1;
+    const Matrix &matrix = picture.height() > standardHeight ? bt709 : bt601;
+    for (int y = 0; y < picture.height(); y += step) {
+        if (picture.format() == QmxPicture::Format::Rgb444P10)
+            countRgb(picture, y, counts);
+        else
+            countYuv(picture, y, matrix, counts);
+    }
+    light(counts.waveform, lineGain, scopes.waveform);
+    light(counts.parade, lineGain, scopes.parade);
+    light(counts.vectorscope, vectorGain, scopes.vectorscope);
+}
+
+QString QmxScopes::nameBeside(const QString &preview)
+{
+    return preview + QStringLiteral("_scopes");
+}
+
+struct QmxScopesWriter::Private
+{
+    QString name;
+    Layout *shared = nullptr;
+};
+
+QmxScopesWriter::QmxScopesWriter(const QString &name) : d(std::make_unique<Private>())
+{
+    d->name = name;
+    d->shared = map(name, true);
+    if (!d->shared) return;
+    d->shared->pid = getpid();
+    d->shared->sequence = d->shared->sequence.load() / 2 * 2; // of a writer that was killed in the middle
+    d->shared->magic = magicNumber;
+}
+
+QmxScopesWriter::~QmxScopesWriter()
+{
+    if (!d->shared) return;
+    if (d->shared->pid == getpid()) shm_unlink(d->name.toLocal8Bit().constData());
+    munmap(d->shared, sizeof(Layout));
+}
+
+quint64 QmxScopesWriter::asked() const
+{
+    return d->shared ? d->shared->asked.load(std::memory_order_relaxed) : 0;
+}
+
+void QmxScopesWriter::write(const QmxScopes &scopes)
+{
+    if (!d->shared) return;
+    const quint64 sequence = d->shared->sequence.load(std::memory_order_relaxed) / 2 * 2;
+    d->shared->sequence.store(sequence + 1, std::memory_order_relaxed);
+    std::atomic_thread_fence(std::memory_order_release);
+    copySharedWords(&d->shared->scopes, &scopes, sizeof(QmxScopes), true);
+    d->shared->sequence.store(sequence + 2, std::memory_order_release);
+}
+
+struct QmxScopesReader::Private
+{
+    Layout *shared = nullptr;
+
+    void close()
+    {
+        if (shared) munmap(shared, sizeof(Layout));
+        shared = nullptr;
+    }
+};
+
+QmxScopesReader::QmxScopesReader() : d(std::make_unique<Private>()) {}
+
+QmxScopesReader::~QmxScopesReader()
+{
+    d->close();
+}
+
+bool QmxScopesReader::open(const QString &name)
+{
+    d->close();
+    d->shared = map(name, false);
+    if (d->shared && d->shared->magic != magicNumber) d->close();
+    return d->shared;
+}
+
+void QmxScopesReader::ask()
+{
+    if (d->shared) d->shared->asked.fetch_add(1, std::memory_order_relaxed);
+}
+
+bool QmxScopesReader::read(QmxScopes &scopes)
+{
+    constexpr int tries = 100;
+    for (int i = 0; d->shared && i < tries; ++i) {
+        const quint64 before = d->shared->sequence.load(std::memory_order_acquire);
+        if (before == 0) return false;
+        if (before % 2 != 0) continue;
+        copySharedWords(&scopes, &d->shared->scopes, sizeof(QmxScopes), false);
+        std::atomic_thread_fence(std::memory_order_acquire);
+        if (d->shared->sequence.load(std::memory_order_relaxed) == before) return true;
+    }
+    return false;
+}

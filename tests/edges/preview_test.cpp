@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/edges/qmxloudness.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/qmx/edges/qmxscopes.h"
 #include "platform/qmx/edges/qmxsink.h"
@@ -119,6 +120,27 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
     EXPECT_EQ(sink->dropped(), 0);
 }
 
+TEST(Preview, loudnessIsThatOfTheStandardsReferenceTone)
+{
+    // A sine of 1 kHz at -23 dB of full scale on both of two channels is -23 LUFS.
+    QmxLoudness loudness;
+    EXPECT_EQ(loudness.shortTerm(), QmxPreviewPicture::quietest);
+    QmxAudioDesc desc;
+    desc.setChannels(2);
+    for (int frame = 0; frame < 100; ++frame) {
+        const QmxAudio audio = QmxAudio::silence(desc, 1920);
+        auto *samples = const_cast<qint32 *>(audio.data());
+        for (int i = 0; i < 1920; ++i)
+            samples[2 * i] = samples[2 * i + 1] =
+                qint32(2147483647.0 * 0.0708 * std::sin(2 * M_PI * 1000 * (frame * 1920 + i) / 48000));
+        loudness.add(audio);
+    }
+    EXPECT_NEAR(loudness.momentary(), -23, 0.1);
+    EXPECT_NEAR(loudness.shortTerm(), -23, 0.1);
+    loudness.add(QmxAudio()); // the sound is gone
+    EXPECT_EQ(loudness.momentary(), QmxPreviewPicture::quietest);
+}
+
 TEST(Preview, scopesAreMadeFromTenBitsAndOnlyWhileSomebodyLooks)
 {
     const QString name = uniqueName("scopes");
@@ -130,7 +152,7 @@ TEST(Preview, scopesAreMadeFromTenBitsAndOnlyWhileSomebodyLooks)
     QmxOutputFrame frame;
     frame.desc = QmxSourceFormat::fromText(QStringLiteral("1920x1080p25"));
     frame.picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, QSize(1920, 1080));
-    constexpr int red[] = {250, 409, 960}; // in full saturation: red 940, green and blue 64
+    constexpr int red[] = {250, 409, 960}; // in full saturation: red 940, green 64, blue 63
     for (int plane = 0; plane < 3; ++plane)
         for (int y = 0; y < 1080; ++y)
             std::fill_n(frame.picture.row(plane, y), frame.picture.planeWidth(plane), quint16(red[plane]));
@@ -163,7 +185,7 @@ TEST(Preview, scopesAreMadeFromTenBitsAndOnlyWhileSomebodyLooks)
     const int third = QmxScopes::paradeColumns;
     EXPECT_EQ(lit(scopes->parade.data(), 3 * third, third / 2), row(940));
     EXPECT_EQ(lit(scopes->parade.data(), 3 * third, third + third / 2), row(64));
-    EXPECT_EQ(lit(scopes->parade.data(), 3 * third, 2 * third + third / 2), row(64));
+    EXPECT_EQ(lit(scopes->parade.data(), 3 * third, 2 * third + third / 2), row(63));
     EXPECT_EQ(lit(scopes->vectorscope.data(), QmxScopes::levels, 409 / 4), row(960));
     show(QmxScopesReader::askedForTicks + 10);
     ASSERT_TRUE(reader.read(*scopes));

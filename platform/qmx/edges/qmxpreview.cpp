@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 namespace {
-constexpr quint64 magicNumber = 0x32'56'52'50'44'50'58'00; // "\0XPDPRV2", changes with the layout
+constexpr quint64 magicNumber = 0x33'56'52'50'44'50'58'00; // "\0XPDPRV3", changes with the layout
 constexpr int slotCount = 2;
 constexpr int maximumPixels = QmxPreview::maximumWidth * QmxPreview::maximumHeight;
 constexpr size_t textSize = 64;
@@ -30,6 +30,8 @@ struct Content
     quint32 flags;
     quint32 reserved;
     double peaks[QmxPreviewPicture::channels];
+    double momentaryLoudness;
+    double shortTermLoudness;
     char timecode[textSize];
     char format[textSize];
     char connection[longTextSize];
@@ -140,6 +142,8 @@ void QmxPreviewWriter::write(const QmxPreviewPicture &picture)
     c.flags = (picture.isCapture ? Capture : 0u) | (picture.isRepeat ? Repeat : 0u) |
               (picture.hasPicture ? HasPicture : 0u);
     std::copy(picture.peaks.begin(), picture.peaks.end(), c.peaks);
+    c.momentaryLoudness = picture.momentaryLoudness;
+    c.shortTermLoudness = picture.shortTermLoudness;
     setText(c.timecode, picture.timecode);
     setText(c.format, picture.format);
     setText(c.connection, picture.connection);
@@ -225,6 +229,8 @@ bool QmxPreviewReader::read(QmxPreviewPicture &picture)
         picture.isRepeat = c.flags & Repeat;
         picture.hasPicture = c.flags & HasPicture;
         std::copy(std::begin(c.peaks), std::end(c.peaks), picture.peaks.begin());
+        picture.momentaryLoudness = c.momentaryLoudness;
+        picture.shortTermLoudness = c.shortTermLoudness;
         return true;
     }
     return false;

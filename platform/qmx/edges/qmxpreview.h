@@ -11,6 +11,7 @@
 struct QmxPreviewPicture
 {
     static constexpr int channels = 8;
+    static constexpr double quietest = -70;
 
     int width = 0; ///< even; 0: no picture yet
     int height = 0;
@@ -25,6 +26,9 @@ struct QmxPreviewPicture
     bool isRepeat = false;
     bool hasPicture = false;              ///< false: black because there is nothing to show
     std::array<double, channels> peaks{}; ///< of the frame's sound, 0 to 1 of full scale
+    /// Loudness of the last 400 ms and the last three seconds of sound, in LUFS; at most quietest: none.
+    double momentaryLoudness = quietest;
+    double shortTermLoudness = quietest;
 };
 
 /// Shared memory of the preview: a header and two pictures that are written in turn, each under a sequence

@@ -118,6 +118,9 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
             double &peak = _preview.peaks[size_t(c)];
             peak = std::max(peak, std::abs(double(samples[i * channels + c])) / fullScale);
         }
+    _loudness.add(frame.audio);
+    _preview.momentaryLoudness = _loudness.momentary();
+    _preview.shortTermLoudness = _loudness.shortTerm();
     _writer.write(_preview);
     _scopes.offer(frame);
 }

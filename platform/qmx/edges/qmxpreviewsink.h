@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/core/qmxtaskthread.h"
+#include "platform/qmx/edges/qmxloudness.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/qmx/edges/qmxsink.h"
 #include "platform/qmx/edges/scopestage.h"
@@ -29,8 +30,9 @@ private:
     void publish(const QmxOutputFrame &frame);
 
     QString _name;
-    QmxPreviewWriter _writer; ///< the thread's, as are the next four
+    QmxPreviewWriter _writer; ///< the thread's, as are the next five
     ScopeStage _scopes;
+    QmxLoudness _loudness;
     QmxPreviewPicture _preview;
     QmxPicture _reduced; ///< what _preview shows
     QmxImageDesc _desc;

@@ -17,13 +17,14 @@ platform/qmx/stream: platform/qmx/core platform/qmx/codec platform/qmx/clip
 platform/qmx/device: platform/qmx/core platform/qmx/codec platform/qmx/edges
 platform/store: platform/qmx/core
 platform/product: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/store
+platform/control: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/store platform/product
 xpd/transport: platform
 xpd/config: platform
 xpd/media: platform
 xpd/alarms: platform xpd/config xpd/transport
 xpd/debug: platform xpd/transport
 xpd/app: platform xpd
-companions/: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/qmx/edges platform/store platform/product
+companions/: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/qmx/edges platform/store platform/product platform/control
 tests/: platform xpd companions tests
 bench/: platform xpd companions bench tests/support
 '

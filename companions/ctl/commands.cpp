@@ -2,6 +2,9 @@
 #include "companions/ctl/commands.h"
 
 #include "companions/ctl/parametermarkdown.h"
+#include "companions/ctl/verbcommand.h"
+
+#include "platform/control/transportanswers.h"
 
 #include <CLI/CLI.hpp>
 
@@ -23,15 +26,16 @@ ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments
     if (row.runAlone) {
         return row.runAlone(report, arguments);
     }
-    Recorder recorder;
+    Control control("xpctl");
+    Recorder &recorder = control.recorder();
     if (const QString problem = recorder.storeProblem(); !problem.isEmpty()) {
         return report.error(ExitCode::NoStore, problem);
     }
     if (row.needs == Needs::Daemon && !recorder.daemonIsRunning()) {
-        return report.error(ExitCode::NoDaemon, "the daemon is not running, so nothing can be done",
-                            "start it with: systemctl start xpd (in a checkout: ./xp run)");
+        return tell(report, noDaemon());
     }
     Recorder::catchInterrupt();
+    if (row.verb) return runVerb(control, *row.verb, report, arguments);
     return row.run(recorder, report, arguments);
 }
 } // namespace

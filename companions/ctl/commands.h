@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "companions/ctl/recorder.h"
 #include "companions/ctl/report.h"
+
+#include "platform/control/recorder.h"
+#include "platform/control/verbs.h"
 
 #include <span>
 #include <string>
@@ -19,6 +21,7 @@ struct Arguments
     bool wait = true;               ///< false: --no-wait
     bool untilDone = false;         ///< --wait: also until the playback has come to its end
     double seconds = 0;             ///< --for; 0: not given
+    bool force = false;             ///< --force
     bool once = false;              ///< --once
     bool markdown = false;          ///< --markdown
     bool stats = false;             ///< --stats
@@ -47,9 +50,6 @@ struct OptionRow
     void (*add)(CLI::App &command, Arguments &arguments);
 };
 
-/// What a command cannot do without.
-enum class Needs { Nothing, Store, Daemon };
-
 /// One command: a row of the table in commandtable.cpp.
 struct CommandRow
 {
@@ -62,6 +62,8 @@ struct CommandRow
     ExitCode (*run)(Recorder &recorder, const Report &report, const Arguments &arguments);
     /// In place of `run` when it needs nothing.
     ExitCode (*runAlone)(const Report &report, const Arguments &arguments) = nullptr;
+    /// In place of both when it is a verb of the recorder.
+    const VerbRow *verb = nullptr;
 
     bool takes(const OptionRow &option) const;
     bool isListed() const { return *help != '\0'; }
@@ -72,30 +74,14 @@ std::span<const OptionRow> ctlOptions();
 /// Runs a command line; everything that main() does.
 int runCommandLine(int argc, char **argv);
 
-// Takes (takecommands.cpp)
-ExitCode ctlRecord(Recorder &, const Report &, const Arguments &);
-ExitCode ctlStop(Recorder &, const Report &, const Arguments &);
-// Transport (transportcommands.cpp)
-ExitCode ctlPlay(Recorder &, const Report &, const Arguments &);
-ExitCode ctlStill(Recorder &, const Report &, const Arguments &);
-ExitCode ctlStep(Recorder &, const Report &, const Arguments &);
-ExitCode ctlCue(Recorder &, const Report &, const Arguments &);
-ExitCode ctlNext(Recorder &, const Report &, const Arguments &);
-ExitCode ctlPrevious(Recorder &, const Report &, const Arguments &);
-ExitCode ctlClip(Recorder &, const Report &, const Arguments &);
-ExitCode ctlShutDown(Recorder &, const Report &, const Arguments &);
 // What is (statuscommands.cpp)
 ExitCode ctlStatus(Recorder &, const Report &, const Arguments &);
 ExitCode ctlWatch(Recorder &, const Report &, const Arguments &);
 ExitCode ctlClips(Recorder &, const Report &, const Arguments &);
 // Alarms (alarmcommands.cpp)
 ExitCode ctlAlarms(Recorder &, const Report &, const Arguments &);
-// Media and the files on them (mediacommands.cpp)
+// Media (mediacommands.cpp)
 ExitCode ctlMedia(Recorder &, const Report &, const Arguments &);
-ExitCode ctlCopy(Recorder &, const Report &, const Arguments &);
-ExitCode ctlProtect(Recorder &, const Report &, const Arguments &);
-ExitCode ctlUnprotect(Recorder &, const Report &, const Arguments &);
-ExitCode ctlDelete(Recorder &, const Report &, const Arguments &);
 // Parameters (parametercommands.cpp)
 ExitCode ctlGet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSet(Recorder &, const Report &, const Arguments &);

@@ -8,6 +8,7 @@ namespace {
 constexpr auto looking = "Looking";
 constexpr auto transport = "Recording and playing";
 constexpr auto clips = "Clips and media";
+constexpr auto control = "Who is in control";
 constexpr auto settings = "Settings";
 constexpr auto machine = "The machine";
 
@@ -21,6 +22,23 @@ std::string takeLength(const std::string &text)
                ? std::string()
                : "'" + text + "' is no length of a take; give seconds, at most a week";
 }
+
+/// A command that is a verb: its help and its arguments are the verb's. `labels` are how the arguments are
+/// called here, `name` the command when it is not the verb's.
+CommandRow ofVerb(const char *group, const char *verbName, const char *options,
+                  std::vector<const char *> labels = {}, const char *name = nullptr)
+{
+    const VerbRow *verb = findVerb(QString::fromLatin1(verbName));
+    CommandRow row{group, name ? name : verbName, verb->help, {}, options, verb->needs, nullptr};
+    for (const VerbArgument &argument : verb->arguments) {
+        if (argument.isForShellOnly) continue;
+        const bool isClip = argument.type == VerbArgument::Type::Clip;
+        row.arguments.push_back(
+            {labels[row.arguments.size()], argument.help, argument.isRequired, isClip ? "@clips" : ""});
+    }
+    row.verb = verb;
+    return row;
+}
 } // namespace
 
 // clang-format off
@@ -33,20 +51,15 @@ std::span<const CommandRow> ctlCommands()
         {looking, "picture", "save the picture on the output as a PNG file",
          {{"FILE", "its name", true, "@files"}}, "", Needs::Daemon, ctlPicture},
 
-        {transport, "record", "start a take; returns when its clip is open", {}, "for no-wait", Needs::Daemon, ctlRecord},
-        {transport, "play", "play the current material",
-         {{"SPEED", "1 is normal, negative is reverse, 0 is still; from -100 to 100", false}},
-         "wait no-wait", Needs::Daemon, ctlPlay},
-        {transport, "still", "hold the picture", {}, "no-wait", Needs::Daemon, ctlStill},
-        {transport, "stop", "end a take, or playback", {}, "no-wait", Needs::Daemon, ctlStop},
-        {transport, "step", "go N frames on, or back",
-         {{"N", "number of frames; negative: back", true}}, "no-wait", Needs::Daemon, ctlStep},
-        {transport, "cue", "show one frame",
-         {{"WHERE", "frame number, or a timecode such as 10:00:04:00", true}}, "no-wait", Needs::Daemon, ctlCue},
-        {transport, "next", "go to the next clip", {}, "no-wait", Needs::Daemon, ctlNext},
-        {transport, "prev", "go to the start of the clip, or to the clip before", {}, "no-wait", Needs::Daemon, ctlPrevious},
-        {transport, "clip", "make a clip the current one",
-         {{"NAME", "as `xpctl clips` shows it", true, "@clips"}}, "no-wait", Needs::Daemon, ctlClip},
+        ofVerb(transport, "record", "for no-wait"),
+        ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
+        ofVerb(transport, "still", "no-wait force"),
+        ofVerb(transport, "stop", "no-wait force"),
+        ofVerb(transport, "step", "no-wait force", {"N"}),
+        ofVerb(transport, "cue", "no-wait force", {"WHERE"}),
+        ofVerb(transport, "next", "no-wait force"),
+        ofVerb(transport, "prev", "no-wait force"),
+        ofVerb(transport, "clip", "no-wait force", {"NAME"}),
 
         {clips, "clips", "list the clips of the active medium", {}, "", Needs::Store, ctlClips},
         {clips, "list", "show or change the play list",
@@ -55,16 +68,17 @@ std::span<const CommandRow> ctlCommands()
           {"PLACE", "add: where to put it (else the end); move: where to", false}},
          "", Needs::Store, ctlList},
         {clips, "media", "list the media with their room and how long one can still record", {}, "", Needs::Store, ctlMedia},
-        {clips, "copy", "copy a clip to another medium and compare it",
-         {{"CLIP", "as `xpctl clips` shows it, or its full path", true, "@clips"},
-          {"MEDIUM", "as `xpctl media` shows it", true}},
-         "no-wait", Needs::Store, ctlCopy},
-        {clips, "protect", "keep a clip from being deleted",
-         {{"CLIP", "name or full path", true, "@clips"}}, "no-wait", Needs::Store, ctlProtect},
-        {clips, "unprotect", "let a clip be deleted again",
-         {{"CLIP", "name or full path", true, "@clips"}}, "no-wait", Needs::Store, ctlUnprotect},
-        {clips, "delete", "delete a clip for good",
-         {{"CLIP", "name or full path", true, "@clips"}}, "no-wait", Needs::Store, ctlDelete},
+        ofVerb(clips, "copy", "no-wait", {"CLIP", "MEDIUM"}),
+        ofVerb(clips, "protect", "no-wait", {"CLIP"}),
+        ofVerb(clips, "unprotect", "no-wait", {"CLIP"}),
+        ofVerb(clips, "delete", "no-wait", {"CLIP"}),
+
+        ofVerb(control, "take_control", "force", {"SECONDS"}, "take-control"),
+        ofVerb(control, "release_control", "force", {}, "release-control"),
+        ofVerb(control, "lock", "", {"SECONDS"}),
+        ofVerb(control, "unlock", "force"),
+        ofVerb(control, "remote", ""),
+        ofVerb(control, "local", ""),
 
         {settings, "get", "show a parameter",
          {{"NAME", "as `xpctl params` shows it", true, "@parameters"}}, "", Needs::Store, ctlGet},
@@ -80,7 +94,7 @@ std::span<const CommandRow> ctlCommands()
         {machine, "completion", "print the completion of these commands for a shell",
          {{"SHELL", "bash or zsh", true, "bash zsh"}}, "", Needs::Nothing, nullptr, ctlCompletion},
         {machine, "manual", "print the manual page, for man", {}, "", Needs::Nothing, nullptr, ctlManual},
-        {machine, "shut-down", "end the daemon; a take that is running is closed", {}, "no-wait", Needs::Daemon, ctlShutDown},
+        ofVerb(machine, "shut_down", "no-wait force", {}, "shut-down"),
         {"", "complete", "", {{"KIND", "", true}, {"OF", "", false}}, "", Needs::Store, ctlComplete},
     };
     return rows;
@@ -100,6 +114,8 @@ std::span<const OptionRow> ctlOptions()
          [](CLI::App &command, Arguments &arguments) {
              command.add_flag_callback("--no-wait", [&arguments] { arguments.wait = false; });
          }},
+        {"force", "", "also when it ends a take of somebody else, or takes control from somebody",
+         [](CLI::App &command, Arguments &arguments) { command.add_flag("--force", arguments.force); }},
         {"once", "", "show it once, then end",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--once", arguments.once); }},
         {"stats", "", "show all figures, once a second",

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "companions/ctl/recorder.h"
+#include "platform/control/recorder.h"
 
 #include <QString>
 

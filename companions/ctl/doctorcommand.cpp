@@ -14,7 +14,7 @@ ExitCode ctlDoctor(const Report &report, const Arguments &)
     };
     static constexpr Word states[] = {
         {"good", Report::Colour::Good}, {"hint", Report::Colour::Notice}, {"wrong", Report::Colour::Bad}};
-    Recorder recorder;
+    Recorder recorder("xpctl");
     QJsonArray checks;
     QString text;
     bool allWell = true;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "companions/ctl/recorder.h"
 #include "companions/ctl/report.h"
+#include "platform/control/recorder.h"
 
 #include <QList>
 #include <QString>

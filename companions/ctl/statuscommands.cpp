@@ -2,7 +2,7 @@
 // status, watch, clips: what is, for people and for scripts.
 #include "companions/ctl/commands.h"
 #include "companions/ctl/metrics.h"
-#include "companions/ctl/transportanswers.h"
+#include "companions/ctl/verbcommand.h"
 
 #include "platform/product/clipfinder.h"
 
@@ -79,7 +79,7 @@ ExitCode ctlStatus(Recorder &recorder, const Report &report, const Arguments &)
 {
     const View view = look(recorder);
     report.result(view.text, view.object);
-    if (recorder.daemonStandsStill()) return standsStill(report);
+    if (recorder.daemonStandsStill()) return tellStandsStill(report);
     return recorder.daemonIsRunning() ? ExitCode::Done : ExitCode::NoDaemon;
 }
 

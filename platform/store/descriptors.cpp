@@ -56,8 +56,8 @@ class DescriptorTable
 public:
     DescriptorTable()
     {
-        for (auto area :
-             {transportRows, mediaRows, pictureRows, soundAndTimecodeRows, recordAndPlaybackRows, alarmRows})
+        for (auto area : {transportRows, mediaRows, pictureRows, soundAndTimecodeRows, recordAndPlaybackRows,
+                          controlRows, alarmRows})
             for (ParamRow &row : area())
                 _rows.push_back(std::make_unique<ParamRow>(std::move(row)));
         for (const auto &row : _rows) {

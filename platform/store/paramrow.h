@@ -62,6 +62,7 @@ std::vector<ParamRow> mediaRows();
 std::vector<ParamRow> pictureRows();
 std::vector<ParamRow> soundAndTimecodeRows();
 std::vector<ParamRow> recordAndPlaybackRows();
+std::vector<ParamRow> controlRows();
 std::vector<ParamRow> alarmRows();
 
 /// Codes and labels of the formats, generated from their runs (formats.cpp).

@@ -94,6 +94,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         may=1 run doctor
         xpmediad >/dev/null 2>&1
         run media; run protect take_002.mov; run unprotect take_002.mov; run copy take_002.mov B; run delete /media/B/take_002.mov
+        run take-control 30; run lock; run unlock; run local; run remote; run release-control
         echo "== frames"
         xpctl --json watch >$OUT/watch & watching=$!
         await '[ $(wc -l <$OUT/watch) -ge 60 ]'

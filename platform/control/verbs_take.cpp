@@ -1,20 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // record and stop. A take that this program began and was to end is ended also when it is interrupted.
-#include "companions/ctl/commands.h"
-#include "companions/ctl/transportanswers.h"
+#include "platform/control/verbs_take.h"
+#include "platform/control/ownership.h"
+#include "platform/control/transportanswers.h"
 
-namespace {
-bool isRecording(const Recorder &recorder)
-{
-    return recorder.status() == unsigned(TransportStatus::Recording);
-}
-
-ExitCode endOfTake(Recorder &recorder, const Report &report)
+Answer endOfTake(Recorder &recorder)
 {
     const QString reason = give(recorder, Command::Stop);
-    if (!reason.isEmpty()) {
-        return storeError(report, reason);
-    }
+    if (!reason.isEmpty()) return storeError(reason);
     constexpr unsigned inUse = 1;
     constexpr unsigned rolloverDone = 3; // in use as well, on the next medium
     const auto ended = [&recorder] {
@@ -22,12 +15,11 @@ ExitCode endOfTake(Recorder &recorder, const Report &report)
         return recorder.status() == unsigned(TransportStatus::Stopped) && storage != inUse &&
                storage != rolloverDone;
     };
-    if (!recorder.waitFor(ended, Wait::effectWithin)) {
-        return gaveUp(recorder, report, "the take has not ended");
-    }
-    return ExitCode::Done;
+    if (!recorder.waitFor(ended, Wait::effectWithin)) return gaveUp(recorder, "the take has not ended");
+    return Answer::done();
 }
 
+namespace {
 /// The beginning of a take: gives the command and waits until its clip is open or an alarm says why not.
 class TakeStart
 {
@@ -90,16 +82,32 @@ private:
 
 /// The daemon waits for the first picture of its input, however long, and would then begin a take that nobody
 /// wants any more.
-ExitCode giveUpWaiting(Recorder &recorder, const Report &report)
+Answer giveUpWaiting(Recorder &recorder)
 {
-    if (const ExitCode ended = endOfTake(recorder, report); ended != ExitCode::Done) return ended;
-    return report.error(
-        ExitCode::Refused,
+    if (const Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
+    return Answer::givenUp(
+        Cause::Deck, "no_input",
         QStringLiteral("the take has not begun: no picture has come from %1")
             .arg(QString::fromStdString(
                 GetDescriptor(eParam_VideoInput)->label(int(recorder.number(eParam_VideoInput))))),
         "choose an input that has a signal with: xpctl set video_input NAME, or give it one; then record "
         "again");
+}
+
+/// The take has not begun, or not as it should.
+Answer notBegun(Recorder &recorder, TakeStart &start)
+{
+    if (start.interrupted) {
+        const bool mayGoOn = recorder.daemonIsRunning() && isRecording(recorder);
+        const Answer ended = mayGoOn ? endOfTake(recorder) : Answer::done();
+        return ended.isDone() ? Answer::givenUp(Cause::Interrupted, "interrupted", "interrupted") : ended;
+    }
+    // (Somebody else has the transport now: nothing of it is ours to end.)
+    if (!recorder.isAbandoned() && start.newErrors().isEmpty() && recorder.daemonIsRunning() &&
+        isRecording(recorder))
+        return giveUpWaiting(recorder);
+    return gaveUp(recorder, start.wasOpened() ? "the take ended as it began" : "the take has not begun",
+                  start.newErrors());
 }
 
 /// Waits for as much recorded time as was asked for; false when the take ended before.
@@ -116,70 +124,66 @@ bool takeIsFull(Recorder &recorder, TakeStart &start, double seconds)
     recorder.waitFor(full, int(seconds * 1000) + slack);
     return isRecording(recorder) && recorder.daemonIsRunning();
 }
+
+QString pathOf(const Recorder &recorder)
+{
+    return recorder.text(eParam_ActiveMediaPath) + "/" + recorder.clip();
+}
+
+Answer recording(const Recorder &recorder)
+{
+    const QString path = pathOf(recorder);
+    return Answer::done(QStringLiteral("recording %1").arg(path),
+                        {{"clip", recorder.clip()}, {"path", path}});
+}
 } // namespace
 
-ExitCode ctlRecord(Recorder &recorder, const Report &report, const Arguments &arguments)
+Answer performRecord(const VerbCall &call)
 {
+    Recorder &recorder = call.recorder;
+    const double seconds = call.text("for").toDouble();
     if (isRecording(recorder)) {
-        return report.error(ExitCode::Refused, QStringLiteral("already recording %1").arg(recorder.clip()),
-                            "end the take with: xpctl stop");
+        if (call.request.repeatIsDone) return recording(recorder);
+        return Answer::refused(Cause::Deck, "already_recording",
+                               QStringLiteral("already recording %1").arg(recorder.clip()),
+                               "end the take with: xpctl stop");
     }
     TakeStart start(recorder);
-    if (const QString reason = give(recorder, Command::Record); !reason.isEmpty()) {
-        return storeError(report, reason);
-    }
-    if (!arguments.wait && arguments.seconds <= 0) {
-        return ExitCode::Done;
-    }
-    if (!start.wait()) {
-        if (start.interrupted) {
-            const bool mayGoOn = recorder.daemonIsRunning() && isRecording(recorder);
-            const ExitCode ended = mayGoOn ? endOfTake(recorder, report) : ExitCode::Done;
-            return ended == ExitCode::Done ? report.error(ExitCode::Interrupted, "interrupted") : ended;
-        }
-        if (start.newErrors().isEmpty() && recorder.daemonIsRunning() && isRecording(recorder))
-            return giveUpWaiting(recorder, report);
-        return gaveUp(recorder, report,
-                      start.wasOpened() ? "the take ended as it began" : "the take has not begun",
-                      start.newErrors());
-    }
+    if (const QString reason = give(recorder, Command::Record); !reason.isEmpty()) return storeError(reason);
+    Ownership(recorder).takeBegun(call.who);
+    if (!call.request.wait && seconds <= 0) return Answer::done();
+    if (!start.wait()) return notBegun(recorder, start);
+    const QString path = pathOf(recorder);
     const QString clip = recorder.clip();
-    const QString path = recorder.text(eParam_ActiveMediaPath) + "/" + clip;
-    if (arguments.seconds <= 0 && !start.interrupted) {
-        report.result(QStringLiteral("recording %1").arg(path), {{"clip", clip}, {"path", path}});
-        return ExitCode::Done;
-    }
-    if (!start.interrupted && !takeIsFull(recorder, start, arguments.seconds)) {
+    if (seconds <= 0 && !start.interrupted) return recording(recorder);
+    if (!start.interrupted && !takeIsFull(recorder, start, seconds)) {
         Recorder::forgetInterrupt();
-        return gaveUp(recorder, report,
-                      QStringLiteral("the take ended early; what was recorded is in %1").arg(path),
+        return gaveUp(recorder, QStringLiteral("the take ended early; what was recorded is in %1").arg(path),
                       start.newErrors());
     }
     const bool interrupted = Recorder::forgetInterrupt() || start.interrupted; // the end is waited for
-    if (const ExitCode ended = endOfTake(recorder, report); ended != ExitCode::Done) {
-        return ended;
-    }
+    if (const Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
     const qint64 frames = recorder.counter("recorded_up_to");
-    report.result(QStringLiteral("recorded %1 frames into %2").arg(frames).arg(path),
-                  {{"clip", clip}, {"path", path}, {"frames", frames}});
-    return interrupted ? ExitCode::Interrupted : ExitCode::Done;
+    Answer answer = Answer::done(QStringLiteral("recorded %1 frames into %2").arg(frames).arg(path),
+                                 {{"clip", clip}, {"path", path}, {"frames", frames}});
+    answer.isEnded = interrupted;
+    return answer;
 }
 
-ExitCode ctlStop(Recorder &recorder, const Report &report, const Arguments &arguments)
+Answer performStop(const VerbCall &call)
 {
-    if (recorder.status() == unsigned(TransportStatus::Recording)) {
-        if (!arguments.wait) {
+    Recorder &recorder = call.recorder;
+    if (isRecording(recorder)) {
+        if (!call.request.wait) {
             const QString reason = give(recorder, Command::Stop);
-            return reason.isEmpty() ? ExitCode::Done : storeError(report, reason);
+            return reason.isEmpty() ? Answer::done() : storeError(reason);
         }
         const QString clip = recorder.clip();
-        const ExitCode ended = endOfTake(recorder, report);
-        if (ended == ExitCode::Done) {
-            const qint64 frames = recorder.counter("recorded_up_to");
-            report.result(QStringLiteral("recorded %1 frames into %2").arg(frames).arg(clip),
-                          {{"clip", clip}, {"frames", frames}});
-        }
-        return ended;
+        const Answer ended = endOfTake(recorder);
+        if (!ended.isDone()) return ended;
+        const qint64 frames = recorder.counter("recorded_up_to");
+        return Answer::done(QStringLiteral("recorded %1 frames into %2").arg(frames).arg(clip),
+                            {{"clip", clip}, {"frames", frames}});
     }
     // The stop key holds the picture first and stops at the second press.
     const auto stoppedOrStill = [&] {
@@ -187,25 +191,18 @@ ExitCode ctlStop(Recorder &recorder, const Report &report, const Arguments &argu
                recorder.status() == unsigned(TransportStatus::Still);
     };
     if (recorder.isPlaying()) {
-        if (const QString reason = give(recorder, Command::Stop); !reason.isEmpty()) {
-            return storeError(report, reason);
-        }
-        if (!recorder.waitFor(stoppedOrStill, Wait::pictureWithin)) {
-            return gaveUp(recorder, report, "playback has not stopped");
-        }
+        if (const QString reason = give(recorder, Command::Stop); !reason.isEmpty())
+            return storeError(reason);
+        if (!recorder.waitFor(stoppedOrStill, Wait::pictureWithin))
+            return gaveUp(recorder, "playback has not stopped");
     }
     if (recorder.status() != unsigned(TransportStatus::Stopped)) {
-        if (const QString reason = give(recorder, Command::Stop); !reason.isEmpty()) {
-            return storeError(report, reason);
-        }
+        if (const QString reason = give(recorder, Command::Stop); !reason.isEmpty())
+            return storeError(reason);
     }
-    if (!arguments.wait) {
-        return ExitCode::Done;
-    }
+    if (!call.request.wait) return Answer::done();
     if (!recorder.waitFor([&] { return recorder.status() == unsigned(TransportStatus::Stopped); },
-                          Wait::effectWithin)) {
-        return gaveUp(recorder, report, "the transport has not stopped");
-    }
-    report.result("stopped", transportObject(recorder));
-    return ExitCode::Done;
+                          Wait::effectWithin))
+        return gaveUp(recorder, "the transport has not stopped");
+    return Answer::done("stopped", transportObject(recorder));
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "companions/ctl/recorder.h"
-#include "companions/ctl/report.h"
+#include "platform/control/recorder.h"
+#include "platform/control/verbs.h"
 
 #include <QJsonObject>
 
@@ -17,7 +17,7 @@ enum class Command : unsigned {
     ShutDown = 15,
 };
 
-/// How long commands wait, in milliseconds of recorder time.
+/// How long verbs wait, in milliseconds of recorder time.
 namespace Wait {
 /// A command given during a mode change is dropped by the daemon: it is repeated for this long.
 constexpr int repeatFor = 3000;
@@ -30,13 +30,14 @@ constexpr int pictureWithin = 3000;
 
 /// Empty when the command was written, else why not.
 QString give(Recorder &recorder, Command command);
-ExitCode storeError(const Report &report, const QString &reason);
+Answer storeError(const QString &reason);
 /// The daemon is there, but does nothing now.
-ExitCode standsStill(const Report &report, const QString &what = {});
+Answer standsStill(const QString &what = {});
+Answer noDaemon();
 /// The effect did not come: says why, as far as it can be known. `errors` are alarms that came instead of it.
-ExitCode gaveUp(const Recorder &recorder, const Report &report, const QString &what,
-                const QList<Recorder::Alarm> &errors = {});
+Answer gaveUp(const Recorder &recorder, const QString &what, const QList<Recorder::Alarm> &errors = {});
 /// The timecode of the picture on the output is told by the daemon's event loop, a moment behind the picture.
 void awaitTimecode(const Recorder &recorder);
-/// What every command that moves the transport tells a script.
+/// What every verb that moves the transport tells a program.
 QJsonObject transportObject(const Recorder &recorder);
+bool isRecording(const Recorder &recorder);

@@ -27,7 +27,8 @@ enum class TransportStatus : unsigned {
 class Recorder
 {
 public:
-    Recorder();
+    /// `client` names this program to the store.
+    explicit Recorder(const QString &client);
     ~Recorder();
     Recorder(const Recorder &) = delete;
     Recorder &operator=(const Recorder &) = delete;
@@ -42,6 +43,7 @@ public:
     bool daemonStandsStill() const;
 
     Config &config() { return *_config; }
+    const QmxEnvironment &environment() const { return _environment; }
     unsigned number(eParam_t id) const; ///< the parameter's default when it was never written
     QString text(eParam_t id) const;
     /// Empty when written, else why not.
@@ -79,7 +81,13 @@ public:
     /// if given, is called each `againEvery` milliseconds until then.
     bool waitFor(const std::function<bool()> &holds, int milliseconds,
                  const std::function<void()> &again = {}, int againEvery = 0) const;
+    /// Ctrl-C, or whatever setAbandon() says.
+    bool isAbandoned() const;
+    /// Asked at every look of a wait: true ends it.
+    void setAbandon(std::function<bool()> abandon) { _abandon = std::move(abandon); }
     static bool wasInterrupted();
+    /// Milliseconds since 1970-01-01 UTC, by the machine's clock.
+    qint64 timeOfDay() const;
     static bool forgetInterrupt(); ///< returns whether there was one
     /// Lets Ctrl-C end waits instead of the program.
     static void catchInterrupt();
@@ -88,6 +96,7 @@ private:
     const QmxCountersReader *openCounters() const;
 
     std::unique_ptr<Config> _config;
+    std::function<bool()> _abandon;
     QmxEnvironment _environment;
     mutable std::unique_ptr<QmxCountersReader> _counters;
     mutable qint64 _countersLookedAt = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "companions/ctl/transportanswers.h"
+#include "platform/control/transportanswers.h"
 
 namespace {
 struct AdviceRow
@@ -31,16 +31,23 @@ QString adviceFor(const Recorder::Alarm &alarm)
 }
 } // namespace
 
-ExitCode storeError(const Report &report, const QString &reason)
+Answer storeError(const QString &reason)
 {
-    return report.error(ExitCode::NoStore, reason);
+    return Answer::refused(Cause::Store, "no_store", reason);
 }
 
-ExitCode standsStill(const Report &report, const QString &what)
+Answer standsStill(const QString &what)
 {
-    return report.error(ExitCode::NoDaemon, what + (what.isEmpty() ? "" : ": ") + "the daemon stands still",
-                        "what it was told it may still do when it goes on; start it anew with: systemctl "
-                        "restart xpd");
+    return Answer::givenUp(Cause::Daemon, "stands_still",
+                           what + (what.isEmpty() ? "" : ": ") + "the daemon stands still",
+                           "what it was told it may still do when it goes on; start it anew with: systemctl "
+                           "restart xpd");
+}
+
+Answer noDaemon()
+{
+    return Answer::refused(Cause::Daemon, "no_daemon", "the daemon is not running, so nothing can be done",
+                           "start it with: systemctl start xpd (in a checkout: ./xp run)");
 }
 
 QString give(Recorder &recorder, Command command)
@@ -63,25 +70,27 @@ QJsonObject transportObject(const Recorder &recorder)
             {"timecode", recorder.timecode()}};
 }
 
-ExitCode gaveUp(const Recorder &recorder, const Report &report, const QString &what,
-                const QList<Recorder::Alarm> &errors)
+bool isRecording(const Recorder &recorder)
 {
-    if (Recorder::wasInterrupted()) {
-        return report.error(ExitCode::Interrupted, "interrupted");
-    }
+    return recorder.status() == unsigned(TransportStatus::Recording);
+}
+
+Answer gaveUp(const Recorder &recorder, const QString &what, const QList<Recorder::Alarm> &errors)
+{
+    if (recorder.isAbandoned()) return Answer::givenUp(Cause::Interrupted, "interrupted", "interrupted");
     if (!errors.isEmpty()) {
-        return report.error(ExitCode::Refused, what + ": " + errors.first().message,
-                            adviceFor(errors.first()));
+        return Answer::givenUp(Cause::Deck, "alarm", what + ": " + errors.first().message,
+                               adviceFor(errors.first()));
     }
     if (!recorder.daemonIsRunning()) {
-        return report.error(ExitCode::NoDaemon, what + ": the daemon has ended",
-                            "start it again with: systemctl start xpd (in a checkout: ./xp run)");
+        return Answer::givenUp(Cause::Daemon, "daemon_ended", what + ": the daemon has ended",
+                               "start it again with: systemctl start xpd (in a checkout: ./xp run)");
     }
-    if (const QString problem = recorder.storeProblem(); !problem.isEmpty()) {
-        return report.error(ExitCode::NoStore, what + ": " + problem);
-    }
-    if (recorder.daemonStandsStill()) return standsStill(report, what);
-    return report.error(ExitCode::Refused, what,
-                        QStringLiteral("the recorder is %1; `xpctl alarms` and the daemon's log may say why")
-                            .arg(recorder.statusLabel()));
+    if (const QString problem = recorder.storeProblem(); !problem.isEmpty())
+        return Answer::givenUp(Cause::Store, "no_store", what + ": " + problem);
+    if (recorder.daemonStandsStill()) return standsStill(what);
+    return Answer::givenUp(
+        Cause::Deck, "no_effect", what,
+        QStringLiteral("the recorder is %1; `xpctl alarms` and the daemon's log may say why")
+            .arg(recorder.statusLabel()));
 }

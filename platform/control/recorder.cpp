@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "companions/ctl/recorder.h"
+#include "platform/control/recorder.h"
 
 #include "platform/product/shmstring.h"
 #include "platform/qmx/clip/qmxclipreader.h"
@@ -32,11 +32,11 @@ QString sharedText(const char *name)
 }
 } // namespace
 
-Recorder::Recorder() : _environment(QmxEnvironment::current())
+Recorder::Recorder(const QString &client) : _environment(QmxEnvironment::current())
 {
     CreateDescriptors();
     // A client of its own, whose writes are committed when the call returns.
-    _config.reset(ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "xpctl", false));
+    _config.reset(ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), client.toStdString(), false));
 }
 
 Recorder::~Recorder() = default;
@@ -64,7 +64,7 @@ bool Recorder::daemonStandsStill() const
     if (!counters || counters->pid() != daemonPid()) return false; // one that has just begun
     const qint64 tick = counter("ticks");                          // 0: no device is open yet
     return daemonIsRunning() && tick > 0 && !waitFor([&] { return counter("ticks") != tick; }, tickWithin) &&
-           daemonIsRunning() && !interrupted;
+           daemonIsRunning() && !isAbandoned();
 }
 
 unsigned Recorder::number(eParam_t id) const
@@ -201,7 +201,7 @@ bool Recorder::waitFor(const std::function<bool()> &holds, int milliseconds,
     qint64 nextDaemonLook = clock->now() + daemonLookEvery;
     while (!holds()) {
         const qint64 now = clock->now();
-        if (now >= end || interrupted) {
+        if (now >= end || isAbandoned()) {
             return false;
         }
         if (needsDaemon && now >= nextDaemonLook) {
@@ -217,6 +217,16 @@ bool Recorder::waitFor(const std::function<bool()> &holds, int milliseconds,
         clock->sleepUntil(now + lookEvery);
     }
     return true;
+}
+
+bool Recorder::isAbandoned() const
+{
+    return interrupted || (_abandon && _abandon());
+}
+
+qint64 Recorder::timeOfDay() const
+{
+    return _environment.clock->wallTime() / QmxClock::nsPerMillisecond;
 }
 
 bool Recorder::wasInterrupted()

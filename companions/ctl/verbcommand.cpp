@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Every command that is a verb of the recorder: words of a shell onto a row of the table, its answer onto a
+// shell.
+#include "companions/ctl/verbcommand.h"
+
+#include "platform/control/transportanswers.h"
+
+#include <syslog.h>
+
+namespace {
+ExitCode exitCodeOf(const Answer &answer)
+{
+    if (answer.isEnded) return ExitCode::Interrupted;
+    switch (answer.cause) {
+    case Cause::None:
+        return ExitCode::Done;
+    case Cause::Argument:
+        return ExitCode::Usage;
+    case Cause::Daemon:
+        return ExitCode::NoDaemon;
+    case Cause::Store:
+        return ExitCode::NoStore;
+    case Cause::Interrupted:
+        return ExitCode::Interrupted;
+    case Cause::Deck:
+    case Cause::Owner:
+    case Cause::Busy:
+        break;
+    }
+    return ExitCode::Refused;
+}
+
+Request requestOf(const VerbRow &verb, const Arguments &arguments)
+{
+    Request request;
+    request.verb = QString::fromLatin1(verb.name);
+    request.wait = arguments.wait;
+    request.force = arguments.force;
+    request.repeatIsDone = false;
+    size_t place = 0;
+    for (const VerbArgument &argument : verb.arguments) {
+        if (argument.isForShellOnly) continue;
+        const std::string word = arguments.word(place++);
+        if (argument.isRequired || !word.empty())
+            request.arguments[QLatin1String(argument.name)] = QString::fromStdString(word);
+    }
+    if (arguments.seconds > 0) request.arguments["for"] = QString::number(arguments.seconds, 'g', 17);
+    if (arguments.untilDone) request.arguments["until_done"] = "1";
+    return request;
+}
+} // namespace
+
+ExitCode tell(const Report &report, const Answer &answer)
+{
+    if (!answer.isDone()) return report.error(exitCodeOf(answer), answer.sentence, answer.advice);
+    if (!answer.sentence.isEmpty() || !answer.effect.isEmpty()) report.result(answer.sentence, answer.effect);
+    return exitCodeOf(answer);
+}
+
+ExitCode tellStandsStill(const Report &report)
+{
+    return tell(report, standsStill());
+}
+
+ExitCode runVerb(Control &control, const VerbRow &verb, const Report &report, const Arguments &arguments)
+{
+    control.setLog([](const QString &line) { syslog(LOG_USER | LOG_INFO, "%s", line.toUtf8().constData()); });
+    Request request = requestOf(verb, arguments);
+    request.progress = [&report](int percent, const QString &text) {
+        report.line(QStringLiteral("%1 %  %2").arg(percent).arg(text), {{"percent", percent}});
+    };
+    return tell(report, control.perform(request, Who::atShell()));
+}

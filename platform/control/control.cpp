@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/control/control.h"
+
+#include "platform/control/ownership.h"
+#include "platform/control/transportanswers.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/store/eparamcontrol.h"
+
+#include <QJsonDocument>
+#include <QStringList>
+
+#include <unistd.h>
+
+namespace {
+constexpr auto module = "control";
+/// How often a verb that waits looks whether another one took over.
+constexpr qint64 lookEvery = 25 * QmxClock::nsPerMillisecond;
+
+QString asTyped(const Request &request)
+{
+    QStringList words{request.verb};
+    for (auto argument = request.arguments.begin(); argument != request.arguments.end(); ++argument)
+        words << argument.key() + "=" + argument.value();
+    if (request.force) words << "force";
+    return words.join(' ');
+}
+
+QJsonObject objectOf(const QString &text)
+{
+    return QJsonDocument::fromJson(text.toUtf8()).object();
+}
+} // namespace
+
+Control::Control(const QString &client) : _recorder(client)
+{
+    _recorder.setAbandon([this] { return _isGivenUp || isSuperseded(); });
+}
+
+Control::~Control() = default;
+
+std::optional<Answer> Control::refusal(const VerbRow &row, const Request &request, const Who &who)
+{
+    if (const auto wrong = wrongArguments(row, request)) return wrong;
+    if (const QString problem = _recorder.storeProblem(); !problem.isEmpty()) return storeError(problem);
+    if (row.needs == Needs::Daemon && !_recorder.daemonIsRunning()) return noDaemon();
+    return Ownership(_recorder).refusal(row, request, who);
+}
+
+Answer Control::perform(const Request &request, const Who &who)
+{
+    const VerbRow *row = findVerb(request.verb);
+    if (!row)
+        return Answer::refused(Cause::Argument, "no_such_verb",
+                               QStringLiteral("there is no verb '%1'").arg(request.verb));
+    _supersededBy = {};
+    if (const auto refused = refusal(*row, request, who)) {
+        tell(request, who, *refused);
+        return *refused;
+    }
+    if (row->has(VerbRow::MovesTransport)) {
+        announce(request, who);
+        Ownership(_recorder).renew(who);
+    }
+    Answer answer = row->run({_recorder, request, who});
+    if (!answer.isDone() && !_supersededBy.isEmpty()) answer = superseded();
+    _announced.clear();
+    tell(request, who, answer);
+    return answer;
+}
+
+void Control::announce(const Request &request, const Who &who)
+{
+    static std::atomic<unsigned> count = 0;
+    _announced = QStringLiteral("%1.%2.%3").arg(getpid()).arg(_recorder.timeOfDay()).arg(++count);
+    _announcedVerb = asTyped(request);
+    QJsonObject object = who.toJson();
+    object["operator"] = object["id"];
+    object["id"] = _announced;
+    object["verb"] = _announcedVerb;
+    object["time"] = _recorder.timeOfDay();
+    // (Should it fail, the command itself will, and say why.)
+    _recorder.write(eParam_ControlVerb,
+                    QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+    _nextLook = _recorder.environment().clock->now() + lookEvery;
+}
+
+bool Control::isSuperseded()
+{
+    if (_announced.isEmpty() || !_supersededBy.isEmpty()) return !_supersededBy.isEmpty();
+    const qint64 now = _recorder.environment().clock->now();
+    if (now < _nextLook) return false;
+    _nextLook = now + lookEvery;
+    const QJsonObject last = objectOf(_recorder.text(eParam_ControlVerb));
+    const QString id = last["id"].toString();
+    if (id.isEmpty() || id == _announced) return false;
+    // The same asked for once more has the same effect: both wait for it.
+    if (last["verb"].toString() == _announcedVerb && !_announcedVerb.startsWith("step")) {
+        _announced = id;
+        return false;
+    }
+    _supersededBy = last;
+    return true;
+}
+
+Answer Control::superseded() const
+{
+    Answer answer =
+        Answer::refused(Cause::Deck, "superseded",
+                        QStringLiteral("%1 took over, by %2")
+                            .arg(_supersededBy["verb"].toString(), Who::fromJson(_supersededBy).text()));
+    answer.kind = Answer::Kind::Superseded;
+    answer.effect = {{"verb", _supersededBy["verb"]}, {"name", _supersededBy["name"]}};
+    return answer;
+}
+
+void Control::tell(const Request &request, const Who &who, const Answer &answer) const
+{
+    QString line = QStringLiteral("%1: %2: %3").arg(who.text(), asTyped(request), answer.kindName());
+    if (!answer.isDone()) line += QStringLiteral(" (%1): %2").arg(answer.code, answer.sentence);
+    if (_log)
+        _log(line);
+    else
+        qmxLogOutput(answer.isDone() ? 3 : 2, module, __LINE__, "%s\n", line.toUtf8().constData());
+}

@@ -1,0 +1,235 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/control/deckparts.h"
+
+#include "platform/control/ownership.h"
+#include "platform/store/alarmadvice.h"
+#include "platform/store/alarmvalue.h"
+#include "platform/store/eparamcontrol.h"
+#include "platform/store/eparammedia.h"
+
+#include <QCryptographicHash>
+#include <QDateTime>
+#include <QJsonDocument>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace {
+constexpr auto noTimecode = "--:--:--:--";
+constexpr auto noClip = "N/A";
+
+constexpr eParam_t parameters[] = {
+    eParam_TransportStatus, eParam_TransportRunning, eParam_TransportSpeed, eParam_TransportCommand,
+    eParam_InputFormat,     eParam_RecordFormat,     eParam_RecordCodec,    eParam_MediaFormat,
+    eParam_ActiveMediaPath, eParam_CurrentClip,      eParam_PlaybackSource, eParam_PlayList,
+    eParam_TimecodeSource,  eParam_MediaReport,      eParam_RecordTimeLeft, eParam_ControlOwner,
+    eParam_ControlLock,     eParam_ControlMode,      eParam_TakeStarter,
+};
+
+QJsonArray arrayOf(const QString &text)
+{
+    return QJsonDocument::fromJson(text.toUtf8()).array();
+}
+
+QString isoTime(const timeval &time)
+{
+    constexpr int msPerSecond = 1000;
+    constexpr int usPerMs = 1000;
+    return QDateTime::fromMSecsSinceEpoch(qint64(time.tv_sec) * msPerSecond + time.tv_usec / usPerMs)
+        .toString(Qt::ISODate);
+}
+
+/// The rate at the end of a format's label: "1080p29.97"; 0 when there is none. Of interlaced ones the
+/// frames.
+double rateOf(const QString &format)
+{
+    static const QRegularExpression form(QStringLiteral("(?:p|psf|i)(\\d+(?:\\.\\d+)?)(?:_.*)?$"));
+    const double nominal = form.match(format).captured(1).toDouble();
+    constexpr double ntsc = 1000.0 / 1001.0;
+    const double whole = qRound(nominal);
+    return qFuzzyCompare(nominal, whole) || nominal <= 0 ? nominal : whole * ntsc;
+}
+
+/// Drop frame counts are written with a semicolon before the frames.
+bool isDropFrame(const QString &timecode)
+{
+    return timecode.contains(';') || timecode.contains(',');
+}
+} // namespace
+
+bool DeckParameters::concerns(eParam_t id)
+{
+    if (std::find(std::begin(parameters), std::end(parameters), id) != std::end(parameters)) return true;
+    const ParamDescriptor *descriptor = GetDescriptor(id);
+    return descriptor && descriptor->isAlarm();
+}
+
+void DeckParameters::load(Config &config)
+{
+    for (const ParamDescriptor *descriptor : AllDescriptors()) {
+        if (!concerns(descriptor->id()) || descriptor->keep() == ParamDescriptor::Keep::Command) continue;
+        StoreValue value = descriptor->defaultValue();
+        config.getValue(descriptor->id(), value);
+        _values[descriptor->id()] = value;
+    }
+    _since.clear();
+    constexpr int wholeHistory = 1000;
+    for (const AlarmRecord &record : config.alarmHistory(wholeHistory)) {
+        if (!record.raised)
+            _since.erase(record.id);
+        else
+            _since.emplace(record.id, isoTime(record.time));
+    }
+}
+
+bool DeckParameters::set(eParam_t id, const StoreValue &value)
+{
+    if (id == eParam_TransportSpeed) _askedSpeed = QString::fromStdString(value.text).toDouble();
+    constexpr unsigned play = 1;
+    if (id == eParam_TransportCommand && value.number == play) _askedSpeed = 1;
+    const ParamDescriptor *descriptor = GetDescriptor(id);
+    if (descriptor && descriptor->isAlarm()) {
+        if (value.text.empty())
+            _since.erase(id);
+        else if (!_since.contains(id))
+            _since[id] = QDateTime::currentDateTime().toString(Qt::ISODate);
+    }
+    const auto known = _values.find(id);
+    if (known != _values.end() && known->second == value) return false;
+    _values[id] = value;
+    return true;
+}
+
+unsigned DeckParameters::number(eParam_t id) const
+{
+    const auto found = _values.find(id);
+    return found == _values.end() ? 0 : found->second.number;
+}
+
+QString DeckParameters::text(eParam_t id) const
+{
+    const auto found = _values.find(id);
+    return found == _values.end() ? QString() : QString::fromStdString(found->second.text);
+}
+
+QString DeckParameters::label(eParam_t id) const
+{
+    return QString::fromStdString(GetDescriptor(id)->label(int(number(id))));
+}
+
+/// The status tells the kind of speed; how fast exactly is what was asked for last, when it is of that kind.
+double DeckParameters::speed() const
+{
+    struct SpeedRow
+    {
+        unsigned status;
+        double lowest, highest, standard;
+    };
+    constexpr double fastest = 100;
+    static constexpr SpeedRow rows[] = {
+        {3, 0, fastest, 1},    {4, 0, fastest, 2},     {5, 0, fastest, 4},    {6, 0, fastest, 8},
+        {7, 0, fastest, 16},   {9, -fastest, 0, -1},   {10, -fastest, 0, -2}, {11, -fastest, 0, -4},
+        {12, -fastest, 0, -8}, {13, -fastest, 0, -16},
+    };
+    const unsigned status = number(eParam_TransportStatus);
+    const auto row = std::find_if(std::begin(rows), std::end(rows),
+                                  [status](const SpeedRow &one) { return one.status == status; });
+    if (row == std::end(rows)) return 0;
+    constexpr unsigned playing = 3;
+    constexpr unsigned reverse = 9;
+    // (Of the faster ones the keys of a tape machine step through; they are not asked for by a number.)
+    const bool isExact = status == playing || status == reverse;
+    const bool fits = _askedSpeed != 0 && _askedSpeed >= row->lowest && _askedSpeed <= row->highest;
+    return fits && (isExact || qAbs(_askedSpeed) > 1) ? _askedSpeed : row->standard;
+}
+
+void DeckParameters::fillAlarms(DeckState &state) const
+{
+    for (const auto &[id, value] : _values) {
+        const ParamDescriptor *descriptor = GetDescriptor(id);
+        std::string message;
+        AlarmSeverity severity = AlarmSeverity::Information;
+        if (!descriptor || !descriptor->isAlarm() || !parseAlarmValue(value.text, severity, message))
+            continue;
+        static constexpr const char *levels[] = {"information", "warning", "error"};
+        const auto since = _since.find(id);
+        state.alarmList.append(
+            QJsonObject{{"name", QString::fromStdString(descriptor->name())},
+                        {"level", levels[int(severity)]},
+                        {"message", QString::fromStdString(message.empty() ? descriptor->help() : message)},
+                        {"since", since == _since.end() ? QString() : since->second},
+                        {"advice", QString::fromStdString(alarmAdvice(id)).remove(QLatin1String("xpctl "))}});
+        if (id == eParam_AlarmRecordInhibited)
+            state.recordInhibited = QString::fromStdString(message.empty() ? descriptor->help() : message);
+    }
+    state.alarms = int(state.alarmList.size());
+}
+
+void DeckParameters::fill(DeckState &state, qint64 now) const
+{
+    state.status = state.running ? label(eParam_TransportStatus) : QStringLiteral("not_running");
+    state.speed = state.running ? speed() : 0;
+    const QString clip = text(eParam_CurrentClip);
+    state.clip = clip == QLatin1String(noClip) ? QString() : clip;
+    state.path = text(eParam_ActiveMediaPath);
+    state.inputFormat = label(eParam_InputFormat);
+    constexpr unsigned lastUnknown = 1; // none, unknown
+    state.inputLocked = state.running && number(eParam_InputFormat) > lastUnknown;
+    state.recordFormat = label(eParam_RecordFormat);
+    state.recordCodec = label(eParam_RecordCodec);
+    state.mediaFormat = label(eParam_MediaFormat);
+    state.playbackSource = label(eParam_PlaybackSource);
+    state.timecodeSource = label(eParam_TimecodeSource);
+    state.media = arrayOf(text(eParam_MediaReport));
+    state.secondsLeft = number(eParam_RecordTimeLeft);
+    state.mode = label(eParam_ControlMode);
+    const auto owner = Ownership::Hold::parse(text(eParam_ControlOwner), now);
+    const auto lock = Ownership::Hold::parse(text(eParam_ControlLock), now);
+    if (owner) state.owner = owner->toJson();
+    if (lock) state.lock = lock->toJson();
+    if (state.isRecording()) state.take = QJsonDocument::fromJson(text(eParam_TakeStarter).toUtf8()).object();
+    state.rate = rateOf(state.isInPlay() ? state.mediaFormat : state.recordFormat);
+    constexpr int shortDigest = 16;
+    state.listRevision = QString::fromLatin1(
+        QCryptographicHash::hash(text(eParam_PlayList).toUtf8(), QCryptographicHash::Sha256)
+            .toHex()
+            .left(shortDigest));
+    fillAlarms(state);
+}
+
+qint64 DeckParameters::nextEnd(qint64 now) const
+{
+    qint64 next = 0;
+    for (const eParam_t id : {eParam_ControlOwner, eParam_ControlLock}) {
+        const auto hold = Ownership::Hold::parse(text(id), now);
+        if (hold && (next == 0 || hold->until < next)) next = hold->until;
+    }
+    return next;
+}
+
+void DeckMemory::attach(int daemonPid)
+{
+    if (daemonPid == 0 || daemonPid == _attached) return;
+    if (_counters.open() && _counters.pid() == daemonPid) _attached = daemonPid;
+}
+
+void DeckMemory::fill(DeckState &state)
+{
+    const auto textOf = [](ShmStringReader &reader) {
+        std::string text;
+        return reader.get(text) ? QString::fromStdString(text) : QString::fromLatin1(noTimecode);
+    };
+    state.timecode = textOf(_timecode);
+    state.inputTimecode = textOf(_inputTimecode);
+    state.dropFrame = isDropFrame(state.timecode);
+    state.inputDropFrame = isDropFrame(state.inputTimecode);
+    const auto value = [this](const char *name) { return _counters.value(QLatin1String(name)); };
+    state.tick = value("ticks");
+    state.frame = value("frame_on_output");
+    state.listEntry = value("list_entry_on_output");
+    state.clipFrames = value("current_clip_frames");
+    state.recordedUpTo = value("recorded_up_to");
+    state.droppedCapture = value("frames_dropped_capture");
+    state.droppedPlayback = value("frames_dropped_playback");
+    state.lateTicks = value("late_ticks");
+}

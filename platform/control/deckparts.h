@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/control/deckstate.h"
+#include "platform/product/shmstring.h"
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/store/config.h"
+
+#include <map>
+
+/// What the store said last of each parameter that the state is made of. A value; composing waits for nobody.
+class DeckParameters
+{
+public:
+    static bool concerns(eParam_t id);
+    /// Reads all of them. Waits for the store.
+    void load(Config &config);
+    /// False when it was that already.
+    bool set(eParam_t id, const StoreValue &value);
+    /// The parameters' part of a state; `now` in ms since 1970 ends what has its end.
+    void fill(DeckState &state, qint64 now) const;
+    /// When the next owner or lock ends, ms since 1970; 0: none.
+    qint64 nextEnd(qint64 now) const;
+
+    unsigned number(eParam_t id) const;
+    QString text(eParam_t id) const;
+    QString label(eParam_t id) const;
+
+private:
+    void fillAlarms(DeckState &state) const;
+    double speed() const;
+
+    std::map<eParam_t, StoreValue> _values;
+    std::map<eParam_t, QString> _since; ///< of alarms that are up, ISO date
+    double _askedSpeed = 1;
+};
+
+/// What shared memory says of a frame. One thread at a time.
+class DeckMemory
+{
+public:
+    /// Looks for the table of this daemon; again when it is another one.
+    void attach(int daemonPid);
+    void fill(DeckState &state);
+    qint64 tick() const { return _counters.value(QStringLiteral("ticks")); }
+
+private:
+    QmxCountersReader _counters;
+    ShmStringReader _timecode{"/xpd_currentTimecode"};
+    ShmStringReader _inputTimecode{"/xpd_inputTimecode"};
+    int _attached = 0;
+};

@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/control/deckwatch.h"
+
+#include "platform/control/deckparts.h"
+#include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxlockfile.h"
+#include "platform/qmx/core/qmxtaskthread.h"
+#include "platform/qmx/core/qmxthreadname.h"
+#include "platform/store/configfactoryimpl.h"
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace {
+constexpr auto lockPath = "/var/lock/xpd.lock";
+constexpr qint64 ms = QmxClock::nsPerMillisecond;
+/// How often the memory is looked at for the next frame, and (nobody follows) whether the daemon is there.
+constexpr qint64 frameLook = 4 * ms;
+constexpr qint64 daemonLook = 1000 * ms;
+constexpr qint64 idleLook = 30'000 * ms;
+/// Changes that may wait for the thread; more of them and all is read anew.
+constexpr size_t mostChanges = 4096;
+} // namespace
+
+struct DeckWatch::Private : ConfigEventListener
+{
+    using ConfigEventListener::ParamChanged;
+
+    explicit Private(const QString &client)
+        : environment(QmxEnvironment::current()), clipThread("deck-clip", 1)
+    {
+        CreateDescriptors();
+        config.reset(
+            ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), client.toStdString(), false));
+    }
+
+    // The store's thread
+    void ParamChanged(eParam_t id, unsigned value, timeval) override
+    {
+        changed(id, StoreValue::fromUnsigned(value));
+    }
+    void ParamChanged(eParam_t id, std::string value, timeval) override
+    {
+        changed(id, StoreValue::fromString(std::move(value)));
+    }
+    bool DataChanged(eParam_t id, std::string &value, timeval) override
+    {
+        changed(id, StoreValue::fromData(value));
+        return true;
+    }
+    void ParamChanged(ConfigEvent event) override
+    {
+        if (event.kind == ConfigEvent::Reload) reload();
+    }
+    void changed(eParam_t id, const StoreValue &value);
+    void reload();
+
+    // "deck-watch"
+    void run();
+    bool takeChanges();
+    void lookForDaemon();
+    DeckState compose();
+    void publish(DeckState state);
+    void askForLength(const DeckState &state);
+    qint64 nextLook();
+
+    QmxEnvironment environment;
+    std::unique_ptr<Config> config;
+    QmxInterrupt wake;
+    std::atomic<bool> isEnding = false;
+    std::atomic<State> published;
+    std::shared_ptr<std::atomic<int>> followers = std::make_shared<std::atomic<int>>(0);
+
+    std::mutex mutex; ///< of the changes and the listeners' table
+    std::vector<std::pair<eParam_t, StoreValue>> changes;
+    bool mustReload = true;
+    std::map<int, Listener> listeners;
+    int nextListener = 1;
+    ParameterListener parameterListener;
+    std::mutex calling; ///< held during calls
+
+    DeckParameters parameters;
+    std::atomic<int> daemon = 0;
+    qint64 lookedForDaemon = 0;
+    DeckMemory memory;
+    QString measured; ///< what `length` belongs to
+    std::atomic<qint64> length = 0;
+
+    std::mutex questions; ///< of `asked`, for refreshed()
+    DeckMemory asked;
+
+    QmxTaskThread clipThread;
+    std::thread thread;
+};
+
+void DeckWatch::Private::changed(eParam_t id, const StoreValue &value)
+{
+    ParameterListener told;
+    {
+        const std::lock_guard lock(mutex);
+        told = parameterListener;
+        if (DeckParameters::concerns(id)) {
+            if (changes.size() >= mostChanges) mustReload = true;
+            if (mustReload)
+                changes.clear();
+            else
+                changes.emplace_back(id, value);
+        }
+    }
+    if (const ParamDescriptor *descriptor = GetDescriptor(id); told && descriptor)
+        told(QString::fromStdString(descriptor->name()), QString::fromStdString(descriptor->print(value)));
+    if (DeckParameters::concerns(id)) wake.interrupt();
+}
+
+void DeckWatch::Private::reload()
+{
+    {
+        const std::lock_guard lock(mutex);
+        mustReload = true;
+    }
+    wake.interrupt();
+}
+
+bool DeckWatch::Private::takeChanges()
+{
+    std::vector<std::pair<eParam_t, StoreValue>> taken;
+    bool isReload = false;
+    {
+        const std::lock_guard lock(mutex);
+        taken.swap(changes);
+        isReload = std::exchange(mustReload, false);
+    }
+    if (isReload) parameters.load(*config);
+    for (const auto &[id, value] : taken) {
+        parameters.set(id, value);
+        if (id == eParam_TransportRunning) lookedForDaemon = 0;
+    }
+    return isReload || !taken.empty();
+}
+
+void DeckWatch::Private::lookForDaemon()
+{
+    const qint64 now = environment.clock->now();
+    if (lookedForDaemon != 0 && now - lookedForDaemon < daemonLook) return;
+    lookedForDaemon = now;
+    daemon = QmxLockFile(QString::fromLatin1(lockPath)).whoHasLock();
+    memory.attach(daemon);
+}
+
+DeckState DeckWatch::Private::compose()
+{
+    DeckState state;
+    state.running = daemon != 0;
+    if (state.running) memory.fill(state);
+    parameters.fill(state, environment.clock->wallTime() / ms);
+    state.storeProblem = QString::fromStdString(config->storeState());
+    askForLength(state);
+    state.length = state.isRecording() ? state.clipFrames : length.load();
+    return state;
+}
+
+void DeckWatch::Private::askForLength(const DeckState &state)
+{
+    const QString file = state.path + '/' + state.clip;
+    const QString what = file + '\n' + (state.isRecording() ? "recording" : "done");
+    if (what == measured) return;
+    const bool isClip = !state.clip.isEmpty() && !state.path.isEmpty() && !state.isRecording();
+    const bool isAsked = !isClip || clipThread.post([this, file] {
+        QmxClipInfo info;
+        length = QmxClipReader::probe(file, info, environment).isError() ? 0 : info.frames;
+        wake.interrupt();
+    });
+    if (isAsked) measured = what;
+    if (!isClip) length = 0;
+}
+
+void DeckWatch::Private::publish(DeckState state)
+{
+    const State before = published.load();
+    state.revision = before ? before->revision : 0;
+    if (before && state == *before) return;
+    ++state.revision;
+    const State now = std::make_shared<const DeckState>(std::move(state));
+    published.store(now);
+    const std::lock_guard inCall(calling);
+    std::map<int, Listener> called;
+    {
+        const std::lock_guard lock(mutex);
+        called = listeners;
+    }
+    for (const auto &[id, listener] : called)
+        listener(before, now);
+}
+
+qint64 DeckWatch::Private::nextLook()
+{
+    const qint64 now = environment.clock->now();
+    const bool isFollowed = *followers > 0;
+    if (isFollowed && daemon != 0) return now + frameLook;
+    const qint64 wall = environment.clock->wallTime() / ms;
+    const qint64 end = parameters.nextEnd(wall);
+    const qint64 idle = isFollowed ? daemonLook : idleLook;
+    return now + (end == 0 ? idle : std::min(idle, (end - wall + 1) * ms));
+}
+
+void DeckWatch::Private::run()
+{
+    qmxNameThread(QStringLiteral("deck-watch"));
+    qint64 tick = -1;
+    while (!isEnding) {
+        wake.reset();
+        const bool isTold = takeChanges();
+        lookForDaemon();
+        // A frame is told once: what belongs to it is in the memory a moment behind the tick.
+        const qint64 now = daemon != 0 ? memory.tick() : -1;
+        if (isTold || now != tick || daemon == 0 || *followers == 0) publish(compose());
+        tick = now;
+        if (isEnding) break;
+        environment.clock->sleepUntil(nextLook(), &wake);
+    }
+}
+
+DeckWatch::DeckWatch(const QString &client) : d(std::make_unique<Private>(client))
+{
+    if (!d->config) { // the address of the store makes no sense; the state says so
+        auto state = std::make_shared<DeckState>();
+        state->status = QStringLiteral("not_running");
+        state->storeProblem =
+            QStringLiteral("the address of the configuration store makes no sense; correct the "
+                           "first line of /etc/xp/store");
+        d->published.store(state);
+        return;
+    }
+    d->config->addListener(d.get());
+    d->takeChanges();
+    d->lookForDaemon();
+    d->publish(d->compose());
+    d->thread = std::thread([this] { d->run(); });
+}
+
+DeckWatch::~DeckWatch()
+{
+    d->isEnding = true;
+    d->wake.interrupt();
+    if (d->thread.joinable()) d->thread.join();
+    d->clipThread.stop();
+    d->config.reset(); // no call of the store after this
+}
+
+DeckWatch::State DeckWatch::state() const
+{
+    return d->published.load();
+}
+
+DeckWatch::State DeckWatch::refreshed() const
+{
+    auto state = std::make_shared<DeckState>(*d->published.load());
+    if (!d->thread.joinable()) return state;
+    const int daemon = QmxLockFile(QString::fromLatin1(lockPath)).whoHasLock();
+    if ((daemon != 0) != state->running) {
+        d->wake.interrupt();
+        state->running = daemon != 0;
+        if (!state->running) state->status = QStringLiteral("not_running");
+    }
+    if (state->running) {
+        const std::lock_guard lock(d->questions);
+        d->asked.attach(daemon);
+        d->asked.fill(*state);
+    }
+    if (state->isRecording()) state->length = state->clipFrames;
+    return state;
+}
+
+std::shared_ptr<void> DeckWatch::follow()
+{
+    ++*d->followers;
+    d->wake.interrupt();
+    return {nullptr, [count = d->followers](void *) { --*count; }};
+}
+
+int DeckWatch::addListener(Listener listener)
+{
+    const std::lock_guard lock(d->mutex);
+    d->listeners.emplace(d->nextListener, std::move(listener));
+    return d->nextListener++;
+}
+
+void DeckWatch::removeListener(int id)
+{
+    const std::lock_guard inCall(d->calling);
+    const std::lock_guard lock(d->mutex);
+    d->listeners.erase(id);
+}
+
+void DeckWatch::setParameterListener(ParameterListener listener)
+{
+    const std::lock_guard lock(d->mutex);
+    d->parameterListener = std::move(listener);
+}

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/control/mediadaemonlock.h"
+
+#include "platform/qmx/core/qmxlockfile.h"
+
+namespace {
+constexpr auto lockPath = "/var/lock/xpmediad.lock";
+}
+
+int mediaDaemonPid()
+{
+    return QmxLockFile(QString::fromLatin1(lockPath)).whoHasLock();
+}
+
+Answer noMediaDaemon(const QString &consequence)
+{
+    return Answer::refused(Cause::Daemon, "no_daemon",
+                           QStringLiteral("the media daemon is not running") + consequence,
+                           "start it with: systemctl start xpmediad (in a checkout: ./xp run)");
+}

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// copy, protect, unprotect, delete: what the media daemon does for the operator.
+#include "platform/control/transportanswers.h"
+
+#include "platform/control/mediadaemonlock.h"
+#include "platform/product/mediaorder.h"
+#include "platform/store/configfactoryimpl.h"
+#include "platform/store/eparammedia.h"
+
+#include <atomic>
+#include <mutex>
+#include <unistd.h>
+
+namespace {
+constexpr int lookTime = 1000;   // ms between looks whether the media daemon is still there
+constexpr int answerTime = 5000; // ms until the media daemon has said a first word
+
+/// The folder that "B", "/media/B" or a label stands for.
+std::string mediumNamed(const Recorder &recorder, const std::string &name)
+{
+    for (const MediumReport &medium : MediumReport::parse(recorder.text(eParam_MediaReport).toStdString())) {
+        const bool isLast = medium.path.ends_with("/" + name);
+        if (medium.path == name || medium.label == name || isLast) return medium.path;
+    }
+    return name;
+}
+
+/// Hears each state of one order; the parameter holds it only until the next order begins.
+class OrderStates : public ConfigEventListener
+{
+public:
+    explicit OrderStates(std::string id) : _id(std::move(id)) {}
+    std::optional<MediaOrderState> last() const
+    {
+        const std::lock_guard lock(_mutex);
+        return _last;
+    }
+
+private:
+    using ConfigEventListener::ParamChanged;
+    void ParamChanged(eParam_t, unsigned, timeval) override {}
+    void ParamChanged(eParam_t id, std::string value, timeval) override
+    {
+        const auto state = id == eParam_MediaOrderState ? MediaOrderState::parse(value) : std::nullopt;
+        const std::lock_guard lock(_mutex);
+        if (state && state->id == _id) _last = state;
+    }
+
+    const std::string _id;
+    mutable std::mutex _mutex;
+    std::optional<MediaOrderState> _last;
+};
+
+MediaOrder orderOf(const VerbCall &call)
+{
+    static std::atomic<unsigned> count = 0;
+    MediaOrder order;
+    order.id = std::to_string(getpid()) + "." + std::to_string(call.recorder.environment().clock->now()) +
+               "." + std::to_string(++count);
+    order.verb = call.request.verb.toStdString();
+    order.clip = call.text("clip").toStdString();
+    order.from = call.recorder.text(eParam_ActiveMediaPath).toStdString();
+    if (const auto slash = order.clip.rfind('/'); slash != std::string::npos) {
+        order.from = order.clip.substr(0, slash);
+        order.clip = order.clip.substr(slash + 1);
+    }
+    if (const std::string medium = call.text("medium").toStdString(); !medium.empty())
+        order.to = mediumNamed(call.recorder, medium);
+    return order;
+}
+
+Answer giveOrder(const VerbCall &call)
+{
+    Recorder &recorder = call.recorder;
+    const int daemon = mediaDaemonPid();
+    if (daemon == 0) return noMediaDaemon(", so nothing can be done");
+    const MediaOrder order = orderOf(call);
+    OrderStates states(order.id);
+    const std::unique_ptr<Config> events(
+        ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "order-" + order.id, false));
+    events->addListener(&states);
+    if (const QString problem = recorder.write(eParam_MediaOrder, QString::fromStdString(order.print()));
+        !problem.isEmpty())
+        return storeError(problem);
+    if (!call.request.wait) return Answer::done();
+
+    std::optional<MediaOrderState> state;
+    int shown = -1;
+    const auto told = [&] {
+        state = states.last();
+        if (state && state->state == "running" && state->percent != shown) {
+            shown = state->percent;
+            if (call.request.progress) call.request.progress(shown, QString::fromStdString(state->text));
+        }
+        return state && state->state != "running";
+    };
+    if (!recorder.waitFor([&] { return told() || state; }, answerTime) && !recorder.isAbandoned())
+        return Answer::givenUp(Cause::Deck, "no_answer",
+                               "the media daemon does not answer; it may still do this when it goes on",
+                               "look at its log: journalctl -u xpmediad; to forget the order: systemctl "
+                               "restart xpmediad");
+    while (!told() && !recorder.isAbandoned() && mediaDaemonPid() == daemon)
+        recorder.waitFor(told, lookTime); // a copy takes as long as it takes
+    if (!told() && mediaDaemonPid() != daemon)
+        return Answer::givenUp(Cause::Daemon, "daemon_ended", "the media daemon has ended before it was done",
+                               "give the order again");
+    if (!state || state->state == "running")
+        return Answer::givenUp(Cause::Interrupted, "interrupted", "the media daemon goes on with it",
+                               "`xpctl get media_order_state` shows how far it is");
+    const QString text = QString::fromStdString(state->text);
+    if (state->state != "done") return Answer::refused(Cause::Deck, "order_refused", text);
+    return Answer::done(text, {{"clip", QString::fromStdString(order.clip)}, {"result", text}});
+}
+} // namespace
+
+Answer performCopy(const VerbCall &call)
+{
+    return giveOrder(call);
+}
+
+Answer performProtect(const VerbCall &call)
+{
+    return giveOrder(call);
+}
+
+Answer performUnprotect(const VerbCall &call)
+{
+    return giveOrder(call);
+}
+
+Answer performDelete(const VerbCall &call)
+{
+    return giveOrder(call);
+}

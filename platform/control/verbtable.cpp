@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Everything that can be asked of the recorder. Commands of the shell, HTTP routes, lines and OSC addresses
+// are made from these rows.
+#include "platform/control/ownership.h"
+#include "platform/control/verbs.h"
+
+#include "platform/qmx/core/qmxtimecode.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+using Type = VerbArgument::Type;
+using enum VerbRow::Trait;
+
+constexpr double fastest = 100;
+constexpr double mostSteps = 10000;
+constexpr double longestTake = 7 * 24 * 3600;
+
+VerbArgument clipArgument(const char *name, const char *help)
+{
+    return {name,
+            Type::Clip,
+            true,
+            "",
+            0,
+            0,
+            help,
+            "'%1' is no clip",
+            "a file name; `xpctl clips` lists those there are"};
+}
+
+VerbArgument timeArgument(const char *help)
+{
+    return {"seconds",
+            Type::Integer,
+            false,
+            "s",
+            1,
+            Ownership::longestSeconds,
+            help,
+            "'%1' is no length of time",
+            "whole seconds, at most a day"};
+}
+} // namespace
+
+// clang-format off
+std::span<const VerbRow> verbs()
+{
+    static const std::vector<VerbRow> rows = {
+        {"record", "start a take; returns when its clip is open",
+         {{"for", Type::Number, false, "s", 0, longestTake, "end after this many seconds of recorded time",
+           "'%1' is no length of a take", "seconds, at most a week", true}},
+         MovesTransport, Needs::Daemon, "transport_command", "the clip is open", 13000,
+         "already_recording alarm no_input no_effect", performRecord},
+        {"play", "play the current material",
+         {{"speed", Type::Number, false, "", -fastest, fastest, "1 is normal, negative is reverse, 0 is still; from -100 to 100",
+           "'%1' is no speed", "a number from -100 to 100: 1 is normal, 0.5 is half, -2 is reverse"},
+          {"until_done", Type::Integer, false, "", 0, 1, "1: return when the end has been reached",
+           "'%1' is neither 0 nor 1", "1: return when the end has been reached", true}},
+         MovesTransport | EndsTake, Needs::Daemon, "transport_speed", "pictures come to the output at this speed", 13000,
+         "take_runs nothing_to_play at_the_end alarm no_effect", performPlay},
+        {"still", "hold the picture", {},
+         MovesTransport | EndsTake, Needs::Daemon, "transport_speed", "the picture is held", 3000,
+         "take_runs nothing_to_play no_effect", performStill},
+        {"stop", "end a take, or playback", {},
+         MovesTransport | StopsTake, Needs::Daemon, "transport_command", "the clip is closed, or nothing plays", 10000,
+         "not_your_take no_effect", performStop},
+        {"step", "go N frames on, or back",
+         {{"frames", Type::Integer, true, "frames", -mostSteps, mostSteps, "number of frames; negative: back",
+           "'%1' is no number of frames", "a number from -10000 to 10000; to go far: xpctl cue FRAME"}},
+         MovesTransport | EndsTake, Needs::Daemon, "transport_speed transport_command", "each frame has been on the output", 3000,
+         "take_runs nothing_to_play no_effect", performStep},
+        {"cue", "show one frame",
+         {{"where", Type::Place, true, "", 0, 4294967295.0, "frame number, or a timecode such as 10:00:04:00",
+           "'%1' is neither a frame number nor a timecode", "for example: xpctl cue 100, xpctl cue 10:00:04:00"}},
+         MovesTransport | EndsTake, Needs::Daemon, "transport_speed cue_to_frame cue_to_timecode", "the frame is held on the output", 6000,
+         "take_runs nothing_to_play no_effect", performCue},
+        {"next", "go to the next clip", {},
+         MovesTransport | EndsTake, Needs::Daemon, "transport_command", "another clip is on the output", 3000,
+         "take_runs no_effect", performNext},
+        {"prev", "go to the start of the clip, or to the clip before", {},
+         MovesTransport | EndsTake, Needs::Daemon, "transport_command", "something before this is on the output", 3000,
+         "take_runs no_effect", performPrevious},
+        {"clip", "make a clip the current one", {clipArgument("name", "as `xpctl clips` shows it")},
+         MovesTransport | EndsTake, Needs::Daemon, "go_to_clip_name", "it is the current clip, and on the output", 6000,
+         "take_runs no_clip alarm no_effect", performClip},
+        {"copy", "copy a clip to another medium and compare it",
+         {clipArgument("clip", "as `xpctl clips` shows it, or its full path"),
+          {"medium", Type::Medium, true, "", 0, 0, "as `xpctl media` shows it", "'%1' is no medium", "a folder or a label; `xpctl media` lists them"}},
+         0, Needs::Store, "media_order", "the copy has been compared", 0,
+         "order_refused no_answer", performCopy},
+        {"protect", "keep a clip from being deleted", {clipArgument("clip", "name or full path")},
+         0, Needs::Store, "media_order", "it is protected", 0, "order_refused no_answer", performProtect},
+        {"unprotect", "let a clip be deleted again", {clipArgument("clip", "name or full path")},
+         0, Needs::Store, "media_order", "it can be deleted", 0, "order_refused no_answer", performUnprotect},
+        {"delete", "delete a clip for good", {clipArgument("clip", "name or full path")},
+         0, Needs::Store, "media_order", "it is gone", 0, "order_refused no_answer", performDelete},
+        {"take_control", "be the one whose transport commands are done, for a time; each renews it",
+         {timeArgument("how long it lasts after the last command; else 60")},
+         0, Needs::Store, "control_owner", "the store has it", 5000, "other_in_control", performTakeControl},
+        {"release_control", "let everybody operate again", {},
+         0, Needs::Store, "control_owner", "the store has it", 5000, "other_in_control", performReleaseControl},
+        {"lock", "keep the transport commands of all others away for a time",
+         {timeArgument("how long; else 60")},
+         0, Needs::Store, "control_lock", "the store has it", 5000, "other_in_control locked", performLock},
+        {"unlock", "end the lock", {},
+         0, Needs::Store, "control_lock", "the store has it", 5000, "locked", performUnlock},
+        {"remote", "let everybody move the transport", {},
+         0, Needs::Store, "control_mode", "the store has it", 5000, "other_in_control", performRemote},
+        {"local", "let only who sits at the machine move the transport", {},
+         0, Needs::Store, "control_mode", "the store has it", 5000, "other_in_control", performLocal},
+        {"shut_down", "end the daemon; a take that is running is closed", {},
+         MovesTransport | EndsTake, Needs::Daemon, "transport_command", "the daemon has ended", 30000,
+         "take_runs no_effect", performShutDown},
+    };
+    return rows;
+}
+// clang-format on
+
+const VerbRow *findVerb(const QString &name)
+{
+    const auto all = verbs();
+    const auto row = std::find_if(all.begin(), all.end(),
+                                  [&name](const VerbRow &one) { return name == QLatin1String(one.name); });
+    return row == all.end() ? nullptr : &*row;
+}
+
+namespace {
+bool makesSense(const VerbArgument &argument, const QString &text)
+{
+    bool isNumber = false;
+    switch (argument.type) {
+    case Type::Integer: {
+        const int value = text.toInt(&isNumber);
+        return isNumber && value >= argument.minimum && value <= argument.maximum;
+    }
+    case Type::Number: {
+        const double value = text.toDouble(&isNumber);
+        return isNumber && value >= argument.minimum && value <= argument.maximum; // no number is in no range
+    }
+    case Type::Place:
+        text.toUInt(&isNumber);
+        return isNumber || QmxTimecode(text).isValid();
+    case Type::Text:
+    case Type::Clip:
+    case Type::Medium:
+        break;
+    }
+    constexpr int longestText = 4096;
+    return text.size() <= longestText && !text.contains(QChar(u'\0'));
+}
+} // namespace
+
+std::optional<Answer> wrongArguments(const VerbRow &row, const Request &request)
+{
+    for (auto given = request.arguments.begin(); given != request.arguments.end(); ++given) {
+        const bool isKnown =
+            std::any_of(row.arguments.begin(), row.arguments.end(),
+                        [&](const VerbArgument &one) { return given.key() == QLatin1String(one.name); });
+        if (!isKnown)
+            return Answer::refused(
+                Cause::Argument, "wrong_argument",
+                QStringLiteral("%1 has no argument '%2'").arg(QLatin1String(row.name), given.key()));
+    }
+    for (const VerbArgument &argument : row.arguments) {
+        const QString text = request.arguments.value(QLatin1String(argument.name));
+        const bool isGiven = request.arguments.contains(QLatin1String(argument.name));
+        if (!isGiven && argument.isRequired)
+            return Answer::refused(Cause::Argument, "wrong_argument",
+                                   QStringLiteral("%1 is required").arg(QLatin1String(argument.name)),
+                                   QString::fromUtf8(argument.advice));
+        if (isGiven && !makesSense(argument, text))
+            return Answer::refused(Cause::Argument, "wrong_argument",
+                                   QString::fromUtf8(argument.wrong).arg(text),
+                                   QString::fromUtf8(argument.advice));
+    }
+    return {};
+}

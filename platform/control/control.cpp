@@ -57,11 +57,15 @@ Answer Control::perform(const Request &request, const Who &who)
         tell(request, who, *refused);
         return *refused;
     }
+    // (What a row refuses by itself takes over from nobody.)
     if (row->has(VerbRow::MovesTransport)) {
-        announce(request, who);
-        Ownership(_recorder).renew(who);
+        _recorder.setBeforeWrite([&] {
+            announce(request, who);
+            Ownership(_recorder).renew(who);
+        });
     }
     Answer answer = row->run({_recorder, request, who});
+    _recorder.setBeforeWrite({});
     if (!answer.isDone() && !_supersededBy.isEmpty()) answer = superseded();
     _announced.clear();
     tell(request, who, answer);

@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <utility>
 
 namespace {
 constexpr auto lockPath = "/var/lock/xpd.lock";
@@ -83,11 +84,13 @@ QString Recorder::text(eParam_t id) const
 
 QString Recorder::write(eParam_t id, unsigned value)
 {
+    if (const auto before = std::exchange(_beforeWrite, {})) before();
     return _config->setUInt(id, value) ? QString() : QString::fromStdString(_config->lastError());
 }
 
 QString Recorder::write(eParam_t id, const QString &value)
 {
+    if (const auto before = std::exchange(_beforeWrite, {})) before();
     return _config->setString(id, value.toStdString()) ? QString()
                                                        : QString::fromStdString(_config->lastError());
 }

@@ -85,6 +85,8 @@ public:
     bool isAbandoned() const;
     /// Asked at every look of a wait: true ends it.
     void setAbandon(std::function<bool()> abandon) { _abandon = std::move(abandon); }
+    /// Called once, before the next write.
+    void setBeforeWrite(std::function<void()> before) { _beforeWrite = std::move(before); }
     static bool wasInterrupted();
     /// Milliseconds since 1970-01-01 UTC, by the machine's clock.
     qint64 timeOfDay() const;
@@ -97,6 +99,7 @@ private:
 
     std::unique_ptr<Config> _config;
     std::function<bool()> _abandon;
+    std::function<void()> _beforeWrite;
     QmxEnvironment _environment;
     mutable std::unique_ptr<QmxCountersReader> _counters;
     mutable qint64 _countersLookedAt = 0;

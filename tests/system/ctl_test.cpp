@@ -205,7 +205,7 @@ TEST(Xpctl, shellsAndManAcceptWhatIsMadeForThem)
         cp /usr/local/share/media/prores_422/loss_of_video_625i_422.mov '/media/A/$(touch pwned).mov'
         . $OUT/xpctl.bash
         offer() { COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _xpctl || true; echo "$*: ${COMPREPLY[*]}"; }
-        offer xpctl re; offer xpctl record --; offer xpctl set video_in; offer xpctl set loop_playback ''
+        offer xpctl rec; offer xpctl record --; offer xpctl set video_in; offer xpctl set loop_playback ''
         offer xpctl --json list m; offer xpctl record --for ''; offer xpctl clip ''
         [ ! -e pwned ] || echo 'a name was run'
         # zsh, typed into: what stands in its line behind the key that completes.
@@ -224,7 +224,7 @@ RC
         cat $OUT/page
     )sh");
     for (const char *line :
-         {"status 2", "xpctl re: record", "xpctl record --: --json --help --for --no-wait",
+         {"status 2", "xpctl rec: record", "xpctl record --: --json --help --for --no-wait",
           "xpctl set video_in: video_input", "xpctl set loop_playback : off on", "xpctl --json list m: move",
           "xpctl record --for : ", "xpctl clip : \\$\\(touch\\ pwned\\).mov", "zsh: xpctl record |",
           "zsh: xpctl record --for |", "zsh: xpctl set video_input |", "zsh: xpctl set loop_playback off |",

@@ -65,7 +65,7 @@ expect() { # WHAT COMMAND...
     shift
     until "$@"; do
         tries=$((tries + 1))
-        [ $tries -lt 300 ] || { echo "xp: not so: $what" >&2; journalctl --no-pager -n 30 -u xpd -u xpmediad >&2; exit 1; }
+        [ $tries -lt 300 ] || { echo "xp: not so: $what" >&2; journalctl --no-pager -n 30 -u xpd -u xpmediad -u xp-metrics >&2; exit 1; }
         read -rt 0.1 <> <(:) || true
     done
     echo "xp:   $what" >&2

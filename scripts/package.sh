@@ -43,10 +43,24 @@ library_depends() { # PROGRAM...
     (cd "$work/shlibs" && dpkg-shlibdeps -O --ignore-missing-info "${@/#/-e}" 2>/dev/null) | sed -n 's/^shlibs:Depends=//p'
 }
 
+# Who answers for the packages: whoever makes them.
+maintainer="${DEBFULLNAME:-The xp developers} <${DEBEMAIL:-xp@example.org}>"
+date=$(git log -1 --format=%cD 2>/dev/null) || date=$(date -R)
+# What has changed, newest first, as the commits tell it.
+{
+    printf 'xp (%s) unstable; urgency=medium\n\n' "$version"
+    { git log -n 60 --no-merges --format=%s 2>/dev/null || echo "Version $version"; } | while read -r line; do
+        fold -s -w 74 <<<"$line" | sed -E '1s/^/  * /; 2,$s/^/    /; s/ +$//'
+    done
+    printf '\n -- %s  %s\n' "$maintainer" "$date"
+} >"$work/changelog"
+
 make_package() { # NAME DEPENDS SECTION SUMMARY DESCRIPTION
     local root=$work/$1 script
     mkdir -p "$root/DEBIAN" "$root/usr/share/doc/$1"
-    cp packaging/copyright "$root/usr/share/doc/$1/copyright"
+    install -m 644 packaging/copyright "$root/usr/share/doc/$1/copyright"
+    gzip -9nc "$work/changelog" >"$root/usr/share/doc/$1/changelog.gz"
+    find "$root/usr" "$root/lib" "$root/etc" -type d -exec chmod 755 {} + 2>/dev/null || true
     for script in postinst prerm postrm; do
         if [ -f "packaging/$1/$script" ]; then install -m 755 "packaging/$1/$script" "$root/DEBIAN/$script"; fi
     done
@@ -56,13 +70,13 @@ make_package() { # NAME DEPENDS SECTION SUMMARY DESCRIPTION
 Package: $1
 Version: $version
 Architecture: $architecture
-Maintainer: The xp developers <xp@localhost>
+Maintainer: $maintainer
 Section: $3
 Priority: optional
 Installed-Size: $(du -sk --exclude=DEBIAN "$root" | cut -f1)
 Depends: $2
 Description: $4
- $5
+$(fold -s -w 76 <<<"$5" | sed -E 's/^/ /; s/ +$//')
 TEXT
     dpkg-deb --root-owner-group --build "$root" "$out/$1_${version}_$architecture.deb" >/dev/null
 }
@@ -75,8 +89,13 @@ install -D -m 644 -t "$recorder/lib/systemd/system" packaging/xp-recorder/*.serv
 install -D -m 644 packaging/xp-recorder/lumen.ini "$recorder/etc/xp/lumen.ini"
 install -D -m 644 packaging/xp-recorder/logrotate "$recorder/etc/logrotate.d/xp-recorder"
 install -D -m 644 packaging/xp-recorder/tmpfiles "$recorder/usr/lib/tmpfiles.d/xp-recorder.conf"
-install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder" docs/operator.md docs/engineer.md docs/manual.md
+install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder" docs/{operator,engineer,manual,alarms,parameters}.md docs/xpctl.schema.json
 install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder/pictures" docs/pictures/*.png
+
+install -d "$recorder/usr/share/man/man8"
+for program in $recorder_programs; do
+    "$XP_BUILD/bin/$program" --manual | gzip -9n >"$recorder/usr/share/man/man8/$program.8.gz"
+done
 
 install -D -m 644 -t "$tools/lib/systemd/system" packaging/xp-tools/*.service
 install -D -m 644 -t "$tools/usr/share/doc/xp-tools" docs/xpctl.schema.json

@@ -2,6 +2,7 @@
 #include "companions/mediad/mediadaemon.h"
 
 #include "platform/product/daemonizer.h"
+#include "platform/product/programtext.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/store/config.h"
@@ -18,6 +19,30 @@ namespace {
 constexpr const char *lockPath = "/var/lock/xpmediad.lock";
 constexpr int usageStatus = 2;
 
+constexpr ProgramTextRow optionTexts[] = {
+    {"--foreground", "stays in the foreground"},
+};
+constexpr ProgramTextRow fileTexts[] = {
+    {"/media", "below it stand the media"},
+    {"/etc/xp/store", "address of the configuration store"},
+    {"/var/lib/xp/thumbnails", "small pictures of all clips"},
+    {"/var/lock/xpmediad.lock", "held while it runs"},
+};
+constexpr ProgramText text = {
+    "xpmediad",
+    8,
+    "the media daemon of the recorder",
+    "[--foreground]",
+    "Finds the media below /media, chooses the one that is recorded on and the one that comes next, closes\n"
+    "clips that a crash left unfinished, copies and deletes clips for xpctl. It is started by systemd\n"
+    "(systemctl start xpmediad). Without --foreground it returns as soon as media are chosen, and goes on "
+    "in\n"
+    "the background.",
+    optionTexts,
+    fileTexts,
+    "xpctl(1), xpd(8)",
+};
+
 void endProgram(int)
 {
     QCoreApplication::quit();
@@ -27,12 +52,10 @@ void endProgram(int)
 
 int main(int argc, char **argv)
 {
+    if (const std::optional<int> answered = answerBeforeStart(text, argc, argv)) return *answered;
     const bool foreground = argc == 2 && std::strcmp(argv[1], "--foreground") == 0;
     if (argc > 1 && !foreground) {
-        std::fprintf(stderr,
-                     "usage: xpmediad [--foreground]\n"
-                     "Chooses and watches the media of the recorder. Without --foreground it returns as\n"
-                     "soon as media are chosen, and goes on in the background.\n");
+        std::fputs(text.usage().c_str(), stderr);
         return usageStatus;
     }
     if (!foreground) Daemonizer::daemonize("Xpmediad", endProgram, nullptr, true);

@@ -209,3 +209,27 @@ TEST_F(XpdTest, aCrashTellsWhereAndAborts)
     const QByteArray log = broken->readAllStandardError();
     EXPECT_TRUE(log.contains("a fatal message")) << log.toStdString();
 }
+
+TEST(Programs, answerAboutThemselvesAndRefuseWhatTheyDoNotKnowBeforeAnythingStarts)
+{
+    for (const char *program : {"xpd", "xpmediad", "xp-stills"}) {
+        SCOPED_TRACE(program);
+        const QString path = QStringLiteral(XP_PROGRAMS "/") + program;
+        const QByteArray name(program);
+        const ProgramResult help = runProgram(path, {"-d", "--help"}, 10000);
+        EXPECT_EQ(help.status, 0);
+        EXPECT_TRUE(help.out.startsWith("usage: " + name + " ")) << help.out.toStdString();
+        EXPECT_TRUE(runProgram(path, {"--version"}, 10000).out.startsWith(name + " 0."));
+        // Also behind options that it has.
+        const ProgramResult wrong = runProgram(path, {"-d", "--no-such"}, 10000);
+        EXPECT_EQ(wrong.status, 2);
+        EXPECT_TRUE(wrong.out.isEmpty());
+        EXPECT_TRUE(wrong.err.startsWith(name + " has no option --no-such, and was not started"))
+            << wrong.err.toStdString();
+        for (const ProgramResult &answer : {help, wrong})
+            EXPECT_FALSE(answer.err.contains("] ")) << "the log: " << answer.err.toStdString();
+        const ProgramResult page =
+            runProgram("sh", {"-c", path + " --manual | man --warnings -l - 2>&1 >/dev/null"}, 10000);
+        EXPECT_TRUE(page.out.isEmpty()) << page.out.toStdString();
+    }
+}

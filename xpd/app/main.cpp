@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/product/daemonizer.h"
+#include "platform/product/programtext.h"
 #include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
@@ -25,6 +26,35 @@ constexpr const char *kNoLog = "/dev/null";
 constexpr int kFrameworkVersion = 1;
 constexpr int kNiceness = -40;  // the kernel stops at the highest priority there is
 constexpr int kOOMAdjust = -17; // never chosen by the out-of-memory killer
+
+constexpr ProgramTextRow kOptionTexts[] = {
+    {"-d", "does not detach; without -D no signal is handled then, so that one ends a take in its middle"},
+    {"-D", "does not detach, handles signals, logs more and offers the debug server"},
+    {"-h", "prints these letters and starts all the same; --help does not start"},
+    {"-c CLIP", "path of the clip to begin with; its folder becomes the active medium"},
+    {"-l", "plays round and round"},
+    {"-s", "logs figures each second"},
+    {"-b", "measures reading and writing of clips"},
+    {"-p", "logs more of each parameter that changes"},
+};
+constexpr ProgramTextRow kFileTexts[] = {
+    {"/etc/xp/lumen.ini", "inputs and outputs"},
+    {"/etc/xp/store", "address of the configuration store"},
+    {"/usr/local/share/media", "the stills that stand in for a lost input"},
+    {"/var/lock/xpd.lock", "held while it runs"},
+};
+constexpr ProgramText kText = {
+    "xpd",
+    8,
+    "the transport daemon of the recorder",
+    "[-dDhlsbp] [-c CLIP]",
+    "Records and plays. It is started by systemd (systemctl start xpd) and operated with xpctl, in the\n"
+    "group xp; a signal to end closes the take that runs. Without -d and -D it detaches, or, under a\n"
+    "service manager, tells it when it is ready.",
+    kOptionTexts,
+    kFileTexts,
+    "xpctl(1), xpmediad(8), xp-stills(8)",
+};
 
 bool hasArgument(int argc, char **argv, const char *argument)
 {
@@ -63,6 +93,7 @@ void prepareFramework()
 
 int main(int argc, char **argv)
 {
+    if (const std::optional<int> answered = answerBeforeStart(kText, argc, argv)) return *answered;
     QmxLockFile lock(QString::fromLatin1(kLockPath));
     const bool debug = hasArgument(argc, argv, "-D");
     const bool noDaemon = hasArgument(argc, argv, "-d");

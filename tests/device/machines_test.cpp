@@ -11,6 +11,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+#include <utility>
+
 namespace {
 constexpr qint64 second = QmxClock::nsPerSecond;
 
@@ -54,6 +58,40 @@ TEST(TickSchedule, neitherDriftsNorBursts)
     EXPECT_TRUE(schedule.advance(schedule.nextDeadline()).frameStart);
     EXPECT_FALSE(schedule.advance(schedule.nextDeadline()).frameStart);
     EXPECT_TRUE(schedule.advance(schedule.nextDeadline()).frameStart);
+}
+
+TEST(TickSchedule, keepsItsPaceForADayAtEveryRateAFileMayState)
+{
+    constexpr qint64 most = std::numeric_limits<int>::max();
+    const std::pair<qint64, qint64> rates[] = {
+        {10'000'000, 417'083}, {10'000'000, 333'667}, {1'000'000, 41'667}, {most, most - 1},
+        {most, 2'147'484},     {90'000, 1},           {1, most},           {most * 4, most},
+        {60'000, 1001}};
+    for (const auto &[num, den] : rates) {
+        const QmxVideoRate rate = QmxVideoRate::stated(num, den);
+        ASSERT_TRUE(rate.isValid() && rate.toDouble() >= 1 && rate.toDouble() < 1001) << num;
+        for (const bool interlaced : {false, true}) {
+            TickSchedule schedule(0, QmxVideoRate(25));
+            schedule.setRate(rate, interlaced);
+            const long double period = (long double)(rate.den()) * second / rate.num() / (interlaced ? 2 : 1);
+            // Every hour some seconds tick by tick; the rest of it is missed at once.
+            for (int hour = 1; hour <= 24; ++hour) {
+                const qint64 from = schedule.nextDeadline();
+                for (int tick = 0; tick < 1000; ++tick) {
+                    const TickSchedule::Step step = schedule.advance(schedule.nextDeadline());
+                    ASSERT_EQ(step.missedFrames, 0) << num << " in hour " << hour;
+                    const long double ticks = (long double)(step.deadline) / period;
+                    ASSERT_LT(std::abs(ticks - std::round(ticks)) * period, 2) << num << " in hour " << hour;
+                }
+                EXPECT_NEAR(double(schedule.nextDeadline() - from), double(period * 1000), 3);
+                const qint64 next = schedule.nextDeadline();
+                const qint64 now = hour * 3600 * second;
+                const double missed = double(now - next) / second * rate.toDouble();
+                EXPECT_NEAR(double(schedule.advance(now).missedFrames), missed, 1);
+                EXPECT_GT(schedule.nextDeadline(), now);
+            }
+        }
+    }
 }
 
 TEST(InputDetector, countsASignalAsBackAfterASteadyHalfSecond)

@@ -60,7 +60,7 @@ QmxImageDesc movDescribeImage(const MovMovie::Track &track, quint32 delta)
     const double rate = double(track.timeScale) / delta;
     if (rate < minRate || rate > maxRate) return {};
     image.setSize(track.width, track.height);
-    image.setFrameRate(QmxVideoRate(int(track.timeScale), int(delta)));
+    image.setFrameRate(QmxVideoRate::stated(track.timeScale, delta));
     image.setScanMode(track.interlaced ? QmxImageDesc::Interlaced : QmxImageDesc::Progressive);
     image.setDataType(codec->dataType);
     setAspect(track, image);

@@ -10,7 +10,6 @@
 namespace {
 
 constexpr int maxSide = 8192;
-constexpr double maxRate = 240;
 /// Uncompressed pictures that are kept, by bytes and by number.
 constexpr qint64 keptBytes = qint64(192) << 20;
 constexpr qint64 maxKept = 64;
@@ -33,13 +32,13 @@ QmxError QmxForeignPictures::describe(const QString &path)
     const AVStream *stream = _file.stream();
     const AVCodecParameters *parameters = stream->codecpar;
     const AVRational rate = av_guess_frame_rate(_file.format(), _file.stream(), nullptr);
-    const bool usable = rate.num > 0 && rate.den > 0 && av_q2d(rate) >= 1 && av_q2d(rate) <= maxRate;
+    const QmxVideoRate stated = QmxVideoRate::stated(rate.num, rate.den);
     if (parameters->width < 2 || parameters->height < 2 || parameters->width > maxSide ||
         parameters->height > maxSide)
         return {ENOTSUP,
                 QStringLiteral("The pictures of clip %1 have a size that cannot be shown").arg(path)};
     _desc.setSize(parameters->width & ~1, parameters->height);
-    _desc.setFrameRate(usable ? QmxVideoRate(rate.num, rate.den) : QmxVideoRate(25));
+    _desc.setFrameRate(stated.isValid() ? stated : QmxVideoRate(25));
     const AVRational pixel = av_guess_sample_aspect_ratio(_file.format(), _file.stream(), nullptr);
     qint64 width = _desc.width();
     qint64 height = _desc.height();

@@ -11,6 +11,9 @@ public:
     constexpr QmxVideoRate() = default;
     QmxVideoRate(int whole);
     QmxVideoRate(int num, int den);
+    /// As a file or a stream states it: exact where a recorder can keep it (1 to 1000 frames a second, terms
+    /// of 31 bits), else the nearest usual rate; not valid for what is not positive.
+    static QmxVideoRate stated(qint64 num, qint64 den);
 
     int num() const { return _num; }
     int den() const { return _den; }
@@ -18,6 +21,11 @@ public:
     double toDouble() const { return double(_num) / _den; }
     /// Frames counted in a second of timecode: the rate rounded up, 24 for 24000/1001; 0 when not valid.
     int timecodeRate() const;
+    /// How long `frames` last, rounded down; exact for every valid rate while the result fits. With `fields`
+    /// 2 it is fields that are counted. 0 when not valid.
+    qint64 nanoseconds(qint64 frames, int fields = 1) const;
+    /// How many whole frames (or fields) have begun and ended in that time, 0 or more nanoseconds.
+    qint64 framesIn(qint64 nanoseconds, int fields = 1) const;
 
     friend bool operator==(const QmxVideoRate &, const QmxVideoRate &) = default;
 

@@ -58,7 +58,7 @@ void LumenEngine::tick(const TickSchedule::Step &step, const QmxVideoRate &rate)
     QmxTick tick;
     tick.rate = rate;
     tick.deadline = step.deadline;
-    if (startMissed) tick.deadline -= rate.den() * QmxClock::nsPerSecond / rate.num() / 2;
+    if (startMissed) tick.deadline -= rate.nanoseconds(1) / 2;
     tick.index = _clockIndex + 1 + before;
     if (before > 0 && isRecording()) missedFrames(before, tick);
     _clockIndex = tick.index;
@@ -78,7 +78,7 @@ void LumenEngine::missedFrames(qint64 count, const QmxTick &tick)
     for (qint64 back = count; back > 0; --back) {
         QmxTick missed = tick;
         missed.index -= back;
-        missed.deadline -= back * tick.rate.den() * QmxClock::nsPerSecond / tick.rate.num();
+        missed.deadline -= tick.rate.nanoseconds(back);
         tickFrame(missed, false);
     }
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/tickschedule.h"
 
-#include "platform/qmx/core/qmxclock.h"
+#include <algorithm>
 
 TickSchedule::TickSchedule(qint64 start, const QmxVideoRate &rate) : _base(start), _rate(rate) {}
 
@@ -18,8 +18,7 @@ void TickSchedule::setRate(const QmxVideoRate &rate, bool twoFields)
 
 qint64 TickSchedule::deadlineAt(qint64 tick) const
 {
-    // Fits: a tick number stays below num * fields (see next()), so the product below 2^63 for all rates.
-    return _base + tick * _rate.den() * QmxClock::nsPerSecond / (qint64(_rate.num()) * _fields);
+    return _base + _rate.nanoseconds(tick, _fields);
 }
 
 qint64 TickSchedule::nextDeadline() const
@@ -27,25 +26,27 @@ qint64 TickSchedule::nextDeadline() const
     return deadlineAt(_tick + 1);
 }
 
-void TickSchedule::next()
+void TickSchedule::move(qint64 ticks)
 {
-    _secondField = _fields == 2 && !_secondField;
-    if (++_tick < qint64(_rate.num()) * _fields) return;
-    // `num` frames last exactly `den` seconds, so here the deadline is a whole number of nanoseconds.
-    _base += qint64(_rate.den()) * QmxClock::nsPerSecond;
-    _tick = 0;
+    if (ticks % 2 != 0) _secondField = _fields == 2 && !_secondField;
+    _tick += ticks;
+    // `num` frames last exactly `den` seconds, so a deadline there is a whole number of nanoseconds.
+    const qint64 cycle = qint64(_rate.num()) * _fields;
+    _base = deadlineAt(_tick / cycle * cycle);
+    _tick %= cycle;
 }
 
 TickSchedule::Step TickSchedule::advance(qint64 now)
 {
     Step step;
-    // _secondField says what the tick just made was: true for a first field of an interlaced frame.
-    next();
-    while (nextDeadline() <= now) {
-        const bool skippedFrame = _fields == 1 || _secondField;
-        if (skippedFrame) ++step.missedFrames;
-        next();
-    }
+    move(1);
+    // However long the caller was away, what he has missed is counted without a loop.
+    const qint64 missed =
+        std::max<qint64>(0, _rate.framesIn(std::max<qint64>(0, now - _base), _fields) - _tick);
+    // _secondField says what the tick is that was missed first: true for a first field of an interlaced
+    // frame.
+    step.missedFrames = _fields == 1 ? missed : (missed + (_secondField ? 1 : 0)) / 2;
+    move(missed);
     step.deadline = deadlineAt(_tick);
     step.frameStart = _fields == 1 || _secondField;
     step.late = step.missedFrames > 0 || now - step.deadline > (nextDeadline() - step.deadline) / 2;

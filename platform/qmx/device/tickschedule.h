@@ -29,10 +29,10 @@ public:
 
 private:
     qint64 deadlineAt(qint64 tick) const;
-    void next();
+    void move(qint64 ticks);
 
     qint64 _base;     ///< deadline of tick 0
-    qint64 _tick = 0; ///< ticks since _base; less than _perCycle
+    qint64 _tick = 0; ///< ticks since _base; less than a cycle of num() frames
     QmxVideoRate _rate;
     int _fields = 1;
     bool _secondField = false; ///< the last tick was a frame's first field and the second one is next

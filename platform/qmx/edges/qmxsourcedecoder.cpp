@@ -218,7 +218,7 @@ QmxVideoRate QmxSourceDecoder::frameRate(bool interlaced) const
     if (!rate.isValid()) rate = QmxVideoRate(25);
     // Some streams state the rate of their fields.
     if (interlaced && rate.toDouble() > highestInterlacedRate)
-        rate = QmxSourceFormat::rateFromMeasurement(rate.num(), rate.den() * 2);
+        rate = QmxSourceFormat::rateFromMeasurement(rate.num(), qint64(rate.den()) * 2);
     return rate;
 }
 

@@ -58,19 +58,19 @@ QmxVideoRate QmxSourceFormat::rateFromText(const QString &text)
     const QRegularExpressionMatch match = fraction.match(text);
     if (!match.hasMatch()) return {};
     const int den = match.captured(2).isEmpty() ? 1 : match.captured(2).toInt();
-    return den > 0 ? QmxVideoRate(match.captured(1).toInt(), den) : QmxVideoRate();
+    return QmxVideoRate::stated(match.captured(1).toInt(), den);
 }
 
-QmxVideoRate QmxSourceFormat::rateFromMeasurement(int num, int den)
+QmxVideoRate QmxSourceFormat::rateFromMeasurement(qint64 num, qint64 den)
 {
     if (num <= 0 || den <= 0) return {};
     constexpr double tolerance = 0.0004; // 30 and 30000/1001 are 0.001 apart
-    const double measured = double(num) / den;
+    const double measured = double(num) / double(den);
     for (const StandardRate &rate : standardRates) {
         const double standard = double(rate.num) / rate.den;
         if (std::abs(measured - standard) < standard * tolerance) return QmxVideoRate(rate.num, rate.den);
     }
-    return QmxVideoRate(num, den);
+    return QmxVideoRate::stated(num, den);
 }
 
 int QmxSourceFormat::variableRateClass(const QmxVideoRate &rate)

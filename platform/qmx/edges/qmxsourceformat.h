@@ -14,8 +14,8 @@ namespace QmxSourceFormat {
 /// "25", "29.97", "23.98", "23.976", "60000/1001" ...; not valid when it is none.
 QmxVideoRate rateFromText(const QString &text);
 /// The rate of the standards that a measured one means (within a thousandth of it, so that 29.97 and 30
-/// stay apart), else the measured one itself as a fraction.
-QmxVideoRate rateFromMeasurement(int num, int den);
+/// stay apart), else the measured one as QmxVideoRate::stated() has it.
+QmxVideoRate rateFromMeasurement(qint64 num, qint64 den);
 /// Class of the rate that a variable-rate signal carries: 1 for 23.98, 2 24, 3 25, 4 29.97, 5 30; 0: another.
 int variableRateClass(const QmxVideoRate &rate);
 /// "1920x1080"; empty when it is none.

@@ -80,7 +80,7 @@ in_root sh -c 'apt-get install -y -qq --no-install-recommends /packages-old/xp-*
     >"$work/install.out" 2>&1 || { cat "$work/install.out"; die "check package: installing failed"; }
 say '  installed'
 expect 'the account has no shell and owns the store' in_root sh -c \
-    'getent passwd xp | grep -q nologin && [ "$(stat -c %U:%G:%a /var/lib/xp)" = xp:xp:2770 ]'
+    'getent passwd xp | grep -q nologin && [ "$(stat -c %U:%G:%a /var/lib/xp)" = xp:xp:3770 ]'
 expect 'all stills are there' sh -c "[ \$(ls $R/usr/local/share/media/prores_4*/*.mov | wc -l) = 22 ]"
 expect 'the services are enabled' in_root sh -c \
     'for unit in xpd xpmediad; do [ "$(systemctl is-enabled $unit.service)" = enabled ] || exit 1; done'

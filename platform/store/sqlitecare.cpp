@@ -89,7 +89,7 @@ std::string SqliteBackend::backUp()
     if (result.isDone()) result = SqliteSchema::createFile(temporary, image, cursor.version, cursor.epoch);
     // Its age is counted on this program's clock, which need not be the file system's.
     const timespec times[] = {{static_cast<time_t>(now), 0}, {static_cast<time_t>(now), 0}};
-    if (result.isDone()) ::utimensat(AT_FDCWD, temporary.c_str(), times, 0);
+    if (result.isDone()) ::utimensat(AT_FDCWD, temporary.c_str(), times, AT_SYMLINK_NOFOLLOW);
     if (result.isDone() && ::rename(temporary.c_str(), _files.backupPath(cursor.version).c_str()) == 0)
         _files.removeOldBackups(backupsKept);
     return result.isDone() ? std::string() : "no backup: " + result.text;

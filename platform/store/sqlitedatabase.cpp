@@ -131,7 +131,8 @@ bool SqliteDatabase::open(const std::string &path, Mode mode)
     const int flags = mode == ReadOnly    ? SQLITE_OPEN_READONLY
                       : mode == ReadWrite ? SQLITE_OPEN_READWRITE
                                           : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
-    const int code = sqlite3_open_v2(path.c_str(), &_handle, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int code =
+        sqlite3_open_v2(path.c_str(), &_handle, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW, nullptr);
     if (code != SQLITE_OK) {
         note(code);
         close();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/sqliteschema.h"
 
+#include "platform/qmx/core/qmxsafefile.h"
 #include "platform/store/storefiles.h"
 
 #include <cstring>
@@ -40,7 +41,7 @@ private:
 
 bool makeDurable(const std::string &path)
 {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int fd = QmxSafeFile::open(path.c_str(), O_RDONLY);
     if (fd < 0) return false;
     const bool done = ::fsync(fd) == 0;
     ::close(fd);
@@ -122,7 +123,7 @@ StoreResult SqliteSchema::createFile(const std::string &path, const StoreImage &
                                      const std::string &epoch)
 {
     SqliteDatabase file;
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, StoreFiles::fileMode);
+    const int fd = StoreFiles::createNew(path);
     if (fd < 0) {
         const StoreResult::Code code = errno == ENOSPC  ? StoreResult::Full
                                        : errno == EROFS ? StoreResult::ReadOnly

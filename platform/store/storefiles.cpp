@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/storefiles.h"
 
+#include "platform/qmx/core/qmxsafefile.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -57,8 +59,10 @@ void makeFolder(const std::string &path)
 StoreFiles::StoreFiles(const std::string &databasePath)
 {
     std::error_code failed;
-    const fs::path absolute = fs::absolute(databasePath, failed);
-    _database = failed ? databasePath : absolute.lexically_normal().string();
+    const fs::path absolute = fs::absolute(databasePath, failed).lexically_normal();
+    // A link on the way there is somebody's arrangement of the machine; one in the folder itself never is.
+    const fs::path folder = fs::weakly_canonical(absolute.parent_path(), failed);
+    _database = failed ? databasePath : (folder / absolute.filename()).string();
 }
 
 std::string StoreFiles::folder() const
@@ -68,7 +72,9 @@ std::string StoreFiles::folder() const
 
 std::string StoreFiles::socketFolder() const
 {
-    return folder() == stateFolder ? runFolder : folder();
+    std::error_code failed;
+    const bool isState = folder() == stateFolder || folder() == fs::weakly_canonical(stateFolder, failed);
+    return isState ? runFolder : folder();
 }
 
 std::string StoreFiles::socketPrefix() const
@@ -84,22 +90,23 @@ void StoreFiles::makeFolders() const
 
 void StoreFiles::shareWithGroup(const std::string &path)
 {
-    struct stat info
-    {};
-    if (::stat(path.c_str(), &info) != 0 || info.st_uid != ::geteuid()) return;
-    const gid_t group = storeGroup();
     // A failure leaves the file usable by its owner, which is all that can be done without the right.
-    if (group != static_cast<gid_t>(-1) && info.st_gid != group &&
-        ::chown(path.c_str(), static_cast<uid_t>(-1), group) != 0)
-        return;
-    if ((info.st_mode & 07777) != fileMode && ::chmod(path.c_str(), fileMode) != 0) return;
+    QmxSafeFile::share(path.c_str(), storeGroup(), fileMode);
+}
+
+int StoreFiles::createNew(const std::string &path)
+{
+    // What stands there may be a link that somebody has put; a file of our own making has no other name.
+    if (::unlink(path.c_str()) != 0 && errno != ENOENT) return -1;
+    return QmxSafeFile::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, fileMode);
 }
 
 std::optional<StoreFiles::Identity> StoreFiles::identity(const std::string &path)
 {
     struct stat info
     {};
-    if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+    // The name itself: a link is never what it points to.
+    if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
     return Identity{info.st_dev, info.st_ino};
 }
 
@@ -107,7 +114,7 @@ bool StoreFiles::isEmpty() const
 {
     struct stat info
     {};
-    return ::stat(_database.c_str(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size == 0;
+    return ::lstat(_database.c_str(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size == 0;
 }
 
 std::string StoreFiles::backupPath(unsigned long long version) const
@@ -129,7 +136,7 @@ std::vector<StoreFiles::Backup> StoreFiles::backups() const
         if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) continue;
         struct stat info
         {};
-        if (::stat(entry->path().c_str(), &info) != 0) continue;
+        if (::lstat(entry->path().c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
         found.push_back({entry->path().string(), std::strtoull(digits.c_str(), nullptr, 10), info.st_mtime});
     }
     std::sort(found.begin(), found.end(),
@@ -173,7 +180,7 @@ void StoreFiles::restoreBallast() const
     if (identity(path) || ::statvfs(folder().c_str(), &space) != 0) return;
     if (static_cast<unsigned long long>(space.f_bavail) * space.f_frsize < ballastBytes + ballastMargin)
         return;
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, fileMode);
+    const int fd = createNew(path);
     if (fd < 0) return;
     const bool done = ::posix_fallocate(fd, 0, ballastBytes) == 0;
     ::close(fd);

@@ -33,6 +33,8 @@ public:
     void makeFolders() const;
     /// Mode 0660 and group "xp"; without that group or the right to it the file stays with its owner's.
     static void shareWithGroup(const std::string &path);
+    /// A new empty file for writing in place of whatever has the name: a descriptor, or -1 and errno.
+    static int createNew(const std::string &path);
 
     struct Identity
     {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/storelock.h"
 
+#include "platform/qmx/core/qmxsafefile.h"
 #include "platform/store/storefiles.h"
 
 #include <cerrno>
@@ -21,7 +22,7 @@ StoreLock::~StoreLock()
 bool StoreLock::openFile()
 {
     if (_fd >= 0) ::close(_fd);
-    _fd = ::open(_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, StoreFiles::fileMode);
+    _fd = QmxSafeFile::open(_path.c_str(), O_RDWR | O_CREAT, StoreFiles::fileMode, QmxSafeFile::Names::Only);
     _error = _fd < 0 ? errno : 0;
     struct stat opened
     {};

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What happens to a store in one file when the file, its folder or its disk go wrong.
 #include "platform/store/storefiles.h"
+#include "platform/store/storelock.h"
 #include "tests/store/storetesting.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/testfiles.h"
@@ -114,6 +115,34 @@ TEST_F(SqliteStore, brokenFileIsSetAsideAndRestoredFromTheNewestGoodBackup)
     const QStringList aside = files("store.db.broken-*");
     ASSERT_EQ(aside.size(), 1);
     EXPECT_EQ(readAll(dir.file(aside.front())), garbage);
+}
+
+TEST_F(SqliteStore, linksInItsFolderReachNobodyElsesFile)
+{
+    expectLog("sqliterepair", "has been restored");
+    allowLog("sqliterepair");
+    allowLog("storestate");
+    const QString victim = dir.file("victim");
+    writeAll(victim, "secret");
+    ::chmod(victim.toLocal8Bit().constData(), 0600);
+    for (const char *suffix : {".lock", ".care", ".new", ".backup-new", ".ballast", ""})
+        for (const auto &put : {::symlink, ::link}) {
+            const QString name = path() + suffix;
+            writeAll(path(), "damaged");
+            QFile::remove(name);
+            ASSERT_EQ(put(victim.toLocal8Bit().constData(), name.toLocal8Bit().constData()), 0);
+            const auto config = openStore(uri);
+            textOf(*config, eParam_ReelNumber);
+            config->setUInt(eParam_LoopPlayback, 1);
+            StoreLock(name.toStdString()).acquire(0, nullptr);
+            StoreFiles::shareWithGroup(name.toStdString());
+            if (const int fd = StoreFiles::createNew(path().toStdString() + suffix); fd >= 0) ::close(fd);
+            struct stat info = {};
+            ::stat(victim.toLocal8Bit().constData(), &info);
+            EXPECT_EQ(info.st_mode & 07777, 0600U) << suffix;
+            EXPECT_EQ(readAll(victim), "secret") << suffix;
+            QFile::remove(name);
+        }
 }
 
 TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)

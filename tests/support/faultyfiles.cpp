@@ -195,13 +195,21 @@ bool FaultyFiles::fails(Call call, int fd)
     return error != 0;
 }
 
-int FaultyFiles::open(const QString &path, int flags, mode_t mode)
+int FaultyFiles::noteOpened(int fd, const QString &path)
 {
-    if (fails(Open, path)) return -1;
-    const int fd = _under->open(path, flags, mode);
     std::lock_guard lock(_state->mutex);
     if (fd >= 0) _state->paths[fd] = path;
     return fd;
+}
+
+int FaultyFiles::open(const QString &path, int flags, mode_t mode)
+{
+    return fails(Open, path) ? -1 : noteOpened(_under->open(path, flags, mode), path);
+}
+
+int FaultyFiles::openAny(const QString &path, int flags, mode_t mode)
+{
+    return fails(Open, path) ? -1 : noteOpened(_under->openAny(path, flags, mode), path);
 }
 
 int FaultyFiles::close(int fd)

@@ -71,6 +71,7 @@ public:
     qint64 bytesWritten() const;
 
     int open(const QString &path, int flags, mode_t mode = 0) override;
+    int openAny(const QString &path, int flags, mode_t mode = 0) override;
     int close(int fd) override;
     ssize_t pread(int fd, void *data, size_t size, off64_t offset) override;
     ssize_t pwrite(int fd, const void *data, size_t size, off64_t offset) override;
@@ -95,6 +96,7 @@ private:
     void addRule(Call call, int n, int error, bool always, bool half, qint64 stall);
     Fate enter(Call call, const QString &path, int vanishedError);
     QString pathOf(int fd) const;
+    int noteOpened(int fd, const QString &path);
     bool fails(Call call, const QString &path);
     bool fails(Call call, int fd);
     std::shared_ptr<QmxFiles> _under;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxfiles.h"
 
+#include "platform/qmx/core/qmxsafefile.h"
+
 #include <QFile>
 
 #include <cstdio>
@@ -11,6 +13,11 @@
 QmxFiles::~QmxFiles() = default;
 
 int QmxFiles::open(const QString &path, int flags, mode_t mode)
+{
+    return QmxSafeFile::open(QFile::encodeName(path).constData(), flags, mode);
+}
+
+int QmxFiles::openAny(const QString &path, int flags, mode_t mode)
 {
     return ::open64(QFile::encodeName(path).constData(), flags | O_CLOEXEC, mode);
 }

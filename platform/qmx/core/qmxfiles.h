@@ -15,7 +15,10 @@ class QmxFiles
 public:
     virtual ~QmxFiles();
 
+    /// A regular file, or a folder with O_DIRECTORY, never by a link (see QmxSafeFile::open()).
     virtual int open(const QString &path, int flags, mode_t mode = 0);
+    /// Whatever the name stands for: for places that the operator of the machine has chosen.
+    virtual int openAny(const QString &path, int flags, mode_t mode = 0);
     virtual int close(int fd);
     virtual ssize_t pread(int fd, void *data, size_t size, off64_t offset);
     virtual ssize_t pwrite(int fd, const void *data, size_t size, off64_t offset);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxlockfile.h"
 
+#include "platform/qmx/core/qmxsafefile.h"
+
 #include <QFile>
 
 #include <fcntl.h>
@@ -33,7 +35,8 @@ QmxLockFile::~QmxLockFile()
 bool QmxLockFile::lock()
 {
     if (_fd >= 0) return true;
-    const int fd = ::open(QFile::encodeName(_path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    const int fd = QmxSafeFile::open(QFile::encodeName(_path).constData(), O_RDWR | O_CREAT, 0644,
+                                     QmxSafeFile::Names::Only);
     if (fd < 0) return false;
     struct flock request = wholeFile();
     if (fcntl(fd, F_OFD_SETLK, &request) != 0) {
@@ -51,7 +54,7 @@ bool QmxLockFile::lock()
 int QmxLockFile::whoHasLock() const
 {
     if (_fd >= 0) return int(getpid());
-    const int fd = ::open(QFile::encodeName(_path).constData(), O_RDONLY | O_CLOEXEC);
+    const int fd = QmxSafeFile::open(QFile::encodeName(_path).constData(), O_RDONLY);
     if (fd < 0) return 0;
     int holder = 0;
     struct flock query = wholeFile();

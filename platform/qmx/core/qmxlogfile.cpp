@@ -24,7 +24,7 @@ QmxLogFile::~QmxLogFile()
 bool QmxLogFile::open()
 {
     // Not blocking: a pipe without a reader is an error, not a halt.
-    _fd = _environment.files->open(_path, O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_NONBLOCK, 0644);
+    _fd = _environment.files->openAny(_path, O_WRONLY | O_CREAT | O_APPEND | O_NOCTTY | O_NONBLOCK, 0644);
     if (_fd < 0) return false;
     struct stat64 status = {};
     if (_environment.files->fstat(_fd, &status) != 0) return false;

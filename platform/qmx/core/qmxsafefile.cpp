@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxsafefile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+int closeWith(int fd, int error)
+{
+    ::close(fd);
+    errno = error;
+    return -1;
+}
+
+} // namespace
+
+int QmxSafeFile::open(const char *path, int flags, mode_t mode, Names names)
+{
+    // Without O_NONBLOCK a pipe would wait for its other end, here, before anybody could ask what it is.
+    const int fd = ::open64(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
+    if (fd < 0) {
+        if (errno == ENXIO) errno = ENOTSUP; // a pipe or a socket without its other end
+        return -1;
+    }
+    struct stat64 status = {};
+    if (::fstat64(fd, &status) != 0) return closeWith(fd, errno);
+    const bool isFolder = (flags & O_DIRECTORY) != 0;
+    if (!isFolder && !S_ISREG(status.st_mode)) return closeWith(fd, ENOTSUP);
+    if (!isFolder && names == Names::Only && status.st_nlink > 1) return closeWith(fd, EMLINK);
+    if (::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0) return closeWith(fd, errno);
+    return fd;
+}
+
+int QmxSafeFile::share(const char *path, gid_t group, mode_t mode)
+{
+    // An O_PATH descriptor: closing it takes away no lock that this process holds on the file.
+    const int fd = ::open64(path, O_PATH | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) return -1;
+    struct stat64 status = {};
+    if (::fstat64(fd, &status) != 0) return closeWith(fd, errno);
+    const bool known = S_ISREG(status.st_mode) || S_ISSOCK(status.st_mode);
+    if (!known || status.st_nlink != 1 || status.st_uid != ::geteuid()) {
+        ::close(fd);
+        return 0;
+    }
+    if (group != gid_t(-1) && status.st_gid != group &&
+        ::fchownat(fd, "", uid_t(-1), group, AT_EMPTY_PATH) != 0)
+        return closeWith(fd, errno);
+    constexpr mode_t rights = 07777;
+    if ((status.st_mode & rights) != mode) {
+        char self[32];
+        std::snprintf(self, sizeof self, "/proc/self/fd/%d", fd); // the file itself, whatever its name is now
+        if (::chmod(self, mode) != 0) return closeWith(fd, errno);
+    }
+    ::close(fd);
+    return 0;
+}

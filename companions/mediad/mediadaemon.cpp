@@ -39,20 +39,6 @@ constexpr std::size_t mostUnread = std::size_t(16) * MediaJobs::bound;
 constexpr unsigned commandRecord = 3;
 constexpr unsigned commandStop = 4;
 
-unsigned number(Config &config, eParam_t id)
-{
-    unsigned value = 0;
-    config.getUInt(id, value);
-    return value;
-}
-
-std::string text(Config &config, eParam_t id)
-{
-    std::string value;
-    config.getString(id, value);
-    return value;
-}
-
 } // namespace
 
 struct MediaDaemon::Place
@@ -88,7 +74,7 @@ MediaDaemon::MediaDaemon(std::unique_ptr<Config> config, QObject *parent)
                  const auto place = _places.find(medium);
                  return place != _places.end() && workOf(*place->second).post(std::move(job));
              }),
-      _config(std::move(config))
+      _store(std::move(config))
 {
     if (_mountTable.open(QIODevice::ReadOnly)) {
         // The kernel reports a changed mount table as an exceptional condition.
@@ -98,7 +84,7 @@ MediaDaemon::MediaDaemon(std::unique_ptr<Config> config, QObject *parent)
         qmxLogOutput(1, module, __LINE__, "Cannot read %s: %s; no media are found\n", mountTable,
                      _mountTable.errorString().toLocal8Bit().constData());
     }
-    _config->addListener(this);
+    _store.config().addListener(this);
     step();
     startTimer(lookInterval);
 }
@@ -179,19 +165,22 @@ void MediaDaemon::step()
 {
     const std::vector<Medium> now = media();
     // While the store refuses, the machine waits: its next decision would stand on writes that are not there.
-    if (!writeQueued()) return;
+    _store.beginStep();
+    if (!_store.writeQueued()) return;
     // The parameters after the media, since that took time; events before them, so that what an event tells
     // is in the parameters.
     const MediaEvents happened = events();
     const MediaParameters is = parameters();
     const MediaOrders orders = _machine.step(_environment.clock->now(), now, is, happened);
-    _queued.assign(orders.writes.begin(), orders.writes.end());
-    writeQueued();
+    for (const MediaWrite &write : orders.writes)
+        log(write);
+    _store.queue(orders.writes);
+    _store.writeQueued();
     for (const std::string &path : orders.repairs)
         repair(path);
     takeOrders(now, is);
     report(now, is);
-    _clips.follow(now, is.active, text(*_config, eParam_PlayList));
+    _clips.follow(now, is.active, _store.text(eParam_PlayList));
     picture(is);
     _first = false;
 }
@@ -228,18 +217,18 @@ std::vector<Medium> MediaDaemon::media()
     return found;
 }
 
-MediaParameters MediaDaemon::parameters() const
+MediaParameters MediaDaemon::parameters()
 {
     MediaParameters is;
-    is.status = number(*_config, eParam_TransportStatus);
-    is.storage = number(*_config, eParam_StorageState);
-    is.running = number(*_config, eParam_TransportRunning) != 0;
-    is.rolloverEnabled = number(*_config, eParam_RolloverEnabled) != 0;
-    is.active = text(*_config, eParam_ActiveMediaPath);
-    is.rollover = text(*_config, eParam_RolloverMediaPath);
-    is.label = text(*_config, eParam_MediaLabel);
-    is.currentClip = text(*_config, eParam_CurrentClip);
-    is.playbackSource = number(*_config, eParam_PlaybackSource);
+    is.status = _store.number(eParam_TransportStatus);
+    is.storage = _store.number(eParam_StorageState);
+    is.running = _store.number(eParam_TransportRunning) != 0;
+    is.rolloverEnabled = _store.number(eParam_RolloverEnabled) != 0;
+    is.active = _store.text(eParam_ActiveMediaPath);
+    is.rollover = _store.text(eParam_RolloverMediaPath);
+    is.label = _store.text(eParam_MediaLabel);
+    is.currentClip = _store.text(eParam_CurrentClip);
+    is.playbackSource = _store.number(eParam_PlaybackSource);
     // Last: a recorder that begins in between has its lock before it says anything else.
     is.daemonRuns = _recorderLock.whoHasLock() != 0;
     return is;
@@ -251,36 +240,15 @@ MediaEvents MediaDaemon::events()
             _activeSet.exchange(false)};
 }
 
-bool MediaDaemon::writeQueued()
-{
-    while (!_queued.empty()) {
-        if (!write(_queued.front())) {
-            qmxLogOutput(1, module, __LINE__, "%s; trying again\n", _config->lastError().c_str());
-            return false;
-        }
-        _queued.pop_front();
-    }
-    return true;
-}
-
-bool MediaDaemon::write(const MediaWrite &order)
+void MediaDaemon::log(const MediaWrite &order)
 {
     const std::string name = GetDescriptor(order.id)->name();
-    switch (order.kind) {
-    case MediaWrite::Number:
+    if (order.kind == MediaWrite::Number)
         qmxLogOutput(3, module, __LINE__, "%s = %u\n", name.c_str(), order.number);
-        return _config->setUInt(order.id, order.number);
-    case MediaWrite::Text:
+    else if (order.kind == MediaWrite::Text)
         qmxLogOutput(3, module, __LINE__, "%s = '%s'\n", name.c_str(), order.text.c_str());
-        return _config->setString(order.id, order.text);
-    case MediaWrite::RaiseAlarm:
+    else if (order.kind == MediaWrite::RaiseAlarm)
         qmxLogOutput(2, module, __LINE__, "%s\n", order.text.c_str());
-        return AlarmProducer::raise(_config.get(), order.id,
-                                    kel::alarms::Alarm_Severity(AlarmSeverity::Error), order.text);
-    case MediaWrite::ClearAlarm:
-        return AlarmProducer::clear(_config.get(), order.id);
-    }
-    return true;
 }
 
 void MediaDaemon::repair(const std::string &path)
@@ -349,7 +317,7 @@ void MediaDaemon::tellRepairs()
         text += (i ? "; " : "") + _repairs[i];
     if (_repairs.size() > mostRepairsTold)
         text += "; and " + std::to_string(_repairs.size() - mostRepairsTold) + " more, see the log";
-    _repairsTold = AlarmProducer::raise(_config.get(), eParam_AlarmClipsRepaired,
+    _repairsTold = AlarmProducer::raise(&_store.config(), eParam_AlarmClipsRepaired,
                                         kel::alarms::Alarm_Severity(AlarmSeverity::Information), text);
 }
 
@@ -377,15 +345,15 @@ void MediaDaemon::orderTold(const MediaOrder &order, const MediaOrderState &stat
 {
     if (state.state != "running")
         qmxLogOutput(state.state == "done" ? 3 : 2, module, __LINE__, "%s\n", state.text.c_str());
-    if (state.state == "done" && order.verb == "delete" && text(*_config, eParam_CurrentClip) == order.clip &&
-        text(*_config, eParam_ActiveMediaPath) == order.from)
-        _config->setString(eParam_CurrentClip, MediaValues::noClip);
+    if (state.state == "done" && order.verb == "delete" && _store.text(eParam_CurrentClip) == order.clip &&
+        _store.text(eParam_ActiveMediaPath) == order.from)
+        _store.write({eParam_CurrentClip, MediaWrite::Text, 0, MediaValues::noClip});
     // How far a copy is may be lost while the store refuses, how an order ended may not.
     if (state.state == "running")
-        _config->setString(eParam_MediaOrderState, state.print());
+        _store.write({eParam_MediaOrderState, MediaWrite::Text, 0, state.print()});
     else
-        _queued.push_back({eParam_MediaOrderState, MediaWrite::Text, 0, state.print()});
-    writeQueued();
+        _store.answer(state.print());
+    _store.writeQueued();
     if (state.state == "done") wake(); // the clips have changed
 }
 
@@ -394,7 +362,7 @@ void MediaDaemon::report(const std::vector<Medium> &media, const MediaParameters
 {
     const bool recording = is.daemonRuns && is.status == MediaValues::Recording;
     if (recording && !_repairs.empty()) {
-        if (AlarmProducer::clear(_config.get(), eParam_AlarmClipsRepaired)) _repairs.clear();
+        if (AlarmProducer::clear(&_store.config(), eParam_AlarmClipsRepaired)) _repairs.clear();
         _repairsTold = true;
     } else if (!_repairsTold) {
         tellRepairs();
@@ -413,6 +381,6 @@ void MediaDaemon::report(const std::vector<Medium> &media, const MediaParameters
     const RecordTime::Report report = _recordTime.report(media, is);
     const std::string text = MediumReport::print(report.media);
     if (text == _reported) return;
-    if (_config->setString(eParam_MediaReport, text)) _reported = text;
-    _config->setUInt(eParam_RecordTimeLeft, unsigned(report.secondsLeft));
+    if (_store.write({eParam_MediaReport, MediaWrite::Text, 0, text})) _reported = text;
+    _store.write({eParam_RecordTimeLeft, MediaWrite::Number, unsigned(report.secondsLeft), {}});
 }

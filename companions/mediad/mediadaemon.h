@@ -4,6 +4,7 @@
 #include "companions/mediad/clipshare.h"
 #include "companions/mediad/mediajobs.h"
 #include "companions/mediad/mediamachine.h"
+#include "companions/mediad/mediastore.h"
 #include "companions/mediad/mediumlook.h"
 #include "companions/mediad/recordtime.h"
 #include "platform/qmx/core/qmxenvironment.h"
@@ -52,10 +53,9 @@ private:
     void step();
     std::vector<Mount> mounts();
     std::vector<Medium> media();
-    MediaParameters parameters() const;
+    MediaParameters parameters();
     MediaEvents events();
-    bool writeQueued();
-    bool write(const MediaWrite &order);
+    static void log(const MediaWrite &order);
     void repair(const std::string &path);
     QmxTaskThread &workOf(Place &place);
     QmxTaskThread &picturesOf(Place &place);
@@ -71,8 +71,6 @@ private:
     MediaMachine _machine;
     QFile _mountTable;
     std::map<std::string, std::unique_ptr<Place>> _places; ///< by path
-    std::deque<MediaWrite>
-        _queued; ///< refused by the store so far; nothing is decided until they are through
     RecordTime _recordTime;
     MediaJobs _jobs;
     ClipShare _clips;
@@ -92,5 +90,5 @@ private:
     std::atomic<bool> _activeSet = false;
     std::mutex _ordersMutex;
     std::deque<std::string> _orders; ///< as they came
-    std::unique_ptr<Config> _config; ///< last: it goes first, and with it the listener's calls
+    MediaStore _store;               ///< last: it goes first, and with it the listener's calls
 };

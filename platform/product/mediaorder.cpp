@@ -2,6 +2,7 @@
 #include "platform/product/mediaorder.h"
 
 #include "platform/product/clipscan.h"
+#include "platform/qmx/core/qmxprintable.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -9,6 +10,7 @@
 
 namespace {
 
+constexpr qsizetype longestText = 1000;
 const char *const verbs[] = {"copy", "delete", "protect", "unprotect"};
 
 QJsonDocument document(const std::string &text)
@@ -64,6 +66,14 @@ std::optional<MediaOrder> MediaOrder::parse(const std::string &text, std::string
     const QJsonObject object = json.object();
     MediaOrder order{word(object, "id"), word(object, "verb"), word(object, "clip"), word(object, "from"),
                      word(object, "to")};
+    // Whoever sent it finds the answer by this; what he could not read there he gets no answer to.
+    if (const QString given = shown(order.id);
+        given.size() > MediaOrder::longestId || qmxPrintable(given) != given) {
+        id.clear();
+        problem = "the order's id has more than " + std::to_string(MediaOrder::longestId) +
+                  " characters, or some that cannot be printed";
+        return std::nullopt;
+    }
     id = order.id;
     problem = whyNonsense(order);
     if (!problem.empty()) return std::nullopt;
@@ -72,8 +82,10 @@ std::optional<MediaOrder> MediaOrder::parse(const std::string &text, std::string
 
 std::string MediaOrderState::print() const
 {
-    return compact(QJsonDocument(QJsonObject{
-        {"id", shown(id)}, {"state", shown(state)}, {"percent", percent}, {"text", shown(text)}}));
+    return compact(QJsonDocument(QJsonObject{{"id", shown(id)},
+                                             {"state", shown(state)},
+                                             {"percent", percent},
+                                             {"text", qmxPrintable(shown(text), longestText)}}));
 }
 
 std::optional<MediaOrderState> MediaOrderState::parse(const std::string &text)
@@ -90,7 +102,7 @@ std::string MediumReport::print(const std::vector<MediumReport> &media)
     QJsonArray array;
     for (const MediumReport &medium : media)
         array.append(QJsonObject{{"path", shown(medium.path)},
-                                 {"label", shown(medium.label)},
+                                 {"label", qmxPrintable(shown(medium.label))},
                                  {"state", shown(medium.state)},
                                  {"percent_free", medium.percentFree},
                                  {"bytes_free", double(medium.bytesFree)},

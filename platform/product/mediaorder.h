@@ -15,6 +15,8 @@ struct MediaOrder
     std::string from; ///< folder of the medium
     std::string to;   ///< folder of the other medium, for a copy
 
+    static constexpr int longestId = 64; ///< printable characters
+
     std::string print() const;
     /// Nothing when the text makes no sense; `problem` then says why, and the id is in `id` if there is one.
     static std::optional<MediaOrder> parse(const std::string &text, std::string &id, std::string &problem);
@@ -28,6 +30,8 @@ struct MediaOrderState
     int percent = 0;
     std::string text; ///< a sentence for the operator
 
+    /// `text` is cut and made printable: the parameter takes no control characters and no more than it has
+    /// room for.
     std::string print() const;
     static std::optional<MediaOrderState> parse(const std::string &text);
 };

@@ -13,7 +13,8 @@
 namespace {
 
 constexpr const char *module = "storeclient";
-constexpr int longestShown = 100;           // of an address that makes no sense
+constexpr int longestShown = 100; // of an address that makes no sense
+constexpr std::chrono::milliseconds silence{900};
 constexpr int firstReadMilliseconds = 2000; // how long the start waits for the store
 /// How long the end of a client waits in all: for the last writes to be committed and its threads to end.
 constexpr std::chrono::milliseconds endWait{2000};
@@ -188,8 +189,11 @@ bool StoreClient::readDirectly(const ParamDescriptor &descriptor, StoreValue &va
 {
     const std::lock_guard lock(_mutex);
     std::optional<StoredValue> stored;
+    const auto since = std::chrono::steady_clock::now();
     StoreResult result = _direct->read(descriptor.id(), stored);
-    if (result.code == StoreResult::Damaged || result.code == StoreResult::Unreachable) {
+    // A server that keeps silent is not asked three times over.
+    const bool answered = std::chrono::steady_clock::now() - since < silence;
+    if (answered && (result.code == StoreResult::Damaged || result.code == StoreResult::Unreachable)) {
         // Looking after it may help: it is restored when it is broken and made when it is missing.
         result = _direct->prepare(false);
         if (result.isDone()) result = _direct->read(descriptor.id(), stored);

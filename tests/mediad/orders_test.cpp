@@ -7,6 +7,8 @@
 #include "companions/mediad/orderrules.h"
 #include "companions/mediad/recordtime.h"
 #include "platform/product/mediaorder.h"
+#include "platform/store/eparammedia.h"
+#include "platform/store/paramdescriptor.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/print.h"
 #include "tests/support/stepper.h"
@@ -197,6 +199,17 @@ TEST(MediaOrders, nonsenseIsRefusedWithASentence)
         problem.clear();
         EXPECT_FALSE(MediaOrder::parse(text, id, problem)) << text;
         EXPECT_FALSE(problem.empty()) << text;
+    }
+
+    // The answer to whatever comes fits into its parameter.
+    CreateDescriptors();
+    const std::string much(16'000, 'x');
+    for (const std::string &text : {std::string(R"({"id":"\u007f","verb":"x"})"), R"({"id":")" + much + "\"}",
+                                    R"({"id":"8","verb":"\u007f\u0085)" + much + "\"}"}) {
+        EXPECT_FALSE(MediaOrder::parse(text, id, problem));
+        const std::string answer = MediaOrderState{id, "refused", 0, problem}.print();
+        EXPECT_TRUE(GetDescriptor(eParam_MediaOrderState)->check(StoreValue::fromString(answer), problem))
+            << problem;
     }
 
     std::vector<Medium> media{medium("/media/A", 50), medium("/media/B", 50)};

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/product/daemonizer.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxheartbeat.h"
+#include "platform/qmx/core/qmxlog.h"
+
 #include <QCoreApplication>
 #include <QMetaObject>
 #include <QTimer>
@@ -12,7 +16,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <thread>
 
 #include <csignal>
 #include <fcntl.h>
@@ -71,8 +74,20 @@ void leaveTerminal()
     ::close(null);
 }
 
-/// Tells the service manager, if it wants to know, that the event loop turns: twice in the time after which
-/// it would end us.
+void feedOnce()
+{
+    const QString silent = QmxHeartbeat::silent();
+    // Never waited for: a service manager that does not listen must not hold up the loop.
+    if (silent.isEmpty())
+        notify("WATCHDOG=1\n", MSG_DONTWAIT);
+    else
+        qmxLogOutput(1, "daemonizer", __LINE__,
+                     "%s stands still; the service manager is not told that all is well\n",
+                     qPrintable(silent));
+}
+
+/// Tells the service manager, if it wants to know, that the event loop turns and that what has to move moves:
+/// twice in the time after which it would end us.
 void feedWatchdog()
 {
     bool isWanted = false;
@@ -80,8 +95,7 @@ void feedWatchdog()
     const int pid = qEnvironmentVariableIntValue("WATCHDOG_PID"); // none: for whoever has been told
     if (!isWanted || microseconds <= 0 || (pid != 0 && pid != ::getpid())) return;
     auto *timer = new QTimer(QCoreApplication::instance());
-    // Never waited for: a service manager that does not listen must not hold up the loop.
-    QObject::connect(timer, &QTimer::timeout, timer, [] { notify("WATCHDOG=1\n", MSG_DONTWAIT); });
+    QObject::connect(timer, &QTimer::timeout, timer, feedOnce);
     constexpr qint64 halfInMilliseconds = 2 * 1000;
     timer->start(int(qMin<qint64>(qMax<qint64>(1, microseconds / halfInMilliseconds), 3'600'000)));
 }
@@ -140,9 +154,12 @@ void startRelay()
         sigaddset(&relayed, signal);
     // Threads that come later inherit the mask, so that the relay alone gets them.
     pthread_sigmask(SIG_BLOCK, &relayed, nullptr);
-    std::thread thread(relay, relayed);
-    pthread_setname_np(thread.native_handle(), "daemon-relay");
-    thread.detach(); // for the life of the process
+    const QmxError error = QmxEnvironment::current().threads->startDetached(
+        QStringLiteral("daemon-relay"), [relayed] { relay(relayed); }); // for the life of the process
+    if (!error.isError()) return;
+    std::fprintf(stderr, "%s: signals end it at once: %s\n", state->name.c_str(),
+                 qPrintable(error.toString()));
+    pthread_sigmask(SIG_UNBLOCK, &relayed, nullptr);
 }
 
 /// In the parent: stays until the child serves or has ended.

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/storecare.h"
 
-#include <chrono>
-#include <thread>
+#include "platform/qmx/core/qmxlog.h"
 
-#include <pthread.h>
+#include <chrono>
 
 namespace {
 constexpr std::chrono::milliseconds interval{1000};
@@ -15,9 +14,13 @@ StoreCare::StoreCare(std::unique_ptr<StoreBackend> backend) : _backend(std::move
 void StoreCare::start()
 {
     _ended = false;
-    std::thread thread([self = shared_from_this()] { self->run(); });
-    pthread_setname_np(thread.native_handle(), "store-care");
-    thread.detach(); // stop() waits for its end, with a limit
+    // stop() waits for its end, with a limit.
+    const QmxError error = QmxEnvironment::current().threads->startDetached(
+        QStringLiteral("store-care"), [self = shared_from_this()] { self->run(); });
+    if (!error.isError()) return;
+    const std::lock_guard lock(_mutex);
+    _ended = true;
+    qmxLogOutput(1, "storecare", __LINE__, "%s\n", qPrintable(error.toString()));
 }
 
 void StoreCare::askToStop()

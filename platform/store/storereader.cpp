@@ -8,10 +8,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <thread>
 
 #include <poll.h>
-#include <pthread.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -47,9 +45,13 @@ StoreReader::~StoreReader()
 void StoreReader::start()
 {
     _ended = false;
-    std::thread thread([self = shared_from_this()] { self->run(); });
-    pthread_setname_np(thread.native_handle(), "store-events");
-    thread.detach(); // stop() waits for its end, with a limit
+    // stop() waits for its end, with a limit.
+    const QmxError error = QmxEnvironment::current().threads->startDetached(
+        QStringLiteral("store-events"), [self = shared_from_this()] { self->run(); });
+    if (!error.isError()) return;
+    const std::lock_guard lock(_mutex);
+    _ended = true;
+    qmxLogOutput(1, "storereader", __LINE__, "%s\n", qPrintable(error.toString()));
 }
 
 bool StoreReader::waitUntilLoaded(int milliseconds)

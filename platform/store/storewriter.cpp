@@ -4,9 +4,6 @@
 #include "platform/qmx/core/qmxlog.h"
 
 #include <chrono>
-#include <thread>
-
-#include <pthread.h>
 
 namespace {
 
@@ -31,9 +28,13 @@ StoreWriter::StoreWriter(std::unique_ptr<StoreBackend> backend, const StoreConte
 void StoreWriter::start()
 {
     _ended = false;
-    std::thread thread([self = shared_from_this()] { self->run(); });
-    pthread_setname_np(thread.native_handle(), "store-write");
-    thread.detach(); // stop() waits for its end, with a limit
+    // stop() waits for its end, with a limit.
+    const QmxError error = QmxEnvironment::current().threads->startDetached(
+        QStringLiteral("store-write"), [self = shared_from_this()] { self->run(); });
+    if (!error.isError()) return;
+    const std::lock_guard lock(_mutex);
+    _ended = true;
+    qmxLogOutput(1, "storewriter", __LINE__, "%s\n", qPrintable(error.toString()));
 }
 
 bool StoreWriter::queue(const StoreWrite &write)

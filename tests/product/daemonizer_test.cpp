@@ -94,6 +94,14 @@ TEST_F(Service, underAServiceManagerItStaysAndTellsWhenItIsReady)
     process.kill();
     ASSERT_TRUE(process.waitForFinished(20000));
 
+    start("standstill", path); // nor is it fed when a part has stopped that must move
+    EXPECT_EQ(receive(), "READY=1\nSTATUS=all is well\n");
+    ASSERT_TRUE(hears("The video clock stands still"));
+    EXPECT_EQ(receive(), "WATCHDOG=1\n"); // of the time before it stopped
+    EXPECT_LT(::recv(fd, nullptr, 0, 0), 0);
+    process.kill();
+    ASSERT_TRUE(process.waitForFinished(20000));
+
     start("early", path); // a signal before the loop is kept for it
     EXPECT_EQ(receive(), "READY=1\nSTATUS=all is well\n");
     EXPECT_TRUE(told().contains("loop begins"));

@@ -8,7 +8,8 @@ namespace {
 struct Holder
 {
     std::mutex mutex;
-    QmxEnvironment environment{std::make_shared<QmxRealClock>(), std::make_shared<QmxFiles>(), 0};
+    QmxEnvironment environment{std::make_shared<QmxRealClock>(), std::make_shared<QmxFiles>(), 0,
+                               std::make_shared<QmxThreads>()};
 };
 
 Holder &holder()

@@ -3,10 +3,11 @@
 
 #include "platform/qmx/core/qmxclock.h"
 #include "platform/qmx/core/qmxfiles.h"
+#include "platform/qmx/core/qmxthreads.h"
 
 #include <memory>
 
-/// What the program would otherwise take from the machine behind its back: time, files, chance.
+/// What the program would otherwise take from the machine behind its back: time, files, chance, threads.
 ///
 /// Objects take a copy of current() when they are constructed and use that for their whole life. The
 /// program sets the environment once before the first object exists; a test sets its own. Any thread may
@@ -16,6 +17,7 @@ struct QmxEnvironment
     std::shared_ptr<QmxClock> clock;
     std::shared_ptr<QmxFiles> files;
     quint32 seed = 0; ///< start value for whoever needs chance
+    std::shared_ptr<QmxThreads> threads;
 
     static QmxEnvironment current();
     static void setCurrent(const QmxEnvironment &environment);

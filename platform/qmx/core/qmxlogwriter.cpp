@@ -5,13 +5,12 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlogfile.h"
 #include "platform/qmx/core/qmxlogfold.h"
-#include "platform/qmx/core/qmxthreadname.h"
 
 #include <condition_variable>
+#include <cstdio>
 #include <ctime>
 #include <functional>
 #include <mutex>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -85,7 +84,11 @@ QmxLogTap::~QmxLogTap() = default;
 
 QmxLogWriter::QmxLogWriter() : _state(std::make_shared<State>())
 {
-    std::thread([state = _state] { state->loop(); }).detach();
+    // Without one nothing is written, and what does not fit into the queue is counted: there is no place to
+    // tell it.
+    const QmxError error = QmxEnvironment::current().threads->startDetached(
+        QStringLiteral("qmx-log"), [state = _state] { state->loop(); });
+    if (error.isError()) std::fprintf(stderr, "%s\n", qPrintable(error.toString()));
 }
 
 QmxLogWriter::~QmxLogWriter() = default;
@@ -107,7 +110,6 @@ void QmxLogWriter::State::push(Item item)
 
 void QmxLogWriter::State::loop()
 {
-    qmxNameThread(QStringLiteral("qmx-log"));
     std::unique_lock lock(mutex);
     for (;;) {
         // The pause is the system's own: only folded counts wait for it, and a log that slept on the clock of

@@ -4,13 +4,11 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxoperations.h"
-#include "platform/qmx/core/qmxthreadname.h"
 
 #include <QCoreApplication>
 #include <QList>
 #include <QTimer>
 
-#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -32,19 +30,20 @@ QList<std::function<void()>> &steps()
 void flushClips(const std::shared_ptr<QmxClock> &clock)
 {
     const auto finished = std::make_shared<QmxInterrupt>();
-    std::thread([clock, finished, handover = clock->busy()]() mutable {
+    const auto flush = [clock, finished, handover = clock->busy()]() mutable {
         const std::shared_ptr<void> sleeper = clock->addSleeper();
         handover.reset();
-        qmxNameThread(QStringLiteral("qmx-last-flush"));
         QmxOperations::instance()->runEmergencyFlushes();
         finished->interrupt();
-    }).detach();
+    };
+    const auto threads = QmxEnvironment::current().threads;
+    if (threads->startDetached(QStringLiteral("qmx-last-flush"), std::move(flush)).isError())
+        QmxOperations::instance()->runEmergencyFlushes(); // and if that hangs, somebody has to kill us
     clock->sleepUntil(clock->now() + flushTime, finished.get());
 }
 
 void watch(const std::shared_ptr<QmxClock> &clock, std::shared_ptr<void> started)
 {
-    qmxNameThread(QStringLiteral("qmx-watchdog"));
     const std::shared_ptr<void> sleeper = clock->addSleeper();
     started.reset();
     for (;;) {
@@ -78,7 +77,12 @@ void aboutToQuit()
     };
     while (!complete())
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    std::thread([clock, started = clock->busy()]() mutable { watch(clock, std::move(started)); }).detach();
+    const QmxError error = QmxEnvironment::current().threads->startDetached(
+        QStringLiteral("qmx-watchdog"),
+        [clock, started = clock->busy()]() mutable { watch(clock, std::move(started)); });
+    if (error.isError())
+        qmxLogOutput(1, "qmxprogramend", __LINE__, "Nobody watches the end of the program: %s\n",
+                     qPrintable(error.toString()));
 }
 
 } // namespace

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxtaskthread.h"
 
-#include "platform/qmx/core/qmxthreadname.h"
+#include "platform/qmx/core/qmxlog.h"
 
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 struct QmxTaskThread::State
 {
@@ -15,19 +16,22 @@ struct QmxTaskThread::State
     std::deque<std::function<void()>> tasks;
     std::shared_ptr<QmxClock> clock;
     std::shared_ptr<void> handover; // busy token from the first post to an idle thread until it takes over
+    std::shared_ptr<QmxThreads> threads;
+    QString name;
     std::thread thread;
+    bool started = false;
+    bool told = false; // that there was none
     int bound = defaultBound;
     bool running = false; // a task is
     bool stopping = false;
     bool abandoned = false;
     bool finished = false;
 
-    static void loop(const std::shared_ptr<State> &state, const QString &name);
+    static void loop(const std::shared_ptr<State> &state);
 };
 
-void QmxTaskThread::State::loop(const std::shared_ptr<State> &state, const QString &name)
+void QmxTaskThread::State::loop(const std::shared_ptr<State> &state)
 {
-    qmxNameThread(name);
     std::unique_lock lock(state->mutex);
     for (;;) {
         state->wake.wait(lock, [&state] { return state->stopping || !state->tasks.empty(); });
@@ -56,7 +60,28 @@ QmxTaskThread::QmxTaskThread(const QString &name, int bound, const QmxEnvironmen
 {
     _state->clock = environment.clock;
     _state->bound = bound;
-    _state->thread = std::thread([state = _state, name] { State::loop(state, name); });
+    _state->name = name;
+    _state->threads = environment.threads;
+    std::lock_guard lock(_state->mutex);
+    start();
+}
+
+/// With the mutex held.
+bool QmxTaskThread::start()
+{
+    if (_state->started || _state->stopping) return _state->started;
+    const QmxError error = _state->threads->start(
+        _state->name, [state = _state] { State::loop(state); }, _state->thread);
+    _state->started = !error.isError();
+    if (!_state->started && !std::exchange(_state->told, true))
+        qmxLogOutput(1, "qmxtaskthread", __LINE__, "%s\n", qPrintable(error.toString()));
+    return _state->started;
+}
+
+bool QmxTaskThread::isStarted() const
+{
+    std::lock_guard lock(_state->mutex);
+    return _state->started;
 }
 
 QmxTaskThread::~QmxTaskThread()
@@ -67,7 +92,7 @@ QmxTaskThread::~QmxTaskThread()
 bool QmxTaskThread::post(std::function<void()> task)
 {
     std::lock_guard lock(_state->mutex);
-    if (_state->stopping || int(_state->tasks.size()) >= _state->bound) return false;
+    if (_state->stopping || int(_state->tasks.size()) >= _state->bound || !start()) return false;
     if (!_state->running && !_state->handover) _state->handover = _state->clock->busy();
     _state->tasks.push_back(std::move(task));
     _state->wake.notify_one();
@@ -84,7 +109,7 @@ void QmxTaskThread::stop()
 {
     {
         std::lock_guard lock(_state->mutex);
-        if (!_state->running && !_state->finished && !_state->handover)
+        if (_state->started && !_state->running && !_state->finished && !_state->handover)
             _state->handover = _state->clock->busy();
         _state->stopping = true;
         _state->wake.notify_all();

@@ -10,9 +10,10 @@
 
 /// A named thread that runs tasks in the order in which they were posted. Owner: whoever constructed it;
 /// the destructor runs what is queued and joins. The queue is bounded; a full queue refuses (post()
-/// returns false) and the caller decides. On a stepped clock the thread counts as busy from post() until its
-/// queue is empty, except while a task sleeps on the clock.
-/// All members may be called from any thread; stop() and abandon() only by the owner.
+/// returns false) and the caller decides; so does one for which the system has no thread (each post() asks
+/// for it again). On a stepped clock the thread counts as busy from post() until its queue is empty, except
+/// while a task sleeps on the clock. All members may be called from any thread; stop() and abandon() only by
+/// the owner.
 class QmxTaskThread
 {
 public:
@@ -26,6 +27,8 @@ public:
 
     /// Queues a task; false when the queue is full or the thread is stopping.
     bool post(std::function<void()> task);
+    /// The system had a thread for it.
+    bool isStarted() const;
     /// Tasks queued or running.
     int pending() const;
     /// Runs what is queued, then ends and joins the thread. Again: no-op.
@@ -35,6 +38,7 @@ public:
     void abandon();
 
 private:
+    bool start();
     void letTimePass();
     struct State;
     std::shared_ptr<State> _state;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/clockthread.h"
 
+#include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/device/lumenengine.h"
 
 #include <pthread.h>
@@ -10,14 +11,18 @@ ClockThread::ClockThread(LumenEngine &engine, const QmxEnvironment &environment)
     : _engine(engine), _clock(environment.clock)
 {
     // A stepped clock must not move before the thread is one of its sleepers.
-    _thread = std::thread([this, starting = _clock->busy()]() mutable { run(std::move(starting)); });
+    const QmxError error = environment.threads->start(
+        QStringLiteral("lumen-clock"),
+        [this, starting = _clock->busy()]() mutable { run(std::move(starting)); }, _thread);
+    // Without it the card stands still, which the service manager is told by its watchdog.
+    if (error.isError()) qmxLogOutput(1, "clockthread", __LINE__, "%s\n", qPrintable(error.toString()));
 }
 
 ClockThread::~ClockThread()
 {
     _stop = true;
     _interrupt.interrupt();
-    _thread.join();
+    if (_thread.joinable()) _thread.join();
 }
 
 void ClockThread::wake()
@@ -27,7 +32,6 @@ void ClockThread::wake()
 
 void ClockThread::run(std::shared_ptr<void> starting)
 {
-    pthread_setname_np(pthread_self(), "lumen-clock");
     if (!_clock->isStepped()) {
         // Its work is short and its moments are exact: before all others, where the system allows it.
         sched_param parameter = {};
@@ -42,6 +46,7 @@ void ClockThread::run(std::shared_ptr<void> starting)
         schedule.setRate(rhythm.rate, rhythm.twoFields);
         const bool due = _clock->sleepUntil(schedule.nextDeadline(), &_interrupt);
         if (due) {
+            _heartbeat.beat();
             _engine.tick(schedule.advance(_clock->now()), schedule.rate());
         } else {
             _interrupt.reset();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxheartbeat.h"
 
 #include <atomic>
 #include <thread>
@@ -27,5 +28,6 @@ private:
     std::shared_ptr<QmxClock> _clock;
     QmxInterrupt _interrupt;
     std::atomic<bool> _stop = false;
+    QmxHeartbeat _heartbeat{QStringLiteral("The video clock")};
     std::thread _thread;
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/pictureworkers.h"
 
+#include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxthreadname.h"
 
 #include <QString>
@@ -41,8 +42,16 @@ QmxVideoDecoder *CodecContexts::decoder(const QmxImageDesc &desc)
 PictureWorkers::PictureWorkers(int threads, const CodecLookup &lookup, const QmxEnvironment &environment)
     : _clock(environment.clock), _lookup(lookup), _shared(threads, _mutex, _wake)
 {
-    for (int i = 0; i < threads; ++i)
-        _threads.emplace_back([this, i] { run(i); });
+    for (int i = 0; i < threads; ++i) {
+        std::thread thread;
+        const QmxError error = environment.threads->start(
+            QStringLiteral("lumen-work-%1").arg(i), [this] { run(); }, thread);
+        if (error.isError()) { // fewer of them do it slower
+            qmxLogOutput(1, "pictureworkers", __LINE__, "%s\n", qPrintable(error.toString()));
+            break;
+        }
+        _threads.push_back(std::move(thread));
+    }
 }
 
 PictureWorkers::~PictureWorkers()
@@ -79,9 +88,8 @@ void PictureWorkers::prepareEncoder(const QmxImageDesc &desc)
     _wake.notify_all();
 }
 
-void PictureWorkers::run(int number)
+void PictureWorkers::run()
 {
-    qmxNameThread(QStringLiteral("lumen-work-%1").arg(number));
     qmxYieldToEventLoop();
     CodecContexts contexts(_lookup, &_shared);
     int prepared = 0;

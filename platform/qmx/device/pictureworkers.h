@@ -76,7 +76,7 @@ private:
         Job job;
         std::shared_ptr<void> busy;
     };
-    void run(int number);
+    void run();
 
     std::shared_ptr<QmxClock> _clock;
     CodecLookup _lookup;

@@ -18,10 +18,13 @@ constexpr qint64 unknown = std::numeric_limits<qint64>::min();
 } // namespace
 
 QmxFileSource::QmxFileSource(const QString &path, bool loop, const QmxEnvironment &environment)
-    : _path(path), _loop(loop), _clock(environment.clock), _busy(environment.clock->busy()), _thread([this] {
-          run();
-      })
-{}
+    : _path(path), _loop(loop), _clock(environment.clock), _busy(environment.clock->busy())
+{
+    const QmxError error = environment.threads->start(
+        QStringLiteral("qmx-file-source"), [this] { run(); }, _thread);
+    if (error.isError())
+        finish(QStringLiteral("Input file %1 has no signal: %2").arg(_path, error.toString()));
+}
 
 QmxFileSource::~QmxFileSource()
 {
@@ -30,12 +33,11 @@ QmxFileSource::~QmxFileSource()
         _stopping = true;
     }
     _room.notify_all();
-    _thread.join();
+    if (_thread.joinable()) _thread.join();
 }
 
 void QmxFileSource::run()
 {
-    qmxNameThread(QStringLiteral("qmx-file-source"));
     while (playOnce() && _loop) {}
 }
 

@@ -2,7 +2,6 @@
 #include "platform/qmx/edges/qmxlivesource.h"
 
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/core/qmxthreadname.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 
 #include <QRegularExpression>
@@ -49,20 +48,22 @@ QmxLiveSource::QmxLiveSource(const QString &url, const QmxEnvironment &environme
     : _url(url),
       _name(withoutSecrets(url)),
       _clock(environment.clock),
-      _problem(QStringLiteral("waiting for a signal")),
-      _thread([this] { run(); })
-{}
+      _problem(QStringLiteral("waiting for a signal"))
+{
+    const QmxError error = environment.threads->start(
+        QStringLiteral("qmx-live-source"), [this] { run(); }, _thread);
+    if (error.isError()) setProblem(error.toString(), 1);
+}
 
 QmxLiveSource::~QmxLiveSource()
 {
     _stopping = true;
     _interrupt.interrupt();
-    _thread.join();
+    if (_thread.joinable()) _thread.join();
 }
 
 void QmxLiveSource::run()
 {
-    qmxNameThread(QStringLiteral("qmx-live-source"));
     qint64 pause = firstPause;
     while (!_stopping) {
         _connected = false;

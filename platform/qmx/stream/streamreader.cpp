@@ -326,9 +326,15 @@ void StreamReader::schedule()
 
 void StreamReader::open()
 {
-    const std::lock_guard lock(_state->mutex);
-    _state->openAsked = true;
-    schedule();
+    {
+        const std::lock_guard lock(_state->mutex);
+        _state->openAsked = true;
+        schedule();
+        if (_state->scheduled) return;
+        _state->done = true;
+    }
+    _state->events.opened(
+        {EAGAIN, QStringLiteral("It cannot be played: the system has no thread to read it")}, {});
 }
 
 void StreamReader::close()

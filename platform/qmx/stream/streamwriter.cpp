@@ -4,12 +4,15 @@
 #include "platform/qmx/core/qmxtaskthread.h"
 #include "platform/qmx/stream/streamwriterstate.h"
 
+#include <cerrno>
 #include <utility>
 
 namespace {
 /// How long whoever destroys an open writer waits for it in all, and for one call on the medium.
 constexpr std::chrono::seconds endWait(10);
 constexpr std::chrono::seconds hangTime(3);
+/// Those that the next clip of a running take needs: its writer's and the one that asks its medium.
+constexpr int spareThreads = 2;
 } // namespace
 
 StreamWriter::StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events,
@@ -17,7 +20,9 @@ StreamWriter::StreamWriter(const QString &path, const QmxClipInfo &info, const E
     : _state(std::make_shared<State>(path, info, events, environment)),
       _thread(std::make_unique<QmxTaskThread>(QStringLiteral("qmx-write"), QmxTaskThread::defaultBound,
                                               environment))
-{}
+{
+    environment.threads->keepSpare(spareThreads);
+}
 
 StreamWriter::~StreamWriter()
 {
@@ -44,9 +49,16 @@ void StreamWriter::schedule()
 
 void StreamWriter::open()
 {
-    const std::lock_guard lock(_state->mutex);
-    _state->openAsked = true;
-    schedule();
+    {
+        const std::lock_guard lock(_state->mutex);
+        _state->openAsked = true;
+        schedule();
+        if (_state->scheduled) return;
+        _state->done = true;
+    }
+    _state->events.opened(
+        {EAGAIN,
+         QStringLiteral("%1 cannot be recorded: the system has no thread to write it").arg(_state->path)});
 }
 
 bool StreamWriter::hasRoom()

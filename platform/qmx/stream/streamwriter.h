@@ -24,7 +24,7 @@ class QmxTaskThread;
 class StreamWriter
 {
 public:
-    /// Called on the writer thread.
+    /// Called on the writer thread; opened() by open() itself when there is no such thread.
     struct Events
     {
         std::function<void(const QmxError &)> opened; ///< once

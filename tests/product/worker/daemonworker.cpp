@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A service for the daemonizer's tests: it tells on standard error what happens to it.
 #include "platform/product/daemonizer.h"
+#include "platform/qmx/core/qmxheartbeat.h"
+#include "platform/qmx/core/qmxlog.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -9,6 +11,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include <unistd.h>
 
@@ -56,6 +59,9 @@ int main(int argc, char *argv[])
     if (std::strcmp(role, "early") == 0) ::kill(::getpid(), SIGTERM);
     QCoreApplication application(argc, argv);
     mainThread = QThread::currentThread();
+    std::optional<QmxHeartbeat> part;
+    if (std::strcmp(role, "standstill") == 0)
+        part.emplace(QStringLiteral("The video clock")), qmxLogOpenDisplay();
     tell("loop begins");
     const int result = QCoreApplication::exec();
     Daemonizer::setDone();

@@ -26,6 +26,8 @@ const decibels = (value: number): number => (value > 0 ? Math.max(floor, 20 * Ma
 export class XpMeter extends LitElement {
   @property({ type: Number }) channels = 8;
   @property({ type: Boolean }) flat = false;
+  /** What it shows is not live. */
+  @property({ type: Boolean, reflect: true }) stale = false;
   @property({ attribute: "for" }) picture = "";
   @query("canvas") private canvas!: HTMLCanvasElement;
 
@@ -38,6 +40,7 @@ export class XpMeter extends LitElement {
   static override styles = css`
     :host { display: block; position: relative; }
     canvas { position: absolute; inset: 0; width: 100%; height: 100%; }
+    :host([stale]) canvas { opacity: 0.3; }
   `;
 
   override connectedCallback(): void {

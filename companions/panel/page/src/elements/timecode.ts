@@ -19,10 +19,10 @@ export class XpTimecode extends LitElement {
 
   static override styles = css`
     :host { display: inline-block; font-family: var(--sans, sans-serif); font-weight: 700; font-variant-numeric: tabular-nums;
-      line-height: 1; white-space: pre; color: var(--bright, #f5f7f8); letter-spacing: -0.01em; }
+      line-height: 1; white-space: pre; position: relative; color: var(--bright, #f5f7f8); letter-spacing: -0.01em; }
     :host([recording]) { color: var(--red-text, #ff5f54); }
     .stale { color: var(--edge, #5d656d); }
-    .age { font-family: var(--sans, sans-serif); font-size: max(0.16em, 12px); letter-spacing: 0; color: var(--amber, #f0a830); margin-left: 0.6em; vertical-align: middle; }
+    .age { font-family: var(--sans, sans-serif); font-size: max(0.16em, 12px); letter-spacing: 0; color: var(--amber, #f0a830); position: absolute; right: 0; bottom: 0; padding: 0 0.4em; background: var(--panel, #101214); }
   `;
 
   override connectedCallback(): void {
@@ -37,7 +37,7 @@ export class XpTimecode extends LitElement {
 
   override render() {
     const stale = this.age > 0;
-    return html`<span role="timer" aria-live="off" class=${stale ? "stale" : ""}>${this.value || "--:--:--:--"}</span>${stale
+    return html`<span role="timer" aria-live="off" class=${stale ? "stale" : ""}>${this.value || "--:--:--:--"}</span>${this.age >= 1
         ? html`<span class="age">${(this.age / 1000).toFixed(1)} s old</span>`
         : nothing}`;
   }

@@ -24,9 +24,11 @@ export class Deck {
   pending = new Set<string>();
   notice: Notice | null = null;
   linked = false;
-  /** 0 while the link is fresh; else milliseconds without a sign of life. */
+  /** 0 while the recorder tells its state; else milliseconds without a word. */
   silence = 0;
-  /** Frames that the recorder's clock is ahead of this page's, as measured by pings. */
+  /** 0 while pictures come, or there is no recorder that makes some; else milliseconds without one. */
+  blindness = 0;
+  /** Milliseconds that the recorder's clock is ahead of this page's, as measured by pings. */
   clockOffset: number | null = null;
   version = "";
 
@@ -34,6 +36,7 @@ export class Deck {
   private seq = -1;
   private boot = "";
   private heard = performance.now();
+  private seen = performance.now();
   private tries = 0;
   private listeners = new Set<Listener>();
   private scheduled = false;
@@ -54,17 +57,22 @@ export class Deck {
     return () => this.listeners.delete(listener);
   }
 
-  /** A sign of life, from whatever link it came. */
-  alive(): void {
-    this.heard = performance.now();
-    if (this.silence !== 0) {
-      this.silence = 0;
-      this.changed();
-    }
+  /** A picture has been painted. */
+  pictureSeen(): void {
+    this.seen = performance.now();
+    if (this.blindness === 0) return;
+    this.blindness = 0;
+    this.changed();
   }
 
+  /** What the keys and lamps show is not confirmed any more. */
   get stale(): boolean {
     return this.silence > 0;
+  }
+
+  /** What picture, timecode and meters show is not live: since how many milliseconds; 0: it is. */
+  get frozen(): number {
+    return Math.max(this.silence, this.blindness);
   }
 
   verb(name: string): Verb | undefined {
@@ -73,10 +81,10 @@ export class Deck {
 
   /** Asks for a verb; the answer is told on the page too, unless it was done. */
   async run(name: string, values: Record<string, string | number | boolean> = {}): Promise<Answer> {
-    this.pending.add(name);
+    this.pending = new Set([...this.pending, name]);
     this.changed();
     const response = await request("POST", `transport/${name}`, values);
-    this.pending.delete(name);
+    this.pending = new Set([...this.pending].filter((one) => one !== name));
     const answer = await answerOf(response);
     if (!answer.done) this.tell({ kind: "refused", title: title(name), text: [answer.sentence, answer.hint].filter(Boolean).join(" ") });
     else if (this.notice?.kind === "refused") this.notice = null;
@@ -162,7 +170,8 @@ export class Deck {
     } catch {
       return;
     }
-    this.alive();
+    this.heard = performance.now();
+    this.silence = 0;
     switch (message["type"]) {
       case "hello":
         if (this.boot !== message["boot"]) this.seq = -1;
@@ -228,12 +237,15 @@ export class Deck {
   private beats = 0;
   private watch(): void {
     if (this.beats++ % 10 === 0) this.ping();
-    const silence = performance.now() - this.heard;
+    const now = performance.now();
+    const silence = now - this.heard;
     // A socket whose other side is gone without a word is given up.
     if (silence > 3 * staleAfter && this.socket?.readyState === WebSocket.OPEN) this.socket.close();
-    const told = silence > staleAfter ? silence : 0;
-    if (told === this.silence) return;
-    this.silence = told;
+    const told = (age: number): number => (age > staleAfter ? age : 0);
+    const blindness = this.state?.running === false ? 0 : told(now - this.seen);
+    if (told(silence) === this.silence && blindness === this.blindness) return;
+    this.silence = told(silence);
+    this.blindness = blindness;
     this.changed();
   }
 }

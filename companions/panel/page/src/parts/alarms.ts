@@ -54,6 +54,10 @@ export class XpAlarms extends Part {
     setTimeout(() => (this.reading = false), 1000);
   }
 
+  protected override follows(): unknown[] {
+    return [this.deck.state?.alarm_list];
+  }
+
   protected override view() {
     const alarms = this.deck.state?.alarm_list ?? [];
     return html`

@@ -40,6 +40,8 @@ export class XpClips extends Part {
       .name { color: var(--bright); unicode-bidi: plaintext; text-align: left; }
       .sub { font-size: 0.75rem; color: var(--dim); display: flex; gap: 0.75rem; }
       .frames { font-size: 0.875rem; }
+      .narrow { display: none; }
+      @media (max-width: 759px) { .narrow { display: inline; } .frames { display: none; } .sub .wide { display: none; } .row { grid-template-columns: 5rem minmax(0, 1fr); } }
       .acts { display: flex; flex-wrap: wrap; gap: 0.25rem; align-items: center; min-height: 2rem; }
       .acts .dim { margin-left: auto; font-size: 0.8125rem; }
       .empty { padding: 2rem 1rem; text-align: center; color: var(--dim); }
@@ -82,16 +84,27 @@ export class XpClips extends Part {
     if (!this.problem) this.clips = all;
   }
 
+  private get contents(): string {
+    const state = this.deck.state;
+    return state ? [state.path, state.list_revision, state.status === "recording", state.media.map((medium) => medium.clips).join()].join() : "";
+  }
+
   /** Clips come and go with takes, media and what the media daemon does. */
   override willUpdate(): void {
-    const state = this.deck.state;
-    const key = state ? [state.path, state.list_revision, state.status === "recording", state.media.map((medium) => medium.clips).join()].join() : "";
+    const key = this.contents;
     if (key === this.known) return;
     this.known = key;
     void this.read();
   }
 
+  private kept: { of: unknown[]; list: Clip[] } = { of: [], list: [] };
   private get sorted(): Clip[] {
+    const of = [this.clips, this.search, this.order, this.falling];
+    if (!of.every((one, i) => one === this.kept.of[i])) this.kept = { of, list: this.inOrder() };
+    return this.kept.list;
+  }
+
+  private inOrder(): Clip[] {
     const wanted = this.search.trim().toLowerCase();
     const found = wanted ? this.clips.filter((clip) => clip.name.toLowerCase().includes(wanted)) : [...this.clips];
     const by = this.order;
@@ -150,6 +163,10 @@ export class XpClips extends Part {
     for (const row of this.renderRoot.querySelectorAll<HTMLElement>(".row")) row.style.setProperty("top", `${Number(row.dataset["at"]) * height}px`);
   }
 
+  protected override follows(): unknown[] {
+    return [this.contents, this.deck.state?.clip, this.deck.state?.rate];
+  }
+
   protected override view() {
     const list = this.sorted;
     const height = this.rowHeight;
@@ -187,7 +204,7 @@ export class XpClips extends Part {
       <img alt="" loading="lazy" draggable="false" src=${address(`clips/${encodeURIComponent(clip.name)}/thumbnail`)} @error=${(event: Event) => (event.target as HTMLImageElement).removeAttribute("src")} />
       <div class="cut">
         <div class="name cut"><bdi>${clip.name}</bdi></div>
-        <div class="sub"><span>${clip.timecode ?? ""}</span><span>${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
+        <div class="sub"><span>${clip.timecode ?? ""}</span><span class="narrow">${length(clip.frames, this.deck.state?.rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
       </div>
       <div class="frames figure">${length(clip.frames, this.deck.state?.rate ?? 25)}</div>
     </div>`;

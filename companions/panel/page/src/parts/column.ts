@@ -10,9 +10,10 @@ import "./marks";
 import type { XpMarks } from "./marks";
 import "./media";
 import { Part, shared } from "./part";
+import "./scopes";
 import "./settings";
 
-const views = ["clips", "list", "marks", "media", "settings", "alarms", "control"] as const;
+const views = ["clips", "list", "marks", "media", "scopes", "settings", "alarms", "control"] as const;
 type View = (typeof views)[number];
 
 /** The column that changes. Its view stands in the address, so that one can send it to somebody. */
@@ -100,6 +101,10 @@ export class XpColumn extends Part {
     void this.updateComplete.then(() => this.renderRoot.querySelector<HTMLElement>('[aria-selected="true"]')?.focus());
   }
 
+  protected override follows(): unknown[] {
+    return [this.deck.state?.alarms];
+  }
+
   protected override view() {
     const alarms = this.deck.state?.alarms ?? 0;
     return html`<div class="whole">
@@ -126,6 +131,8 @@ export class XpColumn extends Part {
         return html`<xp-marks .deck=${deck}></xp-marks>`;
       case "media":
         return html`<xp-media .deck=${deck}></xp-media>`;
+      case "scopes":
+        return html`<xp-scopes .deck=${deck}></xp-scopes>`;
       case "settings":
         return html`<xp-settings .deck=${deck} target=${this.detail}></xp-settings>`;
       case "alarms":

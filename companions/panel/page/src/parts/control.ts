@@ -28,6 +28,10 @@ export class XpControl extends Part {
     this.requestUpdate();
   }
 
+  protected override follows(): unknown[] {
+    return [this.deck.state?.owner, this.deck.state?.lock, this.deck.state?.mode, this.deck.verbs, this.deck.stale];
+  }
+
   protected override view() {
     const state = this.deck.state;
     const owner = state?.owner?.name;

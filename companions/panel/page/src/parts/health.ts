@@ -35,13 +35,13 @@ export class XpHealth extends Part {
   }
 
   protected override view() {
-    const { state, counters } = this.deck;
+    const { state, counters, frozen } = this.deck;
     const low = !!state && state.seconds_left > 0 && state.seconds_left < 600;
     const lost = (state?.dropped_capture ?? 0) + (state?.dropped_playback ?? 0);
     const owner = state?.owner?.name;
     return html`<div class="strip" role="group" aria-label="Health">
-      ${this.deck.stale
-        ? this.cell("Link", `silent ${(this.deck.silence / 1000).toFixed(1)} s`, true)
+      ${frozen
+        ? this.cell("Lens to screen", `${(frozen / 1000).toFixed(1)} s ago`, true)
         : this.cell("Lens to screen", this.delay === null ? "-" : `${Math.round(this.delay)} ms`, (this.delay ?? 0) > 250)}
       ${this.cell("Room", state ? duration(state.seconds_left) : "-", low)}
       ${this.cell("Lost frames", lost, lost > 0)}

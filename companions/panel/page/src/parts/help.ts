@@ -52,6 +52,10 @@ export class XpHelp extends Part {
     button.textContent = navigator.clipboard || copied ? "Copied" : "Selected";
   }
 
+  protected override follows(): unknown[] {
+    return [this.deck.verbs];
+  }
+
   protected override view() {
     const rows = this.only ? this.deck.verbs.filter((verb) => verb.name === this.only) : this.deck.verbs;
     return html`<dialog aria-label=${this.only ? words(this.only) : "Keys and verbs"} @keydown=${(event: Event) => event.stopPropagation()}>

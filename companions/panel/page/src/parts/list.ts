@@ -105,6 +105,10 @@ export class XpList extends Part {
     this.chosen = Math.min(this.chosen, this.entries.length - 1);
   }
 
+  protected override follows(): unknown[] {
+    return [this.deck.state?.list_revision, this.deck.state?.playback_source, this.deck.parameters];
+  }
+
   protected override view() {
     const source = this.deck.parameters.get("playback_source");
     const playing = this.deck.state?.playback_source ?? source?.value;

@@ -49,6 +49,10 @@ export class XpMarks extends Part {
     await this.deck.run("cue", { where: String(mark.frame) });
   }
 
+  protected override follows(): unknown[] {
+    return [];
+  }
+
   protected override view() {
     return html`
       <div class="head"><button @click=${() => this.dispatchEvent(new CustomEvent("xp-mark", { bubbles: true, composed: true }))}>Mark this frame</button><span class="dim">Kept in this browser</span></div>

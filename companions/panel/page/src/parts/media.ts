@@ -34,6 +34,10 @@ export class XpMedia extends Part {
     this.renderRoot.querySelectorAll<HTMLElement>(".bar i").forEach((bar, i) => bar.style.setProperty("transform", `scaleX(${1 - (media[i]?.percent_free ?? 0) / 100})`));
   }
 
+  protected override follows(): unknown[] {
+    return [this.deck.state?.media, this.deck.state?.seconds_left];
+  }
+
   protected override view() {
     const state = this.deck.state;
     const media = state?.media ?? [];

@@ -48,7 +48,7 @@ export class XpPanel extends LitElement {
       .time { grid-area: time; display: flex; align-items: center; justify-content: center; background: var(--panel); border-radius: var(--round); min-width: 0; overflow: hidden; padding: 0.3rem 0; }
       xp-timecode { font-size: min(9.7vw, 15.52rem); }
       xp-state { grid-area: state; }
-      .view { grid-area: view; display: grid; grid-template-columns: auto minmax(0, 1fr); gap: var(--gap); min-height: 0; container-type: size; }
+      .view { grid-area: view; display: grid; grid-template-columns: auto minmax(0, 20rem); justify-content: center; gap: var(--gap); min-height: 0; container-type: size; }
       .frame { position: relative; border: 0.25rem solid var(--line); border-radius: var(--round); background: #000; box-sizing: border-box; width: min(100cqw - 8rem, (100cqh - 0.5rem) * 16 / 9 + 0.5rem); max-height: 100%; aspect-ratio: auto; height: min(100cqh, (100cqw - 8.5rem) * 9 / 16 + 0.5rem); align-self: center; }
       .frame.recording { border-color: var(--red); }
       xp-picture { position: absolute; inset: 0; }
@@ -57,12 +57,13 @@ export class XpPanel extends LitElement {
       xp-transport { grid-area: keys; }
       xp-column { grid-area: column; min-height: 0; }
       xp-health { grid-area: health; }
-      .notice { position: fixed; left: 50%; bottom: 4.5rem; transform: translateX(-50%); background: var(--bright); color: var(--on-bright); border-radius: var(--round); padding: 0.6rem 0.75rem; display: flex; gap: 1rem; align-items: center; max-width: min(46rem, calc(100vw - 2rem)); z-index: 2; box-shadow: 0 0.5rem 2rem rgb(0 0 0 / 0.6); }
+      .notice { grid-area: column; align-self: end; margin: 0.75rem; background: var(--bright); color: var(--on-bright); border-radius: var(--round); padding: 0.6rem 0.75rem; display: flex; gap: 1rem; align-items: center; justify-content: space-between; z-index: 4; box-shadow: 0 0.5rem 2rem rgb(0 0 0 / 0.6); }
       .notice button { background: transparent; color: inherit; border-color: currentColor; }
       .more { display: none; }
       xp-help { position: absolute; }
 
       :host([kiosk]) { grid-template-columns: minmax(0, 1fr) minmax(24rem, 32vw); grid-template-rows: auto minmax(0, 1fr) 3.25rem; grid-template-areas: "time state" "view view" "health health"; }
+      :host([kiosk]) .notice { grid-area: view; }
       :host([kiosk]) xp-transport, :host([kiosk]) xp-column { display: none; }
       :host([kiosk]) xp-timecode { font-size: 10vw; }
 
@@ -74,6 +75,7 @@ export class XpPanel extends LitElement {
         xp-meter { height: 5.25rem; }
         .more { grid-area: more; display: grid; grid-template-columns: 1fr 1fr; gap: 0.25rem; }
         .more button { min-height: 3rem; }
+        .notice { position: fixed; inset: auto 0.5rem 0.5rem; margin: 0; }
         xp-column { display: none; }
         xp-column.open { display: block; position: fixed; inset: 0; z-index: 3; }
         :host([kiosk]) { grid-template-columns: minmax(0, 1fr); grid-template-areas: "state" "time" "view" "health"; }
@@ -122,7 +124,7 @@ export class XpPanel extends LitElement {
   /** Timecode and meters change in the moment in which their picture does. */
   private painted(event: FrameEvent): void {
     const { frame } = event;
-    this.deck.alive();
+    this.deck.pictureSeen();
     this.timecode.value = frame.timecode;
     this.meter.show(frame.meters);
     if (this.deck.clockOffset === null || !frame.captured || frame.isRepeat) return;
@@ -132,13 +134,24 @@ export class XpPanel extends LitElement {
 
   override updated(): void {
     this.toggleAttribute("kiosk", this.kiosk);
-    document.title = this.title1();
+    document.title = this.pageTitle();
   }
 
-  private title1(): string {
+  private pageTitle(): string {
     const { state, stale } = this.deck;
     if (stale || !state) return "! Recorder";
-    return isRecording(state) ? `● ${state.clip}` : `Recorder: ${state.status.replaceAll("_", " ")}`;
+    return isRecording(state) ? `● Recording ${state.clip}` : `Recorder: ${state.status.replaceAll("_", " ")}`;
+  }
+
+  private banner(down: boolean) {
+    const { deck } = this;
+    const seconds = (deck.frozen / 1000).toFixed(1);
+    let text = "";
+    if (deck.stale) text = `No link to the recorder for ${seconds} s. Nothing here is live.`;
+    else if (down) text = "The recorder is not running.";
+    else if (deck.frozen) text = `No pictures for ${seconds} s. Picture, timecode and meters are not live.`;
+    else if (deck.state?.store_problem) text = `The store cannot be reached: ${deck.state.store_problem}`;
+    return text ? html`<div class="banner" role="alert">${text}</div>` : nothing;
   }
 
   override render() {
@@ -146,18 +159,14 @@ export class XpPanel extends LitElement {
     const recording = isRecording(deck.state) && !deck.stale;
     const down = deck.state?.running === false;
     return html`
-      <div class="time"><xp-timecode ?recording=${recording} .age=${deck.stale ? deck.silence : 0}></xp-timecode></div>
+      <div class="time"><xp-timecode ?recording=${recording} .age=${down ? Number.EPSILON : deck.frozen}></xp-timecode></div>
       <xp-state .deck=${deck}></xp-state>
       <main class="view">
         <div class="frame ${recording ? "recording" : ""}">
-          <xp-picture id="picture" ?stale=${deck.stale || down}></xp-picture>
-          ${deck.stale
-            ? html`<div class="banner" role="alert">${deck.linked ? "No pictures" : "No link to the recorder"} for ${(deck.silence / 1000).toFixed(1)} s. Nothing here is live.</div>`
-            : down
-              ? html`<div class="banner" role="alert">The recorder is not running.</div>`
-              : nothing}
+          <xp-picture id="picture" ?stale=${deck.frozen > 0 || down}></xp-picture>
+          ${this.banner(down)}
         </div>
-        <xp-meter ?flat=${matchMedia("(max-width: 759px)").matches}></xp-meter>
+        <xp-meter ?stale=${deck.frozen > 0 || down} ?flat=${matchMedia("(max-width: 759px)").matches}></xp-meter>
       </main>
       <xp-transport .deck=${deck} ?more=${this.more}></xp-transport>
       <div class="more">

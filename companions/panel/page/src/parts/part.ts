@@ -7,15 +7,26 @@ import type { Deck } from "../link/deck";
 export abstract class Part extends LitElement {
   @property({ attribute: false }) deck!: Deck;
   private unsubscribe = (): void => {};
+  private followed: unknown[] = [];
 
   override connectedCallback(): void {
     super.connectedCallback();
-    this.unsubscribe = this.deck.subscribe(() => this.requestUpdate());
+    this.unsubscribe = this.deck.subscribe(() => {
+      const now = this.follows();
+      if (now && this.followed.length === now.length && now.every((one, i) => one === this.followed[i])) return;
+      this.followed = now ?? [];
+      this.requestUpdate();
+    });
   }
 
   override disconnectedCallback(): void {
     super.disconnectedCallback();
     this.unsubscribe();
+  }
+
+  /** What this part is made of: it is drawn anew when one of these is another one. Null: with every change. */
+  protected follows(): unknown[] | null {
+    return null;
   }
 
   protected abstract view(): unknown;

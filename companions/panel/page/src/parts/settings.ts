@@ -62,6 +62,10 @@ export class XpSettings extends Part {
     await this.deck.readParameters();
   }
 
+  protected override follows(): unknown[] {
+    return [this.deck.parameters];
+  }
+
   protected override view() {
     const rows = this.rows;
     return html`

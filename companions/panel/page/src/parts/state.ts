@@ -35,6 +35,7 @@ export class XpState extends Part {
     const state = this.deck.state;
     const recording = isRecording(state);
     this.toggleAttribute("recording", recording && !this.deck.stale);
+    const { stale } = this.deck;
     if (!state) return html`<div class="head"><span class="word">Connecting</span></div>`;
     if (!state.running) return html`<div class="head"><span class="word" role="status">Recorder not running</span></div>`;
     const frames = recording ? state.clip_frames : state.frame;
@@ -43,7 +44,7 @@ export class XpState extends Part {
     const field = (label: string, value: string) => html`<div><div class="label">${label}</div><div class="figure">${value}</div></div>`;
     return html`
       <div class="head">
-        <span class="word" role="status">${this.word(plays ? "still" : state.status)}</span>
+        <span class="word" role="status">${this.word((stale ? "was " : "") + (plays ? "still" : state.status))}</span>
         ${!recording && state.speed !== 0 && state.status !== "stopped" ? html`<span class="speed figure">${state.speed}×</span>` : nothing}
         <span class="format"><span class="dim">In</span> ${state.input_locked ? state.input_format : "no signal"}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
       </div>

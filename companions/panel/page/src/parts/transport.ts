@@ -67,6 +67,11 @@ export class XpTransport extends Part {
     this.where.select();
   }
 
+  protected override follows(): unknown[] {
+    const { state } = this.deck;
+    return [state?.running, state?.status, state?.speed, this.deck.stale, this.deck.pending, this.deck.verbs];
+  }
+
   protected override view() {
     const state = this.deck.state;
     const recording = isRecording(state);

@@ -48,6 +48,7 @@ std::span<const CommandRow> ctlCommands()
         {looking, "status", "show what the recorder is doing", {}, "", Needs::Store, ctlStatus},
         {looking, "watch", "show it continuously, a line a frame", {}, "once stats", Needs::Store, ctlWatch},
         {looking, "alarms", "list what is wrong now, since when, and what to do", {}, "history", Needs::Store, ctlAlarms},
+        ofVerb(looking, "acknowledge", "", {"ALARM"}),
         {looking, "picture", "save the picture on the output as a PNG file",
          {{"FILE", "its name", true, "@files"}}, "", Needs::Daemon, ctlPicture},
 

@@ -23,7 +23,7 @@ constexpr eParam_t parameters[] = {
     eParam_InputFormat,     eParam_RecordFormat,     eParam_RecordCodec,    eParam_MediaFormat,
     eParam_ActiveMediaPath, eParam_CurrentClip,      eParam_PlaybackSource, eParam_PlayList,
     eParam_TimecodeSource,  eParam_MediaReport,      eParam_RecordTimeLeft, eParam_ControlOwner,
-    eParam_ControlLock,     eParam_ControlMode,      eParam_TakeStarter,
+    eParam_ControlLock,     eParam_ControlMode,      eParam_TakeStarter,    eParam_AlarmsAcknowledged,
 };
 
 QJsonArray arrayOf(const QString &text)
@@ -145,6 +145,7 @@ double DeckParameters::speed() const
 
 void DeckParameters::fillAlarms(DeckState &state) const
 {
+    const QJsonObject seen = QJsonDocument::fromJson(text(eParam_AlarmsAcknowledged).toUtf8()).object();
     for (const auto &[id, value] : _values) {
         const ParamDescriptor *descriptor = GetDescriptor(id);
         std::string message;
@@ -153,12 +154,19 @@ void DeckParameters::fillAlarms(DeckState &state) const
             continue;
         static constexpr const char *levels[] = {"information", "warning", "error"};
         const auto since = _since.find(id);
+        const QString name = QString::fromStdString(descriptor->name());
+        const QJsonObject by = seen[name].toObject();
+        // One that has come again since has not been seen.
+        const qint64 raised =
+            since == _since.end() ? 0 : QDateTime::fromString(since->second, Qt::ISODate).toMSecsSinceEpoch();
+        const bool isSeen = !by.isEmpty() && by["time"].toInteger() >= raised;
         state.alarmList.append(
-            QJsonObject{{"name", QString::fromStdString(descriptor->name())},
+            QJsonObject{{"name", name},
                         {"level", levels[int(severity)]},
                         {"message", QString::fromStdString(message.empty() ? descriptor->help() : message)},
                         {"since", since == _since.end() ? QString() : since->second},
-                        {"advice", QString::fromStdString(alarmAdvice(id)).remove(QLatin1String("xpctl "))}});
+                        {"advice", QString::fromStdString(alarmAdvice(id)).remove(QLatin1String("xpctl "))},
+                        {"acknowledged_by", isSeen ? by["name"].toString() : QString()}});
         if (id == eParam_AlarmRecordInhibited)
             state.recordInhibited = QString::fromStdString(message.empty() ? descriptor->help() : message);
     }

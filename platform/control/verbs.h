@@ -119,3 +119,5 @@ Answer performLock(const VerbCall &);
 Answer performUnlock(const VerbCall &);
 Answer performRemote(const VerbCall &);
 Answer performLocal(const VerbCall &);
+// Alarms (verbs_alarms.cpp)
+Answer performAcknowledge(const VerbCall &);

@@ -28,5 +28,9 @@ std::vector<ParamRow> controlRows()
                     "Whose commands end a take only when they say force: nobody's, those that come over a "
                     "network or a control line, or everybody's. Who began the take may always stop it.")
             .defaults(1),
+        string(eParam_AlarmsAcknowledged, "alarms_acknowledged", Volatile,
+               "Who has seen which alarm, as JSON: by its name, name, front, address, id, time. "
+               "`xpctl acknowledge` writes it.")
+            .with({Attribute::told}),
     };
 }

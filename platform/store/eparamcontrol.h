@@ -10,3 +10,4 @@ constexpr eParam_t eParam_ControlMode{0x50000042};
 constexpr eParam_t eParam_ControlVerb{0x50000043};
 constexpr eParam_t eParam_TakeStarter{0x50000044};
 constexpr eParam_t eParam_TakeProtection{0x50000045};
+constexpr eParam_t eParam_AlarmsAcknowledged{0x50000046};

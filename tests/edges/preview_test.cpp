@@ -100,6 +100,7 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
         EXPECT_EQ(seen.frameNumber, 500 + int(i));
         EXPECT_EQ(seen.timecode, frame.timecode.toString());
         EXPECT_EQ(seen.tick, frame.tick.index);
+        EXPECT_EQ(seen.time, frame.tick.deadline);
         EXPECT_EQ(seen.connection, frame.connection);
         // The second bar is yellow: little blue, and the mark is louder than the tone.
         const int chromaWidth = seen.width / 2;

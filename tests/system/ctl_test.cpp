@@ -95,6 +95,8 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         xpmediad >/dev/null 2>&1
         run media; run protect take_002.mov; run unprotect take_002.mov; run copy take_002.mov B; run delete /media/B/take_002.mov
         run take-control 30; run lock; run unlock; run local; run remote; run release-control
+        xpctl set audio_input analog >&2; xpctl set audio_channels eight >&2; xpctl record >&2 || true
+        run acknowledge channels_need_embedded_audio; xpctl stop >&2 || true
         echo "== frames"
         xpctl --json watch >$OUT/watch & watching=$!
         await '[ $(wc -l <$OUT/watch) -ge 60 ]'

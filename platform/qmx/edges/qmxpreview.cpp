@@ -14,7 +14,7 @@
 #include <unistd.h>
 
 namespace {
-constexpr quint64 magicNumber = 0x33'56'52'50'44'50'58'00; // "\0XPDPRV3", changes with the layout
+constexpr quint64 magicNumber = 0x34'56'52'50'44'50'58'00; // "\0XPDPRV4", changes with the layout
 constexpr int slotCount = 2;
 constexpr int maximumPixels = QmxPreview::maximumWidth * QmxPreview::maximumHeight;
 constexpr size_t textSize = 64;
@@ -24,6 +24,7 @@ constexpr size_t longTextSize = 128;
 struct Content
 {
     qint64 tick;
+    qint64 time;
     qint64 frameNumber;
     qint32 width;
     qint32 height;
@@ -136,6 +137,7 @@ void QmxPreviewWriter::write(const QmxPreviewPicture &picture)
         return;
     Content &c = d->content;
     c.tick = picture.tick;
+    c.time = picture.time;
     c.frameNumber = picture.frameNumber;
     c.width = picture.width;
     c.height = picture.height;
@@ -221,6 +223,7 @@ bool QmxPreviewReader::read(QmxPreviewPicture &picture)
         picture.cb = QByteArray(bytes + pixels, pixels / 4);
         picture.cr = QByteArray(bytes + pixels + pixels / 4, pixels / 4);
         picture.tick = c.tick;
+        picture.time = c.time;
         picture.frameNumber = c.frameNumber;
         picture.timecode = text(c.timecode);
         picture.format = text(c.format);

@@ -21,6 +21,7 @@ struct QmxPreviewPicture
     QString format;          ///< of the output, for the operator
     QString connection;      ///< electrical side of the output: colour, SDI, HDMI, analog level
     qint64 tick = 0;         ///< of the device's clock
+    qint64 time = 0;         ///< of the tick, on the machine's monotonic clock, in nanoseconds
     qint64 frameNumber = -1; ///< of the frame shown (playback); -1: not known
     bool isCapture = false;
     bool isRepeat = false;

@@ -102,6 +102,7 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
         _desc = frame.desc;
     }
     _preview.tick = frame.tick.index;
+    _preview.time = frame.tick.deadline;
     _preview.timecode = frame.timecode.toString();
     _preview.format = frame.desc.toString();
     _preview.connection = frame.connection;

@@ -26,6 +26,7 @@ export class XpAlarms extends Part {
       header b { color: var(--bright); }
       .warning header b, .error header b { color: var(--amber); }
       header span { margin-left: auto; font-size: 0.75rem; color: var(--dim); white-space: nowrap; }
+      article button { justify-self: start; }
       p { margin: 0; font-size: 0.9375rem; }
       .calm { color: var(--dim); padding: 0.75rem 0; }
       table { width: 100%; border-collapse: collapse; font-size: 0.8125rem; }
@@ -84,6 +85,11 @@ export class XpAlarms extends Part {
       <header><b>${signs[alarm.level]} ${words(alarm.name)}</b><span>${alarm.level} since ${alarm.since.replace("T", " ").slice(0, 19)}</span></header>
       <p><bdi>${alarm.message}</bdi></p>
       <p class="dim">${alarm.advice}</p>
+      ${alarm.acknowledged_by
+        ? html`<p class="dim">Seen by <bdi>${alarm.acknowledged_by}</bdi>.</p>`
+        : this.deck.verb("acknowledge")
+          ? html`<button class="small" @click=${() => void this.deck.run("acknowledge", { alarm: alarm.name })}>Seen</button>`
+          : nothing}
     </article>`;
   }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The one store of state: the snapshot with its deltas, the link that keeps it, and verbs with their answers.
-import { Problem, get, request, socketAddress, token } from "./api";
+import { Problem, get, request, setToken, socketAddress, token } from "./api";
 import type { Answer, DeckState, Parameter, Verb } from "./state";
 
 /** Without a sign of life for this long nothing on the page may look live. */
@@ -24,6 +24,8 @@ export class Deck {
   pending = new Set<string>();
   notice: Notice | null = null;
   linked = false;
+  /** Whom the panel takes this session for. */
+  me = { name: "", role: "view" };
   /** 0 while the recorder tells its state; else milliseconds without a word. */
   silence = 0;
   /** 0 while pictures come, or there is no recorder that makes some; else milliseconds without one. */
@@ -154,11 +156,33 @@ export class Deck {
     socket.onclose = () => this.lost(socket);
   }
 
+  /** With the token of now. */
+  reconnect(): void {
+    this.seq = -1;
+    this.tries = 0;
+    this.socket?.close();
+  }
+
+  /** A token that is not valid any more keeps nobody from looking. */
+  private async whoAmI(): Promise<void> {
+    const answer = await get<{ name: string; role: string }>("me");
+    if (answer instanceof Problem) {
+      if (answer.status !== 401 || !token()) return;
+      setToken("");
+      this.tell({ kind: "lost", title: "The session has ended", text: "This page may only watch until you log in again, under Control." });
+      return;
+    }
+    if (answer.name === this.me.name && answer.role === this.me.role) return;
+    this.me = answer;
+    this.changed();
+  }
+
   private lost(socket: WebSocket): void {
     if (socket !== this.socket) return;
     this.socket = null;
     this.linked = false;
     this.changed();
+    if (this.tries > 0) void this.whoAmI();
     const wait = retryAfter[Math.min(this.tries++, retryAfter.length - 1)];
     setTimeout(() => this.connect(), wait);
   }
@@ -179,6 +203,7 @@ export class Deck {
         this.version = String(message["version"] ?? "");
         this.linked = true;
         this.tries = 0;
+        void this.whoAmI();
         void this.readTables();
         break;
       case "counters":

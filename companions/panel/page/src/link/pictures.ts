@@ -12,6 +12,8 @@ export interface PictureFrame {
   hasPicture: boolean;
   /** Peaks of the frame's sound, 0 to 1 of full scale. */
   meters: number[];
+  /** Loudness of the last 400 ms and the last three seconds, in LUFS; -70: none. Null: not told. */
+  loudness: [number, number] | null;
   /** Milliseconds on the recorder's clock. */
   captured: number;
   image: ImageBitmap;
@@ -19,6 +21,7 @@ export interface PictureFrame {
 
 const headerVersion = 1;
 const fallbackEvery = 200;
+const openEvery = 800;
 
 /**
  * Hands over the newest picture only: what comes while one is being decoded takes the place of what waits.
@@ -51,9 +54,11 @@ export class PictureLink {
   private connect(): void {
     if (!this.running) return;
     if (this.failures >= 3) {
-      this.fallback = true;
-      void this.askForFile();
-      setTimeout(() => this.open(), 5000);
+      if (!this.fallback) {
+        this.fallback = true;
+        void this.askForFile();
+      }
+      setTimeout(() => this.open(), openEvery);
       return;
     }
     this.open();
@@ -132,6 +137,7 @@ export class PictureLink {
       isRepeat: false,
       hasPicture: true,
       meters: word("X-Meters").split(",").filter(Boolean).map(Number),
+      loudness: null,
       captured: Number(word("X-Captured")),
       image,
     });
@@ -152,6 +158,7 @@ async function readPicture(message: ArrayBuffer): Promise<PictureFrame | null> {
     frame: Number(view.getBigInt64(16, true)),
     captured: Number(view.getBigInt64(24, true)) / 1e6,
     meters,
+    loudness: length >= 120 ? [view.getFloat32(112, true), view.getFloat32(116, true)] : null,
     timecode: text.slice(0, text.indexOf("\0") < 0 ? undefined : text.indexOf("\0")),
     isCapture: (flags & 1) !== 0,
     isRepeat: (flags & 2) !== 0,

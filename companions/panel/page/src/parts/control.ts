@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { css, html, nothing } from "lit";
 import { customElement } from "lit/decorators.js";
-import { setToken, token } from "../link/api";
+import "./login";
 import { Part, shared } from "./part";
 import { words } from "./text";
 
@@ -17,7 +17,6 @@ export class XpControl extends Part {
       section { display: grid; gap: 0.5rem; }
       .acts { display: flex; gap: 0.25rem; flex-wrap: wrap; }
       p { margin: 0; }
-      form { display: grid; grid-template-columns: minmax(0, 1fr) auto; gap: 0.25rem; }
       [aria-pressed="true"] { background: var(--bright); color: var(--on-bright); }
     `,
   ];
@@ -45,10 +44,7 @@ export class XpControl extends Part {
       </section>
       <section>
         <h2>This session</h2>
-        <p>${token() ? "It has a token." : "It has no token: without one this page may only watch."}</p>
-        <form @submit=${this.enter}>
-          <input type="password" aria-label="Token" autocomplete="off" placeholder="Token, from /run/xp/panel.token" /><button>Use</button>
-        </form>
+        <xp-login .deck=${this.deck}></xp-login>
       </section>
       <section>
         <h2>Look</h2>
@@ -62,13 +58,5 @@ export class XpControl extends Part {
         <p class="dim">Key ? shows the map of keys, and each verb's form for HTTP, lines, OSC and the shell.</p>
       </section>
     `;
-  }
-
-  private enter(event: Event): void {
-    event.preventDefault();
-    const field = this.renderRoot.querySelector("input");
-    if (!field?.value) return;
-    setToken(field.value.trim());
-    location.reload();
   }
 }

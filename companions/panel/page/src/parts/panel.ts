@@ -14,6 +14,7 @@ import { ages } from "../link/age";
 import "./column";
 import type { XpColumn } from "./column";
 import "./health";
+import "./login";
 import "./help";
 import type { XpHelp } from "./help";
 import type { FormsEvent, XpKey } from "./key";
@@ -39,6 +40,7 @@ export class XpPanel extends LitElement {
   @query("xp-help") private help!: XpHelp;
   @query("xp-transport") private transport!: XpTransport;
   private end = (): void => {};
+  private spoken = 0;
 
   static override styles = [
     shared,
@@ -53,7 +55,10 @@ export class XpPanel extends LitElement {
       .frame.recording { border-color: var(--red); }
       xp-picture { position: absolute; inset: 0; }
       .banner { position: absolute; inset: auto 0 0 0; background: var(--amber); color: var(--on-amber); font-weight: 700; padding: 0.5rem 0.75rem; text-align: center; }
-      xp-meter { background: var(--panel); border-radius: var(--round); border: 0.4rem solid var(--panel); }
+      .login { position: absolute; inset: 0; display: grid; place-content: center; background: var(--panel); padding: 1rem; }
+      .sound { display: grid; grid-template-rows: minmax(0, 1fr) auto; background: var(--panel); border-radius: var(--round); min-width: 0; }
+      xp-meter { margin: 0.4rem; }
+      .loudness { display: grid; grid-template-columns: auto 1fr 1fr; gap: 0.4rem; align-items: baseline; padding: 0 0.6rem 0.4rem; font-size: 0.8125rem; text-align: right; color: var(--bright); white-space: nowrap; }
       xp-transport { grid-area: keys; }
       xp-column { grid-area: column; min-height: 0; }
       xp-health { grid-area: health; }
@@ -72,7 +77,7 @@ export class XpPanel extends LitElement {
         xp-timecode { font-size: min(16.4vw, 7rem); }
         .view { grid-template-columns: minmax(0, 1fr); container-type: normal; }
         .frame { width: auto; height: auto; max-height: none; aspect-ratio: 16 / 9; }
-        xp-meter { height: 5.25rem; }
+        xp-meter { height: 5rem; }
         .more { grid-area: more; display: grid; grid-template-columns: 1fr 1fr; gap: 0.25rem; }
         .more button { min-height: 3rem; }
         .notice { position: fixed; inset: auto 0.5rem 0.5rem; margin: 0; }
@@ -127,9 +132,18 @@ export class XpPanel extends LitElement {
     this.deck.pictureSeen();
     this.timecode.value = frame.timecode;
     this.meter.show(frame.meters);
+    if (frame.loudness && this.spoken++ % 4 === 0) this.tellLoudness(frame.loudness);
     if (this.deck.clockOffset === null || !frame.captured || frame.isRepeat) return;
     const median = this.age.add(performance.now() + this.deck.clockOffset - frame.captured);
     if (median !== null) this.delay = median;
+  }
+
+  /** Figures that change with every frame cannot be read. */
+  private tellLoudness(loudness: [number, number]): void {
+    ["#momentary", "#short"].forEach((id, i) => {
+      const place = this.renderRoot.querySelector(id);
+      if (place) place.textContent = loudness[i] <= -70 ? "-" : loudness[i].toFixed(1).replace("-", "−");
+    });
   }
 
   override updated(): void {
@@ -164,9 +178,12 @@ export class XpPanel extends LitElement {
       <main class="view">
         <div class="frame ${recording ? "recording" : ""}">
           <xp-picture id="picture" ?stale=${deck.frozen > 0 || down}></xp-picture>
-          ${this.banner(down)}
+          ${this.banner(down)} ${deck.me.role === "nobody" ? html`<div class="login"><xp-login .deck=${deck}></xp-login></div>` : nothing}
         </div>
+        <div class="sound">
         <xp-meter ?stale=${deck.frozen > 0 || down} ?flat=${matchMedia("(max-width: 759px)").matches}></xp-meter>
+        <div class="loudness" title="Loudness in LUFS: of the last 400 ms, of the last three seconds"><span class="label">LUFS</span><span id="momentary" class="figure">-</span><span id="short" class="figure">-</span></div>
+        </div>
       </main>
       <xp-transport .deck=${deck} ?more=${this.more}></xp-transport>
       <div class="more">

@@ -34,6 +34,11 @@ export class XpSettings extends Part {
     `,
   ];
 
+  override connectedCallback(): void {
+    super.connectedCallback();
+    void this.deck.readParameters(); // others may have changed some
+  }
+
   private get rows(): Parameter[] {
     const wanted = this.search.trim().toLowerCase();
     return [...this.deck.parameters.values()].filter(

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The state machines of the device on their own: schedule, detection, timecode, profile.
+#include "platform/qmx/device/capturequeue.h"
 #include "platform/qmx/device/inputdetector.h"
 #include "platform/qmx/device/playbackqueue.h"
+#include "platform/qmx/device/takegate.h"
 #include "platform/qmx/device/tickschedule.h"
 #include "platform/qmx/device/timecodegenerator.h"
 #include "platform/qmx/edges/lumenprofile.h"
@@ -281,4 +283,52 @@ TEST(PlaybackQueue, aFrameThatIsDecodedTooLateIsDroppedOnce)
     pictures.at(4)->state = DecodedPicture::Done;
     EXPECT_FALSE(queue.tick(0).dropped);
     EXPECT_TRUE(queue.tick(0).dropped); // the next one
+}
+
+TEST(TakeGate, countsForTheTakeAroundItsFirstFrameAndForNoOther)
+{
+    TakeGate gate;
+    quint32 serial = 0;
+    const auto window = [&serial](qint64 in, qint64 out = 0) {
+        return QmxTakeWindow::Window{serial += 2, in, out};
+    };
+    // A take that begins before, one that begins after its first frame: the same frames are held.
+    for (const qint64 begins : {1002, 1007}) {
+        const auto set = window(1005);
+        CaptureQueue queue;
+        queue.setBounds(40, qint64(1) << 30);
+        QList<qint64> held;
+        for (qint64 now = 1000; now < 1012; ++now) {
+            gate.look(set, now, queue.isRecording());
+            queue.setRunningSince(gate.in(), now);
+            if (now == begins) queue.beginRecord(now, gate.in());
+            if (queue.isRecording() && gate.keepsOut(now)) continue;
+            auto frame = std::make_shared<CapturedFrame>();
+            frame->number = now;
+            queue.push(frame);
+            // In standby every frame is read at once and dropped.
+            while (queue.readable() > 0)
+                if (const qint64 number = queue.take()->number; queue.isRecording()) held.append(number);
+        }
+        EXPECT_EQ(held.value(0), 1005) << begins;
+        EXPECT_EQ(held.size(), 7) << begins;
+        gate.takeEnds();
+    }
+    // Of a take that runs only its own end can be set.
+    gate.look(window(2000), 1995, true);
+    EXPECT_FALSE(gate.in());
+    gate.look(window(2000), 1995, false);
+    EXPECT_FALSE(gate.look(window(2010), 1999, true));
+    EXPECT_EQ(gate.in(), 2000);
+    const auto ended = window(2000, 2100);
+    EXPECT_FALSE(gate.look(ended, 2050, true));
+    EXPECT_FALSE(gate.keepsOut(2099));
+    EXPECT_TRUE(gate.keepsOut(2100));
+    // Whoever should end it has gone: it goes on. A window that nothing came of is none.
+    EXPECT_TRUE(gate.look(ended, 2100 + TakeGate::latestEnd + 1, true));
+    EXPECT_FALSE(gate.keepsOut(2100));
+    const auto stale = window(3000);
+    gate.look(stale, 2990, false);
+    gate.look(stale, 3001 + TakeGate::latestStart, false);
+    EXPECT_FALSE(gate.in());
 }

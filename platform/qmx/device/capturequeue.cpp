@@ -97,7 +97,7 @@ void CaptureQueue::setRunningSince(std::optional<qint64> number, qint64 now)
     forgetHistory(now);
 }
 
-void CaptureQueue::beginRecord(qint64 now)
+void CaptureQueue::beginRecord(qint64 now, std::optional<qint64> first)
 {
     if (_recording) return;
     _recording = true;
@@ -106,6 +106,8 @@ void CaptureQueue::beginRecord(qint64 now)
     const bool triggered = !_history.empty();
     _frames.insert(_frames.begin(), _history.begin(), _history.end());
     _history.clear();
+    while (first && !_frames.empty() && _frames.front()->number < *first)
+        _frames.pop_front();
     for (const CapturedFramePtr &frame : _frames) {
         frame->afterGap = false;
         // The camera's flag of that time would end the take at once.

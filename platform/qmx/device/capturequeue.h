@@ -59,8 +59,8 @@ public:
     void clear();
 
     /// The take begins at tick `now`: what waits is still to be read, with the frames since the timecode of
-    /// the input began to run (if that is recent) before it.
-    void beginRecord(qint64 now);
+    /// the input began to run (if that is recent) before it. With `first` it holds none from before that.
+    void beginRecord(qint64 now, std::optional<qint64> first = {});
     void endRecord();
     /// Since which tick the timecode of the input has been running.
     void setRunningSince(std::optional<qint64> number, qint64 now);

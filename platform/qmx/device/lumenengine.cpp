@@ -67,7 +67,10 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
       _reference(_profile.reference),
       _output(makeSinks(options, _profile, environment), environment),
       _workers(workerCount(_profile), codecLookup(options, _profile), environment)
-{}
+{
+    if (!options.profile && !_window.publish())
+        qmxLogOutput(2, logSource, __LINE__, "Edits by remote control are not possible: no shared memory\n");
+}
 
 LumenEngine::~LumenEngine() = default;
 
@@ -252,7 +255,10 @@ QmxError LumenEngine::readFrame(QmxFrame &frame)
         if (!captured) return {EAGAIN, QStringLiteral("No captured frame waits")};
         frame = captured->toFrame();
         if (!_capture.isRecording()) return {};
-        if (!_takeRead) _report.takeBegins();
+        if (!_takeRead) {
+            _report.takeBegins();
+            _takeFirst = captured->number;
+        }
         _takeRead = true;
         timecode = captured->timecode;
         QmxCounters::instance()->add(QmxCounters::FramesRecorded);
@@ -297,6 +303,11 @@ void LumenEngine::setProperty(const QmxId &key, const QVariant &value)
     // The reel name (key 23) has no place on a software card: the clip's file carries it.
 }
 
+void LumenEngine::lookAtWindow()
+{
+    if (_gate.look(_window.window(), _tickIndex, _capture.isRecording())) _capture.noteLoss();
+}
+
 void LumenEngine::setDirection(const QmxId &direction)
 {
     _direction = direction;
@@ -308,11 +319,13 @@ void LumenEngine::setDirection(const QmxId &direction)
     _firstAfterLoss.reset();
     if (record) {
         ++_take;
-        _capture.beginRecord(_tickIndex);
+        lookAtWindow();
+        _capture.beginRecord(_tickIndex, _gate.in());
         postCoding();
         return;
     }
     _capture.endRecord();
+    _gate.takeEnds();
     if (const auto state = _report.takeEnds()) {
         DeviceEvent event;
         event.type = DeviceEvent::InputChanged;

@@ -9,6 +9,7 @@
 #include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/device/outputstage.h"
 #include "platform/qmx/device/playbackqueue.h"
+#include "platform/qmx/device/takegate.h"
 #include "platform/qmx/device/tickschedule.h"
 #include "platform/qmx/device/timecodegenerator.h"
 
@@ -94,6 +95,7 @@ private:
     void watch(const QmxVideoDeviceSetup &setup);
     void makeGenerator(const QmxVideoDeviceSetup &setup);
     void setDirection(const QmxId &direction);
+    void lookAtWindow();
     void jam(const QmxTimecode &value);
     bool expectsSought() const;
     void push(DeviceEvent::Type type, quint64 serial = 0);
@@ -106,6 +108,7 @@ private:
     void observe(const Seen &seen, const QmxTick &tick);
     void tellInput(const QmxVideoState &state, bool always);
     void captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFrame &output);
+    void showOnly(const Seen &seen, QmxOutputFrame &output);
     bool pictureFits(const QmxSourceFrame &source, bool fromGenerator) const;
     QmxAudio capturedAudio(const Seen &seen, const QmxTick &tick) const;
     void playbackStep(const Seen &seen, QmxOutputFrame &output);
@@ -177,9 +180,13 @@ private:
     QmxId _inputConversion;
     QmxVideoDeviceSetup _described; ///< of which _connection tells
     QString _connection;
+    TakeGate _gate;
+    qint64 _takeFirst = -1; ///< index of the first frame of the take that runs or was the last
     std::unique_ptr<QmxSource> _newInput;
     std::unique_ptr<QmxSource> _newGenerator;
     bool _dropGenerator = false;
+
+    QmxTakeWindow::Board _window; ///< needs no guard
 
     // Clock thread.
     std::unique_ptr<QmxSource> _input;

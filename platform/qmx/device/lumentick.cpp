@@ -119,9 +119,11 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
     QmxOutputFrame output;
     output.tick = tick;
     OutputStage::Work work;
+    qint64 takeFirst = -1;
     {
         std::lock_guard lock(_mutex);
         _tickIndex = tick.index;
+        lookAtWindow();
         observe(seen, tick);
         if (!_hasSetup) return;
         output.desc = _running.imageDesc();
@@ -136,9 +138,12 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
         _startPending = false;
         pushVbi(output.timecode);
         work = outputWork(output);
+        takeFirst = _takeFirst;
         count(seen, output);
     }
     _last = output;
+    const QVariant number = output.isCapture ? QVariant() : output.metadata.value(QmxIds::frameNumber);
+    _window.tell({tick.index, number.isValid() ? number.toInt() : -1, takeFirst});
     countDropped();
     _output.show(output, work);
     if (output.isCapture) _pictureProblem.clear();
@@ -213,7 +218,7 @@ void LumenEngine::observe(const Seen &seen, const QmxTick &tick)
     _heldTimecodes = timecode.isValid() || !_inputTimecode.isValid() ? 0 : _heldTimecodes + 1;
     if (_heldTimecodes == 0 || _heldTimecodes > mostHeldTimecodes) _inputTimecode = timecode;
     _runningTimecode.step(tick.index, _inputTimecode);
-    _capture.setRunningSince(_runningTimecode.runningSince(), tick.index);
+    _capture.setRunningSince(_gate.in() ? _gate.in() : _runningTimecode.runningSince(), tick.index);
 }
 
 void LumenEngine::tellInput(const QmxVideoState &state, bool always)
@@ -270,6 +275,10 @@ QmxAudio LumenEngine::capturedAudio(const Seen &seen, const QmxTick &tick) const
 void LumenEngine::captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFrame &output)
 {
     output.isCapture = true;
+    if (_capture.isRecording() && _gate.keepsOut(tick.index)) {
+        showOnly(seen, output);
+        return;
+    }
     // Taken for another set-up than the one in force now: begins with the next tick.
     if (seen.generation != _generation || tick.rate != _running.imageDesc().frameRate()) return;
     const bool internal = _running.videoInputSource() == QmxIds::internalGenerator;
@@ -306,6 +315,17 @@ void LumenEngine::captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFr
     output.metadata = frame->metadata;
     if (_capture.push(frame)) captureLost();
     postCoding();
+}
+
+/// A frame that no take holds.
+void LumenEngine::showOnly(const Seen &seen, QmxOutputFrame &output)
+{
+    const bool internal = _running.videoInputSource() == QmxIds::internalGenerator;
+    const QmxSourceFrame &source = internal ? seen.generator : seen.input;
+    output.picture = pictureFits(source, internal) ? source.picture : QmxPicture();
+    output.audio = source.audio;
+    output.timecode = _last.timecode;
+    output.metadata = _ancillary;
 }
 
 void LumenEngine::playbackStep(const Seen &seen, QmxOutputFrame &output)

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxtakewindow.h"
+
+#include <optional>
+
+/// Decides whether a window that somebody has set counts, so that one that is stale, or whose owner has gone,
+/// costs no take a frame: it counts for the take that begins around its first frame and for no other, and at
+/// its end only as long as the take needs to be ended. Guarded by whoever guards its queue.
+class TakeGate
+{
+public:
+    /// Frames after `in` by which the take has begun, else nothing came of it.
+    static constexpr qint64 latestStart = 50;
+    /// Frames after `out` by which the take has ended, else it goes on.
+    static constexpr qint64 latestEnd = 100;
+
+    /// At each frame of the clock, and before a take begins. True when a window has been given up in a take:
+    /// the frames from here on follow a gap.
+    bool look(const QmxTakeWindow::Window &set, qint64 now, bool isRecording);
+    void takeEnds() { _window = {}; }
+    /// The take that runs does not hold this frame.
+    bool keepsOut(qint64 index) const { return _window.keepsOut(index); }
+    /// The first frame of a take that is about to begin.
+    std::optional<qint64> in() const;
+
+private:
+    QmxTakeWindow::Window _window; ///< that counts
+    quint32 _serial = 0;           ///< seen last
+};

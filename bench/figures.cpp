@@ -20,6 +20,7 @@ std::span<const BenchRow> benchRows()
         {"cue", "from the cue command to the picture on the output", benchCue},
         {"monitoring", "CPU of the daemon in a take, asked for its figures ten times a second and not",
          benchMonitoring},
+        {"remote", "from a 9-pin block to its reply, in a take with every core busy", benchRemote},
         {"prores", "our ProRes coder against libavcodec's: size, quality, CPU a frame", benchProRes},
         {"prores_latency", "time of a ProRes frame with the help of idle workers, and alone",
          benchProResLatency},

@@ -53,6 +53,8 @@ QList<Figure> benchMediumChange(int seconds);
 QList<Figure> benchMediumCheck(int seconds);
 // playbench.cpp
 QList<Figure> benchCue(int seconds);
+// remotebench.cpp
+QList<Figure> benchRemote(int seconds);
 // monitorbench.cpp
 QList<Figure> benchMonitoring(int seconds);
 // proresbench.cpp

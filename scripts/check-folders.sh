@@ -26,7 +26,7 @@ xpd/debug: platform xpd/transport
 xpd/app: platform xpd
 companions/: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/qmx/edges platform/store platform/product platform/control
 tests/: platform xpd companions tests
-bench/: platform xpd companions bench tests/support
+bench/: platform xpd companions bench tests/support tests/ninepincontroller
 '
 status=0
 while read -r file; do

@@ -5,7 +5,7 @@ set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
 
-recorder_programs='xpd xpmediad xp-stills' tools_programs='xpctl'
+recorder_programs='xpd xpmediad xp-stills' tools_programs='xpctl' remote_programs='xpremote'
 version=$(sed -nE 's/^project\(xp VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
 count=$(git rev-list --count HEAD 2>/dev/null) && version=$version+r$count
 while [ $# -gt 0 ]; do
@@ -20,7 +20,7 @@ rm -rf "$work"
 mkdir -p "$out" "$work"
 rm -f "$out"/*.deb
 
-for program in $recorder_programs $tools_programs; do
+for program in $recorder_programs $tools_programs $remote_programs; do
     [ -x "$XP_BUILD/bin/$program" ] || die "package: $XP_BUILD/bin/$program is missing; run: ./xp build"
 done
 
@@ -81,9 +81,10 @@ TEXT
     dpkg-deb --root-owner-group --build "$root" "$out/$1_${version}_$architecture.deb" >/dev/null
 }
 
-recorder=$work/xp-recorder tools=$work/xp-tools
+recorder=$work/xp-recorder tools=$work/xp-tools remote=$work/xp-remote
 for program in $recorder_programs; do put_program "$program" "$recorder"; done
 for program in $tools_programs; do put_program "$program" "$tools"; done
+for program in $remote_programs; do put_program "$program" "$remote"; done
 
 install -D -m 644 -t "$recorder/lib/systemd/system" packaging/xp-recorder/*.service
 install -D -m 644 packaging/xp-recorder/lumen.ini "$recorder/etc/xp/lumen.ini"
@@ -104,13 +105,24 @@ install -d "$tools/usr/share/man/man1" "$tools/usr/share/bash-completion/complet
 "$XP_BUILD/bin/xpctl" completion bash >"$tools/usr/share/bash-completion/completions/xpctl"
 "$XP_BUILD/bin/xpctl" completion zsh >"$tools/usr/share/zsh/vendor-completions/_xpctl"
 
+install -d "$remote/usr/share/man/man8"
+for program in $remote_programs; do
+    "$XP_BUILD/bin/$program" --manual | gzip -9n >"$remote/usr/share/man/man8/$program.8.gz"
+done
+install -D -m 644 -t "$remote/lib/systemd/system" packaging/xp-remote/*.service
+install -D -m 644 packaging/xp-remote/remote.ini "$remote/etc/xp/remote.ini"
+install -D -m 644 packaging/xp-remote/udev "$remote/lib/udev/rules.d/70-xp-remote.rules"
+
 make_package xp-recorder "$(library_depends "$recorder"/usr/bin/*), adduser, init-system-helpers (>= 1.54~)" video \
     'video recorder: transport and media daemons' \
     'Records and plays video like a tape machine; its services start with the machine.'
 make_package xp-tools "$(library_depends "$tools"/usr/bin/*)" video \
     'video recorder: command line' \
     'The program xpctl, which operates the recorder, with completion and manual page.'
-make_package xp-recorder-dbg "xp-recorder (= $version), xp-tools (= $version)" debug \
+make_package xp-remote "$(library_depends "$remote"/usr/bin/*), xp-recorder (= $version), init-system-helpers (>= 1.54~)" video \
+    'video recorder: 9-pin, line protocol, OSC' \
+    'Lets edit controllers, automation and fader boxes drive the recorder.'
+make_package xp-recorder-dbg "xp-recorder (= $version), xp-tools (= $version), xp-remote (= $version)" debug \
     'video recorder: line tables' \
     'Makes backtraces of the recorder readable.'
 rm -rf "$work"

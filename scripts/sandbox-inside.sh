@@ -84,6 +84,7 @@ done
 
 [ -n "$XP_STORE" ] && printf '%s\n' "$XP_STORE" >/etc/xp/store
 [ -n "$XP_PROFILE" ] && cp "$XP_PROFILE" /etc/xp/lumen.ini
+[ -n "$XP_REMOTE" ] && cp "$XP_REMOTE" /etc/xp/remote.ini
 if [ -n "$XP_CLOCK" ]; then
     touch /etc/xp/lumen.ini
     { printf '[device]\nclock=%s\n' "$XP_CLOCK"; cat /etc/xp/lumen.ini; } >/etc/xp/lumen.new
@@ -113,6 +114,20 @@ stop_mediad() {
     [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpmediad.out >&2
     return 0
 }
+start_remote() {
+    [ -n "$XP_REMOTE" ] || return 0
+    # It returns when its ports are open and goes on in the background.
+    xpremote >/run/xp/xpremote.out 2>&1 </dev/null ||
+        { cat /run/xp/xpremote.out >&2; die "sandbox: xpremote did not start; its output is above"; }
+}
+stop_remote() {
+    local pid
+    pid=$(cat /var/lock/xpremote.lock 2>/dev/null) && [ -n "$pid" ] || return 0
+    kill -TERM "$pid" 2>/dev/null || return 0
+    while kill -0 "$pid" 2>/dev/null; do read -rt 0.02 <> <(:) || true; done
+    [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpremote.out >&2
+    return 0
+}
 start_daemon() {
     start_mediad
     rm -f /run/xp/notify
@@ -139,8 +154,9 @@ stop_daemon() {
     [ -s /run/xp/xpd.out ] && [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpd.out >&2
     daemon_pid=
 }
-trap 'stop_daemon; stop_mediad; exit 143' TERM INT HUP
+trap 'stop_remote; stop_daemon; stop_mediad; exit 143' TERM INT HUP
 [ "$XP_DAEMON" = yes ] && start_daemon
+start_remote
 echo $$ >"$XP_SANDBOX_DIR/pid"
 
 "$@" &
@@ -149,6 +165,7 @@ trap 'kill -TERM "$command_pid" 2>/dev/null || true' TERM INT HUP
 status=0
 wait "$command_pid" || status=$?
 while kill -0 "$command_pid" 2>/dev/null; do wait "$command_pid" || status=$?; done
+stop_remote
 stop_daemon
 stop_mediad
 rm -f "$XP_SANDBOX_DIR/pid"

@@ -5,7 +5,7 @@
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 
-media_size=2G store= profile= clock= net=host state= media= daemon=yes mediad=yes
+media_size=2G store= profile= clock= net=host state= media= daemon=yes mediad=yes remote=
 while [ $# -gt 0 ]; do
     case "$1" in
         --no-* | --) ;;
@@ -19,6 +19,7 @@ while [ $# -gt 0 ]; do
         --net) net=$2; shift 2 ;;
         --state) state=$2; shift 2 ;;
         --media) media=$2; shift 2 ;;
+        --remote) remote=$(readlink -f "$2") || die "no such file: $2"; shift 2 ;;
         --no-daemon) daemon=no; shift ;;
         --no-mediad) mediad=no; shift ;;
         --) shift; break ;;
@@ -30,6 +31,7 @@ done
 [[ $media_size =~ ^[1-9][0-9]*[KMGT]?$ ]] || die "sandbox: --media-size is a size such as 600M or 2G, not '$media_size'"
 case "$net" in host | private) ;; *) die "sandbox: --net is host or private, not '$net'" ;; esac
 [ -z "$profile" ] || [ -r "$profile" ] || die "sandbox: cannot read the profile $profile"
+[ -z "$remote" ] || [ -r "$remote" ] || die "sandbox: cannot read the ports in $remote"
 [ -x "$XP_BUILD/bin/xpd" ] || [ "$daemon" = no ] || die "sandbox: nothing built yet; run ./xp build"
 
 if [ -n "$state" ]; then
@@ -50,6 +52,7 @@ fi
 
 # Copied here: the place it lies at may look different from the inside.
 [ -z "$profile" ] || { cp "$profile" "$dir/lumen.ini"; profile=$dir/lumen.ini; }
+[ -z "$remote" ] || { cp "$remote" "$dir/remote.ini"; remote=$dir/remote.ini; }
 
 namespaces=(--mount --propagation private --pid --fork --kill-child=TERM)
 [ "$net" = private ] && namespaces+=(--net)
@@ -62,7 +65,7 @@ unshare --mount true 2>/dev/null || [ "$(id -u)" -ne 0 ] ||
     die "this machine allows no mount namespaces, not even to root: a sandbox is not possible here"
 
 export XP_SANDBOX_DIR=$dir XP_MEDIA_SIZE=$media_size XP_MEDIA=$media XP_STORE=$store XP_PROFILE=$profile XP_CLOCK=$clock
-export XP_DAEMON=$daemon XP_MEDIAD=$mediad XP_NET=$net
+export XP_DAEMON=$daemon XP_MEDIAD=$mediad XP_NET=$net XP_REMOTE=$remote
 # A signal for the script goes to the command inside, which ends the daemon in order; then we end.
 unshare "${namespaces[@]}" -- "$XP_ROOT/scripts/sandbox-inside.sh" "$@" &
 child=$!

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/doctor.h"
 
+#include "companions/ctl/remotefigures.h"
 #include "platform/product/clipfinder.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
@@ -250,6 +251,7 @@ std::span<const DoctorCheck> doctorChecks()
         {"priority", priority},
         {"huge_pages", hugePages},
         {"clock", clockState},
+        {"remote", remoteFinding},
     };
     return rows;
 }

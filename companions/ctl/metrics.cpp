@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/metrics.h"
 
+#include "companions/ctl/remotefigures.h"
+
 #include <QFileInfo>
 #include <QStorageInfo>
 
@@ -95,5 +97,6 @@ QList<Metric> collectMetrics(const Recorder &recorder)
                         : alarm.level == "warning" ? 2.0
                                                    : 1.0});
     addMedia(metrics, recorder);
+    addRemoteMetrics(metrics);
     return metrics;
 }

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Edits: takes whose first and last frame are known before, and the sequences that make one by themselves.
+#include "companions/remote/ninepin/ninepinsession.h"
+
+namespace {
+/// A take that has not begun so many frames after its first frame's moment is none.
+constexpr qint64 latestStart = 50;
+constexpr int secondsAfterOut = 2;
+/// What a change from play to record may take.
+constexpr int readyFrames = 5;
+} // namespace
+
+bool NinepinSession::refusesRecord()
+{
+    if (_options.mayRecord) return false;
+    give(DeckOrder::refuse,
+         {{QStringLiteral("sentence"),
+           QStringLiteral("a record was refused: write record=on behind this port in /etc/xp/remote.ini")}});
+    return true;
+}
+
+QByteArray NinepinSession::editOn()
+{
+    if (_view->index < 0 || refusesRecord()) return refused();
+    if (_edit == Edit::None && _view->motion != DeckView::Motion::Recording) {
+        move(Mode::None, 0.0);
+        beginEdit(_view->index + _options.editDelay);
+    }
+    return ack();
+}
+
+QByteArray NinepinSession::editOff()
+{
+    if (_edit == Edit::Armed || _edit == Edit::Recording) endEdit(_view->index + _options.editDelay);
+    return ack();
+}
+
+void NinepinSession::beginEdit(qint64 in)
+{
+    _edit = Edit::Armed;
+    _editIn = in;
+    _editOut = 0;
+    _automatic = false;
+    _aborted = false;
+    give(DeckOrder::window, {{QStringLiteral("in"), QString::number(in)}});
+    _takeOrder = give("record");
+}
+
+void NinepinSession::endEdit(qint64 out)
+{
+    // An edit has at least one frame: without any there would be no clip.
+    _editOut = std::max(out, _editIn + 1);
+    _edit = Edit::Ending;
+    give(DeckOrder::window, {{QStringLiteral("in"), QString::number(_editIn)},
+                             {QStringLiteral("out"), QString::number(_editOut)}});
+}
+
+void NinepinSession::abortEdit()
+{
+    _edit = Edit::None;
+    _automatic = false;
+    _sequence = Sequence::None;
+    _aborted = true;
+    give(DeckOrder::window);
+    give(DeckOrder::refuse, {{QStringLiteral("sentence"), QStringLiteral("an edit was not recorded")}});
+}
+
+void NinepinSession::followEdit()
+{
+    if (_edit == Edit::None) return;
+    const bool records = _view->motion == DeckView::Motion::Recording;
+    if (_edit == Edit::Armed && records) _edit = Edit::Recording;
+    if (!_aborted && records && _view->takeFirst > _editIn) {
+        _aborted = true;
+        give(DeckOrder::refuse, {{QStringLiteral("sentence"),
+                                  QStringLiteral("the take of an edit began %1 frames late: give the port a "
+                                                 "longer edit_delay in /etc/xp/remote.ini")
+                                      .arg(_view->takeFirst - _editIn)}});
+    }
+    if (_edit == Edit::Armed && _view->index > _editIn + latestStart) return abortEdit();
+    // Somebody has ended the take.
+    if (_edit == Edit::Recording && !records) return abortEdit();
+    if (_edit != Edit::Ending || _view->index < _editOut) return;
+    _edit = Edit::None;
+    _automatic = false;
+    give("stop");
+}
+
+QByteArray NinepinSession::preview()
+{
+    return startSequence(Sequence::Preview);
+}
+
+QByteArray NinepinSession::review()
+{
+    return startSequence(Sequence::Review);
+}
+
+QByteArray NinepinSession::autoEdit()
+{
+    return refusesRecord() ? refused() : startSequence(Sequence::Edit);
+}
+
+QByteArray NinepinSession::startSequence(Sequence sequence)
+{
+    if (_points.duration() == 0) return refused();
+    startCue(_points.at(NinepinEditPoints::In).advanced(-prerollFrames()));
+    _sequence = sequence;
+    _rolling = false;
+    _aborted = false;
+    return ack();
+}
+
+void NinepinSession::followSequence()
+{
+    if (_sequence == Sequence::None) return;
+    if (_rolling) return roll();
+    if (_cue == Cue::Running) return;
+    if (_cue == Cue::Failed || _view->frame < 0) {
+        _sequence = Sequence::None;
+        _aborted = true;
+        return;
+    }
+    // The picture that is held tells which frame of the material the timecode of IN is.
+    _inFrame = _view->frame + prerollFrames();
+    _outFrame = _inFrame + _points.duration();
+    const Sequence sequence = _sequence;
+    move(Mode::Play, 1.0);
+    _sequence = sequence;
+    _rolling = true;
+}
+
+/// Plays through both points. In an edit the take is ordered a little before, with its first frame named.
+void NinepinSession::roll()
+{
+    const qint64 frame = _view->frame;
+    if (_sequence == Sequence::Edit) {
+        if (_edit == Edit::None && frame >= 0 && frame >= _inFrame - _options.editDelay - readyFrames) {
+            const qint64 in = _view->index + _inFrame - frame;
+            beginEdit(in);
+            endEdit(in + _outFrame - _inFrame);
+            _automatic = true;
+            _sequence = Sequence::None;
+        }
+        return;
+    }
+    const bool inside = frame >= _inFrame && frame < _outFrame;
+    if (_sequence == Sequence::Preview && inside != _showsInput) {
+        _showsInput = inside;
+        route(inside);
+    }
+    if (frame < _outFrame + qint64(secondsAfterOut) * _view->fps &&
+        _view->motion == DeckView::Motion::Playing)
+        return;
+    if (frame < _inFrame && _view->motion != DeckView::Motion::Playing) return; // not begun yet
+    move(Mode::None, 0.0);
+    give("still");
+}

@@ -136,8 +136,7 @@ Result measureKs(const BenchFilm &film, const QList<QmxPicture> &pictures, int q
     const QmxLibav::Packet packet(av_packet_alloc());
     return measure(film, pictures, [&](const QmxPicture &picture) {
         const QmxLibav::Frame frame = QmxLibav::wrap(picture);
-        frame->interlaced_frame = film.interlaced;
-        frame->top_field_first = 1;
+        QmxLibav::setInterlaced(frame.get(), film.interlaced, true);
         QmxBuffer coded;
         if (avcodec_send_frame(c.get(), frame.get()) >= 0 &&
             avcodec_receive_packet(c.get(), packet.get()) >= 0)

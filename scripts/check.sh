@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Everything that can be said about the code without a person: names what it ran and what failed.
-#   check.sh [format|folders|libraries|params|includes|lint|asan|tsan|fuzz|kills|crash|day|walk|prores|page|neon|package ...] [--long]
-# Nothing named: all but neon and package.
+#   check.sh [format|folders|libraries|params|includes|lint|asan|tsan|fuzz|kills|crash|day|walk|prores|page|neon|package|debian13 ...] [--long]
+# Nothing named: all but neon, package and debian13.
 set -uo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
+export XP_WERROR=ON # of a build that is made here
 
 check_format() { git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format --dry-run -Werror; }
 
@@ -32,7 +33,7 @@ check_params() {
 
 # Every file names what it uses: the precompiled headers must not be what makes it compile.
 check_includes() {
-    cmake -S . -B build-includes -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DXP_PRECOMPILED=OFF >/dev/null &&
+    cmake -S . -B build-includes -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DXP_PRECOMPILED=OFF -DXP_WERROR=ON >/dev/null &&
         cmake --build build-includes -j "$XP_JOBS"
 }
 
@@ -119,6 +120,9 @@ check_neon() { scripts/check-neon.sh; }
 
 # The Debian packages in a Debian root: some minutes, and downloads; only when named.
 check_package() { xp_build && scripts/check-package.sh; }
+
+# Builds and tests in a Debian 13 root: half an hour, and downloads; only when named.
+check_debian13() { scripts/check-debian13.sh; }
 
 wanted=() long=no
 for argument in "$@"; do

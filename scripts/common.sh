@@ -58,7 +58,8 @@ xp_build() {
     local tests=ON
     [ "${1:-}" = programs ] && tests=OFF
     if [ ! -f "$XP_BUILD/build.ninja" ] || { [ $tests = ON ] && grep -qs '^XP_TESTS:BOOL=OFF' "$XP_BUILD/CMakeCache.txt"; }; then
-        cmake -S "$XP_ROOT" -B "$XP_BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DXP_TESTS=$tests >/dev/null ||
+        cmake -S "$XP_ROOT" -B "$XP_BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DXP_TESTS=$tests \
+            -DXP_WERROR="${XP_WERROR:-OFF}" >/dev/null ||
             die "configuring failed; see above, or begin anew: rm -r '$XP_BUILD'"
     fi
     local made_for

@@ -3,6 +3,7 @@
 #include "tests/config/privatemachine.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"
+#include "tests/support/sendsignal.h"
 #include "tests/support/stepper.h"
 #include "tests/support/testfiles.h"
 
@@ -66,7 +67,7 @@ protected:
         EXPECT_TRUE(Stepper::waitFor([&] { return process.state() == QProcess::NotRunning; }, kPatience));
         return process.exitStatus() == QProcess::CrashExit ? -1 : process.exitCode();
     }
-    static void signal(const QProcess &process, int sig) { ::kill(pid_t(process.processId()), sig); }
+    static void signal(const QProcess &process, int sig) { sendSignal(process.processId(), sig); }
     /// Signals it when nothing has been logged for a while: a handler that comes in the middle of a line of
     /// the log waits for the end of that line for ever.
     static void signalInSilence(QProcess &process, QByteArray &said, int sig)

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/clip/movpcm.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
+#include "tests/support/sendsignal.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
@@ -182,10 +183,10 @@ qint32 recordAndKill(const ClipTake &take, const QString &path, qint64 closeAt, 
     const auto hear = [&] { return ::read(ends[0], &durable, sizeof durable) == sizeof durable; };
     while (messages > 0 && hear())
         --messages;
-    kill(child, SIGSTOP);
+    sendSignal(child, SIGSTOP);
     waitpid(child, nullptr, WUNTRACED);
     whileStopped();
-    kill(child, SIGKILL);
+    sendSignal(child, SIGKILL);
     waitpid(child, nullptr, 0);
     while (hear())
         continue;

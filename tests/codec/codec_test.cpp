@@ -160,7 +160,7 @@ TEST(Converter, rangeAndFieldsAreKept)
     frame->format = AV_PIX_FMT_YUVJ420P;
     frame->width = 720;
     frame->height = 576;
-    frame->interlaced_frame = 1;
+    QmxLibav::setInterlaced(frame.get(), true, true);
     ASSERT_GE(av_frame_get_buffer(frame.get(), 0), 0);
     for (int y = 0; y < 576; ++y)
         std::memset(frame->data[0] + y * frame->linesize[0], y % 2 ? 255 : 0, 720);

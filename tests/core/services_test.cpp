@@ -11,6 +11,7 @@
 #include "platform/qmx/core/qmxprofileclock.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 #include "tests/support/print.h"
+#include "tests/support/sendsignal.h"
 #include "tests/support/stepper.h"
 #include "tests/support/testfiles.h"
 
@@ -163,7 +164,7 @@ TEST(LockFile, OneHolderAndADeadOneIsTakenOver)
         QmxLockFile lock(path);
         EXPECT_FALSE(lock.lock());
         EXPECT_EQ(lock.whoHasLock(), int(child));
-        kill(child, SIGKILL);
+        sendSignal(child, SIGKILL);
         waitpid(child, nullptr, 0);
         EXPECT_EQ(lock.whoHasLock(), 0) << "its pid is still inside, but it is dead";
         EXPECT_TRUE(lock.lock());

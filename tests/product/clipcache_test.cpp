@@ -3,6 +3,7 @@
 #include "platform/product/clipcache.h"
 #include "platform/product/sharedclipsource.h"
 #include "tests/config/privatemachine.h"
+#include "tests/support/sendsignal.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
@@ -122,7 +123,7 @@ TEST(ClipCache, processesKilledAtAnyMomentBlockNobodyAndTearNothing)
         while (std::chrono::steady_clock::now() < until)
             std::this_thread::yield();
         // Stopped at any moment, perhaps with the mutex: what was there last is still to be had.
-        ::kill(static_cast<pid_t>(publisher->processId()), SIGSTOP);
+        sendSignal(publisher->processId(), SIGSTOP);
         const auto listing = reader.listing(folder, std::chrono::milliseconds(200));
         if (listing) {
             const int frames = listing->clips.front().getFrameCount();

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "tests/support/sendsignal.h"
 #include "tests/support/stepper.h"
 #include "tests/support/testfiles.h"
 
@@ -56,7 +57,7 @@ TEST_F(Service, parentEndsAsTheChildThatCannotStartElseStaysUntilTheLoopTurns)
     const int pid = servicePid();
     ASSERT_GT(pid, 1);
     EXPECT_EQ(::getsid(pid), pid); // on its own
-    ::kill(pid, SIGTERM);
+    sendSignal(pid, SIGTERM);
     EXPECT_TRUE(hears("signal 15 on the event loop"));
     EXPECT_TRUE(hears("done"));
 }
@@ -86,7 +87,7 @@ TEST_F(Service, underAServiceManagerItStaysAndTellsWhenItIsReady)
     EXPECT_EQ(receive(), "READY=1\nSTATUS=all is well\n");
     EXPECT_EQ(receive(), "WATCHDOG=1\n");
     EXPECT_EQ(receive(), "WATCHDOG=1\n");
-    ::kill(pid_t(process.processId()), SIGHUP);
+    sendSignal(process.processId(), SIGHUP);
     ASSERT_TRUE(hears("loop stands"));
     while (::recv(fd, nullptr, 0, 0) >= 0) {}
     EXPECT_FALSE(

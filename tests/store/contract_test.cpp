@@ -6,6 +6,7 @@
 #include "tests/store/redisserver.h"
 #include "tests/store/storetesting.h"
 #include "tests/support/logcollector.h"
+#include "tests/support/sendsignal.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
@@ -285,7 +286,7 @@ TEST_P(StoreContract, whoIsStoppedHoldsNobodyUpAndCatchesUpOrIsToldToReload)
     Worker stopped({"listen", quri()});
     auto dead = std::make_unique<Worker>(QStringList{"listen", quri()});
     ASSERT_TRUE(stopped.waitForLines(2) && dead->waitForLines(1)); // with what is told at first
-    ::kill(static_cast<pid_t>(stopped.pid()), SIGSTOP);
+    sendSignal(stopped.pid(), SIGSTOP);
     dead.reset();
     for (unsigned i = 1; i <= count; ++i)
         if (!config->setUInt(eParam_CameraDataMode, i)) {
@@ -293,7 +294,7 @@ TEST_P(StoreContract, whoIsStoppedHoldsNobodyUpAndCatchesUpOrIsToldToReload)
             --i;
         }
     ASSERT_TRUE(Stepper::waitFor([&] { return config->pendingWrites() == 0; }, 60000));
-    ::kill(static_cast<pid_t>(stopped.pid()), SIGCONT);
+    sendSignal(stopped.pid(), SIGCONT);
     const QString name = QString::number(unsigned(eParam_CameraDataMode)) + " ";
     ASSERT_TRUE(stopped.waitForLine(name + QString::number(count)));
     unsigned expected = 1;

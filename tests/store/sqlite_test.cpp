@@ -4,6 +4,7 @@
 #include "platform/store/storelock.h"
 #include "tests/store/storetesting.h"
 #include "tests/support/logcollector.h"
+#include "tests/support/sendsignal.h"
 #include "tests/support/testfiles.h"
 
 #include <gtest/gtest.h>
@@ -296,7 +297,7 @@ TEST_F(SqliteStore, powerCutTakesNothingThatWasAcknowledged)
         Worker writer({"write", "sqlite:" + dir.file("medium/store.db"), "camera_data_mode",
                        QString::number(last + 1), "1000000"});
         EXPECT_TRUE(writer.waitForLines(3 + 17 * round));
-        ::kill(static_cast<pid_t>(writer.pid()), SIGSTOP);
+        sendSignal(writer.pid(), SIGSTOP);
         QFile::remove(dir.file("cut"));
         EXPECT_TRUE(QFile::copy(disk, dir.file("cut")));
         const unsigned acknowledged = writer.lines().back().toUInt();

@@ -176,3 +176,24 @@ bool QmxLibav::topFieldFirst(const QSize &size)
 {
     return size.height() != 486 && size.height() != 480;
 }
+
+bool QmxLibav::isInterlaced(const AVFrame *frame)
+{
+#ifdef AV_FRAME_FLAG_INTERLACED
+    return frame->flags & AV_FRAME_FLAG_INTERLACED;
+#else
+    return frame->interlaced_frame;
+#endif
+}
+
+void QmxLibav::setInterlaced(AVFrame *frame, bool interlaced, bool topFieldFirst)
+{
+#ifdef AV_FRAME_FLAG_INTERLACED
+    frame->flags &= ~(AV_FRAME_FLAG_INTERLACED | AV_FRAME_FLAG_TOP_FIELD_FIRST);
+    if (interlaced) frame->flags |= AV_FRAME_FLAG_INTERLACED;
+    if (topFieldFirst) frame->flags |= AV_FRAME_FLAG_TOP_FIELD_FIRST;
+#else
+    frame->interlaced_frame = interlaced;
+    frame->top_field_first = topFieldFirst;
+#endif
+}

@@ -66,4 +66,7 @@ struct Colour
 Colour colour(const QSize &size);
 /// Top field first, but for 486 and 480 lines.
 bool topFieldFirst(const QSize &size);
+/// Whether the frame holds two fields; libav has moved the note from a member into a flag.
+bool isInterlaced(const AVFrame *frame);
+void setInterlaced(AVFrame *frame, bool interlaced, bool topFieldFirst);
 } // namespace QmxLibav

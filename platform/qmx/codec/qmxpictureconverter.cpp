@@ -118,7 +118,7 @@ QmxPicture QmxPictureConverter::convert(const AVFrame *frame, QmxPicture::Format
     const bool verticalWork = (d && d->log2_chroma_h > 0) || size.height() != frame->height;
     const int wholeFields = d && d->log2_chroma_h > 0 ? 4 : 2;
     const bool byField =
-        frame->interlaced_frame && verticalWork && size.height() % 2 == 0 && frame->height % wholeFields == 0;
+        QmxLibav::isInterlaced(frame) && verticalWork && size.height() % 2 == 0 && frame->height % wholeFields == 0;
     if (!run(frame, AVPixelFormat(target->format), size, target->data, target->linesize, byField)) return {};
     return picture;
 }
@@ -127,7 +127,7 @@ QmxPicture QmxPictureConverter::convert(const QmxPicture &picture, const QSize &
 {
     const QmxLibav::Frame frame = QmxLibav::wrap(picture);
     if (!frame) return {};
-    frame->interlaced_frame = interlaced;
+    QmxLibav::setInterlaced(frame.get(), interlaced, QmxLibav::topFieldFirst(picture.size()));
     return convert(frame.get(), picture.format(), size);
 }
 

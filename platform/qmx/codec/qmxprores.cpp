@@ -162,8 +162,7 @@ QmxError ProResEncoder::encode(const QmxPicture &picture, QmxBuffer &coded)
     const QmxLibav::Frame frame = QmxLibav::wrap(input);
     if (!c || !frame || !_packet)
         return QmxError(ENOMEM, QStringLiteral("Cannot make a ProRes coder of %1").arg(_desc.toString()));
-    frame->interlaced_frame = _desc.isInterlaced();
-    frame->top_field_first = QmxLibav::topFieldFirst(_size);
+    QmxLibav::setInterlaced(frame.get(), _desc.isInterlaced(), QmxLibav::topFieldFirst(_size));
     int result = avcodec_send_frame(c, frame.get());
     if (result >= 0) result = avcodec_receive_packet(c, _packet.get());
     if (result < 0) return QmxLibav::error(QStringLiteral("code a ProRes frame"), result);

@@ -204,8 +204,7 @@ QmxError Muxer::writePicture(const QmxPicture &picture, qint64 time)
     if (!_converter.convert(picture, AV_PIX_FMT_YUV420P, _size, frame->data, frame->linesize, _interlaced))
         return QmxError(EINVAL, QStringLiteral("Cannot convert a picture"));
     frame->pts = time;
-    frame->interlaced_frame = _interlaced;
-    frame->top_field_first = QmxLibav::topFieldFirst(_size);
+    QmxLibav::setInterlaced(frame.get(), _interlaced, QmxLibav::topFieldFirst(_size));
     return send(_video, frame.get());
 }
 

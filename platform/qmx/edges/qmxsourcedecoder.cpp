@@ -186,7 +186,7 @@ QmxSourceDecoder::Step QmxSourceDecoder::receiveVideo()
     const QSize size(_frame->width, _frame->height);
     if (!_desc.isValid()) {
         const AVFieldOrder order = _input->streams[_videoStream]->codecpar->field_order;
-        const bool interlaced = isInterlaced(order) || _frame->interlaced_frame;
+        const bool interlaced = isInterlaced(order) || QmxLibav::isInterlaced(_frame.get());
         _desc = QmxSourceFormat::desc(size, frameRate(interlaced),
                                       interlaced ? QmxImageDesc::Interlaced : QmxImageDesc::Progressive);
     }

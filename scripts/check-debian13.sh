@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Builds everything and runs every test in a Debian 13 root of its own; needs root. The root with its packages
+# (build-debian13/root) and the build (build-debian13/build) stay for the next time.
+#   XP_DEBIAN_MIRROR   where the packages come from
+#   XP_DEBIAN13_TESTS  arguments for ctest in place of all tests ("-R Clip")
+set -euo pipefail
+. "$XP_ROOT/scripts/common.sh"
+place=$XP_ROOT/build-debian13
+root=$place/root
+mirror=${XP_DEBIAN_MIRROR:-http://deb.debian.org/debian}
+
+if [ "${1:-}" != inside ]; then
+    [ "$(id -u)" -eq 0 ] || die "check debian13: needs root, to make a Debian root"
+    command -v debootstrap >/dev/null || die "check debian13: debootstrap is missing; run: ./xp setup"
+    mkdir -p "$place"
+    if [ ! -e "$root/.complete" ]; then
+        say "making a Debian 13 root in $root"
+        rm -rf "$root"
+        debootstrap --variant=minbase trixie "$root" "$mirror" >"$place/root.log" 2>&1 ||
+            die "check debian13: debootstrap failed; see $place/root.log"
+        touch "$root/.complete"
+    fi
+    exec unshare --mount --propagation private --mount-proc --pid --fork --kill-child "$0" inside
+fi
+
+# The checkout at the place where it is, and what git needs of the repository that it was taken from.
+mounts=("$XP_ROOT" "$(cd "$XP_ROOT" && git rev-parse --path-format=absolute --git-common-dir)")
+for folder in "${mounts[@]}"; do
+    mkdir -p "$root$folder"
+    mount --rbind "$folder" "$root$folder"
+done
+mount -t proc proc "$root/proc"
+mount --rbind /sys "$root/sys"
+mount --rbind /dev "$root/dev"
+mount -t tmpfs xp-shm "$root/dev/shm"
+mount -t tmpfs xp-run "$root/run"
+mkdir -p "$root/run/lock"
+chmod 1777 "$root/run/lock"
+cp /etc/resolv.conf "$root/etc/resolv.conf"
+printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"
+chmod 755 "$root/usr/sbin/policy-rc.d"
+
+in_root() {
+    chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+        XP_ROOT="$XP_ROOT" XP_BUILD="$place/build" XP_JOBS="$XP_JOBS" XP_WERROR=ON XP_CTEST="${XP_DEBIAN13_TESTS:-}" "$@"
+}
+in_root bash -euc '
+    cd "$XP_ROOT"
+    . scripts/common.sh
+    # What every build and test needs; what only this machine of ours needs (linter, packages, other processors) not.
+    packages=$(awk "/^# group:/ { out = \$3 ~ /^(check|package|neon|peers)\$/ } /^[^#]/ && !out" packaging/packages.txt)
+    missing=$(for p in $packages; do dpkg-query -W -f="\${db:Status-Status}\n" "$p" 2>/dev/null | grep -qx installed || echo $p; done)
+    # shellcheck disable=SC2086
+    xp_install $missing || die "check debian13: the packages could not be installed"
+    . /etc/os-release
+    say "$PRETTY_NAME: $(g++ -dumpfullversion) $(pkg-config --modversion Qt6Core) FFmpeg $(dpkg-query -W -f="\${Version}" libavcodec-dev)"
+    xp_build
+    ctest --test-dir "$XP_BUILD" --output-on-failure --no-tests=error -j "$XP_JOBS" $XP_CTEST
+'

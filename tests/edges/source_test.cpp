@@ -2,20 +2,15 @@
 #include "platform/qmx/edges/qmxsink.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 #include "platform/qmx/edges/qmxstrip.h"
-#include "tests/edges/pictures.h"
+#include "tests/edges/live.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"
 #include "tests/support/stepper.h"
 
 #include <gtest/gtest.h>
 
-#include <QProcess>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <string>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <thread>
 
 namespace {
 struct FileCase
@@ -48,74 +43,40 @@ QmxSourceFrame firstPicture(QmxSource &source, Ticks &ticks)
     return frame;
 }
 
-int freeUdpPort()
-{
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr *>(&address), length), 0);
-    getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length);
-    close(fd);
-    return ntohs(address.sin_port);
-}
-
-/// The ffmpeg program sending a clip over and over at its own speed, until it is killed.
-class Sender
+/// An output that shows the moving pattern, ticked by the machine's own clock on a thread of its own.
+class LiveOutput
 {
 public:
-    Sender(const QString &clip, const QString &address)
-    {
-        const bool isRtp = address.startsWith(QLatin1String("rtp"));
-        _process.start(QStringLiteral("ffmpeg"),
-                       QStringLiteral("-v error -re -stream_loop -1 -i %1 -c copy -f %2 %3?pkt_size=1316")
-                           .arg(clip, QLatin1String(isRtp ? "rtp_mpegts" : "mpegts"), address)
-                           .split(QLatin1Char(' ')));
-    }
-    ~Sender()
-    {
-        _process.kill();
-        _process.waitForFinished();
-    }
-
-private:
-    ChildProcess _process;
-};
-
-/// A source ticked by the machine's own clock.
-class LiveInput
-{
-public:
-    explicit LiveInput(const QString &locator)
-        : _clock(std::make_shared<QmxRealClock>()), _ticks(QmxVideoRate(25), _clock->now())
+    explicit LiveOutput(const QString &locator)
     {
         QmxEnvironment environment = QmxEnvironment::current();
-        environment.clock = _clock;
-        _source = qmxCreateSource(locator, environment);
+        environment.clock = std::make_shared<QmxRealClock>();
+        _sink = qmxCreateSink(locator, environment);
+        _thread = std::jthread([this, environment](const std::stop_token &stop) { run(environment, stop); });
     }
-    const QmxSourceFrame &next()
-    {
-        const QmxTick tick = _ticks.next();
-        _clock->sleepUntil(tick.deadline);
-        _frame = _source->take(tick);
-        return _frame;
-    }
-    /// Ticks until it holds, at most `seconds`.
-    bool until(const std::function<bool(const QmxSourceFrame &)> &predicate, int seconds)
-    {
-        for (int i = 0; i < seconds * 60; ++i)
-            if (predicate(next())) return true;
-        return false;
-    }
-    void setRate(const QmxVideoRate &rate) { _ticks.setRate(rate); }
-    std::string status() const { return _source->statusText().toStdString(); }
+    QByteArray status() const { return _sink->statusText().toUtf8(); }
+    QString problem() const { return _sink->problem(); }
+    qint64 dropped() const { return _sink->dropped(); }
 
 private:
-    std::shared_ptr<QmxClock> _clock;
-    Ticks _ticks;
-    std::unique_ptr<QmxSource> _source;
-    QmxSourceFrame _frame;
+    void run(const QmxEnvironment &environment, const std::stop_token &stop)
+    {
+        QmxOutputFrame frame;
+        frame.desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));
+        const auto generator = qmxCreateInternalGenerator(frame.desc, QmxId(802), QmxId(900), environment);
+        Ticks ticks(QmxVideoRate(25), environment.clock->now());
+        while (!stop.stop_requested()) {
+            frame.tick = ticks.next();
+            environment.clock->sleepUntil(frame.tick.deadline);
+            const QmxSourceFrame made = generator->take(frame.tick);
+            frame.picture = made.picture;
+            frame.audio = made.audio;
+            _sink->show(frame);
+        }
+    }
+
+    std::unique_ptr<QmxSink> _sink;
+    std::jthread _thread;
 };
 } // namespace
 
@@ -275,6 +236,48 @@ TEST_P(NetworkOutput, isWhatALiveSourceReceives)
         30))
         << input.status() << sink->statusText().toStdString();
     EXPECT_EQ(input.next().state, QmxSourceFormat::state(frame.desc));
+}
+
+TEST(NetworkCoding, codesAsItsKeysSayAndTakesEveryCallerFromTheFirstOn)
+{
+    struct Case
+    {
+        const char *keys;
+        const char *codecs;
+        double mostBits; ///< a second, of all that is sent
+    };
+    const Case cases[] = {{"", "h264,aac", 4e6},
+                          {"&codec=h264&bitrate=500k&audio=mp2&audio_bitrate=64k", "h264,mp2", 900e3},
+                          {"&codec=mpeg2&bitrate=2M&audio=aac", "mpeg2video,aac", 2.8e6}};
+    const TestDir dir;
+    const QString path = dir.file(QStringLiteral("seen.ts"));
+    allowLog(QStringLiteral("qmxmuxsink"));
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.keys);
+        const QString address = QStringLiteral("srt://127.0.0.1:%1").arg(freeUdpPort());
+        LiveOutput output(address + QStringLiteral("?mode=listener") + QLatin1String(c.keys));
+        for (int caller = 0; caller < 2; ++caller) {
+            ASSERT_TRUE(
+                Stepper::waitFor([&] { return output.status().contains("waiting for a caller"); }, 20000));
+            EXPECT_EQ(output.problem(), QString()) << "nobody watches";
+            const ProgramResult call = runProgram(
+                QStringLiteral("ffmpeg"),
+                QStringLiteral("-v error -y -i %1 -t 3 -map 0 -c copy %2").arg(address, path).split(' '));
+            EXPECT_EQ(call.status, 0) << call.err.constData() << " caller " << caller;
+            const ProgramResult probe = runProgram(
+                QStringLiteral("ffprobe"), QStringLiteral("-v error -show_streams %1").arg(path).split(' '));
+            for (const QByteArray &codec : QByteArray(c.codecs).split(','))
+                EXPECT_TRUE(probe.out.contains("codec_name=" + codec + '\n')) << probe.out.constData();
+            EXPECT_LT(double(readAll(path).size()) * 8 / 3, c.mostBits);
+        }
+        EXPECT_EQ(output.dropped(), 0) << output.status().constData();
+    }
+    for (const char *nonsense : {"codec=vp9", "bitrate=8", "bitrate=fast", "audio=h264", "bitrte=8M"}) {
+        const auto sink = qmxCreateSink(QStringLiteral("udp://127.0.0.1:1?") + QLatin1String(nonsense),
+                                        QmxEnvironment::current());
+        EXPECT_TRUE(sink->problem().contains(QString::fromLatin1(nonsense).section('=', 0, 0) + ": "))
+            << sink->problem().toStdString();
+    }
 }
 
 TEST(LiveSource, anAddressThatNobodyKnowsSaysWhatIsWrong)

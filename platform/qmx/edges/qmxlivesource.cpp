@@ -17,6 +17,8 @@ constexpr int burstDepth = 8;    ///< more than this above the target is dropped
 constexpr double depthSmoothing = 1 / 64.0;
 
 constexpr qint64 deadAfter = QmxClock::nsPerSecond; ///< without packets: connect anew
+/// A picture's time that is not that of our clock is none of the last second.
+constexpr qint64 oldestPicture = QmxClock::nsPerSecond;
 constexpr qint64 firstPause = QmxClock::nsPerSecond / 2;
 constexpr qint64 longestPause = 5 * QmxClock::nsPerSecond;
 
@@ -44,19 +46,29 @@ qint64 nsToSamples(qint64 ns)
 }
 } // namespace
 
-QmxLiveSource::QmxLiveSource(const QString &url, const QmxEnvironment &environment)
+QmxLiveSource::QmxLiveSource(const QString &url, const QString &soundDevice,
+                             const QmxEnvironment &environment)
     : _url(url),
       _name(withoutSecrets(url)),
+      _soundDevice(soundDevice),
       _clock(environment.clock),
       _problem(QStringLiteral("waiting for a signal"))
 {
     const QmxError error = environment.threads->start(
         QStringLiteral("qmx-live-source"), [this] { run(); }, _thread);
     if (error.isError()) setProblem(error.toString(), 1);
+    if (_soundDevice.isEmpty()) return;
+    _capture = std::make_unique<QmxSoundCapture>(
+        _soundDevice, QmxSourceFormat::audioChannels, environment,
+        [this](const qint32 *samples, int count, int channels, qint64 time) {
+            pushAudio(samples, count, channels, time);
+        },
+        [this](const QString &problem) { setSoundProblem(problem); }, [this] { return _audioError.load(); });
 }
 
 QmxLiveSource::~QmxLiveSource()
 {
+    _capture.reset();
     _stopping = true;
     _interrupt.interrupt();
     if (_thread.joinable()) _thread.join();
@@ -96,7 +108,9 @@ void QmxLiveSource::play(QmxSourceDecoder &decoder)
             pushVideo(decoder);
             break;
         case QmxSourceDecoder::Step::Audio:
-            pushAudio(decoder);
+            if (_soundDevice.isEmpty())
+                pushAudio(decoder.audio().data(), int(decoder.audio().size()) / decoder.audioChannels(),
+                          decoder.audioChannels(), decoder.audioTime());
             decoder.compensateAudio(_audioError);
             break;
         case QmxSourceDecoder::Step::Nothing:
@@ -122,6 +136,15 @@ void QmxLiveSource::setProblem(const QString &problem, int level)
                  qUtf8Printable(problem));
 }
 
+void QmxLiveSource::setSoundProblem(const QString &problem)
+{
+    const std::lock_guard lock(_mutex);
+    if (problem == _soundProblem) return;
+    _soundProblem = problem;
+    qmxLogOutput(problem.isEmpty() ? 3 : 2, "qmxlivesource", __LINE__, "Sound of input %s: %s\n",
+                 qUtf8Printable(_name), problem.isEmpty() ? "it is there" : qUtf8Printable(problem));
+}
+
 void QmxLiveSource::pushVideo(const QmxSourceDecoder &decoder)
 {
     _lastArrival = _clock->now();
@@ -131,19 +154,29 @@ void QmxLiveSource::pushVideo(const QmxSourceDecoder &decoder)
         _queue.pop_front();
         ++_last.skipped;
     }
-    _queue.push_back(Item{decoder.desc(), decoder.picture(), decoder.timecode(), decoder.videoTime()});
+    _queue.push_back(Item{decoder.desc(), decoder.picture(), decoder.timecode(), timeOf(decoder)});
 }
 
-void QmxLiveSource::pushAudio(const QmxSourceDecoder &decoder)
+/// When the picture was in front of the camera. Beside sound of its own that is what the stream says, beside
+/// a sound device it is told on our clock: by the capture device, whose pictures are complete at the time
+/// that they carry, else by their coming in.
+qint64 QmxLiveSource::timeOf(const QmxSourceDecoder &decoder) const
 {
-    const int count = int(decoder.audio().size()) / decoder.audioChannels();
+    if (_soundDevice.isEmpty()) return decoder.videoTime();
+    const qint64 age = _lastArrival - decoder.videoTime();
+    const qint64 complete = age >= 0 && age < oldestPicture ? decoder.videoTime() : _lastArrival.load();
+    return complete - qint64(double(QmxClock::nsPerSecond) / decoder.desc().frameRate().toDouble());
+}
+
+void QmxLiveSource::pushAudio(const qint32 *samples, int count, int channels, qint64 time)
+{
     const std::lock_guard lock(_mutex);
     const qint64 expected = _soundTime + samplesToNs(_sound.count());
-    const bool jumped = std::abs(decoder.audioTime() - expected) > soundJump;
+    const bool jumped = std::abs(time - expected) > soundJump;
     if (jumped || _sound.count() > soundBound) _sound.clear();
     // Counted back from what is known exactly: stretching has changed the number of samples since.
-    _soundTime = decoder.audioTime() - samplesToNs(_sound.count());
-    _sound.append(decoder.audio().data(), count, decoder.audioChannels());
+    _soundTime = time - samplesToNs(_sound.count());
+    _sound.append(samples, count, channels);
 }
 
 QmxSourceFrame QmxLiveSource::take(const QmxTick &tick)
@@ -240,8 +273,10 @@ QString QmxLiveSource::statusText() const
 {
     const std::lock_guard lock(_mutex);
     if (!_problem.isEmpty()) return QStringLiteral("Input %1: %2").arg(_name, _problem);
+    const QString sound =
+        _soundProblem.isEmpty() ? QString() : QStringLiteral(", no sound: ") + _soundProblem;
     return QStringLiteral("Input %1: %2, %3 frames waiting, %4 repeated, %5 skipped")
-        .arg(_name, _last.state.inputImageDesc().toString())
+        .arg(_name, _last.state.inputImageDesc().toString() + sound)
         .arg(_queue.size())
         .arg(_last.repeated)
         .arg(_last.skipped);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/edges/qmxsoundcapture.h"
 #include "platform/qmx/edges/qmxsource.h"
 #include "platform/qmx/edges/qmxsourceaudio.h"
 #include "platform/qmx/edges/qmxsourcedecoder.h"
@@ -15,7 +16,9 @@
 /// The sender's clock is not ours: pictures wait in a small buffer that is kept at about `targetDepth`. An
 /// empty buffer repeats the last picture, one that has grown skips one; both are counted. Without new
 /// picture for `lossTime` image and state turn invalid together. Sound follows the pictures: small
-/// differences are taken up by stretching it inaudibly, large ones at once.
+/// differences are taken up by stretching it inaudibly, large ones at once. Sound that comes from a sound
+/// device
+/// (`soundDevice` not empty) is put beside the picture that came in at the same moment.
 ///
 /// Threads: "qmx-live-source" opens, reads and decodes, reconnecting with growing pauses; the buffer drops
 /// its oldest picture when it is full. take() only pops.
@@ -25,7 +28,7 @@ public:
     static constexpr int targetDepth = 3; ///< frames
     static constexpr qint64 lossTime = 300 * QmxClock::nsPerMillisecond;
 
-    QmxLiveSource(const QString &url, const QmxEnvironment &environment);
+    QmxLiveSource(const QString &url, const QString &soundDevice, const QmxEnvironment &environment);
     ~QmxLiveSource() override;
 
     QmxSourceFrame take(const QmxTick &tick) override;
@@ -43,8 +46,10 @@ private:
     void run();
     void play(QmxSourceDecoder &decoder);
     void pushVideo(const QmxSourceDecoder &decoder);
-    void pushAudio(const QmxSourceDecoder &decoder);
+    void pushAudio(const qint32 *samples, int count, int channels, qint64 time);
+    qint64 timeOf(const QmxSourceDecoder &decoder) const;
     bool shouldGiveUp() const;
+    void setSoundProblem(const QString &problem);
     void setProblem(const QString &problem, int level);
 
     // On the clock thread, with _mutex held.
@@ -54,6 +59,7 @@ private:
 
     const QString _url;
     const QString _name; ///< without what may be secret
+    const QString _soundDevice;
     const std::shared_ptr<QmxClock> _clock;
     QmxInterrupt _interrupt;
     std::atomic<bool> _stopping = false;
@@ -66,6 +72,7 @@ private:
     QmxSourceAudio _sound;
     qint64 _soundTime = 0; ///< presentation time of its first sample
     QString _problem;
+    QString _soundProblem;
     QmxSourceFrame _last;
     qint64 _pictureTime = 0;     ///< presentation time of what is shown, repeats counted
     qint64 _lastSound = 0;       ///< deadline of the tick that had some; 0: there was none yet
@@ -75,4 +82,5 @@ private:
     double _audioOffset = 0;     ///< nanoseconds, smoothed
 
     std::thread _thread;
+    std::unique_ptr<QmxSoundCapture> _capture; ///< calls into this: last
 };

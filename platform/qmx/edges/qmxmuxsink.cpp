@@ -9,6 +9,7 @@
 namespace {
 constexpr int queueBound = 8;
 constexpr qint64 retryPause = 2 * QmxClock::nsPerSecond;
+constexpr QLatin1String callerIsMissing("waiting for a caller");
 
 QString withoutSecrets(const QString &url)
 {
@@ -20,12 +21,14 @@ QString withoutSecrets(const QString &url)
 QmxMuxer::~QmxMuxer() = default;
 
 QmxMuxSink::QmxMuxSink(const QString &url, const QmxEnvironment &environment)
-    : _url(url),
+    : _options(QmxOutputOptions::parse(url)),
       _name(withoutSecrets(url)),
       _isFile(!url.contains(QStringLiteral("://")) && !url.startsWith(QmxMuxer::windowScheme)),
       _status(QStringLiteral("waiting for the first frame")),
       _thread(QStringLiteral("qmx-output"), queueBound, environment)
-{}
+{
+    if (!_options.problem.isEmpty()) setStatus(_options.problem, false);
+}
 
 QmxMuxSink::~QmxMuxSink()
 {
@@ -36,13 +39,16 @@ QmxMuxSink::~QmxMuxSink()
 
 void QmxMuxSink::show(const QmxOutputFrame &frame)
 {
+    _newest = frame.tick.index;
+    if (_waiting || !_options.problem.isEmpty()) return;
     if (!_thread.post([this, frame] { write(frame); })) ++_dropped;
 }
 
 void QmxMuxSink::write(const QmxOutputFrame &frame)
 {
-    if (_stopping || !frame.desc.isValid()) return;
+    if (_stopping || !frame.desc.isValid() || frame.tick.index < _notBefore) return;
     if (frame.desc != _desc || (!_muxer && frame.tick.deadline >= _retryAt)) open(frame);
+    if (frame.tick.index < _notBefore) return;
     if (!_muxer) {
         ++_dropped;
         return;
@@ -52,8 +58,13 @@ void QmxMuxSink::write(const QmxOutputFrame &frame)
         ++_written;
         return;
     }
-    ++_dropped;
     _muxer.reset();
+    if (_options.isListener) {
+        // The caller has gone; the next frame waits for another one.
+        setStatus(callerIsMissing, true);
+        return;
+    }
+    ++_dropped;
     _retryAt = frame.tick.deadline + retryPause;
     if (!_stopping) setStatus(error.toString(), false);
 }
@@ -62,16 +73,19 @@ void QmxMuxSink::open(const QmxOutputFrame &frame)
 {
     _muxer.reset();
     _desc = frame.desc;
-    QString url = _url;
+    QmxOutputOptions options = _options;
     if (_isFile && ++_opened > 1) {
-        const QFileInfo file(_url);
-        url = QStringLiteral("%1/%2_%3.%4")
-                  .arg(file.path(), file.completeBaseName())
-                  .arg(_opened)
-                  .arg(file.suffix());
+        const QFileInfo file(options.address);
+        options.address = QStringLiteral("%1/%2_%3.%4")
+                              .arg(file.path(), file.completeBaseName())
+                              .arg(_opened)
+                              .arg(file.suffix());
     }
     QmxError error;
-    _muxer = QmxMuxer::open(url, _desc, _stopping, &error);
+    if (options.isListener) setStatus(callerIsMissing, true);
+    _waiting = options.isListener;
+    _muxer = QmxMuxer::open(options, _desc, _stopping, &error);
+    if (_waiting.exchange(false)) _notBefore = _newest + 1;
     if (_muxer) {
         setStatus(_desc.toString(), true);
         return;

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxtaskthread.h"
+#include "platform/qmx/edges/qmxoutputoptions.h"
 #include "platform/qmx/edges/qmxsink.h"
 
 #include <atomic>
@@ -18,16 +19,20 @@ public:
     virtual QmxError write(const QmxOutputFrame &frame) = 0;
     static constexpr QLatin1String windowScheme{"window:"};
     /// `interrupted` is asked inside blocking calls; true ends them with an error.
-    static std::unique_ptr<QmxMuxer> open(const QString &url, const QmxImageDesc &desc,
+    static std::unique_ptr<QmxMuxer> open(const QmxOutputOptions &options, const QmxImageDesc &desc,
                                           const std::atomic<bool> &interrupted, QmxError *error);
 };
 
 /// Sends the output to a file (container by its ending) or as an MPEG transport stream to a network
-/// address: H.264 (MPEG-2 where libavcodec has no H.264 coder) with the first two channels of sound; or shows
-/// it in a window of this machine's desktop ("window:TITLE"), without sound.
+/// address: H.264 and AAC, or what the keys of the address ask for, with the first two channels of sound; or
+/// shows it in a window of this machine's desktop ("window:TITLE"), without sound.
 ///
 /// Another format of the output begins the stream anew, and a new file ("NAME_2.ts"). After an error the
 /// output is opened again two seconds later.
+///
+/// An address that listens ("srt://:9000?mode=listener") waits for a caller, and when that one has gone for
+/// the next: nobody watching is no problem, and what nobody could see is not dropped. The caller gets the
+/// output from the moment of its call on.
 ///
 /// Threads: show() only posts a handle; "qmx-output" codes and writes. Its queue holds eight frames; when
 /// it is full the newest one is dropped and counted.
@@ -47,16 +52,19 @@ private:
     void open(const QmxOutputFrame &frame);
     void setStatus(const QString &status, bool good);
 
-    const QString _url;
+    const QmxOutputOptions _options;
     const QString _name; ///< without what may be secret
     const bool _isFile;
     // The thread's.
     std::unique_ptr<QmxMuxer> _muxer;
     QmxImageDesc _desc;
     int _opened = 0;
-    qint64 _retryAt = 0; ///< deadline of the tick from which on it is tried again
+    qint64 _retryAt = 0;   ///< deadline of the tick from which on it is tried again
+    qint64 _notBefore = 0; ///< index of the first tick that a caller gets
 
     std::atomic<bool> _stopping = false;
+    std::atomic<bool> _waiting = false; ///< for a caller
+    std::atomic<qint64> _newest = 0;    ///< index of the last tick shown
     std::atomic<qint64> _dropped = 0;
     std::atomic<qint64> _written = 0;
     mutable std::mutex _mutex;

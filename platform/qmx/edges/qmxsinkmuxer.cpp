@@ -3,6 +3,7 @@
 #include "platform/qmx/edges/qmxmuxsink.h"
 #include "platform/qmx/edges/qmxsourceaudio.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -14,9 +15,10 @@ extern "C" {
 namespace {
 constexpr int outputChannels = 2;
 constexpr int inputChannels = 8;
-constexpr int audioBitRate = 192'000;
-constexpr double bitsPerPixel = 0.12; ///< about 6 Mb/s for 1080p25
-constexpr int mpeg2Factor = 2;        ///< MPEG-2 needs more for the same picture
+
+/// The codecs to choose from when none is named, best first.
+constexpr std::array videoChoice = {"h264", "mpeg2"};
+constexpr std::array audioChoice = {"aac", "mp2"};
 
 int interrupted(void *opaque)
 {
@@ -27,7 +29,8 @@ class Muxer : public QmxMuxer
 {
 public:
     ~Muxer() override;
-    QmxError start(const QString &url, const QmxImageDesc &desc, const std::atomic<bool> &interrupt);
+    QmxError start(const QmxOutputOptions &options, const QmxImageDesc &desc,
+                   const std::atomic<bool> &interrupt);
     QmxError write(const QmxOutputFrame &frame) override;
 
 private:
@@ -44,8 +47,9 @@ private:
         QmxLibav::CodecContext coder;
         AVStream *stream = nullptr;
     };
-    QmxError addVideo(const QmxImageDesc &desc);
-    QmxError addAudio();
+    QmxError addVideo(const QmxOutputOptions &options, const QmxImageDesc &desc);
+    QmxError addAudio(const QmxOutputOptions &options);
+    const QmxOutputCodecRow *choose(const QmxOutputCodecRow *asked, std::span<const char *const> names) const;
     QmxError openTrack(const AVCodec *codec, Track &track);
     QmxError writePicture(const QmxPicture &picture, qint64 time);
     QmxError writeSound(const QmxOutputFrame &frame);
@@ -72,8 +76,10 @@ Muxer::~Muxer()
     av_write_trailer(_output.get());
 }
 
-QmxError Muxer::start(const QString &url, const QmxImageDesc &desc, const std::atomic<bool> &interrupt)
+QmxError Muxer::start(const QmxOutputOptions &options, const QmxImageDesc &desc,
+                      const std::atomic<bool> &interrupt)
 {
+    const QString &url = options.address;
     QmxLibav::quietLog();
     static const int networkReady = avformat_network_init();
     const char *kind = url.contains(QStringLiteral("://")) ? "mpegts" : nullptr;
@@ -95,8 +101,8 @@ QmxError Muxer::start(const QString &url, const QmxImageDesc &desc, const std::a
             QStringLiteral("Its name has no ending that stands for a kind of file (\".ts\", \".mov\" ...)"));
     _output.reset(made);
     _output->interrupt_callback = {interrupted, const_cast<std::atomic<bool> *>(&interrupt)};
-    QmxError error = addVideo(desc);
-    if (!error.isError()) error = addAudio();
+    QmxError error = addVideo(options, desc);
+    if (!error.isError()) error = addAudio(options);
     if (error.isError()) return error;
     int result = 0;
     if (!(_output->oformat->flags & AVFMT_NOFILE))
@@ -108,15 +114,32 @@ QmxError Muxer::start(const QString &url, const QmxImageDesc &desc, const std::a
     return QmxError();
 }
 
-QmxError Muxer::addVideo(const QmxImageDesc &desc)
+/// What was asked for, else the first one that the container takes and that this machine can code; null:
+/// none.
+const QmxOutputCodecRow *Muxer::choose(const QmxOutputCodecRow *asked,
+                                       std::span<const char *const> names) const
+{
+    if (asked) return asked;
+    // The table of the transport stream names no codecs; it takes all of ours.
+    const bool isOpen = std::strcmp(_output->oformat->name, "mpegts") == 0;
+    for (const char *name : names)
+        for (const QmxOutputCodecRow &row : qmxOutputCodecs())
+            if (std::strcmp(row.name, name) == 0 && qmxFindEncoder(row) &&
+                (isOpen ||
+                 avformat_query_codec(_output->oformat, AVCodecID(row.codecId), FF_COMPLIANCE_NORMAL) == 1))
+                return &row;
+    return nullptr;
+}
+
+QmxError Muxer::addVideo(const QmxOutputOptions &options, const QmxImageDesc &desc)
 {
     _size = QSize(desc.width(), desc.height() / 2 * 2);
     _interlaced = desc.isInterlaced();
     const bool isPlain = _output->oformat->video_codec == AV_CODEC_ID_RAWVIDEO;
-    const AVCodec *codec =
-        isPlain ? avcodec_find_encoder(AV_CODEC_ID_RAWVIDEO) : avcodec_find_encoder_by_name("libx264");
-    if (!codec || avformat_query_codec(_output->oformat, codec->id, FF_COMPLIANCE_NORMAL) != 1)
-        codec = avcodec_find_encoder(AV_CODEC_ID_MPEG2VIDEO);
+    const QmxOutputCodecRow *row = choose(options.video, videoChoice);
+    const AVCodec *codec = isPlain ? avcodec_find_encoder(AV_CODEC_ID_RAWVIDEO)
+                           : row   ? qmxFindEncoder(*row)
+                                   : nullptr;
     if (!codec) return QmxError(ENOSYS, QStringLiteral("This machine's libavcodec has no coder for it"));
     _video.coder.reset(avcodec_alloc_context3(codec));
     AVCodecContext *c = _video.coder.get();
@@ -129,8 +152,13 @@ QmxError Muxer::addVideo(const QmxImageDesc &desc)
     c->gop_size = desc.frameRate().timecodeRate() / 2; // whoever tunes in waits at most half a second
     c->max_b_frames = 0;
     c->thread_count = 1; // the recorder's own coders come first
-    c->bit_rate = int64_t(bitsPerPixel * c->width * c->height * desc.frameRate().toDouble()) *
-                  (codec->id == AV_CODEC_ID_H264 ? 1 : mpeg2Factor);
+    if (row)
+        c->bit_rate = options.videoRate > 0
+                          ? options.videoRate
+                          : int64_t(row->rate * c->width * c->height * desc.frameRate().toDouble());
+    // The rate is kept over each second: it is what a line was rented for.
+    c->rc_max_rate = c->bit_rate;
+    c->rc_buffer_size = int(c->bit_rate);
     const QmxLibav::Colour colour = QmxLibav::colour(_size);
     c->color_primaries = colour.primaries;
     c->color_trc = colour.transfer;
@@ -144,18 +172,18 @@ QmxError Muxer::addVideo(const QmxImageDesc &desc)
     return openTrack(codec, _video);
 }
 
-QmxError Muxer::addAudio()
+QmxError Muxer::addAudio(const QmxOutputOptions &options)
 {
-    const bool isTs = std::strcmp(_output->oformat->name, "mpegts") == 0;
-    const AVCodec *codec = avcodec_find_encoder(isTs ? AV_CODEC_ID_MP2 : AV_CODEC_ID_AAC);
+    const QmxOutputCodecRow *row = choose(options.audio, audioChoice);
+    const AVCodec *codec = row ? qmxFindEncoder(*row) : nullptr;
     if (!codec || _output->oformat->audio_codec == AV_CODEC_ID_NONE) return QmxError();
     _audio.coder.reset(avcodec_alloc_context3(codec));
     AVCodecContext *c = _audio.coder.get();
     if (!c) return QmxError(ENOMEM);
     c->sample_rate = qmxAudioRate;
     c->time_base = {1, qmxAudioRate};
-    c->bit_rate = audioBitRate;
-    c->sample_fmt = isTs ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_FLTP;
+    c->bit_rate = options.audioRate > 0 ? options.audioRate : int64_t(row->rate);
+    c->sample_fmt = codec->id == AV_CODEC_ID_MP2 ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_FLTP;
     av_channel_layout_default(&c->ch_layout, outputChannels);
     SwrContext *made = nullptr;
     swr_alloc_set_opts2(&made, &c->ch_layout, c->sample_fmt, qmxAudioRate, &c->ch_layout, AV_SAMPLE_FMT_S32,
@@ -259,11 +287,11 @@ QmxError Muxer::send(Track &track, const AVFrame *frame)
 }
 } // namespace
 
-std::unique_ptr<QmxMuxer> QmxMuxer::open(const QString &url, const QmxImageDesc &desc,
+std::unique_ptr<QmxMuxer> QmxMuxer::open(const QmxOutputOptions &options, const QmxImageDesc &desc,
                                          const std::atomic<bool> &isInterrupted, QmxError *error)
 {
     auto muxer = std::make_unique<Muxer>();
-    *error = muxer->start(url, desc, isInterrupted);
+    *error = muxer->start(options, desc, isInterrupted);
     if (error->isError()) return nullptr;
     return muxer;
 }

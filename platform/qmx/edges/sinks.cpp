@@ -3,7 +3,9 @@
 #include "platform/qmx/edges/qmxmuxsink.h"
 #include "platform/qmx/edges/qmxnullsink.h"
 #include "platform/qmx/edges/qmxpreviewsink.h"
+#include "platform/qmx/edges/qmxsoundsink.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <array>
@@ -31,13 +33,36 @@ std::unique_ptr<QmxSink> createNetwork(const QString &locator, const QmxEnvironm
     return std::make_unique<QmxMuxSink>(locator, environment);
 }
 
+std::unique_ptr<QmxSink> createSound(const QString &locator, const QmxEnvironment &environment)
+{
+    static const QRegularExpression form(QStringLiteral("^alsa:([^?]+)(?:\\?channels=(\\d{1,2}))?$"));
+    const QRegularExpressionMatch match = form.match(locator);
+    const int channels = match.captured(2).isEmpty() ? 2 : match.captured(2).toInt();
+    if (match.hasMatch() && channels >= 1 && channels <= QmxSoundSink::mostChannels)
+        return std::make_unique<QmxSoundSink>(match.captured(1), channels, environment);
+    const QString sentence =
+        QStringLiteral("Output \"%1\" is not heard: write \"alsa:DEVICE\" or \"alsa:DEVICE?channels=N\", "
+                       "1 to %2 channels")
+            .arg(locator)
+            .arg(QmxSoundSink::mostChannels);
+    qmxLogOutput(2, "sinks", __LINE__, "%s\n", qUtf8Printable(sentence));
+    return std::make_unique<QmxNullSink>(sentence);
+}
+
 const std::array rows = {
     QmxSinkRow{"preview", "picture and meters in shared memory; \"preview:\"", createPreview},
     QmxSinkRow{"null", "shows nothing; \"null:\"", createNull},
     QmxSinkRow{"file", "a file, its kind by the ending; \"file:/tmp/out.ts\"", createFile},
     QmxSinkRow{"window", "a window on this machine's desktop; \"window:TITLE\"", createNetwork},
-    QmxSinkRow{"udp", "MPEG transport stream; \"udp://HOST:PORT\"", createNetwork},
-    QmxSinkRow{"srt", "MPEG transport stream; \"srt://HOST:PORT\"", createNetwork},
+    QmxSinkRow{"alsa", "the sound on a sound device; \"alsa:default\", \"alsa:hw:1?channels=8\"",
+               createSound},
+    QmxSinkRow{
+        "udp",
+        "MPEG transport stream; \"udp://HOST:PORT?codec=h264&bitrate=8M&audio=aac&audio_bitrate=192k\"",
+        createNetwork},
+    QmxSinkRow{"srt",
+               "MPEG transport stream, keys as for udp; \"srt://HOST:PORT\", \"srt://:PORT?mode=listener\"",
+               createNetwork},
 };
 } // namespace
 

@@ -44,7 +44,20 @@ std::unique_ptr<QmxSource> createFile(const QString &locator, const QmxEnvironme
 
 std::unique_ptr<QmxSource> createLive(const QString &locator, const QmxEnvironment &environment)
 {
-    return std::make_unique<QmxLiveSource>(locator, environment);
+    static const QRegularExpression audio(QStringLiteral("[?&]audio=([^&]*)"));
+    const QRegularExpressionMatch match = audio.match(locator);
+    if (!match.hasMatch()) return std::make_unique<QmxLiveSource>(locator, QString(), environment);
+    const QLatin1String card("alsa:");
+    const QString device = match.captured(1);
+    if (!device.startsWith(card) || device.size() == card.size())
+        return withoutSignal(locator,
+                             QStringLiteral("write its sound as \"audio=alsa:DEVICE\", such as alsa:hw:1"));
+    // What is left may still have keys: the first of them stands behind the "?".
+    QString address = locator;
+    const bool isFirst = match.captured().startsWith(QLatin1Char('?'));
+    address.remove(match.capturedStart(), match.capturedLength());
+    if (isFirst && match.capturedStart() < address.size()) address[match.capturedStart()] = QLatin1Char('?');
+    return std::make_unique<QmxLiveSource>(address, device.mid(card.size()), environment);
 }
 
 const std::array rows = {
@@ -52,7 +65,9 @@ const std::array rows = {
                  createGenerator},
     QmxSourceRow{"file", "a file, once or looped; \"file:PATH?loop=1\"", createFile},
     QmxSourceRow{"none", "nothing connected; \"none:\"", createNone},
-    QmxSourceRow{"v4l2", "a capture device; \"v4l2:/dev/video0\"", createLive},
+    QmxSourceRow{"v4l2",
+                 "a capture device, with the sound of a sound device; \"v4l2:/dev/video0?audio=alsa:hw:1\"",
+                 createLive},
     QmxSourceRow{"", "a signal from the network; \"srt://HOST:PORT\", \"udp://:PORT\", \"rtp://...\"",
                  createLive},
 };

@@ -48,11 +48,8 @@ in_root() {
 in_root bash -euc '
     cd "$XP_ROOT"
     . scripts/common.sh
-    # What every build and test needs; what only this machine of ours needs (linter, packages, other processors) not.
-    packages=$(awk "/^# group:/ { out = \$3 ~ /^(check|package|neon|peers)\$/ } /^[^#]/ && !out" packaging/packages.txt)
-    missing=$(for p in $packages; do dpkg-query -W -f="\${db:Status-Status}\n" "$p" 2>/dev/null | grep -qx installed || echo $p; done)
-    # shellcheck disable=SC2086
-    xp_install $missing || die "check debian13: the packages could not be installed"
+    # What building and testing need; not the linter, the packages, other processors.
+    xp_setup build test sandbox
     . /etc/os-release
     say "$PRETTY_NAME: $(g++ -dumpfullversion) $(pkg-config --modversion Qt6Core) FFmpeg $(dpkg-query -W -f="\${Version}" libavcodec-dev)"
     xp_build

@@ -7,8 +7,8 @@
 
 #include <csignal>
 
-/// Sends a signal to one process. The number of a process that is not there (0, -1) means a whole group of processes,
-/// the test's own among them: that is a failure of the test and nothing is sent.
+/// Sends a signal to one process. The number of a process that is not there (0, -1) means a whole group of
+/// processes, the test's own among them: that is a failure of the test and nothing is sent.
 inline void sendSignal(qint64 pid, int signal)
 {
     if (pid <= 1)

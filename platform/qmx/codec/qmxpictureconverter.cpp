@@ -117,8 +117,8 @@ QmxPicture QmxPictureConverter::convert(const AVFrame *frame, QmxPicture::Format
     const AVPixFmtDescriptor *d = av_pix_fmt_desc_get(AVPixelFormat(frame->format));
     const bool verticalWork = (d && d->log2_chroma_h > 0) || size.height() != frame->height;
     const int wholeFields = d && d->log2_chroma_h > 0 ? 4 : 2;
-    const bool byField =
-        QmxLibav::isInterlaced(frame) && verticalWork && size.height() % 2 == 0 && frame->height % wholeFields == 0;
+    const bool byField = QmxLibav::isInterlaced(frame) && verticalWork && size.height() % 2 == 0 &&
+                         frame->height % wholeFields == 0;
     if (!run(frame, AVPixelFormat(target->format), size, target->data, target->linesize, byField)) return {};
     return picture;
 }

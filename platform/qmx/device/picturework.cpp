@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/picturework.h"
 
+#include "platform/qmx/codec/qmxcube.h"
 #include "platform/qmx/edges/pixelfont.h"
 
 #include <algorithm>
@@ -131,6 +132,7 @@ QmxPicture PictureWork::inFormat(const QmxPicture &picture, QmxPicture::Format f
 QmxPicture PictureWork::withLut(const QmxPicture &picture, const QmxImageLut &lut)
 {
     if (lut.entries() != entries || !picture.isValid()) return picture;
+    if (const auto cube = QmxCubes::of(lut)) return cube->applied(picture);
     QmxPicture result = QmxPicture::allocate(picture.format(), picture.size());
     if (!result.isValid()) return result;
     const LutPixel pixel(lut, picture.height() < firstHdHeight ? sd : hd);

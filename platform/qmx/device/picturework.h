@@ -17,7 +17,7 @@ QmxPicture inFormat(const QmxPicture &picture, QmxPicture::Format format);
 
 /// A look-up table of 1024 entries a channel in full-range R, G, B applied to a picture; YCbCr pictures are
 /// converted there and back (ITU-R BT.709 from 720 lines on, else BT.601). A table of another length leaves
-/// the picture as it is.
+/// the picture as it is. One that was read from a three-dimensional file stands for that (QmxCubes).
 QmxPicture withLut(const QmxPicture &picture, const QmxImageLut &lut);
 
 /// A line of text (digits, letters, ":;-._ ") in white on black, centred near the bottom.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-/// The instruction sets that the coder is compiled for: all of the processor family, the scalar one included.
+/// The instruction sets that picture work is compiled for: all of the processor family, the scalar one included.
 /// To be included before anything of Highway, by what is compiled for them and by who asks for their list.
 #define HWY_COMPILE_ALL_ATTAINABLE
 /// Vectors of a length that only the processor knows cannot lie in arrays, as those of the transform do.

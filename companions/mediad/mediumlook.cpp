@@ -106,13 +106,14 @@ bool MediumLook::list(Medium &medium)
         struct stat64 status = {};
         // An empty file may belong to a writer that has not got its lock yet: asking could take it away.
         if (!isClipName(name) || _environment.files->stat(localName(entry->path().string()), &status) != 0 ||
-            !S_ISREG(status.st_mode) || status.st_size == 0) {
+            !(S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) || status.st_size == 0) {
             continue;
         }
         Known now{status.st_size, status.st_mtim.tv_sec * QmxClock::nsPerSecond + status.st_mtim.tv_nsec,
                   false};
         const Known &before = _known[name];
-        if (now.size != before.size || now.changed != before.changed || before.beingRecorded) {
+        if (S_ISREG(status.st_mode) &&
+            (now.size != before.size || now.changed != before.changed || before.beingRecorded)) {
             now.beingRecorded = isBeingRecorded(entry->path().string());
         }
         seen.emplace(name, now);

@@ -16,7 +16,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-const char *const clipExtensions[] = {".mov", ".mp4", ".m4v", ".mxf", ".mkv", ".avi"};
+const char *const clipExtensions[] = {".mov",  ".mp4", ".m4v", ".mxf",  ".mkv",
+                                      ".webm", ".avi", ".ts",  ".m2ts", ".images"};
 
 /// The writer keeps a lock on the file until it has closed it. Only asked of clips that are not closed and
 /// hold frames: their writer has had its lock for long, so that the question cannot get in its way.
@@ -54,7 +55,9 @@ std::optional<Clip> scanClip(const std::string &path, const QmxEnvironment &envi
     struct stat64 status
     {};
     const QString name = QString::fromLocal8Bit(path);
-    if (environment.files->stat(name, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    // Of folders only those of pictures have such a name.
+    if (environment.files->stat(name, &status) != 0 || !(S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)))
+        return std::nullopt;
     const QmxError error = QmxClipReader::probe(name, info, environment);
     if (error.isError() && error.value() != ENODATA) return std::nullopt;
     const qint64 changed = status.st_mtim.tv_sec * QmxClock::nsPerSecond + status.st_mtim.tv_nsec;
@@ -72,7 +75,7 @@ std::optional<Clip> MediumClipSource::look(const std::string &path, Known &known
     const qint64 changed = status.st_mtim.tv_sec * QmxClock::nsPerSecond + status.st_mtim.tv_nsec;
     const bool isSame = known.size == status.st_size && known.changed == changed;
     // A clip that is not closed may grow without its size changing: its space is reserved ahead.
-    if (!isSame || !known.clip || !known.clip->isClosed())
+    if (!isSame || (known.clip ? !known.clip->isClosed() : S_ISREG(status.st_mode)))
         known = {status.st_size, changed, S_ISREG(status.st_mode) && status.st_size == 0,
                  scanClip(path, _environment)};
     return known.clip;

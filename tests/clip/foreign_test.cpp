@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QtEndian>
 
 #include <algorithm>
@@ -70,6 +71,10 @@ TEST(ForeignClip, PlaysDependentFramesInAnyOrder)
         {"a.mkv", h264 + QStringList{"pcm_s16le"}},
         {"a.ts", h264 + QStringList{"mp2"}},
         {"a.mov", h264 + QStringList{"pcm_s24le"}},
+        {"a.webm",
+         QString("-c:v libvpx-vp9 -pix_fmt yuv420p -g 30 -crf 4 -b:v 0 -cpu-used 8 -c:a libopus").split(' ')},
+        {"b.mkv",
+         QString("-c:v libaom-av1 -pix_fmt yuv420p -g 30 -crf 8 -cpu-used 8 -c:a pcm_s16le").split(' ')},
     };
     for (const auto &now : cases) {
         SCOPED_TRACE(now.name);
@@ -110,6 +115,38 @@ TEST(ForeignClip, PlaysDependentFramesInAnyOrder)
         ASSERT_FALSE(QmxClipReader::probe(path, probed).isError());
         EXPECT_EQ(probed.frames, info.frames);
     }
+}
+
+TEST(ForeignClip, aFolderOfNumberedPicturesIsAClip)
+{
+    const TestDir dir;
+    QmxClipReader reader;
+    for (const char *form : {"png rgb48be", "dpx gbrp10be", "jpg yuvj422p", "tif rgb24"}) {
+        SCOPED_TRACE(form);
+        const QString ending = QString(form).section(' ', 0, 0);
+        const QString folder = dir.file(ending + "@23.98.images");
+        ASSERT_TRUE(QDir().mkpath(folder));
+        ASSERT_TRUE(
+            make(folder + "/shot_%06d." + ending, {"-map", "0:v", "-pix_fmt", QString(form).section(' ', 1),
+                                                   "-q:v", "1", "-start_number", "86400"}));
+        writeAll(folder + "/notes.txt", "none of them");
+        ASSERT_TRUE(QFile::remove(folder + "/shot_086410." + ending));
+        const QmxError error = reader.open(folder);
+        ASSERT_FALSE(error.isError()) << qPrintable(error.toString());
+        EXPECT_EQ(reader.info().frames, frames);
+        EXPECT_EQ(reader.info().image.frameRate(), QmxVideoRate(24000, 1001));
+        for (const int number : {0, 9, 10, 11, 74, 73, 3}) {
+            QmxFrame frame;
+            ASSERT_FALSE(reader.readFrame(number, frame).isError()) << number;
+            EXPECT_EQ(shownNumber(frame), number == 10 ? 9 : number);
+        }
+        QmxClipInfo probed;
+        EXPECT_FALSE(QmxClipReader::probe(folder, probed).isError());
+        EXPECT_EQ(probed.frames, frames);
+    }
+    const QString empty = dir.file("empty.images");
+    ASSERT_TRUE(QDir().mkpath(empty));
+    EXPECT_TRUE(reader.open(empty).toString().contains("no numbered pictures"));
 }
 
 TEST(ForeignClip, HandsOverIntraFramesAsTheyAre)

@@ -38,6 +38,13 @@ QmxError readSound(MovInput &input, const QmxClipIndex::Sound &sound, qint64 fir
     return {};
 }
 
+/// A folder of pictures is a clip, but none of ours.
+bool isFolder(const QString &path, QmxFiles &files)
+{
+    struct stat64 data = {};
+    return files.stat(path, &data) == 0 && S_ISDIR(data.st_mode);
+}
+
 } // namespace
 
 struct QmxClipReader::Private
@@ -58,7 +65,7 @@ struct QmxClipReader::Private
 
 QmxError QmxClipReader::Private::openForeign(const QString &name)
 {
-    QmxError error = movCheckClaims(input);
+    QmxError error = input.isOpen() ? movCheckClaims(input) : QmxError();
     if (error.isError()) return error;
     foreign = std::make_unique<QmxForeignClip>(environment);
     error = foreign->open(name);
@@ -109,7 +116,7 @@ QmxError QmxClipReader::open(const QString &path)
 {
     close();
     d->path = path;
-    QmxError error = d->input.open(path);
+    QmxError error = isFolder(path, *d->environment.files) ? QmxError(ENOTSUP) : d->input.open(path);
     if (!error.isError()) error = d->index.load(d->input, true);
     if (error.value() == ENOTSUP) error = d->openForeign(path);
     d->open = !error.isError();
@@ -170,11 +177,11 @@ QmxError QmxClipReader::probe(const QString &path, QmxClipInfo &info, const QmxE
 {
     MovInput input(environment);
     QmxClipIndex index;
-    QmxError error = input.open(path);
+    QmxError error = isFolder(path, *environment.files) ? QmxError(ENOTSUP) : input.open(path);
     if (!error.isError()) error = index.load(input, false);
     if (error.value() == ENOTSUP) {
         QmxForeignClip foreign(environment);
-        error = movCheckClaims(input);
+        error = input.isOpen() ? movCheckClaims(input) : QmxError();
         if (!error.isError()) error = foreign.open(path);
         info = foreign.info();
     } else {

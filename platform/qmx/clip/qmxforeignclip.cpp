@@ -4,17 +4,23 @@
 #include "platform/qmx/clip/movdescribe.h"
 #include "platform/qmx/clip/qmxforeignpictures.h"
 #include "platform/qmx/clip/qmxforeignsound.h"
+#include "platform/qmx/clip/qmximagesequence.h"
 
 #include <cerrno>
 
 struct QmxForeignClip::Private
 {
-    explicit Private(const QmxEnvironment &environment) : pictures(environment), sound(environment) {}
+    explicit Private(const QmxEnvironment &environment)
+        : files(environment.files), pictures(environment), sound(environment), sequence(environment)
+    {}
     void readTags();
 
+    std::shared_ptr<QmxFiles> files;
     QmxClipInfo info;
     QmxForeignPictures pictures;
     QmxForeignSound sound;
+    QmxImageSequence sequence;
+    bool isSequence = false;
 };
 
 QmxForeignClip::QmxForeignClip(const QmxEnvironment &environment) : d(std::make_unique<Private>(environment))
@@ -40,9 +46,17 @@ void QmxForeignClip::Private::readTags()
 
 QmxError QmxForeignClip::open(const QString &path)
 {
+    d->info.foreign = d->info.closed = true;
+    struct stat64 data = {};
+    d->isSequence = d->files->stat(path, &data) == 0 && S_ISDIR(data.st_mode);
+    if (d->isSequence) {
+        const QmxError error = d->sequence.open(path);
+        d->info.image = d->sequence.desc();
+        d->info.frames = d->sequence.count();
+        return error;
+    }
     QmxError error = d->pictures.open(path);
     if (error.isError()) return error;
-    d->info.foreign = d->info.closed = true;
     d->info.image = d->pictures.desc();
     d->info.frames = d->pictures.count();
     error = d->sound.open(path, d->pictures.startTime());
@@ -62,7 +76,7 @@ const QmxClipInfo &QmxForeignClip::info() const
 
 QmxError QmxForeignClip::readPicture(qint64 frame, QmxImage &image)
 {
-    return d->pictures.read(frame, image);
+    return d->isSequence ? d->sequence.read(frame, image) : d->pictures.read(frame, image);
 }
 
 QmxError QmxForeignClip::readAudio(qint64 frame, QmxAudio &audio)

@@ -10,7 +10,7 @@
 
 /// A file of somebody else that needs a demultiplexer or a decoder: H.264, MXF, Matroska and so on. Its
 /// pictures are decoded, whole groups at a time, and handed over uncompressed (10-bit 4:2:2); its sound is
-/// converted to 48 kHz.
+/// converted to 48 kHz. A folder of numbered pictures is one, too.
 ///
 /// Threads: decoders use threads of their own within a call; else as QmxClipReader.
 class QmxForeignClip

@@ -81,8 +81,9 @@ QmxImageDesc writeClip(const QString &path, const QList<QmxFrame> &frames)
 /// Luma of a clip's pictures, 8 bits, by the ffmpeg program.
 QByteArray lumaOf(const QString &path)
 {
-    const ProgramResult result = runProgram(
-        "ffmpeg", {"-v", "error", "-i", path, "-map", "0:v", "-pix_fmt", "gray", "-f", "rawvideo", "-"});
+    const ProgramResult result =
+        runProgram("ffmpeg", {"-v", "error", "-i", path, "-map", "0:v", "-vf",
+                              "format=yuv422p,extractplanes=y", "-f", "rawvideo", "-"});
     EXPECT_EQ(result.status, 0) << result.err.constData();
     return result.out;
 }

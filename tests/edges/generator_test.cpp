@@ -152,11 +152,13 @@ TEST(Generator, countsByDeadlinesWhateverTheRateOfTheTicks)
             previous = count;
             EXPECT_EQ(samples, qmxAudioStart(i, c.ticks));
             samples += frame.audio.samples();
-            const int mark = QmxStrip::findMark(frame.audio.data(), frame.audio.samples(), 8, 7);
+            constexpr int channels = QmxSourceFormat::audioChannels;
+            const int mark = QmxStrip::findMark(frame.audio.data(), frame.audio.samples(), channels, 7);
             EXPECT_EQ(mark, isNew && count % QmxStrip::markInterval == 0 ? 0 : -1) << count;
             // Between the marks the tone runs on without a click.
             for (int k = mark == 0 ? 97 : 1; k < frame.audio.samples(); ++k)
-                ASSERT_LT(std::abs(qint64(frame.audio.data()[k * 8]) - frame.audio.data()[k * 8 - 8]),
+                ASSERT_LT(std::abs(qint64(frame.audio.data()[k * channels]) -
+                                   frame.audio.data()[(k - 1) * channels]),
                           0x01800000);
         }
         EXPECT_EQ(previous, c.afterHundredTicks);

@@ -23,7 +23,10 @@ void makeClip(const QString &path, const QString &format, int frames, const QStr
             for (int y = 0; y < frame.picture.height(); ++y)
                 pictures.write(reinterpret_cast<const char *>(frame.picture.row(plane, y)),
                                frame.picture.planeWidth(plane) * 2);
-        sound.write(reinterpret_cast<const char *>(frame.audio.data()), frame.audio.samples() * 8 * 4);
+        for (int k = 0; k < frame.audio.samples(); ++k)
+            sound.write(
+                reinterpret_cast<const char *>(frame.audio.data() + k * QmxSourceFormat::audioChannels),
+                8 * 4);
     }
     pictures.close();
     sound.close();

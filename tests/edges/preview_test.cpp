@@ -220,10 +220,11 @@ TEST(Sinks, aFileGetsEveryFrameWithItsSound)
     }
     const QString raw = dir.file(QStringLiteral("raw")), sound = dir.file(QStringLiteral("sound"));
     const ProgramResult result = runProgram(
-        QStringLiteral("ffmpeg"), QStringLiteral("-v error -i %1 -map v -fps_mode passthrough -f rawvideo "
-                                                 "-pix_fmt gray %2 -map a -f s32le -ac 2 %3")
-                                      .arg(path, raw, sound)
-                                      .split(QLatin1Char(' ')));
+        QStringLiteral("ffmpeg"),
+        QStringLiteral("-v error -i %1 -map v -vf extractplanes=y -fps_mode passthrough -f rawvideo "
+                       "%2 -map a -f s32le -ac 2 %3")
+            .arg(path, raw, sound)
+            .split(QLatin1Char(' ')));
     EXPECT_EQ(result.status, 0) << result.err.constData();
     const QByteArray pictures = readAll(raw), samples = readAll(sound);
     constexpr int bytes = 720 * 576;

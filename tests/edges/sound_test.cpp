@@ -89,7 +89,7 @@ TEST(SoundInput, isPutBesideThePictureOfTheSameMoment)
     const TestDir dir;
     QByteArray ramp;
     for (qint32 i = 0; i < 16 * qmxAudioRate; ++i)
-        for (int channel = 0; channel < 8; ++channel) {
+        for (int channel = 0; channel < QmxSourceFormat::audioChannels; ++channel) {
             const qint32 value = i * 256;
             ramp.append(reinterpret_cast<const char *>(&value), sizeof value);
         }

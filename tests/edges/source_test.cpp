@@ -102,7 +102,7 @@ TEST(FileSource, deliversEveryFrameOnceWithItsSoundAndTimecode)
                 ASSERT_EQ(QmxStrip::read(frame.picture), quint32(number));
                 EXPECT_EQ(frame.state, QmxSourceFormat::state(desc));
                 EXPECT_NEAR(frame.audio.samples(), 48000 / desc.frameRate().toDouble(), 1);
-                const int mark = QmxStrip::findMark(frame.audio.data(), frame.audio.samples(), 8, 1);
+                const int mark = QmxStrip::findMark(frame.audio.data(), frame.audio.samples(), 16, 1);
                 if (c.isSoundExact) {
                     const bool isMarked = number % QmxStrip::markInterval == 0;
                     const bool atStart = mark >= 0 && mark <= 2, atEnd = mark > frame.audio.samples() - 3;
@@ -174,7 +174,7 @@ TEST_P(LiveSignal, locksVanishesAndComesBackInAnotherFormat)
             else
                 ++unreadable;
             EXPECT_EQ(frame.audio.samples(), 1920);
-            marks += QmxStrip::findMark(frame.audio.data(), frame.audio.samples(), 8) >= 0;
+            marks += QmxStrip::findMark(frame.audio.data(), frame.audio.samples(), 16) >= 0;
             previous = frame;
         }
         EXPECT_LE(unreadable, 4);

@@ -15,6 +15,8 @@ constexpr int mostHeldTimecodes = 14;
 /// Late ticks within a second that raise the alarm; it is cleared after a quiet time.
 constexpr int lateForAlarm = 5;
 constexpr qint64 lateQuietTime = 5 * QmxClock::nsPerSecond;
+/// Channels of a set-up that stand for all that the profile wants.
+constexpr int eight = 8;
 constexpr const char *alarmSource = "lumen";
 
 struct DirectionName
@@ -250,11 +252,12 @@ bool LumenEngine::waitsForWork(const CapturedFrame &frame) const
 }
 
 /// The sound of a captured frame in the form that the set-up wants: the first channels of the source, or
-/// silence of the exact length.
+/// silence of the exact length. Eight may stand for more: all that an input has.
 QmxAudio LumenEngine::capturedAudio(const Seen &seen, const QmxTick &tick) const
 {
-    const QmxAudioDesc desc = _running.audioDesc();
+    QmxAudioDesc desc = _running.audioDesc();
     if (!desc.isValid()) return {};
+    if (desc.channels() == eight) desc.setChannels(_profile.wideChannels);
     const bool internal = _running.audioInputSource() == QmxIds::internalGenerator;
     const QmxAudio &source = internal ? seen.generator.audio : seen.input.audio;
     const int samples = qmxAudioSamples(tick.index, tick.rate);

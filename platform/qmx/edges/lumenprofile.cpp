@@ -52,6 +52,11 @@ bool parseWorkers(LumenProfile &profile, const QString &value)
     return parseNumber(value, 1, maximumWorkers, profile.workers);
 }
 
+bool parseChannels(LumenProfile &profile, const QString &value)
+{
+    return parseNumber(value, 8, 16, profile.wideChannels) && profile.wideChannels % 8 == 0;
+}
+
 bool parseBacklog(LumenProfile &profile, const QString &value)
 {
     return parseNumber(value, 32, 1024 * 1024, profile.backlogMegabytes);
@@ -75,6 +80,7 @@ constexpr DeviceRow deviceRows[] = {
     {"reference", "locked, present or missing", parseReference},
     {"prores_coder", "own or libav", parseProResCoder},
     {"workers", "a number from 1 to 64", parseWorkers},
+    {"audio_channels", "8 or 16", parseChannels},
     {"backlog_megabytes", "a number from 32 on", parseBacklog},
 };
 

@@ -15,6 +15,7 @@
 ///     reference=locked        ; or present (not locked), missing
 ///     workers=4               ; threads that code and decode, 1 to 64
 ///     prores_coder=own        ; or libav, for comparison
+///     audio_channels=16       ; what audio_channels "eight" stands for: 8 or 16
 ///     backlog_megabytes=512   ; pictures waiting for a coder, at most (a third of the picture memory)
 ///     [inputs]
 ///     601=generator:?rate=25&size=1920x1080
@@ -30,6 +31,7 @@ struct LumenProfile
     QList<std::pair<QString, QString>> outputs; ///< name and locator, in the file's order
     QmxVideoRefState reference{true, true};
     int workers = 0;          ///< 0: as many as processors, at least 2
+    int wideChannels = 8;     ///< channels recorded when eight are asked for
     int backlogMegabytes = 0; ///< 0: a third of the pool
     bool libavProRes = false; ///< libavcodec's ProRes coder instead of ours
 

@@ -14,7 +14,6 @@ extern "C" {
 
 namespace {
 constexpr int outputChannels = 2;
-constexpr int inputChannels = 8;
 
 /// The codecs to choose from when none is named, best first.
 constexpr std::array videoChoice = {"h264", "mpeg2"};
@@ -254,7 +253,7 @@ QmxError Muxer::writeSound(const QmxOutputFrame &output)
         if (!piece.isValid()) return QmxError(ENOMEM, QStringLiteral("Out of picture memory"));
         std::vector<qint32> pair(size_t(length) * outputChannels);
         for (int i = 0; i < length * outputChannels; ++i)
-            pair[size_t(i)] = piece.data()[i / outputChannels * inputChannels + i % outputChannels];
+            pair[size_t(i)] = piece.data()[i / outputChannels * piece.desc().channels() + i % outputChannels];
         const QmxLibav::Frame frame(av_frame_alloc());
         if (!frame) return QmxError(ENOMEM);
         frame->format = _audio.coder->sample_fmt;

@@ -28,7 +28,7 @@ struct QmxSourceFrame
     QmxVideoState state; ///< signal as the source sees it now (not debounced; the device does that)
     QmxPicture picture;  ///< not valid: no picture (now)
     QmxAudio
-        audio; ///< 8 channels; exactly the samples of this frame (see qmxAudioSamples()), silence included
+        audio; ///< 16 channels; exactly the samples of this frame (see qmxAudioSamples()), silence included
     QmxTimecode timecode;     ///< timecode of the input signal; not valid: none
     QmxMetadataHash metadata; ///< ancillary items: 705, 706, 710
     /// State of the reference as the source's script plays it; nothing: the profile's word holds.

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-static_assert(QmxSourceFormat::audioChannels == 8);
+static_assert(QmxSourceFormat::audioChannels == 16);
 
 void QmxSourceAudio::append(const qint32 *samples, int count, int from)
 {

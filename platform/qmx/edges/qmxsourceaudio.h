@@ -6,11 +6,11 @@
 #include <vector>
 
 /// Sound between a decoder, which delivers it in pieces of any length, and frames, each of which takes an
-/// exact number of samples. Eight channels. A value, not thread-safe.
+/// exact number of samples. Sixteen channels. A value, not thread-safe.
 class QmxSourceAudio
 {
 public:
-    /// Appends interleaved samples of `channels` channels; channels beyond eight are left out, missing
+    /// Appends interleaved samples of `channels` channels; channels beyond sixteen are left out, missing
     /// ones are silent.
     void append(const qint32 *samples, int count, int channels);
     void append(const QmxAudio &audio);
@@ -22,7 +22,7 @@ public:
     int count() const { return int((_samples.size() - _first) / channels); }
 
 private:
-    static constexpr size_t channels = 8;
+    static constexpr size_t channels = 16;
     void compact();
 
     std::vector<qint32> _samples;

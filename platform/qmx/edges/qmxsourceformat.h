@@ -35,7 +35,7 @@ QmxImageDesc nearest(const QmxImageDesc &desc);
 /// and the nearest one as capture format.
 QmxVideoState state(const QmxImageDesc &desc);
 
-/// Eight channels of 48 kHz: what every source delivers.
-constexpr int audioChannels = 8;
+/// Sixteen channels of 48 kHz: what every source delivers.
+constexpr int audioChannels = 16;
 QmxAudioDesc audioDesc(const QmxVideoRate &rate);
 } // namespace QmxSourceFormat

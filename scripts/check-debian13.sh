@@ -24,12 +24,15 @@ if [ "${1:-}" != inside ]; then
     exec unshare --mount --propagation private --mount-proc --pid --fork --kill-child "$0" inside
 fi
 
-# The checkout at the place where it is, and what git needs of the repository that it was taken from.
+# The root becomes that of the processes to come (a mere chroot gets no namespaces of its own); in it the checkout at
+# the place where it is, and what git needs of the repository that it was taken from.
+mount --bind "$root" "$root"
 mounts=("$XP_ROOT" "$(cd "$XP_ROOT" && git rev-parse --path-format=absolute --git-common-dir)")
 for folder in "${mounts[@]}"; do
     mkdir -p "$root$folder"
-    mount --rbind "$folder" "$root$folder"
+    mount --bind "$folder" "$root$folder"
 done
+mkdir -p "$root/old"
 mount -t proc proc "$root/proc"
 mount --rbind /sys "$root/sys"
 mount --rbind /dev "$root/dev"
@@ -41,17 +44,18 @@ cp /etc/resolv.conf "$root/etc/resolv.conf"
 printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d"
 chmod 755 "$root/usr/sbin/policy-rc.d"
 
-in_root() {
-    chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
-        XP_ROOT="$XP_ROOT" XP_BUILD="$place/build" XP_JOBS="$XP_JOBS" XP_WERROR=ON XP_CTEST="${XP_DEBIAN13_TESTS:-}" "$@"
-}
-in_root bash -euc '
+cd "$root"
+pivot_root . old
+exec /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+    XP_ROOT="$XP_ROOT" XP_BUILD="$place/build" XP_JOBS="$XP_JOBS" XP_WERROR=ON XP_CTEST="${XP_DEBIAN13_TESTS:-}" \
+    bash -euc '
+    umount -l /old
     cd "$XP_ROOT"
     . scripts/common.sh
     # What building and testing need; not the linter, the packages, other processors.
     xp_setup build test sandbox
     . /etc/os-release
-    say "$PRETTY_NAME: $(g++ -dumpfullversion) $(pkg-config --modversion Qt6Core) FFmpeg $(dpkg-query -W -f="\${Version}" libavcodec-dev)"
+    say "$PRETTY_NAME: GCC $(g++ -dumpfullversion), Qt $(pkg-config --modversion Qt6Core), FFmpeg $(dpkg-query -W -f="\${Version}" libavcodec-dev)"
     xp_build
     ctest --test-dir "$XP_BUILD" --output-on-failure --no-tests=error -j "$XP_JOBS" $XP_CTEST
 '

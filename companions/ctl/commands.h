@@ -78,6 +78,7 @@ int runCommandLine(int argc, char **argv);
 ExitCode ctlStatus(Recorder &, const Report &, const Arguments &);
 ExitCode ctlWatch(Recorder &, const Report &, const Arguments &);
 ExitCode ctlClips(Recorder &, const Report &, const Arguments &);
+ExitCode ctlInfo(Recorder &, const Report &, const Arguments &); // infocommand.cpp
 // Alarms (alarmcommands.cpp)
 ExitCode ctlAlarms(Recorder &, const Report &, const Arguments &);
 // Media (mediacommands.cpp)
@@ -86,6 +87,7 @@ ExitCode ctlMedia(Recorder &, const Report &, const Arguments &);
 ExitCode ctlGet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlParams(Recorder &, const Report &, const Arguments &);
+ExitCode ctlSettings(Recorder &, const Report &, const Arguments &); // settingscommand.cpp
 // The play list (listcommand.cpp)
 ExitCode ctlList(Recorder &, const Report &, const Arguments &);
 // The machine and the figures (doctorcommand.cpp, metricscommands.cpp, picturecommand.cpp)

@@ -63,6 +63,8 @@ std::span<const CommandRow> ctlCommands()
         ofVerb(transport, "clip", "no-wait force", {"NAME"}),
 
         {clips, "clips", "list the clips of the active medium", {}, "", Needs::Store, ctlClips},
+        {clips, "info", "show what a clip is: format, length, timecode, size, sound, reel",
+         {{"CLIP", "as `xpctl clips` shows it, or its full path", true, "@clips"}}, "", Needs::Store, ctlInfo},
         {clips, "list", "show or change the play list",
          {{"ACTION", "show, add, move or remove", false, "show add move remove"},
           {"ENTRY", "add: a clip; move, remove: its place, counted from 0", false, "@clips"},
@@ -73,6 +75,7 @@ std::span<const CommandRow> ctlCommands()
         ofVerb(clips, "protect", "no-wait", {"CLIP"}),
         ofVerb(clips, "unprotect", "no-wait", {"CLIP"}),
         ofVerb(clips, "delete", "no-wait", {"CLIP"}),
+        ofVerb(clips, "rename", "no-wait", {"CLIP", "NAME"}),
 
         ofVerb(control, "take_control", "force", {"SECONDS"}, "take-control"),
         ofVerb(control, "release_control", "force", {}, "release-control"),
@@ -89,6 +92,11 @@ std::span<const CommandRow> ctlCommands()
          "", Needs::Store, ctlSet},
         {settings, "params", "list parameters with value, choices and help",
          {{"WORD", "only those whose name holds it", false, "@parameters"}}, "markdown", Needs::Store, ctlParams},
+
+        {settings, "settings", "keep all settings in a file, take them from one, compare them, or go back to the defaults",
+         {{"ACTION", "export, import, diff (with a file, else with the defaults) or reset", true, "export import diff reset"},
+          {"FILE", "its name; reset: a single parameter", false, "@files"}},
+         "", Needs::Store, ctlSettings},
 
         {machine, "doctor", "check the installation and say what to do", {}, "", Needs::Nothing, nullptr, ctlDoctor},
         {machine, "metrics", "print figures for monitoring, or serve them", {}, "listen", Needs::Store, ctlMetrics},

@@ -4,6 +4,8 @@
 #include "companions/mediad/openfile.h"
 
 #include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
 
 #include <sys/file.h>
 
@@ -14,6 +16,28 @@ constexpr mode_t everybodyWrites = S_IWUSR | S_IWGRP | S_IWOTH;
 QmxError refused(const std::string &path, int reason, const QString &why)
 {
     return {reason, QStringLiteral("%1 %2").arg(QString::fromLocal8Bit(path), why)};
+}
+
+/// Refuses what is protected, recorded or copied; else nobody records or copies it as long as `clip` is open.
+QmxError claim(const OpenFile &clip, const std::string &path, const QmxEnvironment &environment)
+{
+    QmxFiles &files = *environment.files;
+    struct stat64 status = {};
+    if (!clip.isOpen() || files.fstat(clip.fd(), &status) != 0)
+        return refused(path, errno, "cannot be opened: " + QmxError(errno).toString());
+    if ((status.st_mode & S_IWUSR) == 0)
+        return refused(path, EPERM, "is protected; xpctl unprotect it first");
+    const auto lock = [&] { return files.flock(clip.fd(), LOCK_EX | LOCK_NB) == 0; };
+    if (!tryForAMoment(*environment.clock, lock))
+        return refused(path, EWOULDBLOCK, "is being recorded or copied; try again when that has ended");
+    return {};
+}
+
+/// What was done to the names in its folder survives a power cut.
+void keepFolder(const std::string &path, QmxFiles &files)
+{
+    const OpenFile folder(files, path.substr(0, path.rfind('/')), O_RDONLY | O_DIRECTORY);
+    if (folder.isOpen()) files.fsync(folder.fd());
 }
 
 } // namespace
@@ -34,17 +58,29 @@ QmxError deleteClip(const std::string &path, const QmxEnvironment &environment)
 {
     QmxFiles &files = *environment.files;
     const OpenFile clip(files, path, O_RDONLY);
-    struct stat64 status = {};
-    if (!clip.isOpen() || files.fstat(clip.fd(), &status) != 0)
-        return refused(path, errno, "cannot be opened: " + QmxError(errno).toString());
-    if ((status.st_mode & S_IWUSR) == 0)
-        return refused(path, EPERM, "is protected; xpctl unprotect it first");
-    const auto lock = [&] { return files.flock(clip.fd(), LOCK_EX | LOCK_NB) == 0; };
-    if (!tryForAMoment(*environment.clock, lock))
-        return refused(path, EWOULDBLOCK, "is being recorded or copied; delete it when that has ended");
+    if (QmxError error = claim(clip, path, environment); error.isError()) return error;
     if (files.unlink(QString::fromLocal8Bit(path)) != 0)
         return refused(path, errno, "cannot be deleted: " + QmxError(errno).toString());
-    const OpenFile folder(files, path.substr(0, path.rfind('/')), O_RDONLY | O_DIRECTORY);
-    if (folder.isOpen()) files.fsync(folder.fd());
+    keepFolder(path, files);
+    return {};
+}
+
+QmxError renameClip(const std::string &path, const std::string &target, const QmxEnvironment &environment)
+{
+    QmxFiles &files = *environment.files;
+    const OpenFile clip(files, path, O_RDONLY);
+    if (QmxError error = claim(clip, path, environment); error.isError()) return error;
+    // One that came in between is not replaced, where the file system can promise that.
+    int result = renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE);
+    if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
+        struct stat64 status = {};
+        const bool exists = files.stat(QString::fromLocal8Bit(target), &status) == 0;
+        result = exists ? -1 : files.rename(QString::fromLocal8Bit(path), QString::fromLocal8Bit(target));
+        if (exists) errno = EEXIST;
+    }
+    if (result != 0 && errno == EEXIST)
+        return refused(target, EEXIST, "is there already; choose another name");
+    if (result != 0) return refused(path, errno, "cannot be renamed: " + QmxError(errno).toString());
+    keepFolder(path, files);
     return {};
 }

@@ -135,6 +135,13 @@ void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, 
         lock.unlock();
         error = use.empty() ? deleteClip(path, environment) : QmxError(EBUSY, QString::fromStdString(use));
         text += " has been deleted";
+    } else if (order.verb == "rename") {
+        std::unique_lock lock(shared.mutex);
+        const std::string use = whyInUse(order, shared.transport);
+        lock.unlock();
+        error = use.empty() ? renameClip(path, order.from + "/" + order.to, environment)
+                            : QmxError(EBUSY, QString::fromStdString(use));
+        text += " is " + order.to + " now";
     } else {
         const bool on = order.verb == "protect";
         error = protectClip(path, on, environment);

@@ -18,8 +18,8 @@ std::string whyInUse(const MediaOrder &order, const MediaParameters &is)
 {
     const bool plays = is.daemonRuns && is.status != MediaValues::Stopped &&
                        is.status != MediaValues::Recording && is.status != MediaValues::ShutDown;
-    const bool isPlayed = plays && order.verb == "delete" && is.active == order.from &&
-                          (is.playbackSource != 0 || is.currentClip == order.clip);
+    const bool isPlayed = plays && (order.verb == "delete" || order.verb == "rename") &&
+                          is.active == order.from && (is.playbackSource != 0 || is.currentClip == order.clip);
     return isPlayed ? order.clip + " is in use: the transport plays from it; stop it first" : std::string();
 }
 
@@ -40,5 +40,7 @@ std::string whyRefused(const MediaOrder &order, const std::vector<Medium> &media
         return {};
     }
     if (!from->writable) return from->path + " cannot be written; remount or replace it";
+    if (order.verb == "rename" && from->holds(order.to))
+        return order.to + ": there is a clip of this name already";
     return whyInUse(order, is);
 }

@@ -112,6 +112,7 @@ Answer performCopy(const VerbCall &);
 Answer performProtect(const VerbCall &);
 Answer performUnprotect(const VerbCall &);
 Answer performDelete(const VerbCall &);
+Answer performRename(const VerbCall &);
 // Who is in control (verbs_control.cpp)
 Answer performTakeControl(const VerbCall &);
 Answer performReleaseControl(const VerbCall &);

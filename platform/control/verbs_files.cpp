@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// copy, protect, unprotect, delete: what the media daemon does for the operator.
+// copy, protect, unprotect, delete, rename: what the media daemon does for the operator.
 #include "platform/control/transportanswers.h"
 
 #include "platform/control/mediadaemonlock.h"
+#include "platform/product/clipscan.h"
 #include "platform/product/mediaorder.h"
 #include "platform/store/configfactoryimpl.h"
 #include "platform/store/eparammedia.h"
+
+#include <QRegularExpression>
 
 #include <atomic>
 #include <mutex>
@@ -51,6 +54,13 @@ private:
     std::optional<MediaOrderState> _last;
 };
 
+/// What a clip shall be called: with the ending of the old name when the new one has none of a clip.
+std::string newName(const VerbCall &call, const std::string &clip)
+{
+    const std::string name = call.text("name").toStdString();
+    return isClipName(name) ? name : name + clip.substr(std::min(clip.rfind('.'), clip.size()));
+}
+
 MediaOrder orderOf(const VerbCall &call)
 {
     static std::atomic<unsigned> count = 0;
@@ -64,6 +74,7 @@ MediaOrder orderOf(const VerbCall &call)
         order.from = order.clip.substr(0, slash);
         order.clip = order.clip.substr(slash + 1);
     }
+    if (order.verb == "rename") order.to = newName(call, order.clip);
     if (const std::string medium = call.text("medium").toStdString(); !medium.empty())
         order.to = mediumNamed(call.recorder, medium);
     return order;
@@ -131,4 +142,23 @@ Answer performUnprotect(const VerbCall &call)
 Answer performDelete(const VerbCall &call)
 {
     return giveOrder(call);
+}
+
+Answer performRename(const VerbCall &call)
+{
+    const Answer answer = giveOrder(call);
+    if (!answer.isDone() || !call.request.wait) return answer;
+    // What names the clip goes on naming it.
+    Recorder &recorder = call.recorder;
+    const std::string clip = call.text("clip").toStdString();
+    const std::string before = clip.substr(clip.rfind('/') + 1);
+    const QString old = QString::fromStdString(before);
+    const QString now = QString::fromStdString(newName(call, before));
+    if (recorder.text(eParam_CurrentClip) == old) recorder.write(eParam_CurrentClip, now);
+    QStringList entries = recorder.text(eParam_PlayList).split('\n');
+    if (!entries.contains(old)) return answer;
+    entries.replaceInStrings(QRegularExpression('^' + QRegularExpression::escape(old) + '$'), now);
+    recorder.write(eParam_PlayList, entries.join('\n'));
+    recorder.write(eParam_PlayListChanged, 1U);
+    return answer;
 }

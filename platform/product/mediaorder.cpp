@@ -11,7 +11,7 @@
 namespace {
 
 constexpr qsizetype longestText = 1000;
-const char *const verbs[] = {"copy", "delete", "protect", "unprotect"};
+const char *const verbs[] = {"copy", "delete", "protect", "unprotect", "rename"};
 
 QJsonDocument document(const std::string &text)
 {
@@ -36,13 +36,16 @@ std::string whyNonsense(const MediaOrder &order)
     for (const char *verb : verbs)
         known = known || order.verb == verb;
     if (!known)
-        return "'" + order.verb + "' cannot be done with a clip; copy, delete, protect and unprotect can";
+        return "'" + order.verb +
+               "' cannot be done with a clip; copy, delete, protect, unprotect and rename can";
     // A name must not lead out of its medium.
     if (!isClipName(order.clip) || order.clip.find('/') != std::string::npos)
         return "'" + order.clip + "' is no name of a clip";
     if (order.verb == "copy" && order.to.empty()) return "where the copy shall go is missing";
     if (order.verb == "copy" && order.to == order.from)
         return "a copy goes to another medium, not to " + order.from;
+    if (order.verb == "rename" && (!isClipName(order.to) || order.to.find('/') != std::string::npos))
+        return "'" + order.to + "' is no name for a clip";
     return {};
 }
 

@@ -10,10 +10,10 @@
 struct MediaOrder
 {
     std::string id;   ///< chosen by who asks, to know the answer by; may be empty
-    std::string verb; ///< "copy", "delete", "protect", "unprotect"
+    std::string verb; ///< "copy", "delete", "protect", "unprotect", "rename"
     std::string clip; ///< file name
     std::string from; ///< folder of the medium
-    std::string to;   ///< folder of the other medium, for a copy
+    std::string to;   ///< folder of the other medium, for a copy; the new name, for rename
 
     static constexpr int longestId = 64; ///< printable characters
 

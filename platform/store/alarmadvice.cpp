@@ -32,7 +32,8 @@ constexpr Advice advices[] = {
     {eParam_AlarmSpare1, "not used"},
     {eParam_AlarmSpare2, "not used"},
     {eParam_AlarmSpare3, "not used"},
-    {eParam_AlarmLutError, "choose another lut_file (`xpctl set lut_file FILE` says what is wrong with one), or set lut_position to off"},
+    {eParam_AlarmLutError, "choose another lut_file (`xpctl set lut_file FILE` says what is wrong with one), "
+                           "or set lut_position to off"},
     {eParam_AlarmRecordInhibited, "see to what it names, then press record again"},
     {eParam_AlarmMediaFull, "put in another medium, or delete clips (`xpctl delete`)"},
     {eParam_AlarmStoreRestored, "look through the settings (`xpctl params`)"},

@@ -22,11 +22,12 @@ std::vector<ParamRow> soundAndTimecodeRows()
                     "Where the timecode of a recording comes from."),
         // The transport loads this row nowhere: without being told once, the generator would never learn the
         // drop-frame setting.
-        number(eParam_TimecodePresetHour, "timecode_preset_hour", Persistent,
-               "Sets the timecode generator to this hour, 0 minutes, at once.")
+        number(
+            eParam_TimecodePresetHour, "timecode_preset_hour", Persistent,
+            "Sets the timecode generator at once: to this hour, 0 minutes, or to a timecode (HH:MM:SS:FF).")
             .range(0, 23)
             .in("h")
-            .with({Attribute::everyWrite, Attribute::toldOnce}),
+            .with({Attribute::everyWrite, Attribute::toldOnce, Attribute::timecodePreset}),
         enumeration(eParam_TimecodeDropFrame, "timecode_drop_frame", Persistent,
                     {{0, "non_drop"}, {1, "drop"}}, "How timecode is counted at 29.97 and 59.94 frames."),
         // 0 means on.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/paramdescriptor.h"
 
+#include "platform/qmx/core/qmxpackedtimecode.h"
+
 #include "platform/store/alarms.pb.h"
 #include "platform/store/datafile.pb.h"
 #include "platform/store/paramrow.h"
@@ -65,6 +67,12 @@ bool hasControl(const std::string &text, bool linesAllowed)
     return std::any_of(text.begin(), text.end(), [linesAllowed](unsigned char c) {
         return (c < 0x20 && !(c == '\n' && linesAllowed)) || c == 0x7F;
     });
+}
+
+/// The timecode that a preset's number stands for.
+QmxTimecode wholeTimecode(unsigned number)
+{
+    return QmxTimecode(int(number & INT_MAX), 0, 0, 0, 0, 0);
 }
 
 } // namespace
@@ -195,6 +203,7 @@ bool ParamDescriptor::check(const StoreValue &value, std::string &reason) const
     switch (_row.type) {
     case Unsigned:
         if (value.number >= _row.minimum && value.number <= _row.maximum) return true;
+        if (hasAttribute(Attribute::timecodePreset) && wholeTimecode(value.number).isValid()) return true;
         reason = _row.name + " takes a number from " + std::to_string(_row.minimum) + " to " +
                  std::to_string(_row.maximum) + ", not " + std::to_string(value.number);
         return false;
@@ -237,6 +246,11 @@ bool ParamDescriptor::parse(const std::string &text, StoreValue &value, std::str
     switch (_row.type) {
     case Unsigned:
         if (parseNumber(text, parsed.number)) break;
+        if (const QmxTimecode timecode(QString::fromStdString(text));
+            hasAttribute(Attribute::timecodePreset) && timecode.isValid()) {
+            parsed.number = unsigned(QmxPackedTimecode::pack(timecode));
+            break;
+        }
         reason = _row.name + " takes a number from " + std::to_string(_row.minimum) + " to " +
                  std::to_string(_row.maximum) + ", not \"" + text + "\"";
         return false;
@@ -279,6 +293,9 @@ bool ParamDescriptor::parse(const std::string &text, StoreValue &value, std::str
 std::string ParamDescriptor::print(const StoreValue &value) const
 {
     if (value.kind == StoreValue::Kind::String) return value.text;
+    if (value.kind == StoreValue::Kind::Unsigned && hasAttribute(Attribute::timecodePreset) &&
+        value.number > _row.maximum)
+        return wholeTimecode(value.number).toString().toStdString();
     if (value.kind == StoreValue::Kind::Unsigned)
         return _row.labels.empty() ? std::to_string(value.number) : label(static_cast<int>(value.number));
     if (isAlarm()) {

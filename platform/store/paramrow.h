@@ -43,6 +43,8 @@ inline constexpr const char *told = "told_by_the_recorder"; ///< no operator set
 inline constexpr const char *dataFile = "data_file";        ///< bytes are a reference to a file
 inline constexpr const char *speed = "speed";               ///< text is a decimal number from -100 to 100
 inline constexpr const char *multiLine = "lines";           ///< text may hold several lines
+inline constexpr const char *timecodePreset =
+    "timecode_preset"; ///< number is an hour, or a whole timecode (QmxPackedTimecode)
 inline constexpr const char *namePattern = "name_pattern";  ///< text is a pattern of clip names
 inline constexpr const char *fileName = "file_name";        ///< text becomes part of a file name
 inline constexpr const char *clipName =

@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/core/qmximagelut.h"
+#include "platform/qmx/core/qmxpackedtimecode.h"
 #include "platform/qmx/core/qmxtimecode.h"
 #include "platform/qmx/core/qmxvbiinfo.h"
 #include "platform/qmx/core/qmxvideostate.h"
@@ -65,6 +66,10 @@ TEST(Timecode, EveryFrameOfADayBothWays)
 TEST(Timecode, TextBothWaysAndBadText)
 {
     EXPECT_EQ(QmxTimecode("10:20:30:12").toString(), "10:20:30:12");
+    for (const char *text : {"00:00:00:00", "23:59:58:59", "10:20:30:12"})
+        EXPECT_EQ(QmxTimecode(QmxPackedTimecode::pack(QmxTimecode(text)), 0, 0, 0, 0, 0), QmxTimecode(text));
+    EXPECT_FALSE(
+        QmxTimecode(QmxPackedTimecode::marker | 24 << QmxPackedTimecode::hoursAt, 0, 0, 0, 0, 0).isValid());
     EXPECT_EQ(QmxTimecode("10:20:30;12").toString(), "10:20:30;12");
     EXPECT_TRUE(QmxTimecode("01:00:00.02").isDropFrame());
     EXPECT_EQ(QmxTimecode().toString(), "--:--:--:--");

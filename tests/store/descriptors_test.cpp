@@ -164,6 +164,9 @@ TEST_F(Descriptors, textIsReadAndPrinted)
                           {"transport_speed", "nan", "", "decimal"},
                           {"lut_file", "/media/A/look.cube", "/media/A/look.cube", ""},
                           {"lut_file", "", "", ""},
+                          {"timecode_preset_hour", "23", "23", ""},
+                          {"timecode_preset_hour", "23:59:58:24", "23:59:58:24", ""},
+                          {"timecode_preset_hour", "24:00:00:00", "", "a number from 0 to 23"},
                           {"media_full", "x", "", "is an alarm"}};
     for (const Case &test : cases) {
         SCOPED_TRACE(std::string(test.name) + " " + test.text);

@@ -237,8 +237,10 @@ void QmxClipIndex::append(MovFragment fragment, MovInput &input)
     if (fragment.firstFrame > qint64(frames.size()) && fragment.sequence > _nextSequence) {
         const qint64 lostFragments = std::min<qint64>(fragment.sequence - _nextSequence,
                                                       (fragment.slot - _nextSlot) / MovLayout::slotSize);
-        if (fragment.firstFrame - qint64(frames.size()) <= lostFragments * MovLayout::maxFragmentFrames)
+        if (fragment.firstFrame - qint64(frames.size()) <= lostFragments * MovLayout::maxFragmentFrames) {
+            info.lostFrames.append({qint64(frames.size()), fragment.firstFrame - 1});
             frames.resize(size_t(fragment.firstFrame));
+        }
     }
     // Whoever finishes the file counts as we do here.
     fragment.firstFrame = qint64(frames.size());

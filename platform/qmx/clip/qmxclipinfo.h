@@ -34,6 +34,8 @@ struct QmxClipInfo
     bool closed = false;             ///< the file is complete and does not grow
     bool foreign = false;            ///< not written by QmxClipWriter
     QList<TimecodeRun> timecodeRuns; ///< ascending; empty when there is no timecode
+    /// First and last of each run of frames that were counted and are not in the file; ascending.
+    QList<std::pair<qint64, qint64>> lostFrames;
 
     /// Timecode of a frame; not valid when the clip has none or the frame lies outside.
     QmxTimecode timecodeAt(qint64 frame) const;

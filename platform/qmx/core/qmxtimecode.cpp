@@ -2,6 +2,7 @@
 #include "platform/qmx/core/qmxtimecode.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxpackedtimecode.h"
 
 #include <QStringView>
 
@@ -34,6 +35,14 @@ QmxTimecode::QmxTimecode(int hours, int minutes, int seconds, int frames, int fp
     : _hours(hours), _minutes(minutes), _seconds(seconds), _frames(frames), _fps(fps), _drop(drop != 0)
 {
     constexpr int largestFrameDigits = 99;
+    using namespace QmxPackedTimecode;
+    if (hours >= marker && hours < 2 * marker && minutes == 0 && seconds == 0 && frames == 0) {
+        _hours = (hours - marker) >> hoursAt;
+        _minutes = minutes = hours >> minutesAt & sixBits;
+        _seconds = seconds = hours >> secondsAt & sixBits;
+        _frames = frames = hours & sevenBits;
+        hours = _hours;
+    }
     _valid = hours >= 0 && hours < hoursPerDay && minutes >= 0 && minutes < minutesPerHour && seconds >= 0 &&
              seconds < secondsPerMinute && frames >= 0 && frames <= largestFrameDigits;
 }

@@ -126,9 +126,9 @@ TEST(ForeignClip, aFolderOfNumberedPicturesIsAClip)
         const QString ending = QString(form).section(' ', 0, 0);
         const QString folder = dir.file(ending + "@23.98.images");
         ASSERT_TRUE(QDir().mkpath(folder));
-        ASSERT_TRUE(
-            make(folder + "/shot_%06d." + ending, {"-map", "0:v", "-pix_fmt", QString(form).section(' ', 1),
-                                                   "-q:v", "1", "-start_number", "86400"}));
+        ASSERT_TRUE(make(folder + "/shot_%06d." + ending,
+                         {"-map", "0:v", "-sws_flags", "accurate_rnd+full_chroma_int", "-pix_fmt",
+                          QString(form).section(' ', 1), "-q:v", "1", "-start_number", "86400"}));
         writeAll(folder + "/notes.txt", "none of them");
         ASSERT_TRUE(QFile::remove(folder + "/shot_086410." + ending));
         const QmxError error = reader.open(folder);

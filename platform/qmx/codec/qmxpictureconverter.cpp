@@ -3,6 +3,7 @@
 
 extern "C" {
 #include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -33,6 +34,12 @@ bool isRgb(AVPixelFormat format)
     return d && (d->flags & AV_PIX_FMT_FLAG_RGB);
 }
 
+/// swscale's flag; R, G, B have none there.
+int rangeOf(int format, bool full)
+{
+    return full && !isRgb(AVPixelFormat(format)) ? 1 : 0;
+}
+
 int swsMatrix(AVColorSpace matrix, const QSize &size)
 {
     if (matrix == AVCOL_SPC_UNSPECIFIED || matrix == AVCOL_SPC_RGB) matrix = QmxLibav::colour(size).matrix;
@@ -59,10 +66,24 @@ SwsContext *QmxPictureConverter::scaler(const Key &key)
     const bool sameSize = key.fromWidth == key.toWidth && key.fromHeight == key.toHeight;
     const bool grows = key.toWidth > key.fromWidth || key.toHeight > key.fromHeight;
     const int flags = (sameSize ? SWS_BILINEAR : grows ? SWS_BICUBIC : SWS_AREA) | SWS_ACCURATE_RND;
-    QmxLibav::Scaler made(sws_getContext(key.fromWidth, key.fromHeight, AVPixelFormat(key.fromFormat),
-                                         key.toWidth, key.toHeight, AVPixelFormat(key.toFormat), flags,
-                                         nullptr, nullptr, nullptr));
+    QmxLibav::Scaler made(sws_alloc_context());
     if (!made) return nullptr;
+    // The ranges before it is initialised: with equal ones it would copy samples of the same layout as they
+    // are.
+    const std::pair<const char *, int> options[] = {
+        {"srcw", key.fromWidth},
+        {"srch", key.fromHeight},
+        {"src_format", key.fromFormat},
+        {"dstw", key.toWidth},
+        {"dsth", key.toHeight},
+        {"dst_format", key.toFormat},
+        {"src_range", rangeOf(key.fromFormat, key.fromFull)},
+        {"dst_range", rangeOf(key.toFormat, key.toFull)},
+        {"sws_flags", flags},
+    };
+    for (const auto &[name, value] : options)
+        av_opt_set_int(made.get(), name, value, 0);
+    if (sws_init_context(made.get(), nullptr, nullptr) < 0) return nullptr;
     constexpr int unity = 1 << 16;
     sws_setColorspaceDetails(made.get(), sws_getCoefficients(key.fromMatrix), key.fromFull,
                              sws_getCoefficients(key.toMatrix), key.toFull, 0, unity, unity);

@@ -24,8 +24,8 @@ public:
     using Deliver = std::function<void(const qint32 *samples, int count, int channels, qint64 time)>;
     using Tell = std::function<void(const QString &problem)>; ///< why there is no sound; empty: there is
     /// `correction`: samples to add to the sound over the next second, asked again and again.
-    QmxSoundCapture(const QString &device, int channels, const QmxEnvironment &environment,
-                    Deliver deliver, Tell tell, std::function<int()> correction);
+    QmxSoundCapture(const QString &device, int channels, const QmxEnvironment &environment, Deliver deliver,
+                    Tell tell, std::function<int()> correction);
     ~QmxSoundCapture();
     QmxSoundCapture(const QmxSoundCapture &) = delete;
     QmxSoundCapture &operator=(const QmxSoundCapture &) = delete;

@@ -48,7 +48,8 @@ std::vector<ParamRow> pictureRows()
                     "Input that is recorded, with the colour coding that it is taken for."),
         enumeration(eParam_LutPosition, "lut_position", Persistent, {{0, "off"}, {1, "input"}, {2, "output"}},
                     "Where the look-up table is applied: not at all, to what is recorded, or to the output."),
-        data(eParam_LutFile, "lut_file", Persistent, "Path of the look-up table file, .cube of one or three dimensions or plain text; empty: none.")
+        data(eParam_LutFile, "lut_file", Persistent,
+             "Path of the look-up table file, .cube of one or three dimensions or plain text; empty: none.")
             .with({Attribute::dataFile}),
         enumeration(eParam_SignalGeneratorFormat, "signal_generator_format", Persistent, generatorFormats(),
                     "Format of the built-in signal generator.")

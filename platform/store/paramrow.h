@@ -45,8 +45,8 @@ inline constexpr const char *speed = "speed";               ///< text is a decim
 inline constexpr const char *multiLine = "lines";           ///< text may hold several lines
 inline constexpr const char *timecodePreset =
     "timecode_preset"; ///< number is an hour, or a whole timecode (QmxPackedTimecode)
-inline constexpr const char *namePattern = "name_pattern";  ///< text is a pattern of clip names
-inline constexpr const char *fileName = "file_name";        ///< text becomes part of a file name
+inline constexpr const char *namePattern = "name_pattern"; ///< text is a pattern of clip names
+inline constexpr const char *fileName = "file_name";       ///< text becomes part of a file name
 inline constexpr const char *clipName =
     "clip_name"; ///< text (of `multiLine`: each line) is a file name of a clip, or N/A
 } // namespace Attribute

@@ -161,7 +161,7 @@ Finding medium(Recorder &recorder)
 
 Finding diskSpeed(Recorder &recorder)
 {
-    if (recorder.daemonIsRunning() && recorder.status() != unsigned(TransportStatus::Stopped)) {
+    if (recorder.daemonIsRunning() && recorder.status() != TransportStatus::Stopped) {
         return {Finding::Hint, "not measured: the recorder is in use", "stop it, then ask again"};
     }
     const QString path = recorder.text(eParam_ActiveMediaPath);

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxclock.h"
 #include "platform/qmx/core/qmxerror.h"
+#include "platform/store/values.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -20,7 +21,6 @@
 
 namespace {
 constexpr qint64 megabyte = 1000 * 1000;
-constexpr int recordStopsAt = 10; // per cent free: no take begins
 
 /// Whether the account of the services, if there is one, may write into the folder; by its mode alone.
 bool servicesMayWrite(const QString &path)
@@ -94,7 +94,7 @@ Finding checkMedium(const QString &path)
                               .arg(path)
                               .arg(double(storage.bytesAvailable()) / 1e9, 0, 'f', 1)
                               .arg(double(storage.bytesTotal()) / 1e9, 0, 'f', 1);
-    if (percent <= recordStopsAt) {
+    if (double(percent) <= MediumLevel::full) {
         return {Finding::Wrong, found + ", too little for a take", "delete clips, or change the medium"};
     }
     return {Finding::Good, found, {}};

@@ -28,7 +28,7 @@ View look(const Recorder &recorder)
 {
     const bool running = recorder.daemonIsRunning();
     const auto alarms = recorder.alarms();
-    const bool recording = recorder.status() == unsigned(TransportStatus::Recording);
+    const bool recording = recorder.status() == TransportStatus::Recording;
     View view;
     view.object = {{"running", running},
                    {"status", running ? recorder.statusLabel() : QStringLiteral("not_running")},

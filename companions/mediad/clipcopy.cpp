@@ -82,7 +82,7 @@ private:
         if (_files.statfs(QString::fromLocal8Bit(folder), &space) != 0)
             return failed("cannot write to", folder);
         const double left = double(space.f_bfree) - double(_status.st_size) / double(space.f_bsize);
-        if (std::round(left / double(space.f_blocks) * 100) <= MediaMachine::fullLevel)
+        if (std::round(left / double(space.f_blocks) * 100) <= MediumLevel::full)
             return {ENOSPC, QStringLiteral("%1 has too little room for %2: 10 % must stay free for recording")
                                 .arg(QString::fromLocal8Bit(folder),
                                      QFileInfo(QString::fromLocal8Bit(_from)).fileName())};

@@ -3,8 +3,6 @@
 #include "companions/mediad/mediamachine.h"
 #include "companions/mediad/mediastep.h"
 
-using namespace MediaValues;
-
 namespace {
 
 /// The best medium with more than `level` percent free, other than `except`: the one with the current clip,
@@ -34,8 +32,8 @@ const Medium *bestOf(const std::vector<Medium> &media, double level, const std::
 const Medium *bestToRecord(const std::vector<Medium> &media, const std::string &except,
                            const std::string &currentClip = {})
 {
-    const Medium *best = bestOf(media, MediaMachine::targetLevel, except, currentClip);
-    return best ? best : bestOf(media, MediaMachine::fullLevel, except, currentClip);
+    const Medium *best = bestOf(media, MediumLevel::target, except, currentClip);
+    return best ? best : bestOf(media, MediumLevel::full, except, currentClip);
 }
 
 } // namespace
@@ -47,7 +45,7 @@ void MediaMachine::chooseActive(Step &step)
         return;
     }
     const Medium *active = is.active.empty() ? nullptr : step.mediumOf(is.active);
-    const bool isFull = active && active->percentFree <= fullLevel;
+    const bool isFull = active && active->percentFree <= MediumLevel::full;
     if (step.events.activeSet) {
         _chosenFull = isFull ? is.active : std::string();
     }
@@ -97,10 +95,10 @@ void MediaMachine::chooseRollover(Step &step)
     const Medium *active = step.mediumOf(is.active);
     const Medium *now = is.rollover.empty() ? nullptr : step.mediumOf(is.rollover);
     const std::string activePath = active ? active->path : std::string();
-    if (now && now != active && now->writable && now->percentFree > targetLevel) {
+    if (now && now != active && now->writable && now->percentFree > MediumLevel::target) {
         return;
     }
-    const Medium *next = active ? bestOf(step.media, targetLevel, activePath) : nullptr;
+    const Medium *next = active ? bestOf(step.media, MediumLevel::target, activePath) : nullptr;
     const std::string path = next ? next->path : std::string();
     if (path != is.rollover) {
         step.setRollover(path);

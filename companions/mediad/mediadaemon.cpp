@@ -36,8 +36,6 @@ constexpr std::size_t mostRepairsTold = 5;
 /// Orders that come while the media are looked at. More of them than may wait, so that those are refused
 /// aloud.
 constexpr std::size_t mostUnread = std::size_t(16) * MediaJobs::bound;
-constexpr unsigned commandRecord = 3;
-constexpr unsigned commandStop = 4;
 
 } // namespace
 
@@ -100,12 +98,12 @@ void MediaDaemon::ParamChanged(eParam_t id, unsigned value, timeval)
 {
     switch (id) {
     case eParam_StorageState:
-        if (value == MediaValues::RolloverDone) ++_rolloversDone;
+        if (StorageState(value) == StorageState::RolloverDone) ++_rolloversDone;
         break;
     case eParam_TransportCommand:
-        if (value == commandRecord) return;
+        if (TransportCommand(value) == TransportCommand::Record) return;
         ++_commands;
-        if (value != commandStop) ++_playCommands;
+        if (TransportCommand(value) != TransportCommand::Stop) ++_playCommands;
         break;
     case eParam_CueToFrame:
     case eParam_GoToClipIndex:
@@ -220,15 +218,15 @@ std::vector<Medium> MediaDaemon::media()
 MediaParameters MediaDaemon::parameters()
 {
     MediaParameters is;
-    is.status = _store.number(eParam_TransportStatus);
-    is.storage = _store.number(eParam_StorageState);
+    is.status = TransportStatus(_store.number(eParam_TransportStatus));
+    is.storage = StorageState(_store.number(eParam_StorageState));
     is.running = _store.number(eParam_TransportRunning) != 0;
     is.rolloverEnabled = _store.number(eParam_RolloverEnabled) != 0;
     is.active = _store.text(eParam_ActiveMediaPath);
     is.rollover = _store.text(eParam_RolloverMediaPath);
     is.label = _store.text(eParam_MediaLabel);
     is.currentClip = _store.text(eParam_CurrentClip);
-    is.playbackSource = _store.number(eParam_PlaybackSource);
+    is.playbackSource = PlaybackSource(_store.number(eParam_PlaybackSource));
     // Last: a recorder that begins in between has its lock before it says anything else.
     is.daemonRuns = _recorderLock.whoHasLock() != 0;
     return is;
@@ -288,7 +286,7 @@ QmxTaskThread &MediaDaemon::picturesOf(Place &place)
 /// Pictures of clips are made while nothing is recorded; what a take has interrupted begins again after it.
 void MediaDaemon::picture(const MediaParameters &is)
 {
-    *_recording = is.daemonRuns && is.status == MediaValues::Recording;
+    *_recording = is.daemonRuns && is.status == TransportStatus::Recording;
     for (const auto &entry : _places) {
         const std::string &path = entry.first;
         const auto &place = entry.second;
@@ -347,7 +345,7 @@ void MediaDaemon::orderTold(const MediaOrder &order, const MediaOrderState &stat
         qmxLogOutput(state.state == "done" ? 3 : 2, module, __LINE__, "%s\n", state.text.c_str());
     if (state.state == "done" && order.verb == "delete" && _store.text(eParam_CurrentClip) == order.clip &&
         _store.text(eParam_ActiveMediaPath) == order.from)
-        _store.write({eParam_CurrentClip, MediaWrite::Text, 0, MediaValues::noClip});
+        _store.write({eParam_CurrentClip, MediaWrite::Text, 0, noClip});
     // How far a copy is may be lost while the store refuses, how an order ended may not.
     if (state.state == "running")
         _store.write({eParam_MediaOrderState, MediaWrite::Text, 0, state.print()});
@@ -360,7 +358,7 @@ void MediaDaemon::orderTold(const MediaOrder &order, const MediaOrderState &stat
 /// What operators see of the media. In a take it changes all the time, so only now and then.
 void MediaDaemon::report(const std::vector<Medium> &media, const MediaParameters &is)
 {
-    const bool recording = is.daemonRuns && is.status == MediaValues::Recording;
+    const bool recording = is.daemonRuns && is.status == TransportStatus::Recording;
     if (recording && !_repairs.empty()) {
         if (AlarmProducer::clear(&_store.config(), eParam_AlarmClipsRepaired)) _repairs.clear();
         _repairsTold = true;

@@ -110,7 +110,7 @@ void MediaJobs::start(const MediaOrder &order)
 
 void MediaJobs::follow(const MediaParameters &transport)
 {
-    _shared->busy = transport.daemonRuns && transport.status != MediaValues::Stopped;
+    _shared->busy = transport.daemonRuns && transport.status != TransportStatus::Stopped;
     const std::lock_guard lock(_shared->mutex);
     _shared->transport = transport;
 }

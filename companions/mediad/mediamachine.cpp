@@ -5,8 +5,6 @@
 
 #include <algorithm>
 
-using namespace MediaValues;
-
 namespace {
 
 constexpr std::int64_t nsPerMillisecond = 1'000'000;
@@ -50,13 +48,14 @@ bool MediaMachine::isManaged(const std::string &path) const
 void MediaMachine::recorderGone(Step &step)
 {
     MediaParameters &is = step.is;
-    const bool saysGone = is.status == ShutDown && !is.running && is.storage != InUse;
+    const bool saysGone =
+        is.status == TransportStatus::ShutDown && !is.running && is.storage != StorageState::InUse;
     if (is.daemonRuns || saysGone) {
         return;
     }
-    is.storage = Released;
+    is.storage = StorageState::Released;
     is.running = false;
-    is.status = ShutDown;
+    is.status = TransportStatus::ShutDown;
     step.write(eParam_StorageState, is.storage);
     step.write(eParam_TransportRunning, 0u);
     step.write(eParam_TransportStatus, is.status);
@@ -86,7 +85,8 @@ bool MediaMachine::mediaAreFree(const Step &step) const
     if (!step.is.daemonRuns) {
         return true;
     }
-    return step.is.status == Stopped && (step.is.storage != InUse || step.now - _statusSince >= freeAfter);
+    return step.is.status == TransportStatus::Stopped &&
+           (step.is.storage != StorageState::InUse || step.now - _statusSince >= freeAfter);
 }
 
 /// New media are looked at and repaired; a medium that is being recorded on has better things to do.
@@ -150,10 +150,10 @@ void MediaMachine::followTake(Step &step)
     // media when the take has ended without one.
     // Begun in the middle of a take, one cannot know: the medium that is left has more room again.
     const bool mayBeSwitching = _first && !step.is.rollover.empty() && active &&
-                                (active->percentFree <= targetLevel || !active->beingRecorded);
+                                (active->percentFree <= MediumLevel::target || !active->beingRecorded);
     if (recording && active && (active->percentFree <= freezeLevel || mayBeSwitching)) {
         _frozen = true;
-    } else if (!recording && step.is.storage != InUse) {
+    } else if (!recording && step.is.storage != StorageState::InUse) {
         _frozen = false;
     }
 }
@@ -161,7 +161,7 @@ void MediaMachine::followTake(Step &step)
 /// A take has ended; tells whether it was for want of room.
 void MediaMachine::mediumFull(Step &step)
 {
-    const double limit = step.is.rolloverEnabled ? stopLevel : fullLevel;
+    const double limit = step.is.rolloverEnabled ? MediumLevel::stop : MediumLevel::full;
     // The closed clip gives back what was allocated ahead, and the transport measures at moments of its own:
     // a percent more is believed when nobody has ended the take.
     constexpr double tolerance = 1;
@@ -181,7 +181,7 @@ void MediaMachine::answerRollover(Step &step)
     const Medium *active = step.mediumOf(is.active);
     // The notice came while no media daemon was running, or one died in the middle of its answer: the take
     // already goes on on the other medium.
-    const bool missed = _first && step.recording() && is.storage == RolloverDone && target &&
+    const bool missed = _first && step.recording() && is.storage == StorageState::RolloverDone && target &&
                         target->beingRecorded && !(active && active != target && active->beingRecorded);
     if ((step.events.rolloversDone > 0 || missed) && !_answerSince) {
         _answerSince = step.now;
@@ -231,12 +231,12 @@ void MediaMachine::tellUpdated(Step &step)
     if (!step.is.daemonRuns) {
         _due = Due::Nothing; // it lists the clips when it starts
     }
-    const bool isStill =
-        step.is.status == Still && !_commandPending && step.now - _statusSince >= stillIsSure;
+    const bool isStill = step.is.status == TransportStatus::Still && !_commandPending &&
+                         step.now - _statusSince >= stillIsSure;
     // Until the clip of an ended take is closed a listing would lack it.
     const Medium *active = step.mediumOf(step.is.active);
     const bool isClosing = active && active->beingRecorded;
-    const bool isStopped = step.is.status == Stopped && !_commandPending && !isClosing;
+    const bool isStopped = step.is.status == TransportStatus::Stopped && !_commandPending && !isClosing;
     const bool allowed = _due == Due::List ? isStopped || isStill || step.recording() : isStopped;
     if (_due == Due::Nothing || !allowed) {
         return;

@@ -4,6 +4,7 @@
 #include "companions/mediad/medium.h"
 #include "platform/store/eparam.h"
 #include "platform/store/eparammedia.h"
+#include "platform/store/values.h"
 
 #include <cstdint>
 #include <map>
@@ -11,26 +12,19 @@
 #include <string>
 #include <vector>
 
-/// Values of parameters that the media daemon reads and writes.
-namespace MediaValues {
-enum Status : unsigned { Stopped = 1, Recording = 2, Still = 15, ShutDown = 20 };
-enum Storage : unsigned { Unknown = 0, InUse = 1, Released = 2, RolloverDone = 3 };
-constexpr auto noClip = "N/A";
-} // namespace MediaValues
-
 /// Parameters of the store at one moment, and whether the recorder's lock is held.
 struct MediaParameters
 {
     bool daemonRuns = false;
-    unsigned status = MediaValues::ShutDown;
-    unsigned storage = MediaValues::Unknown;
+    TransportStatus status = TransportStatus::ShutDown;
+    StorageState storage = StorageState::Unknown;
     bool running = false;
     bool rolloverEnabled = false;
     std::string active;
     std::string rollover;
     std::string label;
     std::string currentClip;
-    unsigned playbackSource = 0; ///< 0: the current clip alone is played
+    PlaybackSource playbackSource = PlaybackSource::CurrentClip;
 };
 
 /// What other programs have written since the step before.
@@ -70,12 +64,8 @@ struct MediaOrders
 class MediaMachine
 {
 public:
-    /// Percent free: at and below these a medium is full for a new take, too full to roll over to, so full
-    /// that a rollover may begin any moment, and full for a running take that may roll over.
-    static constexpr double fullLevel = 10;
-    static constexpr double targetLevel = 15;
+    /// Percent free at and below which a rollover may begin any moment: some more than MediumLevel::full.
     static constexpr double freezeLevel = 12;
-    static constexpr double stopLevel = 8;
 
     /// Media are mounted below `root`; other active paths are somebody's own choice and left alone.
     explicit MediaMachine(std::string root = "/media");
@@ -106,7 +96,7 @@ private:
 
     const std::string _root;
     bool _first = true;
-    unsigned _status = 0;
+    TransportStatus _status = TransportStatus::None;
     std::int64_t _statusSince = 0;
     std::int64_t _commandAt = 0;
     bool _commandPending = false; ///< a command may not show in the status yet

@@ -12,12 +12,15 @@ struct MediaMachine::Step
     const MediaEvents &events;
     MediaOrders orders;
 
-    bool recording() const { return is.daemonRuns && is.status == MediaValues::Recording; }
+    bool recording() const { return is.daemonRuns && is.status == TransportStatus::Recording; }
 
     void write(eParam_t id, unsigned number)
     {
         orders.writes.push_back({id, MediaWrite::Number, number, {}});
     }
+    template <typename Value>
+    requires std::is_enum_v<Value>
+    void write(eParam_t id, Value value) { write(id, storeNumber(value)); }
     void write(eParam_t id, const std::string &text)
     {
         orders.writes.push_back({id, MediaWrite::Text, 0, text});

@@ -16,10 +16,11 @@ const Medium *find(const std::vector<Medium> &media, const std::string &path)
 
 std::string whyInUse(const MediaOrder &order, const MediaParameters &is)
 {
-    const bool plays = is.daemonRuns && is.status != MediaValues::Stopped &&
-                       is.status != MediaValues::Recording && is.status != MediaValues::ShutDown;
+    const bool plays = is.daemonRuns && is.status != TransportStatus::Stopped &&
+                       is.status != TransportStatus::Recording && is.status != TransportStatus::ShutDown;
     const bool isPlayed = plays && (order.verb == "delete" || order.verb == "rename") &&
-                          is.active == order.from && (is.playbackSource != 0 || is.currentClip == order.clip);
+                          is.active == order.from &&
+                          (is.playbackSource != PlaybackSource::CurrentClip || is.currentClip == order.clip);
     return isPlayed ? order.clip + " is in use: the transport plays from it; stop it first" : std::string();
 }
 

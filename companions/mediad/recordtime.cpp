@@ -17,7 +17,7 @@ const char *stateOf(const Medium &medium, const MediaParameters &parameters)
     if (parameters.active == medium.path) return "active";
     if (!medium.writable) return "read_only";
     if (parameters.rollover == medium.path) return "next";
-    return medium.percentFree <= MediaMachine::fullLevel ? "full" : "usable";
+    return medium.percentFree <= MediumLevel::full ? "full" : "usable";
 }
 
 } // namespace
@@ -52,19 +52,19 @@ RecordTime::Report RecordTime::report(const std::vector<Medium> &media,
     Report result;
     const Medium *last = nullptr;
     for (const Medium &medium : media) {
-        const int left = secondsLeft(medium, MediaMachine::fullLevel, bytesPerSecond);
+        const int left = secondsLeft(medium, MediumLevel::full, bytesPerSecond);
         result.media.push_back({medium.path, medium.label, stateOf(medium, parameters), medium.percentFree,
                                 medium.bytesFree, medium.bytesTotal, static_cast<int>(medium.names.size()),
                                 left});
         const bool active = medium.path == parameters.active;
-        const bool goesOn = parameters.rolloverEnabled && medium.percentFree > MediaMachine::targetLevel;
+        const bool goesOn = parameters.rolloverEnabled && medium.percentFree > MediumLevel::target;
         if (left <= 0 || !(active || goesOn)) continue;
         result.secondsLeft += left;
         if (!last || !active) last = &medium;
     }
     // With rollover a take that has nowhere to go on uses up a little more of the medium.
     if (last && parameters.rolloverEnabled)
-        result.secondsLeft += secondsLeft(*last, MediaMachine::stopLevel, bytesPerSecond) -
-                              secondsLeft(*last, MediaMachine::fullLevel, bytesPerSecond);
+        result.secondsLeft += secondsLeft(*last, MediumLevel::stop, bytesPerSecond) -
+                              secondsLeft(*last, MediumLevel::full, bytesPerSecond);
     return result;
 }

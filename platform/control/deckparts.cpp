@@ -6,6 +6,7 @@
 #include "platform/store/alarmvalue.h"
 #include "platform/store/eparamcontrol.h"
 #include "platform/store/eparammedia.h"
+#include "platform/store/values.h"
 
 #include <QCryptographicHash>
 #include <QDateTime>
@@ -16,7 +17,6 @@
 
 namespace {
 constexpr auto noTimecode = "--:--:--:--";
-constexpr auto noClip = "N/A";
 
 constexpr eParam_t parameters[] = {
     eParam_TransportStatus, eParam_TransportRunning, eParam_TransportSpeed, eParam_TransportCommand,
@@ -122,23 +122,23 @@ double DeckParameters::speed() const
 {
     struct SpeedRow
     {
-        unsigned status;
+        TransportStatus status;
         double lowest, highest, standard;
     };
-    constexpr double fastest = 100;
+    using enum TransportStatus;
+    constexpr double fastest = maximumSpeed;
     static constexpr SpeedRow rows[] = {
-        {3, 0, fastest, 1},    {4, 0, fastest, 2},     {5, 0, fastest, 4},    {6, 0, fastest, 8},
-        {7, 0, fastest, 16},   {9, -fastest, 0, -1},   {10, -fastest, 0, -2}, {11, -fastest, 0, -4},
-        {12, -fastest, 0, -8}, {13, -fastest, 0, -16},
+        {Playing, 0, fastest, 1},       {ForwardFast, 0, fastest, 2}, {Forward4, 0, fastest, 4},
+        {Forward8, 0, fastest, 8},      {Forward16, 0, fastest, 16},  {Reverse, -fastest, 0, -1},
+        {ReverseFast, -fastest, 0, -2}, {Reverse4, -fastest, 0, -4},  {Reverse8, -fastest, 0, -8},
+        {Reverse16, -fastest, 0, -16},
     };
-    const unsigned status = number(eParam_TransportStatus);
+    const auto status = TransportStatus(number(eParam_TransportStatus));
     const auto row = std::find_if(std::begin(rows), std::end(rows),
                                   [status](const SpeedRow &one) { return one.status == status; });
     if (row == std::end(rows)) return 0;
-    constexpr unsigned playing = 3;
-    constexpr unsigned reverse = 9;
     // (Of the faster ones the keys of a tape machine step through; they are not asked for by a number.)
-    const bool isExact = status == playing || status == reverse;
+    const bool isExact = status == Playing || status == Reverse;
     const bool fits = _askedSpeed != 0 && _askedSpeed >= row->lowest && _askedSpeed <= row->highest;
     return fits && (isExact || qAbs(_askedSpeed) > 1) ? _askedSpeed : row->standard;
 }

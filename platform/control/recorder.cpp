@@ -18,7 +18,6 @@ constexpr auto lockPath = "/var/lock/xpd.lock";
 constexpr auto currentTimecodeName = "/xpd_currentTimecode";
 constexpr auto inputTimecodeName = "/xpd_inputTimecode";
 constexpr auto noTimecode = "--:--:--:--";
-constexpr auto noClip = "N/A";
 /// How often a wait looks: well below a frame, and no load.
 constexpr qint64 lookEvery = 5 * QmxClock::nsPerMillisecond;
 constexpr qint64 countersLookEvery = QmxClock::nsPerSecond;
@@ -97,14 +96,12 @@ QString Recorder::write(eParam_t id, const QString &value)
 
 bool Recorder::isPlaying() const
 {
-    const unsigned value = status();
-    return value != unsigned(TransportStatus::Stopped) && value != unsigned(TransportStatus::Recording) &&
-           value != unsigned(TransportStatus::Still) && value != unsigned(TransportStatus::ShutDown);
+    return ::isPlaying(status());
 }
 
 bool Recorder::isInPlay() const
 {
-    return isPlaying() || status() == unsigned(TransportStatus::Still);
+    return isPlaying() || status() == TransportStatus::Still;
 }
 
 QString Recorder::statusLabel() const

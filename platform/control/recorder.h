@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/store/config.h"
+#include "platform/store/values.h"
 
 #include <QList>
 #include <QString>
@@ -12,15 +13,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-
-/// Values of the transport status parameter that commands look for.
-enum class TransportStatus : unsigned {
-    Stopped = 1,
-    Recording = 2,
-    Playing = 3,
-    Still = 15,
-    ShutDown = 20,
-};
 
 /// The recorder as a companion sees it: parameters of the store, strings and counters in shared memory, the
 /// holder of the daemon's lock. One thread.
@@ -50,7 +42,12 @@ public:
     QString write(eParam_t id, unsigned value);
     QString write(eParam_t id, const QString &value);
 
-    unsigned status() const { return number(eParam_TransportStatus); }
+    template <typename Value>
+    Value value(eParam_t id) const
+    {
+        return Value(number(id));
+    }
+    TransportStatus status() const { return value<TransportStatus>(eParam_TransportStatus); }
     bool isPlaying() const; ///< forward or reverse, not still
     bool isInPlay() const;  ///< playing or still
     QString statusLabel() const;

@@ -50,9 +50,9 @@ Answer noDaemon()
                            "start it with: systemctl start xpd (in a checkout: ./xp run)");
 }
 
-QString give(Recorder &recorder, Command command)
+QString give(Recorder &recorder, TransportCommand command)
 {
-    return recorder.write(eParam_TransportCommand, unsigned(command));
+    return recorder.write(eParam_TransportCommand, storeNumber(command));
 }
 
 void awaitTimecode(const Recorder &recorder)
@@ -72,7 +72,7 @@ QJsonObject transportObject(const Recorder &recorder)
 
 bool isRecording(const Recorder &recorder)
 {
-    return recorder.status() == unsigned(TransportStatus::Recording);
+    return recorder.status() == TransportStatus::Recording;
 }
 
 Answer gaveUp(const Recorder &recorder, const QString &what, const QList<Recorder::Alarm> &errors)

@@ -3,19 +3,9 @@
 
 #include "platform/control/recorder.h"
 #include "platform/control/verbs.h"
+#include "platform/store/values.h"
 
 #include <QJsonObject>
-
-/// Values of the transport command parameter.
-enum class Command : unsigned {
-    Record = 3,
-    Stop = 4,
-    StepForward = 7,
-    StepBack = 8,
-    NextClip = 9,
-    PreviousClip = 10,
-    ShutDown = 15,
-};
 
 /// How long verbs wait, in milliseconds of recorder time.
 namespace Wait {
@@ -29,7 +19,7 @@ constexpr int pictureWithin = 3000;
 } // namespace Wait
 
 /// Empty when the command was written, else why not.
-QString give(Recorder &recorder, Command command);
+QString give(Recorder &recorder, TransportCommand command);
 Answer storeError(const QString &reason);
 /// The daemon is there, but does nothing now.
 Answer standsStill(const QString &what = {});

@@ -34,8 +34,8 @@ std::optional<Answer> nothingToShow(const VerbCall &call)
     if (!recorder.isInPlay() && recorder.text(eParam_ActiveMediaPath).isEmpty())
         return nothing(": no medium is active",
                        "put a medium in, or choose one with: xpctl set active_media_path FOLDER");
-    constexpr unsigned playList = 2;
-    if (!recorder.isInPlay() && recorder.number(eParam_PlaybackSource) == playList &&
+    if (!recorder.isInPlay() &&
+        recorder.value<PlaybackSource>(eParam_PlaybackSource) == PlaybackSource::PlayList &&
         recorder.text(eParam_PlayList).isEmpty())
         return nothing(": the play list is empty",
                        "fill it with: xpctl list add CLIP, or leave it with: xpctl set playback_source "
@@ -59,15 +59,16 @@ bool enterStill(Recorder &recorder)
 /// A list that has been chosen is on the output, with its entries counted; at once when none is.
 void awaitList(Recorder &recorder)
 {
-    constexpr unsigned currentClip = 0;
-    if (recorder.number(eParam_PlaybackSource) == currentClip || !recorder.isInPlay()) return;
+    if (recorder.value<PlaybackSource>(eParam_PlaybackSource) == PlaybackSource::CurrentClip ||
+        !recorder.isInPlay())
+        return;
     recorder.waitFor([&recorder] { return recorder.counter("list_entry_on_output") >= 0; },
                      Wait::pictureWithin);
 }
 
 /// Goes to a neighbour and waits until something of it shows: another entry, a picture of another clip,
 /// another picture of the same. (The name of the clip is told before its picture is there.)
-Answer goTo(const VerbCall &call, Command command, const QString &noEffect)
+Answer goTo(const VerbCall &call, TransportCommand command, const QString &noEffect)
 {
     Recorder &recorder = call.recorder;
     if (const auto refused = takeRuns(call)) return *refused;
@@ -103,8 +104,7 @@ Answer goTo(const VerbCall &call, Command command, const QString &noEffect)
 bool isHeldAtTheEnd(const Recorder &recorder, double speed, qint64 frame)
 {
     return speed != 0.0 && !recorder.isAbandoned() && recorder.daemonIsRunning() &&
-           recorder.status() == unsigned(TransportStatus::Still) &&
-           recorder.counter("frame_on_output") == frame;
+           recorder.status() == TransportStatus::Still && recorder.counter("frame_on_output") == frame;
 }
 } // namespace
 
@@ -163,7 +163,7 @@ Answer performStill(const VerbCall &call)
     if (!call.request.wait) {
         return Answer::done();
     }
-    const auto holds = [&] { return recorder.status() == unsigned(TransportStatus::Still); };
+    const auto holds = [&] { return recorder.status() == TransportStatus::Still; };
     const auto again = [&] { recorder.write(eParam_TransportSpeed, QStringLiteral("0")); };
     if (!recorder.waitFor(holds, Wait::repeatFor, again, Wait::repeatEvery)) {
         return gaveUp(recorder, "the picture is not held");
@@ -181,7 +181,7 @@ Answer performStep(const VerbCall &call)
     if (!enterStill(recorder)) {
         return gaveUp(recorder, "there is no picture to step from");
     }
-    const Command command = count < 0 ? Command::StepBack : Command::StepForward;
+    const TransportCommand command = count < 0 ? TransportCommand::StepBack : TransportCommand::StepForward;
     for (int i = 0; i < qAbs(count); ++i) {
         if (recorder.isAbandoned()) return gaveUp(recorder, {});
         const qint64 from = recorder.counter("frame_on_output");
@@ -226,7 +226,7 @@ Answer performCue(const VerbCall &call)
         return isFrame ? recorder.counter("frame_on_output") == qint64(frame)
                        : QmxTimecode(recorder.timecode()).timecodeMatches(QmxTimecode(where));
     };
-    const auto still = [&] { return recorder.status() == unsigned(TransportStatus::Still); };
+    const auto still = [&] { return recorder.status() == TransportStatus::Still; };
     if (!recorder.waitFor([&] { return still() && there(); }, Wait::pictureWithin)) {
         return gaveUp(recorder,
                       QStringLiteral("%1 is not on the output; it may lie outside the material").arg(where));
@@ -239,12 +239,12 @@ Answer performCue(const VerbCall &call)
 
 Answer performNext(const VerbCall &call)
 {
-    return goTo(call, Command::NextClip, "no other clip has come to the output");
+    return goTo(call, TransportCommand::NextClip, "no other clip has come to the output");
 }
 
 Answer performPrevious(const VerbCall &call)
 {
-    return goTo(call, Command::PreviousClip, "nothing before this has come to the output");
+    return goTo(call, TransportCommand::PreviousClip, "nothing before this has come to the output");
 }
 
 Answer performClip(const VerbCall &call)
@@ -284,7 +284,7 @@ Answer performClip(const VerbCall &call)
 Answer performShutDown(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
-    if (const QString reason = give(recorder, Command::ShutDown); !reason.isEmpty()) {
+    if (const QString reason = give(recorder, TransportCommand::ShutDown); !reason.isEmpty()) {
         return storeError(reason);
     }
     constexpr int endWithin = 30000;

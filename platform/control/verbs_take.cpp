@@ -6,14 +6,12 @@
 
 Answer endOfTake(Recorder &recorder)
 {
-    const QString reason = give(recorder, Command::Stop);
+    const QString reason = give(recorder, TransportCommand::Stop);
     if (!reason.isEmpty()) return storeError(reason);
-    constexpr unsigned inUse = 1;
-    constexpr unsigned rolloverDone = 3; // in use as well, on the next medium
     const auto ended = [&recorder] {
-        const unsigned storage = recorder.number(eParam_StorageState);
-        return recorder.status() == unsigned(TransportStatus::Stopped) && storage != inUse &&
-               storage != rolloverDone;
+        const auto storage = recorder.value<StorageState>(eParam_StorageState);
+        return recorder.status() == TransportStatus::Stopped && storage != StorageState::InUse &&
+               storage != StorageState::RolloverDone;
     };
     if (!recorder.waitFor(ended, Wait::effectWithin)) return gaveUp(recorder, "the take has not ended");
     return Answer::done();
@@ -36,8 +34,8 @@ public:
         const auto settled = [this] { return isOpen() || !newErrors().isEmpty(); };
         const auto again = [this] {
             // (A take that somebody has ended meanwhile is not begun once more.)
-            if (_recorder.status() == unsigned(TransportStatus::Stopped) && !wasOpened())
-                give(_recorder, Command::Record);
+            if (_recorder.status() == TransportStatus::Stopped && !wasOpened())
+                give(_recorder, TransportCommand::Record);
         };
         if (!_recorder.waitFor(settled, Wait::repeatFor, again, Wait::repeatEvery) &&
             !Recorder::wasInterrupted()) {
@@ -149,7 +147,8 @@ Answer performRecord(const VerbCall &call)
                                "end the take with: xpctl stop");
     }
     TakeStart start(recorder);
-    if (const QString reason = give(recorder, Command::Record); !reason.isEmpty()) return storeError(reason);
+    if (const QString reason = give(recorder, TransportCommand::Record); !reason.isEmpty())
+        return storeError(reason);
     Ownership(recorder).takeBegun(call.who);
     if (!call.request.wait && seconds <= 0) return Answer::done();
     if (!start.wait()) return notBegun(recorder, start);
@@ -175,7 +174,7 @@ Answer performStop(const VerbCall &call)
     Recorder &recorder = call.recorder;
     if (isRecording(recorder)) {
         if (!call.request.wait) {
-            const QString reason = give(recorder, Command::Stop);
+            const QString reason = give(recorder, TransportCommand::Stop);
             return reason.isEmpty() ? Answer::done() : storeError(reason);
         }
         const QString clip = recorder.clip();
@@ -187,22 +186,20 @@ Answer performStop(const VerbCall &call)
     }
     // The stop key holds the picture first and stops at the second press.
     const auto stoppedOrStill = [&] {
-        return recorder.status() == unsigned(TransportStatus::Stopped) ||
-               recorder.status() == unsigned(TransportStatus::Still);
+        return recorder.status() == TransportStatus::Stopped || recorder.status() == TransportStatus::Still;
     };
     if (recorder.isPlaying()) {
-        if (const QString reason = give(recorder, Command::Stop); !reason.isEmpty())
+        if (const QString reason = give(recorder, TransportCommand::Stop); !reason.isEmpty())
             return storeError(reason);
         if (!recorder.waitFor(stoppedOrStill, Wait::pictureWithin))
             return gaveUp(recorder, "playback has not stopped");
     }
-    if (recorder.status() != unsigned(TransportStatus::Stopped)) {
-        if (const QString reason = give(recorder, Command::Stop); !reason.isEmpty())
+    if (recorder.status() != TransportStatus::Stopped) {
+        if (const QString reason = give(recorder, TransportCommand::Stop); !reason.isEmpty())
             return storeError(reason);
     }
     if (!call.request.wait) return Answer::done();
-    if (!recorder.waitFor([&] { return recorder.status() == unsigned(TransportStatus::Stopped); },
-                          Wait::effectWithin))
+    if (!recorder.waitFor([&] { return recorder.status() == TransportStatus::Stopped; }, Wait::effectWithin))
         return gaveUp(recorder, "the transport has not stopped");
     return Answer::done("stopped", transportObject(recorder));
 }

@@ -5,6 +5,7 @@
 #include "platform/control/verbs.h"
 
 #include "platform/qmx/core/qmxtimecode.h"
+#include "platform/store/values.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +14,6 @@ namespace {
 using Type = VerbArgument::Type;
 using enum VerbRow::Trait;
 
-constexpr double fastest = 100;
 constexpr double mostSteps = 10000;
 constexpr double longestTake = 7 * 24 * 3600;
 
@@ -54,7 +54,7 @@ std::span<const VerbRow> verbs()
          MovesTransport, Needs::Daemon, "transport_command", "the clip is open", 13000,
          "already_recording alarm no_input no_effect", performRecord},
         {"play", "play the current material",
-         {{"speed", Type::Number, false, "", -fastest, fastest, "1 is normal, negative is reverse, 0 is still; from -100 to 100",
+         {{"speed", Type::Number, false, "", -maximumSpeed, maximumSpeed, "1 is normal, negative is reverse, 0 is still; from -100 to 100",
            "'%1' is no speed", "a number from -100 to 100: 1 is normal, 0.5 is half, -2 is reverse"},
           {"until_done", Type::Integer, false, "", 0, 1, "1: return when the end has been reached",
            "'%1' is neither 0 nor 1", "1: return when the end has been reached", true}},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/eparammedia.h"
 #include "platform/store/paramrow.h"
+#include "platform/store/values.h"
 
 std::vector<ParamRow> mediaRows()
 {
@@ -15,7 +16,10 @@ std::vector<ParamRow> mediaRows()
                "Folder of the medium on which a recording goes on when the active one is full; empty: none.")
             .with({Attribute::everyWrite}),
         enumeration(eParam_StorageState, "storage_state", Volatile,
-                    {{0, "unknown"}, {1, "in_use"}, {2, "released"}, {3, "rollover_done"}},
+                    {{StorageState::Unknown, "unknown"},
+                     {StorageState::InUse, "in_use"},
+                     {StorageState::Released, "released"},
+                     {StorageState::RolloverDone, "rollover_done"}},
                     "Whether the transport uses the media; rollover_done asks the media daemon to take note.")
             .with({Attribute::everyWrite, Attribute::told}),
         string(eParam_MediaLabel, "media_label", Volatile, "Label of the active medium."),
@@ -28,7 +32,7 @@ std::vector<ParamRow> mediaRows()
                "Reel that clips on the rollover medium carry."),
         string(eParam_CurrentClip, "current_clip", Persistent,
                "File name of the clip that is played or was recorded last; N/A: none.")
-            .defaults("N/A")
+            .defaults(noClip)
             .with({Attribute::clipName}),
         number(eParam_CurrentPlayListIndex, "current_play_list_index", Volatile,
                "Place of the current clip in the list in use, counted from 0.")

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/paramrow.h"
+#include "platform/store/values.h"
 
 std::vector<ParamRow> recordAndPlaybackRows()
 {
@@ -43,7 +44,10 @@ std::vector<ParamRow> recordAndPlaybackRows()
         boolean(eParam_ContinueOnLossOfVideo, "continue_on_loss_of_video", Persistent,
                 "On: a recording goes on with a still picture while the input is gone. Off: it stops."),
         enumeration(eParam_PlaybackSource, "playback_source", Persistent,
-                    {{0, "current_clip"}, {1, "all_clips"}, {2, "play_list"}}, "What play plays."),
+                    {{PlaybackSource::CurrentClip, "current_clip"},
+                     {PlaybackSource::AllClips, "all_clips"},
+                     {PlaybackSource::PlayList, "play_list"}},
+                    "What play plays."),
         boolean(eParam_LoopPlayback, "loop_playback", Persistent,
                 "On: playback goes on at the other end when it has reached one."),
         boolean(eParam_StopOnDroppedFrame, "stop_on_dropped_frame", Persistent,

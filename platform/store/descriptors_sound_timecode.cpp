@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/paramrow.h"
+#include "platform/store/values.h"
 
 std::vector<ParamRow> soundAndTimecodeRows()
 {
     using enum ParamDescriptor::Keep;
     return {
-        enumeration(eParam_AudioInput, "audio_input", Persistent, {{0, "embedded"}, {2, "analog"}},
+        enumeration(eParam_AudioInput, "audio_input", Persistent,
+                    {{AudioInput::Embedded, "embedded"}, {AudioInput::Analog, "analog"}},
                     "Where recorded sound comes from."),
-        enumeration(eParam_AudioChannels, "audio_channels", Persistent, {{0, "two"}, {1, "eight"}},
+        enumeration(eParam_AudioChannels, "audio_channels", Persistent,
+                    {{AudioChannels::Two, "two"}, {AudioChannels::Eight, "eight"}},
                     "How many channels are recorded; eight need embedded sound."),
         boolean(eParam_IgnoreInputAncillary, "ignore_input_ancillary", Persistent,
                 "On: what the input carries beside picture and sound is not looked at."),

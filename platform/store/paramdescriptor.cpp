@@ -6,6 +6,7 @@
 #include "platform/store/alarms.pb.h"
 #include "platform/store/datafile.pb.h"
 #include "platform/store/paramrow.h"
+#include "platform/store/values.h"
 
 #include <QString>
 
@@ -19,8 +20,7 @@ constexpr std::size_t maximumText = 16384;   // bytes; a play list of some hundr
 constexpr std::size_t maximumData = 65536;   // bytes
 constexpr std::size_t maximumFileName = 255; // bytes; what the file systems take
 constexpr std::size_t maximumName = 100;     // bytes; leaves room for take, rollover index and extension
-constexpr double maximumSpeed = 100;
-constexpr std::size_t namesInReason = 12; // more are told by their number only
+constexpr std::size_t namesInReason = 12;    // more are told by their number only
 
 bool parseNumber(const std::string &text, unsigned &value)
 {
@@ -50,7 +50,7 @@ bool checkFileName(const std::string &text)
 bool checkClipName(const std::string &text)
 {
     return text.size() <= maximumFileName && text != "." && text != ".." &&
-           (text == "N/A" || text.find('/') == std::string::npos);
+           (text == noClip || text.find('/') == std::string::npos);
 }
 
 bool checkClipNames(const std::string &text)
@@ -210,7 +210,7 @@ bool ParamDescriptor::check(const StoreValue &value, std::string &reason) const
     case Bool:
     case Enumerated:
         if (std::any_of(_row.labels.begin(), _row.labels.end(),
-                        [&value](const auto &label) { return label.first == value.number; }))
+                        [&value](const auto &label) { return label.number == value.number; }))
             return true;
         reason = _row.name + " takes " + describeValues() + ", not " + std::to_string(value.number);
         return false;
@@ -257,7 +257,7 @@ bool ParamDescriptor::parse(const std::string &text, StoreValue &value, std::str
     case Bool:
     case Enumerated: {
         const auto found = std::find_if(_row.labels.begin(), _row.labels.end(),
-                                        [&text](const auto &label) { return label.second == text; });
+                                        [&text](const auto &label) { return label.text == text; });
         if (found != _row.labels.end()) {
             parsed.number = found->first;
         } else if (_row.type == Bool && (text == "true" || text == "yes")) {

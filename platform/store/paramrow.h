@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/store/paramdescriptor.h"
+#include "platform/store/values.h"
 
 #include <initializer_list>
 #include <string>
@@ -11,7 +12,18 @@
 /// needs; everything else keeps its default.
 struct ParamRow
 {
-    using Label = std::pair<unsigned, std::string>;
+    /// What a value of an enumerated or bool parameter is called.
+    struct Label
+    {
+        Label(unsigned value, std::string label) : number(value), text(std::move(label)) {}
+        template <typename Value>
+        requires std::is_enum_v<Value> Label(Value value, std::string label)
+            : Label(storeNumber(value), std::move(label))
+        {}
+
+        unsigned number;
+        std::string text;
+    };
     using Keep = ParamDescriptor::Keep;
 
     eParam_t id{};
@@ -28,6 +40,8 @@ struct ParamRow
     std::vector<std::string> attributes;
 
     ParamRow &defaults(unsigned value);
+    template <typename Value>
+    requires std::is_enum_v<Value> ParamRow &defaults(Value value) { return defaults(storeNumber(value)); }
     ParamRow &defaults(const std::string &value);
     ParamRow &range(unsigned lowest, unsigned highest);
     ParamRow &in(const std::string &unitName);

@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <optional>
 
-using namespace MediaValues;
-
 namespace {
 
 constexpr std::int64_t ms = 1'000'000;
@@ -21,8 +19,8 @@ protected:
     {
         is.daemonRuns = true;
         is.running = true;
-        is.status = Stopped;
-        is.storage = Released;
+        is.status = TransportStatus::Stopped;
+        is.storage = StorageState::Released;
         is.rolloverEnabled = true;
     }
 
@@ -55,9 +53,9 @@ protected:
         case eParam_MediaLabel:
             return "label=" + (is.label = write.text);
         case eParam_TransportStatus:
-            return "status=" + std::to_string(is.status = write.number);
+            return "status=" + std::to_string(unsigned(is.status = TransportStatus(write.number)));
         case eParam_StorageState:
-            return "storage=" + std::to_string(is.storage = write.number);
+            return "storage=" + std::to_string(unsigned(is.storage = StorageState(write.number)));
         case eParam_TransportRunning:
             return "running=" + std::to_string(is.running = write.number != 0);
         case eParam_MediaUpdated:
@@ -73,13 +71,13 @@ protected:
 
     void record()
     {
-        is.status = Recording;
-        is.storage = InUse;
+        is.status = TransportStatus::Recording;
+        is.storage = StorageState::InUse;
     }
     void stop()
     {
-        is.status = Stopped;
-        is.storage = Released;
+        is.status = TransportStatus::Stopped;
+        is.storage = StorageState::Released;
     }
 
     /// Into a take whose medium runs full.
@@ -108,7 +106,7 @@ protected:
 TEST_F(Machine, choosesMediaAtTheStartAndThenKeepsStill)
 {
     is.daemonRuns = is.running = false;
-    is.status = ShutDown;
+    is.status = TransportStatus::ShutDown;
     media.push_back(medium("/media/C"));
     EXPECT_EQ(step(), (Writes{"active=/media/A", "rollover=/media/B", "label=A"}));
     EXPECT_EQ(repairs, (Writes{"/media/A", "/media/B", "/media/C"}));
@@ -150,7 +148,7 @@ TEST_F(Machine, answersARolloverInTheOrderThatTheTransportWaitsFor)
     EXPECT_EQ(step(), Writes());
     media[0].percentFree = 10;
     EXPECT_EQ(step(), Writes());
-    is.storage = RolloverDone;
+    is.storage = StorageState::RolloverDone;
     media[1].beingRecorded = true;
     EXPECT_EQ(step({1}), (Writes{"active=/media/B", "rollover=", "updated", "rollover=/media/C", "label=B"}));
     EXPECT_EQ(is.currentClip, "take.mov") << "the transport itself publishes the second clip's name";
@@ -168,7 +166,7 @@ TEST_F(Machine, whetherTheTakeGoesOnTellsWhatARolloverOntoAMediumThatLooksBadHas
 {
     for (const bool goesOn : {false, true}) {
         fill();
-        is.storage = RolloverDone;
+        is.storage = StorageState::RolloverDone;
         media[1].writable = false;
         EXPECT_EQ(step({1}), Writes()) << "it may only be slow to answer";
         if (!goesOn) stop();
@@ -181,7 +179,7 @@ TEST_F(Machine, whetherTheTakeGoesOnTellsWhatARolloverOntoAMediumThatLooksBadHas
 TEST_F(Machine, aStopInsideARolloverLeavesItToTheNextTake)
 {
     fill();
-    is.status = Stopped; // still "in use": the transport hides the release inside a rollover
+    is.status = TransportStatus::Stopped; // still "in use": the transport hides the release inside a rollover
     EXPECT_EQ(step(), Writes());
     media[1].writable = false;
     EXPECT_EQ(step(), Writes()) << "the rollover path must stay";
@@ -205,7 +203,7 @@ TEST_F(Machine, restartedInATakeItTouchesNothingButARolloverItHasMissed)
     // A new life: the notice of the rollover came while nobody listened.
     media[0].beingRecorded = false;
     media[1].beingRecorded = true;
-    is.storage = RolloverDone;
+    is.storage = StorageState::RolloverDone;
     machine.emplace();
     EXPECT_EQ(step(), (Writes{"active=/media/B", "rollover=", "updated", "label=B"}));
 }
@@ -232,7 +230,7 @@ TEST_F(Machine, killedAtAnyStepOfItsAnswerTheNextOneGivesTheRest)
         step();
         EXPECT_EQ(is.rollover, "/media/B");
         media[1].writable = media[1].beingRecorded = true;
-        is.storage = RolloverDone;
+        is.storage = StorageState::RolloverDone;
         const MediaOrders orders = machine->step(now += ms, media, is, {1});
         Writes heard;
         for (std::size_t i = 0; i < written && i < orders.writes.size(); ++i)
@@ -260,23 +258,23 @@ TEST_F(Machine, tellsOfChangedClipsOnlyWhileNoPlaybackRuns)
     EXPECT_EQ(step(), Writes()) << "another medium";
     media[0].clips = 1;
     EXPECT_EQ(step(), (Writes{"updated"}));
-    is.status = 3;
-    is.storage = InUse;
+    is.status = TransportStatus::Playing;
+    is.storage = StorageState::InUse;
     media[0].clips = 2;
     EXPECT_EQ(step(), Writes());
     EXPECT_EQ(step({}, 60000), Writes());
-    is.status = Still;
+    is.status = TransportStatus::Still;
     EXPECT_EQ(step(), Writes()) << "it is still for an instant before it plays";
     EXPECT_EQ(step({}, 1000), (Writes{"updated"}));
     EXPECT_EQ(step({}, 1000), Writes()) << "in still once for each change";
     // Stopped or still, but somebody has just asked for playback.
-    for (const unsigned status : {unsigned(Stopped), unsigned(Still)}) {
+    for (const auto status : {TransportStatus::Stopped, TransportStatus::Still}) {
         is.status = status;
         step();
         step({}, 1000);
         ++media[0].clips;
-        EXPECT_EQ(step({0, 1, 1, false}), Writes()) << status;
-        is.status = 3;
+        EXPECT_EQ(step({0, 1, 1, false}), Writes()) << unsigned(status);
+        is.status = TransportStatus::Playing;
         EXPECT_EQ(step(), Writes());
         stop();
         EXPECT_EQ(step(), (Writes{"updated"}));
@@ -306,8 +304,8 @@ TEST_F(Machine, mediaThatComeAndGo)
     EXPECT_EQ(step(), (Writes{"loading", "active=", "active=/media/A"}));
     EXPECT_EQ(repairs, (Writes{"/media/A"}));
     // Gone while it is played from: the other one takes its place, without the clip that it lacks.
-    is.status = 3;
-    is.storage = InUse;
+    is.status = TransportStatus::Playing;
+    is.storage = StorageState::InUse;
     const std::vector<Medium> both = media;
     media.erase(media.begin());
     EXPECT_EQ(step(), (Writes{"clip=N/A", "active=/media/B", "rollover=", "label=B"}));
@@ -337,8 +335,8 @@ TEST_F(Machine, aFullMediumMakesRoomWhileTheTransportIsStopped)
     is.active = "/media/A";
     EXPECT_EQ(step({0, 0, 0, true}), (Writes{"rollover=/media/B", "label=A"}));
     EXPECT_EQ(step({}, 5000), Writes());
-    is.status = Still;
-    is.storage = InUse;
+    is.status = TransportStatus::Still;
+    is.storage = StorageState::InUse;
     EXPECT_EQ(step(), Writes());
     media[1].percentFree = 10;
     record();
@@ -386,7 +384,7 @@ TEST_F(Machine, speaksForARecorderThatWasKilled)
     EXPECT_EQ(repairs, (Writes{"/media/A", "/media/B"})) << "its clip was left unfinished";
     EXPECT_EQ(step(), Writes());
     // One that ends in order has said it all itself.
-    is.status = ShutDown;
-    is.storage = Unknown;
+    is.status = TransportStatus::ShutDown;
+    is.storage = StorageState::Unknown;
     EXPECT_EQ(step(), Writes());
 }

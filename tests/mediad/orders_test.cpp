@@ -174,7 +174,7 @@ TEST_F(Copy, aClipThatIsPlayedWhenItsTurnComesIsNotDeleted)
     is.daemonRuns = true;
     is.active = folder;
     is.currentClip = "take.mov";
-    is.status = MediaValues::Still;
+    is.status = TransportStatus::Still;
     jobs.follow(is);
     files->release();
     EXPECT_TRUE(Stepper::runUntil([&told] { return told.size() == 3; }));
@@ -217,15 +217,15 @@ TEST(MediaOrders, nonsenseIsRefusedWithASentence)
     is.daemonRuns = true;
     is.active = "/media/A";
     is.currentClip = "take.mov";
-    is.status = MediaValues::Stopped;
+    is.status = TransportStatus::Stopped;
     EXPECT_EQ(whyRefused(*order, media, is), "");
     MediaOrder remove{"", "delete", "take.mov", "/media/A", ""};
     EXPECT_EQ(whyRefused(remove, media, is), "");
-    is.status = MediaValues::Still;
+    is.status = TransportStatus::Still;
     EXPECT_NE(whyRefused(remove, media, is), "") << "it plays";
     is.currentClip = "other.mov";
     EXPECT_EQ(whyRefused(remove, media, is), "");
-    is.playbackSource = 1;
+    is.playbackSource = PlaybackSource::AllClips;
     EXPECT_NE(whyRefused(remove, media, is), "") << "the list plays";
     EXPECT_EQ(whyRefused({"", "delete", "take.mov", "/media/B", ""}, media, is), "");
     EXPECT_NE(whyRefused({"", "protect", "gone.mov", "/media/B", ""}, media, is), "");

@@ -3,6 +3,7 @@
 
 #include "platform/product/clipfinder.h"
 #include "platform/store/eparam.h"
+#include "platform/store/values.h"
 #include "xpd/alarms/alarmhandler.h"
 #include "xpd/app/mainlog.h"
 #include "xpd/config/configinterface.h"
@@ -20,9 +21,6 @@ namespace {
 
 constexpr qint16 kDebugPort = 6502;
 constexpr int kShutdownSlice = 1000; // ms
-
-constexpr int kStatusStopped = 1;
-constexpr int kStatusShutDown = 20;
 
 // Loaded at the start in this order. The playback source stands twice: its last reaction has to follow
 // the others.
@@ -87,7 +85,7 @@ MainObject::MainObject(bool debug, QObject *parent) : QObject(parent)
         makeConnections(ConnectionStage::Keyboard);
     }
 
-    _config->set(eParam_TransportStatus, kStatusStopped);
+    _config->set(eParam_TransportStatus, storeNumber(TransportStatus::Stopped));
     _config->set(eParam_TransportRunning, 1);
 
     _alarmHandler = new AlarmHandler(this);
@@ -173,5 +171,5 @@ void MainObject::shutdown()
     _vtr = nullptr;
 
     _config->set(eParam_TransportRunning, 0);
-    _config->set(eParam_TransportStatus, kStatusShutDown);
+    _config->set(eParam_TransportStatus, storeNumber(TransportStatus::ShutDown));
 }

@@ -2,6 +2,7 @@
 #include "platform/product/clipfinder.h"
 #include "platform/product/mediacache.h"
 #include "platform/store/eparam.h"
+#include "platform/store/values.h"
 #include "xpd/app/mainlog.h"
 #include "xpd/app/mainobject.h"
 #include "xpd/config/configinterface.h"
@@ -9,14 +10,7 @@
 #include "xpd/media/mediamanager.h"
 #include "xpd/transport/vtrobject.h"
 
-namespace {
-
-const QString kNoClip = QStringLiteral("N/A");
-
-constexpr int kPlaybackCurrentClip = 0;
-constexpr int kPlaybackPlayList = 2;
-
-} // namespace
+namespace {} // namespace
 
 QmxPlayList createPlayList(const QString &path, const std::list<Clip> &clips)
 {
@@ -72,7 +66,7 @@ void MainObject::updatePlayList()
 QString MainObject::currentClip() const
 {
     const QString name = _config->getString(eParam_CurrentClip);
-    return name == kNoClip ? QString() : name;
+    return name == QLatin1String(noClip) ? QString() : name;
 }
 
 void MainObject::setCurrentClip(const QString &name)
@@ -90,7 +84,7 @@ void MainObject::setInitialClip()
 
 QmxPlayList MainObject::playListInUse() const
 {
-    return _playbackSource == kPlaybackPlayList ? _playList : _allClipsPlayList;
+    return _playbackSource == int(PlaybackSource::PlayList) ? _playList : _allClipsPlayList;
 }
 
 int MainObject::findCurrentClipIndex() const
@@ -148,7 +142,7 @@ int MainObject::addLastRecordedClip(const QString &name)
 
 void MainObject::gotoClipByName(const QString &name)
 {
-    if (name == kNoClip) {
+    if (name == QLatin1String(noClip)) {
         _vtr->standbyOff();
         return;
     }
@@ -165,7 +159,7 @@ void MainObject::gotoClipByName(const QString &name)
 void MainObject::gotoClipByIndex(int index)
 {
     constexpr const char *kInvalid = "Go to playlist index %d failed: Entry invalid\n";
-    if (_playbackSource != kPlaybackCurrentClip) {
+    if (_playbackSource != int(PlaybackSource::CurrentClip)) {
         int fnum = playListInUse().firstFrameOfEntry(index);
         if (fnum == -1) {
             qmxLogOutput(1, kMainObject, __LINE__, kInvalid, index);

@@ -3,6 +3,7 @@
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxtimestamp.h"
 #include "platform/store/eparam.h"
+#include "platform/store/values.h"
 #include "xpd/alarms/alarmhandler.h"
 #include "xpd/app/conversions.h"
 #include "xpd/app/formattables.h"
@@ -19,7 +20,6 @@
 namespace {
 
 constexpr int kReelDigits = 3;
-constexpr double kMaxSpeed = 100.0;
 
 /// The next speed of the shuttle ladder 2, 4, 8, 16 in the direction of `first`; nothing when `speed` is
 /// the last one already. Only exact steps count: anything else begins at `first`.
@@ -79,7 +79,7 @@ struct MainObject::Reactions
     {
         bool ok = false;
         const double speed = v.toString().toDouble(&ok);
-        if (!ok || !(std::fabs(speed) <= kMaxSpeed)) {
+        if (!ok || !(std::fabs(speed) <= maximumSpeed)) {
             logMain(
                 2, __LINE__,
                 QStringLiteral("Speed '%1' ignored: it must be a number from -100 to 100").arg(v.toString()));
@@ -190,19 +190,7 @@ void MainObject::configParamChanged(quint32 id, const QVariant &value, const Qmx
 
 void MainObject::transportCommand(int command, const VtrState &state)
 {
-    // Values of the transport command; those between have no meaning here and are ignored.
-    enum Command : int {
-        Play = 1,
-        Record = 3,
-        Stop = 4,
-        FastForward = 5,
-        Rewind = 6,
-        StepForward = 7,
-        StepBack = 8,
-        NextClip = 9,
-        PreviousClip = 10,
-        ShutDown = 15
-    };
+    using enum TransportCommand;
     const auto shuttle = [&](double first) {
         _alarmHandler->onPlayPressed();
         if (const std::optional<double> speed = nextShuttleSpeed(state.speed(), first)) _vtr->play(*speed);
@@ -212,7 +200,7 @@ void MainObject::transportCommand(int command, const VtrState &state)
         _vtr->step(frames);
     };
 
-    switch (command) {
+    switch (TransportCommand(command)) {
     case Play:
         _alarmHandler->onPlayPressed();
         _vtr->play(1.0);
@@ -249,7 +237,7 @@ void MainObject::transportCommand(int command, const VtrState &state)
         qmxLogOutput(3, kMainObject, __LINE__, "Got shutdown from config, asking for program exit.");
         QCoreApplication::quit();
         break;
-    default:
+    default: // numbers between them mean nothing here
         break;
     }
 }
@@ -287,10 +275,8 @@ void MainObject::mediaUpdated(const VtrState &state)
 
 void MainObject::validateAudioChannels()
 {
-    constexpr quint32 kAnalogInput = 2;
-    constexpr quint32 kEightChannels = 1;
-    const bool wrong = _config->getUInt32(eParam_AudioInput) == kAnalogInput &&
-                       _config->getUInt32(eParam_AudioChannels) == kEightChannels;
+    const bool wrong = _config->getUInt32(eParam_AudioInput) == storeNumber(AudioInput::Analog) &&
+                       _config->getUInt32(eParam_AudioChannels) == storeNumber(AudioChannels::Eight);
     sendAlarm(QmxIds::alarmChannelsNeedEmbeddedAudio, wrong ? QmxAlarm::Error : QmxAlarm::Clear, QString(),
               __LINE__);
 }

@@ -2,6 +2,7 @@
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/stream/qmxstreaminfo.h"
 #include "platform/store/eparam.h"
+#include "platform/store/values.h"
 #include "xpd/app/mainlog.h"
 #include "xpd/app/mainobject.h"
 #include "xpd/config/configinterface.h"
@@ -9,11 +10,7 @@
 #include "xpd/media/mediamanager.h"
 #include "xpd/transport/vtrobject.h"
 
-namespace {
-
-constexpr int kStorageRolloverDone = 3;
-
-} // namespace
+namespace {} // namespace
 
 void MainObject::startRollover()
 {
@@ -69,7 +66,7 @@ void MainObject::checkForRolloverComplete()
 void MainObject::finishRollover(bool success, const QString &, const QString &)
 {
     if (!success) return;
-    _config->set(eParam_StorageState, kStorageRolloverDone);
+    _config->set(eParam_StorageState, storeNumber(StorageState::RolloverDone));
     if (!_vtr->state().mode().isInModeRecord()) _mediaManager->setStorageInUse(false);
 }
 

@@ -3,6 +3,7 @@
 #include "platform/qmx/core/qmxid.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/store/eparam.h"
+#include "platform/store/values.h"
 #include "xpd/app/mainlog.h"
 #include "xpd/app/mainobject.h"
 #include "xpd/config/configinterface.h"
@@ -10,8 +11,6 @@
 #include "xpd/transport/vtrobject.h"
 
 namespace {
-
-enum PlaybackSource : int { CurrentClip = 0, AllClips = 1, PlayList = 2 };
 
 QString clipPath(const QString &path, const QString &name)
 {
@@ -56,8 +55,8 @@ void MainObject::generatePlaybackStreamDesc(QVariant &streamDesc, int &fnum)
     if (path.isEmpty())
         return logFailure(__LINE__, "Generate playback stream desc failed: Storage path is empty\n");
 
-    switch (_playbackSource) {
-    case CurrentClip:
+    switch (PlaybackSource(_playbackSource)) {
+    case PlaybackSource::CurrentClip:
         if (clip.isEmpty())
             return logFailure(__LINE__, "Generate playback stream desc failed: Current clip is empty\n");
         streamDesc = clipPath(path, clip);
@@ -66,14 +65,14 @@ void MainObject::generatePlaybackStreamDesc(QVariant &streamDesc, int &fnum)
                 QStringLiteral("Playback Stream Desc: %1 at frame %2")
                     .arg(streamDesc.toString(), QString::number(fnum)));
         break;
-    case AllClips:
+    case PlaybackSource::AllClips:
         if (_allClipsPlayList.isEmpty())
             return logFailure(__LINE__, "Generate playback stream desc failed: All clips is empty\n");
         streamDesc = QVariant::fromValue(_allClipsPlayList);
         fnum = findInitialFrame(_allClips, _allClipsPlayList);
         qmxLogOutput(3, kMainObject, __LINE__, "Playback Stream Desc: All Clips at frame %d\n", fnum);
         break;
-    case PlayList:
+    case PlaybackSource::PlayList:
         if (_playList.isEmpty())
             return logFailure(__LINE__, "Generage playback stream desc failed: Play List is empty\n");
         streamDesc = QVariant::fromValue(_playList);

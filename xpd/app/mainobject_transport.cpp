@@ -7,6 +7,7 @@
 #include "platform/qmx/device/qmxvideodevicesetup.h"
 #include "platform/qmx/stream/qmxplaylistindex.h"
 #include "platform/store/eparam.h"
+#include "platform/store/values.h"
 #include "xpd/app/conversions.h"
 #include "xpd/app/formattables.h"
 #include "xpd/app/mainlog.h"
@@ -17,59 +18,53 @@
 
 namespace {
 
-constexpr int kPlayListIndexKey = 18;
-
-constexpr int kStatusNone = 0;
-constexpr int kStatusShutDown = 20;
-
 constexpr int kInputNotRecordable = 2;
-
-constexpr int kFirmwareLoading = 1;
-constexpr int kFirmwareLoaded = 2;
 
 /// The status of playback at `speed`. Normal and slow speeds share a value, but 1.0 itself belongs to them
 /// and 4.0, 8.0, 16.0 to the faster ones.
-int playStatus(double speed)
+TransportStatus playStatus(double speed)
 {
-    if (speed >= 16.0) return 7;
-    if (speed >= 8.0) return 6;
-    if (speed >= 4.0) return 5;
-    if (speed > 1.0) return 4;
-    if (speed > 0.0) return 3;
-    if (speed == 0.0) return 15;
-    if (speed <= -16.0) return 13;
-    if (speed <= -8.0) return 12;
-    if (speed <= -4.0) return 11;
-    if (speed < -1.0) return 10;
-    if (speed < 0.0) return 9;
+    using enum TransportStatus;
+    if (speed >= 16.0) return Forward16;
+    if (speed >= 8.0) return Forward8;
+    if (speed >= 4.0) return Forward4;
+    if (speed > 1.0) return ForwardFast;
+    if (speed > 0.0) return Playing;
+    if (speed == 0.0) return Still;
+    if (speed <= -16.0) return Reverse16;
+    if (speed <= -8.0) return Reverse8;
+    if (speed <= -4.0) return Reverse4;
+    if (speed < -1.0) return ReverseFast;
+    if (speed < 0.0) return Reverse;
     qmxLogOutput(2, kMainObject, __LINE__, "Unhandled speed: %lf\n", speed);
-    return kStatusNone;
+    return None;
 }
 
-int transportStatus(const VtrState &state)
+TransportStatus transportStatus(const VtrState &state)
 {
     switch (state.mode().value()) {
     case VtrMode::Invalid:
     case VtrMode::StandbyOff:
-        return 1;
+        return TransportStatus::Stopped;
     case VtrMode::Record:
-        return 2;
+        return TransportStatus::Recording;
     case VtrMode::Play:
         return playStatus(state.speed());
     case VtrMode::Shutdown:
-        return kStatusShutDown;
+        return TransportStatus::ShutDown;
     }
     qmxLogOutput(2, kMainObject, __LINE__, "Unhandled mode: %d\n", static_cast<int>(state.mode().value()));
-    return kStatusNone;
+    return TransportStatus::None;
 }
 
 } // namespace
 
 void MainObject::updateTransporterState(const VtrState &state)
 {
-    const int status = transportStatus(state);
+    const TransportStatus status = transportStatus(state);
     // Shut down is told at the end of the shutdown, when it is true.
-    if (status != kStatusNone && status != kStatusShutDown) _config->set(eParam_TransportStatus, status);
+    if (status != TransportStatus::None && status != TransportStatus::ShutDown)
+        _config->set(eParam_TransportStatus, storeNumber(status));
 }
 
 void MainObject::vtrStateChanged(const VtrState &oldState, const VtrState &newState)
@@ -104,7 +99,7 @@ void MainObject::firmwareLoading(const QString &id, bool done)
     logMain(3, __LINE__,
             QStringLiteral("%1 '%2' firmware load")
                 .arg(done ? QStringLiteral("Finished") : QStringLiteral("Started"), id));
-    _config->set(eParam_FirmwareState, done ? kFirmwareLoaded : kFirmwareLoading);
+    _config->set(eParam_FirmwareState, storeNumber(done ? FirmwareState::Loaded : FirmwareState::Loading));
 }
 
 void MainObject::vbi(const QmxVbiInfo &info)
@@ -116,7 +111,7 @@ void MainObject::vbi(const QmxVbiInfo &info)
     _configUpdater->setInputTimecode(_vtr->currentInputTimecode());
 
     // In a list the current clip follows the frames that are shown.
-    const auto index = meta.value(QmxId(kPlayListIndexKey)).value<QmxPlayListIndex>();
+    const auto index = meta.value(QmxIds::listPosition).value<QmxPlayListIndex>();
     if (index.isValid()) {
         setCurrentClip(index.entryName());
         _configUpdater->setCurrentPlayListIndex(index.entryIndex());

@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxverify.h"
 #include "platform/store/eparam.h"
+#include "platform/store/values.h"
 #include "xpd/config/configinterface.h"
 
 namespace {
@@ -18,9 +19,6 @@ enum LogLine : int {
     InUse = 65,
     Released = 68
 };
-
-constexpr quint32 kStorageInUse = 1;
-constexpr quint32 kStorageReleased = 2;
 
 // Loaded at the start; the record format has no effect here.
 constexpr quint32 kInitialParams[] = {eParam_CurrentClip, eParam_CurrentPlayListIndex, eParam_RecordFormat};
@@ -59,10 +57,10 @@ void ConfigUpdater::setStorageInUse(bool inUse)
     if (inUse == _lastInUse) return;
     _lastInUse = inUse;
     if (inUse) {
-        _config->setUInt32(eParam_StorageState, kStorageInUse);
+        _config->setUInt32(eParam_StorageState, storeNumber(StorageState::InUse));
         qmxLogOutput(3, kSource, InUse, "*** Storage media is now in use\n");
     } else {
-        _config->setUInt32(eParam_StorageState, kStorageReleased);
+        _config->setUInt32(eParam_StorageState, storeNumber(StorageState::Released));
         qmxLogOutput(3, kSource, Released, "*** Storage media has been released\n");
     }
 }

@@ -3,6 +3,7 @@
 
 #include "platform/product/mediumhelper.h"
 #include "platform/qmx/core/qmxlogstream.h"
+#include "platform/store/values.h"
 
 #include <QTimerEvent>
 
@@ -31,9 +32,6 @@ enum LogLine : int {
 constexpr int kCheckInterval = 500; // ms
 
 // Percent free at and below which the level counts as reached.
-constexpr double kTargetLevel = 15.0;
-constexpr double kRolloverLevel = 10.0;
-constexpr double kStopLevel = 8.0;
 
 /// What the system says of a medium.
 struct Measurement
@@ -108,9 +106,9 @@ bool MediaManager::getPathInfo(const QString &path, PathInfo &info)
     // A file system without blocks (a pseudo one) gives NaN, which reaches no level: it is not full.
     info.percentFree = std::round(static_cast<double>(measured->freeBlocks) /
                                   static_cast<double>(measured->totalBlocks) * 100.0);
-    info.rolloverLevelReached = info.percentFree <= kRolloverLevel;
-    info.targetTooFull = info.percentFree <= kTargetLevel;
-    info.stopLevelReached = info.percentFree <= kStopLevel;
+    info.rolloverLevelReached = info.percentFree <= MediumLevel::full;
+    info.targetTooFull = info.percentFree <= MediumLevel::target;
+    info.stopLevelReached = info.percentFree <= MediumLevel::stop;
     return true;
 }
 

@@ -25,10 +25,10 @@ public:
     {
         QString path;
         bool mounted = false;              ///< lies on another file system than "/"
-        bool rolloverLevelReached = false; ///< at most 10 percent free
-        bool targetTooFull = false;        ///< at most 15 percent free
-        bool stopLevelReached = false;     ///< at most 8 percent free
-        double percentFree = 0.0;          ///< whole percent
+        bool rolloverLevelReached = false; ///< see MediumLevel
+        bool targetTooFull = false;
+        bool stopLevelReached = false;
+        double percentFree = 0.0; ///< whole percent
     };
 
     /// Why a rollover may not start, in the order in which the reasons are tested.

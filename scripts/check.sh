@@ -24,11 +24,13 @@ check_libraries() {
     return $status
 }
 
-# The reference of all parameters is the table's own.
+# The references of all parameters and alarms are the tables' own.
 check_params() {
     xp_build || return 1
     "$XP_BUILD/bin/xpctl" params --markdown | diff -u docs/parameters.md - ||
         { echo "make it anew: xpctl params --markdown >docs/parameters.md"; return 1; }
+    "$XP_BUILD/bin/xpctl" alarms --markdown | diff -u <(grep '^|' docs/alarms.md) - ||
+        { echo "put the output of xpctl alarms --markdown in place of the table in docs/alarms.md"; return 1; }
 }
 
 # Every file names what it uses: the precompiled headers must not be what makes it compile.

@@ -2,7 +2,7 @@
 // alarms: what is wrong, since when, what to do about it, and what was wrong before.
 #include "companions/ctl/commands.h"
 
-#include "platform/store/alarmadvice.h"
+#include "platform/store/alarms.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -68,7 +68,7 @@ ExitCode ctlAlarms(Recorder &recorder, const Report &report, const Arguments &ar
     for (const Recorder::Alarm &alarm : recorder.alarms()) {
         const auto raised = since.find(alarm.id);
         const QString time = raised == since.end() ? QString() : raised->second.toString(Qt::ISODate);
-        const QString advice = QString::fromStdString(alarmAdvice(alarm.id));
+        const QString advice = QString::fromLatin1(alarmAdvice(alarm.id));
         list.append(QJsonObject{{"name", alarm.name},
                                 {"level", alarm.level},
                                 {"message", alarm.message},

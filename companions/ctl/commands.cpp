@@ -20,7 +20,8 @@ namespace {
 ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments &arguments)
 {
     if (arguments.markdown) { // says the same on every machine: no recorder is needed
-        report.result(parametersAsMarkdown(), {{"markdown", parametersAsMarkdown()}});
+        const QString text = row.run == ctlAlarms ? alarmsAsMarkdown() : parametersAsMarkdown();
+        report.result(text, {{"markdown", text}});
         return ExitCode::Done;
     }
     if (row.runAlone) {

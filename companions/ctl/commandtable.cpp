@@ -47,7 +47,7 @@ std::span<const CommandRow> ctlCommands()
     static const std::vector<CommandRow> rows = {
         {looking, "status", "show what the recorder is doing", {}, "", Needs::Store, ctlStatus},
         {looking, "watch", "show it continuously, a line a frame", {}, "once stats", Needs::Store, ctlWatch},
-        {looking, "alarms", "list what is wrong now, since when, and what to do", {}, "history", Needs::Store, ctlAlarms},
+        {looking, "alarms", "list what is wrong now, since when, and what to do", {}, "history markdown", Needs::Store, ctlAlarms},
         ofVerb(looking, "acknowledge", "", {"ALARM"}),
         {looking, "picture", "save the picture on the output as a PNG file",
          {{"FILE", "its name", true, "@files"}}, "", Needs::Daemon, ctlPicture},
@@ -131,7 +131,7 @@ std::span<const OptionRow> ctlOptions()
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--stats", arguments.stats); }},
         {"history", "", "what was raised and cleared before, oldest first",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--history", arguments.history); }},
-        {"markdown", "", "the reference of all parameters",
+        {"markdown", "", "the reference of all, for documents",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--markdown", arguments.markdown); }},
         {"listen", "ADDRESS",
          "serve them to a monitoring system, at 127.0.0.1:9464 for example, or on a socket: /run/xp/metrics",

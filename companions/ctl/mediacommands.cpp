@@ -5,7 +5,7 @@
 
 #include "platform/control/mediadaemonlock.h"
 #include "platform/product/mediaorder.h"
-#include "platform/store/eparammedia.h"
+#include "platform/store/eparam.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

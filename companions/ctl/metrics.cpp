@@ -6,60 +6,16 @@
 #include <QFileInfo>
 #include <QStorageInfo>
 
-#include <algorithm>
-
 namespace {
-constexpr double one = 1;
-constexpr double micro = 1e-6;
-constexpr double milli = 1e-3;
-
-// A counter that is not here is told under its own name.
-constexpr CounterMetric rows[] = {
-    {"recorded_up_to", "xp_take_frames_safe", false, one, "Frames of the take that survive a power cut"},
-    {"current_clip_frames", "xp_take_frames", false, one, "Frames accepted for the take"},
-    {"frame_on_output", "xp_output_frame", false, one, "Number of the frame on the output"},
-    {"list_entry_on_output", "xp_output_list_entry", false, one, "Play list entry on the output, -1: none"},
-    {"ticks", "xp_ticks_total", true, one, "Ticks of the video clock"},
-    {"late_ticks", "xp_late_ticks_total", true, one, "Ticks that came late"},
-    {"frames_in", "xp_frames_in_total", true, one, "Frames taken from the input"},
-    {"frames_recorded", "xp_frames_recorded_total", true, one, "Frames written into clips"},
-    {"frames_shown", "xp_frames_shown_total", true, one, "Frames shown in playback"},
-    {"frames_dropped_capture", "xp_frames_dropped_capture_total", true, one, "Frames lost in recording"},
-    {"frames_dropped_playback", "xp_frames_dropped_playback_total", true, one, "Frames missing in playback"},
-    {"frames_repeated", "xp_frames_repeated_total", true, one, "Ticks that showed the frame before again"},
-    {"source_repeats", "xp_source_repeats_total", true, one, "Frames repeated because a source was slow"},
-    {"source_skips", "xp_source_skips_total", true, one, "Frames skipped because a source was fast"},
-    {"capture_queue", "xp_capture_queue_frames", false, one, "Frames waiting between input and clip"},
-    {"playback_queue", "xp_playback_queue_frames", false, one, "Frames waiting for the output"},
-    {"writer_queue", "xp_writer_queue_frames", false, one, "Frames waiting for the disk"},
-    {"writer_queue_bytes", "xp_writer_queue_bytes", false, one, "Bytes waiting for the disk"},
-    {"cache_frames", "xp_cache_frames", false, one, "Frames in the stream's cache"},
-    {"write_latency_p50", "xp_write_latency_p50_seconds", false, micro, "Half of the writes take less"},
-    {"write_latency_p99", "xp_write_latency_p99_seconds", false, micro, "99 of 100 writes take less"},
-    {"write_latency_max", "xp_write_latency_max_seconds", false, micro, "The longest write"},
-    {"write_errors", "xp_write_errors_total", true, one, "Writes that failed"},
-    {"read_errors", "xp_read_errors_total", true, one, "Reads that failed"},
-    {"preview_dropped", "xp_preview_dropped_total", true, one, "Pictures that the preview missed"},
-    {"output_dropped", "xp_output_dropped_total", true, one, "Pictures that an output missed"},
-    {"event_loop_longest", "xp_event_loop_longest_seconds", false, micro,
-     "Longest turn of the daemon's event loop"},
-    {"pool_in_use", "xp_pool_bytes", false, one, "Picture memory in use"},
-    {"pool_failures", "xp_pool_failures_total", true, one, "Pictures for which there was no memory"},
-    {"log_dropped", "xp_log_dropped_total", true, one, "Log lines dropped"},
-    {"takes_opened", "xp_takes_total", true, one, "Takes begun"},
-    {"clip_rate", "xp_take_rate_hertz", false, milli, "Frames a second of the take"},
-};
-
 Metric told(const QmxCountersReader::Counter &counter)
 {
-    const auto *row =
-        std::find_if(std::begin(rows), std::end(rows), [&counter](const CounterMetric &candidate) {
-            return counter.name == QLatin1String(candidate.counter);
-        });
-    if (row == std::end(rows)) {
-        return {"xp_" + counter.name, counter.unit, false, {}, {}, double(counter.value)};
+    // A daemon of another version may have counters that are not known here: they keep their own name.
+    for (const QmxCounters::Description &row : QmxCounters::descriptions()) {
+        if (counter.name != QLatin1String(row.name)) continue;
+        return {row.metric, row.help, row.kind == QmxCounters::Description::Counter,
+                {},         {},       double(counter.value) * row.scale};
     }
-    return {row->metric, row->help, row->isCounter, {}, {}, double(counter.value) * row->scale};
+    return {"xp_" + counter.name, counter.unit, false, {}, {}, double(counter.value)};
 }
 
 void addMedia(QList<Metric> &metrics, const Recorder &recorder)
@@ -75,11 +31,6 @@ void addMedia(QList<Metric> &metrics, const Recorder &recorder)
                         double(QStorageInfo(path).bytesTotal())});
 }
 } // namespace
-
-std::span<const CounterMetric> counterMetrics()
-{
-    return rows;
-}
 
 QList<Metric> collectMetrics(const Recorder &recorder)
 {

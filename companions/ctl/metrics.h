@@ -7,9 +7,6 @@
 #include <QList>
 #include <QString>
 
-#include <span>
-#include <string>
-
 /// One figure for monitoring.
 struct Metric
 {
@@ -20,18 +17,6 @@ struct Metric
     QString labelValue;
     double value = 0;
 };
-
-/// How a counter of the daemon is told to a monitoring system.
-struct CounterMetric
-{
-    const char *counter;
-    const char *metric;
-    bool isCounter;
-    double scale; ///< to base units
-    const char *help;
-};
-/// A row for each counter that the daemon publishes.
-std::span<const CounterMetric> counterMetrics();
 
 /// All figures of this moment: from shared memory, the store and the file systems; the daemon is not asked.
 QList<Metric> collectMetrics(const Recorder &recorder);

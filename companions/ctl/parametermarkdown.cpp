@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/parametermarkdown.h"
 
+#include "platform/store/alarms.h"
 #include "platform/store/paramdescriptor.h"
 
 #include <QStringList>
@@ -101,4 +102,25 @@ QString parametersAsMarkdown()
            "Kept: *always*: over a power cut; *until restart*: of the machine; *command*: every write is an "
            "event and leaves no value.\n\n" +
            table + lists;
+}
+
+QString alarmsAsMarkdown()
+{
+    QString page = "| Alarm | Number | Level | Meaning | Cleared and held back | Why | What to do |\n"
+                   "|---|---|---|---|---|---|---|\n";
+    for (const AlarmRow &row : alarmTable()) {
+        QStringList policy;
+        for (const char *attribute : attributesOf(row.policy))
+            policy << QString::fromLatin1(attribute).replace('_', ' ');
+        const QString number = row.id.isValid() ? QString::number(row.id.value()) : QString();
+        const QStringList cells{"`" + QString::fromLatin1(row.name) + "`",
+                                number,
+                                row.levels,
+                                row.meaning,
+                                policy.join(", "),
+                                row.reason,
+                                row.advice};
+        page += "| " + cells.join(" | ") + " |\n";
+    }
+    return page;
 }

@@ -3,7 +3,6 @@
 
 #include "companions/mediad/medium.h"
 #include "platform/store/eparam.h"
-#include "platform/store/eparammedia.h"
 #include "platform/store/values.h"
 
 #include <cstdint>

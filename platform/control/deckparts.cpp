@@ -2,10 +2,10 @@
 #include "platform/control/deckparts.h"
 
 #include "platform/control/ownership.h"
-#include "platform/store/alarmadvice.h"
+#include "platform/store/alarms.h"
 #include "platform/store/alarmvalue.h"
+#include "platform/store/eparam.h"
 #include "platform/store/eparamcontrol.h"
-#include "platform/store/eparammedia.h"
 #include "platform/store/values.h"
 
 #include <QCryptographicHash>
@@ -165,7 +165,7 @@ void DeckParameters::fillAlarms(DeckState &state) const
                         {"level", levels[int(severity)]},
                         {"message", QString::fromStdString(message.empty() ? descriptor->help() : message)},
                         {"since", since == _since.end() ? QString() : since->second},
-                        {"advice", QString::fromStdString(alarmAdvice(id)).remove(QLatin1String("xpctl "))},
+                        {"advice", QString::fromLatin1(alarmAdvice(id)).remove(QLatin1String("xpctl "))},
                         {"acknowledged_by", isSeen ? by["name"].toString() : QString()}});
         if (id == eParam_AlarmRecordInhibited)
             state.recordInhibited = QString::fromStdString(message.empty() ? descriptor->help() : message);

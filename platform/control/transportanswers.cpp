@@ -1,29 +1,30 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/transportanswers.h"
+#include "platform/qmx/core/qmxids.h"
 
 namespace {
 struct AdviceRow
 {
-    const char *message;
+    QmxId reason;
     const char *advice;
 };
 
 /// What to do when the recorder refuses a take, by the reason it gives.
 constexpr AdviceRow refusals[] = {
-    {"No Input",
+    {QmxIds::noInput,
      "choose an input that has a signal with: xpctl set video_input NAME; the daemon's log says what "
      "is wrong with this one"},
-    {"Invalid Input", "the signal is not steady; check its source, or choose another input"},
-    {"Unsupported Input", "set the source to a format that can be recorded, or choose another input"},
-    {"Media Full", "delete clips, or change the medium"},
-    {"No Media", "put a medium in, or choose one with: xpctl set active_media_path FOLDER"},
+    {QmxIds::invalidInput, "the signal is not steady; check its source, or choose another input"},
+    {QmxIds::unsupportedInput, "set the source to a format that can be recorded, or choose another input"},
+    {QmxIds::mediaFull, "delete clips, or change the medium"},
+    {QmxIds::noMedia, "put a medium in, or choose one with: xpctl set active_media_path FOLDER"},
 };
 
 QString adviceFor(const Recorder::Alarm &alarm)
 {
     QString list = QStringLiteral("alarm %1; `xpctl alarms` lists what is wrong").arg(alarm.name);
     for (const AdviceRow &row : refusals) {
-        if (alarm.message == QLatin1String(row.message)) {
+        if (alarm.id == eParam_AlarmRecordInhibited && alarm.message == row.reason.name()) {
             return QLatin1String(row.advice) + QStringLiteral(" (%1)").arg(list);
         }
     }

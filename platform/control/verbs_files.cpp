@@ -6,7 +6,7 @@
 #include "platform/product/clipscan.h"
 #include "platform/product/mediaorder.h"
 #include "platform/store/configfactoryimpl.h"
-#include "platform/store/eparammedia.h"
+#include "platform/store/eparam.h"
 
 #include <QRegularExpression>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/store/eparammedia.h"
+#include "platform/store/eparam.h"
 #include "platform/store/paramrow.h"
 #include "platform/store/values.h"
 

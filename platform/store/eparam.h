@@ -105,4 +105,11 @@ enum eParam_t : std::uint32_t {
     eParam_AlarmRecordInhibited = 0x7E072B00,
     eParam_AlarmMediaFull = 0x50000010,
     eParam_AlarmStoreRestored = 0x50000011,
+    eParam_AlarmClipsRepaired = 0x50000012,
+
+    // What the media daemon is asked for and tells
+    eParam_MediaOrder = 0x50000030,
+    eParam_MediaOrderState = 0x50000031,
+    eParam_MediaReport = 0x50000032,
+    eParam_RecordTimeLeft = 0x50000033,
 };

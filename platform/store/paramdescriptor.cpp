@@ -111,7 +111,10 @@ std::string ParamDescriptor::label(int value) const
 
 std::vector<std::pair<unsigned, std::string>> ParamDescriptor::values() const
 {
-    return _row.labels;
+    std::vector<std::pair<unsigned, std::string>> all;
+    for (const auto &[number, text] : _row.labels)
+        all.emplace_back(number, text);
+    return all;
 }
 
 bool ParamDescriptor::hasAttribute(const std::string &attribute) const
@@ -259,7 +262,7 @@ bool ParamDescriptor::parse(const std::string &text, StoreValue &value, std::str
         const auto found = std::find_if(_row.labels.begin(), _row.labels.end(),
                                         [&text](const auto &label) { return label.text == text; });
         if (found != _row.labels.end()) {
-            parsed.number = found->first;
+            parsed.number = found->number;
         } else if (_row.type == Bool && (text == "true" || text == "yes")) {
             parsed.number = 1;
         } else if (_row.type == Bool && (text == "false" || text == "no")) {

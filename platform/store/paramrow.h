@@ -21,6 +21,8 @@ struct ParamRow
             : Label(storeNumber(value), std::move(label))
         {}
 
+        friend auto operator<=>(const Label &, const Label &) = default;
+
         unsigned number;
         std::string text;
     };

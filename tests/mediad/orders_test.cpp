@@ -7,7 +7,7 @@
 #include "companions/mediad/orderrules.h"
 #include "companions/mediad/recordtime.h"
 #include "platform/product/mediaorder.h"
-#include "platform/store/eparammedia.h"
+#include "platform/store/eparam.h"
 #include "platform/store/paramdescriptor.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/print.h"

@@ -2,7 +2,7 @@
 // The media daemon and a store that refuses, or says nothing.
 #include "companions/mediad/mediastore.h"
 #include "platform/store/configfactoryimpl.h"
-#include "platform/store/eparammedia.h"
+#include "platform/store/eparam.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/testfiles.h"
 

@@ -4,8 +4,8 @@
 
 #include "platform/qmx/core/qmxbuffer.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/store/alarms.h"
 #include "platform/store/datafile.pb.h"
-#include "xpd/alarms/alarmtable.h"
 
 #include <QDir>
 
@@ -36,7 +36,7 @@ public:
     QByteArray held(int alarm)
     {
         for (const AlarmRow &row : alarmTable())
-            if (row.alarm == alarm) return data(row.param);
+            if (row.id.value() == alarm) return data(row.param);
         return {};
     }
     bool shows(int alarm, const char *text)
@@ -189,7 +189,7 @@ TEST(AlarmCases, areAllThatTheRecorderCanRaise)
 {
     std::set<int> missing;
     for (const AlarmRow &row : alarmTable())
-        missing.insert(row.alarm);
+        if (row.id.isValid()) missing.insert(row.id.value());
     for (const AlarmCase &row : cases)
         missing.erase(row.alarm);
     // Nobody raises the spares; late ticks need a clock that does not wait (tests/system/alarms_test.cpp).

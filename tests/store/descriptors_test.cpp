@@ -65,6 +65,10 @@ TEST_F(Descriptors, areWhatTheDocumentationSays)
     ASSERT_EQ(made.status, 0) << made.err.toStdString();
     EXPECT_EQ(made.out, readAll(XP_ROOT "/docs/parameters.md"))
         << "make it anew: xpctl params --markdown >docs/parameters.md";
+    const ProgramResult alarms =
+        runProgram(QCoreApplication::applicationDirPath() + "/xpctl", {"alarms", "--markdown"});
+    EXPECT_TRUE(!alarms.out.isEmpty() && readAll(XP_ROOT "/docs/alarms.md").endsWith(alarms.out))
+        << "end docs/alarms.md with what this prints: xpctl alarms --markdown";
 }
 
 TEST_F(Descriptors, tellEqualWritesOfCommandsAndNoticesOnly)

@@ -192,7 +192,7 @@ TEST(Xpctl, figuresAreServed)
     const QByteArray socket = readAll(sandbox.out("socket"));
     EXPECT_TRUE(socket.startsWith("HTTP/1.0 200 OK\r\n")) << socket.toStdString();
     EXPECT_TRUE(socket.contains("\nxp_up 1\n")) << socket.toStdString();
-    for (const CounterMetric &row : counterMetrics()) {
+    for (const QmxCounters::Description &row : QmxCounters::descriptions()) {
         const auto told = std::count_if(lines.begin(), lines.end(), [&row](const QByteArray &line) {
             return line.startsWith(QByteArray(row.metric) + " ");
         });

@@ -4,8 +4,9 @@
 #include "platform/qmx/core/qmxid.h"
 #include "platform/qmx/core/qmxlogstream.h"
 #include "platform/store/alarmproducer.h"
+#include "platform/store/alarms.h"
 #include "platform/store/alarms.pb.h"
-#include "xpd/alarms/alarmtable.h"
+#include "xpd/alarms/alarmevents.h"
 #include "xpd/config/configinterface.h"
 #include "xpd/transport/vtrstate.h"
 
@@ -35,8 +36,8 @@ void logLine(int level, int line, const QString &text)
 AlarmHandler::AlarmHandler(QObject *parent) : QObject(parent)
 {
     for (const AlarmRow &row : alarmTable())
-        _alarms.insert_or_assign(row.param,
-                                 QmxAlarm(QmxId(row.alarm), QmxAlarm::Clear, QString(), QString(), 0));
+        if (row.id.isValid())
+            _alarms.insert_or_assign(row.param, QmxAlarm(row.id, QmxAlarm::Clear, QString(), QString(), 0));
 }
 
 void AlarmHandler::setConfigInterface(ConfigInterface *config)

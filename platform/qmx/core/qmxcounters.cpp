@@ -13,48 +13,12 @@ using namespace QmxCountersLayout;
 
 namespace {
 
-struct Name
-{
-    const char *name;
-    const char *unit;
+constexpr QmxCounters::Description rows[] = {
+#define QMX_COUNTER_DESCRIPTION(row, name, unit, metric, kind, scale, help)                                  \
+    {name, unit, metric, QmxCounters::Description::kind, scale, help},
+    QMX_COUNTERS(QMX_COUNTER_DESCRIPTION)
+#undef QMX_COUNTER_DESCRIPTION
 };
-
-// In the order of QmxCounters::Row.
-constexpr Name names[] = {
-    {"recorded_up_to", "frames"},
-    {"current_clip_frames", "frames"},
-    {"frame_on_output", "frame number"},
-    {"list_entry_on_output", "entry"},
-    {"ticks", "ticks"},
-    {"late_ticks", "ticks"},
-    {"frames_in", "frames"},
-    {"frames_recorded", "frames"},
-    {"frames_shown", "frames"},
-    {"frames_dropped_capture", "frames"},
-    {"frames_dropped_playback", "frames"},
-    {"frames_repeated", "frames"},
-    {"source_repeats", "frames"},
-    {"source_skips", "frames"},
-    {"capture_queue", "frames"},
-    {"playback_queue", "frames"},
-    {"writer_queue", "frames"},
-    {"writer_queue_bytes", "bytes"},
-    {"cache_frames", "frames"},
-    {"write_latency_p50", "us"},
-    {"write_latency_p99", "us"},
-    {"write_latency_max", "us"},
-    {"write_errors", "errors"},
-    {"read_errors", "errors"},
-    {"preview_dropped", "frames"},
-    {"output_dropped", "frames"},
-    {"event_loop_longest", "us"},
-    {"pool_in_use", "bytes"},
-    {"pool_failures", "allocations"},
-    {"log_dropped", "records"},
-    {"takes_opened", "takes"},
-    {"clip_rate", "mHz"},
-};
-static_assert(std::size(names) == QmxCounters::RowCount);
 
 constexpr size_t tableSize = sizeof(Header) + QmxCounters::RowCount * sizeof(Row);
 
@@ -68,8 +32,8 @@ void fill(uchar *memory)
     header->reserved = 0;
     for (int i = 0; i < QmxCounters::RowCount; ++i) {
         auto *row = new (memory + sizeof(Header) + size_t(i) * sizeof(Row)) Row;
-        std::strncpy(row->name, names[i].name, sizeof(row->name) - 1);
-        std::strncpy(row->unit, names[i].unit, sizeof(row->unit) - 1);
+        std::strncpy(row->name, rows[i].name, sizeof(row->name) - 1);
+        std::strncpy(row->unit, rows[i].unit, sizeof(row->unit) - 1);
     }
     header->magic.store(magic, std::memory_order_release);
 }
@@ -111,6 +75,11 @@ QmxCounters::QmxCounters() : d(std::make_unique<Private>())
 
 QmxCounters::~QmxCounters() = default;
 
+std::span<const QmxCounters::Description> QmxCounters::descriptions()
+{
+    return rows;
+}
+
 QmxCounters *QmxCounters::instance()
 {
     static QmxCounters *const counters = new QmxCounters; // any thread may count until the very end
@@ -144,9 +113,9 @@ bool QmxCounters::publish(const QString &name)
     }
     auto *table = static_cast<uchar *>(memory);
     fill(table);
-    auto *rows = reinterpret_cast<QmxCountersLayout::Row *>(table + sizeof(Header));
+    auto *cells = reinterpret_cast<QmxCountersLayout::Row *>(table + sizeof(Header));
     for (int i = 0; i < RowCount; ++i)
-        rows[i].value.store(value(Row(i)), std::memory_order_relaxed);
+        cells[i].value.store(value(Row(i)), std::memory_order_relaxed);
     d->table.store(table, std::memory_order_release);
     d->name = name;
     if (d->lockedFd >= 0) close(d->lockedFd);

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxcounterlist.h"
+
 #include <QList>
 #include <QString>
 
 #include <atomic>
 #include <memory>
+#include <span>
 
 /// The recorder's counters: a table of 64-bit values in shared memory ("/xpd_counters") that companions
 /// read while the recorder runs. Every row is written by one thread (any one), without a lock; readers see
@@ -16,42 +19,29 @@
 class QmxCounters
 {
 public:
-    /// A row each in the table of qmxcounters.cpp, in this order.
+    /// A row each of qmxcounterlist.h, in its order.
     enum Row {
-        RecordedUpTo,      ///< frames of the clip being recorded (or recorded last) that are durable
-        CurrentClipFrames, ///< frames accepted for the clip being recorded
-        FrameOnOutput,     ///< key 1 of the frame on the output
-        ListEntryOnOutput, ///< play-list entry on the output, -1: no list
-        Ticks,
-        LateTicks,
-        FramesIn,
-        FramesRecorded,
-        FramesShown,
-        FramesDroppedCapture,
-        FramesDroppedPlayback,
-        FramesRepeated, ///< ticks that showed the frame of the tick before
-        SourceRepeats,
-        SourceSkips,
-        CaptureQueue,
-        PlaybackQueue,
-        WriterQueue,
-        WriterQueueBytes,
-        CacheFrames,
-        WriteLatencyP50,
-        WriteLatencyP99,
-        WriteLatencyMax,
-        WriteErrors,
-        ReadErrors,
-        PreviewDropped,
-        OutputDropped,
-        EventLoopLongest, ///< longest turn of the event loop so far
-        PoolInUse,
-        PoolFailures,
-        LogDropped,
-        TakesOpened, ///< record streams opened since the program began
-        ClipRate,    ///< frames a second of the clip being recorded, times 1000
+    // clang-format off
+#define QMX_COUNTER_ROW(row, name, unit, metric, kind, scale, help) row,
+        QMX_COUNTERS(QMX_COUNTER_ROW)
+#undef QMX_COUNTER_ROW
         RowCount
+        // clang-format on
     };
+
+    /// What a row is: its list entry.
+    struct Description
+    {
+        enum Kind { Counter, Gauge };
+
+        const char *name;
+        const char *unit;
+        const char *metric;
+        Kind kind;
+        double scale;
+        const char *help;
+    };
+    static std::span<const Description> descriptions();
 
     static QmxCounters *instance();
 
@@ -65,7 +55,10 @@ public:
     void raise(Row row, qint64 value);
     qint64 value(Row row) const;
 
-    static QString defaultName() { return QStringLiteral("/xpd_counters"); }
+    static QString defaultName()
+    {
+        return QStringLiteral("/xpd_counters");
+    }
 
 private:
     QmxCounters();

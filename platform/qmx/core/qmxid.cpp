@@ -13,8 +13,13 @@ struct Row
 };
 
 #define QMX_ID_ROW(constant, number, name) {number, name},
-constexpr Row rows[] = {QMX_IDS(QMX_ID_ROW)};
+#define QMX_ALARM_ROW(alarm, number, name, ...) {number, name},
+#define QMX_NO_ROW(...)
+constexpr Row rows[] = {QMX_IDS(QMX_ID_ROW) QMX_ALARMS(QMX_ALARM_ROW, QMX_NO_ROW)
+                            QMX_IDS_AFTER_ALARMS(QMX_ID_ROW)};
 #undef QMX_ID_ROW
+#undef QMX_ALARM_ROW
+#undef QMX_NO_ROW
 
 // They are looked up by halves.
 constexpr bool rising()

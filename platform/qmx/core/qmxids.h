@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxalarmlist.h"
 #include "platform/qmx/core/qmxid.h"
 
 /// Every identifier of the framework, in rising order: constant, number, name for the operator. The only
@@ -99,29 +100,10 @@
     X(directionFastForward, 1604, "Fast forward") \
     X(directionFastReverse, 1605, "Fast reverse") \
     X(directionRecord, 1606, "Record") \
-    X(directionStill, 1607, "Still") \
-    /* Alarms. */ \
-    X(alarmMediaWriteFailed, 1901, "media_write_failed") \
-    X(alarmClipNameExists, 1902, "clip_name_exists") \
-    X(alarmMediaReadFailed, 1903, "media_read_failed") \
-    X(alarmFrameDropped, 1904, "frame_dropped") \
-    X(alarmLossOfVideoStillMissing, 1905, "loss_of_video_still_missing") \
-    X(alarmMediaSlow, 1906, "media_slow") \
-    X(alarmInputLostInRecord, 1907, "input_lost_in_record") \
-    X(alarmOutputFailed, 1908, "output_failed") \
-    X(alarmAudioInputLost, 1909, "audio_input_lost") \
-    X(alarmReferenceMissing, 1910, "reference_missing") \
-    X(alarmChannelsNeedEmbeddedAudio, 1911, "channels_need_embedded_audio") \
-    X(alarmClockLate, 1912, "clock_late") \
-    X(alarmReferenceNotLocked, 1913, "reference_not_locked") \
-    X(alarmVariableRate, 1914, "variable_rate") \
-    X(alarmMemoryExhausted, 1915, "memory_exhausted") \
-    X(alarmLogOutputFailed, 1916, "log_output_failed") \
-    X(alarmSpare1, 1917, "spare_1") \
-    X(alarmSpare2, 1918, "spare_2") \
-    X(alarmSpare3, 1919, "spare_3") \
-    X(alarmLutError, 1920, "lut_error") \
-    X(alarmRecordInhibited, 1921, "record_inhibited") \
+    X(directionStill, 1607, "Still")
+
+/// Those behind the numbers of the alarms (qmxalarmlist.h), of the same form.
+#define QMX_IDS_AFTER_ALARMS(X) \
     /* Reasons not to record. */ \
     X(noInput, 2000, "No Input") \
     X(invalidInput, 2001, "Invalid Input") \
@@ -133,8 +115,14 @@
 /// The identifiers, each as a constant. Any thread.
 namespace QmxIds {
 #define QMX_ID_CONSTANT(constant, number, name) inline constexpr QmxId constant{number};
+#define QMX_ALARM_CONSTANT(name, number, ...) inline constexpr QmxId alarm##name{number};
+#define QMX_NO_CONSTANT(...)
 QMX_IDS(QMX_ID_CONSTANT)
+QMX_ALARMS(QMX_ALARM_CONSTANT, QMX_NO_CONSTANT)
+QMX_IDS_AFTER_ALARMS(QMX_ID_CONSTANT)
 #undef QMX_ID_CONSTANT
+#undef QMX_ALARM_CONSTANT
+#undef QMX_NO_CONSTANT
 
 /// The inputs are numbered from here to the internal generator; the first is a 4:2:2 signal.
 inline constexpr QmxId firstInput = video422;

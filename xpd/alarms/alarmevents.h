@@ -1,20 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/store/eparam.h"
-
 #include <span>
 #include <string>
-
-/// One alarm of the transport and the parameter of the store that shows it.
-struct AlarmRow
-{
-    eParam_t param;
-    int alarm;
-};
-
-/// Every alarm the handler knows, ascending in both columns. A new alarm is a new row.
-std::span<const AlarmRow> alarmTable();
 
 /// The attributes of an alarm parameter that an event of the transport answers to.
 struct AlarmEvent

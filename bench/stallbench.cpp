@@ -4,7 +4,8 @@
 #include "bench/figures.h"
 
 #include "platform/qmx/clip/qmxclipreader.h"
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -65,7 +66,8 @@ public:
             if (cache.cacheIsFull()) ++refused;
             cache.write(frame);
             ++written;
-            deepest = std::max(deepest, QmxCounters::instance()->value(QmxCounters::WriterQueue));
+            deepest =
+                std::max(deepest, QmxEnvironment::current().deck->counters.value(QmxCounters::WriterQueue));
         });
         ticks.start(tickMs);
         BenchPlayer::turnUntil([&] { return written >= count; });

@@ -3,8 +3,10 @@
 
 #include "companions/ctl/remotefigures.h"
 #include "platform/product/clipfinder.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/edges/lumenprofile.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/store/configfactoryimpl.h"
@@ -22,8 +24,6 @@
 #include <unistd.h>
 
 namespace {
-constexpr auto mediaLock = "/var/lock/xpmediad.lock";
-constexpr auto stillsFolder = "/usr/local/share/media/";
 constexpr auto account = "xp"; // that the services run as, and the group of those who may operate
 constexpr qint64 megabyte = 1000 * 1000;
 
@@ -81,7 +81,7 @@ Finding daemon(Recorder &recorder)
 
 Finding mediaDaemon(Recorder &)
 {
-    const int pid = QmxLockFile(QString::fromLatin1(mediaLock)).whoHasLock();
+    const int pid = QmxLockFile(QmxEnvironment::current().places->mediaLock).whoHasLock();
     if (pid != 0) return {Finding::Good, runningAs(pid), {}};
     return {Finding::Hint, "not running: nobody chooses media, nothing rolls over",
             "start it: systemctl start xpmediad"};
@@ -106,7 +106,7 @@ private:
 
 Finding profile(Recorder &)
 {
-    const QString path = LumenProfile::defaultPath;
+    const QString path = QmxEnvironment::current().places->profile;
     const Complaints complaints;
     const LumenProfile profile = LumenProfile::load(path, QmxEnvironment::current());
     if (!complaints.texts.isEmpty()) {
@@ -125,7 +125,8 @@ Finding profile(Recorder &)
 /// Capture devices that the profile names: each must be there, and open to the services.
 Finding inputs(Recorder &)
 {
-    const LumenProfile profile = LumenProfile::load(LumenProfile::defaultPath, QmxEnvironment::current());
+    const LumenProfile profile =
+        LumenProfile::load(QmxEnvironment::current().places->profile, QmxEnvironment::current());
     constexpr QLatin1String captureDevice("v4l2:");
     QStringList problems;
     for (auto input = profile.inputs.begin(); input != profile.inputs.end(); ++input) {
@@ -141,7 +142,7 @@ Finding inputs(Recorder &)
     return {Finding::Wrong, problems.join("; "),
             QStringLiteral("connect the device (ls /dev/video*) or correct %1; who may read it is in the "
                            "group video")
-                .arg(QLatin1String(LumenProfile::defaultPath))};
+                .arg(QmxEnvironment::current().places->profile)};
 }
 
 /// What the output carries, with its electrical side, which nobody sees in the picture.
@@ -172,13 +173,14 @@ Finding diskSpeed(Recorder &recorder)
 Finding stills(Recorder &)
 {
     constexpr qsizetype wanted = 22;
+    const QString stills = QmxEnvironment::current().places->stills;
     qsizetype count = 0;
     for (const char *folder : {"prores_422", "prores_444"})
-        count += QDir(QString::fromLatin1(stillsFolder) + folder).entryList({"*.mov"}, QDir::Files).size();
-    const QString found = QStringLiteral("%1 of %2 below %3").arg(count).arg(wanted).arg(stillsFolder);
+        count += QDir(stills + "/" + folder).entryList({"*.mov"}, QDir::Files).size();
+    const QString found = QStringLiteral("%1 of %2 below %3").arg(count).arg(wanted).arg(stills);
     if (count >= wanted) return {Finding::Good, found, {}};
     return {Finding::Wrong, found + ": a take ends when its input is lost, whatever is set",
-            QStringLiteral("make them: xp-stills %1").arg(stillsFolder)};
+            QStringLiteral("make them: xp-stills %1").arg(stills)};
 }
 
 Finding sharedMemory(Recorder &)

@@ -2,6 +2,8 @@
 // list: the play list, which is one parameter of the store.
 #include "companions/ctl/commands.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/storelock.h"
 
 #include <QFileInfo>
@@ -13,7 +15,6 @@
 
 namespace {
 /// Held by the one program that changes the list, from reading it to writing it.
-constexpr auto listLock = "/run/xp/play-list.lock";
 constexpr int lockWithin = 5000; // ms
 
 /// A place among `count`; nothing when the text is none.
@@ -61,7 +62,7 @@ ExitCode ctlList(Recorder &recorder, const Report &report, const Arguments &argu
         show(recorder, report, names);
         return ExitCode::Done;
     }
-    StoreLock lock(listLock);
+    StoreLock lock(QmxEnvironment::current().places->playListLock.toStdString());
     if (!lock.acquire(lockWithin, nullptr) && lock.error() == EWOULDBLOCK)
         return report.error(ExitCode::Refused, "another program is changing the play list", "try again");
     names = recorder.text(eParam_PlayList).split('\n', Qt::SkipEmptyParts);

@@ -3,8 +3,10 @@
 
 #include "platform/product/daemonizer.h"
 #include "platform/product/programtext.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/config.h"
 #include "platform/store/configfactoryimpl.h"
 
@@ -16,7 +18,6 @@
 
 namespace {
 
-constexpr const char *lockPath = "/var/lock/xpmediad.lock";
 constexpr int usageStatus = 2;
 
 constexpr ProgramTextRow optionTexts[] = {
@@ -59,9 +60,10 @@ int main(int argc, char **argv)
         return usageStatus;
     }
     if (!foreground) Daemonizer::daemonize("Xpmediad", endProgram, nullptr, true);
-    QmxLockFile lock(QString::fromLatin1(lockPath));
+    const QString lockPath = QmxEnvironment::current().places->mediaLock;
+    QmxLockFile lock(lockPath);
     if (!lock.lock()) {
-        std::fprintf(stderr, "Cannot lock %s: %s%d\n", lockPath,
+        std::fprintf(stderr, "Cannot lock %s: %s%d\n", qPrintable(lockPath),
                      lock.whoHasLock() ? "the media daemon is running as process " : "no right to, errno ",
                      lock.whoHasLock() ? lock.whoHasLock() : errno);
         return 1;

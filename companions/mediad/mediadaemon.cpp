@@ -7,6 +7,7 @@
 #include "platform/product/mediumhelper.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 #include "platform/store/alarmproducer.h"
 #include "platform/store/alarmvalue.h"
@@ -21,10 +22,7 @@
 namespace {
 
 constexpr const char *module = "mediadaemon";
-constexpr const char *recorderLock = "/var/lock/xpd.lock";
 constexpr const char *mountTable = "/proc/self/mountinfo";
-constexpr const char *mediaRoot = "/media";
-constexpr const char *thumbnailRoot = "/var/lib/xp/thumbnails";
 constexpr int lookInterval = 250; // ms
 /// Clips are listed less often: on a full medium there are many. Every change of the transport lists them
 /// too.
@@ -62,8 +60,8 @@ struct MediaDaemon::Place
 MediaDaemon::MediaDaemon(std::unique_ptr<Config> config, QObject *parent)
     : QObject(parent),
       _environment(QmxEnvironment::current()),
-      _recorderLock(QString::fromLatin1(recorderLock)),
-      _machine(mediaRoot),
+      _recorderLock(_environment.places->recorderLock),
+      _machine(_environment.places->media.toStdString()),
       _mountTable(QString::fromLatin1(mountTable)),
       _jobs(_environment,
             [this](const MediaOrder &order, const MediaOrderState &state) { orderTold(order, state); }),
@@ -187,7 +185,7 @@ std::vector<Mount> MediaDaemon::mounts()
 {
     if (!_mountTable.isOpen()) return {};
     _mountTable.seek(0);
-    return parseMountTable(_mountTable.readAll().toStdString(), mediaRoot);
+    return parseMountTable(_mountTable.readAll().toStdString(), _environment.places->media.toStdString());
 }
 
 std::vector<Medium> MediaDaemon::media()
@@ -292,7 +290,8 @@ void MediaDaemon::picture(const MediaParameters &is)
         const auto &place = entry.second;
         if (*_recording) place->pictured = 0;
         if (*_recording || !place->known || place->pictured == place->known->clips) continue;
-        const std::string folder = thumbnailRoot + path.substr(path.rfind('/'));
+        const std::string folder =
+            _environment.places->thumbnails.toStdString() + path.substr(path.rfind('/'));
         const bool posted =
             picturesOf(*place).post([path, folder, environment = _environment, recording = _recording] {
                 keepThumbnails(path, folder, environment, [&recording] { return !*recording; });

@@ -4,6 +4,8 @@
 #include "platform/control/deckstate.h"
 #include "platform/product/shmstring.h"
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/config.h"
 
 #include <map>
@@ -46,7 +48,7 @@ public:
 
 private:
     QmxCountersReader _counters;
-    ShmStringReader _timecode{"/xpd_currentTimecode"};
-    ShmStringReader _inputTimecode{"/xpd_inputTimecode"};
+    ShmStringReader _timecode{QmxEnvironment::current().places->currentTimecode.toLatin1().constData()};
+    ShmStringReader _inputTimecode{QmxEnvironment::current().places->inputTimecode.toLatin1().constData()};
     int _attached = 0;
 };

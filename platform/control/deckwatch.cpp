@@ -3,7 +3,9 @@
 
 #include "platform/control/deckparts.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 #include "platform/qmx/core/qmxthreadname.h"
 #include "platform/store/configfactoryimpl.h"
@@ -15,7 +17,6 @@
 #include <vector>
 
 namespace {
-constexpr auto lockPath = "/var/lock/xpd.lock";
 constexpr qint64 ms = QmxClock::nsPerMillisecond;
 /// How often the memory is looked at for the next frame, and (nobody follows) whether the daemon is there.
 constexpr qint64 frameLook = 4 * ms;
@@ -146,7 +147,7 @@ void DeckWatch::Private::lookForDaemon()
     const qint64 now = environment.clock->now();
     if (lookedForDaemon != 0 && now - lookedForDaemon < daemonLook) return;
     lookedForDaemon = now;
-    daemon = QmxLockFile(QString::fromLatin1(lockPath)).whoHasLock();
+    daemon = QmxLockFile(environment.places->recorderLock).whoHasLock();
     memory.attach(daemon);
 }
 
@@ -259,7 +260,7 @@ DeckWatch::State DeckWatch::refreshed() const
 {
     auto state = std::make_shared<DeckState>(*d->published.load());
     if (!d->thread.joinable()) return state;
-    const int daemon = QmxLockFile(QString::fromLatin1(lockPath)).whoHasLock();
+    const int daemon = QmxLockFile(d->environment.places->recorderLock).whoHasLock();
     if ((daemon != 0) != state->running) {
         d->wake.interrupt();
         state->running = daemon != 0;

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/mediadaemonlock.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
-
-namespace {
-constexpr auto lockPath = "/var/lock/xpmediad.lock";
-}
+#include "platform/qmx/core/qmxplaces.h"
 
 int mediaDaemonPid()
 {
-    return QmxLockFile(QString::fromLatin1(lockPath)).whoHasLock();
+    return QmxLockFile(QmxEnvironment::current().places->mediaLock).whoHasLock();
 }
 
 Answer noMediaDaemon(const QString &consequence)

@@ -2,6 +2,8 @@
 #include "platform/control/ownership.h"
 
 #include "platform/control/transportanswers.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/eparamcontrol.h"
 #include "platform/store/storelock.h"
 
@@ -11,8 +13,6 @@
 #include <cerrno>
 
 namespace {
-/// Held by the one program that changes who is in control, from reading it to writing it.
-constexpr auto controlLock = "/run/xp/control.lock";
 constexpr int lockWithin = 5000; // ms
 constexpr qint64 msPerSecond = 1000;
 
@@ -127,7 +127,7 @@ void Ownership::renew(const Who &who)
     const auto owner = Hold::parse(_recorder.text(eParam_ControlOwner), now);
     if (!owner || owner->who.identity() != who.identity()) return;
     if (owner->until - now > owner->seconds * msPerSecond / 2) return; // long enough: the store is left alone
-    StoreLock lock(controlLock);
+    StoreLock lock(QmxEnvironment::current().places->controlLock.toStdString());
     lock.acquire(lockWithin, nullptr);
     if (!heldByOther(eParam_ControlOwner, who)) hold(eParam_ControlOwner, who, owner->seconds, "%1");
 }
@@ -143,7 +143,7 @@ std::optional<Answer> acquired(StoreLock &lock)
 
 Answer Ownership::takeControl(const Who &who, int seconds, bool force)
 {
-    StoreLock lock(controlLock);
+    StoreLock lock(QmxEnvironment::current().places->controlLock.toStdString());
     if (const auto busy = acquired(lock)) return *busy;
     if (const auto owner = heldByOther(eParam_ControlOwner, who); owner && !force) return inControl(*owner);
     return hold(eParam_ControlOwner, who, seconds,
@@ -152,7 +152,7 @@ Answer Ownership::takeControl(const Who &who, int seconds, bool force)
 
 Answer Ownership::releaseControl(const Who &who, bool force)
 {
-    StoreLock lock(controlLock);
+    StoreLock lock(QmxEnvironment::current().places->controlLock.toStdString());
     if (const auto busy = acquired(lock)) return *busy;
     if (const auto owner = heldByOther(eParam_ControlOwner, who); owner && !force) return inControl(*owner);
     Answer answer = write(eParam_ControlOwner, {}, "nobody is in control: everybody may operate");
@@ -162,7 +162,7 @@ Answer Ownership::releaseControl(const Who &who, bool force)
 
 Answer Ownership::lock(const Who &who, int seconds)
 {
-    StoreLock fileLock(controlLock);
+    StoreLock fileLock(QmxEnvironment::current().places->controlLock.toStdString());
     if (const auto busy = acquired(fileLock)) return *busy;
     if (const auto other = heldByOther(eParam_ControlLock, who)) return isLocked(*other);
     if (const auto owner = heldByOther(eParam_ControlOwner, who)) return inControl(*owner);
@@ -171,7 +171,7 @@ Answer Ownership::lock(const Who &who, int seconds)
 
 Answer Ownership::unlock(const Who &who, bool force)
 {
-    StoreLock lock(controlLock);
+    StoreLock lock(QmxEnvironment::current().places->controlLock.toStdString());
     if (const auto busy = acquired(lock)) return *busy;
     if (const auto other = heldByOther(eParam_ControlLock, who); other && !force) return isLocked(*other);
     Answer answer = write(eParam_ControlLock, {}, "the transport is not locked");

@@ -3,7 +3,9 @@
 
 #include "platform/product/shmstring.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/configfactoryimpl.h"
 
@@ -14,9 +16,6 @@
 #include <utility>
 
 namespace {
-constexpr auto lockPath = "/var/lock/xpd.lock";
-constexpr auto currentTimecodeName = "/xpd_currentTimecode";
-constexpr auto inputTimecodeName = "/xpd_inputTimecode";
 constexpr auto noTimecode = "--:--:--:--";
 /// How often a wait looks: well below a frame, and no load.
 constexpr qint64 lookEvery = 5 * QmxClock::nsPerMillisecond;
@@ -25,10 +24,11 @@ constexpr qint64 daemonLookEvery = 200 * QmxClock::nsPerMillisecond;
 
 std::atomic<bool> interrupted = false;
 
-QString sharedText(const char *name)
+QString sharedText(const QString &name)
 {
     std::string text;
-    return ShmStringReader(name).get(text) ? QString::fromStdString(text) : QString::fromLatin1(noTimecode);
+    return ShmStringReader(name.toLocal8Bit().constData()).get(text) ? QString::fromStdString(text)
+                                                                     : QString::fromLatin1(noTimecode);
 }
 } // namespace
 
@@ -54,7 +54,7 @@ QString Recorder::storeProblem() const
 
 int Recorder::daemonPid() const
 {
-    return QmxLockFile(lockPath).whoHasLock();
+    return QmxLockFile(_environment.places->recorderLock).whoHasLock();
 }
 
 bool Recorder::daemonStandsStill() const
@@ -117,12 +117,12 @@ QString Recorder::clip() const
 
 QString Recorder::timecode() const
 {
-    return sharedText(currentTimecodeName);
+    return sharedText(_environment.places->currentTimecode);
 }
 
 QString Recorder::inputTimecode() const
 {
-    return sharedText(inputTimecodeName);
+    return sharedText(_environment.places->inputTimecode);
 }
 
 const QmxCountersReader *Recorder::openCounters() const

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/transportanswers.h"
+
 #include "platform/qmx/core/qmxids.h"
 
 namespace {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // record and stop. A take that this program began and was to end is ended also when it is interrupted.
 #include "platform/control/verbs_take.h"
+
 #include "platform/control/ownership.h"
 #include "platform/control/transportanswers.h"
 

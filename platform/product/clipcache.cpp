@@ -2,6 +2,8 @@
 #include "platform/product/clipcache.h"
 
 #include "platform/product/processmark.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/storefiles.h"
 
 #include <QByteArray>
@@ -19,17 +21,6 @@
 namespace bip = boost::interprocess;
 
 namespace {
-
-struct Names
-{
-    const char *segment;
-    const char *mutex;
-    std::size_t size;
-};
-constexpr std::array<Names, 2> kinds{{
-    {"NewCacheSharedClipCache_shm", "NewCacheSharedClipCache_mutex", 26'771'475},
-    {"NewCacheSharedPlaylistCache_shm", "NewCacheSharedPlaylistCache_mutex", 54'595'607},
-}};
 
 /// Counts up when what follows it changes its form.
 constexpr quint64 formatMark = 0x5850'434C'4950'0001; // "XPCLIP", 1
@@ -140,7 +131,7 @@ public:
 
 private:
     /// Where the C library keeps shared memory (shm_overview(7)).
-    static std::string pathOf(const Names &names) { return std::string("/dev/shm/") + names.segment; }
+    static std::string pathOf(const Names &names) { return "/dev/shm/" + names.segment; }
 
     bip::mapped_region _region;
     std::optional<StoreFiles::Identity> _identity;
@@ -150,7 +141,7 @@ private:
 std::unique_ptr<ClipCache::Segment> ClipCache::Segment::open(const Names &names)
 {
     try {
-        const bip::shared_memory_object memory(bip::open_only, names.segment, bip::read_write);
+        const bip::shared_memory_object memory(bip::open_only, names.segment.c_str(), bip::read_write);
         bip::offset_t size = 0;
         if (!memory.get_size(size) || size != static_cast<bip::offset_t>(names.size)) return nullptr;
         auto segment = std::make_unique<Segment>(memory, names);
@@ -165,8 +156,8 @@ std::unique_ptr<ClipCache::Segment> ClipCache::Segment::make(const Names &names)
 {
     try {
         // Those who have the old one mapped see that its publisher has gone and look for the new one.
-        bip::shared_memory_object::remove(names.segment);
-        bip::shared_memory_object memory(bip::create_only, names.segment, bip::read_write,
+        bip::shared_memory_object::remove(names.segment.c_str());
+        bip::shared_memory_object memory(bip::create_only, names.segment.c_str(), bip::read_write,
                                          bip::permissions(StoreFiles::fileMode));
         memory.truncate(static_cast<bip::offset_t>(names.size));
         StoreFiles::shareWithGroup(pathOf(names));
@@ -178,7 +169,17 @@ std::unique_ptr<ClipCache::Segment> ClipCache::Segment::make(const Names &names)
     }
 }
 
-ClipCache::ClipCache(Kind kind) : _kind(kind) {}
+ClipCache::Names ClipCache::namesOf(Kind kind)
+{
+    constexpr std::size_t allClipsSize = 26'771'475;
+    constexpr std::size_t playListSize = 54'595'607;
+    const std::shared_ptr<const QmxPlaces> places = QmxEnvironment::current().places;
+    const bool all = kind == AllClips;
+    const std::string name = (all ? places->clipList : places->playList).toStdString();
+    return {name + "_shm", name + "_mutex", all ? allClipsSize : playListSize};
+}
+
+ClipCache::ClipCache(Kind kind) : _names(namesOf(kind)) {}
 
 ClipCache::~ClipCache()
 {
@@ -188,11 +189,10 @@ ClipCache::~ClipCache()
 
 bool ClipCache::attach()
 {
-    if (!_mutex) _mutex = std::make_unique<SharedMutex>(kinds[_kind].mutex);
+    if (!_mutex) _mutex = std::make_unique<SharedMutex>(_names.mutex);
     // A segment that nobody keeps current any more may have been replaced.
-    if (_segment && _segment->isAt(kinds[_kind]) && ProcessMark::isAlive(_segment->publisher().load()))
-        return true;
-    _segment = Segment::open(kinds[_kind]);
+    if (_segment && _segment->isAt(_names) && ProcessMark::isAlive(_segment->publisher().load())) return true;
+    _segment = Segment::open(_names);
     _generation = 0;
     _listings.clear();
     return _segment && ProcessMark::isAlive(_segment->publisher().load());
@@ -205,11 +205,11 @@ bool ClipCache::publish(const std::vector<ClipListing> &listings, std::string *e
         if (error) *error = "the list of clips cannot be shared: " + reason;
         return false;
     };
-    if (_segment && !(_segment->isAt(kinds[_kind]) && _segment->isWhole())) _segment.reset();
-    if (!_segment) _segment = Segment::open(kinds[_kind]);
-    if (!_segment) _segment = Segment::make(kinds[_kind]);
-    if (!_segment) return fail(std::string("shared memory ") + kinds[_kind].segment + " cannot be made");
-    if (!_mutex) _mutex = std::make_unique<SharedMutex>(kinds[_kind].mutex);
+    if (_segment && !(_segment->isAt(_names) && _segment->isWhole())) _segment.reset();
+    if (!_segment) _segment = Segment::open(_names);
+    if (!_segment) _segment = Segment::make(_names);
+    if (!_segment) return fail("shared memory " + _names.segment + " cannot be made");
+    if (!_mutex) _mutex = std::make_unique<SharedMutex>(_names.mutex);
     const QByteArray text = serialized(listings);
     if (static_cast<std::size_t>(text.size()) > _segment->room()) return fail("there are too many clips");
     if (!_mutex->lock(_segment->owner(), wait)) return fail("another process holds its mutex");

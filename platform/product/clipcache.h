@@ -20,8 +20,8 @@ class ClipCache
 {
 public:
     enum Kind {
-        AllClips, ///< "NewCacheSharedClipCache_shm", "..._mutex"
-        PlayList  ///< "NewCacheSharedPlaylistCache_shm", "..._mutex"
+        AllClips, ///< QmxPlaces::clipList
+        PlayList  ///< QmxPlaces::playList
     };
     static constexpr std::chrono::milliseconds readLimit{5};
     static constexpr std::chrono::milliseconds publishLimit{100};
@@ -41,11 +41,18 @@ public:
     std::optional<ClipListing> listing(const std::string &folder, std::chrono::milliseconds wait = readLimit);
 
 private:
+    struct Names
+    {
+        std::string segment;
+        std::string mutex;
+        std::size_t size;
+    };
     class Segment;
+    static Names namesOf(Kind kind);
     bool attach();
     bool update(std::chrono::milliseconds wait);
 
-    const Kind _kind;
+    const Names _names;
     std::unique_ptr<SharedMutex> _mutex;
     std::unique_ptr<Segment> _segment;
     quint64 _generation = 0;            ///< of the copy

@@ -2,7 +2,8 @@
 #include "platform/product/clipscan.h"
 
 #include "platform/qmx/clip/qmxclipreader.h"
-#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 
 #include <algorithm>
 #include <cctype>
@@ -23,7 +24,7 @@ const char *const clipExtensions[] = {".mov",  ".mp4", ".m4v", ".mxf",  ".mkv",
 /// hold frames: their writer has had its lock for long, so that the question cannot get in its way.
 bool isBeingRecorded(const std::string &path, QmxFiles &files)
 {
-    if (QmxRecordTable::instance()->entry(QString::fromStdString(path))) return true;
+    if (QmxEnvironment::current().deck->recordTable.entry(QString::fromStdString(path))) return true;
     const int fd = files.open(QString::fromLocal8Bit(path), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return false;
     const bool locked = files.flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;

@@ -4,7 +4,8 @@
 #include "platform/product/clipscan.h"
 #include "platform/product/givenclips.h"
 #include "platform/product/mediumhelper.h"
-#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 
 namespace {
 
@@ -19,7 +20,7 @@ bool kel::media::MediaCache::GrokClip(Clip &clip, std::string path, bool exact)
 {
     if (path.empty() || (!exact && GivenClips::instance().contains(path))) return false;
     const QmxEnvironment environment = QmxEnvironment::current();
-    if (const auto recording = QmxRecordTable::instance()->entry(QString::fromStdString(path))) {
+    if (const auto recording = environment.deck->recordTable.entry(QString::fromStdString(path))) {
         clip = Clip(nameOf(path), path, recording->frames, environment.clock->wallTime());
     } else {
         const auto found = MediumHelper::instance().answer<std::optional<Clip>>(

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/config.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/configfactoryimpl.h"
 #include "platform/store/storeconfig.h"
 
 #include <fstream>
 
 namespace {
-constexpr const char *addressFile = "/etc/xp/store";
 constexpr std::size_t longestAddress = 4096;
 constexpr const char *defaultAddress = "sqlite:/var/lib/xp/store.db";
 } // namespace
@@ -25,7 +26,7 @@ void ConfigEventListener::ParamChanged(ConfigEvent) {}
 
 std::string GetConfigURI(const std::string &)
 {
-    std::ifstream file(addressFile);
+    std::ifstream file(QmxEnvironment::current().places->storeAddress.toStdString());
     std::string line;
     if (!std::getline(file, line)) return defaultAddress;
     if (line.size() > longestAddress) line.resize(longestAddress); // a file of another kind

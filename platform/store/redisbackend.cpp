@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/redisbackend.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/redisrow.h"
 #include "platform/store/redisscripts.h"
 
@@ -62,6 +64,11 @@ std::string nameOfWriter(const StoreContext &context, const std::string &origin,
 }
 
 } // namespace
+
+std::string RedisBackend::standardPasswordFile()
+{
+    return QmxEnvironment::current().places->redisPassword.toStdString();
+}
 
 RedisBackend::RedisBackend(const StoreContext &context, const RedisAddress &address,
                            const std::string &passwordFile)

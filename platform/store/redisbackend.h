@@ -19,12 +19,13 @@
 class RedisBackend : public StoreBackend
 {
 public:
-    static constexpr const char *standardPasswordFile = "/etc/xp/redis.password";
-
     /// `address` must be well-formed.
     RedisBackend(const StoreContext &context, const RedisAddress &address,
-                 const std::string &passwordFile = standardPasswordFile);
+                 const std::string &passwordFile = standardPasswordFile());
     ~RedisBackend() override;
+
+    /// QmxPlaces::redisPassword
+    static std::string standardPasswordFile();
 
     StoreResult prepare(bool thorough) override;
     StoreResult write(const std::vector<StoreWrite> &writes, std::vector<quint64> &versions) override;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/storefiles.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsafefile.h"
 
 #include <algorithm>
@@ -21,8 +23,6 @@ namespace {
 
 constexpr mode_t folderMode = 0770;
 constexpr const char *groupName = "xp";
-constexpr const char *stateFolder = "/var/lib/xp";
-constexpr const char *runFolder = "/run/xp";
 constexpr long ballastBytes = 1 << 20;
 // The ballast is put back only when that much more is free, so that it does not fill the disk itself.
 constexpr unsigned long long ballastMargin = 16ULL << 20;
@@ -73,8 +73,10 @@ std::string StoreFiles::folder() const
 std::string StoreFiles::socketFolder() const
 {
     std::error_code failed;
-    const bool isState = folder() == stateFolder || folder() == fs::weakly_canonical(stateFolder, failed);
-    return isState ? runFolder : folder();
+    const std::shared_ptr<const QmxPlaces> places = QmxEnvironment::current().places;
+    const std::string state = places->state.toStdString();
+    const bool isState = folder() == state || folder() == fs::weakly_canonical(state, failed);
+    return isState ? places->run.toStdString() : folder();
 }
 
 std::string StoreFiles::socketPrefix() const

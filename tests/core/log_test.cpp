@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The log: one line a record, folded, rotated, and never in anybody's way.
 #include "platform/qmx/core/qmxalarmcontroller.h"
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxlogstream.h"
 #include "tests/support/faultyfiles.h"
@@ -148,7 +149,7 @@ TEST(Log, AHangingDiskHoldsNobodyUpAndLossesAreCounted)
     other.join(); // comes to an end although nothing can be written
     const qint64 dropped = QmxLog::defaultLog()->dropped();
     EXPECT_EQ(dropped, 20'000 - 4096);
-    EXPECT_EQ(QmxCounters::instance()->value(QmxCounters::LogDropped), dropped);
+    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::LogDropped), dropped);
     files->release();
     const QByteArrayList got = lines(dir.file("log"));
     EXPECT_TRUE(got.join('\n').contains(QByteArray::number(dropped) + " records were lost"));

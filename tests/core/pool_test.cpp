@@ -3,7 +3,8 @@
 #include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxbuffer.h"
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"
 
@@ -84,7 +85,7 @@ TEST(Pool, ExhaustionIsAnInvalidBufferAnAlarmAndOver)
     EXPECT_EQ(quint64(all.size()), limit / big);
     EXPECT_FALSE(QmxBuffer::allocate(big).isValid());
     EXPECT_EQ(Qmx::pool()->failures(), 2);
-    EXPECT_EQ(QmxCounters::instance()->value(QmxCounters::PoolFailures), 2);
+    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::PoolFailures), 2);
     EXPECT_TRUE(usage().flags & QmxMemoryPool::Exhausted);
     Stepper::deliver();
     ASSERT_EQ(alarms.size(), 1);

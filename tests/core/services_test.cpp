@@ -2,14 +2,13 @@
 // Counters, alarms, lock file, options, record table, operations, profile.
 #include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxalarmcontroller.h"
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxgetopts.h"
 #include "platform/qmx/core/qmxlatency.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/core/qmxoperations.h"
 #include "platform/qmx/core/qmxprofileclock.h"
-#include "platform/qmx/core/qmxrecordtable.h"
 #include "tests/support/print.h"
 #include "tests/support/sendsignal.h"
 #include "tests/support/stepper.h"
@@ -32,7 +31,7 @@
 TEST(Counters, AreReadByNameFromOutside)
 {
     const QString name = QStringLiteral("/xp_test_counters_%1").arg(getpid());
-    QmxCounters *const counters = QmxCounters::instance();
+    QmxCounters *const counters = &QmxEnvironment::current().deck->counters;
     counters->set(QmxCounters::Ticks, 5);
     QmxCountersReader reader;
     EXPECT_FALSE(reader.open(name));
@@ -59,8 +58,8 @@ TEST(Counters, AreReadByNameFromOutside)
             // Locks of an open file description pass to a child: let go, as after an exec.
             for (int fd = 3; fd < 256; ++fd)
                 close(fd);
-            _exit(QmxCounters::instance()->publish(name + "_other") &&
-                  !QmxCounters::instance()->publish(name));
+            _exit(QmxEnvironment::current().deck->counters.publish(name + "_other") &&
+                  !QmxEnvironment::current().deck->counters.publish(name));
         }
         int status = 0;
         waitpid(child, &status, 0);
@@ -88,7 +87,9 @@ TEST(Counters, AreReadByNameFromOutside)
 TEST(Counters, TheLongestTurnOfTheLoopIsMeasured)
 {
     Stepper::runMs(5000); // waiting is no turn
-    const auto longest = [] { return QmxCounters::instance()->value(QmxCounters::EventLoopLongest); };
+    const auto longest = [] {
+        return QmxEnvironment::current().deck->counters.value(QmxCounters::EventLoopLongest);
+    };
     EXPECT_EQ(longest(), 0);
     QTimer::singleShot(
         1, [] { Stepper::clock()->sleepUntil(Stepper::now() + 40 * QmxClock::nsPerMillisecond); });
@@ -208,7 +209,7 @@ TEST(GetOpts, WalksLettersAndKeepsTheFirstError)
 
 TEST(RecordTable, RemembersWhatWasWrittenNotWhatWasCaptured)
 {
-    QmxRecordTable *const table = QmxRecordTable::instance();
+    QmxRecordTable *const table = &QmxEnvironment::current().deck->recordTable;
     const auto tc = [](int frame) { return QmxTimecode(frame, 25, false); };
     EXPECT_FALSE(table->memory().last.isValid());
     table->frameHandedOut(tc(100));
@@ -266,9 +267,9 @@ namespace {
 {
     qmxLogOpenDisplay();
     const qint64 start = Stepper::now();
-    QmxOperations::Token operation = QmxOperations::instance()->begin("closing /m/a.mov");
-    const QmxOperations::Token flush =
-        QmxOperations::instance()->addEmergencyFlush([] { qmxLogOutput(3, "test", 1, "made durable\n"); });
+    QmxOperations::Token operation = QmxEnvironment::current().deck->operations.begin("closing /m/a.mov");
+    const QmxOperations::Token flush = QmxEnvironment::current().deck->operations.addEmergencyFlush(
+        [] { qmxLogOutput(3, "test", 1, "made durable\n"); });
     Qmx::addQuitStep([] { qmxLogOutput(3, "test", 2, "quit step\n"); });
     QTimer::singleShot(int(duration / QmxClock::nsPerMillisecond), [&operation] { operation.reset(); });
     QTimer::singleShot(100, qApp, &QCoreApplication::quit);
@@ -277,7 +278,7 @@ namespace {
     });
     qApp->exec();
     QmxLog::defaultLog()->flush();
-    while (QmxOperations::instance()->inProgress() > 0)
+    while (QmxEnvironment::current().deck->operations.inProgress() > 0)
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
     QmxLog::defaultLog()->flush();
     _exit(0);

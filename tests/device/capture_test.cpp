@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Capture: standby, takes, losses, timecode, set-ups in a take.
-#include "platform/qmx/core/qmxoperations.h"
-#include "platform/qmx/core/qmxrecordfailures.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/device/deviceevents.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
@@ -129,7 +129,7 @@ TEST_F(Capture, losesAFrameOnlyWhenTheQueueIsFullAndSaysSo)
 
     // Somebody is busy while frames are lost: told again when the one after the gap has been read.
     Stepper::runTicks(40);
-    QmxOperations::Token open = QmxOperations::instance()->begin(QStringLiteral("opening"));
+    QmxOperations::Token open = QmxEnvironment::current().deck->operations.begin(QStringLiteral("opening"));
     Stepper::runTicks(1);
     open.reset();
     EXPECT_EQ(bench.takeSignals(), QStringList({"dropped"}));
@@ -234,7 +234,7 @@ TEST_F(Capture, framesInTheCoderBecomeReadableAsTheyAreWhenTheTakeEnds)
 
 TEST_F(Capture, aFailedMediumEndsTheTake)
 {
-    QmxRecordFailures::instance()->report(QStringLiteral("/m/x.mov"), QmxError(EIO));
+    QmxEnvironment::current().deck->recordFailures.report(QStringLiteral("/m/x.mov"), QmxError(EIO));
     Stepper::deliver();
     EXPECT_EQ(bench.takeSignals(), QStringList({"read failed"}));
 }

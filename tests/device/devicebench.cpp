@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/device/devicebench.h"
 
-#include "platform/qmx/core/qmxplayhead.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "tests/support/stepper.h"
 
 #include <array>
@@ -277,7 +278,7 @@ QmxFrame DeviceBench::frame(int number, bool hold, bool key)
         known.meta().insert(QmxId(12), QVariant::fromValue(QmxTimecode(number, 25, false)));
     }
     QmxFrame frame = known;
-    frame.setOrigin(QmxPlayhead::instance()->origin());
+    frame.setOrigin(QmxEnvironment::current().deck->playhead.origin());
     frame.meta().insert(QmxId(14), hold);
     frame.setKeyFrameFlag(key);
     return frame;

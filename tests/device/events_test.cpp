@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Who tells what, and when: open, set-up, input, reference, end.
-#include "platform/qmx/core/qmxcounters.h"
-#include "platform/qmx/core/qmxoperations.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
@@ -23,12 +23,12 @@ TEST(Events, nothingIsToldFromInsideACall)
         EXPECT_TRUE(bench.takeSignals().isEmpty());
         EXPECT_TRUE(bench.device->isInSetup());
         EXPECT_EQ(bench.device->currentSetup(), DeviceBench::captureSetup());
-        EXPECT_EQ(QmxOperations::instance()->inProgress(), 1);
+        EXPECT_EQ(QmxEnvironment::current().deck->operations.inProgress(), 1);
         // The input found at open is told on the first turn of the loop, good or not.
         Stepper::deliver();
         EXPECT_EQ(bench.takeSignals(), QStringList({present ? "input valid" : "input gone", "setup"}));
         EXPECT_FALSE(bench.device->isInSetup());
-        EXPECT_EQ(QmxOperations::instance()->inProgress(), 0);
+        EXPECT_EQ(QmxEnvironment::current().deck->operations.inProgress(), 0);
         Stepper::runTicks(2);
         EXPECT_EQ(bench.takeSignals(true), QStringList({"started", "vbi", "vbi"}));
     }
@@ -153,10 +153,10 @@ TEST(Events, nothingIsLeftBehindAtTheEnd)
     bench.device->setup(DeviceBench::playbackSetup());
     bench.device->flush();
     bench.onVbi = [&] { bench.device.reset(); };
-    EXPECT_EQ(QmxOperations::instance()->inProgress(), 2);
+    EXPECT_EQ(QmxEnvironment::current().deck->operations.inProgress(), 2);
     Stepper::runTicks(3);
     EXPECT_EQ(bench.device, nullptr); // destroyed from inside its own signal
-    EXPECT_EQ(QmxOperations::instance()->inProgress(), 0);
+    EXPECT_EQ(QmxEnvironment::current().deck->operations.inProgress(), 0);
 }
 
 TEST(Events, aStallOfTheClockLosesNoFrameOfATakeAndNeverBursts)
@@ -192,7 +192,9 @@ TEST(Events, aStallOfTheClockLosesNoFrameOfATakeAndNeverBursts)
         EXPECT_EQ(DeviceBench::numberOf(frame), i); // and every frame is in the take
     }
     // A stall beyond what a source keeps is a loss, and an alarm until the clock has been good for a while.
-    const auto dropped = [] { return QmxCounters::instance()->value(QmxCounters::FramesDroppedCapture); };
+    const auto dropped = [] {
+        return QmxEnvironment::current().deck->counters.value(QmxCounters::FramesDroppedCapture);
+    };
     const qint64 before = dropped();
     tick(30);
     EXPECT_EQ(take(DeviceEvent::CaptureDropped).size(), 1);

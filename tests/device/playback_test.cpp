@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Playback: runs, set-ups in the queue, steps, dropped and key frames.
-#include "platform/qmx/core/qmxplayhead.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"
@@ -182,7 +183,7 @@ TEST_F(Playback, keyFramesAreToldOnTheOutputOnceARun)
 
 TEST_F(Playback, currentFrameIsOfTheStreamOpenedLast)
 {
-    QmxPlayhead *playhead = QmxPlayhead::instance();
+    QmxPlayhead *playhead = &QmxEnvironment::current().deck->playhead;
     const quint64 origin = playhead->openBegins();
     playhead->openEnds(origin);
     playhead->setPosition(77);

@@ -3,7 +3,8 @@
 #include "platform/product/clipnames.h"
 #include "platform/product/file.h"
 #include "platform/product/mediacache.h"
-#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/store/configfactoryimpl.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/faultyfiles.h"
@@ -117,12 +118,12 @@ TEST_F(Clips, beingRecordedAreNotListedButCanBeAskedFor)
 
     // One that this process records: the frames accepted so far, whatever the file holds.
     const QString own = medium + "/own.mov";
-    QmxRecordTable::instance()->streamOpening(own);
-    QmxRecordTable::instance()->frameWritten(own, QmxTimecode(), true);
-    QmxRecordTable::instance()->frameWritten(own, QmxTimecode(), false);
+    QmxEnvironment::current().deck->recordTable.streamOpening(own);
+    QmxEnvironment::current().deck->recordTable.frameWritten(own, QmxTimecode(), true);
+    QmxEnvironment::current().deck->recordTable.frameWritten(own, QmxTimecode(), false);
     ASSERT_TRUE(kel::media::MediaCache::GrokClip(clip, local(own), false));
-    EXPECT_EQ(clip.getFrameCount(), QmxRecordTable::instance()->entry(own)->frames);
-    QmxRecordTable::instance()->streamClosed(own);
+    EXPECT_EQ(clip.getFrameCount(), QmxEnvironment::current().deck->recordTable.entry(own)->frames);
+    QmxEnvironment::current().deck->recordTable.streamClosed(own);
     EXPECT_FALSE(kel::media::MediaCache::GrokClip(clip, local(medium + "/none.mov"), false));
 }
 

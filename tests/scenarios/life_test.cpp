@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The end of the program, out of whatever it was doing, and takes that are
 // lost.
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "tests/scenarios/recorderrig.h"
-
-#include "platform/qmx/core/qmxoperations.h"
 
 namespace {
 using LifeScenario = RecorderRig;
@@ -52,7 +52,7 @@ TEST_F(LifeScenario, endsFromEveryModeWithClosedClips)
         quit();
         EXPECT_TRUE(reads(eParam_TransportStatus, 20u));
         EXPECT_TRUE(reads(eParam_TransportRunning, 0u));
-        EXPECT_EQ(QmxOperations::instance()->inProgress(), 0);
+        EXPECT_EQ(QmxEnvironment::current().deck->operations.inProgress(), 0);
         if (!clip.isEmpty()) Take::read(clip).expectWhole();
     }
 }

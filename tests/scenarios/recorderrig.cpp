@@ -3,6 +3,8 @@
 
 #include "companions/stills/stillclips.h"
 #include "platform/product/shmstring.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/edges/lumenprofile.h"
 #include "platform/qmx/edges/qmxstrip.h"
 #include "platform/store/configfactoryimpl.h"
@@ -33,20 +35,20 @@ RecorderRig::RecorderRig(const QString &input, const QString &device)
 {
     for (const char *folder : {"/media/A", "/media/B", "/var/lib/xp"})
         emptyFolder(QLatin1String(folder));
-    writeAll(QLatin1String(LumenProfile::defaultPath),
-             QStringLiteral("[device]\nworkers=2\n%1\n[inputs]\n601=%2\n[outputs]"
-                            "\nmonitor=preview:%3\n")
-                 .arg(device, input, QLatin1String(outputName))
-                 .toUtf8());
+    writeAll(QmxPlaces().profile, QStringLiteral("[device]\nworkers=2\n%1\n[inputs]\n601=%2\n[outputs]"
+                                                 "\nmonitor=preview:%3\n")
+                                      .arg(device, input, QLatin1String(outputName))
+                                      .toUtf8());
     const QString stills = dir.file(QStringLiteral("stills"));
     for (const StillClip &still : stillClips()) {
         if (still.desc.height() >= 1080 || still.desc.dataType() != QmxId(202)) continue;
         EXPECT_FALSE(writeStillClip(stills, still).isError());
     }
     files = std::make_shared<FaultyFiles>(
-        std::make_shared<MovedFiles>(std::map<QString, QString>{{lossOfVideoDirectory, stills}}));
+        std::make_shared<MovedFiles>(std::map<QString, QString>{{QmxPlaces().stills, stills}}));
     QmxEnvironment environment = QmxEnvironment::current();
     environment.files = files;
+    environment.deck = std::make_shared<QmxDeck>();
     QmxEnvironment::setCurrent(environment);
 
     registerMetaTypes();

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/store/config.h"
 #include "tests/scenarios/take.h"
@@ -87,7 +88,10 @@ public:
     bool reads(eParam_t param, const QString &value);
     QString currentPath() { return QStringLiteral("/media/A/") + text(eParam_CurrentClip); }
     static QString shared(const char *name);
-    static qint64 counter(QmxCounters::Row row) { return QmxCounters::instance()->value(row); }
+    static qint64 counter(QmxCounters::Row row)
+    {
+        return QmxEnvironment::current().deck->counters.value(row);
+    }
     /// Waits until the store holds an alarm with this text, or none any more.
     bool shows(eParam_t alarm, const char *text);
     bool isClear(eParam_t alarm);

@@ -2,9 +2,8 @@
 #include "tests/stream/streamrig.h"
 
 #include "platform/qmx/clip/qmxclipreader.h"
-#include "platform/qmx/core/qmxcounters.h"
-#include "platform/qmx/core/qmxoperations.h"
-#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -47,7 +46,7 @@ TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
     const QByteArray before = readAll(path);
     EXPECT_EQ(rig.openForWrite(path), EEXIST);
     EXPECT_EQ(readAll(path), before);
-    EXPECT_TRUE(QmxRecordTable::instance()->entries().isEmpty());
+    EXPECT_TRUE(QmxEnvironment::current().deck->recordTable.entries().isEmpty());
     Stepper::deliver();
     EXPECT_EQ(rig.events.filter("alarm 1901 2").size(), 4);
 }
@@ -66,7 +65,7 @@ TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
     }
     files->failNth(FaultyFiles::Pwrite, 1, ENOSPC, true);
     rig.events.clear();
-    const qint64 dropped = QmxCounters::instance()->value(QmxCounters::FramesDroppedCapture);
+    const qint64 dropped = QmxEnvironment::current().deck->counters.value(QmxCounters::FramesDroppedCapture);
     rig.record(50, 30);
     ASSERT_TRUE(Stepper::runUntil([&rig] { return rig.cache.cacheIsFull(); }));
     Stepper::deliver();
@@ -80,7 +79,8 @@ TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
     rig.close();
     EXPECT_EQ(rig.events.constLast(), "close");
     EXPECT_EQ(rig.cache.position(), 80);
-    EXPECT_EQ(QmxCounters::instance()->value(QmxCounters::FramesDroppedCapture), dropped + 80 - length(path));
+    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::FramesDroppedCapture),
+              dropped + 80 - length(path));
     EXPECT_GE(length(path), 50 - 14);
 
     // The next take is not the heir of this one.
@@ -156,7 +156,7 @@ TEST(StreamFaults, aForcedEndMakesDurableWhatWaits)
     StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
     rig.record(0, 40);
-    QmxOperations::instance()->runEmergencyFlushes();
+    QmxEnvironment::current().deck->operations.runEmergencyFlushes();
     QFile::copy(path, dir.file("copy.mov"));
     EXPECT_EQ(length(dir.file("copy.mov")), 40);
     rig.record(40, 5);

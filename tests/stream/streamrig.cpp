@@ -2,6 +2,8 @@
 #include "tests/stream/streamrig.h"
 
 #include "platform/qmx/clip/qmxclipwriter.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 
 #include <cstring>
 
@@ -104,9 +106,10 @@ StreamRig::StreamRig()
     connect(&_alarms, &QmxAlarmController::alarmTriggered, this, [add](const QmxAlarm &alarm) {
         add(QStringLiteral("alarm %1 %2").arg(alarm.id().value()).arg(int(alarm.level())));
     });
-    _failures = QmxRecordFailures::instance()->subscribe([add](const QString &, const QmxError &error) {
-        add(QStringLiteral("failure %1").arg(error.value()));
-    });
+    _failures = QmxEnvironment::current().deck->recordFailures.subscribe(
+        [add](const QString &, const QmxError &error) {
+            add(QStringLiteral("failure %1").arg(error.value()));
+        });
 }
 
 int StreamRig::open(QmxStream::Mode mode)

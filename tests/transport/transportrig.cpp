@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/transport/transportrig.h"
 
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxoperations.h"
-#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/edges/lumenprofile.h"
 #include "platform/qmx/stream/qmxstream.h"
@@ -18,9 +18,9 @@ TransportRig::TransportRig(const QString &input, const QString &device)
     const QString text = QStringLiteral("[device]\nworkers=2\n%1\n[inputs]\n601=%2\n").arg(device, input);
     writeAll(profile, text.toUtf8());
     files = std::make_shared<FaultyFiles>(std::make_shared<MovedFiles>(std::map<QString, QString>{
-        {LumenProfile::defaultPath, profile}, {lossOfVideoDirectory, media.file(QStringLiteral("stills"))}}));
-    QmxEnvironment environment = QmxEnvironment::current();
+        {QmxPlaces().profile, profile}, {QmxPlaces().stills, media.file(QStringLiteral("stills"))}}));
     environment.files = files;
+    environment.deck = std::make_shared<QmxDeck>();
     QmxEnvironment::setCurrent(environment);
     LumenOptions options;
     options.board = board;
@@ -119,7 +119,7 @@ bool TransportRig::isIdle() const
 
 bool TransportRig::isSettled() const
 {
-    return isIdle() && QmxOperations::instance()->inProgress() == 0 && !(_reported != _vtr->state());
+    return isIdle() && environment.deck->operations.inProgress() == 0 && !(_reported != _vtr->state());
 }
 
 int TransportRig::storageInUse() const
@@ -164,7 +164,7 @@ void TransportRig::startUp()
 
 int TransportRig::framesRecorded() const
 {
-    const auto entry = QmxRecordTable::instance()->entry(recordDesc.toString());
+    const auto entry = environment.deck->recordTable.entry(recordDesc.toString());
     return entry ? entry->frames : 0;
 }
 

@@ -91,6 +91,7 @@ protected:
     static QmxError loseImage(QmxFrame &frame);
 
     TestDir media;
+    QmxEnvironment environment = QmxEnvironment::current(); ///< of this transport, with a deck of its own
     std::shared_ptr<TestBoard> board = std::make_shared<TestBoard>();
     std::shared_ptr<FaultyFiles> files;
     QStringList events;

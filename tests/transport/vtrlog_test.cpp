@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Every line that the transport logs: its text, its level, and what makes it come.
-#include "platform/qmx/core/qmxrecordfailures.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
 
@@ -332,7 +333,7 @@ void LogTest::provokeDevice()
     files->failNth(FaultyFiles::Pwrite, 1, EIO, true);
     ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
     files->clear();
-    QmxRecordFailures::instance()->report("late.mov", QmxError(EIO));
+    QmxEnvironment::current().deck->recordFailures.report("late.mov", QmxError(EIO));
     // A frame that cannot be read, and one that cannot be shown.
     files->failNth(FaultyFiles::Pread, 4, EIO);
     playFromStart("clip.mov", 1.0);

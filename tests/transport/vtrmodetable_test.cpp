@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Whatever happens at whatever moment of a change of mode: the transport comes to rest in the mode that it
 // should be in, has told its state, and holds neither a stream nor the storage that it does not need.
-#include "platform/qmx/core/qmxoperations.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
@@ -222,7 +223,7 @@ void ModeTableTest::expectRestIn(VtrMode::Value mode)
     const auto rests = [&] { return vtr().state().mode().value() == mode && isSettled(); };
     EXPECT_TRUE(Stepper::runUntil(rests))
         << VtrMode::name(vtr().state().mode().value()) << ' ' << vtr().stateToString().toStdString()
-        << ", in progress: " << QmxOperations::instance()->oldest(nullptr).toStdString();
+        << ", in progress: " << QmxEnvironment::current().deck->operations.oldest(nullptr).toStdString();
     // An end is told once, however often the transport does its step.
     Stepper::runMs(vtr().isShutdownComplete() ? 520 : 60);
     EXPECT_STREQ(vtr().state().mode().name(), VtrMode::name(mode));

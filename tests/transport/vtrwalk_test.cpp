@@ -2,8 +2,8 @@
 // Ten thousand commands, settings and faults in a random order. Whatever comes, the transport keeps what
 // expectSound() and expectRest() ask. The way is the same every time; XP_WALK_SECONDS in the environment
 // walks new ones for so long and prints the seed of each, XP_SEED walks one of them again.
-#include "platform/qmx/core/qmxcounters.h"
-#include "platform/qmx/core/qmxoperations.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxplaylist.h"
 #include "platform/qmx/stream/qmxstream.h"
@@ -185,7 +185,7 @@ void WalkTest::expectSound()
     EXPECT_LE(match.captured(4).toInt(), 2);
     for (const QmxStream *one : vtr().findChildren<QmxStream *>())
         EXPECT_EQ(one->isOpen() + one->isOpening() + one->isClosing() + one->isClosed(), 1);
-    EXPECT_LE(QmxOperations::instance()->inProgress(),
+    EXPECT_LE(QmxEnvironment::current().deck->operations.inProgress(),
               4); // stream, still, set-up or flush, an old take's close
 }
 
@@ -195,7 +195,7 @@ void WalkTest::expectRest()
     constexpr qint64 longest = 12 * QmxClock::nsPerSecond; // a medium that fails has answered within ten
     ASSERT_TRUE(Stepper::runUntil([this] { return isSettled(); }, longest))
         << vtr().stateToString().toStdString()
-        << ", in progress: " << QmxOperations::instance()->oldest(nullptr).toStdString();
+        << ", in progress: " << QmxEnvironment::current().deck->operations.oldest(nullptr).toStdString();
     const VtrMode mode = vtr().state().mode();
     const bool usesMedium = mode.isInModePlay() || mode.isInModeRecord();
     EXPECT_EQ(storageInUse(), usesMedium ? 1 : 0);
@@ -214,11 +214,12 @@ void WalkTest::expectProgress()
     if (HasFailure() || !stream().isOpen()) return;
     const bool records = vtr().state().mode().isInModeRecord() && device().currentSetup().isInCapture() &&
                          vtr().inputVideoIsValid() && !vtr().state().intervalRecordEnable();
-    const qint64 before = QmxCounters::instance()->value(QmxCounters::CurrentClipFrames);
+    const qint64 before = QmxEnvironment::current().deck->counters.value(QmxCounters::CurrentClipFrames);
     const auto hasGone = [&] {
         if (!isIdle() || !stream().isOpen()) return true;
         if (vtr().state().mode().isInModePlay()) return hasPicture();
-        return !records || QmxCounters::instance()->value(QmxCounters::CurrentClipFrames) > before;
+        return !records ||
+               QmxEnvironment::current().deck->counters.value(QmxCounters::CurrentClipFrames) > before;
     };
     EXPECT_TRUE(Stepper::runUntil(hasGone, 3 * QmxClock::nsPerSecond)) << vtr().stateToString().toStdString();
 }

@@ -2,8 +2,10 @@
 #include "platform/product/daemonizer.h"
 #include "platform/product/programtext.h"
 #include "platform/qmx/core/qmx.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "xpd/app/mainobject.h"
 #include "xpd/app/qtmessages.h"
 #include "xpd/app/signals.h"
@@ -20,7 +22,6 @@
 
 namespace {
 
-constexpr const char *kLockPath = "/var/lock/xpd.lock";
 constexpr const char *kDefaultLog = "/xpd.log";
 constexpr const char *kNoLog = "/dev/null";
 constexpr int kFrameworkVersion = 1;
@@ -94,7 +95,7 @@ void prepareFramework()
 int main(int argc, char **argv)
 {
     if (const std::optional<int> answered = answerBeforeStart(kText, argc, argv)) return *answered;
-    QmxLockFile lock(QString::fromLatin1(kLockPath));
+    QmxLockFile lock(QmxEnvironment::current().places->recorderLock);
     const bool debug = hasArgument(argc, argv, "-D");
     const bool noDaemon = hasArgument(argc, argv, "-d");
     const QString logPath = logPathFromKernel();

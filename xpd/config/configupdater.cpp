@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/config/configupdater.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxverify.h"
 #include "platform/store/eparam.h"
 #include "platform/store/values.h"
@@ -23,6 +25,11 @@ enum LogLine : int {
 // Loaded at the start; the record format has no effect here.
 constexpr quint32 kInitialParams[] = {eParam_CurrentClip, eParam_CurrentPlayListIndex, eParam_RecordFormat};
 
+std::unique_ptr<ShmString> shared(const QString &name)
+{
+    return std::make_unique<ShmString>(name.toLocal8Bit().constData());
+}
+
 void publish(ShmString &string, const QmxTimecode &tc)
 {
     string.set(tc.toString().toLocal8Bit().constData());
@@ -33,8 +40,8 @@ void publish(ShmString &string, const QmxTimecode &tc)
 ConfigUpdater::ConfigUpdater(ConfigInterface *config, QObject *parent)
     : QObject(parent),
       _config(config),
-      _shmStringCurrentTimecode(std::make_unique<ShmString>("/xpd_currentTimecode")),
-      _shmStringInputTimecode(std::make_unique<ShmString>("/xpd_inputTimecode"))
+      _shmStringCurrentTimecode(shared(QmxEnvironment::current().places->currentTimecode)),
+      _shmStringInputTimecode(shared(QmxEnvironment::current().places->inputTimecode))
 {
     QMX_VERIFY(kSource, CreateCurrentFailed, _shmStringCurrentTimecode->create(64));
     QMX_VERIFY(kSource, CreateInputFailed, _shmStringInputTimecode->create(64));

@@ -14,13 +14,11 @@ struct LossOfVideoFile
     int height;
     bool interlaced;
     QmxId dataType;   ///< 202 stands for all 4:2:2 members of the family
-    QString fileName; ///< below lossOfVideoDirectory
+    QString fileName; ///< below QmxPlaces::stills
 };
-
-inline constexpr char lossOfVideoDirectory[] = "/usr/local/share/media";
 
 /// All stills that there are, in the order in which they are searched.
 const QList<LossOfVideoFile> &lossOfVideoFiles();
 
-/// The file for pictures of `desc`, relative to lossOfVideoDirectory; empty when there is none.
+/// The file for pictures of `desc`, relative to QmxPlaces::stills; empty when there is none.
 QString findLossOfVideoFile(const QmxImageDesc &desc);

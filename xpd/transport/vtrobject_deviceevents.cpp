@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
@@ -158,7 +160,7 @@ void VtrObject::updateLossOfVideoFrame()
         _lossOfVideoStill.clear();
         return;
     }
-    const QString path = QStringLiteral("%1/%2").arg(QLatin1String(lossOfVideoDirectory), name);
+    const QString path = QStringLiteral("%1/%2").arg(QmxEnvironment::current().places->stills, name);
     text(Info, QStringLiteral("Loss of video clip: %1").arg(path));
     _lossOfVideoStill.load(0, path);
 }

@@ -73,17 +73,16 @@ QmxCounters::QmxCounters() : d(std::make_unique<Private>())
     fill(d->own);
 }
 
-QmxCounters::~QmxCounters() = default;
+QmxCounters::~QmxCounters()
+{
+    if (d->lockedFd < 0) return;
+    munmap(d->table.load(), tableSize);
+    close(d->lockedFd);
+}
 
 std::span<const QmxCounters::Description> QmxCounters::descriptions()
 {
     return rows;
-}
-
-QmxCounters *QmxCounters::instance()
-{
-    static QmxCounters *const counters = new QmxCounters; // any thread may count until the very end
-    return counters;
 }
 
 std::atomic<qint64> *QmxCounters::cell(Row row) const
@@ -118,6 +117,7 @@ bool QmxCounters::publish(const QString &name)
         cells[i].value.store(value(Row(i)), std::memory_order_relaxed);
     d->table.store(table, std::memory_order_release);
     d->name = name;
+    // The memory of a name before stays: a thread may be counting there at this moment.
     if (d->lockedFd >= 0) close(d->lockedFd);
     d->lockedFd = fd; // stays open: the kernel lets go of its lock when the process ends
     return true;

@@ -10,7 +10,7 @@
 #include <memory>
 #include <span>
 
-/// The recorder's counters: a table of 64-bit values in shared memory ("/xpd_counters") that companions
+/// The recorder's counters: a table of 64-bit values in shared memory that companions
 /// read while the recorder runs. Every row is written by one thread (any one), without a lock; readers see
 /// each value whole, but not all values of one moment.
 ///
@@ -43,26 +43,22 @@ public:
     };
     static std::span<const Description> descriptions();
 
-    static QmxCounters *instance();
+    QmxCounters();
+    ~QmxCounters();
+    QmxCounters(const QmxCounters &) = delete;
+    QmxCounters &operator=(const QmxCounters &) = delete;
 
     /// Moves the table into shared memory under its name, taking over one that a dead process left behind;
     /// false (and private memory as before) when it cannot be made or a living process has it. Done by
     /// whoever opens the video device. Again: nothing.
-    bool publish(const QString &name = defaultName());
+    bool publish(const QString &name);
     void set(Row row, qint64 value);
     void add(Row row, qint64 increment = 1);
     /// Sets when larger: for maxima.
     void raise(Row row, qint64 value);
     qint64 value(Row row) const;
 
-    static QString defaultName()
-    {
-        return QStringLiteral("/xpd_counters");
-    }
-
 private:
-    QmxCounters();
-    ~QmxCounters();
     std::atomic<qint64> *cell(Row row) const;
     struct Private;
     std::unique_ptr<Private> d;
@@ -85,7 +81,9 @@ public:
     QmxCountersReader &operator=(const QmxCountersReader &) = delete;
 
     /// False when there is none or it makes no sense. Again: takes the present one.
-    bool open(const QString &name = QmxCounters::defaultName());
+    bool open(const QString &name);
+    /// Of the recorder of the environment.
+    bool open();
     QList<Counter> counters() const;
     /// 0 when there is no such row.
     qint64 value(const QString &name) const;

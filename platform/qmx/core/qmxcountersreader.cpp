@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxcounterslayout.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <cstring>
 #include <fcntl.h>
@@ -61,6 +63,11 @@ bool QmxCountersReader::open(const QString &name)
     if (d->makesSense()) return true;
     d->unmap();
     return false;
+}
+
+bool QmxCountersReader::open()
+{
+    return open(QmxEnvironment::current().places->counters);
 }
 
 QList<QmxCountersReader::Counter> QmxCountersReader::counters() const

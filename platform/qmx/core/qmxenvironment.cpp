@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxenvironment.h"
 
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxplaces.h"
+
 #include <mutex>
 
 namespace {
@@ -33,4 +36,14 @@ void QmxEnvironment::setCurrent(const QmxEnvironment &environment)
     Holder &h = holder();
     std::lock_guard lock(h.mutex);
     h.environment = environment;
+}
+
+std::shared_ptr<QmxDeck> QmxEnvironment::newDeck()
+{
+    return std::make_shared<QmxDeck>();
+}
+
+std::shared_ptr<const QmxPlaces> QmxEnvironment::standardPlaces()
+{
+    return std::make_shared<const QmxPlaces>();
 }

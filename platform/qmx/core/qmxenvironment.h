@@ -7,7 +7,11 @@
 
 #include <memory>
 
-/// What the program would otherwise take from the machine behind its back: time, files, chance, threads.
+struct QmxDeck;
+struct QmxPlaces;
+
+/// What the program would otherwise take from the machine behind its back: time, files, chance, threads; and
+/// what its parts share.
 ///
 /// Objects take a copy of current() when they are constructed and use that for their whole life. The
 /// program sets the environment once before the first object exists; a test sets its own. Any thread may
@@ -18,7 +22,15 @@ struct QmxEnvironment
     std::shared_ptr<QmxFiles> files;
     quint32 seed = 0; ///< start value for whoever needs chance
     std::shared_ptr<QmxThreads> threads;
+    /// What the streams and the device of a recorder share; a new one unless told otherwise.
+    std::shared_ptr<QmxDeck> deck = newDeck();
+    /// Where the recorder's files, locks and shared memory are.
+    std::shared_ptr<const QmxPlaces> places = standardPlaces();
 
     static QmxEnvironment current();
     static void setCurrent(const QmxEnvironment &environment);
+
+private:
+    static std::shared_ptr<QmxDeck> newDeck();
+    static std::shared_ptr<const QmxPlaces> standardPlaces();
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxlogwriter.h"
 
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlogfile.h"
 #include "platform/qmx/core/qmxlogfold.h"
@@ -98,7 +98,7 @@ void QmxLogWriter::State::push(Item item)
     std::lock_guard lock(mutex);
     if (!item.command) {
         if (records >= queueBound) {
-            QmxCounters::instance()->set(QmxCounters::LogDropped, ++dropped);
+            QmxEnvironment::current().deck->counters.set(QmxCounters::LogDropped, ++dropped);
             return;
         }
         ++records;

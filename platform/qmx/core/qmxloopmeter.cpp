@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxloopmeter.h"
 
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
@@ -29,6 +30,6 @@ void QmxLoopMeter::turnEnds()
     const bool worked = std::exchange(_working, false);
     // What was done before the loop waited for the first time is the program's start, not a turn.
     if (std::exchange(_running, true) && worked)
-        QmxCounters::instance()->raise(QmxCounters::EventLoopLongest,
-                                       (_clock->now() - _since) / nsPerMicrosecond);
+        QmxEnvironment::current().deck->counters.raise(QmxCounters::EventLoopLongest,
+                                                       (_clock->now() - _since) / nsPerMicrosecond);
 }

@@ -2,7 +2,8 @@
 #include "platform/qmx/core/qmxmemorypool.h"
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemoryregion.h"
@@ -197,10 +198,10 @@ QmxBufferData *QmxMemoryPool::allocate(qsizetype size)
             block->_ref.storeRelaxed(1);
             block->_serial = ++d->serial;
             d->used += quint64(block->_capacity);
-            QmxCounters::instance()->set(QmxCounters::PoolInUse, qint64(d->used));
+            QmxEnvironment::current().deck->counters.set(QmxCounters::PoolInUse, qint64(d->used));
             return block;
         }
-        QmxCounters::instance()->set(QmxCounters::PoolFailures, ++d->failures);
+        QmxEnvironment::current().deck->counters.set(QmxCounters::PoolFailures, ++d->failures);
         nowExhausted = !std::exchange(d->exhausted, true);
         limit = d->limit;
     }
@@ -225,7 +226,7 @@ void QmxMemoryPool::release(QmxBufferData *data)
         std::lock_guard lock(d->mutex);
         d->used -= quint64(data->_capacity);
         d->classes[data->_sizeClass].free.push_back(data);
-        QmxCounters::instance()->set(QmxCounters::PoolInUse, qint64(d->used));
+        QmxEnvironment::current().deck->counters.set(QmxCounters::PoolInUse, qint64(d->used));
         if (d->exhausted && d->used <= d->limit - d->limit / tenths) {
             d->exhausted = false;
             recovered = true;

@@ -30,25 +30,19 @@ qint64 now()
 
 } // namespace
 
-QmxOperations::QmxOperations() : d(std::make_unique<Private>()) {}
+QmxOperations::QmxOperations() : d(std::make_shared<Private>()) {}
 QmxOperations::~QmxOperations() = default;
-
-QmxOperations *QmxOperations::instance()
-{
-    static QmxOperations *const operations = new QmxOperations; // the watchdog asks until the very end
-    return operations;
-}
 
 QmxOperations::Token QmxOperations::begin(const QString &what)
 {
     const qint64 start = now();
     std::lock_guard lock(d->mutex);
     const auto operation = d->operations.insert(d->operations.end(), {what, start});
-    return Token(nullptr, [this, operation](void *) {
+    return Token(nullptr, [shared = d, operation](void *) {
         const qint64 end = now();
-        std::lock_guard guard(d->mutex);
-        d->operations.erase(operation);
-        d->lastCompletion = end;
+        std::lock_guard guard(shared->mutex);
+        shared->operations.erase(operation);
+        shared->lastCompletion = end;
     });
 }
 
@@ -77,9 +71,9 @@ QmxOperations::Token QmxOperations::addEmergencyFlush(std::function<void()> flus
     const auto shared = std::make_shared<Private::Flush>(std::move(flush));
     std::lock_guard lock(d->mutex);
     const auto place = d->flushes.insert(d->flushes.end(), shared);
-    return Token(nullptr, [this, place](void *) {
-        std::lock_guard guard(d->mutex);
-        d->flushes.erase(place);
+    return Token(nullptr, [state = d, place](void *) {
+        std::lock_guard guard(state->mutex);
+        state->flushes.erase(place);
     });
 }
 

@@ -15,7 +15,10 @@
 class QmxOperations
 {
 public:
-    static QmxOperations *instance();
+    QmxOperations();
+    ~QmxOperations();
+    QmxOperations(const QmxOperations &) = delete;
+    QmxOperations &operator=(const QmxOperations &) = delete;
 
     using Token = std::shared_ptr<void>;
     /// `what` names the operation for the operator: "closing /media/A/take_1.mov".
@@ -31,8 +34,6 @@ public:
     void runEmergencyFlushes();
 
 private:
-    QmxOperations();
-    ~QmxOperations();
     struct Private;
-    std::unique_ptr<Private> d;
+    std::shared_ptr<Private> d;
 };

@@ -30,12 +30,6 @@ struct QmxPlayhead::Private
 QmxPlayhead::QmxPlayhead() : d(std::make_unique<Private>()) {}
 QmxPlayhead::~QmxPlayhead() = default;
 
-QmxPlayhead *QmxPlayhead::instance()
-{
-    static QmxPlayhead *const playhead = new QmxPlayhead;
-    return playhead;
-}
-
 quint64 QmxPlayhead::openBegins()
 {
     d->opening = true;

@@ -15,7 +15,10 @@
 class QmxPlayhead
 {
 public:
-    static QmxPlayhead *instance();
+    QmxPlayhead();
+    ~QmxPlayhead();
+    QmxPlayhead(const QmxPlayhead &) = delete;
+    QmxPlayhead &operator=(const QmxPlayhead &) = delete;
 
     /// A read stream is being opened behind a cache: gives the origin that its frames will carry
     /// (QmxFrame::origin()); a previous opening that has not completed is thereby abandoned.
@@ -44,8 +47,6 @@ public:
     quint64 moves() const;
 
 private:
-    QmxPlayhead();
-    ~QmxPlayhead();
     struct Private;
     std::unique_ptr<Private> d;
 };

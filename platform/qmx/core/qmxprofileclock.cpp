@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxeventdispatcher.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -33,7 +34,7 @@ namespace {
 /// initialised: so it is done when the program is loaded, and only when the profile asks for it. No threads
 /// here: the program may still fork.
 const double installed = [] {
-    const double speed = qmxProfileSpeed(QStringLiteral("/etc/xp/lumen.ini"));
+    const double speed = qmxProfileSpeed(QmxPlaces().profile);
     if (speed <= 0 || QCoreApplication::instance()) return 0.0;
     QmxEnvironment environment = QmxEnvironment::current();
     environment.clock = std::make_shared<QmxFastClock>(speed);

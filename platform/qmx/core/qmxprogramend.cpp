@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxprogramend.h"
 
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/core/qmxoperations.h"
 
 #include <QCoreApplication>
 #include <QList>
@@ -33,12 +33,13 @@ void flushClips(const std::shared_ptr<QmxClock> &clock)
     const auto flush = [clock, finished, handover = clock->busy()]() mutable {
         const std::shared_ptr<void> sleeper = clock->addSleeper();
         handover.reset();
-        QmxOperations::instance()->runEmergencyFlushes();
+        QmxEnvironment::current().deck->operations.runEmergencyFlushes();
         finished->interrupt();
     };
     const auto threads = QmxEnvironment::current().threads;
     if (threads->startDetached(QStringLiteral("qmx-last-flush"), std::move(flush)).isError())
-        QmxOperations::instance()->runEmergencyFlushes(); // and if that hangs, somebody has to kill us
+        QmxEnvironment::current()
+            .deck->operations.runEmergencyFlushes(); // and if that hangs, somebody has to kill us
     clock->sleepUntil(clock->now() + flushTime, finished.get());
 }
 
@@ -49,7 +50,7 @@ void watch(const std::shared_ptr<QmxClock> &clock, std::shared_ptr<void> started
     for (;;) {
         clock->sleepUntil(clock->now() + QmxClock::nsPerSecond);
         qint64 age = 0;
-        const QString what = QmxOperations::instance()->oldest(&age);
+        const QString what = QmxEnvironment::current().deck->operations.oldest(&age);
         if (what.isEmpty() || age < hangTime) continue;
         qmxLogOutput(1, "qmxprogramend", __LINE__,
                      "Forced end: %s has been in progress for %d s; open clips are made durable\n",
@@ -72,7 +73,7 @@ void aboutToQuit()
     const auto complete = [&clock, start] {
         const qint64 now = clock->now();
         if (now - start >= longestWait) return true;
-        const QmxOperations *operations = QmxOperations::instance();
+        const QmxOperations *operations = &QmxEnvironment::current().deck->operations;
         return operations->inProgress() == 0 && now - qMax(start, operations->lastCompletion()) >= quietTime;
     };
     while (!complete())

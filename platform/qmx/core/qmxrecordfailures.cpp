@@ -11,13 +11,6 @@ struct QmxRecordFailures::Private
 QmxRecordFailures::QmxRecordFailures() : d(std::make_unique<Private>()) {}
 QmxRecordFailures::~QmxRecordFailures() = default;
 
-QmxRecordFailures *QmxRecordFailures::instance()
-{
-    // A writer that was left behind on a hanging disk may report until the very end.
-    static QmxRecordFailures *const failures = new QmxRecordFailures;
-    return failures;
-}
-
 std::shared_ptr<void> QmxRecordFailures::subscribe(Receiver receiver)
 {
     auto token = std::make_shared<Receiver>(std::move(receiver));

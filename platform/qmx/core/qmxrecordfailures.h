@@ -17,7 +17,10 @@
 class QmxRecordFailures
 {
 public:
-    static QmxRecordFailures *instance();
+    QmxRecordFailures();
+    ~QmxRecordFailures();
+    QmxRecordFailures(const QmxRecordFailures &) = delete;
+    QmxRecordFailures &operator=(const QmxRecordFailures &) = delete;
 
     using Receiver = std::function<void(const QString &path, const QmxError &error)>;
     /// The receiver is called until the token is dropped.
@@ -27,8 +30,6 @@ public:
     void report(const QString &path, const QmxError &error);
 
 private:
-    QmxRecordFailures();
-    ~QmxRecordFailures();
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -34,12 +34,6 @@ struct QmxRecordTable::Private
 QmxRecordTable::QmxRecordTable() : d(std::make_unique<Private>()) {}
 QmxRecordTable::~QmxRecordTable() = default;
 
-QmxRecordTable *QmxRecordTable::instance()
-{
-    static QmxRecordTable *const table = new QmxRecordTable;
-    return table;
-}
-
 void QmxRecordTable::frameHandedOut(const QmxTimecode &timecode)
 {
     std::lock_guard lock(d->mutex);

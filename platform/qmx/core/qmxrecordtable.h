@@ -18,7 +18,10 @@
 class QmxRecordTable
 {
 public:
-    static QmxRecordTable *instance();
+    QmxRecordTable();
+    ~QmxRecordTable();
+    QmxRecordTable(const QmxRecordTable &) = delete;
+    QmxRecordTable &operator=(const QmxRecordTable &) = delete;
 
     struct Entry
     {
@@ -54,8 +57,6 @@ public:
     Memory memory() const;
 
 private:
-    QmxRecordTable();
-    ~QmxRecordTable();
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/lumenengine.h"
 
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemorypool.h"
-#include "platform/qmx/core/qmxplayhead.h"
-#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -61,7 +60,7 @@ QmxId toId(const QVariant &value)
 LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &environment, DeviceEvents &events)
     : _options(options),
       _profile(options.profile ? *options.profile
-                               : LumenProfile::load(QLatin1String(LumenProfile::defaultPath), environment)),
+                               : LumenProfile::load(environment.places->profile, environment)),
       _environment(environment),
       _events(events),
       _reference(_profile.reference),
@@ -261,13 +260,13 @@ QmxError LumenEngine::readFrame(QmxFrame &frame)
         }
         _takeRead = true;
         timecode = captured->timecode;
-        QmxCounters::instance()->add(QmxCounters::FramesRecorded);
+        _environment.deck->counters.add(QmxCounters::FramesRecorded);
         if (captured->afterGap && _repeatDrop) {
             _repeatDrop = false;
             push(DeviceEvent::CaptureDropped, _take);
         }
     }
-    QmxRecordTable::instance()->frameHandedOut(timecode);
+    _environment.deck->recordTable.frameHandedOut(timecode);
     return {};
 }
 
@@ -341,7 +340,7 @@ void LumenEngine::setDirection(const QmxId &direction)
 void LumenEngine::jam(const QmxTimecode &value)
 {
     if (!value.isValid()) return;
-    QmxTimecode first = _generator.jam(value, QmxRecordTable::instance()->memory());
+    QmxTimecode first = _generator.jam(value, _environment.deck->recordTable.memory());
     if (_generator.followsInput()) return;
     const int waiting = _capture.size();
     // Time of day is that of the newest frame that waits, not of the oldest.
@@ -352,7 +351,7 @@ void LumenEngine::jam(const QmxTimecode &value)
 
 QmxMetadataHash LumenEngine::currentFrameMetadata() const
 {
-    QmxPlayhead *playhead = QmxPlayhead::instance();
+    QmxPlayhead *playhead = &_environment.deck->playhead;
     {
         std::lock_guard lock(_mutex);
         const bool fromQueue = _playing && !expectsSought();

@@ -24,7 +24,7 @@ struct LumenOptions
     using SinkMaker =
         std::function<std::unique_ptr<QmxSink>(const QString &locator, const QmxEnvironment &environment)>;
 
-    std::optional<LumenProfile> profile; ///< none: read from LumenProfile::defaultPath
+    std::optional<LumenProfile> profile; ///< none: read from QmxPlaces::profile
     SourceMaker createSource = qmxCreateSource;
     GeneratorMaker createGenerator = qmxCreateInternalGenerator;
     SinkMaker createSink = qmxCreateSink;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "platform/qmx/device/outputformat.h"
@@ -47,7 +47,7 @@ bool sameFormat(const QmxImageDesc &a, const QmxImageDesc &b)
 
 void LumenEngine::tick(const TickSchedule::Step &step, const QmxVideoRate &rate)
 {
-    QmxCounters::instance()->add(QmxCounters::Ticks);
+    _environment.deck->counters.add(QmxCounters::Ticks);
     lateTick(step);
     // A stall that ends at a frame's second field has missed its first one: the frame is made up for now.
     const bool startMissed = !step.frameStart && step.missedFrames > 0;
@@ -88,7 +88,7 @@ void LumenEngine::missedFrames(qint64 count, const QmxTick &tick)
 void LumenEngine::lateTick(const TickSchedule::Step &step)
 {
     if (step.late) {
-        QmxCounters::instance()->add(QmxCounters::LateTicks, std::max<qint64>(1, step.missedFrames));
+        _environment.deck->counters.add(QmxCounters::LateTicks, std::max<qint64>(1, step.missedFrames));
         if (step.deadline - _late.since > QmxClock::nsPerSecond) {
             _late.since = step.deadline;
             _late.count = 0;
@@ -416,13 +416,13 @@ QString LumenEngine::superText(const QmxTimecode &timecode) const
 
 void LumenEngine::countDropped() const
 {
-    QmxCounters::instance()->set(QmxCounters::PreviewDropped, _output.previewDropped());
-    QmxCounters::instance()->set(QmxCounters::OutputDropped, _output.outputDropped());
+    _environment.deck->counters.set(QmxCounters::PreviewDropped, _output.previewDropped());
+    _environment.deck->counters.set(QmxCounters::OutputDropped, _output.outputDropped());
 }
 
 void LumenEngine::count(const Seen &seen, const QmxOutputFrame &output) const
 {
-    QmxCounters *counters = QmxCounters::instance();
+    QmxCounters *counters = &_environment.deck->counters;
     counters->set(QmxCounters::SourceRepeats, seen.input.repeated);
     counters->set(QmxCounters::SourceSkips, seen.input.skipped);
     counters->set(QmxCounters::CaptureQueue, _capture.size());

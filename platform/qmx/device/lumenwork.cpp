@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "platform/qmx/device/picturework.h"
@@ -12,7 +12,7 @@ constexpr int decodedAhead = 8;
 
 void LumenEngine::captureLost(qint64 frames)
 {
-    QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture, frames);
+    _environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
     push(DeviceEvent::CaptureDropped, _take);
 }
 

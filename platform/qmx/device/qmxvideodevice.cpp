@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/qmxvideodevice.h"
 
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/core/qmxoperations.h"
-#include "platform/qmx/core/qmxplayhead.h"
-#include "platform/qmx/core/qmxrecordfailures.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/device/clockthread.h"
 #include "platform/qmx/device/lumenengine.h"
 
@@ -40,6 +39,7 @@ struct QmxVideoDevice::Private
         QmxError error;
     };
 
+    const QmxEnvironment environment = QmxEnvironment::current();
     QmxVideoDevice *q;
     LumenOptions options;
     // Destroyed from the bottom up: the clock first, then the engine, then what they push into.
@@ -81,21 +81,20 @@ bool QmxVideoDevice::open(const QString &name)
         return false;
     }
     // The machine's card publishes what it does; one with a profile of its own keeps it private.
-    if (!d->options.profile && !QmxCounters::instance()->publish())
+    if (!d->options.profile && !d->environment.deck->counters.publish(d->environment.places->counters))
         qmxLogOutput(2, logSource, __LINE__,
                      "The counters %s cannot be shared: companions will not see them\n",
-                     qPrintable(QmxCounters::defaultName()));
-    const QmxEnvironment environment = QmxEnvironment::current();
+                     qPrintable(d->environment.places->counters));
     d->events = std::make_unique<DeviceEvents>(
         [this] { QCoreApplication::postEvent(this, new QEvent(deliverEvent)); });
-    d->engine = std::make_unique<LumenEngine>(d->options, environment, *d->events);
+    d->engine = std::make_unique<LumenEngine>(d->options, d->environment, *d->events);
     DeviceEvent found;
     found.type = DeviceEvent::InputChanged;
     found.state = d->engine->begin();
     d->events->push(found);
-    d->failures = QmxRecordFailures::instance()->subscribe(
+    d->failures = d->environment.deck->recordFailures.subscribe(
         [this](const QString &, const QmxError &error) { d->failTake(error); });
-    d->clock = std::make_unique<ClockThread>(*d->engine, environment);
+    d->clock = std::make_unique<ClockThread>(*d->engine, d->environment);
     return true;
 }
 
@@ -126,7 +125,7 @@ QmxError QmxVideoDevice::setup(const QmxVideoDeviceSetup &setup)
     else
         d->engine->setup(setup);
     d->inSetup = true;
-    d->setupToken = QmxOperations::instance()->begin(QStringLiteral("setting up the video device"));
+    d->setupToken = d->environment.deck->operations.begin(QStringLiteral("setting up the video device"));
     d->pushDone(DeviceEvent::SetupDone);
     d->clock->wake();
     return {};
@@ -148,7 +147,7 @@ void QmxVideoDevice::flush()
     if (!isOpen() || d->flushing) return;
     d->engine->flush();
     d->flushing = true;
-    d->flushToken = QmxOperations::instance()->begin(QStringLiteral("flushing the video device"));
+    d->flushToken = d->environment.deck->operations.begin(QStringLiteral("flushing the video device"));
     d->pushDone(DeviceEvent::FlushDone);
 }
 
@@ -252,7 +251,7 @@ void QmxVideoDevice::Private::deliver(const DeviceEvent &event)
         deliverCaptureDrop(event);
         break;
     case DeviceEvent::PlaybackDropped:
-        QmxCounters::instance()->add(QmxCounters::FramesDroppedPlayback);
+        environment.deck->counters.add(QmxCounters::FramesDroppedPlayback);
         if (event.serial == engine->newestRun()) emit q->frameDropped();
         break;
     case DeviceEvent::KeyFrame:
@@ -260,7 +259,7 @@ void QmxVideoDevice::Private::deliver(const DeviceEvent &event)
         break;
     case DeviceEvent::FlushDone: {
         const QPointer<QmxVideoDevice> alive(q);
-        QmxPlayhead::instance()->whenOpened([alive] {
+        environment.deck->playhead.whenOpened([alive] {
             if (alive && alive->isOpen()) alive->d->finishFlush();
         });
         break;
@@ -285,7 +284,7 @@ void QmxVideoDevice::Private::deliver(const DeviceEvent &event)
 void QmxVideoDevice::Private::deliverCaptureDrop(const DeviceEvent &event)
 {
     if (event.serial != engine->take()) return;
-    if (engine->isRecording() && (!vbiInTake || QmxOperations::instance()->inProgress() > 0))
+    if (engine->isRecording() && (!vbiInTake || environment.deck->operations.inProgress() > 0))
         engine->repeatCaptureDrop();
     emit q->frameDropped();
 }
@@ -310,7 +309,7 @@ void QmxVideoDevice::Private::finishFlush()
     flushing = false;
     flushToken.reset();
     const QPointer<QmxVideoDevice> alive(q);
-    QmxPlayhead *playhead = QmxPlayhead::instance();
+    QmxPlayhead *playhead = &environment.deck->playhead;
     const quint64 moves = playhead->moves();
     emit q->flushed(engine->currentFrameMetadata());
     if (!alive || !q->isOpen()) return;

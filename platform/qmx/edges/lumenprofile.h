@@ -25,8 +25,6 @@
 /// A line that makes no sense is logged with file, number and remedy, and passed over.
 struct LumenProfile
 {
-    static constexpr const char *defaultPath = "/etc/xp/lumen.ini";
-
     QMap<int, QString> inputs;                  ///< source id to locator
     QList<std::pair<QString, QString>> outputs; ///< name and locator, in the file's order
     QmxVideoRefState reference{true, true};

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxpreview.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/edges/sharedwords.h"
 
 #include <algorithm>
@@ -95,7 +97,7 @@ Layout *map(const QString &name, bool writable)
 
 QString QmxPreview::defaultName()
 {
-    return QStringLiteral("/xpd_preview");
+    return QmxEnvironment::current().places->preview;
 }
 
 struct QmxPreviewWriter::Private

@@ -37,7 +37,7 @@ struct QmxPreviewPicture
 namespace QmxPreview {
 constexpr int maximumWidth = 960;
 constexpr int maximumHeight = 576;
-/// "/xpd_preview"
+/// Of the recorder of the environment.
 QString defaultName();
 } // namespace QmxPreview
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/edges/qmxmuxsink.h"
 #include "platform/qmx/edges/qmxnullsink.h"
 #include "platform/qmx/edges/qmxpreviewsink.h"
@@ -14,7 +15,7 @@ namespace {
 std::unique_ptr<QmxSink> createPreview(const QString &locator, const QmxEnvironment &environment)
 {
     const QString name = locator.section(QLatin1Char(':'), 1);
-    return std::make_unique<QmxPreviewSink>(name.isEmpty() ? QmxPreview::defaultName() : name, environment);
+    return std::make_unique<QmxPreviewSink>(name.isEmpty() ? environment.places->preview : name, environment);
 }
 
 std::unique_ptr<QmxSink> createNull(const QString &, const QmxEnvironment &)

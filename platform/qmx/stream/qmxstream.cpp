@@ -2,7 +2,7 @@
 #include "platform/qmx/stream/qmxstream.h"
 
 #include "platform/qmx/core/qmx.h"
-#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/stream/qmxplaylist.h"
 #include "platform/qmx/stream/qmxplaylistindex.h"
 #include "platform/qmx/stream/qmxstreamprivate.h"
@@ -82,7 +82,7 @@ bool QmxStream::open(int mode)
     d->dropNext();
     if (!d->closeAsked) d->abandonCurrent();
     d->mode = mode;
-    if (ask.writes) QmxRecordTable::instance()->streamOpening(ask.path());
+    if (ask.writes) d->environment.deck->recordTable.streamOpening(ask.path());
     if (d->peer) d->peer->openBegins(ask.number, mode);
     if (d->closeAsked)
         d->next = ask;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/qmxstreamcache.h"
 
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreampeer.h"
@@ -15,7 +15,9 @@
 /// Deals out what the stream tells to the half that it concerns.
 struct QmxStreamCache::Private : QmxStreamPeer
 {
-    explicit Private(QmxStreamCache *cache) : q(cache), reading([this] { scheduleReady(); }) {}
+    explicit Private(QmxStreamCache *cache)
+        : q(cache), reading(environment, [this] { scheduleReady(); }), writing(environment)
+    {}
 
     bool isWriting() const { return stream && stream->isOpen() && stream->isWritable(); }
     bool lastOpenWrites() const { return openMode == QmxStream::Write; }
@@ -33,6 +35,7 @@ struct QmxStreamCache::Private : QmxStreamPeer
     void writeFailed(const QmxError &error, bool fatal) override;
     void streamGone() override;
 
+    const QmxEnvironment environment = QmxEnvironment::current();
     QmxStreamCache *const q;
     QmxStream *stream = nullptr;
     int openNumber = 0;
@@ -74,7 +77,7 @@ void QmxStreamCache::Private::opened(int open)
         reading.opened();
         return;
     }
-    QmxCounters *counters = QmxCounters::instance();
+    QmxCounters *counters = &environment.deck->counters;
     counters->set(QmxCounters::CurrentClipFrames, 0);
     const QList<QmxImageDesc> images = stream->info().vids();
     counters->set(QmxCounters::ClipRate,

@@ -2,11 +2,9 @@
 #include "platform/qmx/stream/qmxstreamprivate.h"
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/core/qmxrecordfailures.h"
-#include "platform/qmx/core/qmxrecordtable.h"
 
 #include <QPointer>
 
@@ -49,7 +47,7 @@ void QmxStream::Private::abandonCurrent()
     deadline.stop();
     if (peer) peer->closeBegins(current->ask().writes ? Write : Read);
     if (current->ask().writes) {
-        if (state == State::Opening) QmxRecordTable::instance()->streamOpenFailed(current->ask().path());
+        if (state == State::Opening) environment.deck->recordTable.streamOpenFailed(current->ask().path());
         current->setCancelled();
         current->close();
         leaving.push_back(std::move(current));
@@ -60,7 +58,7 @@ void QmxStream::Private::abandonCurrent()
 
 void QmxStream::Private::dropNext()
 {
-    if (next && next->writes) QmxRecordTable::instance()->streamOpenFailed(next->path());
+    if (next && next->writes) environment.deck->recordTable.streamOpenFailed(next->path());
     next.reset();
 }
 
@@ -116,9 +114,9 @@ void QmxStream::Private::end()
     dropNext();
     if (current && current->ask().writes) {
         if (state == State::Opening)
-            QmxRecordTable::instance()->streamOpenFailed(current->ask().path());
+            environment.deck->recordTable.streamOpenFailed(current->ask().path());
         else
-            QmxRecordTable::instance()->streamClosed(current->ask().path());
+            environment.deck->recordTable.streamClosed(current->ask().path());
     }
 }
 
@@ -153,7 +151,7 @@ void QmxStream::Private::openDone(QmxStreamAsk ask, QmxError error, const QmxStr
 void QmxStream::Private::tellOpenFailed(const QmxStreamAsk &ask, const QmxError &error)
 {
     if (ask.number == opens) info = QmxStreamInfo(); // else it is that of the open that waits
-    if (ask.writes) QmxRecordTable::instance()->streamOpenFailed(ask.path());
+    if (ask.writes) environment.deck->recordTable.streamOpenFailed(ask.path());
     if (peer) peer->openFailed(ask.number);
     emit q->openIsDone(ask.number, error);
 }
@@ -162,7 +160,7 @@ void QmxStream::Private::closeDone()
 {
     deadline.stop();
     if (current && current->ask().writes && !current->isCancelled())
-        QmxRecordTable::instance()->streamClosed(current->ask().path());
+        environment.deck->recordTable.streamClosed(current->ask().path());
     current.reset();
     closeAsked = false;
     state = next ? State::Opening : State::Closed;
@@ -225,7 +223,7 @@ void QmxStream::Private::forget(QmxStreamSession *session)
 {
     for (auto it = leaving.begin(); it != leaving.end(); ++it) {
         if (it->get() != session) continue;
-        QmxRecordTable::instance()->streamClosed(session->ask().path());
+        environment.deck->recordTable.streamClosed(session->ask().path());
         leaving.erase(it);
         return;
     }
@@ -261,7 +259,7 @@ void QmxStream::Private::sessionRoom(QmxStreamSession *session)
 
 void QmxStream::Private::sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal)
 {
-    QmxCounters::instance()->add(QmxCounters::WriteErrors);
+    environment.deck->counters.add(QmxCounters::WriteErrors);
     const QString path = session->ask().path();
     qmxLogOutput(1, logSource, __LINE__, "Writing %s failed: %s\n", qPrintable(path),
                  qPrintable(error.toString()));
@@ -271,7 +269,7 @@ void QmxStream::Private::sessionFailed(QmxStreamSession *session, const QmxError
     if (peer) peer->writeFailed(error, fatal);
     // Whoever records ends the take now: the last thing, since that closes this stream.
     if (alive && fatal && state == State::Open && current.get() == session)
-        QmxRecordFailures::instance()->report(path, error);
+        environment.deck->recordFailures.report(path, error);
 }
 
 void QmxStream::Private::sessionWrote(qint64 microseconds)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreampeer.h"
 #include "platform/qmx/stream/qmxstreamsession.h"
@@ -39,7 +41,7 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     void sessionWrote(qint64 microseconds) override;
     void sessionStalled(QmxStreamSession *session, bool stalled) override;
     void forget(QmxStreamSession *session);
-    void setToken(const QString &doing) { token = QmxOperations::instance()->begin(doing); }
+    void setToken(const QString &doing) { token = environment.deck->operations.begin(doing); }
 
     QmxStream *const q;
     const QmxEnvironment environment = QmxEnvironment::current();

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streamhandover.h"
 
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/qmx/core/qmxtimecode.h"
 #include "platform/qmx/stream/streamwriter.h"
 
@@ -19,10 +18,10 @@ void StreamHandOver::begin()
 void StreamHandOver::write(const QmxFrame &frame, const QString &path)
 {
     // Before it is handed over: the timecode generator continues after this frame from now on.
-    QmxRecordTable::instance()->frameWritten(path, frame.meta().value(QmxIds::timecode).value<QmxTimecode>(),
-                                             _accepted == 0);
+    _environment.deck->recordTable.frameWritten(
+        path, frame.meta().value(QmxIds::timecode).value<QmxTimecode>(), _accepted == 0);
     ++_accepted;
-    QmxCounters::instance()->set(QmxCounters::CurrentClipFrames, _accepted);
+    _environment.deck->counters.set(QmxCounters::CurrentClipFrames, _accepted);
     _waiting.push_back(frame);
 }
 
@@ -30,7 +29,7 @@ void StreamHandOver::drop(const QString &path)
 {
     if (_dropped++ == 0)
         qmxLogOutput(1, "streamcache", __LINE__, "Frames are dropped: %s takes no more\n", qPrintable(path));
-    QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture);
+    _environment.deck->counters.add(QmxCounters::FramesDroppedCapture);
 }
 
 void StreamHandOver::give(StreamWriter *writer, bool all)
@@ -40,13 +39,13 @@ void StreamHandOver::give(StreamWriter *writer, bool all)
         writer->append(_waiting.front());
         _waiting.pop_front();
     }
-    QmxCounters::instance()->set(QmxCounters::CacheFrames, qint64(_waiting.size()));
+    _environment.deck->counters.set(QmxCounters::CacheFrames, qint64(_waiting.size()));
 }
 
 void StreamHandOver::fail()
 {
     _failed = true;
     _dropped += qint64(_waiting.size());
-    QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture, qint64(_waiting.size()));
+    _environment.deck->counters.add(QmxCounters::FramesDroppedCapture, qint64(_waiting.size()));
     _waiting.clear();
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxframe.h"
 
 #include <QString>
@@ -14,6 +15,8 @@ class StreamWriter;
 class StreamHandOver
 {
 public:
+    explicit StreamHandOver(const QmxEnvironment &environment) : _environment(environment) {}
+
     /// A stream is being opened for writing: what was before is forgotten.
     void begin();
 
@@ -31,6 +34,7 @@ public:
     int accepted() const { return _accepted; }
 
 private:
+    const QmxEnvironment _environment;
     std::deque<QmxFrame> _waiting;
     int _accepted = 0;
     qint64 _dropped = 0;

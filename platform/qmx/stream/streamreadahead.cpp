@@ -2,10 +2,9 @@
 #include "platform/qmx/stream/streamreadahead.h"
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxmemorypool.h"
-#include "platform/qmx/core/qmxplayhead.h"
 #include "platform/qmx/stream/qmxstream.h"
 
 #include <cstdlib>
@@ -47,8 +46,8 @@ void StreamReadAhead::begin()
     _alarmRaised = false;
     _length = std::numeric_limits<int>::max();
     _cadence.seek(0);
-    _origin = QmxPlayhead::instance()->openBegins();
-    QmxPlayhead::instance()->setPosition(0);
+    _origin = _environment.deck->playhead.openBegins();
+    _environment.deck->playhead.setPosition(0);
 }
 
 void StreamReadAhead::opened()
@@ -58,7 +57,7 @@ void StreamReadAhead::opened()
 
 void StreamReadAhead::openFailed()
 {
-    QmxPlayhead::instance()->openFails(_origin);
+    _environment.deck->playhead.openFails(_origin);
 }
 
 /// What was asked for before the stream was open comes after what the receivers of openIsDone did, and so
@@ -67,10 +66,10 @@ void StreamReadAhead::openDelivered()
 {
     if (isReading()) {
         moved();
-        QmxPlayhead::instance()->settle();
+        _environment.deck->playhead.settle();
         if (_kept) seek(*std::exchange(_kept, std::nullopt));
     }
-    QmxPlayhead::instance()->openEnds(_origin);
+    _environment.deck->playhead.openEnds(_origin);
 }
 
 bool StreamReadAhead::isReading() const
@@ -104,7 +103,7 @@ void StreamReadAhead::seek(const Seek &to)
 void StreamReadAhead::moved()
 {
     // Past an end the frame at that end is the one that comes next.
-    QmxPlayhead::instance()->setPosition(qBound(0, position(), qMax(0, _length - 1)));
+    _environment.deck->playhead.setPosition(qBound(0, position(), qMax(0, _length - 1)));
     fill();
 }
 
@@ -118,7 +117,7 @@ void StreamReadAhead::fill()
     for (const int frame : upcoming)
         if (!_frames.contains(frame)) missing.append(frame);
     _stream->reader()->want(missing);
-    QmxCounters::instance()->set(QmxCounters::CacheFrames, _frames.size());
+    _environment.deck->counters.set(QmxCounters::CacheFrames, _frames.size());
 }
 
 void StreamReadAhead::dropFar(const QList<int> &upcoming)
@@ -156,7 +155,7 @@ QmxFrame StreamReadAhead::read()
     if (isReading() && _frames.contains(position())) {
         ++_cadence.reads;
         moved();
-        QmxPlayhead::instance()->settle();
+        _environment.deck->playhead.settle();
     }
     return frame;
 }

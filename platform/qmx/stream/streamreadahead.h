@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/stream/qmxstreamcadence.h"
 #include "platform/qmx/stream/streamreader.h"
@@ -19,7 +20,9 @@ class StreamReadAhead
 {
 public:
     /// `ready` is called when there is something new to look at, and may be called again before it is told.
-    explicit StreamReadAhead(std::function<void()> ready) : _ready(std::move(ready)) {}
+    StreamReadAhead(const QmxEnvironment &environment, std::function<void()> ready)
+        : _environment(environment), _ready(std::move(ready))
+    {}
 
     void setStream(QmxStream *stream) { _stream = stream; }
     void setSize(int frames);
@@ -66,6 +69,7 @@ private:
     void fill();
     void dropFar(const QList<int> &upcoming);
 
+    const QmxEnvironment _environment;
     std::function<void()> _ready;
     QmxStream *_stream = nullptr;
     int _size = defaultSize;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streamreader.h"
 
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 #include "platform/qmx/stream/qmxplaylistindex.h"
@@ -182,7 +182,7 @@ void StreamReader::State::readFrame(const Request &request)
         const qint64 local = request.frame - source.entries.at(index).first;
         result.error = readFrame(index, local, result.data);
         if (result.error.isError()) {
-            QmxCounters::instance()->add(QmxCounters::ReadErrors);
+            environment.deck->counters.add(QmxCounters::ReadErrors);
             const StreamReaderEntries::Description form = entries.description(index);
             result.data = StreamReaderBlack::frame(form.image, form.audio, local);
         } else {

@@ -2,11 +2,10 @@
 #include "platform/qmx/stream/streamwriterstate.h"
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemorypool.h"
-#include "platform/qmx/core/qmxoperations.h"
 
 #include <QFileInfo>
 
@@ -81,7 +80,7 @@ StreamWriter::State::Step StreamWriter::State::nextStep(QmxFrame &frame)
     }
     if (failed) {
         dropped += qint64(queue.size());
-        QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture, qint64(queue.size()));
+        environment.deck->counters.add(QmxCounters::FramesDroppedCapture, qint64(queue.size()));
         queue.clear();
         queuedBytes = 0;
         unflushed = 0;
@@ -138,10 +137,10 @@ void StreamWriter::State::openFile()
     if (error.isError()) {
         doneChanged.notify_all();
     } else {
-        emergency = QmxOperations::instance()->addEmergencyFlush([weak = weak_from_this()] {
+        emergency = environment.deck->operations.addEmergencyFlush([weak = weak_from_this()] {
             if (const std::shared_ptr<State> self = weak.lock()) self->flushAtOnce();
         });
-        QmxCounters::instance()->set(QmxCounters::RecordedUpTo, 0);
+        environment.deck->counters.set(QmxCounters::RecordedUpTo, 0);
     }
     events.opened(error);
 }
@@ -157,7 +156,7 @@ void StreamWriter::State::writeFrame(const QmxFrame &frame)
         writing = 0;
     }
     if (error.isError()) {
-        QmxCounters::instance()->add(QmxCounters::FramesDroppedCapture);
+        environment.deck->counters.add(QmxCounters::FramesDroppedCapture);
         if (writer->failed()) {
             fail(error);
         } else {
@@ -188,8 +187,8 @@ void StreamWriter::State::frameLeft()
 /// Publishes the state of the queue; with the mutex held.
 void StreamWriter::State::judgeSpeed()
 {
-    QmxCounters::instance()->set(QmxCounters::WriterQueue, qint64(queue.size()));
-    QmxCounters::instance()->set(QmxCounters::WriterQueueBytes, queuedBytes);
+    environment.deck->counters.set(QmxCounters::WriterQueue, qint64(queue.size()));
+    environment.deck->counters.set(QmxCounters::WriterQueueBytes, queuedBytes);
     const double fill =
         qMax(double(queue.size()) / maximumFrames, double(queuedBytes) / double(maximumBytes));
     if (fill > slowAbove) setSlow(true);
@@ -206,7 +205,7 @@ void StreamWriter::State::flushFile()
         fail(error);
         return;
     }
-    QmxCounters *counters = QmxCounters::instance();
+    QmxCounters *counters = &environment.deck->counters;
     counters->set(QmxCounters::RecordedUpTo, writer->framesDurable());
     counters->set(QmxCounters::WriteLatencyP50, latency.percentile(0.50) / 1000);
     counters->set(QmxCounters::WriteLatencyP99, latency.percentile(0.99) / 1000);
@@ -222,7 +221,7 @@ void StreamWriter::State::closeFile()
         const bool wasFailed = failed;
         const qint64 frames = writer->framesWritten();
         error = writer->close();
-        if (!error.isError() && !wasFailed) QmxCounters::instance()->set(QmxCounters::RecordedUpTo, frames);
+        if (!error.isError() && !wasFailed) environment.deck->counters.set(QmxCounters::RecordedUpTo, frames);
         if (wasFailed) error = {}; // it has been told
     }
     {

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxoperations.h"
+#include "platform/qmx/core/qmxplayhead.h"
+#include "platform/qmx/core/qmxrecordfailures.h"
+#include "platform/qmx/core/qmxrecordtable.h"
+
+/// What the streams and the video device of one recorder know of each other, and what they tell of it. Handed
+/// over in the environment (QmxEnvironment::deck); recorders in one process have one each. Threads: as each
+/// member says.
+struct QmxDeck
+{
+    QmxPlayhead playhead;
+    QmxRecordTable recordTable;
+    QmxRecordFailures recordFailures;
+    QmxOperations operations;
+    QmxCounters counters;
+};

@@ -60,3 +60,5 @@ QList<Figure> benchMonitoring(int seconds);
 // proresbench.cpp
 QList<Figure> benchProRes(int seconds);
 QList<Figure> benchProResLatency(int seconds);
+// proresdecodebench.cpp
+QList<Figure> benchProResDecode(int seconds);

@@ -10,6 +10,7 @@
 #include <QSaveFile>
 
 #include <algorithm>
+#include <bit>
 #include <filesystem>
 #include <set>
 
@@ -37,7 +38,9 @@ QmxPicture pictureOf(const std::string &clip, const QmxEnvironment &environment)
     const QmxCodecRow *codec = qmxCodec(image.desc().dataType());
     const auto decoder = codec ? codec->createDecoder(image.desc()) : nullptr;
     QmxPicture picture;
-    if (!decoder || decoder->decode(image.buffers().first(), picture).isError()) return {};
+    // At least as large as it will be shown.
+    const int divisor = int(std::bit_floor(unsigned(std::max(1, image.desc().width() / width))));
+    if (!decoder || decoder->decodeSmaller(image.buffers().first(), divisor, picture).isError()) return {};
     return picture;
 }
 

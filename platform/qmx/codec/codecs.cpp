@@ -35,7 +35,10 @@ std::vector<QmxCodecRow> libavRows()
 {
     std::vector<QmxCodecRow> rows(codecRows.begin(), codecRows.end());
     for (QmxCodecRow &row : rows)
-        if (row.createEncoder == qmxCreateProResEncoder) row.createEncoder = qmxCreateLibavProResEncoder;
+        if (row.createEncoder == qmxCreateProResEncoder) {
+            row.createEncoder = qmxCreateLibavProResEncoder;
+            row.createDecoder = qmxCreateLibavProResDecoder;
+        }
     return rows;
 }
 
@@ -51,6 +54,18 @@ QmxVideoEncoder::~QmxVideoEncoder() = default;
 QmxVideoDecoder::~QmxVideoDecoder() = default;
 
 void QmxVideoEncoder::setHelpers(QmxHelpers *) {}
+
+void QmxVideoDecoder::setHelpers(QmxHelpers *) {}
+
+QmxError QmxVideoDecoder::decodeSmaller(const QmxBuffer &coded, int, QmxPicture &picture)
+{
+    return decode(coded, picture);
+}
+
+int QmxVideoDecoder::damagedParts() const
+{
+    return 0;
+}
 
 std::span<const QmxCodecRow> qmxCodecs()
 {

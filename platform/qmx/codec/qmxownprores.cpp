@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/codec/prores/proresframecoder.h"
+#include "platform/qmx/codec/prores/proresframedecoder.h"
 #include "platform/qmx/codec/qmxlibav.h"
 #include "platform/qmx/codec/qmxpictureconverter.h"
 #include "platform/qmx/codec/qmxprores.h"
@@ -59,7 +60,60 @@ private:
     QmxPicture::Format _format;
     QmxPictureConverter _converter;
 };
+
+class OwnProResDecoder : public QmxVideoDecoder
+{
+public:
+    explicit OwnProResDecoder(const QmxImageDesc &desc)
+        : _format(ProRes::kind(desc.dataType()).fullChroma ? QmxPicture::Format::Yuv444P10
+                                                           : QmxPicture::Format::Yuv422P10)
+    {}
+
+    void setHelpers(QmxHelpers *helpers) override { _decoder.setHelpers(helpers); }
+
+    QmxError decode(const QmxBuffer &coded, QmxPicture &picture) override
+    {
+        return decodeSmaller(coded, 1, picture);
+    }
+
+    QmxError decodeSmaller(const QmxBuffer &coded, int divisor, QmxPicture &picture) override
+    {
+        using ProResInverse::Scale;
+        _damaged = 0;
+        if (const QmxError error = _decoder.read(coded.constData(), coded.size()); error.isError())
+            return error;
+        const Scale scale = divisor >= 8   ? Scale::Eighth
+                            : divisor >= 4 ? Scale::Quarter
+                            : divisor >= 2 ? Scale::Half
+                                           : Scale::Full;
+        QmxPicture decoded = QmxPicture::allocate(_decoder.frame().fullChroma ? QmxPicture::Format::Yuv444P10
+                                                                              : QmxPicture::Format::Yuv422P10,
+                                                  _decoder.sizeAt(scale));
+        if (!decoded.isValid()) return QmxError(ENOMEM, QStringLiteral("Out of picture memory"));
+        ProResTarget target;
+        for (int plane = 0; plane < 3; ++plane) {
+            target.plane[size_t(plane)] = decoded.row(plane, 0);
+            target.stride[size_t(plane)] = decoded.stride(plane) / qsizetype(sizeof(quint16));
+        }
+        _damaged = _decoder.decode(target, scale);
+        picture = decoded.format() == _format ? decoded : _converter.convert(decoded, _format);
+        return picture.isValid() ? QmxError() : QmxError(ENOMEM, QStringLiteral("Out of picture memory"));
+    }
+
+    int damagedParts() const override { return _damaged; }
+
+private:
+    ProResFrameDecoder _decoder;
+    QmxPicture::Format _format;
+    QmxPictureConverter _converter;
+    int _damaged = 0;
+};
 } // namespace
+
+std::unique_ptr<QmxVideoDecoder> qmxCreateProResDecoder(const QmxImageDesc &desc)
+{
+    return std::make_unique<OwnProResDecoder>(desc);
+}
 
 ProResFormat qmxProResFormat(const QmxImageDesc &desc)
 {

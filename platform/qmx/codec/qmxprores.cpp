@@ -250,7 +250,7 @@ std::unique_ptr<QmxVideoEncoder> qmxCreateLibavProResEncoder(const QmxImageDesc 
     return std::make_unique<ProResEncoder>(desc);
 }
 
-std::unique_ptr<QmxVideoDecoder> qmxCreateProResDecoder(const QmxImageDesc &desc)
+std::unique_ptr<QmxVideoDecoder> qmxCreateLibavProResDecoder(const QmxImageDesc &desc)
 {
     return std::make_unique<ProResDecoder>(desc);
 }

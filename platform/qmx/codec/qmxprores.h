@@ -16,7 +16,11 @@ std::unique_ptr<QmxVideoEncoder> qmxCreateProResEncoder(const QmxImageDesc &desc
 /// frame to frame. Creating one takes some milliseconds: make it ahead of the first frame.
 std::unique_ptr<QmxVideoEncoder> qmxCreateLibavProResEncoder(const QmxImageDesc &desc);
 
+/// Our own decoder: frames of every coder, whole or smaller; a damaged slice is grey and counted.
 std::unique_ptr<QmxVideoDecoder> qmxCreateProResDecoder(const QmxImageDesc &desc);
+
+/// libavcodec's, for comparison.
+std::unique_ptr<QmxVideoDecoder> qmxCreateLibavProResDecoder(const QmxImageDesc &desc);
 
 /// What the frame headers say of pictures of this description.
 ProResFormat qmxProResFormat(const QmxImageDesc &desc);

@@ -27,7 +27,15 @@ class QmxVideoDecoder
 {
 public:
     virtual ~QmxVideoDecoder();
+    /// Threads that may help with a picture that somebody waits for; they outlive the decoder. The samples
+    /// are the same with them.
+    virtual void setHelpers(QmxHelpers *helpers);
     virtual QmxError decode(const QmxBuffer &coded, QmxPicture &picture) = 0;
+    /// The same at a part of its size, for thumbnails and other small views: width and height divided by 2, 4
+    /// or 8 and rounded up. A codec that cannot do that cheaply gives the whole picture.
+    virtual QmxError decodeSmaller(const QmxBuffer &coded, int divisor, QmxPicture &picture);
+    /// Parts of the picture decoded last that were damaged; they are grey.
+    virtual int damagedParts() const;
 };
 
 /// One codec: a row of the table in codecs.cpp, with a file of its own behind it.

@@ -5,9 +5,12 @@
 
 void LumenEngine::pictureAlarm(const DecodedPicture &shown)
 {
-    _pictureProblem = shown.failed ? QStringLiteral("A picture cannot be shown (%1): the output is black")
-                                         .arg(shown.image.desc().toString())
-                                   : QString();
+    _pictureProblem.clear();
+    if (shown.failed)
+        _pictureProblem = QStringLiteral("A picture cannot be shown (%1): the output is black")
+                              .arg(shown.image.desc().toString());
+    else if (shown.damagedParts > 0)
+        _pictureProblem = QStringLiteral("A picture of the clip is damaged: parts of it are grey");
 }
 
 /// An output cannot be served, or what is played cannot be shown: one alarm, whichever of them is first.

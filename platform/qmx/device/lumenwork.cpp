@@ -118,6 +118,7 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
     const QmxImageDesc desc = picture->image.desc();
     QmxPicture decoded;
     QmxError error(ENOTSUP);
+    int damaged = 0;
     {
         std::lock_guard lock(_mutex);
         // A flush has forgotten its frame and nobody has asked for it again.
@@ -127,8 +128,10 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
             return;
         }
     }
-    if (QmxVideoDecoder *decoder = contexts.decoder(desc))
+    if (QmxVideoDecoder *decoder = contexts.decoder(desc)) {
         error = decoder->decode(picture->image.buffers().first(), decoded);
+        damaged = decoder->damagedParts();
+    }
     if (error.isError())
         qmxLogOutput(2, logSource, __LINE__, "A picture cannot be shown: %s: %s\n",
                      qPrintable(desc.toString()), qPrintable(error.toString()));
@@ -137,6 +140,7 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
     std::lock_guard lock(_mutex);
     picture->picture = decoded;
     picture->failed = error.isError();
+    picture->damagedParts = damaged;
     picture->state = DecodedPicture::Done;
     _decoded.keep(picture);
 }

@@ -35,6 +35,7 @@ QmxVideoDecoder *CodecContexts::decoder(const QmxImageDesc &desc)
     const QmxCodecRow *row = _lookup(desc.dataType());
     if (!row || !row->createDecoder) return nullptr;
     _decoders.push_front({desc, row->createDecoder(desc)});
+    if (_helpers && _decoders.front().coder) _decoders.front().coder->setHelpers(_helpers);
     if (_decoders.size() > kept) _decoders.pop_back();
     return _decoders.front().coder.get();
 }

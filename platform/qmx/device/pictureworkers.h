@@ -20,7 +20,7 @@ using CodecLookup = std::function<const QmxCodecRow *(const QmxId &dataType)>;
 class CodecContexts
 {
 public:
-    /// Encoders may be helped with large pictures; null: by nobody.
+    /// Coders may be helped with a picture that is waited for; null: by nobody.
     explicit CodecContexts(const CodecLookup &lookup, QmxHelpers *helpers = nullptr)
         : _lookup(lookup), _helpers(helpers)
     {}

@@ -22,6 +22,7 @@ struct DecodedPicture
     QmxPicture picture; ///< not valid when done: black
     State state = Waiting;
     bool failed = false;
+    int damagedParts = 0; ///< grey parts of the picture
 };
 using DecodedPicturePtr = std::shared_ptr<DecodedPicture>;
 

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/codec/prores/proresslicedecoder.h"
+
+#include <QtEndian>
+
+#include <algorithm>
+
+namespace {
+constexpr quint16 neutral = 512, opaque = 1023;
+constexpr int alphaPlane = 3;
+} // namespace
+
+ProResSliceDecoder::ProResSliceDecoder()
+{
+    for (auto &levels : _levels)
+        levels.level.fill(0);
+}
+
+QSize ProResSliceDecoder::sizeAt(const QSize &size, ProResInverse::Scale scale)
+{
+    const auto scaled = [scale](int samples) {
+        return (samples * ProResInverse::edge(scale) + ProRes::blockEdge - 1) / ProRes::blockEdge;
+    };
+    return {scaled(size.width()), scaled(size.height())};
+}
+
+void ProResSliceDecoder::begin(const ProResCodedFrame &frame, ProResInverse::Scale scale,
+                               const ProResTarget &target)
+{
+    _frame = &frame;
+    _scale = scale;
+    _target = target;
+    _size = sizeAt(frame.size, scale);
+    const bool interlaced = frame.scan != ProResFormat::Progressive;
+    const std::array matrices = {frame.lumaMatrix, frame.chromaMatrix};
+    for (size_t i = 0; i < matrices.size(); ++i)
+        if (matrices[i] != _matrices[i] || interlaced != _interlaced || scale != _madeFor) {
+            _matrices[i] = matrices[i];
+            for (auto &dequantiser : _dequantisers[i])
+                dequantiser.reset();
+        }
+    _interlaced = interlaced;
+    _madeFor = scale;
+}
+
+ProResSliceDecoder::Parts ProResSliceDecoder::parts(const ProResCodedSlice *slice) const
+{
+    constexpr int leastHeader = 6, headerWithCr = 8, sizeShift = 3;
+    Parts parts{slice};
+    if (!slice || !slice->bytes || slice->size < leastHeader) return parts;
+    const int header = slice->bytes[0] >> sizeShift;
+    if (header < leastHeader || header > slice->size) return parts;
+    parts.quantiser = std::clamp<int>(slice->bytes[1], 1, ProRes::coarsestQuantiser);
+    int left = slice->size - header;
+    const uchar *at = slice->bytes + header;
+    for (size_t plane = 0; plane < parts.bytes.size(); ++plane) {
+        // What the header does not say is the rest.
+        const bool told = plane < 2 || (plane == 2 && header >= headerWithCr);
+        const int size = told ? qFromBigEndian<quint16>(slice->bytes + 2 + 2 * plane) : left;
+        if (size > left) return parts;
+        parts.bytes[plane] = at;
+        parts.size[plane] = size;
+        at += size;
+        left -= size;
+    }
+    parts.good = true;
+    return parts;
+}
+
+int ProResSliceDecoder::blocks(const ProResCodedSlice &slice, int plane) const
+{
+    return slice.place.macroblocks * (half(plane) ? 2 : 4);
+}
+
+ProResSliceDecoder::Area ProResSliceDecoder::area(const ProResCodedSlice &slice, int plane) const
+{
+    const int pictures = _interlaced ? 2 : 1;
+    const int firstLine =
+        _frame->scan == ProResFormat::BottomFieldFirst ? 1 - slice.place.picture : slice.place.picture;
+    const int height = 2 * ProResInverse::edge(_scale);
+    const int macroblockWidth = half(plane) ? height / 2 : height;
+    const int width = slice.place.macroblocks * macroblockWidth;
+    const int left = slice.place.column * macroblockWidth, top = slice.place.row * height;
+    const int planeWidth = half(plane) ? (_size.width() + 1) / 2 : _size.width();
+    const int pictureHeight = (_size.height() + pictures - 1 - firstLine) / pictures;
+    const qsizetype stride = _target.stride[size_t(plane)];
+    return {_target.plane[size_t(plane)] + (qsizetype(top) * pictures + firstLine) * stride + left,
+            stride * pictures,
+            width,
+            height,
+            std::clamp(planeWidth - left, 0, width),
+            std::clamp(pictureHeight - top, 0, height)};
+}
+
+const ProResInverse::Dequantiser &ProResSliceDecoder::dequantiser(int plane, int quantiser)
+{
+    const size_t kind = plane == 0 ? 0 : 1;
+    auto &made = _dequantisers[kind][size_t(quantiser)];
+    if (!made)
+        made = std::make_unique<ProResInverse::Dequantiser>(_matrices[kind], quantiser, _interlaced, _scale);
+    return *made;
+}
+
+/// The order of blocks is that of macroblocks; within one, luma goes line by line, colour column by column.
+void ProResSliceDecoder::put(const Parts &parts, int plane, const ProResEntropy::Component &component)
+{
+    ProResInverse::transform(*component.levels, component.blocks, component.places,
+                             dequantiser(plane, parts.quantiser), _scale, _samples);
+    const Area a = area(*parts.slice, plane);
+    const int length = ProResInverse::edge(_scale);
+    quint16 *origin = a.whole() ? a.first : _edge.data();
+    const qsizetype stride = a.whole() ? a.stride : a.width;
+    std::array<quint16 *, ProRes::lanes> first;
+    for (int block = 0; block < component.blocks; ++block) {
+        int column, row;
+        if (half(plane)) {
+            column = block / 2;
+            row = block % 2;
+        } else {
+            const bool second = block & 1, third = block & 2;
+            column = block / 4 * 2 + (plane == 0 ? second : third);
+            row = plane == 0 ? third : second;
+        }
+        first[size_t(block)] = origin + row * length * stride + column * length;
+    }
+    ProResInverse::store(_samples, component.blocks, first.data(), stride, _scale);
+    if (a.whole()) return;
+    for (int y = 0; y < a.shownHeight; ++y)
+        std::copy_n(_edge.data() + y * a.width, a.shownWidth, a.first + y * a.stride);
+}
+
+bool ProResSliceDecoder::putAlpha(const Parts &parts)
+{
+    constexpr int wideBits = 16, sampleBits = 10;
+    const Area a = area(*parts.slice, alphaPlane);
+    if (!ProResEntropy::decodeAlpha(parts.bytes[alphaPlane], parts.size[alphaPlane], _frame->alphaBits,
+                                    _alpha.data(), a.width * a.height))
+        return false;
+    for (int y = 0; y < a.shownHeight; ++y)
+        for (int x = 0; x < a.shownWidth; ++x)
+            a.first[y * a.stride + x] = _alpha[size_t(y * a.width + x)] >> (wideBits - sampleBits);
+    return true;
+}
+
+/// Mid grey: seen for what it is, and no shock to who watches.
+void ProResSliceDecoder::putGrey(const ProResCodedSlice &slice)
+{
+    for (int plane = 0; plane <= alphaPlane; ++plane) {
+        if (!_target.plane[size_t(plane)]) continue;
+        const Area a = area(slice, plane);
+        for (int y = 0; y < a.shownHeight; ++y)
+            std::fill_n(a.first + y * a.stride, a.shownWidth, plane == alphaPlane ? opaque : neutral);
+    }
+}
+
+int ProResSliceDecoder::decode(const ProResCodedSlice &first, const ProResCodedSlice *second)
+{
+    std::array<Parts, 2> pair = {parts(&first), parts(second)};
+    const int places = ProResInverse::placesNeeded(_scale);
+    for (int plane = 0; plane < alphaPlane; ++plane) {
+        std::array<ProResEntropy::Component, 2> components;
+        for (size_t i = 0; i < pair.size(); ++i)
+            if (pair[i].good)
+                components[i] = {pair[i].bytes[size_t(plane)], pair[i].size[size_t(plane)],
+                                 blocks(*pair[i].slice, plane), &_levels[i]};
+        ProResEntropy::decode(components[0], components[1], places, _frame->end);
+        for (size_t i = 0; i < pair.size(); ++i) {
+            pair[i].good = pair[i].good && components[i].places > 0;
+            if (pair[i].good) put(pair[i], plane, components[i]);
+        }
+    }
+    int damaged = 0;
+    for (Parts &parts : pair) {
+        if (!parts.slice) continue;
+        if (parts.good && _target.plane[alphaPlane] && _scale == ProResInverse::Scale::Full) {
+            if (_frame->alphaBits == 0) {
+                const Area a = area(*parts.slice, alphaPlane);
+                for (int y = 0; y < a.shownHeight; ++y)
+                    std::fill_n(a.first + y * a.stride, a.shownWidth, opaque);
+            } else {
+                parts.good = putAlpha(parts);
+            }
+        }
+        if (parts.good) continue;
+        putGrey(*parts.slice);
+        ++damaged;
+    }
+    return damaged;
+}

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/codec/prores/proresframedecoder.h"
+#include "platform/qmx/codec/prores/prorestargets.h"
+#include "tests/prores/proresrig.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <hwy/targets.h>
+#include <numbers>
+
+namespace {
+using ProResInverse::Scale;
+
+ProResTarget targetOf(ProResTestFrame &frame)
+{
+    ProResTarget target;
+    for (size_t plane = 0; plane < 4; ++plane) {
+        if (frame.samples[plane].empty()) continue;
+        target.plane[plane] = frame.samples[plane].data();
+        target.stride[plane] = frame.width(int(plane));
+    }
+    return target;
+}
+
+/// Greatest difference between two frames, all planes.
+int greatestDifference(const ProResTestFrame &a, const ProResTestFrame &b)
+{
+    int greatest = 0;
+    for (size_t plane = 0; plane < a.samples.size(); ++plane)
+        for (size_t i = 0; i < a.samples[plane].size(); ++i)
+            greatest = std::max(greatest, std::abs(int(a.samples[plane][i]) - b.samples[plane][i]));
+    return greatest;
+}
+
+/// Sample (x, y) of a block of `edge` lines: the inverse cosine transform of that many points, in double
+/// precision.
+double exactSample(const std::array<double, 64> &coefficients, int edge, int x, int y)
+{
+    double sum = 0;
+    for (int v = 0; v < edge; ++v)
+        for (int u = 0; u < edge; ++u) {
+            const double scale = (u ? 1 : std::numbers::sqrt2 / 2) * (v ? 1 : std::numbers::sqrt2 / 2);
+            sum += scale * coefficients[size_t(v * 8 + u)] *
+                   std::cos((2 * x + 1) * u * std::numbers::pi / (2 * edge)) *
+                   std::cos((2 * y + 1) * v * std::numbers::pi / (2 * edge));
+        }
+    return std::clamp(512 + sum * 2 / 8, 4.0, 1019.0);
+}
+} // namespace
+
+TEST(ProResDecode, isWithinOneOfTheExactTransformOnEveryTargetAndAtEveryScale)
+{
+    const auto targets = hwy::SupportedAndGeneratedTargets();
+    EXPECT_GE(targets.size(), 2U);
+    std::minstd_rand random(11);
+    ProRes::Matrix matrix;
+    double squares = 0, samples = 0;
+    for (int round = 0; round < 60; ++round) {
+        for (auto &weight : matrix)
+            weight = quint8(4 + random() % (round % 2 ? 60 : 4));
+        const int quantiser = 1 + int(random() % (round % 3 ? 8 : 60));
+        const int blocks = 1 << random() % 6, places = 1 + int(random() % 64);
+        const bool interlaced = random() % 2;
+        ProResEntropy::Levels levels{};
+        std::vector<std::array<double, 64>> coefficients(size_t(blocks), std::array<double, 64>{});
+        for (size_t n = 0; n < size_t(places); ++n)
+            for (int block = 0; block < blocks; ++block) {
+                const int place = ProRes::scan(interlaced)[n];
+                const double step = quantiser * matrix[size_t(place)] / 4.0;
+                const int most = int((n == 0 ? 3000 : 700) / step);
+                const int level = random() % 3 ? 0 : int(random() % unsigned(2 * most + 1)) - most;
+                levels.level[n * size_t(blocks) + size_t(block)] = qint16(level);
+                coefficients[size_t(block)][size_t(place)] = level * step;
+            }
+        for (const Scale scale : {Scale::Full, Scale::Half, Scale::Quarter, Scale::Eighth}) {
+            const int edge = ProResInverse::edge(scale);
+            const ProResInverse::Dequantiser dequantiser(matrix, quantiser, interlaced, scale);
+            for (const int64_t target : targets) {
+                hwy::SetSupportedTargetsForTest(target);
+                ProResInverse::Samples out;
+                ProResInverse::transform(levels, blocks, places, dequantiser, scale, out);
+                for (int block = 0; block < blocks; ++block)
+                    for (int i = 0; i < edge * edge; ++i) {
+                        const double exact =
+                            exactSample(coefficients[size_t(block)], edge, i % edge, i / edge);
+                        const double error = out.sample[size_t(i * ProRes::lanes + block)] - exact;
+                        ASSERT_LE(std::abs(error), 1) << hwy::TargetName(target) << " edge " << edge;
+                        squares += error * error;
+                        samples += 1;
+                    }
+            }
+        }
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    // Rounding alone, evenly spread, leaves 1/12.
+    EXPECT_LT(squares / samples, 0.09);
+}
+
+TEST(ProResDecode, agreesWithLibavcodecOnFramesOfEveryKind)
+{
+    const char *asked = std::getenv("XP_PRORES_PICTURES");
+    const int pictures = asked ? std::atoi(asked) : 300;
+    ProResFrameDecoder decoder;
+    for (int i = 0; i < pictures; ++i) {
+        std::minstd_rand random(unsigned(i) * 6271U + 3);
+        random.discard(4);
+        const int type = 202 + int(random() % 5);
+        const auto scan = ProResFormat::Scan(random() % 3);
+        const int height = 2 + int(random() % 70);
+        const QSize size(1 + int(random() % 170), scan == ProResFormat::Progressive ? height : height & ~1);
+        const ProResFormat format = proResTestFormat(type, size, scan, type == 206 && random() % 2);
+        SCOPED_TRACE("picture " + std::to_string(i));
+        ProResFrameCoder coder(format);
+        if (random() % 2) coder.setFixedQuantiser(1 + int(random() % (random() % 2 ? 224 : 8)));
+        ProResTestFrame frame(format), judge(format), own(format);
+        paint(frame, ProResTestKind(random() % proResTestKinds), random);
+        const QmxBuffer coded = coder.encode(frame.planes());
+        ASSERT_EQ(decode(coded, judge), "");
+        ASSERT_FALSE(decoder.read(coded.constData(), coded.size()).isError());
+        ASSERT_EQ(decoder.frame().size, size);
+        ASSERT_EQ(decoder.decode(targetOf(own)), 0);
+        ASSERT_LE(greatestDifference(own, judge), 1);
+    }
+}
+
+TEST(ProResDecode, damageStaysInItsSliceAndIsCounted)
+{
+    const ProResFormat format = proResTestFormat(203, QSize(512, 64), ProResFormat::Progressive);
+    ProResTestFrame frame(format), whole(format), broken(format);
+    std::minstd_rand random(17);
+    paint(frame, ProResTestKind::Texture, random);
+    const QmxBuffer coded = ProResFrameCoder(format).encode(frame.planes());
+    ProResFrameDecoder decoder;
+    ASSERT_FALSE(decoder.read(coded.constData(), coded.size()).isError());
+    ASSERT_EQ(decoder.decode(targetOf(whole)), 0);
+    int counted = 0;
+    for (int round = 0; round < 400; ++round) {
+        QmxBuffer bad = QmxBuffer::copyOf(coded.constData(), coded.size());
+        ASSERT_FALSE(decoder.read(bad.constData(), bad.size()).isError());
+        const ProResCodedSlice hit = decoder.frame().slices[random() % decoder.frame().slices.size()];
+        uchar *bytes = bad.data() + (hit.bytes - bad.constData());
+        for (int i = 0; i < 3; ++i)
+            bytes[random() % unsigned(hit.size)] = uchar(random());
+        broken = whole;
+        const int damaged = decoder.decode(targetOf(broken));
+        ASSERT_LE(damaged, 1);
+        counted += damaged;
+        for (int plane = 0; plane < 3; ++plane) {
+            const int step = plane == 0 ? 16 : 8;
+            for (int y = 0; y < 64; ++y)
+                for (int x = 0; x < whole.width(plane); ++x) {
+                    const int column = x / step - hit.place.column;
+                    const bool inside =
+                        y / 16 == hit.place.row && column >= 0 && column < hit.place.macroblocks;
+                    const int sample = broken.at(plane, x, y);
+                    const bool right = inside ? !damaged || sample == 512 : sample == whole.at(plane, x, y);
+                    ASSERT_TRUE(right) << plane << ": " << x << ", " << y;
+                }
+        }
+    }
+    EXPECT_GT(counted, 40);
+}

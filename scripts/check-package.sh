@@ -83,8 +83,8 @@ expect 'the account has no shell and owns the store' in_root sh -c \
     'getent passwd xp | grep -q nologin && [ "$(stat -c %U:%G:%a /var/lib/xp)" = xp:xp:3770 ]'
 expect 'all stills are there' sh -c "[ \$(ls $R/usr/local/share/media/prores_4*/*.mov | wc -l) = 22 ]"
 expect 'the services are enabled' in_root sh -c \
-    'for unit in xpd xpmediad xpremote; do [ "$(systemctl is-enabled $unit.service)" = enabled ] || exit 1; done'
-expect 'the units are well formed' in_root systemd-analyze verify xpd.service xpmediad.service xpremote.service xp-metrics.service
+    'for unit in xpd xpmediad xpremote xppanel; do [ "$(systemctl is-enabled $unit.service)" = enabled ] || exit 1; done'
+expect 'the units are well formed' in_root systemd-analyze verify xpd.service xpmediad.service xpremote.service xppanel.service xp-metrics.service
 units=$(cd "$XP_ROOT/packaging" && ls ./*/*.service | sed 's|.*/||; s|\.service$||')
 for unit in $units; do
     exposure=$(in_root systemd-analyze security --offline=yes "$unit.service" 2>/dev/null | sed -nE 's/.*exposure level.*: ([0-9.]+).*/\1/p')
@@ -122,10 +122,10 @@ say '  as services of systemd:'
 guide engineer.md
 expect 'removed and installed again, the store is the same' test "$(as_xp xpctl get clip_base_name)" = kept
 
-in_root apt-get remove -y -qq xp-recorder xp-tools xp-remote >"$work/install.out" 2>&1 || { cat "$work/install.out"; die "check package: removing failed"; }
+in_root apt-get remove -y -qq xp-recorder xp-tools xp-remote xp-panel >"$work/install.out" 2>&1 || { cat "$work/install.out"; die "check package: removing failed"; }
 expect 'removed: no program, no still, but store and profile' sh -c \
     "! ls $R/usr/bin/xp* 2>/dev/null && [ ! -e $R/usr/local/share/media/prores_422 ] && [ -s $R/var/lib/xp/store.db ] && [ -s $R/etc/xp/lumen.ini ]"
-in_root apt-get purge -y -qq xp-recorder xp-remote >"$work/install.out" 2>&1 || { cat "$work/install.out"; die "check package: purging failed"; }
+in_root apt-get purge -y -qq xp-recorder xp-remote xp-panel >"$work/install.out" 2>&1 || { cat "$work/install.out"; die "check package: purging failed"; }
 expect 'purged: nothing of ours is left' sh -c "! (cd $R && find etc usr var lib/systemd run -name '*xp-*' -o -name 'xpd*' -o -name 'xpctl*' \
     -o -path 'etc/xp*' -o -path 'var/lib/xp*' | grep -vE 'lib/apt|var/cache' | grep .)"
 expect 'purged: clips are still there' test -s "$R/media/A/$clip"

@@ -5,7 +5,7 @@ set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
 
-recorder_programs='xpd xpmediad xp-stills' tools_programs='xpctl' remote_programs='xpremote'
+recorder_programs='xpd xpmediad xp-stills' tools_programs='xpctl' remote_programs='xpremote' panel_programs='xppanel'
 version=$(sed -nE 's/^project\(xp VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
 count=$(git rev-list --count HEAD 2>/dev/null) && version=$version+r$count
 while [ $# -gt 0 ]; do
@@ -20,7 +20,7 @@ rm -rf "$work"
 mkdir -p "$out" "$work"
 rm -f "$out"/*.deb
 
-for program in $recorder_programs $tools_programs $remote_programs; do
+for program in $recorder_programs $tools_programs $remote_programs $panel_programs; do
     [ -x "$XP_BUILD/bin/$program" ] || die "package: $XP_BUILD/bin/$program is missing; run: ./xp build"
 done
 
@@ -81,10 +81,11 @@ TEXT
     dpkg-deb --root-owner-group --build "$root" "$out/$1_${version}_$architecture.deb" >/dev/null
 }
 
-recorder=$work/xp-recorder tools=$work/xp-tools remote=$work/xp-remote
+recorder=$work/xp-recorder tools=$work/xp-tools remote=$work/xp-remote panel=$work/xp-panel
 for program in $recorder_programs; do put_program "$program" "$recorder"; done
 for program in $tools_programs; do put_program "$program" "$tools"; done
 for program in $remote_programs; do put_program "$program" "$remote"; done
+for program in $panel_programs; do put_program "$program" "$panel"; done
 
 install -D -m 644 -t "$recorder/lib/systemd/system" packaging/xp-recorder/*.service
 install -D -m 644 packaging/xp-recorder/lumen.ini "$recorder/etc/xp/lumen.ini"
@@ -112,6 +113,10 @@ done
 install -D -m 644 -t "$remote/lib/systemd/system" packaging/xp-remote/*.service
 install -D -m 644 packaging/xp-remote/remote.ini "$remote/etc/xp/remote.ini"
 install -D -m 644 packaging/xp-remote/udev "$remote/lib/udev/rules.d/70-xp-remote.rules"
+install -D -m 644 -t "$panel/lib/systemd/system" packaging/xp-panel/*.service
+install -D -m 644 -t "$panel/usr/share/doc/xp-panel" docs/http.md
+install -d "$panel/usr/share/man/man8"
+"$XP_BUILD/bin/xppanel" --manual | gzip -9n >"$panel/usr/share/man/man8/xppanel.8.gz"
 
 make_package xp-recorder "$(library_depends "$recorder"/usr/bin/*), adduser, init-system-helpers (>= 1.54~)" video \
     'video recorder: transport and media daemons' \
@@ -122,7 +127,10 @@ make_package xp-tools "$(library_depends "$tools"/usr/bin/*)" video \
 make_package xp-remote "$(library_depends "$remote"/usr/bin/*), xp-recorder (= $version), init-system-helpers (>= 1.54~)" video \
     'video recorder: 9-pin, line protocol, OSC' \
     'Lets edit controllers, automation and fader boxes drive the recorder.'
-make_package xp-recorder-dbg "xp-recorder (= $version), xp-tools (= $version), xp-remote (= $version)" debug \
+make_package xp-panel "$(library_depends "$panel"/usr/bin/*), xp-recorder, adduser, init-system-helpers (>= 1.54~)" video \
+    'video recorder: page for browsers, interface for programs' \
+    'The program xppanel, which serves a page that operates the recorder, and all of it over HTTP.'
+make_package xp-recorder-dbg "xp-recorder (= $version), xp-tools (= $version), xp-remote (= $version), xp-panel (= $version)" debug \
     'video recorder: line tables' \
     'Makes backtraces of the recorder readable.'
 rm -rf "$work"

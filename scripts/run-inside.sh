@@ -18,7 +18,9 @@ xpctl clips
 
 cat >&2 <<TEXT
 
-The recorder is up. In another terminal, in this folder:
+The recorder is up. In a browser:
+    $(xppanel open)
+In another terminal, in this folder:
     ./xp enter xpctl picture now.png     (a picture of what is on the output now)
     ./xp enter xpctl cue 10:00:04:00     ./xp enter xpctl play 0.5
     ./xp enter xpctl record --for 10     ./xp enter xpctl clips

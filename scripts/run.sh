@@ -22,4 +22,8 @@ flock -n 9 || die "a recorder is already up in this checkout; talk to it with: .
 percent=$(stat -f -c '%f %b' "$XP_RUN_MEDIA" | awk '{ printf "%.0f", $1 * 100 / $2 }')
 [ "$percent" -gt 10 ] || die "run: the disk of $XP_RUN_MEDIA has $percent % free, and no take begins at 10 % or less;" \
     "make room, or record on another disk: ./xp run --media FOLDER"
-exec "$XP_ROOT/scripts/sandbox.sh" --state "$XP_RUN_DIR" --media "$XP_RUN_MEDIA" -- "$XP_ROOT/scripts/run-inside.sh"
+# A port that somebody else has is no reason not to run.
+panel=(--panel)
+[ "$XP_RUN_ONCE" = yes ] && panel=()
+(exec 3<>/dev/tcp/127.0.0.1/8090) 2>/dev/null || [ ${#panel[@]} -eq 0 ] || panel=(--panel-at 127.0.0.1:8090)
+exec "$XP_ROOT/scripts/sandbox.sh" --state "$XP_RUN_DIR" --media "$XP_RUN_MEDIA" "${panel[@]}" -- "$XP_ROOT/scripts/run-inside.sh"

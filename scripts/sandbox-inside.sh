@@ -154,9 +154,28 @@ stop_daemon() {
     [ -s /run/xp/xpd.out ] && [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpd.out >&2
     daemon_pid=
 }
-trap 'stop_remote; stop_daemon; stop_mediad; exit 143' TERM INT HUP
+panel_pid=
+start_panel() {
+    xppanel --listen "$XP_PANEL_AT" >/run/xp/xppanel.out 2>&1 </dev/null &
+    panel_pid=$!
+    while [ ! -s /run/xp/panel.address ]; do
+        kill -0 "$panel_pid" 2>/dev/null || { cat /run/xp/xppanel.out >&2; die "sandbox: the panel did not start; its output is above"; }
+        read -rt 0.02 <> <(:) || true
+    done
+    XP_PANEL=$(cat /run/xp/panel.address)
+    export XP_PANEL
+}
+stop_panel() {
+    [ -n "$panel_pid" ] || return 0
+    kill -TERM "$panel_pid" 2>/dev/null || true
+    wait "$panel_pid" || say "sandbox: xppanel ended with status $?"
+    [ -s /run/xp/xppanel.out ] && [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xppanel.out >&2
+    panel_pid=
+}
+trap 'stop_panel; stop_remote; stop_daemon; stop_mediad; exit 143' TERM INT HUP
 [ "$XP_DAEMON" = yes ] && start_daemon
 start_remote
+[ -n "$XP_PANEL_AT" ] && start_panel
 echo $$ >"$XP_SANDBOX_DIR/pid"
 
 "$@" &
@@ -165,6 +184,7 @@ trap 'kill -TERM "$command_pid" 2>/dev/null || true' TERM INT HUP
 status=0
 wait "$command_pid" || status=$?
 while kill -0 "$command_pid" 2>/dev/null; do wait "$command_pid" || status=$?; done
+stop_panel
 stop_remote
 stop_daemon
 stop_mediad

@@ -5,10 +5,10 @@
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 
-media_size=2G store= profile= clock= net=host state= media= daemon=yes mediad=yes remote=
+media_size=2G store= profile= clock= net=host state= media= daemon=yes mediad=yes remote= panel=
 while [ $# -gt 0 ]; do
     case "$1" in
-        --no-* | --) ;;
+        --no-* | --panel | --) ;;
         --*) [ $# -gt 1 ] || die "sandbox: $1 lacks its value (see ./xp help)" ;;
     esac
     case "$1" in
@@ -20,6 +20,8 @@ while [ $# -gt 0 ]; do
         --state) state=$2; shift 2 ;;
         --media) media=$2; shift 2 ;;
         --remote) remote=$(readlink -f "$2") || die "no such file: $2"; shift 2 ;;
+        --panel) panel=127.0.0.1:0; shift ;;
+        --panel-at) panel=$2; shift 2 ;;
         --no-daemon) daemon=no; shift ;;
         --no-mediad) mediad=no; shift ;;
         --) shift; break ;;
@@ -65,7 +67,7 @@ unshare --mount true 2>/dev/null || [ "$(id -u)" -ne 0 ] ||
     die "this machine allows no mount namespaces, not even to root: a sandbox is not possible here"
 
 export XP_SANDBOX_DIR=$dir XP_MEDIA_SIZE=$media_size XP_MEDIA=$media XP_STORE=$store XP_PROFILE=$profile XP_CLOCK=$clock
-export XP_DAEMON=$daemon XP_MEDIAD=$mediad XP_NET=$net XP_REMOTE=$remote
+export XP_DAEMON=$daemon XP_MEDIAD=$mediad XP_NET=$net XP_REMOTE=$remote XP_PANEL_AT=$panel
 # A signal for the script goes to the command inside, which ends the daemon in order; then we end.
 unshare "${namespaces[@]}" -- "$XP_ROOT/scripts/sandbox-inside.sh" "$@" &
 child=$!

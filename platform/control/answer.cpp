@@ -19,6 +19,7 @@ constexpr AnswerCodeRow rows[] = {
     {"order_refused", Cause::Deck, "the media daemon has refused, or could not do it"},
     {"no_alarm", Cause::Deck, "there is no alarm of this name now"},
     {"no_answer", Cause::Deck, "the media daemon does not answer"},
+    {"list_changed", Cause::Deck, "somebody else has changed the play list meanwhile"},
     {"superseded", Cause::Deck, "another verb took over"},
     {"other_in_control", Cause::Owner, "somebody else is in control"},
     {"locked", Cause::Owner, "somebody has locked the transport for a time"},

@@ -46,6 +46,15 @@ std::optional<Answer> Control::refusal(const VerbRow &row, const Request &reques
     return Ownership(_recorder).refusal(row, request, who);
 }
 
+std::optional<Answer> Control::mediumRefusal(const Who &who, bool force)
+{
+    static const VerbRow row{
+        "medium", "", {}, VerbRow::MovesTransport | VerbRow::EndsTake, Needs::Store, "", "", 0, "", nullptr};
+    Request request;
+    request.force = force;
+    return Ownership(_recorder).refusal(row, request, who);
+}
+
 Answer Control::perform(const Request &request, const Who &who)
 {
     const VerbRow *row = findVerb(request.verb);

@@ -29,6 +29,9 @@ public:
     /// As perform() would refuse it now, without doing it; nothing when it would be tried.
     std::optional<Answer> refusal(const VerbRow &row, const Request &request, const Who &who);
 
+    /// Why `who` may not change the active medium now; nothing when it is allowed.
+    std::optional<Answer> mediumRefusal(const Who &who, bool force);
+
     Recorder &recorder() { return _recorder; }
     /// Ends waits, now and from now on. Any thread.
     void giveUp() { _isGivenUp = true; }

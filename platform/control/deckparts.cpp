@@ -2,13 +2,13 @@
 #include "platform/control/deckparts.h"
 
 #include "platform/control/ownership.h"
+#include "platform/control/playlist.h"
 #include "platform/store/alarms.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/eparam.h"
 #include "platform/store/eparamcontrol.h"
 #include "platform/store/values.h"
 
-#include <QCryptographicHash>
 #include <QDateTime>
 #include <QJsonDocument>
 #include <QRegularExpression>
@@ -197,11 +197,7 @@ void DeckParameters::fill(DeckState &state, qint64 now) const
     if (lock) state.lock = lock->toJson();
     if (state.isRecording()) state.take = QJsonDocument::fromJson(text(eParam_TakeStarter).toUtf8()).object();
     state.rate = rateOf(state.isInPlay() ? state.mediaFormat : state.recordFormat);
-    constexpr int shortDigest = 16;
-    state.listRevision = QString::fromLatin1(
-        QCryptographicHash::hash(text(eParam_PlayList).toUtf8(), QCryptographicHash::Sha256)
-            .toHex()
-            .left(shortDigest));
+    state.listRevision = PlayList::revisionOf(text(eParam_PlayList));
     fillAlarms(state);
 }
 

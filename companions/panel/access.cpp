@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/panel/access.h"
+
+#include "platform/qmx/core/qmxenvironment.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QUrl>
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+constexpr qint64 second = QmxClock::nsPerSecond;
+
+qint64 now()
+{
+    return QmxEnvironment::current().clock->now();
+}
+
+bool isAddress(const QString &host)
+{
+    std::array<unsigned char, sizeof(in6_addr)> bytes{};
+    const QByteArray text = host.toLatin1();
+    return inet_pton(AF_INET, text.constData(), bytes.data()) == 1 ||
+           inet_pton(AF_INET6, text.constData(), bytes.data()) == 1;
+}
+
+/// The name in "name:port" or "[address]:port".
+QString hostOf(const QString &host)
+{
+    if (host.startsWith('[')) return host.mid(1, host.indexOf(']') - 1);
+    const qsizetype colon = host.indexOf(':');
+    return colon < 0 ? host : host.left(colon);
+}
+
+QString machineName()
+{
+    constexpr size_t longest = 256;
+    std::array<char, longest> name{};
+    return gethostname(name.data(), name.size() - 1) == 0 ? QString::fromLocal8Bit(name.data()) : QString();
+}
+
+bool isChange(const QByteArray &method)
+{
+    return method != "GET" && method != "HEAD";
+}
+} // namespace
+
+QString randomToken()
+{
+    constexpr size_t size = 24;
+    std::array<char, size> bytes{};
+    if (getrandom(bytes.data(), bytes.size(), 0) != ssize_t(bytes.size())) return {};
+    return QString::fromLatin1(QByteArray(bytes.data(), bytes.size()).toHex());
+}
+
+bool isSame(const QByteArray &a, const QByteArray &b)
+{
+    if (a.size() != b.size() || a.isEmpty()) return false;
+    unsigned differs = 0;
+    for (qsizetype i = 0; i < a.size(); ++i)
+        differs |= unsigned(uchar(a[i]) ^ uchar(b[i]));
+    return differs == 0;
+}
+
+bool PanelOptions::isLoopback() const
+{
+    return address == QLatin1String("::1") || address.startsWith(QLatin1String("127."));
+}
+
+Access::Access(const PanelOptions &options, Accounts &accounts) : _options(options), _accounts(accounts) {}
+
+bool Access::isOurs(const QString &host) const
+{
+    const QString name = hostOf(host).toLower();
+    if (name == QLatin1String("localhost") || isAddress(name)) return true;
+    const QString own = machineName().toLower();
+    if (!own.isEmpty() && (name == own || name == own + ".local" || own.startsWith(name + '.'))) return true;
+    return _options.hosts.contains(name, Qt::CaseInsensitive);
+}
+
+std::optional<HttpReply> Access::refusal(const HttpCall &call) const
+{
+    const QString host = QString::fromLatin1(call.header("host"));
+    if (host.isEmpty()) return problemReply(400, "no_host", "the request names no host");
+    if (!isOurs(host))
+        return problemReply(421, "foreign_host",
+                            QStringLiteral("%1 is no name of this recorder").arg(host.left(100)),
+                            "use its address, or tell xppanel its name with --host");
+    const QByteArray origin = call.header("origin");
+    if (!origin.isEmpty()) {
+        const QString own = QStringLiteral("%1://%2").arg(_options.hasTls() ? "https" : "http", host);
+        if (QString::fromLatin1(origin).compare(own, Qt::CaseInsensitive) != 0)
+            return problemReply(403, "foreign_origin", "a page of somebody else may not use this recorder");
+        return {};
+    }
+    const QByteArray site = call.header("sec-fetch-site");
+    const bool isBrowser = !site.isEmpty() || !call.header("sec-fetch-mode").isEmpty();
+    if (isChange(call.method) && isBrowser)
+        return problemReply(403, "no_origin", "a browser that wants a change has to say from which page");
+    // A page of somebody else may lead here, and no more.
+    if (isBrowser && site == "cross-site" && call.header("sec-fetch-mode") != "navigate")
+        return problemReply(403, "foreign_origin", "a page of somebody else may not use this recorder");
+    return {};
+}
+
+bool Access::mayTry(const QString &address)
+{
+    const auto found = _failures.find(address);
+    return found == _failures.end() || found->second.until <= now();
+}
+
+void Access::failed(const QString &address)
+{
+    constexpr size_t most = 4096;
+    constexpr int longestWait = 60;
+    constexpr int free = 3; // mistakes that cost nothing
+    if (_failures.size() >= most && !_failures.contains(address)) {
+        const qint64 time = now();
+        std::erase_if(_failures, [time](const auto &one) { return one.second.until <= time; });
+        if (_failures.size() >= most) _failures.erase(_failures.begin());
+    }
+    Failures &past = _failures[address];
+    ++past.count;
+    if (past.count > free)
+        past.until = now() + second * std::min(longestWait, 1 << std::min(past.count - free, 6));
+}
+
+bool Access::identify(HttpCall &call)
+{
+    // Whoever reaches a loopback port may look, as everybody on this machine may.
+    call.caller.role = _options.isLoopback() ? Role::View : Role::Nobody;
+    call.caller.name = QStringLiteral("somebody");
+    call.caller.id = "http/" + call.caller.address;
+    QString token;
+    const QByteArray authorization = call.header("authorization");
+    if (authorization.toLower().startsWith("bearer "))
+        token = QString::fromLatin1(authorization.mid(7).trimmed());
+    // A browser's WebSocket can carry it only as the name of a protocol.
+    for (const QByteArray &protocol : call.header("sec-websocket-protocol").split(','))
+        if (protocol.trimmed().startsWith("token.")) token = QString::fromLatin1(protocol.trimmed().mid(6));
+    if (token.isEmpty()) return authorization.isEmpty();
+    if (isSame(token.toLatin1(), _token.toLatin1())) {
+        call.caller.role = Role::Engineer;
+        call.caller.name = QStringLiteral("operator");
+        call.caller.id = "http/operator/" + call.caller.address;
+        _failures.erase(call.caller.address);
+        return true;
+    }
+    if (const auto session = _sessions.find(token);
+        session != _sessions.end() && session->second.until > now()) {
+        call.caller.role = session->second.role;
+        call.caller.name = session->second.name;
+        call.caller.id = "http/account/" + session->second.name;
+        return true;
+    }
+    if (const auto account = _accounts.ofToken(token)) {
+        call.caller.role = account->role;
+        call.caller.name = account->name;
+        call.caller.id = "http/account/" + account->name;
+        return true;
+    }
+    return false;
+}
+
+QString Access::begin(const QString &name, Role role)
+{
+    const qint64 time = now();
+    std::erase_if(_sessions, [time](const auto &one) { return one.second.until <= time; });
+    if (_sessions.size() >= mostSessions) {
+        const auto oldest =
+            std::min_element(_sessions.begin(), _sessions.end(),
+                             [](const auto &a, const auto &b) { return a.second.until < b.second.until; });
+        _sessions.erase(oldest);
+    }
+    const QString token = randomToken();
+    constexpr qint64 secondsPerHour = 3600;
+    _sessions[token] = {name, role, time + sessionHours * secondsPerHour * second};
+    return token;
+}
+
+void Access::end(const QString &token)
+{
+    _sessions.erase(token);
+}
+
+QString Access::writeToken(const QString &path)
+{
+    _token = randomToken();
+    const QByteArray name = QFile::encodeName(path);
+    const QByteArray part = name + ".new";
+    unlink(part.constData());
+    const int fd = open(part.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0640);
+    const QByteArray text = _token.toLatin1() + '\n';
+    bool isWritten = fd >= 0 && write(fd, text.constData(), size_t(text.size())) == text.size();
+    // The group that may operate is the one of the folder.
+    struct stat folder = {};
+    if (isWritten && stat(QFile::encodeName(QFileInfo(path).path()).constData(), &folder) == 0 &&
+        fchown(fd, uid_t(-1), folder.st_gid) != 0 && folder.st_gid != getegid())
+        isWritten = fchmod(fd, 0600) == 0; // of another group, it is for nobody else
+    if (fd >= 0) close(fd);
+    if (isWritten && rename(part.constData(), name.constData()) == 0) return {};
+    return QStringLiteral("the token cannot be written to %1; nobody can operate without an account")
+        .arg(path);
+}

@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The clips of the active medium: lists, what is known of one, the files themselves.
+#include "companions/panel/panel.h"
+#include "platform/product/clipfinder.h"
+#include "platform/qmx/clip/qmxclipreader.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+
+#include <algorithm>
+#include <limits>
+
+#include <sys/stat.h>
+
+namespace {
+constexpr qsizetype mostOfAPage = 1000;
+constexpr auto thumbnailRoot = "/var/lib/xp/thumbnails";
+
+/// A name that cannot lead out of its folder, nor to what is hidden there.
+bool isFileName(const QString &name)
+{
+    constexpr qsizetype longest = 255;
+    return !name.isEmpty() && !name.startsWith('.') && !name.contains('/') && !name.contains('\n') &&
+           name.toUtf8().size() <= longest;
+}
+
+QString pathOf(Control &control, const QString &name)
+{
+    const QString folder = control.recorder().text(eParam_ActiveMediaPath);
+    return folder.isEmpty() ? QString() : folder + '/' + name;
+}
+
+HttpReply notThere(Control &control, const QString &name)
+{
+    return problemReply(404, "no_clip", control.recorder().whyNoClip(name),
+                        "GET /api/v1/clips lists those there are");
+}
+
+struct Listed
+{
+    int index;
+    QString name;
+    QString path;
+    int frames;
+};
+
+/// What the file itself says: its size, when it was written, whether it is kept from being deleted.
+void addFile(QJsonObject &object, const QString &path)
+{
+    struct stat status = {};
+    if (stat(QFile::encodeName(path).constData(), &status) != 0) return;
+    object["bytes"] = qint64(status.st_size);
+    object["time"] = QDateTime::fromSecsSinceEpoch(status.st_mtim.tv_sec).toString(Qt::ISODate);
+    object["protected"] = (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+}
+
+QJsonObject listedObject(const Listed &clip)
+{
+    QJsonObject object{{"index", clip.index}, {"name", clip.name}, {"frames", clip.frames}};
+    addFile(object, clip.path);
+    return object;
+}
+
+std::optional<qsizetype> numberIn(const HttpCall &call, const char *name, qsizetype otherwise, qsizetype most)
+{
+    const QString text = call.query.value(QLatin1String(name));
+    if (text.isEmpty()) return otherwise;
+    bool isNumber = false;
+    const qsizetype value = text.toLongLong(&isNumber);
+    return isNumber && value >= 0 && value <= most ? std::optional(value) : std::nullopt;
+}
+
+/// The order that is asked for; nothing when there is no such.
+std::optional<std::function<bool(const Listed &, const Listed &)>> orderOf(const QString &sort)
+{
+    if (sort.isEmpty() || sort == QLatin1String("index"))
+        return [](const Listed &a, const Listed &b) { return a.index < b.index; };
+    if (sort == QLatin1String("name"))
+        return [](const Listed &a, const Listed &b) { return a.name < b.name; };
+    if (sort == QLatin1String("frames"))
+        return [](const Listed &a, const Listed &b) { return a.frames < b.frames; };
+    return {};
+}
+
+QJsonObject describe(const QmxClipInfo &info)
+{
+    QJsonArray runs;
+    for (const auto &run : info.timecodeRuns)
+        runs.append(QJsonObject{{"frame", run.firstFrame}, {"timecode", run.start.toString()}});
+    const double rate =
+        info.effectiveRate.isValid() ? info.effectiveRate.toDouble() : info.image.frameRate().toDouble();
+    return {{"frames", info.frames},
+            {"rate", rate},
+            {"seconds", rate > 0 ? double(info.frames) / rate : 0},
+            {"width", info.image.width()},
+            {"height", info.image.height()},
+            {"channels", info.audio.channels()},
+            {"timecode", info.startTimecode.isValid() ? info.startTimecode.toString() : QString()},
+            {"timecode_end", info.frames > 0 && info.timecodeAt(info.frames - 1).isValid()
+                                 ? info.timecodeAt(info.frames - 1).toString()
+                                 : QString()},
+            {"timecodes", runs},
+            {"reel", info.reelName},
+            {"closed", info.closed},
+            {"foreign", info.foreign}};
+}
+
+/// "bytes=FROM-TO", one part; nothing when it is another kind, which is then passed over, as HTTP has it.
+/// `isOutside`: it lies outside the file.
+std::optional<FilePart> rangeOf(const QByteArray &header, qint64 size, bool &isOutside)
+{
+    if (!header.startsWith("bytes=") || header.contains(',')) return {};
+    const QByteArray range = header.mid(6).trimmed();
+    const qsizetype dash = range.indexOf('-');
+    if (dash < 0) return {};
+    bool isFrom = false;
+    bool isTo = false;
+    const qint64 from = range.left(dash).toLongLong(&isFrom);
+    const qint64 to = range.mid(dash + 1).toLongLong(&isTo);
+    const bool hasTo = dash + 1 < range.size();
+    FilePart part;
+    if (dash == 0) { // so many bytes at the end
+        if (!isTo || to < 0) return {};
+        isOutside = to == 0 || size == 0;
+        part.from = std::max<qint64>(0, size - to);
+        part.length = size - part.from;
+        return part;
+    }
+    if (!isFrom || from < 0 || (hasTo && (!isTo || to < from))) return {};
+    isOutside = from >= size;
+    part.from = from;
+    part.length = (hasTo ? std::min(to, size - 1) : size - 1) - from + 1;
+    return part;
+}
+} // namespace
+
+void getClips(Panel &panel, const HttpCall &call, Respond respond)
+{
+    const auto offset = numberIn(call, "offset", 0, std::numeric_limits<int>::max());
+    const auto limit = numberIn(call, "limit", mostOfAPage, mostOfAPage);
+    const auto order = orderOf(call.query.value("sort"));
+    const QString direction = call.query.value("order", "asc");
+    if (!offset || !limit || !order ||
+        (direction != QLatin1String("asc") && direction != QLatin1String("desc")))
+        return respond(
+            problemReply(400, "wrong_argument", "the list cannot be given like that",
+                         "offset from 0, limit to 1000, sort index, name or frames, order asc or desc"));
+    onWorker(panel, respond, [=, filter = call.query.value("filter")](Control &control) {
+        ClipFinder finder(&control.recorder().config());
+        std::vector<Listed> all;
+        int index = 0;
+        for (const Clip &clip : finder.findClips(true, false, true)) {
+            const QString name = QString::fromStdString(clip.getName());
+            if (name.contains(filter, Qt::CaseInsensitive))
+                all.push_back({index, name, QString::fromStdString(clip.getPath()), clip.getFrameCount()});
+            ++index;
+        }
+        std::stable_sort(all.begin(), all.end(), *order);
+        if (direction == QLatin1String("desc")) std::reverse(all.begin(), all.end());
+        QJsonArray page;
+        for (qsizetype i = *offset; i < qsizetype(all.size()) && i < *offset + *limit; ++i)
+            page.append(listedObject(all[size_t(i)]));
+        return jsonReply({{"path", control.recorder().text(eParam_ActiveMediaPath)},
+                          {"total", qint64(all.size())},
+                          {"offset", *offset},
+                          {"clips", page}});
+    });
+}
+
+void getClip(Panel &panel, const HttpCall &call, Respond respond)
+{
+    onWorker(panel, respond, [name = call.words.first()](Control &control) {
+        const QString path = pathOf(control, name);
+        QmxClipInfo info;
+        if (!isFileName(name) || path.isEmpty() || QmxClipReader::probe(path, info).isError())
+            return notThere(control, name);
+        QJsonObject object = describe(info);
+        object["name"] = name;
+        object["path"] = path;
+        addFile(object, path);
+        return jsonReply(object);
+    });
+}
+
+void getClipFile(Panel &panel, const HttpCall &call, Respond respond)
+{
+    onWorker(panel, respond, [call](Control &control) {
+        const QString name = call.words.first();
+        const QString path = pathOf(control, name);
+        struct stat status = {};
+        if (!isFileName(name) || path.isEmpty() || lstat(QFile::encodeName(path).constData(), &status) != 0 ||
+            !S_ISREG(status.st_mode))
+            return notThere(control, name);
+        const QByteArray tag = '"' + QByteArray::number(qint64(status.st_size), 16) + '-' +
+                               QByteArray::number(qint64(status.st_mtim.tv_sec), 16) + '.' +
+                               QByteArray::number(qint64(status.st_mtim.tv_nsec), 16) + '"';
+        HttpReply reply;
+        reply.type = "video/quicktime";
+        reply.headers = {
+            {"Accept-Ranges", "bytes"},
+            {"ETag", tag},
+            {"Content-Disposition", "attachment; filename*=UTF-8''" + name.toUtf8().toPercentEncoding()}};
+        if (!call.header("if-none-match").isEmpty() && call.header("if-none-match") == tag) {
+            reply.status = 304;
+            return reply;
+        }
+        FilePart part{path, 0, qint64(status.st_size)};
+        const QByteArray condition = call.header("if-range");
+        bool isOutside = false;
+        const auto range = condition.isEmpty() || condition == tag
+                               ? rangeOf(call.header("range"), part.length, isOutside)
+                               : std::nullopt;
+        if (isOutside) {
+            HttpReply outside = problemReply(416, "outside", "the clip is not that long");
+            outside.headers.emplaceBack("Content-Range", "bytes */" + QByteArray::number(part.length));
+            return outside;
+        }
+        if (range) {
+            reply.status = 206;
+            reply.headers.append({"Content-Range", "bytes " + QByteArray::number(range->from) + '-' +
+                                                       QByteArray::number(range->from + range->length - 1) +
+                                                       '/' + QByteArray::number(part.length)});
+            part.from = range->from;
+            part.length = range->length;
+        }
+        reply.file = part;
+        return reply;
+    });
+}
+
+void getThumbnail(Panel &panel, const HttpCall &call, Respond respond)
+{
+    onWorker(panel, respond, [name = call.words.first()](Control &control) {
+        const QString folder = control.recorder().text(eParam_ActiveMediaPath);
+        QFile file(QString::fromLatin1(thumbnailRoot) + folder.mid(folder.lastIndexOf('/')) + '/' + name +
+                   ".jpg");
+        constexpr qint64 largest = 1024 * 1024;
+        if (!isFileName(name) || !folder.contains('/') || !file.open(QIODevice::ReadOnly) ||
+            file.size() > largest)
+            return problemReply(404, "no_thumbnail",
+                                QStringLiteral("there is no picture of %1 yet").arg(name));
+        HttpReply reply;
+        reply.type = "image/jpeg";
+        reply.body = file.readAll();
+        reply.headers = {{"Cache-Control", "private, max-age=60"}};
+        return reply;
+    });
+}
+
+void postClipVerb(Panel &panel, const HttpCall &call, Respond respond)
+{
+    const VerbRow *row = findVerb(call.words[1]);
+    const auto isClip = [](const VerbArgument &one) { return one.type == VerbArgument::Type::Clip; };
+    const auto argument = row ? std::find_if(row->arguments.begin(), row->arguments.end(), isClip)
+                              : std::vector<VerbArgument>::const_iterator();
+    if (!row || argument == row->arguments.end())
+        return respond(problemReply(404, "no_such_verb",
+                                    QStringLiteral("there is no verb '%1' for a clip").arg(call.words[1]),
+                                    "clip, copy, protect, unprotect, delete"));
+    HttpCall verb = call;
+    verb.words = {call.words[1]};
+    verb.query[QLatin1String(argument->name)] = call.words[0];
+    postVerb(panel, verb, std::move(respond));
+}

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "companions/panel/panel.h"
+
+#include <functional>
+#include <memory>
+
+/// The HTTP server: one thread ("panel-io") for all connections; whatever waits is done by others and comes
+/// back to it as a value.
+///
+/// A client costs others nothing: every connection has bounds (header, body, time to the first byte, time to
+/// send, what waits to be sent), a peer and all together have a most of connections. What is beyond is
+/// answered or closed.
+class Server
+{
+public:
+    Server();
+    ~Server();
+    Server(const Server &) = delete;
+    Server &operator=(const Server &) = delete;
+
+    /// What runs a function on the server's thread; once close() was called, it does nothing. Any thread.
+    std::function<void(std::function<void()>)> poster() const;
+    /// Begins to listen; empty, or an error sentence. Before run().
+    QString listen(Panel &panel);
+    /// The port that is listened on.
+    quint16 port() const;
+    /// Serves until stop(). On its own thread.
+    void run();
+    /// Ends run(). Any thread.
+    void stop();
+    /// Ends all connections, after run() has returned and before what they use goes.
+    void close();
+
+    struct Private;
+
+private:
+    std::shared_ptr<Private> d;
+};
+
+/// Bounds of a connection.
+namespace Limit {
+constexpr size_t header = 16 * 1024;
+constexpr size_t body = 1024 * 1024;
+constexpr size_t webSocketMessage = 64 * 1024;
+constexpr int connections = 600;
+constexpr int connectionsOfAPeer = 200;
+constexpr int requestWithin =
+    10;                        ///< s from the connection, or the last answer's first byte, to a whole request
+constexpr int idleFor = 60;    ///< s between requests
+constexpr int sendWithin = 20; ///< s that a piece of an answer may take
+constexpr size_t waitingEvents = 512; ///< that a client of events may be behind
+constexpr size_t waitingBytes = 4 * 1024 * 1024;
+} // namespace Limit

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/control/control.h"
+#include "platform/control/deckparts.h"
+#include "platform/control/ownership.h"
+
+#include "tests/support/print.h"
+#include "tests/support/testfiles.h"
+
+#include "platform/store/eparamcontrol.h"
+
+#include <QJsonDocument>
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+TEST(Verbs, everyRowIsWholeAndChecksItsArguments)
+{
+    CreateDescriptors();
+    std::set<QString> codes;
+    for (const AnswerCodeRow &row : answerCodes())
+        EXPECT_TRUE(codes.insert(row.code).second && *row.meaning) << row.code;
+    const QRegularExpression nameForm("^[a-z]+(_[a-z]+)*$");
+    for (const VerbRow &row : verbs()) {
+        SCOPED_TRACE(row.name);
+        EXPECT_TRUE(nameForm.match(row.name).hasMatch());
+        EXPECT_EQ(findVerb(row.name), &row) << "twice";
+        EXPECT_TRUE(row.run && *row.help && *row.effect);
+        for (const QString &name : QString(row.writes).split(' '))
+            EXPECT_TRUE(FindDescriptor(name.toStdString())) << name.toStdString();
+        for (const QString &code : QString(row.refusals).split(' '))
+            EXPECT_TRUE(codes.contains(code)) << code.toStdString();
+        Request request;
+        request.verb = row.name;
+        request.arguments["no_such_argument"] = "1";
+        EXPECT_EQ(wrongArguments(row, request)->code, "wrong_argument");
+        request.arguments.clear();
+        for (const VerbArgument &argument : row.arguments)
+            EXPECT_TRUE(!argument.isRequired || wrongArguments(row, request)) << argument.name;
+        for (const VerbArgument &argument : row.arguments) {
+            const bool isNumber =
+                argument.type == VerbArgument::Type::Integer || argument.type == VerbArgument::Type::Number;
+            request.arguments[argument.name] =
+                isNumber ? QString::number(argument.maximum, 'g', 17) : QString("10:00:00:00");
+        }
+        EXPECT_FALSE(wrongArguments(row, request));
+        for (const VerbArgument &argument : row.arguments) {
+            Request wrong = request;
+            const bool isNumber =
+                argument.type == VerbArgument::Type::Integer || argument.type == VerbArgument::Type::Number;
+            for (const QString &text :
+                 isNumber ? QStringList{"x", "nan", "inf", "", QString::number(argument.maximum + 1, 'f', 0)}
+                 : argument.type == VerbArgument::Type::Place ? QStringList{"x", "-1", "99:99:99:99"}
+                                                              : QStringList{QString(QChar(0))}) {
+                wrong.arguments[argument.name] = text;
+                EXPECT_TRUE(wrongArguments(row, wrong)) << argument.name << " " << text.toStdString();
+            }
+        }
+    }
+    QSet<QString> names;
+    for (const DeckField &field : deckFields()) {
+        EXPECT_FALSE(names.contains(field.name)) << field.name;
+        names.insert(field.name);
+        EXPECT_TRUE(*field.help) << field.name;
+    }
+    // One name everywhere: what `xpctl status` tells stands in the state under the same name.
+    const QJsonObject schema = QJsonDocument::fromJson(readAll(XP_ROOT "/docs/xpctl.schema.json")).object();
+    const QJsonObject status = schema["$defs"].toObject()["status"].toObject()["properties"].toObject();
+    for (const QString &name : status.keys())
+        EXPECT_TRUE(names.contains(name)) << name.toStdString();
+}
+
+TEST(Ownership, endsWithItsTimeAndNeverBeforeIt)
+{
+    const Ownership::Hold hold{{"anna", "http", "192.0.2.7", "http/account/anna"}, 1000, 61000, 60};
+    const QString text = QString::fromUtf8(QJsonDocument(hold.toJson()).toJson());
+    const auto read = Ownership::Hold::parse(text, 60999);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->who.text(), "anna (http, 192.0.2.7)");
+    EXPECT_EQ(read->who.identity(), "http/account/anna");
+    EXPECT_EQ(read->until, 61000);
+    EXPECT_FALSE(Ownership::Hold::parse(text, 61000));
+    for (const char *none : {"", "{}", "[]", "x", "{\"until\":\"x\"}"})
+        EXPECT_FALSE(Ownership::Hold::parse(none, 0)) << none;
+    EXPECT_FALSE((Who{"a", "shell", "", ""}).isNetwork());
+    EXPECT_TRUE((Who{"a", "somewhere", "", ""}).isNetwork()) << "nobody knows it: with care";
+}
+
+TEST(DeckState, tellsTheSpeedThatWasAskedForWhenTheStatusFits)
+{
+    CreateDescriptors();
+    struct Row
+    {
+        unsigned status;
+        const char *asked;
+        double speed;
+    };
+    const Row rows[] = {{3, "0.5", 0.5}, {3, "1", 1},   {3, "-1", 1}, {9, "-0.5", -0.5},
+                        {9, "1", -1},    {15, "1", 0},  {1, "1", 0},  {4, "2", 2},
+                        {5, "1", 4},     {12, "1", -8}, {4, "3", 3}};
+    for (const Row &row : rows) {
+        DeckParameters parameters;
+        parameters.set(eParam_TransportSpeed, StoreValue::fromString(row.asked));
+        parameters.set(eParam_TransportStatus, StoreValue::fromUnsigned(row.status));
+        DeckState state;
+        state.running = true;
+        parameters.fill(state, 0);
+        EXPECT_EQ(state.speed, row.speed) << row.status << " " << row.asked;
+        DeckState later = state;
+        later.tick = 7;
+        EXPECT_EQ(later.changesSince(state), (QJsonObject{{"tick", 7}}));
+    }
+}

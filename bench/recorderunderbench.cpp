@@ -131,9 +131,9 @@ QList<std::optional<quint32>> stripsOfClip(const QString &path, int most)
     const int width = numbers.value(0).toInt();
     const int height = numbers.value(1).toInt();
     const qsizetype size = qsizetype(width) * height;
-    QStringList arguments{"-v",   "error",   "-i",  path,
-                          "-map", "0:v:0",   "-vf", "format=yuv422p,extractplanes=y",
-                          "-f",   "rawvideo"};
+    QStringList arguments{"-v", "error",   "-apply_cropping", "0",   "-i",
+                          path, "-map",    "0:v:0",           "-vf", "format=yuv422p,extractplanes=y",
+                          "-f", "rawvideo"};
     if (most > 0) arguments << "-frames:v" << QString::number(most);
     QProcess decode;
     decode.start("ffmpeg", arguments << "-");

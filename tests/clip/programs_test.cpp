@@ -86,8 +86,11 @@ TEST_P(ClipPrograms, PlayOpenAndClosedClipsWithoutAWarning)
 
         const auto media =
             runProgram("mediainfo", {"--Output=Other;%TimeCode_FirstFrame% %TimeCode_LastFrame%", name});
-        EXPECT_EQ(media.out.trimmed(),
-                  take->timecode(0).toString().toUtf8() + ' ' + take->timecode(17).toString().toUtf8());
+        // Versions differ in which timecode of the last run they take for the last.
+        const QByteArrayList timecodes = media.out.trimmed().split(' ');
+        EXPECT_EQ(timecodes.first(), take->timecode(0).toString().toUtf8());
+        EXPECT_GE(timecodes.last(), take->timecode(17).toString().toUtf8());
+        EXPECT_LE(timecodes.last(), take->timecode(now.frames - 1).toString().toUtf8());
         const auto count =
             runProgram("mediainfo", {"--Output=Video;%FrameCount% %ScanOrder% %IsTruncated%", name});
         EXPECT_EQ(count.out.trimmed(),

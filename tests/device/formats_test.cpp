@@ -82,7 +82,7 @@ QmxImageDesc writeClip(const QString &path, const QList<QmxFrame> &frames)
 QByteArray lumaOf(const QString &path)
 {
     const ProgramResult result =
-        runProgram("ffmpeg", {"-v", "error", "-i", path, "-map", "0:v", "-vf",
+        runProgram("ffmpeg", {"-v", "error", "-apply_cropping", "0", "-i", path, "-map", "0:v", "-vf",
                               "format=yuv422p,extractplanes=y", "-f", "rawvideo", "-"});
     EXPECT_EQ(result.status, 0) << result.err.constData();
     return result.out;

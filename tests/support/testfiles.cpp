@@ -55,6 +55,8 @@ ProgramResult runProgram(const QString &program, const QStringList &arguments, i
     const bool ended = process.waitForFinished(realMs);
     result.out = process.readAllStandardOutput();
     result.err = process.readAllStandardError();
+    // FFmpeg 7 ends a line of values with a comma where a stream has side data.
+    if (program == QLatin1String("ffprobe")) result.out.replace(",\n", "\n");
     if (!ended) {
         result.err += process.errorString().toUtf8();
         process.kill();

@@ -54,7 +54,7 @@ TEST_P(Run, makesAFirstTakeStaysUpAndKeepsWhatIsRecordedWhenAllOfItIsKilled)
         kill -KILL $running $(pgrep -P $outer) $outer
         while kill -0 $outer 2>/dev/null; do read -rt 0.05 <> <(:) || true; done
         for clip in run/media/A/*.mov; do
-            echo "${clip##*/} $(ffprobe -v error -count_packets -select_streams v:0 -show_entries stream=nb_read_packets -of csv=p=0 $clip)"
+            echo "${clip##*/} $(ffprobe -v error -count_packets -select_streams v:0 -show_entries stream=nb_read_packets -of csv=p=0 $clip | tr -d ,)"
         done
     )sh"},
         300000);

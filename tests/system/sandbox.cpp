@@ -117,8 +117,8 @@ QList<std::optional<quint32>> stripsOf(const QString &clip)
     const qsizetype bytes = qsizetype(width) * height;
     // The luma as it is: "gray" has another range with some versions.
     QProcess decode;
-    decode.start("ffmpeg", {"-v", "error", "-i", clip, "-map", "0:v:0", "-fps_mode", "passthrough", "-vf",
-                            "format=yuv422p,extractplanes=y", "-f", "rawvideo", "-"});
+    decode.start("ffmpeg", {"-v", "error", "-apply_cropping", "0", "-i", clip, "-map", "0:v:0", "-fps_mode",
+                            "passthrough", "-vf", "format=yuv422p,extractplanes=y", "-f", "rawvideo", "-"});
     QList<std::optional<quint32>> strips;
     // A picture at a time: all of a take do not fit into memory.
     for (QByteArray frame; bytes > 0; frame.clear()) {

@@ -7,6 +7,7 @@
 #include "xpd/transport/vtrobject.h"
 
 #include <QCoreApplication>
+#include <QThread>
 #include <QTimer>
 
 #include <cstdio>
@@ -50,14 +51,15 @@ struct MainObject::Options
         return nullptr;
     }
 
-    /// Asks for the end of the program too, which has no effect while the event loop does not run yet.
+    /// Asks for the end of the program too, which has no effect while the event loop does not run yet. (Newer
+    /// Qt would not wait for it, but have everything shut down before it is there.)
     static void printUsage()
     {
         std::puts("Usage: xpd [flags]");
         std::puts("Flags:");
         for (const Row &row : rows)
             std::puts(row.usage);
-        QCoreApplication::exit(0);
+        if (QThread::currentThread()->loopLevel() > 0) QCoreApplication::exit(0);
     }
 };
 

@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxlog.h"
 
 #include <QCoreApplication>
+#include <QThread>
 
 #include <array>
 #include <cstdio>
@@ -142,7 +143,8 @@ void signalAction(int sig, siginfo_t *info, void *context)
         exitRequested = 1;
         qmxLogOutput(3, kSource, __LINE__, "Exit requested. %s\n", description.data());
         restoreTerminal();
-        QCoreApplication::exit(0);
+        // Before the event loop runs there is nothing to leave: main() looks at the request when it does.
+        if (qApp && qApp->thread()->loopLevel() > 0) QCoreApplication::exit(0);
         break;
     case Kind::Ignored:
         qmxLogOutput(2, kSource, __LINE__, "Ignoring Signal. %s\n", description.data());

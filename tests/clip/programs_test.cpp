@@ -69,7 +69,10 @@ TEST_P(ClipPrograms, PlayOpenAndClosedClipsWithoutAWarning)
 
         auto decode =
             runProgram("ffmpeg", {"-v", "warning", "-i", name, "-map", "0:v", "-f", "framemd5", "-"});
-        EXPECT_EQ(decode.err.replace("Guessed Channel Layout for Input Stream #0.1 : 7.1\n", ""), "");
+        // Nothing else: eight channels are told without their places.
+        const QByteArrayList warnings = decode.err.trimmed().split('\n');
+        for (const QByteArray &line : warnings)
+            EXPECT_TRUE(line.isEmpty() || line.contains("Guessed Channel Layout")) << line.constData();
         EXPECT_EQ(decode.out.count("\n0,"), now.frames);
         if (now.format.channels > 0) {
             const auto sound =

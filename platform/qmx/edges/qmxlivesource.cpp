@@ -19,6 +19,8 @@ constexpr double depthSmoothing = 1 / 64.0;
 constexpr qint64 deadAfter = QmxClock::nsPerSecond; ///< without packets: connect anew
 /// A picture's time that is not that of our clock is none of the last second.
 constexpr qint64 oldestPicture = QmxClock::nsPerSecond;
+/// The sender's clock may fall behind ours by this share of what a picture is late.
+constexpr qint64 slowestDrift = 256;
 constexpr qint64 firstPause = QmxClock::nsPerSecond / 2;
 constexpr qint64 longestPause = 5 * QmxClock::nsPerSecond;
 
@@ -157,14 +159,21 @@ void QmxLiveSource::pushVideo(const QmxSourceDecoder &decoder)
     _queue.push_back(Item{decoder.desc(), decoder.picture(), decoder.timecode(), timeOf(decoder)});
 }
 
-/// When the picture was in front of the camera. Beside sound of its own that is what the stream says, beside
+/// When the picture was in front of the camera. Beside sound of its own that is what the stream says. Beside
 /// a sound device it is told on our clock: by the capture device, whose pictures are complete at the time
-/// that they carry, else by their coming in.
-qint64 QmxLiveSource::timeOf(const QmxSourceDecoder &decoder) const
+/// that they carry, else by their coming in, of which those that were not held up on their way count.
+qint64 QmxLiveSource::timeOf(const QmxSourceDecoder &decoder)
 {
-    if (_soundDevice.isEmpty()) return decoder.videoTime();
-    const qint64 age = _lastArrival - decoder.videoTime();
-    const qint64 complete = age >= 0 && age < oldestPicture ? decoder.videoTime() : _lastArrival.load();
+    const qint64 time = decoder.videoTime();
+    if (_soundDevice.isEmpty()) return time;
+    const qint64 delay = _lastArrival - time;
+    qint64 complete = time;
+    if (delay < 0 || delay > oldestPicture) { // another clock
+        const bool isKnown = _arrivalDelay && std::abs(delay - *_arrivalDelay) < oldestPicture;
+        _arrivalDelay =
+            isKnown ? std::min(delay, *_arrivalDelay + (delay - *_arrivalDelay) / slowestDrift) : delay;
+        complete += *_arrivalDelay;
+    }
     return complete - qint64(double(QmxClock::nsPerSecond) / decoder.desc().frameRate().toDouble());
 }
 

@@ -47,7 +47,7 @@ private:
     void play(QmxSourceDecoder &decoder);
     void pushVideo(const QmxSourceDecoder &decoder);
     void pushAudio(const qint32 *samples, int count, int channels, qint64 time);
-    qint64 timeOf(const QmxSourceDecoder &decoder) const;
+    qint64 timeOf(const QmxSourceDecoder &decoder);
     bool shouldGiveUp() const;
     void setSoundProblem(const QString &problem);
     void setProblem(const QString &problem, int level);
@@ -81,6 +81,7 @@ private:
     double _due = 0;             ///< share of a frame that is due, at other rates than the signal's
     double _audioOffset = 0;     ///< nanoseconds, smoothed
 
+    std::optional<qint64> _arrivalDelay; ///< the thread's: what a picture's own time is behind our clock
     std::thread _thread;
     std::unique_ptr<QmxSoundCapture> _capture; ///< calls into this: last
 };

@@ -2,6 +2,7 @@
 // An edit controller's session with the real deck, inside a sandbox: what it asks for is seen on the preview,
 // by the strip of the picture that is shown. Ports: tcp:9901 (record=on), tcp:9902, /dev/shm/tty9pin
 // (record=on).
+#include "platform/qmx/core/qmxtakewindow.h"
 #include "platform/qmx/core/qmxtimecode.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/qmx/edges/qmxstrip.h"
@@ -246,29 +247,36 @@ TEST_F(Session, 06_showsTheInputOnDemand)
     }
 }
 
-/// The strips of the take say which frames it holds; the test compares them with what was written beside.
+/// The strips of the takes say which frames they hold; the test compares them with what is written here.
+/// Between the two looks at the clock lies the command: on a machine that is quick enough they are of one
+/// frame.
 TEST_F(Session, 07_editsExactlyToTheFrame)
 {
+    constexpr int delay = 5;
     QFile expected(qEnvironmentVariable("OUT") + "/edits");
     ASSERT_TRUE(expected.open(QIODevice::WriteOnly));
     EXPECT_TRUE(deck.ask(0x2000).isAck());
     ASSERT_TRUE(awaitBit(1, 5));
+    QmxTakeWindow::Client clock;
+    const Shown seen = fresh();
+    const auto strip = [&] { return clock.now()->index - seen.tick + seen.strip; };
+    ASSERT_TRUE(clock.now());
+    const auto command = [&](int code) {
+        const qint64 before = strip();
+        EXPECT_TRUE(deck.ask(code).isAck());
+        expected.write(QStringLiteral(" %1 %2").arg(before + delay).arg(strip() + delay).toUtf8());
+        return before + delay;
+    };
     for (const int frames : {30, 1, 60}) {
-        fresh();
-        // The tick has just begun: the command belongs to its frame, and acts five later.
-        const qint64 in = fresh().strip + 5;
-        EXPECT_TRUE(deck.ask(0x2065).isAck());
-        EXPECT_EQ(shown().strip, in - 5) << "too late to say";
-        ASSERT_TRUE(await([&] { return shown().strip >= in + frames - 6; }));
-        EXPECT_EQ(shown().strip, in + frames - 6);
-        qint64 out = shown().strip + 6;
-        await([&] { return shown().strip == out - 5; });
-        EXPECT_TRUE(deck.ask(0x2064).isAck());
-        EXPECT_EQ(shown().strip, out - 5) << "too late to say";
+        const qint64 now = strip();
+        await([&] { return strip() != now; });
+        const qint64 in = command(0x2065);
+        await([&] { return strip() >= in + frames - delay; });
+        command(0x2064);
+        ASSERT_TRUE(awaitBit(1, 1, false));
         ASSERT_TRUE(awaitBit(1, 5)) << deck.status().hex().toStdString();
         EXPECT_FALSE(deck.status().bit(9, 7)) << "aborted";
-        expected.write(
-            QStringLiteral("%1 %2 %3\n").arg(newestClip().section('/', -1)).arg(in).arg(out).toUtf8());
+        expected.write(QStringLiteral(" %1\n").arg(newestClip().section('/', -1)).toUtf8());
     }
 }
 

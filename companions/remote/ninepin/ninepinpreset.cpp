@@ -98,13 +98,13 @@ QByteArray NinepinSession::autoMode()
     return ack();
 }
 
-/// The generator can be set to a full hour; to claim another time would be a lie on every following take.
 QByteArray NinepinSession::generatorPreset()
 {
-    const QmxTimecode time = timeOfBlock();
-    if (!time.isValid() || time.minutes() != 0 || time.seconds() != 0 || time.frames() != 0) return refused();
+    QmxTimecode time = timeOfBlock();
+    if (!time.isValid()) return refused();
+    time.setDropFrame(false); // how it counts is a setting of its own
     give(DeckOrder::set, {{QStringLiteral("name"), QStringLiteral("timecode_preset_hour")},
-                          {QStringLiteral("value"), QString::number(time.hours())}});
+                          {QStringLiteral("value"), time.toString()}});
     return ack();
 }
 

@@ -17,6 +17,7 @@ namespace {
 constexpr const char *module = "line";
 constexpr qint64 openEvery = 500 * QmxClock::nsPerMillisecond;
 constexpr qsizetype outBound = 256 * 1024;
+constexpr qint64 mostBytes = 4096; ///< in a window
 /// Lines that wait for the one that is being done; more are not read.
 constexpr std::size_t mostLines = 16;
 constexpr int stateCode = 201, helpCode = 202, clipsCode = 203;
@@ -31,6 +32,7 @@ struct LinePort::Client
     RemotePeer *counts = nullptr;
     std::unique_ptr<LineReader> reader;
     OutBuffer out{outBound};
+    ReadPace pace{mostBytes};
     std::deque<QString> lines;
     bool isBusy = false; ///< a line is being done
     bool hasEnded = false;
@@ -64,10 +66,19 @@ void LinePort::wants(std::vector<pollfd> &polls) const
 {
     if (_listener.isOpen()) polls.push_back({_listener.fd(), POLLIN, 0});
     for (const auto &client : _clients) {
-        const bool reads = client->lines.size() < mostLines;
+        const bool reads = client->lines.size() < mostLines && !client->pace.pausedUntil(_context.now());
         const bool writes = !client->out.isEmpty();
         polls.push_back({client->fd.fd(), short((reads ? POLLIN : 0) | (writes ? POLLOUT : 0)), 0});
     }
+}
+
+std::optional<qint64> LinePort::deadline() const
+{
+    std::optional<qint64> first = _openAt;
+    for (const auto &client : _clients)
+        if (const auto until = client->pace.pausedUntil(_context.now()); until && (!first || *until < *first))
+            first = until;
+    return first;
 }
 
 void LinePort::ready(const pollfd &event)
@@ -120,6 +131,7 @@ void LinePort::read(Client &client)
         client.hasEnded = true;
         return;
     }
+    client.pace.took(count, client.readAt);
     client.reader->feed(QByteArray(bytes.data(), count));
     next(client);
 }

@@ -20,7 +20,7 @@ public:
 
     void wants(std::vector<pollfd> &polls) const override;
     void ready(const pollfd &event) override;
-    std::optional<qint64> deadline() const override { return _openAt; }
+    std::optional<qint64> deadline() const override;
     void look() override;
     QString place() const override { return _config.place; }
     QString problem() const override { return _problem; }

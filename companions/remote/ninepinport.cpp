@@ -14,6 +14,7 @@ constexpr const char *module = "ninepin";
 constexpr qint64 openEvery = 500 * QmxClock::nsPerMillisecond;
 /// Of replies that the other side does not read.
 constexpr qsizetype outBound = 4096;
+constexpr qint64 mostBytes = 1024; ///< in a window; a line of 38400 baud brings 40
 
 RemotePeer::Count countOf(NinepinFault fault)
 {
@@ -42,6 +43,7 @@ struct NinepinPort::Peer
     NinepinMarks marks;
     std::unique_ptr<NinepinParser> parser;
     OutBuffer out{outBound};
+    ReadPace pace{mostBytes};
 };
 
 NinepinPort::NinepinPort(const RemotePortConfig &config, RemoteContext &context)
@@ -84,15 +86,26 @@ void NinepinPort::add(RemoteFd fd, const QString &name, NinepinParser::Limits li
     peer->parser = std::make_unique<NinepinParser>(
         limits, [this, self](const NinepinBlock &one) { block(*self, one); },
         [this, self](NinepinFault fault) { bad(*self, fault); });
-    if (_peers.empty()) _who = {name, QStringLiteral("serial"), name, {}};
+    if (_peers.empty()) _who = whoIs(name);
     _peers.push_back(std::move(peer));
+}
+
+/// Whoever comes back to the same port from the same machine is the same operator: its take is its own.
+Who NinepinPort::whoIs(const QString &peer) const
+{
+    const QString host = _config.device.isEmpty() ? peer.section(QLatin1Char(':'), 0, -2) : peer;
+    return {peer, QStringLiteral("serial"), host, QStringLiteral("serial/%1/%2").arg(_config.place, host)};
 }
 
 void NinepinPort::wants(std::vector<pollfd> &polls) const
 {
     if (_listener.isOpen()) polls.push_back({_listener.fd(), POLLIN, 0});
-    for (const auto &peer : _peers)
-        polls.push_back({peer->fd.fd(), short(POLLIN | (peer->out.isEmpty() ? 0 : POLLOUT)), 0});
+    const qint64 now = _context.now();
+    for (const auto &peer : _peers) {
+        const bool reads = !peer->pace.pausedUntil(now);
+        const bool writes = !peer->out.isEmpty();
+        polls.push_back({peer->fd.fd(), short((reads ? POLLIN : 0) | (writes ? POLLOUT : 0)), 0});
+    }
 }
 
 void NinepinPort::ready(const pollfd &event)
@@ -129,6 +142,7 @@ void NinepinPort::read(Peer &peer)
     _readAt = _context.now();
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
     if (count <= 0) return remove(peer);
+    peer.pace.took(count, _readAt);
     const std::span<const std::uint8_t> read(bytes.data(), size_t(count));
     std::vector<NinepinByte> line;
     if (_config.device.isEmpty())
@@ -145,10 +159,7 @@ void NinepinPort::remove(const Peer &peer)
     qmxLogOutput(3, module, __LINE__, "%s: %s has gone\n", qPrintable(_config.place), qPrintable(peer.name));
     std::erase_if(_peers, [&peer](const auto &one) { return one.get() == &peer; });
     if (!_config.device.isEmpty()) _openAt = _context.now() + openEvery;
-    if (operated && !_peers.empty()) {
-        const QString name = _peers.front()->name;
-        _who = {name, QStringLiteral("serial"), name, {}};
-    }
+    if (operated && !_peers.empty()) _who = whoIs(_peers.front()->name);
 }
 
 void NinepinPort::block(Peer &peer, const NinepinBlock &block)
@@ -182,8 +193,10 @@ std::optional<qint64> NinepinPort::deadline() const
         if (one && (!first || *one < *first)) first = one;
     };
     consider(_orders.deadline());
-    for (const auto &peer : _peers)
+    for (const auto &peer : _peers) {
         consider(peer->parser->deadline());
+        consider(peer->pace.pausedUntil(_context.now()));
+    }
     return first;
 }
 

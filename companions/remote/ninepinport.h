@@ -33,6 +33,7 @@ private:
     void accept();
     void read(Peer &peer);
     void remove(const Peer &peer);
+    Who whoIs(const QString &peer) const;
     void reply(Peer &peer, const QByteArray &bytes);
     void block(Peer &peer, const NinepinBlock &block);
     void bad(Peer &peer, NinepinFault fault);

@@ -14,7 +14,7 @@ namespace {
 constexpr const char *module = "osc";
 constexpr qint64 openEvery = 500 * QmxClock::nsPerMillisecond;
 constexpr qint64 subscribedFor = 60 * QmxClock::nsPerSecond;
-constexpr int mostPacketsATurn = 32;
+constexpr int mostPackets = 32; ///< in a window: more than eight fader boxes send
 } // namespace
 
 struct OscPort::Peer
@@ -34,7 +34,8 @@ struct OscPort::Peer
     const std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };
 
-OscPort::OscPort(const RemotePortConfig &config, RemoteContext &context) : _config(config), _context(context)
+OscPort::OscPort(const RemotePortConfig &config, RemoteContext &context)
+    : _config(config), _context(context), _pace(mostPackets)
 {
     open();
 }
@@ -55,18 +56,19 @@ void OscPort::open()
 
 void OscPort::wants(std::vector<pollfd> &polls) const
 {
-    if (_socket.isOpen()) polls.push_back({_socket.fd(), POLLIN, 0});
+    if (_socket.isOpen() && !_pace.pausedUntil(_context.now())) polls.push_back({_socket.fd(), POLLIN, 0});
 }
 
 void OscPort::ready(const pollfd &)
 {
     std::array<std::uint8_t, OscLanguage::longestPacket + 1> bytes;
-    for (int i = 0; i < mostPacketsATurn; ++i) {
+    for (int i = 0; i < mostPackets; ++i) {
         sockaddr_storage from{};
         socklen_t size = sizeof from;
         const ssize_t count = recvfrom(_socket.fd(), bytes.data(), bytes.size(), MSG_DONTWAIT,
                                        reinterpret_cast<sockaddr *>(&from), &size);
         if (count < 0) return;
+        _pace.took(1, _context.now());
         packet(std::span<const std::uint8_t>(bytes.data(), std::size_t(count)), from, size);
     }
 }
@@ -160,6 +162,7 @@ std::optional<qint64> OscPort::deadline() const
     const auto consider = [&first](qint64 one) {
         if (!first || one < *first) first = one;
     };
+    if (const auto until = _pace.pausedUntil(_context.now())) consider(*until);
     for (const auto &[name, peer] : _peers) {
         if (peer->every > 0) consider(peer->nextAt);
         if (const auto retry = peer->orders.deadline()) consider(*retry);

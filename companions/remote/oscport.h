@@ -42,6 +42,7 @@ private:
     const RemotePortConfig _config;
     RemoteContext &_context;
     RemoteFd _socket;
+    ReadPace _pace;
     std::map<QString, std::unique_ptr<Peer>> _peers; ///< by address
     std::optional<qint64> _openAt;
     QString _problem; ///< as told last

@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <optional>
 #include <utility>
 
 #include <sys/socket.h>
@@ -36,6 +37,32 @@ RemoteFd accept(int listener, QString &peer);
 /// 38400 baud, eight bits, odd parity, with damaged bytes marked in what is read; nobody else may open it.
 RemoteFd openTerminal(const QString &device, QString &problem);
 } // namespace Sockets
+
+/// How much of one peer is read: whoever sends more is read later, so that a flood costs nobody else their
+/// reply, nor the recorder a core. Time in nanoseconds.
+class ReadPace
+{
+public:
+    static constexpr qint64 window = 10'000'000;
+
+    explicit ReadPace(qint64 mostInAWindow) : _most(mostInAWindow) {}
+    void took(qint64 amount, qint64 now)
+    {
+        if (now >= _until) _taken = 0;
+        if (_taken == 0) _until = now + window;
+        _taken += amount;
+    }
+    /// When it may be read again; nothing: now.
+    std::optional<qint64> pausedUntil(qint64 now) const
+    {
+        return _taken >= _most && now < _until ? std::optional(_until) : std::nullopt;
+    }
+
+private:
+    const qint64 _most;
+    qint64 _taken = 0;
+    qint64 _until = 0;
+};
 
 /// Bytes on their way out, at most `bound`; what does not fit is refused.
 class OutBuffer

@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxlogexpected.h"
 #include "platform/qmx/core/qmxlogstream.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/logcollector.h"
@@ -16,6 +17,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <thread>
 
 namespace {
@@ -75,6 +77,26 @@ TEST(Log, FoldsEqualRecordsEvenWhenTheyAlternate)
         sum += 1 + (at < 0 ? 0 : line.mid(at + 5).split(' ').first().toInt());
     }
     EXPECT_EQ(sum, 500) << "every record is accounted for";
+    EXPECT_TRUE(std::is_sorted(got.begin(), got.end(), [](const auto &a, const auto &b) {
+        return a.left(23) < b.left(23);
+    })) << "in the order of time";
+}
+
+TEST(Log, whatIsExpectedEverywhereIsNoErrorThatOneSees)
+{
+    allowLog("test");
+    TestDir dir;
+    qmxLogExpect("test", "Failed to find", "Uncompressed");
+    qmxLogOpenFile(dir.file("log"));
+    const auto log = [&](int level) {
+        qmxLogSetLevel(level);
+        logged(1, "Failed to find a still for Uncompressed");
+        logged(1, "Failed to find a still for ProRes");
+        return lines(dir.file("log")).size();
+    };
+    EXPECT_EQ(log(2), 1);
+    EXPECT_EQ(log(3), 3) << "the other one is folded";
+    qmxLogSetLevel(4);
 }
 
 TEST(Log, RotatesAndKeepsThreeOldFiles)

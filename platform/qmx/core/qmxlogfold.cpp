@@ -8,6 +8,7 @@ QList<QmxLogRecord> QmxLogFold::add(const QmxLogRecord &record, qint64 now)
     const QString key =
         QStringLiteral("%1 %2 %3 %4").arg(record.level).arg(record.line).arg(record.source, record.text);
     QList<QmxLogRecord> result;
+    _newest = std::max(_newest, record.wallTime);
     const auto found = _entries.find(key);
     if (found == _entries.end()) {
         if (_entries.size() >= maximumTexts) result = due(now, true);
@@ -48,6 +49,7 @@ QList<QmxLogRecord> QmxLogFold::due(qint64 now, bool all)
     QList<QmxLogRecord> result;
     for (Entry &entry : expired) {
         entry.last.more = entry.folded - 1; // it stands for itself, too
+        entry.last.wallTime = _newest;      // others have been written since
         result.append(entry.last);
     }
     return result;

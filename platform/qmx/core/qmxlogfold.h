@@ -7,7 +7,8 @@
 #include <QList>
 
 /// Folds equal records of the log: the first passes, then one a second with the count of the others, also
-/// when several texts alternate. Bounded: with too many different texts in a second all pass. One thread.
+/// when several texts alternate. A line that stands for others has the time at which it is written: the log
+/// stays in the order of time. Bounded: with too many different texts in a second all pass. One thread.
 class QmxLogFold
 {
 public:
@@ -29,5 +30,6 @@ private:
         qint64 order = 0;
     };
     QHash<QString, Entry> _entries;
+    qint64 _newest = 0; ///< time of the newest record
     qint64 _order = 0;
 };

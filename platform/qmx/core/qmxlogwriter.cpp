@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxlogexpected.h"
 #include "platform/qmx/core/qmxlogfile.h"
 #include "platform/qmx/core/qmxlogfold.h"
 
@@ -132,9 +133,10 @@ void QmxLogWriter::State::loop()
 
 void QmxLogWriter::State::work(const Item &item)
 {
+    constexpr int withExpected = 3;
     if (item.command)
         item.command();
-    else
+    else if (QmxLog::defaultLog()->level() >= withExpected || !qmxLogIsExpected(item.record))
         write(fold.add(item.record, item.now));
 }
 

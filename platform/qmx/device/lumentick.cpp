@@ -160,6 +160,9 @@ OutputStage::Work LumenEngine::outputWork(QmxOutputFrame &output)
         _connection = OutputFormat::describe(_running);
     }
     output.connection = _connection;
+    constexpr int askEvery = 8; // ticks
+    if (output.tick.index % askEvery == 0 || _inputText.isEmpty()) _inputText = _input->statusText();
+    output.input = _inputText;
     return {OutputFormat::shown(output.desc, _running), superText(output.timecode)};
 }
 

@@ -33,6 +33,13 @@ void OutputStage::process(QmxOutputFrame frame, const Work &work)
 {
     frame.picture = processed(frame.picture, frame.desc, work);
     frame.desc = work.format;
+    constexpr int askEvery = 8; // ticks
+    if (frame.tick.index % askEvery == 0) {
+        _told.clear();
+        for (size_t i = 1; i < _sinks.size(); ++i)
+            _told += _sinks[i]->statusText() + '\n';
+    }
+    frame.outputs = _told;
     for (const std::unique_ptr<QmxSink> &sink : _sinks)
         sink->show(frame);
 }

@@ -46,6 +46,7 @@ private:
     QmxPictureConverter _converter;
     QmxPicture _source; ///< of which _result was made, by _work
     QmxPicture _result;
+    QString _told; ///< what the sinks have said last
     Work _work;
     QmxTaskThread _thread; ///< last: ends before what it uses
 };

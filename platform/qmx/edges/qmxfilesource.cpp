@@ -183,6 +183,12 @@ QmxSourceFrame QmxFileSource::take(const QmxTick &tick)
     return frame;
 }
 
+QString QmxFileSource::problem() const
+{
+    const std::lock_guard lock(_mutex);
+    return _problem;
+}
+
 QString QmxFileSource::statusText() const
 {
     const std::lock_guard lock(_mutex);

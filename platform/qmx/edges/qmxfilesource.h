@@ -25,6 +25,7 @@ public:
 
     QmxSourceFrame take(const QmxTick &tick) override;
     QString statusText() const override;
+    QString problem() const override;
 
 private:
     struct Item

@@ -8,11 +8,14 @@
 class QmxNoneSource : public QmxSource
 {
 public:
-    explicit QmxNoneSource(const QString &status) : _status(status) {}
+    explicit QmxNoneSource(const QString &status, bool isWrong = false) : _status(status), _isWrong(isWrong)
+    {}
 
     QmxSourceFrame take(const QmxTick &tick) override;
     QString statusText() const override { return _status; }
+    QString problem() const override { return _isWrong ? _status : QString(); }
 
 private:
     QString _status;
+    bool _isWrong; ///< it stands in for a locator that makes no sense
 };

@@ -9,12 +9,14 @@
 class QmxNullSink : public QmxSink
 {
 public:
-    explicit QmxNullSink(const QString &status) : _status(status) {}
+    explicit QmxNullSink(const QString &status, bool isWrong = false) : _status(status), _isWrong(isWrong) {}
 
     void show(const QmxOutputFrame &) override { ++_frames; }
     QString statusText() const override;
+    QString problem() const override { return _isWrong ? _status : QString(); }
 
 private:
     QString _status;
+    bool _isWrong; ///< it stands in for a locator that makes no sense
     std::atomic<qint64> _frames = 0;
 };

@@ -21,6 +21,7 @@ constexpr int slotCount = 2;
 constexpr int maximumPixels = QmxPreview::maximumWidth * QmxPreview::maximumHeight;
 constexpr size_t textSize = 64;
 constexpr size_t longTextSize = 128;
+constexpr size_t sentencesSize = 512;
 
 /// One picture as it lies in shared memory; whole words, so that it can be copied word by word.
 struct Content
@@ -38,6 +39,8 @@ struct Content
     char timecode[textSize];
     char format[textSize];
     char connection[longTextSize];
+    char input[sentencesSize];
+    char outputs[sentencesSize];
     uchar pixels[maximumPixels * 3 / 2];
 };
 static_assert(sizeof(Content) % sizeof(quint64) == 0);
@@ -151,6 +154,8 @@ void QmxPreviewWriter::write(const QmxPreviewPicture &picture)
     setText(c.timecode, picture.timecode);
     setText(c.format, picture.format);
     setText(c.connection, picture.connection);
+    setText(c.input, picture.input);
+    setText(c.outputs, picture.outputs);
     std::memcpy(c.pixels, picture.luma.constData(), size_t(pixels));
     std::memcpy(c.pixels + pixels, picture.cb.constData(), size_t(pixels / 4));
     std::memcpy(c.pixels + pixels + pixels / 4, picture.cr.constData(), size_t(pixels / 4));
@@ -199,6 +204,16 @@ quint64 QmxPreviewReader::count() const
 
 bool QmxPreviewReader::read(QmxPreviewPicture &picture)
 {
+    return take(picture, true);
+}
+
+bool QmxPreviewReader::readTexts(QmxPreviewPicture &picture)
+{
+    return take(picture, false);
+}
+
+bool QmxPreviewReader::take(QmxPreviewPicture &picture, bool withPixels)
+{
     if (!d->shared) return false;
     Content &c = d->content;
     // Only a writer that publishes faster than this can copy makes a second try necessary.
@@ -212,24 +227,28 @@ bool QmxPreviewReader::read(QmxPreviewPicture &picture)
         copySharedWords(&c, &slot.content, offsetof(Content, pixels), false);
         const bool sane = c.width >= 0 && c.width <= QmxPreview::maximumWidth && c.height >= 0 &&
                           c.height <= QmxPreview::maximumHeight;
-        if (sane)
+        if (sane && withPixels)
             copySharedWords(c.pixels, slot.content.pixels,
                             contentBytes(c.width, c.height) - offsetof(Content, pixels), false);
         std::atomic_thread_fence(std::memory_order_acquire);
         if (!sane || slot.sequence.load(std::memory_order_relaxed) != before) continue;
-        const int pixels = c.width * c.height;
-        const auto *bytes = reinterpret_cast<const char *>(c.pixels);
         picture.width = c.width;
         picture.height = c.height;
-        picture.luma = QByteArray(bytes, pixels);
-        picture.cb = QByteArray(bytes + pixels, pixels / 4);
-        picture.cr = QByteArray(bytes + pixels + pixels / 4, pixels / 4);
+        if (withPixels) {
+            const int pixels = c.width * c.height;
+            const auto *bytes = reinterpret_cast<const char *>(c.pixels);
+            picture.luma = QByteArray(bytes, pixels);
+            picture.cb = QByteArray(bytes + pixels, pixels / 4);
+            picture.cr = QByteArray(bytes + pixels + pixels / 4, pixels / 4);
+        }
         picture.tick = c.tick;
         picture.time = c.time;
         picture.frameNumber = c.frameNumber;
         picture.timecode = text(c.timecode);
         picture.format = text(c.format);
         picture.connection = text(c.connection);
+        picture.input = text(c.input);
+        picture.outputs = text(c.outputs);
         picture.isCapture = c.flags & Capture;
         picture.isRepeat = c.flags & Repeat;
         picture.hasPicture = c.flags & HasPicture;

@@ -20,6 +20,8 @@ struct QmxPreviewPicture
     QString timecode;        ///< "--:--:--:--" when there is none
     QString format;          ///< of the output, for the operator
     QString connection;      ///< electrical side of the output: colour, SDI, HDMI, analog level
+    QString input;           ///< one sentence: what the input is, and what is wrong with it
+    QString outputs;         ///< the same of each output but the preview, a line each
     qint64 tick = 0;         ///< of the device's clock
     qint64 time = 0;         ///< of the tick, on the machine's monotonic clock, in nanoseconds
     qint64 frameNumber = -1; ///< of the frame shown (playback); -1: not known
@@ -74,8 +76,12 @@ public:
     quint64 count() const;
     /// The newest picture, whole; false when there is none, or the writer died in the middle of one.
     bool read(QmxPreviewPicture &picture);
+    /// The same without the picture itself: quick.
+    bool readTexts(QmxPreviewPicture &picture);
 
 private:
+    bool take(QmxPreviewPicture &picture, bool withPixels);
+
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -106,6 +106,8 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
     _preview.timecode = frame.timecode.toString();
     _preview.format = frame.desc.toString();
     _preview.connection = frame.connection;
+    _preview.input = frame.input;
+    _preview.outputs = frame.outputs;
     _preview.frameNumber = frame.metadata.contains(QmxIds::frameNumber)
                                ? frame.metadata.value(QmxIds::frameNumber).toLongLong()
                                : -1;

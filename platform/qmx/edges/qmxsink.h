@@ -9,6 +9,8 @@ struct QmxOutputFrame
     QmxTick tick;
     QmxImageDesc desc;        ///< format of the output
     QString connection;       ///< its electrical side, for the operator
+    QString input;            ///< one sentence: what the input is, and what is wrong with it
+    QString outputs;          ///< the same of each output but the preview, a line each
     QmxPicture picture;       ///< not valid: black
     QmxAudio audio;           ///< not valid or empty: silence
     QmxTimecode timecode;     ///< of the frame shown (playback) or of the generator (capture)
@@ -42,3 +44,5 @@ struct QmxSinkRow
 std::span<const QmxSinkRow> qmxSinks();
 /// Never null: a locator that makes no sense gives a null sink whose statusText() says why.
 std::unique_ptr<QmxSink> qmxCreateSink(const QString &locator, const QmxEnvironment &environment);
+/// Empty, or why a line of the profile shows nothing, as its own parser says. Nothing is opened.
+QString qmxSinkProblem(const QString &locator, const QmxEnvironment &environment);

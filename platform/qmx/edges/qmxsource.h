@@ -50,6 +50,8 @@ public:
     virtual QmxSourceFrame take(const QmxTick &tick) = 0;
     /// One sentence for the operator: what it is and what is wrong with it, if anything is.
     virtual QString statusText() const = 0;
+    /// Empty while nothing is known to be wrong, else the sentence. Any thread.
+    virtual QString problem() const { return {}; }
 };
 
 /// One kind of source: a row of the table in sources.cpp.
@@ -64,6 +66,10 @@ std::span<const QmxSourceRow> qmxSources();
 /// A source for a locator such as "generator:?rate=25" or "srt://host:9000". A locator that makes no sense
 /// gives a source without signal whose statusText() says why; never null.
 std::unique_ptr<QmxSource> qmxCreateSource(const QString &locator, const QmxEnvironment &environment);
+
+/// Empty, or why a line of the profile gives no picture, as its own parser or the attempt to open it says.
+/// What others may be using (addresses of the network, capture devices) is not opened. Takes up to a second.
+QString qmxSourceProblem(const QString &locator, const QmxEnvironment &environment);
 
 /// The generator as an internal source (695): pictures of the given description, pattern 800 to 802 and
 /// tone 900 or 901 (not valid: black, silence). `lossAllowed` is false here: it never loses its signal.

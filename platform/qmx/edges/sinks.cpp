@@ -83,5 +83,12 @@ std::unique_ptr<QmxSink> qmxCreateSink(const QString &locator, const QmxEnvironm
     const QString sentence = QStringLiteral("Output \"%1\" shows nothing: it is none of %2")
                                  .arg(locator, known.join(QStringLiteral(", ")));
     qmxLogOutput(2, "sinks", __LINE__, "%s\n", qUtf8Printable(sentence));
-    return std::make_unique<QmxNullSink>(sentence);
+    return std::make_unique<QmxNullSink>(sentence, true);
+}
+
+QString qmxSinkProblem(const QString &locator, const QmxEnvironment &environment)
+{
+    // (The preview's memory belongs to the recorder that runs.)
+    if (locator.startsWith(QLatin1String("preview:"))) return {};
+    return qmxCreateSink(locator, environment)->problem();
 }

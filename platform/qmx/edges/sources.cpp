@@ -5,8 +5,13 @@
 #include "platform/qmx/edges/qmxlivesource.h"
 #include "platform/qmx/edges/qmxnonesource.h"
 
+#include <QFile>
 #include <QRegularExpression>
 #include <QStringList>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
 
 #include <array>
 
@@ -15,7 +20,7 @@ std::unique_ptr<QmxSource> withoutSignal(const QString &locator, const QString &
 {
     const QString sentence = QStringLiteral("Input \"%1\" has no signal: %2").arg(locator, why);
     qmxLogOutput(2, "sources", __LINE__, "%s\n", qUtf8Printable(sentence));
-    return std::make_unique<QmxNoneSource>(sentence);
+    return std::make_unique<QmxNoneSource>(sentence, true);
 }
 
 std::unique_ptr<QmxSource> createGenerator(const QString &locator, const QmxEnvironment &)
@@ -78,19 +83,63 @@ std::span<const QmxSourceRow> qmxSources()
     return rows;
 }
 
-std::unique_ptr<QmxSource> qmxCreateSource(const QString &locator, const QmxEnvironment &environment)
+namespace {
+/// Null when no kind of source has such locators; `known` then gets how they begin.
+const QmxSourceRow *rowOf(const QString &locator, QStringList &known)
 {
     static const QRegularExpression address(QStringLiteral("^[a-z][a-z0-9+.]*://."));
     const bool isAddress = address.match(locator).hasMatch();
-    QStringList known;
     for (const QmxSourceRow &row : rows) {
         const QString start = QLatin1String(row.scheme) + QLatin1Char(':');
-        if (row.scheme[0] ? locator.startsWith(start) : isAddress) return row.create(locator, environment);
+        if (row.scheme[0] ? locator.startsWith(start) : isAddress) return &row;
         if (row.scheme[0]) known.append(start);
     }
+    return nullptr;
+}
+
+/// Without opening anything: somebody may be using it.
+QString liveProblem(const QString &locator)
+{
+    const QString scheme = locator.section(QLatin1Char(':'), 0, 0);
+    if (scheme == QLatin1String("v4l2")) {
+        const QString device = locator.section(QLatin1Char(':'), 1).section(QLatin1Char('?'), 0, 0);
+        return QFile::exists(device) ? QString() : QStringLiteral("%1 is not there").arg(device);
+    }
+    const bool isKnown = avio_find_protocol_name(qUtf8Printable(locator)) != nullptr ||
+                         av_find_input_format(qUtf8Printable(scheme)) != nullptr;
+    return isKnown ? QString()
+                   : QStringLiteral("\"%1\" is no kind of address that can be opened").arg(scheme);
+}
+} // namespace
+
+std::unique_ptr<QmxSource> qmxCreateSource(const QString &locator, const QmxEnvironment &environment)
+{
+    QStringList known;
+    if (const QmxSourceRow *row = rowOf(locator, known)) return row->create(locator, environment);
     return withoutSignal(locator,
                          QStringLiteral("it is neither an address such as \"srt://host:9000\" nor one of %1")
                              .arg(known.join(QStringLiteral(", "))));
+}
+
+QString qmxSourceProblem(const QString &locator, const QmxEnvironment &environment)
+{
+    QStringList known;
+    const QmxSourceRow *row = rowOf(locator, known);
+    if (row && row->create == createLive) return liveProblem(locator);
+    const std::unique_ptr<QmxSource> source = qmxCreateSource(locator, environment);
+    constexpr qint64 openWithin = QmxClock::nsPerSecond;
+    constexpr qint64 lookEvery = 20 * QmxClock::nsPerMillisecond;
+    QmxTick tick{0, environment.clock->now(), QmxVideoRate(25), true};
+    const qint64 end = tick.deadline + openWithin;
+    // (One that opens a file does so on its thread.)
+    while (source->problem().isEmpty() && tick.deadline < end) {
+        if (source->take(tick).picture.isValid()) return {};
+        ++tick.index;
+        environment.clock->sleepUntil(tick.deadline + lookEvery);
+        tick.deadline = environment.clock->now();
+        if (locator.startsWith(QLatin1String("none:"))) break;
+    }
+    return source->problem();
 }
 
 std::unique_ptr<QmxSource> qmxCreateInternalGenerator(const QmxImageDesc &desc, const QmxId &pattern,

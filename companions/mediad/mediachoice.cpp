@@ -38,6 +38,32 @@ const Medium *bestToRecord(const std::vector<Medium> &media, const std::string &
 
 } // namespace
 
+/// Somebody has chosen a medium that cannot be had, whatever program he used: he is told, and a take keeps
+/// its own.
+void MediaMachine::refuseChoice(Step &step)
+{
+    const MediaParameters &is = step.is;
+    const bool isNewTake = step.recording() && !_recordingBefore;
+    _recordingBefore = step.recording();
+    std::string why;
+    if (step.events.activeSet && step.recording() && !_answerSince && is.active != _active &&
+        step.mediumOf(_active)) {
+        why = is.active + " was not made the active medium: a take is being recorded on " + _active;
+        step.setActive(_active);
+    } else if (step.events.activeSet && !is.active.empty() && isManaged(is.active) &&
+               !step.mediumOf(is.active)) {
+        why = is.active + " was not made the active medium: no medium is mounted there";
+        if (step.mediumOf(_active)) step.setActive(_active);
+    }
+    if (!why.empty())
+        step.orders.writes.push_back({eParam_AlarmMediumRefused, MediaWrite::RaiseAlarm, 0, why});
+    else if (_choiceRefused && (step.events.activeSet || isNewTake))
+        step.orders.writes.push_back({eParam_AlarmMediumRefused, MediaWrite::ClearAlarm, 0, {}});
+    else
+        return;
+    _choiceRefused = !why.empty();
+}
+
 void MediaMachine::chooseActive(Step &step)
 {
     const MediaParameters &is = step.is;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/mediad/mediadaemon.h"
 
+#include "companions/mediad/nominalrate.h"
+
 #include "companions/mediad/cliprepair.h"
 #include "companions/mediad/orderrules.h"
 #include "companions/mediad/thumbnails.h"
@@ -375,6 +377,12 @@ void MediaDaemon::report(const std::vector<Medium> &media, const MediaParameters
                 _recordTime.observe(medium.recordedBytes, counters.value(QStringLiteral("recorded_up_to")),
                                     double(counters.value(QStringLiteral("clip_rate"))) / 1000);
     }
+    constexpr int few = 2;
+    constexpr int many = 8;
+    _recordTime.setNominal(
+        nominalRate(_store.number(eParam_RecordCodec),
+                    GetDescriptor(eParam_RecordFormat)->label(int(_store.number(eParam_RecordFormat))),
+                    _store.number(eParam_AudioChannels) == 0 ? few : many));
     const RecordTime::Report report = _recordTime.report(media, is);
     const std::string text = MediumReport::print(report.media);
     if (text == _reported) return;

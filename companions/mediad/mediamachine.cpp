@@ -30,12 +30,14 @@ MediaOrders MediaMachine::step(std::int64_t now, const std::vector<Medium> &medi
     noteMounts(step);
     followTake(step);
     answerRollover(step);
+    refuseChoice(step);
     chooseActive(step);
     chooseRollover(step);
     chooseLabel(step);
     followClips(step);
     tellUpdated(step);
     _first = false;
+    _active = step.is.active;
     return std::move(step.orders);
 }
 

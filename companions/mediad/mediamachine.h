@@ -82,6 +82,7 @@ private:
     void mediumFull(Step &step);
     void noteMounts(Step &step);
     void answerRollover(Step &step);
+    void refuseChoice(Step &step);
     void chooseActive(Step &step);
     void moveActive(Step &step, const std::string &path);
     void chooseRollover(Step &step);
@@ -104,6 +105,9 @@ private:
     double _lowest = 100;                         ///< percent free in this take
     bool _frozen = false;                         ///< the transport may be using the rollover path
     std::optional<std::int64_t> _answerSince;     ///< a rollover waits for its answer
+    std::string _active;                          ///< active path after the step before
+    bool _recordingBefore = false;                ///< in the step before
+    bool _choiceRefused = false;                  ///< its alarm is up
     std::string _chosenFull;                      ///< somebody wants this medium although it is full
     std::map<std::string, std::uint64_t> _mounts; ///< by path
     std::vector<std::string> _repairs;            ///< not yet ordered

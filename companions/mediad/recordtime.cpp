@@ -30,10 +30,10 @@ void RecordTime::observe(std::int64_t bytes, std::int64_t frames, double framesP
 
 double RecordTime::rate(const std::vector<Medium> &media) const
 {
-    if (_rate > 0) return _rate;
+    if (_rate > 0) return std::max(_rate, _nominal);
     for (const Medium &medium : media)
-        if (medium.newestRate > 0) return medium.newestRate;
-    return 0;
+        if (medium.newestRate > 0) return std::max(medium.newestRate, _nominal);
+    return _nominal;
 }
 
 int RecordTime::secondsLeft(const Medium &medium, double level, double rate)

@@ -14,7 +14,10 @@ class RecordTime
 public:
     /// A running take, as it lies on its medium. Its first moments say nothing and are left out.
     void observe(std::int64_t bytes, std::int64_t frames, double framesPerSecond);
-    /// Bytes a second: of the take that runs or ran last, else of the newest clip; 0: not known.
+    /// Bytes a second that a take in the present settings can come to (see nominalRate()); 0: not known.
+    void setNominal(double bytesPerSecond) { _nominal = bytesPerSecond; }
+    /// Bytes a second: of the take that runs or ran last, else of the newest clip, but never less than the
+    /// next one can come to: an easy picture says nothing of the one to come. 0: not known.
     double rate(const std::vector<Medium> &media) const;
     /// Seconds until a medium reaches `level` percent free, as the transport rounds it; -1: not known.
     static int secondsLeft(const Medium &medium, double level, double rate);
@@ -28,4 +31,5 @@ public:
 
 private:
     double _rate = 0;
+    double _nominal = 0;
 };

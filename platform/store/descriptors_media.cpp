@@ -11,10 +11,10 @@ std::vector<ParamRow> mediaRows()
         // reach it also when the store holds that value already.
         string(eParam_ActiveMediaPath, "active_media_path", Volatile,
                "Folder of the medium that is recorded on and played from; empty: none.")
-            .with({Attribute::everyWrite}),
+            .with({Attribute::everyWrite, Attribute::folder}),
         string(eParam_RolloverMediaPath, "rollover_media_path", Volatile,
                "Folder of the medium on which a recording goes on when the active one is full; empty: none.")
-            .with({Attribute::everyWrite}),
+            .with({Attribute::everyWrite, Attribute::folder}),
         enumeration(eParam_StorageState, "storage_state", Volatile,
                     {{StorageState::Unknown, "unknown"},
                      {StorageState::InUse, "in_use"},
@@ -57,7 +57,8 @@ std::vector<ParamRow> mediaRows()
         string(eParam_MediaOrder, "media_order", Command,
                "What the media daemon shall do with a clip, as JSON: id, verb (copy, delete, protect, "
                "unprotect), "
-               "clip, from, to. `xpctl copy` and its like write it."),
+               "clip, from, to. `xpctl copy` and its like write it.")
+            .with({Attribute::order}),
         string(eParam_MediaOrderState, "media_order_state", Volatile,
                "How far the media daemon is with an order, as JSON: id, state, percent, text.")
             .with({Attribute::everyWrite, Attribute::told}),

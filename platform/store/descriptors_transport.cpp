@@ -26,7 +26,8 @@ std::vector<ParamRow> commandRows()
                "Plays at this speed: a decimal number from -100 to 100, 1 is normal, 0 is a still picture.")
             .with({Attribute::speed}),
         string(eParam_CueToTimecode, "cue_to_timecode", Command,
-               "Goes to the frame with this timecode (HH:MM:SS:FF), in still."),
+               "Goes to the frame with this timecode (HH:MM:SS:FF), in still.")
+            .with({Attribute::timecode}),
         number(eParam_CueToFrame, "cue_to_frame", Command,
                "Goes to this frame of what is played, counted from 0, in still.")
             .in("frames"),

@@ -106,6 +106,7 @@ enum eParam_t : std::uint32_t {
     eParam_AlarmMediaFull = 0x50000010,
     eParam_AlarmStoreRestored = 0x50000011,
     eParam_AlarmClipsRepaired = 0x50000012,
+    eParam_AlarmMediumRefused = 0x50000013,
 
     // What the media daemon is asked for and tells
     eParam_MediaOrder = 0x50000030,

@@ -2,12 +2,14 @@
 #include "platform/store/paramdescriptor.h"
 
 #include "platform/qmx/core/qmxpackedtimecode.h"
-
+#include "platform/qmx/core/qmxtimecode.h"
 #include "platform/store/alarms.pb.h"
 #include "platform/store/datafile.pb.h"
 #include "platform/store/paramrow.h"
 #include "platform/store/values.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QString>
 
 #include <algorithm>
@@ -59,6 +61,30 @@ bool checkClipNames(const std::string &text)
     for (std::string line; std::getline(lines, line);)
         if (!checkClipName(line)) return false;
     return true;
+}
+
+constexpr const char *nameFields[] = {"name", "take", "reel", "date", "time"};
+
+/// Empty, or the first thing in braces that is no field of a clip's name.
+std::string unknownField(const std::string &text)
+{
+    for (std::size_t open = text.find('{'); open != std::string::npos; open = text.find('{', open + 1)) {
+        const std::size_t close = text.find('}', open);
+        const std::string field =
+            text.substr(open + 1, close == std::string::npos ? close : close - open - 1);
+        const bool isKnown =
+            close != std::string::npos &&
+            std::find(std::begin(nameFields), std::end(nameFields), field) != std::end(nameFields);
+        if (!isKnown) return "{" + field + (close == std::string::npos ? "" : "}");
+    }
+    return {};
+}
+
+bool checkOrder(const std::string &text)
+{
+    if (text.empty()) return true;
+    const QJsonObject order = QJsonDocument::fromJson(QByteArray::fromStdString(text)).object();
+    return order["id"].isString() && order["verb"].isString() && order["clip"].isString();
 }
 
 /// Control characters could rewrite the screen of whoever looks at the value.
@@ -225,6 +251,18 @@ bool ParamDescriptor::check(const StoreValue &value, std::string &reason) const
             reason = _row.name + " takes a text without control characters";
         else if (hasAttribute(Attribute::clipName) && !checkClipNames(value.text))
             reason = _row.name + " takes the file name of a clip on its medium (no \"/\")";
+        else if (hasAttribute(Attribute::timecode) && !value.text.empty() &&
+                 !QmxTimecode(QString::fromStdString(value.text)).isValid())
+            reason = _row.name + " takes a timecode such as 10:00:04:00, not \"" + value.text + "\"";
+        else if (hasAttribute(Attribute::folder) && !value.text.empty() && value.text.front() != '/')
+            reason =
+                _row.name + " takes the full path of a folder, such as /media/A, not \"" + value.text + "\"";
+        else if (hasAttribute(Attribute::order) && !checkOrder(value.text))
+            reason = _row.name +
+                     " takes an order as JSON, with id, verb and clip; `xpctl copy` and its like write it";
+        else if (hasAttribute(Attribute::namePattern) && !unknownField(value.text).empty())
+            reason = _row.name + " has no " + unknownField(value.text) +
+                     "; its fields are {name}, {take}, {reel}, {date} and {time}";
         else if (hasAttribute(Attribute::speed) && !checkSpeed(value.text))
             reason = _row.name + " takes a decimal number from -100 to 100, not \"" + value.text + "\"";
         else if ((hasAttribute(Attribute::fileName) || hasAttribute(Attribute::namePattern)) &&

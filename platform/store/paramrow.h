@@ -63,6 +63,9 @@ inline constexpr const char *timecodePreset =
     "timecode_preset"; ///< number is an hour, or a whole timecode (QmxPackedTimecode)
 inline constexpr const char *namePattern = "name_pattern"; ///< text is a pattern of clip names
 inline constexpr const char *fileName = "file_name";       ///< text becomes part of a file name
+inline constexpr const char *timecode = "timecode";        ///< text is HH:MM:SS:FF
+inline constexpr const char *folder = "folder";            ///< text is a full path, or empty
+inline constexpr const char *order = "order";              ///< text is an order to the media daemon, or empty
 inline constexpr const char *clipName =
     "clip_name"; ///< text (of `multiLine`: each line) is a file name of a clip, or N/A
 } // namespace Attribute

@@ -240,6 +240,16 @@ void StoreClient::stopDelivering()
     if (reader) reader->stopDelivering();
 }
 
+void StoreClient::deliverLocally(eParam_t id, const StoreValue &value)
+{
+    std::shared_ptr<StoreReader> reader;
+    {
+        const std::lock_guard lock(_mutex);
+        reader = _reader;
+    }
+    if (reader) reader->deliverLocally(id, value);
+}
+
 bool StoreClient::alarmHistory(int newest, std::vector<AlarmRecord> &records, std::string &error)
 {
     const std::lock_guard lock(_mutex);

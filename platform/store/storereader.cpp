@@ -306,6 +306,14 @@ bool StoreReader::deliverOne()
     return true;
 }
 
+void StoreReader::deliverLocally(eParam_t id, const StoreValue &value)
+{
+    const StoreChange change{id, {value, 0, {}, _context.environment.clock->wallTime() / nsPerMicrosecond}};
+    const std::lock_guard delivery(_deliveryMutex);
+    for (std::size_t i = 0; _delivering && i < _listeners.size(); ++i)
+        if (*_listeners[i].ready) call(_listeners[i].listener, change);
+}
+
 void StoreReader::tellOnce(const Listener &listener) const
 {
     ConfigEventListener *const target = listener.listener; // the list may grow in the call

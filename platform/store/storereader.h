@@ -37,6 +37,8 @@ public:
     void removeListeners(const void *owner);
     /// No listener is called any more; returns when no call is in progress.
     void stopDelivering();
+    /// Calls the listeners that are ready with a change that no store has told. On the caller's thread.
+    void deliverLocally(eParam_t id, const StoreValue &value);
     /// Ends the thread, which need not be waited for.
     void askToStop();
     /// Ends the thread and waits for that.

@@ -43,6 +43,8 @@ protected:
 
     std::string carryOut(const MediaWrite &write)
     {
+        if (write.id == eParam_AlarmMediumRefused)
+            return write.kind == MediaWrite::RaiseAlarm ? "refused" : "not refused";
         switch (write.id) {
         case eParam_ActiveMediaPath:
             return "active=" + (is.active = write.text);
@@ -344,6 +346,26 @@ TEST_F(Machine, aFullMediumMakesRoomWhileTheTransportIsStopped)
     stop();
     step();
     EXPECT_EQ(is.active, "/media/A") << "nothing better";
+}
+
+TEST_F(Machine, refusesAMediumThatCannotBeHadAndKeepsThatOfATake)
+{
+    step();
+    const auto choose = [this](const char *path) {
+        is.active = path;
+        return step({0, 0, 0, true});
+    };
+    EXPECT_EQ(choose("/media/B"), (Writes{"rollover=/media/A", "label=B"}));
+    EXPECT_EQ(choose("/media/C"), (Writes{"active=/media/B", "refused"}));
+    EXPECT_EQ(choose("/media/A"), (Writes{"not refused", "rollover=/media/B", "label=A"}));
+    record();
+    step();
+    for (const char *path : {"/media/B", "/srv/clips", ""})
+        EXPECT_EQ(choose(path), (Writes{"active=/media/A", "refused"})) << path;
+    stop();
+    step();
+    record();
+    EXPECT_EQ(step(), (Writes{"not full", "not refused"}));
 }
 
 TEST_F(Machine, saysWhenATakeEndedForWantOfRoom)

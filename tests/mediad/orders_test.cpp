@@ -3,6 +3,7 @@
 #include "companions/mediad/clipcare.h"
 #include "companions/mediad/clipcopy.h"
 #include "companions/mediad/mediajobs.h"
+#include "companions/mediad/nominalrate.h"
 #include "companions/mediad/openfile.h"
 #include "companions/mediad/orderrules.h"
 #include "companions/mediad/recordtime.h"
@@ -244,7 +245,12 @@ TEST(RecordTime, comesFromTheTakeThatRunsElseFromTheNewestClip)
     RecordTime time;
     EXPECT_EQ(time.report(media, is).media[0].secondsLeft, -1);
     EXPECT_EQ(time.report(media, is).secondsLeft, 0);
+    // Before anything is recorded, and whatever easy picture was: what codec and format can come to.
+    time.setNominal(10'000);
+    EXPECT_EQ(time.report(media, is).media[0].secondsLeft, 49);
     media[1].newestRate = 5'000;
+    EXPECT_EQ(time.rate(media), 10'000);
+    time.setNominal(0);
     EXPECT_EQ(time.report(media, is).media[0].secondsLeft, 99); // (60 - 10.5) % of a million bytes
     time.observe(10'000, 49, 25);
     EXPECT_EQ(time.rate(media), 5'000) << "too short to say";
@@ -262,4 +268,20 @@ TEST(RecordTime, comesFromTheTakeThatRunsElseFromTheNewestClip)
     ASSERT_EQ(back.size(), 3u);
     EXPECT_EQ(back[0].secondsLeft, 49);
     EXPECT_EQ(back[2].state, "usable");
+}
+
+TEST(RecordTime, knowsWhatCodecsAndFormatsComeTo)
+{
+    struct Case
+    {
+        unsigned codec;
+        const char *format;
+        double megabits; ///< of the picture, as published for the codec
+    };
+    for (const Case &one : {Case{0, "1080i29.97", 147}, Case{1, "1080p25", 184}, Case{3, "1080p25", 38},
+                            Case{7, "1080p29.97", 330}, Case{8, "576i25", 165.9}, Case{0, "none", 0}}) {
+        const double bytes = nominalRate(one.codec, one.format, 0);
+        EXPECT_NEAR(bytes * 8 / 1e6, one.megabits, one.megabits * 0.05) << one.codec << one.format;
+    }
+    EXPECT_NEAR(nominalRate(0, "1080p25", 8) - nominalRate(0, "1080p25", 2), 6 * 144000, 1);
 }

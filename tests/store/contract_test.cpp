@@ -2,6 +2,7 @@
 // What every kind of store promises, for every row of the table of backends.
 #include "platform/store/alarmproducer.h"
 #include "platform/store/alarms.pb.h"
+#include "platform/store/localcommands.h"
 #include "platform/store/storebackend.h"
 #include "tests/store/redisserver.h"
 #include "tests/store/storetesting.h"
@@ -18,6 +19,7 @@
 #include <csignal>
 #include <optional>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -229,6 +231,24 @@ TEST_P(StoreContract, tellsNothingBeforeTheEventLoopTurnsNorAfterTheEnd)
         EXPECT_TRUE(Stepper::waitFor([&] { return numberOf(*daemon, eParam_LoopPlayback) == value; }));
     }
     EXPECT_EQ(early.seen().size() + atEnd.seen().size(), heard);
+}
+
+TEST_P(StoreContract, aStopReachesTheProgramByItsSocketWhateverTheStoreDoes)
+{
+    const auto daemon = openStore(uri, "", true);
+    RecordingListener heard;
+    daemon->addListener(&heard);
+    Stepper::deliver();
+    const QString path = dir.file("command");
+    EXPECT_TRUE(LocalCommands::sendStop(path).contains(path)) << "nobody listens";
+    std::optional<LocalCommands> commands(std::in_place, uri, path);
+    struct stat socket = {};
+    ASSERT_EQ(stat(path.toLocal8Bit().constData(), &socket), 0);
+    EXPECT_EQ(socket.st_mode & 07777U, 0660U) << "the group alone";
+    EXPECT_EQ(LocalCommands::sendStop(path), QString());
+    EXPECT_TRUE(heard.waitForLast(eParam_TransportCommand, "4"));
+    commands.reset();
+    EXPECT_FALSE(QFile::exists(path));
 }
 
 TEST_P(StoreContract, fiveListenersHearTwoWritersAlike)

@@ -103,5 +103,9 @@
     Y(ClipsRepaired, "clips_repaired", Condition, "information", \
       "Clips that a crash or a power cut had left unfinished have been closed; until the next take.", \
       "the media daemon raises and clears it", \
-      "nothing; look at the end of the clips that it names")
+      "nothing; look at the end of the clips that it names") \
+    Y(MediumRefused, "medium_refused", Condition, "error", \
+      "A medium was chosen that is not there, or during a take.", \
+      "the media daemon puts the old one back, and clears it with the next good choice or take", \
+      "choose one that `xpctl media` lists, when no take runs: xpctl set active_media_path")
 // clang-format on

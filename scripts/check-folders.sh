@@ -17,7 +17,7 @@ platform/qmx/stream: platform/qmx/core platform/qmx/codec platform/qmx/clip
 platform/qmx/device: platform/qmx/core platform/qmx/codec platform/qmx/edges
 platform/store: platform/qmx/core
 platform/product: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/store
-platform/control: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/store platform/product
+platform/control: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/qmx/edges platform/store platform/product
 xpd/transport: platform
 xpd/config: platform
 xpd/media: platform

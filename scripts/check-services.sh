@@ -16,7 +16,10 @@ if [ "${2:-}" = inside ]; then
         touch "$R/dev/$device"
         mount --bind "/dev/$device" "$R/dev/$device"
     done
-    mkdir "$R/dev/shm"
+    # (A unit with devices of its own gets these from here.)
+    mkdir "$R/dev/shm" "$R/dev/pts"
+    mount -t devpts -o newinstance,ptmxmode=0666 devpts "$R/dev/pts"
+    ln -s pts/ptmx "$R/dev/ptmx"
     mount -t tmpfs -o mode=1777 xp-shm "$R/dev/shm"
     mount -t tmpfs -o mode=755 xp-run "$R/run"
     mkdir "$R/run/lock" "$R/run/old"

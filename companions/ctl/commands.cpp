@@ -1,15 +1,29 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/commands.h"
 
+#include "companions/ctl/nearestname.h"
 #include "companions/ctl/parametermarkdown.h"
 #include "companions/ctl/verbcommand.h"
 
 #include "platform/control/transportanswers.h"
+#include "platform/product/programtext.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <memory>
+
+bool CommandRow::tellsOfDaemon() const
+{
+    return needs == Needs::Store && (run == ctlAlarms || run == ctlClips || run == ctlMedia ||
+                                     run == ctlList || run == ctlGet || run == ctlWatch);
+}
+
+bool CommandRow::worksWithoutStore() const
+{
+    return run == ctlStatus || run == ctlWatch || run == ctlClips || run == ctlPicture ||
+           (verb && verb->has(VerbRow::StopsTake));
+}
 
 bool CommandRow::takes(const OptionRow &option) const
 {
@@ -17,6 +31,19 @@ bool CommandRow::takes(const OptionRow &option) const
 }
 
 namespace {
+/// What a command has told without a daemon is what was known last.
+ExitCode withoutDaemon(const CommandRow &row, const Report &report)
+{
+    if (row.run == ctlSet) {
+        report.note("the daemon is not running; it takes this up when it starts");
+        return ExitCode::Done;
+    }
+    if (!row.tellsOfDaemon()) return ExitCode::Done;
+    const Answer answer = noDaemon();
+    return report.error(ExitCode::NoDaemon, "the daemon is not running; this is what was known last",
+                        answer.advice);
+}
+
 ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments &arguments)
 {
     if (arguments.markdown) { // says the same on every machine: no recorder is needed
@@ -29,34 +56,46 @@ ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments
     }
     Control control("xpctl");
     Recorder &recorder = control.recorder();
-    if (const QString problem = recorder.storeProblem(); !problem.isEmpty()) {
+    const QString problem = recorder.storeProblem();
+    if (!problem.isEmpty() && !(recorder.hasStore() && row.worksWithoutStore()))
         return report.error(ExitCode::NoStore, problem);
-    }
     if (row.needs == Needs::Daemon && !recorder.daemonIsRunning()) {
         return tell(report, noDaemon());
     }
     Recorder::catchInterrupt();
     if (row.verb) return runVerb(control, *row.verb, report, arguments);
-    return row.run(recorder, report, arguments);
+    const ExitCode code = row.run(recorder, report, arguments);
+    return code == ExitCode::Done && !recorder.daemonIsRunning() ? withoutDaemon(row, report) : code;
 }
-} // namespace
 
-namespace {
 /// What is wrong with the words, where the parser would only say that something is.
 QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &error)
 {
     const auto isOption = [](const std::string &word) { return word.starts_with('-'); };
     const auto name = std::find_if_not(words.begin(), words.end(), isOption);
-    if (name == words.end()) return QStringLiteral("a command is missing");
+    if (name == words.end()) {
+        const auto unknown = std::find_if(words.begin(), words.end(), [](const std::string &word) {
+            return word != "--json" && word != "--help" && word != "--version";
+        });
+        return unknown == words.end()
+                   ? QStringLiteral("a command is missing")
+                   : QStringLiteral("xpctl has no option %1").arg(QString::fromStdString(*unknown));
+    }
     const auto rows = ctlCommands();
     const auto row =
         std::find_if(rows.begin(), rows.end(), [&name](const CommandRow &one) { return one.name == *name; });
-    if (row == rows.end())
-        return QStringLiteral("there is no command '%1'").arg(QString::fromStdString(*name));
+    if (row == rows.end()) {
+        const QString unknown = QStringLiteral("there is no command '%1'").arg(QString::fromStdString(*name));
+        std::vector<std::string> names;
+        for (const CommandRow &one : rows)
+            if (one.isListed()) names.emplace_back(one.name);
+        const QString near = nearestName(*name, names);
+        return near.isEmpty() ? unknown : unknown + QStringLiteral("; did you mean %1?").arg(near);
+    }
     for (const std::string &word : words) {
         const std::string option = word.substr(0, word.find('='));
         const bool isKnown =
-            option == "--json" || option == "--help" ||
+            option == "--json" || option == "--help" || option == "--version" ||
             std::any_of(ctlOptions().begin(), ctlOptions().end(), [&](const OptionRow &known) {
                 return row->takes(known) && option == std::string("--") + known.name;
             });
@@ -73,6 +112,7 @@ int runCommandLine(int argc, char **argv)
     CLI::App app("xpctl: the recorder's command line", "xpctl");
     bool json = false;
     auto arguments = std::make_shared<Arguments>();
+    app.set_version_flag("--version", std::string("xpctl ") + recorderVersion(), "which version this is");
     app.add_flag("--json", json, "results as one JSON object a line");
     app.require_subcommand(1);
     app.fallthrough();
@@ -87,8 +127,11 @@ int runCommandLine(int argc, char **argv)
         CLI::App *command = app.add_subcommand(row.name, row.help);
         command->callback([&chosen, &row] { chosen = &row; });
         for (size_t i = 0; i < row.arguments.size(); ++i) {
-            command->add_option(row.arguments[i].name, arguments->words[i], row.arguments[i].help)
-                ->required(row.arguments[i].required);
+            CLI::Option *argument =
+                row.arguments[i].isMany
+                    ? command->add_option(row.arguments[i].name, arguments->rest, row.arguments[i].help)
+                    : command->add_option(row.arguments[i].name, arguments->words[i], row.arguments[i].help);
+            argument->required(row.arguments[i].required);
         }
         for (const OptionRow &option : ctlOptions()) {
             if (!row.takes(option)) {
@@ -103,9 +146,15 @@ int runCommandLine(int argc, char **argv)
     }
     // Behind the commands, which would take them over.
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    app.footer("`xpctl COMMAND --help` shows how one is used; `man xpctl` has them all, and the exit codes.");
+    app.footer("`xpctl help COMMAND` shows how one is used; `man xpctl` has them all, and the exit codes.");
+    // What stands behind the program, as it is asked for help everywhere: first or last.
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    if (!words.empty() && words.front() == "help") {
+        words.erase(words.begin());
+        words.emplace_back("--help");
+    }
     try { // the parser reports by exception; it ends here
-        app.parse(argc, argv);
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ParseError &error) {
         constexpr int helpWanted = 0;
         if (error.get_exit_code() == helpWanted) {
@@ -113,11 +162,14 @@ int runCommandLine(int argc, char **argv)
             return int(ExitCode::Done);
         }
         // What stands behind the mistake has not been parsed.
-        const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
         const bool wantsJson = std::find(words.begin(), words.end(), "--json") != words.end();
         return int(Report(wantsJson).error(ExitCode::Usage, mistakeIn(words, error),
-                                           "`xpctl --help` lists the commands, `xpctl COMMAND --help` shows "
+                                           "`xpctl help` lists the commands, `xpctl help COMMAND` shows "
                                            "how one is used"));
+    }
+    if (!chosen->arguments.empty() && chosen->arguments.back().isMany) {
+        arguments->words.resize(chosen->arguments.size() - 1);
+        arguments->words.insert(arguments->words.end(), arguments->rest.begin(), arguments->rest.end());
     }
     return int(runCommand(*chosen, Report(json), *arguments));
 }

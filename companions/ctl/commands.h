@@ -26,7 +26,9 @@ struct Arguments
     bool markdown = false;          ///< --markdown
     bool stats = false;             ///< --stats
     bool history = false;           ///< --history
+    bool all = false;               ///< --all
     std::string listen;             ///< --listen
+    std::vector<std::string> rest;  ///< of the argument that may come several times; then behind `words`
 
     std::string word(size_t index) const { return index < words.size() ? words[index] : std::string(); }
 };
@@ -39,6 +41,7 @@ struct ArgumentRow
     /// What a shell offers for it: words separated by blanks; @clips, @parameters or @values (of the
     /// parameter before it), which `xpctl complete` lists; or @files.
     const char *completes = "";
+    bool isMany = false; ///< the last one of a row: may come several times
 };
 
 /// An option of some commands.
@@ -66,6 +69,10 @@ struct CommandRow
     const VerbRow *verb = nullptr;
 
     bool takes(const OptionRow &option) const;
+    /// What it tells is of a daemon: without one, of that which was there last.
+    bool tellsOfDaemon() const;
+    /// Shared memory, the disk and the daemon's socket are enough for it.
+    bool worksWithoutStore() const;
     bool isListed() const { return *help != '\0'; }
 };
 
@@ -98,3 +105,4 @@ ExitCode ctlPicture(Recorder &, const Report &, const Arguments &);
 ExitCode ctlComplete(Recorder &, const Report &, const Arguments &);
 ExitCode ctlCompletion(const Report &, const Arguments &);
 ExitCode ctlManual(const Report &, const Arguments &);
+ExitCode ctlNothing(const Report &, const Arguments &);

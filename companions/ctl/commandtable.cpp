@@ -49,8 +49,8 @@ std::span<const CommandRow> ctlCommands()
         {looking, "watch", "show it continuously, a line a frame", {}, "once stats", Needs::Store, ctlWatch},
         {looking, "alarms", "list what is wrong now, since when, and what to do", {}, "history markdown", Needs::Store, ctlAlarms},
         ofVerb(looking, "acknowledge", "", {"ALARM"}),
-        {looking, "picture", "save the picture on the output as a PNG file",
-         {{"FILE", "its name", true, "@files"}}, "", Needs::Daemon, ctlPicture},
+        {looking, "picture", "save the picture on the output as a PNG or JPEG file",
+         {{"FILE", "its name; the ending, .png or .jpg, says which", true, "@files"}}, "", Needs::Daemon, ctlPicture},
 
         ofVerb(transport, "record", "for no-wait"),
         ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
@@ -62,13 +62,13 @@ std::span<const CommandRow> ctlCommands()
         ofVerb(transport, "prev", "no-wait force"),
         ofVerb(transport, "clip", "no-wait force", {"NAME"}),
 
-        {clips, "clips", "list the clips of the active medium", {}, "", Needs::Store, ctlClips},
+        {clips, "clips", "list the clips of the active medium", {}, "all", Needs::Store, ctlClips},
         {clips, "info", "show what a clip is: format, length, timecode, size, sound, reel",
          {{"CLIP", "as `xpctl clips` shows it, or its full path", true, "@clips"}}, "", Needs::Store, ctlInfo},
         {clips, "list", "show or change the play list",
-         {{"ACTION", "show, add, move or remove", false, "show add move remove"},
-          {"ENTRY", "add: a clip; move, remove: its place, counted from 0", false, "@clips"},
-          {"PLACE", "add: where to put it (else the end); move: where to", false}},
+         {{"ACTION", "show, add, move, remove or clear", false, "show add move remove clear"},
+          {"ENTRY", "add: clips, and behind them the place to put them (else the end); move: from and to; remove: "
+           "places, counted from 0", false, "@clips", true}},
          "", Needs::Store, ctlList},
         {clips, "media", "list the media with their room and how long one can still record", {}, "", Needs::Store, ctlMedia},
         ofVerb(clips, "copy", "no-wait", {"CLIP", "MEDIUM"}),
@@ -89,7 +89,7 @@ std::span<const CommandRow> ctlCommands()
         {settings, "set", "change a parameter",
          {{"NAME", "as `xpctl params` shows it", true, "@parameters"},
           {"VALUE", "a label, number or text", true, "@values"}},
-         "", Needs::Store, ctlSet},
+         "force", Needs::Store, ctlSet},
         {settings, "params", "list parameters with value, choices and help",
          {{"WORD", "only those whose name holds it", false, "@parameters"}}, "markdown", Needs::Store, ctlParams},
 
@@ -98,6 +98,8 @@ std::span<const CommandRow> ctlCommands()
           {"FILE", "its name; reset: a single parameter", false, "@files"}},
          "", Needs::Store, ctlSettings},
 
+        {machine, "help", "list the commands, or show how one is used",
+         {{"COMMAND", "its name", false}}, "", Needs::Nothing, nullptr, ctlNothing},
         {machine, "doctor", "check the installation and say what to do", {}, "", Needs::Nothing, nullptr, ctlDoctor},
         {machine, "metrics", "print figures for monitoring, or serve them", {}, "listen", Needs::Store, ctlMetrics},
         {machine, "completion", "print the completion of these commands for a shell",
@@ -123,7 +125,9 @@ std::span<const OptionRow> ctlOptions()
          [](CLI::App &command, Arguments &arguments) {
              command.add_flag_callback("--no-wait", [&arguments] { arguments.wait = false; });
          }},
-        {"force", "", "also when it ends a take of somebody else, or takes control from somebody",
+        {"force", "",
+         "also when it ends a take of somebody else, or takes control from somebody; set: although nothing "
+         "can be done with the value now",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--force", arguments.force); }},
         {"once", "", "show it once, then end",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--once", arguments.once); }},
@@ -131,6 +135,8 @@ std::span<const OptionRow> ctlOptions()
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--stats", arguments.stats); }},
         {"history", "", "what was raised and cleared before, oldest first",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--history", arguments.history); }},
+        {"all", "", "also what looks like a clip and cannot be played, and why",
+         [](CLI::App &command, Arguments &arguments) { command.add_flag("--all", arguments.all); }},
         {"markdown", "", "the reference of all, for documents",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--markdown", arguments.markdown); }},
         {"listen", "ADDRESS",

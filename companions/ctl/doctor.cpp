@@ -2,6 +2,7 @@
 #include "companions/ctl/doctor.h"
 
 #include "companions/ctl/remotefigures.h"
+#include "platform/control/access.h"
 #include "platform/product/clipfinder.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
@@ -9,6 +10,7 @@
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/edges/lumenprofile.h"
 #include "platform/qmx/edges/qmxpreview.h"
+#include "platform/qmx/edges/qmxsink.h"
 #include "platform/store/configfactoryimpl.h"
 
 #include <QDir>
@@ -17,14 +19,11 @@
 
 #include <mutex>
 
-#include <grp.h>
-#include <pwd.h>
 #include <sched.h>
 #include <sys/timex.h>
 #include <unistd.h>
 
 namespace {
-constexpr auto account = "xp"; // that the services run as, and the group of those who may operate
 constexpr qint64 megabyte = 1000 * 1000;
 
 QByteArray contents(const QString &path)
@@ -33,29 +32,29 @@ QByteArray contents(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
 }
 
+/// Where somebody finds the engineer's guide.
+QString guide()
+{
+    const QString installed = QStringLiteral("/usr/share/doc/xp-recorder/engineer.md");
+    return QFileInfo::exists(installed) ? installed : QStringLiteral("docs/engineer.md of the sources");
+}
+
 Finding store(Recorder &recorder)
 {
     const QString address = QString::fromStdString(GetConfigURI("udp"));
     const QString problem = recorder.storeProblem();
     if (problem.isEmpty()) return {Finding::Good, address, {}};
+    if (!Access::isOperator()) return {Finding::Wrong, "cannot be read by this account", Access::advice()};
     return {Finding::Wrong, problem,
             "its address stands in /etc/xp/store; its folder must belong to the account of the services"};
 }
 
 Finding access(Recorder &)
 {
-    const group *operators = getgrnam(account);
-    if (geteuid() == 0 || !operators) {
-        return {Finding::Good, operators ? "root" : "there is no group xp: everybody is on his own", {}};
-    }
-    gid_t groups[64] = {};
-    const int count = getgroups(std::size(groups), groups);
-    const bool isMember =
-        getegid() == operators->gr_gid ||
-        std::find(groups, groups + qMax(0, count), operators->gr_gid) != groups + qMax(0, count);
-    if (isMember) return {Finding::Good, "member of the group xp", {}};
-    return {Finding::Wrong, "this account may not operate the recorder",
-            "add it to the group xp: adduser NAME xp; then log in anew"};
+    if (!Access::hasGroup()) return {Finding::Good, "there is no group xp: everybody is on his own", {}};
+    if (geteuid() == 0) return {Finding::Good, "root", {}};
+    if (Access::isOperator()) return {Finding::Good, "member of the group xp", {}};
+    return {Finding::Wrong, Access::refusal(), Access::advice()};
 }
 
 QString runningAs(int pid)
@@ -117,32 +116,50 @@ Finding profile(Recorder &)
                              .arg(profile.outputs.size());
     if (!QFileInfo::exists(path)) {
         return {Finding::Hint, "no " + path + ": the built-in one, a test picture, is used",
-                "describe the inputs and outputs there; /usr/share/doc/xp-recorder tells how"};
+                QStringLiteral("describe the inputs and outputs there; %1 tells how").arg(guide())};
     }
     return {Finding::Good, size, {}};
 }
 
-/// Capture devices that the profile names: each must be there, and open to the services.
-Finding inputs(Recorder &)
+/// Each line of the profile by the parser that reads it in the daemon; what can be opened is opened.
+Finding inputs(Recorder &recorder)
 {
-    const LumenProfile profile =
-        LumenProfile::load(QmxEnvironment::current().places->profile, QmxEnvironment::current());
-    constexpr QLatin1String captureDevice("v4l2:");
+    const QmxEnvironment environment = QmxEnvironment::current();
+    const Complaints complaints; // the parsers also log
+    const LumenProfile profile = LumenProfile::load(environment.places->profile, environment);
     QStringList problems;
-    for (auto input = profile.inputs.begin(); input != profile.inputs.end(); ++input) {
-        if (!input->startsWith(captureDevice)) continue;
-        const QFileInfo device(input->mid(captureDevice.size()));
-        const QString what = QStringLiteral("input %1: %2").arg(input.key()).arg(device.filePath());
-        if (!device.exists())
-            problems << what + " is not there";
-        else if (!device.isReadable())
-            problems << what + " must not be read by this account";
-    }
-    if (problems.isEmpty()) return {Finding::Good, QStringLiteral("%1 known").arg(profile.inputs.size()), {}};
-    return {Finding::Wrong, problems.join("; "),
-            QStringLiteral("connect the device (ls /dev/video*) or correct %1; who may read it is in the "
-                           "group video")
-                .arg(QmxEnvironment::current().places->profile)};
+    for (auto input = profile.inputs.begin(); input != profile.inputs.end(); ++input)
+        if (const QString problem = qmxSourceProblem(*input, environment); !problem.isEmpty())
+            problems << QStringLiteral("%1=%2: %3").arg(input.key()).arg(*input, problem);
+    if (!problems.isEmpty())
+        return {Finding::Wrong, problems.join("; "),
+                QStringLiteral("correct %1, then: systemctl restart xpd").arg(environment.places->profile)};
+    const QString known = QStringLiteral("%1 known").arg(profile.inputs.size());
+    const auto card = recorder.card();
+    if (!card) return {Finding::Good, known, {}};
+    const QString chosen = QString::fromStdString(
+        GetDescriptor(eParam_VideoInput)->label(int(recorder.number(eParam_VideoInput))));
+    const QString found = QStringLiteral("%1; %2: %3").arg(known, chosen, card->input);
+    if (recorder.inputProblem().isEmpty()) return {Finding::Good, found, {}};
+    return {Finding::Hint, found, "give it a signal, or choose another input: xpctl set video_input NAME"};
+}
+
+Finding outputs(Recorder &recorder)
+{
+    const QmxEnvironment environment = QmxEnvironment::current();
+    const Complaints complaints;
+    const LumenProfile profile = LumenProfile::load(environment.places->profile, environment);
+    QStringList problems;
+    for (const auto &[name, locator] : profile.outputs)
+        if (const QString problem = qmxSinkProblem(locator, environment); !problem.isEmpty())
+            problems << QStringLiteral("%1=%2: %3").arg(name, locator, problem);
+    if (!problems.isEmpty())
+        return {Finding::Wrong, problems.join("; "),
+                QStringLiteral("correct %1, then: systemctl restart xpd").arg(environment.places->profile)};
+    const QString known = QStringLiteral("%1 besides the preview").arg(profile.outputs.size());
+    const auto card = recorder.card();
+    const QString told = card ? card->outputs.trimmed().replace('\n', "; ") : QString();
+    return {Finding::Good, told.isEmpty() ? known : known + ": " + told, {}};
 }
 
 /// What the output carries, with its electrical side, which nobody sees in the picture.
@@ -239,21 +256,14 @@ Finding clockState(Recorder &)
 std::span<const DoctorCheck> doctorChecks()
 {
     static constexpr DoctorCheck rows[] = {
-        {"store", store},
-        {"access", access},
-        {"daemon", daemon},
-        {"media_daemon", mediaDaemon},
-        {"profile", profile},
-        {"inputs", inputs},
-        {"output", output},
-        {"medium", medium},
-        {"disk_speed", diskSpeed},
-        {"stills", stills},
-        {"shared_memory", sharedMemory},
-        {"priority", priority},
-        {"huge_pages", hugePages},
-        {"clock", clockState},
-        {"remote", remoteFinding},
+        {"store", store},       {"access", access},
+        {"daemon", daemon},     {"media_daemon", mediaDaemon},
+        {"profile", profile},   {"inputs", inputs},
+        {"outputs", outputs},   {"output", output},
+        {"medium", medium},     {"disk_speed", diskSpeed},
+        {"stills", stills},     {"shared_memory", sharedMemory},
+        {"priority", priority}, {"huge_pages", hugePages},
+        {"clock", clockState},  {"remote", remoteFinding},
     };
     return rows;
 }

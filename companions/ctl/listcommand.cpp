@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <optional>
+#include <set>
 
 namespace {
 /// Held by the one program that changes the list, from reading it to writing it.
@@ -23,15 +25,6 @@ std::optional<int> placeIn(qsizetype count, const std::string &text)
     bool isNumber = false;
     const int place = QString::fromStdString(text).toInt(&isNumber);
     return isNumber && place >= 0 && place < count ? std::optional(place) : std::nullopt;
-}
-
-ExitCode noPlace(const Report &report, const std::string &text, qsizetype count)
-{
-    return report.error(ExitCode::Usage,
-                        QStringLiteral("'%1' is no place in the play list").arg(QString::fromStdString(text)),
-                        count > 0
-                            ? QStringLiteral("places go from 0 to %1; `xpctl list` shows them").arg(count - 1)
-                            : QStringLiteral("the list is empty; fill it with: xpctl list add CLIP"));
 }
 
 void show(const Recorder &recorder, const Report &report, const QStringList &names)
@@ -52,52 +45,106 @@ void show(const Recorder &recorder, const Report &report, const QStringList &nam
 }
 } // namespace
 
+namespace {
+/// What is to become of the list, or why nothing is.
+struct Change
+{
+    QStringList names;
+    ExitCode code = ExitCode::Done;
+    QString wrong{};
+    QString advice{};
+};
+
+Change noPlace(const std::string &text, qsizetype count)
+{
+    return {{},
+            ExitCode::Usage,
+            QStringLiteral("'%1' is no place in the play list").arg(QString::fromStdString(text)),
+            count > 0 ? QStringLiteral("places go from 0 to %1; `xpctl list` shows them").arg(count - 1)
+                      : QStringLiteral("the list is empty; fill it with: xpctl list add CLIP")};
+}
+
+Change add(const Recorder &recorder, QStringList names, std::vector<std::string> entries)
+{
+    if (entries.empty()) return {{}, ExitCode::Usage, "ENTRY is required", "xpctl list add CLIP ..."};
+    // A number behind the clips is a place, if no clip is called like that.
+    std::optional<int> place = int(names.size());
+    const std::string last = entries.back();
+    bool isNumber = false;
+    QString::fromStdString(last).toInt(&isNumber);
+    if (entries.size() > 1 && isNumber && !recorder.isClip(QString::fromStdString(last))) {
+        place = placeIn(names.size() + 1, last);
+        if (!place) return noPlace(last, names.size() + 1);
+        entries.pop_back();
+    }
+    for (const std::string &entry : entries) {
+        const QString name = QString::fromStdString(entry);
+        if (!recorder.isClip(name))
+            return {{}, ExitCode::Refused, recorder.whyNoClip(name), "`xpctl clips` lists those there are"};
+        names.insert((*place)++, name);
+    }
+    return {names};
+}
+
+Change move(QStringList names, const std::vector<std::string> &places)
+{
+    if (places.size() != 2)
+        return {{}, ExitCode::Usage, "two places are required", "xpctl list move FROM TO"};
+    const auto from = placeIn(names.size(), places[0]);
+    if (!from) return noPlace(places[0], names.size());
+    const auto to = placeIn(names.size(), places[1]);
+    if (!to) return noPlace(places[1], names.size());
+    names.move(*from, *to);
+    return {names};
+}
+
+Change remove(QStringList names, const std::vector<std::string> &places)
+{
+    if (places.empty()) return {{}, ExitCode::Usage, "a place is required", "xpctl list remove PLACE ..."};
+    // From behind, so that the places before stay what they were.
+    std::set<int, std::greater<>> chosen;
+    for (const std::string &text : places) {
+        const auto place = placeIn(names.size(), text);
+        if (!place) return noPlace(text, names.size());
+        chosen.insert(*place);
+    }
+    for (const int place : chosen)
+        names.removeAt(place);
+    return {names};
+}
+} // namespace
+
 ExitCode ctlList(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
     const std::string action = arguments.word(0).empty() ? "show" : arguments.word(0);
-    const std::string entry = arguments.word(1);
-    const std::string where = arguments.word(2);
-    QStringList names = recorder.text(eParam_PlayList).split('\n', Qt::SkipEmptyParts);
+    const std::vector<std::string> entries(arguments.words.begin() + (arguments.words.empty() ? 0 : 1),
+                                           arguments.words.end());
+    const auto now = [&recorder] { return recorder.text(eParam_PlayList).split('\n', Qt::SkipEmptyParts); };
     if (action == "show") {
-        show(recorder, report, names);
+        show(recorder, report, now());
         return ExitCode::Done;
     }
     StoreLock lock(QmxEnvironment::current().places->playListLock.toStdString());
     if (!lock.acquire(lockWithin, nullptr) && lock.error() == EWOULDBLOCK)
         return report.error(ExitCode::Refused, "another program is changing the play list", "try again");
-    names = recorder.text(eParam_PlayList).split('\n', Qt::SkipEmptyParts);
-    if (action == "add") {
-        if (entry.empty()) return report.error(ExitCode::Usage, "ENTRY is required", "xpctl list add CLIP");
-        const QString name = QString::fromStdString(entry);
-        if (!recorder.isClip(name)) {
-            return report.error(ExitCode::Refused, recorder.whyNoClip(name),
-                                "`xpctl clips` lists those there are");
-        }
-        const auto place =
-            where.empty() ? std::optional(int(names.size())) : placeIn(names.size() + 1, where);
-        if (!place) return noPlace(report, where, names.size() + 1);
-        names.insert(*place, name);
-    } else if (action == "move" || action == "remove") {
-        const auto from = placeIn(names.size(), entry);
-        if (!from) return noPlace(report, entry, names.size());
-        const auto to = action == "move" ? placeIn(names.size(), where) : from;
-        if (!to) return noPlace(report, where, names.size());
-        if (action == "move") {
-            names.move(*from, *to);
-        } else {
-            names.removeAt(*from);
-        }
-    } else {
-        return report.error(
-            ExitCode::Usage,
-            QStringLiteral("'%1' cannot be done with a list").arg(QString::fromStdString(action)),
-            "show, add CLIP [PLACE], move PLACE PLACE, or remove PLACE");
-    }
-    QString reason = recorder.write(eParam_PlayList, names.join('\n'));
+    Change change{now()};
+    if (action == "add")
+        change = add(recorder, change.names, entries);
+    else if (action == "move")
+        change = move(change.names, entries);
+    else if (action == "remove")
+        change = remove(change.names, entries);
+    else if (action == "clear")
+        change.names.clear();
+    else
+        change = {{},
+                  ExitCode::Usage,
+                  QStringLiteral("'%1' cannot be done with a list").arg(QString::fromStdString(action)),
+                  "show, add CLIP ... [PLACE], move FROM TO, remove PLACE ..., or clear"};
+    if (change.code != ExitCode::Done) return report.error(change.code, change.wrong, change.advice);
+    QString reason = recorder.write(eParam_PlayList, change.names.join('\n'));
     if (reason.isEmpty()) reason = recorder.write(eParam_PlayListChanged, 1U);
-    if (!reason.isEmpty()) {
-        return report.error(ExitCode::NoStore, reason);
-    }
-    show(recorder, report, names);
+    if (!reason.isEmpty()) return report.error(ExitCode::NoStore, reason);
+    show(recorder, report, change.names);
     return ExitCode::Done;
 }

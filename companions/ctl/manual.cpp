@@ -17,7 +17,8 @@ QString synopsis(const CommandRow &row)
 {
     QString text = QStringLiteral("\\fB%1\\fR").arg(roff(row.name));
     for (const ArgumentRow &argument : row.arguments)
-        text += QString(argument.required ? " \\fI%1\\fR" : " [\\fI%1\\fR]").arg(roff(argument.name));
+        text += QString(argument.required ? " \\fI%1\\fR%2" : " [\\fI%1\\fR%2]")
+                    .arg(roff(argument.name), argument.isMany ? " ..." : "");
     for (const OptionRow &option : ctlOptions()) {
         if (!row.takes(option)) continue;
         text += QStringLiteral(" [\\fB\\-\\-%1\\fR%2]")
@@ -62,6 +63,11 @@ xpctl \-\-json status
 .EE
 )roff";
 } // namespace
+
+ExitCode ctlNothing(const Report &, const Arguments &)
+{
+    return ExitCode::Done; // the parser answers it
+}
 
 ExitCode ctlManual(const Report &, const Arguments &)
 {

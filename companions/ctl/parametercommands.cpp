@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // get, set, params: the store as its descriptors describe it.
 #include "companions/ctl/commands.h"
+#include "companions/ctl/nearestname.h"
+#include "companions/ctl/verbcommand.h"
+
+#include "platform/control/valuechecks.h"
 
 #include "platform/product/lututils.h"
 
@@ -11,8 +15,13 @@ const ParamDescriptor *find(const Report &report, const std::string &name)
 {
     const ParamDescriptor *descriptor = FindDescriptor(name);
     if (descriptor == nullptr) {
+        std::vector<std::string> names;
+        for (const ParamDescriptor *one : AllDescriptors())
+            names.push_back(one->name());
+        const QString near = nearestName(name, names);
         report.error(ExitCode::Usage,
-                     QStringLiteral("there is no parameter '%1'").arg(QString::fromStdString(name)),
+                     QStringLiteral("there is no parameter '%1'").arg(QString::fromStdString(name)) +
+                         (near.isEmpty() ? QString() : QStringLiteral("; did you mean %1?").arg(near)),
                      "`xpctl params` lists them all, `xpctl params WORD` those that hold a word");
     }
     return descriptor;
@@ -103,8 +112,10 @@ ExitCode ctlSet(Recorder &recorder, const Report &report, const Arguments &argum
     if (!descriptor->parse(arguments.word(1), value, reason)) {
         return report.error(ExitCode::Usage, QString::fromStdString(reason));
     }
-    if (const QString why = whyUseless(*descriptor, value); !why.isEmpty())
+    if (const QString why = arguments.force ? QString() : whyUseless(*descriptor, value); !why.isEmpty())
         return report.error(ExitCode::Usage, why);
+    if (const auto useless = arguments.force ? std::nullopt : uselessValue(recorder, *descriptor, value))
+        return tell(report, *useless);
     if (!recorder.config().setValue(descriptor->id(), value)) {
         return report.error(ExitCode::NoStore, QString::fromStdString(recorder.config().lastError()));
     }

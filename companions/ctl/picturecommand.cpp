@@ -26,21 +26,45 @@ struct Freed
 template <typename T>
 using Owned = std::unique_ptr<T, Freed>;
 
-/// The preview's planes in the colours of a screen; null when there is no memory.
-Owned<AVFrame> inRgb(const QmxPreviewPicture &picture)
+/// How pictures are written, by the ending of the name; the first one is for names without.
+struct KindRow
 {
-    const Owned<SwsContext> scaler(sws_getContext(picture.width, picture.height, AV_PIX_FMT_YUV420P,
-                                                  picture.width, picture.height, AV_PIX_FMT_RGB24,
-                                                  SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+    const char *endings; ///< separated by blanks
+    AVCodecID codec;
+    AVPixelFormat format;
+};
+constexpr KindRow kinds[] = {
+    {"png", AV_CODEC_ID_PNG, AV_PIX_FMT_RGB24},
+    {"jpg jpeg", AV_CODEC_ID_MJPEG, AV_PIX_FMT_YUVJ420P},
+};
+
+/// Null: no kind has this ending.
+const KindRow *kindOf(const QString &name)
+{
+    const QString ending = QFileInfo(name).suffix().toLower();
+    if (ending.isEmpty() || name.startsWith(QLatin1String("/dev/"))) return kinds;
+    for (const KindRow &row : kinds)
+        if (QString::fromLatin1(row.endings).split(' ').contains(ending)) return &row;
+    return nullptr;
+}
+
+/// The preview's planes in full range, as that kind has them; null when there is no memory.
+Owned<AVFrame> inFullRange(const QmxPreviewPicture &picture, AVPixelFormat format)
+{
+    const Owned<SwsContext> scaler(
+        sws_getContext(picture.width, picture.height, AV_PIX_FMT_YUV420P, picture.width, picture.height,
+                       format, SWS_ACCURATE_RND | SWS_BILINEAR, nullptr, nullptr, nullptr));
     Owned<AVFrame> frame(av_frame_alloc());
     if (!scaler || !frame) return nullptr;
     frame->width = picture.width;
     frame->height = picture.height;
-    frame->format = AV_PIX_FMT_RGB24;
+    frame->format = format;
     if (av_frame_get_buffer(frame.get(), 0) < 0) return nullptr;
     const bool isStandardDefinition = picture.format.startsWith(QLatin1String("720x"));
-    const int matrix = isStandardDefinition ? SWS_CS_ITU601 : SWS_CS_ITU709;
-    sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(matrix), 0, sws_getCoefficients(matrix), 1, 0,
+    const int from = isStandardDefinition ? SWS_CS_ITU601 : SWS_CS_ITU709;
+    // (Files of this kind are taken for BT.601 everywhere.)
+    const int to = format == AV_PIX_FMT_RGB24 ? from : SWS_CS_ITU601;
+    sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(from), 0, sws_getCoefficients(to), 1, 0,
                              1 << 16, 1 << 16);
     const auto *luma = reinterpret_cast<const uint8_t *>(picture.luma.constData());
     const auto *cb = reinterpret_cast<const uint8_t *>(picture.cb.constData());
@@ -51,23 +75,28 @@ Owned<AVFrame> inRgb(const QmxPreviewPicture &picture)
     return frame;
 }
 
-QByteArray asPng(const QmxPreviewPicture &picture)
+QByteArray coded(const QmxPreviewPicture &picture, const KindRow &kind)
 {
-    const Owned<AVFrame> frame = inRgb(picture);
-    const AVCodec *codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
+    const Owned<AVFrame> frame = inFullRange(picture, kind.format);
+    const AVCodec *codec = avcodec_find_encoder(kind.codec);
     const Owned<AVCodecContext> encoder(codec ? avcodec_alloc_context3(codec) : nullptr);
     const Owned<AVPacket> packet(av_packet_alloc());
     if (!frame || !encoder || !packet) return {};
+    constexpr int fine = 2; // of 31
     encoder->width = frame->width;
     encoder->height = frame->height;
-    encoder->pix_fmt = AV_PIX_FMT_RGB24;
+    encoder->pix_fmt = kind.format;
     encoder->time_base = {1, 1};
+    encoder->flags |= AV_CODEC_FLAG_QSCALE;
+    encoder->global_quality = fine * FF_QP2LAMBDA;
+    frame->quality = encoder->global_quality;
     if (avcodec_open2(encoder.get(), codec, nullptr) < 0 ||
         avcodec_send_frame(encoder.get(), frame.get()) < 0 ||
         avcodec_receive_packet(encoder.get(), packet.get()) < 0)
         return {};
     return {reinterpret_cast<const char *>(packet->data), packet->size};
 }
+
 /// Empty, or why not. What had this name before is there until the new picture is whole; a device is written
 /// to.
 QString saved(const QByteArray &png, const QString &name)
@@ -87,6 +116,11 @@ ExitCode ctlPicture(Recorder &recorder, const Report &report, const Arguments &a
 {
     const QString name = QString::fromStdString(arguments.word(0));
     if (name.isEmpty()) return report.error(ExitCode::Usage, "FILE is empty", "give the picture a name");
+    const KindRow *kind = kindOf(name);
+    if (!kind)
+        return report.error(ExitCode::Usage,
+                            QStringLiteral("%1 has an ending that is no picture's").arg(name),
+                            "call it .png or .jpg");
     QmxPreviewReader reader;
     QmxPreviewPicture picture;
     constexpr int pictureWithin = 3000; // ms
@@ -95,7 +129,7 @@ ExitCode ctlPicture(Recorder &recorder, const Report &report, const Arguments &a
         return report.error(ExitCode::Refused, "there is no picture on the output",
                             "`xpctl status` shows what the recorder does, `xpctl doctor` what it lacks");
     }
-    if (const QString problem = saved(asPng(picture), name); !problem.isEmpty()) {
+    if (const QString problem = saved(coded(picture, *kind), name); !problem.isEmpty()) {
         return report.error(ExitCode::Refused,
                             QStringLiteral("the picture cannot be written to %1: %2").arg(name, problem),
                             "choose another folder, or free some space");

@@ -77,6 +77,12 @@ ExitCode Report::error(ExitCode code, const QString &what, const QString &hint) 
     return code;
 }
 
+void Report::note(const QString &what) const
+{
+    endLine(false);
+    if (!_json) print(stderr, painted("xpctl:", Colour::Notice, stderr) + " " + what + "\n");
+}
+
 void Report::line(const QString &text, const QJsonObject &object) const
 {
     if (_json) {

@@ -42,6 +42,8 @@ public:
     void result(const QString &text, const QJsonObject &object) const;
     /// What is wrong and what to do about it.
     ExitCode error(ExitCode code, const QString &what, const QString &hint = {}) const;
+    /// What somebody should know beside the result; nothing is wrong with that. Not for scripts.
+    void note(const QString &what) const;
     /// Rewrites the status line of a terminal; elsewhere a line of its own each time. A result or an error
     /// takes its place.
     void line(const QString &text, const QJsonObject &object) const;

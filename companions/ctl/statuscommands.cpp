@@ -4,17 +4,21 @@
 #include "companions/ctl/metrics.h"
 #include "companions/ctl/verbcommand.h"
 
+#include "platform/control/deckparts.h"
+#include "platform/control/deckwatch.h"
 #include "platform/product/clipfinder.h"
+#include "platform/product/clipscan.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 
+#include <QDir>
 #include <QJsonArray>
+#include <QStorageInfo>
+
+#include <cmath>
+#include <memory>
+#include <optional>
 
 namespace {
-struct View
-{
-    QString text;
-    QJsonObject object;
-};
-
 /// Names come from other systems too: a line each, whatever is in them.
 QString inOneLine(QString name)
 {
@@ -24,93 +28,257 @@ QString inOneLine(QString name)
     return name;
 }
 
-View look(const Recorder &recorder)
+/// "1:02:03", "2:03" or "0:07"
+QString durationText(double seconds)
 {
-    const bool running = recorder.daemonIsRunning();
-    const auto alarms = recorder.alarms();
-    const bool recording = recorder.status() == TransportStatus::Recording;
-    View view;
-    view.object = {{"running", running},
-                   {"status", running ? recorder.statusLabel() : QStringLiteral("not_running")},
-                   {"timecode", recorder.timecode()},
-                   {"input_timecode", recorder.inputTimecode()},
-                   {"clip", recorder.clip()},
-                   {"tick", recorder.counter("ticks")},
-                   {"frame", recorder.counter("frame_on_output")},
-                   {"clip_frames", recorder.counter("current_clip_frames")},
-                   {"recorded_up_to", recorder.counter("recorded_up_to")},
-                   {"dropped_capture", recorder.counter("frames_dropped_capture")},
-                   {"dropped_playback", recorder.counter("frames_dropped_playback")},
-                   {"late_ticks", recorder.counter("late_ticks")},
-                   {"alarms", int(alarms.size())}};
-    if (!running) {
-        view.text = "the daemon is not running";
-        return view;
-    }
-    const QString status = QStringLiteral("%1").arg(recorder.statusLabel(), -10);
-    view.text = QStringLiteral("%1  %2  %3")
-                    .arg(recording              ? Report::painted(status, Report::Colour::Bad)
-                         : recorder.isPlaying() ? Report::painted(status, Report::Colour::Good)
-                                                : status)
-                    .arg(recorder.timecode(),
-                         recorder.clip().isEmpty() ? QStringLiteral("no clip") : recorder.clip());
-    if (recording) {
-        view.text += QStringLiteral("  %1 frames, %2 safe")
-                         .arg(recorder.counter("current_clip_frames"))
-                         .arg(recorder.counter("recorded_up_to"));
-    } else if (recorder.isInPlay()) {
-        view.text += QStringLiteral("  frame %1").arg(recorder.counter("frame_on_output"));
-    }
-    if (const qint64 dropped =
-            recorder.counter("frames_dropped_capture") + recorder.counter("frames_dropped_playback");
-        dropped > 0) {
-        view.text += Report::painted(QStringLiteral("  dropped %1").arg(dropped), Report::Colour::Bad);
-    }
-    if (!alarms.isEmpty()) {
-        view.text += Report::painted(
-            QStringLiteral("  %1 alarm%2").arg(alarms.size()).arg(alarms.size() == 1 ? "" : "s"),
-            Report::Colour::Notice);
-    }
-    return view;
+    constexpr int minute = 60;
+    constexpr int hour = 3600;
+    const int whole = int(seconds);
+    if (whole < hour)
+        return QStringLiteral("%1:%2").arg(whole / minute).arg(whole % minute, 2, 10, QChar('0'));
+    return QStringLiteral("%1:%2:%3")
+        .arg(whole / hour)
+        .arg(whole % hour / minute, 2, 10, QChar('0'))
+        .arg(whole % minute, 2, 10, QChar('0'));
 }
+
+/// Peaks of the sound on the output, in decibels below full scale.
+QJsonArray peaksOf(const std::optional<QmxPreviewPicture> &card)
+{
+    QJsonArray peaks;
+    constexpr double silence = -99;
+    for (size_t i = 0; card && i < card->peaks.size(); ++i) {
+        const double peak = card->peaks[i];
+        peaks.append(peak > 0 ? std::round(std::max(silence, 20 * std::log10(peak)) * 10) / 10 : silence);
+    }
+    return peaks;
+}
+
+QString meters(const QJsonArray &peaks)
+{
+    constexpr qsizetype shown = 2;
+    QStringList texts;
+    for (qsizetype i = 0; i < std::min(shown, peaks.size()); ++i)
+        texts << QString::number(peaks[i].toDouble(), 'f', 0);
+    return texts.join('/');
+}
+
+/// Of a fast or slow playback how fast; of the end of the material how far away.
+QString playText(const DeckState &deck)
+{
+    QString text;
+    if (deck.speed != 0 && deck.speed != 1) text += QStringLiteral("  x%1").arg(deck.speed);
+    text += deck.length > 0 ? QStringLiteral("  frame %1 of %2").arg(deck.frame).arg(deck.length)
+                            : QStringLiteral("  frame %1").arg(deck.frame);
+    const qint64 left = deck.speed < 0 ? deck.frame : deck.length - 1 - deck.frame;
+    if (deck.speed != 0 && deck.length > 0 && deck.rate > 0 && left >= 0)
+        text +=
+            QStringLiteral(", %1 left").arg(durationText(double(left) / deck.rate / std::abs(deck.speed)));
+    return text;
+}
+
+/// The take, the playback or nothing: what moves.
+QString movementText(const DeckState &deck)
+{
+    if (deck.isInPlay()) return playText(deck);
+    if (!deck.isRecording()) return {};
+    QString text = QStringLiteral("  %1 frames, %2 safe").arg(deck.clipFrames).arg(deck.recordedUpTo);
+    if (deck.rate > 0) text += QStringLiteral("  %1").arg(durationText(double(deck.clipFrames) / deck.rate));
+    if (deck.secondsLeft > 0) text += QStringLiteral("  %1 left").arg(durationText(double(deck.secondsLeft)));
+    return text;
+}
+
+/// What `watch` and the first line of `status` say.
+QString lineOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &card)
+{
+    if (!deck.running) return QStringLiteral("the daemon is not running");
+    const QString status = QStringLiteral("%1").arg(deck.status, -10);
+    QString text =
+        QStringLiteral("%1  %2  %3")
+            .arg(deck.isRecording()                   ? Report::painted(status, Report::Colour::Bad)
+                 : deck.isInPlay() && deck.speed != 0 ? Report::painted(status, Report::Colour::Good)
+                                                      : status)
+            .arg(deck.timecode, deck.clip.isEmpty() ? QStringLiteral("no clip") : inOneLine(deck.clip));
+    text += movementText(deck);
+    if (const qint64 dropped = deck.droppedCapture + deck.droppedPlayback; dropped > 0)
+        text += Report::painted(QStringLiteral("  dropped %1").arg(dropped), Report::Colour::Bad);
+    if (card && card->isCapture && !card->hasPicture)
+        text += Report::painted(QStringLiteral("  no input"), Report::Colour::Notice);
+    if (deck.alarms > 0)
+        text +=
+            Report::painted(QStringLiteral("  %1 alarm%2").arg(deck.alarms).arg(deck.alarms == 1 ? "" : "s"),
+                            Report::Colour::Notice);
+    return text;
+}
+
+/// Everything that a deck shows on its front, a line each.
+QString pageOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &card, const QString &input,
+               bool loops)
+{
+    QString text = lineOf(deck, card) + "\n";
+    if (!deck.running) return text;
+    const auto line = [&text](const char *name, const QString &what) {
+        if (!what.isEmpty()) text += QStringLiteral("  %1 %2\n").arg(QLatin1String(name), -9).arg(what);
+    };
+    const bool knows = deck.storeProblem.isEmpty();
+    if (card) line("input", knows ? QStringLiteral("%1: %2").arg(input, card->input) : card->input);
+    if (knows) {
+        line("records", QStringLiteral("%1, %2, on %3%4")
+                            .arg(deck.recordFormat, deck.recordCodec,
+                                 deck.path.isEmpty() ? QStringLiteral("no medium") : deck.path,
+                                 deck.secondsLeft > 0
+                                     ? QStringLiteral(", %1 left").arg(durationText(double(deck.secondsLeft)))
+                                     : QString()));
+        const QString length = deck.length > 0 ? QStringLiteral(", %1 frames").arg(deck.length) : QString();
+        line("plays", deck.playbackSource + (deck.clip.isEmpty() ? QString() : length) +
+                          (loops ? QStringLiteral(", round and round") : QString()));
+    }
+    if (card) line("output", card->format + ", sound " + meters(peaksOf(card)) + " dB");
+    for (const QJsonValue &alarm : deck.alarmList)
+        line("alarm", alarm["name"].toString() + ": " + inOneLine(alarm["message"].toString()));
+    if (!knows) line("store", deck.storeProblem + "; what stands above is from shared memory");
+    return text;
+}
+
+QJsonObject objectOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &card, bool loops)
+{
+    const bool blind = card && card->isCapture && !card->hasPicture;
+    return {{"running", deck.running},
+            {"status", deck.status},
+            {"speed", deck.speed},
+            {"timecode", deck.timecode},
+            {"input_timecode", deck.inputTimecode},
+            {"clip", deck.clip},
+            {"clip_frames", deck.length},
+            {"clip_rate", deck.rate},
+            {"path", deck.path},
+            {"tick", deck.tick},
+            {"frame", deck.frame},
+            {"list_entry", deck.listEntry},
+            {"playback_source", deck.playbackSource},
+            {"loop_playback", loops},
+            {"take_frames", deck.clipFrames},
+            {"recorded_up_to", deck.recordedUpTo},
+            {"medium_seconds_left", deck.secondsLeft},
+            {"input", card ? card->input : QString()},
+            {"input_present", deck.running && card && !blind},
+            {"input_format", deck.inputFormat},
+            {"record_format", deck.recordFormat},
+            {"record_codec", deck.recordCodec},
+            {"output_format", card ? card->format : QString()},
+            {"output_peaks", peaksOf(card)},
+            {"dropped_capture", deck.droppedCapture},
+            {"dropped_playback", deck.droppedPlayback},
+            {"late_ticks", deck.lateTicks},
+            {"alarms", deck.alarms},
+            {"store_problem", deck.storeProblem}};
+}
+
+/// What `status` and `watch` look at. Without the store, which would have to be waited for again and again,
+/// it is shared memory alone.
+class Deck
+{
+public:
+    Deck(const Recorder &recorder, const char *client, bool follows) : _recorder(recorder)
+    {
+        if (!recorder.storeProblem().isEmpty()) return;
+        _watch.emplace(QString::fromLatin1(client));
+        if (follows) _following = _watch->follow();
+        // The length of its clip is asked of the disk.
+        constexpr int lengthWithin = 500; // ms
+        recorder.waitFor(
+            [this] {
+                const DeckWatch::State state = _watch->state();
+                return state->length > 0 || state->clip.isEmpty() || state->path.isEmpty() ||
+                       state->isRecording() || !state->running || !state->storeProblem.isEmpty();
+            },
+            lengthWithin);
+    }
+
+    DeckState look()
+    {
+        DeckState state = fromWhatIsThere();
+        if (state.running) return state;
+        // What a daemon that has died had made safe is still known.
+        state.clipFrames = _recorder.counter("current_clip_frames");
+        state.recordedUpTo = _recorder.counter("recorded_up_to");
+        return state;
+    }
+
+    bool loops(const DeckState &deck) const
+    {
+        return deck.storeProblem.isEmpty() && _recorder.number(eParam_LoopPlayback) != 0;
+    }
+
+    QString input(const DeckState &deck) const
+    {
+        if (!deck.storeProblem.isEmpty()) return {};
+        const auto number = int(_recorder.number(eParam_VideoInput));
+        return QString::fromStdString(GetDescriptor(eParam_VideoInput)->label(number));
+    }
+
+private:
+    DeckState fromWhatIsThere()
+    {
+        if (_watch) return _following ? *_watch->state() : *_watch->refreshed();
+        DeckState state;
+        const int pid = _recorder.daemonPid();
+        state.running = pid != 0;
+        state.status = state.running ? QStringLiteral("running") : QStringLiteral("not_running");
+        state.storeProblem = _recorder.storeProblem();
+        _memory.attach(pid);
+        if (state.running) _memory.fill(state);
+        return state;
+    }
+
+    const Recorder &_recorder;
+    std::optional<DeckWatch> _watch;
+    std::shared_ptr<void> _following;
+    DeckMemory _memory;
+};
 } // namespace
 
 ExitCode ctlStatus(Recorder &recorder, const Report &report, const Arguments &)
 {
-    const View view = look(recorder);
-    report.result(view.text, view.object);
+    Deck deck(recorder, "xpctl-status", false);
+    const DeckState state = deck.look();
+    const auto card = recorder.card();
+    const bool loops = deck.loops(state);
+    report.result(pageOf(state, card, deck.input(state), loops), objectOf(state, card, loops));
     if (recorder.daemonStandsStill()) return tellStandsStill(report);
-    return recorder.daemonIsRunning() ? ExitCode::Done : ExitCode::NoDaemon;
+    if (!state.running) return ExitCode::NoDaemon;
+    return state.storeProblem.isEmpty() ? ExitCode::Done : ExitCode::NoStore;
 }
 
 ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
     if (arguments.stats) return watchStats(recorder, report, arguments.once);
+    Deck deck(recorder, "xpctl-watch", true);
     constexpr int standsStillAfter = 1000; // ms
     qint64 tick = -1;
     qint64 tickBefore = -1;
     bool isTold = false;
-    View last;
+    QString lastText;
+    QJsonObject lastObject;
     const auto show = [&] {
         // A line a frame: the device's tick is the pace; without a daemon only changes count.
-        const qint64 now = recorder.counter("ticks");
-        if (now == tick && recorder.daemonIsRunning()) {
-            return false;
-        }
-        const View view = look(recorder);
-        tick = view.object["tick"].toInteger(); // the one that the line shows
-        if (view.text != last.text || (report.isJson() && view.object != last.object)) {
-            report.line(view.text, view.object);
-            last = view;
-        }
+        const DeckState state = deck.look();
+        if (state.tick == tick && state.running) return false;
+        const auto card = recorder.card();
+        const QString text = lineOf(state, card);
+        const QJsonObject object = objectOf(state, card, deck.loops(state));
+        tick = state.tick; // the one that the line shows
+        if (text != lastText || (report.isJson() && object != lastObject)) report.line(text, object);
+        lastText = text;
+        lastObject = object;
         return arguments.once;
     };
     while (!recorder.waitFor(show, standsStillAfter) && !Recorder::wasInterrupted()) {
         const bool standsStill = tick > 0 && tick == tickBefore && recorder.daemonIsRunning();
         if (standsStill && !isTold) {
-            last.text = "the daemon stands still";
-            last.object["status"] = "stands_still";
-            report.line(last.text, last.object);
+            lastText = "the daemon stands still";
+            lastObject["status"] = "stands_still";
+            report.line(lastText, lastObject);
         }
         isTold = standsStill;
         tickBefore = tick;
@@ -119,8 +287,48 @@ ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arg
     return ExitCode::Done;
 }
 
-ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &)
+namespace {
+/// Files of the medium that are called like clips and are none that can be played.
+QJsonArray brokenClips(const Recorder &recorder, const QString &folder)
 {
+    QJsonArray broken;
+    for (const QString &name : QDir(folder).entryList(QDir::Files, QDir::Name)) {
+        if (!isClipName(name.toLocal8Bit().toStdString())) continue;
+        const QString why = recorder.whyUnplayable(folder + '/' + name);
+        if (!why.isEmpty()) broken.append(QJsonObject{{"name", name}, {"reason", why}});
+    }
+    return broken;
+}
+} // namespace
+
+namespace {
+/// While nobody says which medium is active: what lies on all of them.
+ExitCode clipsOfAllMedia(const Recorder &recorder, const Report &report, const QString &problem)
+{
+    QJsonArray list;
+    QString text;
+    for (const QStorageInfo &medium : QStorageInfo::mountedVolumes()) {
+        const QString folder = medium.rootPath();
+        if (!folder.startsWith(QLatin1String("/media/"))) continue;
+        for (const QString &name : QDir(folder).entryList(QDir::Files, QDir::Time | QDir::Reversed)) {
+            QmxClipInfo info;
+            if (!isClipName(name.toLocal8Bit().toStdString()) ||
+                QmxClipReader::probe(folder + '/' + name, info, recorder.environment()).isError())
+                continue;
+            list.append(QJsonObject{{"index", list.size()}, {"name", name}, {"frames", info.frames}});
+            text +=
+                QStringLiteral("%1  %2 frames\n").arg(inOneLine(folder + '/' + name), -38).arg(info.frames);
+        }
+    }
+    report.result(text, {{"path", QString()}, {"clips", list}});
+    return report.error(ExitCode::NoStore, problem, "what stands above was found on all media below /media");
+}
+} // namespace
+
+ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &arguments)
+{
+    if (const QString problem = recorder.storeProblem(); !problem.isEmpty())
+        return clipsOfAllMedia(recorder, report, problem);
     ClipFinder finder(&recorder.config());
     QJsonArray list;
     QString text;
@@ -139,6 +347,16 @@ ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &)
         text = path.isEmpty() ? QStringLiteral("no medium is active")
                               : QStringLiteral("no clips on %1").arg(path);
     }
-    report.result(text, {{"path", path}, {"clips", list}});
+    QJsonObject object{{"path", path}, {"clips", list}};
+    if (arguments.all && !path.isEmpty()) {
+        const QJsonArray broken = brokenClips(recorder, path);
+        for (const QJsonValue &file : broken)
+            text += QStringLiteral("%1%2  %3\n")
+                        .arg(text.endsWith('\n') || text.isEmpty() ? "" : "\n")
+                        .arg("   -  " + inOneLine(file["name"].toString()), -38)
+                        .arg(file["reason"].toString());
+        object["broken"] = broken;
+    }
+    report.result(text, object);
     return ExitCode::Done;
 }

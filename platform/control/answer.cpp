@@ -29,6 +29,7 @@ constexpr AnswerCodeRow rows[] = {
     {"stands_still", Cause::Daemon, "the daemon is there, but its video clock stands still"},
     {"no_store", Cause::Store, "the configuration store cannot be reached"},
     {"busy", Cause::Busy, "too many verbs wait for their effect already"},
+    {"outside", Cause::Deck, "the material has no such frame or timecode"},
     {"interrupted", Cause::Interrupted, "the caller stopped waiting"},
 };
 } // namespace

@@ -62,6 +62,12 @@ Answer Control::perform(const Request &request, const Who &who)
         return Answer::refused(Cause::Argument, "no_such_verb",
                                QStringLiteral("there is no verb '%1'").arg(request.verb));
     _supersededBy = {};
+    // A take must end also when nobody can say more than that.
+    if (row->has(VerbRow::StopsTake) && !_recorder.storeProblem().isEmpty() && _recorder.daemonIsRunning()) {
+        const Answer answer = performStopWithoutStore(_recorder);
+        tell(request, who, answer);
+        return answer;
+    }
     if (const auto refused = refusal(*row, request, who)) {
         tell(request, who, *refused);
         return *refused;

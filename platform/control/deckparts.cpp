@@ -57,6 +57,20 @@ bool isDropFrame(const QString &timecode)
 }
 } // namespace
 
+namespace {
+/// The speed of the playback that was asked for last, of which the verb's announcement stays behind.
+double speedAskedFor(Config &config)
+{
+    std::string announced;
+    config.getString(eParam_ControlVerb, announced);
+    const QString verb =
+        QJsonDocument::fromJson(QByteArray::fromStdString(announced)).object()["verb"].toString();
+    static const QRegularExpression form(QStringLiteral("^play\\b.*\\bspeed=(-?[0-9.]+)"));
+    const QRegularExpressionMatch match = form.match(verb);
+    return match.hasMatch() ? match.captured(1).toDouble() : 1;
+}
+} // namespace
+
 bool DeckParameters::concerns(eParam_t id)
 {
     if (std::find(std::begin(parameters), std::end(parameters), id) != std::end(parameters)) return true;
@@ -72,6 +86,7 @@ void DeckParameters::load(Config &config)
         config.getValue(descriptor->id(), value);
         _values[descriptor->id()] = value;
     }
+    _askedSpeed = speedAskedFor(config);
     _since.clear();
     constexpr int wholeHistory = 1000;
     for (const AlarmRecord &record : config.alarmHistory(wholeHistory)) {

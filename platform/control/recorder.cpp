@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/recorder.h"
 
+#include "platform/control/access.h"
 #include "platform/product/shmstring.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxenvironment.h"
@@ -9,6 +10,7 @@
 #include "platform/store/alarmvalue.h"
 #include "platform/store/configfactoryimpl.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <atomic>
@@ -49,7 +51,10 @@ QString Recorder::storeProblem() const
                    "of /etc/xp/store, for example to sqlite:/var/lib/xp/store.db")
             .arg(QString::fromStdString(GetConfigURI("udp")));
     }
-    return QString::fromStdString(_config->storeState());
+    const QString problem = QString::fromStdString(_config->storeState());
+    // Whoever is not let in has no use for the files that he was kept from.
+    const bool isKeptOut = !problem.isEmpty() && !Access::isOperator();
+    return isKeptOut ? Access::refusal() + "; " + Access::advice() : problem;
 }
 
 int Recorder::daemonPid() const
@@ -156,6 +161,20 @@ QList<QmxCountersReader::Counter> Recorder::counters() const
     return counters ? counters->counters() : QList<QmxCountersReader::Counter>();
 }
 
+std::optional<QmxPreviewPicture> Recorder::card() const
+{
+    QmxPreviewPicture picture;
+    // (Opened each time: a daemon that was started again publishes anew.)
+    if (!daemonIsRunning() || !_preview.open() || !_preview.readTexts(picture)) return {};
+    return picture;
+}
+
+QString Recorder::inputProblem() const
+{
+    const auto now = card();
+    return now && now->isCapture && !now->hasPicture ? now->input : QString();
+}
+
 QList<Recorder::Alarm> Recorder::alarms() const
 {
     QList<Alarm> list;
@@ -247,6 +266,29 @@ bool Recorder::isClip(const QString &name) const
            !QmxClipReader::probe(file.filePath(), info, _environment).isError();
 }
 
+QString Recorder::whyUnplayable(const QString &path) const
+{
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile() && !info.isDir())
+        return QStringLiteral("it is no file"); // opening it could block
+    if (info.isFile() && info.size() == 0) return QStringLiteral("it is empty");
+    QmxClipInfo clip;
+    const QmxError error = QmxClipReader::probe(path, clip, _environment);
+    if (!error.isError()) return {};
+    if (info.isDir()) return QStringLiteral("it is no file");
+    // What libav finds no sense in it calls invalid; where a film of this family begins well, its end is
+    // missing.
+    if (!error.toString().contains(QLatin1String("Invalid data"))) return error.toString();
+    QFile file(path);
+    constexpr int boxAt = 4;
+    constexpr int boxSize = 4;
+    const QByteArray box =
+        file.open(QIODevice::ReadOnly) ? file.read(boxAt + boxSize).mid(boxAt) : QByteArray();
+    const bool isFilm = box == "ftyp" || box == "wide" || box == "mdat" || box == "free";
+    return isFilm ? QStringLiteral("it is cut off before its index")
+                  : QStringLiteral("it is no kind of clip that is known");
+}
+
 QString Recorder::whyNoClip(const QString &name) const
 {
     const QString folder = text(eParam_ActiveMediaPath);
@@ -257,14 +299,8 @@ QString Recorder::whyNoClip(const QString &name) const
     if (name.isEmpty() || name.contains('/') || !file.exists()) {
         return QStringLiteral("there is no clip %1 on %2").arg(name.isEmpty() ? "''" : name, folder);
     }
-    const QString unplayable = QStringLiteral("%1 lies on %2, but cannot be played: %3");
-    if (!file.isFile()) {
-        return unplayable.arg(name, folder, "it is no file");
-    }
-    QmxClipInfo info;
-    if (const QmxError error = QmxClipReader::probe(file.filePath(), info, _environment); error.isError()) {
-        return unplayable.arg(name, folder, error.toString());
-    }
+    if (const QString why = whyUnplayable(file.filePath()); !why.isEmpty())
+        return QStringLiteral("%1 lies on %2, but cannot be played: %3").arg(name, folder, why);
     return QStringLiteral("%1 lies on %2, but is not in the list that is played").arg(name, folder);
 }
 

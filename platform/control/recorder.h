@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/edges/qmxpreview.h"
 #include "platform/store/config.h"
 #include "platform/store/values.h"
 
@@ -57,6 +58,12 @@ public:
     /// A counter of the running daemon by name ("recorded_up_to"); 0 when there is none.
     qint64 counter(const char *name) const;
     QList<QmxCountersReader::Counter> counters() const;
+    /// What the card says of its input and outputs now, with the meters of the output; no picture. Not given:
+    /// it shows nothing.
+    std::optional<QmxPreviewPicture> card() const;
+    /// Empty while the input has a picture (or the card shows something else), else what the input says of
+    /// itself.
+    QString inputProblem() const;
 
     struct Alarm
     {
@@ -71,6 +78,8 @@ public:
 
     /// A clip of this name that can be played lies on the active medium.
     bool isClip(const QString &name) const;
+    /// Empty, or why a file cannot be played, in a few words: "it is empty". Asks the disk.
+    QString whyUnplayable(const QString &path) const;
     /// Why a clip of this name cannot be made the current one.
     QString whyNoClip(const QString &name) const;
 
@@ -99,5 +108,6 @@ private:
     std::function<void()> _beforeWrite;
     QmxEnvironment _environment;
     mutable std::unique_ptr<QmxCountersReader> _counters;
+    mutable QmxPreviewReader _preview;
     mutable qint64 _countersLookedAt = 0;
 };

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/transportanswers.h"
 
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxtimecode.h"
 
 namespace {
 struct AdviceRow
@@ -12,9 +14,7 @@ struct AdviceRow
 
 /// What to do when the recorder refuses a take, by the reason it gives.
 constexpr AdviceRow refusals[] = {
-    {QmxIds::noInput,
-     "choose an input that has a signal with: xpctl set video_input NAME; the daemon's log says what "
-     "is wrong with this one"},
+    {QmxIds::noInput, "choose an input that has a signal with: xpctl set video_input NAME"},
     {QmxIds::invalidInput, "the signal is not steady; check its source, or choose another input"},
     {QmxIds::unsupportedInput, "set the source to a format that can be recorded, or choose another input"},
     {QmxIds::mediaFull, "delete clips, or change the medium"},
@@ -81,8 +81,12 @@ Answer gaveUp(const Recorder &recorder, const QString &what, const QList<Recorde
 {
     if (recorder.isAbandoned()) return Answer::givenUp(Cause::Interrupted, "interrupted", "interrupted");
     if (!errors.isEmpty()) {
-        return Answer::givenUp(Cause::Deck, "alarm", what + ": " + errors.first().message,
-                               adviceFor(errors.first()));
+        const Recorder::Alarm &alarm = errors.first();
+        // The card knows more of its input than that there is none.
+        const QString input = alarm.message == QmxIds::noInput.name() ? recorder.inputProblem() : QString();
+        return Answer::givenUp(Cause::Deck, "alarm",
+                               what + ": " + alarm.message + (input.isEmpty() ? "" : " (" + input + ")"),
+                               adviceFor(alarm));
     }
     if (!recorder.daemonIsRunning()) {
         return Answer::givenUp(Cause::Daemon, "daemon_ended", what + ": the daemon has ended",
@@ -95,4 +99,30 @@ Answer gaveUp(const Recorder &recorder, const QString &what, const QList<Recorde
         Cause::Deck, "no_effect", what,
         QStringLiteral("the recorder is %1; `xpctl alarms` and the daemon's log may say why")
             .arg(recorder.statusLabel()));
+}
+
+std::optional<Answer> outsideMaterial(const Recorder &recorder, const QString &where)
+{
+    constexpr unsigned currentClip = 0;
+    if (recorder.number(eParam_PlaybackSource) != currentClip) return {};
+    const QString name = recorder.clip();
+    QmxClipInfo info;
+    const QString path = recorder.text(eParam_ActiveMediaPath) + "/" + name;
+    if (QmxClipReader::probe(path, info, recorder.environment()).isError() || info.frames < 1) return {};
+    const auto refused = [](const QString &sentence, const QString &advice) {
+        return Answer::refused(Cause::Deck, "outside", sentence, advice);
+    };
+    const qint64 last = info.frames - 1;
+    const QString frames = QStringLiteral("its frames are 0 to %1").arg(last);
+    bool isFrame = false;
+    const unsigned frame = where.toUInt(&isFrame);
+    if (isFrame && qint64(frame) <= last) return {};
+    if (isFrame) return refused(QStringLiteral("%1 has no frame %2").arg(name).arg(frame), frames);
+    if (!info.timecodeAt(0).isValid()) return refused(QStringLiteral("%1 has no timecode").arg(name), frames);
+    const QmxTimecode wanted(where);
+    for (qint64 i = 0; i <= last; ++i)
+        if (info.timecodeAt(i).timecodeMatches(wanted)) return {};
+    return refused(QStringLiteral("%1 has no frame at %2").arg(name, where),
+                   QStringLiteral("its timecodes are %1 to %2, %3")
+                       .arg(info.timecodeAt(0).toString(), info.timecodeAt(last).toString(), frames));
 }

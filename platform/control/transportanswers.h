@@ -7,6 +7,8 @@
 
 #include <QJsonObject>
 
+#include <optional>
+
 /// How long verbs wait, in milliseconds of recorder time.
 namespace Wait {
 /// A command given during a mode change is dropped by the daemon: it is repeated for this long.
@@ -31,3 +33,6 @@ void awaitTimecode(const Recorder &recorder);
 /// What every verb that moves the transport tells a program.
 QJsonObject transportObject(const Recorder &recorder);
 bool isRecording(const Recorder &recorder);
+/// Nothing, or that the current clip has no such frame (a number or a timecode), with those that it has. Of
+/// lists the daemon alone knows what is in them now: nothing. Asks the disk.
+std::optional<Answer> outsideMaterial(const Recorder &recorder, const QString &where);

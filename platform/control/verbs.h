@@ -98,6 +98,8 @@ std::optional<Answer> wrongArguments(const VerbRow &row, const Request &request)
 // The functions of the rows. Takes (verbs_take.cpp)
 Answer performRecord(const VerbCall &);
 Answer performStop(const VerbCall &);
+/// While the store is away: by the daemon's own socket, judged by what shared memory tells of the take.
+Answer performStopWithoutStore(Recorder &recorder);
 // Playing (verbs_play.cpp)
 Answer performPlay(const VerbCall &);
 Answer performStill(const VerbCall &);

@@ -101,9 +101,9 @@ Answer goTo(const VerbCall &call, TransportCommand command, const QString &noEff
 }
 
 /// A playback asked for where there is nothing more to play in its direction holds the picture it has.
-bool isHeldAtTheEnd(const Recorder &recorder, double speed, qint64 frame)
+bool isHeldAtTheEnd(const Recorder &recorder, qint64 frame)
 {
-    return speed != 0.0 && !recorder.isAbandoned() && recorder.daemonIsRunning() &&
+    return !recorder.isAbandoned() && recorder.daemonIsRunning() &&
            recorder.status() == TransportStatus::Still && recorder.counter("frame_on_output") == frame;
 }
 } // namespace
@@ -113,6 +113,7 @@ Answer performPlay(const VerbCall &call)
     Recorder &recorder = call.recorder;
     const QString speed = call.text("speed").isEmpty() ? QStringLiteral("1") : call.text("speed");
     const double value = speed.toDouble();
+    if (value == 0.0) return performStill(call);
     if (const auto refused = nothingToShow(call)) return *refused;
     const auto before = recorder.alarms();
     const qint64 shown = recorder.counter("frames_shown"), frame = recorder.counter("frame_on_output");
@@ -124,14 +125,13 @@ Answer performPlay(const VerbCall &call)
         return Answer::done();
     }
     const auto shows = [&] { return recorder.isInPlay() && recorder.counter("frames_shown") > shown; };
-    const auto runs = [&] { return shows() && (value == 0.0 || recorder.isPlaying()); };
+    const auto runs = [&] { return shows() && recorder.isPlaying(); };
     // A clip of a few frames may be at its end before we look: a held picture then counts as played.
-    const bool started =
-        recorder.waitFor(runs, Wait::repeatFor, play, Wait::repeatEvery) || shows() ||
-        (!isHeldAtTheEnd(recorder, value, frame) && recorder.waitFor(shows, Wait::effectWithin));
+    const bool started = recorder.waitFor(runs, Wait::repeatFor, play, Wait::repeatEvery) || shows() ||
+                         (!isHeldAtTheEnd(recorder, frame) && recorder.waitFor(shows, Wait::effectWithin));
     if (!started) {
         const auto errors = recorder.newErrors(before);
-        if (errors.isEmpty() && isHeldAtTheEnd(recorder, value, frame)) {
+        if (errors.isEmpty() && isHeldAtTheEnd(recorder, frame)) {
             return Answer::givenUp(
                 Cause::Deck, "at_the_end",
                 QStringLiteral("playback has not begun: the material %1 at frame %2")
@@ -141,7 +141,7 @@ Answer performPlay(const VerbCall &call)
         }
         return gaveUp(recorder, "playback has not begun", errors);
     }
-    if (call.text("until_done") == "1" && value != 0.0) {
+    if (call.text("until_done") == "1") {
         constexpr int dayLong = 24 * 3600 * 1000;
         recorder.waitFor([&] { return !recorder.isPlaying(); }, dayLong);
         if (!recorder.daemonIsRunning()) return gaveUp(recorder, "playback has not come to its end");
@@ -156,6 +156,10 @@ Answer performStill(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
     if (const auto refused = nothingToShow(call)) return *refused;
+    // The status is told when the key is pressed; out of stop the input is on the output until the clip has
+    // come.
+    const bool wasInPlay = recorder.isInPlay();
+    const qint64 shown = recorder.counter("frames_shown");
     if (const QString reason = recorder.write(eParam_TransportSpeed, QStringLiteral("0"));
         !reason.isEmpty()) {
         return storeError(reason);
@@ -163,7 +167,10 @@ Answer performStill(const VerbCall &call)
     if (!call.request.wait) {
         return Answer::done();
     }
-    const auto holds = [&] { return recorder.status() == TransportStatus::Still; };
+    const auto holds = [&] {
+        return recorder.status() == TransportStatus::Still &&
+               (wasInPlay || recorder.counter("frames_shown") > shown);
+    };
     const auto again = [&] { recorder.write(eParam_TransportSpeed, QStringLiteral("0")); };
     if (!recorder.waitFor(holds, Wait::repeatFor, again, Wait::repeatEvery)) {
         return gaveUp(recorder, "the picture is not held");
@@ -208,6 +215,7 @@ Answer performCue(const VerbCall &call)
     bool isFrame = false;
     const unsigned frame = where.toUInt(&isFrame);
     if (const auto refused = nothingToShow(call)) return *refused;
+    if (const auto refused = outsideMaterial(recorder, where)) return *refused;
     // Out of stop a timecode would find no frame to count from.
     if (!enterStill(recorder)) {
         return gaveUp(recorder, "there is no picture to cue from");

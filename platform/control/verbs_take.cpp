@@ -4,6 +4,7 @@
 
 #include "platform/control/ownership.h"
 #include "platform/control/transportanswers.h"
+#include "platform/store/localcommands.h"
 
 Answer endOfTake(Recorder &recorder)
 {
@@ -38,14 +39,20 @@ public:
             if (_recorder.status() == TransportStatus::Stopped && !wasOpened())
                 give(_recorder, TransportCommand::Record);
         };
-        if (!_recorder.waitFor(settled, Wait::repeatFor, again, Wait::repeatEvery) &&
+        // The daemon waits for the first picture of its input however long: that none comes is known sooner.
+        const qint64 begun = _recorder.environment().clock->now();
+        const auto settledOrBlind = [&] {
+            return settled() ||
+                   (_recorder.environment().clock->now() - begun > pictureWithin && seesNoPicture());
+        };
+        if (!_recorder.waitFor(settledOrBlind, Wait::repeatFor, again, Wait::repeatEvery) &&
             !Recorder::wasInterrupted()) {
             if (!isRecording(_recorder)) {
                 _errors = _recorder.newErrors({}); // the reason may have been there before, word for word
                 _errors.removeIf([](const auto &alarm) { return alarm.id != eParam_AlarmRecordInhibited; });
             }
             const bool hasEnded = wasOpened() && !isRecording(_recorder);
-            if (_errors.isEmpty() && !hasEnded) _recorder.waitFor(settled, Wait::effectWithin);
+            if (_errors.isEmpty() && !hasEnded) _recorder.waitFor(settledOrBlind, Wait::effectWithin);
         }
         // The command has been given and will be followed after we have gone: see it through, to end the
         // take.
@@ -70,7 +77,10 @@ public:
     bool interrupted = false; ///< before the clip was open
 
 private:
+    static constexpr qint64 pictureWithin = 1500 * QmxClock::nsPerMillisecond;
+
     bool isOpen() const { return wasOpened() && isRecording(_recorder); }
+    bool seesNoPicture() const { return !wasOpened() && !_recorder.inputProblem().isEmpty(); }
 
     Recorder &_recorder;
     const QList<Recorder::Alarm> _before;
@@ -83,12 +93,14 @@ private:
 /// wants any more.
 Answer giveUpWaiting(Recorder &recorder)
 {
+    const QString problem = recorder.inputProblem();
     if (const Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
     return Answer::givenUp(
         Cause::Deck, "no_input",
-        QStringLiteral("the take has not begun: no picture has come from %1")
+        QStringLiteral("the take has not begun: no picture has come from %1%2")
             .arg(QString::fromStdString(
-                GetDescriptor(eParam_VideoInput)->label(int(recorder.number(eParam_VideoInput))))),
+                     GetDescriptor(eParam_VideoInput)->label(int(recorder.number(eParam_VideoInput)))),
+                 problem.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(problem)),
         "choose an input that has a signal with: xpctl set video_input NAME, or give it one; then record "
         "again");
 }
@@ -203,4 +215,37 @@ Answer performStop(const VerbCall &call)
     if (!recorder.waitFor([&] { return recorder.status() == TransportStatus::Stopped; }, Wait::effectWithin))
         return gaveUp(recorder, "the transport has not stopped");
     return Answer::done("stopped", transportObject(recorder));
+}
+
+Answer performStopWithoutStore(Recorder &recorder)
+{
+    const QString problem = recorder.storeProblem();
+    const auto recorded = [&recorder] { return recorder.counter("frames_recorded"); };
+    constexpr int fewFrames = 500; // ms in which a take at any rate gets some
+    const qint64 before = recorded();
+    const bool isTake = recorder.waitFor([&] { return recorded() != before; }, fewFrames);
+    if (!isTake && !Recorder::wasInterrupted())
+        return Answer::refused(Cause::Store, "no_store", "no take is being recorded, and " + problem);
+    if (const QString reason = LocalCommands::sendStop(); !reason.isEmpty())
+        return Answer::refused(
+            Cause::Store, "no_store",
+            QStringLiteral("the daemon takes no stop without the store (%1), and %2").arg(reason, problem));
+    // Closed: no frame has come for a while, and all that came are safe.
+    qint64 last = -1;
+    qint64 lastAt = 0;
+    const auto isClosed = [&] {
+        const qint64 now = recorder.environment().clock->now();
+        if (recorded() != last) {
+            last = recorded();
+            lastAt = now;
+        }
+        return now - lastAt > fewFrames * QmxClock::nsPerMillisecond &&
+               recorder.counter("recorded_up_to") >= recorder.counter("current_clip_frames");
+    };
+    if (!recorder.waitFor(isClosed, Wait::effectWithin))
+        return Answer::givenUp(Cause::Deck, "no_effect", "the take has not ended, and " + problem);
+    const qint64 frames = recorder.counter("recorded_up_to");
+    return Answer::done(
+        QStringLiteral("recorded %1 frames, stopped without the configuration store").arg(frames),
+        {{"clip", QString()}, {"frames", frames}});
 }

@@ -75,7 +75,7 @@ std::span<const VerbRow> verbs()
          {{"where", Type::Place, true, "", 0, 4294967295.0, "frame number, or a timecode such as 10:00:04:00",
            "'%1' is neither a frame number nor a timecode", "for example: xpctl cue 100, xpctl cue 10:00:04:00"}},
          MovesTransport | EndsTake, Needs::Daemon, "transport_speed cue_to_frame cue_to_timecode", "the frame is held on the output", 6000,
-         "take_runs nothing_to_play no_effect", performCue},
+         "take_runs nothing_to_play outside no_effect", performCue},
         {"next", "go to the next clip", {},
          MovesTransport | EndsTake, Needs::Daemon, "transport_command", "another clip is on the output", 3000,
          "take_runs no_effect", performNext},

@@ -32,8 +32,8 @@ public:
     /// time to be committed.
     void leave(const void *owner);
     void stopDelivering();
-    /// Tells the listeners of a change that has come to this process by another way than the store. It is written
-    /// nowhere.
+    /// Tells the listeners of a change that has come to this process by another way than the store. It is
+    /// written nowhere.
     void deliverLocally(eParam_t id, const StoreValue &value);
     bool alarmHistory(int newest, std::vector<AlarmRecord> &records, std::string &error);
     std::string state() const { return _state->text(); }

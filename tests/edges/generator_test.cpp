@@ -178,7 +178,17 @@ TEST(Locators, nonsenseHasNoSignalAndSaysWhy)
         EXPECT_EQ(frame.audio.samples(), 1602);
         EXPECT_TRUE(s->statusText().contains(QLatin1String("has no signal: ")))
             << s->statusText().toStdString();
+        EXPECT_EQ(qmxSourceProblem(QLatin1String(locator), QmxEnvironment::current()), s->statusText());
     }
+    // What a line of the profile would give is known without taking a port or a device away from anybody.
+    const auto problem = [](const char *locator) {
+        return qmxSourceProblem(QLatin1String(locator), QmxEnvironment::current()).toStdString();
+    };
+    EXPECT_EQ(problem("foo://x"), "\"foo\" is no kind of address that can be opened");
+    EXPECT_EQ(problem("v4l2:/dev/no-camera"), "/dev/no-camera is not there");
+    for (const char *good :
+         {"generator:?rate=25", "none:", "udp://:5000", "srt://0.0.0.0:9000?mode=listener"})
+        EXPECT_EQ(problem(good), "") << good;
     // A format that nobody records is still a picture to look at.
     const auto odd = source(QStringLiteral("generator:?size=1440x1080&rate=25"));
     const QmxSourceFrame frame = odd->take(Ticks(QmxVideoRate(25)).next());

@@ -91,6 +91,8 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
         frame.timecode = QmxTimecode(10, 0, 0, int(i), 25, 0);
         frame.metadata.insert(QmxId(1), 500 + int(i));
         frame.connection = QStringLiteral("4:2:2 legal range, SDI level A");
+        frame.input = QStringLiteral("Nothing connected");
+        frame.outputs = QStringLiteral("Null output, 7 frames\n");
         sink->show(frame);
         ASSERT_TRUE(Stepper::waitFor([&] { return reader.count() == i + 1; }));
         QmxPreviewPicture seen;
@@ -113,6 +115,10 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
     sink->show(frame);
     ASSERT_TRUE(Stepper::waitFor([&] { return reader.count() == 13; }));
     QmxPreviewPicture black;
+    ASSERT_TRUE(reader.readTexts(black));
+    EXPECT_TRUE(black.luma.isEmpty());
+    EXPECT_EQ(black.input, frame.input);
+    EXPECT_EQ(black.outputs, frame.outputs);
     ASSERT_TRUE(reader.read(black));
     EXPECT_FALSE(black.hasPicture);
     EXPECT_EQ(black.width, 960);

@@ -79,7 +79,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         run record --for 1; run record
         await '[ $(recorded) -ge 25 ]'
         run stop; run clips
-        run play; run still; run cue 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 2; run cue "$tc"; run picture $OUT/picture.png
+        run play; run still; run play 0; run cue 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 2; run cue "$tc"; run picture $OUT/picture.png; run picture $OUT/picture.jpg
         run clip take_001.mov; run cue 24; xpctl --json play 2>$OUT/at-end && exit 9
         run list add take_001.mov; run list add take_002.mov 0; run list move 0 1; run list
         for i in $(seq 20); do xpctl list add take_001.mov >&2 & done; wait; [ "$(xpctl list | wc -l)" = 22 ]
@@ -87,7 +87,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         xpctl picture /run/xp/small/p.png >&2 && exit 9; grep -q kept /run/xp/small/p.png
         xpctl stop >&2; xpctl set play_list ''; xpctl set playback_source play_list; xpctl play 2>$OUT/no-list && exit 9
         xpctl set play_list take_001.mov; xpctl play >&2
-        run set playback_source all_clips; run still; run next; run prev; run stop; run list remove 0
+        run clips --all; run set playback_source all_clips; run still; run next; run prev; run stop; run list remove 0
         run get play_list; run params take; run alarms; run alarms --history; run status; run watch --once; run watch --once --stats; run metrics
         xpctl set sdi_level_a on
         await 'xpctl --json doctor | grep -q "SDI level A"'
@@ -136,7 +136,8 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
     EXPECT_TRUE(readAll(sandbox.out("no-list")).contains("the play list is empty"));
     EXPECT_TRUE(readAll(sandbox.out("at-end")).contains("the material ends at frame 24"));
     EXPECT_TRUE(result.out.contains("\"name\":\"take_001.mov\",\"place\":0")) << "moved down, then up again";
-    EXPECT_TRUE(result.out.contains("input 602: /dev/no-camera is not there")) << result.out.toStdString();
+    EXPECT_TRUE(result.out.contains("602=v4l2:/dev/no-camera: /dev/no-camera is not there"))
+        << result.out.toStdString();
     EXPECT_TRUE(result.out.contains("SDI level A, HDMI 4:2:2")) << result.out.toStdString();
 
     // Each line of watch is the next tick or, on a busy machine, a later one.
@@ -154,6 +155,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         runProgram("ffprobe", {"-v", "error", "-show_entries", "stream=codec_name,width,height", "-of",
                                "csv=p=0", sandbox.out("picture.png")});
     EXPECT_EQ(picture.out.trimmed(), QByteArray("png,720,576")) << picture.err.toStdString();
+    EXPECT_TRUE(readAll(sandbox.out("picture.jpg")).startsWith("\xff\xd8")) << "JPEG by its ending";
     const QByteArray terminal = readAll(sandbox.out("terminal"));
     EXPECT_TRUE(terminal.contains("\x1b[K\r\n")) << "watch ends its line: " << terminal.toStdString();
     EXPECT_EQ(terminal.count("\x1b[1;31mxpctl:\x1b[0m there is no clip"), 1) << terminal.toStdString();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The commands in the guides do what the guides say: each block of shell commands is run as it stands.
+#include "platform/qmx/edges/qmxgeneratorscript.h"
 #include "tests/support/print.h"
 #include "tests/system/sandbox.h"
 
@@ -60,6 +61,17 @@ INSTANTIATE_TEST_SUITE_P(Docs, Guide, testing::Values("operator.md", "engineer.m
                          [](const auto &row) {
                              return std::string(row.param, std::strcspn(row.param, "."));
                          });
+
+TEST(Docs, everyKeyOfTheGeneratorIsInTheManual)
+{
+    QString problem;
+    QmxGeneratorScript::fromText("bogus=1", &problem);
+    const QStringList keys = problem.section(QStringLiteral("it has "), 1).split(QStringLiteral(", "));
+    ASSERT_GT(keys.size(), 10) << problem.toStdString();
+    const QByteArray manual = readAll(XP_ROOT "/docs/manual.md");
+    for (const QString &key : keys)
+        EXPECT_TRUE(manual.contains("`" + key.toUtf8() + "`")) << key.toStdString();
+}
 
 TEST(Docs, everyFileThatAPageNamesIsThere)
 {

@@ -35,12 +35,16 @@ TEST(Doctor, findsEachHarmAndNamesItsRemedy)
         look well
         mount -o remount,ro /media/A; look read-only; mount -o remount,rw /media/A
         fallocate -l 1300M /media/A/fill; look full; rm /media/A/fill
-        xpctl set active_media_path /var/tmp; look system-disk
-        xpctl set active_media_path /media/none; look no-folder
+        xpctl set --force active_media_path /var/tmp; look system-disk
+        xpctl set --force active_media_path /media/none; look no-folder
         xpctl set active_media_path ''; look no-medium; xpctl set active_media_path /media/A
         umount /usr/local/share/media; look no-stills
         mount -o remount,size=120M /dev/shm; look no-memory; mount -o remount,size=500M /dev/shm
         cp /etc/xp/lumen.ini $OUT; echo '[inputs' >>/etc/xp/lumen.ini; echo 601=nonsense: >>/etc/xp/lumen.ini; look profile; cp $OUT/lumen.ini /etc/xp/lumen.ini
+        for line in 602=foo://x 602=file:/nonexistent.mov '602=generator:?rate=25&bogus=1'; do
+            sed "s|^\[inputs\]|[inputs]\n$line|" $OUT/lumen.ini >/etc/xp/lumen.ini; look "$line"
+        done
+        printf '[outputs]\nx=foo://x\n' >>/etc/xp/lumen.ini; look x=foo; cp $OUT/lumen.ini /etc/xp/lumen.ini
         echo 'xp:x:990:' >>/etc/group; echo 'xp:x:990:990::/:/bin/false' >>/etc/passwd
         chmod 755 /media/A; look not-writable; chown xp:xp /media/A
         chmod -R a+rwX /var/lib/xp; look stranger setpriv --reuid 65534 --regid 65534 --clear-groups
@@ -50,8 +54,8 @@ TEST(Doctor, findsEachHarmAndNamesItsRemedy)
     )sh");
 
     const auto well = checksOf(result.out, "well");
-    for (const char *name :
-         {"store", "access", "daemon", "profile", "inputs", "output", "medium", "stills", "shared_memory"})
+    for (const char *name : {"store", "access", "daemon", "profile", "inputs", "outputs", "output", "medium",
+                             "stills", "shared_memory"})
         EXPECT_EQ(well[name]["state"].toString(), QString("good")) << name << result.out.toStdString();
     EXPECT_EQ(well["media_daemon"]["state"].toString(), QString("hint"));
     EXPECT_TRUE(well["disk_speed"]["found"].toString().contains(" MB/s; a 1080p50 HQ take needs 46"));
@@ -66,8 +70,14 @@ TEST(Doctor, findsEachHarmAndNamesItsRemedy)
         {"no-stills", "stills", "wrong", "0 of 22", "xp-stills"},
         {"no-memory", "shared_memory", "wrong", "MB free in /dev/shm", "remount"},
         {"profile", "profile", "wrong", "nonsense", "systemctl restart xpd"},
+        {"602=foo://x", "inputs", "wrong", "602=foo://x: \"foo\" is no kind of address",
+         "systemctl restart xpd"},
+        {"602=file:/nonexistent.mov", "inputs", "wrong", "/nonexistent.mov", "lumen.ini"},
+        {"602=generator:?rate=25&bogus=1", "inputs", "wrong", "the generator has no key \"bogus\"",
+         "lumen.ini"},
+        {"x=foo", "outputs", "wrong", "it is none of preview:", "lumen.ini"},
         {"not-writable", "medium", "wrong", "the recorder may not write into /media/A", "chown xp:xp"},
-        {"stranger", "access", "wrong", "may not operate", "adduser"},
+        {"stranger", "access", "wrong", "is not in the group xp", "adduser"},
         {"in-use", "disk_speed", "hint", "the recorder is in use", "stop it"},
         {"store", "store", "wrong", "/etc/passwd", "/etc/xp/store"},
         {"address", "store", "wrong", "nonsense", "/etc/xp/store"},

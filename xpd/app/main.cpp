@@ -5,7 +5,10 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxlogexpected.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/store/configfactoryimpl.h"
+#include "platform/store/localcommands.h"
 #include "xpd/app/mainobject.h"
 #include "xpd/app/qtmessages.h"
 #include "xpd/app/signals.h"
@@ -115,6 +118,8 @@ int main(int argc, char **argv)
     QCoreApplication::setOrganizationDomain(QStringLiteral("kel.example"));
     QCoreApplication::setApplicationName(QStringLiteral("xpd"));
 
+    // Nobody has stills of uncompressed formats, which is what there is before the settings are known.
+    qmxLogExpect("vtrobject", "Failed to find loss of video file for", "Uncompressed");
     qmxLogOpenFile(logPath.isEmpty() ? QString::fromLatin1(kNoLog) : logPath);
     qmxLogOpenDisplay();
     qmxLogSetLevel(debug ? 4 : 2);
@@ -123,6 +128,7 @@ int main(int argc, char **argv)
     registerMetaTypes();
 
     MainObject mainObject(debug, nullptr);
+    const LocalCommands localCommands(GetEventsURI("udp"));
     QMetaObject::invokeMethod(
         &app,
         [] {

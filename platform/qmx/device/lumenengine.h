@@ -182,7 +182,7 @@ private:
     QString _connection;
     TakeGate _gate;
     qint64 _takeFirst = -1; ///< index of the first frame of the take that runs or was the last
-    QString _inputText; ///< as the source said last; the clock thread's
+    QString _inputText;     ///< as the source said last; the clock thread's
     std::unique_ptr<QmxSource> _newInput;
     std::unique_ptr<QmxSource> _newGenerator;
     bool _dropGenerator = false;

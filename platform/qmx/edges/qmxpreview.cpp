@@ -16,7 +16,7 @@
 #include <unistd.h>
 
 namespace {
-constexpr quint64 magicNumber = 0x34'56'52'50'44'50'58'00; // "\0XPDPRV4", changes with the layout
+constexpr quint64 magicNumber = 0x35'56'52'50'44'50'58'00; // "\0XPDPRV5", changes with the layout
 constexpr int slotCount = 2;
 constexpr int maximumPixels = QmxPreview::maximumWidth * QmxPreview::maximumHeight;
 constexpr size_t textSize = 64;

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/control/valuechecks.h"
+
+#include "platform/control/recorder.h"
+#include "platform/control/transportanswers.h"
+#include "platform/product/clipfinder.h"
+#include "platform/store/eparammedia.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cstring>
+#include <span>
+#include <sys/statfs.h>
+
+namespace {
+constexpr auto noClip = "N/A";
+constexpr auto listClips = "`xpctl clips` lists those there are";
+
+std::optional<Answer> refused(const QString &sentence, const QString &advice)
+{
+    return Answer::refused(Cause::Argument, "wrong_argument", sentence, advice);
+}
+
+/// A folder on a file system of its own, as the recorder wants its media.
+bool isMedium(const Recorder &recorder, const QString &path)
+{
+    struct statfs64 root = {};
+    struct statfs64 medium = {};
+    QmxFiles &files = *recorder.environment().files;
+    return files.statfs(QStringLiteral("/"), &root) == 0 && files.statfs(path, &medium) == 0 &&
+           std::memcmp(&root.f_fsid, &medium.f_fsid, sizeof root.f_fsid) != 0;
+}
+
+std::optional<Answer> anyMedium(Recorder &recorder, const StoreValue &value)
+{
+    const QString path = QString::fromStdString(value.text);
+    if (path.isEmpty() || isMedium(recorder, path)) return {};
+    return refused(QStringLiteral("there is no medium at %1").arg(path),
+                   "`xpctl media` lists those there are");
+}
+
+std::optional<Answer> activeMedium(Recorder &recorder, const StoreValue &value)
+{
+    const QString now = recorder.text(eParam_ActiveMediaPath);
+    if (recorder.daemonIsRunning() && isRecording(recorder) && now != QString::fromStdString(value.text))
+        return Answer::refused(Cause::Deck, "take_runs",
+                               QStringLiteral("a take is being recorded on %1").arg(now),
+                               "choose another medium when it has ended: xpctl stop");
+    return anyMedium(recorder, value);
+}
+
+std::optional<Answer> nextMedium(Recorder &recorder, const StoreValue &value)
+{
+    const QString path = QString::fromStdString(value.text);
+    if (!path.isEmpty() && path == recorder.text(eParam_ActiveMediaPath))
+        return refused(QStringLiteral("%1 is the medium that is recorded on").arg(path),
+                       "the next one is another; `xpctl media` lists those there are");
+    return anyMedium(recorder, value);
+}
+
+std::optional<Answer> clips(Recorder &recorder, const StoreValue &value)
+{
+    for (const QString &name : QString::fromStdString(value.text).split('\n', Qt::SkipEmptyParts))
+        if (name != QLatin1String(noClip) && !recorder.isClip(name))
+            return refused(recorder.whyNoClip(name), listClips);
+    return {};
+}
+
+std::optional<Answer> clipIndex(Recorder &recorder, const StoreValue &value)
+{
+    constexpr unsigned playList = 2;
+    const bool isList = recorder.number(eParam_PlaybackSource) == playList;
+    ClipFinder finder(&recorder.config());
+    const qsizetype count = isList ? recorder.text(eParam_PlayList).split('\n', Qt::SkipEmptyParts).size()
+                                   : qsizetype(finder.findClips(true, false, true).size());
+    if (qsizetype(value.number) < count) return {};
+    return refused(QStringLiteral("there is no clip %1 in the list").arg(value.number),
+                   count > 0 ? QStringLiteral("places go from 0 to %1; `xpctl %2` shows them")
+                                   .arg(count - 1)
+                                   .arg(isList ? "list" : "clips")
+                             : QStringLiteral("the list is empty"));
+}
+
+std::optional<Answer> cueFrame(Recorder &recorder, const StoreValue &value)
+{
+    return outsideMaterial(recorder, QString::number(value.number));
+}
+
+std::optional<Answer> cueTimecode(Recorder &recorder, const StoreValue &value)
+{
+    return value.text.empty() ? std::nullopt : outsideMaterial(recorder, QString::fromStdString(value.text));
+}
+
+struct Row
+{
+    eParam_t id;
+    std::optional<Answer> (*why)(Recorder &recorder, const StoreValue &value);
+};
+constexpr Row rows[] = {
+    {eParam_ActiveMediaPath, activeMedium},
+    {eParam_RolloverMediaPath, nextMedium},
+    {eParam_PlayList, clips},
+    {eParam_CurrentClip, clips},
+    {eParam_GoToClipName, clips},
+    {eParam_GoToClipIndex, clipIndex},
+    {eParam_CueToFrame, cueFrame},
+    {eParam_CueToTimecode, cueTimecode},
+};
+} // namespace
+
+std::optional<Answer> uselessValue(Recorder &recorder, const ParamDescriptor &descriptor,
+                                   const StoreValue &value)
+{
+    for (const Row &row : rows)
+        if (row.id == descriptor.id()) return row.why(recorder, value);
+    return {};
+}

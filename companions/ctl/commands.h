@@ -27,6 +27,7 @@ struct Arguments
     bool stats = false;             ///< --stats
     bool history = false;           ///< --history
     bool all = false;               ///< --all
+    bool full = false;              ///< --full
     std::string listen;             ///< --listen
     std::vector<std::string> rest;  ///< of the argument that may come several times; then behind `words`
 

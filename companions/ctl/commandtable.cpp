@@ -50,7 +50,7 @@ std::span<const CommandRow> ctlCommands()
         {looking, "alarms", "list what is wrong now, since when, and what to do", {}, "history markdown", Needs::Store, ctlAlarms},
         ofVerb(looking, "acknowledge", "", {"ALARM"}),
         {looking, "picture", "save the picture on the output as a PNG or JPEG file",
-         {{"FILE", "its name; the ending, .png or .jpg, says which", true, "@files"}}, "", Needs::Daemon, ctlPicture},
+         {{"FILE", "its name; the ending, .png or .jpg, says which", true, "@files"}}, "full", Needs::Daemon, ctlPicture},
 
         ofVerb(transport, "record", "for no-wait"),
         ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
@@ -137,6 +137,8 @@ std::span<const OptionRow> ctlOptions()
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--history", arguments.history); }},
         {"all", "", "also what looks like a clip and cannot be played, and why",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--all", arguments.all); }},
+        {"full", "", "in the size of the output, not in that of the preview",
+         [](CLI::App &command, Arguments &arguments) { command.add_flag("--full", arguments.full); }},
         {"markdown", "", "the reference of all, for documents",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--markdown", arguments.markdown); }},
         {"listen", "ADDRESS",

@@ -2,6 +2,7 @@
 // picture: what is on the output, as a file.
 #include "companions/ctl/commands.h"
 
+#include "platform/qmx/edges/qmxfullpicture.h"
 #include "platform/qmx/edges/qmxpreview.h"
 
 #include <QFile>
@@ -48,36 +49,75 @@ const KindRow *kindOf(const QString &name)
     return nullptr;
 }
 
-/// The preview's planes in full range, as that kind has them; null when there is no memory.
-Owned<AVFrame> inFullRange(const QmxPreviewPicture &picture, AVPixelFormat format)
+/// Where a picture lies, as libav wants it.
+struct Samples
+{
+    int width = 0;
+    int height = 0;
+    AVPixelFormat format = AV_PIX_FMT_YUV420P;
+    const uint8_t *planes[4] = {};
+    int strides[4] = {};
+    bool isStandardDefinition = false;
+};
+
+Samples samplesOf(const QmxPreviewPicture &picture)
+{
+    Samples samples;
+    samples.width = picture.width;
+    samples.height = picture.height;
+    const QByteArray *planes[] = {&picture.luma, &picture.cb, &picture.cr};
+    for (int i = 0; i < 3; ++i) {
+        samples.planes[i] = reinterpret_cast<const uint8_t *>(planes[i]->constData());
+        samples.strides[i] = i == 0 ? picture.width : picture.width / 2;
+    }
+    samples.isStandardDefinition = picture.format.startsWith(QLatin1String("720x"));
+    return samples;
+}
+
+Samples samplesOf(const QmxFullPicture &picture)
+{
+    constexpr int standardWidth = 720;
+    Samples samples;
+    samples.width = picture.width;
+    samples.height = picture.height;
+    const bool isRgb = picture.format == QmxPicture::Format::Rgb444P10;
+    samples.format = isRgb                                             ? AV_PIX_FMT_GBRP10
+                     : picture.format == QmxPicture::Format::Yuv444P10 ? AV_PIX_FMT_YUV444P10
+                                                                       : AV_PIX_FMT_YUV422P10;
+    for (int i = 0; i < 3; ++i) {
+        const int plane = isRgb ? (i + 1) % 3 : i; // green, blue, red
+        samples.planes[i] = reinterpret_cast<const uint8_t *>(picture.planes[size_t(plane)].data());
+        samples.strides[i] = picture.planeWidth(plane) * int(sizeof(quint16));
+    }
+    samples.isStandardDefinition = picture.width == standardWidth;
+    return samples;
+}
+
+/// In full range, as that kind of file has it; null when there is no memory.
+Owned<AVFrame> inFullRange(const Samples &samples, AVPixelFormat format)
 {
     const Owned<SwsContext> scaler(
-        sws_getContext(picture.width, picture.height, AV_PIX_FMT_YUV420P, picture.width, picture.height,
-                       format, SWS_ACCURATE_RND | SWS_BILINEAR, nullptr, nullptr, nullptr));
+        sws_getContext(samples.width, samples.height, samples.format, samples.width, samples.height, format,
+                       SWS_ACCURATE_RND | SWS_BILINEAR, nullptr, nullptr, nullptr));
     Owned<AVFrame> frame(av_frame_alloc());
     if (!scaler || !frame) return nullptr;
-    frame->width = picture.width;
-    frame->height = picture.height;
+    frame->width = samples.width;
+    frame->height = samples.height;
     frame->format = format;
     if (av_frame_get_buffer(frame.get(), 0) < 0) return nullptr;
-    const bool isStandardDefinition = picture.format.startsWith(QLatin1String("720x"));
-    const int from = isStandardDefinition ? SWS_CS_ITU601 : SWS_CS_ITU709;
-    // (Files of this kind are taken for BT.601 everywhere.)
+    const int from = samples.isStandardDefinition ? SWS_CS_ITU601 : SWS_CS_ITU709;
+    // (JPEG files are taken for BT.601 everywhere.)
     const int to = format == AV_PIX_FMT_RGB24 ? from : SWS_CS_ITU601;
-    sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(from), 0, sws_getCoefficients(to), 1, 0,
+    const int fromFull = samples.format == AV_PIX_FMT_GBRP10 ? 1 : 0;
+    sws_setColorspaceDetails(scaler.get(), sws_getCoefficients(from), fromFull, sws_getCoefficients(to), 1, 0,
                              1 << 16, 1 << 16);
-    const auto *luma = reinterpret_cast<const uint8_t *>(picture.luma.constData());
-    const auto *cb = reinterpret_cast<const uint8_t *>(picture.cb.constData());
-    const auto *cr = reinterpret_cast<const uint8_t *>(picture.cr.constData());
-    const uint8_t *const planes[] = {luma, cb, cr, nullptr};
-    const int strides[] = {picture.width, picture.width / 2, picture.width / 2, 0};
-    sws_scale(scaler.get(), planes, strides, 0, picture.height, frame->data, frame->linesize);
+    sws_scale(scaler.get(), samples.planes, samples.strides, 0, samples.height, frame->data, frame->linesize);
     return frame;
 }
 
-QByteArray coded(const QmxPreviewPicture &picture, const KindRow &kind)
+QByteArray coded(const Samples &samples, const KindRow &kind)
 {
-    const Owned<AVFrame> frame = inFullRange(picture, kind.format);
+    const Owned<AVFrame> frame = inFullRange(samples, kind.format);
     const AVCodec *codec = avcodec_find_encoder(kind.codec);
     const Owned<AVCodecContext> encoder(codec ? avcodec_alloc_context3(codec) : nullptr);
     const Owned<AVPacket> packet(av_packet_alloc());
@@ -129,19 +169,31 @@ ExitCode ctlPicture(Recorder &recorder, const Report &report, const Arguments &a
         return report.error(ExitCode::Refused, "there is no picture on the output",
                             "`xpctl status` shows what the recorder does, `xpctl doctor` what it lacks");
     }
-    if (const QString problem = saved(coded(picture, *kind), name); !problem.isEmpty()) {
+    Samples samples = samplesOf(picture);
+    QmxFullPictureReader fullReader;
+    QmxFullPicture full;
+    if (arguments.full) {
+        const bool isAsked = fullReader.open(QmxFullPicture::nameBeside(QmxPreview::defaultName()));
+        if (isAsked) fullReader.ask();
+        if (!isAsked || !recorder.waitFor([&] { return fullReader.read(full); }, pictureWithin) ||
+            full.width == 0)
+            return report.error(ExitCode::Refused, "there is no picture of full size",
+                                "without --full it is the preview's");
+        samples = samplesOf(full);
+    }
+    if (const QString problem = saved(coded(samples, *kind), name); !problem.isEmpty()) {
         return report.error(ExitCode::Refused,
                             QStringLiteral("the picture cannot be written to %1: %2").arg(name, problem),
                             "choose another folder, or free some space");
     }
     report.result(QStringLiteral("%1: %2x%3, %4")
                       .arg(name)
-                      .arg(picture.width)
-                      .arg(picture.height)
+                      .arg(samples.width)
+                      .arg(samples.height)
                       .arg(picture.timecode),
                   {{"file", name},
-                   {"width", picture.width},
-                   {"height", picture.height},
+                   {"width", samples.width},
+                   {"height", samples.height},
                    {"timecode", picture.timecode},
                    {"format", picture.format}});
     return ExitCode::Done;

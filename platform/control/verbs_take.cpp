@@ -45,14 +45,15 @@ public:
             return settled() ||
                    (_recorder.environment().clock->now() - begun > pictureWithin && seesNoPicture());
         };
-        if (!_recorder.waitFor(settledOrBlind, Wait::repeatFor, again, Wait::repeatEvery) &&
-            !Recorder::wasInterrupted()) {
+        _recorder.waitFor(settledOrBlind, Wait::repeatFor, again, Wait::repeatEvery);
+        if (!settled() && !Recorder::wasInterrupted()) {
             if (!isRecording(_recorder)) {
                 _errors = _recorder.newErrors({}); // the reason may have been there before, word for word
                 _errors.removeIf([](const auto &alarm) { return alarm.id != eParam_AlarmRecordInhibited; });
             }
             const bool hasEnded = wasOpened() && !isRecording(_recorder);
-            if (_errors.isEmpty() && !hasEnded) _recorder.waitFor(settledOrBlind, Wait::effectWithin);
+            if (_errors.isEmpty() && !hasEnded && !seesNoPicture())
+                _recorder.waitFor(settledOrBlind, Wait::effectWithin);
         }
         // The command has been given and will be followed after we have gone: see it through, to end the
         // take.

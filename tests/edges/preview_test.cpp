@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/edges/qmxfullpicture.h"
 #include "platform/qmx/edges/qmxloudness.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/qmx/edges/qmxscopes.h"
@@ -125,6 +126,40 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
     EXPECT_EQ(black.luma, QByteArray(black.luma.size(), char(16)));
     EXPECT_EQ(black.frameNumber, -1);
     EXPECT_EQ(sink->dropped(), 0);
+}
+
+TEST(Preview, aWholePictureIsGivenToWhoAsksForOne)
+{
+    const QString name = uniqueName("full");
+    const auto sink = qmxCreateSink(QStringLiteral("preview:") + name, QmxEnvironment::current());
+    QmxPreviewReader count;
+    QmxFullPictureReader reader;
+    ASSERT_TRUE(count.open(name));
+    ASSERT_TRUE(reader.open(QmxFullPicture::nameBeside(name)));
+    QmxOutputFrame frame;
+    frame.desc = QmxSourceFormat::fromText(QStringLiteral("1920x1080p25"));
+    frame.picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, QSize(1920, 1080));
+    for (int plane = 0; plane < 3; ++plane)
+        for (int y = 0; y < 1080; ++y)
+            std::fill_n(frame.picture.row(plane, y), frame.picture.planeWidth(plane),
+                        quint16(plane * 300 + y % 256));
+    Ticks ticks(QmxVideoRate(25));
+    QmxFullPicture full;
+    for (const bool isAsked : {false, true}) {
+        if (isAsked) reader.ask();
+        const quint64 before = count.count();
+        frame.tick = ticks.next();
+        sink->show(frame);
+        ASSERT_TRUE(Stepper::waitFor([&] { return count.count() > before; }));
+        if (isAsked) {
+            ASSERT_TRUE(Stepper::waitFor([&] { return reader.read(full); }));
+        }
+    }
+    EXPECT_EQ(full.width, 1920);
+    EXPECT_EQ(full.height, 1080);
+    ASSERT_EQ(full.planes[1].size(), 960U * 1080U);
+    EXPECT_EQ(full.planes[0][1000U * 1920U + 7], 1000 % 256);
+    EXPECT_EQ(full.planes[2].back(), 600 + 1079 % 256);
 }
 
 TEST(Preview, loudnessIsThatOfTheStandardsReferenceTone)

@@ -113,7 +113,7 @@ TEST(BadInput, mediaThatRefuseEndTheTakeAndSayWhy)
     const ProgramResult result = sandbox.run(R"sh(
         xpctl record --for 0.5 >&2
         before=$(sha1sum /media/A/take_001.mov)
-        mkdir /var/tmp/plain-$$; xpctl set active_media_path /var/tmp/plain-$$
+        mkdir /var/tmp/plain-$$; xpctl set --force active_media_path /var/tmp/plain-$$
         say plain; refused record; say plain-again; refused record
         rmdir /var/tmp/plain-$$; xpctl set active_media_path /media/A
         mount -o remount,ro /media/A; say readonly; refused record; mount -o remount,rw /media/A

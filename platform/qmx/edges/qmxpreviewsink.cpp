@@ -73,6 +73,7 @@ QmxPreviewSink::QmxPreviewSink(const QString &name, const QmxEnvironment &enviro
     : _name(name),
       _writer(name),
       _scopes(name, environment),
+      _full(QmxFullPicture::nameBeside(name)),
       _thread(QStringLiteral("qmx-preview"), queueBound, environment)
 {
     _thread.post(qmxYieldToEventLoop);
@@ -126,6 +127,7 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
     _preview.shortTermLoudness = _loudness.shortTerm();
     _writer.write(_preview);
     _scopes.offer(frame);
+    _full.offer(frame.picture);
 }
 
 void QmxPreviewSink::reduce(const QmxPicture &picture, QmxPreviewPicture &preview)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/core/qmxtaskthread.h"
+#include "platform/qmx/edges/qmxfullpicture.h"
 #include "platform/qmx/edges/qmxloudness.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/qmx/edges/qmxsink.h"
@@ -30,8 +31,9 @@ private:
     void publish(const QmxOutputFrame &frame);
 
     QString _name;
-    QmxPreviewWriter _writer; ///< the thread's, as are the next five
+    QmxPreviewWriter _writer; ///< the thread's, as are the next six
     ScopeStage _scopes;
+    QmxFullPictureWriter _full;
     QmxLoudness _loudness;
     QmxPreviewPicture _preview;
     QmxPicture _reduced; ///< what _preview shows

@@ -4,7 +4,6 @@
 #include "platform/control/recorder.h"
 #include "platform/control/transportanswers.h"
 #include "platform/product/clipfinder.h"
-#include "platform/store/eparammedia.h"
 
 #include <QFileInfo>
 #include <QJsonArray>

@@ -190,10 +190,34 @@ void Access::end(const QString &token)
     _sessions.erase(token);
 }
 
+namespace {
+/// What a former run left, when nobody but this account can have written it; else empty.
+QString keptToken(const QByteArray &path)
+{
+    const int fd = open(path.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) return {};
+    constexpr mode_t othersMayWrite = 0027;
+    std::array<char, 256> bytes{};
+    struct stat status = {};
+    const bool isOurs = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
+                        (status.st_mode & othersMayWrite) == 0;
+    const ssize_t size = isOurs ? read(fd, bytes.data(), bytes.size()) : 0;
+    close(fd);
+    const QByteArray text = QByteArray(bytes.data(), size > 0 ? size : 0).trimmed();
+    const bool isToken = text.size() == randomToken().size() && QByteArray::fromHex(text).toHex() == text;
+    return isToken ? QString::fromLatin1(text) : QString();
+}
+} // namespace
+
 QString Access::writeToken(const QString &path)
 {
-    _token = randomToken();
+    // A page that is open goes on after a restart of this program: the token of the one before stays valid.
     const QByteArray name = QFile::encodeName(path);
+    if (const QString kept = keptToken(name); !kept.isEmpty()) {
+        _token = kept;
+        return {};
+    }
+    _token = randomToken();
     const QByteArray part = name + ".new";
     unlink(part.constData());
     const int fd = open(part.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0640);

@@ -40,7 +40,8 @@ public:
     QString begin(const QString &name, Role role);
     void end(const QString &token);
 
-    /// Writes a new token of this run for the group to read; an error sentence when it cannot.
+    /// Writes a token for the group to read, or takes the one that a former run left there; an error sentence
+    /// when it cannot.
     QString writeToken(const QString &path);
     QString token() const { return _token; }
 

@@ -110,7 +110,6 @@ int serve(const Given &given)
     panel.workers.reset();
     server.close();
     QFile::remove(QString::fromLatin1(addressPath));
-    QFile::remove(QString::fromLatin1(tokenPath));
     return 0;
 }
 

@@ -74,6 +74,8 @@ void getAlarms(Panel &, const HttpCall &, Respond);
 void getAlarmHistory(Panel &, const HttpCall &, Respond);
 void getPicture(Panel &, const HttpCall &, Respond);
 void getMetrics(Panel &, const HttpCall &, Respond);
+// Measured pictures (routes_scopes.cpp)
+void getScopes(Panel &, const HttpCall &, Respond);
 // Settings and the play list (routes_settings.cpp)
 void getParameters(Panel &, const HttpCall &, Respond);
 void getParameter(Panel &, const HttpCall &, Respond);

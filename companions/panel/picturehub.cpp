@@ -110,8 +110,10 @@ std::shared_ptr<const QByteArray> PictureHub::Coder::codeNext()
     const quint64 count = reader.count();
     if (count == 0) return nullptr;
     if (count == coded && newest.load()) return newest;
-    const qint64 time = environment.clock->wallTime();
     if (!reader.read(picture) || picture.width <= 0) return nullptr;
+    // When its tick was, by the clock that others share.
+    const qint64 age = environment.clock->now() - picture.time;
+    const qint64 time = environment.clock->wallTime() - (age > 0 && age < QmxClock::nsPerSecond ? age : 0);
     const QByteArray file = jpeg.make(picture);
     if (file.isEmpty()) return nullptr;
     coded = count;

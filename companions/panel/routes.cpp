@@ -32,6 +32,7 @@ constexpr RouteRow rows[] = {
     {"GET", "picture.jpg", Role::View, "the picture on the output", "", jpeg, getPicture},
     {"GET", "events", Role::View, "a snapshot, then every change: WebSocket, or server-sent events", "since boot", "text/event-stream", nullptr},
     {"GET", "pictures", Role::View, "every picture on the output, with its meters and timecode: WebSocket", "", "application/octet-stream", nullptr},
+    {"GET", "scopes", Role::View, "waveform, parade and vectorscope of the picture on the output; made while somebody asks", "", "application/octet-stream", getScopes},
     {"POST", "login", Role::Nobody, "begin a session: {\"name\": ..., \"password\": ...} gives {\"token\": ...}", "", json, postLogin},
     {"POST", "logout", Role::View, "end the session of the token that is sent", "", json, postLogout},
     {"GET", "me", Role::Nobody, "who the server takes the caller for, and what that one may", "", json, getMe},

@@ -74,6 +74,13 @@ TEST(Panel, letsInOwnPagesAndProgramsOnly)
     }
 
     ASSERT_EQ(access.writeToken(folder.filePath("token")), QString());
+    Access after(PanelOptions(), accounts);
+    ASSERT_EQ(after.writeToken(folder.filePath("token")), QString());
+    EXPECT_EQ(after.token(), access.token()) << "a page goes on after a restart";
+    QFile::setPermissions(folder.filePath("token"), QFile::ReadOwner | QFile::WriteOwner | QFile::ReadOther);
+    ASSERT_EQ(after.writeToken(folder.filePath("token")), QString());
+    EXPECT_NE(after.token(), access.token()) << "others could read it";
+    ASSERT_EQ(access.writeToken(folder.filePath("token")), QString());
     EXPECT_EQ(QFile(folder.filePath("token")).permissions() &
                   (QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
               0);

@@ -8,7 +8,7 @@ import { chromium } from "playwright-core";
 const run = promisify(execFile);
 const patience = 30_000;
 
-export const address = process.env.XP_PANEL ?? "http://127.0.0.1:8090/";
+export const address = readFileSync("/run/xp/panel.address", "utf8").trim();
 export const token = () => readFileSync("/run/xp/panel.token", "utf8").trim();
 export const xpctl = async (...words) => (await run("xpctl", words)).stdout.trim();
 export const status = async () => JSON.parse(await xpctl("status", "--json"));
@@ -32,12 +32,12 @@ export async function until(what, ask, within = patience) {
 export async function startBrowser() {
   return chromium.launch({
     executablePath: process.env.XP_CHROMIUM ?? "/usr/bin/chromium",
-    args: ["--no-sandbox", "--disable-gpu", "--autoplay-policy=no-user-gesture-required"],
+    args: ["--no-sandbox", "--disable-gpu"],
   });
 }
 
 /** A page of its own session; everything that it complains about or asks others for is in `complaints`. */
-export async function open(browser, { size = [1280, 720], hash = "", withToken = true, touch = false } = {}) {
+export async function open(browser, { size = [1280, 720], hash = "", withToken = true, touch = false, prepare = null } = {}) {
   const context = await browser.newContext({ viewport: { width: size[0], height: size[1] }, hasTouch: touch });
   const page = await context.newPage();
   page.complaints = [];
@@ -48,6 +48,7 @@ export async function open(browser, { size = [1280, 720], hash = "", withToken =
     if (!["null", new URL(address).origin].includes(origin)) page.complaints.push(`asks for ${request.url()}`);
   });
   await page.addInitScript(readStrip);
+  await prepare?.(page);
   await page.goto(address + (withToken ? `#token=${token()}` : ""));
   if (hash) await page.evaluate((to) => (location.hash = to), hash);
   await until("a picture", () => page.evaluate(() => globalThis.shown()?.timecode.includes(":")));

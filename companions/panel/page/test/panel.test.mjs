@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Walks through the panel in a real browser beside the real recorder.
 import assert from "node:assert/strict";
-import { execFileSync } from "node:child_process";
+import { execFileSync, spawn } from "node:child_process";
 import { existsSync, readFileSync, readdirSync } from "node:fs";
 import { after, before, test } from "node:test";
 import { gzipSync } from "node:zlib";
@@ -10,7 +10,7 @@ import { address, key, open, shown, startBrowser, status, until, word, xpctl } f
 const axe = readFileSync(new URL("../node_modules/axe-core/axe.min.js", import.meta.url), "utf8");
 const frames = (timecode) => timecode.split(/[:;]/).reduce((sum, part, i) => sum * [0, 60, 60, 25][i] + Number(part), 0);
 const rate = 25;
-let browser, page;
+let browser, page, restarted;
 
 before(async () => {
   browser = await startBrowser();
@@ -18,6 +18,7 @@ before(async () => {
 });
 after(async () => {
   await browser?.close();
+  restarted?.kill();
 });
 
 const becomes = (text) => until(`the word ${text}`, async () => (await word(page)) === text || undefined);
@@ -34,18 +35,19 @@ test("a take is begun, watched, protected from a stray tap, and ended by holding
   assert.equal(await page.locator(".frame.recording").count(), 1);
   assert.equal((await status()).status, "recording");
   // The strip of the input counts with the frames of the timecode beside it: one picture is one moment.
+  const stop = page.locator('xp-key[verb="stop"] button');
   const first = await shown(page);
   await until("two seconds of pictures", async () => frames((await shown(page)).timecode) > frames(first.timecode) + 2 * rate || undefined);
   const later = await shown(page);
   assert.ok(first.strip !== null && later.strip !== null);
   assert.equal(later.strip - first.strip, frames(later.timecode) - frames(first.timecode));
-  await held(key(page, "Hold to stop"), 150);
+  await held(stop, 150);
   await until("the advice to hold", () => page.locator(".notice").textContent());
   await page.keyboard.press("s");
   await key(page, "Play").click();
   await until("the refusal", async () => /take|record/i.test(await page.locator(".notice").textContent()) || undefined);
   assert.equal((await status()).status, "recording");
-  await held(key(page, "Hold to stop"), 1300);
+  await held(stop, 1300);
   await becomes("Stopped");
 });
 
@@ -88,12 +90,17 @@ test("what was recorded is played, jogged and cued, and the picture is the frame
 });
 
 test("two browsers: one is in control, the other is told by whom it is refused", async () => {
+  execFileSync("xppanel", ["user", "add", "anna", "--role", "operate"], { input: "correct horse battery\ncorrect horse battery\n" });
   const other = await open(browser, { hash: "#/control" });
+  await other.getByLabel("Account").fill("anna");
+  await other.getByLabel("Password").fill("correct horse battery");
+  await other.getByRole("button", { name: "Log in" }).click();
+  await until("who one is", async () => /anna/.test(await other.locator("xp-login p").first().textContent()) || undefined);
   await page.evaluate(() => (location.hash = "#/control"));
   await page.getByRole("button", { name: "take control", exact: true }).click();
   await until("the owner, seen by both", async () => !/everybody/.test(await other.locator("xp-health .cell").last().textContent()) || undefined);
   await other.keyboard.press("j");
-  await until("the refusal", () => other.locator(".notice").textContent());
+  await until("the refusal, by whom", async () => /operator/i.test(await other.locator(".notice").textContent()) || undefined);
   await page.getByRole("button", { name: "release control", exact: true }).click();
   await until("nobody in control", async () => /everybody/.test(await other.locator("xp-health .cell").last().textContent()) || undefined);
   await other.context().close();
@@ -103,7 +110,7 @@ test("panel and recorder end and come back without a reload, and nothing stale l
   await page.evaluate(() => (globalThis.same = true));
   const stale = () => until("the banner", async () => (await page.locator(".banner").count()) === 1 || undefined);
   const live = () => until("pictures again", async () => ((await page.locator(".banner").count()) === 0 && !(await shown(page)).stale) || undefined);
-  const panel = execFileSync("pgrep", ["-nx", "xppanel"], { encoding: "utf8" }).trim();
+  const panel = execFileSync("pgrep", ["-of", "xppanel --listen"], { encoding: "utf8" }).trim();
   // A network that says nothing any more: the sockets stay, nothing comes.
   execFileSync("kill", ["-STOP", panel]);
   await stale();
@@ -111,9 +118,82 @@ test("panel and recorder end and come back without a reload, and nothing stale l
   assert.equal(await key(page, "Record").isDisabled(), true);
   execFileSync("kill", ["-CONT", panel]);
   await live();
-  execFileSync("sh", ["-c", "kill $(cat /run/xp/xppanel.pid) && while kill -0 $(cat /run/xp/xppanel.pid) 2>/dev/null; do read -t 0.05 x <> /dev/zero || :; done; xppanel >/dev/null 2>&1 & echo $! >/run/xp/xppanel.pid"]);
+  execFileSync("kill", ["-KILL", panel]);
+  await stale();
+  restarted = spawn("xppanel", ["--listen", new URL(address).host], { stdio: "ignore" });
   await live();
   assert.equal(await page.evaluate(() => globalThis.same), true);
+});
+
+test("ten thousand clips of any name: scrolled within a frame's time, searched, dragged into the list", async () => {
+  const odd = ['a "quoted" <b>name</b> & more.mov', "\u05e9\u05dc\u05d5\u05dd \u202eabc.mov", `${"x".repeat(251)}.mov`, "   .mov", "<img src=x onerror=alert(1)>.mov"];
+  const names = [...odd, ...Array.from({ length: 10_000 - odd.length }, (_, i) => `clip_${String(i).padStart(5, "0")}.mov`)];
+  const many = await open(browser, {
+    prepare: (one) =>
+      one.route(/\/clips\?/, (route) => {
+        const offset = Number(new URL(route.request().url()).searchParams.get("offset"));
+        const clips = names.slice(offset, offset + 1000).map((name, i) => ({ index: offset + i, name, frames: 250 }));
+        return route.fulfill({ json: { total: names.length, offset, clips } });
+      }),
+  });
+  await until("all of them", async () => /Search 10000/.test(await many.locator("xp-clips input").getAttribute("placeholder")) || undefined);
+  const session = await many.context().newCDPSession(many);
+  await session.send("Performance.enable", { timeDomain: "threadTicks" });
+  const busy = async () => (await session.send("Performance.getMetrics")).metrics.find((one) => one.name === "TaskDuration").value;
+  const scroll = (steps) =>
+    many.evaluate(async (count) => {
+      const rows = document.querySelector("xp-panel").shadowRoot.querySelector("xp-column").shadowRoot.querySelector("xp-clips").shadowRoot.querySelector(".rows");
+      for (let i = 0; i < count; ++i) {
+        rows.scrollTop += 400;
+        await new Promise(requestAnimationFrame);
+      }
+      return rows.querySelectorAll(".row").length;
+    }, steps);
+  await scroll(20);
+  const before = await busy();
+  const rows = await scroll(120);
+  const perFrame = ((await busy()) - before) / 120;
+  console.log(`10000 clips: ${rows} rows made, ${(1000 * perFrame).toFixed(1)} ms of work a frame while scrolling`);
+  assert.ok(rows < 60 && perFrame < 1 / 60, `${rows} rows, ${perFrame} s`);
+  const search = many.locator("xp-clips input");
+  await search.fill("<b>");
+  await until("the one that is searched for", async () => (await many.locator("xp-clips .row").count()) === 1 || undefined);
+  assert.equal(await many.locator("xp-clips .name").textContent(), odd[0]);
+  await search.fill(await xpctl("get", "current_clip"));
+  await search.fill("");
+  assert.deepEqual(many.complaints, []);
+  await many.context().close();
+  // The real ones, by drag over the tab into the real list.
+  await page.evaluate(() => (location.hash = "#/clips"));
+  const clip = await xpctl("get", "current_clip");
+  await until("the clip that was recorded", () => page.locator("xp-clips .row").first().textContent());
+  await page.locator("xp-clips .row", { hasText: clip }).hover();
+  await page.mouse.down();
+  await page.locator("#tab-list").hover();
+  await page.locator("#tab-list").hover({ position: { x: 5, y: 9 } });
+  await page.locator("xp-list .rows").hover();
+  await page.locator("xp-list .rows").hover({ position: { x: 40, y: 40 } });
+  await page.mouse.up();
+  await until("the clip in the list", async () => (await xpctl("get", "play_list")).includes(clip) || undefined);
+});
+
+test("what fails on the page or beside it leaves the transport alone", async () => {
+  const one = await open(browser, {
+    size: [360, 740],
+    touch: true,
+    prepare: async (page) => {
+      await page.routeWebSocket(/\/pictures/, (socket) => socket.close()); // pictures then come as files
+      await page.route(/\/params$/, (route) => route.fulfill({ json: { parameters: [{ name: 7 }] } }));
+      await page.addInitScript(() => (Date.now = () => 86_400_000));
+    },
+  });
+  await one.evaluate(() => (location.hash = "#/settings"));
+  await until("the sentence of the part that failed", () => one.locator("xp-settings [role=alert]").textContent({ timeout: 100 }));
+  await key(one, "Play").tap();
+  await until("play by touch", async () => (await status()).status === "playing" || undefined);
+  await key(one, "Still").tap();
+  await becomes("Still");
+  await one.context().close();
 });
 
 test("every view in both themes is clean for axe, at three sizes without a scroll bar where there must be none", async () => {

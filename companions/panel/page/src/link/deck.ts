@@ -88,7 +88,7 @@ export class Deck {
     const response = await request("POST", `transport/${name}`, values);
     this.pending = new Set([...this.pending].filter((one) => one !== name));
     const answer = await answerOf(response);
-    if (!answer.done) this.tell({ kind: "refused", title: title(name), text: [answer.sentence, answer.hint].filter(Boolean).join(" ") });
+    if (!answer.done) this.tell({ kind: "refused", title: title(name), text: sentences(answer) });
     else if (this.notice?.kind === "refused") this.notice = null;
     this.changed();
     return answer;
@@ -127,7 +127,7 @@ export class Deck {
 
   async set(name: string, value: string): Promise<Answer> {
     const answer = await answerOf(await request("PUT", `params/${encodeURIComponent(name)}`, { value }));
-    if (!answer.done) this.tell({ kind: "refused", title: name, text: [answer.sentence, answer.hint].filter(Boolean).join(" ") });
+    if (!answer.done) this.tell({ kind: "refused", title: name, text: sentences(answer) });
     return answer;
   }
 
@@ -261,7 +261,7 @@ export class Deck {
 
   private beats = 0;
   private watch(): void {
-    if (this.beats++ % 10 === 0) this.ping();
+    if (this.beats++ < 10 || this.beats % 10 === 0) this.ping();
     const now = performance.now();
     const silence = now - this.heard;
     // A socket whose other side is gone without a word is given up.
@@ -279,6 +279,12 @@ export const title = (name: string): string => {
   const words = name.replaceAll("_", " ");
   return words.charAt(0).toUpperCase() + words.slice(1);
 };
+
+/** What is wrong and what to do, as two sentences. */
+function sentences(answer: Answer): string {
+  const told = [answer.sentence, answer.hint].filter(Boolean).map((text) => text.charAt(0).toUpperCase() + text.slice(1).replace(/[.]$/, "") + ".");
+  return told.join(" ");
+}
 
 async function answerOf(response: Response | Problem): Promise<Answer> {
   if (response instanceof Problem) return { done: false, code: response.code, sentence: response.sentence, hint: response.hint };

@@ -181,7 +181,7 @@ export class XpClips extends Part {
         </select>
         <button class="small" aria-label=${this.falling ? "Last first" : "First first"} title=${this.falling ? "Last first" : "First first"} @click=${() => (this.falling = !this.falling)}>${this.falling ? "↓" : "↑"}</button>
       </div>
-      <div class="rows" role="listbox" aria-label="Clips" aria-multiselectable="true" tabindex="0" @scroll=${(event: Event) => (this.top = (event.target as HTMLElement).scrollTop)} @keydown=${(event: KeyboardEvent) => this.keydown(event, list)}>
+      <div class="rows" role=${list.length ? "listbox" : "region"} aria-label="Clips" aria-multiselectable=${list.length ? "true" : nothing} tabindex="0" @scroll=${(event: Event) => (this.top = (event.target as HTMLElement).scrollTop)} @keydown=${(event: KeyboardEvent) => this.keydown(event, list)}>
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
         ${list.length === 0 && !this.problem ? html`<p class="empty">${this.search ? "No clip of this name." : "No clips yet. Record one."}</p>` : nothing}
         <div class="room">${list.slice(from, to).map((clip, i) => this.row(clip, from + i, list))}</div>

@@ -3,7 +3,7 @@ import { css, html, nothing } from "lit";
 import { customElement, property } from "lit/decorators.js";
 import { Part, shared } from "./part";
 import "./chart";
-import { duration } from "./text";
+import { room } from "./text";
 
 /** Everything that tells of trouble before a frame is lost, in one line. */
 @customElement("xp-health")
@@ -43,7 +43,7 @@ export class XpHealth extends Part {
       ${frozen
         ? this.cell("Lens to screen", `${(frozen / 1000).toFixed(1)} s ago`, true)
         : this.cell("Lens to screen", this.delay === null ? "-" : `${Math.round(this.delay)} ms`, (this.delay ?? 0) > 250)}
-      ${this.cell("Room", state ? duration(state.seconds_left) : "-", low)}
+      ${this.cell("Room", state ? room(state.seconds_left) : "-", low)}
       ${this.cell("Lost frames", lost, lost > 0)}
       <xp-chart label="Writer queue" unit="frames" .value=${counters["writer_queue"] ?? null} .warnAbove=${24} .deck=${this.deck}></xp-chart>
       <xp-chart label="Write latency p99" unit="ms" .value=${counters["write_latency_p99"] === undefined ? null : counters["write_latency_p99"] / 1000} .warnAbove=${250} .deck=${this.deck}></xp-chart>

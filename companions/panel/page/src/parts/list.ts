@@ -116,7 +116,7 @@ export class XpList extends Part {
       <div class="acts" role="group" aria-label="What is played">
         ${(source?.choices ?? []).map((choice) => html`<button class="small" aria-pressed=${choice === playing ? "true" : "false"} @click=${() => void this.deck.set("playback_source", choice)}>${choice === playing ? "● " : ""}${choice.replaceAll("_", " ")}</button>`)}
       </div>
-      <div class="rows ${this.over === this.entries.length ? "over" : ""}" role="listbox" aria-label="Play list" tabindex="0" @keydown=${this.keydown}
+      <div class="rows ${this.over === this.entries.length ? "over" : ""}" role=${this.entries.length ? "listbox" : "region"} aria-label="Play list" tabindex="0" @keydown=${this.keydown}
         @dragover=${(event: DragEvent) => this.hover(event, this.entries.length)} @dragleave=${() => (this.over = -1)} @drop=${(event: DragEvent) => this.drop(event, this.entries.length)}>
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
         ${this.entries.length === 0 ? html`<p class="empty">The list is empty. Drag clips here, or use “Add to list”.</p>` : nothing}

@@ -3,7 +3,7 @@ import { css, html, nothing } from "lit";
 import { customElement } from "lit/decorators.js";
 import type { Medium } from "../link/state";
 import { Part, shared } from "./part";
-import { bytes, duration, words } from "./text";
+import { bytes, room, words } from "./text";
 
 const early = 600; // seconds
 
@@ -44,7 +44,7 @@ export class XpMedia extends Part {
     const left = state?.seconds_left ?? 0;
     const next = media.find((medium) => medium.state === "next");
     return html`
-      <div class="sum"><span>Room in sum, at the rate of now</span><span class="figure ${left < early ? "warn" : ""}">${duration(left)}</span></div>
+      <div class="sum"><span>Room in sum, at the rate of now</span><span class="figure ${left > 0 && left < early ? "warn" : ""}">${room(left)}</span></div>
       ${media.map((medium) => this.medium(medium))}
       ${media.length === 0 ? html`<p role="alert">No medium: nothing can be recorded.</p>` : nothing}
       <p class="dim">${next ? html`When the active medium is full, a take goes on on <b>${next.label || next.path}</b>.` : "No medium comes next: a take ends when the active one is full."}</p>
@@ -52,9 +52,9 @@ export class XpMedia extends Part {
   }
 
   private medium(medium: Medium) {
-    const warn = medium.seconds_left < early && medium.state !== "read_only";
+    const warn = medium.seconds_left > 0 && medium.seconds_left < early && medium.state !== "read_only";
     return html`<article class=${medium.state}>
-      <header><b><bdi>${medium.label || medium.path}</bdi></b><span>${words(medium.state)}</span><span class="figure ${warn ? "warn" : ""}">${duration(medium.seconds_left)}</span></header>
+      <header><b><bdi>${medium.label || medium.path}</bdi></b><span>${words(medium.state)}</span><span class="figure ${warn ? "warn" : ""}">${room(medium.seconds_left)}</span></header>
       <div class="bar ${warn ? "warn" : ""}" role="img" aria-label="${(100 - medium.percent_free).toFixed(0)} percent used"><i></i></div>
       <div class="sub"><span>${bytes(medium.bytes_free)} free of ${bytes(medium.bytes_total)}</span><span>${medium.clips} clips</span><span><bdi>${medium.path}</bdi></span></div>
     </article>`;

@@ -173,9 +173,10 @@ export class XpPanel extends LitElement {
     const recording = isRecording(deck.state) && !deck.stale;
     const down = deck.state?.running === false;
     return html`
+      <h1 class="hidden">Recorder</h1>
       <div class="time"><xp-timecode ?recording=${recording} .age=${down ? Number.EPSILON : deck.frozen}></xp-timecode></div>
-      <xp-state .deck=${deck}></xp-state>
-      <main class="view">
+      <xp-state .deck=${deck} ?big=${this.kiosk}></xp-state>
+      <div class="view">
         <div class="frame ${recording ? "recording" : ""}">
           <xp-picture id="picture" ?stale=${deck.frozen > 0 || down}></xp-picture>
           ${this.banner(down)} ${deck.me.role === "nobody" ? html`<div class="login"><xp-login .deck=${deck}></xp-login></div>` : nothing}
@@ -184,7 +185,7 @@ export class XpPanel extends LitElement {
         <xp-meter ?stale=${deck.frozen > 0 || down} ?flat=${matchMedia("(max-width: 759px)").matches}></xp-meter>
         <div class="loudness" title="Loudness in LUFS: of the last 400 ms, of the last three seconds"><span class="label">LUFS</span><span id="momentary" class="figure">-</span><span id="short" class="figure">-</span></div>
         </div>
-      </main>
+      </div>
       <xp-transport .deck=${deck} ?more=${this.more}></xp-transport>
       <div class="more">
         <button aria-expanded=${this.more ? "true" : "false"} @click=${() => (this.more = !this.more)}>Jog, shuttle, cue</button>

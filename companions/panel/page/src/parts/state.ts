@@ -3,7 +3,7 @@ import { css, html, nothing } from "lit";
 import { customElement } from "lit/decorators.js";
 import { isRecording } from "../link/state";
 import { Part, shared } from "./part";
-import { duration, length, words } from "./text";
+import { length, room, words } from "./text";
 
 /** What the recorder does, with which clip, in which format, and how long it can go on. */
 @customElement("xp-state")
@@ -15,7 +15,7 @@ export class XpState extends Part {
       :host([recording]) { background: var(--red); color: var(--on-red); }
       :host([recording]) .dim, :host([recording]) .label, :host([recording]) .word, :host([recording]) .figure { color: var(--on-red); }
       .head { display: flex; align-items: baseline; gap: 0.75rem; min-width: 0; }
-      .word { font-weight: 700; font-size: 2rem; line-height: 1.05; color: var(--bright); white-space: nowrap; letter-spacing: 0.01em; }
+      .word { font-weight: 700; font-size: max(2rem, 2.6vw); line-height: 1.05; color: var(--bright); white-space: nowrap; letter-spacing: 0.01em; }
       .speed { font-size: 1.25rem; color: var(--bright); }
       .format { margin-left: auto; text-align: right; font-size: 0.8125rem; min-width: 0; }
       .clip { font-size: 1rem; align-self: center; color: var(--bright); unicode-bidi: plaintext; }
@@ -23,6 +23,10 @@ export class XpState extends Part {
       .fields { display: grid; grid-template-columns: repeat(3, auto); justify-content: space-between; gap: 0.75rem; }
       .fields .figure { font-size: 1.0625rem; color: var(--bright); line-height: 1.1; }
       .inhibited { color: var(--amber); font-size: 0.8125rem; }
+      :host([big]) .word { font-size: 3.4vw; }
+      :host([big]) .clip { font-size: 1.6vw; }
+      :host([big]) .fields .figure { font-size: 1.6vw; }
+      :host([big]) .label, :host([big]) .format { font-size: 1.1vw; }
       @media (max-width: 759px) {
         :host { padding: 0.5rem 0.6rem; }
         .word { font-size: 1.5rem; }
@@ -39,7 +43,7 @@ export class XpState extends Part {
     if (!state) return html`<div class="head"><span class="word">Connecting</span></div>`;
     if (!state.running) return html`<div class="head"><span class="word" role="status">Recorder not running</span></div>`;
     const frames = recording ? state.clip_frames : state.frame;
-    const left = recording ? duration(state.seconds_left) : length(state.length - 1 - state.frame, state.rate);
+    const left = recording ? room(state.seconds_left) : length(state.length - 1 - state.frame, state.rate);
     const plays = state.status === "playing" && state.speed === 0;
     const field = (label: string, value: string) => html`<div><div class="label">${label}</div><div class="figure">${value}</div></div>`;
     return html`

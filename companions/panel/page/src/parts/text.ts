@@ -30,4 +30,7 @@ export function bytes(value: number): string {
   return `${value >= 100 || i === 0 ? value.toFixed(0) : value.toFixed(1)} ${units[i]}`;
 }
 
+/** How long a take can become; 0 is not known. */
+export const room = (seconds: number): string => (seconds > 0 ? duration(seconds) : "-");
+
 export const words = (name: string): string => name.replaceAll("_", " ");

@@ -17,13 +17,15 @@ interface KeyRow {
   lit?: (status: string, speed: number) => boolean;
 }
 
+const plays = (status: string): boolean => status !== "stopped" && status !== "recording";
+
 // What a deck's front has, in its order; what a key says and whether it is there comes from the recorder's verbs.
 const main: KeyRow[] = [
   { verb: "record", label: "Record", icon: "record", wide: true, lit: (status) => status === "recording" },
   { verb: "stop", label: "Stop", icon: "stop", wide: true, lit: (status) => status === "stopped" },
-  { verb: "play", label: "Reverse", icon: "reverse", values: { speed: -1 }, lit: (status, speed) => status !== "recording" && speed < 0 },
-  { verb: "still", label: "Still", icon: "still", lit: (status, speed) => status !== "stopped" && status !== "recording" && speed === 0 },
-  { verb: "play", label: "Play", icon: "play", wide: true, values: { speed: 1 }, lit: (status, speed) => status !== "recording" && speed === 1 },
+  { verb: "play", label: "Reverse", icon: "reverse", values: { speed: -1 }, lit: (status, speed) => plays(status) && speed < 0 },
+  { verb: "still", label: "Still", icon: "still", lit: (status, speed) => plays(status) && speed === 0 },
+  { verb: "play", label: "Play", icon: "play", wide: true, values: { speed: 1 }, lit: (status, speed) => plays(status) && speed > 0 },
   { verb: "prev", label: "Previous", icon: "prev" },
   { verb: "next", label: "Next", icon: "next" },
 ];

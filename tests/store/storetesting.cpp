@@ -36,6 +36,7 @@ Worker::~Worker()
 
 QStringList Worker::lines()
 {
+    _process.waitForReadyRead(0); // what lies in the pipe counts, too
     _output += _process.readAllStandardOutput();
     QStringList found = QString::fromUtf8(_output).split('\n');
     found.removeLast(); // not ended yet

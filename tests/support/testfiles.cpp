@@ -56,7 +56,7 @@ ProgramResult runProgram(const QString &program, const QStringList &arguments, i
     result.out = process.readAllStandardOutput();
     result.err = process.readAllStandardError();
     // FFmpeg 7 ends a line of values with a comma where a stream has side data.
-    if (program == QLatin1String("ffprobe")) result.out.replace(",\n", "\n");
+    if (arguments.contains(QStringLiteral("csv=p=0"))) result.out.replace(",\n", "\n");
     if (!ended) {
         result.err += process.errorString().toUtf8();
         process.kill();

@@ -80,7 +80,7 @@ Finding daemon(Recorder &recorder)
 
 Finding mediaDaemon(Recorder &)
 {
-    const int pid = QmxLockFile(QmxEnvironment::current().places->mediaLock).whoHasLock();
+    const int pid = QmxLockFile(QmxEnvironment::current().places->mediaLock).holder();
     if (pid != 0) return {Finding::Good, runningAs(pid), {}};
     return {Finding::Hint, "not running: nobody chooses media, nothing rolls over",
             "start it: systemctl start xpmediad"};

@@ -16,7 +16,7 @@ constexpr auto configPath = "/etc/xp/remote.ini";
 
 bool isRunning()
 {
-    return QmxLockFile(QString::fromLatin1(lockPath)).whoHasLock() != 0;
+    return QmxLockFile(QString::fromLatin1(lockPath)).holder() != 0;
 }
 
 QJsonObject published()

@@ -118,7 +118,7 @@ private:
         }
         // The order of recording is that of these times.
         const struct timespec times[] = {_status.st_mtim, _status.st_mtim};
-        futimens(target.fd(), times);
+        if (futimens(target.fd(), times) != 0) return failed("cannot keep the time of recording of", _part);
         if (_files.fsync(target.fd()) != 0) return failed("cannot write", _part);
         return {};
     }
@@ -152,13 +152,8 @@ private:
 
     QmxError publish()
     {
-        if (renameat2(AT_FDCWD, _part.c_str(), AT_FDCWD, _to.c_str(), RENAME_NOREPLACE) != 0) {
-            // Not every file system knows the call; there the name was free a moment ago.
-            struct stat64 other = {};
-            if (errno != EINVAL || _files.stat(QString::fromLocal8Bit(_to), &other) == 0 ||
-                _files.rename(QString::fromLocal8Bit(_part), QString::fromLocal8Bit(_to)) != 0)
-                return failed("cannot name the copy", _to);
-        }
+        if (_files.renameNew(QString::fromLocal8Bit(_part), QString::fromLocal8Bit(_to)) != 0)
+            return failed("cannot name the copy", _to);
         const OpenFile folder(_files, _to.substr(0, _to.rfind('/')), O_RDONLY | O_DIRECTORY);
         if (folder.isOpen()) _files.fsync(folder.fd());
         return {};

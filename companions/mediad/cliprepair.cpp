@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char *module = "cliprepair";
 
-QString repairClip(const QString &path, const QmxEnvironment &environment)
+QString repairClip(const QString &path, const QmxEnvironment &environment, bool &unfinished)
 {
     QmxClipInfo info;
     const QmxError state = QmxClipReader::probe(path, info, environment);
@@ -31,6 +31,7 @@ QString repairClip(const QString &path, const QmxEnvironment &environment)
         return error.value() != EWOULDBLOCK;
     });
     if (!isFree) return {}; // it is being recorded
+    unfinished = unfinished || error.isError();
     if (error.isError())
         return QStringLiteral("%1 was left unfinished and could not be repaired: %2")
             .arg(path, error.toString());
@@ -50,8 +51,10 @@ void removeLeftCopy(const std::string &path, const QmxEnvironment &environment)
 
 } // namespace
 
-std::vector<std::string> repairClips(const std::string &folder, const QmxEnvironment &environment)
+std::vector<std::string> repairClips(const std::string &folder, const QmxEnvironment &environment,
+                                     bool *unfinished)
 {
+    bool isUnfinished = false;
     std::vector<std::string> report;
     std::error_code failed;
     fs::directory_iterator entry(folder, failed);
@@ -60,7 +63,8 @@ std::vector<std::string> repairClips(const std::string &folder, const QmxEnviron
         if (name.starts_with('.') && name.ends_with(".part") && isClipName(name.substr(1, name.size() - 6)))
             removeLeftCopy(entry->path().string(), environment);
         if (!isClipName(name)) continue;
-        const QString text = repairClip(QString::fromLocal8Bit(entry->path().string()), environment);
+        const QString text =
+            repairClip(QString::fromLocal8Bit(entry->path().string()), environment, isUnfinished);
         if (text.isEmpty()) continue;
         qmxLogOutput(2, module, __LINE__, "%s\n", text.toLocal8Bit().constData());
         report.push_back(text.toStdString());
@@ -69,5 +73,6 @@ std::vector<std::string> repairClips(const std::string &folder, const QmxEnviron
         qmxLogOutput(1, module, __LINE__, "Cannot look for unfinished clips in %s: %s; check the medium\n",
                      folder.c_str(), failed.message().c_str());
     }
+    if (unfinished) *unfinished = isUnfinished;
     return report;
 }

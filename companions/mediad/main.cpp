@@ -64,8 +64,8 @@ int main(int argc, char **argv)
     QmxLockFile lock(lockPath);
     if (!lock.lock()) {
         std::fprintf(stderr, "Cannot lock %s: %s%d\n", qPrintable(lockPath),
-                     lock.whoHasLock() ? "the media daemon is running as process " : "no right to, errno ",
-                     lock.whoHasLock() ? lock.whoHasLock() : errno);
+                     lock.holder() ? "the media daemon is running as process " : "no right to, errno ",
+                     lock.holder() ? lock.holder() : errno);
         return 1;
     }
     QCoreApplication app(argc, argv);

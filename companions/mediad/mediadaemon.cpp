@@ -105,6 +105,9 @@ void MediaDaemon::ParamChanged(eParam_t id, unsigned value, timeval)
         ++_commands;
         if (TransportCommand(value) != TransportCommand::Stop) ++_playCommands;
         break;
+    case eParam_ListingWanted:
+        _listingWanted = true;
+        break;
     case eParam_CueToFrame:
     case eParam_GoToClipIndex:
         ++_commands;
@@ -228,14 +231,15 @@ MediaParameters MediaDaemon::parameters()
     is.currentClip = _store.text(eParam_CurrentClip);
     is.playbackSource = PlaybackSource(_store.number(eParam_PlaybackSource));
     // Last: a recorder that begins in between has its lock before it says anything else.
-    is.daemonRuns = _recorderLock.whoHasLock() != 0;
+    is.recorder = _recorderLock.holder();
+    is.daemonRuns = is.recorder != 0;
     return is;
 }
 
 MediaEvents MediaDaemon::events()
 {
     return {_rolloversDone.exchange(0), _commands.exchange(0), _playCommands.exchange(0),
-            _activeSet.exchange(false)};
+            _activeSet.exchange(false), _listingWanted.exchange(false)};
 }
 
 void MediaDaemon::log(const MediaWrite &order)
@@ -255,12 +259,15 @@ void MediaDaemon::repair(const std::string &path)
     if (place == _places.end()) return; // gone again
     // A full queue has a repair waiting already, which will find everything.
     workOf(*place->second).post([path, environment = _environment, self = QPointer<MediaDaemon>(this)] {
-        const std::vector<std::string> report = repairClips(path, environment);
+        bool unfinished = false;
+        const std::vector<std::string> report = repairClips(path, environment, &unfinished);
         if (report.empty()) return;
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [self, report] {
-                if (self) self->repaired(report);
+            [self, path, report, unfinished] {
+                if (!self) return;
+                if (unfinished) self->_machine.couldNotRepair(self->_environment.clock->now(), path);
+                self->repaired(report);
             },
             Qt::QueuedConnection);
     });
@@ -305,8 +312,11 @@ void MediaDaemon::picture(const MediaParameters &is)
 /// The operator shall know what became of clips that he believes whole; until he begins the next take.
 void MediaDaemon::repaired(const std::vector<std::string> &report)
 {
-    _repairs.insert(_repairs.end(), report.begin(), report.end());
-    tellRepairs();
+    const std::size_t before = _repairs.size();
+    // Looked at again after each take: what has been told is told once.
+    for (const std::string &line : report)
+        if (_repairsKnown.insert(line).second) _repairs.push_back(line);
+    if (_repairs.size() > before) tellRepairs();
 }
 
 void MediaDaemon::tellRepairs()

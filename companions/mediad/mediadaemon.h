@@ -19,6 +19,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 
 class Config;
 class QmxTaskThread;
@@ -77,7 +78,8 @@ private:
     std::string _reported; ///< as the store has it
     std::string _reportedPaths;
     qint64 _reportedAt = 0;
-    std::vector<std::string> _repairs; ///< since the last take
+    std::vector<std::string> _repairs;   ///< since the last take
+    std::set<std::string> _repairsKnown; ///< ever told
     bool _repairsTold = true;
     /// Asked by the threads of the media, which may outlive this object.
     const std::shared_ptr<std::atomic<bool>> _recording = std::make_shared<std::atomic<bool>>(false);
@@ -88,6 +90,7 @@ private:
     std::atomic<int> _commands = 0;
     std::atomic<int> _playCommands = 0;
     std::atomic<bool> _activeSet = false;
+    std::atomic<bool> _listingWanted = false;
     std::mutex _ordersMutex;
     std::deque<std::string> _orders; ///< as they came
     MediaStore _store;               ///< last: it goes first, and with it the listener's calls

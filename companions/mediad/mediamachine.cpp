@@ -14,6 +14,8 @@ constexpr std::int64_t freeAfter = 2000 * nsPerMillisecond;
 constexpr std::int64_t stillIsSure = 1000 * nsPerMillisecond;
 /// The transport waits for the answer to a rollover, but not for long.
 constexpr std::int64_t answerTime = 800 * nsPerMillisecond;
+/// A medium that could not be written a moment ago may be well again.
+constexpr std::int64_t repairAgain = 5000 * nsPerMillisecond;
 /// A command shows in the status after so long, or not at all.
 constexpr std::int64_t commandIsSlow = 2000 * nsPerMillisecond;
 
@@ -26,6 +28,7 @@ MediaOrders MediaMachine::step(std::int64_t now, const std::vector<Medium> &medi
 {
     Step step{now, media, parameters, events, {}};
     recorderGone(step);
+    lookAtTakes(step);
     followTransport(step);
     noteMounts(step);
     followTake(step);
@@ -46,10 +49,42 @@ bool MediaMachine::isManaged(const std::string &path) const
     return path.empty() || path.starts_with(_root + "/");
 }
 
+void MediaMachine::couldNotRepair(std::int64_t now, const std::string &path)
+{
+    _lookAgain[path] = now + repairAgain;
+}
+
+/// What a take has left is looked at when its clip is let go of: a close that failed leaves it unfinished.
+void MediaMachine::lookAtTakes(Step &step)
+{
+    for (const Medium &medium : step.media) {
+        if (medium.beingRecorded) {
+            _recordedOn.insert(medium.path);
+        } else if (!step.recording() && _recordedOn.erase(medium.path) > 0) {
+            _lookAgain.emplace(medium.path, step.now);
+        }
+        const auto due = _lookAgain.find(medium.path);
+        if (due != _lookAgain.end() && due->second <= step.now) {
+            _repairs.push_back(medium.path);
+            _lookAgain.erase(due);
+        }
+    }
+}
+
 /// A recorder that was killed has told nobody.
 void MediaMachine::recorderGone(Step &step)
 {
     MediaParameters &is = step.is;
+    // One that is back before anybody has looked has the lock, but is another one.
+    const bool replaced = is.recorder > 0 && _recorder > 0 && is.recorder != _recorder;
+    if (is.recorder > 0) {
+        _recorder = is.recorder;
+    }
+    if (replaced) {
+        for (const Medium &medium : step.media) {
+            _repairs.push_back(medium.path);
+        }
+    }
     const bool saysGone =
         is.status == TransportStatus::ShutDown && !is.running && is.storage != StorageState::InUse;
     if (is.daemonRuns || saysGone) {
@@ -218,6 +253,9 @@ void MediaMachine::followClips(Step &step)
     if (!active) {
         _listedPath.clear();
         return;
+    }
+    if (step.events.listingWanted) {
+        _due = Due::List;
     }
     if (_listedPath == step.is.active && _listed != active->clips) {
         _due = Due::List;

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@
 struct MediaParameters
 {
     bool daemonRuns = false;
+    int recorder = 0; ///< process id of the one that holds the lock; not above 0: not known
     TransportStatus status = TransportStatus::ShutDown;
     StorageState storage = StorageState::Unknown;
     bool running = false;
@@ -29,10 +31,11 @@ struct MediaParameters
 /// What other programs have written since the step before.
 struct MediaEvents
 {
-    int rolloversDone = 0;  ///< the transport has changed media in a take
-    int commands = 0;       ///< commands that end a take (all but record)
-    int playCommands = 0;   ///< of them those after which a playback may run (all but stop)
-    bool activeSet = false; ///< somebody has chosen the active medium
+    int rolloversDone = 0;      ///< the transport has changed media in a take
+    int commands = 0;           ///< commands that end a take (all but record)
+    int playCommands = 0;       ///< of them those after which a playback may run (all but stop)
+    bool activeSet = false;     ///< somebody has chosen the active medium
+    bool listingWanted = false; ///< the transport has missed a listing
 };
 
 /// One write to the store.
@@ -73,10 +76,14 @@ public:
     MediaOrders step(std::int64_t now, const std::vector<Medium> &media, const MediaParameters &parameters,
                      const MediaEvents &events);
 
+    /// A clip on this medium could not be repaired: it is looked at once more after a while.
+    void couldNotRepair(std::int64_t now, const std::string &path);
+
 private:
     struct Step; ///< one call's view of the world, with its writes applied
 
     void recorderGone(Step &step);
+    void lookAtTakes(Step &step);
     void followTransport(Step &step);
     void followTake(Step &step);
     void mediumFull(Step &step);
@@ -100,18 +107,21 @@ private:
     std::int64_t _statusSince = 0;
     std::int64_t _commandAt = 0;
     bool _commandPending = false; ///< a command may not show in the status yet
+    int _recorder = 0;            ///< known last
     bool _recording = false;
-    bool _commanded = false;                      ///< in this take, by a command that ends it
-    double _lowest = 100;                         ///< percent free in this take
-    bool _frozen = false;                         ///< the transport may be using the rollover path
-    std::optional<std::int64_t> _answerSince;     ///< a rollover waits for its answer
-    std::string _active;                          ///< active path after the step before
-    bool _recordingBefore = false;                ///< in the step before
-    bool _choiceRefused = false;                  ///< its alarm is up
-    std::string _chosenFull;                      ///< somebody wants this medium although it is full
-    std::map<std::string, std::uint64_t> _mounts; ///< by path
-    std::vector<std::string> _repairs;            ///< not yet ordered
-    std::string _listedPath;                      ///< active path of _listed
-    std::uint64_t _listed = 0;                    ///< the clips that the transport knows of
+    std::set<std::string> _recordedOn; ///< media of the take, until what it left has been looked at
+    std::map<std::string, std::int64_t> _lookAgain; ///< when, by path
+    bool _commanded = false;                        ///< in this take, by a command that ends it
+    double _lowest = 100;                           ///< percent free in this take
+    bool _frozen = false;                           ///< the transport may be using the rollover path
+    std::optional<std::int64_t> _answerSince;       ///< a rollover waits for its answer
+    std::string _active;                            ///< active path after the step before
+    bool _recordingBefore = false;                  ///< in the step before
+    bool _choiceRefused = false;                    ///< its alarm is up
+    std::string _chosenFull;                        ///< somebody wants this medium although it is full
+    std::map<std::string, std::uint64_t> _mounts;   ///< by path
+    std::vector<std::string> _repairs;              ///< not yet ordered
+    std::string _listedPath;                        ///< active path of _listed
+    std::uint64_t _listed = 0;                      ///< the clips that the transport knows of
     Due _due = Due::Start;
 };

@@ -64,8 +64,8 @@ int main(int argc, char **argv)
     QmxLockFile lock(QString::fromLatin1(lockPath));
     if (!lock.lock()) {
         std::fprintf(stderr, "Cannot lock %s: %s%d\n", lockPath,
-                     lock.whoHasLock() ? "it is held by process " : "no right to, errno ",
-                     lock.whoHasLock() ? lock.whoHasLock() : errno);
+                     lock.holder() ? "it is held by process " : "no right to, errno ",
+                     lock.holder() ? lock.holder() : errno);
         return 1;
     }
     QCoreApplication app(argc, argv);

@@ -147,7 +147,7 @@ void DeckWatch::Private::lookForDaemon()
     const qint64 now = environment.clock->now();
     if (lookedForDaemon != 0 && now - lookedForDaemon < daemonLook) return;
     lookedForDaemon = now;
-    daemon = QmxLockFile(environment.places->recorderLock).whoHasLock();
+    daemon = QmxLockFile(environment.places->recorderLock).holder();
     memory.attach(daemon);
 }
 
@@ -260,7 +260,7 @@ DeckWatch::State DeckWatch::refreshed() const
 {
     auto state = std::make_shared<DeckState>(*d->published.load());
     if (!d->thread.joinable()) return state;
-    const int daemon = QmxLockFile(d->environment.places->recorderLock).whoHasLock();
+    const int daemon = QmxLockFile(d->environment.places->recorderLock).holder();
     if ((daemon != 0) != state->running) {
         d->wake.interrupt();
         state->running = daemon != 0;

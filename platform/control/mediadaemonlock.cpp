@@ -7,7 +7,7 @@
 
 int mediaDaemonPid()
 {
-    return QmxLockFile(QmxEnvironment::current().places->mediaLock).whoHasLock();
+    return QmxLockFile(QmxEnvironment::current().places->mediaLock).holder();
 }
 
 Answer noMediaDaemon(const QString &consequence)

@@ -59,7 +59,7 @@ QString Recorder::storeProblem() const
 
 int Recorder::daemonPid() const
 {
-    return QmxLockFile(_environment.places->recorderLock).whoHasLock();
+    return QmxLockFile(_environment.places->recorderLock).holder();
 }
 
 bool Recorder::daemonStandsStill() const

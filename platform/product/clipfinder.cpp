@@ -5,16 +5,21 @@
 #include "platform/product/clipnames.h"
 #include "platform/product/clipscan.h"
 #include "platform/product/givenclips.h"
+#include "platform/product/inputsettings.h"
 #include "platform/product/mediumhelper.h"
 #include "platform/product/sharedclipsource.h"
+#include "platform/qmx/core/qmxnextclip.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/store/config.h"
+
+#include <QFileInfo>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <set>
 #include <tuple>
 
@@ -64,19 +69,46 @@ std::string firstFree(const std::string &folder, const std::function<std::string
 class ClipFinder::Private
 {
 public:
-    explicit Private(Config *store) : config(store) {}
+    /// The store, for a thread that may come back when there is none any more.
+    struct LateWord
+    {
+        std::mutex mutex;
+        Config *config = nullptr;
+        bool waits = false;
+    };
 
+    explicit Private(Config *store) : config(store) { late->config = store; }
+    ~Private()
+    {
+        const std::lock_guard lock(late->mutex);
+        late->config = nullptr;
+    }
+
+    void listLater(const std::string &folder);
     void list(const std::string &folder, std::chrono::milliseconds wait = MediumHelper::limit);
     std::optional<std::vector<Clip>> sharedPlayList(const std::string &folder, const std::string &names);
 
     const QmxEnvironment environment = QmxEnvironment::current();
+    const std::shared_ptr<LateWord> late = std::make_shared<LateWord>();
     Config *const config;
     // By folder, each for its helper thread.
     std::map<std::string, std::shared_ptr<ClipSource>> sources;
     std::map<std::string, std::shared_ptr<ClipCache>> playListCaches;
-    std::string folder;      ///< that was listed last
-    std::vector<Clip> clips; ///< of the last listing, in the order of recording
-    unsigned takeGiven = 0;  ///< in the name given last; 0: no take in it
+    std::string folder;          ///< that was listed last
+    std::vector<Clip> clips;     ///< of the last listing, in the order of recording
+    std::shared_ptr<void> namer; ///< of the clip after the one that is being recorded
+    /// A clip on the rollover medium, and that which it continues: found once, it is good until a take ends
+    /// there.
+    struct Next
+    {
+        std::string folder, current, name;
+        bool follows(const std::string &where, const std::string &clip) const
+        {
+            return folder == where && current == clip;
+        }
+    };
+    Next next;
+    unsigned takeGiven = 0; ///< in the name given last; 0: no take in it
 };
 
 /// Brings `clips` up to date. Clips that were there keep their order, new ones come last: a list that is
@@ -90,7 +122,10 @@ void ClipFinder::Private::list(const std::string &path, std::chrono::millisecond
     if (!medium) medium = std::make_shared<SharedClipSource>(environment);
     auto answer = MediumHelper::instance().answer<Listing>(
         path, [source = medium, path] { return source->clips(path); }, wait);
-    if (!answer) return;
+    if (!answer) {
+        listLater(path);
+        return;
+    }
     std::vector<Clip> found = answer->value_or(std::vector<Clip>());
     std::map<std::string, std::size_t> before;
     for (std::size_t i = 0; i < clips.size(); ++i)
@@ -103,6 +138,26 @@ void ClipFinder::Private::list(const std::string &path, std::chrono::millisecond
     std::sort(found.begin(), found.end(),
               [&place](const Clip &a, const Clip &b) { return place(a) < place(b); });
     clips = std::move(found);
+}
+
+/// The medium is too slow for who waits now. Its thread lists the clips all the same, so that the next
+/// listing is a quick one, and then says that it wants one: nobody else knows that the lists lack something.
+void ClipFinder::Private::listLater(const std::string &path)
+{
+    {
+        const std::lock_guard lock(late->mutex);
+        if (late->waits) return;
+        late->waits = true;
+    }
+    const bool posted = MediumHelper::instance().whenBack(path, [source = sources[path], path, word = late] {
+        source->clips(path);
+        const std::lock_guard lock(word->mutex);
+        word->waits = false;
+        if (word->config) word->config->setUInt(eParam_ListingWanted, 1);
+    });
+    if (posted) return;
+    const std::lock_guard lock(late->mutex);
+    late->waits = false;
 }
 
 /// As the media daemon has shared it, if it is of these names and nothing has changed since.
@@ -127,6 +182,9 @@ ClipFinder::ClipFinder(Config *config) : d(std::make_unique<Private>(config))
     // later ones open only what is new.
     const std::string folder = config ? text(config, eParam_ActiveMediaPath) : std::string();
     if (!folder.empty()) d->list(folder, firstLook);
+    if (!config) return;
+    d->namer = QmxNextClip::instance()->setNamer([this](const QString &path) { return clipAfter(path); });
+    followInputSettings(config);
 }
 
 ClipFinder::~ClipFinder() = default;
@@ -200,6 +258,19 @@ void ClipFinder::incrementTakeIfAppropriate()
     d->takeGiven = 0;
 }
 
+/// Where the recorder would go on with a take.
+QString ClipFinder::clipAfter(const QString &path)
+{
+    const std::string folder = text(d->config, eParam_RolloverMediaPath);
+    const QFileInfo clip(path);
+    if (number(d->config, eParam_RolloverEnabled) == 0 || clip.path().toLocal8Bit().toStdString() == folder)
+        return {};
+    std::string current = clip.fileName().toLocal8Bit().toStdString();
+    std::string next = d->next.follows(folder, current) ? d->next.name : std::string();
+    if (next.empty() && getClipNameWithIncrementedRolloverIndex(current, next)) return {};
+    return QString::fromLocal8Bit(folder + "/" + next);
+}
+
 bool ClipFinder::getClipNameWithIncrementedRolloverIndex(std::string &current, std::string &next)
 {
     if (!d->config || current.empty()) return true;
@@ -211,12 +282,15 @@ bool ClipFinder::getClipNameWithIncrementedRolloverIndex(std::string &current, s
         int left = rolloverIndicesTried;
     };
     const auto search = std::make_shared<Search>(Search{current});
-    const std::string free = firstFree(folder, [search]() -> std::string {
+    std::string free = firstFree(folder, [search]() -> std::string {
         if (search->left-- == 0) return {};
         search->name = clipNameWithNextRolloverIndex(search->name);
         return search->name;
     });
+    // The clip may be being opened ahead, and the medium too busy with that to be asked.
+    if (free.empty() && d->next.follows(folder, current)) free = d->next.name;
     if (free.empty()) return true;
+    d->next = {folder, current, free};
     next = free;
     return false;
 }

@@ -3,6 +3,8 @@
 
 #include "platform/product/clip.h"
 
+#include <QString>
+
 #include <list>
 #include <memory>
 #include <string>
@@ -37,6 +39,7 @@ public:
     bool getClipNameWithIncrementedRolloverIndex(std::string &current, std::string &next);
 
 private:
+    QString clipAfter(const QString &path);
     class Private;
     std::unique_ptr<Private> d;
 };

@@ -37,20 +37,31 @@ MediumHelper &MediumHelper::instance()
     return *helper;
 }
 
+/// Null when there are too many.
+std::shared_ptr<MediumHelper::Lane> MediumHelper::laneOf(const std::string &medium,
+                                                         const QmxEnvironment &environment)
+{
+    const std::lock_guard lock(_mutex);
+    if (!_lanes.contains(medium) && _lanes.size() >= bound)
+        std::erase_if(_lanes, [](const auto &entry) { return entry.second->thread.pending() == 0; });
+    if (!_lanes.contains(medium) && _lanes.size() >= bound) return {};
+    std::shared_ptr<Lane> &lane = _lanes[medium];
+    if (!lane) lane = std::make_shared<Lane>(environment);
+    return lane;
+}
+
+bool MediumHelper::whenBack(const std::string &medium, std::function<void()> task)
+{
+    const std::shared_ptr<Lane> lane = laneOf(medium, QmxEnvironment::current());
+    return lane && lane->thread.post(std::move(task));
+}
+
 bool MediumHelper::ask(const std::string &medium, std::function<void()> question,
                        std::chrono::milliseconds wait)
 {
     const QmxEnvironment environment = QmxEnvironment::current();
-    std::shared_ptr<Lane> lane;
-    {
-        const std::lock_guard lock(_mutex);
-        if (!_lanes.contains(medium) && _lanes.size() >= bound)
-            std::erase_if(_lanes, [](const auto &entry) { return entry.second->thread.pending() == 0; });
-        if (!_lanes.contains(medium) && _lanes.size() >= bound) return false;
-        std::shared_ptr<Lane> &entry = _lanes[medium];
-        if (!entry) entry = std::make_shared<Lane>(environment);
-        lane = entry;
-    }
+    const std::shared_ptr<Lane> lane = laneOf(medium, environment);
+    if (!lane) return false;
     std::unique_lock lock(lane->mutex);
     if (lane->asked != lane->answered) return false;
     const quint64 number = ++lane->asked;

@@ -43,10 +43,15 @@ public:
         return std::move(*result);
     }
 
+    /// Runs `task` on the thread of `medium` once that has done with what it is at, however long that takes.
+    /// False when it can take no more.
+    bool whenBack(const std::string &medium, std::function<void()> task);
+
 private:
     MediumHelper() = default;
 
     struct Lane;
+    std::shared_ptr<Lane> laneOf(const std::string &medium, const QmxEnvironment &environment);
     std::mutex _mutex;
     std::map<std::string, std::shared_ptr<Lane>> _lanes;
 };

@@ -25,6 +25,8 @@ std::vector<ParamRow> mediaRows()
         string(eParam_MediaLabel, "media_label", Volatile, "Label of the active medium."),
         number(eParam_MediaLoading, "media_loading", Command,
                "Tells that a medium is being looked at (any value)."),
+        number(eParam_ListingWanted, "listing_wanted", Command,
+               "Tells the media daemon that the transport missed a listing of the clips (any value)."),
         string(eParam_ReelNumber, "reel_number", Persistent,
                "Reel that new clips carry; filled up with 0 to three characters.")
             .defaults("001"),

@@ -33,6 +33,10 @@ std::vector<ParamRow> pictureRows()
         boolean(eParam_SdiLevelA, "sdi_level_a", Persistent, "Level A (on) or level B (off) on the output."),
         enumeration(eParam_HdmiOutputMode, "hdmi_output_mode", Persistent,
                     {{0, "sampling_422"}, {1, "sampling_444"}}, "Colour sampling of the monitor output."),
+        enumeration(
+            eParam_TornPictures, "torn_pictures", Persistent, {{0, "replace"}, {1, "keep"}},
+            "What becomes of pictures of a live input that come torn: the last whole one stands in, or "
+            "they are taken as they came."),
         // The order of legal and full range differs between the rows: these are the panel's numbers.
         enumeration(eParam_VideoInput, "video_input", Persistent,
                     {{0, "input_1"},

@@ -39,6 +39,7 @@ enum eParam_t : std::uint32_t {
     eParam_TakeNumber = 0x50000022,
     eParam_AutomaticTake = 0x50000023,
     eParam_PlayList = 0x50000024,
+    eParam_ListingWanted = 0x50000025,
     // Picture
     eParam_RecordFrameMode = 0x0101000A,
     eParam_OutputFrameMode = 0x0103000A,
@@ -50,6 +51,7 @@ enum eParam_t : std::uint32_t {
     eParam_SdiLevelA = 0x0140000A,
     eParam_HdmiOutputMode = 0x0142000A,
     eParam_VideoInput = 0x0201000A,
+    eParam_TornPictures = 0x50000026,
     eParam_LutPosition = 0x0D03000A,
     eParam_LutFile = 0x0D04000A,
     // Sound
@@ -98,9 +100,9 @@ enum eParam_t : std::uint32_t {
     eParam_AlarmVariableRate = 0x7E071C00,
     eParam_AlarmMemoryExhausted = 0x7E071D00,
     eParam_AlarmLogOutputFailed = 0x7E072000,
-    eParam_AlarmSpare1 = 0x7E072100,
-    eParam_AlarmSpare2 = 0x7E072200,
-    eParam_AlarmSpare3 = 0x7E072300,
+    eParam_AlarmInputDamaged = 0x7E072100,
+    eParam_AlarmPictureDamaged = 0x7E072200,
+    eParam_AlarmSpare = 0x7E072300,
     eParam_AlarmLutError = 0x7E072800,
     eParam_AlarmRecordInhibited = 0x7E072B00,
     eParam_AlarmMediaFull = 0x50000010,

@@ -29,7 +29,11 @@ const Case cases[] = {
      70,
      "apco",
      "00:00:01:00"},
-    {"uncompressed, eight channels", {720, 576, 25, 1, 231, 1, 8, false, 90000}, 30, "v210", "01:00:00:00"},
+    {"uncompressed, eight channels, drop frame where the rate has none",
+     {720, 576, 25, 1, 231, 1, 8, true, 90000},
+     30,
+     "v210",
+     "01:00:00:00"},
     {"4444 at 60", {640, 360, 60, 1, 206, 0, 2, false, 0}, 61, "ap4h", "00:00:00:00"},
 };
 
@@ -91,9 +95,12 @@ TEST_P(ClipPrograms, PlayOpenAndClosedClipsWithoutAWarning)
             runProgram("mediainfo", {"--Output=Other;%TimeCode_FirstFrame% %TimeCode_LastFrame%", name});
         // Versions differ in which timecode of the last run they take for the last.
         const QByteArrayList timecodes = media.out.trimmed().split(' ');
-        EXPECT_EQ(timecodes.first(), take->timecode(0).toString().toUtf8());
-        EXPECT_GE(timecodes.last(), take->timecode(17).toString().toUtf8());
-        EXPECT_LE(timecodes.last(), take->timecode(now.frames - 1).toString().toUtf8());
+        const auto asRead = [&now](const QmxTimecode &timecode) {
+            return timecode.toString().replace(';', now.timecode[8]).toUtf8();
+        };
+        EXPECT_EQ(timecodes.first(), now.timecode);
+        EXPECT_GE(timecodes.last(), asRead(take->timecode(17)));
+        EXPECT_LE(timecodes.last(), asRead(take->timecode(now.frames - 1)));
         const auto count =
             runProgram("mediainfo", {"--Output=Video;%FrameCount% %ScanOrder% %IsTruncated%", name});
         EXPECT_EQ(count.out.trimmed(),

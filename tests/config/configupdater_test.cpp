@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <mutex>
+#include <sys/mman.h>
 
 namespace {
 
@@ -127,6 +128,7 @@ TEST(ConfigUpdater, timecodesStandInSharedMemory)
 TEST(ConfigUpdater, aSharedStringThatCannotBeMadeIsLoggedAndTheRestWorks)
 {
     // A folder stands in the way of the first one.
+    ::shm_unlink("/xpd_currentTimecode"); // of a case before, in the same process
     ASSERT_EQ(::mkdir("/dev/shm/xpd_currentTimecode", 0755), 0);
     allowLog("configupdater");
     ConfigInterface config(nullptr);

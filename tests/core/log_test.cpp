@@ -72,7 +72,11 @@ TEST(Log, FoldsEqualRecordsEvenWhenTheyAlternate)
     EXPECT_GE(got.size(), 2 * 8);
     EXPECT_LE(got.size(), 2 * 12);
     int sum = 0;
+    QByteArray before;
     for (const QByteArray &line : got) {
+        const QByteArray time = line.left(23); // to the millisecond
+        EXPECT_GE(time, before) << "not in the order of time";
+        before = time;
         const qsizetype at = line.indexOf("(and ");
         sum += 1 + (at < 0 ? 0 : line.mid(at + 5).split(' ').first().toInt());
     }

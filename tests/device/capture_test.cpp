@@ -2,6 +2,7 @@
 // Capture: standby, takes, losses, timecode, set-ups in a take.
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/deviceevents.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
@@ -9,6 +10,8 @@
 #include "tests/support/stepper.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace {
 QmxTimecode timecodeOf(const QmxFrame &frame)
@@ -250,4 +253,40 @@ TEST(DeviceEvents, ofALoopThatStandsStillAtMostTenSecondsWait)
         ++waiting;
     EXPECT_EQ(waiting, 500);
     EXPECT_EQ(events.droppedVbis(), 300);
+}
+
+TEST_F(Capture, damageOfTheInputIsCountedMarkedAndToldOnceWithARate)
+{
+    allowLog(QStringLiteral("lumen"));
+    run(20);
+    const qint64 from = tickNow() + 10;
+    {
+        std::lock_guard lock(bench.edges->mutex);
+        bench.edges->script = [from](const QmxTick &tick) {
+            QmxSourceFrame frame = DeviceBench::good(tick);
+            const qint64 bad = std::clamp<qint64>(tick.index - from, 0, 100); // four seconds
+            frame.torn = bad / 5;
+            frame.missing = bad / 10;
+            frame.damage = bad > 0 && bad < 100 && bad % 5 == 0 ? 1 : 0;
+            return frame;
+        };
+    }
+    frames.clear();
+    readAtEveryTick();
+    run(10 + 20);
+    EXPECT_TRUE(bench.alarms.isEmpty()) << "no rate is known yet";
+    run(80 + 100);
+    ASSERT_EQ(bench.alarms.size(), 1);
+    EXPECT_EQ(bench.alarms.at(0).id(), QmxIds::alarmInputDamaged);
+    EXPECT_TRUE(bench.alarms.at(0).message().contains("6 torn and 3 missing"))
+        << bench.alarms.at(0).message().toStdString();
+    run(260);
+    ASSERT_EQ(bench.alarms.size(), 2);
+    EXPECT_EQ(bench.alarms.at(1).level(), QmxAlarm::Clear);
+    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::InputTorn), 20);
+    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::InputMissing), 10);
+    int marked = 0;
+    for (const QmxFrame &frame : std::as_const(frames))
+        marked += frame.meta().value(QmxIds::inputDamage).toInt();
+    EXPECT_EQ(marked, 19);
 }

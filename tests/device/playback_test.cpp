@@ -221,7 +221,7 @@ TEST_F(Playback, whatCannotBeDecodedIsBlackWithAnAlarm)
     bench.play(1, 4);
     EXPECT_EQ(ticks(4), QList<int>({1, 0, 3, 4}));
     ASSERT_EQ(bench.alarms.size(), 2);
-    EXPECT_EQ(bench.alarms.at(0).id(), QmxId(1908));
+    EXPECT_EQ(bench.alarms.at(0).id(), QmxId(1918));
     EXPECT_EQ(bench.alarms.at(0).level(), QmxAlarm::Warning);
     EXPECT_EQ(bench.alarms.at(1).level(), QmxAlarm::Clear);
 }

@@ -410,3 +410,56 @@ TEST_F(Machine, speaksForARecorderThatWasKilled)
     is.storage = StorageState::Unknown;
     EXPECT_EQ(step(), Writes());
 }
+
+TEST_F(Machine, looksAtWhatARecorderLeftThatIsBackAtOnceAndAtWhatATakeCouldNotClose)
+{
+    const auto looksAt = [this](const char *path) {
+        return std::count(repairs.begin(), repairs.end(), path);
+    };
+    is.recorder = 100;
+    step();
+    record();
+    media[0].beingRecorded = true;
+    step();
+    EXPECT_FALSE(looksAt("/media/A"));
+    // Killed, and back before anybody has looked: the lock is held, by another one.
+    is.recorder = 101;
+    stop();
+    media[0].beingRecorded = false;
+    step();
+    EXPECT_TRUE(looksAt("/media/A"));
+    is.recorder = -1; // it has the lock and has not said who it is
+    step();
+    is.recorder = 101;
+    step();
+    EXPECT_FALSE(looksAt("/media/A"));
+
+    record();
+    media[0].beingRecorded = true;
+    step();
+    stop();
+    step();
+    EXPECT_FALSE(looksAt("/media/A")) << "its clip is being closed";
+    media[0].beingRecorded = false;
+    step();
+    EXPECT_TRUE(looksAt("/media/A"));
+    EXPECT_FALSE(looksAt("/media/B"));
+    machine->couldNotRepair(now, "/media/A");
+    step();
+    EXPECT_FALSE(looksAt("/media/A"));
+    step({}, 5000);
+    EXPECT_TRUE(looksAt("/media/A"));
+}
+
+TEST_F(Machine, hasTheListsMadeAnewWhenTheTransportHasMissedAListing)
+{
+    step();
+    step();
+    MediaEvents events;
+    events.listingWanted = true;
+    is.status = TransportStatus::Playing;
+    EXPECT_EQ(step(events), Writes()) << "it would end the playback";
+    is.status = TransportStatus::Stopped;
+    EXPECT_EQ(step(), Writes{"updated"});
+    EXPECT_EQ(step(), Writes());
+}

@@ -5,6 +5,7 @@
 #include "platform/product/mediacache.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxnextclip.h"
 #include "platform/store/configfactoryimpl.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/faultyfiles.h"
@@ -17,6 +18,7 @@
 #include <QDir>
 #include <QFile>
 
+#include <atomic>
 #include <memory>
 
 namespace {
@@ -178,6 +180,25 @@ TEST_F(Clips, continueUnderAnIndexThatIsFreeOnTheRolloverMedium)
     EXPECT_TRUE(finder.getClipNameWithIncrementedRolloverIndex(current, next)); // true is failure
 }
 
+TEST_F(Clips, thatGoOnAheadNeedNoAnswerOfTheMediumAnyMore)
+{
+    allowLog("mediumhelper");
+    const auto files = FaultyFiles::install();
+    const QmxNextClip *ahead = QmxNextClip::instance();
+    EXPECT_EQ(ahead->after(medium + "/a.mov"), "") << "no rollover is wanted";
+    config->setUInt(eParam_RolloverEnabled, 1);
+    EXPECT_EQ(ahead->after(rollover + "/a.mov"), "") << "it is there already";
+    EXPECT_EQ(ahead->after(medium + "/a.mov"), rollover + "/a_R2.mov");
+    // Making a file keeps its folder busy, and with it all who ask for names there.
+    files->hang(FaultyFiles::Stat);
+    std::string current = "a.mov", next;
+    EXPECT_FALSE(finder.getClipNameWithIncrementedRolloverIndex(current, next));
+    EXPECT_EQ(next, "a_R2.mov");
+    current = "b.mov";
+    EXPECT_TRUE(finder.getClipNameWithIncrementedRolloverIndex(current, next));
+    files->release();
+}
+
 TEST(ClipNames, holdOnlyWhatAFileNameCan)
 {
     struct Case
@@ -218,6 +239,30 @@ TEST(HangingMedium, isAskedOnceAndThenNotAgain)
     EXPECT_EQ(files->count(FaultyFiles::Stat), asked);
     files->release();
     EXPECT_TRUE(Stepper::waitFor([&] { return kel::utils::file::File::file_exists(local(dir.file("a"))); }));
+}
+
+TEST_F(Clips, thatCouldNotBeListedInTimeAreAskedForWhenTheMediumAnswers)
+{
+    expectLog("mediumhelper", "does not answer");
+    const auto files = FaultyFiles::install();
+    struct Wanted : ConfigEventListener
+    {
+        using ConfigEventListener::ParamChanged;
+        void ParamChanged(eParam_t id, unsigned, timeval) override { times += id == eParam_ListingWanted; }
+        void ParamChanged(eParam_t, std::string, timeval) override {}
+        std::atomic<int> times = 0;
+    } wanted;
+    const std::unique_ptr<Config> other(
+        ConfigFactoryImpl::GetInstance()->create("sqlite:" + local(dir.file("store.db")), "operator", true));
+    other->addListener(&wanted);
+    ClipFinder late(config.get());
+    make("a.mov", 5);
+    files->hang(FaultyFiles::Stat);
+    EXPECT_TRUE(late.findClips(true, false, true).empty());
+    EXPECT_EQ(wanted.times, 0);
+    files->release();
+    EXPECT_TRUE(Stepper::waitFor([&] { return wanted.times > 0; })) << "nobody makes the list again";
+    EXPECT_EQ(late.findClips(true, false, true).size(), 1U);
 }
 
 } // namespace

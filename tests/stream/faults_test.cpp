@@ -291,3 +291,46 @@ TEST(StreamFaults, unreadableFramesAreBlackWithOneErrorARun)
     Stepper::runMs(1);
     EXPECT_EQ(rig.events, QStringList({"open 0", "error 100 5", "alarm 1903 1", "alarm 1903 0"}));
 }
+
+TEST(StreamFaults, anEqualFailureOfTheNextOperationIsToldAgain)
+{
+    const TestDir dir;
+    allowLog("stream");
+    allowLog("streamreader");
+    StreamRig rig;
+    EXPECT_NE(rig.openForRead(dir.file("none.mov")), 0);
+    Stepper::deliver();
+    EXPECT_EQ(rig.events.filter("alarm 1903 1").size(), 1);
+    // The operator has wiped the alarm off with a key; nobody tells the framework.
+    EXPECT_NE(rig.openForRead(dir.file("none.mov")), 0);
+    Stepper::deliver();
+    EXPECT_EQ(rig.events.filter("alarm 1903 1").size(), 2);
+}
+
+TEST(StreamFaults, aClipThatIsDeletedDuringItsTakeIsToldAtOnceAndNotAsRecorded)
+{
+    const TestDir dir;
+    announceFailure();
+    const QString path = dir.file("take.mov");
+    StreamRig rig;
+    ASSERT_EQ(rig.openForWrite(path), 0);
+    int frame = 0;
+    const auto record = [&] {
+        rig.record(frame++, 1);
+        Stepper::runTicks(1);
+    };
+    for (int i = 0; i < 50; ++i)
+        record();
+    const qint64 safe = QmxEnvironment::current().deck->counters.value(QmxCounters::RecordedUpTo);
+    EXPECT_GE(safe, 50 - 12) << "half a second is promised";
+    ASSERT_TRUE(QFile::remove(path));
+    rig.events.clear();
+    for (int i = 0; i < 13; ++i)
+        record();
+    Stepper::deliver();
+    EXPECT_EQ(rig.events.filter("alarm 1901 2").size(), 1);
+    EXPECT_EQ(rig.events.filter("failure 2").size(), 1);
+    rig.close();
+    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::RecordedUpTo), 0);
+    EXPECT_FALSE(QFile::exists(path));
+}

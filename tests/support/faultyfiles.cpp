@@ -295,6 +295,11 @@ int FaultyFiles::rename(const QString &from, const QString &to)
     return fails(Rename, from) ? -1 : _under->rename(from, to);
 }
 
+int FaultyFiles::renameNew(const QString &from, const QString &to)
+{
+    return fails(Rename, from) ? -1 : _under->renameNew(from, to);
+}
+
 int FaultyFiles::unlink(const QString &path)
 {
     return fails(Unlink, path) ? -1 : _under->unlink(path);

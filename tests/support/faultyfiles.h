@@ -84,6 +84,7 @@ public:
     int stat(const QString &path, struct stat64 *data) override;
     int statfs(const QString &path, struct statfs64 *data) override;
     int rename(const QString &from, const QString &to) override;
+    int renameNew(const QString &from, const QString &to) override;
     int unlink(const QString &path) override;
 
 private:

@@ -165,3 +165,23 @@ TEST(Rollover, theMediaDaemonMayDieAtAnyStep)
         EXPECT_EQ(brokenTake(clipsIn(sandbox, 2), 25, 1), QString());
     }
 }
+
+TEST(Rollover, aStopWhileTheNextMediumIsStillSlowLosesNothing)
+{
+    Sandbox sandbox({"--media-size", "400M"});
+    const ProgramResult result = sandbox.run(QString("slow B") + begin + R"sh(
+        hold B 'create 8000'
+        await 'is storage_state rollover_done'
+        await '[ $(xpctl --json status | sed -E "s/.*\"clip_frames\":([0-9]+).*/\1/") -gt 40 ]'
+        say waiting; cat /run/xp/slow-B.held
+        hold B ''
+    )sh" + end);
+    EXPECT_TRUE(said(result.out, "waiting").contains("create")) << "the medium was not slow";
+    EXPECT_TRUE(nothingLost(said(result.out, "alarms")));
+    QList<int> frames;
+    EXPECT_EQ(brokenTake(clipsIn(sandbox, 2), 25, 1, &frames), QString());
+    ASSERT_EQ(frames.size(), 2);
+    EXPECT_GT(frames.last(), 40);
+    EXPECT_TRUE(result.err.contains("recorded " + QByteArray::number(frames.last()) + " frames"))
+        << result.err.toStdString();
+}

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
+#include "xpd/transport/singleframe.h"
 
 namespace {
 
@@ -191,4 +193,23 @@ TEST_F(RecordTest, reopenRecordStream_goesOnInTheNextClipWithTheStorageHeld)
     QList<int> frames = distances(media.file("first.mov"), ten) + distances(media.file("second.mov"), ten);
     for (qsizetype i = 0; i < frames.size(); ++i)
         EXPECT_EQ(frames[i], i) << "no frame is lost or doubled between the clips";
+}
+
+TEST_F(RecordTest, aStillThatIsForgottenWhileItIsReadStaysForgotten)
+{
+    startUp();
+    recordClip("clip.mov", 5);
+    SingleFrame still;
+    int ready = 0;
+    QObject::connect(&still, &SingleFrame::ready, &still, [&ready] { ++ready; });
+    const QString path = media.file("clip.mov");
+    ASSERT_TRUE(still.load(0, path));
+    ASSERT_TRUE(Stepper::runUntil([&ready] { return ready == 1; })) << path.toStdString();
+    // The read has been asked for by then.
+    QObject::connect(still.findChild<QmxStream *>(), &QmxStream::openIsDone, &still,
+                     [&still] { still.clear(); });
+    ASSERT_TRUE(still.load(0, path));
+    Stepper::runMs(500);
+    EXPECT_TRUE(still.frame().vids().isEmpty());
+    EXPECT_EQ(ready, 1);
 }

@@ -62,8 +62,8 @@ QString getLUTPath(const QByteArray &data)
 {
     if (data.isEmpty()) return QString();
     kel::config::DataFile file;
-    // What cannot be parsed names no file.
-    if (!file.ParseFromString(data.toStdString())) return QString();
+    // A reference with something strange behind it still names its file.
+    if (!file.ParseFromString(data.toStdString()) && file.path().empty()) return QString();
     const QString path = QString::fromStdString(file.path());
     return fileExists(path) ? path : QString();
 }

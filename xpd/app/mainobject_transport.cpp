@@ -81,7 +81,11 @@ void MainObject::vtrModeChanged(const VtrMode &, const VtrMode &)
     // The speed comes right behind the mode, and who has left a mode and is back in it before that was told
     // hears of no further change.
     QMetaObject::invokeMethod(
-        this, [this] { updateTransporterState(_vtr->state()); }, Qt::QueuedConnection);
+        this,
+        [this] {
+            if (_vtr) updateTransporterState(_vtr->state());
+        },
+        Qt::QueuedConnection);
 }
 
 void MainObject::sendAlarm(const QmxId &id, QmxAlarm::AlarmLevel level, const QString &text, int line)

@@ -47,8 +47,8 @@ Kind kindOf(int sig)
     }
 }
 
-/// Without SA_SIGINFO the kernel passes a readable record as the second argument on these machines only;
-/// elsewhere the argument is whatever a register held.
+/// Without SA_SIGINFO the second argument points to a record only on these machines, and that record may be
+/// read but need not be filled; elsewhere the argument is whatever a register held.
 constexpr bool plainHandlerGetsRecord()
 {
 #if defined(__x86_64__) || defined(__powerpc__)

@@ -43,6 +43,7 @@ void SingleFrame::openIsDone(int, const QmxError &error)
 void SingleFrame::readIsDone(int, const QmxFrame &frame, const QmxError &error, void *)
 {
     _stream->close();
+    if (_index == -1) return; // forgotten while it was being read
     if (error.isError()) {
         emit failed();
         return;

@@ -168,6 +168,9 @@ void MovFormat::setStartTimecode(const QmxTimecode &timecode)
     if (!hasTimecode) return;
     info.startTimecode = timecode;
     info.startTimecode.setFPS(timecodeFps);
+    // Readers refuse a track that leaves frame numbers out at any rate but a multiple of 30000/1001.
+    if (qint64(timeScale) * 1001 % (qint64(frameDuration) * 30000) != 0)
+        info.startTimecode.setDropFrame(false);
     startFrame = quint32(info.startTimecode.toFrameNumber());
 }
 

@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <linux/falloc.h>
 #include <sys/file.h>
+#include <utility>
 
 namespace {
 
@@ -73,6 +74,8 @@ QmxError MovOutput::create(const QString &path)
     // The file is made without O_DIRECT: a file system that refuses that flag may leave an empty file behind.
     _fd = _files->open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, fileMode);
     if (_fd < 0) return error(errno, "create");
+    struct stat64 status = {};
+    _hasName = _files->fstat(_fd, &status) == 0 && status.st_nlink > 0;
     QmxError result = lock();
     if (!result.isError()) result = syncFolder();
     if (result.isError())
@@ -80,6 +83,24 @@ QmxError MovOutput::create(const QString &path)
     else
         openDirect();
     return result;
+}
+
+bool MovOutput::isDeleted() const
+{
+    struct stat64 status = {};
+    // Some file systems count no names at all.
+    return _hasName && _files->fstat(_fd, &status) == 0 && status.st_nlink == 0;
+}
+
+QmxError MovOutput::rename(const QString &path)
+{
+    const QString before = std::exchange(_path, path);
+    if (_files->renameNew(before, path) != 0) {
+        const QmxError refused = error(errno, "name");
+        _path = before;
+        return refused;
+    }
+    return syncFolder();
 }
 
 QmxError MovOutput::openExisting(const QString &path)

@@ -21,6 +21,10 @@ public:
     void close();
     /// Removes the file that create() has made, then closes it.
     void discard();
+    /// Somebody has deleted the file since it was made: what is written to it goes with it.
+    bool isDeleted() const;
+    /// Another name in the same folder, that is free. On an error the file keeps the one it has.
+    QmxError rename(const QString &path);
     bool isOpen() const { return _fd >= 0; }
 
     /// `data` and `offset` at multiples of a block, `size` a multiple of it.
@@ -44,8 +48,9 @@ private:
 
     std::shared_ptr<QmxFiles> _files;
     QString _path;
-    int _fd = -1;       ///< holds the lock; through the page cache
-    int _directFd = -1; ///< past the page cache; -1 where that is refused
+    bool _hasName = false; ///< the file system counts the names of a file
+    int _fd = -1;          ///< holds the lock; through the page cache
+    int _directFd = -1;    ///< past the page cache; -1 where that is refused
     qint64 _allocated = 0;
     qint64 _ahead = -1; ///< bytes to allocate at a time; 0 none, -1 not asked yet
 };

@@ -32,6 +32,10 @@ struct QmxClipWriter::Private
 {
     explicit Private(const QmxEnvironment &env) : environment(env), output(env) {}
 
+    quint64 now() const
+    {
+        return quint64(environment.clock->wallTime() / QmxClock::nsPerSecond + secondsFrom1904To1970);
+    }
     QmxError fits(const QmxFrame &frame, QmxBuffer &picture);
     QmxError writePicture(QmxBuffer picture);
     void addSound(const QmxFrame &frame);
@@ -229,6 +233,11 @@ QmxError QmxClipWriter::Private::flush()
     fragment.end = position;
     if (!error.isError()) error = publish(fragment);
     if (error.isError()) return fail(error);
+    if (output.isDeleted())
+        return fail(
+            {ENOENT, QStringLiteral("Clip %1 was deleted by somebody during its take: nothing of it is "
+                                    "left; record again")
+                         .arg(path)});
     output.cache(fragment.slot, MovLayout::slotSize);
     tables.append(fragment);
     durable = tables.frames();
@@ -250,8 +259,7 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     if (d->open) return {EBUSY, QStringLiteral("The writer of clip %1 is in use").arg(d->path)};
     QmxError error = MovFormat::fromInfo(info, d->format);
     if (error.isError()) return error;
-    d->format.created =
-        quint64(d->environment.clock->wallTime() / QmxClock::nsPerSecond + secondsFrom1904To1970);
+    d->format.created = d->now();
     error = d->output.create(path);
     if (error.isError()) return error;
     d->path = path;
@@ -273,6 +281,20 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     else
         d->open = true;
     return error;
+}
+
+QmxError QmxClipWriter::take(const QString &path, const QmxClipInfo &info)
+{
+    const std::lock_guard lock(d->mutex);
+    if (!d->open || d->written > 0) return {EBADF, QStringLiteral("No clip waits to become %1").arg(path)};
+    QmxError error = MovFormat::fromInfo(info, d->format);
+    if (!error.isError()) error = d->output.rename(path);
+    if (error.isError()) return d->fail(error);
+    // The header written at the opening is not in force before the first flush.
+    d->format.created = d->now();
+    d->nextTimecode = d->format.startFrame;
+    d->path = path;
+    return {};
 }
 
 QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)

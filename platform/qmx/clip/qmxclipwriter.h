@@ -30,6 +30,10 @@ public:
     /// close is done. The first frame's timecode, when it is valid, replaces that of `info`.
     QmxError create(const QString &path, const QmxClipInfo &info);
 
+    /// Gives a file that was made under another name, before it has a frame, the name `path` and what the
+    /// clip is to be. Never replaces a file: EEXIST. An error is one of the medium.
+    QmxError take(const QString &path, const QmxClipInfo &info);
+
     /// Hands one frame to the medium. Its first image must be of the clip's size and data type (any of the
     /// 4:2:2 ProRes types is accepted in a clip of another of them); an image that is not valid repeats the
     /// picture before it. Sound that is missing becomes silence. A frame that does not fit is refused with

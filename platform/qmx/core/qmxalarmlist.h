@@ -38,7 +38,7 @@
       "check the input; what was recorded is whole up to there") \
     X(OutputFailed, 1908, "output_failed", Condition, "warning", \
       "An output cannot be served.", \
-      "it cannot be opened or written, or a picture not decoded; cleared when pictures go out again", \
+      "it cannot be opened or written; cleared when pictures go out again", \
       "check the output's address and what receives it") \
     X(AudioInputLost, 1909, "audio_input_lost", Condition, "warning", \
       "The sound of the input is gone.", \
@@ -72,15 +72,15 @@
       "The log cannot be written.", \
       "the recorder goes on", \
       "make room where the log is kept; recording goes on without it") \
-    X(Spare1, 1917, "spare_1", Condition, "", \
-      "Not used.", \
-      "", \
-      "not used") \
-    X(Spare2, 1918, "spare_2", Condition, "", \
-      "Not used.", \
-      "", \
-      "not used") \
-    X(Spare3, 1919, "spare_3", Condition, "", \
+    X(InputDamaged, 1917, "input_damaged", Condition, "warning", \
+      "Pictures of the input come torn, or not at all.", \
+      "told once, with the rate of a second; cleared after ten seconds without damage", \
+      "check the sender, its network and its cable") \
+    X(PictureDamaged, 1918, "picture_damaged", Condition, "warning", \
+      "A picture that is played cannot be decoded.", \
+      "cleared when pictures can be shown again", \
+      "the clip is damaged or coded in an unknown way; play another copy of it") \
+    X(Spare, 1919, "spare", Condition, "", \
       "Not used.", \
       "", \
       "not used") \

@@ -69,5 +69,9 @@
     X(TakesOpened, "takes_opened", "takes", "xp_takes_total", Counter, 1, \
       "Takes begun") \
     X(ClipRate, "clip_rate", "mHz", "xp_take_rate_hertz", Gauge, 1e-3, \
-      "Frames a second of the take")
+      "Frames a second of the take") \
+    X(InputTorn, "input_torn", "pictures", "xp_input_torn_total", Counter, 1, \
+      "Pictures of the input that came torn") \
+    X(InputMissing, "input_missing", "pictures", "xp_input_missing_total", Counter, 1, \
+      "Pictures of the input that did not come")
 // clang-format on

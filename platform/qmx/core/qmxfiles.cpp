@@ -5,6 +5,7 @@
 
 #include <QFile>
 
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -85,6 +86,23 @@ int QmxFiles::statfs(const QString &path, struct statfs64 *data)
 int QmxFiles::rename(const QString &from, const QString &to)
 {
     return ::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData());
+}
+
+int QmxFiles::renameNew(const QString &from, const QString &to)
+{
+    if (::renameat2(AT_FDCWD, QFile::encodeName(from).constData(), AT_FDCWD,
+                    QFile::encodeName(to).constData(), RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS) return -1;
+    // Not every file system knows the call: there the name is taken first, and then one's own file replaced.
+    const int taken = open(to, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (taken < 0) return -1;
+    close(taken);
+    if (rename(from, to) == 0) return 0;
+    const int reason = errno;
+    unlink(to);
+    errno = reason;
+    return -1;
 }
 
 int QmxFiles::unlink(const QString &path)

@@ -33,5 +33,7 @@ public:
     virtual int stat(const QString &path, struct stat64 *data);
     virtual int statfs(const QString &path, struct statfs64 *data);
     virtual int rename(const QString &from, const QString &to);
+    /// A rename that never replaces: EEXIST when there is something of that name.
+    virtual int renameNew(const QString &from, const QString &to);
     virtual int unlink(const QString &path);
 };

@@ -60,6 +60,8 @@
     X(cameraRecord, 705, "Camera record flag") \
     X(recordName, 706, "Clip file name") \
     X(effectiveFrameRate, 710, "Effective frame rate") \
+    /* Pictures of the input that were torn or missing at this frame; only where there are some. */ \
+    X(inputDamage, 720, "Input damage") \
     /* Signal generators. */ \
     X(bars, 800, "Bars") \
     X(ramp, 801, "Ramp") \

@@ -53,6 +53,11 @@ bool QmxLockFile::lock()
 
 int QmxLockFile::whoHasLock() const
 {
+    return qMax(holder(), 0);
+}
+
+int QmxLockFile::holder() const
+{
     if (_fd >= 0) return int(getpid());
     const int fd = QmxSafeFile::open(QFile::encodeName(_path).constData(), O_RDONLY);
     if (fd < 0) return 0;

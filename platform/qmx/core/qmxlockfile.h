@@ -17,9 +17,10 @@ public:
     /// Takes the lock without waiting; true when this object has it (already).
     bool lock();
     QString filename() const { return _path; }
-    /// Process id of the holder, `unknownHolder` when it could not write that down; 0 when nobody has the
-    /// lock or the file cannot be read. Takes nothing itself.
+    /// Process id of the holder; 0 when nobody has the lock, when nobody may ask, and while it is not known.
     int whoHasLock() const;
+    /// The same, but `unknownHolder` when somebody has it who could not write the process id down (yet).
+    int holder() const;
     static constexpr int unknownHolder = -1;
 
 private:

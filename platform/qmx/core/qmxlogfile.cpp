@@ -33,6 +33,12 @@ bool QmxLogFile::open()
     return true;
 }
 
+void QmxLogFile::begin()
+{
+    errno = 0;
+    if (_fd < 0 && !open()) failed(errno);
+}
+
 void QmxLogFile::write(const QByteArray &line)
 {
     const qint64 now = _environment.clock->now();

@@ -16,6 +16,8 @@ public:
     QmxLogFile &operator=(const QmxLogFile &) = delete;
 
     /// Lines that cannot be written are lost; what was lost is said when it can be written again.
+    /// Opens the file; that it cannot is told like a line that cannot be written.
+    void begin();
     void write(const QByteArray &line);
 
 private:

@@ -7,6 +7,7 @@
 #include "platform/qmx/core/qmxlogfile.h"
 #include "platform/qmx/core/qmxlogfold.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdio>
 #include <ctime>
@@ -37,6 +38,7 @@ struct QmxLogWriter::State
     qint64 droppedSaid = 0;
 
     // The thread's own.
+    qint64 lastWritten = 0; ///< time of the line written last; the thread's
     std::unique_ptr<QmxLogFile> file;
     bool display = false;
     QmxLogFold fold;
@@ -44,7 +46,7 @@ struct QmxLogWriter::State
     void push(Item item);
     void loop();
     void work(const Item &item);
-    void write(const QList<QmxLogRecord> &list);
+    void write(const QList<QmxLogRecord> &list, bool isLate = false);
     void sayDropped(qint64 count);
 };
 
@@ -124,7 +126,7 @@ void QmxLogWriter::State::loop()
         for (const Item &item : batch)
             work(item);
         if (lost > 0) sayDropped(lost);
-        write(fold.due(QmxEnvironment::current().clock->now()));
+        write(fold.due(QmxEnvironment::current().clock->now()), true);
         lock.lock();
         finished += qint64(batch.size());
         done.notify_all();
@@ -140,9 +142,12 @@ void QmxLogWriter::State::work(const Item &item)
         write(fold.add(item.record, item.now));
 }
 
-void QmxLogWriter::State::write(const QList<QmxLogRecord> &list)
+void QmxLogWriter::State::write(const QList<QmxLogRecord> &list, bool isLate)
 {
-    for (const QmxLogRecord &record : list) {
+    for (QmxLogRecord record : list) {
+        // What was folded is written later than it happened; the log stays in the order of time.
+        if (isLate) record.wallTime = std::max(lastWritten, record.wallTime);
+        lastWritten = record.wallTime;
         const QByteArray line = format(record);
         if (file) file->write(line);
         if (display) writeDisplay(line);
@@ -168,9 +173,11 @@ void QmxLogWriter::record(const QmxLogRecord &record)
 void QmxLogWriter::openFile(const QString &path, qint64 maximumBytes)
 {
     State *const state = _state.get();
-    _state->push({{}, 0, [state, path, maximumBytes] {
-                      state->file = std::make_unique<QmxLogFile>(path, maximumBytes);
-                  }});
+    _state->push(
+        {{}, 0, [state, path, maximumBytes] {
+             state->file = std::make_unique<QmxLogFile>(path, maximumBytes);
+             state->file->begin(); // a path that cannot be written is told now, not with the first line
+         }});
 }
 
 void QmxLogWriter::openDisplay()
@@ -182,7 +189,7 @@ void QmxLogWriter::openDisplay()
 void QmxLogWriter::flush()
 {
     State *const state = _state.get();
-    _state->push({{}, 0, [state] { state->write(state->fold.due(0, true)); }});
+    _state->push({{}, 0, [state] { state->write(state->fold.due(0, true), true); }});
     std::unique_lock lock(state->mutex);
     const qint64 wanted = state->queued;
     state->done.wait_for(lock, 1s, [state, wanted] { return state->finished >= wanted; });

@@ -18,6 +18,8 @@ struct QmxRecordTable::Private
     QList<Record> records;
     QmxTimecode handedOut;
     Memory memory;
+    quint64 takes = 0;
+    bool inTake = false;
 
     Record *find(const QString &path)
     {
@@ -38,6 +40,25 @@ void QmxRecordTable::frameHandedOut(const QmxTimecode &timecode)
 {
     std::lock_guard lock(d->mutex);
     d->handedOut = timecode;
+}
+
+void QmxRecordTable::takeBegins()
+{
+    std::lock_guard lock(d->mutex);
+    ++d->takes;
+    d->inTake = true;
+}
+
+void QmxRecordTable::takeEnds()
+{
+    std::lock_guard lock(d->mutex);
+    d->inTake = false;
+}
+
+quint64 QmxRecordTable::take() const
+{
+    std::lock_guard lock(d->mutex);
+    return d->inTake ? d->takes : 0;
 }
 
 void QmxRecordTable::streamOpening(const QString &path)

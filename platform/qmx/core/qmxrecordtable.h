@@ -34,6 +34,12 @@ public:
     /// stream is opened is that stream's pending first frame.
     void frameHandedOut(const QmxTimecode &timecode);
 
+    /// The device begins a take, and ends it. Several record streams in one take continue each other.
+    void takeBegins();
+    void takeEnds();
+    /// Number of the take that runs, from 1; 0: none.
+    quint64 take() const;
+
     /// A record stream has been asked to open; the frame handed out last becomes its pending first one.
     void streamOpening(const QString &path);
     /// The open failed or was abandoned: its pending frame was not written.

@@ -138,7 +138,9 @@ bool QmxTimecode::timecodeMatches(const QmxTimecode &other) const
 QString QmxTimecode::toString() const
 {
     if (!_valid) return QStringLiteral("--:--:--:--");
-    return QString::asprintf("%02d:%02d:%02d%c%02d", _hours, _minutes, _seconds, _drop ? ';' : ':', _frames);
+    return QString::asprintf("%02hhd:%02hhd:%02hhd%c%02hhd", static_cast<signed char>(_hours),
+                             static_cast<signed char>(_minutes), static_cast<signed char>(_seconds),
+                             _drop ? ';' : ':', static_cast<signed char>(_frames));
 }
 
 bool operator==(const QmxTimecode &a, const QmxTimecode &b)

@@ -29,7 +29,8 @@ qint64 CaptureQueue::rawBytes() const
     qint64 bytes = 0;
     for (const auto *queue : {&_frames, &_history})
         for (const CapturedFramePtr &frame : *queue)
-            bytes += frame->picture.isValid() ? frame->picture.buffer().capacity() : 0;
+            bytes += (frame->picture.isValid() ? frame->picture.buffer().capacity() : 0) +
+                     (frame->coded.isValid() ? frame->coded.capacity() : 0);
     return bytes;
 }
 

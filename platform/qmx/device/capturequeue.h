@@ -34,8 +34,8 @@ struct CapturedFrame
 using CapturedFramePtr = std::shared_ptr<CapturedFrame>;
 
 /// The frames that wait for the reader, oldest first. Out of record a frame can be read as soon as it is
-/// captured; in record when it and all before it are coded. Bounded in frames and in bytes of pictures that
-/// are not coded: in record the newest frame is lost when it is full, else the oldest.
+/// captured; in record when it and all before it are coded. Bounded in frames and in bytes of pictures,
+/// coded or not: in record the newest frame is lost when it is full, else the oldest.
 ///
 /// Remembers the frames read last while the timecode of the input has just begun to run, since the command
 /// to record that it causes comes some frames later.

@@ -318,6 +318,7 @@ void LumenEngine::setDirection(const QmxId &direction)
     _firstAfterLoss.reset();
     if (record) {
         ++_take;
+        _environment.deck->recordTable.takeBegins();
         lookAtWindow();
         _capture.beginRecord(_tickIndex, _gate.in());
         postCoding();
@@ -325,6 +326,7 @@ void LumenEngine::setDirection(const QmxId &direction)
     }
     _capture.endRecord();
     _gate.takeEnds();
+    _environment.deck->recordTable.takeEnds();
     if (const auto state = _report.takeEnds()) {
         DeviceEvent event;
         event.type = DeviceEvent::InputChanged;

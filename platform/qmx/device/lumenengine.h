@@ -110,12 +110,13 @@ private:
     void captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFrame &output);
     void showOnly(const Seen &seen, QmxOutputFrame &output);
     bool pictureFits(const QmxSourceFrame &source, bool fromGenerator) const;
-    QmxAudio capturedAudio(const Seen &seen, const QmxTick &tick) const;
+    QmxAudio capturedAudio(const Seen &seen, const QmxTick &tick, bool hasPicture) const;
     void playbackStep(const Seen &seen, QmxOutputFrame &output);
     // lumenalarms.cpp
     void pictureAlarm(const DecodedPicture &shown);
     void outputAlarm();
     void soundAlarm(const Seen &seen);
+    void damageAlarm(const Seen &seen, const QmxTick &tick);
     void variableRateAlarm();
     bool waitsForWork(const CapturedFrame &frame) const;
     void routeInput(const Seen &seen, QmxOutputFrame &output) const;
@@ -171,6 +172,17 @@ private:
     bool _repeatDrop = false;
     bool _variableRateAlarm = false;
     bool _soundAlarm = false;
+    /// Pictures of the input that came torn or not at all.
+    struct Damage
+    {
+        qint64 torn = 0, missing = 0; ///< told by the source last
+        qint64 tornBefore = 0, missingBefore = 0;
+        qint64 since = 0; ///< the first one of those to be told; 0: none
+        qint64 last = 0;
+        bool alarm = false;
+    };
+    Damage _damage;
+    QString _pictureAlarm;   ///< as told
     QString _pictureProblem; ///< of the picture on the output; the clock thread's, as the next
     QString _outputProblem;  ///< as told
     QmxId _direction;

@@ -38,6 +38,14 @@ QmxTimeStamp timeStamp(qint64 wallTime)
     return QmxTimeStamp(time);
 }
 
+/// May be the name of a file in a folder, with room for an ending.
+bool isClipName(const QString &name)
+{
+    constexpr qsizetype mostBytes = 240;
+    return !name.isEmpty() && !name.startsWith('.') && !name.contains('/') && !name.contains(QChar(0)) &&
+           name.toLocal8Bit().size() <= mostBytes;
+}
+
 bool sameFormat(const QmxImageDesc &a, const QmxImageDesc &b)
 {
     return a.width() == b.width() && a.height() == b.height() && a.frameRate() == b.frameRate() &&
@@ -136,6 +144,7 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
         if (!visible) return;
         variableRateAlarm();
         soundAlarm(seen);
+        damageAlarm(seen, tick);
         if (_startPending) push(DeviceEvent::HardwareStarted);
         _startPending = false;
         pushVbi(output.timecode);
@@ -202,8 +211,11 @@ void LumenEngine::observe(const Seen &seen, const QmxTick &tick)
     const bool wasUnknown = _detector.isUnknown();
     if (const auto state = _detector.step(seen.input.state, tick.deadline)) tellInput(*state, wasUnknown);
 
-    const QmxMetadataHash ancillary =
-        _running.videoInputIgnoreANC() ? QmxMetadataHash() : seen.input.metadata;
+    QmxMetadataHash ancillary = _running.videoInputIgnoreANC() ? QmxMetadataHash() : seen.input.metadata;
+    // A path is made of it, and it comes from a camera.
+    if (const QVariant name = ancillary.value(QmxIds::recordName);
+        name.isValid() && !isClipName(name.toString()))
+        ancillary.remove(QmxIds::recordName);
     if (ancillary != _ancillary) {
         _ancillary = ancillary;
         DeviceEvent event;
@@ -256,7 +268,7 @@ bool LumenEngine::waitsForWork(const CapturedFrame &frame) const
 
 /// The sound of a captured frame in the form that the set-up wants: the first channels of the source, or
 /// silence of the exact length. Eight may stand for more: all that an input has.
-QmxAudio LumenEngine::capturedAudio(const Seen &seen, const QmxTick &tick) const
+QmxAudio LumenEngine::capturedAudio(const Seen &seen, const QmxTick &tick, bool hasPicture) const
 {
     QmxAudioDesc desc = _running.audioDesc();
     if (!desc.isValid()) return {};
@@ -266,7 +278,8 @@ QmxAudio LumenEngine::capturedAudio(const Seen &seen, const QmxTick &tick) const
     const int samples = qmxAudioSamples(tick.index, tick.rate);
     // A source may keep the cadence of its own frames, which differs by a sample.
     const bool fits = source.isValid() && std::abs(source.samples() - samples) <= 1;
-    if (!fits || (!internal && !_detector.isGood(seen.input.state))) return QmxAudio::silence(desc, samples);
+    if (!fits || (!internal && (!hasPicture || !_detector.isGood(seen.input.state))))
+        return QmxAudio::silence(desc, samples);
     const int from = source.desc().channels();
     const int to = desc.channels();
     QmxBuffer buffer = QmxBuffer::allocate(qsizetype(source.samples()) * to * qsizetype(sizeof(qint32)));
@@ -296,8 +309,9 @@ void LumenEngine::captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFr
     frame->hasPicture = pictureFits(source, internal);
     if (frame->hasPicture) frame->picture = source.picture;
     frame->waitsForWork = waitsForWork(*frame);
-    frame->audio = capturedAudio(seen, tick);
+    frame->audio = capturedAudio(seen, tick, frame->hasPicture);
     frame->metadata = _ancillary;
+    if (source.damage > 0) frame->metadata.insert(QmxIds::inputDamage, source.damage);
     const bool good = _detector.isGood(seen.input.state);
     frame->timecode = _generator.step(good ? seen.input.timecode : QmxTimecode(), frame->hasPicture);
 
@@ -428,6 +442,8 @@ void LumenEngine::count(const Seen &seen, const QmxOutputFrame &output) const
     QmxCounters *counters = &_environment.deck->counters;
     counters->set(QmxCounters::SourceRepeats, seen.input.repeated);
     counters->set(QmxCounters::SourceSkips, seen.input.skipped);
+    counters->set(QmxCounters::InputTorn, seen.input.torn);
+    counters->set(QmxCounters::InputMissing, seen.input.missing);
     counters->set(QmxCounters::CaptureQueue, _capture.size());
     counters->set(QmxCounters::PlaybackQueue, _playback.frames());
     if (!_playing) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxlivesource.h"
 
+#include "platform/qmx/core/qmxinputoptions.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 
@@ -150,13 +151,20 @@ void QmxLiveSource::setSoundProblem(const QString &problem)
 void QmxLiveSource::pushVideo(const QmxSourceDecoder &decoder)
 {
     _lastArrival = _clock->now();
+    QmxPicture picture = decoder.picture();
+    if (!decoder.isTorn())
+        _whole = picture;
+    else if (_whole.isValid() && _whole.size() == picture.size() &&
+             !QmxInputOptions::instance()->keepsTornPictures)
+        picture = _whole;
     const std::lock_guard lock(_mutex);
     _problem.clear();
     if (_queue.size() == queueBound) {
         _queue.pop_front();
         ++_last.skipped;
     }
-    _queue.push_back(Item{decoder.desc(), decoder.picture(), decoder.timecode(), timeOf(decoder)});
+    _queue.push_back(Item{decoder.desc(), picture, decoder.timecode(), timeOf(decoder), decoder.isTorn(),
+                          decoder.missing()});
 }
 
 /// When the picture was in front of the camera. Beside sound of its own that is what the stream says. Beside
@@ -195,6 +203,8 @@ QmxSourceFrame QmxLiveSource::take(const QmxTick &tick)
         QmxSourceFrame lost;
         lost.repeated = _last.repeated;
         lost.skipped = _last.skipped;
+        lost.torn = _last.torn;
+        lost.missing = _last.missing;
         _last = lost;
         _running = false;
         _lastSound = 0; // what comes next may have none
@@ -202,6 +212,7 @@ QmxSourceFrame QmxLiveSource::take(const QmxTick &tick)
         recoverClock(tick);
     }
     QmxSourceFrame frame = _last;
+    _last.damage = 0;
     if (tick.audioWanted) frame.audio = sound(tick);
     if (_sound.count() > 0) _lastSound = tick.deadline;
     frame.soundMissing =
@@ -254,6 +265,9 @@ void QmxLiveSource::popFrame()
     _last.state = QmxSourceFormat::state(item.desc);
     _last.picture = item.picture;
     _last.timecode = item.timecode;
+    _last.torn += item.torn ? 1 : 0;
+    _last.missing += item.missing;
+    _last.damage += item.missing + (item.torn ? 1 : 0);
     _pictureTime = item.time;
     _queue.pop_front();
 }
@@ -284,9 +298,11 @@ QString QmxLiveSource::statusText() const
     if (!_problem.isEmpty()) return QStringLiteral("Input %1: %2").arg(_name, _problem);
     const QString sound =
         _soundProblem.isEmpty() ? QString() : QStringLiteral(", no sound: ") + _soundProblem;
-    return QStringLiteral("Input %1: %2, %3 frames waiting, %4 repeated, %5 skipped")
+    return QStringLiteral("Input %1: %2, %3 frames waiting, %4 repeated, %5 skipped, %6 torn, %7 missing")
         .arg(_name, _last.state.inputImageDesc().toString() + sound)
         .arg(_queue.size())
         .arg(_last.repeated)
-        .arg(_last.skipped);
+        .arg(_last.skipped)
+        .arg(_last.torn)
+        .arg(_last.missing);
 }

@@ -14,11 +14,11 @@
 /// A signal from the network or a capture device: any address that libavformat opens.
 ///
 /// The sender's clock is not ours: pictures wait in a small buffer that is kept at about `targetDepth`. An
-/// empty buffer repeats the last picture, one that has grown skips one; both are counted. Without new
-/// picture for `lossTime` image and state turn invalid together. Sound follows the pictures: small
+/// empty buffer repeats the last picture, one that has grown skips one; both are counted. So is what comes
+/// torn or not at all; for a torn picture the last whole one stands in, unless that is not wanted. Without
+/// new picture for `lossTime` image and state turn invalid together. Sound follows the pictures: small
 /// differences are taken up by stretching it inaudibly, large ones at once. Sound that comes from a sound
-/// device
-/// (`soundDevice` not empty) is put beside the picture that came in at the same moment.
+/// device (`soundDevice` not empty) is put beside the picture that came in at the same moment.
 ///
 /// Threads: "qmx-live-source" opens, reads and decodes, reconnecting with growing pauses; the buffer drops
 /// its oldest picture when it is full. take() only pops.
@@ -41,6 +41,8 @@ private:
         QmxPicture picture;
         QmxTimecode timecode;
         qint64 time; ///< presentation
+        bool torn = false;
+        int missing = 0; ///< pictures before it
     };
     // On the thread.
     void run();
@@ -65,6 +67,7 @@ private:
     std::atomic<bool> _stopping = false;
     std::atomic<bool> _connected = false;
     std::atomic<qint64> _lastArrival = 0;
+    QmxPicture _whole;                ///< the last picture that was not torn; the thread's
     std::atomic<int> _audioError = 0; ///< samples to add to the sound over the next second
 
     mutable std::mutex _mutex;

@@ -35,6 +35,9 @@ struct QmxSourceFrame
     std::optional<QmxVideoRefState> reference;
     qint64 repeated = 0;       ///< frames repeated so far by a live source's clock recovery
     qint64 skipped = 0;        ///< frames skipped so far
+    qint64 torn = 0;           ///< pictures so far that came torn
+    qint64 missing = 0;        ///< pictures so far that should have come and did not
+    int damage = 0;            ///< torn or missing ones since the frame before
     bool soundMissing = false; ///< pictures come, but their sound, which came before, does not
 };
 

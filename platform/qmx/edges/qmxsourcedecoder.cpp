@@ -3,7 +3,9 @@
 
 #include "platform/qmx/edges/qmxsourceformat.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 
 extern "C" {
@@ -21,6 +23,9 @@ constexpr int oddIntervalsAllowed = 12;
 constexpr double oddInterval = 0.1; ///< share of a frame by which a distance may be off
 constexpr int groupReordering = 4;  ///< frames
 constexpr double highestInterlacedRate = 31;
+constexpr int tornSeconds = 2;
+constexpr int mostOnTheWay = 4;
+constexpr int longestGapSeconds = 5;
 
 struct Options
 {
@@ -168,10 +173,10 @@ QmxSourceDecoder::Step QmxSourceDecoder::readPacket()
         _error = QmxLibav::error(QStringLiteral("read it"), result);
         return Step::Failed;
     }
-    // A packet that the decoder refuses is a damaged one: the next picture shows it, nothing else.
-    if (_packet->stream_index == _videoStream)
-        avcodec_send_packet(_video.get(), _packet.get());
-    else if (_packet->stream_index == _audioStream)
+    if (_packet->stream_index == _videoStream) {
+        const bool refused = avcodec_send_packet(_video.get(), _packet.get()) == AVERROR_INVALIDDATA;
+        if (refused || (_packet->flags & AV_PKT_FLAG_CORRUPT) != 0) noteDamage(_packet.get());
+    } else if (_packet->stream_index == _audioStream)
         avcodec_send_packet(_sound.get(), _packet.get());
     av_packet_unref(_packet.get());
     return Step::Nothing;
@@ -179,7 +184,9 @@ QmxSourceDecoder::Step QmxSourceDecoder::readPacket()
 
 QmxSourceDecoder::Step QmxSourceDecoder::receiveVideo()
 {
-    if (avcodec_receive_frame(_video.get(), _frame.get()) < 0) return Step::Nothing;
+    const int result = avcodec_receive_frame(_video.get(), _frame.get());
+    if (result == AVERROR_INVALIDDATA) noteDamage(nullptr);
+    if (result < 0) return Step::Nothing;
     const qint64 frameTime = _desc.isValid() ? qint64(double(nsPerSecond) / _desc.frameRate().toDouble()) : 0;
     const qint64 time = timeOf(_frame.get(), _videoStream, _videoTime + frameTime);
     if (formatChanged(_frame.get(), time)) return Step::Changed;
@@ -190,6 +197,8 @@ QmxSourceDecoder::Step QmxSourceDecoder::receiveVideo()
         _desc = QmxSourceFormat::desc(size, frameRate(interlaced),
                                       interlaced ? QmxImageDesc::Interlaced : QmxImageDesc::Progressive);
     }
+    _missing = gapBefore(_frame.get(), time);
+    _isTorn = judge(_frame.get());
     _videoTime = time;
     findTimecode(_frame.get());
     _picture = _converter.convert(_frame.get(), QmxPicture::Format::Yuv422P10, size);
@@ -197,6 +206,54 @@ QmxSourceDecoder::Step QmxSourceDecoder::receiveVideo()
     if (_picture.isValid()) return Step::Video;
     _error = QmxError(ENOMEM, QStringLiteral("No memory for its picture, or a pixel format not known here"));
     return Step::Failed;
+}
+
+/// A packet came damaged or was refused: the picture that it belongs to is torn, and those that build on it.
+void QmxSourceDecoder::noteDamage(const AVPacket *packet)
+{
+    _onTheWay = mostOnTheWay;
+    const int64_t at = packet ? packet->pts : AV_NOPTS_VALUE;
+    if (at == AV_NOPTS_VALUE) {
+        _damage = true;
+        return;
+    }
+    _firstDamaged = _firstDamaged == AV_NOPTS_VALUE ? at : std::min(_firstDamaged, at);
+    // A parser hands a picture on when the next one begins: the one behind may be meant.
+    _lastDamaged = std::max(_lastDamaged, at + std::max<int64_t>(packet->duration, 0));
+}
+
+bool QmxSourceDecoder::judge(const AVFrame *frame)
+{
+    const int64_t at = frame->best_effort_timestamp;
+    const bool flawed = frame->decode_error_flags != 0 || (frame->flags & AV_FRAME_FLAG_CORRUPT) != 0;
+    const bool builds = frame->pict_type != AV_PICTURE_TYPE_I && frame->pict_type != AV_PICTURE_TYPE_NONE;
+    if (_firstDamaged != AV_NOPTS_VALUE && at >= _firstDamaged) _damage = true;
+    _damage = _damage || flawed;
+    const bool whole =
+        !flawed && !builds && _onTheWay == 0 && (_lastDamaged == AV_NOPTS_VALUE || at > _lastDamaged);
+    _onTheWay = std::max(0, _onTheWay - 1);
+    // Some streams have no pictures that stand alone: they become whole little by little.
+    const int mostTorn = _desc.frameRate().timecodeRate() * tornSeconds;
+    if (whole || ++_tornRun > mostTorn) {
+        _damage = false;
+        _tornRun = 0;
+        _firstDamaged = _lastDamaged = AV_NOPTS_VALUE;
+    }
+    if (!_damage) _tornRun = 0;
+    // What comes before the first of them when one joins a stream is no damage.
+    const bool counts = _hasBegun;
+    _hasBegun = _hasBegun || whole;
+    return counts && _damage;
+}
+
+/// By the presentation times, which stand in the stream.
+int QmxSourceDecoder::gapBefore(const AVFrame *frame, qint64 time) const
+{
+    if (!_hasBegun || _latency == Latency::Ahead || frame->best_effort_timestamp == AV_NOPTS_VALUE) return 0;
+    const double frames = double(time - _videoTime) * _desc.frameRate().toDouble() / double(nsPerSecond);
+    // More than that is a sender that has begun anew.
+    const double longest = _desc.frameRate().toDouble() * longestGapSeconds;
+    return frames > 0 && frames < longest ? std::max(0, int(std::lround(frames)) - 1) : 0;
 }
 
 bool QmxSourceDecoder::formatChanged(const AVFrame *frame, qint64 time)

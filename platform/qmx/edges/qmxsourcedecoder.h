@@ -43,6 +43,10 @@ public:
     QmxPicture picture() const { return _picture; }
     /// Of the picture; not valid: the stream has none.
     QmxTimecode timecode() const { return _timecode; }
+    /// The picture is torn: something of it, or of one that it builds on, did not arrive or makes no sense.
+    bool isTorn() const { return _isTorn; }
+    /// Pictures that should have come between the one before and this one.
+    int missing() const { return _missing; }
     /// Presentation times in nanoseconds, of one time line.
     qint64 videoTime() const { return _videoTime; }
     qint64 audioTime() const { return _audioTime; }
@@ -62,6 +66,9 @@ private:
     void findStartTimecode();
     void findTimecode(const AVFrame *frame);
     bool formatChanged(const AVFrame *frame, qint64 time);
+    void noteDamage(const AVPacket *packet);
+    bool judge(const AVFrame *frame);
+    int gapBefore(const AVFrame *frame, qint64 time) const;
     qint64 timeOf(const AVFrame *frame, int stream, qint64 expected) const;
     void openResampler(const AVFrame *frame);
 
@@ -87,6 +94,14 @@ private:
     QmxPicture _picture;
     QmxTimecode _timecode;
     qint64 _videoTime = 0, _audioTime = 0, _nextAudioTime = 0;
+    bool _isTorn = false;
+    int _missing = 0;
+    bool _hasBegun = false; ///< a whole picture that builds on no other has come
+    bool _damage = false;   ///< pictures are torn until such a one comes again
+    int _tornRun = 0;       ///< pictures since then
+    int _onTheWay = 0;      ///< pictures inside the decoder that the damage noted last may concern
+    /// Of packets that were damaged and have not shown yet.
+    int64_t _firstDamaged = AV_NOPTS_VALUE, _lastDamaged = AV_NOPTS_VALUE;
     std::vector<qint32> _audio;
     int _audioChannels = 0;
     int _resampledLayout = 0, _resampledRate = 0, _resampledFormat = -1;

@@ -79,6 +79,7 @@ void QmxStreamCache::Private::opened(int open)
     }
     QmxCounters *counters = &environment.deck->counters;
     counters->set(QmxCounters::CurrentClipFrames, 0);
+    counters->set(QmxCounters::RecordedUpTo, 0);
     const QList<QmxImageDesc> images = stream->info().vids();
     counters->set(QmxCounters::ClipRate,
                   images.isEmpty() ? 0 : qRound64(images.first().frameRate().toDouble() * 1000));

@@ -28,6 +28,8 @@ QmxStream::Private::Private(QmxStream *stream) : q(stream), post(stream)
 {
     deadline.setSingleShot(true);
     QObject::connect(&deadline, &QTimer::timeout, q, [this] { deadlineReached(); });
+    aheadTime.setSingleShot(true);
+    QObject::connect(&aheadTime, &QTimer::timeout, q, [this] { dropAhead(); });
 }
 
 void QmxStream::Private::begin(const QmxStreamAsk &ask)
@@ -35,6 +37,17 @@ void QmxStream::Private::begin(const QmxStreamAsk &ask)
     state = State::Opening;
     closeAsked = false;
     setToken(QStringLiteral("opening %1").arg(ask.what()));
+    // Whatever the operator has made of the alarm of the operation before: the next failure is news.
+    if (peer)
+        postAlarm(ask.writes ? QmxIds::alarmMediaWriteFailed : QmxIds::alarmMediaReadFailed, QmxAlarm::Clear,
+                  QString());
+    openedEarly = continuesTake(ask);
+    if (openedEarly) {
+        beginJoined(ask);
+        return;
+    }
+    dropAhead();
+    percentFree = 100;
     current = std::make_unique<QmxStreamSession>(ask, q, this, benchmarkOn, environment);
     deadline.start(operationLimitMs);
     current->open();
@@ -99,6 +112,14 @@ void QmxStream::Private::beginClosing()
     state = State::Closing;
     setToken(QStringLiteral("closing %1").arg(current->ask().what()));
     if (peer) peer->closeBegins(current->ask().writes ? Write : Read);
+    if (current->ask().writes) {
+        takeOfClosed = environment.deck->recordTable.take();
+        if (current->isDead() || isAtJoin()) {
+            letGo();
+            return;
+        }
+        dropAhead();
+    }
     current->close();
     deadline.start(operationLimitMs);
 }
@@ -122,10 +143,11 @@ void QmxStream::Private::end()
 
 void QmxStream::Private::openDone(QmxStreamAsk ask, QmxError error, const QmxStreamInfo &told)
 {
-    deadline.stop();
+    if (current && current->isFileOpen()) deadline.stop();
     const QmxOperations::Token held = std::move(token); // until everybody has heard of it
     const QmxId alarm = ask.writes ? QmxIds::alarmMediaWriteFailed : QmxIds::alarmMediaReadFailed;
     if (error.isError()) {
+        deadline.stop();
         current.reset();
         state = State::Closed;
         mode = 0;
@@ -192,6 +214,10 @@ void QmxStream::Private::deadlineReached()
         openDone(ask, error, {});
         return;
     }
+    if (state == State::Open) {
+        openedLate(error);
+        return;
+    }
     qmxLogOutput(1, logSource, __LINE__, "Closing %s given up: the medium does not answer\n",
                  qPrintable(ask.what()));
     if (ask.writes) postAlarm(QmxIds::alarmMediaWriteFailed, QmxAlarm::Error, error.toString());
@@ -201,8 +227,20 @@ void QmxStream::Private::deadlineReached()
 void QmxStream::Private::sessionOpened(QmxStreamSession *session, const QmxError &error,
                                        const QmxStreamInfo &told)
 {
-    if (session != current.get()) {
+    if (session == ahead.get()) {
+        if (error.isError()) {
+            refused = session->ask().path();
+            qmxLogOutput(2, logSource, __LINE__, "The take cannot go on in %s: %s\n", qPrintable(refused),
+                         qPrintable(error.toString()));
+            postAlarm(
+                QmxIds::alarmMediaWriteFailed, QmxAlarm::Warning,
+                QStringLiteral("The take cannot go on when its medium is full: %1").arg(error.toString()));
+            ahead.reset();
+        }
+    } else if (session != current.get()) {
         if (error.isError()) forget(session); // no close follows
+    } else if (openedEarly && state != State::Opening) {
+        openedLate(error);
     } else if (!session->isCancelled()) {
         openDone(session->ask(), error, told);
     } else if (error.isError()) {
@@ -223,7 +261,7 @@ void QmxStream::Private::forget(QmxStreamSession *session)
 {
     for (auto it = leaving.begin(); it != leaving.end(); ++it) {
         if (it->get() != session) continue;
-        environment.deck->recordTable.streamClosed(session->ask().path());
+        if (session->ask().number > 0) environment.deck->recordTable.streamClosed(session->ask().path());
         leaving.erase(it);
         return;
     }

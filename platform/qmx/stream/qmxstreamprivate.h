@@ -18,6 +18,13 @@ struct QmxStream::Private : QmxStreamSession::Receiver
 
     explicit Private(QmxStream *stream);
 
+    /// The file of the next clip is made when the medium has so much left, in percent. A percent above the
+    /// level from which the recorder may go on on the next medium at any moment.
+    static constexpr int aheadLevel = 12;
+    /// A record stream that is closed with so little left is followed by the next one: the recorder goes on
+    /// at 10 %, and measures at moments of its own.
+    static constexpr int joinLevel = 11;
+
     // What the calls ask for.
     void begin(const QmxStreamAsk &ask);
     void abandonCurrent();
@@ -26,6 +33,14 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     void beginClosing();
     void end();
     void askClose();
+    // One clip of a take that follows another (qmxstreamjoin.cpp).
+    bool continuesTake(const QmxStreamAsk &ask) const;
+    bool isAtJoin() const;
+    void beginJoined(const QmxStreamAsk &ask);
+    void openedLate(const QmxError &error);
+    void letGo();
+    void openAhead(const QString &path);
+    void dropAhead();
     // How it comes out. What emits may find the stream destroyed or doing something else afterwards.
     void openDone(QmxStreamAsk ask, QmxError error, const QmxStreamInfo &told);
     void closeDone();
@@ -38,6 +53,7 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     void sessionGrown(QmxStreamSession *session) override;
     void sessionRoom(QmxStreamSession *session) override;
     void sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal) override;
+    void sessionLevel(QmxStreamSession *session, int percentFree) override;
     void sessionWrote(qint64 microseconds) override;
     void sessionStalled(QmxStreamSession *session, bool stalled) override;
     void forget(QmxStreamSession *session);
@@ -62,6 +78,14 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     std::optional<QmxStreamAsk> next; ///< waits until the close under way is done
     /// Record streams that were abandoned: they still write what they have, and close.
     std::list<std::unique_ptr<QmxStreamSession>> leaving;
+    /// The clip that will follow the current one, opened before it is needed.
+    std::unique_ptr<QmxStreamSession> ahead;
+    QString refused; ///< could not be opened ahead: not tried again
+    bool nextKnown = false;
+    int percentFree = 100;      ///< of the medium that is recorded on
+    bool openedEarly = false;   ///< told as open, whether or not the file is
+    quint64 takeOfClosed = 0;   ///< in which a record stream was closed last
+    QTimer aheadTime;           ///< until what nobody asks for goes
     QmxOperations::Token token; ///< of the open or close in progress
     QTimer deadline;
 };

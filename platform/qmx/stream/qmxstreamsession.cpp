@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/qmxstreamsession.h"
 
+#include "platform/qmx/core/qmxnextclip.h"
+
 namespace {
 /// So that a picture is on the medium half a second after it was written, also when no other follows.
-constexpr int flushIntervalMs = 500;
+constexpr int flushIntervalMs = 400;
 constexpr int growthIntervalMs = 100;
 constexpr int watchIntervalMs = 500;
 /// A disk that wakes up takes some seconds; nothing that answers takes longer.
@@ -38,7 +40,8 @@ void QmxStreamSession::makeWriter(const QmxEnvironment &environment,
     StreamWriter::Events events;
     events.opened = [this, post = _post](const QmxError &error) {
         post.post([this, error] {
-            if (!error.isError()) _timer.start(flushIntervalMs);
+            _fileOpen = !error.isError();
+            if (_fileOpen) _timer.start(flushIntervalMs);
             _receiver->sessionOpened(this, error, {});
         });
     };
@@ -55,6 +58,10 @@ void QmxStreamSession::makeWriter(const QmxEnvironment &environment,
     events.wrote = [this, post = _post, benchmark](qint64 microseconds) {
         if (*benchmark) post.post([this, microseconds] { _receiver->sessionWrote(microseconds); });
     };
+    if (QmxNextClip::instance()->isNamed())
+        events.level = [this, post = _post](int percent) {
+            post.post([this, percent] { _receiver->sessionLevel(this, percent); });
+        };
     _writer = std::make_unique<StreamWriter>(_ask.path(), _ask.clip, events, environment);
     QObject::connect(&_timer, &QTimer::timeout, &_timer, [this] { _writer->flush(); });
 }
@@ -64,6 +71,7 @@ void QmxStreamSession::makeReader(const QmxEnvironment &environment)
     StreamReader::Events events;
     events.opened = [this, post = _post](const QmxError &error, const QmxStreamInfo &info) {
         post.post([this, error, info] {
+            _fileOpen = !error.isError();
             if (_reader->isGrowing()) _timer.start(growthIntervalMs);
             if (!error.isError()) _watch.start(watchIntervalMs);
             _receiver->sessionOpened(this, error, info);
@@ -97,6 +105,12 @@ void QmxStreamSession::open()
         _writer->open();
     else
         _reader->open();
+}
+
+void QmxStreamSession::begin(const QmxStreamAsk &ask)
+{
+    _ask = ask;
+    _writer->begin(ask.clip);
 }
 
 void QmxStreamSession::close()

@@ -44,6 +44,8 @@ public:
         virtual void sessionGrown(QmxStreamSession *session) = 0;
         virtual void sessionRoom(QmxStreamSession *session) = 0;
         virtual void sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal) = 0;
+        /// Percent free of the medium that is written on, after each flush.
+        virtual void sessionLevel(QmxStreamSession *session, int percentFree) = 0;
         virtual void sessionWrote(qint64 microseconds) = 0;
         /// A read has been waiting for the medium for a long time; `stalled` false: it has come back.
         virtual void sessionStalled(QmxStreamSession *session, bool stalled) = 0;
@@ -64,6 +66,14 @@ public:
     StreamWriter *writer() const { return _writer.get(); }
 
     void open();
+    /// Writing: makes the file before anybody has asked for the clip.
+    void openAhead() { _writer->openAhead(); }
+    /// Somebody asks now for what was opened ahead.
+    void begin(const QmxStreamAsk &ask);
+    bool isFileOpen() const { return _fileOpen; }
+    /// Writing: there will be no file, and no answer to a close.
+    bool isDead() const { return _dead; }
+    void setDead() { _dead = true; }
     void close();
     /// The thread hangs: leaves it behind.
     void abandon();
@@ -77,6 +87,8 @@ private:
     QmxStreamPost _post;
     Receiver *_receiver;
     const std::shared_ptr<QmxClock> _clock;
+    bool _fileOpen = false;
+    bool _dead = false;
     QTimer _watch; ///< looks whether a read hangs
     bool _stalled = false;
     QTimer _timer; ///< flushes what is written, looks whether what is read has grown

@@ -61,10 +61,35 @@ void StreamWriter::open()
          QStringLiteral("%1 cannot be recorded: the system has no thread to write it").arg(_state->path)});
 }
 
+void StreamWriter::openAhead()
+{
+    const std::lock_guard lock(_state->mutex);
+    _state->openAsked = true;
+    _state->ahead = true;
+    _state->figures = false;
+    schedule();
+}
+
+void StreamWriter::begin(const QmxClipInfo &info)
+{
+    const std::lock_guard lock(_state->mutex);
+    _state->beginAsked = true;
+    _state->info = info;
+    _state->figures = true;
+    schedule();
+}
+
+void StreamWriter::leaveFigures()
+{
+    const std::lock_guard lock(_state->mutex);
+    _state->setSlow(false);
+    _state->figures = false;
+}
+
 bool StreamWriter::hasRoom()
 {
     const std::lock_guard lock(_state->mutex);
-    if (_state->failed || !_state->isFull()) return true;
+    if (_state->failed || _state->done || !_state->isFull()) return true;
     _state->roomWanted = true;
     return false;
 }
@@ -72,6 +97,10 @@ bool StreamWriter::hasRoom()
 void StreamWriter::append(const QmxFrame &frame)
 {
     const std::lock_guard lock(_state->mutex);
+    if (_state->done) {
+        _state->drop(1);
+        return;
+    }
     _state->queue.push_back(frame);
     _state->queuedBytes += frame.bytes();
     _state->judgeSpeed();

@@ -33,6 +33,8 @@ public:
         std::function<void(const QmxError &, bool fatal)> failed;
         std::function<void()> room;                     ///< the queue was full and is so no longer
         std::function<void(qint64 microseconds)> wrote; ///< a frame has been written, in this time
+        /// After a flush: percent of the medium that is free, as the recorder measures it. May be empty.
+        std::function<void(int percentFree)> level;
     };
 
     StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events,
@@ -43,8 +45,16 @@ public:
     StreamWriter(const StreamWriter &) = delete;
     StreamWriter &operator=(const StreamWriter &) = delete;
 
-    /// Creates the file; answers with opened(). Refuses the file system of "/".
+    /// Creates the file; answers with opened(). Refuses the file system of "/". Frames may be appended at
+    /// once: they wait for the file, and are lost, and counted, when it cannot be made.
     void open();
+    /// The same before anybody needs the clip: under a hidden name, which begin() changes. Closed before
+    /// that, the file goes again.
+    void openAhead();
+    /// What was opened ahead is a clip from now on. That it cannot get its name is a failure of the medium.
+    void begin(const QmxClipInfo &info);
+    /// Another clip has followed this one: the figures that are published are no longer this one's.
+    void leaveFigures();
     bool hasRoom();
     void append(const QmxFrame &frame);
     /// Makes what has been appended durable soon.

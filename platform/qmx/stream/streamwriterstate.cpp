@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -21,7 +22,8 @@ constexpr int minimumQueueFrames = 32;
 /// The queue's share of the pool, and what it may have however small that is.
 constexpr int poolShare = 3;
 constexpr qint64 minimumQueueBytes = 64 * 1024 * 1024;
-constexpr qint64 flushInterval = 500 * QmxClock::nsPerMillisecond;
+/// Half a second is promised; what the flush itself takes, and what is being coded, comes on top.
+constexpr qint64 flushInterval = 350 * QmxClock::nsPerMillisecond;
 /// The medium is slow while the queue is fuller than the first fraction, until it is emptier than the second.
 constexpr double slowAbove = 0.5;
 constexpr double slowUntil = 0.1;
@@ -49,6 +51,9 @@ void StreamWriter::State::run()
         switch (nextStep(frame)) {
         case Step::Open:
             openFile();
+            break;
+        case Step::Begin:
+            beginClip();
             break;
         case Step::Write:
             writeFrame(frame);
@@ -78,11 +83,9 @@ StreamWriter::State::Step StreamWriter::State::nextStep(QmxFrame &frame)
         if (closeAsked && !done) return Step::Close;
         return Step::Idle;
     }
+    if (std::exchange(beginAsked, false)) return Step::Begin;
     if (failed) {
-        dropped += qint64(queue.size());
-        environment.deck->counters.add(QmxCounters::FramesDroppedCapture, qint64(queue.size()));
-        queue.clear();
-        queuedBytes = 0;
+        dropQueue();
         unflushed = 0;
     }
     const bool due = unflushed > 0 && environment.clock->now() - firstUnflushed >= flushInterval;
@@ -97,6 +100,34 @@ StreamWriter::State::Step StreamWriter::State::nextStep(QmxFrame &frame)
     if (closeAsked) return Step::Close;
     scheduled = false;
     return Step::Idle;
+}
+
+/// Frames are lost; with the mutex held.
+void StreamWriter::State::drop(qint64 frames)
+{
+    dropped += frames;
+    environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
+}
+
+void StreamWriter::State::dropQueue()
+{
+    drop(qint64(queue.size()));
+    queue.clear();
+    queuedBytes = 0;
+}
+
+/// A clip that has been followed by another one no longer says anything.
+void StreamWriter::State::publish(QmxCounters::Row row, qint64 value)
+{
+    const std::lock_guard lock(mutex);
+    if (figures) environment.deck->counters.set(row, value);
+}
+
+/// Ends as unfinished copies do: whoever looks after the media takes away what a crash has left.
+QString StreamWriter::State::hiddenPath() const
+{
+    const QFileInfo file(path);
+    return QStringLiteral("%1/.next-%2.part").arg(file.path(), file.fileName());
 }
 
 /// Only media are recorded on: a folder of the system's own file system is one whose medium is not there.
@@ -124,10 +155,16 @@ void StreamWriter::State::openFile()
 {
     QmxError error = refusePlace();
     auto file = std::make_unique<QmxClipWriter>(environment);
-    if (!error.isError()) error = file->create(path, info);
+    if (!error.isError() && ahead)
+        environment.files->unlink(hiddenPath()); // of a take that a crash has ended
+    if (!error.isError()) error = file->create(ahead ? hiddenPath() : path, info);
     {
         const std::lock_guard lock(mutex);
         if (error.isError()) {
+            if (!queue.empty())
+                error = {error.value(), QStringLiteral("%1; %2 frames that waited for it are lost")
+                                            .arg(error.toString(), QString::number(queue.size()))};
+            dropQueue();
             done = true;
             scheduled = false;
         } else {
@@ -140,14 +177,28 @@ void StreamWriter::State::openFile()
         emergency = environment.deck->operations.addEmergencyFlush([weak = weak_from_this()] {
             if (const std::shared_ptr<State> self = weak.lock()) self->flushAtOnce();
         });
-        environment.deck->counters.set(QmxCounters::RecordedUpTo, 0);
     }
     events.opened(error);
+}
+
+void StreamWriter::State::beginClip()
+{
+    QmxClipInfo wanted;
+    {
+        const std::lock_guard lock(mutex);
+        wanted = info;
+        ahead = false;
+    }
+    const QmxError error = writer->take(path, wanted);
+    if (error.isError()) fail(error);
 }
 
 void StreamWriter::State::writeFrame(const QmxFrame &frame)
 {
     const qint64 begin = environment.clock->now();
+    // What did not come is not in the clip either, whatever stands in its place.
+    if (const int damage = frame.meta().value(QmxIds::inputDamage).toInt(); damage > 0)
+        writer->noteLost(damage);
     const QmxError error = writer->writeFrame(frame);
     const qint64 end = environment.clock->now();
     {
@@ -187,6 +238,7 @@ void StreamWriter::State::frameLeft()
 /// Publishes the state of the queue; with the mutex held.
 void StreamWriter::State::judgeSpeed()
 {
+    if (!figures) return;
     environment.deck->counters.set(QmxCounters::WriterQueue, qint64(queue.size()));
     environment.deck->counters.set(QmxCounters::WriterQueueBytes, queuedBytes);
     const double fill =
@@ -202,14 +254,22 @@ void StreamWriter::State::flushFile()
     latency.add(environment.clock->now() - begin);
     unflushed = 0;
     if (error.isError()) {
+        if (error.value() == ENOENT) publish(QmxCounters::RecordedUpTo, 0); // the whole clip is gone
         fail(error);
         return;
     }
-    QmxCounters *counters = &environment.deck->counters;
-    counters->set(QmxCounters::RecordedUpTo, writer->framesDurable());
-    counters->set(QmxCounters::WriteLatencyP50, latency.percentile(0.50) / 1000);
-    counters->set(QmxCounters::WriteLatencyP99, latency.percentile(0.99) / 1000);
-    counters->set(QmxCounters::WriteLatencyMax, latency.maximum() / 1000);
+    publish(QmxCounters::RecordedUpTo, writer->framesDurable());
+    publish(QmxCounters::WriteLatencyP50, latency.percentile(0.50) / 1000);
+    publish(QmxCounters::WriteLatencyP99, latency.percentile(0.99) / 1000);
+    publish(QmxCounters::WriteLatencyMax, latency.maximum() / 1000);
+    if (events.level) tellLevel();
+}
+
+void StreamWriter::State::tellLevel()
+{
+    struct statfs64 medium = {};
+    if (environment.files->statfs(QFileInfo(path).path(), &medium) != 0 || medium.f_blocks == 0) return;
+    events.level(int(std::round(double(medium.f_bfree) / double(medium.f_blocks) * 100.0)));
 }
 
 void StreamWriter::State::closeFile()
@@ -221,7 +281,7 @@ void StreamWriter::State::closeFile()
         const bool wasFailed = failed;
         const qint64 frames = writer->framesWritten();
         error = writer->close();
-        if (!error.isError() && !wasFailed) environment.deck->counters.set(QmxCounters::RecordedUpTo, frames);
+        if (!error.isError() && !wasFailed) publish(QmxCounters::RecordedUpTo, frames);
         if (wasFailed) error = {}; // it has been told
     }
     {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/clip/qmxclipwriter.h"
+#include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxlatency.h"
 #include "platform/qmx/stream/streamwriter.h"
 
@@ -44,7 +45,7 @@ private:
 /// so that it can outlive everything else when the kernel does not return.
 struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
 {
-    enum class Step { Open, Write, Flush, Close, Idle };
+    enum class Step { Open, Begin, Write, Flush, Close, Idle };
 
     State(const QString &clipPath, const QmxClipInfo &clipInfo, const Events &receiver,
           const QmxEnvironment &where);
@@ -52,6 +53,7 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     void run();
     Step nextStep(QmxFrame &frame);
     void openFile();
+    void beginClip();
     void writeFrame(const QmxFrame &frame);
     void frameLeft();
     void flushFile();
@@ -60,6 +62,11 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     void judgeSpeed();
     void setSlow(bool now);
     void flushAtOnce();
+    void drop(qint64 frames);
+    void dropQueue();
+    void publish(QmxCounters::Row row, qint64 value);
+    void tellLevel();
+    QString hiddenPath() const;
     QmxError refusePlace() const;
     bool isFull() const
     {
@@ -68,7 +75,7 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
 
     const QmxEnvironment environment;
     const QString path;
-    const QmxClipInfo info;
+    QmxClipInfo info; ///< with the mutex once the thread runs
     const Events events;
     int maximumFrames = 0;
     qint64 maximumBytes = 0;
@@ -82,6 +89,9 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     qint64 dropped = 0; ///< frames that came after the medium had failed
     bool roomWanted = false;
     bool openAsked = false;
+    bool ahead = false; ///< the file has a hidden name
+    bool beginAsked = false;
+    bool figures = true; ///< the published ones are this clip's
     bool flushAsked = false;
     bool closeAsked = false;
     bool scheduled = false;

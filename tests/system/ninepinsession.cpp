@@ -316,7 +316,8 @@ TEST_F(Session, 09_obeysWhoIsInControl)
     EXPECT_TRUE(deck.ask(0x4004, NinepinController::timeData(10, 20, 30, 12)).isAck());
     EXPECT_TRUE(deck.ask(0x2002).isAck());
     ASSERT_TRUE(awaitBit(1, 1)) << "record, with its first frame";
-    EXPECT_TRUE(deck.time(0x600C, QByteArray(1, 1))->text().startsWith("10:20:3")) << "as it was preset";
+    EXPECT_TRUE(await([&] { return deck.time(0x600C, QByteArray(1, 1))->text().startsWith("10:20:3"); }))
+        << "as it was preset";
     EXPECT_TRUE(careful.ask(0x2000).isAck());
     EXPECT_TRUE(careful.ask(0x2001).isAck());
     std::this_thread::sleep_for(std::chrono::milliseconds(300));

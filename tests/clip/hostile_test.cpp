@@ -5,7 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QtEndian>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 // Files that damage alone does not make: their checksums are right and their numbers are not.
 
@@ -81,4 +85,51 @@ TEST(ClipHostile, WaymarksThatLeadAstrayChangeNothing)
             EXPECT_EQ(take.wholeFrames(path), 120) << value << " at " << which;
         }
     }
+}
+
+TEST(ClipHostile, WhatIsNoFileIsNoClipAndIsNeverWaitedFor)
+{
+    TestDir dir;
+    const ClipTake take(ClipTake::Format{});
+    take.make(dir.file("whole.mov"), 4, false);
+    const auto path = [&dir](const char *name) { return dir.file(name).toLocal8Bit(); };
+    ASSERT_EQ(::mkfifo(path("pipe.mov").constData(), 0600), 0);
+    ASSERT_EQ(::symlink(path("whole.mov").constData(), path("link.mov").constData()), 0);
+    ASSERT_EQ(::symlink("/dev/zero", path("device.mov").constData()), 0);
+    ASSERT_EQ(::mkdir(path("folder.mov").constData(), 0700), 0);
+    const QByteArray before = readAll(dir.file("whole.mov"));
+    for (const char *name : {"pipe.mov", "link.mov", "device.mov", "folder.mov"}) {
+        QmxClipInfo info;
+        bool repaired = false;
+        EXPECT_TRUE(QmxClipReader::probe(dir.file(name), info).isError()) << name;
+        EXPECT_TRUE(QmxClipReader().open(dir.file(name)).isError()) << name;
+        QmxClipReader::repair(dir.file(name), repaired);
+        EXPECT_FALSE(repaired) << name;
+        EXPECT_TRUE(QmxClipWriter().create(dir.file(name), take.info).isError()) << name;
+    }
+    EXPECT_EQ(readAll(dir.file("whole.mov")), before);
+}
+
+TEST(ClipHostile, AFewBytesWithHolesCostNoMoreThanTheyHold)
+{
+    TestDir dir;
+    const ClipTake take({128, 96, 25, 1, 203, 0, 0, false, 0});
+    const QString path = dir.file("a.mov");
+    take.make(path, 24, false);
+    QByteArray bytes = readAll(path);
+    const qsizetype second = bytes.indexOf("QMXSLOT1", bytes.indexOf("QMXSLOT1") + 1);
+    const qsizetype slot = second / 4096 * 4096;
+    // The second fragment lies behind a hole of a gigabyte and says that all of it held frames.
+    claim(bytes, second, 200'000, quint64(12'000'000) * 1000);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(bytes.first(slot));
+    ASSERT_TRUE(file.resize(qint64(1) << 30));
+    ASSERT_TRUE(file.seek((qint64(1) << 30) / 4096 * 4096));
+    file.write(bytes.mid(slot));
+    file.close();
+    QmxClipReader reader;
+    ASSERT_FALSE(reader.open(path).isError());
+    EXPECT_GE(reader.info().frames, 24) << "it is read";
+    EXPECT_LE(reader.info().frames, 12 + (1 << 18) + 12);
 }

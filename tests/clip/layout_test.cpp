@@ -3,6 +3,7 @@
 #include "platform/qmx/clip/movcrc.h"
 #include "platform/qmx/clip/movfragment.h"
 #include "platform/qmx/clip/movlayout.h"
+#include "platform/qmx/clip/movmovie.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/testfiles.h"
 
@@ -162,4 +163,22 @@ TEST(ClipLayout, KeepsWhatWasLostAndIsSavedFromAnotherThread)
             EXPECT_EQ(std::memcmp(is.data(), was.data(), size_t(is.samples()) * 8), 0) << i;
         }
     }
+}
+
+TEST(ClipLayout, ARunOfTimecodesNeverOutgrowsItsTable)
+{
+    // Terms as a stream may state them: after 71 frames their sum has more than 32 bits.
+    const ClipTake take({128, 96, 1'500'000'001, 60'000'000, 203, 0, 0, false, 0});
+    TestDir dir;
+    take.make(dir.file("a.mov"), 100, true);
+    MovInput input(QmxEnvironment::current());
+    ASSERT_FALSE(input.open(dir.file("a.mov")).isError());
+    qint64 moov = 0;
+    MovMovie movie;
+    ASSERT_FALSE(MovMovie::find(input, moov).isError() || MovMovie::read(input, moov, true, movie).isError());
+    qint64 length = 0;
+    for (const auto &run : movie.firstTrack(atomType("tmcd"))->times)
+        length += qint64(run.count) * run.delta;
+    EXPECT_EQ(length, 100 * qint64(60'000'000));
+    EXPECT_EQ(take.wholeFrames(dir.file("a.mov")), 100);
 }

@@ -4,6 +4,9 @@
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movtrack.h"
 
+#include <algorithm>
+#include <limits>
+
 void MovTables::append(const MovFragment &fragment)
 {
     for (const auto &frame : fragment.frames) {
@@ -46,9 +49,11 @@ void MovTables::writeVideo(AtomWriter &atoms, const MovFormat &format) const
 
 void MovTables::writeAudio(AtomWriter &atoms, const MovFormat &format) const
 {
+    // A count has 32 bits, a day of sound more samples: other programs then hear what can be counted.
+    const auto counted = quint32(std::min<qint64>(_samples, std::numeric_limits<quint32>::max()));
     atoms.begin("stts", 0, 0);
     atoms.u32(1);
-    atoms.u32(quint32(_samples));
+    atoms.u32(counted);
     atoms.u32(1);
     atoms.end();
     atoms.begin("stsc", 0, 0);
@@ -61,7 +66,7 @@ void MovTables::writeAudio(AtomWriter &atoms, const MovFormat &format) const
     atoms.end();
     atoms.begin("stsz", 0, 0);
     atoms.u32(quint32(format.audioFrameBytes()));
-    atoms.u32(quint32(_samples));
+    atoms.u32(counted);
     atoms.end();
     atoms.begin("co64", 0, 0);
     atoms.u32(_audioChunks);

@@ -15,6 +15,11 @@ namespace {
 
 /// How far behind a damaged slot the next whole one is looked for: no fragment is longer.
 constexpr qint64 maxSearch = qint64(1) << 31;
+/// In one clip: what is searched, and frames that are given a place although they are lost. A few bytes can claim
+/// any number of either, and half a megabyte of holes looks like gigabytes.
+constexpr qint64 maxSearchOfClip = 2 * maxSearch;
+constexpr qint64 maxLostFrames = qint64(1) << 18; // more than an hour at 60 frames a second
+constexpr qint64 maxFrames = qint64(1) << 24;
 constexpr qint64 searchStep = qint64(1) << 20;
 
 } // namespace
@@ -86,6 +91,7 @@ QmxError QmxClipIndex::loadOwn(MovInput &input, Place place, qint64 moov, bool t
     if (error.isError()) return error;
     _nextSlot = MovLayout::firstSlot;
     _nextSequence = 1;
+    _lost = _searched = 0;
     return walk(input);
 }
 
@@ -237,9 +243,11 @@ void QmxClipIndex::append(MovFragment fragment, MovInput &input)
     if (fragment.firstFrame > qint64(frames.size()) && fragment.sequence > _nextSequence) {
         const qint64 lostFragments = std::min<qint64>(fragment.sequence - _nextSequence,
                                                       (fragment.slot - _nextSlot) / MovLayout::slotSize);
-        if (fragment.firstFrame - qint64(frames.size()) <= lostFragments * MovLayout::maxFragmentFrames) {
+        const qint64 lost = fragment.firstFrame - qint64(frames.size());
+        if (lost <= lostFragments * MovLayout::maxFragmentFrames && _lost + lost <= maxLostFrames) {
             info.lostFrames.append({qint64(frames.size()), fragment.firstFrame - 1});
             frames.resize(size_t(fragment.firstFrame));
+            _lost += lost;
         }
     }
     // Whoever finishes the file counts as we do here.
@@ -270,7 +278,7 @@ QmxError QmxClipIndex::walk(MovInput &input)
         uchar head[MovLayout::block];
         if (!input.read(head, sizeof head, 0).isError()) ahead.read(input, _format, MovWaymarks::read(head));
     }
-    while (_nextSlot <= input.size() - MovLayout::slotSize) {
+    while (_nextSlot <= input.size() - MovLayout::slotSize && qint64(frames.size()) < maxFrames) {
         std::optional<MovFragment> fragment = ahead.take(_nextSlot);
         bool isOpen = false;
         if (!fragment) {
@@ -303,9 +311,10 @@ bool QmxClipIndex::findSlot(MovInput &input, qint64 from, MovFragment &fragment)
 {
     const qint64 end = std::min(from + maxSearch, input.size());
     QByteArray piece(searchStep, Qt::Uninitialized);
-    for (; from < end; from += piece.size()) {
+    for (; from < end && _searched < maxSearchOfClip; from += piece.size()) {
         piece.resize(std::min(searchStep, (end - from) / MovLayout::block * MovLayout::block));
         if (piece.isEmpty() || input.read(piece.data(), piece.size(), from).isError()) return false;
+        _searched += piece.size();
         for (qsizetype i = 0; i < piece.size(); i += MovLayout::block) {
             const std::span<const uchar> slot(reinterpret_cast<const uchar *>(piece.constData()) + i,
                                               size_t(MovLayout::block));

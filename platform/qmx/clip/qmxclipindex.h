@@ -78,6 +78,8 @@ private:
     MovFormat _format; ///< of a growing clip, as far as its slots need it
     qint64 _nextSlot = 0;
     quint32 _nextSequence = 1;
+    qint64 _lost = 0;     ///< frames that have a place and cannot be read
+    qint64 _searched = 0; ///< bytes
     std::vector<MovFragment> _fragments;
     qint64 _crcFirst = 0; ///< frame of the first of _crcs
     std::vector<quint32> _crcs;

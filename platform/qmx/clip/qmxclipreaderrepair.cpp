@@ -6,21 +6,31 @@
 
 #include "platform/qmx/clip/atomcursor.h"
 
+#include <algorithm>
 #include <cerrno>
 
 namespace {
 
-/// What takes the place of fragments that are lost between two: the last picture is repeated and as much of
-/// the last sound, so that numbers, timecodes and the distance of sound and picture stay.
-MovFragment bridge(const MovFragment &before, const MovFragment &after)
+/// What takes the place of fragments that are lost before `after`: the picture before them is repeated and as much of
+/// the sound as is missing, so that numbers, timecodes and the distance of sound and picture stay. At the begin of a
+/// clip it is the first picture and sound that are left.
+void bridge(MovTables &tables, const MovFragment *before, const MovFragment &after)
 {
+    const MovFragment &near = before ? *before : after;
     MovFragment gap;
-    gap.firstFrame = before.firstFrame + qint64(before.frames.size());
-    gap.frames.assign(size_t(std::max<qint64>(0, after.firstFrame - gap.firstFrame)), before.frames.back());
-    const qint64 missing = after.firstSample - (before.firstSample + before.samples());
-    gap.audioOffset = before.audioOffset;
-    if (missing > 0) gap.audioBlocks.push_back(quint32(std::min(missing, before.samples())));
-    return gap;
+    gap.firstFrame = tables.frames();
+    gap.frames.assign(size_t(after.firstFrame - gap.firstFrame), before ? near.frames.back() : near.frames.front());
+    gap.audioOffset = near.audioOffset;
+    qint64 missing = after.firstSample - tables.samples();
+    // Of a clip whose sound is nearly empty a number in it could ask for more pieces than there are frames.
+    const bool sane = near.samples() > 0 && missing / near.samples() <= 2 * qint64(gap.frames.size()) + 1;
+    for (bool first = true; first || (sane && missing > 0); first = false) {
+        const qint64 samples = sane ? std::clamp<qint64>(missing, 0, near.samples()) : 0;
+        gap.audioBlocks.assign(samples > 0 ? 1 : 0, quint32(samples));
+        tables.append(gap);
+        gap.frames.clear();
+        missing -= samples;
+    }
 }
 
 QmxError readJumps(MovInput &input, MovFragment &fragment)
@@ -74,14 +84,14 @@ QmxError QmxClipReader::repair(const QString &path, bool &repaired, const QmxEnv
     error = formatOf(input, index, format);
     if (error.isError()) return error;
     MovTables tables;
-    MovFragment before;
-    for (MovFragment fragment : index.fragments()) {
-        if (!before.frames.empty() && fragment.firstFrame > tables.frames())
-            tables.append(bridge(before, fragment));
+    const MovFragment *before = nullptr;
+    for (const MovFragment &found : index.fragments()) {
+        MovFragment fragment = found;
+        if (fragment.firstFrame > tables.frames()) bridge(tables, before, fragment);
         error = readJumps(input, fragment);
         if (error.isError()) return error;
         tables.append(fragment);
-        before = std::move(fragment);
+        before = &found;
     }
     QByteArray header(MovLayout::headerSize, '\0');
     error = input.read(header.data(), header.size(), 0);

@@ -41,6 +41,7 @@ struct QmxClipWriter::Private
     void addSound(const QmxFrame &frame);
     void findSoundPhase();
     void addTimecode(const QmxFrame &frame);
+    void addJump(quint32 timecode);
     QmxError flush();
     QmxError writeTail();
     QmxError publish(const MovFragment &fragment);
@@ -62,6 +63,7 @@ struct QmxClipWriter::Private
     MovAlignedBuffer scratch; ///< for what is not in aligned memory
     QmxBuffer lastPicture;
     quint32 nextTimecode = 0; ///< frame number that continues the timecode
+    qint64 lastJump = 0;      ///< frame at which the present run of timecodes began
     std::atomic<qint64> written = 0;
     std::atomic<qint64> durable = 0;
 };
@@ -155,6 +157,13 @@ void QmxClipWriter::Private::findSoundPhase()
     }
 }
 
+void QmxClipWriter::Private::addJump(quint32 timecode)
+{
+    fragment.jumps.push_back({written, timecode, 0});
+    nextTimecode = timecode;
+    lastJump = written;
+}
+
 void QmxClipWriter::Private::addTimecode(const QmxFrame &frame)
 {
     auto timecode = frame.meta().value(QmxId(timecodeKey)).value<QmxTimecode>();
@@ -166,11 +175,11 @@ void QmxClipWriter::Private::addTimecode(const QmxFrame &frame)
         timecode.setFPS(format.timecodeFps);
         timecode.setDropFrame(format.info.startTimecode.isDropFrame());
         const quint32 value = quint32(timecode.toFrameNumber());
-        if (value != nextTimecode) {
-            fragment.jumps.push_back({written, value, 0});
-            nextTimecode = value;
-        }
+        if (value != nextTimecode) addJump(value);
     }
+    // A length in the tables has 32 bits: a run that would outgrow them goes on as another one.
+    constexpr qint64 longestRun = qint64(1) << 31;
+    if (format.hasTimecode && (written - lastJump) * format.frameDuration >= longestRun) addJump(nextTimecode);
     // At 24 hours the count begins anew; QmxTimecode knows where that is with drop-frame counting.
     nextTimecode = quint32(
         QmxTimecode(int(nextTimecode + 1), format.timecodeFps, format.info.startTimecode.isDropFrame())
@@ -268,6 +277,7 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     d->failure = QmxError();
     d->written = d->durable = 0;
     d->nextTimecode = d->format.startFrame;
+    d->lastJump = 0;
     d->lastPicture = QmxBuffer();
     d->fragment = MovFragment();
     d->beginFragment(MovLayout::firstSlot);

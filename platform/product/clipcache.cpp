@@ -4,6 +4,7 @@
 #include "platform/product/processmark.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/store/storefiles.h"
 
 #include <QByteArray>
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 
 #include <boost/crc.hpp>
@@ -108,8 +110,10 @@ class ClipCache::Segment
 {
 public:
     /// `memory` has been opened; throws when it cannot be mapped.
-    Segment(const bip::shared_memory_object &memory, const Names &names)
-        : _region(memory, bip::read_write), _identity(StoreFiles::identity(pathOf(names)))
+    Segment(bip::shared_memory_object &&memory, const Names &names)
+        : _memory(std::move(memory)),
+          _region(_memory, bip::read_write),
+          _identity(StoreFiles::identity(pathOf(names)))
     {}
 
     Head &head() const { return *static_cast<Head *>(_region.get_address()); }
@@ -123,6 +127,14 @@ public:
         return static_cast<char *>(_region.get_address()) + headSize + (generation % slotCount) * room();
     }
 
+    /// The segment is far larger than most lists: what is about to be written is made sure of.
+    bool reserve(quint64 generation, std::size_t bytes) const
+    {
+        const std::size_t from = headSize + (generation % slotCount) * room();
+        return QmxSharedMemory::reserve(_memory.get_mapping_handle().handle, qsizetype(from),
+                                        qsizetype(bytes));
+    }
+
     /// The name still stands for this segment.
     bool isAt(const Names &names) const { return _identity == StoreFiles::identity(pathOf(names)); }
 
@@ -133,6 +145,7 @@ private:
     /// Where the C library keeps shared memory (shm_overview(7)).
     static std::string pathOf(const Names &names) { return "/dev/shm/" + names.segment; }
 
+    bip::shared_memory_object _memory;
     bip::mapped_region _region;
     std::optional<StoreFiles::Identity> _identity;
 };
@@ -141,10 +154,10 @@ private:
 std::unique_ptr<ClipCache::Segment> ClipCache::Segment::open(const Names &names)
 {
     try {
-        const bip::shared_memory_object memory(bip::open_only, names.segment.c_str(), bip::read_write);
+        bip::shared_memory_object memory(bip::open_only, names.segment.c_str(), bip::read_write);
         bip::offset_t size = 0;
         if (!memory.get_size(size) || size != static_cast<bip::offset_t>(names.size)) return nullptr;
-        auto segment = std::make_unique<Segment>(memory, names);
+        auto segment = std::make_unique<Segment>(std::move(memory), names);
         return segment->isWhole() ? std::move(segment) : nullptr;
     } catch (const bip::interprocess_exception &) {
         return nullptr;
@@ -161,7 +174,11 @@ std::unique_ptr<ClipCache::Segment> ClipCache::Segment::make(const Names &names)
                                          bip::permissions(StoreFiles::fileMode));
         memory.truncate(static_cast<bip::offset_t>(names.size));
         StoreFiles::shareWithGroup(pathOf(names));
-        auto segment = std::make_unique<Segment>(memory, names);
+        if (!QmxSharedMemory::reserve(memory.get_mapping_handle().handle, 0, headSize)) {
+            bip::shared_memory_object::remove(names.segment.c_str());
+            return nullptr;
+        }
+        auto segment = std::make_unique<Segment>(std::move(memory), names);
         std::atomic_ref(segment->head().format).store(formatMark);
         return segment;
     } catch (const bip::interprocess_exception &) {
@@ -215,6 +232,9 @@ bool ClipCache::publish(const std::vector<ClipListing> &listings, std::string *e
     if (!_mutex->lock(_segment->owner(), wait)) return fail("another process holds its mutex");
     const SharedMutexHolder holder(*_mutex, _segment->owner());
     const quint64 next = _segment->generation().load() + 1;
+    if (!_segment->reserve(next, static_cast<std::size_t>(text.size())))
+        return fail(std::string("shared memory ") + kinds[_kind].segment +
+                    " has no room: " + std::strerror(errno));
     Slot &slot = _segment->head().states[next % slotCount];
     slot = {};
     std::memcpy(_segment->slot(next), text.constData(), static_cast<std::size_t>(text.size()));

@@ -3,15 +3,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <cstdint>
 #include <cstring>
 
-#include <fcntl.h>
 #include <sched.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -38,29 +33,15 @@ std::size_t textWords(std::size_t size)
 
 ShmString::ShmString(const std::string &name) : _name(name) {}
 
-ShmString::~ShmString()
-{
-    if (_data) ::munmap(_data, _size);
-}
+ShmString::~ShmString() = default;
 
 bool ShmString::create(int size)
 {
     if (_data || size < static_cast<int>(minimumSize) || size % static_cast<int>(wordSize) != 0) return false;
-    const int fd = ::shm_open(_name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, segmentMode);
-    if (fd < 0) return false;
-    struct stat info
-    {};
-    bool done = ::fstat(fd, &info) == 0;
-    // Only the owner may; one left behind by another owner keeps its rights.
-    if (done && (info.st_mode & 0777) != segmentMode && ::fchmod(fd, segmentMode) != 0) done = errno == EPERM;
-    // Taken over as it is: readers that have it mapped go on.
-    done = done && (info.st_size == size || ::ftruncate(fd, size) == 0);
-    void *mapped =
-        done ? ::mmap(nullptr, static_cast<std::size_t>(size), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0)
-             : MAP_FAILED;
-    ::close(fd);
-    if (mapped == MAP_FAILED) return false;
-    _data = static_cast<unsigned char *>(mapped);
+    _memory = QmxSharedMemory::make(QString::fromStdString(_name), size, segmentMode,
+                                    QmxSharedMemory::Existing::Keep);
+    if (!_memory) return false;
+    _data = _memory->data();
     _size = static_cast<std::size_t>(size);
     set("");
     return true;
@@ -89,27 +70,17 @@ void ShmString::set(const char *text)
 
 ShmStringReader::ShmStringReader(const std::string &name) : _name(name) {}
 
-ShmStringReader::~ShmStringReader()
-{
-    if (_data) ::munmap(const_cast<unsigned char *>(_data), _size);
-}
+ShmStringReader::~ShmStringReader() = default;
 
 bool ShmStringReader::open()
 {
     if (_data) return true;
-    const int fd = ::shm_open(_name.c_str(), O_RDONLY | O_CLOEXEC, 0);
-    if (fd < 0) return false;
-    struct stat info
-    {};
-    const bool fits = ::fstat(fd, &info) == 0 && info.st_size >= static_cast<off_t>(minimumSize) &&
-                      info.st_size % static_cast<off_t>(wordSize) == 0;
-    void *mapped = fits
-                       ? ::mmap(nullptr, static_cast<std::size_t>(info.st_size), PROT_READ, MAP_SHARED, fd, 0)
-                       : MAP_FAILED;
-    ::close(fd);
-    if (mapped == MAP_FAILED) return false;
-    _data = static_cast<const unsigned char *>(mapped);
-    _size = static_cast<std::size_t>(info.st_size);
+    _memory =
+        QmxSharedMemory::open(QString::fromStdString(_name), QmxSharedMemory::Access::Read, minimumSize);
+    if (_memory && _memory->size() % qsizetype(wordSize) != 0) _memory.reset();
+    if (!_memory) return false;
+    _data = _memory->data();
+    _size = static_cast<std::size_t>(_memory->size());
     return true;
 }
 

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxsharedmemory.h"
+
 #include <cstddef>
+#include <memory>
 #include <string>
 
 /// A short text in shared memory, written at frame rate by one process and read by any.
@@ -24,6 +27,7 @@ public:
 
 private:
     std::string _name;
+    std::unique_ptr<QmxSharedMemory> _memory;
     unsigned char *_data = nullptr;
     std::size_t _size = 0;
 };
@@ -45,6 +49,7 @@ private:
     bool open();
 
     std::string _name;
+    std::unique_ptr<QmxSharedMemory> _memory;
     const unsigned char *_data = nullptr;
     std::size_t _size = 0;
 };

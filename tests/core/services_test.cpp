@@ -9,6 +9,7 @@
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxprofileclock.h"
+#include "platform/qmx/core/qmxsharedmemory.h"
 #include "tests/support/print.h"
 #include "tests/support/sendsignal.h"
 #include "tests/support/stepper.h"
@@ -20,10 +21,13 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <random>
+#include <sched.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -82,6 +86,41 @@ TEST(Counters, AreReadByNameFromOutside)
         EXPECT_EQ(reader.value("ticks"), 0);
     }
     shm_unlink(qPrintable(name));
+}
+
+TEST(SharedMemory, IsThereWhenItIsMadeOrIsRefused)
+{
+    constexpr qsizetype bytes = 1 << 20;
+    const QString name = QStringLiteral("/xp_test_%1").arg(getpid());
+    const auto make = [&](qsizetype size, QmxSharedMemory::Existing existing) {
+        return QmxSharedMemory::make(name, size, 0640, existing);
+    };
+    using Existing = QmxSharedMemory::Existing;
+    const auto first = make(bytes, Existing::Keep);
+    ASSERT_TRUE(first);
+    first->data()[7] = 42;
+    EXPECT_EQ(make(bytes, Existing::Keep)->data()[7], 42);
+    EXPECT_EQ(make(2 * bytes, Existing::Keep)->data()[7], 0) << "never resized under others";
+    EXPECT_EQ(first->data()[7], 42);
+    EXPECT_EQ(make(2 * bytes, Existing::Replace)->size(), 2 * bytes);
+    EXPECT_FALSE(QmxSharedMemory::open(name, QmxSharedMemory::Access::Read, 3 * bytes));
+    shm_unlink(qPrintable(name));
+    ASSERT_EQ(symlink("/dev/zero", qPrintable(QStringLiteral("/dev/shm") + name)), 0);
+    EXPECT_FALSE(QmxSharedMemory::open(name, QmxSharedMemory::Access::Read, 1));
+    EXPECT_TRUE(make(bytes, Existing::Keep)) << "in place of a link";
+    shm_unlink(qPrintable(name));
+    if (geteuid() != 0) GTEST_SKIP() << "a small /dev/shm needs root";
+    const pid_t child = fork();
+    if (child == 0) {
+        const bool small = unshare(CLONE_NEWNS) == 0 &&
+                           mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                           mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=256k") == 0;
+        if (small) _exit(make(bytes, Existing::Keep) || errno != ENOSPC ? 1 : 0);
+        _exit(2);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : -1, 0);
 }
 
 TEST(Counters, TheLongestTurnOfTheLoopIsMeasured)

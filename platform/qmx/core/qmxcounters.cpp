@@ -2,12 +2,15 @@
 #include "platform/qmx/core/qmxcounters.h"
 
 #include "platform/qmx/core/qmxcounterslayout.h"
+#include "platform/qmx/core/qmxsharedmemory.h"
 
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <mutex>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <vector>
 
 using namespace QmxCountersLayout;
 
@@ -65,7 +68,7 @@ struct QmxCounters::Private
     std::atomic<uchar *> table{own};
     std::mutex publishing;
     QString name; // under which it has been published
-    int lockedFd = -1;
+    std::vector<std::unique_ptr<QmxSharedMemory>> published;
 };
 
 QmxCounters::QmxCounters() : d(std::make_unique<Private>())
@@ -97,29 +100,23 @@ bool QmxCounters::publish(const QString &name)
     if (name == d->name) return true;
     const QByteArray path = name.toLocal8Bit();
     if (isTaken(path)) return false;
-    // A new object in place of an old one: whoever still reads that one sees it stand still, not a mixture.
-    shm_unlink(path.constData());
-    const int fd = shm_open(path.constData(), O_CREAT | O_EXCL | O_RDWR, 0644);
-    if (fd < 0) return false;
+    constexpr mode_t everybodyReads = 0644;
+    auto memory = QmxSharedMemory::make(name, tableSize, everybodyReads, QmxSharedMemory::Existing::Replace);
+    if (!memory) return false;
     struct flock request = wholeFile();
-    void *memory = MAP_FAILED;
-    if (ftruncate(fd, tableSize) == 0 && fcntl(fd, F_OFD_SETLK, &request) == 0)
-        memory = mmap(nullptr, tableSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    if (memory == MAP_FAILED) {
-        close(fd);
+    if (fcntl(memory->descriptor(), F_OFD_SETLK, &request) != 0) {
         shm_unlink(path.constData());
         return false;
     }
-    auto *table = static_cast<uchar *>(memory);
+    uchar *const table = memory->data();
     fill(table);
     auto *cells = reinterpret_cast<QmxCountersLayout::Row *>(table + sizeof(Header));
     for (int i = 0; i < RowCount; ++i)
         cells[i].value.store(value(Row(i)), std::memory_order_relaxed);
     d->table.store(table, std::memory_order_release);
     d->name = name;
-    // The memory of a name before stays: a thread may be counting there at this moment.
-    if (d->lockedFd >= 0) close(d->lockedFd);
-    d->lockedFd = fd; // stays open: the kernel lets go of its lock when the process ends
+    // Stays: the kernel lets go of its lock when the process ends. One before it may still be counted in.
+    d->published.push_back(std::move(memory));
     return true;
 }
 

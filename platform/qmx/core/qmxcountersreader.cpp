@@ -3,45 +3,38 @@
 #include "platform/qmx/core/qmxcounterslayout.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsharedmemory.h"
 
 #include <cstring>
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 using namespace QmxCountersLayout;
 
 struct QmxCountersReader::Private
 {
-    const uchar *memory = nullptr;
-    size_t size = 0;
+    std::unique_ptr<QmxSharedMemory> memory;
+    // Taken once and found good: whoever writes there could change them under a reader.
+    quint32 headerSize = 0;
+    quint32 rowSize = 0;
+    quint32 count = 0;
 
-    ~Private() { unmap(); }
-    void unmap();
-    bool makesSense() const;
-    const Header *header() const { return reinterpret_cast<const Header *>(memory); }
+    bool makesSense();
+    const Header *header() const { return reinterpret_cast<const Header *>(memory->data()); }
     const Row *row(quint32 i) const
     {
-        return reinterpret_cast<const Row *>(memory + header()->headerSize + size_t(i) * header()->rowSize);
+        return reinterpret_cast<const Row *>(memory->data() + headerSize + size_t(i) * rowSize);
     }
 };
 
-void QmxCountersReader::Private::unmap()
-{
-    if (memory) munmap(const_cast<uchar *>(memory), size);
-    memory = nullptr;
-    size = 0;
-}
-
-bool QmxCountersReader::Private::makesSense() const
+bool QmxCountersReader::Private::makesSense()
 {
     constexpr quint32 largest = 4096;
-    if (size < sizeof(Header) || header()->magic.load(std::memory_order_acquire) != magic) return false;
-    const Header *h = header();
-    return h->headerSize >= sizeof(Header) && h->headerSize <= largest && h->headerSize % alignof(Row) == 0 &&
-           h->rowSize >= sizeof(Row) && h->rowSize <= largest && h->rowSize % alignof(Row) == 0 &&
-           h->count <= largest && h->headerSize + size_t(h->count) * h->rowSize <= size;
+    if (header()->magic.load(std::memory_order_acquire) != magic) return false;
+    headerSize = header()->headerSize;
+    rowSize = header()->rowSize;
+    count = header()->count;
+    return headerSize >= sizeof(Header) && headerSize <= largest && headerSize % alignof(Row) == 0 &&
+           rowSize >= sizeof(Row) && rowSize <= largest && rowSize % alignof(Row) == 0 && count <= largest &&
+           headerSize + size_t(count) * rowSize <= size_t(memory->size());
 }
 
 QmxCountersReader::QmxCountersReader() : d(std::make_unique<Private>()) {}
@@ -49,20 +42,9 @@ QmxCountersReader::~QmxCountersReader() = default;
 
 bool QmxCountersReader::open(const QString &name)
 {
-    d->unmap();
-    const int fd = shm_open(name.toLocal8Bit().constData(), O_RDONLY, 0);
-    if (fd < 0) return false;
-    struct stat status = {};
-    void *memory = MAP_FAILED;
-    if (fstat(fd, &status) == 0 && status.st_size > 0)
-        memory = mmap(nullptr, size_t(status.st_size), PROT_READ, MAP_SHARED, fd, 0);
-    close(fd);
-    if (memory == MAP_FAILED) return false;
-    d->memory = static_cast<const uchar *>(memory);
-    d->size = size_t(status.st_size);
-    if (d->makesSense()) return true;
-    d->unmap();
-    return false;
+    d->memory = QmxSharedMemory::open(name, QmxSharedMemory::Access::Read, sizeof(Header));
+    if (d->memory && !d->makesSense()) d->memory.reset();
+    return d->memory != nullptr;
 }
 
 bool QmxCountersReader::open()
@@ -73,7 +55,7 @@ bool QmxCountersReader::open()
 QList<QmxCountersReader::Counter> QmxCountersReader::counters() const
 {
     QList<Counter> result;
-    for (quint32 i = 0; d->memory && i < d->header()->count; ++i) {
+    for (quint32 i = 0; d->memory && i < d->count; ++i) {
         const Row *row = d->row(i);
         result.append({QString::fromLatin1(row->name, qsizetype(strnlen(row->name, sizeof(row->name)))),
                        QString::fromLatin1(row->unit, qsizetype(strnlen(row->unit, sizeof(row->unit)))),
@@ -85,7 +67,7 @@ QList<QmxCountersReader::Counter> QmxCountersReader::counters() const
 qint64 QmxCountersReader::value(const QString &name) const
 {
     const QByteArray wanted = name.toLatin1();
-    for (quint32 i = 0; d->memory && i < d->header()->count; ++i) {
+    for (quint32 i = 0; d->memory && i < d->count; ++i) {
         const Row *row = d->row(i);
         if (std::strncmp(row->name, wanted.constData(), sizeof(row->name)) == 0)
             return row->value.load(std::memory_order_relaxed);

@@ -2,17 +2,19 @@
 #include "platform/qmx/edges/qmxpreview.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/edges/sharedwords.h"
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstring>
 #include <vector>
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -81,21 +83,6 @@ size_t contentBytes(int width, int height)
 {
     return offsetof(Content, pixels) + size_t(width) * size_t(height) * 3 / 2;
 }
-
-Layout *map(const QString &name, bool writable)
-{
-    const int fd = shm_open(name.toLocal8Bit().constData(), writable ? O_RDWR | O_CREAT : O_RDONLY, 0644);
-    if (fd < 0) return nullptr;
-    struct stat data;
-    bool sized = fstat(fd, &data) == 0 && data.st_size >= off_t(sizeof(Layout));
-    if (!sized && writable) sized = ftruncate(fd, sizeof(Layout)) == 0;
-    void *memory = MAP_FAILED;
-    if (sized)
-        memory =
-            mmap(nullptr, sizeof(Layout), writable ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd, 0);
-    close(fd);
-    return memory == MAP_FAILED ? nullptr : static_cast<Layout *>(memory);
-}
 } // namespace
 
 QString QmxPreview::defaultName()
@@ -106,6 +93,7 @@ QString QmxPreview::defaultName()
 struct QmxPreviewWriter::Private
 {
     QString name;
+    std::unique_ptr<QmxSharedMemory> memory;
     Layout *shared = nullptr;
     Content content{};
 };
@@ -113,8 +101,14 @@ struct QmxPreviewWriter::Private
 QmxPreviewWriter::QmxPreviewWriter(const QString &name) : d(std::make_unique<Private>())
 {
     d->name = name;
-    d->shared = map(name, true);
-    if (!d->shared) return;
+    constexpr mode_t everybodyReads = 0644;
+    d->memory = QmxSharedMemory::make(name, sizeof(Layout), everybodyReads, QmxSharedMemory::Existing::Keep);
+    if (!d->memory) {
+        qmxLogOutput(2, "qmxpreview", __LINE__, "There is no preview: shared memory %s cannot be made: %s\n",
+                     qUtf8Printable(name), qUtf8Printable(QmxError(errno).toString()));
+        return;
+    }
+    d->shared = reinterpret_cast<Layout *>(d->memory->data());
     d->shared->pid = getpid();
     // A writer that was killed in the middle of a picture has left an odd number.
     for (Slot &slot : d->shared->slot)
@@ -126,7 +120,6 @@ QmxPreviewWriter::~QmxPreviewWriter()
 {
     if (!d->shared) return;
     if (d->shared->pid == getpid()) shm_unlink(d->name.toLocal8Bit().constData());
-    munmap(d->shared, sizeof(Layout));
 }
 
 bool QmxPreviewWriter::isOpen() const
@@ -172,13 +165,14 @@ void QmxPreviewWriter::write(const QmxPreviewPicture &picture)
 
 struct QmxPreviewReader::Private
 {
+    std::unique_ptr<QmxSharedMemory> memory;
     Layout *shared = nullptr;
     Content content{};
 
     void close()
     {
-        if (shared) munmap(shared, sizeof(Layout));
         shared = nullptr;
+        memory.reset();
     }
 };
 
@@ -192,7 +186,8 @@ QmxPreviewReader::~QmxPreviewReader()
 bool QmxPreviewReader::open(const QString &name)
 {
     d->close();
-    d->shared = map(name, false);
+    d->memory = QmxSharedMemory::open(name, QmxSharedMemory::Access::Read, sizeof(Layout));
+    if (d->memory) d->shared = reinterpret_cast<Layout *>(d->memory->data());
     if (d->shared && d->shared->magic != magicNumber) d->close();
     return d->shared;
 }

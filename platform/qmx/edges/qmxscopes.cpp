@@ -2,15 +2,14 @@
 #include "platform/qmx/edges/qmxscopes.h"
 
 #include "platform/qmx/codec/qmxpicture.h"
+#include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/edges/sharedwords.h"
 
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -30,24 +29,6 @@ struct Layout
 };
 static_assert(offsetof(Layout, scopes) % sizeof(quint64) == 0);
 static_assert(sizeof(QmxScopes) % sizeof(quint64) == 0);
-
-/// Both sides write: the one pictures, the other that it looks.
-Layout *map(const QString &name, bool create)
-{
-    constexpr mode_t groupWrites = 0664;
-    const int fd = shm_open(name.toLocal8Bit().constData(), create ? O_RDWR | O_CREAT : O_RDWR, groupWrites);
-    if (fd < 0) return nullptr;
-    struct stat data;
-    bool sized = fstat(fd, &data) == 0 && data.st_size >= off_t(sizeof(Layout));
-    if (create) {
-        fchmod(fd, groupWrites); // whatever the mask; one that belongs to somebody else stays as it is
-        if (!sized) sized = ftruncate(fd, sizeof(Layout)) == 0;
-    }
-    void *memory =
-        sized ? mmap(nullptr, sizeof(Layout), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0) : MAP_FAILED;
-    close(fd);
-    return memory == MAP_FAILED ? nullptr : static_cast<Layout *>(memory);
-}
 
 /// Weights of the colour differences in 1/65536, from and to legal range.
 struct Matrix
@@ -157,14 +138,17 @@ QString QmxScopes::nameBeside(const QString &preview)
 struct QmxScopesWriter::Private
 {
     QString name;
+    std::unique_ptr<QmxSharedMemory> memory;
     Layout *shared = nullptr;
 };
 
 QmxScopesWriter::QmxScopesWriter(const QString &name) : d(std::make_unique<Private>())
 {
     d->name = name;
-    d->shared = map(name, true);
-    if (!d->shared) return;
+    constexpr mode_t groupWrites = 0664; // both sides write: the one pictures, the other that it looks
+    d->memory = QmxSharedMemory::make(name, sizeof(Layout), groupWrites, QmxSharedMemory::Existing::Keep);
+    if (!d->memory) return;
+    d->shared = reinterpret_cast<Layout *>(d->memory->data());
     d->shared->pid = getpid();
     d->shared->sequence = d->shared->sequence.load() / 2 * 2; // of a writer that was killed in the middle
     d->shared->magic = magicNumber;
@@ -174,7 +158,6 @@ QmxScopesWriter::~QmxScopesWriter()
 {
     if (!d->shared) return;
     if (d->shared->pid == getpid()) shm_unlink(d->name.toLocal8Bit().constData());
-    munmap(d->shared, sizeof(Layout));
 }
 
 quint64 QmxScopesWriter::asked() const
@@ -194,12 +177,13 @@ void QmxScopesWriter::write(const QmxScopes &scopes)
 
 struct QmxScopesReader::Private
 {
+    std::unique_ptr<QmxSharedMemory> memory;
     Layout *shared = nullptr;
 
     void close()
     {
-        if (shared) munmap(shared, sizeof(Layout));
         shared = nullptr;
+        memory.reset();
     }
 };
 
@@ -213,7 +197,8 @@ QmxScopesReader::~QmxScopesReader()
 bool QmxScopesReader::open(const QString &name)
 {
     d->close();
-    d->shared = map(name, false);
+    d->memory = QmxSharedMemory::open(name, QmxSharedMemory::Access::Write, sizeof(Layout));
+    if (d->memory) d->shared = reinterpret_cast<Layout *>(d->memory->data());
     if (d->shared && d->shared->magic != magicNumber) d->close();
     return d->shared;
 }

@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/core/qmxsharedmemory.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/// Closes and keeps errno.
+std::nullptr_t giveUp(int fd)
+{
+    const int reason = errno;
+    ::close(fd);
+    errno = reason;
+    return nullptr;
+}
+
+} // namespace
+
+bool QmxSharedMemory::reserve(int fd, qsizetype from, qsizetype bytes)
+{
+    errno = bytes > 0 ? ::posix_fallocate(fd, off_t(from), off_t(bytes)) : 0;
+    return errno == 0;
+}
+
+std::unique_ptr<QmxSharedMemory> QmxSharedMemory::map(int fd, qsizetype size, Access access)
+{
+    const int protection = access == Access::Write ? PROT_READ | PROT_WRITE : PROT_READ;
+    void *memory = ::mmap(nullptr, size_t(size), protection, MAP_SHARED, fd, 0);
+    if (memory == MAP_FAILED) return giveUp(fd);
+    return std::unique_ptr<QmxSharedMemory>(new QmxSharedMemory(fd, static_cast<uchar *>(memory), size));
+}
+
+std::unique_ptr<QmxSharedMemory> QmxSharedMemory::make(const QString &name, qsizetype bytes, mode_t mode,
+                                                       Existing existing)
+{
+    // shm_open(3) follows no link. A segment is never made smaller or larger: others may have it mapped.
+    const QByteArray path = QFile::encodeName(name);
+    struct stat info = {};
+    if (existing == Existing::Keep) {
+        const int fd = ::shm_open(path.constData(), O_RDWR, 0);
+        if (fd >= 0 && ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size == bytes) {
+            ::fchmod(fd, mode); // one that belongs to somebody else stays as it is
+            return reserve(fd, 0, bytes) ? map(fd, bytes, Access::Write) : giveUp(fd);
+        }
+        if (fd >= 0) ::close(fd);
+    }
+    if (::shm_unlink(path.constData()) != 0 && errno != ENOENT) return nullptr;
+    const int fd = ::shm_open(path.constData(), O_RDWR | O_CREAT | O_EXCL, mode);
+    if (fd < 0) return nullptr;
+    if (::fchmod(fd, mode) == 0 && ::ftruncate(fd, off_t(bytes)) == 0 && reserve(fd, 0, bytes))
+        return map(fd, bytes, Access::Write);
+    const int reason = errno;
+    ::shm_unlink(path.constData());
+    errno = reason;
+    return giveUp(fd);
+}
+
+std::unique_ptr<QmxSharedMemory> QmxSharedMemory::open(const QString &name, Access access, qsizetype least)
+{
+    const int flags = access == Access::Write ? O_RDWR : O_RDONLY;
+    const int fd = ::shm_open(QFile::encodeName(name).constData(), flags, 0);
+    if (fd < 0) return nullptr;
+    struct stat info = {};
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size < least || info.st_size <= 0)
+        return giveUp(fd);
+    return map(fd, info.st_size, access);
+}
+
+QmxSharedMemory::~QmxSharedMemory()
+{
+    ::munmap(_data, size_t(_size));
+    ::close(_fd);
+}

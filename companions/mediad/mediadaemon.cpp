@@ -20,6 +20,7 @@
 #include <QSocketNotifier>
 
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -52,7 +53,16 @@ struct MediaDaemon::Place
     }
 
     const std::uint64_t mount;
+    /// Of ten thousand clips it may come when nobody waits any more: it is good for the next step then.
+    struct Seen
+    {
+        std::mutex mutex;
+        std::optional<Medium> medium;
+        bool isNew = false;
+    };
+
     const std::shared_ptr<MediumLook> look; ///< only on the medium's helper thread
+    const std::shared_ptr<Seen> seen = std::make_shared<Seen>();
     std::optional<Medium> known;            ///< of the last look
     std::uint64_t pictured = 0;             ///< the clips that have thumbnails, as Medium::clips; 0: none
     std::unique_ptr<QmxTaskThread> work;
@@ -205,17 +215,39 @@ std::vector<Medium> MediaDaemon::media()
         if (const auto before = _places.find(mount.path); before != _places.end())
             place = std::move(before->second);
         if (!place || place->mount != mount.mount) place = std::make_unique<Place>(mount.mount, _environment);
-        const auto answer = MediumHelper::instance().answer<std::optional<Medium>>(
-            mount.path, [look = place->look, mount, list] { return look->look(mount, list); },
-            _first ? firstLook : MediumHelper::limit);
-        if (answer)
-            place->known = *answer;
-        else if (place->known)
-            place->known->writable = false; // it hangs; nothing is begun on it
+        lookAt(*place, mount, list);
         if (place->known) found.push_back(*place->known);
     }
     _places = std::move(places);
     return found;
+}
+
+void MediaDaemon::lookAt(Place &place, const Mount &mount, bool list)
+{
+    const auto wait = _first ? firstLook : MediumHelper::limit;
+    MediumHelper::instance().ask(
+        mount.path,
+        [look = place.look, mount, list, seen = place.seen] {
+            std::optional<Medium> medium = look->look(mount, list);
+            const std::lock_guard lock(seen->mutex);
+            seen->medium = std::move(medium);
+            seen->isNew = true;
+        },
+        wait);
+    const auto room = MediumHelper::instance().answer<std::optional<MediumRoom>>(
+        mount.path, [files = _environment.files, mount] { return measureRoom(*files, mount); }, wait,
+        MediumHelper::Lane::Room);
+    {
+        const std::lock_guard lock(place.seen->mutex);
+        if (std::exchange(place.seen->isNew, false)) place.known = std::move(place.seen->medium);
+    }
+    if (!place.known) return;
+    if (!room)
+        place.known->writable = false; // it hangs; nothing is begun on it
+    else if (!*room)
+        place.known.reset();
+    else
+        (*room)->applyTo(*place.known);
 }
 
 MediaParameters MediaDaemon::parameters()

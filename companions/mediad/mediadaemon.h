@@ -54,6 +54,7 @@ private:
     void step();
     std::vector<Mount> mounts();
     std::vector<Medium> media();
+    void lookAt(Place &place, const Mount &mount, bool list);
     MediaParameters parameters();
     MediaEvents events();
     static void log(const MediaWrite &order);

@@ -3,10 +3,10 @@
 
 #include "platform/product/clipscan.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxsamefilesystem.h"
 
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 
 #include <fcntl.h>
@@ -52,15 +52,32 @@ bool MediumLook::isBeingRecorded(const std::string &path) const
     return locked;
 }
 
-std::optional<Medium> MediumLook::look(const Mount &mount, bool listClips)
+std::optional<MediumRoom> measureRoom(QmxFiles &files, const Mount &mount)
 {
+    const QString top = QStringLiteral("/");
     struct statfs64 root = {};
     struct statfs64 space = {};
-    QmxFiles &files = *_environment.files;
-    if (files.statfs(QStringLiteral("/"), &root) != 0 || files.statfs(localName(mount.path), &space) != 0 ||
-        std::memcmp(&root.f_fsid, &space.f_fsid, sizeof root.f_fsid) == 0 || space.f_blocks == 0) {
+    if (files.statfs(top, &root) != 0 || files.statfs(localName(mount.path), &space) != 0 || space.f_blocks == 0 ||
+        qmxSameFileSystem(files, top, root, localName(mount.path), space)) {
         return std::nullopt;
     }
+    return MediumRoom{mount.writable, qint64(space.f_bfree) * qint64(space.f_bsize),
+                      qint64(space.f_blocks) * qint64(space.f_bsize),
+                      std::round(double(space.f_bfree) / double(space.f_blocks) * 100.0)};
+}
+
+void MediumRoom::applyTo(Medium &medium) const
+{
+    medium.writable = writable;
+    medium.bytesFree = bytesFree;
+    medium.bytesTotal = bytesTotal;
+    medium.percentFree = percentFree;
+}
+
+std::optional<Medium> MediumLook::look(const Mount &mount, bool listClips)
+{
+    const auto room = measureRoom(*_environment.files, mount);
+    if (!room) return std::nullopt;
     const bool lists = listClips || !_last;
     if (lists) {
         _last = Medium{};
@@ -68,10 +85,7 @@ std::optional<Medium> MediumLook::look(const Mount &mount, bool listClips)
         _last->label = mediumLabel(mount);
         _last->mount = mount.mount;
     }
-    _last->writable = mount.writable;
-    _last->bytesFree = qint64(space.f_bfree) * qint64(space.f_bsize);
-    _last->bytesTotal = qint64(space.f_blocks) * qint64(space.f_bsize);
-    _last->percentFree = std::round(double(space.f_bfree) / double(space.f_blocks) * 100.0);
+    room->applyTo(*_last);
     if (lists && !list(*_last)) {
         _last.reset();
     }

@@ -10,6 +10,18 @@
 #include <string>
 #include <utility>
 
+/// What changes all the time in a take. Blocks on the medium; nothing when the place is no medium.
+struct MediumRoom
+{
+    bool writable = false;
+    qint64 bytesFree = 0;
+    qint64 bytesTotal = 0;
+    double percentFree = 0;
+
+    void applyTo(Medium &medium) const;
+};
+std::optional<MediumRoom> measureRoom(QmxFiles &files, const Mount &mount);
+
 /// Looks at one medium: room, clips, whether a take is running on it. It reads no clip but the head of the
 /// newest one and waits for no lock, so it disturbs nobody who records.
 ///

@@ -233,8 +233,7 @@ bool ClipCache::publish(const std::vector<ClipListing> &listings, std::string *e
     const SharedMutexHolder holder(*_mutex, _segment->owner());
     const quint64 next = _segment->generation().load() + 1;
     if (!_segment->reserve(next, static_cast<std::size_t>(text.size())))
-        return fail(std::string("shared memory ") + kinds[_kind].segment +
-                    " has no room: " + std::strerror(errno));
+        return fail("shared memory " + _names.segment + " has no room: " + std::strerror(errno));
     Slot &slot = _segment->head().states[next % slotCount];
     slot = {};
     std::memcpy(_segment->slot(next), text.constData(), static_cast<std::size_t>(text.size()));

@@ -17,9 +17,9 @@ constexpr std::chrono::milliseconds steppedLimit{2000};
 
 } // namespace
 
-struct MediumHelper::Lane
+struct MediumHelper::Queue
 {
-    explicit Lane(const QmxEnvironment &environment)
+    explicit Queue(const QmxEnvironment &environment)
         : thread("medium", QmxTaskThread::defaultBound, environment)
     {}
 
@@ -38,29 +38,30 @@ MediumHelper &MediumHelper::instance()
 }
 
 /// Null when there are too many.
-std::shared_ptr<MediumHelper::Lane> MediumHelper::laneOf(const std::string &medium,
-                                                         const QmxEnvironment &environment)
+std::shared_ptr<MediumHelper::Queue> MediumHelper::laneOf(const std::string &medium, Lane which,
+                                                          const QmxEnvironment &environment)
 {
     const std::lock_guard lock(_mutex);
-    if (!_lanes.contains(medium) && _lanes.size() >= bound)
+    const std::pair key(medium, which);
+    if (!_lanes.contains(key) && _lanes.size() >= bound)
         std::erase_if(_lanes, [](const auto &entry) { return entry.second->thread.pending() == 0; });
-    if (!_lanes.contains(medium) && _lanes.size() >= bound) return {};
-    std::shared_ptr<Lane> &lane = _lanes[medium];
-    if (!lane) lane = std::make_shared<Lane>(environment);
+    if (!_lanes.contains(key) && _lanes.size() >= bound) return {};
+    std::shared_ptr<Queue> &lane = _lanes[key];
+    if (!lane) lane = std::make_shared<Queue>(environment);
     return lane;
 }
 
 bool MediumHelper::whenBack(const std::string &medium, std::function<void()> task)
 {
-    const std::shared_ptr<Lane> lane = laneOf(medium, QmxEnvironment::current());
+    const std::shared_ptr<Queue> lane = laneOf(medium, Lane::Contents, QmxEnvironment::current());
     return lane && lane->thread.post(std::move(task));
 }
 
 bool MediumHelper::ask(const std::string &medium, std::function<void()> question,
-                       std::chrono::milliseconds wait)
+                       std::chrono::milliseconds wait, Lane which)
 {
     const QmxEnvironment environment = QmxEnvironment::current();
-    const std::shared_ptr<Lane> lane = laneOf(medium, environment);
+    const std::shared_ptr<Queue> lane = laneOf(medium, which, environment);
     if (!lane) return false;
     std::unique_lock lock(lane->mutex);
     if (lane->asked != lane->answered) return false;
@@ -80,8 +81,8 @@ bool MediumHelper::ask(const std::string &medium, std::function<void()> question
     }
     if (environment.clock->isStepped()) wait = std::max(wait, steppedLimit);
     if (lane->changed.wait_for(lock, wait, [&] { return lane->answered == number; })) return true;
-    qmxLogOutput(2, module, __LINE__, "%s does not answer; it is not asked again until it does\n",
-                 medium.c_str());
+    qmxLogOutput(2, module, __LINE__, "%s does not answer%s; it is not asked again until it does\n",
+                 medium.c_str(), which == Lane::Room ? "" : " what is on it");
     return false;
 }
 

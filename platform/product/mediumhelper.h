@@ -15,13 +15,16 @@ class QmxTaskThread;
 
 /// Asks media questions for the event loop, which waits for an answer at most 100 ms (`limit`).
 ///
-/// Threads: every question runs on a helper thread ("medium"), of which each medium has one. A medium that
+/// Threads: every question runs on a helper thread ("medium"), of which each medium has one a lane. A lane that
 /// has not answered in time is not asked again until its thread is back; at most `bound` threads exist, and
 /// while all hang questions are refused. Both count as no answer. ask() from any thread.
 class MediumHelper
 {
 public:
-    static constexpr std::size_t bound = 8;
+    /// How full a medium is must be known while somebody reads ten thousand clips of it, or a damaged one.
+    enum class Lane { Contents, Room };
+
+    static constexpr std::size_t bound = 16;
     static constexpr std::chrono::milliseconds limit{100};
 
     static MediumHelper &instance();
@@ -29,16 +32,16 @@ public:
     /// Runs `question` on the thread of `medium` (a folder); false when there was no answer in time. The
     /// question may still run then, so it owns everything it uses.
     bool ask(const std::string &medium, std::function<void()> question,
-             std::chrono::milliseconds wait = limit);
+             std::chrono::milliseconds wait = limit, Lane lane = Lane::Contents);
 
     /// The answer of `question`, if there was one in time.
     template <typename Answer>
     std::optional<Answer> answer(const std::string &medium, std::function<Answer()> question,
-                                 std::chrono::milliseconds wait = limit)
+                                 std::chrono::milliseconds wait = limit, Lane lane = Lane::Contents)
     {
         const auto result = std::make_shared<Answer>();
         if (!ask(
-                medium, [result, question = std::move(question)] { *result = question(); }, wait))
+                medium, [result, question = std::move(question)] { *result = question(); }, wait, lane))
             return std::nullopt;
         return std::move(*result);
     }
@@ -50,10 +53,10 @@ public:
 private:
     MediumHelper() = default;
 
-    struct Lane;
-    std::shared_ptr<Lane> laneOf(const std::string &medium, const QmxEnvironment &environment);
+    struct Queue;
+    std::shared_ptr<Queue> laneOf(const std::string &medium, Lane which, const QmxEnvironment &environment);
     std::mutex _mutex;
-    std::map<std::string, std::shared_ptr<Lane>> _lanes;
+    std::map<std::pair<std::string, Lane>, std::shared_ptr<Queue>> _lanes;
 };
 
 /// The folder of a path, the medium for questions about it.

@@ -8,7 +8,10 @@
 #include <QElapsedTimer>
 #include <QFile>
 
+#include <atomic>
 #include <cerrno>
+#include <thread>
+#include <utility>
 
 namespace {
 
@@ -35,12 +38,13 @@ TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
     StreamRig rig;
     const QString path = dir.file("take.mov");
     // A folder where a medium should be, but is not: it is on the file system of "/".
-    files->fakeStatfs([](const QString &, struct statfs64 &data) { data.f_fsid = {}; });
+    files->fakeStatfs([](const QString &, struct statfs64 &data) { data.f_fsid = {{1, 1}}; });
     EXPECT_EQ(rig.openForWrite(path), ENODEV);
     EXPECT_FALSE(QFile::exists(path));
     files->clear();
     EXPECT_EQ(rig.openForWrite(dir.file("no/folder/take.mov")), ENOENT);
-    EXPECT_EQ(rig.openForWrite(dir.file("../take.mov")), EINVAL);
+    for (const char *name : {"../take.mov", "take", ".take.mov", "ta\x1bke.mov"})
+        EXPECT_EQ(rig.openForWrite(dir.file(name)), EINVAL) << name;
 
     makeClip(path, 10);
     const QByteArray before = readAll(path);
@@ -48,7 +52,7 @@ TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
     EXPECT_EQ(readAll(path), before);
     EXPECT_TRUE(QmxEnvironment::current().deck->recordTable.entries().isEmpty());
     Stepper::deliver();
-    EXPECT_EQ(rig.events.filter("alarm 1901 2").size(), 4);
+    EXPECT_EQ(rig.events.filter("alarm 1901 2").size(), 7);
 }
 
 TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
@@ -333,4 +337,41 @@ TEST(StreamFaults, aClipThatIsDeletedDuringItsTakeIsToldAtOnceAndNotAsRecorded)
     rig.close();
     EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::RecordedUpTo), 0);
     EXPECT_FALSE(QFile::exists(path));
+}
+
+TEST(StreamFaults, withoutAThreadForAnotherClipTheRunningTakeGoesOn)
+{
+    struct FewThreads : QmxThreads
+    {
+        int make(std::function<void()> run, std::thread &thread) override
+        {
+            return none ? EAGAIN : QmxThreads::make(std::move(run), thread);
+        }
+        std::atomic<bool> none = false;
+    };
+    const auto threads = std::make_shared<FewThreads>();
+    QmxEnvironment environment = QmxEnvironment::current();
+    environment.threads = threads;
+    QmxEnvironment::setCurrent(environment);
+    const TestDir dir;
+    announceFailure();
+    allowLog("qmxtaskthread");
+    StreamRig take;
+    ASSERT_EQ(take.openForWrite(dir.file("take.mov")), 0);
+    take.record(0, 10);
+    threads->none = true;
+    StreamRig next;
+    EXPECT_EQ(next.openForWrite(dir.file("take_2.mov")), 0) << "what a rollover needs is there before";
+    StreamRig spare;
+    EXPECT_EQ(spare.openForWrite(dir.file("take_3.mov")), 0);
+    StreamRig refused;
+    EXPECT_EQ(refused.openForWrite(dir.file("take_4.mov")), EAGAIN);
+    EXPECT_EQ(refused.openForRead(dir.file("take.mov")), EAGAIN);
+    take.record(10, 10);
+    next.record(0, 5);
+    take.close();
+    next.close();
+    threads->none = false;
+    EXPECT_EQ(length(dir.file("take.mov")), 20);
+    EXPECT_EQ(length(dir.file("take_2.mov")), 5);
 }

@@ -3,12 +3,12 @@
 
 #include "platform/product/mediumhelper.h"
 #include "platform/qmx/core/qmxlogstream.h"
+#include "platform/qmx/core/qmxsamefilesystem.h"
 #include "platform/store/values.h"
 
 #include <QTimerEvent>
 
 #include <cmath>
-#include <cstring>
 #include <optional>
 
 namespace {
@@ -47,7 +47,7 @@ std::optional<Measurement> measure(QmxFiles &files, const QString &path)
     struct statfs64 medium = {};
     if (files.statfs(QStringLiteral("/"), &root) != 0 || files.statfs(path, &medium) != 0)
         return std::nullopt;
-    return Measurement{std::memcmp(&root.f_fsid, &medium.f_fsid, sizeof root.f_fsid) != 0, medium.f_bfree,
+    return Measurement{!qmxSameFileSystem(files, QStringLiteral("/"), root, path, medium), medium.f_bfree,
                        medium.f_blocks};
 }
 
@@ -96,8 +96,9 @@ bool MediaManager::getPathInfo(const QString &path, PathInfo &info)
     // Nothing twice over: no answer in time, or one that says that the path cannot be examined.
     const auto measured =
         MediumHelper::instance()
-            .answer<std::optional<Measurement>>(path.toStdString(),
-                                                [files = _files, path] { return measure(*files, path); })
+            .answer<std::optional<Measurement>>(
+                path.toStdString(), [files = _files, path] { return measure(*files, path); },
+                MediumHelper::limit, MediumHelper::Lane::Room)
             .value_or(std::nullopt);
     if (!measured) return false;
 

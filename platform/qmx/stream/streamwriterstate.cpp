@@ -6,6 +6,8 @@
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemorypool.h"
+#include "platform/qmx/core/qmxprintable.h"
+#include "platform/qmx/core/qmxsamefilesystem.h"
 
 #include <QFileInfo>
 
@@ -136,6 +138,15 @@ QmxError StreamWriter::State::refusePlace() const
     // A name may come with the camera's data.
     if (path.split('/').contains(QStringLiteral("..")))
         return {EINVAL, QStringLiteral("%1 cannot be recorded: the name leads out of its medium").arg(path)};
+    const QString name = QFileInfo(path).fileName();
+    const bool isListed = name.endsWith(QStringLiteral(".mov"), Qt::CaseInsensitive) &&
+                          !name.startsWith(u'.') && qmxPrintable(name) == name;
+    if (!isListed)
+        return {
+            EINVAL,
+            QStringLiteral("%1 cannot be recorded: a clip of that name would be neither listed nor repaired; "
+                           "it needs .mov at its end and printable characters")
+                .arg(qmxPrintable(path))};
     const QString folder = QFileInfo(path).path();
     struct statfs64 medium = {};
     struct statfs64 root = {};
@@ -145,8 +156,7 @@ QmxError StreamWriter::State::refusePlace() const
                             .arg(QFileInfo(path).fileName(), folder, QmxError(reason).toString())};
     }
     if (environment.files->statfs(QStringLiteral("/"), &root) != 0) return {};
-    if (medium.f_fsid.__val[0] != root.f_fsid.__val[0] || medium.f_fsid.__val[1] != root.f_fsid.__val[1])
-        return {};
+    if (!qmxSameFileSystem(*environment.files, QStringLiteral("/"), root, folder, medium)) return {};
     return {ENODEV, QStringLiteral("%1 cannot be recorded: no medium is mounted at %2")
                         .arg(QFileInfo(path).fileName(), folder)};
 }
@@ -252,8 +262,10 @@ void StreamWriter::State::flushFile()
     const qint64 begin = environment.clock->now();
     const QmxError error = writer->flush();
     latency.add(environment.clock->now() - begin);
-    unflushed = 0;
+    const qint64 lost = std::exchange(unflushed, 0);
     if (error.isError()) {
+        // They were written and are not on the medium for all anybody knows.
+        environment.deck->counters.add(QmxCounters::FramesDroppedCapture, lost);
         if (error.value() == ENOENT) publish(QmxCounters::RecordedUpTo, 0); // the whole clip is gone
         fail(error);
         return;

@@ -109,6 +109,7 @@ enum eParam_t : std::uint32_t {
     eParam_AlarmStoreRestored = 0x50000011,
     eParam_AlarmClipsRepaired = 0x50000012,
     eParam_AlarmMediumRefused = 0x50000013,
+    eParam_AlarmStoreFull = 0x50000014,
 
     // What the media daemon is asked for and tells
     eParam_MediaOrder = 0x50000030,

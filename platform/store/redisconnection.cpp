@@ -18,6 +18,7 @@ constexpr timeval connectTimeout{1, 0};
 constexpr int answerMilliseconds = 2000; // a server that hangs is as good as none
 constexpr int sliceMilliseconds = 50;    // between two looks at whether to go on waiting
 constexpr std::size_t readBytes = 64 * 1024;
+constexpr std::size_t mostBytes = std::size_t(512) << 20; // of one answer
 
 RedisValue valueOf(const redisReply &reply)
 {
@@ -43,6 +44,23 @@ RedisValue valueOf(const redisReply &reply)
         break;
     }
     return value;
+}
+
+/// Makes a reader refuse what no store answers: the library takes the memory for as many elements as an
+/// answer begins with, whether or not they come.
+void limitAnswers(redisReader &reader)
+{
+    constexpr long long mostElements = 1 << 20; // the whole log, and its entries
+    static const redisReplyObjectFunctions *const standard = reader.fn;
+    static redisReplyObjectFunctions limited = [] {
+        redisReplyObjectFunctions functions = *standard;
+        functions.createArray = [](const redisReadTask *task, auto count) -> void * {
+            return static_cast<long long>(count) > mostElements ? nullptr
+                                                                : standard->createArray(task, count);
+        };
+        return functions;
+    }();
+    reader.fn = &limited;
 }
 
 struct ReplyDeleter
@@ -129,6 +147,7 @@ StoreResult RedisConnection::connect(const RedisAddress::Endpoint &endpoint)
         close();
         return failure(why);
     }
+    limitAnswers(*_context->reader);
     // From here on this class waits itself, so that it can stop waiting.
     const int flags = ::fcntl(_context->fd, F_GETFL);
     if (flags < 0 || ::fcntl(_context->fd, F_SETFL, flags | O_NONBLOCK) < 0) {
@@ -216,7 +235,8 @@ StoreResult RedisConnection::refusal(const RedisValue &answer) const
 bool RedisConnection::waitFor(short events)
 {
     // A server's time is the machine's, not that of this program's clock.
-    for (int waited = 0; waited < answerMilliseconds; waited += sliceMilliseconds) {
+    // Only the time without a byte counts, but over the whole answer: one that dribbles is none.
+    for (; _waited < answerMilliseconds; _waited += sliceMilliseconds) {
         pollfd descriptor{_context->fd, events, 0};
         const int ready = ::poll(&descriptor, 1, sliceMilliseconds);
         if (ready > 0) return true;
@@ -266,7 +286,10 @@ RedisConnection::Received RedisConnection::receive(RedisValue &answer)
         const ssize_t count = ::recv(_context->fd, buffer.data(), buffer.size(), 0);
         if (count > 0) {
             redisReaderFeed(_context->reader, buffer.data(), static_cast<std::size_t>(count));
-            continue;
+            _received += static_cast<std::size_t>(count);
+            if (_received <= mostBytes) continue;
+            _lost = "its answer is longer than any store's";
+            return Received::Lost;
         }
         if (count < 0 && errno == EINTR) continue;
         if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) return Received::Nothing;
@@ -277,6 +300,8 @@ RedisConnection::Received RedisConnection::receive(RedisValue &answer)
 
 StoreResult RedisConnection::ask(const Words &command, RedisValue &answer, bool *sent)
 {
+    _received = 0;
+    _waited = 0;
     if (sent) *sent = true; // half a command is none, but who knows how much has arrived
     bool isThere = send(command);
     while (isThere) {

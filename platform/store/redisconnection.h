@@ -71,5 +71,7 @@ private:
     const std::string _passwordFile;
     const std::shared_ptr<std::atomic<bool>> _interrupted;
     std::unique_ptr<redisContext, Closer> _context;
-    std::string _lost; ///< why the connection was lost
+    std::string _lost;         ///< why the connection was lost
+    std::size_t _received = 0; ///< bytes of the present answer
+    int _waited = 0;           ///< milliseconds for it in which nothing came
 };

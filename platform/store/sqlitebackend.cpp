@@ -11,7 +11,8 @@
 
 namespace {
 
-constexpr int lockMilliseconds = 5000;
+constexpr int stopMilliseconds = 500; // a stop waits no longer for whoever has locked the store
+constexpr unsigned commandStop = 4;
 constexpr qint64 logRows = 100'000;   // what the log keeps; an older cursor gets a snapshot
 constexpr qint64 alarmRows = 1'000;   // what the alarm history keeps
 constexpr quint64 trimInterval = 256; // writes between two looks at the bounds
@@ -91,9 +92,13 @@ StoreResult SqliteBackend::openAtPath()
     _epoch = _database.text("SELECT value FROM meta WHERE key = 'epoch'");
     if (_database.isFailed() || _epoch.empty()) {
         StoreResult result = _database.result("cannot read");
-        // A file without our tables is as good as a broken one; a locked one is not.
-        if (result.isDone() || _database.text("SELECT name FROM sqlite_master WHERE name = 'meta'").empty())
-            result = result.code == StoreResult::Busy ? result : damaged("it holds no parameters");
+        // A file without our tables is as good as a broken one; one that is locked or cannot be read now is
+        // not.
+        _database.clearError();
+        const bool hasTables = !_database.text("SELECT name FROM sqlite_master WHERE name = 'meta'").empty();
+        const bool answered = !_database.isFailed();
+        if (result.isDone() || (answered && !hasTables && result.code != StoreResult::Busy))
+            result = damaged("it holds no parameters");
         disconnect();
         return result;
     }
@@ -120,9 +125,9 @@ StoreResult SqliteBackend::connectForWriting()
     return result;
 }
 
-StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work)
+StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work, int waitMilliseconds)
 {
-    bool isLocked = _lock.acquire(lockMilliseconds, _context.interrupted.get());
+    bool isLocked = _lock.acquire(waitMilliseconds, _context.interrupted.get());
     if (!isLocked && _lock.error() == ENOENT) {
         _files.makeFolders();
         isLocked = _lock.acquire(lockMilliseconds, _context.interrupted.get());
@@ -159,7 +164,17 @@ StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work)
 
 StoreResult SqliteBackend::write(const std::vector<StoreWrite> &writes, std::vector<quint64> &versions)
 {
-    StoreResult result = locked([&] { return commit(writes, versions); });
+    const bool isStop = writes.size() == 1 && writes.front().id == eParam_TransportCommand &&
+                        writes.front().value == StoreValue::fromUnsigned(commandStop);
+    StoreResult result =
+        locked([&] { return commit(writes, versions); }, isStop ? stopMilliseconds : lockMilliseconds);
+    if (isStop && result.code == StoreResult::Busy && _wakeup.sendUrgent(writes.front())) {
+        // It is no value that anybody reads again, so it is done when it has been heard.
+        qmxLogOutput(2, "sqlitebackend", __LINE__, "%s; the stop goes to the recorder past it\n",
+                     result.text.c_str());
+        versions.assign(1, 0);
+        return {};
+    }
     const quint64 newest = versions.empty() ? 0 : *std::max_element(versions.begin(), versions.end());
     if (result.isDone() && newest > 0) _wakeup.send(newest);
     return result;
@@ -332,4 +347,9 @@ StoreResult SqliteBackend::alarmHistory(int newest, std::vector<AlarmRecord> &re
         records.push_back(std::move(record));
     }
     return _database.result("cannot read");
+}
+
+std::vector<StoreWrite> SqliteBackend::takeUrgent()
+{
+    return _wakeup.takeUrgent();
 }

@@ -30,12 +30,14 @@ public:
                         bool &reload) override;
     int listen() override;
     void drain() override;
+    std::vector<StoreWrite> takeUrgent() override;
     void care() override;
     StoreResult alarmHistory(int newest, std::vector<AlarmRecord> &records) override;
 
 private:
+    static constexpr int lockMilliseconds = 5000;
     // sqlitebackend.cpp: the daily work
-    StoreResult locked(const std::function<StoreResult()> &work);
+    StoreResult locked(const std::function<StoreResult()> &work, int waitMilliseconds = lockMilliseconds);
     StoreResult connectForReading();
     StoreResult connectForWriting();
     StoreResult openAtPath();
@@ -55,6 +57,7 @@ private:
     // sqlitecare.cpp: upkeep
     std::string checkpoint(); ///< why not; empty when it is well
     std::string backUp();
+    void tellOfRoom();
     std::string dateStamp() const;
     qint64 wallMicroseconds() const;
 
@@ -68,5 +71,6 @@ private:
     quint64 _trimmed = 0;      ///< newest version when the bounds were looked at last
     quint64 _checkpointed = 0; ///< newest version at the last checkpoint
     std::string _careError;    ///< told last
+    int _careRounds = 0;
     bool _wasPrepared = false; ///< thoroughly, as at the start of a long-lived client
 };

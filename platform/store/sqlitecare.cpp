@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/store/alarmvalue.h"
+#include "platform/store/eparammedia.h"
 #include "platform/store/sqlitebackend.h"
 #include "platform/store/sqliteschema.h"
 
@@ -46,6 +48,25 @@ void SqliteBackend::care()
     if (!reason.empty() && reason != _careError) qmxLogOutput(2, module, __LINE__, "%s\n", reason.c_str());
     _careError = reason;
     _files.restoreBallast();
+    tellOfRoom();
+}
+
+/// Only who looks more than once: an alarm of a program that is about to end would end with it.
+void SqliteBackend::tellOfRoom()
+{
+    if (_careRounds++ == 0) return;
+    std::optional<StoredValue> stored;
+    if (!read(eParam_AlarmStoreFull, stored).isDone()) return;
+    const bool isTold = stored && !stored->value.text.empty();
+    const bool isFull = !_files.hasBallast();
+    if (isFull == isTold) return;
+    const std::string text = "The disk of " + _files.folder() +
+                             ", where the configuration store is, is full: the room "
+                             "kept for its last writes is in use";
+    std::vector<quint64> versions;
+    write({{eParam_AlarmStoreFull,
+            StoreValue::fromData(isFull ? alarmValue(AlarmSeverity::Error, text) : std::string())}},
+          versions);
 }
 
 /// Only when the lock is free: a writer comes first, the next round will do.

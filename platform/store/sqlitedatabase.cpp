@@ -201,9 +201,13 @@ bool SqliteDatabase::isDatabase() const
     constexpr char magic[] = "SQLite format 3";
     char begin[sizeof magic] = {};
     sqlite3_file *file = nullptr;
-    return _handle && sqlite3_file_control(_handle, "main", SQLITE_FCNTL_FILE_POINTER, &file) == SQLITE_OK &&
-           file && file->pMethods && file->pMethods->xRead(file, begin, sizeof begin, 0) == SQLITE_OK &&
-           std::memcmp(begin, magic, sizeof magic) == 0;
+    if (!_handle || sqlite3_file_control(_handle, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK ||
+        !file || !file->pMethods)
+        return false;
+    const int code = file->pMethods->xRead(file, begin, sizeof begin, 0);
+    // A disk that fails for a moment says nothing about what is on it: whatever is asked next will tell.
+    if (code != SQLITE_OK) return code != SQLITE_IOERR_SHORT_READ;
+    return std::memcmp(begin, magic, sizeof magic) == 0;
 }
 
 bool SqliteDatabase::exec(std::string_view sql)

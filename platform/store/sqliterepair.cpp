@@ -133,7 +133,9 @@ StoreResult SqliteBackend::clearLeftovers(bool isStart)
         // been a command of a moment.
         const bool staysUp = descriptor->id() == eParam_AlarmStoreRestored && !restarted && !isStart;
         if ((restarted && isVolatile(*descriptor)) ||
-            (descriptor->isAlarm() && !staysUp && !storeSourceIsAlive(stored.source)))
+            (descriptor->isAlarm() && !staysUp &&
+             (!storeSourceIsAlive(stored.source) ||
+              (isStart && storeSourceIsReplaced(stored.source, _context.source)))))
             stale.push_back(eParam_t(id));
     }
     if (_database.isFailed()) return _database.result("cannot read");

@@ -99,6 +99,8 @@ public:
     virtual int listen() = 0;
     /// Empties what listen() gave.
     virtual void drain() = 0;
+    /// What has come past the store: a take can be stopped while somebody keeps the store locked. Each once.
+    virtual std::vector<StoreWrite> takeUrgent() { return {}; }
     /// Upkeep that no write should wait for; called about once a second from a thread of its own.
     virtual void care() = 0;
     virtual StoreResult alarmHistory(int newest, std::vector<AlarmRecord> &records) = 0;

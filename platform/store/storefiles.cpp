@@ -174,6 +174,11 @@ bool StoreFiles::freeBallast() const
     return ::unlink((_database + ".ballast").c_str()) == 0;
 }
 
+bool StoreFiles::hasBallast() const
+{
+    return identity(_database + ".ballast").has_value();
+}
+
 void StoreFiles::restoreBallast() const
 {
     const std::string path = _database + ".ballast";

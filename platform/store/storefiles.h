@@ -63,6 +63,7 @@ public:
 
     /// Space kept for the last writes on a full disk. True when there was some to free.
     bool freeBallast() const;
+    bool hasBallast() const;
     void restoreBallast() const;
 
 private:

@@ -363,4 +363,9 @@ void StoreReader::wait()
     quint64 count = 0;
     if ((descriptors[0].revents & POLLIN) != 0 && ::read(_wakeFd, &count, sizeof count) < 0) count = 0;
     _backend->drain();
+    // Before what waits: it is urgent. Version 0: for every listener.
+    for (StoreWrite &command : _backend->takeUrgent())
+        _waiting.push_front(
+            {command.id,
+             {std::move(command.value), 0, {}, _context.environment.clock->wallTime() / nsPerMicrosecond}});
 }

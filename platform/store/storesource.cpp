@@ -7,9 +7,13 @@
 #include <fstream>
 #include <sstream>
 
+#include <csignal>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
+
+constexpr char numbersMark = '-';
 
 struct ProcessState
 {
@@ -41,13 +45,21 @@ ProcessState processState(const std::string &pid)
     return state;
 }
 
+/// Something tells it apart from the process numbers of a container; empty when it cannot be seen.
+std::string processNumbers()
+{
+    struct stat info
+    {};
+    return ::stat("/proc/self/ns/pid", &info) == 0 ? std::to_string(info.st_ino) : std::string();
+}
+
 } // namespace
 
 std::string storeSource(const std::string &client)
 {
     const std::string pid = std::to_string(::getpid());
     return (client.empty() ? std::string(program_invocation_short_name) : client) + "@" + pid + "." +
-           processState(pid).start;
+           processState(pid).start + numbersMark + processNumbers();
 }
 
 bool storeSourceIsAlive(const std::string &source)
@@ -56,8 +68,22 @@ bool storeSourceIsAlive(const std::string &source)
     const auto dot = source.rfind('.');
     if (at == std::string::npos || dot == std::string::npos || dot < at) return true;
     if (!processState("self").exists) return true; // no /proc: nobody can tell
-    const ProcessState state = processState(source.substr(at + 1, dot - at - 1));
-    return state.exists && !state.dead && state.start == source.substr(dot + 1);
+    const auto mark = source.find(numbersMark, dot);
+    const std::string start = source.substr(dot + 1, mark == std::string::npos ? mark : mark - dot - 1);
+    // A process with a number of another name space may well live, whatever has the number here.
+    if (mark != std::string::npos && source.substr(mark + 1) != processNumbers()) return true;
+    const std::string pid = source.substr(at + 1, dot - at - 1);
+    const ProcessState state = processState(pid);
+    if (state.exists) return !state.dead && state.start == start;
+    // It may be hidden from this account (/proc mounted with hidepid): then nothing more is known of it.
+    const auto number = static_cast<pid_t>(std::strtol(pid.c_str(), nullptr, 10));
+    return number > 0 && (::kill(number, 0) == 0 || errno == EPERM);
+}
+
+bool storeSourceIsReplaced(const std::string &source, const std::string &by)
+{
+    const auto at = by.rfind('@');
+    return at != std::string::npos && source.rfind('@') == at && source.compare(0, at, by, 0, at) == 0 && source != by;
 }
 
 bool isStoreUpkeep(const std::string &source)

@@ -3,10 +3,13 @@
 
 #include <string>
 
-/// Who writes: "CLIENT@PID.START", START being the process's start time, so that a number that the system
-/// gives out again is not taken for the same process.
+/// Who writes: "CLIENT@PID.START-SPACE", START being the process's start time, so that a number that the system
+/// gives out again is not taken for the same process, and SPACE the name space that the number is of.
 std::string storeSource(const std::string &client);
-/// Whether the process of a source is still there. A source that cannot be read counts as alive.
+/// Whether the process of a source is still there. One that cannot be read, or
+/// of which this process cannot know, counts as alive.
 bool storeSourceIsAlive(const std::string &source);
+/// Whether `by`, of which there is one at a time, is another process of the same client.
+bool storeSourceIsReplaced(const std::string &source, const std::string &by);
 /// Whether the store's own upkeep wrote, and not a client that means it.
 bool isStoreUpkeep(const std::string &source);

@@ -3,9 +3,11 @@
 
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -20,6 +22,7 @@ namespace {
 /// Two changes of a folder within the tick of the kernel's clock leave the same time behind.
 constexpr qint64 settlesAfterNs = 100'000'000;
 constexpr qint64 nsPerSecond = 1'000'000'000;
+const std::string urgentMark = "!";
 
 int openFolder(const std::string &path)
 {
@@ -86,19 +89,22 @@ void WakeupSocket::keepAlive()
 
 bool WakeupSocket::drain()
 {
-    constexpr int most = 16; // taken with one call; what they say does not matter
-    char byte = 0;
-    iovec place{&byte, 1};
+    constexpr int most = 16; // taken with one call; of most it does not matter what they say
+    char texts[most][32];
+    iovec places[most];
     mmsghdr messages[most] = {};
-    for (mmsghdr &message : messages) {
-        message.msg_hdr.msg_iov = &place;
-        message.msg_hdr.msg_iovlen = 1;
+    for (int i = 0; i < most; ++i) {
+        places[i] = {texts[i], sizeof texts[i]};
+        messages[i].msg_hdr.msg_iov = &places[i];
+        messages[i].msg_hdr.msg_iovlen = 1;
     }
     bool isWoken = false;
     int taken = most;
     while (_listener >= 0 && taken == most) {
         taken = ::recvmmsg(_listener, messages, most, MSG_DONTWAIT, nullptr);
         isWoken = isWoken || taken > 0;
+        for (int i = 0; i < taken; ++i)
+            hear(texts[i], messages[i].msg_len);
     }
     return isWoken;
 }
@@ -141,15 +147,47 @@ void WakeupSocket::lookForListeners()
     }
 }
 
-void WakeupSocket::send(quint64 version)
+int WakeupSocket::sendToAll(const std::string &text)
 {
-    if (!openSender()) return;
+    if (!openSender()) return 0;
     lookForListeners();
-    const std::string text = std::to_string(version);
-    for (const Listener &listener : _others)
+    int reached = 0;
+    for (const Listener &listener : _others) {
         // A full queue (EAGAIN) is a listener that knows already, or is stopped.
         if (::sendto(_sender, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
-                     reinterpret_cast<const sockaddr *>(&listener.address), sizeof listener.address) < 0 &&
-            errno == ECONNREFUSED)
+                     reinterpret_cast<const sockaddr *>(&listener.address), sizeof listener.address) >= 0)
+            ++reached;
+        else if (errno == ECONNREFUSED)
             ::unlink(listener.path.c_str());
+    }
+    return reached;
+}
+
+void WakeupSocket::send(quint64 version)
+{
+    sendToAll(std::to_string(version));
+}
+
+bool WakeupSocket::sendUrgent(const StoreWrite &command)
+{
+    return sendToAll(urgentMark + std::to_string(command.id) + " " + std::to_string(command.value.number)) >
+           0;
+}
+
+/// Only commands that are numbers, of parameters that there are; the rest says that the store has changed.
+void WakeupSocket::hear(const char *text, std::size_t size)
+{
+    constexpr std::size_t mostWaiting = 16;
+    std::uint32_t id = 0;
+    std::uint32_t number = 0;
+    if (size < 2 || std::string(text, 1) != urgentMark || _urgent.size() >= mostWaiting) return;
+    const auto [space, noId] = std::from_chars(text + 1, text + size, id);
+    if (noId != std::errc() || space == text + size) return;
+    if (std::from_chars(space + 1, text + size, number).ec != std::errc()) return;
+    const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
+    const StoreValue value = StoreValue::fromUnsigned(number);
+    std::string reason;
+    if (descriptor && descriptor->keep() == ParamDescriptor::Keep::Command &&
+        descriptor->check(value, reason))
+        _urgent.push_back({eParam_t(id), value});
 }

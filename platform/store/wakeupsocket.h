@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/store/storebackend.h"
 #include "platform/store/storefiles.h"
 
 #include <QtGlobal>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <sys/types.h>
@@ -30,6 +32,10 @@ public:
     bool drain();
     /// Sends to every listener of the store.
     void send(quint64 version);
+    /// A command for every listener, which does not stand in the store; false when nobody got it.
+    bool sendUrgent(const StoreWrite &command);
+    /// Those that have arrived, each once.
+    std::vector<StoreWrite> takeUrgent() { return std::exchange(_urgent, {}); }
 
 private:
     /// Tells whether an entry has come or gone; only a settled one tells it surely.
@@ -49,6 +55,8 @@ private:
     FolderState folderState() const;
     bool openSender();
     void lookForListeners();
+    int sendToAll(const std::string &text);
+    void hear(const char *text, std::size_t size);
 
     StoreFiles _files;
     std::vector<Listener> _others; ///< who listened at the last look, this object too
@@ -57,4 +65,5 @@ private:
     std::string _name;             ///< file name of the own socket; empty: not listening
     int _listener = -1;
     int _sender = -1;
+    std::vector<StoreWrite> _urgent;
 };

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What happens to a store in one file when the file, its folder or its disk go wrong.
+#include "platform/store/eparammedia.h"
 #include "platform/store/storefiles.h"
 #include "platform/store/storelock.h"
+#include "platform/store/storesource.h"
 #include "tests/store/storetesting.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/sendsignal.h"
@@ -17,10 +19,12 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <sched.h>
 #include <sqlite3.h>
 #include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -116,6 +120,70 @@ TEST_F(SqliteStore, brokenFileIsSetAsideAndRestoredFromTheNewestGoodBackup)
     const QStringList aside = files("store.db.broken-*");
     ASSERT_EQ(aside.size(), 1);
     EXPECT_EQ(readAll(dir.file(aside.front())), garbage);
+}
+
+/// The library's own file system, whose reads fail on demand as those of a disk that does.
+struct FailingReads
+{
+    FailingReads()
+    {
+        real = sqlite3_vfs_find(nullptr);
+        own = *real;
+        own.zName = "failing-reads";
+        own.xOpen = [](sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *out) {
+            const int code = real->xOpen(real, name, file, flags, out);
+            if (code != SQLITE_OK || !file->pMethods) return code;
+            methods = *file->pMethods;
+            readReally = methods.xRead;
+            methods.xRead = [](sqlite3_file *opened, void *bytes, int size, sqlite3_int64 from) {
+                return fails ? SQLITE_IOERR_READ : readReally(opened, bytes, size, from);
+            };
+            file->pMethods = &methods;
+            return code;
+        };
+        sqlite3_vfs_register(&own, 1);
+    }
+    ~FailingReads() { sqlite3_vfs_register(real, 1), sqlite3_vfs_unregister(&own); }
+    static inline bool fails = false;
+
+private:
+    static inline sqlite3_vfs *real = nullptr;
+    static inline sqlite3_vfs own = {};
+    static inline sqlite3_io_methods methods = {};
+    static inline int (*readReally)(sqlite3_file *, void *, int, sqlite3_int64) = nullptr;
+};
+
+TEST_F(SqliteStore, aStopReachesTheRecorderWhileSomebodyKeepsTheStoreLocked)
+{
+    allowLog("storestate");
+    expectLog("sqlitebackend", "the stop goes to the recorder past it");
+    const auto daemon = openStore(uri, "", true);
+    RecordingListener listener;
+    daemon->addListener(&listener);
+    Stepper::deliver();
+    const auto person = openStore(uri);
+    StoreLock lock(StoreFiles(path().toStdString()).lock());
+    ASSERT_TRUE(lock.acquire(1000, nullptr));
+    constexpr unsigned stop = 4;
+    EXPECT_TRUE(person->setUInt(eParam_TransportCommand, stop)) << person->lastError();
+    EXPECT_TRUE(listener.waitForLast(eParam_TransportCommand, "4"));
+    EXPECT_FALSE(person->setUInt(eParam_LoopPlayback, 1)) << "all else waits and is refused";
+    lock.release();
+    EXPECT_EQ(listener.values(eParam_TransportCommand).size(), 1U);
+}
+
+TEST_F(SqliteStore, aDiskThatFailsForAMomentCostsNothing)
+{
+    allowLog("storestate");
+    ASSERT_TRUE(openStore(uri)->setString(eParam_ReelNumber, "042"));
+    FailingReads disk;
+    FailingReads::fails = true;
+    unsigned value = 0;
+    EXPECT_FALSE(openStore(uri)->setUInt(eParam_LoopPlayback, 1) ||
+                 openStore(uri)->getUInt(eParam_LoopPlayback, value));
+    FailingReads::fails = false;
+    EXPECT_EQ(textOf(*openStore(uri), eParam_ReelNumber), "042");
+    EXPECT_TRUE(files("store.db.broken-*").isEmpty());
 }
 
 TEST_F(SqliteStore, linksInItsFolderReachNobodyElsesFile)
@@ -363,11 +431,41 @@ TEST_F(SqliteStore, fullDiskIsAnErrorThatLeavesRoomForTheLastWrites)
         EXPECT_NE(direct->lastError().find("disk is full"), std::string::npos) << direct->lastError();
         EXPECT_EQ(textOf(*direct, eParam_RolloverReelName),
                   std::string(8000, 'a') + std::to_string(written - 1));
+        const auto isTold = [&] {
+            std::string alarm;
+            return direct->getData(eParam_AlarmStoreFull, alarm) && !alarm.empty();
+        };
+        filler.resize(filler.size() - 200'000);
+        EXPECT_TRUE(Stepper::waitFor(isTold, 15000));
         filler.resize(0);
         EXPECT_TRUE(direct->setUInt(eParam_LoopPlayback, 1)) << direct->lastError();
         EXPECT_TRUE(Stepper::waitFor([&] { return QFile::exists(medium + "/store.db.ballast"); }, 15000));
+        EXPECT_TRUE(Stepper::waitFor([&] { return !isTold(); }, 15000));
     }
     ::umount2(medium.toLocal8Bit().constData(), MNT_DETACH);
+}
+
+TEST(StoreSource, aProcessThatCannotBeSeenIsNotDead)
+{
+    const std::string self = storeSource("me");
+    EXPECT_TRUE(storeSourceIsAlive(self));
+    EXPECT_FALSE(storeSourceIsAlive(self.substr(0, self.find('.')) + ".1" + self.substr(self.find('-'))));
+    EXPECT_TRUE(storeSourceIsAlive("me@1.1-1")) << "its number is of another name space";
+    EXPECT_FALSE(storeSourceIsAlive("me@0.1") || storeSourceIsAlive("me@-7.1"));
+    EXPECT_TRUE(storeSourceIsReplaced("xpd@7.8-9", "xpd@8.9-9") &&
+                !storeSourceIsReplaced("xpctl@7.8-9", "xpd@8.9-9"));
+    if (::geteuid() != 0) GTEST_SKIP() << "hiding processes needs root";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool hidden = ::unshare(CLONE_NEWNS) == 0 &&
+                            ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                            ::mount("proc", "/proc", "proc", 0, "hidepid=2") == 0 && ::setgid(65534) == 0 &&
+                            ::setuid(65534) == 0;
+        ::_exit(hidden ? (storeSourceIsAlive(self) ? 0 : 1) : 2);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 } // namespace

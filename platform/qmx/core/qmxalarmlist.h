@@ -100,6 +100,10 @@
       "The configuration store was damaged or removed and has been restored; look at the settings.", \
       "the store raises it and clears it at the next start", \
       "look through the settings (`xpctl params`)") \
+    Y(StoreFull, "store_full", Condition, "error", \
+      "The disk of the configuration store is full: the room kept for its last writes is in use.", \
+      "the store raises it and clears it when there is room again", \
+      "make room on the disk that it names; settings are still kept, for a while") \
     Y(ClipsRepaired, "clips_repaired", Condition, "information", \
       "Clips that a crash or a power cut had left unfinished have been closed; until the next take.", \
       "the media daemon raises and clears it", \

@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/pictureworkers.h"
 
+#include "platform/qmx/device/retiredsources.h"
+
 #include <gtest/gtest.h>
+
+#include <future>
+#include <memory>
 
 #include <array>
 #include <chrono>
@@ -123,4 +128,23 @@ TEST(PictureWorkers, helpWithLargePicturesOnly)
         ASSERT_EQ(contexts.encoder(desc)->encode(picture, coded), QmxError());
         EXPECT_EQ(counting.calls > 0, large);
     }
+}
+
+TEST(RetiredSources, aSourceThatHangsHoldsUpNobody)
+{
+    struct Hanging : QmxSource
+    {
+        explicit Hanging(std::shared_ptr<std::promise<void>> release) : released(release->get_future()) {}
+        ~Hanging() override { released.wait(); }
+        QmxSourceFrame take(const QmxTick &) override { return {}; }
+        QString statusText() const override { return {}; }
+        std::future<void> released;
+    };
+    QmxEnvironment environment = QmxEnvironment::current();
+    environment.clock = std::make_shared<QmxRealClock>();
+    const auto release = std::make_shared<std::promise<void>>();
+    RetiredSources retired(environment);
+    retired.take(std::make_unique<Hanging>(release));
+    retired.take(nullptr);
+    release->set_value(); // not reached by a take() that waits for the source
 }

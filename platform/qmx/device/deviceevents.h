@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxalarm.h"
 #include "platform/qmx/core/qmxmetadatahash.h"
+#include "platform/qmx/core/qmxprioritymutex.h"
 #include "platform/qmx/core/qmxvbiinfo.h"
 #include "platform/qmx/core/qmxvideostate.h"
 
@@ -54,7 +55,7 @@ public:
 
 private:
     std::function<void()> _wake;
-    mutable std::mutex _mutex;
+    mutable QmxPriorityMutex _mutex;
     std::deque<DeviceEvent> _events;
     int _vbiBound = 250;
     int _vbis = 0;

@@ -65,13 +65,18 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
       _events(events),
       _reference(_profile.reference),
       _output(makeSinks(options, _profile, environment), environment),
+      _retired(environment),
       _workers(workerCount(_profile), codecLookup(options, _profile), environment)
 {
     if (!options.profile && !_window.publish())
         qmxLogOutput(2, logSource, __LINE__, "Edits by remote control are not possible: no shared memory\n");
 }
 
-LumenEngine::~LumenEngine() = default;
+LumenEngine::~LumenEngine()
+{
+    for (std::unique_ptr<QmxSource> *source : {&_input, &_internal, &_newInput, &_newGenerator})
+        retire(std::move(*source));
+}
 
 QmxVideoState LumenEngine::begin()
 {

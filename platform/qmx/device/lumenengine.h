@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxprioritymutex.h"
 #include "platform/qmx/device/capturequeue.h"
 #include "platform/qmx/device/decodedpictures.h"
 #include "platform/qmx/device/deviceevents.h"
@@ -9,6 +10,7 @@
 #include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/device/outputstage.h"
 #include "platform/qmx/device/playbackqueue.h"
+#include "platform/qmx/device/retiredsources.h"
 #include "platform/qmx/device/takegate.h"
 #include "platform/qmx/device/tickschedule.h"
 #include "platform/qmx/device/timecodegenerator.h"
@@ -142,7 +144,7 @@ private:
     const QmxEnvironment _environment;
     DeviceEvents &_events;
 
-    mutable std::mutex _mutex;
+    mutable QmxPriorityMutex _mutex;
     // Guarded by _mutex.
     QmxVideoDeviceSetup _asked;                   ///< what currentSetup() says
     QmxVideoDeviceSetup _running;                 ///< in force
@@ -208,6 +210,8 @@ private:
     QmxOutputFrame _last; ///< before conversion, without superimposed text
     qint64 _clockIndex = 0;
     LateTicks _late;
+
+    RetiredSources _retired;
 
     // Last: the workers end before what they use.
     PictureWorkers _workers;

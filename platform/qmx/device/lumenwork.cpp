@@ -19,8 +19,7 @@ void LumenEngine::captureLost(qint64 frames)
 /// A source may take its time to end: not on the clock's thread.
 void LumenEngine::retire(std::unique_ptr<QmxSource> source)
 {
-    // Nobody but the job may hold it, or whoever lets it go last would be the one who waits.
-    if (source) _workers.post([old = std::shared_ptr<QmxSource>(std::move(source))](CodecContexts &) {});
+    _retired.take(std::move(source));
 }
 
 void LumenEngine::postCoding()

@@ -4,6 +4,7 @@
 #include "platform/qmx/codec/qmxpictureconverter.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxprioritymutex.h"
 #include "platform/qmx/device/sharedwork.h"
 
 #include <condition_variable>
@@ -80,8 +81,8 @@ private:
 
     std::shared_ptr<QmxClock> _clock;
     CodecLookup _lookup;
-    std::mutex _mutex;
-    std::condition_variable _wake;
+    QmxPriorityMutex _mutex;
+    std::condition_variable_any _wake;
     std::deque<Item> _items;
     SharedWork _shared;
     QmxImageDesc _prepare;

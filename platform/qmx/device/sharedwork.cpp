@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-SharedWork::SharedWork(int workers, std::mutex &mutex, std::condition_variable &wake)
+SharedWork::SharedWork(int workers, QmxPriorityMutex &mutex, std::condition_variable_any &wake)
     : _workers(workers), _mutex(mutex), _wake(wake)
 {
     _open.reserve(size_t(workers));
@@ -31,7 +31,7 @@ void SharedWork::run(int count, void (*job)(void *, int, int), void *context)
     _done.wait(lock, [&] { return work.working == 0; });
 }
 
-void SharedWork::help(std::unique_lock<std::mutex> &lock)
+void SharedWork::help(std::unique_lock<QmxPriorityMutex> &lock)
 {
     Work &work = *_open.front();
     const int thread = ++work.joined;

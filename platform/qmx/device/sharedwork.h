@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/core/qmxhelpers.h"
+#include "platform/qmx/core/qmxprioritymutex.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -14,7 +15,7 @@ class SharedWork : public QmxHelpers
 {
 public:
     /// The pool's mutex, and what its idle workers wait for.
-    SharedWork(int workers, std::mutex &mutex, std::condition_variable &wake);
+    SharedWork(int workers, QmxPriorityMutex &mutex, std::condition_variable_any &wake);
 
     int threads() const override { return _workers; }
     bool anyIdle() const override { return _idle > 0; }
@@ -25,7 +26,7 @@ public:
     /// Somebody could be helped.
     bool isWanted() const { return !_open.empty(); }
     /// Helps until there is nothing left to begin; unlocks meanwhile.
-    void help(std::unique_lock<std::mutex> &lock);
+    void help(std::unique_lock<QmxPriorityMutex> &lock);
 
 private:
     struct Work
@@ -41,9 +42,9 @@ private:
     };
 
     const int _workers;
-    std::mutex &_mutex;
-    std::condition_variable &_wake;
-    std::condition_variable _done;
+    QmxPriorityMutex &_mutex;
+    std::condition_variable_any &_wake;
+    std::condition_variable_any _done;
     std::vector<Work *> _open; ///< where something may be left to begin
     std::atomic<int> _idle = 0;
 };

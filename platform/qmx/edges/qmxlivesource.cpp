@@ -12,9 +12,12 @@
 
 namespace {
 constexpr size_t queueBound = 64;
-constexpr int restartDepth = 2;  ///< frames that must wait again after the buffer ran empty
-constexpr double slackDepth = 2; ///< the smoothed depth may exceed the target by this
-constexpr int burstDepth = 8;    ///< more than this above the target is dropped at once
+constexpr qint64 queueBytes = qint64(256) << 20; ///< and no more than that, but for the shortest queue
+constexpr qint64 shortest = 12;                  ///< what a burst may need
+constexpr qint64 bytesPerPixel = 4;              ///< ten bits in two bytes, two samples
+constexpr int restartDepth = 2;                  ///< frames that must wait again after the buffer ran empty
+constexpr double slackDepth = 2;                 ///< the smoothed depth may exceed the target by this
+constexpr int burstDepth = 8;                    ///< more than this above the target is dropped at once
 constexpr double depthSmoothing = 1 / 64.0;
 
 constexpr qint64 deadAfter = QmxClock::nsPerSecond; ///< without packets: connect anew
@@ -159,7 +162,9 @@ void QmxLiveSource::pushVideo(const QmxSourceDecoder &decoder)
         picture = _whole;
     const std::lock_guard lock(_mutex);
     _problem.clear();
-    if (_queue.size() == queueBound) {
+    const qint64 bytes = qint64(decoder.desc().width()) * decoder.desc().height() * bytesPerPixel;
+    while (!_queue.empty() && (_queue.size() >= queueBound || (qint64(_queue.size()) + 1) * bytes >
+                                                                  std::max(queueBytes, shortest * bytes))) {
         _queue.pop_front();
         ++_last.skipped;
     }

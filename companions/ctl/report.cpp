@@ -2,15 +2,41 @@
 #include "companions/ctl/report.h"
 
 #include <QJsonDocument>
+#include <QRegularExpression>
 
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
 
 namespace {
+/// A terminal obeys what stands in names and messages, so of control characters only lines and colours get
+/// there.
+QString harmless(const QString &text)
+{
+    static const QRegularExpression own(QStringLiteral("^(?:\\x1b\\[[0-9;]*m)"));
+    QString shown = text;
+    for (qsizetype i = 0; i < shown.size(); ++i) {
+        const QChar character = shown.at(i);
+        if (character == u'\n' || character == u'\t' || character.category() != QChar::Other_Control)
+            continue;
+        const qsizetype length = character == u'\x1b' ? own.match(shown.mid(i, 16)).capturedLength() : 0;
+        if (length > 0)
+            i += length - 1;
+        else
+            shown[i] = u'?';
+    }
+    return shown;
+}
+
+/// What this program itself does to the terminal.
+void control(const char *sequence)
+{
+    std::fputs(sequence, stdout);
+}
+
 void print(FILE *file, const QString &text)
 {
-    const QByteArray bytes = text.toLocal8Bit();
+    const QByteArray bytes = harmless(text).toLocal8Bit();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), file);
     std::fflush(file);
 }
@@ -49,7 +75,7 @@ QString Report::painted(const QString &text, Colour colour, FILE *to)
 
 void Report::endLine(bool keeps) const
 {
-    if (_lineIsOpen) print(stdout, keeps ? "\n" : "\r\x1b[K");
+    if (_lineIsOpen) control(keeps ? "\n" : "\r\x1b[K");
     _lineIsOpen = false;
 }
 
@@ -88,7 +114,10 @@ void Report::line(const QString &text, const QJsonObject &object) const
     if (_json) {
         print(stdout, compact(object) + "\n");
     } else if (isatty(STDOUT_FILENO)) {
-        print(stdout, "\r" + text + "\x1b[K"); // erase what a longer line left behind
+        control("\r");
+        print(stdout, text);
+        control("\x1b[K"); // erase what a longer line left behind
+        std::fflush(stdout);
         _lineIsOpen = true;
     } else {
         print(stdout, text + "\n");
@@ -98,5 +127,6 @@ void Report::line(const QString &text, const QJsonObject &object) const
 void Report::page(const QString &text, const QJsonObject &object) const
 {
     const bool replaces = !_json && isatty(STDOUT_FILENO);
-    result((replaces ? QStringLiteral("\x1b[H\x1b[J") : QString()) + text, object); // home, erase below
+    if (replaces) control("\x1b[H\x1b[J"); // home, erase below
+    result(text, object);
 }

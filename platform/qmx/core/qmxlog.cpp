@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlogstream.h"
 #include "platform/qmx/core/qmxlogwriter.h"
+#include "platform/qmx/core/qmxprintable.h"
 
 #include <QList>
 
@@ -11,6 +12,8 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <mutex>
+
+static constexpr qsizetype longestText = 16'384;
 
 struct QmxLog::Private
 {
@@ -53,7 +56,7 @@ void QmxLog::write(int level, const QString &source, int line, const QString &te
     record.text = text;
     while (record.text.endsWith(u'\n'))
         record.text.chop(1);
-    record.text.replace(u'\n', u' ');
+    record.text = qmxPrintable(record.text, longestText);
     std::lock_guard lock(d->mutex);
     for (QmxLogTap *tap : std::as_const(d->taps))
         tap->record(record);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/decodingmark.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
 #include "tests/support/faultyfiles.h"
@@ -8,6 +9,9 @@
 
 #include <QDir>
 #include <QtEndian>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -358,4 +362,30 @@ TEST(ForeignClip, SaysWhatIsNoClip)
         EXPECT_TRUE(error.toString().contains(path)) << qPrintable(error.toString());
         EXPECT_FALSE(reader.isOpen());
     }
+}
+
+TEST(ForeignClip, AFileThatEndsItsDecoderTwiceIsNotOpenedAgain)
+{
+    const TestDir dir;
+    const auto dieWhileDecoding = [&dir] {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            DecodingMark mark(dir.path());
+            ::_exit(mark.begin("/media/A/fatal.mov", 7, 8).isError() ? 1 : 0); // as a crash: nobody ends it
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        return WEXITSTATUS(status) == 0;
+    };
+    EXPECT_TRUE(dieWhileDecoding());
+    EXPECT_TRUE(dieWhileDecoding()) << "once may have had another reason";
+    EXPECT_FALSE(dieWhileDecoding());
+    DecodingMark mark(dir.path());
+    EXPECT_FALSE(mark.begin("/media/A/fatal.mov", 7, 9).isError()) << "it has changed";
+    DecodingMark sound(dir.path());
+    EXPECT_FALSE(sound.begin("/media/A/fatal.mov", 7, 9).isError()) << "the same process, at the same file";
+    mark.end();
+    EXPECT_FALSE(dieWhileDecoding()) << "the other state of the file is as it was";
+    EXPECT_FALSE(DecodingMark(dir.file("none")).begin("/media/A/fatal.mov", 7, 8).isError())
+        << "no place for notes";
 }

@@ -34,6 +34,7 @@ QmxError QmxForeignFile::open(const QString &path, AVMediaType type)
     _format = _io.open(path, reason);
     if (!_format)
         return {reason, QStringLiteral("Cannot open clip %1: %2").arg(path, QmxError(reason).toString())};
+    if (const QmxError fatal = _mark.begin(path, _io.size(), _io.changed()); fatal.isError()) return fatal;
     int result = openContainer(_format, path);
     if (result >= 0) result = avformat_find_stream_info(_format, nullptr);
     if ((reason = _io.takeError()) != 0)
@@ -71,6 +72,7 @@ const AVFrame *QmxForeignFile::next()
 {
     for (int bad = 0; bad < maxBadPackets;) {
         const int received = avcodec_receive_frame(_decoder.get(), _frame.get());
+        if (received == 0) _mark.end();
         if (received == 0) return _frame.get();
         if (received == AVERROR_EOF || (_draining && received == AVERROR(EAGAIN))) return nullptr;
         if (received != AVERROR(EAGAIN)) {

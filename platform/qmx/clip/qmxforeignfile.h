@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/decodingmark.h"
 #include "platform/qmx/clip/qmxforeignio.h"
 
 #include <QString>
@@ -33,6 +34,7 @@ public:
     int takeError() { return _io.takeError(); }
 
 private:
+    DecodingMark _mark;
     QmxForeignIo _io; ///< first: the context reads through it
     AVFormatContext *_format = nullptr;
     AVStream *_stream = nullptr;

@@ -35,6 +35,8 @@ AVFormatContext *QmxForeignIo::open(const QString &path, int &error)
     }
     error = S_ISREG(data.st_mode) ? ENOMEM : EINVAL;
     if (!S_ISREG(data.st_mode)) return nullptr;
+    _size = data.st_size;
+    _changed = data.st_mtim.tv_sec * QmxClock::nsPerSecond + data.st_mtim.tv_nsec;
     auto *buffer = static_cast<uint8_t *>(av_malloc(bufferSize));
     if (!buffer) return nullptr;
     _context = avio_alloc_context(buffer, bufferSize, 0, this, read, nullptr, seek);

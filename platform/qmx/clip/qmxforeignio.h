@@ -16,6 +16,9 @@ public:
     /// Opens the file and gives a demultiplexer's context that reads it and nothing else, whatever the file
     /// may refer to. Null with an errno value in `error`.
     AVFormatContext *open(const QString &path, int &error);
+    /// Of the open file: bytes, and when it was changed (nanoseconds since 1970).
+    qint64 size() const { return _size; }
+    qint64 changed() const { return _changed; }
     /// The medium's last error since it was asked for; 0: none.
     int takeError();
 
@@ -26,6 +29,8 @@ private:
     std::shared_ptr<QmxFiles> _files;
     AVIOContext *_context = nullptr;
     int _fd = -1;
+    qint64 _size = 0;
+    qint64 _changed = 0;
     int64_t _position = 0;
     int _error = 0;
 };

@@ -47,7 +47,7 @@ check_lint() {
 
 sanitized() {
     cmake --preset "$1" >/dev/null && cmake --build --preset "$1" -j "$XP_JOBS" &&
-        ctest --test-dir "build-$1" --output-on-failure --no-tests=error -j "$XP_JOBS" -LE system
+        xp_ctest --test-dir "build-$1" --output-on-failure --no-tests=error -j "$XP_JOBS" -LE system
 }
 # Leaks of other libraries are listed in tests/lsan.supp; ours have no entry there.
 check_asan() {
@@ -87,15 +87,22 @@ check_walk() {
     return $status
 }
 
-# The reader of clips against bytes of any kind, for a minute (--long: for thirty). What it learns stays in the build
-# directory; a finding is a file there that the fuzzer takes as its argument.
+# Everything that reads what others write, against bytes of any kind: a minute each (--long: an hour). What a fuzzer learns
+# stays in the build directory; a finding is a file there that it takes as its argument. XP_FUZZ=NAME runs one.
 check_fuzz() {
-    local seconds=60 corpus=build-fuzz/corpus
-    [ "$XP_LONG" = yes ] && seconds=1800
-    cmake --preset fuzz >/dev/null && cmake --build --preset fuzz --target fuzz_clip -j "$XP_JOBS" || return 1
-    mkdir -p "$corpus"
-    build-fuzz/bin/fuzz_clip -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -max_len=65536 -verbosity=0 \
-        -print_final_stats=1 -artifact_prefix=build-fuzz/finding- "$corpus"
+    local seconds=60 fuzzer name corpus status=0
+    [ "$XP_LONG" = yes ] && seconds=3600
+    cmake --preset fuzz >/dev/null && cmake --build --preset fuzz --target fuzzers -j "$XP_JOBS" || return 1
+    for fuzzer in build-fuzz/bin/fuzz_${XP_FUZZ:-*}; do
+        name=${fuzzer##*/fuzz_}
+        corpus=build-fuzz/corpus/$name
+        mkdir -p "$corpus"
+        say "  fuzz $name"
+        LSAN_OPTIONS="suppressions=$XP_ROOT/tests/lsan.supp:print_suppressions=0" \
+            "$fuzzer" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -max_len=65536 -verbosity=0 \
+            -print_final_stats=1 -artifact_prefix="build-fuzz/finding-$name-" "$corpus" || status=1
+    done
+    return $status
 }
 
 # Random pictures through the ProRes coder and an independent decoder: fifty thousand, --long: a million.

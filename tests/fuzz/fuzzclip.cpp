@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/clip/qmxclipwriter.h"
-#include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "tests/fuzz/fuzz.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
-#include <QTemporaryDir>
 
 #include <algorithm>
 #include <cstdio>
@@ -15,25 +11,10 @@
 
 /// Any bytes, read as a clip: nothing may crash, hang or read past its memory. What can be opened can be
 /// repaired, and after the repair it can still be opened.
-///
-/// Called with the name of an empty directory it fills that with clips of the writer's own making first.
 
 namespace {
 
 constexpr int maxFramesRead = 20;
-
-QString scratch(const char *name)
-{
-    static const QTemporaryDir dir(QStringLiteral("/dev/shm/fuzzclip-XXXXXX"));
-    return dir.filePath(QLatin1String(name));
-}
-
-/// Room ahead of a repair is most of its work here, and has tests of its own.
-class FilesWithoutRoomAhead : public QmxFiles
-{
-public:
-    int fallocate(int, int, off64_t, off64_t) override { return 0; }
-};
 
 [[noreturn]] void fail(const char *what, const QmxError &error)
 {
@@ -59,7 +40,7 @@ QmxClipInfo seedInfo(int channels)
     return info;
 }
 
-void writeSeed(const QString &folder, int channels, int frames)
+void writeClips(const QString &folder, int channels, int frames)
 {
     const QString path = folder + QStringLiteral("/closed%1.mov").arg(channels);
     const QmxClipInfo info = seedInfo(channels);
@@ -81,30 +62,16 @@ void writeSeed(const QString &folder, int channels, int frames)
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *count, char ***arguments)
+void Fuzz::writeSeeds(const QString &folder)
 {
-    qmxLogSetLevel(0);
-    QmxEnvironment environment = QmxEnvironment::current();
-    environment.files = std::make_shared<FilesWithoutRoomAhead>();
-    QmxEnvironment::setCurrent(environment);
-    for (int i = 1; i < *count; ++i) {
-        const QString folder = QFile::decodeName((*arguments)[i]);
-        if (folder.startsWith(QLatin1Char('-')) || !QFileInfo(folder).isDir()) continue;
-        if (!QDir(folder).isEmpty()) break;
-        for (int channels : {0, 2})
-            writeSeed(folder, channels, 10);
-        break;
-    }
-    return 0;
+    for (int channels : {0, 2})
+        writeClips(folder, channels, 10);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, std::size_t size)
 {
-    static const QString path = scratch("input.mov");
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) std::abort();
-    file.write(reinterpret_cast<const char *>(data), qint64(size));
-    file.close();
+    static const QString path = Fuzz::scratchFile("input.mov");
+    Fuzz::writeScratch(path, data, size);
 
     QmxClipInfo info;
     QmxClipReader::probe(path, info);

@@ -34,6 +34,7 @@ enum LogLine : int {
 constexpr int kBacklog = 5;
 constexpr int kReapInterval = 1000; // ms
 constexpr int kReadSize = 4096;     // bytes
+constexpr qsizetype kLongestLine = 16 << 20;
 
 void logErrno(int line, const char *format)
 {
@@ -162,7 +163,8 @@ void DebugServer::processRx(DebugServerConn &conn, const char *data, int size)
             conn.rx.chop(1);
             break;
         default:
-            conn.rx.append(data[i]);
+            // What is longer is no command of anybody's, and must not grow without bound.
+            if (conn.rx.size() < kLongestLine) conn.rx.append(data[i]);
         }
     }
 }

@@ -56,3 +56,15 @@ quint32 movCrc32c(const void *data, size_t size, quint32 previous)
 #endif
     return ~crcPortable(bytes, size, ~previous);
 }
+
+bool movCrcIs(quint32 checksum, const void *data, size_t size)
+{
+#ifdef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
+    Q_UNUSED(checksum)
+    Q_UNUSED(data)
+    Q_UNUSED(size)
+    return true;
+#else
+    return movCrc32c(data, size) == checksum;
+#endif
+}

@@ -64,7 +64,7 @@ std::optional<Record> parseRecord(std::span<const uchar> content)
     if (size < recordFixed || size > content.size()) return std::nullopt;
     QByteArray copy(reinterpret_cast<const char *>(content.data()), qsizetype(size));
     std::memset(copy.data() + recordCrcPosition, 0, 4);
-    if (cursor.u32() != movCrc32c(copy.constData(), size)) return std::nullopt;
+    if (!movCrcIs(cursor.u32(), copy.constData(), size)) return std::nullopt;
     Record record;
     record.sequence = cursor.u32();
     record.moofCrc = cursor.u32();
@@ -289,7 +289,7 @@ std::optional<MovFragment> MovFragment::fromSlot(std::span<const uchar> slot, qi
     if (!moof || pad->type != atomType("free") || moof->type != atomType("moof")) return std::nullopt;
     const auto record = parseRecord(pad->content);
     const auto moofBytesInSlot = slot.subspan(moof->start, moof->size);
-    if (!record || movCrc32c(moofBytesInSlot.data(), moofBytesInSlot.size()) != record->moofCrc)
+    if (!record || !movCrcIs(record->moofCrc, moofBytesInSlot.data(), moofBytesInSlot.size()))
         return std::nullopt;
 
     MovFragment fragment;

@@ -75,7 +75,7 @@ std::vector<qint64> MovWaymarks::read(std::span<const uchar> block)
     const quint32 count = cursor.u32();
     if (count > (block.size() - place - fixedSize) / markSize) return {};
     const auto bytes = cursor.take(count * markSize);
-    if (movCrc32c(bytes.data(), bytes.size()) != crc) return {};
+    if (!movCrcIs(crc, bytes.data(), bytes.size())) return {};
     std::vector<qint64> marks;
     AtomCursor numbers(bytes);
     for (quint32 i = 0; i < count; ++i) {

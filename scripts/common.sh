@@ -74,3 +74,19 @@ xp_build() {
         touch "$XP_BUILD/share/media/.complete"
     fi
 }
+
+# ctest, and with XP_CI=yes a test that was skipped is one that failed: on the machine that decides whether a change is
+# good everything has to run.
+xp_ctest() {
+    local log status=0
+    if [ "${XP_CI:-no}" != yes ]; then ctest "$@"; return; fi
+    log=$(mktemp)
+    ctest "$@" | tee "$log" || status=$?
+    if grep -qF '***Skipped' "$log"; then
+        say 'these were skipped, which counts as failed here:'
+        grep -F '***Skipped' "$log"
+        status=1
+    fi
+    rm -f "$log"
+    return $status
+}

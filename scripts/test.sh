@@ -7,4 +7,4 @@ xp_setup_peers
 (xp_setup_page) || say "goes on without the panel's page in a browser"
 args=(--test-dir "$XP_BUILD" --output-on-failure --no-tests=error -j "$XP_JOBS")
 [ $# -gt 0 ] && args+=(-R "$1")
-exec ctest "${args[@]}"
+xp_ctest "${args[@]}"

@@ -125,6 +125,27 @@ TEST(ClipFaults, EveryFailingCallLeavesWhatWasFlushed)
     }
 }
 
+TEST(ClipFaults, WhatAFailedSyncHasLostWasNeverCountedAsSafe)
+{
+    const ClipTake take(smallPlain);
+    for (int n = 1, syncs = n; n <= syncs; ++n) {
+        TestDir dir;
+        const QString path = dir.file("a.mov");
+        auto files = std::make_shared<FaultyFiles>();
+        files->loseOnFailedSync();
+        files->failNth(FaultyFiles::Fdatasync, n, EIO);
+        QmxClipWriter writer(withFiles(files));
+        ASSERT_FALSE(writer.create(path, take.info).isError());
+        const bool failed = take.write(writer, 0, 60).isError();
+        const qint64 durable = writer.framesDurable();
+        const bool closed = !writer.close().isError();
+        syncs = files->count(FaultyFiles::Fdatasync);
+        files->clear();
+        EXPECT_GE(take.wholeFrames(path), durable) << "sync " << n;
+        EXPECT_TRUE(failed || !closed || take.wholeFrames(path) == 60) << "sync " << n;
+    }
+}
+
 TEST(ClipFaults, AFullMediumKeepsAllFramesThatFitted)
 {
     TestDir dir;

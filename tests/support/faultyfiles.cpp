@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/support/faultyfiles.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <limits>
 #include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 struct FaultyFiles::State
 {
@@ -17,8 +21,18 @@ struct FaultyFiles::State
         qint64 stall = 0;
     };
 
+    /// What a write has replaced.
+    struct Before
+    {
+        off64_t offset = 0;
+        QByteArray bytes;
+        off64_t fileSize = 0;
+    };
+
     mutable std::mutex mutex;
     std::vector<Rule> rules;
+    bool losesOnFailedSync = false;
+    std::map<ino64_t, std::vector<Before>> unsynced;
     int counts[CallCount] = {};
     qint64 bytesWritten = 0;
     bool hangs[CallCount] = {};
@@ -113,9 +127,56 @@ void FaultyFiles::fakeStatfs(std::function<void(const QString &, struct statfs64
     _state->statfsChange = std::move(change);
 }
 
+void FaultyFiles::loseOnFailedSync()
+{
+    std::lock_guard lock(_state->mutex);
+    _state->losesOnFailedSync = true;
+}
+
+/// By another descriptor: that of the writer may want aligned memory.
+void FaultyFiles::rememberBefore(int fd, off64_t offset, size_t size)
+{
+    struct stat64 status = {};
+    std::lock_guard lock(_state->mutex);
+    if (!_state->losesOnFailedSync || ::fstat64(fd, &status) != 0) return;
+    State::Before before{offset, QByteArray(qsizetype(size), '\0'), status.st_size};
+    const int reading =
+        ::open64(qPrintable(QStringLiteral("/proc/self/fd/%1").arg(fd)), O_RDONLY | O_CLOEXEC);
+    const ssize_t got = ::pread64(reading, before.bytes.data(), size, offset);
+    before.bytes.truncate(std::max<ssize_t>(got, 0));
+    ::close(reading);
+    _state->unsynced[status.st_ino].push_back(std::move(before));
+}
+
+int FaultyFiles::sync(Call call, int fd)
+{
+    const bool failing = fails(call, fd);
+    const int error = errno;
+    struct stat64 status = {};
+    ::fstat64(fd, &status);
+    std::vector<State::Before> before;
+    {
+        std::lock_guard lock(_state->mutex);
+        before.swap(_state->unsynced[status.st_ino]);
+    }
+    if (!failing) return call == Fsync ? _under->fsync(fd) : _under->fdatasync(fd);
+    const int writing =
+        ::open64(qPrintable(QStringLiteral("/proc/self/fd/%1").arg(fd)), O_WRONLY | O_CLOEXEC);
+    for (auto write = before.rbegin(); write != before.rend(); ++write) {
+        if (::pwrite64(writing, write->bytes.constData(), size_t(write->bytes.size()), write->offset) < 0 ||
+            ::ftruncate64(writing, write->fileSize) != 0)
+            break;
+    }
+    ::close(writing);
+    errno = error;
+    return -1;
+}
+
 void FaultyFiles::clear()
 {
     std::lock_guard lock(_state->mutex);
+    _state->losesOnFailedSync = false;
+    _state->unsynced.clear();
     _state->rules.clear();
     _state->vanished.clear();
     _state->statfsChange = nullptr;
@@ -236,6 +297,7 @@ ssize_t FaultyFiles::pwrite(int fd, const void *data, size_t size, off64_t offse
     const Fate fate = enter(Pwrite, pathOf(fd), EIO);
     errno = fate.error;
     if (fate.error) return -1;
+    rememberBefore(fd, offset, fate.half ? size / 2 : size);
     const ssize_t written = _under->pwrite(fd, data, fate.half ? size / 2 : size, offset);
     std::lock_guard lock(_state->mutex);
     if (written > 0) _state->bytesWritten += written;
@@ -244,12 +306,12 @@ ssize_t FaultyFiles::pwrite(int fd, const void *data, size_t size, off64_t offse
 
 int FaultyFiles::fdatasync(int fd)
 {
-    return fails(Fdatasync, fd) ? -1 : _under->fdatasync(fd);
+    return sync(Fdatasync, fd);
 }
 
 int FaultyFiles::fsync(int fd)
 {
-    return fails(Fsync, fd) ? -1 : _under->fsync(fd);
+    return sync(Fsync, fd);
 }
 
 int FaultyFiles::ftruncate(int fd, off64_t size)

@@ -62,6 +62,10 @@ public:
     void comeBack();
     /// statfs of anything answers as changed by this.
     void fakeStatfs(std::function<void(const QString &path, struct statfs64 &)> change);
+    /// From now on a failed fdatasync or fsync takes with it what had been written to its file since the last
+    /// good one, as a kernel does that has given up on a page: the next one succeeds and does not bring it
+    /// back.
+    void loseOnFailedSync();
     /// No more faults (hanging calls go on).
     void clear();
 
@@ -98,6 +102,8 @@ private:
     Fate enter(Call call, const QString &path, int vanishedError);
     QString pathOf(int fd) const;
     int noteOpened(int fd, const QString &path);
+    int sync(Call call, int fd);
+    void rememberBefore(int fd, off64_t offset, size_t size);
     bool fails(Call call, const QString &path);
     bool fails(Call call, int fd);
     std::shared_ptr<QmxFiles> _under;

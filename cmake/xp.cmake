@@ -46,6 +46,23 @@ if(XP_SANITIZE)
   endif()
 endif()
 
+# What Debian's own packages are compiled with (dpkg-buildflags); the packages are made so. Off for daily work: two builds
+# of one source would not share what the compiler has cached.
+option(XP_HARDENED "Compile with the distribution's hardening" OFF)
+if(XP_HARDENED)
+  find_program(BUILDFLAGS dpkg-buildflags REQUIRED)
+  foreach(kind CPPFLAGS CXXFLAGS LDFLAGS)
+    execute_process(COMMAND env DEB_BUILD_MAINT_OPTIONS=hardening=+all DEB_BUILD_OPTIONS=noopt ${BUILDFLAGS} --get ${kind}
+      OUTPUT_VARIABLE flags_${kind} OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    # Optimisation, debug information and names of folders are this project's own matter.
+    separate_arguments(flags_${kind})
+    list(FILTER flags_${kind} EXCLUDE REGEX "^-(O|g|ffile-prefix-map|fdebug-prefix-map)")
+  endforeach()
+  list(FILTER flags_CPPFLAGS EXCLUDE REGEX "_FORTIFY_SOURCE")
+  add_compile_options(${flags_CPPFLAGS} ${flags_CXXFLAGS} -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  add_link_options(${flags_LDFLAGS} -pie)
+endif()
+
 option(XP_PRECOMPILED "Compile the common headers once" ON)
 # xp_precompiled(NAME HEADER [LIBS ...]): a precompiled header for the targets that link these libraries.
 function(xp_precompiled name header)

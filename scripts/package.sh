@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Makes the Debian packages from the programs in build/bin: package.sh [--version V]   -> build/packages/*.deb
+# Makes the Debian packages: package.sh [--version V]   -> build/packages/*.deb
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
@@ -20,13 +20,14 @@ rm -rf "$work"
 mkdir -p "$out" "$work"
 rm -f "$out"/*.deb
 
-for program in $recorder_programs $tools_programs $remote_programs $panel_programs; do
-    [ -x "$XP_BUILD/bin/$program" ] || die "package: $XP_BUILD/bin/$program is missing; run: ./xp build"
-done
+# The programs of a package are a build of their own, with the distribution's hardening.
+programs=$XP_BUILD/hardened
+cmake -S "$XP_ROOT" -B "$programs" -G Ninja -DCMAKE_BUILD_TYPE=Release -DXP_TESTS=OFF -DXP_HARDENED=ON >/dev/null &&
+    cmake --build "$programs" -j "$XP_JOBS" --target programs || die 'package: the hardened build failed'
 
 # A program without its line tables, which go into the package of those, by build id.
 put_program() { # PROGRAM ROOT
-    local id file=$XP_BUILD/bin/$1
+    local id file=$programs/bin/$1
     install -D -m 755 "$file" "$2/usr/bin/$1"
     id=$(readelf -n "$file" | sed -nE 's/^ *Build ID: ([0-9a-f]+)$/\1/p')
     [ -n "$id" ] || die "package: $file has no build id"
@@ -89,7 +90,6 @@ for program in $panel_programs; do put_program "$program" "$panel"; done
 
 install -D -m 644 -t "$recorder/lib/systemd/system" packaging/xp-recorder/*.service
 install -D -m 644 packaging/xp-recorder/lumen.ini "$recorder/etc/xp/lumen.ini"
-install -D -m 644 packaging/xp-recorder/logrotate "$recorder/etc/logrotate.d/xp-recorder"
 install -D -m 644 packaging/xp-recorder/tmpfiles "$recorder/usr/lib/tmpfiles.d/xp-recorder.conf"
 install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder" docs/{operator,engineer,manual,alarms,parameters}.md docs/xpctl.schema.json
 install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder/pictures" docs/pictures/*.png

@@ -45,6 +45,12 @@ bool StoreLock::acquire(int milliseconds, const std::atomic<bool> *interrupted)
     for (int waited = 0;; waited += pause) {
         if (_fd < 0 && !openFile()) return false;
         if (::flock(_fd, LOCK_EX | LOCK_NB) == 0) {
+            // Given up while it was waited for: nothing may be written any more.
+            if (interrupted && interrupted->load()) {
+                release();
+                _error = EWOULDBLOCK;
+                return false;
+            }
             if (isAtPath()) return true;
             // Somebody has removed the file; a lock on it would exclude nobody who comes later.
             if (!openFile()) return false;

@@ -96,19 +96,19 @@ install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder/pictures" docs/picture
 
 install -d "$recorder/usr/share/man/man8"
 for program in $recorder_programs; do
-    "$XP_BUILD/bin/$program" --manual | gzip -9n >"$recorder/usr/share/man/man8/$program.8.gz"
+    "$programs/bin/$program" --manual | gzip -9n >"$recorder/usr/share/man/man8/$program.8.gz"
 done
 
 install -D -m 644 -t "$tools/lib/systemd/system" packaging/xp-tools/*.service
 install -D -m 644 -t "$tools/usr/share/doc/xp-tools" docs/xpctl.schema.json
 install -d "$tools/usr/share/man/man1" "$tools/usr/share/bash-completion/completions" "$tools/usr/share/zsh/vendor-completions"
-"$XP_BUILD/bin/xpctl" manual | gzip -9n >"$tools/usr/share/man/man1/xpctl.1.gz"
-"$XP_BUILD/bin/xpctl" completion bash >"$tools/usr/share/bash-completion/completions/xpctl"
-"$XP_BUILD/bin/xpctl" completion zsh >"$tools/usr/share/zsh/vendor-completions/_xpctl"
+"$programs/bin/xpctl" manual | gzip -9n >"$tools/usr/share/man/man1/xpctl.1.gz"
+"$programs/bin/xpctl" completion bash >"$tools/usr/share/bash-completion/completions/xpctl"
+"$programs/bin/xpctl" completion zsh >"$tools/usr/share/zsh/vendor-completions/_xpctl"
 
 install -d "$remote/usr/share/man/man8"
 for program in $remote_programs; do
-    "$XP_BUILD/bin/$program" --manual | gzip -9n >"$remote/usr/share/man/man8/$program.8.gz"
+    "$programs/bin/$program" --manual | gzip -9n >"$remote/usr/share/man/man8/$program.8.gz"
 done
 install -D -m 644 -t "$remote/lib/systemd/system" packaging/xp-remote/*.service
 install -D -m 644 packaging/xp-remote/remote.ini "$remote/etc/xp/remote.ini"

@@ -63,8 +63,8 @@ struct MediaDaemon::Place
 
     const std::shared_ptr<MediumLook> look; ///< only on the medium's helper thread
     const std::shared_ptr<Seen> seen = std::make_shared<Seen>();
-    std::optional<Medium> known;            ///< of the last look
-    std::uint64_t pictured = 0;             ///< the clips that have thumbnails, as Medium::clips; 0: none
+    std::optional<Medium> known; ///< of the last look
+    std::uint64_t pictured = 0;  ///< the clips that have thumbnails, as Medium::clips; 0: none
     std::unique_ptr<QmxTaskThread> work;
     std::unique_ptr<QmxTaskThread> pictures; ///< of ten thousand clips they take long; nothing waits for them
 };

@@ -57,8 +57,8 @@ std::optional<MediumRoom> measureRoom(QmxFiles &files, const Mount &mount)
     const QString top = QStringLiteral("/");
     struct statfs64 root = {};
     struct statfs64 space = {};
-    if (files.statfs(top, &root) != 0 || files.statfs(localName(mount.path), &space) != 0 || space.f_blocks == 0 ||
-        qmxSameFileSystem(files, top, root, localName(mount.path), space)) {
+    if (files.statfs(top, &root) != 0 || files.statfs(localName(mount.path), &space) != 0 ||
+        space.f_blocks == 0 || qmxSameFileSystem(files, top, root, localName(mount.path), space)) {
         return std::nullopt;
     }
     return MediumRoom{mount.writable, qint64(space.f_bfree) * qint64(space.f_bsize),

@@ -5,9 +5,9 @@
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
+#include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxtaskthread.h"
-#include "platform/qmx/core/qmxthreadname.h"
 #include "platform/store/configfactoryimpl.h"
 
 #include <atomic>
@@ -209,7 +209,6 @@ qint64 DeckWatch::Private::nextLook()
 
 void DeckWatch::Private::run()
 {
-    qmxNameThread(QStringLiteral("deck-watch"));
     qint64 tick = -1;
     while (!isEnding) {
         wake.reset();
@@ -239,7 +238,9 @@ DeckWatch::DeckWatch(const QString &client) : d(std::make_unique<Private>(client
     d->takeChanges();
     d->lookForDaemon();
     d->publish(d->compose());
-    d->thread = std::thread([this] { d->run(); });
+    const QmxError error = QmxEnvironment::current().threads->start(
+        QStringLiteral("deck-watch"), [this] { d->run(); }, d->thread);
+    if (error.isError()) qmxLogOutput(1, "deckwatch", __LINE__, "%s\n", qPrintable(error.toString()));
 }
 
 DeckWatch::~DeckWatch()

@@ -10,8 +10,8 @@
 
 namespace {
 
-// Linux gives numbers below 2^22; ticks since the machine started last for 21 years. The rest tells the processes of one
-// container from those of another.
+// Linux gives numbers below 2^22; ticks since the machine started last for 21 years. The rest tells the
+// processes of one container from those of another.
 constexpr int startBits = 36;
 constexpr int spaceBits = 6;
 constexpr quint64 startMask = (quint64(1) << startBits) - 1;
@@ -24,8 +24,10 @@ quint64 ProcessMark::self()
     const std::string source = storeSource("");
     const auto start = source.rfind('.') + 1;
     const auto space = source.find('-', start);
-    const quint64 numbers = space == std::string::npos ? 0 : std::strtoull(source.c_str() + space + 1, nullptr, 10);
-    return (static_cast<quint64>(::getpid()) << (startBits + spaceBits)) | ((numbers << startBits) & spaceMask) |
+    const quint64 numbers =
+        space == std::string::npos ? 0 : std::strtoull(source.c_str() + space + 1, nullptr, 10);
+    return (static_cast<quint64>(::getpid()) << (startBits + spaceBits)) |
+           ((numbers << startBits) & spaceMask) |
            (std::strtoull(source.c_str() + start, nullptr, 10) & startMask);
 }
 

@@ -83,7 +83,8 @@ bool storeSourceIsAlive(const std::string &source)
 bool storeSourceIsReplaced(const std::string &source, const std::string &by)
 {
     const auto at = by.rfind('@');
-    return at != std::string::npos && source.rfind('@') == at && source.compare(0, at, by, 0, at) == 0 && source != by;
+    return at != std::string::npos && source.rfind('@') == at && source.compare(0, at, by, 0, at) == 0 &&
+           source != by;
 }
 
 bool isStoreUpkeep(const std::string &source)

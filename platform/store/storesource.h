@@ -3,8 +3,8 @@
 
 #include <string>
 
-/// Who writes: "CLIENT@PID.START-SPACE", START being the process's start time, so that a number that the system
-/// gives out again is not taken for the same process, and SPACE the name space that the number is of.
+/// Who writes: "CLIENT@PID.START-SPACE", START being the process's start time, so that a number that the
+/// system gives out again is not taken for the same process, and SPACE the name space that the number is of.
 std::string storeSource(const std::string &client);
 /// Whether the process of a source is still there. One that cannot be read, or
 /// of which this process cannot know, counts as alive.

@@ -144,7 +144,9 @@ TEST(ClipDamage, ALostSlotCostsItsOwnFramesOnlyAlsoAfterTheRepair)
                 const QmxFrame wanted = take.frame(n);
                 const QmxAudio &sound = is.auds().constFirst();
                 ASSERT_EQ(sound.samples(), wanted.auds().constFirst().samples()) << n;
-                EXPECT_EQ(std::memcmp(sound.data(), wanted.auds().constFirst().data(), size_t(sound.samples()) * 8), 0)
+                EXPECT_EQ(
+                    std::memcmp(sound.data(), wanted.auds().constFirst().data(), size_t(sound.samples()) * 8),
+                    0)
                     << n << ", slots from " << lost.front() << " lost, repaired " << repaired;
             }
         }

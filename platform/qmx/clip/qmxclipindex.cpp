@@ -15,8 +15,8 @@ namespace {
 
 /// How far behind a damaged slot the next whole one is looked for: no fragment is longer.
 constexpr qint64 maxSearch = qint64(1) << 31;
-/// In one clip: what is searched, and frames that are given a place although they are lost. A few bytes can claim
-/// any number of either, and half a megabyte of holes looks like gigabytes.
+/// In one clip: what is searched, and frames that are given a place although they are lost. A few bytes can
+/// claim any number of either, and half a megabyte of holes looks like gigabytes.
 constexpr qint64 maxSearchOfClip = 2 * maxSearch;
 constexpr qint64 maxLostFrames = qint64(1) << 18; // more than an hour at 60 frames a second
 constexpr qint64 maxFrames = qint64(1) << 24;

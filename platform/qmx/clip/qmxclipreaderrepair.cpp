@@ -11,15 +11,16 @@
 
 namespace {
 
-/// What takes the place of fragments that are lost before `after`: the picture before them is repeated and as much of
-/// the sound as is missing, so that numbers, timecodes and the distance of sound and picture stay. At the begin of a
-/// clip it is the first picture and sound that are left.
+/// What takes the place of fragments that are lost before `after`: the picture before them is repeated and as
+/// much of the sound as is missing, so that numbers, timecodes and the distance of sound and picture stay. At
+/// the begin of a clip it is the first picture and sound that are left.
 void bridge(MovTables &tables, const MovFragment *before, const MovFragment &after)
 {
     const MovFragment &near = before ? *before : after;
     MovFragment gap;
     gap.firstFrame = tables.frames();
-    gap.frames.assign(size_t(after.firstFrame - gap.firstFrame), before ? near.frames.back() : near.frames.front());
+    gap.frames.assign(size_t(after.firstFrame - gap.firstFrame),
+                      before ? near.frames.back() : near.frames.front());
     gap.audioOffset = near.audioOffset;
     qint64 missing = after.firstSample - tables.samples();
     // Of a clip whose sound is nearly empty a number in it could ask for more pieces than there are frames.

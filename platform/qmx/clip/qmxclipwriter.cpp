@@ -179,7 +179,8 @@ void QmxClipWriter::Private::addTimecode(const QmxFrame &frame)
     }
     // A length in the tables has 32 bits: a run that would outgrow them goes on as another one.
     constexpr qint64 longestRun = qint64(1) << 31;
-    if (format.hasTimecode && (written - lastJump) * format.frameDuration >= longestRun) addJump(nextTimecode);
+    if (format.hasTimecode && (written - lastJump) * format.frameDuration >= longestRun)
+        addJump(nextTimecode);
     // At 24 hours the count begins anew; QmxTimecode knows where that is with drop-frame counting.
     nextTimecode = quint32(
         QmxTimecode(int(nextTimecode + 1), format.timecodeFps, format.info.startTimecode.isDropFrame())

@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-bool qmxSameFileSystem(QmxFiles &files, const QString &one, const struct statfs64 &ofOne, const QString &other,
-                       const struct statfs64 &ofOther)
+bool qmxSameFileSystem(QmxFiles &files, const QString &one, const struct statfs64 &ofOne,
+                       const QString &other, const struct statfs64 &ofOther)
 {
     const decltype(ofOne.f_fsid) none = {};
     if (std::memcmp(&ofOne.f_fsid, &ofOther.f_fsid, sizeof none) != 0) return false;

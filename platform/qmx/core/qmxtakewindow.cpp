@@ -2,6 +2,7 @@
 #include "platform/qmx/core/qmxtakewindow.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxsharedmemory.h"
 
 #include <array>
 #include <atomic>
@@ -104,7 +105,8 @@ bool Board::publish()
     lock = wholeFile();
     Table *table = nullptr;
     // (The process may have a mask that keeps the group out.)
-    if (fchmod(fd, mode) == 0 && ftruncate(fd, sizeof(Table)) == 0 && fcntl(fd, F_OFD_SETLK, &lock) == 0)
+    if (fchmod(fd, mode) == 0 && ftruncate(fd, sizeof(Table)) == 0 &&
+        QmxSharedMemory::reserve(fd, 0, sizeof(Table)) && fcntl(fd, F_OFD_SETLK, &lock) == 0)
         table = map(fd);
     if (!table) {
         close(fd);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/product/clipnames.h"
 
+#include "platform/product/clipscan.h"
 #include "platform/qmx/core/qmxclock.h"
 
 #include <algorithm>
@@ -65,6 +66,17 @@ std::string clipNameFromPattern(const std::string &pattern, const ClipNameWords 
     if (stem.empty() || stem[0] == '.') stem.insert(stem.begin(), '_');
     cut(stem, maximumStem);
     return stem + extension;
+}
+
+std::string clipNameFromOutside(const std::string &name)
+{
+    if (isClipName(name) && name.find('/') == std::string::npos) return name;
+    std::string clean = name;
+    cut(clean, maximumStem);
+    for (char &c : clean)
+        if (c == '/' || static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '_';
+    if (clean.empty() || clean.front() == '.') clean.insert(0, "_");
+    return isClipName(clean) ? clean : clean + extension;
 }
 
 bool patternCountsTakes(const std::string &pattern)

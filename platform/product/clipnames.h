@@ -18,6 +18,9 @@ struct ClipNameWords
 
 /// The file name that a pattern gives, with its extension. What no file name can hold becomes "_".
 std::string clipNameFromPattern(const std::string &pattern, const ClipNameWords &words);
+/// The name that somebody else gives a clip, a camera for example: as it is when it is one, else made so that
+/// the clip stays on its medium and is found there. A take is not lost for its name.
+std::string clipNameFromOutside(const std::string &name);
 /// Whether names of the pattern differ from take to take.
 bool patternCountsTakes(const std::string &pattern);
 /// "take_001.mov" gives "take_001_R2.mov", and that one "take_001_R3.mov".

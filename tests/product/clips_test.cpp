@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/product/clipfinder.h"
 #include "platform/product/clipnames.h"
+#include "platform/product/clipscan.h"
 #include "platform/product/file.h"
 #include "platform/product/mediacache.h"
 #include "platform/qmx/core/qmxdeck.h"
@@ -222,6 +223,15 @@ TEST(ClipNames, holdOnlyWhatAFileNameCan)
         umlauts += "\xC3\xA4";
     const std::string name = clipNameFromPattern("{reel}x{name}_{take}", {umlauts, 5, umlauts, 0});
     EXPECT_EQ(name, umlauts.substr(0, 50) + "x" + umlauts.substr(0, 100) + "_005.mov");
+}
+
+TEST(ClipNames, ofACameraLeadNowhereElseAndAreFound)
+{
+    EXPECT_EQ(clipNameFromOutside("A001_C002.mov"), "A001_C002.mov");
+    for (const char *name : {"../../etc/x.mov", ".hidden.mov", "A001", "", "a\x1b]0;x\n.mov", "..", "/"}) {
+        const std::string made = clipNameFromOutside(name);
+        EXPECT_TRUE(isClipName(made) && made.find('/') == std::string::npos) << made;
+    }
 }
 
 TEST(HangingMedium, isAskedOnceAndThenNotAgain)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/product/clipfinder.h"
+#include "platform/product/clipnames.h"
 #include "platform/qmx/core/qmxid.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/store/eparam.h"
@@ -117,6 +118,8 @@ void MainObject::generateNormalRecordStreamDesc(QVariant &streamDesc)
         }
         sendAlarm(QmxIds::alarmClipNameExists, QmxAlarm::Clear, QString(), __LINE__);
         _clipFinder->incrementTakeIfAppropriate();
+    } else {
+        name = QString::fromStdString(clipNameFromOutside(name.toStdString())); // the camera's
     }
     setCurrentClip(name);
     _config->setString(eParam_RecordBaseName, withoutExtension(name));

@@ -6,7 +6,6 @@
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemorypool.h"
-#include "platform/qmx/core/qmxprintable.h"
 #include "platform/qmx/core/qmxsamefilesystem.h"
 
 #include <QFileInfo>
@@ -138,15 +137,6 @@ QmxError StreamWriter::State::refusePlace() const
     // A name may come with the camera's data.
     if (path.split('/').contains(QStringLiteral("..")))
         return {EINVAL, QStringLiteral("%1 cannot be recorded: the name leads out of its medium").arg(path)};
-    const QString name = QFileInfo(path).fileName();
-    const bool isListed = name.endsWith(QStringLiteral(".mov"), Qt::CaseInsensitive) &&
-                          !name.startsWith(u'.') && qmxPrintable(name) == name;
-    if (!isListed)
-        return {
-            EINVAL,
-            QStringLiteral("%1 cannot be recorded: a clip of that name would be neither listed nor repaired; "
-                           "it needs .mov at its end and printable characters")
-                .arg(qmxPrintable(path))};
     const QString folder = QFileInfo(path).path();
     struct statfs64 medium = {};
     struct statfs64 root = {};

@@ -76,12 +76,7 @@ QmxCounters::QmxCounters() : d(std::make_unique<Private>())
     fill(d->own);
 }
 
-QmxCounters::~QmxCounters()
-{
-    if (d->lockedFd < 0) return;
-    munmap(d->table.load(), tableSize);
-    close(d->lockedFd);
-}
+QmxCounters::~QmxCounters() = default;
 
 std::span<const QmxCounters::Description> QmxCounters::descriptions()
 {

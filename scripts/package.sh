@@ -116,7 +116,7 @@ install -D -m 644 packaging/xp-remote/udev "$remote/lib/udev/rules.d/70-xp-remot
 install -D -m 644 -t "$panel/lib/systemd/system" packaging/xp-panel/*.service
 install -D -m 644 -t "$panel/usr/share/doc/xp-panel" docs/http.md
 install -d "$panel/usr/share/man/man8"
-"$XP_BUILD/bin/xppanel" --manual | gzip -9n >"$panel/usr/share/man/man8/xppanel.8.gz"
+"$programs/bin/xppanel" --manual | gzip -9n >"$panel/usr/share/man/man8/xppanel.8.gz"
 
 make_package xp-recorder "$(library_depends "$recorder"/usr/bin/*), adduser, init-system-helpers (>= 1.54~)" video \
     'video recorder: transport and media daemons' \

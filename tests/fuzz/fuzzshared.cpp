@@ -2,6 +2,8 @@
 #include "platform/product/clipcache.h"
 #include "platform/product/shmstring.h"
 #include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/qmx/edges/qmxscopes.h"
@@ -33,7 +35,7 @@ QString fill(const char *name, const unsigned char *data, std::size_t size, qsiz
 void Fuzz::writeSeeds(const QString &folder)
 {
     const QString name = QStringLiteral("/xpfuzz_seed_%1").arg(getpid());
-    QmxCounters::instance()->publish(name);
+    QmxEnvironment::current().deck->counters.publish(name);
     const auto counters = QmxSharedMemory::open(name, QmxSharedMemory::Access::Read, 1);
     writeSeed(folder, "counters",
               char(0) + QByteArray(reinterpret_cast<char *>(counters->data()), counters->size()));

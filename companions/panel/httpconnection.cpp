@@ -369,9 +369,18 @@ void HttpConnection<Stream>::close()
         return;
     }
     // What it still sends is taken in for a moment, or it would not see our answer.
-    expire(1);
+    expire(Limit::lingerFor);
+    drain();
+}
+
+template <typename Stream>
+void HttpConnection<Stream>::drain()
+{
+    static std::array<char, pieceSize> ignored; // nobody reads it, and there is one thread
     beast::get_lowest_layer(_stream).async_read_some(
-        asio::buffer(_nothing), [self = this->shared_from_this()](boost::system::error_code, size_t) {});
+        asio::buffer(ignored), [self = this->shared_from_this()](boost::system::error_code error, size_t) {
+            if (!error) self->drain();
+        });
 }
 
 template class HttpConnection<beast::tcp_stream>;

@@ -43,6 +43,7 @@ private:
     void sendNext();
     void watchForEnd();
     void close();
+    void drain();
     void failedRead(boost::system::error_code error);
     void expire(int seconds)
     {

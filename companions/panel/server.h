@@ -50,6 +50,7 @@ constexpr int requestWithin =
     10;                        ///< s from the connection, or the last answer's first byte, to a whole request
 constexpr int idleFor = 60;    ///< s between requests
 constexpr int sendWithin = 20; ///< s that a piece of an answer may take
+constexpr int lingerFor = 2;   ///< s that a client which still sends has to see the last answer
 constexpr size_t waitingEvents = 512; ///< that a client of events may be behind
 constexpr size_t waitingBytes = 4 * 1024 * 1024;
 } // namespace Limit

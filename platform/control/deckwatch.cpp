@@ -88,6 +88,8 @@ struct DeckWatch::Private : ConfigEventListener
     qint64 lookedForDaemon = 0;
     DeckMemory memory;
     QString measured; ///< what `length` belongs to
+    /// When to ask again, on the clock; 0: not. (A take has ended a moment before its clip can be read.)
+    std::atomic<qint64> measureAgain = 0;
     std::atomic<qint64> length = 0;
 
     std::mutex questions; ///< of `asked`, for refreshed()
@@ -167,11 +169,15 @@ void DeckWatch::Private::askForLength(const DeckState &state)
 {
     const QString file = state.path + '/' + state.clip;
     const QString what = file + '\n' + (state.isRecording() ? "recording" : "done");
-    if (what == measured) return;
+    const qint64 again = measureAgain;
+    if (what == measured && (again == 0 || environment.clock->now() < again)) return;
+    measureAgain = 0;
     const bool isClip = !state.clip.isEmpty() && !state.path.isEmpty() && !state.isRecording();
     const bool isAsked = !isClip || clipThread.post([this, file] {
         QmxClipInfo info;
-        length = QmxClipReader::probe(file, info, environment).isError() ? 0 : info.frames;
+        const bool isRead = !QmxClipReader::probe(file, info, environment).isError();
+        length = isRead ? info.frames : 0;
+        measureAgain = isRead ? 0 : environment.clock->now() + daemonLook;
         wake.interrupt();
     });
     if (isAsked) measured = what;
@@ -201,6 +207,7 @@ qint64 DeckWatch::Private::nextLook()
     const qint64 now = environment.clock->now();
     const bool isFollowed = *followers > 0;
     if (isFollowed && daemon != 0) return now + frameLook;
+    if (const qint64 again = measureAgain; again != 0) return std::max(again, now + frameLook);
     const qint64 wall = environment.clock->wallTime() / ms;
     const qint64 end = parameters.nextEnd(wall);
     const qint64 idle = isFollowed ? daemonLook : idleLook;

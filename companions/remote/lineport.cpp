@@ -64,7 +64,8 @@ void LinePort::open()
 
 void LinePort::wants(std::vector<pollfd> &polls) const
 {
-    if (_listener.isOpen()) polls.push_back({_listener.fd(), POLLIN, 0});
+    if (_listener.isOpen() && !_calls.pausedUntil(_context.now()))
+        polls.push_back({_listener.fd(), POLLIN, 0});
     for (const auto &client : _clients) {
         const bool reads = client->lines.size() < mostLines && !client->pace.pausedUntil(_context.now());
         const bool writes = !client->out.isEmpty();
@@ -75,9 +76,12 @@ void LinePort::wants(std::vector<pollfd> &polls) const
 std::optional<qint64> LinePort::deadline() const
 {
     std::optional<qint64> first = _openAt;
+    const auto consider = [&first](std::optional<qint64> one) {
+        if (one && (!first || *one < *first)) first = one;
+    };
+    consider(_calls.pausedUntil(_context.now()));
     for (const auto &client : _clients)
-        if (const auto until = client->pace.pausedUntil(_context.now()); until && (!first || *until < *first))
-            first = until;
+        consider(client->pace.pausedUntil(_context.now()));
     return first;
 }
 
@@ -94,6 +98,7 @@ void LinePort::ready(const pollfd &event)
 
 void LinePort::accept()
 {
+    _calls.took(1, _context.now());
     QString name;
     RemoteFd fd = Sockets::accept(_listener.fd(), name);
     if (!fd.isOpen()) return;

@@ -42,6 +42,7 @@ private:
     const RemotePortConfig _config;
     RemoteContext &_context;
     RemoteFd _listener;
+    ReadPace _calls{ReadPace::mostCalls};
     std::list<std::unique_ptr<Client>> _clients;
     std::optional<qint64> _openAt;
     QString _problem;      ///< as told last

@@ -99,7 +99,8 @@ Who NinepinPort::whoIs(const QString &peer) const
 
 void NinepinPort::wants(std::vector<pollfd> &polls) const
 {
-    if (_listener.isOpen()) polls.push_back({_listener.fd(), POLLIN, 0});
+    if (_listener.isOpen() && !_calls.pausedUntil(_context.now()))
+        polls.push_back({_listener.fd(), POLLIN, 0});
     const qint64 now = _context.now();
     for (const auto &peer : _peers) {
         const bool reads = !peer->pace.pausedUntil(now);
@@ -121,6 +122,7 @@ void NinepinPort::ready(const pollfd &event)
 
 void NinepinPort::accept()
 {
+    _calls.took(1, _context.now());
     QString name;
     RemoteFd fd = Sockets::accept(_listener.fd(), name);
     if (!fd.isOpen()) return;
@@ -193,6 +195,7 @@ std::optional<qint64> NinepinPort::deadline() const
         if (one && (!first || *one < *first)) first = one;
     };
     consider(_orders.deadline());
+    consider(_calls.pausedUntil(_context.now()));
     for (const auto &peer : _peers) {
         consider(peer->parser->deadline());
         consider(peer->pace.pausedUntil(_context.now()));

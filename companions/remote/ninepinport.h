@@ -45,6 +45,7 @@ private:
     NinepinSession _session;
     OrderQueue _orders;
     RemoteFd _listener;
+    ReadPace _calls{ReadPace::mostCalls};
     std::vector<std::unique_ptr<Peer>> _peers; ///< the first one operates
     Who _who;                                  ///< of the controller
     std::optional<qint64> _openAt;

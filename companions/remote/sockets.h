@@ -44,6 +44,7 @@ class ReadPace
 {
 public:
     static constexpr qint64 window = 10'000'000;
+    static constexpr qint64 mostCalls = 8; ///< of new peers, in a window
 
     explicit ReadPace(qint64 mostInAWindow) : _most(mostInAWindow) {}
     void took(qint64 amount, qint64 now)

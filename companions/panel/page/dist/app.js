@@ -98,7 +98,7 @@ var Bt=Object.defineProperty;var Ft=Object.getOwnPropertyDescriptor;var l=(s,r,e
       <img alt="" loading="lazy" draggable="false" src=${Ne(`clips/${encodeURIComponent(e.name)}/thumbnail`)} @error=${n=>n.target.removeAttribute("src")} />
       <div class="cut">
         <div class="name cut"><bdi>${e.name}</bdi></div>
-        <div class="sub"><span>${e.timecode??""}</span><span class="narrow">${K(e.frames,this.deck.state?.rate??25)}</span><span class="wide">${e.bytes?Pe(e.bytes):""}</span>${e.protected?a`<span>protected</span>`:h}${o?a`<span>on the deck</span>`:h}</div>
+        <div class="sub">${e.timecode?a`<span>${e.timecode}</span>`:h}<span class="narrow">${K(e.frames,this.deck.state?.rate??25)}</span><span class="wide">${e.bytes?Pe(e.bytes):""}</span>${e.protected?a`<span>protected</span>`:h}${o?a`<span>on the deck</span>`:h}</div>
       </div>
       <div class="frames figure">${K(e.frames,this.deck.state?.rate??25)}</div>
     </div>`}};z.styles=[v,p`

@@ -6,6 +6,7 @@ const folder = process.argv[2];
 const browser = await startBrowser();
 await xpctl("set", "clip_base_name", "interview");
 await xpctl("set", "timecode_preset_hour", "10");
+await xpctl("set", "loop_playback", "on");
 for (const seconds of ["3", "2", "4"]) await xpctl("record", "--for", seconds);
 const take = async (name, options, act) => {
   const page = await open(browser, options);

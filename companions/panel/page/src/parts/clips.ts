@@ -204,7 +204,7 @@ export class XpClips extends Part {
       <img alt="" loading="lazy" draggable="false" src=${address(`clips/${encodeURIComponent(clip.name)}/thumbnail`)} @error=${(event: Event) => (event.target as HTMLImageElement).removeAttribute("src")} />
       <div class="cut">
         <div class="name cut"><bdi>${clip.name}</bdi></div>
-        <div class="sub"><span>${clip.timecode ?? ""}</span><span class="narrow">${length(clip.frames, this.deck.state?.rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
+        <div class="sub">${clip.timecode ? html`<span>${clip.timecode}</span>` : nothing}<span class="narrow">${length(clip.frames, this.deck.state?.rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
       </div>
       <div class="frames figure">${length(clip.frames, this.deck.state?.rate ?? 25)}</div>
     </div>`;

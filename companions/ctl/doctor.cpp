@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/doctor.h"
 
+#include "companions/ctl/panelfinding.h"
 #include "companions/ctl/remotefigures.h"
 #include "platform/control/access.h"
 #include "platform/product/clipfinder.h"
@@ -256,14 +257,15 @@ Finding clockState(Recorder &)
 std::span<const DoctorCheck> doctorChecks()
 {
     static constexpr DoctorCheck rows[] = {
-        {"store", store},       {"access", access},
-        {"daemon", daemon},     {"media_daemon", mediaDaemon},
-        {"profile", profile},   {"inputs", inputs},
-        {"outputs", outputs},   {"output", output},
-        {"medium", medium},     {"disk_speed", diskSpeed},
-        {"stills", stills},     {"shared_memory", sharedMemory},
-        {"priority", priority}, {"huge_pages", hugePages},
-        {"clock", clockState},  {"remote", remoteFinding},
+        {"store", store},        {"access", access},
+        {"daemon", daemon},      {"media_daemon", mediaDaemon},
+        {"profile", profile},    {"inputs", inputs},
+        {"outputs", outputs},    {"output", output},
+        {"medium", medium},      {"disk_speed", diskSpeed},
+        {"stills", stills},      {"shared_memory", sharedMemory},
+        {"priority", priority},  {"huge_pages", hugePages},
+        {"clock", clockState},   {"remote", remoteFinding},
+        {"panel", panelFinding},
     };
     return rows;
 }

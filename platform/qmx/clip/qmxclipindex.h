@@ -62,7 +62,6 @@ private:
     QmxError loadForeign(MovInput &input, bool tables);
     QmxError describe(MovInput &input);
     QmxError describeSound(MovInput &input);
-    QmxError placeFrames(MovInput &input, const MovMovie::Track &track);
     QmxError placeSounds(MovInput &input);
     QmxError walk(MovInput &input);
     QmxError readSlot(MovInput &input, std::optional<MovFragment> &fragment, bool &isOpen);

@@ -5,13 +5,13 @@
 #include "platform/qmx/clip/movcrc.h"
 #include "platform/qmx/clip/qmxclipindex.h"
 #include "platform/qmx/clip/qmxforeignclip.h"
+#include "platform/qmx/core/qmxids.h"
 
 #include <algorithm>
 #include <cerrno>
 
 namespace {
 
-constexpr int timecodeKey = 12;
 
 /// Adds to `bytes` the samples [first, first + count) of one sound track; what the file lacks stays silent.
 QmxError readSound(MovInput &input, const QmxClipIndex::Sound &sound, qint64 first, qint64 count, qint32 *to,
@@ -168,7 +168,7 @@ QmxError QmxClipReader::readFrame(qint64 frame, QmxFrame &out)
     QmxFrame result;
     result.vids().append(image);
     if (info.audio.isValid()) result.auds().append(audio);
-    result.meta().insert(QmxId(timecodeKey), QVariant::fromValue(info.timecodeAt(frame)));
+    result.meta().insert(QmxIds::timecode, QVariant::fromValue(info.timecodeAt(frame)));
     out = result;
     return {};
 }

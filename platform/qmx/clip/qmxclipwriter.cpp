@@ -11,15 +11,10 @@
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
-#include <mutex>
 
 namespace {
 
-constexpr int timecodeKey = 12;
 constexpr qint64 secondsFrom1904To1970 = 2082844800;
-/// How long a program that must end waits for a call under way.
-constexpr std::chrono::seconds emergencyPatience{1};
 
 bool sameFamily(QmxId a, QmxId b)
 {
@@ -49,7 +44,6 @@ struct QmxClipWriter::Private
     void beginFragment(qint64 slot);
 
     QmxEnvironment environment;
-    std::timed_mutex mutex; ///< the writer thread against an emergency flush
     MovOutput output;
     MovFormat format;
     MovTables tables;
@@ -166,7 +160,7 @@ void QmxClipWriter::Private::addJump(quint32 timecode)
 
 void QmxClipWriter::Private::addTimecode(const QmxFrame &frame)
 {
-    auto timecode = frame.meta().value(QmxId(timecodeKey)).value<QmxTimecode>();
+    auto timecode = frame.meta().value(QmxIds::timecode).value<QmxTimecode>();
     if (written == 0 && timecode.isValid()) {
         // The header written at the opening is not in force before the first flush.
         format.setStartTimecode(timecode);
@@ -265,7 +259,6 @@ QmxClipWriter::~QmxClipWriter()
 
 QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
 {
-    const std::lock_guard lock(d->mutex);
     if (d->open) return {EBUSY, QStringLiteral("The writer of clip %1 is in use").arg(d->path)};
     QmxError error = MovFormat::fromInfo(info, d->format);
     if (error.isError()) return error;
@@ -310,7 +303,6 @@ QmxError QmxClipWriter::take(const QString &path, const QmxClipInfo &info)
 
 QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
 {
-    const std::lock_guard lock(d->mutex);
     if (!d->open) return {EBADF, QStringLiteral("No clip is open for writing")};
     if (d->failure.isError()) return d->failure;
     QmxBuffer picture;
@@ -338,19 +330,16 @@ QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
 
 void QmxClipWriter::noteLost(int count)
 {
-    const std::lock_guard lock(d->mutex);
     d->fragment.lost += quint32(std::max(count, 0));
 }
 
 QmxError QmxClipWriter::flush()
 {
-    const std::lock_guard lock(d->mutex);
     return d->flush();
 }
 
 QmxError QmxClipWriter::close()
 {
-    const std::lock_guard lock(d->mutex);
     if (!d->open) return {};
     QmxError error = d->flush();
     d->open = false;
@@ -363,13 +352,6 @@ QmxError QmxClipWriter::close()
                                       MovTables::openHeader(d->format, d->tables.frames()), d->fragment.slot);
     d->output.close();
     return error.isError() ? error : closing;
-}
-
-void QmxClipWriter::emergencyFlush()
-{
-    // A call that hangs in the kernel keeps the mutex: then nothing can be saved, and nobody shall wait.
-    const std::unique_lock lock(d->mutex, emergencyPatience);
-    if (lock.owns_lock()) d->flush();
 }
 
 bool QmxClipWriter::isOpen() const

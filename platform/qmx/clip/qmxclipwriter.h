@@ -12,7 +12,7 @@
 /// last flush; close() turns it in place into an ordinary one.
 ///
 /// Threads: it has none. All calls block on the medium and belong to one thread, the writer thread of a
-/// stream; only emergencyFlush() and framesDurable() may come from any thread.
+/// stream; only framesDurable() may come from any thread.
 ///
 /// Errors: after one that concerns the medium (failed() is true) nothing more is written: every later
 /// writeFrame() and flush() gives the same error, everything up to the last flush stays whole, and close()
@@ -51,10 +51,6 @@ public:
     /// Flushes, turns the file into an ordinary one, gives back what was allocated ahead, and unlocks it. A
     /// clip without a single durable frame is removed. On an error the file is what the last flush left.
     QmxError close();
-
-    /// For a program that must end at once: flush() from any thread. Waits at most a second for a call that
-    /// is under way and then gives up.
-    void emergencyFlush();
 
     bool isOpen() const;
     /// A medium error has ended the writing.

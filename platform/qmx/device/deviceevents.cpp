@@ -27,7 +27,6 @@ void DeviceEvents::push(const DeviceEvent &event)
             });
             _events.erase(oldest);
             --_vbis;
-            ++_droppedVbis;
         }
         _events.push_back(event);
     }
@@ -42,10 +41,4 @@ bool DeviceEvents::pop(DeviceEvent &event)
     _events.pop_front();
     if (event.type == DeviceEvent::Vbi) --_vbis;
     return true;
-}
-
-qint64 DeviceEvents::droppedVbis() const
-{
-    std::lock_guard lock(_mutex);
-    return _droppedVbis;
 }

@@ -51,7 +51,6 @@ public:
     void push(const DeviceEvent &event);
     /// False when empty.
     bool pop(DeviceEvent &event);
-    qint64 droppedVbis() const;
 
 private:
     std::function<void()> _wake;
@@ -59,5 +58,4 @@ private:
     std::deque<DeviceEvent> _events;
     int _vbiBound = 250;
     int _vbis = 0;
-    qint64 _droppedVbis = 0;
 };

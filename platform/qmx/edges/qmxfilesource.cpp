@@ -171,10 +171,6 @@ QmxSourceFrame QmxFileSource::take(const QmxTick &tick)
         ++_last.repeated;
     }
     QmxSourceFrame frame = _last;
-    if (!tick.audioWanted) {
-        _sound.clear();
-        return frame;
-    }
     const int samples = qmxAudioSamples(tick.index, tick.rate);
     frame.audio = _sound.take(samples, tick.rate);
     // At other rates than the file's the sound does not fit the ticks; it must not pile up. (A sample or

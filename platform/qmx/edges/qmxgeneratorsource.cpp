@@ -95,7 +95,7 @@ QmxSourceFrame QmxGeneratorSource::take(const QmxTick &tick)
         result.reference = QmxVideoRefState(locked, locked);
     }
     result.soundMissing = present && QmxGeneratorScript::covers(_script.mutes, frame);
-    if (tick.audioWanted) result.audio = sound(tick, present && !result.soundMissing, newFrame);
+    result.audio = sound(tick, present && !result.soundMissing, newFrame);
     _lastFrame = frame;
     return result;
 }

@@ -6,8 +6,7 @@
 QmxSourceFrame QmxNoneSource::take(const QmxTick &tick)
 {
     QmxSourceFrame frame;
-    if (tick.audioWanted)
-        frame.audio =
+    frame.audio =
             QmxAudio::silence(QmxSourceFormat::audioDesc(tick.rate), qmxAudioSamples(tick.index, tick.rate));
     return frame;
 }

@@ -19,7 +19,6 @@ struct QmxTick
     qint64 index = 0;    ///< ticks since the device started; consecutive but for missed ones
     qint64 deadline = 0; ///< the ideal moment of the tick (QmxClock time): free of jitter
     QmxVideoRate rate;   ///< rate at which the device ticks now
-    bool audioWanted = true;
 };
 
 /// What a source delivers for one tick.

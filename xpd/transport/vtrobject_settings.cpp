@@ -5,11 +5,40 @@
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
 #include "xpd/transport/vtrlog.h"
-#include "xpd/transport/vtrsettings.h"
 
 #include <QFile>
 
+/// One setting of the transport each: where its value lives in the state, what is logged when it changes,
+/// and whether the device has to be reset for it. A setting that does nothing else is one row below.
+
+struct IdSetting
+{
+    QmxId (VtrState::*get)() const;
+    void (VtrState::*set)(const QmxId &);
+    const char *text; ///< "%1" is the identifier's name
+    const char
+        *invalidText; ///< logged instead of storing an identifier that is not valid; null: all are stored
+};
+
+struct FlagSetting
+{
+    bool (VtrState::*get)() const;
+    void (VtrState::*set)(bool);
+    const char *text; ///< "%s" is the word for the value
+    bool resets;
+    const char *onWord = "Enabled";
+    const char *offWord = "Disabled";
+};
+
+struct NumberSetting
+{
+    int (VtrState::*get)() const;
+    void (VtrState::*set)(int);
+    const char *text; ///< "%1" is the number
+};
+
 using namespace VtrLog;
+using S = VtrState;
 
 namespace {
 
@@ -56,36 +85,38 @@ bool VtrObject::applySetting(const NumberSetting &setting, int value)
 }
 
 // clang-format off
-void VtrObject::setEncodeFormat(const QmxId &id) { applySetting(VtrSettings::encodeFormat, id); }
-void VtrObject::setVideoInputSource(const QmxId &id) { applySetting(VtrSettings::videoInputSource, id); }
-void VtrObject::setAudioInputSource(const QmxId &id) { applySetting(VtrSettings::audioInputSource, id); }
-void VtrObject::setAudioInputLevel(const QmxId &id) { applySetting(VtrSettings::audioInputLevel, id); }
-void VtrObject::setSyncSource(const QmxId &id) { applySetting(VtrSettings::syncSource, id); }
-void VtrObject::setAudioSignalGenMode(const QmxId &id) { applySetting(VtrSettings::audioSignalGenMode, id); }
-void VtrObject::setCameraInput(const QmxId &id) { applySetting(VtrSettings::cameraInput, id); }
-void VtrObject::setVideoInConvert(const QmxId &id) { applySetting(VtrSettings::videoInConvert, id); }
-void VtrObject::setVideoOutConvert(const QmxId &id) { applySetting(VtrSettings::videoOutConvert, id); }
-void VtrObject::setVideoOutputType(const QmxId &id) { applySetting(VtrSettings::videoOutputType, id); }
-void VtrObject::setVideoOutputRoute(const QmxId &id) { applySetting(VtrSettings::videoOutputRoute, id); }
-void VtrObject::setSuperOut(const QmxId &id) { applySetting(VtrSettings::superOut, id); }
-void VtrObject::setHdmiOutputMode(const QmxId &id) { applySetting(VtrSettings::hdmiOutputMode, id); }
+void VtrObject::setEncodeFormat(const QmxId &id) { applySetting(IdSetting{&S::encodeFormat, &S::setEncodeFormat, "Set Encode Format: %1", "Encode format is invalid\n"}, id); }
+void VtrObject::setVideoInputSource(const QmxId &id) { applySetting(IdSetting{&S::videoInputSource, &S::setVideoInputSource, "Set Video Input Source: %1", "Video input source is invalid\n"}, id); }
+void VtrObject::setAudioInputSource(const QmxId &id) { applySetting(IdSetting{&S::audioInputSource, &S::setAudioInputSource, "Set Audio Input Source: %1", "Audio input source is invalid\n"}, id); }
+void VtrObject::setAudioInputLevel(const QmxId &id) { applySetting(IdSetting{&S::audioInputLevel, &S::setAudioInputLevel, "Set Audio Input Level: %1", "Audio input level is invalid\n"}, id); }
+void VtrObject::setSyncSource(const QmxId &id) { applySetting(IdSetting{&S::syncSource, &S::setSyncSource, "Set Sync Source: %1", "Sync source is invalid\n"}, id); }
+void VtrObject::setAudioSignalGenMode(const QmxId &id) { applySetting(IdSetting{&S::audioSignalGenMode, &S::setAudioSignalGenMode, "Set ASG Mode: %1", nullptr}, id); }
+void VtrObject::setCameraInput(const QmxId &id) { applySetting(IdSetting{&S::cameraInput, &S::setCameraInput, "Set Camera Input: %1", nullptr}, id); }
+void VtrObject::setVideoInConvert(const QmxId &id) { applySetting(IdSetting{&S::videoInConvert, &S::setVideoInConvert, "Set Video In Convert: %1", nullptr}, id); }
+void VtrObject::setVideoOutConvert(const QmxId &id) { applySetting(IdSetting{&S::videoOutConvert, &S::setVideoOutConvert, "Set Video Out Convert: %1", nullptr}, id); }
+void VtrObject::setVideoOutputType(const QmxId &id) { applySetting(IdSetting{&S::videoOutputType, &S::setVideoOutputType, "Set Video Output Type: %1", nullptr}, id); }
+void VtrObject::setVideoOutputRoute(const QmxId &id) { applySetting(IdSetting{&S::videoOutputRoute, &S::setVideoOutputRoute, "Set Video Output Route: %1", nullptr}, id); }
+void VtrObject::setSuperOut(const QmxId &id) { applySetting(IdSetting{&S::superOut, &S::setSuperOut, "Set Super Out: %1", nullptr}, id); }
+void VtrObject::setHdmiOutputMode(const QmxId &id) { applySetting(IdSetting{&S::hdmiOutputMode, &S::setHdmiOutputMode, "Set HDMI Output Mode: %1", nullptr}, id); }
 
-void VtrObject::setForcePSFOutput(bool on) { applySetting(VtrSettings::forcePSFOutput, on); }
-void VtrObject::setForcePSFEncode(bool on) { applySetting(VtrSettings::forcePSFEncode, on); }
-void VtrObject::setIntervalRecordEnable(bool on) { applySetting(VtrSettings::intervalRecordEnable, on); }
-void VtrObject::setVFREnable(bool on) { applySetting(VtrSettings::vfrEnable, on); }
-void VtrObject::setStopOnFrameDrop(bool on) { applySetting(VtrSettings::stopOnFrameDrop, on); }
-void VtrObject::setStopOnLossOfVideo(bool on) { applySetting(VtrSettings::stopOnLossOfVideo, on); }
-void VtrObject::setVideoOutputSDILevelA(bool on) { applySetting(VtrSettings::videoOutputSDILevelA, on); }
-void VtrObject::setVideoInputIgnoreANC(bool on) { applySetting(VtrSettings::videoInputIgnoreANC, on); }
+void VtrObject::setForcePSFOutput(bool on) { applySetting(FlagSetting{&S::forcePSFOutput, &S::setForcePSFOutput, "Set Force PSF Output: %s\n", true}, on); }
+void VtrObject::setForcePSFEncode(bool on) { applySetting(FlagSetting{&S::forcePSFEncode, &S::setForcePSFEncode, "Set Force PSF Encode: %s\n", true}, on); }
+void VtrObject::setIntervalRecordEnable(bool on) { applySetting(FlagSetting{&S::intervalRecordEnable, &S::setIntervalRecordEnable, "Set Interval Record: %s\n", false}, on); }
+void VtrObject::setVFREnable(bool on) { applySetting(FlagSetting{&S::vfrEnable, &S::setVFREnabled, "Set VFR: %s\n", true}, on); }
+void VtrObject::setStopOnFrameDrop(bool on) { applySetting(FlagSetting{&S::stopOnFrameDrop, &S::setStopOnFrameDrop, "Set Stop On Frame Drop: %s\n", false}, on); }
+void VtrObject::setStopOnLossOfVideo(bool on) { applySetting(FlagSetting{&S::stopOnLossOfVideo, &S::setStopOnLossOfVideo, "Set Stop On Loss Of Video: %s\n", false}, on); }
+void VtrObject::setVideoOutputSDILevelA(bool on) { applySetting(FlagSetting{&S::videoOutputSDILevelA, &S::setVideoOutputSDILevelA, "Set Video Output SDI Level: %s\n", true, "Level A", "Level B"}, on); }
+void VtrObject::setVideoInputIgnoreANC(bool on) { applySetting(FlagSetting{&S::videoInputIgnoreANC, &S::setVideoInputIgnoreANC, "Set Video Input Ignore ANC: %s\n", true}, on); }
 
-void VtrObject::setRecordInterval(int frames) { applySetting(VtrSettings::recordInterval, frames); }
-void VtrObject::setRecordIntervalTime(int period) { applySetting(VtrSettings::recordIntervalTime, period); }
+void VtrObject::setRecordInterval(int frames) { applySetting(NumberSetting{&S::recordInterval, &S::setRecordInterval, "Set Record Interval: %1"}, frames); }
+void VtrObject::setRecordIntervalTime(int period) { applySetting(NumberSetting{&S::recordIntervalTime, &S::setRecordIntervalTime, "Set Record Interval Time: %1"}, period); }
 // clang-format on
 
 void VtrObject::setVideoSignalGenMode(const QmxId &id)
 {
-    if (applySetting(VtrSettings::videoSignalGenMode, id)) updateVTSGPseudoInput(id.isValid());
+    if (applySetting(
+            IdSetting{&S::videoSignalGenMode, &S::setVideoSignalGenMode, "Set VSG Mode: %1", nullptr}, id))
+        updateVTSGPseudoInput(id.isValid());
 }
 
 void VtrObject::setVideoSignalGenFormat(const QmxImageDesc &desc)

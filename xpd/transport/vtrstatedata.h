@@ -10,6 +10,8 @@
 #include <QSharedData>
 #include <QString>
 
+#include <tuple>
+
 /// The payload that copies of a VtrState share.
 class VtrStateData : public QSharedData
 {
@@ -50,9 +52,19 @@ public:
     /// Stores the speed together with its classification.
     void setSpeed(double newSpeed);
 
-    /// Compares everything but speedFlags, which follow from the speed, and stopOnLossOfVideo: changing
-    /// that one alone is no change of state that anybody has to be told about.
-    bool operator==(const VtrStateData &other) const;
+    /// Everything but speedFlags, which follow from the speed, and stopOnLossOfVideo: changing that one alone
+    /// is no change of state that anybody has to be told about.
+    auto told() const
+    {
+        return std::tie(mode, audioChans, recordInterval, recordIntervalTime, intervalRecordEnable, looping,
+                        speed, encodeFormat, videoOutputType, videoInputSource, audioInputSource,
+                        audioInputLevel, syncSource, cameraInput, videoSignalGenMode, audioSignalGenMode,
+                        videoInConvert, videoOutConvert, superOut, videoOutputRoute, forcePSFOutput,
+                        forcePSFEncode, vfrEnable, videoSignalGenFormat, inputLut, outputLut, stopOnFrameDrop,
+                        videoOutputSDILevelA, videoInputIgnoreANC, hdmiOutputMode);
+    }
+    /// Compares what is told.
+    bool operator==(const VtrStateData &other) const { return told() == other.told(); }
     bool operator!=(const VtrStateData &other) const { return !(*this == other); }
 
     /// Speed and mode, each followed by a blank.

@@ -3,8 +3,6 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
-#include "platform/store/configfactoryimpl.h"
-#include "platform/store/storeconfig.h"
 
 #include <fstream>
 
@@ -37,16 +35,4 @@ std::string GetConfigURI(const std::string &)
 std::string GetEventsURI(const std::string &transport)
 {
     return GetConfigURI(transport);
-}
-
-ConfigFactoryImpl *ConfigFactoryImpl::GetInstance()
-{
-    static ConfigFactoryImpl factory;
-    return &factory;
-}
-
-Config *ConfigFactoryImpl::create(const std::string &uri, const std::string &client, bool queued)
-{
-    std::shared_ptr<StoreClient> shared = StoreClient::acquire(uri, client, queued);
-    return shared ? new StoreConfig(std::move(shared)) : nullptr;
 }

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/store/paramdescriptor.h"
 #include "platform/store/redisrow.h"
 #include "platform/store/redisscripts.h"
 

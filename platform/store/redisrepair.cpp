@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/store/alarmvalue.h"
+#include "platform/store/paramdescriptor.h"
 #include "platform/store/redisbackend.h"
 #include "platform/store/redisrow.h"
 #include "platform/store/redisscripts.h"

@@ -2,6 +2,7 @@
 #include "platform/store/sqlitebackend.h"
 
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/store/paramdescriptor.h"
 #include "platform/store/sqliteschema.h"
 
 #include <algorithm>

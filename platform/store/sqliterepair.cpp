@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/store/alarmvalue.h"
+#include "platform/store/paramdescriptor.h"
 #include "platform/store/sqlitebackend.h"
 #include "platform/store/sqliteschema.h"
 #include "platform/store/storesource.h"

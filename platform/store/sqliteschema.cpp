@@ -2,6 +2,7 @@
 #include "platform/store/sqliteschema.h"
 
 #include "platform/qmx/core/qmxsafefile.h"
+#include "platform/store/paramdescriptor.h"
 #include "platform/store/storefiles.h"
 
 #include <cstring>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/store/paramdescriptor.h"
 #include "platform/store/storebackend.h"
 
 #include <mutex>

@@ -27,7 +27,7 @@ constexpr qint64 nsPerMicrosecond = 1'000;
 StoreReader::StoreReader(std::unique_ptr<StoreBackend> backend, const StoreContext &context,
                          std::shared_ptr<StoreMemory> memory, std::shared_ptr<StoreState> state,
                          std::shared_ptr<DeliveryGate> gate, bool awaitEventLoop, bool thorough)
-    : _backend(std::move(backend)),
+    : StoreThread("store-events", std::move(backend)),
       _context(context),
       _memory(std::move(memory)),
       _state(std::move(state)),
@@ -40,18 +40,6 @@ StoreReader::StoreReader(std::unique_ptr<StoreBackend> backend, const StoreConte
 StoreReader::~StoreReader()
 {
     if (_wakeFd >= 0) ::close(_wakeFd);
-}
-
-void StoreReader::start()
-{
-    _ended = false;
-    // stop() waits for its end, with a limit.
-    const QmxError error = QmxEnvironment::current().threads->startDetached(
-        QStringLiteral("store-events"), [self = shared_from_this()] { self->run(); });
-    if (!error.isError()) return;
-    const std::lock_guard lock(_mutex);
-    _ended = true;
-    qmxLogOutput(1, "storereader", __LINE__, "%s\n", qPrintable(error.toString()));
 }
 
 bool StoreReader::waitUntilLoaded(int milliseconds)
@@ -77,7 +65,7 @@ void StoreReader::addListener(const void *owner, ConfigEventListener *listener)
             application,
             [weak = weak_from_this(), ready] {
                 *ready = true;
-                if (const auto self = weak.lock()) self->wake();
+                if (const auto self = weak.lock()) static_cast<StoreReader *>(self.get())->wake();
             },
             Qt::QueuedConnection);
     wake();
@@ -95,26 +83,6 @@ void StoreReader::stopDelivering()
     const std::lock_guard delivery(_deliveryMutex);
     _delivering = false;
     _gate->leave(this);
-}
-
-void StoreReader::askToStop()
-{
-    const std::lock_guard lock(_mutex);
-    _stopping = true;
-    wake();
-}
-
-void StoreReader::stop(StoreDeadline until)
-{
-    askToStop();
-    std::unique_lock lock(_mutex);
-    _changed.wait_until(lock, until, [this] { return _ended; });
-}
-
-bool StoreReader::isStopping() const
-{
-    const std::lock_guard lock(_mutex);
-    return _stopping;
 }
 
 void StoreReader::wake() const
@@ -147,10 +115,6 @@ void StoreReader::run()
         deliver();
         wait();
     }
-    _backend.reset();
-    const std::lock_guard lock(_mutex);
-    _ended = true;
-    _changed.notify_all();
 }
 
 void StoreReader::prepare()

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/store/configeventlistener.h"
 #include "platform/store/deliverygate.h"
-#include "platform/store/storebackend.h"
 #include "platform/store/storememory.h"
 #include "platform/store/storestate.h"
+#include "platform/store/storethread.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 
 /// Follows the changes of a store on the thread "store-events": keeps the client's memory current and calls
 /// the listeners, one call at a time, in order. Changes made by the client itself are not told.
@@ -17,9 +16,7 @@
 /// With `awaitEventLoop`, and an application object, a listener is not called before the event loop has
 /// turned once after its registration: until then its owner is still connecting. What comes meanwhile is
 /// kept, at most `bound` changes; then the store is read no further until they have been told.
-///
-/// The thread owns a shared pointer to this object, so that a store that hangs in the kernel can be left.
-class StoreReader : public std::enable_shared_from_this<StoreReader>
+class StoreReader : public StoreThread
 {
 public:
     static constexpr std::size_t bound = 4096;
@@ -27,9 +24,8 @@ public:
     StoreReader(std::unique_ptr<StoreBackend> backend, const StoreContext &context,
                 std::shared_ptr<StoreMemory> memory, std::shared_ptr<StoreState> state,
                 std::shared_ptr<DeliveryGate> gate, bool awaitEventLoop, bool thorough);
-    ~StoreReader();
+    ~StoreReader() override;
 
-    void start();
     /// True when the store has been read once; waits for that at most `milliseconds`.
     bool waitUntilLoaded(int milliseconds);
     void addListener(const void *owner, ConfigEventListener *listener);
@@ -39,10 +35,6 @@ public:
     void stopDelivering();
     /// Calls the listeners that are ready with a change that no store has told. On the caller's thread.
     void deliverLocally(eParam_t id, const StoreValue &value);
-    /// Ends the thread, which need not be waited for.
-    void askToStop();
-    /// Ends the thread and waits for that.
-    void stop(StoreDeadline until);
 
 private:
     struct Listener
@@ -55,7 +47,7 @@ private:
         std::shared_ptr<void> token;              ///< keeps a stepped clock still until then
     };
 
-    void run();
+    void run() override;
     void prepare();
     StoreResult load();
     StoreResult follow();
@@ -67,10 +59,8 @@ private:
     void tellOnce(const Listener &listener) const;
     void call(ConfigEventListener *listener, const StoreChange &change) const;
     void wait();
-    void wake() const;
-    bool isStopping() const;
+    void wake() const override;
 
-    std::unique_ptr<StoreBackend> _backend;
     const StoreContext _context;
     const std::shared_ptr<StoreMemory> _memory;
     const std::shared_ptr<StoreState> _state;
@@ -88,10 +78,7 @@ private:
     bool _followFailed = false;
     std::deque<StoreChange> _waiting;
 
-    mutable std::mutex _mutex; ///< of the fields below
-    std::condition_variable _changed;
-    bool _stopping = false;
-    bool _ended = true;
+    // Under the thread's mutex.
     bool _firstLoadTried = false;
     quint64 _taken = 0; ///< version up to which changes have been taken from the store
 

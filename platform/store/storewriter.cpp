@@ -18,24 +18,12 @@ constexpr std::chrono::milliseconds retryPause{100};
 StoreWriter::StoreWriter(std::unique_ptr<StoreBackend> backend, const StoreContext &context,
                          std::shared_ptr<StoreMemory> memory, std::shared_ptr<StoreState> state,
                          std::shared_ptr<DeliveryGate> gate)
-    : _backend(std::move(backend)),
+    : StoreThread("store-write", std::move(backend)),
       _context(context),
       _memory(std::move(memory)),
       _state(std::move(state)),
       _gate(std::move(gate))
 {}
-
-void StoreWriter::start()
-{
-    _ended = false;
-    // stop() waits for its end, with a limit.
-    const QmxError error = QmxEnvironment::current().threads->startDetached(
-        QStringLiteral("store-write"), [self = shared_from_this()] { self->run(); });
-    if (!error.isError()) return;
-    const std::lock_guard lock(_mutex);
-    _ended = true;
-    qmxLogOutput(1, "storewriter", __LINE__, "%s\n", qPrintable(error.toString()));
-}
 
 bool StoreWriter::queue(const StoreWrite &write)
 {
@@ -96,11 +84,6 @@ void StoreWriter::run()
         if (_queue.empty()) break;
         commit(lock);
     }
-    lock.unlock();
-    _backend.reset();
-    lock.lock();
-    _ended = true;
-    _changed.notify_all();
 }
 
 void StoreWriter::commit(std::unique_lock<std::mutex> &lock)

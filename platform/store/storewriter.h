@@ -2,20 +2,16 @@
 #pragma once
 
 #include "platform/store/deliverygate.h"
-#include "platform/store/storebackend.h"
 #include "platform/store/storememory.h"
 #include "platform/store/storestate.h"
+#include "platform/store/storethread.h"
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 
 /// The queue of writes of a client that must not wait, and the thread "store-write" that commits them in
 /// order. A write that cannot be committed now (locked, full, unreachable store) stays first in the queue and
 /// is tried again. The queue is bounded; a full one refuses.
-///
-/// The thread owns a shared pointer to this object, so that a store that hangs in the kernel can be left.
-class StoreWriter : public std::enable_shared_from_this<StoreWriter>
+class StoreWriter : public StoreThread
 {
 public:
     static constexpr std::size_t bound = 4096;
@@ -24,7 +20,6 @@ public:
                 std::shared_ptr<StoreMemory> memory, std::shared_ptr<StoreState> state,
                 std::shared_ptr<DeliveryGate> gate);
 
-    void start();
     /// False when the queue is full.
     bool queue(const StoreWrite &write);
     int pending() const;
@@ -41,19 +36,15 @@ private:
         StoreWrite write;
         std::shared_ptr<void> token; ///< keeps a stepped clock still
     };
-    void run();
+    void run() override;
     void commit(std::unique_lock<std::mutex> &lock);
 
-    std::unique_ptr<StoreBackend> _backend;
     const StoreContext _context;
     const std::shared_ptr<StoreMemory> _memory;
     const std::shared_ptr<StoreState> _state;
     const std::shared_ptr<DeliveryGate> _gate;
 
-    mutable std::mutex _mutex;
-    std::condition_variable _changed;
+    // Under the thread's mutex.
     std::deque<Item> _queue;
     int _givenUp = 0; ///< how often
-    bool _stopping = false;
-    bool _ended = true;
 };

@@ -217,12 +217,8 @@ QmxSourceFrame QmxLiveSource::take(const QmxTick &tick)
         recoverClock(tick);
     }
     QmxSourceFrame frame = _last;
-<<<<<<< HEAD
     _last.damage = 0;
-    if (tick.audioWanted) frame.audio = sound(tick);
-=======
     frame.audio = sound(tick);
->>>>>>> 78478c6 (Drop what nobody calls: the clip writer's own emergency flush with its lock, a tick's wish for sound, the count of lost vbis, two stray declarations)
     if (_sound.count() > 0) _lastSound = tick.deadline;
     frame.soundMissing =
         frame.picture.isValid() && _lastSound != 0 && tick.deadline - _lastSound > soundLossTime;

@@ -34,11 +34,6 @@ CodecLookup codecLookup(const LumenOptions &options, const LumenProfile &profile
     return profile.libavProRes ? qmxCodecByLibav : qmxCodec;
 }
 
-int fps(const QmxVideoDeviceSetup &setup)
-{
-    return setup.imageDesc().frameRate().timecodeRate();
-}
-
 /// The preview first.
 std::vector<std::unique_ptr<QmxSink>> makeSinks(const LumenOptions &options, const LumenProfile &profile,
                                                 const QmxEnvironment &environment)
@@ -63,8 +58,15 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
                                : LumenProfile::load(environment.places->profile, environment)),
       _environment(environment),
       _events(events),
-      _reference(_profile.reference),
+      _inputWatch(_profile.reference),
+      _capture(_profile.wideChannels),
       _output(makeSinks(options, _profile, environment), environment),
+      _alarms([this](const QmxAlarm &alarm) {
+          DeviceEvent event;
+          event.type = DeviceEvent::Alarm;
+          event.alarm = alarm;
+          _events.push(event);
+      }),
       _retired(environment),
       _workers(workerCount(_profile), codecLookup(options, _profile), environment)
 {
@@ -87,9 +89,7 @@ QmxVideoState LumenEngine::begin()
     tick.rate = QmxVideoRate(idleRate);
     const QmxSourceFrame found = _input->take(tick);
     std::lock_guard lock(_mutex);
-    if (found.reference) _reference = *found.reference;
-    _detector.begin(found.state);
-    _report.begin(found.state);
+    _inputWatch.begin(found);
     return found.state;
 }
 
@@ -98,6 +98,14 @@ void LumenEngine::push(DeviceEvent::Type type, quint64 serial)
     DeviceEvent event;
     event.type = type;
     event.serial = serial;
+    _events.push(event);
+}
+
+void LumenEngine::pushInput(const QmxVideoState &state)
+{
+    DeviceEvent event;
+    event.type = DeviceEvent::InputChanged;
+    event.state = state;
     _events.push(event);
 }
 
@@ -139,7 +147,7 @@ void LumenEngine::applyCapture(const QmxVideoDeviceSetup &setup)
         _running = setup;
         setBounds(setup);
         _startPending = true;
-    } else if (capturing && _takeRead) {
+    } else if (capturing && _capture.takeIsRead()) {
         _deferred = setup;
     } else {
         startCapture(setup);
@@ -149,18 +157,13 @@ void LumenEngine::applyCapture(const QmxVideoDeviceSetup &setup)
 void LumenEngine::startCapture(const QmxVideoDeviceSetup &setup)
 {
     _playback.clear();
-    _decoded.clear();
-    _capture.clear();
+    _capture.begin(setup);
     setBounds(setup);
-    _processed = QmxPicture();
-    _firstAfterLoss.reset();
     _running = setup;
     _hasSetup = true;
     _playing = false;
-    _lossInTake = false;
     _startPending = true;
     ++_generation;
-    _generator.setSource(setup.timecodeInputSource(), fps(setup));
     watch(setup);
     makeGenerator(setup);
     _workers.prepareEncoder(setup.captureDesc());
@@ -174,18 +177,14 @@ void LumenEngine::applyPlayback(const QmxVideoDeviceSetup &setup)
     if (!_playing) {
         _deferred.reset();
         _capture.clear();
-        _processed = QmxPicture();
-        _firstAfterLoss.reset();
-        _playback.clear();
+        _playback.forgetFrames();
         _playing = true;
         ++_generation;
         if (!_hasSetup) _running = setup;
         _hasSetup = true;
     }
     _startPending = true;
-    const bool sought = expectsSought();
     _playback.setup(setup);
-    if (sought) _soughtRun = _playback.newestRun();
     watch(setup);
 }
 
@@ -198,7 +197,7 @@ void LumenEngine::watch(const QmxVideoDeviceSetup &setup)
     _watched = source.value();
     retire(std::move(_newInput)); // no tick has taken it yet
     _newInput = _options.createSource(_profile.input(_watched), _environment);
-    _detector.sourceChanged();
+    _inputWatch.sourceChanged();
 }
 
 void LumenEngine::makeGenerator(const QmxVideoDeviceSetup &setup)
@@ -224,24 +223,16 @@ QmxVideoDeviceSetup LumenEngine::currentSetup() const
 void LumenEngine::flush()
 {
     std::lock_guard lock(_mutex);
-    if (!_playing) {
-        if (!_capture.isRecording()) _capture.clear();
-        return;
-    }
-    const bool sought = expectsSought();
-    _playback.flush();
-    if (sought) _soughtRun = _playback.newestRun();
+    if (_playing)
+        _playback.flush();
+    else
+        _capture.flush();
 }
 
 void LumenEngine::expectSought()
 {
     std::lock_guard lock(_mutex);
-    if (_playing && !_playback.newestHasFrames()) _soughtRun = _playback.newestRun();
-}
-
-bool LumenEngine::expectsSought() const
-{
-    return _soughtRun == _playback.newestRun() && !_playback.newestHasFrames();
+    if (_playing) _playback.expectSought();
 }
 
 int LumenEngine::framesReadable() const
@@ -255,21 +246,17 @@ QmxError LumenEngine::readFrame(QmxFrame &frame)
     QmxTimecode timecode;
     {
         std::lock_guard lock(_mutex);
-        const CapturedFramePtr captured = _capture.take();
-        if (!captured) return {EAGAIN, QStringLiteral("No captured frame waits")};
-        frame = captured->toFrame();
-        if (!_capture.isRecording()) return {};
-        if (!_takeRead) {
-            _report.takeBegins();
-            _takeFirst = captured->number;
+        const CaptureChain::Reading reading = _capture.read();
+        if (!reading.frame) return {EAGAIN, QStringLiteral("No captured frame waits")};
+        frame = reading.frame->toFrame();
+        if (!reading.inTake) return {};
+        if (reading.beginsTake) {
+            _inputWatch.takeBegins();
+            _takeFirst = reading.frame->number;
         }
-        _takeRead = true;
-        timecode = captured->timecode;
+        timecode = reading.frame->timecode;
         _environment.deck->counters.add(QmxCounters::FramesRecorded);
-        if (captured->afterGap && _repeatDrop) {
-            _repeatDrop = false;
-            push(DeviceEvent::CaptureDropped, _take);
-        }
+        if (reading.tellsLoss) push(DeviceEvent::CaptureDropped, _capture.take());
     }
     _environment.deck->recordTable.frameHandedOut(timecode);
     return {};
@@ -288,8 +275,7 @@ QmxError LumenEngine::writeFrame(const QmxFrame &frame)
     if (!_playing) return {EPERM, QStringLiteral("The video device is not set up for playback")};
     if (_playback.frames() >= _asked.maxBuffers())
         return {EAGAIN, QStringLiteral("The playback queue of the video device is full")};
-    const DecodedPicturePtr picture = _decoded.find(frame, _asked.outputLut());
-    if (_playback.write(frame, picture, _environment.clock->now()))
+    if (_playback.write(frame, _asked.outputLut(), _environment.clock->now()))
         push(DeviceEvent::PlaybackDropped, _playback.newestRun());
     postDecoding();
     return {};
@@ -316,28 +302,16 @@ void LumenEngine::setDirection(const QmxId &direction)
 {
     _direction = direction;
     const bool record = direction == QmxIds::directionRecord;
-    if (record == _capture.isRecording()) return;
-    _takeRead = false;
-    _repeatDrop = false;
-    _lossInTake = false;
-    _firstAfterLoss.reset();
+    if (record && !_capture.isRecording()) lookAtWindow();
+    if (!_capture.setRecord(record, _tickIndex, _gate.in())) return;
     if (record) {
-        ++_take;
         _environment.deck->recordTable.takeBegins();
-        lookAtWindow();
-        _capture.beginRecord(_tickIndex, _gate.in());
         postCoding();
         return;
     }
-    _capture.endRecord();
-    _gate.takeEnds();
     _environment.deck->recordTable.takeEnds();
-    if (const auto state = _report.takeEnds()) {
-        DeviceEvent event;
-        event.type = DeviceEvent::InputChanged;
-        event.state = *state;
-        _events.push(event);
-    }
+    _gate.takeEnds();
+    if (const auto state = _inputWatch.takeEnds()) pushInput(*state);
     if (!_deferred) return;
     const QmxVideoDeviceSetup deferred = *_deferred;
     _deferred.reset();
@@ -347,13 +321,8 @@ void LumenEngine::setDirection(const QmxId &direction)
 void LumenEngine::jam(const QmxTimecode &value)
 {
     if (!value.isValid()) return;
-    QmxTimecode first = _generator.jam(value, _environment.deck->recordTable.memory());
-    if (_generator.followsInput()) return;
-    const int waiting = _capture.size();
-    // Time of day is that of the newest frame that waits, not of the oldest.
-    if (_asked.timecodeInputSource() == QmxIds::timecodeTimeOfDay && waiting > 1)
-        first = first.advanced(1 - waiting);
-    _generator.setNext(_capture.stamp(first));
+    _capture.jam(value, _environment.deck->recordTable.memory(),
+                 _asked.timecodeInputSource() == QmxIds::timecodeTimeOfDay);
 }
 
 QmxMetadataHash LumenEngine::currentFrameMetadata() const
@@ -361,8 +330,7 @@ QmxMetadataHash LumenEngine::currentFrameMetadata() const
     QmxPlayhead *playhead = &_environment.deck->playhead;
     {
         std::lock_guard lock(_mutex);
-        const bool fromQueue = _playing && !expectsSought();
-        const std::optional<QmxFrame> frame = fromQueue ? _playback.current() : std::nullopt;
+        const std::optional<QmxFrame> frame = _playing ? _playback.current() : std::nullopt;
         if (frame && frame->origin() == playhead->origin()) return std::as_const(*frame).meta();
     }
     QmxMetadataHash metadata;
@@ -373,12 +341,7 @@ QmxMetadataHash LumenEngine::currentFrameMetadata() const
 QmxVideoRefState LumenEngine::reference() const
 {
     std::lock_guard lock(_mutex);
-    const QmxId source = _asked.inputRefSource();
-    if (source == QmxIds::syncVideoInput) {
-        const bool locked = _detector.state().isValid();
-        return {locked, locked};
-    }
-    return source == QmxIds::syncReference ? _reference : QmxVideoRefState(true, true);
+    return _inputWatch.reference(_asked.inputRefSource());
 }
 
 QString LumenEngine::stateString() const
@@ -404,13 +367,13 @@ quint64 LumenEngine::newestRun() const
 quint64 LumenEngine::take() const
 {
     std::lock_guard lock(_mutex);
-    return _take;
+    return _capture.take();
 }
 
 void LumenEngine::repeatCaptureDrop()
 {
     std::lock_guard lock(_mutex);
-    _repeatDrop = true;
+    _capture.repeatLoss();
 }
 
 LumenEngine::Rhythm LumenEngine::rhythm() const

@@ -3,28 +3,29 @@
 
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxprioritymutex.h"
-#include "platform/qmx/device/capturequeue.h"
-#include "platform/qmx/device/decodedpictures.h"
+#include "platform/qmx/device/capturechain.h"
+#include "platform/qmx/device/cardalarms.h"
 #include "platform/qmx/device/deviceevents.h"
-#include "platform/qmx/device/inputdetector.h"
+#include "platform/qmx/device/inputwatch.h"
 #include "platform/qmx/device/lumenoptions.h"
 #include "platform/qmx/device/outputstage.h"
-#include "platform/qmx/device/playbackqueue.h"
+#include "platform/qmx/device/playbackchain.h"
 #include "platform/qmx/device/retiredsources.h"
 #include "platform/qmx/device/takegate.h"
 #include "platform/qmx/device/tickschedule.h"
-#include "platform/qmx/device/timecodegenerator.h"
 
 #include <functional>
 #include <mutex>
 #include <vector>
 
-/// The software video card without its clock: what one tick does, and what its owner asks of it.
+/// The software video card without its clock: what one tick does, and what its owner asks of it. What it
+/// knows of the input, of capture and of playback are machines of their own (InputWatch, CaptureChain,
+/// PlaybackChain, CardAlarms); here they meet sources, outputs, workers and the event loop.
 ///
 /// Threads. The event loop calls everything under "event loop"; the clock thread calls tick() and nothing
-/// else; the workers come back through private functions. One mutex guards the state machines and is held
-/// for handles only, never while a picture is touched; sources and sinks are the clock thread's own and are
-/// called without it. What happens goes out as DeviceEvents.
+/// else; the workers come back through private functions. One mutex guards the machines but for CardAlarms,
+/// and is held for handles only, never while a picture is touched; the alarms, sources and sinks are the
+/// clock thread's own and are called without it. What happens goes out as DeviceEvents.
 class LumenEngine
 {
 public:
@@ -72,23 +73,6 @@ public:
     void tick(const TickSchedule::Step &step, const QmxVideoRate &rate);
 
 private:
-    /// Late ticks of the last seconds, for the alarm.
-    struct LateTicks
-    {
-        qint64 since = 0; ///< deadline of the first one of the present second
-        qint64 last = 0;
-        int count = 0;
-        bool alarm = false;
-    };
-
-    /// What the sources gave for one tick.
-    struct Seen
-    {
-        QmxSourceFrame input;     ///< of the watched input
-        QmxSourceFrame generator; ///< of the internal generator, while it is used
-        quint64 generation = 0;   ///< of the set-up for which it was taken
-    };
-
     // lumenengine.cpp: set-ups and properties, locked.
     void setBounds(const QmxVideoDeviceSetup &setup);
     void applyCapture(const QmxVideoDeviceSetup &setup);
@@ -99,33 +83,22 @@ private:
     void setDirection(const QmxId &direction);
     void lookAtWindow();
     void jam(const QmxTimecode &value);
-    bool expectsSought() const;
     void push(DeviceEvent::Type type, quint64 serial = 0);
+    void pushInput(const QmxVideoState &state);
 
     // lumentick.cpp: clock thread.
     void tickFrame(const QmxTick &tick, bool visible);
     void missedFrames(qint64 count, const QmxTick &tick);
-    void lateTick(const TickSchedule::Step &step);
-    Seen takeSources(const QmxTick &tick);
-    void observe(const Seen &seen, const QmxTick &tick);
-    void tellInput(const QmxVideoState &state, bool always);
-    void captureStep(const Seen &seen, const QmxTick &tick, QmxOutputFrame &output);
-    void showOnly(const Seen &seen, QmxOutputFrame &output);
-    bool pictureFits(const QmxSourceFrame &source, bool fromGenerator) const;
-    QmxAudio capturedAudio(const Seen &seen, const QmxTick &tick, bool hasPicture) const;
-    void playbackStep(const Seen &seen, QmxOutputFrame &output);
-    // lumenalarms.cpp
-    void pictureAlarm(const DecodedPicture &shown);
-    void outputAlarm();
-    void soundAlarm(const Seen &seen);
-    void damageAlarm(const Seen &seen, const QmxTick &tick);
-    void variableRateAlarm();
-    bool waitsForWork(const CapturedFrame &frame) const;
-    void routeInput(const Seen &seen, QmxOutputFrame &output) const;
+    CardInput takeSources(const QmxTick &tick);
+    void observe(const CardInput &seen, const QmxTick &tick);
+    void captureStep(const CardInput &seen, const QmxTick &tick, QmxOutputFrame &output);
+    void showOnly(const CardInput &seen, QmxOutputFrame &output);
+    void playbackStep(const CardInput &seen, QmxOutputFrame &output);
+    void inputAlarms(const CardInput &seen);
+    void routeInput(const CardInput &seen, QmxOutputFrame &output) const;
     OutputStage::Work outputWork(QmxOutputFrame &output);
     void pushVbi(const QmxTimecode &timecode);
-    void pushAlarm(const QmxId &id, QmxAlarm::AlarmLevel level, const QString &message, int line);
-    void count(const Seen &seen, const QmxOutputFrame &output) const;
+    void count(const CardInput &seen, const QmxOutputFrame &output) const;
     void countDropped() const;
     QString superText(const QmxTimecode &timecode) const;
 
@@ -153,40 +126,11 @@ private:
     bool _playing = false;      ///< direction: playback; else capture
     bool _startPending = false; ///< hardwareStarted() with the next tick
     quint64 _generation = 1;    ///< changes with what captured frames look like
-    CaptureQueue _capture;
-    PlaybackQueue _playback;
-    quint64 _soughtRun = 0; ///< begins with the frame at the cache's position; 0: none
-    DecodedPictures _decoded;
-    TimecodeGenerator _generator;
-    RunningTimecode _runningTimecode;
-    InputDetector _detector;
-    InputReport _report;
-    CapturedFramePtr _firstAfterLoss; ///< in a take: until it is coded the input has no timecode
-    bool _lossInTake = false;
-    qint64 _processedNumber = 0;
-    QmxPicture _processed; ///< of the newest frame whose input conversion and table have been applied
-    QmxMetadataHash _ancillary;
-    QmxTimecode _inputTimecode;
-    int _heldTimecodes = 0; ///< frames since the input has none any more
-    QmxVideoRefState _reference;
-    bool _takeRead = false; ///< a frame has been read while the direction is record
-    quint64 _take = 0;
-    bool _repeatDrop = false;
-    bool _variableRateAlarm = false;
-    bool _soundAlarm = false;
-    /// Pictures of the input that came torn or not at all.
-    struct Damage
-    {
-        qint64 torn = 0, missing = 0; ///< told by the source last
-        qint64 tornBefore = 0, missingBefore = 0;
-        qint64 since = 0; ///< the first one of those to be told; 0: none
-        qint64 last = 0;
-        bool alarm = false;
-    };
-    Damage _damage;
-    QString _pictureAlarm;   ///< as told
-    QString _pictureProblem; ///< of the picture on the output; the clock thread's, as the next
-    QString _outputProblem;  ///< as told
+    InputWatch _inputWatch;
+    CaptureChain _capture;
+    PlaybackChain _playback;
+    TakeGate _gate;
+    qint64 _takeFirst = -1; ///< index of the first frame of the take that runs or was the last
     QmxId _direction;
     QString _clipName;
     qint64 _tickIndex = 0;
@@ -194,9 +138,6 @@ private:
     QmxId _inputConversion;
     QmxVideoDeviceSetup _described; ///< of which _connection tells
     QString _connection;
-    TakeGate _gate;
-    qint64 _takeFirst = -1; ///< index of the first frame of the take that runs or was the last
-    QString _inputText;     ///< as the source said last; the clock thread's
     std::unique_ptr<QmxSource> _newInput;
     std::unique_ptr<QmxSource> _newGenerator;
     bool _dropGenerator = false;
@@ -209,7 +150,8 @@ private:
     OutputStage _output;
     QmxOutputFrame _last; ///< before conversion, without superimposed text
     qint64 _clockIndex = 0;
-    LateTicks _late;
+    CardAlarms _alarms;
+    QString _inputText; ///< as the source said last
 
     RetiredSources _retired;
 

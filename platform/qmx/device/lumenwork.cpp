@@ -6,14 +6,12 @@
 
 namespace {
 constexpr const char *logSource = "lumen";
-/// Waiting frames of the playback queue that are decoded ahead.
-constexpr int decodedAhead = 8;
 } // namespace
 
 void LumenEngine::captureLost(qint64 frames)
 {
     _environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
-    push(DeviceEvent::CaptureDropped, _take);
+    push(DeviceEvent::CaptureDropped, _capture.take());
 }
 
 /// A source may take its time to end: not on the clock's thread.
@@ -71,11 +69,7 @@ void LumenEngine::postProcessing(const CapturedFramePtr &frame)
     const QmxImageLut table = _running.inputLut();
     const bool posted =
         _workers.post([this, frame, table](CodecContexts &contexts) { process(contexts, frame, table); });
-    if (posted) return;
-    // Not in the format of the set-up: as if there were none.
-    frame->waitsForWork = false;
-    frame->hasPicture = false;
-    frame->picture = QmxPicture();
+    if (!posted) CaptureChain::refuse(*frame);
 }
 
 /// Input conversion, then input table.
@@ -91,21 +85,13 @@ void LumenEngine::process(CodecContexts &contexts, const CapturedFramePtr &frame
         picture = contexts.converter().convert(picture, size, frame->desc.isInterlaced());
     const QmxPicture processed = PictureWork::withLut(picture, table);
     std::lock_guard lock(_mutex);
-    frame->waitsForWork = false;
-    frame->picture = processed;
-    frame->hasPicture = processed.isValid();
-    if (processed.isValid()) {
-        // Not a late one of another set-up, and not an older one.
-        if (frame->number > _processedNumber && frame->desc == _running.captureDesc()) _processed = processed;
-        _processedNumber = std::max(_processedNumber, frame->number);
-    }
+    _capture.processed(frame, processed, _running.captureDesc());
     postCoding();
 }
 
 void LumenEngine::postDecoding()
 {
-    for (const DecodedPicturePtr &picture : _playback.ahead(decodedAhead)) {
-        if (picture->state != DecodedPicture::Waiting) continue;
+    for (const DecodedPicturePtr &picture : _playback.undecoded()) {
         if (!_workers.post([this, picture](CodecContexts &contexts) { decode(contexts, picture); })) return;
         picture->state = DecodedPicture::Posted;
     }
@@ -141,5 +127,5 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
     picture->failed = error.isError();
     picture->damagedParts = damaged;
     picture->state = DecodedPicture::Done;
-    _decoded.keep(picture);
+    _playback.keep(picture);
 }

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/device/playbackchain.h"
+
+namespace {
+/// Waiting frames that are decoded ahead.
+constexpr int decodedAhead = 8;
+} // namespace
+
+void PlaybackChain::clear()
+{
+    _queue.clear();
+    _pictures.clear();
+}
+
+void PlaybackChain::setup(const QmxVideoDeviceSetup &setup)
+{
+    const bool sought = expectsSought();
+    _queue.setup(setup);
+    if (sought) _soughtRun = _queue.newestRun();
+}
+
+void PlaybackChain::flush()
+{
+    const bool sought = expectsSought();
+    _queue.flush();
+    if (sought) _soughtRun = _queue.newestRun();
+}
+
+void PlaybackChain::expectSought()
+{
+    if (!_queue.newestHasFrames()) _soughtRun = _queue.newestRun();
+}
+
+bool PlaybackChain::expectsSought() const
+{
+    return _soughtRun == _queue.newestRun() && !_queue.newestHasFrames();
+}
+
+bool PlaybackChain::write(const QmxFrame &frame, const QmxImageLut &lut, qint64 now)
+{
+    return _queue.write(frame, _pictures.find(frame, lut), now);
+}
+
+std::optional<QmxFrame> PlaybackChain::current() const
+{
+    return expectsSought() ? std::nullopt : _queue.current();
+}
+
+QList<DecodedPicturePtr> PlaybackChain::undecoded() const
+{
+    QList<DecodedPicturePtr> pictures = _queue.ahead(decodedAhead);
+    pictures.removeIf(
+        [](const DecodedPicturePtr &picture) { return picture->state != DecodedPicture::Waiting; });
+    return pictures;
+}

@@ -122,7 +122,7 @@ TEST(CardAlarms, tellChangesOnceAndALateClockForASecondsWorth)
     alarms.picture(nullptr);
     alarms.output({});
     EXPECT_EQ(told,
-              QStringList({"1912 1", "1912 0", "1909 1", "1909 0", "1922 1", "1908 1", "1908 0", "1922 0"}));
+              QStringList({"1912 1", "1912 0", "1909 1", "1909 0", "1918 1", "1908 1", "1908 0", "1918 0"}));
     EXPECT_TRUE(alarms.variableRate(true));
     EXPECT_FALSE(alarms.variableRate(true));
 }

@@ -5,6 +5,7 @@
 #include "companions/ctl/remotefigures.h"
 #include "platform/control/access.h"
 #include "platform/product/clipfinder.h"
+#include "platform/product/stillfiles.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
@@ -190,7 +191,7 @@ Finding diskSpeed(Recorder &recorder)
 
 Finding stills(Recorder &)
 {
-    constexpr qsizetype wanted = 22;
+    const qsizetype wanted = stillFiles().size();
     const QString stills = QmxEnvironment::current().places->stills;
     qsizetype count = 0;
     for (const char *folder : {"prores_422", "prores_444"})

@@ -39,7 +39,7 @@ int main(int argc, char **argv)
         errors << QString::fromStdString(text.usage());
         return 2;
     }
-    for (const StillClip &clip : stillClips()) {
+    for (const StillFile &clip : stillFiles()) {
         const QmxError error = writeStillClip(arguments[1], clip);
         if (!error.isError()) continue;
         errors << error.toString() << '\n';

@@ -7,10 +7,10 @@
 
 TEST(Stills, areClipsThatOtherProgramsPlay)
 {
-    const QList<StillClip> clips = stillClips();
+    const QList<StillFile> clips = stillFiles();
     EXPECT_EQ(clips.size(), 22);
     const TestDir dir;
-    for (const StillClip &clip : clips) {
+    for (const StillFile &clip : clips) {
         if (clip.desc.width() > 1920) continue; // nothing new but time
         SCOPED_TRACE(clip.file.toStdString());
         ASSERT_EQ(writeStillClip(dir.path(), clip), QmxError());

@@ -11,7 +11,6 @@
 #include "tests/config/privatemachine.h"
 #include "tests/support/movedfiles.h"
 #include "tests/support/rounds.h"
-#include "xpd/transport/lossofvideofile.h"
 
 #include <QDir>
 
@@ -40,7 +39,7 @@ RecorderRig::RecorderRig(const QString &input, const QString &device)
                                       .arg(device, input, QLatin1String(outputName))
                                       .toUtf8());
     const QString stills = dir.file(QStringLiteral("stills"));
-    for (const StillClip &still : stillClips()) {
+    for (const StillFile &still : stillFiles()) {
         if (still.desc.height() >= 1080 || still.desc.dataType() != QmxId(202)) continue;
         EXPECT_FALSE(writeStillClip(stills, still).isError());
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/product/stillfiles.h"
 #include "tests/support/print.h"
 #include "xpd/transport/intervalrecord.h"
-#include "xpd/transport/lossofvideofile.h"
 
 #include <QSet>
 
@@ -41,7 +41,7 @@ TEST(IntervalRecord, step_dividesThePeriodAndBoundsTheRequest)
     }
 }
 
-TEST(LossOfVideoFile, find_answersForEverySizeScanAndFamily)
+TEST(StillFiles, find_answersForEverySizeScanAndFamily)
 {
     const struct
     {
@@ -56,19 +56,18 @@ TEST(LossOfVideoFile, find_answersForEverySizeScanAndFamily)
     for (const auto &size : sizes) {
         for (const int dataType : {202, 203, 204, 205, 206}) {
             const QString family = dataType == 206 ? "444" : "422";
-            const QString name =
-                findLossOfVideoFile(picture(size.width, size.height, size.interlaced, dataType));
+            const QString name = findStillFile(picture(size.width, size.height, size.interlaced, dataType));
             EXPECT_EQ(name, QStringLiteral("prores_%1/loss_of_video_%2_%1.mov").arg(family, size.word));
             named.insert(name);
         }
         for (const int dataType : {0, 201, 207, 230, 231, 250})
-            EXPECT_EQ(findLossOfVideoFile(picture(size.width, size.height, size.interlaced, dataType)), "");
+            EXPECT_EQ(findStillFile(picture(size.width, size.height, size.interlaced, dataType)), "");
     }
-    EXPECT_EQ(named.size(), lossOfVideoFiles().size());
+    EXPECT_EQ(named.size(), stillFiles().size());
     EXPECT_EQ(named.size(), 22);
-    EXPECT_EQ(findLossOfVideoFile(picture(1280, 720, true, 202)), "");
-    EXPECT_EQ(findLossOfVideoFile(picture(1440, 1080, false, 202)), "");
+    EXPECT_EQ(findStillFile(picture(1280, 720, true, 202)), "");
+    EXPECT_EQ(findStillFile(picture(1440, 1080, false, 202)), "");
     QmxImageDesc segmented = picture(1920, 1080, false, 203);
     segmented.setScanMode(2);
-    EXPECT_EQ(findLossOfVideoFile(segmented), "prores_422/loss_of_video_1080p_422.mov");
+    EXPECT_EQ(findStillFile(segmented), "prores_422/loss_of_video_1080p_422.mov");
 }

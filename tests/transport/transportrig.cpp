@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/transport/transportrig.h"
 
+#include "platform/product/stillfiles.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
@@ -8,7 +9,6 @@
 #include "platform/qmx/edges/lumenprofile.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/support/movedfiles.h"
-#include "xpd/transport/lossofvideofile.h"
 
 #include <QDir>
 

@@ -6,7 +6,6 @@
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
-#include "xpd/transport/lossofvideofile.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -355,11 +354,11 @@ TEST_F(RunningTimecodeTest, recordsEachRunThroughAGlitchAndAgainAfterALoss)
 TEST_F(StillsTest, everyRowIsWhatTheTakeHasInPlaceOfALostPicture)
 {
     allowLog("vtrobject", "Image 0 is invalid");
-    const QList<StillClip> clips = stillClips();
-    ASSERT_EQ(clips.size(), lossOfVideoFiles().size());
+    const QList<StillFile> clips = stillFiles();
+    ASSERT_EQ(clips.size(), stillFiles().size());
     startUp();
     vtr().setStopOnLossOfVideo(false);
-    for (const StillClip &clip : clips) {
+    for (const StillFile &clip : clips) {
         SCOPED_TRACE(clip.file.toStdString());
         ASSERT_FALSE(writeStillClip(media.file("stills"), clip).isError());
         recordAndLose(clip.desc);

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/vtrobject.h"
 
+#include "platform/product/stillfiles.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
-#include "xpd/transport/lossofvideofile.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
@@ -154,7 +154,7 @@ void VtrObject::updateVTSGPseudoInput(bool on)
 void VtrObject::updateLossOfVideoFrame()
 {
     const QmxImageDesc desc = _vdev->currentSetup().imageDesc();
-    const QString name = findLossOfVideoFile(desc);
+    const QString name = findStillFile(desc);
     if (name.isEmpty()) {
         text(Error, QStringLiteral("Failed to find loss of video file for %1").arg(desc.toString()));
         _lossOfVideoStill.clear();

@@ -12,7 +12,6 @@
 
 namespace {
 
-
 /// Adds to `bytes` the samples [first, first + count) of one sound track; what the file lacks stays silent.
 QmxError readSound(MovInput &input, const QmxClipIndex::Sound &sound, qint64 first, qint64 count, qint32 *to,
                    int step)

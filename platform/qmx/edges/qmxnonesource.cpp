@@ -7,6 +7,6 @@ QmxSourceFrame QmxNoneSource::take(const QmxTick &tick)
 {
     QmxSourceFrame frame;
     frame.audio =
-            QmxAudio::silence(QmxSourceFormat::audioDesc(tick.rate), qmxAudioSamples(tick.index, tick.rate));
+        QmxAudio::silence(QmxSourceFormat::audioDesc(tick.rate), qmxAudioSamples(tick.index, tick.rate));
     return frame;
 }

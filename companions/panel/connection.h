@@ -16,8 +16,11 @@
 /// What connections share. On the server's thread.
 struct ConnectionContext
 {
+    ConnectionContext(Panel &whole, boost::asio::ssl::context *certificate) : panel(whole), tls(certificate)
+    {}
+
     Panel &panel;
-    boost::asio::ssl::context *tls = nullptr; ///< null: plain
+    boost::asio::ssl::context *tls; ///< null: plain
     int open = 0;
     std::map<QString, int> ofPeer;
     /// Those that have not asked for anything yet, oldest first: what closes them. They make room for others.

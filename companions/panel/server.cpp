@@ -17,7 +17,6 @@ namespace asio = boost::asio;
 using asio::ip::tcp;
 
 namespace {
-constexpr auto module = "panel";
 constexpr std::chrono::milliseconds figuresEvery{250};
 constexpr std::chrono::milliseconds acceptAgainAfter{100};
 } // namespace

@@ -289,7 +289,6 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
 
 QmxError QmxClipWriter::take(const QString &path, const QmxClipInfo &info)
 {
-    const std::lock_guard lock(d->mutex);
     if (!d->open || d->written > 0) return {EBADF, QStringLiteral("No clip waits to become %1").arg(path)};
     QmxError error = MovFormat::fromInfo(info, d->format);
     if (!error.isError()) error = d->output.rename(path);

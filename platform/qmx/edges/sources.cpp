@@ -129,7 +129,7 @@ QString qmxSourceProblem(const QString &locator, const QmxEnvironment &environme
     const std::unique_ptr<QmxSource> source = qmxCreateSource(locator, environment);
     constexpr qint64 openWithin = QmxClock::nsPerSecond;
     constexpr qint64 lookEvery = 20 * QmxClock::nsPerMillisecond;
-    QmxTick tick{0, environment.clock->now(), QmxVideoRate(25), true};
+    QmxTick tick{0, environment.clock->now(), QmxVideoRate(25)};
     const qint64 end = tick.deadline + openWithin;
     // (One that opens a file does so on its thread.)
     while (source->problem().isEmpty() && tick.deadline < end) {

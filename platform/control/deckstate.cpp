@@ -24,7 +24,7 @@ constexpr DeckField rows[] = {
     {"frame", "integer", "frames", true, "position: number of the frame on the output", [](const DeckState &s) { return QJsonValue(s.frame); }},
     {"length", "integer", "frames", false, "of the clip that is played; 0: not known", [](const DeckState &s) { return QJsonValue(s.length); }},
     {"list_entry", "integer", "", false, "entry of the play list on the output; -1: none", [](const DeckState &s) { return QJsonValue(s.listEntry); }},
-    {"clip_frames", "integer", "frames", true, "accepted for the take", [](const DeckState &s) { return QJsonValue(s.clipFrames); }},
+    {"take_frames", "integer", "frames", true, "accepted for the take", [](const DeckState &s) { return QJsonValue(s.clipFrames); }},
     {"recorded_up_to", "integer", "frames", true, "of the take that survive a power cut", [](const DeckState &s) { return QJsonValue(s.recordedUpTo); }},
     {"dropped_capture", "integer", "frames", true, "lost in recording since the daemon began", [](const DeckState &s) { return QJsonValue(s.droppedCapture); }},
     {"dropped_playback", "integer", "frames", true, "missing in playback since the daemon began", [](const DeckState &s) { return QJsonValue(s.droppedPlayback); }},

@@ -108,7 +108,7 @@ TEST(Panel, aTakeIsSeenFromItsBeginToItsEndAndBelongsToWhoBeganIt)
         EXPECT_EQ(event["seq"].toInteger(), ++seq);
         if (event["changed"].toObject().contains("status"))
             statuses.insert(event["changed"].toObject()["status"].toString());
-        frames += event["changed"].toObject().contains("clip_frames");
+        frames += event["changed"].toObject().contains("take_frames");
     }
     EXPECT_TRUE(statuses.contains({"recording", "stopped", "still"}));
     EXPECT_GT(frames, 20);

@@ -71,7 +71,7 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
       _workers(workerCount(_profile), codecLookup(options, _profile), environment)
 {
     if (!options.profile && !_window.publish())
-        qmxLogOutput(2, logSource, __LINE__, "Edits by remote control are not possible: no shared memory\n");
+        qmxLogOutput(3, logSource, __LINE__, "Edits by remote control are not possible: no shared memory\n");
 }
 
 LumenEngine::~LumenEngine()

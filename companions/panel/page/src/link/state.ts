@@ -45,7 +45,7 @@ export interface DeckState {
   /** Frames of what is played. */
   length: number;
   /** Frames of the take. */
-  clip_frames: number;
+  take_frames: number;
   recorded_up_to: number;
   dropped_capture: number;
   dropped_playback: number;

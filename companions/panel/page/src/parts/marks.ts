@@ -35,7 +35,7 @@ export class XpMarks extends Part {
   add(timecode: string): void {
     const state = this.deck.state;
     if (!state?.clip) return;
-    const frame = isRecording(state) ? state.clip_frames : state.frame;
+    const frame = isRecording(state) ? state.take_frames : state.frame;
     this.keep([{ clip: state.clip, frame: Math.max(0, frame), timecode, note: "" }, ...this.marks].slice(0, most));
   }
 

@@ -42,7 +42,7 @@ export class XpState extends Part {
     const { stale } = this.deck;
     if (!state) return html`<div class="head"><span class="word">Connecting</span></div>`;
     if (!state.running) return html`<div class="head"><span class="word" role="status">Recorder not running</span></div>`;
-    const frames = recording ? state.clip_frames : state.frame;
+    const frames = recording ? state.take_frames : state.frame;
     const left = recording ? room(state.seconds_left) : length(state.length - 1 - state.frame, state.rate);
     const plays = state.status === "playing" && state.speed === 0;
     const field = (label: string, value: string) => html`<div><div class="label">${label}</div><div class="figure">${value}</div></div>`;

@@ -141,8 +141,14 @@ Finding inputs(Recorder &recorder)
     if (!card) return {Finding::Good, known, {}};
     const QString chosen = QString::fromStdString(
         GetDescriptor(eParam_VideoInput)->label(int(recorder.number(eParam_VideoInput))));
-    const QString found = QStringLiteral("%1; %2: %3").arg(known, chosen, card->input);
-    if (recorder.inputProblem().isEmpty()) return {Finding::Good, found, {}};
+    // An input counts as there after half a second of good signal: a daemon that has just begun is waited
+    // for.
+    constexpr int settleTime = 2000; // ms
+    const bool isThere =
+        recorder.waitFor([&recorder] { return recorder.inputProblem().isEmpty(); }, settleTime);
+    const QString found =
+        QStringLiteral("%1; %2: %3").arg(known, chosen, recorder.card().value_or(*card).input);
+    if (isThere) return {Finding::Good, found, {}};
     return {Finding::Hint, found, "give it a signal, or choose another input: xpctl set video_input NAME"};
 }
 

@@ -17,6 +17,7 @@
 #include <cmath>
 #include <functional>
 #include <thread>
+#include <utility>
 
 #include <unistd.h>
 
@@ -258,7 +259,12 @@ TEST_F(Session, 07_editsExactlyToTheFrame)
     EXPECT_TRUE(deck.ask(0x2000).isAck());
     ASSERT_TRUE(awaitBit(1, 5));
     QmxTakeWindow::Client clock;
-    const Shown seen = fresh();
+    // The input runs on the output again: a picture that is held would tell another count.
+    Shown seen = fresh();
+    ASSERT_TRUE(await([&] {
+        const Shown before = std::exchange(seen, fresh());
+        return before.strip >= 0 && seen.strip - before.strip == seen.tick - before.tick;
+    }));
     const auto strip = [&] { return clock.now()->index - seen.tick + seen.strip; };
     ASSERT_TRUE(clock.now());
     const auto command = [&](int code) {

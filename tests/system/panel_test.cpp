@@ -41,7 +41,7 @@ TEST(Panel, aTakeIsSeenFromItsBeginToItsEndAndBelongsToWhoBeganIt)
         say shell-stops; xpctl --json stop; post transport/record; await '[ $(recorded) -ge 5 ]'
         xpctl set control_mode local; say local; post transport/stop; xpctl set control_mode remote
         say stop; post transport/stop
-        say shell-take; xpctl --json record >/dev/null; post transport/stop; post 'transport/stop?force=1'
+        say shell-take; xpctl --json record >/dev/null; await '[ $(recorded) -ge 5 ]'; post transport/stop; post 'transport/stop?force=1'
         say cue; ask -H "$T" -X POST $A/transport/cue -d '{"where": 3}'
         say wrong; post 'transport/play?speed=x'; post transport/nonsense; post 'transport/cue'; post 'transport/cue?where=1&more=2'
         say owner; xpctl --json take-control 60 >/dev/null; post transport/play; post transport/take_control; post 'transport/take_control?force=1'

@@ -99,8 +99,10 @@ const Fault faults[] = {
     {"doesNotLetTheSecondClipBeOpened", "", "mount -o remount,ro /media/B", 1, "read-only", "A"},
     {"hasNoRoomForAnotherFile",
      "umount /media/B; mkfs.ext4 -q -F -m 0 -N 16 $XP_SANDBOX_DIR/medium-B.img; mount -o loop "
-     "$XP_SANDBOX_DIR/medium-B.img /media/B",
-     "i=0; while touch /media/B/$i 2>/dev/null; do i=$((i + 1)); done", 1, "the medium is full", ""},
+     // (Before the take: a clip that is opened ahead would have its place already.)
+     "$XP_SANDBOX_DIR/medium-B.img /media/B; i=0; while touch /media/B/$i 2>/dev/null; do i=$((i + 1)); "
+     "done; ",
+     "", 1, "the medium is full", ""},
     {"vanishesDuringTheSwitch", "slow B",
      "hold B 'create -1'; await 'grep -qs create /run/xp/slow-B.held'; kill -KILL $(pidof xp-slowfs)", 1,
      "the medium is gone", ""},

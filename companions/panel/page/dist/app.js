@@ -483,7 +483,7 @@ var Bt=Object.defineProperty;var Ft=Object.getOwnPropertyDescriptor;var l=(s,r,e
       ?disabled=${t}
       @press=${()=>{this.deck.run(r.verb,r.values)}}
       @toobrief=${()=>this.deck.tell({kind:"lost",title:"Still recording",text:"To end the take, hold the key for a second."})}
-    ></xp-key>`}cue(r){r.preventDefault();let e=Or(this.where.value);e&&this.deck.run("cue",{where:e}).then(t=>t.done&&this.where.blur())}};fe.styles=[v,p`
+    ></xp-key>`}cue(r){r.preventDefault();let e=Or(this.where.value);e&&(this.where.blur(),this.deck.run("cue",{where:e}).then(t=>t.done||this.where.focus()))}};fe.styles=[v,p`
       :host { display: grid; grid-template-columns: minmax(0, 1fr) auto; grid-template-rows: auto 1fr 1fr; gap: var(--gap); }
       xp-position { grid-column: 1 / -1; }
       .keys { display: grid; grid-template-columns: 1.5fr 1.5fr 1fr 1fr 1.5fr 1fr 1fr; gap: 0.25rem; min-height: 3.75rem; }

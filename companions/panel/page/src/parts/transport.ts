@@ -123,7 +123,10 @@ export class XpTransport extends Part {
   private cue(event: Event): void {
     event.preventDefault();
     const where = readTimecode(this.where.value);
-    if (where) void this.deck.run("cue", { where }).then((answer) => answer.done && this.where.blur());
+    if (!where) return;
+    // The keys move the deck again at once; a refusal gives the field back.
+    this.where.blur();
+    void this.deck.run("cue", { where }).then((answer) => answer.done || this.where.focus());
   }
 }
 

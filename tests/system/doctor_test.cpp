@@ -42,7 +42,7 @@ TEST(Doctor, findsEachHarmAndNamesItsRemedy)
         mount -o remount,size=120M /dev/shm; look no-memory; mount -o remount,size=500M /dev/shm
         cp /etc/xp/lumen.ini $OUT; echo '[inputs' >>/etc/xp/lumen.ini; echo 601=nonsense: >>/etc/xp/lumen.ini; look profile; cp $OUT/lumen.ini /etc/xp/lumen.ini
         for line in 602=foo://x 602=file:/nonexistent.mov '602=generator:?rate=25&bogus=1'; do
-            sed "s|^\[inputs\]|[inputs]\n$line|" $OUT/lumen.ini >/etc/xp/lumen.ini; look "$line"
+            sed "/^\[inputs\]/a $line" $OUT/lumen.ini >/etc/xp/lumen.ini; look "$line"
         done
         printf '[outputs]\nx=foo://x\n' >>/etc/xp/lumen.ini; look x=foo; cp $OUT/lumen.ini /etc/xp/lumen.ini
         echo 'xp:x:990:' >>/etc/group; echo 'xp:x:990:990::/:/bin/false' >>/etc/passwd

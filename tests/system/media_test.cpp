@@ -131,8 +131,8 @@ TEST(Media, clipsAreCopiedMarkedAndDeletedWhileATakeRuns)
                                                        "csv=p=0", sandbox.out("take_002.mov.jpg")});
     EXPECT_EQ(probe.out.trimmed(), QByteArray("192"));
     // How long one can still record, by the rate of the take itself and never by less than that of a camera's
-    // picture (ProRes 422 at 1080p25 is published with 122 Mb/s): 10.5 % of a medium stay free.
-    constexpr double published = 122e6;
+    // picture (ProRes 422 at 576i25 is published with 41 Mb/s): 10.5 % of a medium stay free.
+    constexpr double published = 41e6;
     const auto media =
         QJsonDocument::fromJson(said(result.out, "media").trimmed()).object()["media"].toArray();
     ASSERT_EQ(media.size(), 2);

@@ -225,15 +225,6 @@ TEST_F(Session, 05_keepsEditPointsAndRollsBeforeThem)
     EXPECT_TRUE(deck.ask(0x2030).isAck()) << "preroll";
     EXPECT_TRUE(awaitBit(2, 0));
     EXPECT_TRUE(awaitStrip(first + 101));
-    EXPECT_TRUE(deck.ask(0x2041).isAck()) << "review plays through both points";
-    EXPECT_TRUE(awaitBit(4, 3));
-    EXPECT_TRUE(await([&] { return shown().strip > first + 174; }));
-    EXPECT_TRUE(awaitBit(7, 0, false));
-    EXPECT_TRUE(awaitBit(4, 3, false));
-    EXPECT_TRUE(deck.ask(0x2040).isAck()) << "preview shows the input between them";
-    EXPECT_TRUE(await([&] { return shown().strip > first + 250; }));
-    EXPECT_TRUE(awaitBit(4, 1, false));
-    EXPECT_TRUE(await([&] { return shown().strip < first + 250; }));
 }
 
 TEST_F(Session, 06_showsTheInputOnDemand)

@@ -5,7 +5,7 @@
 #include "platform/product/clipnames.h"
 #include "platform/product/clipscan.h"
 #include "platform/product/givenclips.h"
-#include "platform/product/inputsettings.h"
+#include "platform/product/takesettings.h"
 #include "platform/product/mediumhelper.h"
 #include "platform/product/sharedclipsource.h"
 #include "platform/qmx/core/qmxnextclip.h"
@@ -184,7 +184,7 @@ ClipFinder::ClipFinder(Config *config) : d(std::make_unique<Private>(config))
     if (!folder.empty()) d->list(folder, firstLook);
     if (!config) return;
     d->namer = QmxNextClip::instance()->setNamer([this](const QString &path) { return clipAfter(path); });
-    followInputSettings(config);
+    followTakeSettings(config);
 }
 
 ClipFinder::~ClipFinder() = default;

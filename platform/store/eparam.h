@@ -74,6 +74,10 @@ enum eParam_t : std::uint32_t {
     eParam_CameraDataMode = 0x0D02000A,
     eParam_RecordCodec = 0x0E01000A,
     eParam_ContinueOnLossOfVideo = 0x2000000A,
+    eParam_PreRecord = 0x50000060,
+    eParam_RecordStart = 0x50000061,
+    eParam_RecordSchedule = 0x50000062,
+    eParam_MirrorMediaPath = 0x50000070,
     // Playback
     eParam_PlaybackSource = 0x0F01000A,
     eParam_LoopPlayback = 0x0F02000A,

@@ -6,6 +6,7 @@
 #include "platform/qmx/core/qmxplayhead.h"
 #include "platform/qmx/core/qmxrecordfailures.h"
 #include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxtakeoptions.h"
 
 /// What the streams and the video device of one recorder know of each other, and what they tell of it. Handed
 /// over in the environment (QmxEnvironment::deck); recorders in one process have one each. Threads: as each
@@ -17,4 +18,5 @@ struct QmxDeck
     QmxRecordFailures recordFailures;
     QmxOperations operations;
     QmxCounters counters;
+    QmxTakeOptions takeOptions;
 };

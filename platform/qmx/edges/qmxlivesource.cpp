@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxlivesource.h"
 
-#include "platform/qmx/core/qmxinputoptions.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 
@@ -58,6 +58,7 @@ QmxLiveSource::QmxLiveSource(const QString &url, const QString &soundDevice,
       _name(withoutSecrets(url)),
       _soundDevice(soundDevice),
       _clock(environment.clock),
+      _deck(environment.deck),
       _problem(QStringLiteral("waiting for a signal"))
 {
     const QmxError error = environment.threads->start(
@@ -158,7 +159,7 @@ void QmxLiveSource::pushVideo(const QmxSourceDecoder &decoder)
     if (!decoder.isTorn())
         _whole = picture;
     else if (_whole.isValid() && _whole.size() == picture.size() &&
-             !QmxInputOptions::instance()->keepsTornPictures)
+             !_deck->takeOptions.values().keepsTornPictures)
         picture = _whole;
     const std::lock_guard lock(_mutex);
     _problem.clear();

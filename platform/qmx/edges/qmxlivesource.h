@@ -63,6 +63,7 @@ private:
     const QString _name; ///< without what may be secret
     const QString _soundDevice;
     const std::shared_ptr<QmxClock> _clock;
+    const std::shared_ptr<QmxDeck> _deck;
     QmxInterrupt _interrupt;
     std::atomic<bool> _stopping = false;
     std::atomic<bool> _connected = false;

@@ -44,6 +44,8 @@ QList<Figure> benchParameterToAction(int seconds);
 QList<Figure> benchClipList(int seconds);
 // clipbench.cpp
 QList<Figure> benchLongClip(int seconds);
+// verifybench.cpp
+QList<Figure> benchVerify(int seconds);
 // seekbench.cpp
 QList<Figure> benchSeek(int seconds);
 // stallbench.cpp

@@ -2,6 +2,7 @@
 // info: what a clip is, by its file alone.
 #include "companions/ctl/commands.h"
 
+#include "platform/qmx/clip/qmxclipcheck.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 
 #include <QDateTime>
@@ -56,6 +57,34 @@ QJsonObject describe(const QFileInfo &file, const QmxClipInfo &info)
             {"lost_frames", lost}};
 }
 
+/// What happened in the take, in short: nothing when nothing did.
+QString happened(const QJsonObject &take)
+{
+    static constexpr struct
+    {
+        const char *field;
+        const char *text;
+    } rows[] = {{"lost", "%1 frames lost"},
+                {"replaced", "%1 frames repeat the one before"},
+                {"late_ticks", "%1 ticks late"}};
+    QStringList parts;
+    for (const auto &row : rows)
+        if (const qint64 count = take.value(QLatin1String(row.field)).toInteger(); count > 0)
+            parts.append(QString::fromLatin1(row.text).arg(count));
+    if (const qsizetype breaks = take.value("timecode_breaks").toArray().size(); breaks > 0)
+        parts.append(QStringLiteral("%1 timecode breaks").arg(breaks));
+    if (take.value("closed_by").toString() == "repair") parts.append(QStringLiteral("ended by a crash"));
+    return parts.join(QStringLiteral(", "));
+}
+
+/// What the clip carries of itself; that it is true, `xpctl verify` finds out.
+QJsonObject proofOf(const QmxClipCheck &claims)
+{
+    return {{"is_carried", claims.hasProof || (!claims.closed && !claims.chain.isEmpty())},
+            {"chain", QString::fromLatin1(claims.chain)},
+            {"take", claims.take}};
+}
+
 QString text(const QJsonObject &object, const QmxClipInfo &info)
 {
     constexpr double million = 1e6;
@@ -80,6 +109,14 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
     line("made by", object.value("made_by").toString() +
                         (info.closed ? QString() : QStringLiteral(", not finished")) +
                         (object.value("is_protected").toBool() ? QStringLiteral(", protected") : QString()));
+    const QJsonObject proof = object.value("proof").toObject();
+    const QJsonObject take = proof.value("take").toObject();
+    if (proof.value("is_carried").toBool()) line("proof", "chain " + proof.value("chain").toString());
+    if (!take.isEmpty())
+        line("take", QStringLiteral("%1 on %2, from %3")
+                         .arg(take.value("program").toString(), take.value("host").toString(),
+                              take.value("begun").toString()));
+    line("happened", happened(take));
     for (const auto &[first, last] : info.lostFrames)
         line("lost", QStringLiteral("frames %1 to %2").arg(first).arg(last));
     return lines;
@@ -95,7 +132,10 @@ ExitCode ctlInfo(Recorder &recorder, const Report &report, const Arguments &argu
     if (error.isError())
         return report.error(ExitCode::Refused, error.toString(),
                             "`xpctl clips` lists those of the active medium");
-    const QJsonObject object = describe(file, info);
+    QJsonObject object = describe(file, info);
+    QmxClipCheck claims;
+    if (!info.foreign) QmxClipCheck::claims(file.filePath(), claims, recorder.environment());
+    object["proof"] = proofOf(claims);
     report.result(text(object, info), object);
     return ExitCode::Done;
 }

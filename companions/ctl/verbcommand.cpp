@@ -5,6 +5,7 @@
 
 #include "platform/control/transportanswers.h"
 
+#include <algorithm>
 #include <syslog.h>
 
 namespace {
@@ -30,6 +31,16 @@ ExitCode exitCodeOf(const Answer &answer)
     return ExitCode::Refused;
 }
 
+/// "[=====     ]  52 %"
+QString bar(int percent)
+{
+    constexpr int width = 30;
+    const int full = std::clamp(percent, 0, 100) * width / 100;
+    return QStringLiteral("[%1] %2 %")
+        .arg(QString(full, QChar(u'=')) + QString(width - full, QChar(u' ')))
+        .arg(percent, 3);
+}
+
 Request requestOf(const VerbRow &verb, const Arguments &arguments)
 {
     Request request;
@@ -46,13 +57,18 @@ Request requestOf(const VerbRow &verb, const Arguments &arguments)
     }
     if (arguments.seconds > 0) request.arguments["for"] = QString::number(arguments.seconds, 'g', 17);
     if (arguments.untilDone) request.arguments["until_done"] = "1";
+    if (arguments.all) request.arguments["all"] = "1";
     return request;
 }
 } // namespace
 
 ExitCode tell(const Report &report, const Answer &answer)
 {
-    if (!answer.isDone()) return report.error(exitCodeOf(answer), answer.sentence, answer.advice);
+    if (!answer.isDone()) {
+        // What was found is a result for scripts, although it is none that was hoped for.
+        if (report.isJson() && !answer.effect.isEmpty()) report.result({}, answer.effect);
+        return report.error(exitCodeOf(answer), answer.sentence, answer.advice);
+    }
     if (!answer.sentence.isEmpty() || !answer.effect.isEmpty()) report.result(answer.sentence, answer.effect);
     return exitCodeOf(answer);
 }
@@ -67,7 +83,7 @@ ExitCode runVerb(Control &control, const VerbRow &verb, const Report &report, co
     control.setLog([](const QString &line) { syslog(LOG_USER | LOG_INFO, "%s", line.toUtf8().constData()); });
     Request request = requestOf(verb, arguments);
     request.progress = [&report](int percent, const QString &text) {
-        report.line(QStringLiteral("%1 %  %2").arg(percent).arg(text), {{"percent", percent}});
+        report.line(QStringLiteral("%1  %2").arg(bar(percent), text), {{"percent", percent}});
     };
     return tell(report, control.perform(request, Who::atShell()));
 }

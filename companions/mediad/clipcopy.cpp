@@ -3,8 +3,9 @@
 
 #include "companions/mediad/mediamachine.h"
 #include "companions/mediad/openfile.h"
+#include "platform/qmx/clip/qmxblake3.h"
+#include "platform/qmx/clip/qmxclipcheck.h"
 
-#include <QCryptographicHash>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -48,18 +49,19 @@ public:
         : _from(from),
           _to(to),
           _part(to.substr(0, to.rfind('/') + 1) + '.' + to.substr(to.rfind('/') + 1) + ".part"),
+          _environment(environment),
           _files(*environment.files),
           _pace(pace)
     {}
 
-    QmxError run()
+    QmxError run(std::string &finding)
     {
         const OpenFile source(_files, _from, O_RDONLY);
         QmxError error = check(source);
         if (error.isError()) return error;
         _files.unlink(QString::fromLocal8Bit(_part)); // of a copy that a crash has ended
         error = write(source);
-        if (!error.isError()) error = compare();
+        if (!error.isError()) error = compare(finding);
         if (!error.isError()) error = publish();
         if (error.isError()) _files.unlink(QString::fromLocal8Bit(_part));
         return error;
@@ -100,7 +102,8 @@ private:
             const ssize_t got = _files.pread(source.fd(), _piece.data.get(), piece, at);
             if (got < 0) return failed("cannot read", _from);
             if (got == 0) break; // shorter than it was: the comparison of lengths below tells
-            _read.addData(QByteArrayView(_piece.data.get(), got));
+            if (at == 0) _mayBeProven = QmxClipCheck::looksOurs(_piece.data.get(), got);
+            _read.add(_piece.data.get(), size_t(got));
             for (ssize_t written = 0; written < got;) {
                 const ssize_t more = _files.pwrite(target.fd(), _piece.data.get() + written,
                                                    std::size_t(got - written), at + written);
@@ -123,13 +126,39 @@ private:
         return {};
     }
 
-    /// Reads the copy from the medium itself, not from memory, where the file system lets one.
-    QmxError compare()
+    /// Reads the copy from the medium itself, not from memory, where the file system lets one. A clip that
+    /// carries a proof is checked by it in the same pass.
+    QmxError compare(std::string &finding)
+    {
+        if (!_mayBeProven) return compareBytes();
+        QmxClipCheck check;
+        QmxBlake3 written;
+        const qint64 before = _done;
+        const QmxError error = QmxClipCheck::run(
+            QString::fromLocal8Bit(_part), check, _environment,
+            [&](qint64 done, qint64) {
+                _done = before + done;
+                return _pace(_done, 2 * _status.st_size);
+            },
+            [&](const uchar *data, qint64 size) { written.add(data, size_t(size)); });
+        if (error.value() == ECANCELED) return canceled();
+        if (error.isError() || !check.closed || check.bytes != _status.st_size) {
+            _done = before;
+            return compareBytes();
+        }
+        if (written.result() != _read.result()) return differs();
+        finding = check.isWhole()
+                      ? "it is what was recorded, chain " + check.chain.toStdString()
+                      : "the clip itself is damaged, and so is its copy: " + check.sentence().toStdString();
+        return {};
+    }
+
+    QmxError compareBytes()
     {
         OpenFile target(_files, _part, O_RDONLY | O_DIRECT);
         if (!target.isOpen()) target = OpenFile(_files, _part, O_RDONLY);
         if (!target.isOpen()) return failed("cannot read back", _part);
-        QCryptographicHash written(QCryptographicHash::Sha256);
+        QmxBlake3 written;
         struct stat64 status = {};
         if (_files.fstat(target.fd(), &status) != 0) return failed("cannot read back", _part);
         // Pieces begin at whole multiples, as direct reading wants it.
@@ -137,17 +166,21 @@ private:
             const ssize_t got = _files.pread(target.fd(), _piece.data.get(), piece, at);
             if (got < 0) return failed("cannot read back", _part);
             if (got == 0) break;
-            written.addData(QByteArrayView(_piece.data.get(), got));
+            written.add(_piece.data.get(), size_t(got));
             at += got;
             _done += got;
             if (!_pace(_done, 2 * _status.st_size)) return canceled();
         }
-        if (status.st_size != _status.st_size || written.result() != _read.result())
-            return {EIO,
-                    QStringLiteral("the copy of %1 differs from it: one of the media is damaged; the copy "
-                                   "has been removed")
-                        .arg(QString::fromLocal8Bit(_from))};
-        return {};
+        return status.st_size != _status.st_size || written.result() != _read.result() ? differs()
+                                                                                       : QmxError();
+    }
+
+    QmxError differs() const
+    {
+        return {EIO,
+                QStringLiteral(
+                    "the copy of %1 differs from it: one of the media is damaged; the copy has been removed")
+                    .arg(QString::fromLocal8Bit(_from))};
     }
 
     QmxError publish()
@@ -167,19 +200,24 @@ private:
     const std::string _from;
     const std::string _to;
     const std::string _part;
+    const QmxEnvironment &_environment;
     QmxFiles &_files;
     const Pace &_pace;
     Piece _piece;
     struct stat64 _status = {};
     qint64 _done = 0;
     std::optional<OpenFile> _target; ///< until the copy has its name
-    QCryptographicHash _read{QCryptographicHash::Sha256};
+    QmxBlake3 _read;
+    bool _mayBeProven = false;
 };
 
 } // namespace
 
 QmxError copyClip(const std::string &from, const std::string &to, const QmxEnvironment &environment,
-                  const std::function<bool(qint64, qint64)> &pace)
+                  const std::function<bool(qint64, qint64)> &pace, std::string *finding)
 {
-    return Copy(from, to, environment, pace).run();
+    std::string found;
+    const QmxError error = Copy(from, to, environment, pace).run(found);
+    if (finding) *finding = found;
+    return error;
 }

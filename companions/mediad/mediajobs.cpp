@@ -3,11 +3,13 @@
 
 #include "companions/mediad/clipcare.h"
 #include "companions/mediad/clipcopy.h"
+#include "companions/mediad/clipverify.h"
 #include "companions/mediad/orderrules.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 
 #include <QCoreApplication>
+#include <QJsonDocument>
 #include <QPointer>
 
 #include <cerrno>
@@ -121,13 +123,23 @@ void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, 
     const std::string path = order.from + "/" + order.clip;
     QmxError error;
     std::string text = path;
+    std::string report;
     if (order.verb == "copy") {
         readAndWriteLast();
         const std::string target = order.to + "/" + order.clip;
         text += " -> " + target;
         Pace pace(environment, shared, [&](int percent) { told({order.id, "running", percent, text}); });
-        error = copyClip(path, target, environment, std::ref(pace));
-        text += ": copied and compared";
+        std::string finding;
+        error = copyClip(path, target, environment, std::ref(pace), &finding);
+        text += ": copied and compared" + (finding.empty() ? finding : "; " + finding);
+    } else if (order.verb == "verify") {
+        readAndWriteLast();
+        text = order.clip.empty() ? order.from : path;
+        Pace pace(environment, shared, [&](int percent) { told({order.id, "running", percent, text}); });
+        VerifiedClips clips;
+        error = verifyClips(order.from, order.clip, environment, std::ref(pace), clips);
+        text = clips.text;
+        report = QJsonDocument(clips.report).toJson(QJsonDocument::Compact).toStdString();
     } else if (order.verb == "delete") {
         // The orders before it may have taken long: what was free when it came may be played by now.
         std::unique_lock lock(shared.mutex);
@@ -150,5 +162,5 @@ void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, 
     if (error.isError())
         told({order.id, "refused", 0, error.toString().toStdString()});
     else
-        told({order.id, "done", 100, text});
+        told({order.id, "done", 100, text, report});
 }

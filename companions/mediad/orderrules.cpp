@@ -28,6 +28,7 @@ std::string whyRefused(const MediaOrder &order, const std::vector<Medium> &media
 {
     const Medium *from = find(media, order.from);
     if (!from) return "no medium is mounted at '" + order.from + "'; `xpctl media` lists them";
+    if (order.verb == "verify") return {}; // also one that is being recorded
     if (!from->holds(order.clip)) {
         return order.clip +
                (from->beingRecorded ? " is being recorded, or there is no such clip on "

@@ -17,6 +17,7 @@ constexpr AnswerCodeRow rows[] = {
     {"no_input", Cause::Deck, "no picture has come from the input"},
     {"no_effect", Cause::Deck, "the effect did not come within its time"},
     {"order_refused", Cause::Deck, "the media daemon has refused, or could not do it"},
+    {"clip_damaged", Cause::Deck, "a clip is not what was recorded; the effect says where"},
     {"no_alarm", Cause::Deck, "there is no alarm of this name now"},
     {"no_answer", Cause::Deck, "the media daemon does not answer"},
     {"list_changed", Cause::Deck, "somebody else has changed the play list meanwhile"},

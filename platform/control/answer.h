@@ -34,7 +34,7 @@ struct Answer
     QString code;         ///< stable, lower_snake_case: "done", "take_runs"; a row of answerCodes()
     QString sentence;     ///< what was done, or what is wrong, for people
     QString advice;       ///< what to do about it; names commands as a shell has them, see adviceFor()
-    QJsonObject effect;   ///< of what is done; field names of docs/xpctl.schema.json
+    QJsonObject effect;   ///< of what is done, or was found; field names of docs/xpctl.schema.json
     bool isEnded = false; ///< done, but the caller was interrupted while it waited for more
 
     bool isDone() const { return kind == Kind::Done; }

@@ -115,6 +115,7 @@ Answer performProtect(const VerbCall &);
 Answer performUnprotect(const VerbCall &);
 Answer performDelete(const VerbCall &);
 Answer performRename(const VerbCall &);
+Answer performVerify(const VerbCall &);
 // Who is in control (verbs_control.cpp)
 Answer performTakeControl(const VerbCall &);
 Answer performReleaseControl(const VerbCall &);

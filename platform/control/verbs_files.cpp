@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// copy, protect, unprotect, delete, rename: what the media daemon does for the operator.
+// copy, protect, unprotect, delete, rename, verify: what the media daemon does for the operator.
 #include "platform/control/transportanswers.h"
 
 #include "platform/control/mediadaemonlock.h"
@@ -8,6 +8,7 @@
 #include "platform/store/configfactoryimpl.h"
 #include "platform/store/eparam.h"
 
+#include <QJsonDocument>
 #include <QRegularExpression>
 
 #include <atomic>
@@ -120,7 +121,10 @@ Answer giveOrder(const VerbCall &call)
                                "`xpctl get media_order_state` shows how far it is");
     const QString text = QString::fromStdString(state->text);
     if (state->state != "done") return Answer::refused(Cause::Deck, "order_refused", text);
-    return Answer::done(text, {{"clip", QString::fromStdString(order.clip)}, {"result", text}});
+    QJsonObject effect = QJsonDocument::fromJson(QByteArray::fromStdString(state->report)).object();
+    if (!order.clip.empty()) effect["clip"] = QString::fromStdString(order.clip);
+    effect["result"] = text;
+    return Answer::done(text, effect);
 }
 } // namespace
 
@@ -161,4 +165,20 @@ Answer performRename(const VerbCall &call)
     recorder.write(eParam_PlayList, entries.join('\n'));
     recorder.write(eParam_PlayListChanged, 1U);
     return answer;
+}
+
+Answer performVerify(const VerbCall &call)
+{
+    const bool isAll = call.text("all") == "1";
+    if (isAll != call.text("clip").isEmpty())
+        return Answer::refused(Cause::Argument, "wrong_argument",
+                               isAll ? "either one clip or all can be verified" : "which clip is missing",
+                               "for example: xpctl verify take_001.mov, xpctl verify --all");
+    Answer answer = giveOrder(call);
+    if (!answer.isDone() || answer.effect.value("is_whole").toBool(true)) return answer;
+    Answer damaged =
+        Answer::refused(Cause::Deck, "clip_damaged", answer.sentence,
+                        "play another copy, if there is one; check the medium before recording on it again");
+    damaged.effect = answer.effect;
+    return damaged;
 }

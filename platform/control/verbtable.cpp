@@ -30,6 +30,13 @@ VerbArgument clipArgument(const char *name, const char *help)
             "a file name; `xpctl clips` lists those there are"};
 }
 
+VerbArgument optionalClip(const char *help)
+{
+    VerbArgument argument = clipArgument("clip", help);
+    argument.isRequired = false;
+    return argument;
+}
+
 VerbArgument timeArgument(const char *help)
 {
     return {"seconds",
@@ -101,6 +108,12 @@ std::span<const VerbRow> verbs()
           {"name", Type::Text, true, "", 0, 0, "the new name; its ending may be left out", "'%1' is no name", "a file name"}},
          0, Needs::Store, "media_order play_list play_list_changed current_clip", "it has the name", 0,
          "order_refused no_answer", performRename},
+        {"verify", "check that clips are what was recorded, by the proof that they carry",
+         {optionalClip("as `xpctl clips` shows it, or its full path; also one that is being recorded"),
+          {"all", Type::Integer, false, "", 0, 1, "1: all clips of the active medium",
+           "'%1' is neither 0 nor 1", "1: all clips of the active medium", true}},
+         0, Needs::Store, "media_order", "all of it has been read and found whole", 0,
+         "clip_damaged order_refused no_answer", performVerify},
         {"take_control", "be the one whose transport commands are done, for a time; each renews it",
          {timeArgument("how long it lasts after the last command; else 60")},
          0, Needs::Store, "control_owner", "the store has it", 5000, "other_in_control", performTakeControl},

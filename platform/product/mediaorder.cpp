@@ -11,7 +11,7 @@
 namespace {
 
 constexpr qsizetype longestText = 1000;
-const char *const verbs[] = {"copy", "delete", "protect", "unprotect", "rename"};
+const char *const verbs[] = {"copy", "delete", "protect", "unprotect", "rename", "verify"};
 
 QJsonDocument document(const std::string &text)
 {
@@ -37,9 +37,10 @@ std::string whyNonsense(const MediaOrder &order)
         known = known || order.verb == verb;
     if (!known)
         return "'" + order.verb +
-               "' cannot be done with a clip; copy, delete, protect, unprotect and rename can";
+               "' cannot be done with a clip; copy, delete, protect, unprotect, rename and verify can";
     // A name must not lead out of its medium.
-    if (!isClipName(order.clip) || order.clip.find('/') != std::string::npos)
+    const bool isAll = order.verb == "verify" && order.clip.empty();
+    if (!isAll && (!isClipName(order.clip) || order.clip.find('/') != std::string::npos))
         return "'" + order.clip + "' is no name of a clip";
     if (order.verb == "copy" && order.to.empty()) return "where the copy shall go is missing";
     if (order.verb == "copy" && order.to == order.from)
@@ -85,10 +86,12 @@ std::optional<MediaOrder> MediaOrder::parse(const std::string &text, std::string
 
 std::string MediaOrderState::print() const
 {
-    return compact(QJsonDocument(QJsonObject{{"id", shown(id)},
-                                             {"state", shown(state)},
-                                             {"percent", percent},
-                                             {"text", qmxPrintable(shown(text), longestText)}}));
+    QJsonObject object{{"id", shown(id)},
+                       {"state", shown(state)},
+                       {"percent", percent},
+                       {"text", qmxPrintable(shown(text), longestText)}};
+    if (!report.empty()) object["report"] = document(report).object();
+    return compact(QJsonDocument(object));
 }
 
 std::optional<MediaOrderState> MediaOrderState::parse(const std::string &text)
@@ -96,8 +99,10 @@ std::optional<MediaOrderState> MediaOrderState::parse(const std::string &text)
     const QJsonDocument json = document(text);
     if (!json.isObject()) return std::nullopt;
     const QJsonObject object = json.object();
+    const QJsonObject report = object.value("report").toObject();
     return MediaOrderState{word(object, "id"), word(object, "state"), object.value("percent").toInt(),
-                           word(object, "text")};
+                           word(object, "text"),
+                           report.isEmpty() ? std::string() : compact(QJsonDocument(report))};
 }
 
 std::string MediumReport::print(const std::vector<MediumReport> &media)

@@ -10,8 +10,8 @@
 struct MediaOrder
 {
     std::string id;   ///< chosen by who asks, to know the answer by; may be empty
-    std::string verb; ///< "copy", "delete", "protect", "unprotect", "rename"
-    std::string clip; ///< file name
+    std::string verb; ///< "copy", "delete", "protect", "unprotect", "rename", "verify"
+    std::string clip; ///< file name; to verify all clips of the medium: empty
     std::string from; ///< folder of the medium
     std::string to;   ///< folder of the other medium, for a copy; the new name, for rename
 
@@ -29,6 +29,9 @@ struct MediaOrderState
     std::string state; ///< "running", "done", "refused"
     int percent = 0;
     std::string text; ///< a sentence for the operator
+    /// What was found, as a JSON object, for scripts; empty: nothing but the sentence. At most some 12,000
+    /// bytes.
+    std::string report;
 
     /// `text` is cut and made printable: the parameter takes no control characters and no more than it has
     /// room for.

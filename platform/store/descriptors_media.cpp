@@ -58,11 +58,11 @@ std::vector<ParamRow> mediaRows()
             .with({Attribute::multiLine, Attribute::clipName}),
         string(eParam_MediaOrder, "media_order", Command,
                "What the media daemon shall do with a clip, as JSON: id, verb (copy, delete, protect, "
-               "unprotect), "
+               "unprotect, rename, verify), "
                "clip, from, to. `xpctl copy` and its like write it.")
             .with({Attribute::order}),
         string(eParam_MediaOrderState, "media_order_state", Volatile,
-               "How far the media daemon is with an order, as JSON: id, state, percent, text.")
+               "How far the media daemon is with an order, as JSON: id, state, percent, text, report.")
             .with({Attribute::everyWrite, Attribute::told}),
         string(eParam_MediaReport, "media_report", Volatile,
                "All media with their room, clips and remaining record time, as JSON; `xpctl media` shows it.")

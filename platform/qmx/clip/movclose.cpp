@@ -6,10 +6,10 @@
 
 namespace {
 
-QmxError writeMoov(MovOutput &output, const QByteArray &moov, qint64 slot)
+QmxError writeTail(MovOutput &output, const QByteArray &tail, qint64 slot)
 {
     MovAlignedBuffer buffer;
-    buffer.assign(moov);
+    buffer.assign(tail);
     output.reserve(slot, slot + buffer.paddedSize());
     // The first block last: until then the open slot hides what stands behind it.
     if (buffer.paddedSize() > MovLayout::block) {
@@ -26,9 +26,12 @@ QmxError writeMoov(MovOutput &output, const QByteArray &moov, qint64 slot)
 } // namespace
 
 QmxError movClose(MovOutput &output, const MovTables &tables, const MovFormat &format, QByteArray header,
-                  qint64 slot)
+                  qint64 slot, const MovProof &proof, const QJsonObject &take)
 {
-    QmxError error = writeMoov(output, tables.finalMoov(format), slot);
+    MovTables::flipHeader(header, slot);
+    const QByteArray moov = tables.finalMoov(format);
+    const QByteArray tail = proof.box(header, moov, slot, take) + moov;
+    QmxError error = writeTail(output, tail, slot);
     MovAlignedBuffer buffer;
     if (error.isError()) {
         // Half a moov is hidden again behind an open slot, if the medium still takes it.
@@ -36,7 +39,6 @@ QmxError movClose(MovOutput &output, const MovTables &tables, const MovFormat &f
         output.write(buffer.data(), buffer.size(), slot);
         return error;
     }
-    MovTables::flipHeader(header, slot);
     buffer.assign(QByteArrayView(header).first(MovLayout::block));
     error = output.write(buffer.data(), buffer.size(), 0);
     if (!error.isError()) error = output.sync();

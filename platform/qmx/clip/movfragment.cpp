@@ -30,6 +30,7 @@ struct Record
     quint32 replaced = 0;
     quint32 audioCrc = 0;
     std::vector<quint32> frameCrcs;
+    size_t size = 0; ///< in the slot
 };
 
 QByteArray recordBytes(const Record &record)
@@ -66,6 +67,7 @@ std::optional<Record> parseRecord(std::span<const uchar> content)
     std::memset(copy.data() + recordCrcPosition, 0, 4);
     if (!movCrcIs(cursor.u32(), copy.constData(), size)) return std::nullopt;
     Record record;
+    record.size = size;
     record.sequence = cursor.u32();
     record.moofCrc = cursor.u32();
     record.traits.scanMode = int(cursor.u32());
@@ -266,6 +268,7 @@ QByteArray MovFragment::toSlot(const MovFormat &format) const
     AtomWriter atoms;
     atoms.begin("free");
     atoms.bytes(recordBytes(record));
+    if (isLinked) atoms.bytes(link.toBytes());
     atoms.zeros(int(freeSize - atoms.size()));
     atoms.end();
     atoms.bytes(moof);
@@ -309,6 +312,11 @@ std::optional<MovFragment> MovFragment::fromSlot(std::span<const uchar> slot, qi
     fragment.audioCrc = record->audioCrc;
     fragment.lost = record->lost;
     fragment.replaced = record->replaced;
+    if (const auto link = MovLink::parse(pad->content.subspan(record->size))) {
+        fragment.link = *link;
+        fragment.isLinked = true;
+    }
+    fragment.slotCrc = movCrc32c(slot.data(), slot.size());
     return fragment;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/clip/movformat.h"
+#include "platform/qmx/clip/movlink.h"
 
 #include <optional>
 #include <span>
@@ -36,6 +37,10 @@ struct MovFragment
     std::vector<Jump> jumps;
     quint32 lost = 0;     ///< frames lost within or before this fragment
     quint32 replaced = 0; ///< frames that repeat the picture before them
+    /// What proves it; a slot of a clip from before there were proofs has none.
+    MovLink link;
+    bool isLinked = false;
+    quint32 slotCrc = 0; ///< CRC-32C of the slot as it stands in the file
 
     qint64 samples() const;
 

@@ -5,6 +5,7 @@
 #include "platform/qmx/clip/movdescribe.h"
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movplaces.h"
+#include "platform/qmx/clip/movproof.h"
 #include "platform/qmx/clip/movslotsahead.h"
 #include "platform/qmx/clip/movwaymarks.h"
 
@@ -58,6 +59,7 @@ QmxError QmxClipIndex::identify(MovInput &input, Place &place, qint64 &moov)
     } else if (size == 1 && type == atomType("mdat") && length <= quint64(1) << 62) {
         place = Place::Closed;
         moov = MovLayout::flipPosition + qint64(length);
+        moov += MovProof::sizeAt(input, moov);
     }
     return {};
 }
@@ -71,6 +73,7 @@ QmxError QmxClipIndex::load(MovInput &input, bool tables)
     Place place;
     qint64 moov = 0;
     QmxError error = identify(input, place, moov);
+    if (!error.isError() && place == Place::Foreign && _onlySlots) place = Place::Growing;
     if (!error.isError())
         error = place == Place::Foreign ? loadForeign(input, tables) : loadOwn(input, place, moov, tables);
     if (!error.isError() && info.frames == 0)
@@ -81,7 +84,7 @@ QmxError QmxClipIndex::load(MovInput &input, bool tables)
 QmxError QmxClipIndex::loadOwn(MovInput &input, Place place, qint64 moov, bool tables)
 {
     _own = true;
-    if (place == Place::Closed && !loadFinal(input, moov, tables).isError()) return {};
+    if (place == Place::Closed && !_onlySlots && !loadFinal(input, moov, tables).isError()) return {};
     // Still growing, or its end is missing: the first moov and the slots are there.
     frames.clear();
     sounds.clear();

@@ -49,10 +49,14 @@ public:
     bool isOwn() const { return _own; }
     /// For whoever finishes the file: what the slots say, and where the open slot stands.
     const std::vector<MovFragment> &fragments() const { return _fragments; }
+    /// Bytes of a sample of all channels of our own clips.
+    int soundFrameBytes() const { return _format.audioFrameBytes(); }
     qint64 openSlot() const { return _nextSlot; }
     const MovMovie &movie() const { return _movie; }
     /// Keeps the fragments while loading.
     void setKeepFragments(bool keep) { _keepFragments = keep; }
+    /// Goes by the slots of a closed clip too, whatever its moov says.
+    void setOnlySlots(bool only) { _onlySlots = only; }
 
 private:
     enum class Place { Growing, Closed, Foreign };
@@ -73,6 +77,7 @@ private:
 
     bool _own = false;
     bool _keepFragments = false;
+    bool _onlySlots = false;
     MovMovie _movie;
     MovFormat _format; ///< of a growing clip, as far as its slots need it
     qint64 _nextSlot = 0;

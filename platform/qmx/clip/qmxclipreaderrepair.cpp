@@ -84,7 +84,12 @@ QmxError QmxClipReader::repair(const QString &path, bool &repaired, const QmxEnv
     MovFormat format;
     error = formatOf(input, index, format);
     if (error.isError()) return error;
+    QByteArray header(MovLayout::headerSize, '\0');
+    error = input.read(header.data(), header.size(), 0);
+    if (error.isError()) return error;
     MovTables tables;
+    MovProof proof;
+    proof.begin(header);
     const MovFragment *before = nullptr;
     for (const MovFragment &found : index.fragments()) {
         MovFragment fragment = found;
@@ -92,11 +97,11 @@ QmxError QmxClipReader::repair(const QString &path, bool &repaired, const QmxEnv
         error = readJumps(input, fragment);
         if (error.isError()) return error;
         tables.append(fragment);
+        proof.append(fragment, format);
         before = &found;
     }
-    QByteArray header(MovLayout::headerSize, '\0');
-    error = input.read(header.data(), header.size(), 0);
-    if (!error.isError()) error = movClose(output, tables, format, header, index.openSlot());
+    const QJsonObject take = proof.take().ended(MovTake::read(header), QStringLiteral("repair"), environment);
+    error = movClose(output, tables, format, header, index.openSlot(), proof, take);
     repaired = !error.isError();
     return error;
 }

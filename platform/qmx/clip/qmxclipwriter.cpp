@@ -6,7 +6,9 @@
 #include "platform/qmx/clip/movcrc.h"
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movpcm.h"
+#include "platform/qmx/clip/movproof.h"
 #include "platform/qmx/clip/movwaymarks.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 
 #include <atomic>
@@ -31,15 +33,19 @@ struct QmxClipWriter::Private
     {
         return quint64(environment.clock->wallTime() / QmxClock::nsPerSecond + secondsFrom1904To1970);
     }
+    qint64 lateTicks() const { return environment.deck->counters.value(QmxCounters::LateTicks); }
     QmxError fits(const QmxFrame &frame, QmxBuffer &picture);
     QmxError writePicture(QmxBuffer picture);
     void addSound(const QmxFrame &frame);
     void findSoundPhase();
+    void beginTake();
     void addTimecode(const QmxFrame &frame);
     void addJump(quint32 timecode);
     QmxError flush();
     QmxError writeTail();
-    QmxError publish(const MovFragment &fragment);
+    void prove();
+    QByteArray header(qint64 frames) const;
+    QmxError publish(MovFragment &fragment);
     QmxError fail(const QmxError &error);
     void beginFragment(qint64 slot);
 
@@ -51,6 +57,10 @@ struct QmxClipWriter::Private
     QString path;
     bool open = false;
     QmxError failure;
+    MovProof proof;
+    QJsonObject take; ///< its record, as it began
+    MovChain chain;
+    qint64 lateBefore = 0;    ///< ticks that were late before the take
     MovFragment fragment;     ///< not flushed yet
     qint64 position = 0;      ///< where its next bytes go
     MovAlignedBuffer sound;   ///< of this fragment, in file form
@@ -76,6 +86,7 @@ void QmxClipWriter::Private::beginFragment(qint64 slot)
     fragment.slot = slot;
     fragment.firstFrame = tables.frames();
     fragment.firstSample = tables.samples();
+    fragment.isLinked = true;
     position = slot + MovLayout::slotSize;
     sound.clear();
 }
@@ -117,6 +128,7 @@ QmxError QmxClipWriter::Private::writePicture(QmxBuffer picture)
     QmxError error = output.write(data, padded, position);
     if (error.isError()) return error;
     fragment.frames.push_back({position, quint32(size), movCrc32c(data, size_t(size))});
+    chain.addPicture(QmxBlake3::hash(data, size_t(size)));
     position += padded;
     return {};
 }
@@ -149,6 +161,15 @@ void QmxClipWriter::Private::findSoundPhase()
         format.soundPhase = phase;
         return;
     }
+}
+
+/// With the first flush all is known that the header tells.
+void QmxClipWriter::Private::beginTake()
+{
+    findSoundPhase();
+    take = MovTake::begun(path, environment);
+    proof.begin(header(0));
+    chain.setLink(proof.first());
 }
 
 void QmxClipWriter::Private::addJump(quint32 timecode)
@@ -186,12 +207,14 @@ QmxError QmxClipWriter::Private::writeTail()
 {
     fragment.audioOffset = position;
     fragment.audioCrc = movCrc32c(sound.data(), size_t(sound.size()));
+    const qint64 soundSize = sound.size();
     for (auto &jump : fragment.jumps) {
         jump.offset = position + sound.size();
         QByteArray value;
         appendBig32(value, jump.value);
         sound.append(value);
     }
+    fragment.link.jumpsCrc = movCrc32c(sound.data() + soundSize, size_t(sound.size() - soundSize));
     if (sound.size() > 0) {
         output.reserve(position, position + sound.paddedSize());
         QmxError error = output.write(sound.data(), sound.paddedSize(), position);
@@ -201,25 +224,41 @@ QmxError QmxClipWriter::Private::writeTail()
     return {};
 }
 
+/// The chain goes on over the fragment, whose sound and timecodes are complete.
+void QmxClipWriter::Private::prove()
+{
+    fragment.link.lateTicks = quint32(lateTicks() - lateBefore);
+    fragment.link.link = chain.endFragment(QmxBlake3::hash(sound.data(), size_t(sound.size())));
+}
+
+/// What stands before the first slot.
+QByteArray QmxClipWriter::Private::header(qint64 frames) const
+{
+    QByteArray bytes = MovTables::openHeader(format, frames);
+    MovTake::write(bytes, take);
+    return bytes;
+}
+
 /// Puts a fragment in force, whose content is on the medium.
-QmxError QmxClipWriter::Private::publish(const MovFragment &content)
+QmxError QmxClipWriter::Private::publish(MovFragment &content)
 {
     scratch.assign(MovFragment::openSlot());
     QmxError error = output.write(scratch.data(), scratch.size(), content.end);
     if (error.isError()) return error;
     waymarks.add(content.slot);
-    QByteArray header = MovTables::openHeader(format, tables.frames() + qint64(content.frames.size()));
-    waymarks.write(header);
+    QByteArray head = header(tables.frames() + qint64(content.frames.size()));
+    waymarks.write(head);
     if (tables.frames() == 0) {
-        scratch.assign(header);
+        scratch.assign(head);
         error = output.write(scratch.data(), scratch.size(), 0);
         if (error.isError()) return error;
     }
     scratch.assign(content.toSlot(format));
+    content.slotCrc = movCrc32c(scratch.data(), size_t(scratch.size()));
     error = output.write(scratch.data(), scratch.size(), content.slot);
     if (error.isError()) return error;
     if (tables.frames() > 0) {
-        scratch.assign(QByteArrayView(header).first(MovLayout::block));
+        scratch.assign(QByteArrayView(head).first(MovLayout::block));
         error = output.write(scratch.data(), scratch.size(), 0);
         if (error.isError()) return error;
     }
@@ -231,8 +270,9 @@ QmxError QmxClipWriter::Private::flush()
     if (!open) return {};
     if (failure.isError()) return failure;
     if (fragment.frames.empty()) return {};
-    if (tables.frames() == 0) findSoundPhase();
+    if (tables.frames() == 0) beginTake();
     QmxError error = writeTail();
+    prove();
     if (!error.isError()) error = output.sync();
     fragment.end = position;
     if (!error.isError()) error = publish(fragment);
@@ -244,6 +284,7 @@ QmxError QmxClipWriter::Private::flush()
                          .arg(path)});
     output.cache(fragment.slot, MovLayout::slotSize);
     tables.append(fragment);
+    proof.append(fragment, format);
     durable = tables.frames();
     ++fragment.sequence;
     beginFragment(fragment.end);
@@ -268,10 +309,12 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     d->path = path;
     d->tables = MovTables();
     d->waymarks = MovWaymarks();
+    d->take = QJsonObject();
     d->failure = QmxError();
     d->written = d->durable = 0;
     d->nextTimecode = d->format.startFrame;
     d->lastJump = 0;
+    d->chain.clearPictures();
     d->lastPicture = QmxBuffer();
     d->fragment = MovFragment();
     d->beginFragment(MovLayout::firstSlot);
@@ -313,6 +356,7 @@ QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
         error = d->flush();
         if (error.isError()) return error;
     }
+    if (d->written == 0) d->lateBefore = d->lateTicks();
     error = d->writePicture(picture);
     if (error.isError()) {
         // On a full medium the frames before this one may still be saved: room allocated ahead is left.
@@ -330,6 +374,7 @@ QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
 void QmxClipWriter::noteLost(int count)
 {
     d->fragment.lost += quint32(std::max(count, 0));
+    d->fragment.link.noteLost(quint32(d->fragment.frames.size()), quint32(std::max(count, 0)));
 }
 
 QmxError QmxClipWriter::flush()
@@ -347,8 +392,9 @@ QmxError QmxClipWriter::close()
         d->output.discard();
         return error;
     }
-    const QmxError closing = movClose(d->output, d->tables, d->format,
-                                      MovTables::openHeader(d->format, d->tables.frames()), d->fragment.slot);
+    const QJsonObject take = d->proof.take().ended(d->take, QStringLiteral("the take"), d->environment);
+    const QmxError closing = movClose(d->output, d->tables, d->format, d->header(d->tables.frames()),
+                                      d->fragment.slot, d->proof, take);
     d->output.close();
     return error.isError() ? error : closing;
 }

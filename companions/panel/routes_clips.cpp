@@ -258,7 +258,7 @@ void postClipVerb(Panel &panel, const HttpCall &call, Respond respond)
     if (!row || argument == row->arguments.end())
         return respond(problemReply(404, "no_such_verb",
                                     QStringLiteral("there is no verb '%1' for a clip").arg(call.words[1]),
-                                    "clip, copy, protect, unprotect, delete"));
+                                    "clip, copy, verify, protect, unprotect, delete"));
     HttpCall verb = call;
     verb.words = {call.words[1]};
     verb.query[QLatin1String(argument->name)] = call.words[0];

@@ -31,7 +31,7 @@ struct MediaOrderState
     std::string text; ///< a sentence for the operator
     /// What was found, as a JSON object, for scripts; empty: nothing but the sentence. At most some 12,000
     /// bytes.
-    std::string report;
+    std::string report = {};
 
     /// `text` is cut and made printable: the parameter takes no control characters and no more than it has
     /// room for.

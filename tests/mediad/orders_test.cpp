@@ -2,6 +2,7 @@
 // What the media daemon does for an operator: copies, marks, deletions, and what it tells of the room left.
 #include "companions/mediad/clipcare.h"
 #include "companions/mediad/clipcopy.h"
+#include "companions/mediad/clipverify.h"
 #include "companions/mediad/mediajobs.h"
 #include "companions/mediad/nominalrate.h"
 #include "companions/mediad/openfile.h"
@@ -10,6 +11,7 @@
 #include "platform/product/mediaorder.h"
 #include "platform/store/eparam.h"
 #include "platform/store/paramdescriptor.h"
+#include "tests/clip/cliptake.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/print.h"
 #include "tests/support/stepper.h"
@@ -20,6 +22,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 
 #include <cerrno>
 #include <functional>
@@ -141,6 +144,53 @@ TEST_F(Copy, leavesNothingBehindWhenItFails)
     EXPECT_TRUE(rotten.toString().contains("differs")) << rotten.toString().toStdString();
     EXPECT_EQ(left(), QStringList());
     EXPECT_EQ(readAll(from), content);
+}
+
+TEST_F(Copy, aClipOfOursIsCheckedByItsProofAndWhatIsDamagedIsNamed)
+{
+    const ClipTake take({128, 96, 25, 1, 203, 0, 2, false, 90000});
+    QFile::remove(from);
+    take.make(from, 40, true);
+    writeAll(dir.file("foreign.mov"), content);
+    std::string finding;
+    const auto copied = [&] {
+        QFile::remove(to);
+        return copyClip(from.toStdString(), to.toStdString(), environment,
+                        {[](qint64, qint64) { return true; }}, &finding);
+    };
+    EXPECT_EQ(copied(), QmxError());
+    EXPECT_TRUE(finding.starts_with("it is what was recorded, chain ")) << finding;
+    QByteArray bytes = readAll(from);
+    bytes[bytes.size() / 2] = char(bytes[bytes.size() / 2] ^ 1);
+    writeAll(from, bytes);
+    EXPECT_EQ(copied(), QmxError());
+    EXPECT_TRUE(finding.starts_with("the clip itself is damaged")) << finding;
+    EXPECT_EQ(readAll(to), bytes);
+
+    take.make(dir.file("open.mov"), 30, false);
+    VerifiedClips all;
+    qint64 last = 0;
+    const auto pace = [&](qint64 done, qint64 total) {
+        EXPECT_LE(last, done);
+        EXPECT_LE(done, total);
+        last = done;
+        return true;
+    };
+    EXPECT_EQ(verifyClips(dir.path().toStdString(), {}, environment, pace, all), QmxError());
+    EXPECT_EQ(all.report["checked"], 2) << all.text;
+    EXPECT_EQ(all.report["damaged"], 1);
+    EXPECT_EQ(all.report["not_ours"], 1);
+    EXPECT_EQ(all.report["is_whole"], false);
+    const QJsonObject damaged = all.report["clips"].toArray().first().toObject();
+    EXPECT_EQ(damaged["clip"], "take.mov");
+    EXPECT_FALSE(damaged["damage"].toArray().isEmpty());
+    EXPECT_EQ(verifyClips(dir.path().toStdString(), "foreign.mov", environment, pace, all).value(), ENOTSUP);
+    EXPECT_EQ(verifyClips(dir.path().toStdString(), "none.mov", environment, pace, all).value(), ENOENT);
+    EXPECT_EQ(
+        verifyClips(
+            dir.path().toStdString(), "take.mov", environment, [](qint64, qint64) { return false; }, all)
+            .value(),
+        ECANCELED);
 }
 
 TEST_F(Copy, aClipIsDeletedOnlyWhenNobodyProtectsOrUsesIt)

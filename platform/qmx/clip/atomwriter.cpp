@@ -75,8 +75,3 @@ void AtomWriter::patch32(qsizetype position, quint32 value)
 {
     qToBigEndian(value, _data.data() + position);
 }
-
-void AtomWriter::patch64(qsizetype position, quint64 value)
-{
-    qToBigEndian(value, _data.data() + position);
-}

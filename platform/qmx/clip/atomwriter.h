@@ -23,7 +23,6 @@ public:
     void bytes(const QByteArray &data) { _data.append(data); }
     /// Overwrites four bytes written before.
     void patch32(qsizetype position, quint32 value);
-    void patch64(qsizetype position, quint64 value);
 
     qsizetype size() const { return _data.size(); }
     const QByteArray &data() const { return _data; }

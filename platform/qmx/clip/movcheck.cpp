@@ -19,7 +19,8 @@ namespace {
 struct Claims
 {
     bool isClosed = false; ///< its head says so
-    qint64 boxSize = 0;    ///< 0: there is no whole proof
+    bool boxIsThere = false;
+    qint64 boxSize = 0; ///< 0: there is no whole proof
     QmxBlake3::Digest box{};
     std::optional<MovProof::Contents> proof;
     std::vector<MovProof::Part> parts;
@@ -30,30 +31,30 @@ QString shown(const char *text)
     return QString::fromLatin1(text);
 }
 
-/// Whether the head says that the clip is closed, and what follows the pictures then; 0: the head is damaged.
-bool saysClosed(MovInput &input, qint64 &behind)
+/// Whether the head says that the clip is closed, and where the moov is then; 0: the head is damaged.
+bool saysClosed(MovInput &input, qint64 &moov)
 {
     uchar head[MovLayout::moovPosition];
-    behind = 0;
+    moov = 0;
     if (input.readSmall(head, sizeof head, 0).isError()) return false;
     AtomCursor cursor(std::span<const uchar>(head).subspan(size_t(MovLayout::flipPosition)));
     if (cursor.u32() != 1 || cursor.u32() != atomType("mdat")) return false;
     const quint64 length = cursor.u64();
-    if (length < quint64(input.size())) behind = MovLayout::flipPosition + qint64(length);
+    if (length < quint64(input.size())) moov = MovLayout::flipPosition + qint64(length);
     return true;
 }
 
-/// The box at this place, when it is whole.
-void readBox(MovInput &input, qint64 position, Claims &claims)
+/// The box, when it is whole.
+void readBox(MovInput &input, qint64 moov, Claims &claims)
 {
-    const qint64 size = MovProof::sizeAt(input, position);
-    if (size == 0) return;
-    QByteArray box(size, Qt::Uninitialized);
-    if (input.read(box.data(), size, position).isError()) return;
-    claims.proof = MovProof::parse({reinterpret_cast<const uchar *>(box.constData()), size_t(size)});
+    const MovProof::Place place = MovProof::find(input, moov);
+    QByteArray box(place.size, Qt::Uninitialized);
+    claims.boxIsThere = place.size > 0;
+    if (place.size == 0 || input.read(box.data(), box.size(), place.position).isError()) return;
+    claims.proof = MovProof::parse({reinterpret_cast<const uchar *>(box.constData()), size_t(box.size())});
     if (!claims.proof) return;
-    claims.boxSize = size;
-    claims.box = QmxBlake3::hash(box.constData(), size_t(size));
+    claims.boxSize = place.size;
+    claims.box = QmxBlake3::hash(box.constData(), size_t(box.size()));
     claims.parts = claims.proof->parts;
 }
 
@@ -74,27 +75,17 @@ public:
         _result = QmxClipCheck();
         QmxError error = _input.open(path);
         if (error.isError()) return error;
-        qint64 behind = 0;
-        _claims.isClosed = saysClosed(_input, behind);
-        readBox(_input, behind, _claims);
+        qint64 moov = 0;
+        _claims.isClosed = saysClosed(_input, moov);
+        readBox(_input, moov, _claims);
         QmxClipIndex index;
         error = index.load(_input, false);
         _result.info = index.info;
-        const bool isForeign = error.value() == ENOTSUP || (!error.isError() && index.info.foreign);
-        QmxClipIndex bySlots;
-        const bool isProven = _claims.proof.has_value();
-        if (!isProven) {
-            bySlots.setKeepFragments(true);
-            bySlots.setOnlySlots(true);
-            if (QmxError damaged = bySlots.load(_input, true); damaged.isError())
-                return isForeign ? notOurs(path) : damaged;
-            // Where the slots end the proof begins, whatever the head says.
-            readBox(_input, bySlots.openSlot(), _claims);
-        }
-        if (!isProven) readSlots(bySlots, !error.isError() && index.info.closed, behind);
         if (_claims.proof) {
             _claims.isClosed = _result.hasProof = true;
             _result.take = _claims.proof->take;
+        } else if (QmxError damaged = readSlots(!error.isError() && index.info.closed); damaged.isError()) {
+            return error.value() == ENOTSUP || index.info.foreign ? notOurs(path) : damaged;
         }
         _result.closed = _claims.isClosed;
         for (const auto &part : _claims.parts)
@@ -125,21 +116,23 @@ private:
     }
 
     /// A clip that grows, is from before there were proofs, or has lost its own: as its slots have it.
-    void readSlots(const QmxClipIndex &bySlots, bool hasTables, qint64 behind)
+    QmxError readSlots(bool hasTables)
     {
+        QmxClipIndex bySlots;
+        bySlots.setKeepFragments(true);
+        bySlots.setOnlySlots(true);
+        if (QmxError error = bySlots.load(_input, true); error.isError()) return error;
         if (!hasTables) _result.info = bySlots.info;
-        if (_claims.proof) return; // its head is damaged, which the proof tells
         for (const MovFragment &fragment : bySlots.fragments())
             _claims.parts.push_back(MovProof::partOf(fragment, bySlots.soundFrameBytes()));
         QByteArray header(MovLayout::headerSize, '\0');
         if (!_input.read(header.data(), header.size(), 0).isError()) _result.take = MovTake::read(header);
-        if (!_claims.isClosed) return;
-        uchar type[8] = {};
-        const bool isRead = !_input.readSmall(type, sizeof type, behind).isError();
-        if (!hasTables)
-            addTable("the tables at the end of the file");
-        else if (!isRead || std::memcmp(type + 4, "moov", 4) != 0)
+        // Every closed clip whose slots have links was given a proof.
+        const bool hadProof = !_claims.parts.empty() && _claims.parts.front().link;
+        if (_claims.isClosed && !hasTables) addTable("the tables at the end of the file");
+        if (_claims.boxIsThere || (_claims.isClosed && hasTables && hadProof))
             addTable("the proof at the end of the file");
+        return {};
     }
 
     bool told(const uchar *data, qint64 size)
@@ -266,11 +259,11 @@ private:
         if (!_claims.proof) return _scan.pass(_input.size() - _scan.position(), skip);
         _hash.reset();
         quint32 crc = 0;
-        QmxError error = _scan.pass(_claims.proof->moov - _claims.boxSize - _scan.position(), skip);
-        if (!error.isError()) error = sum(_claims.boxSize, crc, &_hash);
-        if (!error.isError() && _hash.result() != _claims.box) addTable("the proof at the end of the file");
+        QmxError error = _scan.pass(_claims.proof->moov - _scan.position(), skip);
         if (!error.isError()) error = sum(_claims.proof->moovSize, crc);
         if (!error.isError() && crc != _claims.proof->moovCrc) addTable("the tables at the end of the file");
+        if (!error.isError()) error = sum(_claims.boxSize, crc, &_hash);
+        if (!error.isError() && _hash.result() != _claims.box) addTable("the proof at the end of the file");
         if (!error.isError()) error = _scan.pass(_input.size() - _scan.position(), skip);
         return error;
     }

@@ -6,10 +6,10 @@
 
 namespace {
 
-QmxError writeTail(MovOutput &output, const QByteArray &tail, qint64 slot)
+QmxError writeMoov(MovOutput &output, const QByteArray &moov, qint64 slot)
 {
     MovAlignedBuffer buffer;
-    buffer.assign(tail);
+    buffer.assign(moov);
     output.reserve(slot, slot + buffer.paddedSize());
     // The first block last: until then the open slot hides what stands behind it.
     if (buffer.paddedSize() > MovLayout::block) {
@@ -29,9 +29,7 @@ QmxError movClose(MovOutput &output, const MovTables &tables, const MovFormat &f
                   qint64 slot, const MovProof &proof, const QJsonObject &take)
 {
     MovTables::flipHeader(header, slot);
-    const QByteArray moov = tables.finalMoov(format);
-    const QByteArray tail = proof.box(header, moov, slot, take) + moov;
-    QmxError error = writeTail(output, tail, slot);
+    QmxError error = writeMoov(output, proof.sealed(header, tables.finalMoov(format), slot, take), slot);
     MovAlignedBuffer buffer;
     if (error.isError()) {
         // Half a moov is hidden again behind an open slot, if the medium still takes it.

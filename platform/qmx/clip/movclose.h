@@ -5,9 +5,8 @@
 #include "platform/qmx/clip/movproof.h"
 #include "platform/qmx/clip/movtables.h"
 
-/// Makes an ordinary QuickTime file of a growing one, in place: the box with the proof and the record
-/// `take` overwrites the open slot at `slot`, the final moov follows it, and one write of the first block of
-/// `header`, which is all that stands before the first slot, puts them in force. Until then the file is what
-/// it was.
+/// Makes an ordinary QuickTime file of a growing one, in place: the final moov, with the proof and the record
+/// `take` in it, overwrites the open slot at `slot`, and one write of the first block of `header`, which is
+/// all that stands before the first slot, puts it in force. Until then the file is what it was.
 QmxError movClose(MovOutput &output, const MovTables &tables, const MovFormat &format, QByteArray header,
                   qint64 slot, const MovProof &proof, const QJsonObject &take);

@@ -18,7 +18,9 @@ constexpr uchar owner[] = {0x5e, 0x1f, 0x0c, 0x84, 0x3b, 0x97, 0x4d, 0x62,
 constexpr char magic[9] = "QMXPROF1";
 constexpr size_t atomHead = 8;
 constexpr size_t digestSize = std::tuple_size_v<QmxBlake3::Digest>;
-constexpr qsizetype moovPlace = atomHead + sizeof owner + 8 + 4; // behind the magic and a checksum
+constexpr char trailer[5] = "QMXP";
+constexpr qsizetype tailSize = digestSize + 8; // digest, size, trailer
+constexpr int mostTracks = 16;
 constexpr QmxBlake3::Digest noLink{};
 
 void add(AtomWriter &out, const QmxBlake3::Digest &digest)
@@ -127,8 +129,8 @@ void MovProof::append(const MovFragment &fragment, const MovFormat &format)
     ++_count;
 }
 
-QByteArray MovProof::box(const QByteArray &header, const QByteArray &moov, qint64 position,
-                         const QJsonObject &take) const
+QByteArray MovProof::sealed(const QByteArray &header, QByteArray moov, qint64 position,
+                            const QJsonObject &take) const
 {
     const QByteArray text = QJsonDocument(take).toJson(QJsonDocument::Compact);
     AtomWriter out;
@@ -137,43 +139,74 @@ QByteArray MovProof::box(const QByteArray &header, const QByteArray &moov, qint6
     out.fourcc(magic);
     out.fourcc(magic + 4);
     out.u32(movCrc32c(header.constData(), size_t(header.size())));
-    out.u64(0); // where the moov is, filled in below
+    out.u64(quint64(position));
     out.u64(quint64(moov.size()));
-    out.u32(movCrc32c(moov.constData(), size_t(moov.size())));
+    const qsizetype crcPlace = out.size();
+    out.u32(0); // of the moov, filled in below
     out.u32(quint32(text.size()));
     out.bytes(text);
     add(out, _first);
     out.u32(_count);
     out.bytes(_parts);
-    const qsizetype size = out.size() + qsizetype(digestSize);
-    out.patch32(0, quint32(size));
-    out.patch64(moovPlace, quint64(position + size));
+    const quint32 size = quint32(out.size() + tailSize);
+    out.patch32(0, size);
+    qToBigEndian(quint32(moov.size()) + size, moov.data());
+    out.patch32(crcPlace, movCrc32c(moov.constData(), size_t(moov.size())));
     add(out, QmxBlake3::hash(out.data().constData(), size_t(out.size())));
-    return out.data();
+    out.u32(size);
+    out.fourcc(trailer);
+    return moov + out.data();
 }
 
-qint64 MovProof::sizeAt(MovInput &input, qint64 position)
+namespace {
+
+/// The size of a box of ours that stands there and claims that size; 0: there is none.
+qint64 sizeAt(MovInput &input, qint64 position)
 {
     uchar head[atomHead + sizeof owner];
-    if (position < 0 || position > input.size() - qint64(sizeof head)) return 0;
+    if (position < MovLayout::headerSize || position > input.size() - qint64(sizeof head)) return 0;
     if (input.readSmall(head, sizeof head, position).isError()) return 0;
     AtomCursor cursor(head);
     const qint64 size = cursor.u32();
     const bool isOurs =
         cursor.u32() == atomType("uuid") && std::memcmp(head + atomHead, owner, sizeof owner) == 0;
-    return isOurs && size >= qint64(sizeof head + digestSize) && size <= input.size() - position ? size : 0;
+    return isOurs && size >= qint64(sizeof head) + tailSize && size <= input.size() - position ? size : 0;
+}
+
+} // namespace
+
+MovProof::Place MovProof::find(MovInput &input, qint64 moov)
+{
+    uchar bytes[atomHead];
+    const qint64 end = input.size() - qint64(sizeof bytes);
+    if (end >= MovLayout::headerSize && !input.readSmall(bytes, sizeof bytes, end).isError()) {
+        AtomCursor cursor(bytes);
+        const qint64 size = cursor.u32();
+        const qint64 position = input.size() - size;
+        if (cursor.u32() == atomType(trailer) && sizeAt(input, position) == size) return {position, size};
+    }
+    // Its end is damaged: it stands behind the tracks.
+    qint64 at = moov + qint64(atomHead);
+    for (int i = 0; moov > 0 && i < mostTracks && at <= end; ++i) {
+        if (const qint64 size = sizeAt(input, at); size > 0) return {at, size};
+        if (input.readSmall(bytes, sizeof bytes, at).isError()) break;
+        at += std::max<qint64>(AtomCursor(bytes).u32(), atomHead);
+    }
+    return {};
 }
 
 std::optional<MovProof::Contents> MovProof::parse(std::span<const uchar> box)
 {
-    if (box.size() < atomHead + sizeof owner + digestSize) return std::nullopt;
-    const size_t content = box.size() - digestSize;
+    if (box.size() < atomHead + sizeof owner + size_t(tailSize)) return std::nullopt;
+    const size_t content = box.size() - size_t(tailSize);
     const QmxBlake3::Digest digest = QmxBlake3::hash(box.data(), content);
 #ifndef FUZZING_BUILD_MODE_UNSAFE_FOR_PRODUCTION
     if (std::memcmp(digest.data(), box.data() + content, digestSize) != 0) return std::nullopt;
 #endif
     AtomCursor cursor(box.first(content));
-    const bool isWhole = cursor.u32() == box.size();
+    AtomCursor end(box.last(8));
+    const bool isWhole =
+        cursor.u32() == box.size() && end.u32() == box.size() && end.u32() == atomType(trailer);
     if (!isWhole || cursor.u32() != atomType("uuid")) return std::nullopt;
     if (std::memcmp(cursor.take(sizeof owner).data(), owner, sizeof owner) != 0) return std::nullopt;
     const auto head = cursor.take(8);

@@ -9,13 +9,14 @@
 #include <vector>
 
 /// The box of a closed clip that proves it: checksums of every picture, of the sound and of every table, the
-/// chain, and the record of the take. It is a 'uuid' atom between mdat and moov, which other readers skip.
+/// chain, and the record of the take. It is a 'uuid' atom, the last one in the moov, which other readers
+/// skip.
 ///
 ///     uuid   16 bytes that say whose it is, "QMXPROF1"
-///            checksum of the first 8192 bytes; place, size and checksum of the moov
+///            checksum of the first 8192 bytes; place, size and checksum of the moov up to here
 ///            record of the take: size, JSON
 ///            first link of the chain; number of fragments; the fragments (see Part)
-///            BLAKE3 of all before it in the box
+///            BLAKE3 of all before it in the box; size of the box, "QMXP": by these it is found from the end
 class MovProof
 {
 public:
@@ -43,8 +44,8 @@ public:
     struct Contents
     {
         quint32 headerCrc = 0;
-        qint64 moov = 0; ///< its offset in the file
-        qint64 moovSize = 0;
+        qint64 moov = 0;     ///< its offset in the file
+        qint64 moovSize = 0; ///< up to the box
         quint32 moovCrc = 0;
         QJsonObject take;
         QmxBlake3::Digest first{};
@@ -60,12 +61,17 @@ public:
     void append(const MovFragment &fragment, const MovFormat &format);
     const MovTake &take() const { return _take; }
 
-    /// For a file whose first bytes are `header`; the box goes to `position`, the moov right behind it.
-    QByteArray box(const QByteArray &header, const QByteArray &moov, qint64 position,
-                   const QJsonObject &take) const;
+    /// The moov that goes to `position` of a file that begins with `header`, with the box in it.
+    QByteArray sealed(const QByteArray &header, QByteArray moov, qint64 position,
+                      const QJsonObject &take) const;
 
-    /// The size of the box that stands there; 0: there is none.
-    static qint64 sizeAt(MovInput &input, qint64 position);
+    struct Place
+    {
+        qint64 position = 0;
+        qint64 size = 0; ///< 0: there is none
+    };
+    /// Where a file that has its moov at `moov` (0: not known) has the box.
+    static Place find(MovInput &input, qint64 moov);
     /// Nothing when anything in it is not as it was written.
     static std::optional<Contents> parse(std::span<const uchar> box);
 

@@ -5,7 +5,6 @@
 #include "platform/qmx/clip/movdescribe.h"
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movplaces.h"
-#include "platform/qmx/clip/movproof.h"
 #include "platform/qmx/clip/movslotsahead.h"
 #include "platform/qmx/clip/movwaymarks.h"
 
@@ -59,7 +58,6 @@ QmxError QmxClipIndex::identify(MovInput &input, Place &place, qint64 &moov)
     } else if (size == 1 && type == atomType("mdat") && length <= quint64(1) << 62) {
         place = Place::Closed;
         moov = MovLayout::flipPosition + qint64(length);
-        moov += MovProof::sizeAt(input, moov);
     }
     return {};
 }

@@ -97,11 +97,11 @@ test("two browsers: one is in control, the other is told by whom it is refused",
   await other.getByRole("button", { name: "Log in" }).click();
   await until("who one is", async () => /anna/.test(await other.locator("xp-login p").first().textContent()) || undefined);
   await page.evaluate(() => (location.hash = "#/control"));
-  await page.getByRole("button", { name: "take control", exact: true }).click();
+  await page.getByRole("button", { name: "Take control", exact: true }).click();
   await until("the owner, seen by both", async () => !/everybody/.test(await other.locator("xp-health .cell").last().textContent()) || undefined);
   await other.keyboard.press("j");
   await until("the refusal, by whom", async () => /operator/i.test(await other.locator(".notice").textContent()) || undefined);
-  await page.getByRole("button", { name: "release control", exact: true }).click();
+  await page.getByRole("button", { name: "Release control", exact: true }).click();
   await until("nobody in control", async () => /everybody/.test(await other.locator("xp-health .cell").last().textContent()) || undefined);
   await other.context().close();
 });

@@ -132,7 +132,7 @@ export class XpColumn extends Part {
       case "media":
         return html`<xp-media .deck=${deck}></xp-media>`;
       case "scopes":
-        return html`<xp-scopes .deck=${deck}></xp-scopes>`;
+        return html`<xp-scopes .deck=${deck} only=${this.detail}></xp-scopes>`;
       case "settings":
         return html`<xp-settings .deck=${deck} target=${this.detail}></xp-settings>`;
       case "alarms":

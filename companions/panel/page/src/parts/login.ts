@@ -15,7 +15,9 @@ export class XpLogin extends Part {
       :host { display: grid; gap: 0.5rem; }
       form { display: grid; grid-template-columns: minmax(0, 1fr) minmax(0, 1fr) auto; gap: 0.25rem; }
       form.one { grid-template-columns: minmax(0, 1fr) auto; }
-      p { margin: 0; }
+      form + form { margin-top: 0.25rem; }
+      summary { min-height: 2.75rem; line-height: 2.75rem; cursor: pointer; color: var(--dim); }
+      p { margin: 0; font-size: 0.9375rem; }
       [role="alert"] { padding: 0; }
     `,
   ];
@@ -26,12 +28,20 @@ export class XpLogin extends Part {
 
   protected override view() {
     const { me } = this.deck;
-    return html`
-      <p>${me.role === "nobody" ? "This panel shows nothing to strangers." : html`You are <b><bdi>${me.name}</bdi></b> and may ${me.role}.`}</p>
+    const forms = html`
       <form @submit=${this.logIn}><input name="name" aria-label="Account" placeholder="Account" autocomplete="username" /><input name="password" type="password" aria-label="Password" placeholder="Password" autocomplete="current-password" /><button>Log in</button></form>
-      <form class="one" @submit=${this.use}><input name="token" type="password" aria-label="Token" placeholder="Token, from /run/xp/panel.token" autocomplete="off" /><button>Use</button></form>
+      <form class="one" @submit=${this.use}><input name="token" type="password" aria-label="Token" placeholder="Token, from /run/xp/panel.token" autocomplete="off" /><button>Use</button></form>`;
+    return html`
+      <p>${this.told(me.name, me.role)}</p>
+      ${["nobody", "view"].includes(me.role) ? forms : html`<details><summary>Be somebody else</summary>${forms}</details>`}
       ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
     `;
+  }
+
+  private told(name: string, role: string) {
+    if (role === "nobody") return "This panel shows nothing to strangers. Log in:";
+    if (role === "view") return name ? html`<b><bdi>${name}</bdi></b> may look. Another account, or the machine's token, lets you operate:` : "You may look. An account, or the machine's token, lets you operate:";
+    return html`<b><bdi>${name}</bdi></b> may ${role === "engineer" ? "operate and change settings" : "operate"}.`;
   }
 
   private field(name: string): string {

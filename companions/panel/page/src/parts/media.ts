@@ -35,7 +35,7 @@ export class XpMedia extends Part {
   }
 
   protected override follows(): unknown[] {
-    return [this.deck.state?.media, this.deck.state?.seconds_left];
+    return [this.deck.state?.media, this.deck.state?.seconds_left, this.deck.parameters];
   }
 
   protected override view() {
@@ -43,11 +43,16 @@ export class XpMedia extends Part {
     const media = state?.media ?? [];
     const left = state?.seconds_left ?? 0;
     const next = media.find((medium) => medium.state === "next");
+    const goesOn = this.deck.parameters.get("rollover_enabled")?.value !== "off";
     return html`
-      <div class="sum"><span>Room in sum, at the rate of now</span><span class="figure ${left > 0 && left < early ? "warn" : ""}">${room(left)}</span></div>
+      <div class="sum"><span>A take that begins now can last</span><span class="figure ${left > 0 && left < early ? "warn" : ""}">${room(left)}</span></div>
       ${media.map((medium) => this.medium(medium))}
       ${media.length === 0 ? html`<p role="alert">No medium: nothing can be recorded.</p>` : nothing}
-      <p class="dim">${next ? html`When the active medium is full, a take goes on on <b>${next.label || next.path}</b>.` : "No medium comes next: a take ends when the active one is full."}</p>
+      <p class="dim">${next && goesOn
+        ? html`When the active medium is full, a take goes on on <b>${next.label || next.path}</b>.`
+        : next
+          ? html`Rollover is off: a take ends when the active medium is full. <a href="#/settings/rollover_enabled">Change it</a>`
+          : "No medium comes next: a take ends when the active one is full."}</p>
     `;
   }
 

@@ -11,12 +11,12 @@ export class XpPosition extends Part {
   static override styles = [
     shared,
     css`
-      :host { height: 1.5rem; }
+      :host { height: 1.5rem; display: grid; grid-template-columns: 6.5rem minmax(0, 1fr) 5.5rem; gap: 0.5rem; align-items: center; font-size: 0.75rem; color: var(--dim); }
+      .length { text-align: right; }
       .bar { position: relative; height: 100%; background: var(--panel); border-radius: var(--round); overflow: hidden; cursor: pointer; touch-action: none; }
       .bar[aria-disabled="true"] { cursor: default; }
       .done { position: absolute; inset: 0; background: var(--lifted); transform-origin: left; }
       .head { position: absolute; top: 0; bottom: 0; width: 0.1875rem; margin-left: -0.09rem; background: var(--bright); }
-      .text { position: absolute; inset: 0 0.6rem; display: flex; justify-content: space-between; align-items: center; font-size: 0.75rem; pointer-events: none; color: var(--dim); }
     `,
   ];
 
@@ -54,13 +54,12 @@ export class XpPosition extends Part {
     const state = this.deck.state;
     const recording = isRecording(state);
     const frame = Math.max(0, state?.frame ?? 0);
-    return html`<div
-      class="bar" role="slider" tabindex="0" aria-label="Position in the clip" aria-valuemin="0" aria-valuemax=${this.frames - 1} aria-valuenow=${recording ? 0 : Math.min(frame, this.frames - 1)}
+    return html`<span class="cut figure">${recording ? "A take runs" : `Frame ${frame}`}</span><div
+      class="bar" data-verb="cue" role="slider" tabindex="0" aria-label="Position in the clip" aria-valuemin="0" aria-valuemax=${this.frames - 1} aria-valuenow=${recording ? 0 : Math.min(frame, this.frames - 1)}
       aria-valuetext=${recording ? "recording" : `frame ${frame} of ${this.frames}`} aria-disabled=${recording ? "true" : "false"} @pointerdown=${this.go} @keydown=${this.keydown}
     >
       <div class="done"></div>
       <div class="head" ?hidden=${recording}></div>
-      <div class="text"><span>${recording ? "A take runs" : `Frame ${frame}`}</span><span>${recording ? "" : length(this.frames, state?.rate ?? 25)}</span></div>
-    </div>`;
+    </div><span class="length figure">${recording ? "" : length(this.frames, state?.rate ?? 25)}</span>`;
   }
 }

@@ -33,12 +33,15 @@ export class Deck {
   /** Milliseconds that the recorder's clock is ahead of this page's, as measured by pings. */
   clockOffset: number | null = null;
   version = "";
+  /** Told when the link is there, again and again. */
+  onlink: () => void = () => {};
 
   private socket: WebSocket | null = null;
   private seq = -1;
   private boot = "";
   private heard = performance.now();
   private seen = performance.now();
+  private asked = performance.now();
   private tries = 0;
   private listeners = new Set<Listener>();
   private scheduled = false;
@@ -149,11 +152,19 @@ export class Deck {
     const words = new URLSearchParams();
     if (this.seq >= 0) words.set("since", String(this.seq));
     if (this.boot) words.set("boot", this.boot);
+    this.asked = performance.now();
     const socket = new WebSocket(socketAddress("events") + (words.size ? `?${words}` : ""), token() ? ["xp", `token.${token()}`] : ["xp"]);
     this.socket = socket;
     socket.onopen = () => this.ping();
     socket.onmessage = (event) => this.receive(event);
     socket.onclose = () => this.lost(socket);
+  }
+
+  /** Closing a socket in order takes as long as the other side likes. */
+  private abandon(socket: WebSocket): void {
+    socket.onmessage = socket.onclose = null;
+    socket.close();
+    this.lost(socket);
   }
 
   /** With the token of now. */
@@ -203,6 +214,7 @@ export class Deck {
         this.version = String(message["version"] ?? "");
         this.linked = true;
         this.tries = 0;
+        this.onlink();
         void this.whoAmI();
         void this.readTables();
         break;
@@ -264,8 +276,8 @@ export class Deck {
     if (this.beats++ < 10 || this.beats % 10 === 0) this.ping();
     const now = performance.now();
     const silence = now - this.heard;
-    // A socket whose other side is gone without a word is given up.
-    if (silence > 3 * staleAfter && this.socket?.readyState === WebSocket.OPEN) this.socket.close();
+    // A socket whose other side is gone without a word is given up, and so is one that does not come about.
+    if (Math.min(silence, now - this.asked) > 3 * staleAfter && this.socket) this.abandon(this.socket);
     const told = (age: number): number => (age > staleAfter ? age : 0);
     const blindness = this.state?.running === false ? 0 : told(now - this.seen);
     if (told(silence) === this.silence && blindness === this.blindness) return;
@@ -275,14 +287,20 @@ export class Deck {
   }
 }
 
+/** With a full stop at its end, and a capital at its beginning unless that is a name. */
+export function sentence(text: string): string {
+  const begins = /^[a-z]+(?=[\s,:;']|$)/.test(text) ? text.charAt(0).toUpperCase() + text.slice(1) : text;
+  return text && begins.replace(/[.]?$/, ".");
+}
+
 export const title = (name: string): string => {
   const words = name.replaceAll("_", " ");
   return words.charAt(0).toUpperCase() + words.slice(1);
 };
 
 /** What is wrong and what to do, as two sentences. */
-function sentences(answer: Answer): string {
-  const told = [answer.sentence, answer.hint].filter(Boolean).map((text) => text.charAt(0).toUpperCase() + text.slice(1).replace(/[.]$/, "") + ".");
+export function sentences(answer: Answer): string {
+  const told = [answer.sentence, answer.hint].filter(Boolean).map(sentence);
   return told.join(" ");
 }
 

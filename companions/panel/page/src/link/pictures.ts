@@ -22,6 +22,7 @@ export interface PictureFrame {
 const headerVersion = 1;
 const fallbackEvery = 200;
 const openEvery = 800;
+const silent = 1000;
 
 /**
  * Hands over the newest picture only: what comes while one is being decoded takes the place of what waits.
@@ -49,6 +50,16 @@ export class PictureLink {
     this.running = false;
     this.socket?.close();
     this.socket = null;
+  }
+
+  /** Begins anew where nothing has come for a while: a connection that was cut off takes long to notice it. */
+  renew(): void {
+    if (!this.running || this.age < silent || !this.socket) return;
+    const old = this.socket;
+    this.socket = null;
+    old.onmessage = old.onclose = null;
+    old.close();
+    this.open();
   }
 
   private connect(): void {

@@ -2,9 +2,9 @@
 import { css, html, nothing } from "lit";
 import { customElement, state } from "lit/decorators.js";
 import { Problem, get } from "../link/api";
+import { sentence, title } from "../link/deck";
 import type { Alarm, HistoryLine } from "../link/state";
 import { Part, shared } from "./part";
-import { words } from "./text";
 
 const signs: Record<string, string> = { error: "✕", warning: "!", information: "i", clear: "✓" };
 
@@ -22,10 +22,10 @@ export class XpAlarms extends Part {
       section { display: grid; gap: 0.5rem; padding-bottom: 1rem; }
       article { background: var(--raised); border-left: 0.25rem solid var(--edge); padding: 0.6rem 0.75rem; display: grid; gap: 0.25rem; border-radius: 0 var(--round) var(--round) 0; }
       article.warning, article.error { border-color: var(--amber); }
-      article header { display: flex; gap: 0.6rem; align-items: baseline; }
+      article header { display: grid; gap: 0.1rem; }
       header b { color: var(--bright); }
       .warning header b, .error header b { color: var(--amber); }
-      header span { margin-left: auto; font-size: 0.75rem; color: var(--dim); white-space: nowrap; }
+      header span { font-size: 0.75rem; color: var(--dim); white-space: nowrap; }
       article button { justify-self: start; }
       p { margin: 0; font-size: 0.9375rem; }
       .calm { color: var(--dim); padding: 0.75rem 0; }
@@ -72,7 +72,7 @@ export class XpAlarms extends Part {
         <table>
           <tbody>
             ${[...this.history].reverse().slice(0, 200).map(
-              (line) => html`<tr><td>${line.time.replace("T", " ").slice(0, 19)}</td><td aria-label=${line.level}>${signs[line.level] ?? ""}</td><td>${words(line.name)}${line.message ? html`: <bdi>${line.message}</bdi>` : nothing}</td></tr>`,
+              (line) => html`<tr><td>${line.time.replace("T", " ").slice(0, 19)}</td><td aria-label=${line.level}>${signs[line.level] ?? ""}</td><td>${title(line.name)}${line.message ? html`: <bdi>${line.message}</bdi>` : nothing}</td></tr>`,
             )}
           </tbody>
         </table>
@@ -82,13 +82,13 @@ export class XpAlarms extends Part {
 
   private alarm(alarm: Alarm) {
     return html`<article class=${alarm.level}>
-      <header><b>${signs[alarm.level]} ${words(alarm.name)}</b><span>${alarm.level} since ${alarm.since.replace("T", " ").slice(0, 19)}</span></header>
+      <header><b>${signs[alarm.level]} ${title(alarm.name)}</b><span>${title(alarm.level)} since ${alarm.since.replace("T", " ").slice(0, 19)}</span></header>
       <p><bdi>${alarm.message}</bdi></p>
-      <p class="dim">${alarm.advice}</p>
+      <p class="dim">${sentence(alarm.advice)}</p>
       ${alarm.acknowledged_by
         ? html`<p class="dim">Seen by <bdi>${alarm.acknowledged_by}</bdi>.</p>`
         : this.deck.verb("acknowledge")
-          ? html`<button class="small" @click=${() => void this.deck.run("acknowledge", { alarm: alarm.name })}>Seen</button>`
+          ? html`<button class="small" data-verb="acknowledge" @click=${() => void this.deck.run("acknowledge", { alarm: alarm.name })}>Seen</button>`
           : nothing}
     </article>`;
   }

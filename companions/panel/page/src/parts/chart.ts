@@ -64,7 +64,7 @@ export class XpChart extends LitElement {
       if (value === null) return;
       const tall = Math.max(scale, (value / top) * (height - 2 * scale));
       context.fillStyle = style.getPropertyValue(value > this.warnAbove ? "--amber" : "--edge");
-      context.globalAlpha = value > this.warnAbove ? 0.75 : 0.55;
+      context.globalAlpha = value > this.warnAbove ? 0.45 : 0.35;
       context.fillRect((first + i) * pitch, height - tall, Math.ceil(pitch), tall);
     });
     context.globalAlpha = 1;

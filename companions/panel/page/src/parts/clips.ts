@@ -3,6 +3,8 @@ import { css, html, nothing } from "lit";
 import { customElement, query, state } from "lit/decorators.js";
 import { Problem, address, get } from "../link/api";
 import type { Clip } from "../link/state";
+import { title } from "../link/deck";
+import "./key";
 import { Part, shared } from "./part";
 import { bytes, length } from "./text";
 
@@ -20,8 +22,11 @@ export class XpClips extends Part {
   @state() private chosen = new Set<string>();
   @state() private top = 0;
   @state() private tall = 400;
+  @state() private asking: "" | "copy" | "rename" | "delete" = "";
+  @state() private progress = "";
   @query(".rows") private rows!: HTMLElement;
-  private anchor = 0;
+  private anchor = 0; // where a range begins
+  private at = 0; // where the keys are
   private known = "";
   private reading = false;
   private observer = new ResizeObserver(() => (this.tall = this.rows?.clientHeight ?? 400));
@@ -42,8 +47,13 @@ export class XpClips extends Part {
       .frames { font-size: 0.875rem; }
       .narrow { display: none; }
       @media (max-width: 759px) { .narrow { display: inline; } .frames { display: none; } .sub .wide { display: none; } .row { grid-template-columns: 5rem minmax(0, 1fr); } }
-      .acts { display: flex; flex-wrap: wrap; gap: 0.25rem; align-items: center; min-height: 2rem; }
+      .acts, .ask { display: flex; flex-wrap: wrap; gap: 0.25rem; align-items: center; min-height: 2rem; }
       .acts .dim { margin-left: auto; font-size: 0.8125rem; }
+      .foot { display: grid; gap: 0.25rem; }
+      @media (max-width: 759px) { .acts { display: grid; grid-template-columns: repeat(3, 1fr); } .acts .dim { grid-column: 1 / -1; } }
+      .ask { background: var(--raised); border-radius: var(--round); padding: 0.35rem 0.5rem; gap: 0.5rem; font-size: 0.875rem; }
+      .ask > :first-child { flex: 1 1 8rem; min-width: 0; }
+      .ask xp-key { width: 7.5rem; min-height: 2.25rem; }
       .empty { padding: 2rem 1rem; text-align: center; color: var(--dim); }
     `,
   ];
@@ -81,7 +91,10 @@ export class XpClips extends Part {
       if (page.clips.length === 0 || all.length >= page.total) break;
     }
     this.reading = false;
-    if (!this.problem) this.clips = all;
+    if (this.problem) return;
+    this.clips = all;
+    const there = new Set(all.map((clip) => clip.name));
+    if ([...this.chosen].some((name) => !there.has(name))) this.chosen = new Set([...this.chosen].filter((name) => there.has(name)));
   }
 
   private get contents(): string {
@@ -112,8 +125,9 @@ export class XpClips extends Part {
     return this.falling ? found.reverse() : found;
   }
 
-  private choose(event: MouseEvent | KeyboardEvent, list: Clip[], at: number): void {
+  private choose(event: MouseEvent, list: Clip[], at: number): void {
     const name = list[at].name;
+    this.at = at;
     if (event.shiftKey) {
       const [from, to] = [Math.min(this.anchor, at), Math.max(this.anchor, at)];
       this.chosen = new Set(list.slice(from, to + 1).map((clip) => clip.name));
@@ -129,26 +143,44 @@ export class XpClips extends Part {
   }
 
   private keydown(event: KeyboardEvent, list: Clip[]): void {
-    const by = { ArrowDown: 1, ArrowUp: -1, PageDown: 10, PageUp: -10 }[event.key];
+    const far = list.length;
+    const by = { ArrowDown: 1, ArrowUp: -1, PageDown: 10, PageUp: -10, Home: -far, End: far }[event.key];
+    if (event.key === "a" && (event.ctrlKey || event.metaKey)) {
+      event.preventDefault();
+      this.chosen = new Set(list.map((clip) => clip.name));
+    }
     if (event.key === "Enter" && this.chosen.size) {
       event.preventDefault();
       event.stopPropagation();
-      void this.deck.run("clip", { name: [...this.chosen][0] });
+      void this.open([...this.chosen][0]);
     }
     if (by === undefined || !list.length) return;
     event.preventDefault();
     event.stopPropagation();
-    const at = Math.min(list.length - 1, Math.max(0, this.anchor + by));
-    this.chosen = new Set([list[at].name]);
-    this.anchor = at;
+    const from = this.chosen.size ? this.at : Math.sign(by) < 0 ? far : -1;
+    const at = Math.min(far - 1, Math.max(0, from + by));
+    if (!event.shiftKey || !this.chosen.size) this.anchor = at;
+    this.at = at;
+    this.chosen = new Set(list.slice(Math.min(this.anchor, at), Math.max(this.anchor, at) + 1).map((clip) => clip.name));
     const y = at * this.rowHeight;
     if (y < this.rows.scrollTop) this.rows.scrollTop = y;
     if (y + this.rowHeight > this.rows.scrollTop + this.tall) this.rows.scrollTop = y + this.rowHeight - this.tall;
   }
 
-  private async each(verb: string): Promise<void> {
-    for (const name of this.chosen) if (!(await this.deck.run(verb, { clip: name })).done) return;
+  /** One after the other; the first that is refused ends it, with its sentence. */
+  private async each(verb: string, values: Record<string, string> = {}): Promise<void> {
+    this.asking = "";
+    const names = [...this.chosen];
+    for (const [i, name] of names.entries()) {
+      this.progress = `${title(verb)}: ${names.length > 1 ? `${i + 1} of ${names.length}` : name}`;
+      if (!(await this.deck.run(verb, { clip: name, ...values })).done) break;
+    }
+    this.progress = "";
     void this.read();
+  }
+
+  private async open(name: string): Promise<void> {
+    await this.deck.run("clip", { name });
   }
 
   private drag(event: DragEvent, name: string): void {
@@ -164,7 +196,7 @@ export class XpClips extends Part {
   }
 
   protected override follows(): unknown[] {
-    return [this.contents, this.deck.state?.clip, this.deck.state?.rate];
+    return [this.contents, this.deck.state?.clip, this.deck.state?.rate, this.deck.verbs];
   }
 
   protected override view() {
@@ -175,31 +207,64 @@ export class XpClips extends Part {
     const some = this.chosen.size > 0;
     return html`
       <div class="tools">
-        <input type="search" aria-label="Search clips" placeholder="Search ${this.clips.length} clips" .value=${this.search} @input=${(event: InputEvent) => (this.search = (event.target as HTMLInputElement).value)} />
+        <input type="search" aria-label="Search clips" placeholder="Search ${this.clips.length} ${this.clips.length === 1 ? "clip" : "clips"}" .value=${this.search} @input=${(event: InputEvent) => (this.search = (event.target as HTMLInputElement).value)} />
         <select aria-label="Sort" @change=${(event: Event) => (this.order = (event.target as HTMLSelectElement).value as Order)}>
           ${Object.entries(orders).map(([key, text]) => html`<option value=${key} ?selected=${key === this.order}>${text}</option>`)}
         </select>
         <button class="small" aria-label=${this.falling ? "Last first" : "First first"} title=${this.falling ? "Last first" : "First first"} @click=${() => (this.falling = !this.falling)}>${this.falling ? "↓" : "↑"}</button>
       </div>
-      <div class="rows" role=${list.length ? "listbox" : "region"} aria-label="Clips" aria-multiselectable=${list.length ? "true" : nothing} tabindex="0" @scroll=${(event: Event) => (this.top = (event.target as HTMLElement).scrollTop)} @keydown=${(event: KeyboardEvent) => this.keydown(event, list)}>
+      <div class="rows" role=${list.length ? "listbox" : "region"} aria-label="Clips" aria-multiselectable=${list.length ? "true" : nothing} aria-activedescendant=${some && this.at >= from && this.at < to ? `clip-${this.at}` : nothing} tabindex="0" @scroll=${(event: Event) => (this.top = (event.target as HTMLElement).scrollTop)} @keydown=${(event: KeyboardEvent) => this.keydown(event, list)}>
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
         ${list.length === 0 && !this.problem ? html`<p class="empty">${this.search ? "No clip of this name." : "No clips yet. Record one."}</p>` : nothing}
         <div class="room">${list.slice(from, to).map((clip, i) => this.row(clip, from + i, list))}</div>
       </div>
-      <div class="acts">
-        <button class="small" ?disabled=${this.chosen.size !== 1} @click=${() => void this.deck.run("clip", { name: [...this.chosen][0] })}>Open</button>
-        <button class="small" ?disabled=${!some} @click=${() => this.dispatchEvent(new CustomEvent("xp-add", { detail: [...this.chosen], bubbles: true, composed: true }))}>Add to list</button>
-        <button class="small" ?disabled=${!some} @click=${() => void this.each("protect")}>Protect</button>
-        <button class="small" ?disabled=${!some} @click=${() => void this.each("unprotect")}>Unprotect</button>
-        <span class="dim">${this.chosen.size > 1 ? `${this.chosen.size} chosen` : `${list.length} clips`}</span>
-      </div>
+      <div class="foot">${this.asking && some ? this.ask() : nothing}${this.acts(list)}</div>
     `;
+  }
+
+  private acts(list: Clip[]) {
+    const some = this.chosen.size > 0;
+    const one = this.chosen.size === 1;
+    const kept = some && list.filter((clip) => this.chosen.has(clip.name)).every((clip) => clip.protected);
+    const act = (verb: string, text: string, usable: boolean, click: () => void) =>
+      this.deck.verb(verb) ? html`<button class="small" data-verb=${verb} aria-expanded=${text.endsWith("…") ? String(this.asking === verb) : nothing} title=${this.deck.verb(verb)?.help ?? ""} ?disabled=${!usable} @click=${click}>${text}</button>` : nothing;
+    const ask = (what: typeof this.asking) => () => (this.asking = this.asking === what ? "" : what);
+    return html`<div class="acts">
+      ${act("clip", "Open", one, () => void this.open([...this.chosen][0]))}
+      <button class="small" ?disabled=${!some} @click=${() => this.dispatchEvent(new CustomEvent("xp-add", { detail: [...this.chosen], bubbles: true, composed: true }))}>To list</button>
+      ${kept ? act("unprotect", "Unprotect", some, () => void this.each("unprotect")) : act("protect", "Protect", some, () => void this.each("protect"))}
+      ${act("copy", "Copy…", some, ask("copy"))} ${act("rename", "Rename…", one, ask("rename"))} ${act("delete", "Delete…", some && !kept, ask("delete"))}
+      <span class="dim" role="status">${this.progress || (this.chosen.size > 1 ? `${this.chosen.size} chosen` : `${list.length} ${list.length === 1 ? "clip" : "clips"}`)}</span>
+    </div>`;
+  }
+
+  /** What a verb needs to know before it is done. */
+  private ask() {
+    const [name] = this.chosen;
+    const what = this.chosen.size > 1 ? `${this.chosen.size} clips` : name;
+    const field = (): string => this.renderRoot.querySelector<HTMLInputElement | HTMLSelectElement>("#asked")?.value ?? "";
+    switch (this.asking) {
+      case "copy": {
+        const others = (this.deck.state?.media ?? []).filter((medium) => medium.path !== this.deck.state?.path);
+        return html`<form class="ask" @submit=${(event: Event) => (event.preventDefault(), void this.each("copy", { medium: field() }))}>
+          <span class="cut">Copy <bdi>${what}</bdi> to</span>
+          <select id="asked" aria-label="Medium">${others.map((medium) => html`<option value=${medium.path}>${medium.label || medium.path}</option>`)}</select>
+          <button class="small" ?disabled=${!others.length}>Copy</button></form>`;
+      }
+      case "rename":
+        return html`<form class="ask" @submit=${(event: Event) => (event.preventDefault(), void this.each("rename", { name: field() }))}>
+          <input id="asked" aria-label="New name of ${name}" .value=${name.replace(/[.]mov$/, "")} autocomplete="off" spellcheck="false" required />
+          <button class="small">Rename</button></form>`;
+      default:
+        return html`<div class="ask"><span class="cut">Delete <bdi>${what}</bdi> for good?</span>
+          <xp-key verb="delete" label="Hold to delete" hint="Hold to delete" hold @press=${() => void this.each("delete")} @toobrief=${() => (this.progress = "Hold it for a second")}></xp-key></div>`;
+    }
   }
 
   private row(clip: Clip, at: number, list: Clip[]) {
     const current = clip.name === this.deck.state?.clip;
-    return html`<div class="row ${current ? "current" : ""}" role="option" aria-selected=${this.chosen.has(clip.name) ? "true" : "false"} aria-setsize=${list.length} aria-posinset=${at + 1}
-      data-at=${at} draggable="true" title=${clip.name} @click=${(event: MouseEvent) => this.choose(event, list, at)} @dblclick=${() => void this.deck.run("clip", { name: clip.name })}
+    return html`<div class="row ${current ? "current" : ""}" id="clip-${at}" role="option" aria-selected=${this.chosen.has(clip.name) ? "true" : "false"} aria-setsize=${list.length} aria-posinset=${at + 1}
+      data-at=${at} draggable="true" title=${clip.name} @click=${(event: MouseEvent) => this.choose(event, list, at)} @dblclick=${() => void this.open(clip.name)}
       @dragstart=${(event: DragEvent) => this.drag(event, clip.name)}>
       <img alt="" loading="lazy" draggable="false" src=${address(`clips/${encodeURIComponent(clip.name)}/thumbnail`)} @error=${(event: Event) => (event.target as HTMLImageElement).removeAttribute("src")} />
       <div class="cut">

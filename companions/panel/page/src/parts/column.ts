@@ -27,7 +27,7 @@ export class XpColumn extends Part {
   static override styles = [
     shared,
     css`
-      :host { background: var(--panel); border-radius: var(--round); }
+      :host { background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); }
       .whole { display: grid; grid-template-rows: auto minmax(0, 1fr); height: 100%; }
       .tabs { display: grid; grid-auto-flow: column; grid-auto-columns: minmax(0, auto); border-bottom: 1px solid var(--line); }
       .tabs button { border: 0; background: transparent; padding: 0 0.2rem; border-radius: 0; font-size: 0.8125rem; border-bottom: 0.1875rem solid transparent; color: var(--dim); }

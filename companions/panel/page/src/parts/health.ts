@@ -14,7 +14,7 @@ export class XpHealth extends Part {
   static override styles = [
     shared,
     css`
-      :host { background: var(--panel); border-radius: var(--round); min-width: 0; }
+      :host { background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); min-width: 0; }
       .strip { display: flex; height: 100%; align-items: stretch; overflow: hidden; }
       .cell { padding: 0.35rem 0.75rem; display: grid; align-content: center; gap: 0.1rem; border-right: 1px solid var(--line); min-width: 0; white-space: nowrap; }
       .cell:last-child { border-right: 0; margin-left: auto; }

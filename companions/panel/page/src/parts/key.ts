@@ -6,6 +6,9 @@ import { shared } from "./part";
 
 const holdTime = 1000;
 
+/** What cannot be undone: such a verb's key is held for a second. */
+export const isFinal = (verb: string): boolean => ["delete", "shut_down"].includes(verb);
+
 /** Asks the panel to show in which ways this control can be worked from elsewhere. */
 export class FormsEvent extends Event {
   constructor(readonly verb: string) {
@@ -15,7 +18,7 @@ export class FormsEvent extends Event {
 
 /**
  * A key of the deck. Lit when the recorder confirms what it stands for, framed while the answer is awaited; with `hold`
- * it has to be held for a second. Tells "press". The second button of the mouse, or ?, shows its other forms.
+ * it has to be held for a second. Tells "press".
  */
 @customElement("xp-key")
 export class XpKey extends LitElement {
@@ -59,6 +62,10 @@ export class XpKey extends LitElement {
     this.dispatchEvent(new Event("press", { bubbles: true, composed: true }));
   }
 
+  get isHeld(): boolean {
+    return this.since > 0;
+  }
+
   begin(): void {
     if (this.disabled || this.since) return;
     if (!this.hold) return this.press();
@@ -88,11 +95,6 @@ export class XpKey extends LitElement {
   }
 
   private keydown(event: KeyboardEvent): void {
-    if (event.key === "?") {
-      event.preventDefault();
-      event.stopPropagation();
-      this.dispatchEvent(new FormsEvent(this.verb));
-    }
     if (event.key !== "Enter" && event.key !== " ") return;
     event.preventDefault();
     event.stopPropagation();
@@ -119,10 +121,6 @@ export class XpKey extends LitElement {
       @keyup=${(event: KeyboardEvent) => (event.key === "Enter" || event.key === " ") && this.end()}
       @blur=${this.end}
       @click=${(event: MouseEvent) => event.detail === 0 && !event.isTrusted && this.begin()}
-      @contextmenu=${(event: Event) => {
-        event.preventDefault();
-        if (!this.since) this.dispatchEvent(new FormsEvent(this.verb));
-      }}
     >
       ${this.icon ? icon(this.icon) : nothing}<span>${this.label}</span>${this.held > 0 ? html`<i></i>` : nothing}
     </button>`;

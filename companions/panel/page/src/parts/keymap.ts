@@ -24,7 +24,7 @@ export const keyLines: KeyLine[] = [
   { keys: "[ ]", verb: "prev", text: ", or to the next" },
   { keys: "M", verb: "", text: "mark the frame that is shown" },
   { keys: "F", verb: "", text: "picture and timecode alone, and back" },
-  { keys: "?", verb: "", text: "this map" },
+  { keys: "?", verb: "", text: "all keys and verbs; on a control: its verb" },
 ];
 
 export interface KeyActions {
@@ -33,7 +33,7 @@ export interface KeyActions {
   focusTimecode(): void;
   mark(): void;
   kiosk(): void;
-  help(): void;
+  help(event: KeyboardEvent): void;
   tab(by: number): void;
 }
 
@@ -72,7 +72,7 @@ export function listenToKeys(deck: Deck, actions: KeyActions): () => void {
     c: () => actions.focusTimecode(),
     m: () => actions.mark(),
     f: () => actions.kiosk(),
-    "?": () => actions.help(),
+    "?": (event) => actions.help(event),
   };
   const repeats = new Set(["arrowleft", "arrowright"]);
   const inField = (event: KeyboardEvent): boolean => {

@@ -17,7 +17,7 @@ import "./health";
 import "./login";
 import "./help";
 import type { XpHelp } from "./help";
-import type { FormsEvent, XpKey } from "./key";
+import { type FormsEvent, XpKey } from "./key";
 import { listenToKeys } from "./keymap";
 import { shared } from "./part";
 import "./state";
@@ -47,7 +47,7 @@ export class XpPanel extends LitElement {
     css`
       :host { box-sizing: border-box; display: grid; height: 100vh; height: 100dvh; padding: var(--gap); gap: var(--gap); overflow: hidden;
         grid-template-columns: minmax(0, 1fr) 31rem; grid-template-rows: auto minmax(0, 1fr) auto 3.25rem; grid-template-areas: "time state" "view column" "keys column" "health health"; }
-      .time { grid-area: time; display: flex; align-items: center; justify-content: center; background: var(--panel); border-radius: var(--round); min-width: 0; overflow: hidden; padding: 0.3rem 0; }
+      .time { grid-area: time; display: flex; align-items: center; justify-content: center; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); min-width: 0; overflow: hidden; padding: 0.3rem 0; }
       xp-timecode { font-size: min(9.7vw, 15.52rem); }
       xp-state { grid-area: state; }
       .view { grid-area: view; display: grid; grid-template-columns: auto minmax(0, 20rem); justify-content: center; gap: var(--gap); min-height: 0; container-type: size; }
@@ -56,7 +56,7 @@ export class XpPanel extends LitElement {
       xp-picture { position: absolute; inset: 0; }
       .banner { position: absolute; inset: auto 0 0 0; background: var(--amber); color: var(--on-amber); font-weight: 700; padding: 0.5rem 0.75rem; text-align: center; }
       .login { position: absolute; inset: 0; display: grid; place-content: center; background: var(--panel); padding: 1rem; }
-      .sound { display: grid; grid-template-rows: minmax(0, 1fr) auto; background: var(--panel); border-radius: var(--round); min-width: 0; }
+      .sound { display: grid; grid-template-rows: minmax(0, 1fr) auto; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); min-width: 0; }
       xp-meter { margin: 0.4rem; }
       .loudness { display: grid; grid-template-columns: auto 1fr 1fr; gap: 0.4rem; align-items: baseline; padding: 0 0.6rem 0.4rem; font-size: 0.8125rem; text-align: right; color: var(--bright); white-space: nowrap; }
       xp-transport { grid-area: keys; }
@@ -92,9 +92,11 @@ export class XpPanel extends LitElement {
   override connectedCallback(): void {
     super.connectedCallback();
     this.deck.subscribe(() => this.requestUpdate());
+    this.deck.onlink = () => this.picture.link.renew();
     this.deck.start();
     addEventListener("hashchange", this.moved);
     this.addEventListener("xp-forms", (event) => this.help.show((event as FormsEvent).verb));
+    this.addEventListener("contextmenu", this.menu);
     this.addEventListener("xp-mark", () => this.column.mark(this.timecode.value));
     this.end = listenToKeys(this.deck, {
       holdStop: () => this.stopKey?.begin(),
@@ -102,7 +104,7 @@ export class XpPanel extends LitElement {
       focusTimecode: () => this.transport.focusTimecode(),
       mark: () => this.column.mark(this.timecode.value),
       kiosk: () => (location.hash = this.kiosk ? "#/clips" : "#/kiosk"),
-      help: () => this.help.show(""),
+      help: (event) => this.help.show(this.verbUnder(event)),
       tab: (by) => this.column.turn(by),
     });
   }
@@ -111,6 +113,26 @@ export class XpPanel extends LitElement {
     super.disconnectedCallback();
     removeEventListener("hashchange", this.moved);
     this.end();
+  }
+
+  /** The second button of the mouse, or a long touch, asks what a control is called elsewhere; a held key or wheel is no question. */
+  private readonly menu = (event: MouseEvent): void => {
+    const path = event.composedPath();
+    const verb = this.verbUnder(event);
+    if (!verb || path[0] instanceof HTMLInputElement) return;
+    event.preventDefault();
+    const held = path.some((one) => (one instanceof XpKey ? one.isHeld : one instanceof Element && one.getAttribute("role") === "slider" && (event as PointerEvent).pointerType === "touch"));
+    if (!held) this.help.show(verb);
+  };
+
+  /** The verb of the control that an event comes from. */
+  private verbUnder(event: Event): string {
+    for (const one of event.composedPath()) {
+      if (one === this) break;
+      const verb = one instanceof HTMLElement || one instanceof SVGElement ? (one.dataset["verb"] ?? one.getAttribute("verb")) : null;
+      if (verb) return verb;
+    }
+    return "";
   }
 
   private readonly moved = (): void => {

@@ -51,7 +51,7 @@ export const shared = css`
   button:hover { background: var(--lifted); }
   [aria-pressed="true"], [aria-pressed="true"]:hover { background: var(--bright); color: var(--on-bright); border-color: var(--bright); }
   a { color: var(--bright); }
-  button:disabled { color: var(--edge); cursor: default; background: var(--panel); }
+  button:disabled { color: var(--off); cursor: default; background: var(--panel); border-style: var(--off-border); }
   button.small { min-height: 1.9rem; padding: 0 0.5rem; font-size: 0.8125rem; }
   @media (pointer: coarse) { button.small { min-height: 2.75rem; } }
   input, select, textarea {

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { css, html, nothing } from "lit";
 import { customElement, property, state } from "lit/decorators.js";
+import { title } from "../link/deck";
 import type { Parameter } from "../link/state";
 import { Part, shared } from "./part";
 import { words } from "./text";
+
+/** What changes with the work itself, such as the medium in use, has no default to go back to. */
+const isChanged = (row: Parameter): boolean => row.keep === "always" && row.value !== row.default;
 
 /** Every setting, made from what the recorder knows about it. */
 @customElement("xp-settings")
@@ -13,6 +17,7 @@ export class XpSettings extends Part {
   @state() private search = "";
   @state() private changedOnly = false;
   @state() private text: string | null = null;
+  private arrived = false;
 
   static override styles = [
     shared,
@@ -42,12 +47,16 @@ export class XpSettings extends Part {
   private get rows(): Parameter[] {
     const wanted = this.search.trim().toLowerCase();
     return [...this.deck.parameters.values()].filter(
-      (row) => !row.told && row.keep !== "command" && (!this.changedOnly || row.value !== row.default) && (!wanted || `${row.name} ${words(row.name)} ${row.help}`.toLowerCase().includes(wanted)),
+      (row) => !row.told && row.keep !== "command" && (!this.changedOnly || isChanged(row)) && (!wanted || `${row.name} ${words(row.name)} ${row.help}`.toLowerCase().includes(wanted)),
     );
   }
 
   override updated(changes: Map<string, unknown>): void {
-    if (changes.has("target")) this.renderRoot.querySelector(".target")?.scrollIntoView({ block: "center" });
+    if (changes.has("target")) this.arrived = false;
+    const target = this.arrived ? null : this.renderRoot.querySelector(".target"); // its row comes with the settings
+    if (!target) return;
+    target.scrollIntoView({ block: "center" });
+    this.arrived = true;
   }
 
   private async write(row: Parameter, value: string): Promise<void> {
@@ -76,7 +85,7 @@ export class XpSettings extends Part {
     return html`
       <div class="tools">
         <input type="search" aria-label="Search settings" placeholder="Search settings" .value=${this.search} @input=${(event: InputEvent) => (this.search = (event.target as HTMLInputElement).value)} />
-        <label><input type="checkbox" .checked=${this.changedOnly} @change=${(event: Event) => (this.changedOnly = (event.target as HTMLInputElement).checked)} />changed</label>
+        <label><input type="checkbox" .checked=${this.changedOnly} @change=${(event: Event) => (this.changedOnly = (event.target as HTMLInputElement).checked)} />Changed</label>
       </div>
       ${this.text === null
         ? html`<div class="rows" role="region" tabindex="0" aria-label="Settings">${rows.map((row) => this.row(row))}${rows.length ? nothing : html`<p class="dim">No setting of this kind.</p>`}</div>`
@@ -90,12 +99,12 @@ export class XpSettings extends Part {
   }
 
   private row(row: Parameter) {
-    const differs = row.value !== row.default;
+    const differs = isChanged(row);
     return html`<div class="row ${row.name === this.target ? "target" : ""}" id=${row.name}>
-      <div class="name cut" title=${row.name}>${words(row.name)}${row.unit ? html` <span class="dim">(${row.unit})</span>` : nothing}</div>
+      <div class="name" title=${row.name}>${title(row.name)}${row.unit ? html` <span class="dim">(${row.unit})</span>` : nothing}</div>
       ${this.field(row)}
       <div class="help">${row.help}
-        ${differs ? html`<span class="differs">Differs from ${row.default || "empty"}<button @click=${() => void this.write(row, row.default)}>Back to it</button></span>` : nothing}
+        ${differs ? html`<span class="differs">Default: ${words(row.default) || "empty"}.<button @click=${() => void this.write(row, row.default)}>Set to default</button></span>` : nothing}
       </div>
     </div>`;
   }

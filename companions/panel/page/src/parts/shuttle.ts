@@ -15,7 +15,7 @@ export class XpShuttle extends Part {
   static override styles = [
     shared,
     css`
-      .track { position: relative; height: 100%; min-height: 2.75rem; background: var(--panel); border-radius: var(--round); touch-action: none; cursor: ew-resize; overflow: hidden; }
+      .track { position: relative; height: 100%; min-height: 2.75rem; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); touch-action: none; cursor: ew-resize; overflow: hidden; }
       .marks { position: absolute; inset: auto 0 0.2rem 0; display: flex; justify-content: space-between; padding: 0 0.5rem; font-size: 0.625rem; color: var(--dim); pointer-events: none; }
       .knob { position: absolute; top: 0.25rem; bottom: 1.1rem; width: 2.25rem; left: 50%; margin-left: -1.125rem; background: var(--lifted); border: 1px solid var(--edge); border-radius: var(--round); pointer-events: none; }
       .knob::after { content: ""; position: absolute; left: 50%; top: 20%; bottom: 20%; border-left: 2px solid var(--bright); margin-left: -1px; }
@@ -61,7 +61,7 @@ export class XpShuttle extends Part {
   }
 
   protected override view() {
-    return html`<div class="track" role="slider" tabindex="0" aria-label="Shuttle" aria-valuemin="-32" aria-valuemax="32" aria-valuenow=${this.speed}
+    return html`<div class="track" data-verb="play" role="slider" tabindex="0" aria-label="Shuttle" aria-valuemin="-32" aria-valuemax="32" aria-valuenow=${this.speed}
       aria-valuetext=${this.speed === 0 ? "still" : `${this.speed} times`} aria-disabled=${this.disabled ? "true" : "false"} title="Shuttle: pull and let go; the picture then holds"
       @pointerdown=${this.move} @pointermove=${this.move} @pointerup=${this.let} @pointercancel=${this.let} @keydown=${this.keydown} @keyup=${this.let} @blur=${this.let}>
       <div class="marks" aria-hidden="true"><span>32</span><span>8</span><span>2</span><span>½</span><span>0</span><span>½</span><span>2</span><span>8</span><span>32</span></div>

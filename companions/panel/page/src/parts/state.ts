@@ -11,7 +11,7 @@ export class XpState extends Part {
   static override styles = [
     shared,
     css`
-      :host { background: var(--panel); border-radius: var(--round); padding: 0.5rem 0.75rem; display: grid; grid-template-rows: auto 1fr auto; gap: 0.1rem; min-width: 0; }
+      :host { background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); padding: 0.5rem 0.75rem; display: grid; grid-template-rows: auto 1fr auto; gap: 0.1rem; min-width: 0; }
       :host([recording]) { background: var(--red); color: var(--on-red); }
       :host([recording]) .dim, :host([recording]) .label, :host([recording]) .word, :host([recording]) .figure { color: var(--on-red); }
       .head { display: flex; align-items: baseline; gap: 0.75rem; min-width: 0; }

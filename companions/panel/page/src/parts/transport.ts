@@ -89,7 +89,7 @@ export class XpTransport extends Part {
           )}
         </div>
         <xp-shuttle .deck=${this.deck} ?disabled=${dead}></xp-shuttle>
-        <form @submit=${this.cue}>
+        <form data-verb="cue" @submit=${this.cue}>
           <input id="where" aria-label="Timecode or frame to cue to" placeholder="hh:mm:ss:ff" autocomplete="off" spellcheck="false" inputmode="numeric" maxlength="32" />
           <button ?disabled=${dead} title=${this.deck.verb("cue")?.help ?? nothing}>Cue</button>
         </form>

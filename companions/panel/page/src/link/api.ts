@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Requests to the recorder's panel server: the token, and errors as values.
 
-const base = "api/v1/";
+/** Which of the recorders that this panel reaches the page is about: "" its own, "channels/2", "machines/NAME"; from ?at=. */
+export const place = /^(machines\/[^/]+)?\/?(channels\/\d+)?$/.exec(new URLSearchParams(location.search).get("at") ?? "")?.[0] ?? "";
+const base = `api/v1/${place && place + "/"}`;
 const tokenKey = "xp-token";
 
 /** What the address carried is kept for this session and taken out of the address. */
@@ -9,7 +11,8 @@ export function takeToken(): void {
   const match = /[#&?]token=([^&]+)/.exec(location.hash + location.search);
   if (!match) return;
   sessionStorage.setItem(tokenKey, decodeURIComponent(match[1]));
-  history.replaceState(null, "", location.pathname + (location.hash.includes("token=") ? "" : location.hash));
+  const rest = location.search.replace(/[?&]token=[^&]*/, "").replace(/^&/, "?");
+  history.replaceState(null, "", location.pathname + rest + (location.hash.includes("token=") ? "" : location.hash));
 }
 
 export const token = (): string => sessionStorage.getItem(tokenKey) ?? "";

@@ -51,10 +51,21 @@ export class Deck {
   private wantedSpeed: number | null = null;
   private speeding = false;
 
+  /** `at`: of another recorder that this panel reaches, as "channels/2/". */
+  constructor(private readonly at = "") {}
+
   start(): void {
     this.connect();
-    setInterval(() => this.watch(), 100);
-    document.addEventListener("visibilitychange", () => this.watch());
+    this.timer = window.setInterval(() => this.watch(), 100);
+    document.addEventListener("visibilitychange", this.watch);
+  }
+
+  stop(): void {
+    clearInterval(this.timer);
+    document.removeEventListener("visibilitychange", this.watch);
+    const socket = this.socket;
+    this.socket = null;
+    socket?.close();
   }
 
   subscribe(listener: Listener): () => void {
@@ -88,7 +99,7 @@ export class Deck {
   async run(name: string, values: Record<string, string | number | boolean> = {}): Promise<Answer> {
     this.pending = new Set([...this.pending, name]);
     this.changed();
-    const response = await request("POST", `transport/${name}`, values);
+    const response = await request("POST", `${this.at}transport/${name}`, values);
     this.pending = new Set([...this.pending].filter((one) => one !== name));
     const answer = await answerOf(response);
     if (!answer.done) this.tell({ kind: "refused", title: title(name), text: sentences(answer) });
@@ -129,7 +140,7 @@ export class Deck {
   }
 
   async set(name: string, value: string): Promise<Answer> {
-    const answer = await answerOf(await request("PUT", `params/${encodeURIComponent(name)}`, { value }));
+    const answer = await answerOf(await request("PUT", `${this.at}params/${encodeURIComponent(name)}`, { value }));
     if (!answer.done) this.tell({ kind: "refused", title: name, text: sentences(answer) });
     return answer;
   }
@@ -153,7 +164,7 @@ export class Deck {
     if (this.seq >= 0) words.set("since", String(this.seq));
     if (this.boot) words.set("boot", this.boot);
     this.asked = performance.now();
-    const socket = new WebSocket(socketAddress("events") + (words.size ? `?${words}` : ""), token() ? ["xp", `token.${token()}`] : ["xp"]);
+    const socket = new WebSocket(socketAddress(`${this.at}events`) + (words.size ? `?${words}` : ""), token() ? ["xp", `token.${token()}`] : ["xp"]);
     this.socket = socket;
     socket.onopen = () => this.ping();
     socket.onmessage = (event) => this.receive(event);
@@ -176,7 +187,7 @@ export class Deck {
 
   /** A token that is not valid any more keeps nobody from looking. */
   private async whoAmI(): Promise<void> {
-    const answer = await get<{ name: string; role: string }>("me");
+    const answer = await get<{ name: string; role: string }>(`${this.at}me`);
     if (answer instanceof Problem) {
       if (answer.status !== 401 || !token()) return;
       setToken("");
@@ -259,20 +270,21 @@ export class Deck {
   }
 
   private async readTables(): Promise<void> {
-    const verbs = await get<{ verbs: Verb[] }>("verbs");
+    const verbs = await get<{ verbs: Verb[] }>(`${this.at}verbs`);
     if (!(verbs instanceof Problem)) this.verbs = verbs.verbs;
     await this.readParameters();
   }
 
   async readParameters(): Promise<void> {
-    const answer = await get<{ parameters: Parameter[] }>("params");
+    const answer = await get<{ parameters: Parameter[] }>(`${this.at}params`);
     if (answer instanceof Problem) return;
     this.parameters = new Map(answer.parameters.map((row) => [row.name, row]));
     this.changed();
   }
 
+  private timer = 0;
   private beats = 0;
-  private watch(): void {
+  private readonly watch = (): void => {
     if (this.beats++ < 10 || this.beats % 10 === 0) this.ping();
     const now = performance.now();
     const silence = now - this.heard;
@@ -284,7 +296,7 @@ export class Deck {
     this.silence = told(silence);
     this.blindness = blindness;
     this.changed();
-  }
+  };
 }
 
 /** With a full stop at its end, and a capital at its beginning unless that is a name. */

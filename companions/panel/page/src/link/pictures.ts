@@ -33,6 +33,9 @@ export class PictureLink {
   /** Whether pictures come one by one, as single files. */
   fallback = false;
 
+  /** Of another recorder that this panel reaches, as "channels/2/". */
+  at = "";
+
   private socket: WebSocket | null = null;
   private waiting: ArrayBuffer | null = null;
   private decoding = false;
@@ -79,7 +82,7 @@ export class PictureLink {
     if (!this.running) return;
     let socket: WebSocket;
     try {
-      socket = new WebSocket(socketAddress("pictures"), token() ? ["xp", `token.${token()}`] : ["xp"]);
+      socket = new WebSocket(socketAddress(`${this.at}pictures`), token() ? ["xp", `token.${token()}`] : ["xp"]);
     } catch {
       this.failures++;
       setTimeout(() => this.connect(), 200);
@@ -127,7 +130,7 @@ export class PictureLink {
   private async askForFile(): Promise<void> {
     while (this.running && this.fallback) {
       try {
-        const response = await fetch(address("picture.jpg"), { cache: "no-store", headers: token() ? { Authorization: `Bearer ${token()}` } : {} });
+        const response = await fetch(address(`${this.at}picture.jpg`), { cache: "no-store", headers: token() ? { Authorization: `Bearer ${token()}` } : {} });
         if (response.ok) await this.showFile(response);
       } catch {
         // The banner says that nothing comes.

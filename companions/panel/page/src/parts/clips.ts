@@ -8,8 +8,18 @@ import "./key";
 import { Part, shared } from "./part";
 import { bytes, length } from "./text";
 
+const restAfter = 120; // ms
+const askAgainAfter = 700; // ms
+const mostAgain = 6;
+
 type Order = "name" | "index" | "frames";
 const orders: Record<Order, string> = { index: "as recorded", name: "by name", frames: "by length" };
+
+const rowHeight = (): number => 3.5 * parseFloat(getComputedStyle(document.documentElement).fontSize);
+
+function put(element: HTMLElement, name: "top" | "height", value: string): void {
+  if (element.style[name] !== value) element.style[name] = value;
+}
 
 /** The clips of the medium: only the rows in sight are made, however many there are. */
 @customElement("xp-clips")
@@ -24,12 +34,19 @@ export class XpClips extends Part {
   @state() private tall = 400;
   @state() private asking: "" | "copy" | "rename" | "delete" = "";
   @state() private progress = "";
+  @state() private moving = false;
+  private rest = 0;
+  private again = 0;
   @query(".rows") private rows!: HTMLElement;
   private anchor = 0; // where a range begins
   private at = 0; // where the keys are
   private known = "";
   private reading = false;
-  private observer = new ResizeObserver(() => (this.tall = this.rows?.clientHeight ?? 400));
+  private rowHeight = rowHeight();
+  private observer = new ResizeObserver(() => {
+    this.tall = this.rows?.clientHeight ?? 400;
+    this.rowHeight = rowHeight();
+  });
 
   static override styles = [
     shared,
@@ -72,9 +89,6 @@ export class XpClips extends Part {
     this.observer.observe(this.rows);
   }
 
-  private get rowHeight(): number {
-    return 3.5 * parseFloat(getComputedStyle(document.documentElement).fontSize);
-  }
 
   private async read(): Promise<void> {
     if (this.reading) return;
@@ -93,8 +107,18 @@ export class XpClips extends Part {
     this.reading = false;
     if (this.problem) return;
     this.clips = all;
+    this.compare();
     const there = new Set(all.map((clip) => clip.name));
     if ([...this.chosen].some((name) => !there.has(name))) this.chosen = new Set([...this.chosen].filter((name) => there.has(name)));
+  }
+
+  /** The media daemon may know of a clip before its list does, or after: then it is asked again, a few times. */
+  private compare(): void {
+    const { state } = this.deck;
+    const told = state?.media.find((medium) => medium.path === state.path)?.clips;
+    if (told === undefined || told === this.clips.length || this.again >= mostAgain) return;
+    this.again++;
+    setTimeout(() => this.isConnected && void this.read(), askAgainAfter);
   }
 
   private get contents(): string {
@@ -107,6 +131,7 @@ export class XpClips extends Part {
     const key = this.contents;
     if (key === this.known) return;
     this.known = key;
+    this.again = 0;
     void this.read();
   }
 
@@ -183,6 +208,15 @@ export class XpClips extends Part {
     await this.deck.run("clip", { name });
   }
 
+  /** What flies past gets no thumbnail: that would be hundreds of requests a second. */
+  private readonly scrolled = (event: Event): void => {
+    const { scrollTop } = event.target as HTMLElement;
+    if (Math.abs(scrollTop - this.top) > this.rowHeight) this.moving = true;
+    this.top = scrollTop;
+    clearTimeout(this.rest);
+    this.rest = window.setTimeout(() => (this.moving = false), restAfter);
+  };
+
   private drag(event: DragEvent, name: string): void {
     if (!this.chosen.has(name)) this.chosen = new Set([name]);
     event.dataTransfer?.setData("application/x-xp-clips", JSON.stringify([...this.chosen]));
@@ -191,8 +225,9 @@ export class XpClips extends Part {
 
   override updated(): void {
     const height = this.rowHeight;
-    (this.renderRoot.querySelector(".room") as HTMLElement | null)?.style.setProperty("height", `${this.sorted.length * height}px`);
-    for (const row of this.renderRoot.querySelectorAll<HTMLElement>(".row")) row.style.setProperty("top", `${Number(row.dataset["at"]) * height}px`);
+    const room = this.renderRoot.querySelector<HTMLElement>(".room");
+    if (room) put(room, "height", `${this.sorted.length * height}px`);
+    for (const row of this.renderRoot.querySelectorAll<HTMLElement>(".row")) put(row, "top", `${Number(row.dataset["at"]) * height}px`);
   }
 
   protected override follows(): unknown[] {
@@ -203,7 +238,8 @@ export class XpClips extends Part {
     const list = this.sorted;
     const height = this.rowHeight;
     const from = Math.max(0, Math.floor(this.top / height) - 3);
-    const to = Math.min(list.length, Math.ceil((this.top + this.tall) / height) + 3);
+    const to = Math.min(list.length, from + Math.ceil(this.tall / height) + 7);
+    const slots = Math.max(0, to - from);
     const some = this.chosen.size > 0;
     return html`
       <div class="tools">
@@ -213,10 +249,11 @@ export class XpClips extends Part {
         </select>
         <button class="small" aria-label=${this.falling ? "Last first" : "First first"} title=${this.falling ? "Last first" : "First first"} @click=${() => (this.falling = !this.falling)}>${this.falling ? "↓" : "↑"}</button>
       </div>
-      <div class="rows" role=${list.length ? "listbox" : "region"} aria-label="Clips" aria-multiselectable=${list.length ? "true" : nothing} aria-activedescendant=${some && this.at >= from && this.at < to ? `clip-${this.at}` : nothing} tabindex="0" @scroll=${(event: Event) => (this.top = (event.target as HTMLElement).scrollTop)} @keydown=${(event: KeyboardEvent) => this.keydown(event, list)}>
+      <div class="rows" role=${list.length ? "listbox" : "region"} aria-label="Clips" aria-multiselectable=${list.length ? "true" : nothing} aria-activedescendant=${some && this.at >= from && this.at < to ? `clip-${this.at}` : nothing} tabindex="0" @scroll=${this.scrolled} @keydown=${(event: KeyboardEvent) => this.keydown(event, list)}>
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
         ${list.length === 0 && !this.problem ? html`<p class="empty">${this.search ? "No clip of this name." : "No clips yet. Record one."}</p>` : nothing}
-        <div class="room">${list.slice(from, to).map((clip, i) => this.row(clip, from + i, list))}</div>
+        ${/* A row keeps its element while it is in sight: only what comes in is drawn anew. */ ""}
+        <div class="room">${Array.from({ length: slots }, (_, slot) => from + ((((slot - from) % slots) + slots) % slots)).map((at) => this.row(list[at], at, list))}</div>
       </div>
       <div class="foot">${this.asking && some ? this.ask() : nothing}${this.acts(list)}</div>
     `;
@@ -266,7 +303,7 @@ export class XpClips extends Part {
     return html`<div class="row ${current ? "current" : ""}" id="clip-${at}" role="option" aria-selected=${this.chosen.has(clip.name) ? "true" : "false"} aria-setsize=${list.length} aria-posinset=${at + 1}
       data-at=${at} draggable="true" title=${clip.name} @click=${(event: MouseEvent) => this.choose(event, list, at)} @dblclick=${() => void this.open(clip.name)}
       @dragstart=${(event: DragEvent) => this.drag(event, clip.name)}>
-      <img alt="" loading="lazy" draggable="false" src=${address(`clips/${encodeURIComponent(clip.name)}/thumbnail`)} @error=${(event: Event) => (event.target as HTMLImageElement).removeAttribute("src")} />
+      <img alt="" loading="lazy" draggable="false" src=${this.moving ? nothing : address(`clips/${encodeURIComponent(clip.name)}/thumbnail`)} @error=${(event: Event) => (event.target as HTMLImageElement).removeAttribute("src")} />
       <div class="cut">
         <div class="name cut"><bdi>${clip.name}</bdi></div>
         <div class="sub">${clip.timecode ? html`<span>${clip.timecode}</span>` : nothing}<span class="narrow">${length(clip.frames, this.deck.state?.rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>

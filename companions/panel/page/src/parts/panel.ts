@@ -112,6 +112,7 @@ export class XpPanel extends LitElement {
   override disconnectedCallback(): void {
     super.disconnectedCallback();
     removeEventListener("hashchange", this.moved);
+    this.deck.stop();
     this.end();
   }
 

@@ -2,6 +2,8 @@
 #include "companions/mediad/clipcare.h"
 
 #include "companions/mediad/openfile.h"
+#include "platform/product/clipmarks.h"
+#include "platform/qmx/core/qmxlog.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -40,6 +42,14 @@ void keepFolder(const std::string &path, QmxFiles &files)
     if (folder.isOpen()) files.fsync(folder.fd());
 }
 
+/// A clip is what it is without its marks: they hold up nothing.
+void marksFollow(const std::string &path, const std::string &target, const QmxEnvironment &environment)
+{
+    const QmxError error = ClipMarksFile::follow(QString::fromLocal8Bit(path), QString::fromLocal8Bit(target),
+                                                 false, environment);
+    if (error.isError()) qmxLogOutput(2, "clipcare", __LINE__, "%s\n", qPrintable(error.toString()));
+}
+
 } // namespace
 
 QmxError protectClip(const std::string &path, bool on, const QmxEnvironment &environment)
@@ -61,6 +71,7 @@ QmxError deleteClip(const std::string &path, const QmxEnvironment &environment)
     if (QmxError error = claim(clip, path, environment); error.isError()) return error;
     if (files.unlink(QString::fromLocal8Bit(path)) != 0)
         return refused(path, errno, "cannot be deleted: " + QmxError(errno).toString());
+    marksFollow(path, {}, environment);
     keepFolder(path, files);
     return {};
 }
@@ -81,6 +92,7 @@ QmxError renameClip(const std::string &path, const std::string &target, const Qm
     if (result != 0 && errno == EEXIST)
         return refused(target, EEXIST, "is there already; choose another name");
     if (result != 0) return refused(path, errno, "cannot be renamed: " + QmxError(errno).toString());
+    marksFollow(path, target, environment);
     keepFolder(path, files);
     return {};
 }

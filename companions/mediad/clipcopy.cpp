@@ -3,8 +3,10 @@
 
 #include "companions/mediad/mediamachine.h"
 #include "companions/mediad/openfile.h"
+#include "platform/product/clipmarks.h"
 #include "platform/qmx/clip/qmxblake3.h"
 #include "platform/qmx/clip/qmxclipcheck.h"
+#include "platform/qmx/core/qmxlog.h"
 
 #include <QFileInfo>
 
@@ -219,5 +221,9 @@ QmxError copyClip(const std::string &from, const std::string &to, const QmxEnvir
     std::string found;
     const QmxError error = Copy(from, to, environment, pace).run(found);
     if (finding) *finding = found;
+    if (error.isError()) return error;
+    const QmxError marks =
+        ClipMarksFile::follow(QString::fromLocal8Bit(from), QString::fromLocal8Bit(to), true, environment);
+    if (marks.isError()) qmxLogOutput(2, "clipcopy", __LINE__, "%s\n", qPrintable(marks.toString()));
     return error;
 }

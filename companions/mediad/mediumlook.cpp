@@ -3,14 +3,16 @@
 
 #include "platform/product/clipscan.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxlockfile.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsamefilesystem.h"
 
-#include <cerrno>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 
-#include <fcntl.h>
-#include <sys/file.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -19,6 +21,25 @@ namespace {
 QString localName(const std::string &path)
 {
     return QString::fromLocal8Bit(path);
+}
+
+/// A lock on this file is held by a program of another recorder that works on the same medium: not by our
+/// daemon, nor by ourselves. Those of other process namespaces are not told at all.
+bool isLockOfAnother(ino64_t inode, const QmxPlaces &places)
+{
+    std::ifstream locks("/proc/locks");
+    if (!locks) return false;
+    const int daemon = QmxLockFile(places.recorderLock).holder();
+    const std::string file = ':' + std::to_string(inode);
+    // "1: FLOCK  ADVISORY  WRITE 1234 08:01:567 0 EOF"
+    for (std::string line; std::getline(locks, line);) {
+        std::istringstream words(line);
+        std::string number, kind, how, mode, place;
+        int pid = 0;
+        if (!(words >> number >> kind >> how >> mode >> pid >> place) || kind != "FLOCK") continue;
+        if (place.ends_with(file) && (pid == daemon || pid == ::getpid())) return false;
+    }
+    return true;
 }
 
 /// FNV-1a (draft-eastlake-fnv, 64 bits) over what tells one state of a clip from another.
@@ -41,15 +62,14 @@ private:
 
 MediumLook::MediumLook(const QmxEnvironment &environment) : _environment(environment) {}
 
-bool MediumLook::isBeingRecorded(const std::string &path) const
+void MediumLook::lookAtLock(const std::string &path, const struct stat64 &status, const Known &before,
+                            Known &now) const
 {
-    const int fd = _environment.files->open(localName(path), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return false;
-    }
-    const bool locked = _environment.files->flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    _environment.files->close(fd); // releases the lock
-    return locked;
+    now.beingRecorded = QmxClipReader::isBeingRecorded(localName(path), _environment);
+    now.byAnother = now.beingRecorded && isLockOfAnother(status.st_ino, *_environment.places);
+    QmxClipInfo info;
+    now.hasFrames = now.byAnother && (before.hasFrames ||
+                                      !QmxClipReader::probe(localName(path), info, _environment).isError());
 }
 
 std::optional<MediumRoom> measureRoom(QmxFiles &files, const Mount &mount)
@@ -124,11 +144,11 @@ bool MediumLook::list(Medium &medium)
             continue;
         }
         Known now{status.st_size, status.st_mtim.tv_sec * QmxClock::nsPerSecond + status.st_mtim.tv_nsec,
-                  false};
+                  false, false, false};
         const Known &before = _known[name];
         if (S_ISREG(status.st_mode) &&
             (now.size != before.size || now.changed != before.changed || before.beingRecorded)) {
-            now.beingRecorded = isBeingRecorded(entry->path().string());
+            lookAtLock(entry->path().string(), status, before, now);
         }
         seen.emplace(name, now);
     }
@@ -138,6 +158,14 @@ bool MediumLook::list(Medium &medium)
     Fingerprint fingerprint;
     std::pair<std::string, qint64> newest;
     for (const auto &[name, clip] : seen) {
+        if (clip.byAnother) {
+            // It changes all the time: that it is there is all that the lists have to know.
+            if (clip.hasFrames) {
+                medium.growing.push_back(name);
+                fingerprint.add(name.c_str(), name.size() + 1);
+            }
+            continue;
+        }
         medium.beingRecorded = medium.beingRecorded || clip.beingRecorded;
         if (clip.beingRecorded) {
             medium.recordedBytes = clip.size;

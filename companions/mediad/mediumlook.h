@@ -41,8 +41,11 @@ private:
         qint64 size = -1;
         qint64 changed = 0; ///< nanoseconds since 1970
         bool beingRecorded = false;
+        bool byAnother = false;
+        bool hasFrames = false; ///< only of what another recorder records
     };
-    bool isBeingRecorded(const std::string &path) const;
+    void lookAtLock(const std::string &path, const struct stat64 &status, const Known &before,
+                    Known &now) const;
     bool list(Medium &medium);
     double rateOf(const std::string &folder, const std::pair<std::string, qint64> &clip);
 

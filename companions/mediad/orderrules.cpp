@@ -31,7 +31,7 @@ std::string whyRefused(const MediaOrder &order, const std::vector<Medium> &media
     if (order.verb == "verify") return {}; // also one that is being recorded
     if (!from->holds(order.clip)) {
         return order.clip +
-               (from->beingRecorded ? " is being recorded, or there is no such clip on "
+               (from->beingRecorded || !from->growing.empty() ? " is being recorded, or there is no such clip on "
                                     : ": there is no such clip on ") +
                from->path;
     }

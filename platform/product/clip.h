@@ -23,7 +23,7 @@ public:
     std::string getPath() const { return _path; }        ///< full path
     qint64 getRecordedAt() const { return _recordedAt; } ///< order of recording: nanoseconds since 1970
 
-    bool isClosed() const { return _closed; } ///< false: it may still grow, or a crash left it behind
+    bool isClosed() const { return _closed; } ///< false: it grows, or a crash left it behind
 
     friend bool operator==(const Clip &, const Clip &) = default;
 

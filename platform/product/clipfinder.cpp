@@ -7,9 +7,12 @@
 #include "platform/product/givenclips.h"
 #include "platform/product/mediumhelper.h"
 #include "platform/product/sharedclipsource.h"
+#include "platform/product/startorders.h"
+#include "platform/product/takesequel.h"
 #include "platform/product/takesettings.h"
 #include "platform/qmx/core/qmxnextclip.h"
 #include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxtakesequel.h"
 #include "platform/store/config.h"
 
 #include <QFileInfo>
@@ -185,6 +188,8 @@ ClipFinder::ClipFinder(Config *config) : d(std::make_unique<Private>(config))
     if (!config) return;
     d->namer = QmxNextClip::instance()->setNamer([this](const QString &path) { return clipAfter(path); });
     followTakeSettings(config);
+    followStartOrders(config);
+    QmxTakeSequel::instance().setFinder(takeMayGoOnIn);
 }
 
 ClipFinder::~ClipFinder() = default;

@@ -26,7 +26,8 @@ public:
     ClipFinder(const ClipFinder &) = delete;
     ClipFinder &operator=(const ClipFinder &) = delete;
 
-    /// Clips of the active medium. Those being recorded are not listed. `playableOnly` leaves out what has
+    /// Clips of the active medium. What this process records is not listed;
+    /// what another one records is, not closed, with the frames it has now. `playableOnly` leaves out what has
     /// no frames; `playListOnly` gives the clips of the play list in its order, a clip as often as it stands
     /// there; `sorted` puts the others in the order of recording, the newest last, else by name.
     std::list<Clip> findClips(bool playableOnly, bool playListOnly, bool sorted);

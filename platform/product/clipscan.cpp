@@ -10,27 +10,12 @@
 #include <cerrno>
 #include <filesystem>
 
-#include <fcntl.h>
-#include <sys/file.h>
-
 namespace fs = std::filesystem;
 
 namespace {
 
 const char *const clipExtensions[] = {".mov",  ".mp4", ".m4v", ".mxf",  ".mkv",
                                       ".webm", ".avi", ".ts",  ".m2ts", ".images"};
-
-/// The writer keeps a lock on the file until it has closed it. Only asked of clips that are not closed and
-/// hold frames: their writer has had its lock for long, so that the question cannot get in its way.
-bool isBeingRecorded(const std::string &path, QmxFiles &files)
-{
-    if (QmxEnvironment::current().deck->recordTable.entry(QString::fromStdString(path))) return true;
-    const int fd = files.open(QString::fromLocal8Bit(path), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return false;
-    const bool locked = files.flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-    files.close(fd); // releases the lock
-    return locked;
-}
 
 } // namespace
 
@@ -102,7 +87,8 @@ std::optional<std::vector<Clip>> MediumClipSource::clips(const std::string &fold
             complete = complete && !known.isEmpty;
             continue;
         }
-        if (clip->isClosed() || !isBeingRecorded(path, *_environment.files))
+        // What this process records is not for its own lists yet. What another one records is: it grows.
+        if (clip->isClosed() || !_environment.deck->recordTable.entry(QString::fromLocal8Bit(path)))
             found.push_back(*clip);
         else
             complete = false;

@@ -19,8 +19,8 @@ class ClipSource
 {
 public:
     virtual ~ClipSource();
-    /// All clips of a folder that nobody is recording, in any order. Blocks. Nothing when the folder cannot
-    /// be read.
+    /// All clips of a folder, in any order; what this process records is left out, what another one records
+    /// is not closed. Blocks. Nothing when the folder cannot be read.
     virtual std::optional<std::vector<Clip>> clips(const std::string &folder) = 0;
     /// The last list left out nothing that becomes a clip without a change of the folder (a take that runs).
     virtual bool isComplete() const = 0;

@@ -34,6 +34,12 @@ std::vector<ParamRow> commandRows()
         string(eParam_GoToClipName, "go_to_clip_name", Command,
                "Goes to the clip of this name in the list in use; N/A stops.")
             .with({Attribute::clipName}),
+        string(
+            eParam_StartAt, "start_at", Command,
+            "Where the next opening of a clip begins: place, value, bounds, name. `xpctl live`, `replay` and "
+            "`angle` write it."),
+        string(eParam_MarksChanged, "marks_changed", Command,
+               "Tells that marks of the clip of this name have been set or removed."),
         number(eParam_GoToClipIndex, "go_to_clip_index", Command,
                "Goes to the clip at this place in the list in use, counted from 0."),
         number(

@@ -101,13 +101,17 @@ TEST_F(Clips, areListedInTheOrderOfRecordingAndStayInIt)
     EXPECT_TRUE(ClipFinder(nullptr).findClips(true, false, true).empty());
 }
 
-TEST_F(Clips, beingRecordedAreNotListedButCanBeAskedFor)
+TEST_F(Clips, beingRecordedElsewhereAreListedAndOwnOnesCanBeAskedFor)
 {
     const QString path = medium + "/growing.mov";
     QmxClipWriter writer;
     ASSERT_FALSE(writer.create(path, content.info).isError());
     EXPECT_FALSE(content.write(writer, 0, 4, 1).isError());
-    EXPECT_EQ(names(), "");
+    EXPECT_EQ(names(), "growing.mov:4");
+    EXPECT_FALSE(finder.findClips(true, false, true).front().isClosed());
+    QmxEnvironment::current().deck->recordTable.streamOpening(path);
+    EXPECT_EQ(names(), "") << "what this process records is not in its own lists";
+    QmxEnvironment::current().deck->recordTable.streamClosed(path);
     Clip clip;
     EXPECT_TRUE(kel::media::MediaCache::GrokClip(clip, local(path), false));
     EXPECT_EQ(clip.getFrameCount(), 4);

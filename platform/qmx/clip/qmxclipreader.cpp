@@ -10,6 +10,9 @@
 #include <algorithm>
 #include <cerrno>
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 namespace {
 
 /// Adds to `bytes` the samples [first, first + count) of one sound track; what the file lacks stays silent.
@@ -188,4 +191,13 @@ QmxError QmxClipReader::probe(const QString &path, QmxClipInfo &info, const QmxE
     }
     if (error.isError()) info = QmxClipInfo();
     return error;
+}
+
+bool QmxClipReader::isBeingRecorded(const QString &path, const QmxEnvironment &environment)
+{
+    const int fd = environment.files->open(path, O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    const bool locked = environment.files->flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    environment.files->close(fd); // releases the lock
+    return locked;
 }

@@ -47,6 +47,12 @@ public:
     static QmxError probe(const QString &path, QmxClipInfo &info,
                           const QmxEnvironment &environment = QmxEnvironment::current());
 
+    /// Somebody holds the lock that a clip's writer keeps until it is done. Only to be asked of clips that are
+    /// not closed and hold frames: their writer has had its lock for long, so that the question cannot get in
+    /// its way.
+    static bool isBeingRecorded(const QString &path,
+                                const QmxEnvironment &environment = QmxEnvironment::current());
+
     /// Closes, in place, a clip that a crash left unfinished. `repaired` tells whether anything was to do.
     /// EWOULDBLOCK while somebody records it (it is then untouched).
     static QmxError repair(const QString &path, bool &repaired,

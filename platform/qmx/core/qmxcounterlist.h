@@ -73,5 +73,13 @@
     X(InputTorn, "input_torn", "pictures", "xp_input_torn_total", Counter, 1, \
       "Pictures of the input that came torn") \
     X(InputMissing, "input_missing", "pictures", "xp_input_missing_total", Counter, 1, \
-      "Pictures of the input that did not come")
+      "Pictures of the input that did not come") \
+    X(MaterialFrames, "material_frames", "frames", "xp_material_frames", Gauge, 1, \
+      "Length of the material that is played") \
+    X(MaterialGrows, "material_grows", "flag", "xp_material_grows", Gauge, 1, \
+      "1: somebody still records the clip that is played") \
+    X(LiveDistance, "live_distance", "frames", "xp_live_distance_frames", Gauge, 1, \
+      "From the output to the newest frame of the clip that grows, -1: none grows") \
+    X(LiveWaits, "live_waits", "waits", "xp_live_waits_total", Counter, 1, \
+      "Playback had to wait for a clip that grows")
 // clang-format on

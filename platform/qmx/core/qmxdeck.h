@@ -6,6 +6,7 @@
 #include "platform/qmx/core/qmxplayhead.h"
 #include "platform/qmx/core/qmxrecordfailures.h"
 #include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/core/qmxstartorder.h"
 #include "platform/qmx/core/qmxtakeoptions.h"
 
 /// What the streams and the video device of one recorder know of each other, and what they tell of it. Handed
@@ -19,4 +20,5 @@ struct QmxDeck
     QmxOperations operations;
     QmxCounters counters;
     QmxTakeOptions takeOptions;
+    QmxStartOrders startOrders;
 };

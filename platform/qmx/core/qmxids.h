@@ -62,6 +62,8 @@
     X(effectiveFrameRate, 710, "Effective frame rate") \
     /* Pictures of the input that were torn or missing at this frame; only where there are some. */ \
     X(inputDamage, 720, "Input damage") \
+    /* The frame that had to be waited for at the end of a clip that grows: the gap before it is no drop. */ \
+    X(afterWait, 730, "After a wait") \
     /* Signal generators. */ \
     X(bars, 800, "Bars") \
     X(ramp, 801, "Ramp") \

@@ -4,6 +4,7 @@
 #include <QList>
 
 #include <atomic>
+#include <mutex>
 #include <utility>
 
 struct QmxPlayhead::Private
@@ -11,9 +12,12 @@ struct QmxPlayhead::Private
     std::atomic<quint64> origin{0};
     std::atomic<int> sought{0};
     std::atomic<int> position{0};
+    std::atomic<bool> still{false};
     quint64 moves = 0;
     bool opening = false;
     QList<std::function<void()>> held;
+    std::mutex mutex; ///< of what is below
+    QmxTimecode shown;
 
     void ends(quint64 which)
     {
@@ -84,4 +88,26 @@ quint64 QmxPlayhead::moves() const
 int QmxPlayhead::position() const
 {
     return d->position;
+}
+
+void QmxPlayhead::setTimecodeShown(const QmxTimecode &timecode)
+{
+    const std::lock_guard lock(d->mutex);
+    d->shown = timecode;
+}
+
+QmxTimecode QmxPlayhead::timecodeShown() const
+{
+    const std::lock_guard lock(d->mutex);
+    return d->shown;
+}
+
+void QmxPlayhead::setStill(bool still)
+{
+    d->still = still;
+}
+
+bool QmxPlayhead::isStill() const
+{
+    return d->still;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxtimecode.h"
+
 #include <QtGlobal>
 
 #include <functional>
@@ -45,6 +47,14 @@ public:
     int position() const;
     /// Changes with every setPosition().
     quint64 moves() const;
+
+    /// The timecode of the picture that playback has on the output; not valid before the first. Any thread.
+    void setTimecodeShown(const QmxTimecode &timecode);
+    QmxTimecode timecodeShown() const;
+    /// Playback holds its picture: whatever is loaded may be shown, however near to the end of a clip that
+    /// grows it is. Any thread.
+    void setStill(bool still);
+    bool isStill() const;
 
 private:
     struct Private;

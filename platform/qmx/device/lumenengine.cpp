@@ -301,6 +301,7 @@ void LumenEngine::lookAtWindow()
 void LumenEngine::setDirection(const QmxId &direction)
 {
     _direction = direction;
+    _environment.deck->playhead.setStill(direction == QmxIds::directionStill);
     const bool record = direction == QmxIds::directionRecord;
     if (record && !_capture.isRecording()) lookAtWindow();
     if (!_capture.setRecord(record, _tickIndex, _gate.in())) return;

@@ -309,7 +309,14 @@ void LumenEngine::count(const CardInput &seen, const QmxOutputFrame &output) con
         return;
     }
     counters->add(output.isRepeat ? QmxCounters::FramesRepeated : QmxCounters::FramesShown);
-    counters->set(QmxCounters::FrameOnOutput, output.metadata.value(QmxIds::frameNumber).toInt());
+    const int frame = output.metadata.value(QmxIds::frameNumber).toInt();
+    counters->set(QmxCounters::FrameOnOutput, frame);
+    const bool grows = counters->value(QmxCounters::MaterialGrows) != 0;
+    counters->set(QmxCounters::LiveDistance,
+                  grows ? counters->value(QmxCounters::MaterialFrames) - 1 - frame : -1);
+    if (!output.isRepeat)
+        _environment.deck->playhead.setTimecodeShown(
+            output.metadata.value(QmxIds::timecode).value<QmxTimecode>());
     const QVariant position = output.metadata.value(QmxIds::listPosition);
     counters->set(QmxCounters::ListEntryOnOutput, position.canConvert<int>() ? position.toInt() : -1);
 }

@@ -12,6 +12,12 @@ bool isHold(const QmxFrame &frame)
     return frame.meta().value(QmxIds::hold).toBool();
 }
 
+/// Its stream had nothing to give before: nobody was late.
+bool isAfterWait(const QmxFrame &frame)
+{
+    return frame.meta().value(QmxIds::afterWait).toBool();
+}
+
 QmxBuffer firstBuffer(const QmxFrame &frame)
 {
     if (frame.vids().isEmpty()) return {};
@@ -71,6 +77,7 @@ bool PlaybackQueue::write(const QmxFrame &frame, const DecodedPicturePtr &pictur
         _newest->firstWritten = now;
     }
     _items.push_back(item);
+    if (isAfterWait(frame)) _gap = false;
     if (!_gap || _gapReported || _newest->id != _shown.run) return false;
     _gapReported = true;
     return true;
@@ -236,7 +243,7 @@ void PlaybackQueue::noteGap(Step &step)
     if (!_shown.valid || _shown.hold) return;
     const bool more = !_items.empty() && !_items.front().setup && _items.front().run->id == _shown.run;
     const bool open = _items.empty() && _newest->id == _shown.run && _newest->started;
-    if (more && !_items.front().run->started) return;
+    if (more && (!_items.front().run->started || isAfterWait(_items.front().frame))) return;
     if (!more && !open) return;
     _gap = true;
     if (!more || _gapReported) return;

@@ -179,7 +179,7 @@ void QmxStreamCache::seek(int frame)
 
 void QmxStreamCache::seekToFirstFrame()
 {
-    seek(0);
+    if (!d->isWriting()) d->reading.seekToFirstFrame();
 }
 
 void QmxStreamCache::seekToLastFrame()

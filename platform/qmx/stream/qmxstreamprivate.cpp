@@ -283,10 +283,14 @@ void QmxStream::Private::sessionResults(QmxStreamSession *session)
     }
 }
 
-void QmxStream::Private::sessionGrown(QmxStreamSession *session)
+void QmxStream::Private::sessionGrown(QmxStreamSession *session, const QString &ended)
 {
     if (session != current.get()) return;
     info.setLength(session->reader()->length());
+    if (!ended.isEmpty()) {
+        qmxLogOutput(1, logSource, __LINE__, "%s\n", qPrintable(ended));
+        postAlarm(QmxIds::alarmMediaReadFailed, QmxAlarm::Warning, ended);
+    }
     if (peer) peer->grown();
 }
 

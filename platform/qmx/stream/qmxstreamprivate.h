@@ -50,7 +50,7 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     void sessionOpened(QmxStreamSession *session, const QmxError &error, const QmxStreamInfo &told) override;
     void sessionClosed(QmxStreamSession *session) override;
     void sessionResults(QmxStreamSession *session) override;
-    void sessionGrown(QmxStreamSession *session) override;
+    void sessionGrown(QmxStreamSession *session, const QString &ended) override;
     void sessionRoom(QmxStreamSession *session) override;
     void sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal) override;
     void sessionLevel(QmxStreamSession *session, int percentFree) override;

@@ -6,7 +6,8 @@
 namespace {
 /// So that a picture is on the medium half a second after it was written, also when no other follows.
 constexpr int flushIntervalMs = 400;
-constexpr int growthIntervalMs = 100;
+/// A look costs two small reads of what lies in memory; each tick of it is one more behind the recorder.
+constexpr int growthIntervalMs = 40;
 constexpr int watchIntervalMs = 500;
 /// A disk that wakes up takes some seconds; nothing that answers takes longer.
 constexpr qint64 stallTime = 3 * QmxClock::nsPerSecond;
@@ -79,7 +80,9 @@ void QmxStreamSession::makeReader(const QmxEnvironment &environment)
     };
     events.closed = [this, post = _post] { post.post([this] { _receiver->sessionClosed(this); }); };
     events.results = [this, post = _post] { post.post([this] { _receiver->sessionResults(this); }); };
-    events.grown = [this, post = _post] { post.post([this] { _receiver->sessionGrown(this); }); };
+    events.grown = [this, post = _post](const QString &ended) {
+        post.post([this, ended] { _receiver->sessionGrown(this, ended); });
+    };
     _reader = std::make_unique<StreamReader>(_ask.source, events, environment);
     QObject::connect(&_watch, &QTimer::timeout, &_watch, [this] { watchReader(); });
     QObject::connect(&_timer, &QTimer::timeout, &_timer, [this] {

@@ -41,7 +41,8 @@ public:
                                    const QmxStreamInfo &info) = 0;
         virtual void sessionClosed(QmxStreamSession *session) = 0;
         virtual void sessionResults(QmxStreamSession *session) = 0;
-        virtual void sessionGrown(QmxStreamSession *session) = 0;
+        /// `ended`: why it ends although nobody has finished it.
+        virtual void sessionGrown(QmxStreamSession *session, const QString &ended) = 0;
         virtual void sessionRoom(QmxStreamSession *session) = 0;
         virtual void sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal) = 0;
         /// Percent free of the medium that is written on, after each flush.

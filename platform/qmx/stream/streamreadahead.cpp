@@ -34,25 +34,42 @@ void StreamReadAhead::setSize(int frames)
 
 void StreamReadAhead::setSpeed(double speed)
 {
-    _cadence.setSpeed(speed, _length);
+    if (speed != _speed) _edge.restart();
+    _speed = speed;
+    _cadence.setSpeed(speed, end());
     fill();
 }
 
 void StreamReadAhead::begin()
 {
     closed();
+    _edge.begin(false, 0, 0);
+    _live.reset();
+    _part.reset();
     _largestFrame = 0;
     _inBadRun = false;
     _alarmRaised = false;
     _length = std::numeric_limits<int>::max();
-    _cadence.seek(0);
+    go(0);
     _origin = _environment.deck->playhead.openBegins();
     _environment.deck->playhead.setPosition(0);
 }
 
 void StreamReadAhead::opened()
 {
+    const QList<QmxImageDesc> images = _stream->info().vids();
+    const double rate = images.isEmpty() ? 0 : images.first().frameRate().toDouble();
+    _edge.begin(_stream->reader()->isGrowing(), _stream->reader()->length(), rate);
+    tellLength();
+}
+
+/// How long the material is, and whether it becomes longer.
+void StreamReadAhead::tellLength()
+{
     _length = _stream->reader()->length();
+    QmxCounters *counters = &_environment.deck->counters;
+    counters->set(QmxCounters::MaterialFrames, _length);
+    counters->set(QmxCounters::MaterialGrows, _edge.isGrowing() ? 1 : 0);
 }
 
 void StreamReadAhead::openFailed()
@@ -68,6 +85,7 @@ void StreamReadAhead::openDelivered()
         moved();
         _environment.deck->playhead.settle();
         if (_kept) seek(*std::exchange(_kept, std::nullopt));
+        if (const auto order = _environment.deck->startOrders.take(_stream->path())) apply(*order);
     }
     _environment.deck->playhead.openEnds(_origin);
 }
@@ -93,7 +111,12 @@ void StreamReadAhead::seek(const Seek &to)
         _kept = to;
         return;
     }
-    _cadence.seek(to.toLast ? _length - 1 : qBound(-1, to.frame, _length));
+    // Of a clip that grows nobody is beyond the end: there the last frame is the newest one.
+    const int behind = _edge.isGrowing() ? _length - 1 : _length;
+    const int frame = to.toLast ? end() - 1 : qBound(-1, to.frame, behind);
+    if (_part && (frame < first() || frame >= end())) _part.reset();
+    if (_live && _live->frame != frame) _live.reset();
+    go(frame);
     _inBadRun = false;
     moved();
     // Also when the frame was there already: whoever has sought plays it now and not a tick later.
@@ -111,7 +134,7 @@ void StreamReadAhead::moved()
 void StreamReadAhead::fill()
 {
     if (!isReading()) return;
-    const QList<int> upcoming = _cadence.upcoming(window(), _length);
+    const QList<int> upcoming = _cadence.upcoming(window(), end());
     dropFar(upcoming);
     QList<int> missing;
     for (const int frame : upcoming)
@@ -128,24 +151,86 @@ void StreamReadAhead::dropFar(const QList<int> &upcoming)
     });
 }
 
-int StreamReadAhead::loaded() const
+int StreamReadAhead::loaded()
 {
     if (!isReading()) return 0;
+    const bool still = _environment.deck->playhead.isStill();
+    if (_live && _speed == 1.0 && !still) joinLive();
+    if (isBeforeStart()) return 0;
     int count = 0;
-    const QList<int> upcoming = _cadence.upcoming(_size, _length);
+    const QList<int> upcoming = _cadence.upcoming(_size, end());
     while (count < upcoming.size() && _frames.contains(upcoming.at(count)))
         ++count;
+    if (still) return count;
+    const int waits = _edge.waits();
+    count = _edge.release(position(), count, _speed, inDevice(), _environment.clock->now());
+    if (_edge.waits() > waits) _environment.deck->counters.add(QmxCounters::LiveWaits);
     return count;
+}
+
+int StreamReadAhead::inDevice() const
+{
+    return int(_environment.deck->counters.value(QmxCounters::PlaybackQueue));
+}
+
+/// Playback at normal speed begins where it was sent to be near the newest frame: there has become elsewhere
+/// since. When the next flush comes is known once one has come.
+void StreamReadAhead::joinLive()
+{
+    if (_edge.isGrowing() && !_edge.hasGrown()) return;
+    const Live live = *std::exchange(_live, std::nullopt);
+    if (!_edge.isGrowing()) return;
+    go(liveFrame(live.seconds));
+    moved();
+}
+
+int StreamReadAhead::liveFrame(double seconds) const
+{
+    return qMax(0, _length - _edge.distance(_environment.clock->now()) - int(seconds * _edge.rate()));
+}
+
+/// The cadence begins anew from there.
+void StreamReadAhead::go(int frame)
+{
+    _cadence.seek(frame);
+    _cadence.setSpeed(_speed, end());
+    _edge.restart();
+}
+
+void StreamReadAhead::apply(const QmxStartOrder &order)
+{
+    int frame = int(qMin<qint64>(order.frame, _length - 1));
+    if (order.isPart() && order.first < _length) _part = order;
+    if (order.place == QmxStartOrder::Place::Output)
+        frame = _stream->reader()->frameAt(_environment.deck->playhead.timecodeShown());
+    if (order.place == QmxStartOrder::Place::Live) {
+        frame = liveFrame(order.seconds);
+        _live = Live{frame, order.seconds};
+    }
+    _inBadRun = false;
+    go(frame);
+    moved();
+    // It counts from here, not from where playback was.
+    _environment.deck->playhead.settle();
+    if (_frames.contains(position())) _ready();
 }
 
 QmxFrame StreamReadAhead::peek() const
 {
-    if (!isReading() || isBeforeStart() || isBehindEnd()) return {};
+    if (!isReading() || isBeforeStart() || position() >= end()) return {};
     const auto held = _frames.constFind(position());
-    if (held != _frames.constEnd()) return *held;
     QmxFrame frame;
-    frame.meta() = _stream->reader()->meta(position());
-    frame.setOrigin(_origin);
+    if (held != _frames.constEnd()) {
+        frame = *held;
+    } else {
+        frame.meta() = _stream->reader()->meta(position());
+        frame.setOrigin(_origin);
+    }
+    if (_edge.isAfterWait()) frame.meta().insert(QmxIds::afterWait, true);
+    if (_part) {
+        frame.meta().insert(QmxIds::firstFrame, position() == first());
+        frame.meta().insert(QmxIds::lastFrame, position() == end() - 1);
+    }
     return frame;
 }
 
@@ -153,7 +238,15 @@ QmxFrame StreamReadAhead::read()
 {
     QmxFrame frame = peek();
     if (isReading() && _frames.contains(position())) {
+        const int before = position();
         ++_cadence.reads;
+        // A stride over the newest frame: from here on one after the other, as they come.
+        if (_edge.isGrowing() && _speed > 1.0 && !_edge.isPaced() && position() >= _length) {
+            _cadence.seek(before + 1);
+            _cadence.setSpeed(1.0, end());
+            _edge.pace();
+        }
+        _edge.handedOn();
         moved();
         _environment.deck->playhead.settle();
     }
@@ -163,7 +256,7 @@ QmxFrame StreamReadAhead::read()
 QList<StreamReader::Result> StreamReadAhead::take(const QList<StreamReader::Result> &results)
 {
     if (!isReading()) return {};
-    const QList<int> upcoming = _cadence.upcoming(window(), _length);
+    const QList<int> upcoming = _cadence.upcoming(window(), end());
     QList<StreamReader::Result> errors;
     bool readable = false;
     bool came = false;
@@ -195,9 +288,11 @@ QList<StreamReader::Result> StreamReadAhead::take(const QList<StreamReader::Resu
 void StreamReadAhead::grown()
 {
     if (!isReading()) return;
-    _length = _stream->reader()->length();
+    const StreamReader *reader = _stream->reader();
+    _edge.grew(reader->isGrowing(), reader->length(), _environment.clock->now());
+    tellLength();
     for (auto item = _frames.begin(); item != _frames.end(); ++item) {
-        const bool last = item.key() == _length - 1;
+        const bool last = item.key() == _length - 1 && !_edge.isGrowing();
         if (std::as_const(item.value()).meta().value(QmxIds::lastFrame).toBool() != last)
             item.value().meta().insert(QmxIds::lastFrame, last);
     }

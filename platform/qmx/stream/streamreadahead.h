@@ -3,7 +3,9 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxframe.h"
+#include "platform/qmx/core/qmxstartorder.h"
 #include "platform/qmx/stream/qmxstreamcadence.h"
+#include "platform/qmx/stream/streamliveedge.h"
 #include "platform/qmx/stream/streamreader.h"
 
 #include <QHash>
@@ -38,21 +40,26 @@ public:
     void forgetSeek() { _kept.reset(); }
 
     bool isReading() const;
-    int position() const { return _cadence.position(_length); }
-    bool isBeforeStart() const { return isReading() && position() < 0; }
-    bool isBehindEnd() const { return isReading() && position() >= _length; }
+    int position() const { return _cadence.position(end()); }
+    bool isBeforeStart() const { return isReading() && position() < first(); }
+    /// A clip that grows has no end yet: behind its last frame one waits for the next.
+    bool isBehindEnd() const
+    {
+        return isReading() && position() >= end() && (!_edge.isGrowing() || end() < _length);
+    }
     /// Unless a stream is open for reading it is kept until one is.
     void seek(int frame) { seek({frame, false}); }
+    void seekToFirstFrame() { seek({first(), false}); }
     void seekToLastFrame() { seek({0, true}); }
 
-    /// Loaded frames from the position on.
-    int loaded() const;
+    /// Loaded frames from the position on, as far as they may be played now.
+    int loaded();
     QmxFrame peek() const;
     QmxFrame read();
 
     /// Takes what the reader has brought; gives the first of each run of frames that could not be read.
     QList<StreamReader::Result> take(const QList<StreamReader::Result> &results);
-    /// The clip has become longer.
+    /// The clip has become longer, or its end has become real.
     void grown();
 
 private:
@@ -64,6 +71,15 @@ private:
     static constexpr int defaultSize = 25;
 
     void seek(const Seek &to);
+    /// The bounds of what is played: those of the part, if it is one.
+    int first() const { return _part ? int(_part->first) : 0; }
+    int end() const { return _part ? int(qMin<qint64>(_part->end, _length)) : _length; }
+    void apply(const QmxStartOrder &order);
+    void joinLive();
+    int liveFrame(double seconds) const;
+    void go(int frame);
+    int inDevice() const;
+    void tellLength();
     int window() const;
     void moved();
     void fill();
@@ -74,6 +90,17 @@ private:
     QmxStream *_stream = nullptr;
     int _size = defaultSize;
     QmxStreamCadence _cadence;
+    double _speed = 1.0; ///< asked for; the cadence has another one at the end of a clip that grows
+    StreamLiveEdge _edge;
+    /// Where playback was sent to be near the newest frame, and how many seconds behind it: it begins as near
+    /// to that as it is then.
+    struct Live
+    {
+        int frame = 0;
+        double seconds = 0;
+    };
+    std::optional<Live> _live;
+    std::optional<QmxStartOrder> _part; ///< playback is held in its bounds
     int _length = std::numeric_limits<int>::max();
     std::optional<Seek> _kept;
     QHash<int, QmxFrame> _frames;

@@ -46,7 +46,8 @@ public:
         std::function<void(const QmxError &, const QmxStreamInfo &)> opened; ///< once
         std::function<void()> closed;                                        ///< once, after close()
         std::function<void()> results;                                       ///< takeResults() has something
-        std::function<void()> grown;                                         ///< length() has changed
+        /// length() has changed, or it will not grow any more; with a sentence when that is nobody's doing.
+        std::function<void(const QString &ended)> grown;
     };
 
     StreamReader(const StreamReaderSource &source, const Events &events, const QmxEnvironment &environment);
@@ -74,6 +75,8 @@ public:
     void refresh();
     /// Keys 1, 9, 10, 12 and 18 of a frame, as far as its entry has been opened. Never waits for a file.
     QmxMetadataHash meta(int frame) const;
+    /// The frame of a clip with this timecode; without one, that which is nearest to it. Never waits.
+    int frameAt(const QmxTimecode &timecode) const;
 
 private:
     struct State;

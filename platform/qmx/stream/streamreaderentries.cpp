@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxlog.h"
 
+#include <algorithm>
 #include <cerrno>
 
 namespace {
@@ -13,14 +14,68 @@ constexpr qint64 longWait = 3600 * QmxClock::nsPerSecond;
 } // namespace
 
 StreamReaderEntries::StreamReaderEntries(const StreamReaderSource &source, const QmxEnvironment &environment)
-    : _source(source), _environment(environment), _entries(size_t(source.entries.size()))
+    : _environment(environment), _source(source), _entries(size_t(source.entries.size()))
 {}
+
+int StreamReaderEntries::count() const
+{
+    const std::lock_guard lock(_mutex);
+    return int(_entries.size());
+}
+
+QString StreamReaderEntries::name(int index) const
+{
+    const std::lock_guard lock(_mutex);
+    return _source.entries.at(index).name;
+}
+
+void StreamReaderEntries::append(const QString &path, int length)
+{
+    const std::lock_guard lock(_mutex);
+    StreamReaderSource::Entry &last = _source.entries.last();
+    last.length = length;
+    _source.entries.append({path.section(QLatin1Char('/'), -1), path, last.first + length, 0, {}});
+    _entries.emplace_back();
+}
+
+StreamReaderEntries::Place StreamReaderEntries::place(int frame) const
+{
+    const std::lock_guard lock(_mutex);
+    const QList<StreamReaderSource::Entry> &entries = _source.entries;
+    if (frame < 0) return {_source.isList ? -1 : 0, frame};
+    const auto after = std::upper_bound(
+        entries.begin(), entries.end(), frame,
+        [](int value, const StreamReaderSource::Entry &entry) { return value < entry.first; });
+    const int index = int(after - entries.begin()) - 1;
+    if (index < 0) return {};
+    return {index, frame - entries.at(index).first + _entries[size_t(index)].range.first};
+}
+
+QmxClipPart::Range StreamReaderEntries::range(int index) const
+{
+    const std::lock_guard lock(_mutex);
+    return _entries[size_t(index)].range;
+}
+
+std::shared_ptr<QmxClipReader> StreamReaderEntries::openFile(const StreamReaderSource::Entry &what,
+                                                             QmxClipPart::Range &range, QmxError &error) const
+{
+    auto reader = std::make_shared<QmxClipReader>(_environment);
+    error = what.path.isEmpty()
+                ? QmxError(ENOENT, QStringLiteral("The play list names no file for %1").arg(what.name))
+                : reader->open(what.path);
+    if (!error.isError() && what.part.isPart) error = what.part.resolve(reader->info(), range);
+    if (!error.isError()) return reader;
+    qmxLogOutput(1, "streamreader", __LINE__, "%s cannot be opened: %s\n", qPrintable(what.path),
+                 qPrintable(error.toString()));
+    return nullptr;
+}
 
 std::shared_ptr<QmxClipReader> StreamReaderEntries::open(int index, QmxError &error)
 {
-    Entry &entry = _entries[size_t(index)];
     std::shared_ptr<QmxClipReader> tooOld; // dropped, and so closed, without the lock
     std::unique_lock lock(_mutex);
+    Entry &entry = _entries[size_t(index)];
     waitUntilOpened(entry, lock);
     entry.lastUse = ++_uses;
     if (entry.stage == Stage::Open) return entry.reader;
@@ -29,27 +84,21 @@ std::shared_ptr<QmxClipReader> StreamReaderEntries::open(int index, QmxError &er
         return nullptr;
     }
     entry.stage = Stage::Opening;
+    const StreamReaderSource::Entry what = _source.entries.at(index);
     lock.unlock();
-
-    const StreamReaderSource::Entry &what = _source.entries.at(index);
-    auto reader = std::make_shared<QmxClipReader>(_environment);
-    error = what.path.isEmpty()
-                ? QmxError(ENOENT, QStringLiteral("The play list names no file for %1").arg(what.name))
-                : reader->open(what.path);
-    if (error.isError())
-        qmxLogOutput(1, "streamreader", __LINE__, "%s cannot be opened: %s\n", qPrintable(what.path),
-                     qPrintable(error.toString()));
+    QmxClipPart::Range range;
+    std::shared_ptr<QmxClipReader> reader = openFile(what, range, error);
 
     lock.lock();
-    if (error.isError()) {
+    if (!reader) {
         entry.stage = Stage::Failed;
         entry.error = error;
-        reader.reset();
     } else {
         entry.stage = Stage::Open;
         entry.reader = reader;
         entry.info = reader->info();
         entry.description = Description{entry.info->image, entry.info->audio};
+        entry.range = what.part.isPart ? range : QmxClipPart::Range{0, entry.info->frames};
         if (++_open > maximumOpen) tooOld = takeOldest();
     }
     for (QmxInterrupt *waiting : _waiting)

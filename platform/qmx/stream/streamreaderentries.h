@@ -7,11 +7,11 @@
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/stream/streamreadersource.h"
 
+#include <deque>
 #include <list>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <vector>
 
 /// The clips of a read stream, opened when they are needed, a few of them at a time, and what is known of
 /// each. Shared by the stream's threads; the lock is never held during a call on a file. The clip readers
@@ -25,7 +25,26 @@ public:
         QmxAudioDesc audio;
     };
 
+    /// Where a frame of the stream is: in which entry, and its number in the file.
+    struct Place
+    {
+        int index = -1;
+        qint64 frame = 0;
+    };
+
     StreamReaderEntries(const StreamReaderSource &source, const QmxEnvironment &environment);
+
+    int count() const;
+    /// What an entry is called, and which of the play list's it is.
+    QString name(int index) const;
+    int listIndex(int index) const { return _source.listIndex.value(index, -1); }
+    /// One more clip behind the last, which has become `length` frames long.
+    void append(const QString &path, int length);
+    /// The place of a frame of the stream; index -1 outside a list. Whatever lies behind the last entry's
+    /// beginning is taken to be in it.
+    Place place(int frame) const;
+    /// Which frames of its file an entry is: known once it has been opened.
+    QmxClipPart::Range range(int index) const;
 
     /// Opens an entry unless it is open, waits while another thread does so. Null with an error when it
     /// cannot be opened; that stays so as long as the stream is open.
@@ -48,18 +67,21 @@ private:
         std::shared_ptr<QmxClipReader> reader;
         std::optional<QmxClipInfo> info;
         std::optional<Description> description;
+        QmxClipPart::Range range;
         QmxError error;
         quint64 lastUse = 0;
     };
 
+    std::shared_ptr<QmxClipReader> openFile(const StreamReaderSource::Entry &what, QmxClipPart::Range &range,
+                                            QmxError &error) const;
     void waitUntilOpened(const Entry &entry, std::unique_lock<std::mutex> &lock);
     std::shared_ptr<QmxClipReader> takeOldest();
 
-    const StreamReaderSource _source;
     const QmxEnvironment _environment;
-    mutable std::mutex _mutex;          ///< guards all below
+    mutable std::mutex _mutex; ///< guards all below
+    StreamReaderSource _source;
     std::list<QmxInterrupt *> _waiting; ///< threads that wait for an entry which another one opens
-    std::vector<Entry> _entries;
+    std::deque<Entry> _entries;         ///< an entry stays where it is when one more comes
     quint64 _uses = 0;
     int _open = 0;
 };

@@ -3,7 +3,17 @@
 
 #include "platform/qmx/stream/qmxplaylist.h"
 
-#include <algorithm>
+namespace {
+
+/// Brackets that make no sense belong to the name, under which nothing will be found.
+QmxClipPart partOf(const QString &path)
+{
+    QmxClipPart whole;
+    whole.clip = path;
+    return QmxClipPart::fromText(path).value_or(whole);
+}
+
+} // namespace
 
 std::optional<StreamReaderSource> StreamReaderSource::fromDesc(const QVariant &desc)
 {
@@ -11,7 +21,8 @@ std::optional<StreamReaderSource> StreamReaderSource::fromDesc(const QVariant &d
     if (desc.metaType() == QMetaType::fromType<QString>()) {
         const QString path = desc.toString();
         if (path.isEmpty()) return std::nullopt;
-        source.entries.append({path.section(QLatin1Char('/'), -1), path, 0, 0});
+        const QmxClipPart part = partOf(path);
+        source.entries.append({path.section(QLatin1Char('/'), -1), part.clip, 0, 0, part});
         source.listIndex.append(0);
         return source;
     }
@@ -23,18 +34,9 @@ std::optional<StreamReaderSource> StreamReaderSource::fromDesc(const QVariant &d
     for (int index = 0; index < list.size(); ++index) {
         const QmxPlayListEntry &entry = list.at(index);
         if (entry.length() == 0) continue;
-        source.entries.append(
-            {entry.name(), entry.desc().toString(), list.firstFrameOfEntry(index), entry.length()});
+        const QmxClipPart part = partOf(entry.desc().toString());
+        source.entries.append({entry.name(), part.clip, list.firstFrameOfEntry(index), entry.length(), part});
         source.listIndex.append(index);
     }
     return source;
-}
-
-int StreamReaderSource::entryOf(int frame) const
-{
-    if (!isList) return 0;
-    if (frame < 0 || frame >= length) return -1;
-    const auto after = std::upper_bound(entries.begin(), entries.end(), frame,
-                                        [](int value, const Entry &entry) { return value < entry.first; });
-    return int(after - entries.begin()) - 1;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/qmxclippart.h"
+
 #include <QList>
 #include <QString>
 #include <QVariant>
@@ -12,10 +14,11 @@ struct StreamReaderSource
 {
     struct Entry
     {
-        QString name;   ///< as the list calls it
-        QString path;   ///< empty: the list names no file
-        int first = 0;  ///< number of its first frame in the stream
-        int length = 0; ///< in frames; of a single clip not known before it is open
+        QString name;     ///< as the list calls it
+        QString path;     ///< empty: the list names no file
+        int first = 0;    ///< number of its first frame in the stream
+        int length = 0;   ///< in frames; of a single clip not known before it is open
+        QmxClipPart part; ///< which frames of the file; the whole of it unless isPart
     };
 
     QList<Entry> entries; ///< those without frames left out, but for a single clip
@@ -23,8 +26,7 @@ struct StreamReaderSource
     bool isList = false;
     int length = 0; ///< of the whole list
 
-    /// A path (QString) or a QmxPlayList; nothing for anything else, an empty path or an empty list.
+    /// A path (QString), which may name a part (QmxClipPart), or a QmxPlayList; nothing for anything else, an
+    /// empty path or an empty list.
     static std::optional<StreamReaderSource> fromDesc(const QVariant &desc);
-    /// The entry in which a frame of the stream lies (index into `entries`); -1 outside a list.
-    int entryOf(int frame) const;
 };

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One recorder plays what the other one is still recording.
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxtakesequel.h"
+#include "platform/qmx/stream/qmxstream.h"
+#include "tests/transport/transportrig.h"
+
+namespace {
+
+class OneOfTwo : public TransportRig
+{
+public:
+    using TransportRig::environment;
+    using TransportRig::files;
+    using TransportRig::framesRecorded;
+    using TransportRig::media;
+    using TransportRig::playbackDesc;
+    using TransportRig::recordDesc;
+    using TransportRig::reported;
+    using TransportRig::runUntilMode;
+    using TransportRig::startUp;
+    using TransportRig::vtr;
+
+    qint64 counter(QmxCounters::Row row) const { return environment.deck->counters.value(row); }
+    void TestBody() override {}
+};
+
+class LivePlay : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        allowLog("vtrobject", "but pending cue at");
+        recorder.startUp();
+        player.startUp();
+        recorder.recordDesc = recorder.media.file("take_001.mov");
+        recorder.vtr().record();
+        ASSERT_TRUE(Stepper::runUntil([this] { return recorder.framesRecorded() >= 150; }));
+        player.playbackDesc = recorder.recordDesc;
+    }
+
+    void order(QmxStartOrder::Place place, double seconds = 0)
+    {
+        QmxStartOrder order;
+        order.clip = player.playbackDesc.toString().section('/', -1);
+        order.place = place;
+        order.seconds = seconds;
+        player.environment.deck->startOrders.give(order);
+    }
+    bool runUntilFrame(qint64 frame)
+    {
+        return Stepper::runUntil([&] { return onOutput() >= frame; });
+    }
+    qint64 onOutput() const { return player.counter(QmxCounters::FrameOnOutput); }
+    /// What the output shows at each of the next ticks.
+    QList<qint64> show(int ticks)
+    {
+        QList<qint64> frames;
+        for (int i = 0; i < ticks; ++i) {
+            const qint64 tick = player.counter(QmxCounters::Ticks);
+            Stepper::runUntil([&] { return player.counter(QmxCounters::Ticks) != tick; });
+            frames.append(onOutput());
+        }
+        return frames;
+    }
+    /// Each tick shows the next frame, none is counted as missing, and the newest is not far.
+    void expectRunning(int ticks, int furthest)
+    {
+        qint64 before = onOutput();
+        for (const qint64 frame : show(ticks)) {
+            ASSERT_EQ(frame, before + 1);
+            before = frame;
+        }
+        EXPECT_EQ(player.counter(QmxCounters::FramesDroppedPlayback), 0);
+        EXPECT_LE(recorder.framesRecorded() - 1 - onOutput(), furthest);
+        EXPECT_GE(player.counter(QmxCounters::LiveDistance), 0);
+    }
+    bool isStill() { return player.reported().speedFlags().isStill(); }
+
+    OneOfTwo recorder, player;
+};
+
+constexpr int oneSecond = 25;
+
+} // namespace
+
+TEST_F(LivePlay, runsOnBehindTheNewestFrameFromWhereverItBegins)
+{
+    order(QmxStartOrder::Place::Live);
+    player.vtr().play(1.0);
+    ASSERT_TRUE(runUntilFrame(100));
+    Stepper::runMs(300);
+    expectRunning(200, oneSecond);
+
+    // Held, and let go later: where it goes on is told by where it stood.
+    player.vtr().still();
+    Stepper::runMs(2000);
+    player.vtr().play(1.0);
+    ASSERT_TRUE(runUntilFrame(onOutput() + 2));
+    expectRunning(50, 4 * oneSecond);
+
+    // From the newest frame it waits until it can run on; the wait is no drop.
+    player.vtr().cue(1'000'000);
+    Stepper::runMs(500);
+    EXPECT_GE(onOutput(), recorder.framesRecorded() - oneSecond) << "a picture is there at once";
+    player.vtr().play(1.0);
+    ASSERT_TRUE(runUntilFrame(onOutput() + 1));
+    expectRunning(100, oneSecond);
+    EXPECT_EQ(player.counter(QmxCounters::LiveWaits), 0);
+
+    // Steps and reverse work up to it.
+    player.vtr().step(-1);
+    Stepper::runMs(300);
+    const qint64 stepped = onOutput();
+    player.vtr().play(-1.0);
+    ASSERT_TRUE(Stepper::runUntil([&] { return onOutput() <= stepped - 20; }));
+
+    // Faster runs up to it and goes on frame by frame.
+    player.vtr().cue(0);
+    Stepper::runMs(300);
+    player.vtr().play(4.0);
+    ASSERT_TRUE(Stepper::runUntil([&] { return recorder.framesRecorded() - onOutput() < oneSecond + 5; }));
+    show(20);
+    expectRunning(100, oneSecond + 5);
+}
+
+TEST_F(LivePlay, aRecorderThatStallsIsWaitedForWithoutADrop)
+{
+    order(QmxStartOrder::Place::Live);
+    player.vtr().play(1.0);
+    ASSERT_TRUE(runUntilFrame(120));
+    recorder.files->stallNth(FaultyFiles::Fdatasync, 1, 2 * QmxClock::nsPerSecond);
+    Stepper::runMs(5000);
+    EXPECT_EQ(player.counter(QmxCounters::LiveWaits), 1);
+    expectRunning(50, 4 * oneSecond);
+}
+
+TEST_F(LivePlay, theEndOfTheTakeIsTheEndAndARolloverIsNot)
+{
+    const QString second = recorder.media.file("take_001_R2.mov");
+    QmxTakeSequel::instance().setFinder(
+        [second](const QString &path) { return path == second ? QStringList() : QStringList(second); });
+    order(QmxStartOrder::Place::Live);
+    player.vtr().play(1.0);
+    ASSERT_TRUE(runUntilFrame(120));
+    recorder.recordDesc = second;
+    ASSERT_TRUE(recorder.vtr().reopenRecordStream());
+    Stepper::runMs(100);
+    const int first = int(player.counter(QmxCounters::MaterialFrames));
+    expectRunning(4 * oneSecond, 1'000'000);
+    EXPECT_GT(player.counter(QmxCounters::MaterialFrames), first + 2 * oneSecond);
+    EXPECT_EQ(player.counter(QmxCounters::LiveWaits), 0);
+
+    recorder.vtr().standbyOff();
+    ASSERT_TRUE(recorder.runUntilMode(VtrMode::StandbyOff));
+    ASSERT_TRUE(Stepper::runUntil([&] { return isStill(); }));
+    EXPECT_EQ(player.counter(QmxCounters::MaterialGrows), 0);
+    EXPECT_EQ(onOutput(), player.counter(QmxCounters::MaterialFrames) - 1);
+    EXPECT_EQ(player.counter(QmxCounters::FramesDroppedPlayback), 0);
+    QmxTakeSequel::instance().setFinder({});
+}

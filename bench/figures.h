@@ -55,6 +55,8 @@ QList<Figure> benchMediumChange(int seconds);
 QList<Figure> benchMediumCheck(int seconds);
 // playbench.cpp
 QList<Figure> benchCue(int seconds);
+// livebench.cpp
+QList<Figure> benchLive(int seconds);
 // remotebench.cpp
 QList<Figure> benchRemote(int seconds);
 // monitorbench.cpp

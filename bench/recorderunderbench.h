@@ -25,6 +25,7 @@ public:
     ~RecorderUnderBench();
 
     void write(eParam_t id, unsigned value) { _config->setUInt(id, value); }
+    void writeText(eParam_t id, const QString &value) { _config->setString(id, value.toStdString()); }
     unsigned status() const;
     qint64 counter(const char *name);
     QString clipPath() const;

@@ -97,6 +97,7 @@ ExitCode ctlSet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlParams(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSettings(Recorder &, const Report &, const Arguments &); // settingscommand.cpp
 // The play list (listcommand.cpp)
+ExitCode ctlEdl(Recorder &recorder, const Report &report, const Arguments &arguments);
 ExitCode ctlList(Recorder &, const Report &, const Arguments &);
 // The machine and the figures (doctorcommand.cpp, metricscommands.cpp, picturecommand.cpp)
 ExitCode ctlDoctor(const Report &, const Arguments &);

@@ -61,6 +61,12 @@ std::span<const CommandRow> ctlCommands()
         ofVerb(transport, "next", "no-wait force"),
         ofVerb(transport, "prev", "no-wait force"),
         ofVerb(transport, "clip", "no-wait force", {"NAME"}),
+        ofVerb(transport, "live", "no-wait force", {"SECONDS"}),
+        ofVerb(transport, "replay", "no-wait force", {"SPEED"}),
+        ofVerb(transport, "angle", "no-wait force", {"CLIP"}),
+        ofVerb(transport, "mark", "", {"WHAT", "WHERE", "CLIP"}),
+        ofVerb(transport, "unmark", "", {"WHAT", "CLIP"}),
+        ofVerb(transport, "marks", "", {"CLIP"}),
 
         {clips, "clips", "list the clips of the active medium", {}, "all", Needs::Store, ctlClips},
         {clips, "info", "show what a clip is: format, length, timecode, size, sound, reel",
@@ -70,6 +76,9 @@ std::span<const CommandRow> ctlCommands()
           {"ENTRY", "add: clips, and behind them the place to put them (else the end); move: from and to; remove: "
            "places, counted from 0", false, "@clips", true}},
          "", Needs::Store, ctlList},
+        {clips, "edl", "write the play list, or the marks of a clip, as an edit decision list (CMX 3600), or read them from one",
+         {{"ACTION", "save or load", true, "save load"}, {"FILE", "its name", true, "@files"},
+          {"CLIP", "whose marks; else it is the play list", false, "@clips"}}, "", Needs::Store, ctlEdl},
         {clips, "media", "list the media with their room and how long one can still record", {}, "", Needs::Store, ctlMedia},
         ofVerb(clips, "copy", "no-wait", {"CLIP", "MEDIUM"}),
         ofVerb(clips, "verify", "all no-wait", {"CLIP"}),

@@ -2,6 +2,8 @@
 // list: the play list, which is one parameter of the store.
 #include "companions/ctl/commands.h"
 
+#include "platform/control/playlist.h"
+#include "platform/qmx/clip/qmxclippart.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/storelock.h"
@@ -33,7 +35,8 @@ void show(const Recorder &recorder, const Report &report, const QStringList &nam
     QJsonArray entries;
     QString text;
     for (qsizetype i = 0; i < names.size(); ++i) {
-        const bool isThere = !folder.isEmpty() && QFileInfo(folder + "/" + names[i]).isFile();
+        const auto part = QmxClipPart::fromText(names[i]);
+        const bool isThere = part && !folder.isEmpty() && QFileInfo(folder + "/" + part->clip).isFile();
         entries.append(QJsonObject{{"place", int(i)}, {"name", names[i]}, {"present", isThere}});
         text += QStringLiteral("%1  %2%3\n")
                     .arg(i, 4)
@@ -78,10 +81,12 @@ Change add(const Recorder &recorder, QStringList names, std::vector<std::string>
         entries.pop_back();
     }
     for (const std::string &entry : entries) {
-        const QString name = QString::fromStdString(entry);
-        if (!recorder.isClip(name))
-            return {{}, ExitCode::Refused, recorder.whyNoClip(name), "`xpctl clips` lists those there are"};
-        names.insert((*place)++, name);
+        QString why;
+        const auto kept = PlayList::entryFor(recorder, QString::fromStdString(entry), why);
+        if (!kept)
+            return {
+                {}, ExitCode::Refused, why, "`xpctl clips` lists those there are; a part is CLIP[FROM-TO)"};
+        names.insert((*place)++, *kept);
     }
     return {names};
 }

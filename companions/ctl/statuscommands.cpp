@@ -70,6 +70,9 @@ QString playText(const DeckState &deck)
     if (deck.speed != 0 && deck.speed != 1) text += QStringLiteral("  x%1").arg(deck.speed);
     text += deck.length > 0 ? QStringLiteral("  frame %1 of %2").arg(deck.frame).arg(deck.length)
                             : QStringLiteral("  frame %1").arg(deck.frame);
+    if (deck.grows && deck.rate > 0)
+        return text + QStringLiteral(", %1 s behind the newest")
+                          .arg(double(deck.liveDistance) / deck.rate, 0, 'f', 1);
     const qint64 left = deck.speed < 0 ? deck.frame : deck.length - 1 - deck.frame;
     if (deck.speed != 0 && deck.length > 0 && deck.rate > 0 && left >= 0)
         text +=
@@ -155,6 +158,8 @@ QJsonObject objectOf(const DeckState &deck, const std::optional<QmxPreviewPictur
             {"tick", deck.tick},
             {"frame", deck.frame},
             {"list_entry", deck.listEntry},
+            {"grows", deck.grows},
+            {"live_distance", deck.liveDistance},
             {"playback_source", deck.playbackSource},
             {"loop_playback", loops},
             {"take_frames", deck.clipFrames},
@@ -335,11 +340,15 @@ ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &arg
     int index = 0;
     for (const Clip &clip : finder.findClips(true, false, true)) {
         const QString name = QString::fromStdString(clip.getName());
-        list.append(QJsonObject{{"index", index}, {"name", name}, {"frames", clip.getFrameCount()}});
-        text += QStringLiteral("%1  %2  %3 frames\n")
+        const bool grows =
+            !clip.isClosed() && QmxClipReader::isBeingRecorded(QString::fromStdString(clip.getPath()));
+        list.append(QJsonObject{
+            {"index", index}, {"name", name}, {"frames", clip.getFrameCount()}, {"grows", grows}});
+        text += QStringLiteral("%1  %2  %3 frames%4\n")
                     .arg(index, 4)
                     .arg(inOneLine(name), -32)
-                    .arg(clip.getFrameCount());
+                    .arg(clip.getFrameCount())
+                    .arg(grows ? QStringLiteral(", grows: it is being recorded") : QString());
         ++index;
     }
     const QString path = recorder.text(eParam_ActiveMediaPath);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/mediad/orderrules.h"
 
+#include "platform/qmx/clip/qmxclippart.h"
+
 #include <algorithm>
 
 namespace {
@@ -18,9 +20,11 @@ std::string whyInUse(const MediaOrder &order, const MediaParameters &is)
 {
     const bool plays = is.daemonRuns && is.status != TransportStatus::Stopped &&
                        is.status != TransportStatus::Recording && is.status != TransportStatus::ShutDown;
+    const auto part = QmxClipPart::fromText(QString::fromStdString(is.currentClip));
+    const std::string current = part ? part->clip.toStdString() : is.currentClip;
     const bool isPlayed = plays && (order.verb == "delete" || order.verb == "rename") &&
                           is.active == order.from &&
-                          (is.playbackSource != PlaybackSource::CurrentClip || is.currentClip == order.clip);
+                          (is.playbackSource != PlaybackSource::CurrentClip || current == order.clip);
     return isPlayed ? order.clip + " is in use: the transport plays from it; stop it first" : std::string();
 }
 
@@ -31,8 +35,9 @@ std::string whyRefused(const MediaOrder &order, const std::vector<Medium> &media
     if (order.verb == "verify") return {}; // also one that is being recorded
     if (!from->holds(order.clip)) {
         return order.clip +
-               (from->beingRecorded || !from->growing.empty() ? " is being recorded, or there is no such clip on "
-                                    : ": there is no such clip on ") +
+               (from->beingRecorded || !from->growing.empty()
+                    ? " is being recorded, or there is no such clip on "
+                    : ": there is no such clip on ") +
                from->path;
     }
     if (order.verb == "copy") {

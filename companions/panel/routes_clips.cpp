@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The clips of the active medium: lists, what is known of one, the files themselves.
 #include "companions/panel/panel.h"
+#include "platform/control/marksof.h"
 #include "platform/product/clipfinder.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 
@@ -44,6 +45,7 @@ struct Listed
     QString name;
     QString path;
     int frames;
+    bool isClosed;
 };
 
 /// What the file itself says: its size, when it was written, whether it is kept from being deleted.
@@ -58,7 +60,8 @@ void addFile(QJsonObject &object, const QString &path)
 
 QJsonObject listedObject(const Listed &clip)
 {
-    QJsonObject object{{"index", clip.index}, {"name", clip.name}, {"frames", clip.frames}};
+    const bool grows = !clip.isClosed && QmxClipReader::isBeingRecorded(clip.path);
+    QJsonObject object{{"index", clip.index}, {"name", clip.name}, {"frames", clip.frames}, {"grows", grows}};
     addFile(object, clip.path);
     return object;
 }
@@ -154,7 +157,8 @@ void getClips(Panel &panel, const HttpCall &call, Respond respond)
         for (const Clip &clip : finder.findClips(true, false, true)) {
             const QString name = QString::fromStdString(clip.getName());
             if (name.contains(filter, Qt::CaseInsensitive))
-                all.push_back({index, name, QString::fromStdString(clip.getPath()), clip.getFrameCount()});
+                all.push_back({index, name, QString::fromStdString(clip.getPath()), clip.getFrameCount(),
+                               clip.isClosed()});
             ++index;
         }
         std::stable_sort(all.begin(), all.end(), *order);
@@ -179,6 +183,10 @@ void getClip(Panel &panel, const HttpCall &call, Respond respond)
         QJsonObject object = describe(info);
         object["name"] = name;
         object["path"] = path;
+        object["grows"] = !info.closed && !info.foreign && QmxClipReader::isBeingRecorded(path);
+        QString told;
+        object["marks"] = marksObject(ClipMarksFile::read(path, told), info);
+        if (!told.isEmpty()) object["told"] = told;
         addFile(object, path);
         return jsonReply(object);
     });

@@ -251,4 +251,7 @@ void DeckMemory::fill(DeckState &state)
     state.droppedCapture = value("frames_dropped_capture");
     state.droppedPlayback = value("frames_dropped_playback");
     state.lateTicks = value("late_ticks");
+    state.grows = value("material_grows") != 0;
+    state.liveDistance = state.grows ? value("live_distance") : -1;
+    if (state.grows) state.length = value("material_frames");
 }

@@ -23,6 +23,8 @@ constexpr DeckField rows[] = {
     {"tick", "integer", "", true, "of the device's clock", [](const DeckState &s) { return QJsonValue(s.tick); }},
     {"frame", "integer", "frames", true, "position: number of the frame on the output", [](const DeckState &s) { return QJsonValue(s.frame); }},
     {"length", "integer", "frames", false, "of the clip that is played; 0: not known", [](const DeckState &s) { return QJsonValue(s.length); }},
+    {"grows", "boolean", "", false, "somebody still records the clip that is played", [](const DeckState &s) { return QJsonValue(s.grows); }},
+    {"live_distance", "integer", "frames", true, "from the output to the newest frame of the clip that grows; -1: none grows", [](const DeckState &s) { return QJsonValue(s.liveDistance); }},
     {"list_entry", "integer", "", false, "entry of the play list on the output; -1: none", [](const DeckState &s) { return QJsonValue(s.listEntry); }},
     {"take_frames", "integer", "frames", true, "accepted for the take", [](const DeckState &s) { return QJsonValue(s.clipFrames); }},
     {"recorded_up_to", "integer", "frames", true, "of the take that survive a power cut", [](const DeckState &s) { return QJsonValue(s.recordedUpTo); }},

@@ -23,6 +23,8 @@ struct DeckState
     qint64 droppedPlayback = 0;
     qint64 lateTicks = 0;
     qint64 listEntry = -1;
+    bool grows = false;
+    qint64 liveDistance = -1;
     QString timecode;
     QString inputTimecode;
     bool dropFrame = false;

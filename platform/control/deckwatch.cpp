@@ -2,6 +2,7 @@
 #include "platform/control/deckwatch.h"
 
 #include "platform/control/deckparts.h"
+#include "platform/qmx/clip/qmxclippart.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
@@ -161,7 +162,11 @@ DeckState DeckWatch::Private::compose()
     parameters.fill(state, environment.clock->wallTime() / ms);
     state.storeProblem = QString::fromStdString(config->storeState());
     askForLength(state);
-    state.length = state.isRecording() ? state.clipFrames : length.load();
+    if (!state.isInPlay()) state.grows = false;
+    if (!state.grows) {
+        state.liveDistance = -1;
+        state.length = state.isRecording() ? state.clipFrames : length.load();
+    }
     return state;
 }
 
@@ -175,8 +180,11 @@ void DeckWatch::Private::askForLength(const DeckState &state)
     const bool isClip = !state.clip.isEmpty() && !state.path.isEmpty() && !state.isRecording();
     const bool isAsked = !isClip || clipThread.post([this, file] {
         QmxClipInfo info;
-        const bool isRead = !QmxClipReader::probe(file, info, environment).isError();
-        length = isRead ? info.frames : 0;
+        QmxClipPart::Range range;
+        const auto part = QmxClipPart::fromText(file);
+        const bool isRead = part && !QmxClipReader::probe(part->clip, info, environment).isError() &&
+                            !part->resolve(info, range).isError();
+        length = isRead ? range.frames() : 0;
         measureAgain = isRead ? 0 : environment.clock->now() + daemonLook;
         wake.interrupt();
     });

@@ -2,6 +2,8 @@
 #include "platform/control/playlist.h"
 
 #include "platform/control/recorder.h"
+#include "platform/qmx/clip/qmxclippart.h"
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/store/storelock.h"
 
 #include <QCryptographicHash>
@@ -23,17 +25,48 @@ PlayList PlayList::read(const Recorder &recorder)
     PlayList list;
     list._revision = revisionOf(text);
     for (const QString &name : text.split('\n', Qt::SkipEmptyParts)) {
-        const bool isThere = !folder.isEmpty() && QFileInfo(folder + "/" + name).isFile();
+        const auto part = QmxClipPart::fromText(name);
+        const bool isThere = part && !folder.isEmpty() && QFileInfo(folder + "/" + part->clip).isFile();
         list._entries.append({int(list._entries.size()), name, isThere});
     }
     return list;
 }
 
-Answer PlayList::write(Recorder &recorder, const QStringList &names, const QString &revision)
+std::optional<QString> PlayList::entryFor(const Recorder &recorder, const QString &text, QString &why)
 {
-    if (names.size() > mostEntries)
+    if (!recorder.isClip(text)) {
+        why = recorder.whyNoClip(text);
+        return {};
+    }
+    auto part = QmxClipPart::fromText(text);
+    if (!part || !part->isPart) return text;
+    QmxClipInfo info;
+    QmxClipPart::Range range;
+    QmxError error = QmxClipReader::probe(recorder.text(eParam_ActiveMediaPath) + '/' + part->clip, info,
+                                          recorder.environment());
+    if (!error.isError()) error = part->resolve(info, range);
+    if (error.isError()) {
+        why = error.toString();
+        return {};
+    }
+    part->from = QString::number(range.first);
+    if (!part->to.isEmpty()) part->to = QString::number(range.end);
+    return part->toText();
+}
+
+Answer PlayList::write(Recorder &recorder, const QStringList &wanted, const QString &revision)
+{
+    if (wanted.size() > mostEntries)
         return Answer::refused(Cause::Argument, "wrong_argument",
                                QStringLiteral("a play list has at most %1 entries").arg(mostEntries));
+    // A clip may come later; a part that makes no sense now never will.
+    QStringList names;
+    for (const QString &entry : wanted) {
+        QString why;
+        const auto kept = entry.endsWith(')') ? entryFor(recorder, entry, why) : std::optional(entry);
+        if (!kept) return Answer::refused(Cause::Argument, "wrong_argument", why);
+        names.append(*kept);
+    }
     StoreLock lock(lockPath);
     if (!lock.acquire(lockWithin, nullptr) && lock.error() == EWOULDBLOCK)
         return Answer::refused(Cause::Busy, "busy", "another program is changing the play list", "try again");

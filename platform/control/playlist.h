@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 class Recorder;
 
 /// The play list: one parameter of the store, with a revision by which two who change it at once find each
@@ -26,6 +28,9 @@ public:
     static PlayList read(const Recorder &recorder);
     /// Replaces the list, if it still has that revision (empty: whatever it has).
     static Answer write(Recorder &recorder, const QStringList &names, const QString &revision);
+    /// An entry as the list keeps it: of a part (QmxClipPart) by the frames that it is now. Nothing, and why,
+    /// when there is no such clip or no such part of it. Asks the disk.
+    static std::optional<QString> entryFor(const Recorder &recorder, const QString &text, QString &why);
     /// What a list of this text has as its revision.
     static QString revisionOf(const QString &text);
 

@@ -3,6 +3,7 @@
 
 #include "platform/control/access.h"
 #include "platform/product/shmstring.h"
+#include "platform/qmx/clip/qmxclippart.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
@@ -260,10 +261,13 @@ bool Recorder::forgetInterrupt()
 
 bool Recorder::isClip(const QString &name) const
 {
-    const QFileInfo file(text(eParam_ActiveMediaPath) + "/" + name);
+    const auto part = QmxClipPart::fromText(name);
+    if (!part || name.isEmpty() || name.contains('/') || name.contains('\n')) return false;
+    const QFileInfo file(text(eParam_ActiveMediaPath) + "/" + part->clip);
     QmxClipInfo info;
-    return !name.isEmpty() && !name.contains('/') && !name.contains('\n') && file.isFile() &&
-           !QmxClipReader::probe(file.filePath(), info, _environment).isError();
+    QmxClipPart::Range range;
+    return file.isFile() && !QmxClipReader::probe(file.filePath(), info, _environment).isError() &&
+           !part->resolve(info, range).isError();
 }
 
 QString Recorder::whyUnplayable(const QString &path) const
@@ -295,12 +299,20 @@ QString Recorder::whyNoClip(const QString &name) const
     if (folder.isEmpty()) {
         return QStringLiteral("there is no clip %1: no medium is active").arg(name);
     }
-    const QFileInfo file(folder + "/" + name);
+    const auto part = QmxClipPart::fromText(name);
+    if (!part)
+        return QStringLiteral("%1 is no part of a clip: write CLIP[FROM-TO), with frame numbers or timecodes")
+            .arg(name);
+    const QFileInfo file(folder + "/" + part->clip);
     if (name.isEmpty() || name.contains('/') || !file.exists()) {
-        return QStringLiteral("there is no clip %1 on %2").arg(name.isEmpty() ? "''" : name, folder);
+        return QStringLiteral("there is no clip %1 on %2").arg(name.isEmpty() ? "''" : part->clip, folder);
     }
     if (const QString why = whyUnplayable(file.filePath()); !why.isEmpty())
-        return QStringLiteral("%1 lies on %2, but cannot be played: %3").arg(name, folder, why);
+        return QStringLiteral("%1 lies on %2, but cannot be played: %3").arg(part->clip, folder, why);
+    QmxClipInfo info;
+    QmxClipPart::Range range;
+    QmxClipReader::probe(file.filePath(), info, _environment);
+    if (const QmxError error = part->resolve(info, range); error.isError()) return error.toString();
     return QStringLiteral("%1 lies on %2, but is not in the list that is played").arg(name, folder);
 }
 

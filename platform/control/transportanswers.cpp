@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/transportanswers.h"
 
+#include "platform/qmx/clip/qmxclippart.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxtimecode.h"
@@ -106,23 +107,29 @@ std::optional<Answer> outsideMaterial(const Recorder &recorder, const QString &w
     constexpr unsigned currentClip = 0;
     if (recorder.number(eParam_PlaybackSource) != currentClip) return {};
     const QString name = recorder.clip();
+    const auto part = QmxClipPart::fromText(name);
     QmxClipInfo info;
-    const QString path = recorder.text(eParam_ActiveMediaPath) + "/" + name;
-    if (QmxClipReader::probe(path, info, recorder.environment()).isError() || info.frames < 1) return {};
+    QmxClipPart::Range range;
+    if (!part ||
+        QmxClipReader::probe(recorder.text(eParam_ActiveMediaPath) + "/" + part->clip, info,
+                             recorder.environment())
+            .isError() ||
+        part->resolve(info, range).isError() || range.frames() < 1)
+        return {};
     const auto refused = [](const QString &sentence, const QString &advice) {
         return Answer::refused(Cause::Deck, "outside", sentence, advice);
     };
-    const qint64 last = info.frames - 1;
+    const qint64 last = range.frames() - 1;
     const QString frames = QStringLiteral("its frames are 0 to %1").arg(last);
     bool isFrame = false;
     const unsigned frame = where.toUInt(&isFrame);
     if (isFrame && qint64(frame) <= last) return {};
     if (isFrame) return refused(QStringLiteral("%1 has no frame %2").arg(name).arg(frame), frames);
     if (!info.timecodeAt(0).isValid()) return refused(QStringLiteral("%1 has no timecode").arg(name), frames);
-    const QmxTimecode wanted(where);
-    for (qint64 i = 0; i <= last; ++i)
-        if (info.timecodeAt(i).timecodeMatches(wanted)) return {};
-    return refused(QStringLiteral("%1 has no frame at %2").arg(name, where),
-                   QStringLiteral("its timecodes are %1 to %2, %3")
-                       .arg(info.timecodeAt(0).toString(), info.timecodeAt(last).toString(), frames));
+    const auto found = QmxClipPart::frameAt(info, where);
+    if (found && *found >= range.first && *found < range.end) return {};
+    return refused(
+        QStringLiteral("%1 has no frame at %2").arg(name, where),
+        QStringLiteral("its timecodes are %1 to %2, %3")
+            .arg(info.timecodeAt(range.first).toString(), info.timecodeAt(range.end - 1).toString(), frames));
 }

@@ -109,6 +109,14 @@ Answer performNext(const VerbCall &);
 Answer performPrevious(const VerbCall &);
 Answer performClip(const VerbCall &);
 Answer performShutDown(const VerbCall &);
+// What is still being recorded, and parts (verbs_replay.cpp)
+Answer performLive(const VerbCall &);
+Answer performReplay(const VerbCall &);
+Answer performAngle(const VerbCall &);
+// Marks (verbs_marks.cpp)
+Answer performMark(const VerbCall &);
+Answer performUnmark(const VerbCall &);
+Answer performMarks(const VerbCall &);
 // Files (verbs_files.cpp)
 Answer performCopy(const VerbCall &);
 Answer performProtect(const VerbCall &);

@@ -11,6 +11,7 @@
 #include <QJsonDocument>
 #include <QRegularExpression>
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <unistd.h>
@@ -158,10 +159,18 @@ Answer performRename(const VerbCall &call)
     const std::string before = clip.substr(clip.rfind('/') + 1);
     const QString old = QString::fromStdString(before);
     const QString now = QString::fromStdString(newName(call, before));
-    if (recorder.text(eParam_CurrentClip) == old) recorder.write(eParam_CurrentClip, now);
-    QStringList entries = recorder.text(eParam_PlayList).split('\n');
-    if (!entries.contains(old)) return answer;
-    entries.replaceInStrings(QRegularExpression('^' + QRegularExpression::escape(old) + '$'), now);
+    // A part of it keeps its frames.
+    const QRegularExpression named('^' + QRegularExpression::escape(old) + "(\\[[^\\[]*\\))?$");
+    const auto renamed = [&](QString text) {
+        const QRegularExpressionMatch match = named.match(text);
+        return match.hasMatch() ? now + match.captured(1) : text;
+    };
+    const QString current = recorder.text(eParam_CurrentClip);
+    if (renamed(current) != current) recorder.write(eParam_CurrentClip, renamed(current));
+    const QStringList before = recorder.text(eParam_PlayList).split('\n');
+    QStringList entries;
+    std::transform(before.begin(), before.end(), std::back_inserter(entries), renamed);
+    if (entries == before) return answer;
     recorder.write(eParam_PlayList, entries.join('\n'));
     recorder.write(eParam_PlayListChanged, 1U);
     return answer;

@@ -2,6 +2,7 @@
 #include "platform/product/cliplisting.h"
 
 #include "platform/product/clipscan.h"
+#include "platform/qmx/clip/qmxclippart.h"
 
 #include <algorithm>
 #include <ctime>
@@ -38,6 +39,17 @@ qint64 stampClock()
     return nanoseconds(now);
 }
 
+/// How many frames a part has of what is there now. Timecodes cannot be told without the file: a list has
+/// frame numbers by the time it is kept.
+int framesOf(const QmxClipPart &part, const Clip &clip)
+{
+    bool hasFirst = part.from.isEmpty();
+    bool hasEnd = part.to.isEmpty();
+    const qint64 first = hasFirst ? 0 : part.from.toUInt(&hasFirst);
+    const qint64 end = hasEnd ? clip.getFrameCount() : part.to.toUInt(&hasEnd);
+    return hasFirst && hasEnd ? int(std::min<qint64>(end, clip.getFrameCount()) - first) : 0;
+}
+
 } // namespace
 
 std::optional<ClipListing> takeClipListing(const std::string &folder, ClipSource &source)
@@ -68,7 +80,15 @@ std::vector<Clip> clipsOfPlayList(const std::vector<Clip> &clips, const std::str
         byName.emplace(clip.getName(), &clip);
     std::vector<Clip> listed;
     std::istringstream lines(names);
-    for (std::string name; std::getline(lines, name);)
-        if (const auto found = byName.find(name); found != byName.end()) listed.push_back(*found->second);
+    for (std::string name; std::getline(lines, name);) {
+        const auto part = QmxClipPart::fromText(QString::fromStdString(name));
+        const auto found = byName.find(part ? part->clip.toStdString() : name);
+        if (found == byName.end()) continue;
+        const Clip &clip = *found->second;
+        if (!part || !part->isPart)
+            listed.push_back(clip);
+        else if (const int frames = framesOf(*part, clip); frames > 0)
+            listed.emplace_back(name, clip.getPath(), frames, clip.getRecordedAt(), clip.isClosed());
+    }
     return listed;
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/eparamreplay.h"
 #include "platform/store/paramrow.h"
 #include "platform/store/values.h"
 

@@ -3,6 +3,10 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "tests/stream/streamrig.h"
 
+#include <QFile>
+
+#include <algorithm>
+
 namespace {
 
 QList<int> row(int first, int count, int step = 1)
@@ -128,13 +132,67 @@ TEST(RecordAndPlay, aGrowingClipBecomesLonger)
     EXPECT_EQ(player.stream.info().length(), 30);
     EXPECT_EQ(player.play(29), row(0, 29));
     ASSERT_TRUE(Stepper::runUntil([&player] { return player.cache.framesInCache() > 0; }));
-    EXPECT_TRUE(player.cache.peek().meta().value(QmxId(10)).toBool());
+    EXPECT_FALSE(player.cache.peek().meta().value(QmxId(10)).toBool()) << "it has no end yet";
+
+    // What nobody records any more has one, finished or not.
+    StreamRig other;
+    const QString left = dir.file("left.mov");
+    ASSERT_TRUE(QFile::copy(path, left));
+    ASSERT_EQ(other.openForRead(left), 0);
+    other.cache.seekToLastFrame();
+    EXPECT_TRUE(other.cache.peek().meta().value(QmxId(10)).toBool());
+
     recorder.record(30, 20);
     ASSERT_TRUE(Stepper::runUntil([&player] { return player.stream.info().length() == 50; }));
-    EXPECT_FALSE(player.cache.peek().meta().value(QmxId(10)).toBool()) << "the last frame is another one now";
     EXPECT_EQ(player.play(21), row(29, 21));
-    EXPECT_TRUE(player.cache.atEndOfStream());
+    EXPECT_EQ(player.cache.framesInCache(), 0);
+    EXPECT_FALSE(player.cache.atEndOfStream()) << "it waits for the next frame";
+    EXPECT_FALSE(player.cache.peek().meta().value(QmxId(10)).isValid());
+    player.cache.seek(1000);
+    EXPECT_EQ(player.cache.position(), 49) << "nobody is beyond the newest frame";
+    player.cache.seek(50 - 1);
     recorder.record(50, 5);
     recorder.close();
-    EXPECT_EQ(player.play(5), row(50, 5));
+    EXPECT_EQ(player.play(6), row(49, 6));
+    EXPECT_TRUE(player.cache.atEndOfStream());
+    player.cache.seekToLastFrame();
+    EXPECT_TRUE(player.cache.peek().meta().value(QmxId(10)).toBool());
+}
+
+TEST(RecordAndPlay, partsOfClipsHaveExactlyTheirFrames)
+{
+    const TestDir dir;
+    const QString path = dir.file("clip.mov");
+    makeClip(path, 60);
+    QmxPlayList list;
+    list.append(listEntry(path + "[10-20)", 10));
+    list.append(listEntry(path + "[10:00:02:05-)", 5));
+    list.append(listEntry(path, 3));
+    const QList<int> forward = row(10, 10) + row(55, 5) + row(0, 3);
+    StreamRig rig;
+    ASSERT_EQ(rig.openForRead(QVariant::fromValue(list)), 0);
+    EXPECT_EQ(rig.stream.info().length(), 18);
+    for (int i = 0; i < forward.size(); ++i) {
+        ASSERT_TRUE(Stepper::runUntil([&rig] { return rig.cache.framesInCache() > 0; }));
+        const QmxFrame frame = rig.cache.read();
+        EXPECT_EQ(numberOf(frame), forward[i]);
+        EXPECT_EQ(timecodeOf(frame), forward[i]);
+        EXPECT_EQ(frame.auds().constFirst().data()[0], (forward[i] + 1) << 8);
+        EXPECT_EQ(frame.meta().value(QmxId(1)).toInt(), i);
+    }
+    rig.cache.seekToLastFrame();
+    rig.cache.setSpeed(-1.0);
+    QList<int> backward = forward;
+    std::reverse(backward.begin(), backward.end());
+    EXPECT_EQ(rig.play(18), backward);
+    rig.close();
+    rig.cache.setSpeed(1.0);
+
+    ASSERT_EQ(rig.openForRead(path + "[5-8)"), 0);
+    EXPECT_EQ(rig.stream.info().length(), 3);
+    EXPECT_EQ(rig.play(3), row(5, 3));
+    EXPECT_TRUE(rig.cache.atEndOfStream());
+    expectLog("streamreader", "cannot be opened");
+    for (const char *bad : {"[60-80)", "[8-5)", "[8-8)", "[0-61)", "[09:00:00:00-)", "[x-)"})
+        EXPECT_NE(rig.openForRead(path + bad), 0) << bad;
 }

@@ -277,6 +277,8 @@ QmxError LumenEngine::writeFrame(const QmxFrame &frame)
         return {EAGAIN, QStringLiteral("The playback queue of the video device is full")};
     if (_playback.write(frame, _asked.outputLut(), _environment.clock->now()))
         push(DeviceEvent::PlaybackDropped, _playback.newestRun());
+    // At once: whoever writes looks at it between two frames.
+    _environment.deck->counters.set(QmxCounters::PlaybackQueue, _playback.frames());
     postDecoding();
     return {};
 }

@@ -305,6 +305,7 @@ void LumenEngine::count(const CardInput &seen, const QmxOutputFrame &output) con
     counters->set(QmxCounters::CaptureQueue, _capture.size());
     counters->set(QmxCounters::PlaybackQueue, _playback.frames());
     if (!_playing) {
+        counters->set(QmxCounters::LiveDistance, -1);
         counters->add(QmxCounters::FramesIn);
         return;
     }

@@ -18,8 +18,10 @@ void StreamLiveEdge::begin(bool growing, int length, double rate)
     if (rate > 0) _rate = rate;
 }
 
-void StreamLiveEdge::grew(bool growing, int length, qint64 now)
+void StreamLiveEdge::grew(bool growing, int length, bool isDry, qint64 now)
 {
+    // The end that is seen only now was waited for as well.
+    if (_growing && !growing && isDry && _began) _waited = true;
     if (length > _length) {
         _grewAt = now;
         _grown = true;
@@ -30,7 +32,7 @@ void StreamLiveEdge::grew(bool growing, int length, qint64 now)
 
 void StreamLiveEdge::restart()
 {
-    _flows = _paced = _began = _waited = false;
+    _flows = _paced = _began = false;
 }
 
 int StreamLiveEdge::framesIn(qint64 time) const

@@ -20,7 +20,8 @@ public:
 
     /// A stream has been opened.
     void begin(bool growing, int length, double rate);
-    void grew(bool growing, int length, qint64 now);
+    /// `isDry`: everything before has been played, and nothing waits in the device.
+    void grew(bool growing, int length, bool isDry, qint64 now);
     /// Playback goes on from another place, or at another speed.
     void restart();
 

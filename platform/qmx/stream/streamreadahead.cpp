@@ -34,7 +34,8 @@ void StreamReadAhead::setSize(int frames)
 
 void StreamReadAhead::setSpeed(double speed)
 {
-    if (speed != _speed) _edge.restart();
+    if (speed == _speed) return;
+    _edge.restart();
     _speed = speed;
     _cadence.setSpeed(speed, end());
     fill();
@@ -53,6 +54,13 @@ void StreamReadAhead::begin()
     go(0);
     _origin = _environment.deck->playhead.openBegins();
     _environment.deck->playhead.setPosition(0);
+}
+
+void StreamReadAhead::closed()
+{
+    _frames.clear();
+    _environment.deck->counters.set(QmxCounters::MaterialFrames, 0);
+    _environment.deck->counters.set(QmxCounters::MaterialGrows, 0);
 }
 
 void StreamReadAhead::opened()
@@ -155,7 +163,7 @@ int StreamReadAhead::loaded()
 {
     if (!isReading()) return 0;
     const bool still = _environment.deck->playhead.isStill();
-    if (_live && _speed == 1.0 && !still) joinLive();
+    if (_live && _speed == 1.0 && !still && !joinLive()) return 0;
     if (isBeforeStart()) return 0;
     int count = 0;
     const QList<int> upcoming = _cadence.upcoming(_size, end());
@@ -174,14 +182,16 @@ int StreamReadAhead::inDevice() const
 }
 
 /// Playback at normal speed begins where it was sent to be near the newest frame: there has become elsewhere
-/// since. When the next flush comes is known once one has come.
-void StreamReadAhead::joinLive()
+/// since. When the next flush comes is known once one has come; false: not yet.
+bool StreamReadAhead::joinLive()
 {
-    if (_edge.isGrowing() && !_edge.hasGrown()) return;
+    if (_edge.isGrowing() && !_edge.hasGrown()) return false;
     const Live live = *std::exchange(_live, std::nullopt);
-    if (!_edge.isGrowing()) return;
-    go(liveFrame(live.seconds));
-    moved();
+    if (_edge.isGrowing()) {
+        go(liveFrame(live.seconds));
+        moved();
+    }
+    return true;
 }
 
 int StreamReadAhead::liveFrame(double seconds) const
@@ -289,7 +299,8 @@ void StreamReadAhead::grown()
 {
     if (!isReading()) return;
     const StreamReader *reader = _stream->reader();
-    _edge.grew(reader->isGrowing(), reader->length(), _environment.clock->now());
+    const bool isDry = position() >= _length && inDevice() == 0;
+    _edge.grew(reader->isGrowing(), reader->length(), isDry, _environment.clock->now());
     tellLength();
     for (auto item = _frames.begin(); item != _frames.end(); ++item) {
         const bool last = item.key() == _length - 1 && !_edge.isGrowing();

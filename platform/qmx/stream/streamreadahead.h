@@ -36,7 +36,7 @@ public:
     void opened();
     void openFailed();
     void openDelivered();
-    void closed() { _frames.clear(); }
+    void closed();
     void forgetSeek() { _kept.reset(); }
 
     bool isReading() const;
@@ -75,7 +75,7 @@ private:
     int first() const { return _part ? int(_part->first) : 0; }
     int end() const { return _part ? int(qMin<qint64>(_part->end, _length)) : _length; }
     void apply(const QmxStartOrder &order);
-    void joinLive();
+    bool joinLive();
     int liveFrame(double seconds) const;
     void go(int frame);
     int inDevice() const;

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A clip that somebody else records on the same medium, played while it grows.
+#include "bench/benchclip.h"
+#include "bench/figures.h"
+#include "bench/recorderunderbench.h"
+
+#include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipwriter.h"
+#include "platform/qmx/core/qmxstartorder.h"
+#include "platform/store/eparamreplay.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+constexpr int rate = 25;
+constexpr int takeSeconds = 8;
+
+/// Another recorder, as far as the medium knows it: a take of the frames of a closed clip, over and over, at
+/// their rate and with the recorder's flushes.
+class OtherRecorder
+{
+public:
+    OtherRecorder(const QString &source, const QString &path)
+        : _source(source), _path(path), _thread([this] { run(); })
+    {}
+    ~OtherRecorder()
+    {
+        _ends = true;
+        _thread.join();
+    }
+    qint64 frames() const { return _frames; }
+    qint64 safe() const { return _safe; }
+
+private:
+    void run()
+    {
+        constexpr qint64 tick = QmxClock::nsPerSecond / rate;
+        constexpr int ticksOfFlush = 10;
+        const QmxEnvironment environment = QmxEnvironment::current();
+        QmxClipReader reader;
+        QmxClipWriter writer;
+        if (reader.open(_source).isError() || writer.create(_path, reader.info()).isError()) return;
+        const qint64 length = reader.info().frames;
+        const qint64 begin = environment.clock->now();
+        for (qint64 i = 0; !_ends; ++i) {
+            QmxFrame frame;
+            if (reader.readFrame(i % length, frame).isError() || writer.writeFrame(frame).isError()) return;
+            ++_frames;
+            if (i % ticksOfFlush == ticksOfFlush - 1 && !writer.flush().isError()) _safe = i + 1;
+            environment.clock->sleepUntil(begin + (i + 1) * tick);
+        }
+        writer.close();
+    }
+
+    const QString _source;
+    const QString _path;
+    std::atomic<bool> _ends = false;
+    std::atomic<qint64> _frames = 0;
+    std::atomic<qint64> _safe = 0;
+    std::thread _thread;
+};
+
+void openClip(RecorderUnderBench &recorder, const QmxStartOrder &order)
+{
+    recorder.writeText(eParam_StartAt, order.toText());
+    recorder.writeText(eParam_GoToClipName, order.clip);
+}
+
+/// Milliseconds of cues among the first `frames` of what is on the output.
+QList<double> cues(RecorderUnderBench &recorder, int frames)
+{
+    QList<double> times;
+    constexpr int count = 30;
+    for (int i = 0; i < count; ++i) {
+        const int target = (i * 61 + 17) % (frames - 1);
+        const qint64 begin = recorder.now();
+        recorder.write(eParam_CueToFrame, unsigned(target));
+        if (!recorder.waitFor("a cue", [&] { return recorder.shown().frame == target; })) return {};
+        times.append(double(recorder.now() - begin) / QmxClock::nsPerMillisecond);
+    }
+    return times;
+}
+
+} // namespace
+
+QList<Figure> benchLive(int seconds)
+{
+    RecorderUnderBench recorder;
+    if (!recorder.startTake()) return {};
+    constexpr int frames = takeSeconds * rate;
+    recorder.waitFor("a take", [&] { return recorder.counter("recorded_up_to") >= frames; });
+    recorder.endTake();
+    const QString closed = recorder.clipPath();
+    const QString growing = QFileInfo(closed).path() + "/growing.mov";
+    QFile::remove(growing);
+
+    QmxStartOrder order;
+    order.clip = QFileInfo(closed).fileName();
+    openClip(recorder, order);
+    if (!recorder.waitFor("the closed clip", [&] { return recorder.shown().frame >= 0; })) return {};
+    const QList<double> closedCues = cues(recorder, frames);
+
+    QList<double> distances;
+    QList<double> growingCues;
+    qint64 dropped = 0, waits = 0;
+    {
+        OtherRecorder other(closed, growing);
+        recorder.waitFor("frames of it", [&] { return other.safe() >= frames; });
+        recorder.write(eParam_MediaUpdated, 1);
+        order.clip = "growing.mov";
+        openClip(recorder, order);
+        recorder.waitFor("the growing clip", [&] { return recorder.counter("material_grows") == 1; });
+        growingCues = cues(recorder, frames);
+
+        order.place = QmxStartOrder::Place::Live;
+        openClip(recorder, order);
+        recorder.waitFor("its newest frame",
+                         [&] { return other.frames() - recorder.counter("frame_on_output") < 2 * rate; });
+        recorder.writeText(eParam_TransportSpeed, "1");
+        const qint64 from = recorder.counter("frame_on_output");
+        recorder.waitFor("playback", [&] { return recorder.counter("frame_on_output") >= from + rate; });
+        dropped = recorder.counter("frames_dropped_playback");
+        waits = recorder.counter("live_waits");
+        const qint64 end = recorder.now() + seconds * QmxClock::nsPerSecond;
+        qint64 tick = 0;
+        recorder.waitFor(
+            "the time to pass",
+            [&] {
+                if (const qint64 now = recorder.counter("ticks"); now != tick) {
+                    tick = now;
+                    distances.append(double(other.frames() - 1 - recorder.counter("frame_on_output")) * 1000 /
+                                     rate);
+                }
+                return recorder.now() > end;
+            },
+            seconds + 10);
+        dropped = recorder.counter("frames_dropped_playback") - dropped;
+        waits = recorder.counter("live_waits") - waits;
+        recorder.writeText(eParam_TransportSpeed, "0");
+    }
+    const double closedMiddle = benchPercentile(closedCues, 0.5);
+    constexpr double furthest = 1000; // ms
+    return {{"live_cue_p50", benchPercentile(growingCues, 0.5), "ms", closedMiddle, "ms a closed clip", 1.2},
+            {"live_cue_p99",
+             benchPercentile(growingCues, 0.99),
+             "ms",
+             benchPercentile(closedCues, 0.99),
+             "ms a closed clip",
+             {}},
+            {"live_distance_p50", benchPercentile(distances, 0.5), "ms", {}, {}, furthest},
+            {"live_distance_p99", benchPercentile(distances, 0.99), "ms", {}, {}, furthest},
+            {"live_dropped", double(dropped), "frames", {}, {}, 0.0},
+            {"live_waits", double(waits), "waits", {}, {}, 0.0}};
+}

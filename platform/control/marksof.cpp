@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/control/marksof.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+
+Material Material::of(const Recorder &recorder, const QString &name)
+{
+    Material material;
+    const auto part = QmxClipPart::fromText(name);
+    if (name.isEmpty() || !part) {
+        material.why = name.isEmpty() ? QStringLiteral("there is no current clip") : recorder.whyNoClip(name);
+        return material;
+    }
+    const bool isPath = part->clip.startsWith('/');
+    material.path = isPath ? part->clip : recorder.text(eParam_ActiveMediaPath) + '/' + part->clip;
+    material.clip = QFileInfo(material.path).fileName();
+    if (!QFileInfo(material.path).exists()) {
+        material.why = QStringLiteral("there is no clip %1").arg(material.path);
+        return material;
+    }
+    QmxError error = QmxClipReader::probe(material.path, material.info, recorder.environment());
+    if (error.isError())
+        material.why = QStringLiteral("%1 cannot be played: %2")
+                           .arg(material.clip, recorder.whyUnplayable(material.path));
+    else if (error = part->resolve(material.info, material.range); error.isError())
+        material.why = error.toString();
+    return material;
+}
+
+double Material::rate() const
+{
+    return info.image.frameRate().isValid() ? info.image.frameRate().toDouble() : 0;
+}
+
+Answer Material::refusal() const
+{
+    return Answer::refused(Cause::Deck, "no_clip", why, "`xpctl clips` lists those there are");
+}
+
+QString Material::describe() const
+{
+    const QString frames = QStringLiteral("its frames are 0 to %1").arg(info.frames - 1);
+    if (!info.timecodeAt(0).isValid()) return frames;
+    return QStringLiteral("its timecodes are %1 to %2, %3")
+        .arg(info.timecodeAt(0).toString(), info.timecodeAt(info.frames - 1).toString(), frames);
+}
+
+std::optional<qint64> Material::frameOnOutput(const Recorder &recorder) const
+{
+    const auto current = QmxClipPart::fromText(recorder.clip());
+    if (!recorder.isInPlay() || !current || current->clip != clip) return {};
+    // In a list the frames are counted through all of it: there the timecode says which one it is.
+    if (recorder.value<PlaybackSource>(eParam_PlaybackSource) != PlaybackSource::CurrentClip)
+        return QmxClipPart::frameAt(info, recorder.timecode());
+    QmxClipPart::Range played;
+    if (current->resolve(info, played).isError()) return {};
+    return played.first + recorder.counter("frame_on_output");
+}
+
+QJsonObject marksObject(const ClipMarks &marks, const QmxClipInfo &info)
+{
+    const auto place = [&info](qint64 frame) {
+        const QmxTimecode timecode = info.timecodeAt(frame);
+        return QJsonObject{{"frame", frame},
+                           {"timecode", timecode.isValid() ? timecode.toString() : QString()}};
+    };
+    QJsonArray points;
+    for (const ClipMarks::Point &point : marks.points) {
+        QJsonObject object = place(point.frame);
+        object["name"] = point.name;
+        points.append(object);
+    }
+    const auto optional = [&place](std::optional<qint64> frame) {
+        return frame ? QJsonValue(place(*frame)) : QJsonValue();
+    };
+    // The timecode behind the last frame of a clip is that which would follow.
+    QJsonValue out = optional(marks.out);
+    if (marks.out && *marks.out == info.frames && *marks.out > 0 &&
+        info.timecodeAt(*marks.out - 1).isValid()) {
+        QJsonObject end = out.toObject();
+        end["timecode"] = info.timecodeAt(*marks.out - 1).advanced(1).toString();
+        out = end;
+    }
+    return {{"in", optional(marks.in)}, {"out", out}, {"points", points}};
+}

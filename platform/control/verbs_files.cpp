@@ -161,16 +161,16 @@ Answer performRename(const VerbCall &call)
     const QString now = QString::fromStdString(newName(call, before));
     // A part of it keeps its frames.
     const QRegularExpression named('^' + QRegularExpression::escape(old) + "(\\[[^\\[]*\\))?$");
-    const auto renamed = [&](QString text) {
+    const auto renamed = [&](const QString &text) {
         const QRegularExpressionMatch match = named.match(text);
         return match.hasMatch() ? now + match.captured(1) : text;
     };
     const QString current = recorder.text(eParam_CurrentClip);
     if (renamed(current) != current) recorder.write(eParam_CurrentClip, renamed(current));
-    const QStringList before = recorder.text(eParam_PlayList).split('\n');
+    const QStringList list = recorder.text(eParam_PlayList).split('\n');
     QStringList entries;
-    std::transform(before.begin(), before.end(), std::back_inserter(entries), renamed);
-    if (entries == before) return answer;
+    std::transform(list.begin(), list.end(), std::back_inserter(entries), renamed);
+    if (entries == list) return answer;
     recorder.write(eParam_PlayList, entries.join('\n'));
     recorder.write(eParam_PlayListChanged, 1U);
     return answer;

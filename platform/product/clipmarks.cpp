@@ -156,18 +156,18 @@ std::optional<ClipMarks> ClipMarks::fromText(const QByteArray &text)
     ClipMarks marks;
     for (const QByteArray &line : lines.mid(1)) {
         if (line.isEmpty()) continue;
-        const qsizetype blank = line.indexOf(' ');
-        const QByteArray word = line.left(blank);
-        const QByteArray rest = line.mid(blank + 1);
-        const std::optional<qint64> frame = frameOf(rest.left(rest.indexOf(' ')));
-        if (blank < 0 || !frame) return {};
+        // A word, a frame, and of a point the rest of the line.
+        const QList<QByteArray> words = line.split(' ');
+        const QByteArray &word = words.first();
+        const std::optional<qint64> frame = frameOf(words.value(1));
+        if (!frame) return {};
         if (word == "in") {
             marks.in = frame;
         } else if (word == "out") {
             marks.out = frame;
         } else if (word == "at") {
-            const auto name = nameFrom(QString::fromUtf8(rest.mid(rest.indexOf(' ') + 1)));
-            if (!name || !rest.contains(' ') || !marks.setPoint(*name, *frame)) return {};
+            const auto name = nameFrom(QString::fromUtf8(words.mid(2).join(' ')));
+            if (!name || !marks.setPoint(*name, *frame)) return {};
         } // what a later version knows
     }
     return marks;

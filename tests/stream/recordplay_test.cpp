@@ -193,6 +193,7 @@ TEST(RecordAndPlay, partsOfClipsHaveExactlyTheirFrames)
     EXPECT_EQ(rig.play(3), row(5, 3));
     EXPECT_TRUE(rig.cache.atEndOfStream());
     expectLog("streamreader", "cannot be opened");
+    expectLog("stream", "failed");
     for (const char *bad : {"[60-80)", "[8-5)", "[8-8)", "[0-61)", "[09:00:00:00-)", "[x-)"})
         EXPECT_NE(rig.openForRead(path + bad), 0) << bad;
 }

@@ -59,6 +59,7 @@ protected:
         for (int i = 0; i < ticks; ++i) {
             const qint64 tick = player.counter(QmxCounters::Ticks);
             Stepper::runUntil([&] { return player.counter(QmxCounters::Ticks) != tick; });
+            Stepper::runMs(5); // and has been told
             frames.append(onOutput());
         }
         return frames;
@@ -66,6 +67,7 @@ protected:
     /// Each tick shows the next frame, none is counted as missing, and the newest is not far.
     void expectRunning(int ticks, int furthest)
     {
+        Stepper::runMs(5); // to the end of the tick
         qint64 before = onOutput();
         for (const qint64 frame : show(ticks)) {
             ASSERT_EQ(frame, before + 1);

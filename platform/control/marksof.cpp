@@ -71,16 +71,13 @@ QJsonObject marksObject(const ClipMarks &marks, const QmxClipInfo &info)
         object["name"] = point.name;
         points.append(object);
     }
-    const auto optional = [&place](std::optional<qint64> frame) {
-        return frame ? QJsonValue(place(*frame)) : QJsonValue();
-    };
+    QJsonObject object{{"points", points}};
+    if (marks.in) object["in"] = place(*marks.in);
+    if (!marks.out) return object;
+    QJsonObject out = place(*marks.out);
     // The timecode behind the last frame of a clip is that which would follow.
-    QJsonValue out = optional(marks.out);
-    if (marks.out && *marks.out == info.frames && *marks.out > 0 &&
-        info.timecodeAt(*marks.out - 1).isValid()) {
-        QJsonObject end = out.toObject();
-        end["timecode"] = info.timecodeAt(*marks.out - 1).advanced(1).toString();
-        out = end;
-    }
-    return {{"in", optional(marks.in)}, {"out", out}, {"points", points}};
+    const QmxTimecode last = info.timecodeAt(*marks.out - 1);
+    if (*marks.out == info.frames && last.isValid()) out["timecode"] = last.advanced(1).toString();
+    object["out"] = out;
+    return object;
 }

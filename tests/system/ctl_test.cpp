@@ -81,6 +81,8 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         run stop; run clips
         run play; run still; run play 0; run cue 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 2; run cue "$tc"; run picture $OUT/picture.png; run picture --full $OUT/picture.jpg
         run clip take_001.mov; run cue 24; xpctl --json play 2>$OUT/at-end && exit 9
+        run mark in 5; run mark out 15; run mark goal 8; run marks; run replay; run still; run unmark goal
+        run edl save $OUT/marks.edl take_001.mov; run edl load $OUT/marks.edl take_001.mov
         run list add take_001.mov; run list add take_002.mov 0; run list move 0 1; run list
         for i in $(seq 20); do xpctl list add take_001.mov >&2 & done; wait; [ "$(xpctl list | wc -l)" = 22 ]
         mkdir /run/xp/small; mount -t tmpfs -o size=4k none /run/xp/small; echo kept >/run/xp/small/p.png

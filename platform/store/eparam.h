@@ -106,7 +106,7 @@ enum eParam_t : std::uint32_t {
     eParam_AlarmLogOutputFailed = 0x7E072000,
     eParam_AlarmInputDamaged = 0x7E072100,
     eParam_AlarmPictureDamaged = 0x7E072200,
-    eParam_AlarmSpare = 0x7E072300,
+    eParam_AlarmMirrorLost = 0x7E072300,
     eParam_AlarmLutError = 0x7E072800,
     eParam_AlarmRecordInhibited = 0x7E072B00,
     eParam_AlarmMediaFull = 0x50000010,

@@ -29,9 +29,10 @@ struct QmxClipWriter::Private
 {
     explicit Private(const QmxEnvironment &env) : environment(env), output(env) {}
 
-    quint64 now() const
+    quint64 created(const QmxClipInfo &info) const
     {
-        return quint64(environment.clock->wallTime() / QmxClock::nsPerSecond + secondsFrom1904To1970);
+        const qint64 wall = environment.clock->wallTime() / QmxClock::nsPerSecond;
+        return quint64((info.created > 0 ? info.created : wall) + secondsFrom1904To1970);
     }
     qint64 lateTicks() const { return environment.deck->counters.value(QmxCounters::LateTicks); }
     QmxError fits(const QmxFrame &frame, QmxBuffer &picture);
@@ -303,7 +304,7 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     if (d->open) return {EBUSY, QStringLiteral("The writer of clip %1 is in use").arg(d->path)};
     QmxError error = MovFormat::fromInfo(info, d->format);
     if (error.isError()) return error;
-    d->format.created = d->now();
+    d->format.created = d->created(info);
     error = d->output.create(path);
     if (error.isError()) return error;
     d->path = path;
@@ -337,7 +338,7 @@ QmxError QmxClipWriter::take(const QString &path, const QmxClipInfo &info)
     if (!error.isError()) error = d->output.rename(path);
     if (error.isError()) return d->fail(error);
     // The header written at the opening is not in force before the first flush.
-    d->format.created = d->now();
+    d->format.created = d->created(info);
     d->nextTimecode = d->format.startFrame;
     d->path = path;
     return {};

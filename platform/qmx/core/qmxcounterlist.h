@@ -73,5 +73,9 @@
     X(InputTorn, "input_torn", "pictures", "xp_input_torn_total", Counter, 1, \
       "Pictures of the input that came torn") \
     X(InputMissing, "input_missing", "pictures", "xp_input_missing_total", Counter, 1, \
-      "Pictures of the input that did not come")
+      "Pictures of the input that did not come") \
+    X(TakeCopies, "take_copies", "media", "xp_take_media", Gauge, 1, \
+      "Media that the take is written to, or was to its end") \
+    X(SafeOnBoth, "safe_on_both", "frames", "xp_take_frames_safe_on_both", Gauge, 1, \
+      "Frames of a take on two media that are safe on both")
 // clang-format on

@@ -25,6 +25,7 @@ public:
     ~RecorderUnderBench();
 
     void write(eParam_t id, unsigned value) { _config->setUInt(id, value); }
+    void write(eParam_t id, const char *value) { _config->setString(id, value); }
     unsigned status() const;
     qint64 counter(const char *name);
     QString clipPath() const;

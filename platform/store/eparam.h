@@ -78,6 +78,7 @@ enum eParam_t : std::uint32_t {
     eParam_RecordStart = 0x50000061,
     eParam_RecordSchedule = 0x50000062,
     eParam_MirrorMediaPath = 0x50000070,
+    eParam_MirrorPending = 0x50000071,
     // Playback
     eParam_PlaybackSource = 0x0F01000A,
     eParam_LoopPlayback = 0x0F02000A,

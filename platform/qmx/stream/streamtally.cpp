@@ -94,6 +94,7 @@ void StreamTally::leave(int copy)
 {
     const std::lock_guard lock(_mutex);
     if (std::exchange(_copies[size_t(copy)].left, true)) return;
+    _claims.notify_all();
     if (_shown && present() > 0) _environment.deck->counters.set(QmxCounters::TakeCopies, present());
 }
 

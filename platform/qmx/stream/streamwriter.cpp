@@ -11,8 +11,6 @@ namespace {
 /// How long whoever destroys an open writer waits for it in all, and for one call on the medium.
 constexpr std::chrono::seconds endWait(10);
 constexpr std::chrono::seconds hangTime(3);
-/// Those that the next clip of a running take needs: its writer's and the one that asks its medium.
-constexpr int spareThreads = 2;
 } // namespace
 
 StreamWriter::StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events,
@@ -20,9 +18,7 @@ StreamWriter::StreamWriter(const QString &path, const QmxClipInfo &info, const E
     : _state(std::make_shared<State>(path, info, events, environment, copy)),
       _thread(std::make_unique<QmxTaskThread>(QStringLiteral("qmx-write"), QmxTaskThread::defaultBound,
                                               environment))
-{
-    environment.threads->keepSpare(spareThreads);
-}
+{}
 
 StreamWriter::~StreamWriter()
 {

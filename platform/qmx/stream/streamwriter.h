@@ -42,7 +42,7 @@ public:
     struct Copy
     {
         std::shared_ptr<StreamTally> tally;
-        int number = 0;
+        int number;
     };
 
     StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events,

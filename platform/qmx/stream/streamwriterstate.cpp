@@ -218,7 +218,8 @@ void StreamWriter::State::writeFrame(const QmxFrame &frame)
     if (error.isError()) {
         if (writer->failed()) {
             tally->leave(copy);
-            tally->lose(copy, 1);
+            // What no flush has reached is lost with it.
+            tally->lose(copy, 1 + writer->framesWritten() - writer->framesDurable());
             fail(error);
         } else {
             writer->noteLost(1);

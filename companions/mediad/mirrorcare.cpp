@@ -63,10 +63,23 @@ void MirrorCare::note(const std::vector<Medium> &media, const MediaParameters &i
     if (_pending.size() > most) _pending.erase(_pending.begin(), _pending.end() - most);
 }
 
+/// A medium that is back is tried at once.
+void MirrorCare::noteMounts(const std::vector<Medium> &media)
+{
+    std::map<std::string, std::uint64_t> mounts;
+    for (const Medium &medium : media)
+        mounts[medium.path] = medium.mount;
+    if (mounts != _mounts)
+        for (Pending &entry : _pending)
+            entry.notBefore = 0;
+    _mounts = std::move(mounts);
+}
+
 std::optional<MediaOrder> MirrorCare::step(std::int64_t now, const std::vector<Medium> &media,
                                            const MediaParameters &is)
 {
     const bool recording = is.daemonRuns && is.status == TransportStatus::Recording;
+    noteMounts(media);
     if (recording) note(media, is);
     if (recording || _underWay) return std::nullopt;
     for (Pending &entry : _pending) {

@@ -38,7 +38,9 @@ private:
         std::int64_t notBefore = 0;
     };
     void note(const std::vector<Medium> &media, const MediaParameters &is);
+    void noteMounts(const std::vector<Medium> &media);
 
     std::vector<Pending> _pending;
+    std::map<std::string, std::uint64_t> _mounts; ///< by path
     bool _underWay = false;
 };

@@ -15,6 +15,7 @@
 #include "platform/qmx/clip/atomcursor.h"
 #include "platform/qmx/clip/atomwriter.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <span>
@@ -24,6 +25,16 @@ namespace {
 bool sameFamily(QmxId a, QmxId b)
 {
     return a == b || (QmxIds::isProRes422(a) && QmxIds::isProRes422(b));
+}
+
+/// Zeros beyond the content, which nobody reads. Memory that has them already is left alone: another writer
+/// may be at the same picture.
+void fillUp(QmxBuffer picture)
+{
+    uchar *const end = picture.data() + picture.size();
+    uchar *const to =
+        picture.data() + std::min<qint64>(MovLayout::roundUp(picture.size()), picture.capacity());
+    if (std::any_of(end, to, [](uchar byte) { return byte != 0; })) std::memset(end, 0, size_t(to - end));
 }
 
 } // namespace
@@ -126,7 +137,7 @@ QmxError QmxClipWriter::Private::writePicture(QmxBuffer picture)
     const uchar *data = picture.constData();
     const bool aligned = reinterpret_cast<quintptr>(data) % MovLayout::block == 0;
     if (aligned && picture.capacity() >= padded) {
-        std::memset(picture.data() + size, 0, size_t(padded - size)); // beyond the content: nobody reads it
+        fillUp(picture);
     } else {
         scratch.assign(QByteArrayView(data, size));
         data = scratch.data();
@@ -464,6 +475,12 @@ QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
     d->lastPicture = picture;
     ++d->written;
     return {};
+}
+
+void QmxClipWriter::pad(const QmxFrame &frame)
+{
+    if (!frame.vids().isEmpty() && frame.vids().first().isValid())
+        fillUp(frame.vids().first().buffers().first());
 }
 
 void QmxClipWriter::noteLost(int count)

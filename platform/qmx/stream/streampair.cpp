@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streampair.h"
 
+#include "platform/qmx/clip/qmxclipwriter.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <utility>
@@ -228,10 +230,11 @@ bool StreamPair::hasRoom()
 
 void StreamPair::append(const QmxFrame &frame)
 {
-    const bool any = taking() > 0;
+    const int any = taking();
+    if (any > 1) QmxClipWriter::pad(frame);
     for (Copy &copy : _copies)
         if (copy.takes()) copy.writer->append(frame);
-    if (!any) _copies.back().writer->append(frame); // which counts it as lost
+    if (any == 0) _copies.back().writer->append(frame); // which counts it as lost
 }
 
 void StreamPair::flush()

@@ -1,24 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/clip/qmxclipwriter.h"
+#include "platform/qmx/clip/qmxclipwriterprivate.h"
 
-#include "platform/qmx/clip/movalignedbuffer.h"
 #include "platform/qmx/clip/movclose.h"
 #include "platform/qmx/clip/movcrc.h"
-#include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movpcm.h"
-#include "platform/qmx/clip/movproof.h"
-#include "platform/qmx/clip/movrestore.h"
-#include "platform/qmx/clip/movwaymarks.h"
-#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 
-#include "platform/qmx/clip/atomcursor.h"
-#include "platform/qmx/clip/atomwriter.h"
-
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <span>
 
 namespace {
 
@@ -38,57 +27,6 @@ void fillUp(QmxBuffer picture)
 }
 
 } // namespace
-
-struct QmxClipWriter::Private
-{
-    explicit Private(const QmxEnvironment &env) : environment(env), output(env) {}
-
-    quint64 created(const QmxClipInfo &info) const
-    {
-        const qint64 wall = environment.clock->wallTime() / QmxClock::nsPerSecond;
-        return quint64(info.created > 0 ? info.created : wall) + MovLayout::secondsFrom1904To1970;
-    }
-    qint64 lateTicks() const { return environment.deck->counters.value(QmxCounters::LateTicks); }
-    QmxError fits(const QmxFrame &frame, QmxBuffer &picture);
-    QmxError writePicture(QmxBuffer picture);
-    void addSound(const QmxFrame &frame);
-    void findSoundPhase();
-    void beginTake();
-    void addTimecode(const QmxFrame &frame);
-    void addJump(quint32 timecode);
-    QmxError flush();
-    QmxError writeTail();
-    void prove();
-    QByteArray header(qint64 frames) const;
-    QmxError publish(MovFragment &fragment);
-    QmxError fail(const QmxError &error);
-    void beginFragment(qint64 slot);
-    QmxError reopen(MovInput &input);
-    QmxError restore(MovInput &input, const QmxClipIndex &index);
-
-    QmxEnvironment environment;
-    MovOutput output;
-    MovFormat format;
-    MovTables tables;
-    MovWaymarks waymarks;
-    QByteArray kept; ///< the header of a clip that is gone on with
-    QString path;
-    bool open = false;
-    QmxError failure;
-    MovProof proof;
-    QJsonObject take; ///< its record, as it began
-    MovChain chain;
-    qint64 lateBefore = 0;    ///< ticks that were late before the take
-    MovFragment fragment;     ///< not flushed yet
-    qint64 position = 0;      ///< where its next bytes go
-    MovAlignedBuffer sound;   ///< of this fragment, in file form
-    MovAlignedBuffer scratch; ///< for what is not in aligned memory
-    QmxBuffer lastPicture;
-    quint32 nextTimecode = 0; ///< frame number that continues the timecode
-    qint64 lastJump = 0;      ///< frame at which the present run of timecodes began
-    std::atomic<qint64> written = 0;
-    std::atomic<qint64> durable = 0;
-};
 
 QmxError QmxClipWriter::Private::fail(const QmxError &error)
 {
@@ -360,92 +298,6 @@ QmxError QmxClipWriter::take(const QString &path, const QmxClipInfo &info)
     d->format.created = d->created(info);
     d->nextTimecode = d->format.startFrame;
     d->path = path;
-    return {};
-}
-
-/// Makes a closed clip one that grows: what it got at its close goes again. Until the open slot stands there,
-/// the file is one whose end is missing.
-QmxError QmxClipWriter::Private::reopen(MovInput &input)
-{
-    QByteArray block(MovLayout::block, '\0');
-    QmxError error = input.read(block.data(), block.size(), 0);
-    if (error.isError()) return error;
-    AtomCursor place(std::span(reinterpret_cast<const uchar *>(block.constData()), size_t(block.size()))
-                         .subspan(size_t(MovLayout::flipPosition)));
-    const bool isClosed = place.u32() == 1 && place.u32() == atomType("mdat");
-    const qint64 end = MovLayout::flipPosition + qint64(place.u64());
-    if (!isClosed || end % MovLayout::block != 0 || end < MovLayout::firstSlot || end > input.size())
-        return input.damaged("its end is not where it says");
-    AtomWriter head;
-    head.begin("wide");
-    head.zeros(MovLayout::flipSize - MovLayout::mdatHead);
-    head.end();
-    block.replace(MovLayout::flipPosition, MovLayout::flipSize, head.data());
-    scratch.assign(block);
-    error = output.write(scratch.data(), scratch.size(), 0);
-    if (!error.isError()) error = output.sync();
-    scratch.assign(MovFragment::openSlot());
-    if (!error.isError()) error = output.write(scratch.data(), scratch.size(), end);
-    if (!error.isError()) error = output.truncate(end + MovLayout::slotSize);
-    if (!error.isError()) error = output.sync();
-    return error.isError() ? error : input.refreshSize();
-}
-
-/// Takes over what the writer before knew.
-QmxError QmxClipWriter::Private::restore(MovInput &input, const QmxClipIndex &index)
-{
-    if (!index.info.lostFrames.isEmpty()) return input.damaged("frames are missing in it");
-    kept.resize(MovLayout::headerSize);
-    QmxError error = input.read(kept.data(), kept.size(), 0);
-    if (!error.isError()) error = movFormatOf(input, index, format);
-    if (error.isError()) return error;
-    format.soundPhase = index.soundPhase;
-    take = MovTake::read(kept);
-    proof.begin(kept);
-    for (const MovFragment &found : index.fragments()) {
-        MovFragment old = found;
-        error = movReadJumps(input, old);
-        if (error.isError()) return error;
-        tables.append(old);
-        proof.append(old, format);
-        chain.setLink(old.link.link);
-        lateBefore = lateTicks() - old.link.lateTicks;
-        waymarks.add(old.slot);
-        fragment.sequence = old.sequence + 1;
-    }
-    written = durable = tables.frames();
-    if (!index.info.timecodeRuns.isEmpty()) {
-        const QmxClipInfo::TimecodeRun &run = index.info.timecodeRuns.last();
-        lastJump = run.firstFrame;
-        const qint64 next = run.start.toFrameNumber() + tables.frames() - run.firstFrame;
-        nextTimecode =
-            quint32(QmxTimecode(int(next), format.timecodeFps, run.start.isDropFrame()).toFrameNumber());
-    }
-    beginFragment(index.openSlot());
-    return {};
-}
-
-QmxError QmxClipWriter::resume(const QString &path)
-{
-    if (d->open) return {EBUSY, QStringLiteral("The writer of clip %1 is in use").arg(d->path)};
-    auto fresh = std::make_unique<Private>(d->environment);
-    QmxError error = fresh->output.openExisting(path);
-    if (error.isError()) return error;
-    MovInput input(d->environment);
-    QmxClipIndex index;
-    index.setKeepFragments(true);
-    error = input.open(path);
-    if (!error.isError()) error = index.load(input, true);
-    if (!error.isError() && !index.isOwn()) error = input.damaged("another program has made it");
-    if (!error.isError() && index.info.closed) {
-        error = fresh->reopen(input);
-        if (!error.isError()) error = index.load(input, true);
-    }
-    if (!error.isError()) error = fresh->restore(input, index);
-    if (error.isError()) return error;
-    fresh->path = path;
-    fresh->open = true;
-    d = std::move(fresh);
     return {};
 }
 

@@ -4,6 +4,7 @@
 #include "companions/mediad/clipcomplete.h"
 #include "companions/mediad/mirrorcare.h"
 #include "platform/product/clipplaces.h"
+#include "platform/qmx/clip/qmxclipcheck.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/print.h"
@@ -72,6 +73,10 @@ TEST_F(Copies, whatIsMissingIsAddedAndNothingElseIsWritten)
             ASSERT_EQ(reader.open(other), QmxError());
             EXPECT_TRUE(reader.info().closed);
             EXPECT_EQ(reader.info().timecodeRuns.size(), 2);
+            QmxClipCheck check;
+            ASSERT_EQ(QmxClipCheck::run(other, check, environment), QmxError());
+            EXPECT_TRUE(check.isWhole() && check.hasProof && check.frames == 200)
+                << check.sentence().toStdString();
             EXPECT_EQ(QFileInfo(other).lastModified(), QFileInfo(one).lastModified());
         }
     }

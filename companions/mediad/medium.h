@@ -15,8 +15,8 @@ struct Medium
     bool writable = false;   ///< false too while it does not answer
     double percentFree = 0;  ///< rounded to whole numbers, as the transport does it
     std::uint64_t clips = 0; ///< differs when a clip has come, gone or changed; those being recorded left out
-    std::vector<std::string> names;    ///< of all clips, in alphabetical order
-    bool beingRecorded = false;        ///< somebody records a clip on it
+    std::vector<std::string> names;      ///< of all clips, in alphabetical order
+    bool beingRecorded = false;          ///< somebody records a clip on it
     std::vector<std::string> recorded{}; ///< names of the clips that are being recorded
 
     std::int64_t bytesFree = 0;

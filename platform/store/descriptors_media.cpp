@@ -18,9 +18,10 @@ std::vector<ParamRow> mediaRows()
         string(eParam_MirrorMediaPath, "mirror_media_path", Persistent,
                "Folder on a second medium that takes are written to as well; empty: none.")
             .with({Attribute::folder}),
-        string(eParam_MirrorPending, "mirror_pending", Persistent,
-               "Clips of takes on two media that are not known to be whole on both, as JSON: \"clip\", \"one\" "
-               "and \"other\" (folders); the media daemon completes them when no take runs.")
+        string(
+            eParam_MirrorPending, "mirror_pending", Persistent,
+            "Clips of takes on two media that are not known to be whole on both, as JSON: \"clip\", \"one\" "
+            "and \"other\" (folders); the media daemon completes them when no take runs.")
             .with({Attribute::told}),
         enumeration(eParam_StorageState, "storage_state", Volatile,
                     {{StorageState::Unknown, "unknown"},

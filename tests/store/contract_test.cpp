@@ -358,7 +358,8 @@ TEST_P(StoreContract, alarmsGoWithTheirProcessAndStayInTheHistory)
     EXPECT_TRUE(value.empty());
 
     EXPECT_FALSE(AlarmProducer::clear(config.get(), eParam_RecordCodec));
-    EXPECT_TRUE(AlarmProducer::raise(config.get(), eParam_AlarmMirrorLost, kel::alarms::Alarm::INFORMATION, ""));
+    EXPECT_TRUE(
+        AlarmProducer::raise(config.get(), eParam_AlarmMirrorLost, kel::alarms::Alarm::INFORMATION, ""));
     EXPECT_TRUE(config->getData(eParam_AlarmMirrorLost, value));
     EXPECT_FALSE(value.empty()); // even the emptiest alarm is not a clear one
     const auto history = config->alarmHistory(10);

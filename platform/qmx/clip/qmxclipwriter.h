@@ -47,8 +47,8 @@ public:
     /// 2 GiB).
     QmxError writeFrame(const QmxFrame &frame);
 
-    /// Fills the memory behind a picture with zeros up to a whole block, as writeFrame() does. For frames that
-    /// several writers are given at once: none of them then changes what the others read.
+    /// Fills the memory behind a picture with zeros up to a whole block, as writeFrame() does. For frames
+    /// that several writers are given at once: none of them then changes what the others read.
     static void pad(const QmxFrame &frame);
 
     /// Notes that `count` frames before the next one were lost; kept in the file for whoever examines it.

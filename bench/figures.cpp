@@ -8,6 +8,7 @@ std::span<const BenchRow> benchRows()
          benchRecord},
         {"record50", "the same with 50 pictures a second", benchRecord50},
         {"record_uhd", "the same with 3840 by 2160 pictures, 25 a second", benchRecordUhd},
+        {"mirror", "CPU of a take on two media against the same take on one, frames lost", benchMirror},
         {"record_start", "from the record command to the first frame of the clip", benchRecordStart},
         {"store", "a change in the store until another process hears it", benchStoreDelivery},
         {"burst", "10,000 changes and five listeners: what is lost", benchStoreBurst},

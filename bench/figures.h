@@ -35,6 +35,7 @@ std::span<const BenchRow> benchRows();
 QList<Figure> benchRecord(int seconds);
 QList<Figure> benchRecord50(int seconds);
 QList<Figure> benchRecordUhd(int seconds);
+QList<Figure> benchMirror(int seconds);
 QList<Figure> benchRecordStart(int seconds);
 // storebench.cpp
 QList<Figure> benchStoreDelivery(int seconds);

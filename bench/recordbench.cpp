@@ -129,6 +129,35 @@ QList<Figure> benchRecord(int seconds)
             {"write_latency_p99", double(recorder.counter("write_latency_p99")) / 1000, "ms", {}, {}, {}}};
 }
 
+/// One after the other, twice each, so that what else the machine does falls on both alike.
+QList<Figure> benchMirror(int seconds)
+{
+    constexpr int rounds = 2;
+    constexpr double mostMore = 1.1;
+    RecorderUnderBench recorder;
+    double alone = 0;
+    double both = 0;
+    double lost = 0;
+    double behind = 0;
+    for (int round = 0; round < rounds; ++round) {
+        for (const bool mirrored : {false, true}) {
+            recorder.write(eParam_MirrorMediaPath, mirrored ? "/media/B" : "");
+            const auto take = measureTake(recorder, seconds);
+            if (!take) return {};
+            (mirrored ? both : alone) += take->cpu.coders + take->cpu.others;
+            if (!mirrored) continue;
+            lost += take->lost;
+            const QString second = "/media/B/" + QFileInfo(recorder.clipPath()).fileName();
+            const auto strips = stripsOfClip(second);
+            behind += double(breaks(strips)) + std::abs(double(strips.size()) - take->total);
+        }
+    }
+    recorder.write(eParam_MirrorMediaPath, "");
+    return {{"mirror_cpu_per_frame", both / rounds, "ms", alone / rounds, "the same on one medium", mostMore},
+            {"mirror_lost", lost, "frames", {}, {}, 0.0},
+            {"mirror_second_copy_lacks", behind, "frames", {}, {}, 0.0}};
+}
+
 namespace {
 /// A take of one of the other inputs, whose format has `word` in its name.
 QList<Figure> recordOf(const QString &name, unsigned input, const QString &word, int seconds)

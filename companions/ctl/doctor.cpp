@@ -10,6 +10,7 @@
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsamefilesystem.h"
 #include "platform/qmx/edges/lumenprofile.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/qmx/edges/qmxsink.h"
@@ -17,6 +18,8 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QStorageInfo>
 
 #include <mutex>
@@ -185,6 +188,29 @@ Finding medium(Recorder &recorder)
     return checkMedium(recorder.text(eParam_ActiveMediaPath));
 }
 
+Finding mirror(Recorder &recorder)
+{
+    const QString path = recorder.text(eParam_MirrorMediaPath);
+    if (path.isEmpty()) return {Finding::Good, "takes are on one medium", {}};
+    const QString active = recorder.text(eParam_ActiveMediaPath);
+    QmxFiles &files = *recorder.environment().files;
+    struct statfs64 ofActive = {};
+    struct statfs64 ofMirror = {};
+    if (!active.isEmpty() && files.statfs(active, &ofActive) == 0 && files.statfs(path, &ofMirror) == 0 &&
+        qmxSameFileSystem(files, active, ofActive, path, ofMirror))
+        return {Finding::Wrong,
+                QStringLiteral("%1 is on the same medium as %2: takes are on one medium").arg(path, active),
+                "choose another one: xpctl set mirror_media_path FOLDER"};
+    Finding found = checkMedium(path);
+    const auto pending = QJsonDocument::fromJson(recorder.text(eParam_MirrorPending).toUtf8()).array().size();
+    if (found.state == Finding::Good && pending > 0)
+        return {
+            Finding::Hint,
+            QStringLiteral("%1; %2 clips may still be shorter on one medium").arg(found.found).arg(pending),
+            "they are completed when no take runs and both media are there"};
+    return found;
+}
+
 Finding diskSpeed(Recorder &recorder)
 {
     if (recorder.daemonIsRunning() && recorder.status() != TransportStatus::Stopped) {
@@ -264,14 +290,23 @@ Finding clockState(Recorder &)
 std::span<const DoctorCheck> doctorChecks()
 {
     static constexpr DoctorCheck rows[] = {
-        {"store", store},        {"access", access},
-        {"daemon", daemon},      {"media_daemon", mediaDaemon},
-        {"profile", profile},    {"inputs", inputs},
-        {"outputs", outputs},    {"output", output},
-        {"medium", medium},      {"disk_speed", diskSpeed},
-        {"stills", stills},      {"shared_memory", sharedMemory},
-        {"priority", priority},  {"huge_pages", hugePages},
-        {"clock", clockState},   {"remote", remoteFinding},
+        {"store", store},
+        {"access", access},
+        {"daemon", daemon},
+        {"media_daemon", mediaDaemon},
+        {"profile", profile},
+        {"inputs", inputs},
+        {"outputs", outputs},
+        {"output", output},
+        {"medium", medium},
+        {"mirror", mirror},
+        {"disk_speed", diskSpeed},
+        {"stills", stills},
+        {"shared_memory", sharedMemory},
+        {"priority", priority},
+        {"huge_pages", hugePages},
+        {"clock", clockState},
+        {"remote", remoteFinding},
         {"panel", panelFinding},
     };
     return rows;

@@ -7,6 +7,7 @@
 #include "platform/control/deckparts.h"
 #include "platform/control/deckwatch.h"
 #include "platform/product/clipfinder.h"
+#include "platform/product/clipplaces.h"
 #include "platform/product/clipscan.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 
@@ -86,6 +87,8 @@ QString movementText(const DeckState &deck)
     if (deck.isInPlay()) return playText(deck);
     if (!deck.isRecording()) return {};
     QString text = QStringLiteral("  %1 frames, %2 safe").arg(deck.clipFrames).arg(deck.recordedUpTo);
+    if (deck.takeCopies > 1 || deck.safeOnBoth > 0)
+        text += QStringLiteral(", %1 on both media").arg(deck.safeOnBoth);
     if (deck.rate > 0) text += QStringLiteral("  %1").arg(durationText(double(deck.clipFrames) / deck.rate));
     if (deck.secondsLeft > 0) text += QStringLiteral("  %1 left").arg(durationText(double(deck.secondsLeft)));
     return text;
@@ -126,9 +129,10 @@ QString pageOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
     const bool knows = deck.storeProblem.isEmpty();
     if (card) line("input", knows ? QStringLiteral("%1: %2").arg(input, card->input) : card->input);
     if (knows) {
-        line("records", QStringLiteral("%1, %2, on %3%4")
+        line("records", QStringLiteral("%1, %2, on %3%4%5")
                             .arg(deck.recordFormat, deck.recordCodec,
                                  deck.path.isEmpty() ? QStringLiteral("no medium") : deck.path,
+                                 deck.mirrorPath.isEmpty() ? QString() : " and " + deck.mirrorPath,
                                  deck.secondsLeft > 0
                                      ? QStringLiteral(", %1 left").arg(durationText(double(deck.secondsLeft)))
                                      : QString()));
@@ -164,6 +168,9 @@ QJsonObject objectOf(const DeckState &deck, const std::optional<QmxPreviewPictur
             {"loop_playback", loops},
             {"take_frames", deck.clipFrames},
             {"recorded_up_to", deck.recordedUpTo},
+            {"take_copies", deck.takeCopies},
+            {"safe_on_both", deck.safeOnBoth},
+            {"mirror_path", deck.mirrorPath},
             {"medium_seconds_left", deck.secondsLeft},
             {"input", card ? card->input : QString()},
             {"input_present", deck.running && card && !blind},
@@ -207,6 +214,8 @@ public:
         // What a daemon that has died had made safe is still known.
         state.clipFrames = _recorder.counter("current_clip_frames");
         state.recordedUpTo = _recorder.counter("recorded_up_to");
+        state.takeCopies = _recorder.counter("take_copies");
+        state.safeOnBoth = _recorder.counter("safe_on_both");
         return state;
     }
 
@@ -338,20 +347,35 @@ ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &arg
     QJsonArray list;
     QString text;
     int index = 0;
-    for (const Clip &clip : finder.findClips(true, false, true)) {
+    const QString path = recorder.text(eParam_ActiveMediaPath);
+    const std::list<Clip> clips = finder.findClips(true, false, true);
+    const QString mirror = recorder.text(eParam_MirrorMediaPath);
+    const auto copies = askSecondPlaces(path.toLocal8Bit().toStdString(), mirror.toLocal8Bit().toStdString(),
+                                        clips, recorder.environment());
+    for (const Clip &clip : clips) {
         const QString name = QString::fromStdString(clip.getName());
         const bool grows =
             !clip.isClosed() && QmxClipReader::isBeingRecorded(QString::fromStdString(clip.getPath()));
-        list.append(QJsonObject{
-            {"index", index}, {"name", name}, {"frames", clip.getFrameCount()}, {"grows", grows}});
+        QJsonArray places{QJsonObject{{"path", path}, {"frames", clip.getFrameCount()}}};
+        QString also;
+        if (const auto copy = copies.find(clip.getName()); copy != copies.end()) {
+            places.append(QJsonObject{{"path", mirror}, {"frames", copy->second}});
+            also = copy->second == clip.getFrameCount()
+                       ? QStringLiteral("  also on %1").arg(mirror)
+                       : QStringLiteral("  %1 frames on %2").arg(copy->second).arg(mirror);
+        }
+        list.append(QJsonObject{{"index", index},
+                                {"name", name},
+                                {"frames", clip.getFrameCount()},
+                                {"grows", grows},
+                                {"places", places}});
         text += QStringLiteral("%1  %2  %3 frames%4\n")
                     .arg(index, 4)
                     .arg(inOneLine(name), -32)
                     .arg(clip.getFrameCount())
-                    .arg(grows ? QStringLiteral(", grows: it is being recorded") : QString());
+                    .arg(also + (grows ? QStringLiteral(", grows: it is being recorded") : QString()));
         ++index;
     }
-    const QString path = recorder.text(eParam_ActiveMediaPath);
     if (list.isEmpty()) {
         text = path.isEmpty() ? QStringLiteral("no medium is active")
                               : QStringLiteral("no clips on %1").arg(path);

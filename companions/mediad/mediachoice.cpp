@@ -5,15 +5,15 @@
 
 namespace {
 
-/// The best medium with more than `level` percent free, other than `except`: the one with the current clip,
-/// else the first behind `except` in the order of paths. Null: none.
+/// The best medium with more than `level` percent free, other than `except` and `mirror`: the one with the
+/// current clip, else the first behind `except` in the order of paths. Null: none.
 const Medium *bestOf(const std::vector<Medium> &media, double level, const std::string &except,
-                     const std::string &currentClip = {})
+                     const Medium *mirror = nullptr, const std::string &currentClip = {})
 {
     const Medium *first = nullptr;
     const Medium *behind = nullptr;
     for (const Medium &medium : media) {
-        if (medium.path == except || !medium.writable || medium.percentFree <= level) {
+        if (medium.path == except || &medium == mirror || !medium.writable || medium.percentFree <= level) {
             continue;
         }
         if (!currentClip.empty() && medium.holds(currentClip)) {
@@ -32,8 +32,8 @@ const Medium *bestOf(const std::vector<Medium> &media, double level, const std::
 const Medium *bestToRecord(const std::vector<Medium> &media, const std::string &except,
                            const std::string &currentClip = {})
 {
-    const Medium *best = bestOf(media, MediumLevel::target, except, currentClip);
-    return best ? best : bestOf(media, MediumLevel::full, except, currentClip);
+    const Medium *best = bestOf(media, MediumLevel::target, except, nullptr, currentClip);
+    return best ? best : bestOf(media, MediumLevel::full, except, nullptr, currentClip);
 }
 
 } // namespace
@@ -79,7 +79,13 @@ void MediaMachine::chooseActive(Step &step)
         // No take can begin on it, so it makes room for one that can be recorded on, unless somebody has
         // asked for it as it is, to play its clips.
         const bool makesRoom = isFull && mediaAreFree(step) && _chosenFull != is.active;
-        if (const Medium *other = makesRoom ? bestToRecord(step.media, active->path) : nullptr) {
+        // One that holds no second copies; else a take on one medium is better than none.
+        const Medium *other =
+            makesRoom ? bestOf(step.media, MediumLevel::target, active->path, step.mirror()) : nullptr;
+        if (makesRoom && !other) {
+            other = bestToRecord(step.media, active->path);
+        }
+        if (other) {
             moveActive(step, other->path);
         }
         return;
@@ -112,6 +118,33 @@ void MediaMachine::moveActive(Step &step, const std::string &path)
     step.setActive(path);
 }
 
+/// The second copy of the next clip needs room of its own. Whatever is chosen, the two copies are apart.
+void MediaMachine::chooseMirror(Step &step)
+{
+    const MediaParameters &is = step.is;
+    const Medium *mirror = step.mirror();
+    const Medium *active = step.mediumOf(is.active);
+    if (!mirror || !active || mirror == active || !isManaged(is.mirror) ||
+        mirror->percentFree > MediumLevel::full) {
+        return;
+    }
+    const Medium *next = nullptr;
+    for (const Medium &medium : step.media) {
+        const bool fits = &medium != mirror && &medium != active && medium.writable &&
+                          medium.percentFree > MediumLevel::target;
+        if (!fits || (_frozen && medium.path == is.rollover)) {
+            continue;
+        }
+        // Where a take is to go on is the last choice: nothing else may be left for it.
+        if (!next || next->path == is.rollover) {
+            next = &medium;
+        }
+    }
+    if (next) {
+        step.setMirror(next->path);
+    }
+}
+
 void MediaMachine::chooseRollover(Step &step)
 {
     const MediaParameters &is = step.is;
@@ -121,10 +154,11 @@ void MediaMachine::chooseRollover(Step &step)
     const Medium *active = step.mediumOf(is.active);
     const Medium *now = is.rollover.empty() ? nullptr : step.mediumOf(is.rollover);
     const std::string activePath = active ? active->path : std::string();
-    if (now && now != active && now->writable && now->percentFree > MediumLevel::target) {
+    const Medium *mirror = step.mirror();
+    if (now && now != active && now != mirror && now->writable && now->percentFree > MediumLevel::target) {
         return;
     }
-    const Medium *next = active ? bestOf(step.media, MediumLevel::target, activePath) : nullptr;
+    const Medium *next = active ? bestOf(step.media, MediumLevel::target, activePath, mirror) : nullptr;
     const std::string path = next ? next->path : std::string();
     if (path != is.rollover) {
         step.setRollover(path);

@@ -152,6 +152,7 @@ void MediaDaemon::ParamChanged(eParam_t id, std::string value, timeval)
         ++_playCommands;
         break;
     case eParam_RolloverMediaPath:
+    case eParam_MirrorMediaPath:
         break;
     default:
         return;
@@ -190,6 +191,7 @@ void MediaDaemon::step()
     for (const std::string &path : orders.repairs)
         repair(path);
     takeOrders(now, is);
+    careForCopies(now, is);
     report(now, is);
     _clips.follow(now, is.active, _store.text(eParam_PlayList));
     picture(is);
@@ -259,6 +261,7 @@ MediaParameters MediaDaemon::parameters()
     is.rolloverEnabled = _store.number(eParam_RolloverEnabled) != 0;
     is.active = _store.text(eParam_ActiveMediaPath);
     is.rollover = _store.text(eParam_RolloverMediaPath);
+    is.mirror = _store.text(eParam_MirrorMediaPath);
     is.label = _store.text(eParam_MediaLabel);
     is.currentClip = _store.text(eParam_CurrentClip);
     is.playbackSource = PlaybackSource(_store.number(eParam_PlaybackSource));
@@ -382,8 +385,26 @@ void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParame
     }
 }
 
+/// What is missing in one copy of a take on two media comes from the other one.
+void MediaDaemon::careForCopies(const std::vector<Medium> &media, const MediaParameters &is)
+{
+    if (_first) {
+        _copiesKept = _store.text(eParam_MirrorPending);
+        _copies.load(_copiesKept);
+    }
+    if (const auto order = _copies.step(_environment.clock->now(), media, is)) _jobs.start(*order);
+    const std::string pending = _copies.print();
+    if (pending != _copiesKept && _store.write({eParam_MirrorPending, MediaWrite::Text, 0, pending}))
+        _copiesKept = pending;
+}
+
 void MediaDaemon::orderTold(const MediaOrder &order, const MediaOrderState &state)
 {
+    if (order.verb == "complete" && state.state != "running") {
+        _copies.ended(_environment.clock->now(), order, state.state == "done");
+        if (state.state == "done" && _copies.isEmpty())
+            AlarmProducer::clear(&_store.config(), eParam_AlarmMirrorLost);
+    }
     if (state.state != "running")
         qmxLogOutput(state.state == "done" ? 3 : 2, module, __LINE__, "%s\n", state.text.c_str());
     if (state.state == "done" && order.verb == "delete" && _store.text(eParam_CurrentClip) == order.clip &&

@@ -6,6 +6,7 @@
 #include "companions/mediad/mediamachine.h"
 #include "companions/mediad/mediastore.h"
 #include "companions/mediad/mediumlook.h"
+#include "companions/mediad/mirrorcare.h"
 #include "companions/mediad/recordtime.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
@@ -65,6 +66,7 @@ private:
     void repaired(const std::vector<std::string> &report);
     void tellRepairs();
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);
+    void careForCopies(const std::vector<Medium> &media, const MediaParameters &is);
     void orderTold(const MediaOrder &order, const MediaOrderState &state);
     void report(const std::vector<Medium> &media, const MediaParameters &is);
 
@@ -76,7 +78,9 @@ private:
     RecordTime _recordTime;
     MediaJobs _jobs;
     ClipShare _clips;
-    std::string _reported; ///< as the store has it
+    MirrorCare _copies;
+    std::string _copiesKept; ///< as the store has it
+    std::string _reported;   ///< as the store has it
     std::string _reportedPaths;
     qint64 _reportedAt = 0;
     std::vector<std::string> _repairs;   ///< since the last take

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/mediad/mediajobs.h"
 
+#include "companions/mediad/bothmedia.h"
 #include "companions/mediad/clipcare.h"
+#include "companions/mediad/clipcomplete.h"
 #include "companions/mediad/clipcopy.h"
 #include "companions/mediad/clipverify.h"
 #include "companions/mediad/orderrules.h"
@@ -140,24 +142,18 @@ void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, 
         error = verifyClips(order.from, order.clip, environment, std::ref(pace), clips);
         text = clips.text;
         report = QJsonDocument(clips.report).toJson(QJsonDocument::Compact).toStdString();
-    } else if (order.verb == "delete") {
+    } else if (order.verb == "complete") {
+        readAndWriteLast();
+        Pace pace(environment, shared, [&](int percent) { told({order.id, "running", percent, text}); });
+        error = completeCopy(path, order.to + "/" + order.clip, environment, std::ref(pace), text);
+    } else {
         // The orders before it may have taken long: what was free when it came may be played by now.
         std::unique_lock lock(shared.mutex);
-        const std::string use = whyInUse(order, shared.transport);
+        const MediaParameters transport = shared.transport;
         lock.unlock();
-        error = use.empty() ? deleteClip(path, environment) : QmxError(EBUSY, QString::fromStdString(use));
-        text += " has been deleted";
-    } else if (order.verb == "rename") {
-        std::unique_lock lock(shared.mutex);
-        const std::string use = whyInUse(order, shared.transport);
-        lock.unlock();
-        error = use.empty() ? renameClip(path, order.from + "/" + order.to, environment)
+        const std::string use = whyInUse(order, transport);
+        error = use.empty() ? onEveryMedium(order, transport, environment, text)
                             : QmxError(EBUSY, QString::fromStdString(use));
-        text += " is " + order.to + " now";
-    } else {
-        const bool on = order.verb == "protect";
-        error = protectClip(path, on, environment);
-        text += on ? " is protected" : " is no longer protected";
     }
     if (error.isError())
         told({order.id, "refused", 0, error.toString().toStdString()});

@@ -35,6 +35,7 @@ MediaOrders MediaMachine::step(std::int64_t now, const std::vector<Medium> &medi
     answerRollover(step);
     refuseChoice(step);
     chooseActive(step);
+    chooseMirror(step);
     chooseRollover(step);
     chooseLabel(step);
     followClips(step);

@@ -23,6 +23,7 @@ struct MediaParameters
     bool rolloverEnabled = false;
     std::string active;
     std::string rollover;
+    std::string mirror; ///< folder that takes are written to as well; empty: none
     std::string label;
     std::string currentClip;
     PlaybackSource playbackSource = PlaybackSource::CurrentClip;
@@ -92,6 +93,7 @@ private:
     void refuseChoice(Step &step);
     void chooseActive(Step &step);
     void moveActive(Step &step, const std::string &path);
+    void chooseMirror(Step &step);
     void chooseRollover(Step &step);
     void chooseLabel(Step &step);
     void followClips(Step &step);

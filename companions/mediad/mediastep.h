@@ -36,6 +36,14 @@ struct MediaMachine::Step
         write(eParam_RolloverMediaPath, path);
     }
 
+    void setMirror(const std::string &path)
+    {
+        is.mirror = path;
+        write(eParam_MirrorMediaPath, path);
+    }
+
+    /// Where the second copy of takes goes; null: there is none, or its medium is not there.
+    const Medium *mirror() const { return is.mirror.empty() ? nullptr : mediumOf(is.mirror); }
     /// The medium that a path lies on; null: none that is mounted.
     const Medium *mediumOf(const std::string &path) const
     {

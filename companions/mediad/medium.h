@@ -14,11 +14,12 @@ struct Medium
     std::uint64_t mount = 0; ///< differs after it was unmounted and mounted again
     bool writable = false;   ///< false too while it does not answer
     double percentFree = 0;  ///< rounded to whole numbers, as the transport does it
-    std::uint64_t clips =
-        0; ///< differs when a clip has come, gone or changed; what this recorder records left out
-    std::vector<std::string> names;     ///< of all clips, in alphabetical order
-    bool beingRecorded = false;         ///< this recorder records a clip on it
-    std::vector<std::string> growing{}; ///< clips that another recorder records on it, with frames already
+    /// Differs when a clip has come, gone or changed; what this recorder records left out.
+    std::uint64_t clips = 0;
+    std::vector<std::string> names;      ///< of all clips, in alphabetical order
+    bool beingRecorded = false;          ///< this recorder records a clip on it
+    std::vector<std::string> recorded{}; ///< names of the clips that are being recorded
+    std::vector<std::string> growing{};  ///< clips that another recorder records on it, with frames already
 
     std::int64_t bytesFree = 0;
     std::int64_t bytesTotal = 0;

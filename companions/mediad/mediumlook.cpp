@@ -169,6 +169,7 @@ bool MediumLook::list(Medium &medium)
         medium.beingRecorded = medium.beingRecorded || clip.beingRecorded;
         if (clip.beingRecorded) {
             medium.recordedBytes = clip.size;
+            medium.recorded.push_back(name);
             continue;
         }
         if (clip.changed > newest.second) {

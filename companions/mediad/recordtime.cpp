@@ -12,11 +12,18 @@ constexpr std::int64_t framesForRate = 50;
 constexpr double rounding = 0.5;
 constexpr int mostSeconds = 1'000'000;
 
+/// It is written to beside the others: a take does not go on there.
+bool isMirror(const Medium &medium, const MediaParameters &parameters)
+{
+    return parameters.mirror == medium.path || parameters.mirror.starts_with(medium.path + "/");
+}
+
 const char *stateOf(const Medium &medium, const MediaParameters &parameters)
 {
     if (parameters.active == medium.path) return "active";
     if (!medium.writable) return "read_only";
     if (parameters.rollover == medium.path) return "next";
+    if (isMirror(medium, parameters)) return "mirror";
     return medium.percentFree <= MediumLevel::full ? "full" : "usable";
 }
 
@@ -57,7 +64,8 @@ RecordTime::Report RecordTime::report(const std::vector<Medium> &media,
                                 medium.bytesFree, medium.bytesTotal, static_cast<int>(medium.names.size()),
                                 left});
         const bool active = medium.path == parameters.active;
-        const bool goesOn = parameters.rolloverEnabled && medium.percentFree > MediumLevel::target;
+        const bool goesOn = parameters.rolloverEnabled && medium.percentFree > MediumLevel::target &&
+                            !isMirror(medium, parameters);
         if (left <= 0 || !(active || goesOn)) continue;
         result.secondsLeft += left;
         if (!last || !active) last = &medium;

@@ -3,6 +3,7 @@
 #include "companions/panel/panel.h"
 #include "platform/control/marksof.h"
 #include "platform/product/clipfinder.h"
+#include "platform/product/clipplaces.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 
 #include <QDateTime>
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
 
 #include <sys/stat.h>
 
@@ -153,8 +155,9 @@ void getClips(Panel &panel, const HttpCall &call, Respond respond)
     onWorker(panel, respond, [=, filter = call.query.value("filter")](Control &control) {
         ClipFinder finder(&control.recorder().config());
         std::vector<Listed> all;
+        std::list<Clip> clips = finder.findClips(true, false, true);
         int index = 0;
-        for (const Clip &clip : finder.findClips(true, false, true)) {
+        for (const Clip &clip : clips) {
             const QString name = QString::fromStdString(clip.getName());
             if (name.contains(filter, Qt::CaseInsensitive))
                 all.push_back({index, name, QString::fromStdString(clip.getPath()), clip.getFrameCount(),
@@ -163,13 +166,25 @@ void getClips(Panel &panel, const HttpCall &call, Respond respond)
         }
         std::stable_sort(all.begin(), all.end(), *order);
         if (direction == QLatin1String("desc")) std::reverse(all.begin(), all.end());
+        const QString path = control.recorder().text(eParam_ActiveMediaPath);
+        const QString mirror = control.recorder().text(eParam_MirrorMediaPath);
+        const auto first = all.begin() + std::min(*offset, qsizetype(all.size()));
+        const std::vector<Listed> shown(first, first + std::min(*limit, qsizetype(all.end() - first)));
+        std::set<std::string> names;
+        for (const Listed &clip : shown)
+            names.insert(clip.name.toStdString());
+        clips.remove_if([&names](const Clip &clip) { return !names.contains(clip.getName()); });
+        const auto copies = askSecondPlaces(path.toStdString(), mirror.toStdString(), clips,
+                                            control.recorder().environment());
         QJsonArray page;
-        for (qsizetype i = *offset; i < qsizetype(all.size()) && i < *offset + *limit; ++i)
-            page.append(listedObject(all[size_t(i)]));
-        return jsonReply({{"path", control.recorder().text(eParam_ActiveMediaPath)},
-                          {"total", qint64(all.size())},
-                          {"offset", *offset},
-                          {"clips", page}});
+        for (const Listed &clip : shown) {
+            QJsonObject object = listedObject(clip);
+            if (const auto copy = copies.find(clip.name.toStdString()); copy != copies.end())
+                object["second_copy"] = QJsonObject{{"path", mirror}, {"frames", copy->second}};
+            page.append(object);
+        }
+        return jsonReply(
+            {{"path", path}, {"total", qint64(all.size())}, {"offset", *offset}, {"clips", page}});
     });
 }
 

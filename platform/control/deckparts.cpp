@@ -24,6 +24,7 @@ constexpr eParam_t parameters[] = {
     eParam_ActiveMediaPath, eParam_CurrentClip,      eParam_PlaybackSource, eParam_PlayList,
     eParam_TimecodeSource,  eParam_MediaReport,      eParam_RecordTimeLeft, eParam_ControlOwner,
     eParam_ControlLock,     eParam_ControlMode,      eParam_TakeStarter,    eParam_AlarmsAcknowledged,
+    eParam_MirrorMediaPath,
 };
 
 QJsonArray arrayOf(const QString &text)
@@ -195,6 +196,7 @@ void DeckParameters::fill(DeckState &state, qint64 now) const
     const QString clip = text(eParam_CurrentClip);
     state.clip = clip == QLatin1String(noClip) ? QString() : clip;
     state.path = text(eParam_ActiveMediaPath);
+    state.mirrorPath = text(eParam_MirrorMediaPath);
     state.inputFormat = label(eParam_InputFormat);
     constexpr unsigned lastUnknown = 1; // none, unknown
     state.inputLocked = state.running && number(eParam_InputFormat) > lastUnknown;
@@ -248,6 +250,8 @@ void DeckMemory::fill(DeckState &state)
     state.listEntry = value("list_entry_on_output");
     state.clipFrames = value("current_clip_frames");
     state.recordedUpTo = value("recorded_up_to");
+    state.takeCopies = value("take_copies");
+    state.safeOnBoth = value("safe_on_both");
     state.droppedCapture = value("frames_dropped_capture");
     state.droppedPlayback = value("frames_dropped_playback");
     state.lateTicks = value("late_ticks");

@@ -19,6 +19,8 @@ struct DeckState
     qint64 length = 0;
     qint64 clipFrames = 0;
     qint64 recordedUpTo = 0;
+    qint64 takeCopies = 0;
+    qint64 safeOnBoth = 0;
     qint64 droppedCapture = 0;
     qint64 droppedPlayback = 0;
     qint64 lateTicks = 0;
@@ -33,6 +35,7 @@ struct DeckState
     double rate = 0;
     QString clip;
     QString path;
+    QString mirrorPath;
     QString inputFormat;
     bool inputLocked = false;
     QString recordFormat;

@@ -4,6 +4,7 @@
 #include "platform/control/recorder.h"
 #include "platform/control/transportanswers.h"
 #include "platform/product/clipfinder.h"
+#include "platform/qmx/core/qmxsamefilesystem.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -60,6 +61,21 @@ std::optional<Answer> nextMedium(Recorder &recorder, const StoreValue &value)
     return anyMedium(recorder, value);
 }
 
+std::optional<Answer> mirrorMedium(Recorder &recorder, const StoreValue &value)
+{
+    const QString path = QString::fromStdString(value.text);
+    const QString active = recorder.text(eParam_ActiveMediaPath);
+    QmxFiles &files = *recorder.environment().files;
+    struct statfs64 ofActive = {};
+    struct statfs64 ofMirror = {};
+    if (!path.isEmpty() && !active.isEmpty() && files.statfs(active, &ofActive) == 0 &&
+        files.statfs(path, &ofMirror) == 0 && qmxSameFileSystem(files, active, ofActive, path, ofMirror))
+        return refused(
+            QStringLiteral("%1 is on the same medium as %2, which is recorded on").arg(path, active),
+            "a second copy belongs on another medium; `xpctl media` lists those there are");
+    return anyMedium(recorder, value);
+}
+
 std::optional<Answer> clips(Recorder &recorder, const StoreValue &value)
 {
     for (const QString &name : QString::fromStdString(value.text).split('\n', Qt::SkipEmptyParts))
@@ -101,6 +117,7 @@ struct Row
 constexpr Row rows[] = {
     {eParam_ActiveMediaPath, activeMedium},
     {eParam_RolloverMediaPath, nextMedium},
+    {eParam_MirrorMediaPath, mirrorMedium},
     {eParam_PlayList, clips},
     {eParam_CurrentClip, clips},
     {eParam_GoToClipName, clips},

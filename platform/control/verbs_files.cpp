@@ -72,6 +72,8 @@ MediaOrder orderOf(const VerbCall &call)
     order.verb = call.request.verb.toStdString();
     order.clip = call.text("clip").toStdString();
     order.from = call.recorder.text(eParam_ActiveMediaPath).toStdString();
+    // By its name alone a clip is meant wherever it lies; by its path only there.
+    order.everywhere = order.clip.find('/') == std::string::npos;
     if (const auto slash = order.clip.rfind('/'); slash != std::string::npos) {
         order.from = order.clip.substr(0, slash);
         order.clip = order.clip.substr(slash + 1);

@@ -57,6 +57,7 @@ std::string MediaOrder::print() const
     QJsonObject object{
         {"id", shown(id)}, {"verb", shown(verb)}, {"clip", shown(clip)}, {"from", shown(from)}};
     if (!to.empty()) object["to"] = shown(to);
+    if (everywhere) object["everywhere"] = true;
     return compact(QJsonDocument(object));
 }
 
@@ -68,8 +69,8 @@ std::optional<MediaOrder> MediaOrder::parse(const std::string &text, std::string
         return std::nullopt;
     }
     const QJsonObject object = json.object();
-    MediaOrder order{word(object, "id"), word(object, "verb"), word(object, "clip"), word(object, "from"),
-                     word(object, "to")};
+    MediaOrder order{word(object, "id"),   word(object, "verb"), word(object, "clip"),
+                     word(object, "from"), word(object, "to"),   object.value("everywhere").toBool()};
     // Whoever sent it finds the answer by this; what he could not read there he gets no answer to.
     if (const QString given = shown(order.id);
         given.size() > MediaOrder::longestId || qmxPrintable(given) != given) {

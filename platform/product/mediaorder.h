@@ -6,14 +6,18 @@
 #include <vector>
 
 /// What an operator wants the media daemon to do with one clip, as it stands in the parameter media_order: a
-/// JSON object with the fields "id", "verb", "clip", "from" and "to". A plain value.
+/// JSON object with the fields "id", "verb", "clip", "from", "to" and
+/// "everywhere". A plain value.
 struct MediaOrder
 {
-    std::string id;   ///< chosen by who asks, to know the answer by; may be empty
-    std::string verb; ///< "copy", "delete", "protect", "unprotect", "rename", "verify"
+    std::string id; ///< chosen by who asks, to know the answer by; may be empty
+    /// "copy", "delete", "protect", "unprotect", "rename", "verify"; within the media daemon also "complete"
+    std::string verb;
     std::string clip; ///< file name; to verify all clips of the medium: empty
     std::string from; ///< folder of the medium
     std::string to;   ///< folder of the other medium, for a copy; the new name, for rename
+    /// A clip that lies on a second medium as well is meant in both places.
+    bool everywhere = false;
 
     static constexpr int longestId = 64; ///< printable characters
 
@@ -44,7 +48,7 @@ struct MediumReport
 {
     std::string path;
     std::string label;
-    std::string state; ///< "active", "next", "usable", "full", "read_only", "silent"
+    std::string state; ///< "active", "next", "mirror", "usable", "full", "read_only", "silent"
     double percentFree = 0;
     long long bytesFree = 0;
     long long bytesTotal = 0;

@@ -28,7 +28,9 @@ struct TextRow
     eParam_t id;
     void (*take)(Values &values, const QString &value);
 };
-constexpr std::initializer_list<TextRow> textRows = {};
+constexpr std::initializer_list<TextRow> textRows = {
+    {eParam_MirrorMediaPath, [](Values &values, const QString &value) { values.mirrorMediaPath = value; }},
+};
 
 template <class Row, class Value>
 void take(QmxDeck &deck, std::initializer_list<Row> rows, eParam_t id, const Value &value)

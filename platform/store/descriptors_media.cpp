@@ -15,6 +15,14 @@ std::vector<ParamRow> mediaRows()
         string(eParam_RolloverMediaPath, "rollover_media_path", Volatile,
                "Folder of the medium on which a recording goes on when the active one is full; empty: none.")
             .with({Attribute::everyWrite, Attribute::folder}),
+        string(eParam_MirrorMediaPath, "mirror_media_path", Persistent,
+               "Folder on a second medium that takes are written to as well; empty: none.")
+            .with({Attribute::folder}),
+        string(
+            eParam_MirrorPending, "mirror_pending", Persistent,
+            "Clips of takes on two media that are not known to be whole on both, as JSON: \"clip\", \"one\" "
+            "and \"other\" (folders); the media daemon completes them when no take runs.")
+            .with({Attribute::told}),
         enumeration(eParam_StorageState, "storage_state", Volatile,
                     {{StorageState::Unknown, "unknown"},
                      {StorageState::InUse, "in_use"},

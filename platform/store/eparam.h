@@ -78,6 +78,7 @@ enum eParam_t : std::uint32_t {
     eParam_RecordStart = 0x50000061,
     eParam_RecordSchedule = 0x50000062,
     eParam_MirrorMediaPath = 0x50000070,
+    eParam_MirrorPending = 0x50000071,
     // Playback
     eParam_PlaybackSource = 0x0F01000A,
     eParam_LoopPlayback = 0x0F02000A,
@@ -106,7 +107,7 @@ enum eParam_t : std::uint32_t {
     eParam_AlarmLogOutputFailed = 0x7E072000,
     eParam_AlarmInputDamaged = 0x7E072100,
     eParam_AlarmPictureDamaged = 0x7E072200,
-    eParam_AlarmSpare = 0x7E072300,
+    eParam_AlarmMirrorLost = 0x7E072300,
     eParam_AlarmLutError = 0x7E072800,
     eParam_AlarmRecordInhibited = 0x7E072B00,
     eParam_AlarmMediaFull = 0x50000010,

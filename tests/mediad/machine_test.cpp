@@ -50,6 +50,8 @@ protected:
             return "active=" + (is.active = write.text);
         case eParam_RolloverMediaPath:
             return "rollover=" + (is.rollover = write.text);
+        case eParam_MirrorMediaPath:
+            return "mirror=" + (is.mirror = write.text);
         case eParam_CurrentClip:
             return "clip=" + (is.currentClip = write.text);
         case eParam_MediaLabel:
@@ -133,6 +135,37 @@ TEST_F(Machine, choosesMediaAtTheStartAndThenKeepsStill)
     is.currentClip = "take.mov";
     media[1].names = {"take.mov"};
     EXPECT_EQ(step().front(), "active=/media/B");
+    EXPECT_EQ(is.currentClip, "take.mov");
+}
+
+TEST_F(Machine, keepsTheTwoCopiesOfATakeApart)
+{
+    media = {medium("/media/A"), medium("/media/B"), medium("/media/C"), medium("/media/D")};
+    is.mirror = "/media/B";
+    step();
+    EXPECT_EQ(is.active + is.rollover, "/media/A/media/C");
+    // The half that is full moves, rather not to where the other half would go on.
+    media[1].percentFree = 10;
+    EXPECT_EQ(step(), Writes{"mirror=/media/D"});
+    media[3].percentFree = 9;
+    EXPECT_EQ(step(), (Writes{"mirror=/media/C", "rollover="}));
+    media[2].percentFree = 9;
+    EXPECT_EQ(step(), Writes()) << "nowhere to go";
+    // A full active medium makes room on another one, on that of the second copy only when none is left.
+    media[2].percentFree = media[3].percentFree = 90;
+    media[0].percentFree = 8;
+    EXPECT_EQ(step().front(), "active=/media/D");
+    EXPECT_EQ(is.rollover, "");
+    // A take whose first medium is pulled goes on on the second one, which is played from after it.
+    is.currentClip = "take.mov";
+    record();
+    step();
+    media.erase(media.begin() + 3);
+    EXPECT_EQ(step().front(), "active=");
+    media[2].names = {"take.mov"};
+    stop();
+    step();
+    EXPECT_EQ(is.active, "/media/C");
     EXPECT_EQ(is.currentClip, "take.mov");
 }
 

@@ -358,14 +358,15 @@ TEST_P(StoreContract, alarmsGoWithTheirProcessAndStayInTheHistory)
     EXPECT_TRUE(value.empty());
 
     EXPECT_FALSE(AlarmProducer::clear(config.get(), eParam_RecordCodec));
-    EXPECT_TRUE(AlarmProducer::raise(config.get(), eParam_AlarmSpare, kel::alarms::Alarm::INFORMATION, ""));
-    EXPECT_TRUE(config->getData(eParam_AlarmSpare, value));
+    EXPECT_TRUE(
+        AlarmProducer::raise(config.get(), eParam_AlarmMirrorLost, kel::alarms::Alarm::INFORMATION, ""));
+    EXPECT_TRUE(config->getData(eParam_AlarmMirrorLost, value));
     EXPECT_FALSE(value.empty()); // even the emptiest alarm is not a clear one
     const auto history = config->alarmHistory(10);
     ASSERT_EQ(history.size(), 3U);
     EXPECT_TRUE(history[0].raised && history[0].message == "full" && history[0].severity == 2);
     EXPECT_FALSE(history[1].raised);
-    EXPECT_EQ(history[2].id, eParam_AlarmSpare);
+    EXPECT_EQ(history[2].id, eParam_AlarmMirrorLost);
 }
 
 } // namespace

@@ -38,6 +38,7 @@ struct FaultyFiles::State
     bool hangs[CallCount] = {};
     std::vector<QmxInterrupt *> hanging;
     QString vanished;
+    QString only;
     std::function<void(const QString &, struct statfs64 &)> statfsChange;
     std::map<int, QString> paths; // of open descriptors
 };
@@ -121,6 +122,12 @@ void FaultyFiles::comeBack()
     vanish(QString());
 }
 
+void FaultyFiles::only(const QString &path)
+{
+    std::lock_guard lock(_state->mutex);
+    _state->only = path;
+}
+
 void FaultyFiles::fakeStatfs(std::function<void(const QString &, struct statfs64 &)> change)
 {
     std::lock_guard lock(_state->mutex);
@@ -172,6 +179,12 @@ int FaultyFiles::sync(Call call, int fd)
     return -1;
 }
 
+void FaultyFiles::forgetRules()
+{
+    std::lock_guard lock(_state->mutex);
+    _state->rules.clear();
+}
+
 void FaultyFiles::clear()
 {
     std::lock_guard lock(_state->mutex);
@@ -179,6 +192,7 @@ void FaultyFiles::clear()
     _state->unsynced.clear();
     _state->rules.clear();
     _state->vanished.clear();
+    _state->only.clear();
     _state->statfsChange = nullptr;
 }
 
@@ -211,6 +225,7 @@ FaultyFiles::Fate FaultyFiles::enter(Call call, const QString &path, int vanishe
     qint64 stall = 0;
     std::unique_lock lock(_state->mutex);
     ++_state->counts[call];
+    if (!_state->only.isEmpty() && !isUnder(path, _state->only)) return fate;
     for (State::Rule &rule : _state->rules) {
         if (rule.call != call && rule.call != CallCount) continue;
         --rule.remaining;

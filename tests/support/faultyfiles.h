@@ -66,6 +66,10 @@ public:
     /// good one, as a kernel does that has given up on a page: the next one succeeds and does not bring it
     /// back.
     void loseOnFailedSync();
+    /// Faults hit only what lies under `path` (empty: everything).
+    void only(const QString &path);
+    /// Calls fail no more; all other faults stay.
+    void forgetRules();
     /// No more faults (hanging calls go on).
     void clear();
 

@@ -29,6 +29,9 @@ constexpr qint64 maxFragmentBytes = (qint64(1) << 31) - (qint64(64) << 20);
 /// What a slot can describe, record included, with a timecode jump at every frame.
 constexpr int maxFragmentFrames = 80;
 
+/// Times in a file count from 1904.
+constexpr quint64 secondsFrom1904To1970 = 2082844800;
+
 constexpr qint64 roundUp(qint64 size)
 {
     return (size + block - 1) / block * block;

@@ -157,6 +157,8 @@ QmxError QmxClipIndex::describe(MovInput &input)
         soundPhase = traits ? traits->soundPhase : 0;
     }
     if (const auto *timecode = timecodeTrack()) info.reelName = timecode->reelName;
+    if (_movie.created > MovLayout::secondsFrom1904To1970)
+        info.created = qint64(_movie.created - MovLayout::secondsFrom1904To1970);
     return describeSound(input);
 }
 

@@ -29,6 +29,8 @@ struct QmxClipInfo
     QmxVideoRate
         effectiveRate; ///< the rate at which the clip plays when it is not that of `image`; else empty
 
+    qint64 created = 0; ///< seconds since 1970; to the writer 0 says: now
+
     // Filled by the reader only.
     qint64 frames = 0;               ///< whole frames that can be read
     bool closed = false;             ///< the file is complete and does not grow

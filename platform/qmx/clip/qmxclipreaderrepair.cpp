@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/clip/movclose.h"
 #include "platform/qmx/clip/movlayout.h"
+#include "platform/qmx/clip/movrestore.h"
 #include "platform/qmx/clip/qmxclipindex.h"
 #include "platform/qmx/clip/qmxclipreader.h"
-
-#include "platform/qmx/clip/atomcursor.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -34,32 +33,6 @@ void bridge(MovTables &tables, const MovFragment *before, const MovFragment &aft
     }
 }
 
-QmxError readJumps(MovInput &input, MovFragment &fragment)
-{
-    for (auto &jump : fragment.jumps) {
-        uchar bytes[4] = {};
-        QmxError error = input.read(bytes, sizeof bytes, jump.offset);
-        if (error.isError()) return error;
-        jump.value = AtomCursor(bytes).u32();
-    }
-    return {};
-}
-
-/// The description of the clip as its writer had it.
-QmxError formatOf(MovInput &input, const QmxClipIndex &index, MovFormat &format)
-{
-    QmxError error = MovFormat::fromInfo(index.info, format);
-    if (error.isError()) return error;
-    const auto *video = index.movie().firstTrack(atomType("vide"));
-    const auto *timecode = index.movie().firstTrack(atomType("tmcd"));
-    format.timeScale = video->timeScale;
-    format.frameDuration = video->fragmentDuration;
-    format.created = index.movie().created;
-    format.hasTimecode = timecode && !timecode->chunks.empty();
-    if (format.hasTimecode) format.timecodeOffset = timecode->chunks.front();
-    return format.frameDuration == 0 ? input.damaged("its frame rate is missing") : QmxError();
-}
-
 } // namespace
 
 QmxError QmxClipReader::repair(const QString &path, bool &repaired, const QmxEnvironment &environment)
@@ -82,7 +55,7 @@ QmxError QmxClipReader::repair(const QString &path, bool &repaired, const QmxEnv
     if (error.isError() || index.info.closed) return error;
 
     MovFormat format;
-    error = formatOf(input, index, format);
+    error = movFormatOf(input, index, format);
     if (error.isError()) return error;
     QByteArray header(MovLayout::headerSize, '\0');
     error = input.read(header.data(), header.size(), 0);
@@ -94,7 +67,7 @@ QmxError QmxClipReader::repair(const QString &path, bool &repaired, const QmxEnv
     for (const MovFragment &found : index.fragments()) {
         MovFragment fragment = found;
         if (fragment.firstFrame > tables.frames()) bridge(tables, before, fragment);
-        error = readJumps(input, fragment);
+        error = movReadJumps(input, fragment);
         if (error.isError()) return error;
         tables.append(fragment);
         proof.append(fragment, format);

@@ -1,76 +1,32 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/clip/qmxclipwriter.h"
+#include "platform/qmx/clip/qmxclipwriterprivate.h"
 
-#include "platform/qmx/clip/movalignedbuffer.h"
 #include "platform/qmx/clip/movclose.h"
 #include "platform/qmx/clip/movcrc.h"
-#include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movpcm.h"
-#include "platform/qmx/clip/movproof.h"
-#include "platform/qmx/clip/movwaymarks.h"
-#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 
-#include <atomic>
+#include <algorithm>
 #include <cerrno>
 
 namespace {
-
-constexpr qint64 secondsFrom1904To1970 = 2082844800;
 
 bool sameFamily(QmxId a, QmxId b)
 {
     return a == b || (QmxIds::isProRes422(a) && QmxIds::isProRes422(b));
 }
 
-} // namespace
-
-struct QmxClipWriter::Private
+/// Zeros beyond the content, which nobody reads. Memory that has them already is left alone: another writer
+/// may be at the same picture.
+void fillUp(QmxBuffer picture)
 {
-    explicit Private(const QmxEnvironment &env) : environment(env), output(env) {}
+    uchar *const end = picture.data() + picture.size();
+    uchar *const to =
+        picture.data() + std::min<qint64>(MovLayout::roundUp(picture.size()), picture.capacity());
+    if (std::any_of(end, to, [](uchar byte) { return byte != 0; })) std::memset(end, 0, size_t(to - end));
+}
 
-    quint64 now() const
-    {
-        return quint64(environment.clock->wallTime() / QmxClock::nsPerSecond + secondsFrom1904To1970);
-    }
-    qint64 lateTicks() const { return environment.deck->counters.value(QmxCounters::LateTicks); }
-    QmxError fits(const QmxFrame &frame, QmxBuffer &picture);
-    QmxError writePicture(QmxBuffer picture);
-    void addSound(const QmxFrame &frame);
-    void findSoundPhase();
-    void beginTake();
-    void addTimecode(const QmxFrame &frame);
-    void addJump(quint32 timecode);
-    QmxError flush();
-    QmxError writeTail();
-    void prove();
-    QByteArray header(qint64 frames) const;
-    QmxError publish(MovFragment &fragment);
-    QmxError fail(const QmxError &error);
-    void beginFragment(qint64 slot);
-
-    QmxEnvironment environment;
-    MovOutput output;
-    MovFormat format;
-    MovTables tables;
-    MovWaymarks waymarks;
-    QString path;
-    bool open = false;
-    QmxError failure;
-    MovProof proof;
-    QJsonObject take; ///< its record, as it began
-    MovChain chain;
-    qint64 lateBefore = 0;    ///< ticks that were late before the take
-    MovFragment fragment;     ///< not flushed yet
-    qint64 position = 0;      ///< where its next bytes go
-    MovAlignedBuffer sound;   ///< of this fragment, in file form
-    MovAlignedBuffer scratch; ///< for what is not in aligned memory
-    QmxBuffer lastPicture;
-    quint32 nextTimecode = 0; ///< frame number that continues the timecode
-    qint64 lastJump = 0;      ///< frame at which the present run of timecodes began
-    std::atomic<qint64> written = 0;
-    std::atomic<qint64> durable = 0;
-};
+} // namespace
 
 QmxError QmxClipWriter::Private::fail(const QmxError &error)
 {
@@ -119,7 +75,7 @@ QmxError QmxClipWriter::Private::writePicture(QmxBuffer picture)
     const uchar *data = picture.constData();
     const bool aligned = reinterpret_cast<quintptr>(data) % MovLayout::block == 0;
     if (aligned && picture.capacity() >= padded) {
-        std::memset(picture.data() + size, 0, size_t(padded - size)); // beyond the content: nobody reads it
+        fillUp(picture);
     } else {
         scratch.assign(QByteArrayView(data, size));
         data = scratch.data();
@@ -234,6 +190,7 @@ void QmxClipWriter::Private::prove()
 /// What stands before the first slot.
 QByteArray QmxClipWriter::Private::header(qint64 frames) const
 {
+    if (!kept.isEmpty()) return kept;
     QByteArray bytes = MovTables::openHeader(format, frames);
     MovTake::write(bytes, take);
     return bytes;
@@ -303,13 +260,14 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     if (d->open) return {EBUSY, QStringLiteral("The writer of clip %1 is in use").arg(d->path)};
     QmxError error = MovFormat::fromInfo(info, d->format);
     if (error.isError()) return error;
-    d->format.created = d->now();
+    d->format.created = d->created(info);
     error = d->output.create(path);
     if (error.isError()) return error;
     d->path = path;
     d->tables = MovTables();
     d->waymarks = MovWaymarks();
     d->take = QJsonObject();
+    d->kept.clear();
     d->failure = QmxError();
     d->written = d->durable = 0;
     d->nextTimecode = d->format.startFrame;
@@ -337,7 +295,7 @@ QmxError QmxClipWriter::take(const QString &path, const QmxClipInfo &info)
     if (!error.isError()) error = d->output.rename(path);
     if (error.isError()) return d->fail(error);
     // The header written at the opening is not in force before the first flush.
-    d->format.created = d->now();
+    d->format.created = d->created(info);
     d->nextTimecode = d->format.startFrame;
     d->path = path;
     return {};
@@ -369,6 +327,12 @@ QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
     d->lastPicture = picture;
     ++d->written;
     return {};
+}
+
+void QmxClipWriter::pad(const QmxFrame &frame)
+{
+    if (!frame.vids().isEmpty() && frame.vids().first().isValid())
+        fillUp(frame.vids().first().buffers().first());
 }
 
 void QmxClipWriter::noteLost(int count)

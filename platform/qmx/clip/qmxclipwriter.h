@@ -34,12 +34,22 @@ public:
     /// clip is to be. Never replaces a file: EEXIST. An error is one of the medium.
     QmxError take(const QString &path, const QmxClipInfo &info);
 
+    /// Goes on with a clip of ours that ended early: a closed one grows again from where it ended, one that a
+    /// crash left unfinished from its last flush. Nothing that it has is written anew, and whatever happens
+    /// meanwhile, it stays readable up to the last flush. EWOULDBLOCK while somebody else writes it; EILSEQ
+    /// when it is no such clip or frames are missing in it.
+    QmxError resume(const QString &path);
+
     /// Hands one frame to the medium. Its first image must be of the clip's size and data type (any of the
     /// 4:2:2 ProRes types is accepted in a clip of another of them); an image that is not valid repeats the
     /// picture before it. Sound that is missing becomes silence. A frame that does not fit is refused with
     /// EINVAL, and the clip goes on. Flushes by itself when a fragment can take no more (about 80 frames or
     /// 2 GiB).
     QmxError writeFrame(const QmxFrame &frame);
+
+    /// Fills the memory behind a picture with zeros up to a whole block, as writeFrame() does. For frames
+    /// that several writers are given at once: none of them then changes what the others read.
+    static void pad(const QmxFrame &frame);
 
     /// Notes that `count` frames before the next one were lost; kept in the file for whoever examines it.
     void noteLost(int count);

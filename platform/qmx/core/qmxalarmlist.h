@@ -80,10 +80,10 @@
       "A picture that is played cannot be decoded.", \
       "cleared when pictures can be shown again", \
       "the clip is damaged or coded in an unknown way; play another copy of it") \
-    X(Spare, 1919, "spare", Condition, "", \
-      "Not used.", \
-      "", \
-      "not used") \
+    X(MirrorLost, 1919, "mirror_lost", Condition, "warning", \
+      "A take that was to be on two media is on one only; until the next take.", \
+      "one copy could not be begun or written on; cleared when the next take begins, since it can begin with the take", \
+      "check or replace the medium that it names; the take goes on in the other copy, and this one is completed when the medium is back") \
     X(LutError, 1920, "lut_error", Condition, "error", \
       "The look-up table file cannot be used.", \
       "a condition of a setting; cleared by the next good file or position", \

@@ -81,5 +81,9 @@
     X(LiveDistance, "live_distance", "frames", "xp_live_distance_frames", Gauge, 1, \
       "From the output to the newest frame of the clip that grows, -1: none grows") \
     X(LiveWaits, "live_waits", "waits", "xp_live_waits_total", Counter, 1, \
-      "Playback had to wait for a clip that grows")
+      "Playback had to wait for a clip that grows") \
+    X(TakeCopies, "take_copies", "media", "xp_take_media", Gauge, 1, \
+      "Media that the take is written to, or was to its end") \
+    X(SafeOnBoth, "safe_on_both", "frames", "xp_take_frames_safe_on_both", Gauge, 1, \
+      "Frames of a take on two media that are safe on both")
 // clang-format on

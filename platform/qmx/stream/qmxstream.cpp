@@ -78,6 +78,11 @@ bool QmxStream::open(int mode)
     ask.clip.audio = d->info.auds().value(0);
     ask.clip.reelName = d->info.reelName();
     ask.clip.effectiveRate = d->info.effectiveFrameRate();
+    if (ask.writes) {
+        // Both copies say the same of themselves: so they are known as one clip.
+        ask.clip.created = d->environment.clock->wallTime() / QmxClock::nsPerSecond;
+        ask.mirrorFolder = d->environment.deck->takeOptions.values().mirrorMediaPath;
+    }
 
     d->dropNext();
     if (!d->closeAsked) d->abandonCurrent();
@@ -158,7 +163,7 @@ StreamReader *QmxStream::reader() const
     return d->current ? d->current->reader() : nullptr;
 }
 
-StreamWriter *QmxStream::writer() const
+StreamPair *QmxStream::writer() const
 {
     return d->current ? d->current->writer() : nullptr;
 }

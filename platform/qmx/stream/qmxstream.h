@@ -13,12 +13,12 @@
 #include <memory>
 
 class QmxStreamPeer;
+class StreamPair;
 class StreamReader;
-class StreamWriter;
 
 /// One stream of frames on a medium: a clip that is written, or a clip or play list that is read.
 ///
-/// Threads: all members belong to the event loop and never wait for a file; StreamWriter and StreamReader
+/// Threads: all members belong to the event loop and never wait for a file; StreamPair and StreamReader
 /// have the threads that do. Signals come from the stream's own posted events, never from inside a call, in
 /// the order in which things happened; isOpening() and isClosing() change in the event that emits the
 /// matching signal, immediately before it. From inside a slot every call is allowed.
@@ -90,7 +90,7 @@ private:
     /// For the cache in front: one at a time.
     void setPeer(QmxStreamPeer *peer);
     StreamReader *reader() const;
-    StreamWriter *writer() const;
+    StreamPair *writer() const;
     QString path() const;
 
     struct Private;

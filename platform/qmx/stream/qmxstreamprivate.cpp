@@ -46,6 +46,7 @@ void QmxStream::Private::begin(const QmxStreamAsk &ask)
         beginJoined(ask);
         return;
     }
+    if (ask.writes && peer) postAlarm(QmxIds::alarmMirrorLost, QmxAlarm::Clear, QString());
     dropAhead();
     percentFree = 100;
     current = std::make_unique<QmxStreamSession>(ask, q, this, benchmarkOn, environment);
@@ -183,7 +184,7 @@ void QmxStream::Private::closeDone()
     deadline.stop();
     if (current && current->ask().writes && !current->isCancelled())
         environment.deck->recordTable.streamClosed(current->ask().path());
-    current.reset();
+    letGoOfClosed();
     closeAsked = false;
     state = next ? State::Opening : State::Closed;
     const QmxOperations::Token held = std::move(token);
@@ -257,10 +258,29 @@ void QmxStream::Private::sessionClosed(QmxStreamSession *session)
         forget(session);
 }
 
+/// A second copy that is written on keeps its session until it is done.
+void QmxStream::Private::letGoOfClosed()
+{
+    if (current && current->isBusy()) leaving.push_back(std::move(current));
+    current.reset();
+}
+
+void QmxStream::Private::sessionLostCopy(const QmxError &why, const QString &left)
+{
+    environment.deck->counters.add(QmxCounters::WriteErrors);
+    const QString text =
+        QStringLiteral("The take is on one medium only, %1: %2. Put the other one right; it is completed "
+                       "after the take")
+            .arg(left, why.toString());
+    qmxLogOutput(1, logSource, __LINE__, "%s\n", qPrintable(text));
+    postAlarm(QmxIds::alarmMirrorLost, QmxAlarm::Warning, text);
+}
+
 void QmxStream::Private::forget(QmxStreamSession *session)
 {
     for (auto it = leaving.begin(); it != leaving.end(); ++it) {
         if (it->get() != session) continue;
+        if (session->isBusy()) return; // a second copy is
         if (session->ask().number > 0) environment.deck->recordTable.streamClosed(session->ask().path());
         leaving.erase(it);
         return;

@@ -49,6 +49,7 @@ struct QmxStream::Private : QmxStreamSession::Receiver
 
     void sessionOpened(QmxStreamSession *session, const QmxError &error, const QmxStreamInfo &told) override;
     void sessionClosed(QmxStreamSession *session) override;
+    void sessionLostCopy(const QmxError &why, const QString &left) override;
     void sessionResults(QmxStreamSession *session) override;
     void sessionGrown(QmxStreamSession *session, const QString &ended) override;
     void sessionRoom(QmxStreamSession *session) override;
@@ -57,6 +58,7 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     void sessionWrote(qint64 microseconds) override;
     void sessionStalled(QmxStreamSession *session, bool stalled) override;
     void forget(QmxStreamSession *session);
+    void letGoOfClosed();
     void setToken(const QString &doing) { token = environment.deck->operations.begin(doing); }
 
     QmxStream *const q;

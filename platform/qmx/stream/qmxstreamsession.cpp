@@ -3,6 +3,8 @@
 
 #include "platform/qmx/core/qmxnextclip.h"
 
+#include <QFileInfo>
+
 namespace {
 /// So that a picture is on the medium half a second after it was written, also when no other follows.
 constexpr int flushIntervalMs = 400;
@@ -16,6 +18,13 @@ constexpr qint64 stallTime = 3 * QmxClock::nsPerSecond;
 QString QmxStreamAsk::what() const
 {
     return source.isList ? QStringLiteral("a play list of %1 clips").arg(source.entries.size()) : path();
+}
+
+QStringList QmxStreamAsk::paths() const
+{
+    QStringList paths{path()};
+    if (!mirrorFolder.isEmpty()) paths.append(mirrorFolder + "/" + QFileInfo(path()).fileName());
+    return paths;
 }
 
 QmxStreamSession::QmxStreamSession(const QmxStreamAsk &ask, QObject *home, Receiver *receiver,
@@ -37,33 +46,29 @@ QmxStreamSession::~QmxStreamSession()
 void QmxStreamSession::makeWriter(const QmxEnvironment &environment,
                                   const std::shared_ptr<std::atomic<bool>> &benchmark)
 {
-    // The thread may outlive this session: it holds the post, which goes deaf, and touches nothing else.
-    StreamWriter::Events events;
-    events.opened = [this, post = _post](const QmxError &error) {
-        post.post([this, error] {
-            _fileOpen = !error.isError();
-            if (_fileOpen) _timer.start(flushIntervalMs);
-            _receiver->sessionOpened(this, error, {});
-        });
+    StreamPair::Events events;
+    events.opened = [this](const QmxError &error) {
+        _fileOpen = !error.isError();
+        if (_fileOpen) _timer.start(flushIntervalMs);
+        _receiver->sessionOpened(this, error, {});
     };
-    events.closed = [this, post = _post](const QmxError &error) {
-        post.post([this, error] {
-            if (error.isError()) _receiver->sessionFailed(this, error, false);
-            _receiver->sessionClosed(this);
-        });
+    events.closed = [this](const QmxError &error) {
+        if (error.isError()) _receiver->sessionFailed(this, error, false);
+        _receiver->sessionClosed(this);
     };
-    events.failed = [this, post = _post](const QmxError &error, bool fatal) {
-        post.post([this, error, fatal] { _receiver->sessionFailed(this, error, fatal); });
+    events.done = [this] { _receiver->sessionClosed(this); };
+    events.failed = [this](const QmxError &error, bool fatal) {
+        _receiver->sessionFailed(this, error, fatal);
     };
-    events.room = [this, post = _post] { post.post([this] { _receiver->sessionRoom(this); }); };
+    events.lost = [this](const QmxError &why, const QString &left) { _receiver->sessionLostCopy(why, left); };
+    events.room = [this] { _receiver->sessionRoom(this); };
+    // On the writer's thread, which may outlive this session: it holds the post, which goes deaf.
     events.wrote = [this, post = _post, benchmark](qint64 microseconds) {
         if (*benchmark) post.post([this, microseconds] { _receiver->sessionWrote(microseconds); });
     };
     if (QmxNextClip::instance()->isNamed())
-        events.level = [this, post = _post](int percent) {
-            post.post([this, percent] { _receiver->sessionLevel(this, percent); });
-        };
-    _writer = std::make_unique<StreamWriter>(_ask.path(), _ask.clip, events, environment);
+        events.level = [this](int percent) { _receiver->sessionLevel(this, percent); };
+    _writer = std::make_unique<StreamPair>(_ask.paths(), _ask.clip, events, _post, environment);
     QObject::connect(&_timer, &QTimer::timeout, &_timer, [this] { _writer->flush(); });
 }
 

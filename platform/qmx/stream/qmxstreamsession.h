@@ -5,8 +5,8 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxoperations.h"
 #include "platform/qmx/stream/qmxstreampost.h"
+#include "platform/qmx/stream/streampair.h"
 #include "platform/qmx/stream/streamreader.h"
-#include "platform/qmx/stream/streamwriter.h"
 
 #include <QTimer>
 
@@ -20,9 +20,12 @@ struct QmxStreamAsk
     bool writes = false;
     StreamReaderSource source;
     QmxClipInfo clip;       ///< writing: what it shall be
+    QString mirrorFolder;   ///< writing: where the clip is written as well; empty: nowhere
     bool cancelled = false; ///< close() has been called before it was open
 
     QString path() const { return source.entries.isEmpty() ? QString() : source.entries.constFirst().path; }
+    /// Of all copies that are to be written, the stream's own first.
+    QStringList paths() const;
     /// For the operator: the path, or how many clips the list has.
     QString what() const;
 };
@@ -39,7 +42,10 @@ public:
         virtual ~Receiver() = default;
         virtual void sessionOpened(QmxStreamSession *session, const QmxError &error,
                                    const QmxStreamInfo &info) = 0;
+        /// Writing, isBusy() may still be true then; it is told again when nothing is any more.
         virtual void sessionClosed(QmxStreamSession *session) = 0;
+        /// Writing to two media: one copy ends early, the take goes on at `left`.
+        virtual void sessionLostCopy(const QmxError &why, const QString &left) = 0;
         virtual void sessionResults(QmxStreamSession *session) = 0;
         /// `ended`: why it ends although nobody has finished it.
         virtual void sessionGrown(QmxStreamSession *session, const QString &ended) = 0;
@@ -64,7 +70,9 @@ public:
     bool isCancelled() const { return _ask.cancelled; }
     void setCancelled() { _ask.cancelled = true; }
     StreamReader *reader() const { return _reader.get(); }
-    StreamWriter *writer() const { return _writer.get(); }
+    StreamPair *writer() const { return _writer.get(); }
+    /// Something is still written, whether or not the clip counts as closed.
+    bool isBusy() const { return _writer && _writer->isBusy(); }
 
     void open();
     /// Writing: makes the file before anybody has asked for the clip.
@@ -94,5 +102,5 @@ private:
     bool _stalled = false;
     QTimer _timer; ///< flushes what is written, looks whether what is read has grown
     std::unique_ptr<StreamReader> _reader;
-    std::unique_ptr<StreamWriter> _writer;
+    std::unique_ptr<StreamPair> _writer;
 };

@@ -5,7 +5,7 @@
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxtimecode.h"
-#include "platform/qmx/stream/streamwriter.h"
+#include "platform/qmx/stream/streampair.h"
 
 void StreamHandOver::begin()
 {
@@ -32,7 +32,7 @@ void StreamHandOver::drop(const QString &path)
     _environment.deck->counters.add(QmxCounters::FramesDroppedCapture);
 }
 
-void StreamHandOver::give(StreamWriter *writer, bool all)
+void StreamHandOver::give(StreamPair *writer, bool all)
 {
     if (!writer) return;
     while (!_waiting.empty() && (all || writer->hasRoom())) {

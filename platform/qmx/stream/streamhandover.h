@@ -8,7 +8,7 @@
 
 #include <deque>
 
-class StreamWriter;
+class StreamPair;
 
 /// The writing half of a cache: frames on their way to the writer, which stay here only while its queue has
 /// no room. Event loop only.
@@ -24,7 +24,7 @@ public:
     /// A frame came although there is no room.
     void drop(const QString &path);
     /// Gives the writer what it has room for, or everything.
-    void give(StreamWriter *writer, bool all);
+    void give(StreamPair *writer, bool all);
     /// The medium has failed: nothing is taken any more.
     void fail();
 

@@ -11,18 +11,14 @@ namespace {
 /// How long whoever destroys an open writer waits for it in all, and for one call on the medium.
 constexpr std::chrono::seconds endWait(10);
 constexpr std::chrono::seconds hangTime(3);
-/// Those that the next clip of a running take needs: its writer's and the one that asks its medium.
-constexpr int spareThreads = 2;
 } // namespace
 
 StreamWriter::StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events,
-                           const QmxEnvironment &environment)
-    : _state(std::make_shared<State>(path, info, events, environment)),
+                           const QmxEnvironment &environment, const Copy &copy)
+    : _state(std::make_shared<State>(path, info, events, environment, copy)),
       _thread(std::make_unique<QmxTaskThread>(QStringLiteral("qmx-write"), QmxTaskThread::defaultBound,
                                               environment))
-{
-    environment.threads->keepSpare(spareThreads);
-}
+{}
 
 StreamWriter::~StreamWriter()
 {
@@ -52,9 +48,11 @@ void StreamWriter::open()
     {
         const std::lock_guard lock(_state->mutex);
         _state->openAsked = true;
+        _state->tally->show(true);
         schedule();
         if (_state->scheduled) return;
         _state->done = true;
+        _state->tally->leave(_state->copy);
     }
     _state->events.opened(
         {EAGAIN,
@@ -66,7 +64,6 @@ void StreamWriter::openAhead()
     const std::lock_guard lock(_state->mutex);
     _state->openAsked = true;
     _state->ahead = true;
-    _state->figures = false;
     schedule();
 }
 
@@ -75,7 +72,7 @@ void StreamWriter::begin(const QmxClipInfo &info)
     const std::lock_guard lock(_state->mutex);
     _state->beginAsked = true;
     _state->info = info;
-    _state->figures = true;
+    _state->tally->show(true);
     schedule();
 }
 
@@ -83,7 +80,7 @@ void StreamWriter::leaveFigures()
 {
     const std::lock_guard lock(_state->mutex);
     _state->setSlow(false);
-    _state->figures = false;
+    _state->tally->show(false);
 }
 
 bool StreamWriter::hasRoom()
@@ -121,6 +118,17 @@ void StreamWriter::close()
     schedule();
 }
 
+void StreamWriter::giveUp()
+{
+    const std::lock_guard lock(_state->mutex);
+    _state->failed = true;
+    _state->tally->leave(_state->copy);
+    _state->dropQueue();
+    _state->setSlow(false);
+    _state->closeAsked = true;
+    schedule();
+}
+
 void StreamWriter::abandon()
 {
     {
@@ -137,4 +145,10 @@ int StreamWriter::pending() const
 {
     const std::lock_guard lock(_state->mutex);
     return int(_state->queue.size()) + _state->writing;
+}
+
+double StreamWriter::fill() const
+{
+    const std::lock_guard lock(_state->mutex);
+    return _state->fill();
 }

@@ -10,6 +10,7 @@
 #include <memory>
 
 class QmxTaskThread;
+class StreamTally;
 
 /// The writing end of one record stream: a queue and the thread behind it.
 ///
@@ -37,8 +38,15 @@ public:
         std::function<void(int percentFree)> level;
     };
 
+    /// Which copy of its stream it writes, and with which it counts. No tally: there is only this one.
+    struct Copy
+    {
+        std::shared_ptr<StreamTally> tally;
+        int number;
+    };
+
     StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events,
-                 const QmxEnvironment &environment);
+                 const QmxEnvironment &environment, const Copy &copy = {});
     /// Closes the file when that has not been done, and waits for it, at most ten seconds; a thread that has
     /// been in one call for three is left behind.
     ~StreamWriter();
@@ -62,10 +70,14 @@ public:
     /// Writes what has been appended, closes the file; answers with closed(). Nothing may be appended after.
     /// A writer that could not be opened answers nothing.
     void close();
+    /// Another copy has to do: what waits is forgotten, the file is closed with what it has.
+    void giveUp();
     /// Leaves the thread behind whose call hangs in the kernel.
     void abandon();
     /// Frames queued or being written.
     int pending() const;
+    /// How full the queue is, 1: full.
+    double fill() const;
 
 private:
     void schedule();

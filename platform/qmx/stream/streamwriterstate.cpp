@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streamwriterstate.h"
 
-#include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
@@ -34,8 +33,13 @@ constexpr std::chrono::milliseconds emergencyWait(1000);
 } // namespace
 
 StreamWriter::State::State(const QString &clipPath, const QmxClipInfo &clipInfo, const Events &receiver,
-                           const QmxEnvironment &where)
-    : environment(where), path(clipPath), info(clipInfo), events(receiver)
+                           const QmxEnvironment &where, const Copy &which)
+    : environment(where),
+      tally(which.tally ? which.tally : std::make_shared<StreamTally>(where)),
+      copy(which.number),
+      path(clipPath),
+      info(clipInfo),
+      events(receiver)
 {
     const double rate = info.image.frameRate().isValid() ? info.image.frameRate().toDouble() : 0.0;
     maximumFrames = qMax(minimumQueueFrames, int(std::ceil(rate * queueSeconds)));
@@ -106,22 +110,15 @@ StreamWriter::State::Step StreamWriter::State::nextStep(QmxFrame &frame)
 /// Frames are lost; with the mutex held.
 void StreamWriter::State::drop(qint64 frames)
 {
-    dropped += frames;
-    environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
+    if (tally->lose(copy, frames)) dropped += frames;
 }
 
 void StreamWriter::State::dropQueue()
 {
     drop(qint64(queue.size()));
+    for (const QmxFrame &frame : queue)
+        queuedBytes -= frame.bytes(); // one may be with the thread
     queue.clear();
-    queuedBytes = 0;
-}
-
-/// A clip that has been followed by another one no longer says anything.
-void StreamWriter::State::publish(QmxCounters::Row row, qint64 value)
-{
-    const std::lock_guard lock(mutex);
-    if (figures) environment.deck->counters.set(row, value);
 }
 
 /// Ends as unfinished copies do: whoever looks after the media takes away what a crash has left.
@@ -145,10 +142,20 @@ QmxError StreamWriter::State::refusePlace() const
         return {reason, QStringLiteral("%1 cannot be recorded: the medium at %2 does not answer (%3)")
                             .arg(QFileInfo(path).fileName(), folder, QmxError(reason).toString())};
     }
-    if (environment.files->statfs(QStringLiteral("/"), &root) != 0) return {};
-    if (!qmxSameFileSystem(*environment.files, QStringLiteral("/"), root, folder, medium)) return {};
+    if (environment.files->statfs(QStringLiteral("/"), &root) != 0) return refuseMedium(folder, medium);
+    if (!qmxSameFileSystem(*environment.files, QStringLiteral("/"), root, folder, medium))
+        return refuseMedium(folder, medium);
     return {ENODEV, QStringLiteral("%1 cannot be recorded: no medium is mounted at %2")
                         .arg(QFileInfo(path).fileName(), folder)};
+}
+
+/// Two copies on one medium would be lost together.
+QmxError StreamWriter::State::refuseMedium(const QString &folder, const struct statfs64 &medium) const
+{
+    if (tally->claim(copy, *environment.files, folder, medium)) return {};
+    return {EXDEV, QStringLiteral("%1 is on the same medium as the take itself; choose a folder on another "
+                                  "medium as mirror_media_path")
+                       .arg(folder)};
 }
 
 void StreamWriter::State::openFile()
@@ -158,13 +165,15 @@ void StreamWriter::State::openFile()
     if (!error.isError() && ahead)
         environment.files->unlink(hiddenPath()); // of a take that a crash has ended
     if (!error.isError()) error = file->create(ahead ? hiddenPath() : path, info);
+    if (error.isError()) tally->leave(copy);
     {
         const std::lock_guard lock(mutex);
         if (error.isError()) {
-            if (!queue.empty())
-                error = {error.value(), QStringLiteral("%1; %2 frames that waited for it are lost")
-                                            .arg(error.toString(), QString::number(queue.size()))};
+            const auto waited = qint64(queue.size());
             dropQueue();
+            if (dropped > 0 && waited > 0)
+                error = {error.value(), QStringLiteral("%1; %2 frames that waited for it are lost")
+                                            .arg(error.toString(), QString::number(waited))};
             done = true;
             scheduled = false;
         } else {
@@ -207,12 +216,15 @@ void StreamWriter::State::writeFrame(const QmxFrame &frame)
         writing = 0;
     }
     if (error.isError()) {
-        environment.deck->counters.add(QmxCounters::FramesDroppedCapture);
         if (writer->failed()) {
+            tally->leave(copy);
+            // What no flush has reached is lost with it.
+            tally->lose(copy, 1 + writer->framesWritten() - writer->framesDurable());
             fail(error);
         } else {
             writer->noteLost(1);
-            events.failed(error, false);
+            tally->refuse(copy);
+            if (tally->speaks(copy)) events.failed(error, false);
         }
     } else {
         if (unflushed++ == 0) firstUnflushed = end;
@@ -238,13 +250,10 @@ void StreamWriter::State::frameLeft()
 /// Publishes the state of the queue; with the mutex held.
 void StreamWriter::State::judgeSpeed()
 {
-    if (!figures) return;
-    environment.deck->counters.set(QmxCounters::WriterQueue, qint64(queue.size()));
-    environment.deck->counters.set(QmxCounters::WriterQueueBytes, queuedBytes);
-    const double fill =
-        qMax(double(queue.size()) / maximumFrames, double(queuedBytes) / double(maximumBytes));
-    if (fill > slowAbove) setSlow(true);
-    if (fill < slowUntil) setSlow(false);
+    tally->set(copy, QmxCounters::WriterQueue, qint64(queue.size()));
+    tally->set(copy, QmxCounters::WriterQueueBytes, queuedBytes);
+    if (fill() > slowAbove) setSlow(true);
+    if (fill() < slowUntil) setSlow(false);
 }
 
 void StreamWriter::State::flushFile()
@@ -255,15 +264,16 @@ void StreamWriter::State::flushFile()
     const qint64 lost = std::exchange(unflushed, 0);
     if (error.isError()) {
         // They were written and are not on the medium for all anybody knows.
-        environment.deck->counters.add(QmxCounters::FramesDroppedCapture, lost);
-        if (error.value() == ENOENT) publish(QmxCounters::RecordedUpTo, 0); // the whole clip is gone
+        tally->leave(copy);
+        tally->lose(copy, lost);
+        if (error.value() == ENOENT) tally->setDurable(copy, 0); // the whole clip is gone
         fail(error);
         return;
     }
-    publish(QmxCounters::RecordedUpTo, writer->framesDurable());
-    publish(QmxCounters::WriteLatencyP50, latency.percentile(0.50) / 1000);
-    publish(QmxCounters::WriteLatencyP99, latency.percentile(0.99) / 1000);
-    publish(QmxCounters::WriteLatencyMax, latency.maximum() / 1000);
+    tally->setDurable(copy, writer->framesDurable());
+    tally->set(copy, QmxCounters::WriteLatencyP50, latency.percentile(0.50) / 1000);
+    tally->set(copy, QmxCounters::WriteLatencyP99, latency.percentile(0.99) / 1000);
+    tally->set(copy, QmxCounters::WriteLatencyMax, latency.maximum() / 1000);
     if (events.level) tellLevel();
 }
 
@@ -280,10 +290,12 @@ void StreamWriter::State::closeFile()
     qint64 lost = 0;
     emergency.reset();
     if (writer) {
+        mutex.lock();
         const bool wasFailed = failed;
+        mutex.unlock();
         const qint64 frames = writer->framesWritten();
         error = writer->close();
-        if (!error.isError() && !wasFailed) publish(QmxCounters::RecordedUpTo, frames);
+        if (!error.isError() && !wasFailed) tally->setDurable(copy, frames);
         if (wasFailed) error = {}; // it has been told
     }
     {
@@ -312,12 +324,7 @@ void StreamWriter::State::fail(const QmxError &error)
 
 void StreamWriter::State::setSlow(bool now)
 {
-    if (slow == now) return;
-    slow = now;
-    const QString text =
-        now ? QStringLiteral("The medium of %1 is slow: frames are waiting in memory").arg(path) : QString();
-    QmxAlarmController::post(QmxAlarm(QmxIds::alarmMediaSlow, now ? QmxAlarm::Warning : QmxAlarm::Clear, text,
-                                      QString::fromLatin1(logSource), __LINE__));
+    tally->setSlow(copy, now, path);
 }
 
 /// The program is being ended by force: what waits goes to the medium now, unless the writer thread itself

@@ -4,6 +4,7 @@
 #include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxlatency.h"
+#include "platform/qmx/stream/streamtally.h"
 #include "platform/qmx/stream/streamwriter.h"
 
 #include <chrono>
@@ -48,7 +49,7 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     enum class Step { Open, Begin, Write, Flush, Close, Idle };
 
     State(const QString &clipPath, const QmxClipInfo &clipInfo, const Events &receiver,
-          const QmxEnvironment &where);
+          const QmxEnvironment &where, const Copy &which);
 
     void run();
     Step nextStep(QmxFrame &frame);
@@ -64,16 +65,22 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     void flushAtOnce();
     void drop(qint64 frames);
     void dropQueue();
-    void publish(QmxCounters::Row row, qint64 value);
     void tellLevel();
     QString hiddenPath() const;
     QmxError refusePlace() const;
+    QmxError refuseMedium(const QString &folder, const struct statfs64 &medium) const;
     bool isFull() const
     {
         return int(queue.size()) + writing >= maximumFrames || queuedBytes >= maximumBytes;
     }
+    double fill() const
+    {
+        return qMax(double(queue.size()) / maximumFrames, double(queuedBytes) / double(maximumBytes));
+    }
 
     const QmxEnvironment environment;
+    const std::shared_ptr<StreamTally> tally;
+    const int copy; ///< its number in the tally
     const QString path;
     QmxClipInfo info; ///< with the mutex once the thread runs
     const Events events;
@@ -91,12 +98,10 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     bool openAsked = false;
     bool ahead = false; ///< the file has a hidden name
     bool beginAsked = false;
-    bool figures = true; ///< the published ones are this clip's
     bool flushAsked = false;
     bool closeAsked = false;
     bool scheduled = false;
     bool failed = false;
-    bool slow = false;
     bool done = false; ///< closed, or never opened
     std::condition_variable doneChanged;
 

@@ -4,7 +4,7 @@
 export interface Medium {
   path: string;
   label: string;
-  state: "active" | "next" | "usable" | "full" | "read_only";
+  state: "active" | "next" | "mirror" | "usable" | "full" | "read_only";
   percent_free: number;
   bytes_free: number;
   bytes_total: number;

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/mediad/mirrorcare.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+
+namespace {
+
+/// What could not be completed now is tried again.
+constexpr std::int64_t again = 30'000'000'000;
+
+const Medium *mediumAt(const std::vector<Medium> &media, const std::string &folder)
+{
+    const Medium *best = nullptr;
+    for (const Medium &medium : media) {
+        const bool inside = folder == medium.path || folder.starts_with(medium.path + "/");
+        if (inside && (!best || best->path.size() < medium.path.size())) best = &medium;
+    }
+    return best;
+}
+
+std::string word(const QJsonObject &object, const char *field)
+{
+    return object.value(QLatin1String(field)).toString().toStdString();
+}
+
+} // namespace
+
+void MirrorCare::load(const std::string &text)
+{
+    _pending.clear();
+    for (const auto &value : QJsonDocument::fromJson(QByteArray::fromStdString(text)).array()) {
+        const QJsonObject object = value.toObject();
+        _pending.push_back({word(object, "clip"), word(object, "one"), word(object, "other")});
+    }
+}
+
+std::string MirrorCare::print() const
+{
+    if (_pending.empty()) return {};
+    QJsonArray array;
+    for (const Pending &entry : _pending)
+        array.append(QJsonObject{{"clip", QString::fromStdString(entry.clip)},
+                                 {"one", QString::fromStdString(entry.one)},
+                                 {"other", QString::fromStdString(entry.other)}});
+    return QJsonDocument(array).toJson(QJsonDocument::Compact).toStdString();
+}
+
+/// Every clip of a take that is to be on two media: whether it is will be looked at when the take has ended.
+void MirrorCare::note(const std::vector<Medium> &media, const MediaParameters &is)
+{
+    const Medium *active = mediumAt(media, is.active);
+    const Medium *mirror = mediumAt(media, is.mirror);
+    if (is.mirror.empty() || !active || active == mirror) return;
+    for (const std::string &clip : active->recorded) {
+        const bool known = std::any_of(_pending.begin(), _pending.end(),
+                                       [&clip](const Pending &entry) { return entry.clip == clip; });
+        if (!known) _pending.push_back({clip, is.active, is.mirror});
+    }
+    if (_pending.size() > most) _pending.erase(_pending.begin(), _pending.end() - most);
+}
+
+/// A medium that is back is tried at once.
+void MirrorCare::noteMounts(const std::vector<Medium> &media)
+{
+    std::map<std::string, std::uint64_t> mounts;
+    for (const Medium &medium : media)
+        mounts[medium.path] = medium.mount;
+    if (mounts != _mounts)
+        for (Pending &entry : _pending)
+            entry.notBefore = 0;
+    _mounts = std::move(mounts);
+}
+
+std::optional<MediaOrder> MirrorCare::step(std::int64_t now, const std::vector<Medium> &media,
+                                           const MediaParameters &is)
+{
+    const bool recording = is.daemonRuns && is.status == TransportStatus::Recording;
+    noteMounts(media);
+    if (recording) note(media, is);
+    if (recording || _underWay) return std::nullopt;
+    for (Pending &entry : _pending) {
+        const Medium *one = mediumAt(media, entry.one);
+        const Medium *other = mediumAt(media, entry.other);
+        // On a full medium nothing can be completed: the copy belongs where copies go now.
+        const Medium *mirror = mediumAt(media, is.mirror);
+        if (one && other && other->percentFree <= MediumLevel::full && mirror && mirror != other &&
+            mirror != one) {
+            entry.other = is.mirror;
+            other = mirror;
+        }
+        const bool ready = one && other && one != other && one->writable && other->writable &&
+                           !one->beingRecorded && !other->beingRecorded;
+        if (!ready || entry.notBefore > now) continue;
+        _underWay = true;
+        return MediaOrder{{}, "complete", entry.clip, entry.one, entry.other};
+    }
+    return std::nullopt;
+}
+
+void MirrorCare::ended(std::int64_t now, const MediaOrder &order, bool done)
+{
+    _underWay = false;
+    const auto found = std::find_if(_pending.begin(), _pending.end(), [&order](const Pending &entry) {
+        return entry.clip == order.clip && entry.one == order.from && entry.other == order.to;
+    });
+    if (found == _pending.end()) return;
+    if (done)
+        _pending.erase(found);
+    else
+        found->notBefore = now + again;
+}

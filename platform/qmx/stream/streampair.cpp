@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/stream/streampair.h"
+
+#include "platform/qmx/clip/qmxclipwriter.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace {
+
+/// A copy that is so empty can stand for one that is full.
+constexpr double wellAhead = 0.5;
+/// The first copy of a stream that is being closed is the clip that everybody asks for next; so long they
+/// wait for it when the second one is whole already.
+constexpr int firstCopyWaitMs = 3000;
+/// What is still being closed then hangs.
+constexpr int hangMs = 9000;
+constexpr int againMs = 40;
+/// Those that the next clip of a running take needs: each writer's and the one that asks its medium.
+constexpr int spareThreadsPerCopy = 2;
+
+} // namespace
+
+StreamPair::StreamPair(const QStringList &paths, const QmxClipInfo &info, const Events &events,
+                       const QmxStreamPost &post, const QmxEnvironment &environment)
+    : _events(events),
+      _post(post),
+      _tally(std::make_shared<StreamTally>(environment, int(paths.size()))),
+      _copies(size_t(paths.size()))
+{
+    environment.threads->keepSpare(spareThreadsPerCopy * int(paths.size()));
+    _patience.setSingleShot(true);
+    QObject::connect(&_patience, &QTimer::timeout, &_patience, [this] { leaveBehind(); });
+    _again.setSingleShot(true);
+    QObject::connect(&_again, &QTimer::timeout, &_again, [this] { _events.room(); });
+    for (int i = 0; i < int(paths.size()); ++i) {
+        _copies[size_t(i)].path = paths[i];
+        makeWriter(i, info, environment);
+    }
+}
+
+void StreamPair::makeWriter(int number, const QmxClipInfo &info, const QmxEnvironment &environment)
+{
+    // The thread may outlive this object: it holds the post, which goes deaf, and touches nothing else.
+    StreamWriter::Events events;
+    events.opened = [this, number, post = _post](const QmxError &error) {
+        post.post([this, number, error] { copyOpened(number, error); });
+    };
+    events.closed = [this, number, post = _post](const QmxError &error) {
+        post.post([this, number, error] { copyClosed(number, error); });
+    };
+    events.failed = [this, number, post = _post](const QmxError &error, bool fatal) {
+        post.post([this, number, error, fatal] { copyFailed(number, error, fatal); });
+    };
+    events.room = [this, post = _post] { post.post([this] { _events.room(); }); };
+    events.wrote = [wrote = _events.wrote, tally = _tally, number](qint64 microseconds) {
+        if (tally->speaks(number)) wrote(microseconds);
+    };
+    if (_events.level && number == 0)
+        events.level = [this, post = _post](int percent) {
+            post.post([this, percent] { _events.level(percent); });
+        };
+    Copy &copy = _copies[size_t(number)];
+    copy.writer = std::make_unique<StreamWriter>(copy.path, info, events, environment,
+                                                 StreamWriter::Copy{_tally, number});
+}
+
+int StreamPair::taking() const
+{
+    return int(std::count_if(_copies.begin(), _copies.end(), [](const Copy &copy) { return copy.takes(); }));
+}
+
+/// The other copy, if there is one that takes frames or has them all.
+const StreamPair::Copy *StreamPair::other(int number) const
+{
+    for (size_t i = 0; i < _copies.size(); ++i)
+        if (int(i) != number && (_copies[i].takes() || _copies[i].whole)) return &_copies[i];
+    return nullptr;
+}
+
+void StreamPair::copyOpened(int number, const QmxError &error)
+{
+    Copy &copy = _copies[size_t(number)];
+    if (copy.state == State::Gone) return; // left behind before
+    if (!error.isError()) {
+        if (copy.state == State::Opening) copy.state = State::Open;
+        if (!std::exchange(_openTold, true)) _events.opened({});
+        return;
+    }
+    copy.state = State::Gone;
+    if (number == 0 || !_refusal.isError()) _refusal = error;
+    if (const Copy *left = other(number)) {
+        _events.lost(error, left->path);
+        if (_closeAsked) lookWhetherClosed();
+    } else if (!std::exchange(_openTold, true)) {
+        _closeTold = true; // what never was open is not closed either
+        _events.opened(_refusal);
+    } else if (_closeAsked) {
+        lookWhetherClosed();
+    } else {
+        _events.failed(error, true);
+    }
+}
+
+void StreamPair::copyFailed(int number, const QmxError &error, bool fatal)
+{
+    Copy &copy = _copies[size_t(number)];
+    if (copy.state == State::Gone) return;
+    // Alone it stays open, as a stream does whose medium has failed: whoever records closes it.
+    if (fatal && other(number))
+        letGo(number, error);
+    else
+        _events.failed(error, fatal);
+}
+
+/// The take goes on in the other copy; this one becomes a clip that ends early.
+void StreamPair::letGo(int number, const QmxError &why)
+{
+    Copy &copy = _copies[size_t(number)];
+    if (!copy.takes()) return;
+    const Copy *left = other(number);
+    copy.state = State::Ending;
+    copy.writer->giveUp();
+    if (left) _events.lost(why, left->path);
+}
+
+void StreamPair::copyClosed(int number, const QmxError &error)
+{
+    Copy &copy = _copies[size_t(number)];
+    if (copy.state == State::Gone) return;
+    const bool late = copy.takes() && error.isError();
+    copy.whole = copy.takes() && !error.isError();
+    copy.state = State::Gone;
+    if (late) {
+        if (const Copy *left = other(number))
+            _events.lost(error, left->path);
+        else
+            _closeError = error;
+    }
+    if (_closeAsked) lookWhetherClosed();
+}
+
+/// The last thing that is done: who is told may let go of this object.
+void StreamPair::lookWhetherClosed()
+{
+    const bool busy = isBusy();
+    if (_closeTold) {
+        if (busy) return;
+        _patience.stop();
+        _events.done();
+    } else if (!busy || _copies.front().whole) {
+        _closeTold = true;
+        if (busy) _patience.start(hangMs);
+        _events.closed(_closeError);
+    } else if (_copies.back().whole) {
+        _patience.start(firstCopyWaitMs);
+    }
+}
+
+void StreamPair::leaveBehind()
+{
+    if (!_closeTold) { // the second copy is whole and stands for the first one, which is written on
+        _closeTold = true;
+        _patience.start(hangMs);
+        _events.closed({});
+        return;
+    }
+    for (int i = 0; i < int(_copies.size()); ++i) {
+        Copy &copy = _copies[size_t(i)];
+        if (copy.state == State::Gone) continue;
+        const bool late = copy.takes();
+        copy.state = State::Gone;
+        copy.writer->abandon();
+        const Copy *left = late ? other(i) : nullptr;
+        if (left)
+            _events.lost({ETIMEDOUT, QStringLiteral("%1: the medium does not answer").arg(copy.path)},
+                         left->path);
+    }
+    _events.done();
+}
+
+void StreamPair::open()
+{
+    for (Copy &copy : _copies)
+        copy.writer->open();
+}
+
+void StreamPair::openAhead()
+{
+    for (Copy &copy : _copies)
+        copy.writer->openAhead();
+}
+
+void StreamPair::begin(const QmxClipInfo &info)
+{
+    for (Copy &copy : _copies)
+        if (copy.state != State::Gone) copy.writer->begin(info);
+}
+
+void StreamPair::leaveFigures()
+{
+    for (Copy &copy : _copies)
+        copy.writer->leaveFigures();
+}
+
+bool StreamPair::hasRoom()
+{
+    if (taking() < 2) {
+        for (Copy &copy : _copies)
+            if (copy.takes()) return copy.writer->hasRoom();
+        return true; // what comes is dropped, and counted
+    }
+    const bool first = _copies[0].writer->hasRoom();
+    const bool second = _copies[1].writer->hasRoom();
+    if (first && second) return true;
+    if (!first && !second) return false;
+    const int full = first ? 1 : 0;
+    if (_copies[size_t(1 - full)].writer->fill() > wellAhead) {
+        // A medium that hangs never says that it has room; the other one is asked again.
+        _again.start(againMs);
+        return false;
+    }
+    letGo(full,
+          {ETIMEDOUT, QStringLiteral("%1: the medium is too slow, or does not answer; the frames that waited "
+                                     "for it are in the other copy")
+                          .arg(_copies[size_t(full)].path)});
+    return true;
+}
+
+void StreamPair::append(const QmxFrame &frame)
+{
+    const int any = taking();
+    if (any > 1) QmxClipWriter::pad(frame);
+    for (Copy &copy : _copies)
+        if (copy.takes()) copy.writer->append(frame);
+    if (any == 0) _copies.back().writer->append(frame); // which counts it as lost
+}
+
+void StreamPair::flush()
+{
+    for (Copy &copy : _copies)
+        if (copy.takes()) copy.writer->flush();
+}
+
+void StreamPair::close()
+{
+    _closeAsked = true;
+    for (Copy &copy : _copies)
+        if (copy.state != State::Gone) copy.writer->close();
+    if (!isBusy()) _post.post([this] { lookWhetherClosed(); });
+}
+
+void StreamPair::abandon()
+{
+    _patience.stop();
+    _again.stop();
+    for (Copy &copy : _copies) {
+        if (copy.state == State::Gone) continue;
+        copy.state = State::Gone;
+        copy.writer->abandon();
+    }
+}
+
+int StreamPair::pending() const
+{
+    int most = 0;
+    for (const Copy &copy : _copies)
+        if (copy.takes()) most = std::max(most, copy.writer->pending());
+    return most;
+}
+
+bool StreamPair::isBusy() const
+{
+    return std::any_of(_copies.begin(), _copies.end(),
+                       [](const Copy &copy) { return copy.state != State::Gone; });
+}

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxcounters.h"
+#include "platform/qmx/core/qmxenvironment.h"
+
+#include <array>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+
+/// What the copies of one record stream, one or two, say together in the figures of the recorder: a frame is
+/// safe when one copy has it, and lost when none has; a queue is as full as the fuller one. Any thread, and
+/// none waits but for refusal().
+class StreamTally
+{
+public:
+    static constexpr int mostCopies = 2;
+
+    explicit StreamTally(const QmxEnvironment &environment, int copies = 1);
+
+    /// The published figures are those of this stream, or no longer.
+    void show(bool on);
+    void setDurable(int copy, qint64 frames);
+    void set(int copy, QmxCounters::Row row, qint64 value);
+    void setSlow(int copy, bool slow, const QString &path);
+    /// This copy takes no more frames; what it has stays counted.
+    void leave(int copy);
+    /// Frames that a copy does not have: lost when no other one takes them. Whether they are.
+    bool lose(int copy, qint64 frames);
+    /// This frame is refused by every copy alike, and counts once.
+    void refuse(int copy);
+    /// Whether this copy speaks for the stream: the first one that has not left.
+    bool speaks(int copy) const;
+
+    /// The file system that a copy is about to be made on. False: the other copy is on the same one. The
+    /// second copy waits for what the first one says, but not for a medium that does not answer.
+    bool claim(int copy, QmxFiles &files, const QString &folder, const struct statfs64 &medium);
+
+private:
+    struct Copy
+    {
+        bool left = false;
+        bool slow = false;
+        qint64 durable = 0;
+        std::map<QmxCounters::Row, qint64> figures;
+        bool claimed = false;
+        fsid_t fileSystem = {};
+        dev_t device = 0;
+    };
+
+    void publish();
+    void publish(QmxCounters::Row row);
+    int present() const;
+    bool isAlone(int copy) const;
+    bool sameMedium() const;
+
+    const QmxEnvironment _environment;
+    const int _count;
+    mutable std::mutex _mutex;
+    std::condition_variable _claims;
+    bool _shown = false;
+    std::array<Copy, mostCopies> _copies;
+};

@@ -272,7 +272,7 @@ std::span<const DoctorCheck> doctorChecks()
         {"stills", stills},      {"shared_memory", sharedMemory},
         {"priority", priority},  {"huge_pages", hugePages},
         {"clock", clockState},   {"remote", remoteFinding},
-        {"panel", panelFinding},
+        {"panel", panelFinding}, {"pre_record", checkPreRecord},
     };
     return rows;
 }

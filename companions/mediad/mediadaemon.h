@@ -7,6 +7,7 @@
 #include "companions/mediad/mediastore.h"
 #include "companions/mediad/mediumlook.h"
 #include "companions/mediad/recordtime.h"
+#include "companions/mediad/schedulemachine.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/store/configeventlistener.h"
@@ -64,6 +65,10 @@ private:
     void picture(const MediaParameters &is);
     void repaired(const std::vector<std::string> &report);
     void tellRepairs();
+    RecordSchedule &schedule();
+    void followSchedule(const MediaParameters &is, const MediaEvents &happened,
+                        std::vector<MediaWrite> &writes);
+    bool takeScheduleOrder(const MediaOrder &order);
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);
     void orderTold(const MediaOrder &order, const MediaOrderState &state);
     void report(const std::vector<Medium> &media, const MediaParameters &is);
@@ -71,6 +76,9 @@ private:
     QmxEnvironment _environment;
     QmxLockFile _recorderLock;
     MediaMachine _machine;
+    ScheduleMachine _scheduleMachine;
+    RecordSchedule _schedule;
+    std::string _scheduleText; ///< as the store has it
     QFile _mountTable;
     std::map<std::string, std::unique_ptr<Place>> _places; ///< by path
     RecordTime _recordTime;

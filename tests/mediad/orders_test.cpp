@@ -4,7 +4,7 @@
 #include "companions/mediad/clipcopy.h"
 #include "companions/mediad/clipverify.h"
 #include "companions/mediad/mediajobs.h"
-#include "companions/mediad/nominalrate.h"
+#include "platform/product/nominalrate.h"
 #include "companions/mediad/openfile.h"
 #include "companions/mediad/orderrules.h"
 #include "companions/mediad/recordtime.h"

@@ -73,5 +73,13 @@
     X(InputTorn, "input_torn", "pictures", "xp_input_torn_total", Counter, 1, \
       "Pictures of the input that came torn") \
     X(InputMissing, "input_missing", "pictures", "xp_input_missing_total", Counter, 1, \
-      "Pictures of the input that did not come")
+      "Pictures of the input that did not come") \
+    X(PreRecordFrames, "pre_record_frames", "frames", "xp_pre_record_frames", Gauge, 1, \
+      "Frames that a take would begin with now, captured before its command") \
+    X(PreRecordBytes, "pre_record_bytes", "bytes", "xp_pre_record_bytes", Gauge, 1, \
+      "Memory that these frames fill") \
+    X(PreRecordLimit, "pre_record_limit", "bytes", "xp_pre_record_limit_bytes", Gauge, 1, \
+      "Memory that they may fill") \
+    X(PreRecordRestarts, "pre_record_restarts", "times", "xp_pre_record_restarts_total", Counter, 1, \
+      "Times these frames were given up because coding did not keep up")
 // clang-format on

@@ -66,6 +66,8 @@ public:
     void abandon();
     /// Frames queued or being written.
     int pending() const;
+    /// The queue still holds of what the take began with, more than it is promised to hold otherwise.
+    bool hasBacklog() const;
 
 private:
     void schedule();

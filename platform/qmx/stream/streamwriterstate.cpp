@@ -42,6 +42,7 @@ StreamWriter::State::State(const QString &clipPath, const QmxClipInfo &clipInfo,
     QmxMemoryPool::UsageData usage;
     QmxMemoryPool::instance()->getUsageData(usage);
     maximumBytes = qMax(minimumQueueBytes, qint64(usage.totalSize / poolShare));
+    backlog = environment.deck->recordTable.takeBacklog();
 }
 
 void StreamWriter::State::run()
@@ -241,8 +242,10 @@ void StreamWriter::State::judgeSpeed()
     if (!figures) return;
     environment.deck->counters.set(QmxCounters::WriterQueue, qint64(queue.size()));
     environment.deck->counters.set(QmxCounters::WriterQueueBytes, queuedBytes);
-    const double fill =
-        qMax(double(queue.size()) / maximumFrames, double(queuedBytes) / double(maximumBytes));
+    // What the take began with does not come from a slow medium, until it has been written.
+    const double fill = qMax(double(qint64(queue.size()) - backlog.frames) / maximumFrames,
+                             double(queuedBytes - backlog.bytes) / double(maximumBytes));
+    if (appended > backlog.frames && queue.size() < size_t(maximumFrames * slowUntil)) backlog = {};
     if (fill > slowAbove) setSlow(true);
     if (fill < slowUntil) setSlow(false);
 }

@@ -4,6 +4,7 @@
 #include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxlatency.h"
+#include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/qmx/stream/streamwriter.h"
 
 #include <chrono>
@@ -70,7 +71,8 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     QmxError refusePlace() const;
     bool isFull() const
     {
-        return int(queue.size()) + writing >= maximumFrames || queuedBytes >= maximumBytes;
+        return int(queue.size()) + writing >= maximumFrames + backlog.frames ||
+               queuedBytes >= maximumBytes + backlog.bytes;
     }
 
     const QmxEnvironment environment;
@@ -84,9 +86,11 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     mutable std::mutex mutex;
     std::deque<QmxFrame> queue;
     qint64 queuedBytes = 0;
-    int writing = 0;    ///< frames taken out of the queue and not yet written
-    quint64 steps = 1;  ///< that the thread has taken
-    qint64 dropped = 0; ///< frames that came after the medium had failed
+    qint64 appended = 0;             ///< frames so far
+    QmxRecordTable::Backlog backlog; ///< of the take's begin: more than the queue holds otherwise
+    int writing = 0;                 ///< frames taken out of the queue and not yet written
+    quint64 steps = 1;               ///< that the thread has taken
+    qint64 dropped = 0;              ///< frames that came after the medium had failed
     bool roomWanted = false;
     bool openAsked = false;
     bool ahead = false; ///< the file has a hidden name

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Takes that begin before their command, and takes that begin at an exact frame.
+#include "tests/scenarios/recorderrig.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr int seconds = 3;
+
+class PreRecordScenario : public RecorderRig
+{
+protected:
+    using RecorderRig::RecorderRig;
+
+    void begin()
+    {
+        RecorderRig::begin();
+        write(eParam_PreRecord, QString::number(seconds));
+        pass((seconds + 1) * 1000);
+    }
+    int earlier() const { return int(std::lround(rate * seconds)); }
+
+    double rate = 25;
+};
+
+class PreRecordRates : public PreRecordScenario, public ::testing::WithParamInterface<const char *>
+{
+protected:
+    PreRecordRates() : PreRecordScenario(QStringLiteral("generator:?rate=%1").arg(GetParam()))
+    {
+        rate = QByteArray(GetParam()).split('&').first().toDouble();
+        tickMs = int(1000 / rate);
+    }
+};
+
+class PreRecordLoss : public PreRecordScenario
+{
+protected:
+    PreRecordLoss() : PreRecordScenario("generator:?rate=25&size=720x576&scan=i&loss=150-160") {}
+};
+
+} // namespace
+
+TEST_P(PreRecordRates, aTakeBeginsSoMuchBeforeItsCommandAndNoFrameIsInTwo)
+{
+    begin();
+    EXPECT_EQ(counter(QmxCounters::PreRecordFrames), earlier());
+    EXPECT_GT(counter(QmxCounters::PreRecordBytes), 0);
+    const qint64 dropped = counter(QmxCounters::FramesDroppedCapture);
+    const qint64 asked = takeShown().last().strip;
+    Take before = Take::read(record(1000));
+    before.expectWhole();
+    // The command takes some frames to arrive.
+    EXPECT_NEAR(before.strips.first(), asked + 1 - earlier() + 2, 3);
+    EXPECT_GE(before.frames(), earlier() + rate * 0.9);
+
+    // Soon after: what came since the end of the one before, and nothing of that.
+    const Take soon = Take::read(record(500));
+    soon.expectWhole();
+    EXPECT_GT(soon.strips.first(), before.strips.last());
+    EXPECT_LE(soon.strips.first(), before.strips.last() + 5);
+    EXPECT_EQ(soon.timecodes.first(), before.timecodes.last().advanced(1)) << "the count goes on";
+
+    pass((seconds + 1) * 1000);
+    write(eParam_TimecodeSource, "5");
+    pass(500);
+    const int now = QmxTimecode::fromTimeOfDay(int(std::lround(rate)), false).toFrameNumber();
+    const Take late = Take::read(record(500));
+    late.expectWhole();
+    EXPECT_NEAR(late.timecodes.first().toFrameNumber(), now - earlier(), 5);
+    EXPECT_EQ(counter(QmxCounters::FramesDroppedCapture), dropped);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, PreRecordRates,
+                         ::testing::Values("24&size=1920x1080", "25&size=720x576&scan=i",
+                                           "29.97&size=720x486&scan=i", "50&size=1280x720",
+                                           "59.94&size=1280x720"));
+
+TEST_F(PreRecordLoss, aLossOfInputBeginsItAnew)
+{
+    allowLog(QString());
+    begin();
+    ASSERT_TRUE(until([this] { return !vtr().inputState().isValid(); }));
+    ASSERT_TRUE(until([this] { return vtr().inputState().isValid(); }));
+    pass(1500); // half a second of which passes before the input counts
+    const Take take = Take::read(record(500));
+    take.expectWhole();
+    EXPECT_GT(take.strips.first(), 160);
+    EXPECT_GT(take.frames(), 25);
+}
+
+TEST_F(PreRecordScenario, aShortTakeOnASlowMediumIsWhole)
+{
+    begin();
+    // Each write takes as long as five frames: the medium needs long for what the take begins with.
+    constexpr int writes = 60;
+    for (int n = 1; n <= writes; ++n)
+        files->stallNth(FaultyFiles::Pwrite, n, 200 * QmxClock::nsPerMillisecond);
+    const QString path = beginTake();
+    pass(200);
+    ASSERT_TRUE(stop());
+    const Take take = Take::read(path);
+    take.expectWhole();
+    EXPECT_GE(take.frames(), earlier() + 4);
+    EXPECT_EQ(counter(QmxCounters::FramesDroppedCapture), 0);
+    EXPECT_TRUE(isClear(eParam_AlarmMediaSlow));
+}

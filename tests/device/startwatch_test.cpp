@@ -66,7 +66,7 @@ TEST(StartWatch, findsTheFrameEarlyAndLateAtEveryRate)
                 ASSERT_EQ(early.window().keepsOut(frame.index),
                           early.window().isSet() && (i < frames || i >= frames + 50))
                     << i;
-                if (i == frames) EXPECT_EQ(frame.timecode.toString(), wanted.toString());
+                EXPECT_EQ(i == frames, frame.timecode == wanted);
             }
             EXPECT_EQ(early.window().in, frames + 1);
             late.set(at(wanted.toString()), {});
@@ -87,9 +87,14 @@ TEST(StartWatch, findsTheFrameEarlyAndLateAtEveryRate)
 TEST(StartWatch, aClockOrATimecodeThatJumpsNeitherLosesTheStartNorHoldsTheTakeForEver)
 {
     const QmxVideoRate rate(25);
-    const auto wait = [&](const char *start, const std::function<void(Frames &)> &jump) {
+    qputenv("TZ", "UTC");
+    tzset();
+    const auto wait = [&](const char *start, const std::function<void(Frames &)> &jump,
+                          const char *first = "10:00:00:00") {
         StartWatch watch;
-        Frames frames(rate, QmxTimecode(10, 0, 0, 0, 25, false));
+        QmxTimecode timecode{QString::fromLatin1(first)};
+        timecode.setFPS(25);
+        Frames frames(rate, timecode);
         watch.set(at(start), {});
         for (int i = 0; i < 25; ++i)
             frames.step(watch);
@@ -112,7 +117,11 @@ TEST(StartWatch, aClockOrATimecodeThatJumpsNeitherLosesTheStartNorHoldsTheTakeFo
     EXPECT_EQ(wait("2030-01-31T22:59:25Z", [](Frames &frames) { frames.shift = 60 * second; }), 26);
     EXPECT_EQ(wait("10:00:20:00", [](Frames &frames) { frames.jump(60 * 25); }), 26);
     // A timecode about a moment: the frame that carries it, unless it has nothing to do with the clock.
-    EXPECT_EQ(wait("10:00:05:00 2030-01-31T09:00:00Z", [](Frames &) {}), 126);
+    const char *about = "22:59:05:00 2030-01-31T22:59:05Z";
+    EXPECT_EQ(wait(
+                  about, [](Frames &) {}, "22:59:00:00"),
+              126);
+    EXPECT_EQ(wait(about, [](Frames &) {}), 125);
 }
 
 TEST(StartWatch, aStartThatIsPastIsToldAndHoldsNothing)

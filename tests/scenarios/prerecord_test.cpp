@@ -62,9 +62,8 @@ TEST_P(PreRecordRates, aTakeBeginsSoMuchBeforeItsCommandAndNoFrameIsInTwo)
     EXPECT_LE(soon.strips.first(), before.strips.last() + 5);
     EXPECT_EQ(soon.timecodes.first(), before.timecodes.last().advanced(1)) << "the count goes on";
 
-    pass((seconds + 1) * 1000);
     write(eParam_TimecodeSource, "5");
-    pass(500);
+    pass((seconds + 2) * 1000);
     const int now = QmxTimecode::fromTimeOfDay(int(std::lround(rate)), false).toFrameNumber();
     const Take late = Take::read(record(500));
     late.expectWhole();
@@ -94,7 +93,7 @@ TEST_F(PreRecordScenario, aShortTakeOnASlowMediumIsWhole)
 {
     begin();
     // Each write takes as long as five frames: the medium needs long for what the take begins with.
-    constexpr int writes = 60;
+    constexpr int writes = 36;
     for (int n = 1; n <= writes; ++n)
         files->stallNth(FaultyFiles::Pwrite, n, 200 * QmxClock::nsPerMillisecond);
     const QString path = beginTake();

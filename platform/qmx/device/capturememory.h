@@ -42,6 +42,8 @@ public:
     /// The coder does not keep up: what waits for it is more than there is memory for.
     void beginAnew();
 
+    /// Number of the newest frame; -1: none.
+    qint64 newest() const { return _frames.empty() ? -1 : _frames.back()->number; }
     int size() const { return int(_frames.size()); }
     qint64 bytes() const { return _bytes; }
     /// Of these, pictures that wait for the coder.

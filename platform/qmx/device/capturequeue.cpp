@@ -134,7 +134,8 @@ void CaptureQueue::beginRecord(qint64 now, const TakeBegin &begin)
     }
     qint64 first = now + 1 - begin.earlier;
     if (startedRecently(now)) first = std::min(first, *_runningSince);
-    const qint64 next = _frames.empty() ? now + 1 : _frames.front()->number;
+    // (The frame of this very tick may be still to come.)
+    const qint64 next = _frames.empty() ? std::max(_memory.newest() + 1, now) : _frames.front()->number;
     insertEarlier(_memory.handOut(next, begin.first.value_or(first)));
     while (begin.first && !_frames.empty() && _frames.front()->number < *begin.first)
         _frames.pop_front();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Takes that begin before their command, and takes that begin at an exact frame.
+#include "platform/qmx/core/qmxtakemoment.h"
 #include "tests/scenarios/recorderrig.h"
 
 #include <cmath>
@@ -32,6 +33,33 @@ protected:
         rate = QByteArray(GetParam()).split('&').first().toDouble();
         tickMs = int(1000 / rate);
     }
+};
+
+/// The timecode of the input runs from ten o'clock on, whose drop flag its rate decides.
+class StartRates : public RecorderRig, public ::testing::WithParamInterface<const char *>
+{
+protected:
+    StartRates() : RecorderRig(QStringLiteral("generator:?rate=%1&tc=10:00:00%2").arg(GetParam(), sign()))
+    {
+        rate = QByteArray(GetParam()).split('&').first().toDouble();
+        tickMs = int(1000 / rate);
+    }
+    static const char *sign() { return QByteArray(GetParam()).contains(".97") ? ";00" : ":00"; }
+    QmxTimecode now() { return vtr().lastVBI().inputTimecode(); }
+    QmxTimecode in(double seconds) { return now().advanced(int(std::lround(seconds * rate))); }
+    /// Commands the take after `wait` seconds, and ends it when it holds `frames`.
+    Take take(double wait, int frames)
+    {
+        pass(int(wait * 1000));
+        const QString path = beginTake();
+        EXPECT_TRUE(until([&] { return counter(QmxCounters::CurrentClipFrames) >= frames; }));
+        EXPECT_TRUE(stop());
+        Take take = Take::read(path);
+        take.expectWhole();
+        return take;
+    }
+
+    double rate = 0;
 };
 
 class PreRecordLoss : public PreRecordScenario
@@ -72,6 +100,49 @@ TEST_P(PreRecordRates, aTakeBeginsSoMuchBeforeItsCommandAndNoFrameIsInTwo)
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, PreRecordRates,
+                         ::testing::Values("24&size=1920x1080", "25&size=720x576&scan=i",
+                                           "29.97&size=720x486&scan=i", "50&size=1280x720",
+                                           "59.94&size=1280x720"));
+
+TEST_P(StartRates, aTakeBeginsAndEndsWithExactlyTheFramesAskedFor)
+{
+    begin();
+    write(eParam_TimecodeSource, "1");
+    pass(1500);
+    // The command comes early: the frames before are not taken. It comes late: they are in memory.
+    for (const double wait : {0.5, 2.4}) {
+        const QmxTimecode start = in(2);
+        write(eParam_RecordStart, start.toString());
+        EXPECT_EQ(take(wait, 20).timecodes.first(), start) << wait;
+        EXPECT_TRUE(until([this] { return text(eParam_RecordStart).isEmpty(); })) << "it is used once";
+    }
+    const Take usual = take(0, 10);
+    EXPECT_NEAR(usual.timecodes.first().toFrameNumber(), now().advanced(-usual.frames()).toFrameNumber(), 20);
+
+    // A time of day, to the frame; and the end, with frames behind it that are not in the clip.
+    const qint64 wall = QmxEnvironment::current().clock->wallTime();
+    const qint64 second = QmxClock::nsPerSecond;
+    const QmxTimecode seen = now();
+    write(eParam_RecordEnd, QmxTakeMoment::toText(wall + 4 * second));
+    write(eParam_RecordStart, QmxTakeMoment::toText(wall + 2 * second));
+    const QString path = beginTake();
+    pass(4300);
+    ASSERT_TRUE(stop());
+    const Take exact = Take::read(path);
+    exact.expectWhole();
+    EXPECT_NEAR(exact.frames(), 2 * rate, 0.6);
+    EXPECT_NEAR(exact.timecodes.first().toFrameNumber() - seen.toFrameNumber(), 2 * rate, 2.1);
+
+    // Of the clock: it carries what was asked for.
+    write(eParam_TimecodeSource, "5");
+    pass(1500);
+    const QmxTimecode clock =
+        QmxTimecode::fromTimeOfDay(int(std::lround(rate)), false).advanced(3 * int(rate));
+    write(eParam_RecordStart, clock.toString());
+    EXPECT_TRUE(take(0.2, 20).timecodes.first().timecodeMatches(clock));
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, StartRates,
                          ::testing::Values("24&size=1920x1080", "25&size=720x576&scan=i",
                                            "29.97&size=720x486&scan=i", "50&size=1280x720",
                                            "59.94&size=1280x720"));

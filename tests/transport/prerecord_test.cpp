@@ -13,7 +13,8 @@ class OneOfTwo : public TransportRig
 {
 public:
     OneOfTwo()
-        : TransportRig(QStringLiteral("generator:?rate=25&size=720x576&scan=i&tone=off"), QStringLiteral("workers=1"))
+        : TransportRig(QStringLiteral("generator:?rate=25&size=720x576&scan=i&tone=off"),
+                       QStringLiteral("workers=1"))
     {}
     using TransportRig::environment;
     using TransportRig::framesRecorded;

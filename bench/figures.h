@@ -62,6 +62,8 @@ QList<Figure> benchLive(int seconds);
 QList<Figure> benchRemote(int seconds);
 // monitorbench.cpp
 QList<Figure> benchMonitoring(int seconds);
+// prerecordbench.cpp
+QList<Figure> benchPreRecord(int seconds);
 // proresbench.cpp
 QList<Figure> benchProRes(int seconds);
 QList<Figure> benchProResLatency(int seconds);

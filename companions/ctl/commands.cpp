@@ -59,10 +59,13 @@ ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments
     const QString problem = recorder.storeProblem();
     if (!problem.isEmpty() && !(recorder.hasStore() && row.worksWithoutStore()))
         return report.error(ExitCode::NoStore, problem);
-    if (row.needs == Needs::Daemon && !recorder.daemonIsRunning()) {
+    Arguments planned = arguments;
+    const VerbRow *plan = scheduleVerb(row, planned);
+    if (!plan && row.needs == Needs::Daemon && !recorder.daemonIsRunning()) {
         return tell(report, noDaemon());
     }
     Recorder::catchInterrupt();
+    if (plan) return runVerb(control, *plan, report, planned);
     if (row.verb) return runVerb(control, *row.verb, report, arguments);
     const ExitCode code = row.run(recorder, report, arguments);
     return code == ExitCode::Done && !recorder.daemonIsRunning() ? withoutDaemon(row, report) : code;

@@ -21,6 +21,8 @@ struct Arguments
     bool wait = true;               ///< false: --no-wait
     bool untilDone = false;         ///< --wait: also until the playback has come to its end
     double seconds = 0;             ///< --for; 0: not given
+    std::string at;                 ///< --at
+    std::string until;              ///< --until
     bool force = false;             ///< --force
     bool once = false;              ///< --once
     bool markdown = false;          ///< --markdown
@@ -91,6 +93,11 @@ ExitCode ctlInfo(Recorder &, const Report &, const Arguments &); // infocommand.
 ExitCode ctlAlarms(Recorder &, const Report &, const Arguments &);
 // Media (mediacommands.cpp)
 ExitCode ctlMedia(Recorder &, const Report &, const Arguments &);
+// Takes to come (schedulecommand.cpp)
+ExitCode ctlSchedule(Recorder &, const Report &, const Arguments &);
+/// The verb of the schedule that a command is with these arguments, which become those of the verb; null: it
+/// is none.
+const VerbRow *scheduleVerb(const CommandRow &row, Arguments &arguments);
 // Parameters (parametercommands.cpp)
 ExitCode ctlGet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSet(Recorder &, const Report &, const Arguments &);

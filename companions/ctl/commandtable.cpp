@@ -52,7 +52,9 @@ std::span<const CommandRow> ctlCommands()
         {looking, "picture", "save the picture on the output as a PNG or JPEG file",
          {{"FILE", "its name; the ending, .png or .jpg, says which", true, "@files"}}, "full", Needs::Daemon, ctlPicture},
 
-        ofVerb(transport, "record", "for no-wait"),
+        ofVerb(transport, "record", "for at until no-wait"),
+        {transport, "schedule", "list the takes to come, or cancel one",
+         {{"ACTION", "cancel", false, "cancel"}, {"N", "number of the take", false}}, "", Needs::Store, ctlSchedule},
         ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
         ofVerb(transport, "still", "no-wait force"),
         ofVerb(transport, "stop", "no-wait force"),
@@ -129,6 +131,12 @@ std::span<const OptionRow> ctlOptions()
          [](CLI::App &command, Arguments &arguments) {
              command.add_option("--for", arguments.seconds)->check(takeLength);
          }},
+        {"at", "TIME",
+         "plan a take: its first frame carries this timecode (10:00:00:00) or is that of this time of day "
+         "(10:00:00, 10:00:00.250), with a date before it or the next one",
+         [](CLI::App &command, Arguments &arguments) { command.add_option("--at", arguments.at); }},
+        {"until", "TIME", "plan a take: it ends right before this frame; without --at it begins now",
+         [](CLI::App &command, Arguments &arguments) { command.add_option("--until", arguments.until); }},
         {"wait", "", "return when the end has been reached",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--wait", arguments.untilDone); }},
         {"no-wait", "", "do not wait for the effect",

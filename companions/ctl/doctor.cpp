@@ -308,6 +308,7 @@ std::span<const DoctorCheck> doctorChecks()
         {"clock", clockState},
         {"remote", remoteFinding},
         {"panel", panelFinding},
+        {"pre_record", checkPreRecord},
     };
     return rows;
 }

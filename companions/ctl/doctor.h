@@ -30,5 +30,7 @@ struct DoctorCheck
 std::span<const DoctorCheck> doctorChecks();
 /// Whether `path` can be used as a medium: exists, is a file system of its own, can be written, has room.
 Finding checkMedium(const QString &path);
+/// What takes that begin before their command cost (doctorprerecord.cpp).
+Finding checkPreRecord(Recorder &recorder);
 /// Writes a file of its own on the medium and takes it away again.
 Finding checkDiskSpeed(const QString &path);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/mediad/mediadaemon.h"
 
-#include "companions/mediad/nominalrate.h"
+#include "platform/product/nominalrate.h"
 
 #include "companions/mediad/cliprepair.h"
 #include "companions/mediad/orderrules.h"
@@ -19,6 +19,8 @@
 #include <QPointer>
 #include <QSocketNotifier>
 
+#include <algorithm>
+#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -183,7 +185,8 @@ void MediaDaemon::step()
     // is in the parameters.
     const MediaEvents happened = events();
     const MediaParameters is = parameters();
-    const MediaOrders orders = _machine.step(_environment.clock->now(), now, is, happened);
+    MediaOrders orders = _machine.step(_environment.clock->now(), now, is, happened);
+    followSchedule(is, happened, orders.writes);
     for (const MediaWrite &write : orders.writes)
         log(write);
     _store.queue(orders.writes);
@@ -365,6 +368,54 @@ void MediaDaemon::tellRepairs()
                                         kel::alarms::Alarm_Severity(AlarmSeverity::Information), text);
 }
 
+/// The takes to come, as the store has them.
+RecordSchedule &MediaDaemon::schedule()
+{
+    if (const std::string text = _store.text(eParam_RecordSchedule); text != _scheduleText) {
+        _scheduleText = text;
+        _schedule = RecordSchedule::parse(text);
+    }
+    return _schedule;
+}
+
+void MediaDaemon::followSchedule(const MediaParameters &is, const MediaEvents &happened,
+                                 std::vector<MediaWrite> &writes)
+{
+    RecordSchedule &takes = schedule();
+    const ScheduleMachine::Orders orders = _scheduleMachine.step(
+        takes, {_environment.clock->wallTime(), std::max(is.recorder, 0), is.status, happened.commands});
+    for (const std::string &line : orders.log)
+        qmxLogOutput(3, module, __LINE__, "Scheduled %s\n", line.c_str());
+    writes.insert(writes.end(), orders.writes.begin(), orders.writes.end());
+    if (!orders.changed) return;
+    _scheduleText = takes.print();
+    writes.push_back({eParam_RecordSchedule, MediaWrite::Text, 0, _scheduleText});
+}
+
+/// Orders to the schedule are done at once. False: it is another one.
+bool MediaDaemon::takeScheduleOrder(const MediaOrder &order)
+{
+    if (order.verb != "schedule" && order.verb != "unschedule") return false;
+    RecordSchedule takes = schedule();
+    std::string text;
+    bool done = false;
+    if (order.verb == "schedule") {
+        const unsigned number = takes.add(order.from, order.to, _environment.clock->wallTime(), text);
+        done = number != 0;
+        for (const ScheduledTake &take : takes.takes)
+            if (take.number == number) text = take.describe() + " will be recorded";
+    } else {
+        done = takes.cancel(unsigned(std::strtoul(order.clip.c_str(), nullptr, 10)), text);
+        if (done) text = "take " + order.clip + " of the schedule is cancelled";
+    }
+    if (done && !_store.write({eParam_RecordSchedule, MediaWrite::Text, 0, takes.print()})) {
+        done = false;
+        text = "the configuration store does not take it; " + _store.config().lastError();
+    }
+    orderTold(order, {order.id, done ? "done" : "refused", 100, text});
+    return true;
+}
+
 void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParameters &is)
 {
     _jobs.follow(is);
@@ -377,6 +428,7 @@ void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParame
         std::string id;
         std::string problem;
         const auto parsed = MediaOrder::parse(order, id, problem);
+        if (parsed && takeScheduleOrder(*parsed)) continue;
         if (parsed) problem = whyRefused(*parsed, media, is);
         if (problem.empty())
             _jobs.start(*parsed);

@@ -8,6 +8,7 @@
 #include "companions/mediad/mediumlook.h"
 #include "companions/mediad/mirrorcare.h"
 #include "companions/mediad/recordtime.h"
+#include "companions/mediad/schedulemachine.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/store/configeventlistener.h"
@@ -65,6 +66,10 @@ private:
     void picture(const MediaParameters &is);
     void repaired(const std::vector<std::string> &report);
     void tellRepairs();
+    RecordSchedule &schedule();
+    void followSchedule(const MediaParameters &is, const MediaEvents &happened,
+                        std::vector<MediaWrite> &writes);
+    bool takeScheduleOrder(const MediaOrder &order);
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);
     void careForCopies(const std::vector<Medium> &media, const MediaParameters &is);
     void orderTold(const MediaOrder &order, const MediaOrderState &state);
@@ -73,6 +78,9 @@ private:
     QmxEnvironment _environment;
     QmxLockFile _recorderLock;
     MediaMachine _machine;
+    ScheduleMachine _scheduleMachine;
+    RecordSchedule _schedule;
+    std::string _scheduleText; ///< as the store has it
     QFile _mountTable;
     std::map<std::string, std::unique_ptr<Place>> _places; ///< by path
     RecordTime _recordTime;

@@ -124,6 +124,8 @@ Answer performUnprotect(const VerbCall &);
 Answer performDelete(const VerbCall &);
 Answer performRename(const VerbCall &);
 Answer performVerify(const VerbCall &);
+Answer performSchedule(const VerbCall &);
+Answer performUnschedule(const VerbCall &);
 // Who is in control (verbs_control.cpp)
 Answer performTakeControl(const VerbCall &);
 Answer performReleaseControl(const VerbCall &);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// copy, protect, unprotect, delete, rename, verify: what the media daemon does for the operator.
+// copy, protect, unprotect, delete, rename, verify, schedule: what the media daemon does for the operator.
 #include "platform/control/transportanswers.h"
 
 #include "platform/control/mediadaemonlock.h"
@@ -63,13 +63,19 @@ std::string newName(const VerbCall &call, const std::string &clip)
     return isClipName(name) ? name : name + clip.substr(std::min(clip.rfind('.'), clip.size()));
 }
 
-MediaOrder orderOf(const VerbCall &call)
+MediaOrder newOrder(const VerbCall &call)
 {
     static std::atomic<unsigned> count = 0;
     MediaOrder order;
     order.id = std::to_string(getpid()) + "." + std::to_string(call.recorder.environment().clock->now()) +
                "." + std::to_string(++count);
     order.verb = call.request.verb.toStdString();
+    return order;
+}
+
+MediaOrder orderOf(const VerbCall &call)
+{
+    MediaOrder order = newOrder(call);
     order.clip = call.text("clip").toStdString();
     order.from = call.recorder.text(eParam_ActiveMediaPath).toStdString();
     // By its name alone a clip is meant wherever it lies; by its path only there.
@@ -84,12 +90,11 @@ MediaOrder orderOf(const VerbCall &call)
     return order;
 }
 
-Answer giveOrder(const VerbCall &call)
+Answer giveOrder(const VerbCall &call, const MediaOrder &order)
 {
     Recorder &recorder = call.recorder;
     const int daemon = mediaDaemonPid();
     if (daemon == 0) return noMediaDaemon(", so nothing can be done");
-    const MediaOrder order = orderOf(call);
     OrderStates states(order.id);
     const std::unique_ptr<Config> events(
         ConfigFactoryImpl::GetInstance()->create(GetConfigURI("udp"), "order-" + order.id, false));
@@ -131,29 +136,44 @@ Answer giveOrder(const VerbCall &call)
 }
 } // namespace
 
+Answer performSchedule(const VerbCall &call)
+{
+    MediaOrder order = newOrder(call);
+    order.from = call.text("at").toStdString();
+    order.to = call.text("until").toStdString();
+    return giveOrder(call, order);
+}
+
+Answer performUnschedule(const VerbCall &call)
+{
+    MediaOrder order = newOrder(call);
+    order.clip = call.text("number").toStdString();
+    return giveOrder(call, order);
+}
+
 Answer performCopy(const VerbCall &call)
 {
-    return giveOrder(call);
+    return giveOrder(call, orderOf(call));
 }
 
 Answer performProtect(const VerbCall &call)
 {
-    return giveOrder(call);
+    return giveOrder(call, orderOf(call));
 }
 
 Answer performUnprotect(const VerbCall &call)
 {
-    return giveOrder(call);
+    return giveOrder(call, orderOf(call));
 }
 
 Answer performDelete(const VerbCall &call)
 {
-    return giveOrder(call);
+    return giveOrder(call, orderOf(call));
 }
 
 Answer performRename(const VerbCall &call)
 {
-    const Answer answer = giveOrder(call);
+    const Answer answer = giveOrder(call, orderOf(call));
     if (!answer.isDone() || !call.request.wait) return answer;
     // What names the clip goes on naming it.
     Recorder &recorder = call.recorder;
@@ -185,7 +205,7 @@ Answer performVerify(const VerbCall &call)
         return Answer::refused(Cause::Argument, "wrong_argument",
                                isAll ? "either one clip or all can be verified" : "which clip is missing",
                                "for example: xpctl verify take_001.mov, xpctl verify --all");
-    Answer answer = giveOrder(call);
+    Answer answer = giveOrder(call, orderOf(call));
     if (!answer.isDone() || answer.effect.value("is_whole").toBool(true)) return answer;
     Answer damaged =
         Answer::refused(Cause::Deck, "clip_damaged", answer.sentence,

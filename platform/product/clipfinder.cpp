@@ -94,6 +94,7 @@ public:
     const QmxEnvironment environment = QmxEnvironment::current();
     const std::shared_ptr<LateWord> late = std::make_shared<LateWord>();
     Config *const config;
+    QObject context; ///< of what comes back to the event loop
     // By folder, each for its helper thread.
     std::map<std::string, std::shared_ptr<ClipSource>> sources;
     std::map<std::string, std::shared_ptr<ClipCache>> playListCaches;
@@ -187,7 +188,7 @@ ClipFinder::ClipFinder(Config *config) : d(std::make_unique<Private>(config))
     if (!folder.empty()) d->list(folder, firstLook);
     if (!config) return;
     d->namer = QmxNextClip::instance()->setNamer([this](const QString &path) { return clipAfter(path); });
-    followTakeSettings(config);
+    followTakeSettings(config, &d->context);
     followStartOrders(config);
     QmxTakeSequel::instance().setFinder(takeMayGoOnIn);
 }

@@ -32,6 +32,7 @@ QString shown(const std::string &text)
 
 std::string whyNonsense(const MediaOrder &order)
 {
+    if (order.verb == "schedule" || order.verb == "unschedule") return {}; // the schedule itself looks
     bool known = false;
     for (const char *verb : verbs)
         known = known || order.verb == verb;

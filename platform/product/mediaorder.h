@@ -5,17 +5,19 @@
 #include <string>
 #include <vector>
 
-/// What an operator wants the media daemon to do with one clip, as it stands in the parameter media_order: a
-/// JSON object with the fields "id", "verb", "clip", "from", "to" and
+/// What an operator wants the media daemon to do with one clip, or with the schedule of takes, as it stands
+/// in the parameter media_order: a JSON object with the fields "id", "verb", "clip", "from", "to" and
 /// "everywhere". A plain value.
 struct MediaOrder
 {
     std::string id; ///< chosen by who asks, to know the answer by; may be empty
-    /// "copy", "delete", "protect", "unprotect", "rename", "verify"; within the media daemon also "complete"
+    /// "copy", "delete", "protect", "unprotect", "rename", "verify"; "schedule", "unschedule"; within the
+    /// media daemon also "complete"
     std::string verb;
-    std::string clip; ///< file name; to verify all clips of the medium: empty
-    std::string from; ///< folder of the medium
-    std::string to;   ///< folder of the other medium, for a copy; the new name, for rename
+    std::string
+        clip; ///< file name (to verify all clips of the medium: empty); number of a take, to unschedule
+    std::string from; ///< folder of the medium; the start, to schedule
+    std::string to;   ///< folder of the other medium, for a copy; the new name; the end, to schedule
     /// A clip that lies on a second medium as well is meant in both places.
     bool everywhere = false;
 

@@ -5,6 +5,9 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/store/config.h"
 
+#include <QCoreApplication>
+#include <QPointer>
+
 #include <initializer_list>
 #include <list>
 #include <memory>
@@ -20,6 +23,7 @@ struct NumberRow
     void (*take)(Values &values, unsigned value);
 };
 constexpr std::initializer_list<NumberRow> numberRows = {
+    {eParam_PreRecord, [](Values &values, unsigned value) { values.preRecordSeconds = int(value); }},
     {eParam_TornPictures, [](Values &values, unsigned value) { values.keepsTornPictures = value != 0; }},
 };
 
@@ -30,7 +34,25 @@ struct TextRow
 };
 constexpr std::initializer_list<TextRow> textRows = {
     {eParam_MirrorMediaPath, [](Values &values, const QString &value) { values.mirrorMediaPath = value; }},
+    {eParam_RecordStart,
+     [](Values &values, const QString &value) {
+         values.recordStart = value;
+         ++values.startSerial;
+     }},
+    {eParam_RecordEnd,
+     [](Values &values, const QString &value) {
+         values.recordEnd = value;
+         ++values.startSerial;
+     }},
 };
+
+void forgetStart(Config &config)
+{
+    for (const eParam_t id : {eParam_RecordStart, eParam_RecordEnd}) {
+        std::string value;
+        if (config.getString(id, value) && !value.empty()) config.setString(id, "");
+    }
+}
 
 template <class Row, class Value>
 void take(QmxDeck &deck, std::initializer_list<Row> rows, eParam_t id, const Value &value)
@@ -55,12 +77,20 @@ private:
 
 } // namespace
 
-void followTakeSettings(Config *config)
+void followTakeSettings(Config *config, QObject *context)
 {
     // Never destroyed: a store does not let go of its listeners before its own end.
     static auto *const kept = new std::list<TakeSettings>;
     TakeSettings *settings = &kept->emplace_back();
     config->addListener(settings);
+    QmxEnvironment::current().deck->takeOptions.setSpent([config, context = QPointer<QObject>(context)] {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [config, context] {
+                if (context) forgetStart(*config);
+            },
+            Qt::QueuedConnection);
+    });
     for (const NumberRow &row : numberRows) {
         unsigned value = 0;
         config->getUInt(row.id, value);

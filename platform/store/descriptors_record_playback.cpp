@@ -52,6 +52,25 @@ std::vector<ParamRow> recordAndPlaybackRows()
                 "On: playback goes on at the other end when it has reached one."),
         boolean(eParam_StopOnDroppedFrame, "stop_on_dropped_frame", Persistent,
                 "On: playback stops when a frame came too late."),
+        number(
+            eParam_PreRecord, "pre_record", Persistent,
+            "A recording begins so much before its command: with what the recorder keeps in memory "
+            "while it is stopped. Pictures are then coded all the time; `xpctl doctor` tells what it costs.")
+            .range(0, 60)
+            .in("s"),
+        string(
+            eParam_RecordStart, "record_start", Volatile,
+            "The next recording begins with exactly this frame, if its command comes within ten seconds "
+            "before it, or a little later: a timecode (10:00:00:00), or a time of day (10:00:00.250). Empty: "
+            "with the command. Used once.")
+            .with({Attribute::moment, Attribute::everyWrite}),
+        string(eParam_RecordEnd, "record_end", Volatile,
+               "The recording that begins at record_start has its last frame right before this one; it is to "
+               "be stopped within four seconds after that. Empty: with the command.")
+            .with({Attribute::moment, Attribute::everyWrite}),
+        string(eParam_RecordSchedule, "record_schedule", Persistent,
+               "Takes to come, one a line; `xpctl schedule` shows them, the media daemon keeps them.")
+            .with({Attribute::multiLine, Attribute::told}),
         number(eParam_PlayListChanged, "play_list_changed", Command,
                "Tells the transport that the play list has changed (any value)."),
     };

@@ -76,7 +76,9 @@ enum eParam_t : std::uint32_t {
     eParam_ContinueOnLossOfVideo = 0x2000000A,
     eParam_PreRecord = 0x50000060,
     eParam_RecordStart = 0x50000061,
-    eParam_RecordSchedule = 0x50000062,
+    eParam_RecordEnd = 0x50000062,
+    eParam_RecordSchedule = 0x50000063,
+    eParam_AlarmScheduledTake = 0x50000064,
     eParam_MirrorMediaPath = 0x50000070,
     eParam_MirrorPending = 0x50000071,
     // Playback

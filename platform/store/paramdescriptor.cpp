@@ -2,6 +2,7 @@
 #include "platform/store/paramdescriptor.h"
 
 #include "platform/qmx/core/qmxpackedtimecode.h"
+#include "platform/qmx/core/qmxtakemoment.h"
 #include "platform/qmx/core/qmxtimecode.h"
 #include "platform/store/alarms.pb.h"
 #include "platform/store/datafile.pb.h"
@@ -254,6 +255,9 @@ bool ParamDescriptor::check(const StoreValue &value, std::string &reason) const
         else if (hasAttribute(Attribute::timecode) && !value.text.empty() &&
                  !QmxTimecode(QString::fromStdString(value.text)).isValid())
             reason = _row.name + " takes a timecode such as 10:00:04:00, not \"" + value.text + "\"";
+        else if (QString wrong; hasAttribute(Attribute::moment) &&
+                                !QmxTakeMoment::parse(QString::fromStdString(value.text), 0, &wrong))
+            reason = _row.name + " " + wrong.toStdString() + ", not \"" + value.text + "\"";
         else if (hasAttribute(Attribute::folder) && !value.text.empty() && value.text.front() != '/')
             reason =
                 _row.name + " takes the full path of a folder, such as /media/A, not \"" + value.text + "\"";

@@ -301,7 +301,7 @@ TEST(TakeGate, countsForTheTakeAroundItsFirstFrameAndForNoOther)
         for (qint64 now = 1000; now < 1012; ++now) {
             gate.look(set, now, queue.isRecording());
             queue.setRunningSince(gate.in(), now);
-            if (now == begins) queue.beginRecord(now, gate.in());
+            if (now == begins) queue.beginRecord(now, {gate.in(), 0});
             if (queue.isRecording() && gate.keepsOut(now)) continue;
             auto frame = std::make_shared<CapturedFrame>();
             frame->number = now;

@@ -111,5 +111,9 @@
     Y(MediumRefused, "medium_refused", Condition, "error", \
       "A medium was chosen that is not there, or during a take.", \
       "the media daemon puts the old one back, and clears it with the next good choice or take", \
-      "choose one that `xpctl media` lists, when no take runs: xpctl set active_media_path")
+      "choose one that `xpctl media` lists, when no take runs: xpctl set active_media_path") \
+    Y(ScheduledTake, "scheduled_take", Condition, "error", \
+      "A take of the schedule should run and does not.", \
+      "the media daemon raises it, and clears it when the take has begun or its time is over", \
+      "do what it names; or cancel the take (`xpctl schedule`)")
 // clang-format on

@@ -85,5 +85,13 @@
     X(TakeCopies, "take_copies", "media", "xp_take_media", Gauge, 1, \
       "Media that the take is written to, or was to its end") \
     X(SafeOnBoth, "safe_on_both", "frames", "xp_take_frames_safe_on_both", Gauge, 1, \
-      "Frames of a take on two media that are safe on both")
+      "Frames of a take on two media that are safe on both") \
+    X(PreRecordFrames, "pre_record_frames", "frames", "xp_pre_record_frames", Gauge, 1, \
+      "Frames that a take would begin with now, captured before its command") \
+    X(PreRecordBytes, "pre_record_bytes", "bytes", "xp_pre_record_bytes", Gauge, 1, \
+      "Memory that these frames fill") \
+    X(PreRecordLimit, "pre_record_limit", "bytes", "xp_pre_record_limit_bytes", Gauge, 1, \
+      "Memory that they may fill") \
+    X(PreRecordRestarts, "pre_record_restarts", "times", "xp_pre_record_restarts_total", Counter, 1, \
+      "Times these frames were given up because coding did not keep up")
 // clang-format on

@@ -55,6 +55,7 @@ struct QmxMemoryPool::Private
     };
     Class classes[classCount];
     quint64 limit = leastLimit;
+    quint64 extra = 0;
     quint64 sysSize = 0;
     quint64 htlbSize = 0;
     quint64 used = 0;
@@ -120,9 +121,9 @@ QmxBufferData *QmxMemoryPool::Private::cut(int sizeClass)
 
 bool QmxMemoryPool::Private::makeRoom(quint64 bytes)
 {
-    for (int i = classCount - 1; i >= 0 && sysSize + htlbSize + bytes > limit; --i)
+    for (int i = classCount - 1; i >= 0 && sysSize + htlbSize + bytes > limit + extra; --i)
         discardFree(classes[i]);
-    return sysSize + htlbSize + bytes <= limit;
+    return sysSize + htlbSize + bytes <= limit + extra;
 }
 
 void QmxMemoryPool::Private::discardFree(Class &of)
@@ -157,6 +158,12 @@ void QmxMemoryPool::reserve(quint64 bytes)
     const size_t huge = QmxMemoryRegion::freeHugePages();
     if (huge > 0 && (d->regions.empty() || !d->regions.front().isHuge()))
         d->addRegion(qMin(quint64(huge), d->limit), true);
+}
+
+void QmxMemoryPool::setExtra(quint64 bytes)
+{
+    std::lock_guard lock(d->mutex);
+    d->extra = bytes;
 }
 
 void QmxMemoryPool::getUsageData(UsageData &usage) const

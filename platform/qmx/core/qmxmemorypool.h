@@ -31,6 +31,9 @@ public:
 
     /// Sets the limit to `bytes`, but never below what one record and one play of the largest format need.
     void reserve(quint64 bytes);
+    /// So much more than the limit may be used from now on: for what is kept long. UsageData does not count
+    /// it, so that nobody's share of the pool grows by it.
+    void setExtra(quint64 bytes);
     void getUsageData(UsageData &usage) const;
     /// Allocations that failed so far.
     qint64 failures() const;

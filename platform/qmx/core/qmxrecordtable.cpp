@@ -4,6 +4,7 @@
 #include <QHash>
 
 #include <mutex>
+#include <utility>
 
 struct QmxRecordTable::Private
 {
@@ -20,6 +21,7 @@ struct QmxRecordTable::Private
     Memory memory;
     quint64 takes = 0;
     bool inTake = false;
+    Backlog backlog;
 
     Record *find(const QString &path)
     {
@@ -42,11 +44,18 @@ void QmxRecordTable::frameHandedOut(const QmxTimecode &timecode)
     d->handedOut = timecode;
 }
 
-void QmxRecordTable::takeBegins()
+void QmxRecordTable::takeBegins(const Backlog &backlog)
 {
     std::lock_guard lock(d->mutex);
     ++d->takes;
     d->inTake = true;
+    d->backlog = backlog;
+}
+
+QmxRecordTable::Backlog QmxRecordTable::takeBacklog()
+{
+    std::lock_guard lock(d->mutex);
+    return std::exchange(d->backlog, {});
 }
 
 void QmxRecordTable::takeEnds()

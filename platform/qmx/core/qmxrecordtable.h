@@ -34,9 +34,18 @@ public:
     /// stream is opened is that stream's pending first frame.
     void frameHandedOut(const QmxTimecode &timecode);
 
+    /// Frames that a take begins with because they were captured before its command.
+    struct Backlog
+    {
+        int frames = 0;
+        qint64 bytes = 0;
+    };
     /// The device begins a take, and ends it. Several record streams in one take continue each other.
-    void takeBegins();
+    void takeBegins() { takeBegins(Backlog()); }
+    void takeBegins(const Backlog &backlog);
     void takeEnds();
+    /// What the take that runs began with; for the first who asks, who gets it all at once.
+    Backlog takeBacklog();
     /// Number of the take that runs, from 1; 0: none.
     quint64 take() const;
 

@@ -3,7 +3,9 @@
 
 #include <QString>
 
+#include <functional>
 #include <mutex>
+#include <utility>
 
 /// What the operator's settings want of inputs and takes, as far as it concerns nobody above the streams and
 /// the video device: written by who follows the store, read by sources, device and streams of the same
@@ -17,8 +19,11 @@ public:
         bool keepsTornPictures = false;
         /// A take begins so much before its command.
         int preRecordSeconds = 0;
-        /// Where the next take begins, as the operator wrote it; empty: with the command.
+        /// Frame with which the next take begins and, if it does, ends, as QmxTakeMoment reads it; empty:
+        /// with its command.
         QString recordStart;
+        QString recordEnd;
+        quint32 startSerial = 0; ///< another one: one of them has been written
         /// Folder on a second medium to which a take is written as well; empty: none.
         QString mirrorMediaPath;
 
@@ -38,7 +43,28 @@ public:
         change(_values);
     }
 
+    /// The take that `serial` asked for has begun, or can begin no more: both go, and `told` is told, on the
+    /// caller's thread.
+    void spendStart(quint32 serial)
+    {
+        std::function<void()> told;
+        {
+            const std::lock_guard lock(_mutex);
+            if (_values.startSerial != serial) return;
+            _values.recordStart.clear();
+            _values.recordEnd.clear();
+            told = _spent;
+        }
+        if (told) told();
+    }
+    void setSpent(std::function<void()> told)
+    {
+        const std::lock_guard lock(_mutex);
+        _spent = std::move(told);
+    }
+
 private:
     mutable std::mutex _mutex;
     Values _values;
+    std::function<void()> _spent;
 };

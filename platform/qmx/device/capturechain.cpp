@@ -49,10 +49,10 @@ void CaptureChain::clear()
 
 void CaptureChain::flush()
 {
-    if (!_queue.isRecording()) _queue.clear();
+    if (!_queue.isRecording()) _queue.skip();
 }
 
-bool CaptureChain::setRecord(bool on, qint64 tick, std::optional<qint64> first)
+bool CaptureChain::setRecord(bool on, qint64 tick, const TakeBegin &begin)
 {
     if (on == _queue.isRecording()) return false;
     _takeRead = false;
@@ -61,7 +61,7 @@ bool CaptureChain::setRecord(bool on, qint64 tick, std::optional<qint64> first)
     _firstAfterLoss.reset();
     if (on) {
         ++_take;
-        _queue.beginRecord(tick, first);
+        _queue.beginRecord(tick, begin);
     } else {
         _queue.endRecord();
     }

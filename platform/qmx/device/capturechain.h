@@ -33,6 +33,9 @@ public:
     explicit CaptureChain(int wideChannels = 8) : _wideChannels(wideChannels) {}
 
     void setBounds(int frames, qint64 rawBytes) { _queue.setBounds(frames, rawBytes); }
+    /// What is kept of the frames read out of record, for a take that begins with them.
+    void setMemory(const CaptureMemory::Bounds &bounds) { _queue.setMemory(bounds); }
+    const CaptureMemory &memory() const { return _queue.memory(); }
     /// A set-up comes into force that makes other frames than the one before.
     void begin(const QmxVideoDeviceSetup &setup);
     /// The source of the timecode while nothing is captured.
@@ -42,9 +45,8 @@ public:
     /// The reader is not interested in what waits, unless it belongs to a take.
     void flush();
 
-    /// The direction is record, or not any more; false when it was so before. With `first` the take holds no
-    /// frame from before that tick.
-    bool setRecord(bool on, qint64 tick, std::optional<qint64> first = {});
+    /// The direction is record, or not any more; false when it was so before.
+    bool setRecord(bool on, qint64 tick, const TakeBegin &begin = {});
     bool isRecording() const { return _queue.isRecording(); }
     /// Number of the take that runs or comes next.
     quint64 take() const { return _take; }
@@ -54,6 +56,8 @@ public:
     /// The frame of a tick; push() takes it in. `good`: the input's picture may be used.
     CapturedFramePtr step(const CardInput &seen, const QmxTick &tick, const QmxVideoDeviceSetup &setup,
                           bool good, const QmxMetadataHash &ancillary);
+    /// A tick that no take holds.
+    void passOver() { _generator.passOver(); }
     /// The picture of a tick that no take holds, as it would be captured but for conversion and table.
     static QmxPicture fitting(const CardInput &seen, const QmxVideoDeviceSetup &setup, bool good);
     /// Whether a frame was lost for it.
@@ -72,7 +76,11 @@ public:
     void repeatLoss() { _repeatLoss = true; }
     int readable() const { return _queue.readable(); }
     int size() const { return _queue.size(); }
+    /// Bytes of what waits and is coded.
+    qint64 codedBytes() const { return _queue.codedBytes(); }
 
+    /// As CaptureQueue::wantsCoded().
+    bool wantsCoded(const CapturedFrame &frame) const { return _queue.wantsCoded(frame); }
     QList<CapturedFramePtr> takeUncoded() { return _queue.takeUncoded(); }
     /// As CaptureQueue::coded().
     bool coded(const CapturedFramePtr &frame, const QmxBuffer &buffer) { return _queue.coded(frame, buffer); }

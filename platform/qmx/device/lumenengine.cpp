@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/lumenengine.h"
 
+#include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <thread>
 
 namespace {
@@ -32,6 +34,14 @@ CodecLookup codecLookup(const LumenOptions &options, const LumenProfile &profile
 {
     if (options.codec) return options.codec;
     return profile.libavProRes ? qmxCodecByLibav : qmxCodec;
+}
+
+/// What the frames that a take to come may begin with may fill, beside all else.
+qint64 memoryBytes()
+{
+    QmxMemoryPool::UsageData usage;
+    QmxMemoryPool::instance()->getUsageData(usage);
+    return CaptureMemory::affordable(qint64(Qmx::totalSystemMemorySize()), qint64(usage.totalSize));
 }
 
 /// The preview first.
@@ -68,6 +78,7 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
           _events.push(event);
       }),
       _retired(environment),
+      _memoryBytes(memoryBytes()),
       _workers(workerCount(_profile), codecLookup(options, _profile), environment)
 {
     if (!options.profile && !_window.publish())
@@ -244,6 +255,8 @@ int LumenEngine::framesReadable() const
 QmxError LumenEngine::readFrame(QmxFrame &frame)
 {
     QmxTimecode timecode;
+    bool spent = false;
+    quint32 startSerial = 0;
     {
         std::lock_guard lock(_mutex);
         const CaptureChain::Reading reading = _capture.read();
@@ -253,12 +266,15 @@ QmxError LumenEngine::readFrame(QmxFrame &frame)
         if (reading.beginsTake) {
             _inputWatch.takeBegins();
             _takeFirst = reading.frame->number;
+            spent = _start.isSet();
+            startSerial = _startSerial;
         }
         timecode = reading.frame->timecode;
         _environment.deck->counters.add(QmxCounters::FramesRecorded);
         if (reading.tellsLoss) push(DeviceEvent::CaptureDropped, _capture.take());
     }
     _environment.deck->recordTable.frameHandedOut(timecode);
+    if (spent) _environment.deck->takeOptions.spendStart(startSerial);
     return {};
 }
 
@@ -297,7 +313,9 @@ void LumenEngine::setProperty(const QmxId &key, const QVariant &value)
 
 void LumenEngine::lookAtWindow()
 {
-    if (_gate.look(_window.window(), _tickIndex, _capture.isRecording())) _capture.noteLoss();
+    const QmxTakeWindow::Window start = _start.window();
+    const QmxTakeWindow::Window set = start.isSet() ? start : _window.window();
+    if (_gate.look(set, _tickIndex, _capture.isRecording(), start.isSet())) _capture.noteLoss();
 }
 
 void LumenEngine::setDirection(const QmxId &direction)
@@ -306,14 +324,15 @@ void LumenEngine::setDirection(const QmxId &direction)
     _environment.deck->playhead.setStill(direction == QmxIds::directionStill);
     const bool record = direction == QmxIds::directionRecord;
     if (record && !_capture.isRecording()) lookAtWindow();
-    if (!_capture.setRecord(record, _tickIndex, _gate.in())) return;
+    if (!_capture.setRecord(record, _tickIndex, {_gate.in(), earlierFrames()})) return;
     if (record) {
-        _environment.deck->recordTable.takeBegins();
+        _environment.deck->recordTable.takeBegins({_capture.size(), _capture.codedBytes()});
         postCoding();
         return;
     }
     _environment.deck->recordTable.takeEnds();
     _gate.takeEnds();
+    _start.set({}, {});
     if (const auto state = _inputWatch.takeEnds()) pushInput(*state);
     if (!_deferred) return;
     const QmxVideoDeviceSetup deferred = *_deferred;
@@ -321,11 +340,25 @@ void LumenEngine::setDirection(const QmxId &direction)
     startCapture(deferred);
 }
 
+/// So many frames of before its command a take begins with.
+int LumenEngine::earlierFrames() const
+{
+    const int seconds = _environment.deck->takeOptions.values().preRecordSeconds;
+    return int(std::lround(_running.imageDesc().frameRate().toDouble() * seconds));
+}
+
 void LumenEngine::jam(const QmxTimecode &value)
 {
     if (!value.isValid()) return;
-    _capture.jam(value, _environment.deck->recordTable.memory(),
-                 _asked.timecodeInputSource() == QmxIds::timecodeTimeOfDay);
+    const bool isTimeOfDay = _asked.timecodeInputSource() == QmxIds::timecodeTimeOfDay;
+    QmxTimecode asked = value;
+    if (isTimeOfDay && _capture.isRecording() && _gate.in()) {
+        // The first frame carries exactly what the operator asked for.
+        const qint64 newest = _capture.size() > 0 ? _tickIndex : _tickIndex + 1;
+        asked = _start.timecodeAt(newest, value.fps()).value_or(value);
+        asked.setDropFrame(value.isDropFrame());
+    }
+    _capture.jam(asked, _environment.deck->recordTable.memory(), isTimeOfDay);
 }
 
 QmxMetadataHash LumenEngine::currentFrameMetadata() const
@@ -359,6 +392,12 @@ bool LumenEngine::isRecording() const
 {
     std::lock_guard lock(_mutex);
     return _capture.isRecording();
+}
+
+bool LumenEngine::keepsAll() const
+{
+    std::lock_guard lock(_mutex);
+    return _capture.isRecording() || (!_playing && _capture.memory().isOn());
 }
 
 quint64 LumenEngine::newestRun() const

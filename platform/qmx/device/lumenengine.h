@@ -11,6 +11,7 @@
 #include "platform/qmx/device/outputstage.h"
 #include "platform/qmx/device/playbackchain.h"
 #include "platform/qmx/device/retiredsources.h"
+#include "platform/qmx/device/startwatch.h"
 #include "platform/qmx/device/takegate.h"
 #include "platform/qmx/device/tickschedule.h"
 
@@ -82,11 +83,16 @@ private:
     void makeGenerator(const QmxVideoDeviceSetup &setup);
     void setDirection(const QmxId &direction);
     void lookAtWindow();
+    int earlierFrames() const;
     void jam(const QmxTimecode &value);
     void push(DeviceEvent::Type type, quint64 serial = 0);
     void pushInput(const QmxVideoState &state);
 
     // lumentick.cpp: clock thread.
+    bool keepsAll() const;
+    void remember();
+    qint64 wallOf(qint64 moment);
+    void followStart(const CardInput &seen, const QmxTick &tick, qint64 wall);
     void tickFrame(const QmxTick &tick, bool visible);
     void missedFrames(qint64 count, const QmxTick &tick);
     CardInput takeSources(const QmxTick &tick);
@@ -129,6 +135,8 @@ private:
     InputWatch _inputWatch;
     CaptureChain _capture;
     PlaybackChain _playback;
+    StartWatch _start;
+    quint32 _startSerial = 0; ///< of the wish that _start has got
     TakeGate _gate;
     qint64 _takeFirst = -1; ///< index of the first frame of the take that runs or was the last
     QmxId _direction;
@@ -150,10 +158,12 @@ private:
     OutputStage _output;
     QmxOutputFrame _last; ///< before conversion, without superimposed text
     qint64 _clockIndex = 0;
+    qint64 _wallOffset = 0; ///< from the clock's time to the time of day; 0: not known yet
     CardAlarms _alarms;
     QString _inputText; ///< as the source said last
 
     RetiredSources _retired;
+    const qint64 _memoryBytes;
 
     // Last: the workers end before what they use.
     PictureWorkers _workers;

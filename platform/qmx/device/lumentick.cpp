@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "platform/qmx/device/outputformat.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace {
 /// Frames of a take that are captured late after a stall of the clock thread; more are lost.
@@ -49,19 +52,21 @@ void LumenEngine::tick(const TickSchedule::Step &step, const QmxVideoRate &rate)
     tick.deadline = step.deadline;
     if (startMissed) tick.deadline -= rate.nanoseconds(1) / 2;
     tick.index = _clockIndex + 1 + before;
-    if (before > 0 && isRecording()) missedFrames(before, tick);
+    if (before > 0 && keepsAll()) missedFrames(before, tick);
     _clockIndex = tick.index;
     tickFrame(tick, true);
 }
 
-/// In a take the frames whose moment has passed are captured now, so that a stall of this thread loses none
-/// that the source still has. They are neither shown nor told.
+/// In a take, and while a take to come may begin with them, the frames whose moment has passed are captured
+/// now, so that a stall of this thread loses none that the source still has. They are neither shown nor told.
 void LumenEngine::missedFrames(qint64 count, const QmxTick &tick)
 {
     if (count > mostCaughtUp) {
         std::lock_guard lock(_mutex);
-        _capture.noteLoss();
-        captureLost(count - mostCaughtUp);
+        if (_capture.isRecording()) {
+            _capture.noteLoss();
+            captureLost(count - mostCaughtUp);
+        }
         count = mostCaughtUp;
     }
     for (qint64 back = count; back > 0; --back) {
@@ -72,9 +77,70 @@ void LumenEngine::missedFrames(qint64 count, const QmxTick &tick)
     }
 }
 
+/// Time of day of a moment of the clock.
+qint64 LumenEngine::wallOf(qint64 moment)
+{
+    constexpr qint64 longestLook = 100'000; // ns in which both clocks are read
+    constexpr qint64 jump = 50 * QmxClock::nsPerMillisecond;
+    const qint64 before = _environment.clock->now();
+    const qint64 wall = _environment.clock->wallTime();
+    const qint64 after = _environment.clock->now();
+    const qint64 offset = wall - before - (after - before) / 2;
+    // Held up in between: the difference found before is better, unless the clock has been set.
+    if (_wallOffset == 0 || after - before < longestLook || std::llabs(offset - _wallOffset) > jump)
+        _wallOffset = offset;
+    return moment + _wallOffset;
+}
+
+/// Looks whether this is the frame with which a take shall begin.
+void LumenEngine::followStart(const CardInput &seen, const QmxTick &tick, qint64 wall)
+{
+    QmxTakeOptions &options = _environment.deck->takeOptions;
+    const QmxTakeOptions::Values wanted = options.values();
+    // A wish for the take after the one that runs waits for its end.
+    const bool runs = _capture.isRecording() && _start.isSet();
+    if (wanted.startSerial != _startSerial && !(runs && !wanted.recordStart.isEmpty())) {
+        _startSerial = wanted.startSerial;
+        const auto moment = [wall](const QString &text) {
+            return QmxTakeMoment::parse(text, wall).value_or(QmxTakeMoment());
+        };
+        if (runs)
+            _start.setEnd(moment(wanted.recordEnd));
+        else
+            _start.set(moment(wanted.recordStart), moment(wanted.recordEnd));
+    }
+    const QmxId source = _asked.timecodeInputSource();
+    StartWatch::Frame frame{tick.index, wall, source == QmxIds::timecodeTimeOfDay, {}};
+    if (_inputWatch.isGood(seen.input)) frame.timecode = seen.input.timecode;
+    // A count that goes on with each take is nothing to wait for.
+    const bool counts = !source.isValid() || source == QmxIds::timecodeGenerator;
+    if (counts && !frame.timecode.isValid()) frame.byClock = true;
+    const int kept = std::max(earlierFrames(), int(TakeGate::latestStart));
+    _start.step(frame, tick.rate, kept);
+    if (!_capture.isRecording() && _start.isPast(tick.index)) {
+        qmxLogOutput(2, "lumen", __LINE__, "No take has begun at record_start, which is past now\n");
+        _start.set({}, {});
+        options.spendStart(_startSerial);
+    }
+}
+
+/// How much is kept for a take to come, from now on.
+void LumenEngine::remember()
+{
+    if (_capture.isRecording()) return; // what the take began with may still wait
+    int frames = earlierFrames();
+    _gate.setKept(frames);
+    if (_gate.in() || _start.window().isSet()) frames = std::max(frames, int(TakeGate::latestStart));
+    const CaptureMemory::Bounds bounds{frames, frames > 0 ? _memoryBytes : 0};
+    if (bounds == _capture.memory().bounds()) return;
+    _capture.setMemory(bounds);
+    QmxMemoryPool::instance()->setExtra(quint64(bounds.bytes));
+}
+
 void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
 {
     const CardInput seen = takeSources(tick);
+    const qint64 wall = wallOf(tick.deadline);
     QmxOutputFrame output;
     output.tick = tick;
     OutputStage::Work work;
@@ -82,6 +148,7 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
     {
         std::lock_guard lock(_mutex);
         _tickIndex = tick.index;
+        followStart(seen, tick, wall);
         lookAtWindow();
         observe(seen, tick);
         if (!_hasSetup) return;
@@ -164,13 +231,15 @@ void LumenEngine::observe(const CardInput &seen, const QmxTick &tick)
         event.metadata = *news.ancillary;
         _events.push(event);
     }
-    _capture.setRunningSince(_gate.in() ? _gate.in() : _inputWatch.runningSince(), tick.index);
+    remember();
+    _capture.setRunningSince(_inputWatch.runningSince(), tick.index);
 }
 
 void LumenEngine::captureStep(const CardInput &seen, const QmxTick &tick, QmxOutputFrame &output)
 {
     output.isCapture = true;
     if (_capture.isRecording() && _gate.keepsOut(tick.index)) {
+        _capture.passOver();
         showOnly(seen, output);
         return;
     }
@@ -303,6 +372,10 @@ void LumenEngine::count(const CardInput &seen, const QmxOutputFrame &output) con
     counters->set(QmxCounters::InputTorn, seen.input.torn);
     counters->set(QmxCounters::InputMissing, seen.input.missing);
     counters->set(QmxCounters::CaptureQueue, _capture.size());
+    counters->set(QmxCounters::PreRecordFrames, _capture.memory().size());
+    counters->set(QmxCounters::PreRecordBytes, _capture.memory().bytes());
+    counters->set(QmxCounters::PreRecordLimit, _memoryBytes);
+    counters->set(QmxCounters::PreRecordRestarts, _capture.memory().restarts());
     counters->set(QmxCounters::PlaybackQueue, _playback.frames());
     if (!_playing) {
         counters->set(QmxCounters::LiveDistance, -1);

@@ -36,7 +36,7 @@ void LumenEngine::encode(CodecContexts &contexts, const CapturedFramePtr &frame)
     QmxImageDesc desc;
     {
         std::lock_guard lock(_mutex);
-        if (!_capture.isRecording()) {
+        if (!_capture.wantsCoded(*frame)) {
             // Nobody wants it coded any more; should a take begin while it waits it is queued again.
             frame->coding = CapturedFrame::Raw;
             return;

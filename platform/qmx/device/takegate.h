@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxtakewindow.h"
 
+#include <algorithm>
 #include <optional>
 
 /// Decides whether a window that somebody has set counts, so that one that is stale, or whose owner has gone,
@@ -16,9 +17,12 @@ public:
     /// Frames after `out` by which the take has ended, else it goes on.
     static constexpr qint64 latestEnd = 100;
 
+    /// So many frames back may still be handed out; a take may begin as late.
+    void setKept(qint64 frames) { _latest = std::max(frames, latestStart); }
     /// At each frame of the clock, and before a take begins. True when a window has been given up in a take:
-    /// the frames from here on follow a gap.
-    bool look(const QmxTakeWindow::Window &set, qint64 now, bool isRecording);
+    /// the frames from here on follow a gap. `mayMove`: the first frame of a take that still waits for it may
+    /// change, because it follows a clock.
+    bool look(const QmxTakeWindow::Window &set, qint64 now, bool isRecording, bool mayMove = false);
     void takeEnds() { _window = {}; }
     /// The take that runs does not hold this frame.
     bool keepsOut(qint64 index) const { return _window.keepsOut(index); }
@@ -26,6 +30,7 @@ public:
     std::optional<qint64> in() const;
 
 private:
+    qint64 _latest = latestStart;
     QmxTakeWindow::Window _window; ///< that counts
     quint32 _serial = 0;           ///< seen last
 };

@@ -17,6 +17,7 @@ void TimecodeGenerator::setSource(const QmxId &source, int fps)
 {
     _followsInput =
         source.isValid() && source != QmxIds::timecodeGenerator && source != QmxIds::timecodeTimeOfDay;
+    _followsClock = source == QmxIds::timecodeTimeOfDay;
     if (!_next.isValid()) _next = QmxTimecode(0, 0, 0, 0, fps, false);
     _fps = fps;
     _next = counted(_next, fps);
@@ -51,6 +52,11 @@ QmxTimecode TimecodeGenerator::step(const QmxTimecode &input, bool hasPicture)
     _value = _next;
     _next = _next.advanced(1);
     return _value;
+}
+
+void TimecodeGenerator::passOver()
+{
+    if (_followsClock) _next = _next.advanced(1);
 }
 
 void RunningTimecode::step(qint64 number, const QmxTimecode &timecode)

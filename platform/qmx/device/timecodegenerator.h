@@ -30,6 +30,8 @@ public:
     /// The timecode of the frame captured now. Following the input: the input's; without a picture it
     /// counts on from the last one.
     QmxTimecode step(const QmxTimecode &input, bool hasPicture);
+    /// A frame passes that nobody captures: a clock goes on, a count does not.
+    void passOver();
     /// The timecode of the frame captured last; not valid before the first.
     QmxTimecode value() const { return _value; }
 
@@ -38,6 +40,7 @@ private:
     QmxTimecode _value;
     int _fps = 0;
     bool _followsInput = false;
+    bool _followsClock = false;
     QmxTimecode _jam;
     bool _jamContinued = false;
     quint64 _writtenAtJam = 0;

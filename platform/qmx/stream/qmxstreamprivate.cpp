@@ -121,6 +121,7 @@ void QmxStream::Private::beginClosing()
         }
         dropAhead();
     }
+    pendingAtClose = current->writer() ? current->writer()->pending() : 0;
     current->close();
     deadline.start(operationLimitMs);
 }
@@ -207,6 +208,14 @@ void QmxStream::Private::deadlineReached()
 {
     if (!current) return;
     const QmxStreamAsk ask = current->ask();
+    // What a take began with may need longer to be written than is promised of a take without.
+    if (StreamPair *writer = current->writer(); state == State::Closing && writer && writer->hasBacklog()) {
+        if (const int pending = writer->pending(); pending < pendingAtClose) {
+            pendingAtClose = pending;
+            deadline.start(operationLimitMs);
+            return;
+        }
+    }
     const QmxError error(
         ETIMEDOUT,
         QStringLiteral("%1: the medium does not answer, check whether it is still there").arg(ask.what()));

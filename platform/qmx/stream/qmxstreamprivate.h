@@ -90,4 +90,5 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     QTimer aheadTime;           ///< until what nobody asks for goes
     QmxOperations::Token token; ///< of the open or close in progress
     QTimer deadline;
+    int pendingAtClose = 0; ///< frames not yet written when the close began, or was looked at last
 };

@@ -270,6 +270,13 @@ int StreamPair::pending() const
     return most;
 }
 
+bool StreamPair::hasBacklog() const
+{
+    return std::any_of(_copies.begin(), _copies.end(), [](const Copy &copy) {
+        return copy.state != State::Gone && copy.writer && copy.writer->hasBacklog();
+    });
+}
+
 bool StreamPair::isBusy() const
 {
     return std::any_of(_copies.begin(), _copies.end(),

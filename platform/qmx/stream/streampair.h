@@ -52,6 +52,8 @@ public:
     void close();
     void abandon();
     int pending() const;
+    /// As StreamWriter has it, of any copy.
+    bool hasBacklog() const;
     /// Some copy is still being written or closed.
     bool isBusy() const;
 

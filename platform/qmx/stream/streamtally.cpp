@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds claimWait(1000);
 } // namespace
 
 StreamTally::StreamTally(const QmxEnvironment &environment, int copies)
-    : _environment(environment), _count(copies)
+    : _environment(environment), _count(copies), _backlog(environment.deck->recordTable.takeBacklog())
 {}
 
 int StreamTally::present() const

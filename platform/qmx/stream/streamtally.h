@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxrecordtable.h"
 
 #include <array>
 #include <condition_variable>
@@ -18,6 +19,9 @@ public:
     static constexpr int mostCopies = 2;
 
     explicit StreamTally(const QmxEnvironment &environment, int copies = 1);
+
+    /// What the take began with, for each copy.
+    const QmxRecordTable::Backlog &backlog() const { return _backlog; }
 
     /// The published figures are those of this stream, or no longer.
     void show(bool on);
@@ -57,6 +61,7 @@ private:
 
     const QmxEnvironment _environment;
     const int _count;
+    const QmxRecordTable::Backlog _backlog;
     mutable std::mutex _mutex;
     std::condition_variable _claims;
     bool _shown = false;

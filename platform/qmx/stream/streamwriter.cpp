@@ -100,6 +100,7 @@ void StreamWriter::append(const QmxFrame &frame)
     }
     _state->queue.push_back(frame);
     _state->queuedBytes += frame.bytes();
+    ++_state->appended;
     _state->judgeSpeed();
     schedule();
 }
@@ -139,6 +140,12 @@ void StreamWriter::abandon()
     }
     _thread->abandon();
     _thread.reset();
+}
+
+bool StreamWriter::hasBacklog() const
+{
+    const std::lock_guard lock(_state->mutex);
+    return _state->backlog.frames > 0;
 }
 
 int StreamWriter::pending() const

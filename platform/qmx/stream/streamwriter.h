@@ -78,6 +78,8 @@ public:
     int pending() const;
     /// How full the queue is, 1: full.
     double fill() const;
+    /// The queue still holds of what the take began with, more than it is promised to hold otherwise.
+    bool hasBacklog() const;
 
 private:
     void schedule();

@@ -46,6 +46,7 @@ StreamWriter::State::State(const QString &clipPath, const QmxClipInfo &clipInfo,
     QmxMemoryPool::UsageData usage;
     QmxMemoryPool::instance()->getUsageData(usage);
     maximumBytes = qMax(minimumQueueBytes, qint64(usage.totalSize / poolShare));
+    backlog = tally->backlog();
 }
 
 void StreamWriter::State::run()
@@ -252,6 +253,8 @@ void StreamWriter::State::judgeSpeed()
 {
     tally->set(copy, QmxCounters::WriterQueue, qint64(queue.size()));
     tally->set(copy, QmxCounters::WriterQueueBytes, queuedBytes);
+    // What the take began with does not come from a slow medium, until it has been written.
+    if (appended > backlog.frames && queue.size() < size_t(maximumFrames * slowUntil)) backlog = {};
     if (fill() > slowAbove) setSlow(true);
     if (fill() < slowUntil) setSlow(false);
 }

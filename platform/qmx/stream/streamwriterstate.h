@@ -4,6 +4,7 @@
 #include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxlatency.h"
+#include "platform/qmx/core/qmxrecordtable.h"
 #include "platform/qmx/stream/streamtally.h"
 #include "platform/qmx/stream/streamwriter.h"
 
@@ -71,11 +72,13 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     QmxError refuseMedium(const QString &folder, const struct statfs64 &medium) const;
     bool isFull() const
     {
-        return int(queue.size()) + writing >= maximumFrames || queuedBytes >= maximumBytes;
+        return int(queue.size()) + writing >= maximumFrames + backlog.frames ||
+               queuedBytes >= maximumBytes + backlog.bytes;
     }
     double fill() const
     {
-        return qMax(double(queue.size()) / maximumFrames, double(queuedBytes) / double(maximumBytes));
+        return qMax(double(qint64(queue.size()) - backlog.frames) / maximumFrames,
+                    double(queuedBytes - backlog.bytes) / double(maximumBytes));
     }
 
     const QmxEnvironment environment;
@@ -91,9 +94,11 @@ struct StreamWriter::State : std::enable_shared_from_this<StreamWriter::State>
     mutable std::mutex mutex;
     std::deque<QmxFrame> queue;
     qint64 queuedBytes = 0;
-    int writing = 0;    ///< frames taken out of the queue and not yet written
-    quint64 steps = 1;  ///< that the thread has taken
-    qint64 dropped = 0; ///< frames that came after the medium had failed
+    qint64 appended = 0;             ///< frames so far
+    QmxRecordTable::Backlog backlog; ///< of the take's begin: more than the queue holds otherwise
+    int writing = 0;                 ///< frames taken out of the queue and not yet written
+    quint64 steps = 1;               ///< that the thread has taken
+    qint64 dropped = 0;              ///< frames that came after the medium had failed
     bool roomWanted = false;
     bool openAsked = false;
     bool ahead = false; ///< the file has a hidden name

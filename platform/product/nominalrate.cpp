@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "companions/mediad/nominalrate.h"
+#include "platform/product/nominalrate.h"
 
 #include "platform/qmx/codec/prores/proresformat.h"
 #include "platform/qmx/core/qmxids.h"
@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 struct CodecRow
@@ -46,15 +47,40 @@ double bytesOfPicture(unsigned codec, const QSize &size)
 }
 } // namespace
 
-double nominalRate(unsigned codec, const std::string &format, int audioChannels)
+QmxId recordedDataType(unsigned codec)
+{
+    if (codec == uncompressed8) return QmxIds::uncompressed8;
+    if (codec == uncompressed10) return QmxIds::uncompressed10;
+    const auto row = std::find_if(std::begin(coded), std::end(coded),
+                                  [codec](const CodecRow &one) { return one.value == codec; });
+    return row == std::end(coded) ? QmxId() : row->dataType;
+}
+
+std::optional<QmxImageDesc> recordedFormat(unsigned codec, const std::string &format)
 {
     static const QRegularExpression form(
         QStringLiteral("^(?:(\\d+)x)?(\\d+)(?:p|psf|i)(\\d+(?:\\.\\d+)?)(?:_variable)?$"));
     const QRegularExpressionMatch match = form.match(QString::fromStdString(format));
-    if (!match.hasMatch()) return 0;
+    if (!match.hasMatch()) return std::nullopt;
     const int lines = match.captured(2).toInt();
     const int width = match.captured(1).isEmpty() ? widthOf(lines) : match.captured(1).toInt();
+    if (width == 0) return std::nullopt;
+    QmxImageDesc desc;
+    desc.setSize(width, lines);
+    const double rate = match.captured(3).toDouble();
+    const int whole = int(std::lround(rate));
+    constexpr int thousand = 1000;
+    desc.setFrameRate(std::abs(rate - whole) < 1.0 / thousand ? QmxVideoRate(whole)
+                                                              : QmxVideoRate(whole * thousand, thousand + 1));
+    desc.setDataType(recordedDataType(codec));
+    return desc;
+}
+
+double nominalRate(unsigned codec, const std::string &format, int audioChannels)
+{
+    const std::optional<QmxImageDesc> desc = recordedFormat(codec, format);
+    if (!desc) return 0;
     constexpr double bytesOfSound = 3.0 * 48000; // a channel, a second
-    const double picture = width > 0 ? bytesOfPicture(codec, QSize(width, lines)) : 0;
-    return picture > 0 ? picture * match.captured(3).toDouble() + audioChannels * bytesOfSound : 0;
+    const double picture = bytesOfPicture(codec, QSize(desc->width(), desc->height()));
+    return picture > 0 ? picture * desc->frameRate().toDouble() + audioChannels * bytesOfSound : 0;
 }

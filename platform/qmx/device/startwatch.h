@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxtakemoment.h"
+#include "platform/qmx/core/qmxtakewindow.h"
+#include "platform/qmx/core/qmxvideorate.h"
+
+#include <deque>
+#include <optional>
+
+/// From the moments at which an operator wants a take to begin and end to the frames of the clock: a window
+/// for the gate. It sees every frame, so that a moment that is past is found as long as the frame may still
+/// be in memory. A pure machine; guarded by whoever guards the gate.
+class StartWatch
+{
+public:
+    /// One frame of the clock.
+    struct Frame
+    {
+        qint64 index = 0;
+        qint64 wall = 0;      ///< time of day of its ideal moment
+        bool byClock = false; ///< moments given as timecode mean the time of day
+        QmxTimecode timecode; ///< else this; not valid: none at this frame
+    };
+    /// How long before it a start may hold back a take that has been commanded: one commanded earlier is
+    /// another take.
+    static constexpr qint64 nearSeconds = 10;
+
+    /// Another wish; both None: no longer any.
+    void set(const QmxTakeMoment &start, const QmxTakeMoment &end);
+    /// Only of the end, while the take runs that began with the start.
+    void setEnd(const QmxTakeMoment &end) { set(_start, end); }
+    bool isSet() const { return _start.kind != QmxTakeMoment::None; }
+    /// Every frame, in order. `kept`: so many frames back may still be handed out.
+    void step(const Frame &frame, const QmxVideoRate &rate, int kept);
+    /// What the gate is to be told; not set while the start is far away.
+    QmxTakeWindow::Window window() const { return _window; }
+    /// The start is so long past that no take will begin with it.
+    bool isPast(qint64 now) const;
+    /// The timecode of frame `index`, when the take begins with a given one.
+    std::optional<QmxTimecode> timecodeAt(qint64 index, int fps) const;
+
+private:
+    std::optional<qint64> distance(const QmxTakeMoment &moment, const Frame &frame) const;
+    qint64 framesUntil(qint64 wall, const Frame &frame) const;
+    std::optional<qint64> framesUntil(const QmxTimecode &timecode, const Frame &frame) const;
+    void place(qint64 &at, const QmxTakeMoment &moment, const Frame &frame);
+    void look(const Frame &frame);
+
+    QmxTakeMoment _start;
+    QmxTakeMoment _end;
+    QmxVideoRate _rate;
+    std::deque<Frame> _recent; ///< frames that may still be handed out, oldest first
+    int _kept = 0;
+    QmxTakeWindow::Window _window;
+    quint32 _serial = 1; ///< odd: those of the shared table are even
+};

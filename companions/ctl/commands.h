@@ -84,6 +84,7 @@ int runCommandLine(int argc, char **argv);
 
 // What is (statuscommands.cpp)
 ExitCode ctlStatus(Recorder &, const Report &, const Arguments &);
+ExitCode ctlReady(Recorder &, const Report &, const Arguments &); // verbcommand.cpp
 ExitCode ctlWatch(Recorder &, const Report &, const Arguments &);
 ExitCode ctlClips(Recorder &, const Report &, const Arguments &);
 ExitCode ctlInfo(Recorder &, const Report &, const Arguments &); // infocommand.cpp
@@ -100,6 +101,7 @@ ExitCode ctlSettings(Recorder &, const Report &, const Arguments &); // settings
 ExitCode ctlList(Recorder &, const Report &, const Arguments &);
 // The machine and the figures (doctorcommand.cpp, metricscommands.cpp, picturecommand.cpp)
 ExitCode ctlDoctor(const Report &, const Arguments &);
+ExitCode ctlChannel(const Report &, const Arguments &); // channelcommand.cpp
 ExitCode ctlMetrics(Recorder &, const Report &, const Arguments &);
 ExitCode ctlPicture(Recorder &, const Report &, const Arguments &);
 // For shells and readers (completion.cpp, manual.cpp)

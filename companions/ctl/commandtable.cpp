@@ -47,6 +47,7 @@ std::span<const CommandRow> ctlCommands()
     static const std::vector<CommandRow> rows = {
         {looking, "status", "show what the recorder is doing", {}, "", Needs::Store, ctlStatus},
         {looking, "watch", "show it continuously, a line a frame", {}, "once stats", Needs::Store, ctlWatch},
+        {looking, "ready", "say whether a take could begin now, and begin none", {}, "", Needs::Daemon, ctlReady},
         {looking, "alarms", "list what is wrong now, since when, and what to do", {}, "history markdown", Needs::Store, ctlAlarms},
         ofVerb(looking, "acknowledge", "", {"ALARM"}),
         {looking, "picture", "save the picture on the output as a PNG or JPEG file",
@@ -101,6 +102,13 @@ std::span<const CommandRow> ctlCommands()
 
         {machine, "help", "list the commands, or show how one is used",
          {{"COMMAND", "its name", false}}, "", Needs::Nothing, nullptr, ctlNothing},
+        {machine, "channel", "list, make or remove further recorders of this machine",
+         {{"ACTION", "list, add, remove; for the services: view (its folders and its share of the media), follow (the "
+           "media of all channels)", true, "list add remove view follow"},
+          {"CHANNEL", "its number, from 2 to 64", false},
+          {"INPUT", "add: where its picture comes from, as in the profile (else a test picture); plays:N makes one that "
+           "plays the clips of channel N and records none", false}},
+         "", Needs::Nothing, nullptr, ctlChannel},
         {machine, "doctor", "check the installation and say what to do", {}, "", Needs::Nothing, nullptr, ctlDoctor},
         {machine, "metrics", "print figures for monitoring, or serve them", {}, "listen", Needs::Store, ctlMetrics},
         {machine, "completion", "print the completion of these commands for a shell",

@@ -33,7 +33,7 @@ void show(const Recorder &recorder, const Report &report, const QStringList &nam
     QJsonArray entries;
     QString text;
     for (qsizetype i = 0; i < names.size(); ++i) {
-        const bool isThere = !folder.isEmpty() && QFileInfo(folder + "/" + names[i]).isFile();
+        const bool isThere = !folder.isEmpty() && QFileInfo(recorder.here(folder + "/" + names[i])).isFile();
         entries.append(QJsonObject{{"place", int(i)}, {"name", names[i]}, {"present", isThere}});
         text += QStringLiteral("%1  %2%3\n")
                     .arg(i, 4)

@@ -3,7 +3,9 @@
 // shell.
 #include "companions/ctl/verbcommand.h"
 
+#include "platform/control/ownership.h"
 #include "platform/control/transportanswers.h"
+#include "platform/control/verbs_take.h"
 
 #include <algorithm>
 #include <syslog.h>
@@ -71,6 +73,16 @@ ExitCode tell(const Report &report, const Answer &answer)
     }
     if (!answer.sentence.isEmpty() || !answer.effect.isEmpty()) report.result(answer.sentence, answer.effect);
     return exitCodeOf(answer);
+}
+
+ExitCode ctlReady(Recorder &recorder, const Report &report, const Arguments &)
+{
+    const VerbRow *record = findVerb(QStringLiteral("record"));
+    Request request;
+    request.verb = QString::fromLatin1(record->name);
+    auto refusal = Ownership(recorder).refusal(*record, request, Who::atShell());
+    if (!refusal) refusal = whyNoTake(recorder);
+    return tell(report, refusal.value_or(Answer::done("ready", {{"ready", true}})));
 }
 
 ExitCode tellStandsStill(const Report &report)

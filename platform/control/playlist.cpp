@@ -2,6 +2,8 @@
 #include "platform/control/playlist.h"
 
 #include "platform/control/recorder.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/storelock.h"
 
 #include <QCryptographicHash>
@@ -16,6 +18,11 @@ QString PlayList::revisionOf(const QString &text)
         QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha256).toHex().left(shortDigest));
 }
 
+std::string PlayList::lockPath()
+{
+    return QmxEnvironment::current().places->playListLock.toStdString();
+}
+
 PlayList PlayList::read(const Recorder &recorder)
 {
     const QString text = recorder.text(eParam_PlayList);
@@ -23,7 +30,7 @@ PlayList PlayList::read(const Recorder &recorder)
     PlayList list;
     list._revision = revisionOf(text);
     for (const QString &name : text.split('\n', Qt::SkipEmptyParts)) {
-        const bool isThere = !folder.isEmpty() && QFileInfo(folder + "/" + name).isFile();
+        const bool isThere = !folder.isEmpty() && QFileInfo(recorder.here(folder + "/" + name)).isFile();
         list._entries.append({int(list._entries.size()), name, isThere});
     }
     return list;
@@ -34,7 +41,7 @@ Answer PlayList::write(Recorder &recorder, const QStringList &names, const QStri
     if (names.size() > mostEntries)
         return Answer::refused(Cause::Argument, "wrong_argument",
                                QStringLiteral("a play list has at most %1 entries").arg(mostEntries));
-    StoreLock lock(lockPath);
+    StoreLock lock(lockPath());
     if (!lock.acquire(lockWithin, nullptr) && lock.error() == EWOULDBLOCK)
         return Answer::refused(Cause::Busy, "busy", "another program is changing the play list", "try again");
     if (!revision.isEmpty() && revision != revisionOf(recorder.text(eParam_PlayList)))

@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <string>
+
 class Recorder;
 
 /// The play list: one parameter of the store, with a revision by which two who change it at once find each
@@ -33,7 +35,7 @@ public:
     QString revision() const { return _revision; }
 
     /// Held by the one program that changes the list, from reading it to writing it.
-    static constexpr auto lockPath = "/run/xp/play-list.lock";
+    static std::string lockPath();          ///< QmxPlaces::playListLock
     static constexpr int lockWithin = 5000; ///< ms
 
 private:

@@ -120,6 +120,11 @@ QString Recorder::clip() const
     return name == QLatin1String(noClip) ? QString() : name;
 }
 
+QString Recorder::here(const QString &path) const
+{
+    return _environment.places->here(path);
+}
+
 QString Recorder::timecode() const
 {
     return sharedText(_environment.places->currentTimecode);
@@ -260,7 +265,7 @@ bool Recorder::forgetInterrupt()
 
 bool Recorder::isClip(const QString &name) const
 {
-    const QFileInfo file(text(eParam_ActiveMediaPath) + "/" + name);
+    const QFileInfo file(here(text(eParam_ActiveMediaPath) + "/" + name));
     QmxClipInfo info;
     return !name.isEmpty() && !name.contains('/') && !name.contains('\n') && file.isFile() &&
            !QmxClipReader::probe(file.filePath(), info, _environment).isError();
@@ -268,7 +273,7 @@ bool Recorder::isClip(const QString &name) const
 
 QString Recorder::whyUnplayable(const QString &path) const
 {
-    const QFileInfo info(path);
+    const QFileInfo info(here(path));
     if (info.exists() && !info.isFile() && !info.isDir())
         return QStringLiteral("it is no file"); // opening it could block
     if (info.isFile() && info.size() == 0) return QStringLiteral("it is empty");
@@ -279,7 +284,7 @@ QString Recorder::whyUnplayable(const QString &path) const
     // What libav finds no sense in it calls invalid; where a film of this family begins well, its end is
     // missing.
     if (!error.toString().contains(QLatin1String("Invalid data"))) return error.toString();
-    QFile file(path);
+    QFile file(here(path));
     constexpr int boxAt = 4;
     constexpr int boxSize = 4;
     const QByteArray box =
@@ -295,7 +300,7 @@ QString Recorder::whyNoClip(const QString &name) const
     if (folder.isEmpty()) {
         return QStringLiteral("there is no clip %1: no medium is active").arg(name);
     }
-    const QFileInfo file(folder + "/" + name);
+    const QFileInfo file(here(folder + "/" + name));
     if (name.isEmpty() || name.contains('/') || !file.exists()) {
         return QStringLiteral("there is no clip %1 on %2").arg(name.isEmpty() ? "''" : name, folder);
     }

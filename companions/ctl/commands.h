@@ -28,6 +28,7 @@ struct Arguments
     bool history = false;           ///< --history
     bool all = false;               ///< --all
     bool full = false;              ///< --full
+    bool onWord = false;            ///< --on-word
     std::string listen;             ///< --listen
     std::vector<std::string> rest;  ///< of the argument that may come several times; then behind `words`
 
@@ -97,10 +98,12 @@ ExitCode ctlGet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlParams(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSettings(Recorder &, const Report &, const Arguments &); // settingscommand.cpp
+ExitCode ctlProfile(Recorder &, const Report &, const Arguments &);  // profilecommand.cpp
 // The play list (listcommand.cpp)
 ExitCode ctlList(Recorder &, const Report &, const Arguments &);
 // The machine and the figures (doctorcommand.cpp, metricscommands.cpp, picturecommand.cpp)
 ExitCode ctlDoctor(const Report &, const Arguments &);
+ExitCode ctlFleet(const Report &, const Arguments &);   // fleetcommand.cpp
 ExitCode ctlChannel(const Report &, const Arguments &); // channelcommand.cpp
 ExitCode ctlMetrics(Recorder &, const Report &, const Arguments &);
 ExitCode ctlPicture(Recorder &, const Report &, const Arguments &);

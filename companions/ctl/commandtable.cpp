@@ -53,7 +53,7 @@ std::span<const CommandRow> ctlCommands()
         {looking, "picture", "save the picture on the output as a PNG or JPEG file",
          {{"FILE", "its name; the ending, .png or .jpg, says which", true, "@files"}}, "full", Needs::Daemon, ctlPicture},
 
-        ofVerb(transport, "record", "for no-wait"),
+        ofVerb(transport, "record", "for no-wait on-word"),
         ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
         ofVerb(transport, "still", "no-wait force"),
         ofVerb(transport, "stop", "no-wait force"),
@@ -100,6 +100,11 @@ std::span<const CommandRow> ctlCommands()
           {"FILE", "its name; reset: a single parameter", false, "@files"}},
          "", Needs::Store, ctlSettings},
 
+        {settings, "profile", "keep the settings under a name, show what it would change, apply it",
+         {{"ACTION", "list, save, diff (what apply would change), apply or remove", true, "list save diff apply remove"},
+          {"NAME", "of the profile; of a further channel its own, else that of channel 1", false}},
+         "", Needs::Store, ctlProfile},
+
         {machine, "help", "list the commands, or show how one is used",
          {{"COMMAND", "its name", false}}, "", Needs::Nothing, nullptr, ctlNothing},
         {machine, "channel", "list, make or remove further recorders of this machine",
@@ -109,6 +114,11 @@ std::span<const CommandRow> ctlCommands()
           {"INPUT", "add: where its picture comes from, as in the profile (else a test picture); plays:N makes one that "
            "plays the clips of channel N and records none", false}},
          "", Needs::Nothing, nullptr, ctlChannel},
+        {machine, "fleet", "list the recorders that keep their settings on the same server, rename or forget one",
+         {{"ACTION", "list, rename or remove; neither is done with one that is in use", true, "list rename remove"},
+          {"NAME", "of a recorder", false},
+          {"NEW", "rename: its new name", false}},
+         "", Needs::Nothing, nullptr, ctlFleet},
         {machine, "doctor", "check the installation and say what to do", {}, "", Needs::Nothing, nullptr, ctlDoctor},
         {machine, "metrics", "print figures for monitoring, or serve them", {}, "listen", Needs::Store, ctlMetrics},
         {machine, "completion", "print the completion of these commands for a shell",
@@ -147,6 +157,9 @@ std::span<const OptionRow> ctlOptions()
         {"all", "",
          "all clips of the active medium; clips: also what looks like one and cannot be played, and why",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--all", arguments.all); }},
+        {"on-word", "",
+         "say `ready` when nothing stands in the way, and do it when a line comes on standard input",
+         [](CLI::App &command, Arguments &arguments) { command.add_flag("--on-word", arguments.onWord); }},
         {"full", "", "in the size of the output, not in that of the preview",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--full", arguments.full); }},
         {"markdown", "", "the reference of all, for documents",

@@ -75,36 +75,82 @@ qint64 commonMoment(Clocks &clocks, const QList<int> &channels, qint64 from)
 
 } // namespace
 
+/// One process a channel.
+class Gang::Asked
+{
+public:
+    Asked(const QList<int> &channels, QStringList words, bool json) : _channels(channels), _json(json)
+    {
+        if (json) words.prepend("--json");
+        for (const int channel : channels) {
+            auto process = std::make_unique<QProcess>();
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert("XP_CHANNEL", QString::number(channel));
+            process->setProcessEnvironment(environment);
+            process->setProcessChannelMode(QProcess::MergedChannels);
+            process->start(QString::fromLatin1(program), words);
+            _processes.push_back(std::move(process));
+        }
+    }
+
+    /// What each says first, when it goes on after that: those are ready.
+    QList<int> awaitReady()
+    {
+        QList<int> ready;
+        for (size_t i = 0; i < _processes.size(); ++i) {
+            QProcess &process = *_processes[i];
+            while (!process.canReadLine() && process.waitForReadyRead(-1)) {}
+            // (A refusal ends it; a line of its own says so first.)
+            const QByteArray line = process.peek(longestLine).split('\n').first();
+            const bool isReady =
+                process.state() == QProcess::Running && (line == "ready" || line.contains("\"ready\":true"));
+            if (!isReady) continue;
+            process.readLine();
+            ready.append(_channels[qsizetype(i)]);
+        }
+        return ready;
+    }
+    /// Lets those begin that wait for the word; the others end.
+    void begin(const QList<int> &channels)
+    {
+        for (size_t i = 0; i < _processes.size(); ++i) {
+            if (channels.contains(_channels[qsizetype(i)])) _processes[i]->write("go\n");
+            _processes[i]->closeWriteChannel();
+            _processes[i]->waitForBytesWritten(0);
+        }
+    }
+    QList<Part> answers()
+    {
+        QList<Part> parts;
+        for (size_t i = 0; i < _processes.size(); ++i) {
+            QProcess &process = *_processes[i];
+            process.closeWriteChannel();
+            process.waitForFinished(-1);
+            Part part;
+            part.channel = _channels[qsizetype(i)];
+            const bool hasEnded =
+                process.exitStatus() == QProcess::NormalExit && process.error() != QProcess::FailedToStart;
+            part.status = hasEnded ? process.exitCode() : int(ExitCode::Refused);
+            const QByteArray output = process.readAll().trimmed();
+            part.text = QString::fromUtf8(output);
+            if (_json)
+                part.result = QJsonDocument::fromJson(output.mid(output.lastIndexOf('\n') + 1)).object();
+            parts.append(part);
+        }
+        return parts;
+    }
+
+private:
+    static constexpr qint64 longestLine = 256;
+
+    const QList<int> _channels;
+    const bool _json;
+    std::vector<std::unique_ptr<QProcess>> _processes;
+};
+
 QList<Gang::Part> Gang::ask(const QList<int> &channels, const QStringList &words) const
 {
-    std::vector<std::unique_ptr<QProcess>> processes;
-    for (const int channel : channels) {
-        auto process = std::make_unique<QProcess>();
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("XP_CHANNEL", QString::number(channel));
-        process->setProcessEnvironment(environment);
-        process->setProcessChannelMode(QProcess::MergedChannels);
-        process->setStandardInputFile(QProcess::nullDevice());
-        QStringList arguments = words;
-        if (_report.isJson()) arguments.prepend("--json");
-        process->start(QString::fromLatin1(program), arguments);
-        processes.push_back(std::move(process));
-    }
-    QList<Part> parts;
-    for (size_t i = 0; i < processes.size(); ++i) {
-        processes[i]->waitForFinished(-1);
-        Part part;
-        part.channel = channels[qsizetype(i)];
-        const bool hasEnded = processes[i]->exitStatus() == QProcess::NormalExit &&
-                              processes[i]->error() != QProcess::FailedToStart;
-        part.status = hasEnded ? processes[i]->exitCode() : int(ExitCode::Refused);
-        const QByteArray output = processes[i]->readAll().trimmed();
-        part.text = QString::fromUtf8(output);
-        if (_report.isJson())
-            part.result = QJsonDocument::fromJson(output.mid(output.lastIndexOf('\n') + 1)).object();
-        parts.append(part);
-    }
-    return parts;
+    return Asked(channels, words, _report.isJson()).answers();
 }
 
 ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more) const
@@ -133,12 +179,13 @@ ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more) const
 
 ExitCode Gang::record(const Arguments &arguments)
 {
-    const QList<Part> ready = ask(_channels, {"ready"});
-    QList<int> able;
-    for (const Part &part : ready)
-        if (isDone(part)) able.append(part.channel);
+    Asked asked(_channels, QStringList(_words) << "--on-word", _report.isJson());
+    const QList<int> able = asked.awaitReady();
     if (able.isEmpty() || (able.size() < _channels.size() && !_bestEffort)) {
-        tell(ready);
+        asked.begin({});
+        QList<Part> parts = asked.answers();
+        parts.removeIf([&](const Part &part) { return able.contains(part.channel); });
+        tell(parts);
         return _report.error(ExitCode::Refused, "no take was begun, since not all channels can",
                              "--best-effort records on those that can");
     }
@@ -153,10 +200,11 @@ ExitCode Gang::record(const Arguments &arguments)
             qRound64(arguments.seconds * double(QmxClock::nsPerSecond) / double(now->period));
         if (clocks.set(channel, in, frames > 0 ? in + frames : 0)) first[channel] = in;
     }
-    QList<Part> parts = ask(able, _words);
+    asked.begin(able);
+    QList<Part> parts = asked.answers();
     bool isGood = true;
     for (Part &part : parts) {
-        isGood = isGood && isDone(part);
+        isGood = isGood && (isDone(part) || !able.contains(part.channel));
         const auto now =
             isDone(part) && first.contains(part.channel) ? clocks.now(part.channel) : std::nullopt;
         if (!now) continue;
@@ -172,8 +220,6 @@ ExitCode Gang::record(const Arguments &arguments)
         return _report.error(ExitCode::Refused,
                              "one channel has not begun: the takes of the others were ended");
     }
-    for (const Part &part : ready)
-        if (!isDone(part)) parts.append(part);
     const qint64 sinceNow = moment - clockNow();
     return tell(parts, {{"start_time", (QmxEnvironment::current().clock->wallTime() + sinceNow) /
                                            QmxClock::nsPerMillisecond}});

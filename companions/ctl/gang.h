@@ -35,6 +35,7 @@ private:
         bool hasOffset = false;
     };
 
+    class Asked; ///< the processes, and what has come of them
     QList<Part> ask(const QList<int> &channels, const QStringList &words) const;
     ExitCode record(const Arguments &arguments);
     ExitCode stop();

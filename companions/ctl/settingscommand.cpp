@@ -38,15 +38,6 @@ ExitCode exportTo(Recorder &recorder, const Report &report, const QString &name)
     report.result({}, object);
     return ExitCode::Done;
 }
-
-SettingValues defaults(const QString &name)
-{
-    SettingValues values;
-    for (const ParamDescriptor *descriptor : AllDescriptors())
-        if (isSetting(*descriptor) && (name.isEmpty() || name == QString::fromStdString(descriptor->name())))
-            values.emplace(descriptor, descriptor->defaultValue());
-    return values;
-}
 } // namespace
 
 ExitCode ctlSettings(Recorder &recorder, const Report &report, const Arguments &arguments)
@@ -55,13 +46,13 @@ ExitCode ctlSettings(Recorder &recorder, const Report &report, const Arguments &
     const QString name = QString::fromStdString(arguments.word(1));
     if (action == "export") return exportTo(recorder, report, name);
     if (action == "reset") {
-        const SettingValues values = defaults(name);
+        const SettingValues values = defaultSettings(name);
         if (values.empty())
             return report.error(ExitCode::Usage, QStringLiteral("'%1' is no setting").arg(name),
                                 "`xpctl settings export` lists them all");
         return changeSettings(recorder, report, values);
     }
-    if (action == "diff" && name.isEmpty()) return tellDifference(recorder, report, defaults(name));
+    if (action == "diff" && name.isEmpty()) return tellDifference(recorder, report, defaultSettings(name));
     if (action != "import" && action != "diff")
         return report.error(ExitCode::Usage, QStringLiteral("'%1' is none of export, import, diff, reset")
                                                  .arg(QString::fromStdString(action)));

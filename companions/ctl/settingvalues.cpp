@@ -37,14 +37,24 @@ bool isSetting(const ParamDescriptor &descriptor)
            descriptor.id() != eParam_CurrentClip;
 }
 
-QJsonArray settingsNow(Recorder &recorder)
+QJsonArray settingsNow(Recorder &recorder, bool changed)
 {
     QJsonArray settings;
     for (const ParamDescriptor *descriptor : AllDescriptors())
-        if (isSetting(*descriptor))
+        if (isSetting(*descriptor) &&
+            !(changed && valueOf(recorder, *descriptor) == descriptor->defaultValue()))
             settings.append(QJsonObject{{"name", QString::fromStdString(descriptor->name())},
                                         {"value", shown(*descriptor, valueOf(recorder, *descriptor))}});
     return settings;
+}
+
+SettingValues defaultSettings(const QString &name)
+{
+    SettingValues values;
+    for (const ParamDescriptor *descriptor : AllDescriptors())
+        if (isSetting(*descriptor) && (name.isEmpty() || name == QString::fromStdString(descriptor->name())))
+            values.emplace(descriptor, descriptor->defaultValue());
+    return values;
 }
 
 QString parseSettings(const QJsonArray &list, const QString &name, SettingValues &values)

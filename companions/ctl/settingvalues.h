@@ -12,8 +12,10 @@
 using SettingValues = std::map<const ParamDescriptor *, StoreValue>;
 
 bool isSetting(const ParamDescriptor &descriptor);
-/// All of them as they are now, in the order of the table.
-QJsonArray settingsNow(Recorder &recorder);
+/// All of them as they are now, in the order of the table; `changed`: only those that are not the default.
+QJsonArray settingsNow(Recorder &recorder, bool changed = false);
+/// The defaults of all, or of one.
+SettingValues defaultSettings(const QString &name = {});
 /// All of it makes sense, or nothing is taken: the text says what does not. `name` is what the list is
 /// called.
 QString parseSettings(const QJsonArray &list, const QString &name, SettingValues &values);

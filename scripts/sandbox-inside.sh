@@ -172,7 +172,7 @@ stop_daemon() {
     out=$(run_of "$channel")/xpd.out
     [ -n "${daemon_pids[channel]:-}" ] || return 0
     kill -TERM "${daemon_pids[channel]}" 2>/dev/null || true
-    wait "${daemon_pids[channel]}" || say "sandbox: xpd${channel/#1/} ended with status $?"
+    wait "${daemon_pids[channel]}" || say "sandbox: xpd of channel $channel ended with status $?"
     [ -s "$out" ] && [ -n "${XP_SHOW_LOG:-}" ] && cat "$out" >&2
     unset "daemon_pids[channel]"
 }
@@ -202,28 +202,33 @@ stop_channels() {
     wait "$follower_pid" || true
     follower_pid=
 }
-panel_pid=
+panel_pids=()
 start_panel() {
-    xppanel --listen "$XP_PANEL_AT" >/run/xp/xppanel.out 2>&1 </dev/null &
-    panel_pid=$!
-    while [ ! -s /run/xp/panel.address ]; do
-        kill -0 "$panel_pid" 2>/dev/null || { cat /run/xp/xppanel.out >&2; die "sandbox: the panel did not start; its output is above"; }
+    local channel=$1 run address=127.0.0.1:0
+    run=$(run_of "$channel")
+    [ "$channel" = 1 ] && address=$XP_PANEL_AT
+    xppanel --channel "$channel" --listen "$address" >"$run/xppanel.out" 2>&1 </dev/null &
+    panel_pids[channel]=$!
+    while [ ! -s "$run/panel.address" ]; do
+        kill -0 "${panel_pids[channel]}" 2>/dev/null ||
+            { cat "$run/xppanel.out" >&2; die "sandbox: the panel did not start; its output is above"; }
         read -rt 0.02 <> <(:) || true
     done
-    XP_PANEL=$(cat /run/xp/panel.address)
+    [ "$channel" != 1 ] || XP_PANEL=$(cat "$run/panel.address")
     export XP_PANEL
 }
 stop_panel() {
-    [ -n "$panel_pid" ] || return 0
-    kill -TERM "$panel_pid" 2>/dev/null || true
-    wait "$panel_pid" || say "sandbox: xppanel ended with status $?"
-    [ -s /run/xp/xppanel.out ] && [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xppanel.out >&2
-    panel_pid=
+    local channel=$1 out
+    out=$(run_of "$channel")/xppanel.out
+    [ -n "${panel_pids[channel]:-}" ] || return 0
+    kill -TERM "${panel_pids[channel]}" 2>/dev/null || true
+    wait "${panel_pids[channel]}" || say "sandbox: xppanel ended with status $?"
+    [ -s "$out" ] && [ -n "${XP_SHOW_LOG:-}" ] && cat "$out" >&2
+    unset "panel_pids[channel]"
 }
 stop_all() {
     local channel
-    stop_panel
-    for channel in $(seq "$XP_CHANNELS" -1 1); do stop_remote "$channel"; stop_daemon "$channel"; done
+    for channel in $(seq "$XP_CHANNELS" -1 1); do stop_panel "$channel"; stop_remote "$channel"; stop_daemon "$channel"; done
     for channel in $(seq "$XP_CHANNELS" -1 1); do stop_mediad "$channel"; done
     stop_channels
 }
@@ -233,7 +238,9 @@ for channel in $(seq "$XP_CHANNELS"); do
     [ "$XP_DAEMON" = yes ] && start_daemon "$channel"
     start_remote "$channel"
 done
-[ -n "$XP_PANEL_AT" ] && start_panel
+if [ -n "$XP_PANEL_AT" ]; then
+    for channel in $(seq "$XP_CHANNELS"); do start_panel "$channel"; done
+fi
 echo $$ >"$XP_SANDBOX_DIR/pid"
 
 "$@" &

@@ -17,6 +17,11 @@
 namespace {
 constexpr const char *keyBegin = "xp:{";
 constexpr const char *keyEnd = "}:";
+
+std::string panelKey(const std::string &name)
+{
+    return keyBegin + name + keyEnd + "panel";
+}
 } // namespace
 
 RedisFleet::RedisFleet(const RedisAddress &address, const std::string &passwordFile)
@@ -36,8 +41,10 @@ std::string RedisFleet::thisRecorder()
 RedisFleet::Member RedisFleet::memberOf(const std::string &name, const std::string &holder)
 {
     const auto blank = holder.find(' ');
-    return {name, holder.substr(0, std::min(holder.find('/'), blank)),
-            blank == std::string::npos ? std::string() : holder.substr(blank + 1)};
+    return {name,
+            holder.substr(0, std::min(holder.find('/'), blank)),
+            blank == std::string::npos ? std::string() : holder.substr(blank + 1),
+            {}};
 }
 
 std::string RedisFleet::addressOf(int descriptor)
@@ -79,11 +86,22 @@ StoreResult RedisFleet::list(std::vector<Member> &members)
     names.erase(std::unique(names.begin(), names.end()), names.end()); // SCAN may tell one twice
     for (const std::string &name : names) {
         RedisValue holder;
-        result = _connection.ask({"GET", keysOf(name).back()}, holder);
+        result = _connection.ask({"MGET", keysOf(name).back(), panelKey(name)}, holder);
         if (!result.isDone()) return result;
-        members.push_back(holder.isText() ? memberOf(name, holder.text) : Member{name, {}, {}});
+        members.push_back(memberOf(name, holder.at(0).text));
+        members.back().panel = holder.at(1).text;
     }
     return {};
+}
+
+StoreResult RedisFleet::announce(const std::string &name, int port, int seconds)
+{
+    StoreResult result = _connection.open();
+    if (!result.isDone()) return result;
+    RedisValue answer;
+    const std::string here = addressOf(_connection.descriptor()) + ":" + std::to_string(port);
+    result = _connection.ask({"SET", panelKey(name), here, "EX", std::to_string(seconds)}, answer);
+    return result.isDone() && answer.isError() ? _connection.refusal(answer) : result;
 }
 
 StoreResult RedisFleet::run(const char *script, const RedisConnection::Words &keys, const std::string &name,

@@ -15,12 +15,15 @@ public:
         std::string name;
         std::string machine; ///< empty: nobody uses it now
         std::string address; ///< that the server sees
+        std::string panel;   ///< where its panel is, "HOST:PORT"; empty: it has not announced one
     };
 
     RedisFleet(const RedisAddress &address, const std::string &passwordFile);
 
     /// All that have a store there, by name.
     StoreResult list(std::vector<Member> &members);
+    /// Tells all where the panel of a recorder is: this end of the connection, at a port.
+    StoreResult announce(const std::string &name, int port, int seconds);
     /// A recorder that is not in use gets another name, with all that it knows.
     StoreResult rename(const std::string &from, const std::string &to);
     /// A recorder that is not in use is forgotten.

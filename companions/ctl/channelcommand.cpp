@@ -92,6 +92,8 @@ ExitCode add(const Report &report, int channel, const QString &source, int plays
     if (plays && (plays == channel || !QmxChannel::exists(plays)))
         return refuse(report,
                       QStringLiteral("there is no channel %1 whose clips could be played").arg(plays));
+    if (std::any_of(source.begin(), source.end(), [](QChar c) { return !c.isPrint(); }))
+        return report.error(ExitCode::Usage, "this is no input: it stands in one line of the profile");
     if (const int owner = ownerOf(source, channel))
         return refuse(report,
                       QStringLiteral("%1 is the input of channel %2, and no two can have it")

@@ -56,7 +56,7 @@ std::span<const CommandRow> ctlCommands()
         ofVerb(transport, "record", "for no-wait on-word"),
         ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
         ofVerb(transport, "still", "no-wait force"),
-        ofVerb(transport, "stop", "no-wait force"),
+        ofVerb(transport, "stop", "no-wait force on-word"),
         ofVerb(transport, "step", "no-wait force", {"N"}),
         ofVerb(transport, "cue", "no-wait force", {"WHERE"}),
         ofVerb(transport, "next", "no-wait force"),

@@ -18,7 +18,13 @@ namespace {
 /// From now to the first frame: the way of a command to the card, with room for a busy machine.
 constexpr qint64 startAhead = 600 * QmxClock::nsPerMillisecond;
 constexpr qint64 endAhead = 120 * QmxClock::nsPerMillisecond;
+constexpr qint64 ticksWithin = QmxClock::nsPerSecond;
 constexpr auto program = "/proc/self/exe";
+
+qint64 clockNow()
+{
+    return QmxEnvironment::current().clock->now();
+}
 
 /// The clocks of the channels, each through its own shared memory.
 class Clocks
@@ -37,7 +43,9 @@ public:
     std::optional<QmxTakeWindow::Now> now(int channel)
     {
         const auto told = _clients.at(channel)->now();
-        return told && told->period > 0 ? told : std::nullopt;
+        // (Nothing of one that stands still, or whose time runs faster: no moment there is one of ours.)
+        const bool isOurs = told && told->period > 0 && std::abs(told->moment - clockNow()) < ticksWithin;
+        return isOurs ? told : std::nullopt;
     }
     /// The first frame of a channel that does not begin before a moment.
     static qint64 indexAt(const QmxTakeWindow::Now &now, qint64 moment)
@@ -53,11 +61,6 @@ public:
 private:
     std::map<int, std::unique_ptr<QmxTakeWindow::Client>> _clients;
 };
-
-qint64 clockNow()
-{
-    return QmxEnvironment::current().clock->now();
-}
 
 /// A frame of the slowest of them at or after a moment: on the grid a frame of all that have its rate.
 qint64 commonMoment(Clocks &clocks, const QList<int> &channels, qint64 from)
@@ -227,13 +230,18 @@ ExitCode Gang::record(const Arguments &arguments)
 
 ExitCode Gang::stop()
 {
-    Clocks clocks(_channels);
-    const qint64 moment = commonMoment(clocks, _channels, clockNow() + endAhead);
-    for (const int channel : _channels)
+    // The command follows the last frame at once: a take that gets no more frames for long is one that has
+    // lost its input.
+    Asked asked(_channels, QStringList(_words) << "--on-word", _report.isJson());
+    const QList<int> able = asked.awaitReady();
+    Clocks clocks(able);
+    const qint64 moment = commonMoment(clocks, able, clockNow() + endAhead);
+    for (const int channel : able)
         if (const auto now = clocks.now(channel); now && now->first >= 0)
             clocks.set(channel, now->first, Clocks::indexAt(*now, moment));
     QmxEnvironment::current().clock->sleepUntil(moment);
-    return tell(ask(_channels, _words));
+    asked.begin(able);
+    return tell(asked.answers());
 }
 
 ExitCode Gang::run(const CommandRow &row, const Arguments &arguments)

@@ -90,9 +90,10 @@ Answer readiness(Recorder &recorder)
 }
 
 /// Waits for the word; done when it has come. Whoever gives none, or goes, wants nothing any more.
-ExitCode awaitWord(Recorder &recorder, const Report &report)
+ExitCode awaitWord(const VerbRow &verb, Recorder &recorder, const Report &report)
 {
-    const Answer ready = readiness(recorder);
+    const bool isTake = qstrcmp(verb.name, "record") == 0;
+    const Answer ready = isTake ? readiness(recorder) : Answer::done("ready", {{"ready", true}});
     tell(report, ready);
     std::fflush(stdout);
     if (!ready.isDone()) return exitCodeOf(ready);
@@ -117,7 +118,7 @@ ExitCode runVerb(Control &control, const VerbRow &verb, const Report &report, co
 {
     control.setLog([](const QString &line) { syslog(LOG_USER | LOG_INFO, "%s", line.toUtf8().constData()); });
     if (arguments.onWord) {
-        const ExitCode word = awaitWord(control.recorder(), report);
+        const ExitCode word = awaitWord(verb, control.recorder(), report);
         if (word != ExitCode::Done) return word;
     }
     Request request = requestOf(verb, arguments);

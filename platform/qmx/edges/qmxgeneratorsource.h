@@ -5,7 +5,6 @@
 #include "platform/qmx/edges/qmxgeneratorscript.h"
 #include "platform/qmx/edges/qmxsource.h"
 
-#include <optional>
 #include <vector>
 
 /// Which frame a source that runs at its own rate shows at a tick. While the device ticks at the same rate,
@@ -49,7 +48,6 @@ private:
     std::vector<qint32> _tone; ///< whole periods
     QmxGeneratorPosition _position;
     qint64 _lastFrame = -1;
-    std::optional<qint64> _countOffset; ///< of the number in the strip
     QmxPicture _lastPicture;
     qint64 _sample = 0; ///< position in the tone
 };

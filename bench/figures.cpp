@@ -16,6 +16,8 @@ std::span<const BenchRow> benchRows()
         {"store", "a change in the store until another process hears it", benchStoreDelivery},
         {"burst", "10,000 changes and five listeners: what is lost", benchStoreBurst},
         {"redis", "the same change over a server", benchStoreRedis},
+        {"fleet", "the same change with one recorder on the server and with a hundred, memory for each",
+         benchFleet},
         {"action", "from a parameter to what the transport does, told back", benchParameterToAction},
         {"clips", "listing 10,000 clips from the shared list", benchClipList},
         {"long_clip", "300,000 frames: opened while they are recorded, closed, opened again", benchLongClip},

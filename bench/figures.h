@@ -43,6 +43,8 @@ QList<Figure> benchStoreBurst(int seconds);
 QList<Figure> benchStoreRedis(int seconds);
 QList<Figure> benchParameterToAction(int seconds);
 QList<Figure> benchClipList(int seconds);
+// fleetbench.cpp
+QList<Figure> benchFleet(int seconds);
 // clipbench.cpp
 QList<Figure> benchLongClip(int seconds);
 // verifybench.cpp

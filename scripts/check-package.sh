@@ -84,11 +84,15 @@ expect 'the account has no shell and owns the store' in_root sh -c \
 expect 'all stills are there' sh -c "[ \$(ls $R/usr/local/share/media/prores_4*/*.mov | wc -l) = 22 ]"
 expect 'the services are enabled' in_root sh -c \
     'for unit in xpd xpmediad xpremote xppanel; do [ "$(systemctl is-enabled $unit.service)" = enabled ] || exit 1; done'
-expect 'the units are well formed' in_root systemd-analyze verify xpd.service xpmediad.service xpremote.service xppanel.service xp-metrics.service
+expect 'the units are well formed' in_root systemd-analyze verify xpd.service xpmediad.service xpremote.service xppanel.service xp-metrics.service \
+    xp-channels.service xpd@2.service xpmediad@2.service xpremote@2.service xppanel@2.service
 units=$(cd "$XP_ROOT/packaging" && ls ./*/*.service | sed 's|.*/||; s|\.service$||')
 for unit in $units; do
     exposure=$(in_root systemd-analyze security --offline=yes "$unit.service" 2>/dev/null | sed -nE 's/.*exposure level.*: ([0-9.]+).*/\1/p')
-    expect "$unit.service is hardened: exposure $exposure of 10" awk -v e="${exposure:-10}" 'BEGIN { exit !(e <= 2.5) }'
+    # (What mounts for the machine can have no view of its own.)
+    most=2.5
+    [ "$unit" != xp-channels ] || most=4.5
+    expect "$unit.service is hardened: exposure $exposure of 10" awk -v e="${exposure:-10}" -v m="$most" 'BEGIN { exit !(e <= m) }'
 done
 hardened() { # PROGRAM
     readelf -Wsd "$R/usr/bin/$1" >"$work/elf"

@@ -109,6 +109,21 @@ expect 'hung, it is ended by the watchdog and started again' is_new
 systemctl start xp-metrics.service
 figures() { { exec 3<>/dev/tcp/127.0.0.1/9464 && printf 'GET /metrics HTTP/1.0\r\n\r\n' >&3 && grep -q '^xp_up 1' <&3; } 2>/dev/null; }
 expect 'figures are served' figures
+
+xpctl channel add 2 'generator:?rate=25&size=720x576&scan=i' >/dev/null
+systemctl start xpd@2.service xpmediad@2.service
+expect 'a second channel runs' systemctl is-active -q xpd@2.service xpmediad@2.service xp-channels.service
+expect 'it has its share of the medium' sh -c '[ "$(xpctl --channel 2 get active_media_path)" = /media/A ]'
+expect 'it can record' xpctl --channel 2 ready
+xpctl --channel 2 record --for 1 >/dev/null
+expect 'its take lies in its own folder' sh -c 'ls /media/A/channel-2/*.mov >/dev/null'
+mkdir -p /media/B && mount -t tmpfs -o size=100M xp-late /media/B && chown xp:xp /media/B
+expect 'a medium that comes later is seen by it' sh -c 'xpctl --channel 2 media | grep -q "^/media/B"'
+umount /media/B
+expect 'and is seen to go' sh -c '! xpctl --channel 2 media | grep -q "^/media/B"'
+expect 'the first one records beside it' xpctl --all record --for 1
+systemctl stop xpd@2.service xpmediad@2.service xp-channels.service
+xpctl channel remove 2 >/dev/null
 systemctl stop xp-metrics.service xpd.service xpmediad.service
 expect 'all of them end' sh -c '! systemctl is-active -q xp-metrics.service xpd.service xpmediad.service'
 SYSTEM

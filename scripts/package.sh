@@ -56,6 +56,20 @@ date=$(git log -1 --format=%cD 2>/dev/null) || date=$(date -R)
     printf '\n -- %s  %s\n' "$maintainer" "$date"
 } >"$work/changelog"
 
+# The unit of further channels, xpd@2 of xpd: the same program with the same rights, in a view of its own, or (`outside`)
+# looking into one.
+channel_unit() { # UNIT FOLDER [outside]
+    local from=packaging/$2/$1.service to=$work/$2/lib/systemd/system/$1@.service
+    sed -E 's/^Description=.*/&, channel %i/; s/\b(xpd|xpmediad)\.service/\1@%i.service/g; /^ReadWritePaths=/{
+        '"$([ -n "${3:-}" ] || echo d)"'
+        }; '"$([ -n "${3:-}" ] || echo '/^(Runtime|State)Directory/d')" "$from" >"$to"
+    if [ -n "${3:-}" ]; then
+        printf '\n[Service]\nEnvironment=XP_CHANNEL=%%i\n' >>"$to"
+    else
+        cat packaging/channel.service >>"$to"
+    fi
+}
+
 make_package() { # NAME DEPENDS SECTION SUMMARY DESCRIPTION
     local root=$work/$1 script
     mkdir -p "$root/DEBIAN" "$root/usr/share/doc/$1"
@@ -89,6 +103,7 @@ for program in $remote_programs; do put_program "$program" "$remote"; done
 for program in $panel_programs; do put_program "$program" "$panel"; done
 
 install -D -m 644 -t "$recorder/lib/systemd/system" packaging/xp-recorder/*.service
+for unit in xpd xpmediad; do channel_unit "$unit" xp-recorder; done
 install -D -m 644 packaging/xp-recorder/lumen.ini "$recorder/etc/xp/lumen.ini"
 install -D -m 644 packaging/xp-recorder/tmpfiles "$recorder/usr/lib/tmpfiles.d/xp-recorder.conf"
 install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder" docs/{operator,engineer,manual,alarms,parameters}.md docs/xpctl.schema.json
@@ -111,9 +126,13 @@ for program in $remote_programs; do
     "$programs/bin/$program" --manual | gzip -9n >"$remote/usr/share/man/man8/$program.8.gz"
 done
 install -D -m 644 -t "$remote/lib/systemd/system" packaging/xp-remote/*.service
+channel_unit xpremote xp-remote outside
 install -D -m 644 packaging/xp-remote/remote.ini "$remote/etc/xp/remote.ini"
 install -D -m 644 packaging/xp-remote/udev "$remote/lib/udev/rules.d/70-xp-remote.rules"
 install -D -m 644 -t "$panel/lib/systemd/system" packaging/xp-panel/*.service
+channel_unit xppanel xp-panel outside
+# On a free port, which is in the channel's panel.address: the panel of the first channel passes on what is asked there.
+sed -i 's/^Environment=XP_PANEL_OPTIONS=$/&--listen 127.0.0.1:0/' "$panel/lib/systemd/system/xppanel@.service"
 install -D -m 644 -t "$panel/usr/share/doc/xp-panel" docs/http.md
 install -d "$panel/usr/share/man/man8"
 "$programs/bin/xppanel" --manual | gzip -9n >"$panel/usr/share/man/man8/xppanel.8.gz"

@@ -14,6 +14,10 @@ medium=$(xpctl get active_media_path)
 clip=$(xpctl get current_clip)
 say "the clip: $XP_RUN_MEDIA/${medium##*/}/$clip"
 xpctl clips
+if [ "$XP_RUN_CHANNELS" -gt 1 ]; then
+    say "two seconds of all $XP_RUN_CHANNELS channels, from the same frame on"
+    xpctl --all record --for 2
+fi
 [ "$XP_RUN_ONCE" = yes ] && exit 0
 
 cat >&2 <<TEXT
@@ -25,6 +29,7 @@ In another terminal, in this folder:
     ./xp enter xpctl cue 10:00:04:00     ./xp enter xpctl play 0.5
     ./xp enter xpctl record --for 10     ./xp enter xpctl clips
     ./xp enter                           (a shell inside it)
+$([ "$XP_RUN_CHANNELS" -le 1 ] || echo "Of another channel: ./xp enter xpctl --channel 2 status; of all: ./xp enter xpctl --all record")
 Clips are in $XP_RUN_MEDIA, for any player; the daemon's log is $XP_RUN_DIR/xpd.log. Ctrl-C ends it.
 
 TEXT

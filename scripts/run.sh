@@ -4,11 +4,12 @@
 # run/lib: whatever ends the run, what was recorded is there.
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
-export XP_RUN_ONCE=no XP_RUN_DIR=$XP_ROOT/run
+export XP_RUN_ONCE=no XP_RUN_DIR=$XP_ROOT/run XP_RUN_CHANNELS=1
 media=$XP_RUN_DIR/media
 while [ $# -gt 0 ]; do
     case "$1" in
         --once) XP_RUN_ONCE=yes; shift ;;
+        --channels) XP_RUN_CHANNELS=${2:-}; shift 2 || die "run: --channels lacks its number (see ./xp help)" ;;
         --media) media=${2:-}; [ -n "$media" ] || die "run: --media lacks its folder (see ./xp help)"; shift 2 ;;
         *) die "run: unknown option $1 (see ./xp help)" ;;
     esac
@@ -26,4 +27,4 @@ percent=$(stat -f -c '%f %b' "$XP_RUN_MEDIA" | awk '{ printf "%.0f", $1 * 100 / 
 panel=(--panel)
 [ "$XP_RUN_ONCE" = yes ] && panel=()
 (exec 3<>/dev/tcp/127.0.0.1/8090) 2>/dev/null || [ ${#panel[@]} -eq 0 ] || panel=(--panel-at 127.0.0.1:8090)
-exec "$XP_ROOT/scripts/sandbox.sh" --state "$XP_RUN_DIR" --media "$XP_RUN_MEDIA" "${panel[@]}" -- "$XP_ROOT/scripts/run-inside.sh"
+exec "$XP_ROOT/scripts/sandbox.sh" --state "$XP_RUN_DIR" --media "$XP_RUN_MEDIA" --channels "$XP_RUN_CHANNELS" "${panel[@]}" -- "$XP_ROOT/scripts/run-inside.sh"

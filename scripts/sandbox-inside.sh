@@ -54,6 +54,8 @@ private_dir "$(readlink -f /var/lock)" 1777
 private_dir /run/xp
 private_dir /etc/xp
 private_dir /dev/shm 1777
+# What is mounted here later shows in the views of further channels, too.
+mount --make-shared /run/xp
 private_dir /media
 mkdir -p /var/lib/xp "$XP_SANDBOX_DIR/lib"
 mount --bind "$XP_SANDBOX_DIR/lib" /var/lib/xp
@@ -95,87 +97,150 @@ export PATH=$XP_BUILD/bin:$XP_ROOT/scripts/bin:$PATH
 # What is kept has its log where one finds it.
 [ -z "$XP_MEDIA" ] || { : >"$XP_SANDBOX_DIR/xpd.log"; ln -s "$XP_SANDBOX_DIR/xpd.log" /run/xp/xpd.out; }
 
-daemon_pid=
+# The programs of a recorder see the machine's places, or those of their channel: `inside 2 xpd`.
+inside() {
+    local channel=$1
+    shift
+    if [ "$channel" = 1 ]; then "$@"; else "$XP_ROOT/scripts/channel-view.sh" "$channel" "$@"; fi
+}
+run_of() { [ "$1" = 1 ] && echo /run/xp || echo "/run/xp/channels/$1"; }
+lock_of() { [ "$1" = 1 ] && echo "/var/lock/$2.lock" || echo "/run/xp/channels/$1/lock/$2.lock"; }
+
+daemon_pids=()
 start_mediad() {
+    local channel=$1 run
+    run=$(run_of "$channel")
     if [ "$XP_MEDIAD" = yes ] && command -v xpmediad >/dev/null; then
         # It returns when media are chosen and goes on in the background.
-        xpmediad >/run/xp/xpmediad.out 2>&1 </dev/null ||
-            { cat /run/xp/xpmediad.out >&2; die "sandbox: the media daemon did not start; its output is above"; }
+        inside "$channel" xpmediad >"$run/xpmediad.out" 2>&1 </dev/null ||
+            { cat "$run/xpmediad.out" >&2; die "sandbox: the media daemon did not start; its output is above"; }
     else
         # Nobody chooses media: the first one is the one to record on.
-        xpctl set active_media_path /media/A >/dev/null
+        xpctl --channel "$channel" set active_media_path /media/A >/dev/null
     fi
 }
-stop_mediad() {
+# Ends the program that holds a lock, and shows what it said.
+stop_held() {
     local pid
-    pid=$(cat /var/lock/xpmediad.lock 2>/dev/null) && [ -n "$pid" ] || return 0
+    pid=$(cat "$1" 2>/dev/null) && [ -n "$pid" ] || return 0
     kill -TERM "$pid" 2>/dev/null || return 0
     while kill -0 "$pid" 2>/dev/null; do read -rt 0.02 <> <(:) || true; done
-    [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpmediad.out >&2
+    [ -n "${XP_SHOW_LOG:-}" ] && cat "$2" >&2
     return 0
 }
+stop_mediad() { stop_held "$(lock_of "$1" xpmediad)" "$(run_of "$1")/xpmediad.out"; }
+# Whose deck the ports of a channel are.
+has_ports() { [ "$1" = 1 ] || grep -q "channel=$1\b" /etc/xp/remote.ini; }
 start_remote() {
-    [ -n "$XP_REMOTE" ] || return 0
+    [ -n "$XP_REMOTE" ] && has_ports "$1" || return 0
     # It returns when its ports are open and goes on in the background.
-    xpremote >/run/xp/xpremote.out 2>&1 </dev/null ||
-        { cat /run/xp/xpremote.out >&2; die "sandbox: xpremote did not start; its output is above"; }
+    XP_CHANNEL=$1 xpremote >"$(run_of "$1")/xpremote.out" 2>&1 </dev/null ||
+        { cat "$(run_of "$1")/xpremote.out" >&2; die "sandbox: xpremote did not start; its output is above"; }
 }
 stop_remote() {
-    local pid
-    pid=$(cat /var/lock/xpremote.lock 2>/dev/null) && [ -n "$pid" ] || return 0
-    kill -TERM "$pid" 2>/dev/null || return 0
-    while kill -0 "$pid" 2>/dev/null; do read -rt 0.02 <> <(:) || true; done
-    [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpremote.out >&2
-    return 0
+    [ -n "$XP_REMOTE" ] || return 0
+    stop_held "$(lock_of "$1" xpremote)" "$(run_of "$1")/xpremote.out"
 }
 start_daemon() {
-    start_mediad
-    rm -f /run/xp/notify
-    socat -u UNIX-RECV:/run/xp/notify OPEN:/run/xp/ready,creat,append &
-    local listener=$! tries=0
-    while [ ! -S /run/xp/notify ]; do
+    local channel=$1 run tries=0
+    run=$(run_of "$channel")
+    start_mediad "$channel"
+    rm -f "$run/notify"
+    socat -u "UNIX-RECV:$run/notify" "OPEN:$run/ready,creat,append" &
+    local listener=$!
+    while [ ! -S "$run/notify" ]; do
         tries=$((tries + 1))
         [ "$tries" -lt 200 ] || die "sandbox: the notice socket did not appear"
         read -rt 0.02 <> <(:) || true
     done
-    NOTIFY_SOCKET=/run/xp/notify xpd >/run/xp/xpd.out 2>&1 </dev/null &
-    daemon_pid=$!
-    echo "$daemon_pid" >/run/xp/xpd.pid
-    while ! grep -qs READY=1 /run/xp/ready; do
-        kill -0 "$daemon_pid" 2>/dev/null || { cat /run/xp/xpd.out >&2; die "sandbox: the daemon did not start; its output is above"; }
+    if [ "$channel" = 1 ]; then
+        NOTIFY_SOCKET=$run/notify xpd >"$run/xpd.out" 2>&1 </dev/null &
+    else
+        NOTIFY_SOCKET=/run/xp/notify "$XP_ROOT/scripts/channel-view.sh" "$channel" xpd >"$run/xpd.out" 2>&1 </dev/null &
+    fi
+    daemon_pids[channel]=$!
+    echo "${daemon_pids[channel]}" >"$run/xpd.pid"
+    while ! grep -qs READY=1 "$run/ready"; do
+        kill -0 "${daemon_pids[channel]}" 2>/dev/null ||
+            { cat "$run/xpd.out" >&2; die "sandbox: the daemon did not start; its output is above"; }
         read -rt 0.02 <> <(:) || true
     done
     kill "$listener" 2>/dev/null || true
 }
 stop_daemon() {
-    [ -n "$daemon_pid" ] || return 0
-    kill -TERM "$daemon_pid" 2>/dev/null || true
-    wait "$daemon_pid" || say "sandbox: xpd ended with status $?"
-    [ -s /run/xp/xpd.out ] && [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xpd.out >&2
-    daemon_pid=
+    local channel=$1 out
+    out=$(run_of "$channel")/xpd.out
+    [ -n "${daemon_pids[channel]:-}" ] || return 0
+    kill -TERM "${daemon_pids[channel]}" 2>/dev/null || true
+    wait "${daemon_pids[channel]}" || say "sandbox: xpd of channel $channel ended with status $?"
+    [ -s "$out" ] && [ -n "${XP_SHOW_LOG:-}" ] && cat "$out" >&2
+    unset "daemon_pids[channel]"
 }
-panel_pid=
+follower_pid=
+start_channels() {
+    local channel
+    [ "$XP_CHANNELS" -gt 1 ] || return 0
+    for channel in $(seq 2 "$XP_CHANNELS"); do
+        [ -d "/etc/xp/channels/$channel" ] || xpctl channel add "$channel" >/dev/null ||
+            die "sandbox: channel $channel could not be made"
+        [ -z "$XP_PROFILE" ] || cp "$XP_PROFILE" "/etc/xp/channels/$channel/lumen.ini"
+        [ -z "$XP_CLOCK" ] || sed -i "s/^\[device\]/&\nclock=$XP_CLOCK/" "/etc/xp/channels/$channel/lumen.ini"
+        # (On a server each has a name of its own; a file lies where the channel sees it.)
+        case "$XP_STORE" in
+            '') ;;
+            redis*) printf '%s-%s\n' "$XP_STORE" "$channel" >"/etc/xp/channels/$channel/store" ;;
+            *) printf '%s\n' "$XP_STORE" >"/etc/xp/channels/$channel/store" ;;
+        esac
+        xpctl channel view "$channel" || die "sandbox: channel $channel sees no media"
+    done
+    xpctl channel follow &
+    follower_pid=$!
+}
+stop_channels() {
+    [ -n "$follower_pid" ] || return 0
+    kill -TERM "$follower_pid" 2>/dev/null || true
+    wait "$follower_pid" || true
+    follower_pid=
+}
+panel_pids=()
 start_panel() {
-    xppanel --listen "$XP_PANEL_AT" >/run/xp/xppanel.out 2>&1 </dev/null &
-    panel_pid=$!
-    while [ ! -s /run/xp/panel.address ]; do
-        kill -0 "$panel_pid" 2>/dev/null || { cat /run/xp/xppanel.out >&2; die "sandbox: the panel did not start; its output is above"; }
+    local channel=$1 run address=127.0.0.1:0
+    run=$(run_of "$channel")
+    [ "$channel" = 1 ] && address=$XP_PANEL_AT
+    xppanel --channel "$channel" --listen "$address" >"$run/xppanel.out" 2>&1 </dev/null &
+    panel_pids[channel]=$!
+    while [ ! -s "$run/panel.address" ]; do
+        kill -0 "${panel_pids[channel]}" 2>/dev/null ||
+            { cat "$run/xppanel.out" >&2; die "sandbox: the panel did not start; its output is above"; }
         read -rt 0.02 <> <(:) || true
     done
-    XP_PANEL=$(cat /run/xp/panel.address)
+    [ "$channel" != 1 ] || XP_PANEL=$(cat "$run/panel.address")
     export XP_PANEL
 }
 stop_panel() {
-    [ -n "$panel_pid" ] || return 0
-    kill -TERM "$panel_pid" 2>/dev/null || true
-    wait "$panel_pid" || say "sandbox: xppanel ended with status $?"
-    [ -s /run/xp/xppanel.out ] && [ -n "${XP_SHOW_LOG:-}" ] && cat /run/xp/xppanel.out >&2
-    panel_pid=
+    local channel=$1 out
+    out=$(run_of "$channel")/xppanel.out
+    [ -n "${panel_pids[channel]:-}" ] || return 0
+    kill -TERM "${panel_pids[channel]}" 2>/dev/null || true
+    wait "${panel_pids[channel]}" || say "sandbox: xppanel ended with status $?"
+    [ -s "$out" ] && [ -n "${XP_SHOW_LOG:-}" ] && cat "$out" >&2
+    unset "panel_pids[channel]"
 }
-trap 'stop_panel; stop_remote; stop_daemon; stop_mediad; exit 143' TERM INT HUP
-[ "$XP_DAEMON" = yes ] && start_daemon
-start_remote
-[ -n "$XP_PANEL_AT" ] && start_panel
+stop_all() {
+    local channel
+    for channel in $(seq "$XP_CHANNELS" -1 1); do stop_panel "$channel"; stop_remote "$channel"; stop_daemon "$channel"; done
+    for channel in $(seq "$XP_CHANNELS" -1 1); do stop_mediad "$channel"; done
+    stop_channels
+}
+trap 'stop_all; exit 143' TERM INT HUP
+start_channels
+for channel in $(seq "$XP_CHANNELS"); do
+    [ "$XP_DAEMON" = yes ] && start_daemon "$channel"
+    start_remote "$channel"
+done
+if [ -n "$XP_PANEL_AT" ]; then
+    for channel in $(seq "$XP_CHANNELS"); do start_panel "$channel"; done
+fi
 echo $$ >"$XP_SANDBOX_DIR/pid"
 
 "$@" &
@@ -184,9 +249,6 @@ trap 'kill -TERM "$command_pid" 2>/dev/null || true' TERM INT HUP
 status=0
 wait "$command_pid" || status=$?
 while kill -0 "$command_pid" 2>/dev/null; do wait "$command_pid" || status=$?; done
-stop_panel
-stop_remote
-stop_daemon
-stop_mediad
+stop_all
 rm -f "$XP_SANDBOX_DIR/pid"
 exit "$status"

@@ -5,7 +5,7 @@
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 
-media_size=2G store= profile= clock= net=host state= media= daemon=yes mediad=yes remote= panel=
+media_size=2G store= profile= clock= net=host state= media= daemon=yes mediad=yes remote= panel= channels=1
 while [ $# -gt 0 ]; do
     case "$1" in
         --no-* | --panel | --) ;;
@@ -20,6 +20,7 @@ while [ $# -gt 0 ]; do
         --state) state=$2; shift 2 ;;
         --media) media=$2; shift 2 ;;
         --remote) remote=$(readlink -f "$2") || die "no such file: $2"; shift 2 ;;
+        --channels) channels=$2; shift 2 ;;
         --panel) panel=127.0.0.1:0; shift ;;
         --panel-at) panel=$2; shift 2 ;;
         --no-daemon) daemon=no; shift ;;
@@ -31,6 +32,7 @@ done
 [ $# -gt 0 ] || die "sandbox: no command; use: ./xp sandbox [options] -- CMD"
 [[ $clock =~ ^(|real|fast:[1-9][0-9]*)$ ]] || die "sandbox: --clock is real or fast:N, not '$clock'"
 [[ $media_size =~ ^[1-9][0-9]*[KMGT]?$ ]] || die "sandbox: --media-size is a size such as 600M or 2G, not '$media_size'"
+[[ $channels =~ ^([1-9]|[1-5][0-9]|6[0-4])$ ]] || die "sandbox: --channels is a number from 1 to 64, not '$channels'"
 case "$net" in host | private) ;; *) die "sandbox: --net is host or private, not '$net'" ;; esac
 [ -z "$profile" ] || [ -r "$profile" ] || die "sandbox: cannot read the profile $profile"
 [ -z "$remote" ] || [ -r "$remote" ] || die "sandbox: cannot read the ports in $remote"
@@ -68,6 +70,7 @@ unshare --mount true 2>/dev/null || [ "$(id -u)" -ne 0 ] ||
 
 export XP_SANDBOX_DIR=$dir XP_MEDIA_SIZE=$media_size XP_MEDIA=$media XP_STORE=$store XP_PROFILE=$profile XP_CLOCK=$clock
 export XP_DAEMON=$daemon XP_MEDIAD=$mediad XP_NET=$net XP_REMOTE=$remote XP_PANEL_AT=$panel
+export XP_CHANNELS=$channels
 # A signal for the script goes to the command inside, which ends the daemon in order; then we end.
 unshare "${namespaces[@]}" -- "$XP_ROOT/scripts/sandbox-inside.sh" "$@" &
 child=$!

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/commands.h"
 
+#include "companions/ctl/gang.h"
 #include "companions/ctl/nearestname.h"
 #include "companions/ctl/parametermarkdown.h"
 #include "companions/ctl/verbcommand.h"
 
 #include "platform/control/transportanswers.h"
 #include "platform/product/programtext.h"
+#include "platform/qmx/core/qmxchannel.h"
 
 #include <CLI/CLI.hpp>
 
@@ -71,6 +73,25 @@ ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments
     return code == ExitCode::Done && !recorder.daemonIsRunning() ? withoutDaemon(row, report) : code;
 }
 
+/// What stands before or behind any command.
+constexpr std::string_view programOptions[] = {"--json",     "--help", "--version",    "--channel",
+                                               "--channels", "--all",  "--best-effort"};
+
+/// The words of a command without those that say for whom it is.
+QStringList forOne(const std::vector<std::string> &words)
+{
+    QStringList rest;
+    for (size_t i = 0; i < words.size(); ++i) {
+        const QString word = QString::fromStdString(words[i]);
+        if (word == "--channel" || word == "--channels")
+            ++i;
+        else if (word != "--all" && word != "--best-effort" && word != "--json" &&
+                 !word.startsWith("--channels=") && !word.startsWith("--channel="))
+            rest.append(word);
+    }
+    return rest;
+}
+
 /// What is wrong with the words, where the parser would only say that something is.
 QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &error)
 {
@@ -78,7 +99,8 @@ QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &
     const auto name = std::find_if_not(words.begin(), words.end(), isOption);
     if (name == words.end()) {
         const auto unknown = std::find_if(words.begin(), words.end(), [](const std::string &word) {
-            return word != "--json" && word != "--help" && word != "--version";
+            return std::find(std::begin(programOptions), std::end(programOptions), word) ==
+                   std::end(programOptions);
         });
         return unknown == words.end()
                    ? QStringLiteral("a command is missing")
@@ -98,7 +120,8 @@ QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &
     for (const std::string &word : words) {
         const std::string option = word.substr(0, word.find('='));
         const bool isKnown =
-            option == "--json" || option == "--help" || option == "--version" ||
+            std::find(std::begin(programOptions), std::end(programOptions), option) !=
+                std::end(programOptions) ||
             std::any_of(ctlOptions().begin(), ctlOptions().end(), [&](const OptionRow &known) {
                 return row->takes(known) && option == std::string("--") + known.name;
             });
@@ -117,6 +140,15 @@ int runCommandLine(int argc, char **argv)
     auto arguments = std::make_shared<Arguments>();
     app.set_version_flag("--version", std::string("xpctl ") + recorderVersion(), "which version this is");
     app.add_flag("--json", json, "results as one JSON object a line");
+    std::string channel;
+    app.add_option("--channel", channel, "the recorder of this machine that is meant, of several")
+        ->type_name("N")
+        ->envname("XP_CHANNEL");
+    std::string gang;
+    bool isForAll = false, bestEffort = false;
+    app.add_option("--channels", gang, "several of them, at the same frame: 1,3")->type_name("N,N");
+    app.add_flag("--all", isForAll, "all recorders of this machine, at the same frame");
+    app.add_flag("--best-effort", bestEffort, "with several: those that can, although others cannot");
     app.require_subcommand(1);
     app.fallthrough();
     // A negative number is an argument, not an option.
@@ -174,5 +206,15 @@ int runCommandLine(int argc, char **argv)
         arguments->words.resize(chosen->arguments.size() - 1);
         arguments->words.insert(arguments->words.end(), arguments->rest.begin(), arguments->rest.end());
     }
-    return int(runCommand(*chosen, Report(json), *arguments));
+    const Report report(json);
+    if (isForAll || !gang.empty()) {
+        QString problem;
+        const auto channels =
+            QmxChannel::parseList(isForAll ? QStringLiteral("all") : QString::fromStdString(gang), problem);
+        if (!channels) return int(report.error(ExitCode::Usage, problem));
+        return int(Gang(*channels, forOne(words), bestEffort, report).run(*chosen, *arguments));
+    }
+    if (const QString problem = QmxChannel::enter(QString::fromStdString(channel)); !problem.isEmpty())
+        return int(report.error(ExitCode::Usage, problem));
+    return int(runCommand(*chosen, report, *arguments));
 }

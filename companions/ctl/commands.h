@@ -30,6 +30,7 @@ struct Arguments
     bool history = false;           ///< --history
     bool all = false;               ///< --all
     bool full = false;              ///< --full
+    bool onWord = false;            ///< --on-word
     std::string listen;             ///< --listen
     std::vector<std::string> rest;  ///< of the argument that may come several times; then behind `words`
 
@@ -86,6 +87,7 @@ int runCommandLine(int argc, char **argv);
 
 // What is (statuscommands.cpp)
 ExitCode ctlStatus(Recorder &, const Report &, const Arguments &);
+ExitCode ctlReady(Recorder &, const Report &, const Arguments &); // verbcommand.cpp
 ExitCode ctlWatch(Recorder &, const Report &, const Arguments &);
 ExitCode ctlClips(Recorder &, const Report &, const Arguments &);
 ExitCode ctlInfo(Recorder &, const Report &, const Arguments &); // infocommand.cpp
@@ -103,11 +105,14 @@ ExitCode ctlGet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSet(Recorder &, const Report &, const Arguments &);
 ExitCode ctlParams(Recorder &, const Report &, const Arguments &);
 ExitCode ctlSettings(Recorder &, const Report &, const Arguments &); // settingscommand.cpp
+ExitCode ctlProfile(Recorder &, const Report &, const Arguments &);  // profilecommand.cpp
 // The play list (listcommand.cpp)
 ExitCode ctlEdl(Recorder &recorder, const Report &report, const Arguments &arguments);
 ExitCode ctlList(Recorder &, const Report &, const Arguments &);
 // The machine and the figures (doctorcommand.cpp, metricscommands.cpp, picturecommand.cpp)
 ExitCode ctlDoctor(const Report &, const Arguments &);
+ExitCode ctlFleet(const Report &, const Arguments &);   // fleetcommand.cpp
+ExitCode ctlChannel(const Report &, const Arguments &); // channelcommand.cpp
 ExitCode ctlMetrics(Recorder &, const Report &, const Arguments &);
 ExitCode ctlPicture(Recorder &, const Report &, const Arguments &);
 // For shells and readers (completion.cpp, manual.cpp)

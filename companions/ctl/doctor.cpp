@@ -185,7 +185,7 @@ Finding output(Recorder &)
 
 Finding medium(Recorder &recorder)
 {
-    return checkMedium(recorder.text(eParam_ActiveMediaPath));
+    return checkMedium(recorder.here(recorder.text(eParam_ActiveMediaPath)));
 }
 
 Finding mirror(Recorder &recorder)
@@ -216,7 +216,7 @@ Finding diskSpeed(Recorder &recorder)
     if (recorder.daemonIsRunning() && recorder.status() != TransportStatus::Stopped) {
         return {Finding::Hint, "not measured: the recorder is in use", "stop it, then ask again"};
     }
-    const QString path = recorder.text(eParam_ActiveMediaPath);
+    const QString path = recorder.here(recorder.text(eParam_ActiveMediaPath));
     return path.isEmpty() ? Finding{Finding::Hint, "not measured: no medium is active", {}}
                           : checkDiskSpeed(path);
 }
@@ -236,7 +236,7 @@ Finding stills(Recorder &)
 
 Finding sharedMemory(Recorder &)
 {
-    const QStorageInfo memory("/dev/shm");
+    const QStorageInfo memory(QmxPlaces().memory);
     constexpr qint64 wanted = 128 * megabyte;
     const QString found = QStringLiteral("%1 MB free in /dev/shm").arg(memory.bytesAvailable() / megabyte);
     if (memory.isValid() && memory.bytesAvailable() >= wanted) return {Finding::Good, found, {}};

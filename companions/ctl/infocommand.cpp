@@ -4,6 +4,8 @@
 
 #include "platform/qmx/clip/qmxclipcheck.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -35,7 +37,7 @@ QJsonObject describe(const QFileInfo &file, const QmxClipInfo &info)
     for (const auto &[first, last] : info.lostFrames)
         lost.append(QJsonObject{{"first", first}, {"last", last}});
     return {{"clip", file.fileName()},
-            {"path", file.absoluteFilePath()},
+            {"path", QmxEnvironment::current().places->within(file.absoluteFilePath())},
             {"width", info.image.width()},
             {"height", info.image.height()},
             {"scan", scanName(info.image)},
@@ -126,7 +128,8 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
 ExitCode ctlInfo(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
     const QString name = QString::fromStdString(arguments.word(0));
-    const QFileInfo file(name.contains('/') ? name : recorder.text(eParam_ActiveMediaPath) + '/' + name);
+    const QFileInfo file(
+        recorder.here(name.contains('/') ? name : recorder.text(eParam_ActiveMediaPath) + '/' + name));
     QmxClipInfo info;
     const QmxError error = QmxClipReader::probe(file.filePath(), info, recorder.environment());
     if (error.isError())

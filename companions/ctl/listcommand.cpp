@@ -36,7 +36,8 @@ void show(const Recorder &recorder, const Report &report, const QStringList &nam
     QString text;
     for (qsizetype i = 0; i < names.size(); ++i) {
         const auto part = QmxClipPart::fromText(names[i]);
-        const bool isThere = part && !folder.isEmpty() && QFileInfo(folder + "/" + part->clip).isFile();
+        const bool isThere =
+            part && !folder.isEmpty() && QFileInfo(recorder.here(folder + "/" + part->clip)).isFile();
         entries.append(QJsonObject{{"place", int(i)}, {"name", names[i]}, {"present", isThere}});
         text += QStringLiteral("%1  %2%3\n")
                     .arg(i, 4)

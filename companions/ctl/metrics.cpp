@@ -22,13 +22,14 @@ void addMedia(QList<Metric> &metrics, const Recorder &recorder)
 {
     QStringList paths{recorder.text(eParam_ActiveMediaPath), recorder.text(eParam_RolloverMediaPath)};
     paths.removeDuplicates();
-    paths.removeIf([](const QString &path) { return path.isEmpty() || !QFileInfo::exists(path); });
+    paths.removeIf(
+        [&](const QString &path) { return path.isEmpty() || !QFileInfo::exists(recorder.here(path)); });
     for (const QString &path : paths)
         metrics.append({"xp_medium_free_bytes", "Free space of a medium in use", false, "medium", path,
-                        double(QStorageInfo(path).bytesAvailable())});
+                        double(QStorageInfo(recorder.here(path)).bytesAvailable())});
     for (const QString &path : paths)
         metrics.append({"xp_medium_size_bytes", "Size of a medium in use", false, "medium", path,
-                        double(QStorageInfo(path).bytesTotal())});
+                        double(QStorageInfo(recorder.here(path)).bytesTotal())});
 }
 } // namespace
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/panelfinding.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -11,8 +14,6 @@
 #include <unistd.h>
 
 namespace {
-constexpr auto addressPath = "/run/xp/panel.address";
-constexpr auto tokenPath = "/run/xp/panel.token";
 constexpr auto program = "/usr/bin/xppanel";
 
 /// Somebody listens on that port of this machine.
@@ -34,7 +35,8 @@ bool isAnswered(quint16 port)
 
 Finding panelFinding(Recorder &)
 {
-    QFile file(QString::fromLatin1(addressPath));
+    const std::shared_ptr<const QmxPlaces> places = QmxEnvironment::current().places;
+    QFile file(places->panelAddress);
     const QString address =
         file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readLine()).trimmed() : QString();
     const QString start = QStringLiteral("systemctl restart xppanel");
@@ -46,7 +48,7 @@ Finding panelFinding(Recorder &)
     const bool isHere = address.contains("//127.") || address.contains("//0.0.0.0");
     if (isHere && !isAnswered(port))
         return {Finding::Hint, QStringLiteral("nobody answers at %1").arg(address), start};
-    if (!QFileInfo(QString::fromLatin1(tokenPath)).isReadable())
+    if (!QFileInfo(places->panelToken).isReadable())
         return {Finding::Hint, address + ", but this account gets no address that may operate",
                 "add it to the group xp: adduser NAME xp; then log in anew"};
     return {Finding::Good, address, {}};

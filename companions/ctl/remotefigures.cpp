@@ -2,7 +2,9 @@
 #include "companions/ctl/remotefigures.h"
 
 #include "platform/product/shmstring.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -10,26 +12,27 @@
 #include <QJsonObject>
 
 namespace {
-constexpr auto segment = "/xp_remote";
-constexpr auto lockPath = "/var/lock/xpremote.lock";
-constexpr auto configPath = "/etc/xp/remote.ini";
+QmxPlaces places()
+{
+    return *QmxEnvironment::current().places;
+}
 
 bool isRunning()
 {
-    return QmxLockFile(QString::fromLatin1(lockPath)).holder() != 0;
+    return QmxLockFile(places().remoteLock).holder() != 0;
 }
 
 QJsonObject published()
 {
     std::string text;
-    if (!ShmStringReader(segment).get(text)) return {};
+    if (!ShmStringReader(places().remoteFigures.toStdString()).get(text)) return {};
     return QJsonDocument::fromJson(QByteArray::fromStdString(text)).object();
 }
 
 /// The file names a port.
 bool isConfigured()
 {
-    QFile file(QString::fromLatin1(configPath));
+    QFile file(places().remotePorts);
     if (!file.open(QIODevice::ReadOnly)) return false;
     while (!file.atEnd()) {
         const QByteArray line = file.readLine().trimmed();
@@ -70,7 +73,7 @@ Finding remoteFinding(Recorder &)
     if (!isRunning()) {
         if (!isConfigured()) return {Finding::Good, "no other machine drives this recorder", {}};
         return {Finding::Hint,
-                QStringLiteral("not running: the ports of %1 are closed").arg(QLatin1String(configPath)),
+                QStringLiteral("not running: the ports of %1 are closed").arg(places().remotePorts),
                 "start it: systemctl start xpremote"};
     }
     const QJsonObject all = published();
@@ -81,9 +84,8 @@ Finding remoteFinding(Recorder &)
     for (const QJsonValue &port : ports)
         if (const QString problem = port["problem"].toString(); !problem.isEmpty()) problems.append(problem);
     if (!problems.isEmpty())
-        return {
-            Finding::Wrong, problems.join("; "),
-            QStringLiteral("correct %1, then: systemctl restart xpremote").arg(QLatin1String(configPath))};
+        return {Finding::Wrong, problems.join("; "),
+                QStringLiteral("correct %1, then: systemctl restart xpremote").arg(places().remotePorts)};
     return {Finding::Good,
             QStringLiteral("%1 port%2 open").arg(ports.size()).arg(ports.size() == 1 ? "" : "s"),
             {}};

@@ -306,7 +306,7 @@ namespace {
 QJsonArray brokenClips(const Recorder &recorder, const QString &folder)
 {
     QJsonArray broken;
-    for (const QString &name : QDir(folder).entryList(QDir::Files, QDir::Name)) {
+    for (const QString &name : QDir(recorder.here(folder)).entryList(QDir::Files, QDir::Name)) {
         if (!isClipName(name.toLocal8Bit().toStdString())) continue;
         const QString why = recorder.whyUnplayable(folder + '/' + name);
         if (!why.isEmpty()) broken.append(QJsonObject{{"name", name}, {"reason", why}});
@@ -323,7 +323,7 @@ ExitCode clipsOfAllMedia(const Recorder &recorder, const Report &report, const Q
     QString text;
     for (const QStorageInfo &medium : QStorageInfo::mountedVolumes()) {
         const QString folder = medium.rootPath();
-        if (!folder.startsWith(QLatin1String("/media/"))) continue;
+        if (!folder.startsWith(recorder.environment().places->media + '/')) continue;
         for (const QString &name : QDir(folder).entryList(QDir::Files, QDir::Time | QDir::Reversed)) {
             QmxClipInfo info;
             if (!isClipName(name.toLocal8Bit().toStdString()) ||

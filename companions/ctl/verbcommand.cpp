@@ -3,10 +3,15 @@
 // shell.
 #include "companions/ctl/verbcommand.h"
 
+#include "platform/control/ownership.h"
 #include "platform/control/transportanswers.h"
+#include "platform/control/verbs_take.h"
 
 #include <algorithm>
+#include <cstdio>
+
 #include <syslog.h>
+#include <unistd.h>
 
 namespace {
 ExitCode exitCodeOf(const Answer &answer)
@@ -73,6 +78,37 @@ ExitCode tell(const Report &report, const Answer &answer)
     return exitCodeOf(answer);
 }
 
+namespace {
+Answer readiness(Recorder &recorder)
+{
+    const VerbRow *record = findVerb(QStringLiteral("record"));
+    Request request;
+    request.verb = QString::fromLatin1(record->name);
+    auto refusal = Ownership(recorder).refusal(*record, request, Who::atShell());
+    if (!refusal) refusal = whyNoTake(recorder);
+    return refusal.value_or(Answer::done("ready", {{"ready", true}}));
+}
+
+/// Waits for the word; done when it has come. Whoever gives none, or goes, wants nothing any more.
+ExitCode awaitWord(const VerbRow &verb, Recorder &recorder, const Report &report)
+{
+    const bool isTake = qstrcmp(verb.name, "record") == 0;
+    const Answer ready = isTake ? readiness(recorder) : Answer::done("ready", {{"ready", true}});
+    tell(report, ready);
+    std::fflush(stdout);
+    if (!ready.isDone()) return exitCodeOf(ready);
+    char byte = 0;
+    while (::read(STDIN_FILENO, &byte, 1) == 1)
+        if (byte == '\n') return ExitCode::Done;
+    return ExitCode::Interrupted;
+}
+} // namespace
+
+ExitCode ctlReady(Recorder &recorder, const Report &report, const Arguments &)
+{
+    return tell(report, readiness(recorder));
+}
+
 ExitCode tellStandsStill(const Report &report)
 {
     return tell(report, standsStill());
@@ -81,6 +117,10 @@ ExitCode tellStandsStill(const Report &report)
 ExitCode runVerb(Control &control, const VerbRow &verb, const Report &report, const Arguments &arguments)
 {
     control.setLog([](const QString &line) { syslog(LOG_USER | LOG_INFO, "%s", line.toUtf8().constData()); });
+    if (arguments.onWord) {
+        const ExitCode word = awaitWord(verb, control.recorder(), report);
+        if (word != ExitCode::Done) return word;
+    }
     Request request = requestOf(verb, arguments);
     request.progress = [&report](int percent, const QString &text) {
         report.line(QStringLiteral("%1  %2").arg(bar(percent), text), {{"percent", percent}});

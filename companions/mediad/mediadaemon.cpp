@@ -485,6 +485,7 @@ void MediaDaemon::report(const std::vector<Medium> &media, const MediaParameters
     const bool mediaChanged = is.active + is.rollover != _reportedPaths;
     if (!_first && !mediaChanged && now - _reportedAt < reportInterval) return;
     _reportedAt = now;
+    _recordTime.observeRoom(now, media);
     _reportedPaths = is.active + is.rollover;
     if (QmxCountersReader counters; recording && counters.open()) {
         for (const Medium &medium : media)

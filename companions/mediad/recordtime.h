@@ -5,6 +5,9 @@
 #include "platform/product/mediaorder.h"
 
 #include <cstdint>
+#include <deque>
+#include <map>
+#include <string>
 #include <vector>
 
 /// Knows how many bytes a second of recording costs and from that how long takes can still become. It has no
@@ -14,6 +17,11 @@ class RecordTime
 public:
     /// A running take, as it lies on its medium. Its first moments say nothing and are left out.
     void observe(std::int64_t bytes, std::int64_t frames, double framesPerSecond);
+    /// The room of all media, a few times a minute: what goes beside our own take is written by others, the
+    /// further channels of the machine among them. `now` in nanoseconds of a steady clock.
+    void observeRoom(std::int64_t now, const std::vector<Medium> &media);
+    /// Bytes a second that others have written on a medium in the last while; 0: nobody, or not known yet.
+    double othersRate(const std::string &path) const;
     /// Bytes a second that a take in the present settings can come to (see nominalRate()); 0: not known.
     void setNominal(double bytesPerSecond) { _nominal = bytesPerSecond; }
     /// Bytes a second: of the take that runs or ran last, else of the newest clip, but never less than the
@@ -30,6 +38,14 @@ public:
     Report report(const std::vector<Medium> &media, const MediaParameters &parameters) const;
 
 private:
+    struct Room
+    {
+        std::int64_t time = 0;
+        std::int64_t bytesFree = 0;
+        std::int64_t recordedBytes = 0; ///< of our own take
+        std::int64_t bytesTotal = 0;
+    };
+    std::map<std::string, std::deque<Room>> _rooms; ///< by path, oldest first
     double _rate = 0;
     double _nominal = 0;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/panel/access.h"
 
+#include "companions/panel/fleetkey.h"
+
 #include "platform/qmx/core/qmxenvironment.h"
 
 #include <QFile>
@@ -132,6 +134,19 @@ void Access::failed(const QString &address)
         past.until = now() + second * std::min(longestWait, 1 << std::min(past.count - free, 6));
 }
 
+/// Another panel has asked whoever it is for, and says what that one may.
+bool Access::identifyPanel(HttpCall &call) const
+{
+    const auto role = roleNamed(QString::fromLatin1(call.header(FleetKey::roleHeader)));
+    const QString name =
+        QString::fromUtf8(QByteArray::fromPercentEncoding(call.header(FleetKey::callerHeader)));
+    if (!role || name.isEmpty()) return false;
+    call.caller.role = *role;
+    call.caller.name = name.left(64);
+    call.caller.id = "http/passed/" + call.caller.name;
+    return true;
+}
+
 bool Access::identify(HttpCall &call)
 {
     // Whoever reaches a loopback port may look, as everybody on this machine may.
@@ -140,6 +155,8 @@ bool Access::identify(HttpCall &call)
     call.caller.id = "http/" + call.caller.address;
     QString token;
     const QByteArray authorization = call.header("authorization");
+    if (authorization.startsWith("Fleet "))
+        return _verify && _verify(call, call.proof) && identifyPanel(call);
     if (authorization.toLower().startsWith("bearer "))
         token = QString::fromLatin1(authorization.mid(7).trimmed());
     // A browser's WebSocket can carry it only as the name of a protocol.
@@ -151,7 +168,8 @@ bool Access::identify(HttpCall &call)
         call.caller.name = QStringLiteral("operator");
         call.caller.id = "http/operator/" + call.caller.address;
         _failures.erase(call.caller.address);
-        return true;
+        // The panel of the machine's first channel: for somebody who may do less.
+        return call.header(FleetKey::roleHeader).isEmpty() || identifyPanel(call);
     }
     if (const auto session = _sessions.find(token);
         session != _sessions.end() && session->second.until > now()) {

@@ -24,6 +24,11 @@ class Access
 {
 public:
     Access(const PanelOptions &options, Accounts &accounts);
+    /// What says whether another panel has signed a request, and what proves it to that one.
+    void setFleet(std::function<bool(const HttpCall &call, QByteArray &proof)> verify)
+    {
+        _verify = std::move(verify);
+    }
 
     /// Nothing, or why the request is turned away before anything else: a Host that is not ours (a name of
     /// somebody else that leads here), a page of somebody else, a change that a browser asks for without its
@@ -62,7 +67,10 @@ private:
     };
     bool isOurs(const QString &host) const;
 
+    bool identifyPanel(HttpCall &call) const;
+
     const PanelOptions _options;
+    std::function<bool(const HttpCall &call, QByteArray &proof)> _verify;
     Accounts &_accounts;
     QString _token;
     std::map<QString, Session> _sessions;  ///< by token

@@ -3,7 +3,10 @@
 
 #include "companions/panel/server.h"
 #include "companions/panel/tls.h"
+#include "platform/qmx/core/qmxchannel.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <CLI/CLI.hpp>
 
@@ -19,8 +22,6 @@
 #include <unistd.h>
 
 namespace {
-constexpr auto tokenPath = "/run/xp/panel.token";
-constexpr auto addressPath = "/run/xp/panel.address";
 constexpr int usage = 2;
 
 int fail(const QString &text, int status = 1)
@@ -29,8 +30,14 @@ int fail(const QString &text, int status = 1)
     return status;
 }
 
+QmxPlaces places()
+{
+    return *QmxEnvironment::current().places;
+}
+
 struct Given
 {
+    std::string channel;
     std::string listen = "127.0.0.1:8090";
     std::vector<std::string> hosts;
     std::string certificate, key;
@@ -64,7 +71,7 @@ QString baseAddress(const PanelOptions &options, quint16 port)
 /// Where others find the running panel.
 void writeAddress(const QString &address)
 {
-    QFile file(QString::fromLatin1(addressPath));
+    QFile file(places().panelAddress);
     if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) file.write(address.toUtf8() + '\n');
 }
 
@@ -89,14 +96,14 @@ int serve(const Given &given)
     qmxLogOpenDisplay();
     qmxLogSetLevel(3);
 
-    QFile::remove(QString::fromLatin1(addressPath)); // of a panel that was killed
+    QFile::remove(places().panelAddress); // of a panel that was killed
     Server server;
     Panel panel(options, server.poster(), QString::fromStdString(given.users));
     if (!options.isLoopback() && panel.accounts.isEmpty())
         return fail(QStringLiteral("on %1 it listens only when there is an account; make one with: xppanel "
                                    "user add NAME --role operate")
                         .arg(options.address));
-    if (const QString problem = panel.access.writeToken(QString::fromLatin1(tokenPath)); !problem.isEmpty())
+    if (const QString problem = panel.access.writeToken(places().panelToken); !problem.isEmpty())
         fail(problem);
     if (const QString problem = server.listen(panel); !problem.isEmpty()) return fail(problem);
     const QString address = baseAddress(options, server.port());
@@ -109,24 +116,24 @@ int serve(const Given &given)
     serving.join();
     panel.workers.reset();
     server.close();
-    QFile::remove(QString::fromLatin1(addressPath));
+    QFile::remove(places().panelAddress);
     return 0;
 }
 
-QString readLine(const char *path)
+QString readLine(const QString &path)
 {
-    QFile file(QString::fromLatin1(path));
+    QFile file(path);
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readLine()).trimmed() : QString();
 }
 
 int printAddress()
 {
-    const QString address = readLine(addressPath);
+    const QString address = readLine(places().panelAddress);
     if (address.isEmpty()) return fail("it does not run: start it with: systemctl start xppanel");
-    const QString token = readLine(tokenPath);
+    const QString token = readLine(places().panelToken);
     if (token.isEmpty())
         return fail(QStringLiteral("%1 cannot be read: only the group xp may operate; look at %2")
-                        .arg(QString::fromLatin1(tokenPath), address));
+                        .arg(places().panelToken, address));
     std::printf("%s#token=%s\n", address.toUtf8().constData(), token.toUtf8().constData());
     return 0;
 }
@@ -215,6 +222,8 @@ int runPanelCommandLine(int argc, char **argv)
     app.add_option("--tls-certificate", given.certificate, "PEM file; with it HTTPS is spoken");
     app.add_option("--tls-key", given.key, "PEM file of its key");
     app.add_option("--users", given.users, "file of the accounts")->capture_default_str();
+    app.add_option("--channel", given.channel, "the recorder of this machine that it shows, of several")
+        ->envname("XP_CHANNEL");
     app.add_subcommand("open", "print the address with the token that operating needs")->callback([&run] {
         run = [](const Given &) { return printAddress(); };
     });
@@ -243,5 +252,7 @@ int runPanelCommandLine(int argc, char **argv)
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? 0 : usage;
     }
+    if (const QString problem = QmxChannel::enter(QString::fromStdString(given.channel)); !problem.isEmpty())
+        return fail(problem, usage);
     return run(given);
 }

@@ -37,8 +37,10 @@ struct HttpCall
     QStringList words;                    ///< what the route's {names} stand for
     QMap<QString, QString> query;         ///< decoded
     QMap<QByteArray, QByteArray> headers; ///< names in lower case
+    QByteArray target;                    ///< as it came
     QByteArray body;
     Caller caller;
+    QByteArray proof; ///< for the answer to another machine of the fleet: that this one has the key
 
     QByteArray header(const char *name) const { return headers.value(name); }
 };

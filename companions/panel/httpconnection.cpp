@@ -2,6 +2,7 @@
 #include "companions/panel/httpconnection.h"
 
 #include "companions/panel/pagefiles.h"
+#include "companions/panel/tunnel.h"
 #include "companions/panel/websocketconnection.h"
 
 #include <boost/asio/write.hpp>
@@ -161,6 +162,7 @@ HttpCall HttpConnection<Stream>::callOf(const Request &request) const
         QByteArray &value = call.headers[bytesOf(field.name_string()).toLower()];
         value += (value.isEmpty() ? "" : ",") + bytesOf(field.value());
     }
+    call.target = bytesOf(request.target());
     call.caller.address = _peer;
     return call;
 }
@@ -169,7 +171,7 @@ template <typename Stream>
 void HttpConnection<Stream>::handle()
 {
     beast::get_lowest_layer(_stream).expires_never();
-    const Request request = _parser->release();
+    Request request = _parser->release();
     _keepsAlive = request.keep_alive();
     _isHead = request.method() == http::verb::head;
     HttpCall call = callOf(request);
@@ -183,6 +185,8 @@ void HttpConnection<Stream>::handle()
         return write(problemReply(
             401, "wrong_token", "this token is not known",
             "it is made anew whenever the panel starts: `xppanel open` prints an address with it"));
+    _proof = call.proof;
+    if (passOn(request, call, target->parts)) return;
     const bool isPage =
         target->parts.first() != QLatin1String("api") && target->parts.first() != QLatin1String("metrics");
     if (isPage) return write(pageReply(call));
@@ -214,6 +218,34 @@ void HttpConnection<Stream>::handle()
 }
 
 template <typename Stream>
+bool HttpConnection<Stream>::passOn(Request &request, const HttpCall &call, const QStringList &parts)
+{
+    constexpr qsizetype words = 4; // api, v1, channels, 2
+    const QString kind = parts.value(2);
+    if (parts.size() <= words || parts[0] != QLatin1String("api") ||
+        (kind != QLatin1String("channels") && kind != QLatin1String("machines")))
+        return false;
+    if (call.caller.role < Role::View) {
+        write(
+            problemReply(401, "who", "this needs a token or an account",
+                         "send it as Authorization: Bearer TOKEN; `xppanel open` prints an address with it"));
+        return true;
+    }
+    // As it came: what stands behind the name is for the other panel to read.
+    qsizetype at = 0;
+    for (qsizetype slash = 0; slash <= words; ++slash)
+        at = call.target.indexOf('/', slash == 0 ? 0 : at + 1);
+    PassedOn to;
+    const auto refusal =
+        _context->panel.fleet.resolve(kind, parts[3], call, "/api/v1" + call.target.mid(at), to);
+    if (refusal)
+        write(*refusal);
+    else
+        startTunnel(_context, _count, std::move(_stream), std::move(request), to);
+    return true;
+}
+
+template <typename Stream>
 void HttpConnection<Stream>::answer(HttpReply reply)
 {
     if (reply.file && !_isHead) {
@@ -221,6 +253,7 @@ void HttpConnection<Stream>::answer(HttpReply reply)
         _sending = std::make_shared<Sending>();
         _sending->response.emplace(http::status(reply.status), httpVersion);
         setHeaders(*_sending->response, reply);
+        if (!_proof.isEmpty()) _sending->response->set(FleetKey::proofHeader, _proof.toStdString());
         _sending->response->content_length(uint64_t(part.length));
         _sending->response->keep_alive(_keepsAlive);
         return writeFile(part);
@@ -233,6 +266,7 @@ void HttpConnection<Stream>::write(HttpReply reply)
 {
     _response.emplace(http::status(reply.status), httpVersion);
     setHeaders(*_response, reply);
+    if (!_proof.isEmpty()) _response->set(FleetKey::proofHeader, _proof.toStdString());
     _response->keep_alive(_keepsAlive);
     _response->content_length(reply.file ? uint64_t(reply.file->length) : uint64_t(reply.body.size()));
     if (!_isHead) _response->body() = reply.body.toStdString();
@@ -303,7 +337,9 @@ void HttpConnection<Stream>::beginEvents(const HttpCall &call)
     _isEvents = true;
     _isWriting = true;
     _current = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nCache-Control: no-store\r\n"
-               "X-Content-Type-Options: nosniff\r\nConnection: close\r\n\r\nretry: 500\n\n";
+               "X-Content-Type-Options: nosniff\r\nConnection: close\r\n";
+    if (!_proof.isEmpty()) _current += QByteArray(FleetKey::proofHeader) + ": " + _proof + "\r\n";
+    _current += "\r\nretry: 500\n\n";
     const QByteArray last =
         call.query.contains("since") ? call.query["since"].toLatin1() : call.header("last-event-id");
     bool isNumber = false;

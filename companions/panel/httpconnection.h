@@ -34,6 +34,8 @@ private:
     void readBody();
     void handle();
     HttpCall callOf(const Request &request) const;
+    /// Whether it is for another panel, which gets it then.
+    bool passOn(Request &request, const HttpCall &call, const QStringList &parts);
     void answer(HttpReply reply);
     void write(HttpReply reply);
     void writeFile(const FilePart &part);
@@ -59,6 +61,7 @@ private:
     std::optional<Response> _response;
     quint64 _silentAs = 0; ///< 0: it has asked for something
     bool _isHead = false;
+    QByteArray _proof; ///< of the answer, for another panel
     bool _keepsAlive = false;
 
     // A file that is being sent

@@ -3,6 +3,7 @@
 
 #include "companions/panel/access.h"
 #include "companions/panel/eventhub.h"
+#include "companions/panel/fleet.h"
 #include "companions/panel/picturehub.h"
 #include "platform/control/controlworkers.h"
 #include "platform/control/deckwatch.h"
@@ -17,16 +18,21 @@ struct Panel
           watch(QStringLiteral("xppanel-watch")),
           accounts(accountsPath),
           access(options, accounts),
+          fleet(options.port, !options.isLoopback()),
           events(watch, post),
           pictures(post),
           workers(std::make_unique<ControlWorkers>(QStringLiteral("panel"), QStringLiteral("xppanel")))
-    {}
+    {
+        access.setFleet(
+            [this](const HttpCall &call, QByteArray &proof) { return fleet.verify(call, proof); });
+    }
 
     const PanelOptions options;
     const std::function<void(std::function<void()>)> onServer; ///< runs a function on the server's thread
     DeckWatch watch;
     Accounts accounts;
     Access access;
+    Fleet fleet;
     EventHub events;
     PictureHub pictures;
     std::unique_ptr<ControlWorkers> workers; ///< ended before the server is closed: it answers connections
@@ -88,6 +94,9 @@ void getClip(Panel &, const HttpCall &, Respond);
 void getClipFile(Panel &, const HttpCall &, Respond);
 void getThumbnail(Panel &, const HttpCall &, Respond);
 void postClipVerb(Panel &, const HttpCall &, Respond);
+// Other panels (routes_fleet.cpp)
+void getFleet(Panel &, const HttpCall &, Respond);
+void getFleetSelf(Panel &, const HttpCall &, Respond);
 // Accounts and what describes the rest (routes_access.cpp, openapi.cpp)
 void postLogin(Panel &, const HttpCall &, Respond);
 void postLogout(Panel &, const HttpCall &, Respond);

@@ -33,6 +33,8 @@ constexpr RouteRow rows[] = {
     {"GET", "events", Role::View, "a snapshot, then every change: WebSocket, or server-sent events", "since boot", "text/event-stream", nullptr},
     {"GET", "pictures", Role::View, "every picture on the output, with its meters and timecode: WebSocket", "", "application/octet-stream", nullptr},
     {"GET", "scopes", Role::View, "waveform, parade and vectorscope of the picture on the output; made while somebody asks", "", "application/octet-stream", getScopes},
+    {"GET", "fleet", Role::View, "the channels of this machine and the other machines it knows, and how they are; what is behind channels/N/ and machines/NAME/ is passed on to their panels", "", json, getFleet},
+    {"GET", "fleet/self", Role::View, "what this machine is called, its version, its channels", "", json, getFleetSelf},
     {"POST", "login", Role::Nobody, "begin a session: {\"name\": ..., \"password\": ...} gives {\"token\": ...}", "", json, postLogin},
     {"POST", "logout", Role::View, "end the session of the token that is sent", "", json, postLogout},
     {"GET", "me", Role::Nobody, "who the server takes the caller for, and what that one may", "", json, getMe},

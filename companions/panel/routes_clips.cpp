@@ -5,6 +5,8 @@
 #include "platform/product/clipfinder.h"
 #include "platform/product/clipplaces.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -19,7 +21,6 @@
 
 namespace {
 constexpr qsizetype mostOfAPage = 1000;
-constexpr auto thumbnailRoot = "/var/lib/xp/thumbnails";
 
 /// A name that cannot lead out of its folder, nor to what is hidden there.
 bool isFileName(const QString &name)
@@ -32,7 +33,7 @@ bool isFileName(const QString &name)
 QString pathOf(Control &control, const QString &name)
 {
     const QString folder = control.recorder().text(eParam_ActiveMediaPath);
-    return folder.isEmpty() ? QString() : folder + '/' + name;
+    return folder.isEmpty() ? QString() : control.recorder().here(folder + '/' + name);
 }
 
 HttpReply notThere(Control &control, const QString &name)
@@ -257,8 +258,8 @@ void getThumbnail(Panel &panel, const HttpCall &call, Respond respond)
 {
     onWorker(panel, respond, [name = call.words.first()](Control &control) {
         const QString folder = control.recorder().text(eParam_ActiveMediaPath);
-        QFile file(QString::fromLatin1(thumbnailRoot) + folder.mid(folder.lastIndexOf('/')) + '/' + name +
-                   ".jpg");
+        const std::shared_ptr<const QmxPlaces> places = control.recorder().environment().places;
+        QFile file(places->thumbnails + folder.mid(folder.lastIndexOf('/')) + '/' + name + ".jpg");
         constexpr qint64 largest = 1024 * 1024;
         if (!isFileName(name) || !folder.contains('/') || !file.open(QIODevice::ReadOnly) ||
             file.size() > largest)

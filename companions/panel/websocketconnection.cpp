@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/panel/websocketconnection.h"
 
+#include "companions/panel/fleetkey.h"
 #include "companions/panel/server.h"
 
 #include <boost/beast/ssl.hpp>
@@ -90,9 +91,10 @@ void WebSocketConnection<Stream>::accept(const http::request<http::string_body> 
     bool isNamed = false;
     for (const QByteArray &protocol : call.header("sec-websocket-protocol").split(','))
         isNamed = isNamed || protocol.trimmed() == "xp";
-    if (isNamed)
-        _stream.set_option(websocket::stream_base::decorator([](websocket::response_type &response) {
-            response.set(http::field::sec_websocket_protocol, "xp");
+    _stream.set_option(
+        websocket::stream_base::decorator([isNamed, proof = call.proof](websocket::response_type &response) {
+            if (isNamed) response.set(http::field::sec_websocket_protocol, "xp");
+            if (!proof.isEmpty()) response.set(FleetKey::proofHeader, proof.toStdString());
         }));
     _stream.async_accept(request, [self = this->shared_from_this(), call](boost::system::error_code error) {
         if (!error) self->begin(call);

@@ -3,8 +3,11 @@
 
 #include "platform/product/daemonizer.h"
 #include "platform/product/programtext.h"
+#include "platform/qmx/core/qmxchannel.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/paramdescriptor.h"
 
 #include <QCoreApplication>
@@ -15,11 +18,11 @@
 
 namespace {
 constexpr const char *module = "remote";
-constexpr const char *lockPath = "/var/lock/xpremote.lock";
 constexpr int usageStatus = 2;
 
 constexpr ProgramTextRow optionTexts[] = {
     {"--foreground", "stays in the foreground"},
+    {"--channel N", "the recorder of this machine that is driven, of several; XP_CHANNEL says the same"},
 };
 constexpr ProgramTextRow fileTexts[] = {
     {"/etc/xp/remote.ini", "the ports, a row each"},
@@ -30,7 +33,7 @@ constexpr ProgramText text = {
     "xpremote",
     8,
     "the recorder as a deck for other machines",
-    "[--foreground]",
+    "[--foreground] [--channel N]",
     "Lets edit controllers (9-pin over RS-422 or TCP), automation (lines over TCP) and fader boxes (OSC "
     "over\n"
     "UDP) drive the recorder, on the ports of /etc/xp/remote.ini. It is started by systemd (systemctl start\n"
@@ -50,20 +53,35 @@ void endProgram(int)
 int main(int argc, char **argv)
 {
     if (const std::optional<int> answered = answerBeforeStart(text, argc, argv)) return *answered;
-    const bool foreground = argc == 2 && std::strcmp(argv[1], "--foreground") == 0;
-    if (argc > 1 && !foreground) {
+    bool foreground = false;
+    QString channel = qEnvironmentVariable("XP_CHANNEL");
+    bool isUnderstood = true;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--foreground") == 0)
+            foreground = true;
+        else if (std::strcmp(argv[i], "--channel") == 0 && i + 1 < argc)
+            channel = QString::fromLocal8Bit(argv[++i]);
+        else
+            isUnderstood = false;
+    }
+    if (!isUnderstood) {
         std::fprintf(
             stderr,
-            "usage: xpremote [--foreground]\n"
+            "usage: xpremote [--foreground] [--channel N]\n"
             "Is the deck that edit controllers, automation and fader boxes drive, on the ports of\n"
             "%s. Without --foreground it returns when they are open, and goes on in the background.\n",
-            RemoteConfig::defaultPath);
+            qPrintable(QmxPlaces().remotePorts));
+        return usageStatus;
+    }
+    if (const QString problem = QmxChannel::enter(channel); !problem.isEmpty()) {
+        std::fprintf(stderr, "xpremote: %s\n", qPrintable(problem));
         return usageStatus;
     }
     if (!foreground) Daemonizer::daemonize("Xpremote", endProgram, nullptr, true);
-    QmxLockFile lock(QString::fromLatin1(lockPath));
+    const QmxPlaces places = *QmxEnvironment::current().places;
+    QmxLockFile lock(places.remoteLock);
     if (!lock.lock()) {
-        std::fprintf(stderr, "Cannot lock %s: %s%d\n", lockPath,
+        std::fprintf(stderr, "Cannot lock %s: %s%d\n", qPrintable(places.remoteLock),
                      lock.holder() ? "it is held by process " : "no right to, errno ",
                      lock.holder() ? lock.holder() : errno);
         return 1;
@@ -71,9 +89,10 @@ int main(int argc, char **argv)
     QCoreApplication app(argc, argv);
     qmxLogOpenDisplay();
     qmxLogSetLevel(3);
-    const RemoteConfig config = RemoteConfig::load(QString::fromLatin1(RemoteConfig::defaultPath));
+    RemoteConfig config = RemoteConfig::load(places.remotePorts);
+    config.ports.removeIf([&](const RemotePortConfig &port) { return port.channel != places.channel; });
     for (const QString &problem : config.problems)
-        qmxLogOutput(1, module, __LINE__, "%s: %s\n", RemoteConfig::defaultPath, qPrintable(problem));
+        qmxLogOutput(1, module, __LINE__, "%s: %s\n", qPrintable(places.remotePorts), qPrintable(problem));
     int result = 0;
     {
         const RemoteLoop loop(config);

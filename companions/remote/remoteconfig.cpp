@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/remote/remoteconfig.h"
 
+#include "platform/qmx/core/qmxplaces.h"
+
 #include <QFile>
+#include <QRegularExpression>
 
 #include <arpa/inet.h>
 
@@ -94,7 +97,22 @@ QString parseOption(NinepinOptions &options, const QString &word)
         if (row.parse(options, word.section(QLatin1Char('='), 1))) return {};
         return QStringLiteral("%1 takes %2").arg(key, QLatin1String(row.values));
     }
+    keys.append(QStringLiteral("channel"));
     return QStringLiteral("options of a 9-pin port are %1").arg(keys.join(QLatin1String(", ")));
+}
+
+/// Takes "channel=2" out of the words, which every kind of port may have.
+QString parseChannel(RemotePortConfig &port, QStringList &words)
+{
+    const QString key = QStringLiteral("channel=");
+    for (const QString &word : words.filter(QRegularExpression("^" + key))) {
+        const auto channel = QmxPlaces::channelNamed(word.mid(key.size()));
+        if (!channel)
+            return QStringLiteral("channel takes a number from 1 to %1").arg(QmxPlaces::mostChannels);
+        port.channel = *channel;
+        words.removeAll(word);
+    }
+    return {};
 }
 
 bool isAddress(const QString &host)
@@ -137,8 +155,9 @@ QString parsePort(RemoteConfig &config, const QString &key, const QString &value
     if (!parsePlace(port, *row))
         return QStringLiteral("%1 takes %2; before the number may stand the numeric address to listen on")
             .arg(key, QLatin1String(row->places));
+    if (const QString problem = parseChannel(port, words); !problem.isEmpty()) return problem;
     if (port.protocol != Protocol::Ninepin && !words.isEmpty())
-        return QStringLiteral("a port of this kind has no options");
+        return QStringLiteral("a port of this kind has no options but channel");
     for (const QString &word : words)
         if (const QString problem = parseOption(port.ninepin, word); !problem.isEmpty()) return problem;
     for (const RemotePortConfig &other : config.ports)

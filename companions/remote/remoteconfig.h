@@ -18,17 +18,17 @@ struct RemotePortConfig
     QString device; ///< of a terminal; else empty
     QString host;   ///< numeric address that is listened on
     quint16 port = 0;
+    int channel = 1; ///< whose deck it is
     NinepinOptions ninepin;
 };
 
 /// The file that says which ports there are. A line that makes no sense is told and leaves the others alone.
 struct RemoteConfig
 {
-    static constexpr const char *defaultPath = "/etc/xp/remote.ini";
     static constexpr int mostPorts = 32;
 
-    QList<RemotePortConfig> ports;
-    QStringList problems; ///< a sentence each: which line, what is wrong, what to write
+    QList<RemotePortConfig> ports; ///< of all channels
+    QStringList problems;          ///< a sentence each: which line, what is wrong, what to write
 
     /// Any bytes.
     static RemoteConfig parse(const QByteArray &text);

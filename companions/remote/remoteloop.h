@@ -9,6 +9,7 @@
 #include "platform/product/shmstring.h"
 #include "platform/qmx/core/qmxclock.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxtakewindow.h"
 
 #include <atomic>
@@ -49,7 +50,7 @@ private:
     const QmxEnvironment _environment;
     const QStringList _problems; ///< of the configuration
     RemoteStatistics _statistics;
-    ShmString _published{RemoteStatistics::name};
+    ShmString _published{QmxEnvironment::current().places->remoteFigures.toStdString()};
     qint64 _publishAt = 0;
     RemoteFd _wake;
     std::mutex _mutex;

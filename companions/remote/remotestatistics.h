@@ -41,12 +41,11 @@ struct RemotePeer
 /// Counts of all peers, of those that have gone as well. One thread.
 ///
 /// With the ports they are published for `xpctl metrics` and `xpctl doctor` as JSON in shared memory
-/// ("/xp_remote"), once a second: {"problems": [text], "ports": [{"port", "problem"}], "peers": [{"port",
-/// "peer", counts by name, "reply_us_p50" ...}]}.
+/// (QmxPlaces::remoteFigures), once a second: {"problems": [text], "ports": [{"port", "problem"}], "peers":
+/// [{"port", "peer", counts by name, "reply_us_p50" ...}]}.
 class RemoteStatistics
 {
 public:
-    static constexpr const char *name = "/xp_remote";
     static constexpr int size = 64 * 1024;
     /// Peers that are counted each by itself; further ones share a row of their port.
     static constexpr std::size_t mostPeers = 64;

@@ -4,6 +4,8 @@
 #include "platform/control/recorder.h"
 #include "platform/qmx/clip/qmxclippart.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/storelock.h"
 
 #include <QCryptographicHash>
@@ -18,6 +20,11 @@ QString PlayList::revisionOf(const QString &text)
         QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha256).toHex().left(shortDigest));
 }
 
+std::string PlayList::lockPath()
+{
+    return QmxEnvironment::current().places->playListLock.toStdString();
+}
+
 PlayList PlayList::read(const Recorder &recorder)
 {
     const QString text = recorder.text(eParam_PlayList);
@@ -26,7 +33,8 @@ PlayList PlayList::read(const Recorder &recorder)
     list._revision = revisionOf(text);
     for (const QString &name : text.split('\n', Qt::SkipEmptyParts)) {
         const auto part = QmxClipPart::fromText(name);
-        const bool isThere = part && !folder.isEmpty() && QFileInfo(folder + "/" + part->clip).isFile();
+        const bool isThere =
+            part && !folder.isEmpty() && QFileInfo(recorder.here(folder + "/" + part->clip)).isFile();
         list._entries.append({int(list._entries.size()), name, isThere});
     }
     return list;
@@ -42,8 +50,9 @@ std::optional<QString> PlayList::entryFor(const Recorder &recorder, const QStrin
     if (!part || !part->isPart) return text;
     QmxClipInfo info;
     QmxClipPart::Range range;
-    QmxError error = QmxClipReader::probe(recorder.text(eParam_ActiveMediaPath) + '/' + part->clip, info,
-                                          recorder.environment());
+    QmxError error =
+        QmxClipReader::probe(recorder.here(recorder.text(eParam_ActiveMediaPath) + '/' + part->clip), info,
+                             recorder.environment());
     if (!error.isError()) error = part->resolve(info, range);
     if (error.isError()) {
         why = error.toString();
@@ -67,7 +76,7 @@ Answer PlayList::write(Recorder &recorder, const QStringList &wanted, const QStr
         if (!kept) return Answer::refused(Cause::Argument, "wrong_argument", why);
         names.append(*kept);
     }
-    StoreLock lock(lockPath);
+    StoreLock lock(lockPath());
     if (!lock.acquire(lockWithin, nullptr) && lock.error() == EWOULDBLOCK)
         return Answer::refused(Cause::Busy, "busy", "another program is changing the play list", "try again");
     if (!revision.isEmpty() && revision != revisionOf(recorder.text(eParam_PlayList)))

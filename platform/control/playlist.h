@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <optional>
+#include <string>
 
 class Recorder;
 
@@ -38,7 +39,7 @@ public:
     QString revision() const { return _revision; }
 
     /// Held by the one program that changes the list, from reading it to writing it.
-    static constexpr auto lockPath = "/run/xp/play-list.lock";
+    static std::string lockPath();          ///< QmxPlaces::playListLock
     static constexpr int lockWithin = 5000; ///< ms
 
 private:

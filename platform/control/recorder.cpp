@@ -121,6 +121,11 @@ QString Recorder::clip() const
     return name == QLatin1String(noClip) ? QString() : name;
 }
 
+QString Recorder::here(const QString &path) const
+{
+    return _environment.places->here(path);
+}
+
 QString Recorder::timecode() const
 {
     return sharedText(_environment.places->currentTimecode);
@@ -263,7 +268,7 @@ bool Recorder::isClip(const QString &name) const
 {
     const auto part = QmxClipPart::fromText(name);
     if (!part || name.isEmpty() || name.contains('/') || name.contains('\n')) return false;
-    const QFileInfo file(text(eParam_ActiveMediaPath) + "/" + part->clip);
+    const QFileInfo file(here(text(eParam_ActiveMediaPath) + "/" + part->clip));
     QmxClipInfo info;
     QmxClipPart::Range range;
     return file.isFile() && !QmxClipReader::probe(file.filePath(), info, _environment).isError() &&
@@ -272,7 +277,7 @@ bool Recorder::isClip(const QString &name) const
 
 QString Recorder::whyUnplayable(const QString &path) const
 {
-    const QFileInfo info(path);
+    const QFileInfo info(here(path));
     if (info.exists() && !info.isFile() && !info.isDir())
         return QStringLiteral("it is no file"); // opening it could block
     if (info.isFile() && info.size() == 0) return QStringLiteral("it is empty");
@@ -283,7 +288,7 @@ QString Recorder::whyUnplayable(const QString &path) const
     // What libav finds no sense in it calls invalid; where a film of this family begins well, its end is
     // missing.
     if (!error.toString().contains(QLatin1String("Invalid data"))) return error.toString();
-    QFile file(path);
+    QFile file(here(path));
     constexpr int boxAt = 4;
     constexpr int boxSize = 4;
     const QByteArray box =
@@ -303,7 +308,7 @@ QString Recorder::whyNoClip(const QString &name) const
     if (!part)
         return QStringLiteral("%1 is no part of a clip: write CLIP[FROM-TO), with frame numbers or timecodes")
             .arg(name);
-    const QFileInfo file(folder + "/" + part->clip);
+    const QFileInfo file(here(folder + "/" + part->clip));
     if (name.isEmpty() || name.contains('/') || !file.exists()) {
         return QStringLiteral("there is no clip %1 on %2").arg(name.isEmpty() ? "''" : part->clip, folder);
     }

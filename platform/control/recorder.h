@@ -53,6 +53,8 @@ public:
     bool isInPlay() const;  ///< playing or still
     QString statusLabel() const;
     QString clip() const; ///< empty when there is none
+    /// Where a path of the recorder's ("/media/A/x.mov") is for this program.
+    QString here(const QString &path) const;
     QString timecode() const;
     QString inputTimecode() const;
     /// A counter of the running daemon by name ("recorded_up_to"); 0 when there is none.

@@ -5,6 +5,11 @@
 #include "platform/control/ownership.h"
 #include "platform/control/transportanswers.h"
 #include "platform/store/localcommands.h"
+#include "platform/store/values.h"
+
+#include <cmath>
+
+#include <sys/statfs.h>
 
 Answer endOfTake(Recorder &recorder)
 {
@@ -137,6 +142,14 @@ bool takeIsFull(Recorder &recorder, TakeStart &start, double seconds)
     return isRecording(recorder) && recorder.daemonIsRunning();
 }
 
+/// Nothing is known of a medium that cannot be asked; the daemon will say.
+double percentFree(const Recorder &recorder, const QString &path)
+{
+    struct statfs64 space = {};
+    if (recorder.environment().files->statfs(path, &space) != 0 || space.f_blocks == 0) return 0;
+    return std::round(double(space.f_bfree) / double(space.f_blocks) * 100);
+}
+
 QString pathOf(const Recorder &recorder)
 {
     return recorder.text(eParam_ActiveMediaPath) + "/" + recorder.clip();
@@ -149,6 +162,26 @@ Answer recording(const Recorder &recorder)
                         {{"clip", recorder.clip()}, {"path", path}});
 }
 } // namespace
+
+std::optional<Answer> whyNoTake(Recorder &recorder)
+{
+    const auto refused = [](const char *code, const QString &sentence, const QString &advice) {
+        return Answer::refused(Cause::Deck, code, sentence, advice);
+    };
+    if (recorder.daemonStandsStill()) return standsStill();
+    if (isRecording(recorder))
+        return refused("already_recording", QStringLiteral("already recording %1").arg(recorder.clip()),
+                       "end the take with: xpctl stop");
+    const QString medium = recorder.text(eParam_ActiveMediaPath);
+    if (medium.isEmpty())
+        return refused("no_medium", "no medium is active", "`xpctl media` lists those there are");
+    if (percentFree(recorder, medium) <= MediumLevel::full)
+        return refused("medium_full", QStringLiteral("%1 is full, or not there").arg(medium),
+                       "delete clips, or choose another medium: xpctl set active_media_path FOLDER");
+    if (const QString problem = recorder.inputProblem(); !problem.isEmpty())
+        return refused("no_input", problem, "give the input a signal, or choose another one");
+    return {};
+}
 
 Answer performRecord(const VerbCall &call)
 {

@@ -17,10 +17,6 @@
 #include <cstring>
 
 #include <boost/crc.hpp>
-#include <boost/interprocess/mapped_region.hpp>
-#include <boost/interprocess/shared_memory_object.hpp>
-
-namespace bip = boost::interprocess;
 
 namespace {
 
@@ -109,30 +105,26 @@ std::vector<ClipListing> parsed(const QByteArray &text)
 class ClipCache::Segment
 {
 public:
-    /// `memory` has been opened; throws when it cannot be mapped.
-    Segment(bip::shared_memory_object &&memory, const Names &names)
-        : _memory(std::move(memory)),
-          _region(_memory, bip::read_write),
-          _identity(StoreFiles::identity(pathOf(names)))
+    Segment(std::unique_ptr<QmxSharedMemory> memory, const Names &names)
+        : _memory(std::move(memory)), _identity(StoreFiles::identity(pathOf(names)))
     {}
 
-    Head &head() const { return *static_cast<Head *>(_region.get_address()); }
+    Head &head() const { return *reinterpret_cast<Head *>(_memory->data()); }
     bool isWhole() const { return head().format == formatMark; }
     std::atomic_ref<quint64> owner() const { return std::atomic_ref(head().owner); }
     std::atomic_ref<quint64> publisher() const { return std::atomic_ref(head().publisher); }
     std::atomic_ref<quint64> generation() const { return std::atomic_ref(head().generation); }
-    std::size_t room() const { return (_region.get_size() - headSize) / slotCount; }
+    std::size_t room() const { return (std::size_t(_memory->size()) - headSize) / slotCount; }
     char *slot(quint64 generation) const
     {
-        return static_cast<char *>(_region.get_address()) + headSize + (generation % slotCount) * room();
+        return reinterpret_cast<char *>(_memory->data()) + headSize + (generation % slotCount) * room();
     }
 
     /// The segment is far larger than most lists: what is about to be written is made sure of.
     bool reserve(quint64 generation, std::size_t bytes) const
     {
         const std::size_t from = headSize + (generation % slotCount) * room();
-        return QmxSharedMemory::reserve(_memory.get_mapping_handle().handle, qsizetype(from),
-                                        qsizetype(bytes));
+        return QmxSharedMemory::reserve(_memory->descriptor(), qsizetype(from), qsizetype(bytes));
     }
 
     /// The name still stands for this segment.
@@ -142,48 +134,37 @@ public:
     static std::unique_ptr<Segment> make(const Names &names);
 
 private:
-    /// Where the C library keeps shared memory (shm_overview(7)).
-    static std::string pathOf(const Names &names) { return "/dev/shm/" + names.segment; }
+    static std::string pathOf(const Names &names)
+    {
+        return QmxSharedMemory::fileOf(QString::fromStdString(names.segment)).toStdString();
+    }
 
-    bip::shared_memory_object _memory;
-    bip::mapped_region _region;
+    std::unique_ptr<QmxSharedMemory> _memory;
     std::optional<StoreFiles::Identity> _identity;
 };
 
 /// Null when there is none, or one of another size or form.
 std::unique_ptr<ClipCache::Segment> ClipCache::Segment::open(const Names &names)
 {
-    try {
-        bip::shared_memory_object memory(bip::open_only, names.segment.c_str(), bip::read_write);
-        bip::offset_t size = 0;
-        if (!memory.get_size(size) || size != static_cast<bip::offset_t>(names.size)) return nullptr;
-        auto segment = std::make_unique<Segment>(std::move(memory), names);
-        return segment->isWhole() ? std::move(segment) : nullptr;
-    } catch (const bip::interprocess_exception &) {
-        return nullptr;
-    }
+    const auto size = qsizetype(names.size);
+    auto memory =
+        QmxSharedMemory::open(QString::fromStdString(names.segment), QmxSharedMemory::Access::Write, size);
+    if (!memory || memory->size() != size) return nullptr;
+    auto segment = std::make_unique<Segment>(std::move(memory), names);
+    return segment->isWhole() ? std::move(segment) : nullptr;
 }
 
 /// In place of whatever has the name. Nobody finds it before it has its form.
 std::unique_ptr<ClipCache::Segment> ClipCache::Segment::make(const Names &names)
 {
-    try {
-        // Those who have the old one mapped see that its publisher has gone and look for the new one.
-        bip::shared_memory_object::remove(names.segment.c_str());
-        bip::shared_memory_object memory(bip::create_only, names.segment.c_str(), bip::read_write,
-                                         bip::permissions(StoreFiles::fileMode));
-        memory.truncate(static_cast<bip::offset_t>(names.size));
-        StoreFiles::shareWithGroup(pathOf(names));
-        if (!QmxSharedMemory::reserve(memory.get_mapping_handle().handle, 0, headSize)) {
-            bip::shared_memory_object::remove(names.segment.c_str());
-            return nullptr;
-        }
-        auto segment = std::make_unique<Segment>(std::move(memory), names);
-        std::atomic_ref(segment->head().format).store(formatMark);
-        return segment;
-    } catch (const bip::interprocess_exception &) {
-        return nullptr;
-    }
+    // Those who have the old one mapped see that its publisher has gone and look for the new one.
+    auto memory = QmxSharedMemory::make(QString::fromStdString(names.segment), qsizetype(names.size),
+                                        StoreFiles::fileMode, QmxSharedMemory::Existing::Replace, headSize);
+    if (!memory) return nullptr;
+    StoreFiles::shareWithGroup(pathOf(names));
+    auto segment = std::make_unique<Segment>(std::move(memory), names);
+    std::atomic_ref(segment->head().format).store(formatMark);
+    return segment;
 }
 
 ClipCache::Names ClipCache::namesOf(Kind kind)

@@ -4,6 +4,7 @@
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <algorithm>
 #include <cctype>
@@ -73,7 +74,8 @@ std::optional<std::vector<Clip>> MediumClipSource::clips(const std::string &fold
     std::vector<Clip> found;
     std::map<std::string, Known> seen;
     bool complete = true;
-    fs::directory_iterator entry(folder, failed);
+    const QString here = _environment.places->here(QString::fromLocal8Bit(folder));
+    fs::directory_iterator entry(here.toLocal8Bit().toStdString(), failed);
     if (failed) return std::nullopt;
     for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
         const std::string name = entry->path().filename().string();

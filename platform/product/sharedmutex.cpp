@@ -29,6 +29,8 @@ public:
 
 SharedMutex::SharedMutex(const std::string &name) : _self(ProcessMark::self())
 {
+    // The semaphore of another channel has no name here.
+    if (name.find('/') != std::string::npos) return;
     try {
         _handle = std::make_unique<Handle>(name);
     } catch (const bip::interprocess_exception &) {

@@ -28,7 +28,8 @@ public:
 
 private:
     class Handle;
-    std::unique_ptr<Handle> _handle; ///< null: it cannot be had; the owner alone decides then
+    std::unique_ptr<Handle>
+        _handle; ///< null: it cannot be had, or is another channel's; the owner alone decides then
     const quint64 _self;
 };
 

@@ -4,11 +4,12 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
 
+#include <cstring>
 #include <fstream>
 
 namespace {
 constexpr std::size_t longestAddress = 4096;
-constexpr const char *defaultAddress = "sqlite:/var/lib/xp/store.db";
+constexpr const char *onDisk = "sqlite:";
 } // namespace
 
 Config::~Config() = default;
@@ -24,12 +25,18 @@ void ConfigEventListener::ParamChanged(ConfigEvent) {}
 
 std::string GetConfigURI(const std::string &)
 {
-    std::ifstream file(QmxEnvironment::current().places->storeAddress.toStdString());
+    const std::shared_ptr<const QmxPlaces> places = QmxEnvironment::current().places;
+    const std::string standard = onDisk + places->state.toStdString() + "/store.db";
+    std::ifstream file(places->storeAddress.toStdString());
     std::string line;
-    if (!std::getline(file, line)) return defaultAddress;
+    if (!std::getline(file, line)) return standard;
     if (line.size() > longestAddress) line.resize(longestAddress); // a file of another kind
     line.erase(line.find_last_not_of(" \t\r") + 1);
-    return line.empty() ? defaultAddress : line;
+    if (line.empty()) return standard;
+    if (!line.starts_with(onDisk)) return line;
+    // The file is the recorder's own, and so are the paths in it.
+    const std::string path = line.substr(std::strlen(onDisk));
+    return onDisk + places->here(QString::fromStdString(path)).toStdString();
 }
 
 std::string GetEventsURI(const std::string &transport)

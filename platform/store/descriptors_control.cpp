@@ -32,5 +32,9 @@ std::vector<ParamRow> controlRows()
                "Who has seen which alarm, as JSON: by its name, name, front, address, id, time. "
                "`xpctl acknowledge` writes it.")
             .with({Attribute::told}),
+        string(eParam_SettingsProfiles, "settings_profiles", Persistent,
+               "Named sets of settings, as JSON: by its name a list of name and value. `xpctl profile` "
+               "writes it.")
+            .with({Attribute::told}),
     };
 }

@@ -11,3 +11,6 @@ constexpr eParam_t eParam_ControlVerb{0x50000043};
 constexpr eParam_t eParam_TakeStarter{0x50000044};
 constexpr eParam_t eParam_TakeProtection{0x50000045};
 constexpr eParam_t eParam_AlarmsAcknowledged{0x50000046};
+
+// Several recorders.
+constexpr eParam_t eParam_SettingsProfiles{0x50000090};

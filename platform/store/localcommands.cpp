@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/localcommands.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/storeclient.h"
 
 #include <QFile>
@@ -49,6 +51,11 @@ int openAt(const QString &path)
     return -1;
 }
 } // namespace
+
+QString LocalCommands::standardPath()
+{
+    return QmxEnvironment::current().places->commandSocket;
+}
 
 LocalCommands::LocalCommands(const std::string &uri, const QString &path)
     : _client(StoreClient::acquire(uri, {}, true)), _path(path), _socket(openAt(path))

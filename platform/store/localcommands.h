@@ -18,17 +18,16 @@ class StoreClient;
 class LocalCommands : public QObject
 {
 public:
-    static constexpr const char *socketPath = "/run/xp/command";
-
     /// Listens for the clients of `uri` in this process. Without its folder there is no socket, which is
     /// logged.
-    explicit LocalCommands(const std::string &uri, const QString &path = QString::fromLatin1(socketPath));
+    explicit LocalCommands(const std::string &uri, const QString &path = standardPath());
     ~LocalCommands() override;
 
     /// From another process: empty when the stop was handed over, else why not.
-    static QString sendStop(const QString &path = QString::fromLatin1(socketPath));
+    static QString sendStop(const QString &path = standardPath());
 
 private:
+    static QString standardPath(); ///< QmxPlaces::commandSocket
     void take();
 
     std::shared_ptr<StoreClient> _client;

@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/paramdescriptor.h"
+#include "platform/store/redisfleet.h"
 #include "platform/store/redisrow.h"
 #include "platform/store/redisscripts.h"
 
@@ -105,10 +106,42 @@ StoreResult RedisBackend::missing() const
                                           " does not exist; it is made as soon as it can be written"};
 }
 
+/// Two recorders of one name would take each other's commands: the first one has it, for as long as it says
+/// so.
+StoreResult RedisBackend::claim()
+{
+    constexpr int holdsSeconds = 15;
+    constexpr qint64 renewEvery = 2 * microseconds;
+    const qint64 now = wallMicroseconds();
+    if (_claimed > 0 && now >= _claimed && now - _claimed < renewEvery) return {};
+    const std::string who = RedisFleet::thisRecorder();
+    const std::string where = RedisFleet::addressOf(_connection.descriptor());
+    RedisValue answer;
+    StoreResult result = _connection.ask({"EVAL", RedisScripts::claim, "1", key("machine"), who,
+                                          who + " " + where, std::to_string(holdsSeconds)},
+                                         answer);
+    if (!result.isDone()) return result;
+    // (A server that has just fallen back refuses writes: that is said by whatever comes next.)
+    if (answer.at(0).text != "taken") {
+        if (!answer.isError()) _claimed = now;
+        return {};
+    }
+    const RedisFleet::Member holder = RedisFleet::memberOf(_address.recorder, answer.at(1).text);
+    return {
+        StoreResult::Unreachable,
+        "the recorder " + _address.text() + " is already there: it is " + holder.machine + " at " +
+            holder.address + ", and this is " + RedisFleet::memberOf({}, who).machine + " at " + where +
+            "; give one of them a name of its own in the first line of /etc/xp/store, and start it again"};
+}
+
 /// Done: there is an answer and it is no error.
 StoreResult RedisBackend::ask(const Words &command, RedisValue &answer, bool *lost)
 {
     StoreResult result = _connection.open();
+    if (result.isDone() && _context.isRecorder) {
+        result = claim();
+        if (!result.isDone() && _connection.isOpen()) return result;
+    }
     if (result.isDone()) {
         result = _connection.ask(command, answer);
         if (lost) *lost = !result.isDone();

@@ -53,6 +53,7 @@ private:
 
     // redisbackend.cpp: the daily work
     StoreResult ask(const Words &command, RedisValue &answer, bool *lost = nullptr);
+    StoreResult claim();
     StoreResult run(const char *script, const Words &keys, const Words &arguments, RedisValue &answer,
                     Answer &outcome, bool *lost = nullptr);
     StoreResult commit(const std::vector<Order> &orders, std::vector<quint64> &versions, bool &lost);
@@ -79,6 +80,7 @@ private:
     RedisConnection _connection;
     RedisWakeup _wakeup;
     qint64 _lastAnswer = 0; ///< when the server answered last: microseconds since 1970; 0: never
+    qint64 _claimed = 0;    ///< when the recorder's name was last found ours, in the same time; 0: never
     quint64 _newest = 0;    ///< newest version that the server has told
     quint64 _seen = 0;      ///< version up to which changes have been given out ...
     std::string _seenRow;   ///< ... and the row there; empty when it is not known

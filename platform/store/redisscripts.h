@@ -112,4 +112,35 @@ redis.call('SET', KEYS[1], ARGV[2] .. '+' .. string.format('%.0f', top))
 return {'done'}
 )lua";
 
+/// KEYS: machine. ARGV: who the recorder is, who it is and where, seconds that this holds. Answers with
+/// "taken" and who has the name when it is another one.
+inline constexpr const char *claim = R"lua(
+local holder = redis.call('GET', KEYS[1])
+if holder and string.sub(holder, 1, #ARGV[1] + 1) ~= ARGV[1] .. ' ' then return {'taken', holder} end
+redis.call('SET', KEYS[1], ARGV[2], 'EX', ARGV[3])
+return {'done'}
+)lua";
+
+/// KEYS: epoch, version, param, log, alarms and machine of the old name, then those of the new one. Answers
+/// with "gone" (there is no such recorder), "there" (the new name is taken) or "taken" and who uses it now.
+inline constexpr const char *rename = R"lua(
+if redis.call('EXISTS', KEYS[1]) == 0 then return {'gone'} end
+local holder = redis.call('GET', KEYS[6])
+if holder then return {'taken', holder} end
+if redis.call('EXISTS', KEYS[7], KEYS[12]) > 0 then return {'there'} end
+for at = 5, 1, -1 do
+  if redis.call('EXISTS', KEYS[at]) == 1 then redis.call('RENAME', KEYS[at], KEYS[at + 6]) end
+end
+return {'done'}
+)lua";
+
+/// KEYS: epoch, version, param, log, alarms and machine. Answers as rename does.
+inline constexpr const char *remove = R"lua(
+if redis.call('EXISTS', KEYS[1]) == 0 then return {'gone'} end
+local holder = redis.call('GET', KEYS[6])
+if holder then return {'taken', holder} end
+redis.call('DEL', KEYS[1], KEYS[2], KEYS[3], KEYS[4], KEYS[5])
+return {'done'}
+)lua";
+
 } // namespace RedisScripts

@@ -73,6 +73,8 @@ struct StoreContext
     QmxEnvironment environment;
     std::function<StoreImage()> memory;
     std::shared_ptr<std::atomic<bool>> interrupted;
+    /// Of the daemons, not of a companion, which may be on any machine: a store on a server is theirs alone.
+    bool isRecorder = false;
 };
 
 /// One connection to a store. One thread at a time; reconnects by itself. The promises that every backend

@@ -12,6 +12,7 @@
 
 namespace {
 
+constexpr const char *mediaDaemon = "xpmediad"; ///< the one part of a recorder that writes directly
 constexpr const char *module = "storeclient";
 constexpr int longestShown = 100; // of an address that makes no sense
 constexpr std::chrono::milliseconds silence{900};
@@ -100,8 +101,12 @@ StoreClient::StoreClient(const StoreBackendRow &row, const std::string &uri, con
       _memory(std::make_shared<StoreMemory>()),
       _state(std::make_shared<StoreState>(uri)),
       _gate(DeliveryGate::forStore(uri)),
-      _context{path, storeSource(client), QmxEnvironment::current(),
-               [memory = _memory] { return memory->committed(); }, _interrupted}
+      _context{path,
+               storeSource(client),
+               QmxEnvironment::current(),
+               [memory = _memory] { return memory->committed(); },
+               _interrupted,
+               queued || client == mediaDaemon}
 {
     if (!_queued) {
         openDirectly();

@@ -62,6 +62,36 @@ TEST(TickSchedule, neitherDriftsNorBursts)
     EXPECT_TRUE(schedule.advance(schedule.nextDeadline()).frameStart);
 }
 
+TEST(TickSchedule, onTheGridAllFramesBeginTogether)
+{
+    struct Case
+    {
+        QmxVideoRate rate;
+        bool twoFields;
+    };
+    for (const Case &one :
+         {Case{25, false}, Case{{30000, 1001}, false}, Case{25, true}, Case{{60000, 1001}, true}}) {
+        TickSchedule early = TickSchedule::onGrid(1'234'567'891'011, one.rate);
+        early.setRate(one.rate, one.twoFields);
+        // Another process: begun two seconds later, at another rate first.
+        TickSchedule late = TickSchedule::onGrid(1'236'999'999'999, QmxVideoRate(24));
+        late.advance(late.nextDeadline());
+        late.setRate(one.rate, one.twoFields);
+        TickSchedule::Step step;
+        do
+            step = late.advance(late.nextDeadline());
+        while (!step.frameStart);
+        TickSchedule::Step same;
+        do
+            same = early.advance(early.nextDeadline());
+        while (same.deadline < step.deadline);
+        EXPECT_EQ(same.deadline, step.deadline) << one.rate.toDouble();
+        EXPECT_TRUE(same.frameStart);
+        EXPECT_EQ(step.deadline, one.rate.nanoseconds(one.rate.framesIn(step.deadline)))
+            << "a frame of the grid";
+    }
+}
+
 TEST(TickSchedule, keepsItsPaceForADayAtEveryRateAFileMayState)
 {
     constexpr qint64 most = std::numeric_limits<int>::max();

@@ -320,6 +320,27 @@ TEST(RecordTime, comesFromTheTakeThatRunsElseFromTheNewestClip)
     EXPECT_EQ(back[2].state, "usable");
 }
 
+TEST(RecordTime, countsWhatOthersWriteOnTheSameMedium)
+{
+    constexpr std::int64_t second = 1'000'000'000;
+    std::vector<Medium> media{medium("/media/A", 60)};
+    MediaParameters is;
+    is.active = "/media/A";
+    RecordTime time;
+    time.setNominal(10'000);
+    // Nine seconds in which 20,000 bytes a second go, of which half are our own.
+    for (int i = 0; i < 10; ++i) {
+        media[0].recordedBytes = i * 10'000;
+        media[0].bytesFree -= i ? 20'000 : 0;
+        time.observeRoom(i * second, media);
+    }
+    EXPECT_EQ(time.othersRate("/media/A"), 10'000);
+    EXPECT_EQ(time.report(media, is).media[0].secondsLeft, (600'000 - 180'000 - 105'000) / 20'000);
+    media[0].bytesFree += 50'000; // somebody deletes: until it is known anew nobody writes
+    time.observeRoom(10 * second, media);
+    EXPECT_EQ(time.othersRate("/media/A"), 0);
+}
+
 TEST(RecordTime, knowsWhatCodecsAndFormatsComeTo)
 {
     struct Case

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What happens to a store on a server when the server dies, forgets or refuses.
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/redisbackend.h"
+#include "platform/store/redisfleet.h"
 #include "tests/store/redisserver.h"
 #include "tests/store/storetesting.h"
 #include "tests/support/logcollector.h"
@@ -55,6 +57,54 @@ TEST_F(RedisStore, serverKilledUnderLoadLosesNothingAndTellsNothingTwice)
         [&] { return listener.values(eParam_GoToClipIndex).size() >= expected.size(); }, 20000));
     EXPECT_TRUE(Stepper::waitFor([&] { return writer->pendingWrites() == 0; }, 20000));
     EXPECT_EQ(listener.values(eParam_GoToClipIndex), expected);
+}
+
+TEST_F(RedisStore, aNameBelongsToOneRecorder)
+{
+    allowLog("redisrepair");
+    allowLog("storestate");
+    const auto writeAs = [this](const QString &locks, bool isRecorder) {
+        QmxEnvironment environment = QmxEnvironment::current();
+        const QmxEnvironment before = environment;
+        auto places = std::make_shared<QmxPlaces>();
+        places->locks = locks;
+        environment.places = places;
+        QmxEnvironment::setCurrent(environment);
+        std::string path;
+        findStoreBackend(uri, path);
+        StoreContext context{path, "tester", environment, {}, std::make_shared<std::atomic<bool>>(false)};
+        context.isRecorder = isRecorder;
+        RedisBackend backend(context, *RedisAddress::parse(path), "/nowhere");
+        std::vector<quint64> versions;
+        backend.prepare(false);
+        static int value = 0;
+        const StoreResult result =
+            backend.write({{eParam_ReelNumber, StoreValue::fromString(std::to_string(++value))}}, versions);
+        QmxEnvironment::setCurrent(before);
+        return result;
+    };
+    const TestDir one;
+    const TestDir other;
+    EXPECT_TRUE(writeAs(one.path(), true).isDone());
+    const StoreResult refused = writeAs(other.path(), true);
+    EXPECT_EQ(refused.code, StoreResult::Unreachable);
+    EXPECT_NE(refused.text.find("at 127.0.0.1, and this is "), std::string::npos) << refused.text;
+    EXPECT_TRUE(writeAs(other.path(), false).isDone()) << "who only operates it may be anywhere";
+    EXPECT_TRUE(writeAs(one.path(), true).isDone());
+    RedisFleet fleet(*RedisAddress::parse(uri.substr(uri.find(':') + 1)), "/nowhere");
+    EXPECT_EQ(fleet.rename("one", "two").code, StoreResult::ReadOnly) << "in use";
+    server.command({"DEL", "xp:{one}:machine"}); // it has been silent for long
+    EXPECT_TRUE(fleet.rename("one", "two").isDone());
+    EXPECT_TRUE(writeAs(one.path(), true).isDone());
+    server.command({"DEL", "xp:{one}:machine"});
+    EXPECT_EQ(fleet.rename("one", "two").code, StoreResult::ReadOnly) << "there already";
+    std::vector<RedisFleet::Member> members;
+    ASSERT_TRUE(fleet.list(members).isDone());
+    ASSERT_EQ(members.size(), 2u);
+    EXPECT_EQ(members[1].name, "two");
+    EXPECT_EQ(members[1].machine, "");
+    EXPECT_TRUE(fleet.remove("two").isDone());
+    EXPECT_EQ(server.command({"KEYS", "xp:{two}:*"}).trimmed(), QString());
 }
 
 TEST_F(RedisStore, lostServerIsToldAndWhatIsKnownIsAnswered)

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <QString>
 
@@ -16,7 +18,7 @@ class DecodingMark
 {
 public:
     static constexpr int mostDeaths = 1; ///< that may have had other reasons
-    static QString standardFolder() { return QStringLiteral("/run/xp"); }
+    static QString standardFolder() { return QmxEnvironment::current().places->run; }
 
     explicit DecodingMark(const QString &folder = standardFolder()) : _folder(folder) {}
     ~DecodingMark() { end(); }

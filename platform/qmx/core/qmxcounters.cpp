@@ -50,9 +50,9 @@ struct flock wholeFile()
 }
 
 /// A living process publishes under this name.
-bool isTaken(const QByteArray &path)
+bool isTaken(const QString &name)
 {
-    const int fd = shm_open(path.constData(), O_RDONLY, 0);
+    const int fd = QmxSharedMemory::openName(name, O_RDONLY, 0);
     if (fd < 0) return false;
     struct flock query = wholeFile();
     const bool taken = fcntl(fd, F_OFD_GETLK, &query) == 0 && query.l_type != F_UNLCK;
@@ -93,14 +93,13 @@ bool QmxCounters::publish(const QString &name)
 {
     std::lock_guard lock(d->publishing);
     if (name == d->name) return true;
-    const QByteArray path = name.toLocal8Bit();
-    if (isTaken(path)) return false;
+    if (isTaken(name)) return false;
     constexpr mode_t everybodyReads = 0644;
     auto memory = QmxSharedMemory::make(name, tableSize, everybodyReads, QmxSharedMemory::Existing::Replace);
     if (!memory) return false;
     struct flock request = wholeFile();
     if (fcntl(memory->descriptor(), F_OFD_SETLK, &request) != 0) {
-        shm_unlink(path.constData());
+        QmxSharedMemory::removeName(name);
         return false;
     }
     uchar *const table = memory->data();

@@ -22,6 +22,25 @@ std::nullptr_t giveUp(int fd)
 
 } // namespace
 
+QString QmxSharedMemory::fileOf(const QString &name)
+{
+    const bool isPath = name.lastIndexOf('/') > 0;
+    return isPath ? name : QStringLiteral("/dev/shm") + (name.startsWith('/') ? name : '/' + name);
+}
+
+int QmxSharedMemory::openName(const QString &name, int flags, mode_t mode)
+{
+    const QByteArray plain = QFile::encodeName(name);
+    if (name.lastIndexOf('/') <= 0) return ::shm_open(plain.constData(), flags | O_CLOEXEC, mode);
+    return ::open(plain.constData(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, mode);
+}
+
+int QmxSharedMemory::removeName(const QString &name)
+{
+    const QByteArray plain = QFile::encodeName(name);
+    return name.lastIndexOf('/') <= 0 ? ::shm_unlink(plain.constData()) : ::unlink(plain.constData());
+}
+
 bool QmxSharedMemory::reserve(int fd, qsizetype from, qsizetype bytes)
 {
     errno = bytes > 0 ? ::posix_fallocate(fd, off_t(from), off_t(bytes)) : 0;
@@ -37,26 +56,25 @@ std::unique_ptr<QmxSharedMemory> QmxSharedMemory::map(int fd, qsizetype size, Ac
 }
 
 std::unique_ptr<QmxSharedMemory> QmxSharedMemory::make(const QString &name, qsizetype bytes, mode_t mode,
-                                                       Existing existing)
+                                                       Existing existing, qsizetype reserved)
 {
-    // shm_open(3) follows no link. A segment is never made smaller or larger: others may have it mapped.
-    const QByteArray path = QFile::encodeName(name);
+    // No link is followed. A segment is never made smaller or larger: others may have it mapped.
     struct stat info = {};
     if (existing == Existing::Keep) {
-        const int fd = ::shm_open(path.constData(), O_RDWR, 0);
+        const int fd = openName(name, O_RDWR, 0);
         if (fd >= 0 && ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size == bytes) {
             ::fchmod(fd, mode); // one that belongs to somebody else stays as it is
-            return reserve(fd, 0, bytes) ? map(fd, bytes, Access::Write) : giveUp(fd);
+            return reserve(fd, 0, reserved) ? map(fd, bytes, Access::Write) : giveUp(fd);
         }
         if (fd >= 0) ::close(fd);
     }
-    if (::shm_unlink(path.constData()) != 0 && errno != ENOENT) return nullptr;
-    const int fd = ::shm_open(path.constData(), O_RDWR | O_CREAT | O_EXCL, mode);
+    if (removeName(name) != 0 && errno != ENOENT) return nullptr;
+    const int fd = openName(name, O_RDWR | O_CREAT | O_EXCL, mode);
     if (fd < 0) return nullptr;
-    if (::fchmod(fd, mode) == 0 && ::ftruncate(fd, off_t(bytes)) == 0 && reserve(fd, 0, bytes))
+    if (::fchmod(fd, mode) == 0 && ::ftruncate(fd, off_t(bytes)) == 0 && reserve(fd, 0, reserved))
         return map(fd, bytes, Access::Write);
     const int reason = errno;
-    ::shm_unlink(path.constData());
+    removeName(name);
     errno = reason;
     return giveUp(fd);
 }
@@ -64,7 +82,7 @@ std::unique_ptr<QmxSharedMemory> QmxSharedMemory::make(const QString &name, qsiz
 std::unique_ptr<QmxSharedMemory> QmxSharedMemory::open(const QString &name, Access access, qsizetype least)
 {
     const int flags = access == Access::Write ? O_RDWR : O_RDONLY;
-    const int fd = ::shm_open(QFile::encodeName(name).constData(), flags, 0);
+    const int fd = openName(name, flags, 0);
     if (fd < 0) return nullptr;
     struct stat info = {};
     if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size < least || info.st_size <= 0)

@@ -8,7 +8,8 @@
 #include <sys/types.h>
 
 /// A named piece of memory that processes share (shm_overview(7)), mapped as long as the object lives; the
-/// name stays.
+/// name stays. A name with a folder in it ("/dev/shm/xp-channels/2/x") is that of a file in memory, as which
+/// the segments of another channel are seen from outside.
 ///
 /// What is made is really there: memory that the system promises and has not got (a full /dev/shm) would end
 /// the process by a signal when it is touched, so it is refused here, with errno, and whoever wanted it goes
@@ -24,12 +25,25 @@ public:
 
     /// Null and errno when it cannot be made. `mode` holds whatever the mask of the process is.
     static std::unique_ptr<QmxSharedMemory> make(const QString &name, qsizetype bytes, mode_t mode,
-                                                 Existing existing);
+                                                 Existing existing)
+    {
+        return make(name, bytes, mode, existing, bytes);
+    }
+    /// The same, and only the first `reserved` bytes are sure to be there: the rest is asked for when it is
+    /// needed.
+    static std::unique_ptr<QmxSharedMemory> make(const QString &name, qsizetype bytes, mode_t mode,
+                                                 Existing existing, qsizetype reserved);
     /// Null when there is none with at least so many bytes; all of it is mapped.
     static std::unique_ptr<QmxSharedMemory> open(const QString &name, Access access, qsizetype least);
     /// Makes sure that a part of an open segment is there; false and errno when the system has no memory for
     /// it.
     static bool reserve(int fd, qsizetype from, qsizetype bytes);
+
+    /// shm_open(3) and shm_unlink(3) for all names: a descriptor that no child gets, or -1 and errno.
+    static int openName(const QString &name, int flags, mode_t mode);
+    static int removeName(const QString &name);
+    /// The file that a name is.
+    static QString fileOf(const QString &name);
 
     ~QmxSharedMemory();
     QmxSharedMemory(const QmxSharedMemory &) = delete;

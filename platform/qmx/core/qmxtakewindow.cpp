@@ -2,6 +2,7 @@
 #include "platform/qmx/core/qmxtakewindow.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
 
 #include <array>
@@ -12,9 +13,8 @@
 #include <unistd.h>
 
 namespace {
-constexpr const char *name = "/xpd_window";
-constexpr quint32 magic = 0x57505831;
-constexpr mode_t mode = 0660; // whoever may operate the recorder, and nobody else
+constexpr quint32 magic = 0x57505832; // changes with the layout
+constexpr mode_t mode = 0660;         // whoever may operate the recorder, and nobody else
 constexpr qint64 lookEvery = QmxClock::nsPerSecond;
 constexpr int attempts = 100;
 
@@ -54,7 +54,7 @@ struct Half
 struct Table
 {
     std::atomic<quint32> magic;
-    Half<3> now;    ///< the recorder's
+    Half<5> now;    ///< the recorder's
     Half<2> window; ///< a companion's
 };
 
@@ -77,6 +77,7 @@ namespace QmxTakeWindow {
 
 struct Board::Private
 {
+    const QString name = QmxEnvironment::current().places->takeWindow;
     Table own{};
     Table *table = &own;
     int fd = -1; ///< stays open: the kernel lets go of its lock when the process ends
@@ -94,13 +95,13 @@ bool Board::publish()
 {
     if (d->table != &d->own) return true;
     struct flock lock = wholeFile();
-    if (const int old = shm_open(name, O_RDWR | O_CLOEXEC, 0); old >= 0) {
+    if (const int old = QmxSharedMemory::openName(d->name, O_RDWR, 0); old >= 0) {
         const bool taken = fcntl(old, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
         close(old);
         if (taken) return false;
-        shm_unlink(name); // whoever has the old one sees it stand still
+        QmxSharedMemory::removeName(d->name); // whoever has the old one sees it stand still
     }
-    const int fd = shm_open(name, O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, mode);
+    const int fd = QmxSharedMemory::openName(d->name, O_CREAT | O_EXCL | O_RDWR, mode);
     if (fd < 0) return false;
     lock = wholeFile();
     Table *table = nullptr;
@@ -110,7 +111,7 @@ bool Board::publish()
         table = map(fd);
     if (!table) {
         close(fd);
-        shm_unlink(name);
+        QmxSharedMemory::removeName(d->name);
         return false;
     }
     table->magic.store(magic, std::memory_order_release);
@@ -121,7 +122,7 @@ bool Board::publish()
 
 void Board::tell(const Now &now)
 {
-    d->table->now.write({now.index, now.frame, now.first});
+    d->table->now.write({now.index, now.frame, now.first, now.moment, now.period});
 }
 
 Window Board::window() const
@@ -157,7 +158,7 @@ bool Client::Private::open()
     const qint64 now = environment.clock->now();
     if (lookedAt != 0 && now - lookedAt < lookEvery) return table != nullptr;
     lookedAt = now;
-    const int fd = shm_open(name, O_RDWR | O_CLOEXEC, 0);
+    const int fd = QmxSharedMemory::openName(environment.places->takeWindow, O_RDWR, 0);
     struct stat info = {};
     const bool isThere = fd >= 0 && fstat(fd, &info) == 0 && info.st_size >= off_t(sizeof(Table));
     if (!isThere || info.st_ino != inode || !table) {
@@ -174,9 +175,9 @@ Client::~Client() = default;
 
 std::optional<Now> Client::now()
 {
-    std::array<qint64, 3> told{};
+    std::array<qint64, 5> told{};
     if (!d->open() || d->table->now.read(told) == 0) return std::nullopt;
-    return Now{told[0], told[1], told[2]};
+    return Now{told[0], told[1], told[2], told[3], told[4]};
 }
 
 bool Client::set(qint64 in, qint64 out)

@@ -9,7 +9,7 @@
 
 /// Where the video clock is, and which of its frames a take shall hold: how an edit becomes exact to the
 /// frame although the command to record comes a little earlier or later. A small table in shared memory
-/// ("/xpd_window") of which the recorder writes one half and a companion the other.
+/// (QmxPlaces::takeWindow) of which the recorder writes one half and a companion the other.
 ///
 /// Frames are counted by the index of the clock. The recorder counts a window as one for the take that begins
 /// around `in`; one that nothing came of is void by itself, see LumenEngine.
@@ -21,6 +21,10 @@ struct Now
     qint64 index = -1;
     qint64 frame = -1; ///< of playback, that is on the output with it; -1: none
     qint64 first = -1; ///< index of the first frame of the take that runs or was the last; -1: none yet
+    /// Ideal moment of that frame, by the monotonic clock that all programs of the machine share (ns): what
+    /// tells which index of one recorder is which of another.
+    qint64 moment = 0;
+    qint64 period = 0; ///< of a frame, ns, rounded down
 };
 
 struct Window

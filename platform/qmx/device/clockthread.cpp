@@ -40,7 +40,7 @@ void ClockThread::run(std::shared_ptr<void> starting)
     }
     const std::shared_ptr<void> sleeper = _clock->addSleeper();
     starting.reset();
-    TickSchedule schedule(_clock->now(), _engine.rhythm().rate);
+    TickSchedule schedule = TickSchedule::onGrid(_clock->now(), _engine.rhythm().rate);
     while (!_stop) {
         const LumenEngine::Rhythm rhythm = _engine.rhythm();
         schedule.setRate(rhythm.rate, rhythm.twoFields);

@@ -5,6 +5,25 @@
 
 TickSchedule::TickSchedule(qint64 start, const QmxVideoRate &rate) : _base(start), _rate(rate) {}
 
+TickSchedule TickSchedule::onGrid(qint64 now, const QmxVideoRate &rate)
+{
+    TickSchedule schedule(now, rate);
+    schedule._onGrid = true;
+    schedule.align(now);
+    return schedule;
+}
+
+/// The next tick is the first frame of the grid after `from`.
+void TickSchedule::align(qint64 from)
+{
+    constexpr qint64 second = 1'000'000'000;
+    if (!_rate.isValid()) return;
+    const qint64 cycle = _rate.den() * second; // num frames last exactly so long
+    _base = from / cycle * cycle;
+    // As in setRate(), the last tick counts as one that ended a frame.
+    _tick = _rate.framesIn(from - _base) * _fields + _fields - 1;
+}
+
 void TickSchedule::setRate(const QmxVideoRate &rate, bool twoFields)
 {
     const int fields = twoFields ? 2 : 1;
@@ -14,6 +33,7 @@ void TickSchedule::setRate(const QmxVideoRate &rate, bool twoFields)
     _rate = rate;
     _fields = fields;
     _secondField = false;
+    if (_onGrid) align(_base + _rate.nanoseconds(1, 2));
 }
 
 qint64 TickSchedule::deadlineAt(qint64 tick) const

@@ -19,7 +19,12 @@ public:
     /// Ticks start one period after `start`.
     TickSchedule(qint64 start, const QmxVideoRate &rate);
 
-    /// Another rate from the last tick on: the next one comes a new period after it, with a frame's start.
+    /// Ticks on the machine's grid: frame n begins n frames after the origin of the clock that tells `now`,
+    /// in every process alike. The first one is the next frame's start.
+    static TickSchedule onGrid(qint64 now, const QmxVideoRate &rate);
+
+    /// Another rate from the last tick on: the next one comes a new period after it (on the grid: at the
+    /// frame nearest to that), with a frame's start.
     void setRate(const QmxVideoRate &rate, bool twoFields);
     QmxVideoRate rate() const { return _rate; }
     qint64 nextDeadline() const;
@@ -30,10 +35,12 @@ public:
 private:
     qint64 deadlineAt(qint64 tick) const;
     void move(qint64 ticks);
+    void align(qint64 from);
 
     qint64 _base;     ///< deadline of tick 0
     qint64 _tick = 0; ///< ticks since _base; less than a cycle of num() frames
     QmxVideoRate _rate;
     int _fields = 1;
+    bool _onGrid = false;
     bool _secondField = false; ///< the last tick was a frame's first field and the second one is next
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxfullpicture.h"
 
+#include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/edges/sharedwords.h"
 
 #include <algorithm>
@@ -34,8 +35,7 @@ struct QmxFullPictureWriter::Layout
     static Layout *map(const QString &name, bool create, int *kept)
     {
         constexpr mode_t groupWrites = 0664;
-        const int fd =
-            shm_open(name.toLocal8Bit().constData(), create ? O_RDWR | O_CREAT : O_RDWR, groupWrites);
+        const int fd = QmxSharedMemory::openName(name, create ? O_RDWR | O_CREAT : O_RDWR, groupWrites);
         if (fd < 0) return nullptr;
         struct stat data = {};
         bool sized = fstat(fd, &data) == 0 && data.st_size >= off_t(sizeof(Layout));

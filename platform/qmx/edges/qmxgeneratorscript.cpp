@@ -144,6 +144,11 @@ const std::array keys = {
     Key{"mute", [](const QString &v, Reading &r) { return readSpans(v, &r.script.mutes); }},
     Key{"camera",
         [](const QString &v, Reading &r) { return readSwitches(v, "on", "off", &r.script.camera); }},
+    Key{"count",
+        [](const QString &v, Reading &r) {
+            r.script.countsMachine = v == QLatin1String("machine");
+            return r.script.countsMachine || v == QLatin1String("own");
+        }},
     Key{"clip",
         [](const QString &v, Reading &r) {
             r.script.clipName = v;

@@ -24,6 +24,8 @@
 /// - clip=NAME: clip name that the camera asks for
 /// - vfr=24: a variable-rate signal that carries 23.98, 24, 25, 29.97 or 30 frames
 /// - format=1280x720p50@500,...: another format from that frame on
+/// - count=machine: the strip counts frames of the machine's clock, the same in all recorders of it (else the
+///   generator's own)
 /// - reference=lost@50,ok@90: state of the reference (absent without this key)
 struct QmxGeneratorScript
 {
@@ -56,6 +58,7 @@ struct QmxGeneratorScript
     int effectiveRate = 0; ///< frames a second that a variable-rate signal carries; 0: none
     int variableRate = 0;  ///< class of QmxVideoState::vfrfps(); 0: the rate does not vary
     QString clipName;
+    bool countsMachine = false; ///< the number in the strip is that of the machine's frame
     QList<Switch> reference;
 
     /// `problem` gets a sentence when the text makes no sense; the script is then the default one.

@@ -81,7 +81,9 @@ QmxSourceFrame QmxGeneratorSource::take(const QmxTick &tick)
     QmxSourceFrame result;
     if (present) {
         result.state = _states[size_t(format)];
-        if (newFrame) _lastPicture = _pictures[size_t(format)].render(frame);
+        const QmxVideoRate ownRate = _script.formats[format].desc.frameRate();
+        const qint64 count = _script.countsMachine ? ownRate.framesIn(tick.deadline) : frame;
+        if (newFrame) _lastPicture = _pictures[size_t(format)].render(count);
         result.picture = _lastPicture;
         result.timecode = _script.timecode(frame, _script.formats[format].desc.frameRate());
         result.metadata = metadata(frame);

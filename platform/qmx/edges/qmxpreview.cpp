@@ -119,7 +119,7 @@ QmxPreviewWriter::QmxPreviewWriter(const QString &name) : d(std::make_unique<Pri
 QmxPreviewWriter::~QmxPreviewWriter()
 {
     if (!d->shared) return;
-    if (d->shared->pid == getpid()) shm_unlink(d->name.toLocal8Bit().constData());
+    if (d->shared->pid == getpid()) QmxSharedMemory::removeName(d->name);
 }
 
 bool QmxPreviewWriter::isOpen() const

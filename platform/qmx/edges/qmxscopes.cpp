@@ -157,7 +157,7 @@ QmxScopesWriter::QmxScopesWriter(const QString &name) : d(std::make_unique<Priva
 QmxScopesWriter::~QmxScopesWriter()
 {
     if (!d->shared) return;
-    if (d->shared->pid == getpid()) shm_unlink(d->name.toLocal8Bit().constData());
+    if (d->shared->pid == getpid()) QmxSharedMemory::removeName(d->name);
 }
 
 quint64 QmxScopesWriter::asked() const

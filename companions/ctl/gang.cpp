@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/ctl/gang.h"
+
+#include "platform/qmx/core/qmxchannel.h"
+#include "platform/qmx/core/qmxclock.h"
+#include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxtakewindow.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+
+namespace {
+/// From now to the first frame: the way of a command to the card, with room for a busy machine.
+constexpr qint64 startAhead = 600 * QmxClock::nsPerMillisecond;
+constexpr qint64 endAhead = 120 * QmxClock::nsPerMillisecond;
+constexpr qint64 ticksWithin = QmxClock::nsPerSecond;
+constexpr auto program = "/proc/self/exe";
+
+qint64 clockNow()
+{
+    return QmxEnvironment::current().clock->now();
+}
+
+/// The clocks of the channels, each through its own shared memory.
+class Clocks
+{
+public:
+    explicit Clocks(const QList<int> &channels)
+    {
+        const QmxEnvironment before = QmxEnvironment::current();
+        for (const int channel : channels) {
+            QmxEnvironment::setCurrent(QmxChannel::environmentOf(channel));
+            _clients.emplace(channel, std::make_unique<QmxTakeWindow::Client>());
+        }
+        QmxEnvironment::setCurrent(before);
+    }
+
+    std::optional<QmxTakeWindow::Now> now(int channel)
+    {
+        const auto told = _clients.at(channel)->now();
+        // (Nothing of one that stands still, or whose time runs faster: no moment there is one of ours.)
+        const bool isOurs = told && told->period > 0 && std::abs(told->moment - clockNow()) < ticksWithin;
+        return isOurs ? told : std::nullopt;
+    }
+    /// The first frame of a channel that does not begin before a moment.
+    static qint64 indexAt(const QmxTakeWindow::Now &now, qint64 moment)
+    {
+        return now.index + (moment - now.moment + now.period / 2) / now.period;
+    }
+    static qint64 momentOf(const QmxTakeWindow::Now &now, qint64 index)
+    {
+        return now.moment + (index - now.index) * now.period;
+    }
+    bool set(int channel, qint64 in, qint64 out) { return _clients.at(channel)->set(in, out); }
+
+private:
+    std::map<int, std::unique_ptr<QmxTakeWindow::Client>> _clients;
+};
+
+/// A frame of the slowest of them at or after a moment: on the grid a frame of all that have its rate.
+qint64 commonMoment(Clocks &clocks, const QList<int> &channels, qint64 from)
+{
+    qint64 moment = from;
+    qint64 longest = 0;
+    for (const int channel : channels) {
+        const auto now = clocks.now(channel);
+        if (!now || now->period <= longest) continue;
+        longest = now->period;
+        moment = Clocks::momentOf(*now, now->index + (from - now->moment) / now->period + 1);
+    }
+    return moment;
+}
+
+} // namespace
+
+/// One process a channel.
+class Gang::Asked
+{
+public:
+    Asked(const QList<int> &channels, QStringList words, bool json) : _channels(channels), _json(json)
+    {
+        if (json) words.prepend("--json");
+        for (const int channel : channels) {
+            auto process = std::make_unique<QProcess>();
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert("XP_CHANNEL", QString::number(channel));
+            process->setProcessEnvironment(environment);
+            process->setProcessChannelMode(QProcess::MergedChannels);
+            process->start(QString::fromLatin1(program), words);
+            _processes.push_back(std::move(process));
+        }
+    }
+
+    /// What each says first, when it goes on after that: those are ready.
+    QList<int> awaitReady()
+    {
+        QList<int> ready;
+        for (size_t i = 0; i < _processes.size(); ++i) {
+            QProcess &process = *_processes[i];
+            while (!process.canReadLine() && process.waitForReadyRead(-1)) {}
+            // (A refusal ends it; a line of its own says so first.)
+            const QByteArray line = process.peek(longestLine).split('\n').first();
+            const bool isReady =
+                process.state() == QProcess::Running && (line == "ready" || line.contains("\"ready\":true"));
+            if (!isReady) continue;
+            process.readLine();
+            ready.append(_channels[qsizetype(i)]);
+        }
+        return ready;
+    }
+    /// Lets those begin that wait for the word; the others end.
+    void begin(const QList<int> &channels)
+    {
+        for (size_t i = 0; i < _processes.size(); ++i) {
+            if (channels.contains(_channels[qsizetype(i)])) _processes[i]->write("go\n");
+            _processes[i]->closeWriteChannel();
+            _processes[i]->waitForBytesWritten(0);
+        }
+    }
+    QList<Part> answers()
+    {
+        QList<Part> parts;
+        for (size_t i = 0; i < _processes.size(); ++i) {
+            QProcess &process = *_processes[i];
+            process.closeWriteChannel();
+            process.waitForFinished(-1);
+            Part part;
+            part.channel = _channels[qsizetype(i)];
+            const bool hasEnded =
+                process.exitStatus() == QProcess::NormalExit && process.error() != QProcess::FailedToStart;
+            part.status = hasEnded ? process.exitCode() : int(ExitCode::Refused);
+            const QByteArray output = process.readAll().trimmed();
+            part.text = QString::fromUtf8(output);
+            if (_json)
+                part.result = QJsonDocument::fromJson(output.mid(output.lastIndexOf('\n') + 1)).object();
+            parts.append(part);
+        }
+        return parts;
+    }
+
+private:
+    static constexpr qint64 longestLine = 256;
+
+    const QList<int> _channels;
+    const bool _json;
+    std::vector<std::unique_ptr<QProcess>> _processes;
+};
+
+QList<Gang::Part> Gang::ask(const QList<int> &channels, const QStringList &words) const
+{
+    return Asked(channels, words, _report.isJson()).answers();
+}
+
+ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more) const
+{
+    QJsonArray list;
+    QString text;
+    int worst = 0;
+    for (const Part &part : parts) {
+        QJsonObject object{{"channel", part.channel}, {"status", part.status}};
+        object[isDone(part) ? "result" : "refused"] = part.result;
+        if (part.hasOffset) object["first_frame_offset"] = part.offset;
+        list.append(object);
+        worst = std::max(worst, part.status);
+        for (const QString &line : part.text.split('\n'))
+            text += QStringLiteral("%1: %2\n").arg(part.channel, 2).arg(line);
+        if (part.hasOffset && part.offset != 0)
+            text += QStringLiteral("%1: its first frame is %2 frames off\n")
+                        .arg(part.channel, 2)
+                        .arg(part.offset);
+    }
+    QJsonObject object = more;
+    object["channels"] = list;
+    _report.result(text.trimmed(), object);
+    return ExitCode(worst);
+}
+
+ExitCode Gang::record(const Arguments &arguments)
+{
+    Asked asked(_channels, QStringList(_words) << "--on-word", _report.isJson());
+    const QList<int> able = asked.awaitReady();
+    if (able.isEmpty() || (able.size() < _channels.size() && !_bestEffort)) {
+        asked.begin({});
+        QList<Part> parts = asked.answers();
+        parts.removeIf([&](const Part &part) { return able.contains(part.channel); });
+        tell(parts);
+        return _report.error(ExitCode::Refused, "no take was begun, since not all channels can",
+                             "--best-effort records on those that can");
+    }
+    Clocks clocks(able);
+    const qint64 moment = commonMoment(clocks, able, clockNow() + startAhead);
+    std::map<int, qint64> first;
+    for (const int channel : able) {
+        const auto now = clocks.now(channel);
+        if (!now) continue; // (an older daemon: it begins as soon as it can)
+        const qint64 in = Clocks::indexAt(*now, moment);
+        const qint64 frames =
+            qRound64(arguments.seconds * double(QmxClock::nsPerSecond) / double(now->period));
+        if (clocks.set(channel, in, frames > 0 ? in + frames : 0)) first[channel] = in;
+    }
+    asked.begin(able);
+    QList<Part> parts = asked.answers();
+    bool isGood = true;
+    for (Part &part : parts) {
+        isGood = isGood && (isDone(part) || !able.contains(part.channel));
+        const auto now =
+            isDone(part) && first.contains(part.channel) ? clocks.now(part.channel) : std::nullopt;
+        if (!now) continue;
+        part.hasOffset = now->first >= 0;
+        part.offset = now->first - first[part.channel];
+    }
+    if (!isGood && !_bestEffort) {
+        QList<int> begun;
+        for (const Part &part : parts)
+            if (isDone(part)) begun.append(part.channel);
+        if (!begun.isEmpty()) ask(begun, {"stop"});
+        tell(parts);
+        return _report.error(ExitCode::Refused,
+                             "one channel has not begun: the takes of the others were ended");
+    }
+    const qint64 sinceNow = moment - clockNow();
+    return tell(parts, {{"start_time", (QmxEnvironment::current().clock->wallTime() + sinceNow) /
+                                           QmxClock::nsPerMillisecond}});
+}
+
+ExitCode Gang::stop()
+{
+    // The command follows the last frame at once: a take that gets no more frames for long is one that has
+    // lost its input.
+    Asked asked(_channels, QStringList(_words) << "--on-word", _report.isJson());
+    const QList<int> able = asked.awaitReady();
+    Clocks clocks(able);
+    const qint64 moment = commonMoment(clocks, able, clockNow() + endAhead);
+    for (const int channel : able)
+        if (const auto now = clocks.now(channel); now && now->first >= 0)
+            clocks.set(channel, now->first, Clocks::indexAt(*now, moment));
+    QmxEnvironment::current().clock->sleepUntil(moment);
+    asked.begin(able);
+    return tell(asked.answers());
+}
+
+ExitCode Gang::run(const CommandRow &row, const Arguments &arguments)
+{
+    if (row.runAlone || (row.run == ctlWatch && !arguments.once))
+        return _report.error(ExitCode::Usage,
+                             QStringLiteral("%1 is for one channel at a time").arg(QLatin1String(row.name)),
+                             "name it with --channel N");
+    Recorder::catchInterrupt(); // for those who are asked; their answers are waited for
+    const QString name = QString::fromLatin1(row.name);
+    if (row.verb && name == QLatin1String("record")) return record(arguments);
+    if (row.verb && name == QLatin1String("stop") && arguments.wait) return stop();
+    return tell(ask(_channels, _words));
+}

@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "companions/panel/tunnel.h"
+
+#include "companions/panel/fleetkey.h"
+#include "companions/panel/server.h"
+
+#include <boost/asio/connect.hpp>
+#include <boost/asio/read_until.hpp>
+#include <boost/asio/write.hpp>
+
+#include <array>
+
+namespace beast = boost::beast;
+namespace http = beast::http;
+namespace asio = boost::asio;
+using asio::ip::tcp;
+
+namespace {
+constexpr std::chrono::seconds connectWithin{2};
+constexpr std::chrono::seconds answerWithin{15};
+constexpr std::chrono::seconds idleFor{120};
+constexpr size_t mostHead = 64 * 1024;
+
+/// One way of the tunnel.
+struct Way
+{
+    std::array<char, 64 * 1024> bytes{};
+};
+} // namespace
+
+template <typename Stream>
+class Tunnel : public std::enable_shared_from_this<Tunnel<Stream>>
+{
+public:
+    Tunnel(std::shared_ptr<ConnectionContext> context, std::shared_ptr<ConnectionCount> count, Stream stream,
+           http::request<http::string_body> request, PassedOn to)
+        : _context(std::move(context)),
+          _count(std::move(count)),
+          _client(std::move(stream)),
+          _peer(_client.get_executor()),
+          _resolver(_client.get_executor()),
+          _request(std::move(request)),
+          _to(std::move(to))
+    {}
+
+    void start()
+    {
+        beast::get_lowest_layer(_client).expires_never();
+        boost::system::error_code error;
+        const auto address = asio::ip::make_address(_to.host.toStdString(), error);
+        _peer.expires_after(connectWithin);
+        if (!error) return connect(tcp::endpoint(address, _to.port));
+        _resolver.async_resolve(_to.host.toStdString(), std::to_string(_to.port),
+                                [self = this->shared_from_this()](boost::system::error_code failed,
+                                                                  const tcp::resolver::results_type &found) {
+                                    if (failed || found.empty())
+                                        return self->fail("its address is not known");
+                                    self->connect(found.begin()->endpoint());
+                                });
+    }
+
+private:
+    void connect(const tcp::endpoint &at)
+    {
+        _peer.async_connect(at, [self = this->shared_from_this()](boost::system::error_code error) {
+            if (error) return self->fail("nobody answers there");
+            self->ask();
+        });
+    }
+
+    /// The request as the other panel gets it: without what was meant for this one.
+    void ask()
+    {
+        for (const char *field :
+             {"Authorization", "Origin", "Sec-Fetch-Site", "Sec-Fetch-Mode", "Sec-Fetch-Dest", "Host",
+              "Cookie", FleetKey::callerHeader, FleetKey::roleHeader})
+            _request.erase(field);
+        const bool isNamed =
+            std::string(_request[http::field::sec_websocket_protocol]).find("xp") != std::string::npos;
+        _request.erase(http::field::sec_websocket_protocol);
+        if (isNamed) _request.set(http::field::sec_websocket_protocol, "xp");
+        _request.target(std::string(_to.target.constData(), size_t(_to.target.size())));
+        _request.set(http::field::host, _to.host.toStdString() + ":" + std::to_string(_to.port));
+        _request.set(http::field::authorization, _to.authorization.toStdString());
+        _request.set(FleetKey::callerHeader, _to.caller.toStdString());
+        _request.set(FleetKey::roleHeader, _to.role.toStdString());
+        if (_request.find(http::field::upgrade) == _request.end()) _request.keep_alive(false);
+        _peer.expires_after(answerWithin);
+        http::async_write(_peer, _request,
+                          [self = this->shared_from_this()](boost::system::error_code error, size_t) {
+                              if (error) return self->fail("it does not take the request");
+                              self->readHead();
+                          });
+    }
+
+    void readHead()
+    {
+        asio::async_read_until(
+            _peer, asio::dynamic_buffer(_head, mostHead), "\r\n\r\n",
+            [self = this->shared_from_this()](boost::system::error_code error, size_t size) {
+                if (error) return self->fail("it does not answer");
+                self->headRead(size);
+            });
+    }
+
+    void headRead(size_t size)
+    {
+        const QByteArray head = QByteArray::fromStdString(_head.substr(0, size)).toLower();
+        const QByteArray name = QByteArray("\r\n") + FleetKey::proofHeader + ": ";
+        const qsizetype at = head.indexOf(name);
+        const QByteArray proof =
+            at < 0 ? QByteArray() : head.mid(at + name.size()).split('\r').first().trimmed();
+        if (!_to.proof.isEmpty() && !isSame(proof, _to.proof))
+            return fail("it has not got the key of this fleet, or its clock is a minute off", "not_proven");
+        if (at >= 0) _head.erase(size_t(at), size_t(name.size() + proof.size()));
+        _isOpen = true;
+        _peer.expires_never();
+        asio::async_write(_client, asio::buffer(_head),
+                          [self = this->shared_from_this()](boost::system::error_code error, size_t) {
+                              if (error) return self->close();
+                              self->relay(self->_peer, self->_client, self->_back);
+                              self->relay(self->_client, self->_peer, self->_there);
+                          });
+    }
+
+    template <typename From, typename To>
+    void relay(From &from, To &to, Way &way)
+    {
+        beast::get_lowest_layer(from).expires_after(idleFor);
+        from.async_read_some(asio::buffer(way.bytes), [self = this->shared_from_this(), &from, &to,
+                                                       &way](boost::system::error_code error, size_t size) {
+            if (error) return self->close();
+            asio::async_write(to, asio::buffer(way.bytes.data(), size),
+                              [self, &from, &to, &way](boost::system::error_code failed, size_t) {
+                                  if (failed) return self->close();
+                                  self->relay(from, to, way);
+                              });
+        });
+    }
+
+    void fail(const char *why, const char *code = "silent")
+    {
+        if (_isOpen) return close();
+        _isOpen = true; // (what comes of the other side after this is nothing new)
+        const HttpReply reply = problemReply(502, code,
+                                             QStringLiteral("%1 (%2, port %3): %4")
+                                                 .arg(_to.name, _to.host)
+                                                 .arg(_to.port)
+                                                 .arg(QString::fromLatin1(why)),
+                                             "look whether its panel runs: systemctl status xppanel");
+        _reply = "HTTP/1.1 502 Bad Gateway\r\nContent-Type: " + reply.type.toStdString() +
+                 "\r\nCache-Control: no-store\r\nConnection: close\r\nContent-Length: " +
+                 std::to_string(reply.body.size()) + "\r\n\r\n" + reply.body.toStdString();
+        beast::get_lowest_layer(_client).expires_after(answerWithin);
+        asio::async_write(
+            _client, asio::buffer(_reply),
+            [self = this->shared_from_this()](boost::system::error_code, size_t) { self->close(); });
+    }
+
+    void close()
+    {
+        boost::system::error_code ignored;
+        auto &client = beast::get_lowest_layer(_client).socket();
+        client.shutdown(tcp::socket::shutdown_send, ignored);
+        client.close(ignored);
+        _peer.socket().close(ignored);
+    }
+
+    std::shared_ptr<ConnectionContext> _context;
+    std::shared_ptr<ConnectionCount> _count;
+    Stream _client;
+    beast::tcp_stream _peer;
+    tcp::resolver _resolver;
+    http::request<http::string_body> _request;
+    const PassedOn _to;
+    std::string _head;
+    std::string _reply;
+    bool _isOpen = false; ///< something has been sent to the client
+    Way _there, _back;
+};
+
+template <typename Stream>
+void startTunnel(std::shared_ptr<ConnectionContext> context, std::shared_ptr<ConnectionCount> count,
+                 Stream stream, http::request<http::string_body> request, const PassedOn &to)
+{
+    std::make_shared<Tunnel<Stream>>(std::move(context), std::move(count), std::move(stream),
+                                     std::move(request), to)
+        ->start();
+}
+
+template void startTunnel(std::shared_ptr<ConnectionContext>, std::shared_ptr<ConnectionCount>,
+                          beast::tcp_stream, http::request<http::string_body>, const PassedOn &);
+template void startTunnel(std::shared_ptr<ConnectionContext>, std::shared_ptr<ConnectionCount>,
+                          beast::ssl_stream<beast::tcp_stream>, http::request<http::string_body>,
+                          const PassedOn &);

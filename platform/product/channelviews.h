@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// The folders that a further channel of this machine sees in place of the machine's own: made, and its share
+/// of every medium bound into them. All of it needs root, and the file systems of the machine itself, not
+/// those of a service. What cannot be done is a sentence each.
+///
+/// A channel has the folder "channel-N" on every medium; a replay channel instead sees the folder of another
+/// one, and cannot change it.
+namespace ChannelViews {
+
+/// File below the settings of a channel with the number of the one whose clips it plays.
+QString replayFile(int channel);
+/// Whose clips a replay channel plays; 0: it records its own.
+int playsOf(int channel);
+
+/// Makes the folders of a channel that are missing, for the account and group of `like` (a path).
+QStringList makeFolders(int channel, const QString &like);
+/// Brings what is bound in line with what is mounted below /media now.
+QStringList bindMedia(int channel);
+/// Lets go of all media of a channel.
+void release(int channel);
+
+/// Calls bindMedia() for all channels now and with each change of the mount table; ends with the process.
+[[noreturn]] void follow(void (*tell)(const QStringList &problems));
+
+} // namespace ChannelViews

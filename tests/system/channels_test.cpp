@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Several recorders on one machine.
+#include "tests/support/print.h"
+#include "tests/system/sandbox.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+constexpr auto smallPicture = "[inputs]\n601=generator:?rate=25&size=720x576&scan=i&count=machine\n";
+} // namespace
+
+TEST(Channels, aTakeOfAllHoldsTheSameFramesAndOneThatDiesTakesNothingFromTheOthers)
+{
+    Sandbox sandbox({"--channels", "3"});
+    sandbox.setProfile(smallPicture);
+    const ProgramResult result = sandbox.run(R"sh(
+        await 'xpctl --all ready >/dev/null'
+        say together; xpctl --all --json record --for 2
+        for channel in 1 2 3; do
+            clip=$(xpctl --channel $channel get current_clip)
+            [ $channel = 1 ] && folder=/media/A || folder=/media/A/channel-$channel
+            cp $folder/$clip $OUT/$channel.mov
+        done
+        say lists; xpctl --channel 2 --json clips; xpctl --json clips
+        say dies; xpctl --all record
+        kill -KILL $(cat /run/xp/channels/3/xpd.pid)
+        await '[ $(XP_CHANNEL=2 recorded) -ge 50 ]'
+        xpctl --channels 1,2 --json stop
+        say dropped
+        for channel in 1 2; do xpctl --channel $channel metrics | grep '^xp_frames_dropped_capture_total'; done
+        say refuses; xpctl --all record || echo refused
+        xpctl status | head -1
+        for bad in 0 65 9 x; do ! xpctl --channel $bad status 2>&1 || exit 1; done
+        ! xpctl channel remove 2 2>&1 || exit 1
+        xpctl channel remove 3 2>&1 || true
+        cp $(ls /media/A/channel-3/*.mov | tail -1) $OUT/killed.mov
+    )sh");
+    EXPECT_EQ(said(result.out, "together").count("\"first_frame_offset\":0"), 3) << result.out.toStdString();
+    const auto first = stripsOf(sandbox.out("1.mov"));
+    ASSERT_EQ(first.size(), 50);
+    EXPECT_EQ(brokenAt(first), QString());
+    for (const QString &other : {QStringLiteral("2.mov"), QStringLiteral("3.mov")})
+        EXPECT_EQ(stripsOf(sandbox.out(other)), first) << "not the same frames: " << other.toStdString();
+    EXPECT_EQ(said(result.out, "lists").count("take_001.mov"), 2) << "each has its own";
+    EXPECT_EQ(said(result.out, "dies").count("\"status\":0"), 2);
+    EXPECT_EQ(said(result.out, "dropped").count("_total 0"), 2) << result.out.toStdString();
+    EXPECT_TRUE(said(result.out, "refuses").contains("refused"));
+    EXPECT_TRUE(said(result.out, "refuses").contains("stopped")) << "one that could has begun a take";
+    const auto killed = stripsOf(sandbox.out("killed.mov"));
+    EXPECT_GE(killed.size(), 1);
+    EXPECT_EQ(brokenAt(killed), QString());
+}
+
+TEST(Channels, onePanelPassesOnToThoseOfTheOthersAndTrustsNoneWithoutTheKey)
+{
+    Sandbox sandbox({"--channels", "2", "--panel"});
+    sandbox.setProfile(smallPicture);
+    const ProgramResult result = sandbox.run(R"sh(
+        token() { cat "$1/panel.token"; }
+        get() { curl -sS -m 20 "$XP_PANEL"api/v1/"$@"; echo; }
+        other=$(cat /run/xp/channels/2/panel.address); other=${other#http://}; other=${other%/}
+        await 'xpctl --channel 2 ready >/dev/null'
+        say looks; get channels/2/state; get channels/7/state
+        say nobody; get channels/2/transport/record -X POST
+        say records; get channels/2/transport/record -X POST -H "Authorization: Bearer $(token /run/xp)"
+        xpctl --json status; xpctl --channel 2 --json stop
+        say events; curl -sS -m 3 -N "$XP_PANEL"api/v1/channels/2/events | head -c 300 || true; echo
+        say clip; get channels/2/clips/take_001.mov/file -o $OUT/passed.mov; cp /media/A/channel-2/take_001.mov $OUT/own.mov
+        # Machines: the other panel with the key, a web server that has none, a port that says nothing.
+        head -c 32 /dev/urandom | od -An -tx1 | tr -d ' \n' >/etc/xp/fleet.key; chmod 640 /etc/xp/fleet.key
+        mkdir /run/xp/liar; echo '{"version": "1"}' >/run/xp/liar/index.html
+        python3 -m http.server -d /run/xp/liar -b 127.0.0.1 18123 >/dev/null 2>&1 & liar=$!
+        socat TCP-LISTEN:18124,bind=127.0.0.1,fork EXEC:'sleep 60' & mute=$!
+        printf 'good %s\nliar 127.0.0.1:18123\nmute 127.0.0.1:18124\nnowhere 127.0.0.1:18125\nbroken\n' "$other" >/etc/xp/fleet
+        kill -TERM $(pgrep -x xppanel); await '! pgrep -x xppanel >/dev/null'
+        XP_CHANNEL=2 xppanel --listen $other 2>/dev/null & two=$!
+        xppanel --listen 127.0.0.1:18122 2>/dev/null & one=$!
+        XP_PANEL=http://127.0.0.1:18122/
+        await 'get fleet 2>/dev/null | grep -q ready'
+        say fleet; get fleet
+        say machine; get machines/good/state; get machines/liar/state; get machines/mute/state; get machines/nowhere/state
+        say replay
+        curl -sS "http://$other/api/v1/state" -H 'Authorization: Fleet 1 x y' -H 'X-Xp-Role: engineer' -H 'X-Xp-Caller: me'; echo
+        kill -TERM $one $two $liar $mute; wait || true
+    )sh");
+    const QByteArray looks = said(result.out, "looks");
+    EXPECT_TRUE(looks.contains("\"tick\"") || looks.contains("\"timecode\"")) << looks.toStdString();
+    EXPECT_TRUE(looks.contains("there is no channel 7"));
+    EXPECT_TRUE(said(result.out, "nobody").contains("\"status\":40"))
+        << said(result.out, "nobody").toStdString();
+    const QByteArray records = said(result.out, "records");
+    EXPECT_TRUE(records.contains("\"answer\":\"done\"") && records.contains("take_001.mov"))
+        << records.toStdString();
+    EXPECT_TRUE(said(result.out, "events").contains("event: ")) << said(result.out, "events").toStdString();
+    EXPECT_EQ(readAll(sandbox.out("passed.mov")), readAll(sandbox.out("own.mov")));
+    const QByteArray fleet = said(result.out, "fleet");
+    for (const char *state : {"\"state\":\"ready\"", "\"state\":\"not_proven\"", "\"state\":\"silent\""})
+        EXPECT_TRUE(fleet.contains(state)) << state << " in " << fleet.toStdString();
+    const QByteArray machine = said(result.out, "machine");
+    EXPECT_TRUE(machine.contains("\"timecode\"")) << machine.toStdString();
+    EXPECT_EQ(machine.count("\"code\":\"not_proven\""), 1) << machine.toStdString();
+    EXPECT_EQ(machine.count("\"code\":\"silent\""), 2) << machine.toStdString();
+    EXPECT_TRUE(said(result.out, "replay").contains("wrong_token"));
+}

@@ -87,6 +87,7 @@ void getClips(Panel &, const HttpCall &, Respond);
 void getClip(Panel &, const HttpCall &, Respond);
 void getClipFile(Panel &, const HttpCall &, Respond);
 void getThumbnail(Panel &, const HttpCall &, Respond);
+void getClipStill(Panel &, const HttpCall &, Respond);
 void postClipVerb(Panel &, const HttpCall &, Respond);
 // Accounts and what describes the rest (routes_access.cpp, openapi.cpp)
 void postLogin(Panel &, const HttpCall &, Respond);

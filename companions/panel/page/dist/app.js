@@ -432,7 +432,7 @@ var Sr=Object.defineProperty;var Pr=Object.getOwnPropertyDescriptor;var l=(s,r,e
       .tabs .up { color: var(--amber); }
       .body { padding: 0.75rem; min-height: 0; overflow: hidden; }
       .close { display: none; }
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         :host { border-radius: 0; }
         .whole { grid-template-rows: auto auto minmax(0, 1fr); }
         .tabs { grid-auto-flow: row; grid-template-columns: repeat(4, 1fr); }
@@ -463,7 +463,7 @@ var Sr=Object.defineProperty;var Pr=Object.getOwnPropertyDescriptor;var l=(s,r,e
       .warn .figure, .warn .label { color: var(--amber); }
       xp-chart { flex: 1 1 8rem; min-width: 6.5rem; border-right: 1px solid var(--line); }
       @media (max-width: 1100px) { .optional { display: none; } }
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         .strip { display: grid; grid-template-columns: 1fr 1fr; height: auto; }
         .cell, .cell:last-child { border: 0; margin: 0; overflow: hidden; }
         xp-chart { border: 0; height: 3rem; }
@@ -539,7 +539,7 @@ var Sr=Object.defineProperty;var Pr=Object.getOwnPropertyDescriptor;var l=(s,r,e
       :host([big]) .clip { font-size: 1.6vw; }
       :host([big]) .fields .figure { font-size: 1.6vw; }
       :host([big]) .label, :host([big]) .format { font-size: 1.1vw; }
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         :host { padding: 0.5rem 0.6rem; }
         .word { font-size: 1.5rem; }
         .fields .figure { font-size: 0.9375rem; }
@@ -571,7 +571,7 @@ var Sr=Object.defineProperty;var Pr=Object.getOwnPropertyDescriptor;var l=(s,r,e
     </div><span class="length figure">${e?"":F(this.frames,r?.rate??25)}</span>`}};We.styles=[w,u`
       :host { height: 1.5rem; display: grid; grid-template-columns: 6.5rem minmax(0, 1fr) 5.5rem; gap: 0.5rem; align-items: center; font-size: 0.75rem; color: var(--dim); }
       .length { text-align: right; }
-      @media (max-width: 759px) { :host { height: auto; grid-template-columns: 1fr auto; } .bar { grid-area: 1 / 1 / 2 / 3; height: 1.75rem !important; } }
+      @media (max-width: 1099px) { :host { height: auto; grid-template-columns: 1fr auto; } .bar { grid-area: 1 / 1 / 2 / 3; height: 1.75rem !important; } }
       .bar { position: relative; height: 100%; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); overflow: hidden; cursor: pointer; touch-action: none; }
       .bar[aria-disabled="true"] { cursor: default; }
       .done { position: absolute; inset: 0; background: var(--lifted); transform-origin: left; }
@@ -627,7 +627,7 @@ var Sr=Object.defineProperty;var Pr=Object.getOwnPropertyDescriptor;var l=(s,r,e
       form { display: grid; grid-template-columns: 9.5rem auto; gap: 0.25rem; align-items: stretch; }
       form input { font-size: 1.125rem; font-weight: 700; text-align: center; padding: 0 0.25rem; min-height: 2.75rem; }
       form button { padding: 0 0.7rem; }
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         :host { grid-template-columns: minmax(0, 1fr); grid-template-rows: none; }
         .keys { grid-template-columns: repeat(10, 1fr); }
         .keys xp-key { min-height: 3.25rem; grid-column: span 2; }
@@ -650,7 +650,7 @@ var Sr=Object.defineProperty;var Pr=Object.getOwnPropertyDescriptor;var l=(s,r,e
           ${this.banner(i)} ${e.me.role==="nobody"?a`<div class="login"><xp-login .deck=${e}></xp-login></div>`:h}
         </div>
         <div class="sound">
-        <xp-meter ?stale=${e.frozen>0||i} ?flat=${matchMedia("(max-width: 759px)").matches}></xp-meter>
+        <xp-meter ?stale=${e.frozen>0||i} ?flat=${matchMedia("(max-width: 1099px)").matches}></xp-meter>
         <div class="loudness" title="Loudness in LUFS: of the last 400 ms, of the last three seconds"><span class="label">LUFS</span><span id="momentary" class="figure">-</span><span id="short" class="figure">-</span></div>
         </div>
       </div>
@@ -691,11 +691,11 @@ var Sr=Object.defineProperty;var Pr=Object.getOwnPropertyDescriptor;var l=(s,r,e
       :host([kiosk]) xp-transport, :host([kiosk]) xp-column { display: none; }
       :host([kiosk]) xp-timecode { font-size: 10vw; }
 
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         :host { height: auto; min-height: 100dvh; overflow: visible; grid-template-columns: minmax(0, 1fr); grid-template-rows: none; grid-template-areas: "state" "time" "view" "keys" "more" "column" "health"; padding: 0.375rem; gap: 0.375rem; align-content: start; }
         xp-timecode { font-size: min(16.4vw, 7rem); }
         .view { grid-template-columns: minmax(0, 1fr); container-type: normal; }
-        .frame { width: auto; height: auto; max-height: none; aspect-ratio: 16 / 9; }
+        .frame { width: min(100%, 56vh * 16 / 9); height: auto; max-height: none; aspect-ratio: 16 / 9; justify-self: center; }
         xp-meter { height: 5rem; }
         .more { grid-area: more; display: grid; grid-template-columns: 1fr 1fr; gap: 0.25rem; }
         .more button { min-height: 3rem; }
@@ -703,6 +703,11 @@ var Sr=Object.defineProperty;var Pr=Object.getOwnPropertyDescriptor;var l=(s,r,e
         xp-column { display: none; }
         xp-column.open { display: block; position: fixed; inset: 0; z-index: 3; }
         :host([kiosk]) { grid-template-columns: minmax(0, 1fr); grid-template-areas: "state" "time" "view" "health"; }
+      }
+      @media (min-width: 760px) and (max-width: 1099px) {
+        :host(:not([kiosk])) { grid-template-columns: minmax(0, 1fr) 19.5rem; grid-template-areas: "time state" "view view" "keys keys" "more more" "column column" "health health"; }
+        :host(:not([kiosk])) xp-timecode { font-size: calc((100vw - 21rem) * 0.158); }
+        .frame { width: min(100%, 44vh * 16 / 9); }
       }
       @media (max-width: 359px) { .time { overflow-x: auto; } }
     `],l([f()],O.prototype,"kiosk",2),l([f()],O.prototype,"delay",2),l([f()],O.prototype,"open",2),l([f()],O.prototype,"more",2),l([M("xp-timecode")],O.prototype,"timecode",2),l([M("xp-meter")],O.prototype,"meter",2),l([M("xp-picture")],O.prototype,"picture",2),l([M("xp-column")],O.prototype,"column",2),l([M("xp-help")],O.prototype,"help",2),l([M("xp-transport")],O.prototype,"transport",2),O=l([b("xp-panel")],O);var wr={ATTRIBUTE:1,CHILD:2,PROPERTY:3,BOOLEAN_ATTRIBUTE:4,EVENT:5,ELEMENT:6},yr=s=>(...r)=>({_$litDirective$:s,values:r}),pt=class{constructor(r){}get _$AU(){return this._$AM._$AU}_$AT(r,e,t){this._$Ct=r,this._$AM=e,this._$Ci=t}_$AS(r,e){return this.update(r,e)}update(r,e){return this.render(...e)}};var{I:Ti}=Gt,$r=s=>s;var kr=()=>document.createComment(""),Pe=(s,r,e)=>{let t=s._$AA.parentNode,i=r===void 0?s._$AB:r._$AA;if(e===void 0){let o=t.insertBefore(kr(),i),n=t.insertBefore(kr(),i);e=new Ti(o,n,s,s.options)}else{let o=e._$AB.nextSibling,n=e._$AM,d=n!==s;if(d){let c;e._$AQ?.(s),e._$AM=s,e._$AP!==void 0&&(c=s._$AU)!==n._$AU&&e._$AP(c)}if(o!==i||d){let c=e._$AA;for(;c!==o;){let m=$r(c).nextSibling;$r(t).insertBefore(c,i),c=m}}}return e},le=(s,r,e=s)=>(s._$AI(r,e),s),Ri={},xr=(s,r=Ri)=>s._$AH=r,Er=s=>s._$AH,mt=s=>{s._$AR(),s._$AA.remove()};var _r=(s,r,e)=>{let t=new Map;for(let i=r;i<=e;i++)t.set(s[i],i);return t},Ar=yr(class extends pt{constructor(s){if(super(s),s.type!==wr.CHILD)throw Error("repeat() can only be used in text expressions")}dt(s,r,e){let t;e===void 0?e=r:r!==void 0&&(t=r);let i=[],o=[],n=0;for(let d of s)i[n]=t?t(d,n):n,o[n]=e(d,n),n++;return{values:o,keys:i}}render(s,r,e){return this.dt(s,r,e).values}update(s,[r,e,t]){let i=Er(s),{values:o,keys:n}=this.dt(r,e,t);if(!Array.isArray(i))return this.ut=n,o;let d=this.ut??=[],c=[],m,v,p=0,y=i.length-1,x=0,S=o.length-1;for(;p<=y&&x<=S;)if(i[p]===null)p++;else if(i[y]===null)y--;else if(d[p]===n[x])c[x]=le(i[p],o[x]),p++,x++;else if(d[y]===n[S])c[S]=le(i[y],o[S]),y--,S--;else if(d[p]===n[S])c[S]=le(i[p],o[S]),Pe(s,c[S+1],i[p]),p++,S--;else if(d[y]===n[x])c[x]=le(i[y],o[x]),Pe(s,i[p],i[y]),y--,x++;else if(m===void 0&&(m=_r(n,x,S),v=_r(d,p,y)),m.has(d[p]))if(m.has(d[y])){let $=v.get(n[x]),_=$!==void 0?i[$]:null;if(_===null){let z=Pe(s,i[p]);le(z,o[x]),c[x]=z}else c[x]=le(_,o[x]),Pe(s,i[p],_),i[$]=null;x++}else mt(i[y]),y--;else mt(i[p]),p++;for(;x<=S;){let $=Pe(s,c[S+1]);le($,o[x]),c[x++]=$}for(;p<=y;){let $=i[p++];$!==null&&mt($)}return this.ut=n,xr(s,c),Z}});var J=class extends A{constructor(){super(...arguments);this.at="";this.name="";this.told="";this.deck=null}get within(){return this.at&&`${this.at}/`}connectedCallback(){super.connectedCallback(),this.deck=new ke(this.within),this.deck.subscribe(()=>this.requestUpdate()),this.deck.onlink=()=>this.picture.link.renew(),this.deck.start()}disconnectedCallback(){super.disconnectedCallback(),this.deck?.stop()}firstUpdated(){this.picture.link.at=this.within,this.picture.link.start(),this.picture.addEventListener("xp-frame",e=>{this.deck?.pictureSeen(),this.timecode.value=e.frame.timecode})}get link(){let e=[Ge,this.at].filter(Boolean).join("/");return`${location.pathname}${e?`?at=${encodeURI(e)}`:""}#/clips`}banner(e,t){return e.stale?`${this.told||`No link for ${(e.frozen/1e3).toFixed(0)} s.`} Nothing here is live.`:t?"The recorder is not running.":e.frozen?`No pictures for ${(e.frozen/1e3).toFixed(0)} s.`:e.notice?`${e.notice.title}. ${e.notice.text}`:""}render(){let e=this.deck;if(!e)return h;let{state:t}=e,i=R(t)&&!e.stale,o=t?.running===!1,n=e.stale||!t?.running;this.toggleAttribute("recording",i);let d=this.banner(e,o),c=t?o?"Not running":P((e.stale?"was ":"")+t.status):"Connecting";return a`

@@ -38,7 +38,7 @@ export class XpColumn extends Part {
       .tabs .up { color: var(--amber); }
       .body { padding: 0.75rem; min-height: 0; overflow: hidden; }
       .close { display: none; }
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         :host { border-radius: 0; }
         .whole { grid-template-rows: auto auto minmax(0, 1fr); }
         .tabs { grid-auto-flow: row; grid-template-columns: repeat(4, 1fr); }

@@ -94,7 +94,7 @@ test("what was recorded is played, jogged and cued, and the picture is the frame
   await becomes("Still");
   await page.locator("xp-shuttle .track").hover();
   await page.mouse.down();
-  await page.mouse.move(340, 620);
+  await page.mouse.move(375, 620);
   await until("fast play while the shuttle is pulled", async () => (await status()).speed > 1 || undefined);
   await page.mouse.up();
   await becomes("Still");

@@ -71,6 +71,8 @@ export interface DeckState {
   lock: Partial<Owner>;
   mode: string;
   list_revision: string;
+  /** Entry of the play list on the output; -1: none. */
+  list_entry: number;
   store_problem: string;
   /** Somebody still records the clip that is played. */
   grows?: boolean;

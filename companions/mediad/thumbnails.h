@@ -3,14 +3,8 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 
-#include <QByteArray>
-
 #include <functional>
 #include <string>
-
-/// A small JPEG picture of a clip, taken a little behind its beginning, where fades have ended; empty when
-/// nothing can be decoded. Blocks on the medium; any thread.
-QByteArray makeThumbnail(const std::string &clip, const QmxEnvironment &environment);
 
 /// Keeps a folder of thumbnails in step with the clips of a medium: "NAME.jpg" with the clip's own time. It
 /// makes those that are missing or of another time and removes those whose clip has gone. `goesOn` is asked

@@ -93,6 +93,7 @@ void getClips(Panel &, const HttpCall &, Respond);
 void getClip(Panel &, const HttpCall &, Respond);
 void getClipFile(Panel &, const HttpCall &, Respond);
 void getThumbnail(Panel &, const HttpCall &, Respond);
+void getClipStill(Panel &, const HttpCall &, Respond);
 void postClipVerb(Panel &, const HttpCall &, Respond);
 // Other panels (routes_fleet.cpp)
 void getFleet(Panel &, const HttpCall &, Respond);

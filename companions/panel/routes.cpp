@@ -22,6 +22,7 @@ constexpr RouteRow rows[] = {
     {"GET", "clips/{name}", Role::View, "what is known about a clip", "", json, getClip},
     {"GET", "clips/{name}/file", Role::View, "the clip itself; Range and If-Range are known", "", "video/quicktime", getClipFile},
     {"GET", "clips/{name}/thumbnail", Role::View, "a small picture of it", "", jpeg, getThumbnail},
+    {"GET", "clips/{name}/frames/{frame}", Role::View, "a small picture of one frame", "", jpeg, getClipStill},
     {"POST", "clips/{name}/{verb}", Role::Operate, "do a verb with this clip: clip, copy, verify, protect, unprotect, delete", "wait force medium", json, postClipVerb},
     {"GET", "media", Role::View, "the media with their room and how long one can still record", "", json, getMedia},
     {"GET", "list", Role::View, "the play list; its ETag is for If-Match", "", json, getList},

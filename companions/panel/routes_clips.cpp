@@ -5,6 +5,7 @@
 #include "platform/product/clipfinder.h"
 #include "platform/product/clipplaces.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/clip/qmxclipstill.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
 
@@ -268,6 +269,28 @@ void getThumbnail(Panel &panel, const HttpCall &call, Respond respond)
         HttpReply reply;
         reply.type = "image/jpeg";
         reply.body = file.readAll();
+        reply.headers = {{"Cache-Control", "private, max-age=60"}};
+        return reply;
+    });
+}
+
+void getClipStill(Panel &panel, const HttpCall &call, Respond respond)
+{
+    onWorker(panel, respond, [words = call.words](Control &control) {
+        const QString path = pathOf(control, words[0]);
+        bool isNumber = false;
+        const qint64 frame = words[1].toLongLong(&isNumber);
+        if (!isNumber || frame < 0)
+            return problemReply(400, "wrong_argument",
+                                QStringLiteral("'%1' is no number of a frame").arg(words[1]));
+        if (!isFileName(words[0]) || path.isEmpty()) return notThere(control, words[0]);
+        HttpReply reply;
+        reply.type = "image/jpeg";
+        reply.body = QmxClipStill::make(path, frame, QmxEnvironment::current());
+        if (reply.body.isEmpty())
+            return problemReply(
+                404, "no_such_frame",
+                QStringLiteral("%1 has no frame %2 that can be shown").arg(words[0]).arg(frame));
         reply.headers = {{"Cache-Control", "private, max-age=60"}};
         return reply;
     });

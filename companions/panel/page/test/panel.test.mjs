@@ -72,6 +72,11 @@ test("what was recorded is played, jogged and cued, and the picture is the frame
   const twelve = await at(12);
   assert.equal(twelve.strip - ten.strip, 2);
   assert.equal(frames(twelve.timecode) - frames(ten.timecode), 2);
+  await page.locator("xp-jog svg").hover();
+  await page.mouse.wheel(0, 120);
+  await at(14);
+  await page.mouse.wheel(0, -120);
+  await at(12);
   await page.locator("body").click({ position: { x: 3, y: 3 } });
   await page.keyboard.press("Shift+ArrowRight");
   await at(22);
@@ -86,6 +91,12 @@ test("what was recorded is played, jogged and cued, and the picture is the frame
   await page.keyboard.press("l");
   await until("play by the keyboard", async () => (await status()).status === "playing" || undefined);
   await page.keyboard.press("k");
+  await becomes("Still");
+  await page.locator("xp-shuttle .track").hover();
+  await page.mouse.down();
+  await page.mouse.move(375, 620);
+  await until("fast play while the shuttle is pulled", async () => (await status()).speed > 1 || undefined);
+  await page.mouse.up();
   await becomes("Still");
   assert.match(await page.locator("xp-state .clip").textContent(), new RegExp(clip));
 });
@@ -310,7 +321,7 @@ test("every view in both themes is clean for axe, at three sizes without a scrol
     }
   }
   await page.evaluate(() => (location.hash = "#/clips"));
-  for (const [width, height, scrolls] of [[1280, 720, false], [3840, 2160, false], [360, 740, true], [640, 360, true]]) {
+  for (const [width, height, scrolls] of [[1280, 720, false], [3840, 2160, false], [360, 740, true], [640, 360, true], [1024, 768, true]]) {
     const one = await open(browser, { size: [width, height], touch: width < 500 });
     const over = await one.evaluate(() => [document.documentElement.scrollWidth - innerWidth, document.documentElement.scrollHeight - innerHeight]);
     assert.equal(over[0], 0, `${width}`);

@@ -318,5 +318,10 @@ export function sentences(answer: Answer): string {
 
 async function answerOf(response: Response | Problem): Promise<Answer> {
   if (response instanceof Problem) return { done: false, code: response.code, sentence: response.sentence, hint: response.hint };
-  return { done: true, code: "done", sentence: "", hint: "" };
+  try {
+    const { sentence } = (await response.json()) as { sentence?: string };
+    return { done: true, code: "done", sentence: sentence ?? "", hint: "" };
+  } catch {
+    return { done: true, code: "done", sentence: "", hint: "" };
+  }
 }

@@ -71,7 +71,34 @@ export interface DeckState {
   lock: Partial<Owner>;
   mode: string;
   list_revision: string;
+  /** Entry of the play list on the output; -1: none. */
+  list_entry: number;
   store_problem: string;
+  /** Somebody still records the clip that is played. */
+  grows?: boolean;
+  /** Frames from the output to the newest one of the clip that grows; -1: none grows. */
+  live_distance?: number;
+  marks_changed?: string;
+}
+
+export interface Mark {
+  frame: number;
+  timecode?: string;
+  name?: string;
+}
+
+export interface Marks {
+  in?: Mark | null;
+  /** One behind the last frame. */
+  out?: Mark | null;
+  points?: Mark[];
+}
+
+/** What is known of one clip. */
+export interface ClipDetails {
+  frames?: number;
+  marks?: Marks;
+  told?: string;
 }
 
 export interface Argument {

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { css, html, nothing } from "lit";
 import { customElement, query, state } from "lit/decorators.js";
-import { Problem, address, get } from "../link/api";
+import { Problem, get } from "../link/api";
 import type { Clip } from "../link/state";
-import { title } from "../link/deck";
+import { sentence, title } from "../link/deck";
 import "./key";
 import { Part, shared } from "./part";
+import "./still";
 import { bytes, length } from "./text";
 
 const restAfter = 120; // ms
@@ -58,16 +59,18 @@ export class XpClips extends Part {
       .row { position: absolute; left: 0; right: 0; height: 3.5rem; display: grid; grid-template-columns: 5rem minmax(0, 1fr) auto; gap: 0.6rem; align-items: center; padding: 0 0.5rem 0 0.25rem; border-bottom: 1px solid var(--line); cursor: default; }
       .row[aria-selected="true"] { background: var(--lifted); }
       .row.current { box-shadow: inset 0.1875rem 0 0 var(--bright); }
-      img, .none { width: 5rem; height: 2.8125rem; object-fit: contain; background: #000; display: block; border-radius: 2px; }
+      xp-still { width: 5rem; height: 2.8125rem; border-radius: 2px; }
       .name { color: var(--bright); unicode-bidi: plaintext; text-align: left; }
       .sub { font-size: 0.75rem; color: var(--dim); display: flex; gap: 0.75rem; }
       .frames { font-size: 0.875rem; }
       .narrow { display: none; }
       @media (max-width: 759px) { .narrow { display: inline; } .frames { display: none; } .sub .wide { display: none; } .row { grid-template-columns: 5rem minmax(0, 1fr); } }
       .acts, .ask { display: flex; flex-wrap: wrap; gap: 0.25rem; align-items: center; min-height: 2rem; }
-      .acts .dim { margin-left: auto; font-size: 0.8125rem; }
+      .acts button { flex: 1 1 auto; }
+      .status { font-size: 0.8125rem; }
+      .status:empty { display: none; }
       .foot { display: grid; gap: 0.25rem; }
-      @media (max-width: 759px) { .acts { display: grid; grid-template-columns: repeat(3, 1fr); } .acts .dim { grid-column: 1 / -1; } }
+      @media (max-width: 759px) { .acts { display: grid; grid-template-columns: repeat(3, 1fr); } }
       .ask { background: var(--raised); border-radius: var(--round); padding: 0.35rem 0.5rem; gap: 0.5rem; font-size: 0.875rem; }
       .ask > :first-child { flex: 1 1 8rem; min-width: 0; }
       .ask xp-key { width: 7.5rem; min-height: 2.25rem; }
@@ -198,7 +201,10 @@ export class XpClips extends Part {
     const names = [...this.chosen];
     for (const [i, name] of names.entries()) {
       this.progress = `${title(verb)}: ${names.length > 1 ? `${i + 1} of ${names.length}` : name}`;
-      if (!(await this.deck.run(verb, { clip: name, ...values })).done) break;
+      const answer = await this.deck.run(verb, { clip: name, ...values });
+      if (!answer.done) break;
+      // Of a question the answer is the work.
+      if (verb === "verify" && i === names.length - 1) this.deck.tell({ kind: "done", title: title(verb), text: names.length > 1 ? `All ${names.length} clips are what was recorded.` : sentence(answer.sentence) });
     }
     this.progress = "";
     void this.read();
@@ -255,7 +261,7 @@ export class XpClips extends Part {
         ${/* A row keeps its element while it is in sight: only what comes in is drawn anew. */ ""}
         <div class="room">${Array.from({ length: slots }, (_, slot) => from + ((((slot - from) % slots) + slots) % slots)).map((at) => this.row(list[at], at, list))}</div>
       </div>
-      <div class="foot">${this.asking && some ? this.ask() : nothing}${this.acts(list)}</div>
+      <div class="foot"><span class="dim status cut" role="status">${this.progress || (this.chosen.size > 1 ? `${this.chosen.size} chosen` : "")}</span>${this.asking && some ? this.ask() : nothing}${this.acts(list)}</div>
     `;
   }
 
@@ -270,8 +276,7 @@ export class XpClips extends Part {
       ${act("clip", "Open", one, () => void this.open([...this.chosen][0]))}
       <button class="small" ?disabled=${!some} @click=${() => this.dispatchEvent(new CustomEvent("xp-add", { detail: [...this.chosen], bubbles: true, composed: true }))}>To list</button>
       ${kept ? act("unprotect", "Unprotect", some, () => void this.each("unprotect")) : act("protect", "Protect", some, () => void this.each("protect"))}
-      ${act("copy", "Copy…", some, ask("copy"))} ${act("rename", "Rename…", one, ask("rename"))} ${act("delete", "Delete…", some && !kept, ask("delete"))}
-      <span class="dim" role="status">${this.progress || (this.chosen.size > 1 ? `${this.chosen.size} chosen` : `${list.length} ${list.length === 1 ? "clip" : "clips"}`)}</span>
+      ${act("verify", "Verify", some, () => void this.each("verify"))} ${act("copy", "Copy…", some, ask("copy"))} ${act("rename", "Rename…", one, ask("rename"))} ${act("delete", "Delete…", some && !kept, ask("delete"))}
     </div>`;
   }
 
@@ -303,7 +308,7 @@ export class XpClips extends Part {
     return html`<div class="row ${current ? "current" : ""}" id="clip-${at}" role="option" aria-selected=${this.chosen.has(clip.name) ? "true" : "false"} aria-setsize=${list.length} aria-posinset=${at + 1}
       data-at=${at} draggable="true" title=${clip.name} @click=${(event: MouseEvent) => this.choose(event, list, at)} @dblclick=${() => void this.open(clip.name)}
       @dragstart=${(event: DragEvent) => this.drag(event, clip.name)}>
-      <img alt="" loading="lazy" draggable="false" src=${this.moving ? nothing : address(`clips/${encodeURIComponent(clip.name)}/thumbnail`)} @error=${(event: Event) => (event.target as HTMLImageElement).removeAttribute("src")} />
+      <xp-still path=${this.moving ? "" : `clips/${encodeURIComponent(clip.name)}/thumbnail`}></xp-still>
       <div class="cut">
         <div class="name cut"><bdi>${clip.name}</bdi></div>
         <div class="sub">${clip.timecode ? html`<span>${clip.timecode}</span>` : nothing}<span class="narrow">${length(clip.frames, this.deck.state?.rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>

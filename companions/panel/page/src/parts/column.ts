@@ -10,6 +10,8 @@ import "./marks";
 import type { XpMarks } from "./marks";
 import "./media";
 import { Part, shared } from "./part";
+import "./replay";
+import type { XpReplay } from "./replay";
 import "./scopes";
 import "./settings";
 
@@ -23,6 +25,7 @@ export class XpColumn extends Part {
   @state() private detail = "";
   @query("xp-list") private list!: XpList | null;
   @query("xp-marks") private marks!: XpMarks | null;
+  @query("xp-replay") private replay!: XpReplay | null;
 
   static override styles = [
     shared,
@@ -35,7 +38,7 @@ export class XpColumn extends Part {
       .tabs .up { color: var(--amber); }
       .body { padding: 0.75rem; min-height: 0; overflow: hidden; }
       .close { display: none; }
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         :host { border-radius: 0; }
         .whole { grid-template-rows: auto auto minmax(0, 1fr); }
         .tabs { grid-auto-flow: row; grid-template-columns: repeat(4, 1fr); }
@@ -75,7 +78,7 @@ export class XpColumn extends Part {
   mark(timecode: string): void {
     this.go("marks");
     this.chosen = "marks";
-    void this.updateComplete.then(() => this.marks?.add(timecode));
+    void this.updateComplete.then(() => (this.replay ? this.replay.markPoint() : this.marks?.add(timecode)));
   }
 
   private async add(names: string[]): Promise<void> {
@@ -102,7 +105,7 @@ export class XpColumn extends Part {
   }
 
   protected override follows(): unknown[] {
-    return [this.deck.state?.alarms];
+    return [this.deck.state?.alarms, this.deck.verbs];
   }
 
   protected override view() {
@@ -128,7 +131,7 @@ export class XpColumn extends Part {
       case "list":
         return html`<xp-list .deck=${deck}></xp-list>`;
       case "marks":
-        return html`<xp-marks .deck=${deck}></xp-marks>`;
+        return deck.verb("mark") ? html`<xp-replay .deck=${deck}></xp-replay>` : html`<xp-marks .deck=${deck}></xp-marks>`;
       case "media":
         return html`<xp-media .deck=${deck}></xp-media>`;
       case "scopes":

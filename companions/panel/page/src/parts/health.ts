@@ -22,7 +22,7 @@ export class XpHealth extends Part {
       .warn .figure, .warn .label { color: var(--amber); }
       xp-chart { flex: 1 1 8rem; min-width: 6.5rem; border-right: 1px solid var(--line); }
       @media (max-width: 1100px) { .optional { display: none; } }
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         .strip { display: grid; grid-template-columns: 1fr 1fr; height: auto; }
         .cell, .cell:last-child { border: 0; margin: 0; overflow: hidden; }
         xp-chart { border: 0; height: 3rem; }

@@ -22,6 +22,9 @@ export const keyLines: KeyLine[] = [
   { keys: "Home, End", verb: "cue", text: ": the first, the last" },
   { keys: "C", verb: "cue", text: ": type where" },
   { keys: "[ ]", verb: "prev", text: ", or to the next" },
+  { keys: "I, O", verb: "mark", text: ": in, out" },
+  { keys: "P", verb: "replay", text: "" },
+  { keys: "V", verb: "live", text: "" },
   { keys: "M", verb: "", text: "mark the frame that is shown" },
   { keys: "F", verb: "", text: "picture and timecode alone, and back" },
   { keys: "?", verb: "", text: "all keys and verbs; on a control: its verb" },
@@ -55,6 +58,7 @@ export function listenToKeys(deck: Deck, actions: KeyActions): () => void {
     wanted = 0;
     deck.speed(0);
   };
+  const known = (verb: string, values = {}): void => void (deck.verb(verb) && deck.run(verb, values));
   const go = (frame: number): void => void deck.run("cue", { where: String(Math.max(0, frame)) });
   const table: Record<string, (event: KeyboardEvent) => void> = {
     r: () => void deck.run("record"),
@@ -71,6 +75,10 @@ export function listenToKeys(deck: Deck, actions: KeyActions): () => void {
     "]": () => void deck.run("next"),
     c: () => actions.focusTimecode(),
     m: () => actions.mark(),
+    i: () => known("mark", { what: "in" }),
+    o: () => known("mark", { what: "out" }),
+    p: () => known("replay"),
+    v: () => known("live"),
     f: () => actions.kiosk(),
     "?": (event) => actions.help(event),
   };

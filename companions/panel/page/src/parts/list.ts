@@ -2,8 +2,13 @@
 import { css, html, nothing } from "lit";
 import { customElement, state } from "lit/decorators.js";
 import { Problem, request } from "../link/api";
+import { title } from "../link/deck";
 import type { ListEntry } from "../link/state";
 import { Part, shared } from "./part";
+import "./still";
+
+/** An entry may be a part of a clip: NAME[FROM-TO). */
+const clipOf = (entry: string): string => entry.replace(/\[[^[\]]*\)$/, "");
 
 /** The play list: clips are dropped in, entries are dragged or moved by keys; written whole, never over somebody else's. */
 @customElement("xp-list")
@@ -21,10 +26,12 @@ export class XpList extends Part {
       :host { display: grid; grid-template-rows: auto minmax(0, 1fr) auto; gap: var(--gap); height: 100%; min-height: 0; }
       .rows { overflow-y: auto; margin: 0; padding: 0; list-style: none; min-height: 8rem; border-radius: var(--round); }
       .rows.over { outline: 2px dashed var(--edge); outline-offset: -2px; }
-      [role="option"] { display: grid; grid-template-columns: 2.5rem minmax(0, 1fr) auto; align-items: center; min-height: 2.75rem; padding: 0 0.5rem 0 0; border-bottom: 1px solid var(--line); border-top: 2px solid transparent; }
+      [role="option"] { display: grid; grid-template-columns: 2rem 4rem minmax(0, 1fr) auto; gap: 0.6rem; align-items: center; min-height: 3rem; padding: 0 0.5rem 0 0; border-bottom: 1px solid var(--line); border-top: 2px solid transparent; }
       [role="option"][aria-selected="true"] { background: var(--lifted); }
+      .current { box-shadow: inset 0.1875rem 0 0 var(--bright); }
       [role="option"].over { border-top-color: var(--bright); }
-      .place { color: var(--dim); text-align: right; padding-right: 0.75rem; font-size: 0.8125rem; }
+      .place { color: var(--dim); text-align: right; font-size: 0.8125rem; }
+      xp-still { width: 4rem; height: 2.25rem; border-radius: 2px; }
       .name { color: var(--bright); unicode-bidi: plaintext; text-align: left; }
       .missing { color: var(--amber); font-size: 0.8125rem; }
       .acts { display: flex; gap: 0.25rem; flex-wrap: wrap; }
@@ -106,7 +113,7 @@ export class XpList extends Part {
   }
 
   protected override follows(): unknown[] {
-    return [this.deck.state?.list_revision, this.deck.state?.playback_source, this.deck.parameters];
+    return [this.deck.state?.list_revision, this.deck.state?.list_entry, this.deck.state?.playback_source, this.deck.parameters];
   }
 
   protected override view() {
@@ -114,17 +121,17 @@ export class XpList extends Part {
     const playing = this.deck.state?.playback_source ?? source?.value;
     return html`
       <div class="acts" role="group" aria-label="What is played">
-        ${(source?.choices ?? []).map((choice) => html`<button class="small" aria-pressed=${choice === playing ? "true" : "false"} @click=${() => void this.deck.set("playback_source", choice)}>${choice === playing ? "● " : ""}${choice.replaceAll("_", " ")}</button>`)}
+        ${(source?.choices ?? []).map((choice) => html`<button class="small" aria-pressed=${choice === playing ? "true" : "false"} @click=${() => void this.deck.set("playback_source", choice)}>${title(choice)}</button>`)}
       </div>
       <div class="rows ${this.over === this.entries.length ? "over" : ""}" role=${this.entries.length ? "listbox" : "region"} aria-label="Play list" tabindex="0" @keydown=${this.keydown}
         @dragover=${(event: DragEvent) => this.hover(event, this.entries.length)} @dragleave=${() => (this.over = -1)} @drop=${(event: DragEvent) => this.drop(event, this.entries.length)}>
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
         ${this.entries.length === 0 ? html`<p class="empty">The list is empty. Drag clips here, or use “Add to list”.</p>` : nothing}
         ${this.entries.map(
-          (entry, i) => html`<div role="option" class=${this.over === i ? "over" : ""} aria-selected=${i === this.chosen ? "true" : "false"} draggable="true" title=${entry.name}
-            @click=${() => (this.chosen = i)} @dragstart=${(event: DragEvent) => event.dataTransfer?.setData("application/x-xp-place", String(i))}
+          (entry, i) => html`<div role="option" class="${this.over === i ? "over" : ""} ${i === this.deck.state?.list_entry ? "current" : ""}" aria-selected=${i === this.chosen ? "true" : "false"} draggable="true" title=${entry.name}
+            @click=${() => (this.chosen = i)} @dblclick=${() => void this.deck.run("clip", { name: entry.name })} @dragstart=${(event: DragEvent) => event.dataTransfer?.setData("application/x-xp-place", String(i))}
             @dragover=${(event: DragEvent) => this.hover(event, i)} @drop=${(event: DragEvent) => this.drop(event, i)}>
-            <span class="place figure">${i + 1}</span><span class="name cut"><bdi>${entry.name}</bdi></span>${entry.present ? nothing : html`<span class="missing">! not here</span>`}
+            <span class="place figure">${i + 1}</span><xp-still path="clips/${encodeURIComponent(clipOf(entry.name))}/thumbnail"></xp-still><span class="name cut"><bdi>${entry.name}</bdi></span>${entry.present ? nothing : html`<span class="missing">! not here</span>`}
           </div>`,
         )}
       </div>

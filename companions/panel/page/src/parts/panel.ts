@@ -72,11 +72,11 @@ export class XpPanel extends LitElement {
       :host([kiosk]) xp-transport, :host([kiosk]) xp-column { display: none; }
       :host([kiosk]) xp-timecode { font-size: 10vw; }
 
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         :host { height: auto; min-height: 100dvh; overflow: visible; grid-template-columns: minmax(0, 1fr); grid-template-rows: none; grid-template-areas: "state" "time" "view" "keys" "more" "column" "health"; padding: 0.375rem; gap: 0.375rem; align-content: start; }
         xp-timecode { font-size: min(16.4vw, 7rem); }
         .view { grid-template-columns: minmax(0, 1fr); container-type: normal; }
-        .frame { width: auto; height: auto; max-height: none; aspect-ratio: 16 / 9; }
+        .frame { width: min(100%, 56vh * 16 / 9); height: auto; max-height: none; aspect-ratio: 16 / 9; justify-self: center; }
         xp-meter { height: 5rem; }
         .more { grid-area: more; display: grid; grid-template-columns: 1fr 1fr; gap: 0.25rem; }
         .more button { min-height: 3rem; }
@@ -84,6 +84,11 @@ export class XpPanel extends LitElement {
         xp-column { display: none; }
         xp-column.open { display: block; position: fixed; inset: 0; z-index: 3; }
         :host([kiosk]) { grid-template-columns: minmax(0, 1fr); grid-template-areas: "state" "time" "view" "health"; }
+      }
+      @media (min-width: 760px) and (max-width: 1099px) {
+        :host(:not([kiosk])) { grid-template-columns: minmax(0, 1fr) 19.5rem; grid-template-areas: "time state" "view view" "keys keys" "more more" "column column" "health health"; }
+        :host(:not([kiosk])) xp-timecode { font-size: calc((100vw - 21rem) * 0.158); }
+        .frame { width: min(100%, 44vh * 16 / 9); }
       }
       @media (max-width: 359px) { .time { overflow-x: auto; } }
     `,
@@ -205,7 +210,7 @@ export class XpPanel extends LitElement {
           ${this.banner(down)} ${deck.me.role === "nobody" ? html`<div class="login"><xp-login .deck=${deck}></xp-login></div>` : nothing}
         </div>
         <div class="sound">
-        <xp-meter ?stale=${deck.frozen > 0 || down} ?flat=${matchMedia("(max-width: 759px)").matches}></xp-meter>
+        <xp-meter ?stale=${deck.frozen > 0 || down} ?flat=${matchMedia("(max-width: 1099px)").matches}></xp-meter>
         <div class="loudness" title="Loudness in LUFS: of the last 400 ms, of the last three seconds"><span class="label">LUFS</span><span id="momentary" class="figure">-</span><span id="short" class="figure">-</span></div>
         </div>
       </div>

@@ -13,7 +13,7 @@ export class XpPosition extends Part {
     css`
       :host { height: 1.5rem; display: grid; grid-template-columns: 6.5rem minmax(0, 1fr) 5.5rem; gap: 0.5rem; align-items: center; font-size: 0.75rem; color: var(--dim); }
       .length { text-align: right; }
-      @media (max-width: 759px) { :host { height: auto; grid-template-columns: 1fr auto; } .bar { grid-area: 1 / 1 / 2 / 3; height: 1.75rem !important; } }
+      @media (max-width: 1099px) { :host { height: auto; grid-template-columns: 1fr auto; } .bar { grid-area: 1 / 1 / 2 / 3; height: 1.75rem !important; } }
       .bar { position: relative; height: 100%; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); overflow: hidden; cursor: pointer; touch-action: none; }
       .bar[aria-disabled="true"] { cursor: default; }
       .done { position: absolute; inset: 0; background: var(--lifted); transform-origin: left; }

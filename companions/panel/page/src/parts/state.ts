@@ -27,7 +27,7 @@ export class XpState extends Part {
       :host([big]) .clip { font-size: 1.6vw; }
       :host([big]) .fields .figure { font-size: 1.6vw; }
       :host([big]) .label, :host([big]) .format { font-size: 1.1vw; }
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         :host { padding: 0.5rem 0.6rem; }
         .word { font-size: 1.5rem; }
         .fields .figure { font-size: 0.9375rem; }

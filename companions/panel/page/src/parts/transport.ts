@@ -48,7 +48,7 @@ export class XpTransport extends Part {
       form { display: grid; grid-template-columns: 9.5rem auto; gap: 0.25rem; align-items: stretch; }
       form input { font-size: 1.125rem; font-weight: 700; text-align: center; padding: 0 0.25rem; min-height: 2.75rem; }
       form button { padding: 0 0.7rem; }
-      @media (max-width: 759px) {
+      @media (max-width: 1099px) {
         :host { grid-template-columns: minmax(0, 1fr); grid-template-rows: none; }
         .keys { grid-template-columns: repeat(10, 1fr); }
         .keys xp-key { min-height: 3.25rem; grid-column: span 2; }

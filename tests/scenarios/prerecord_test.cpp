@@ -46,7 +46,7 @@ protected:
     }
     static const char *sign() { return QByteArray(GetParam()).contains(".97") ? ";00" : ":00"; }
     QmxTimecode now() { return vtr().lastVBI().inputTimecode(); }
-    QmxTimecode in(double seconds) { return now().advanced(int(std::lround(seconds * rate))); }
+    QmxTimecode in(double time) { return now().advanced(int(std::lround(time * rate))); }
     /// Commands the take after `wait` seconds, and ends it when it holds `frames`.
     Take take(double wait, int frames)
     {

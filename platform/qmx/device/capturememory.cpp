@@ -12,8 +12,10 @@ qint64 CaptureMemory::affordable(qint64 machineBytes, qint64 poolBytes)
     return std::max(machineBytes / 100 * picturePercent - poolBytes, machineBytes / leastShare);
 }
 
-bool CaptureMemory::isUsable(const CapturedFrame &frame)
+bool CaptureMemory::isUsable(const CapturedFrame &frame) const
 {
+    // The few frames since a timecode began to run are handed out as they are.
+    if (!isOn()) return true;
     return frame.hasPicture && (frame.coding != CapturedFrame::Coded || frame.coded.isValid());
 }
 

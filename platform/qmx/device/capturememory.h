@@ -54,7 +54,7 @@ public:
 private:
     void forgetOldest();
     void weigh(CapturedFrame &frame);
-    static bool isUsable(const CapturedFrame &frame);
+    bool isUsable(const CapturedFrame &frame) const;
 
     Bounds _bounds;
     std::deque<CapturedFramePtr> _frames;

@@ -182,23 +182,47 @@ private:
     qint64 _frameBytes = 0;
 };
 
-/// -1: there is none, or nothing of it can be read.
-qint64 framesIn(const std::string &path, const QmxEnvironment &environment)
+/// What is known of one of the two.
+struct Look
 {
-    QmxClipInfo info;
-    return QmxClipReader::probe(local(path), info, environment).isError() ? -1 : info.frames;
-}
+    enum State {
+        Readable,
+        Missing,
+        Empty,  ///< its medium went before the first half second was safe
+        Strange ///< no clip of ours
+    };
+    State state = Missing;
+    qint64 frames = -1;
+};
 
-bool isEmpty(const std::string &path, const QmxEnvironment &environment)
-{
-    QmxClipInfo info;
-    return QmxClipReader::probe(local(path), info, environment).value() == ENODATA;
-}
-
-bool exists(const std::string &path, const QmxEnvironment &environment)
+/// An error is one of the medium: nothing can be said of the clip.
+QmxError lookAt(const std::string &path, const QmxEnvironment &environment, Look &look)
 {
     struct stat64 status = {};
-    return environment.files->stat(local(path), &status) == 0 || errno != ENOENT;
+    QmxClipInfo info;
+    if (environment.files->stat(local(path), &status) != 0)
+        return errno == ENOENT ? QmxError()
+                               : QmxError(errno, QStringLiteral("%1 cannot be read: %2")
+                                                     .arg(local(path), QmxError(errno).toString()));
+    // What a pulled medium has been left with is closed first.
+    bool repaired = false;
+    QmxError error = QmxClipReader::repair(local(path), repaired, environment);
+    if (error.value() == EWOULDBLOCK) return error; // it is being written
+    error = QmxClipReader::probe(local(path), info, environment);
+    switch (error.value()) {
+    case 0:
+        look = {info.foreign ? Look::Strange : Look::Readable, info.frames};
+        return {};
+    case ENODATA:
+        look = {Look::Empty, -1};
+        return {};
+    case EILSEQ:
+    case ENOTSUP:
+        look = {Look::Strange, -1};
+        return {};
+    default:
+        return error;
+    }
 }
 
 } // namespace
@@ -206,39 +230,35 @@ bool exists(const std::string &path, const QmxEnvironment &environment)
 QmxError completeCopy(const std::string &one, const std::string &other, const QmxEnvironment &environment,
                       const Pace &pace, std::string &text)
 {
-    // What a pulled medium has been left with is closed first.
-    for (const std::string &path : {one, other}) {
-        bool repaired = false;
-        if (!exists(path, environment)) continue;
-        const QmxError error = QmxClipReader::repair(local(path), repaired, environment);
-        if (error.value() == EWOULDBLOCK) return error;
-    }
-    const qint64 first = framesIn(one, environment);
-    const qint64 second = framesIn(other, environment);
-    const std::string &whole = first >= second ? one : other;
-    const std::string &early = first >= second ? other : one;
-    if (first < 0 && second < 0) {
-        text = one + " and " + other + " are gone; there is nothing to complete";
+    Look first;
+    Look second;
+    QmxError error = lookAt(one, environment, first);
+    if (!error.isError()) error = lookAt(other, environment, second);
+    if (error.isError()) return error;
+    const bool firstIsLonger = first.frames >= second.frames;
+    const std::string &whole = firstIsLonger ? one : other;
+    const std::string &early = firstIsLonger ? other : one;
+    const Look::State state = firstIsLonger ? second.state : first.state;
+    if ((firstIsLonger ? first : second).state != Look::Readable) {
+        text = "nothing can be read of " + one + " and " + other + "; there is nothing to complete";
         return {};
     }
-    // Its medium went before the first half second was safe: nothing of it can be gone on with.
-    if (isEmpty(early, environment))
-        if (const QmxError error = deleteClip(early, environment); error.isError()) return error;
-    if (!exists(early, environment)) {
-        const QmxError error = copyClip(whole, early, environment, pace);
+    if (state == Look::Empty) error = deleteClip(early, environment);
+    if (!error.isError() && (state == Look::Empty || state == Look::Missing)) {
+        error = copyClip(whole, early, environment, pace);
         text = early + " was missing and has been copied from " + whole + " and compared";
-        return error;
     }
+    if (error.isError() || state == Look::Empty || state == Look::Missing) return error;
     if (!isSameClip(whole, early, environment)) {
         text = early + " is another clip than " + whole + " and stays as it is";
         return {};
     }
-    if (first == second) {
-        text = one + " and " + other + " are both whole, " + std::to_string(first) + " frames";
+    if (first.frames == second.frames) {
+        text = one + " and " + other + " are both whole, " + std::to_string(first.frames) + " frames";
         return {};
     }
     Completion completion(whole, early, environment, pace);
-    const QmxError error = completion.run();
+    error = completion.run();
     text = early + " has been completed from " + whole + ": " + std::to_string(completion.added()) +
            " frames were missing, have been added and compared";
     return error;

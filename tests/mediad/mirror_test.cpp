@@ -80,6 +80,10 @@ TEST_F(Copies, whatIsMissingIsAddedAndNothingElseIsWritten)
             EXPECT_EQ(QFileInfo(other).lastModified(), QFileInfo(one).lastModified());
         }
     }
+    // Of a medium that does not answer nothing is said.
+    files->failNth(FaultyFiles::Stat, 2, EIO);
+    EXPECT_EQ(complete().value(), EIO);
+    files->clear();
     ASSERT_EQ(complete(), QmxError());
     EXPECT_NE(text.find("both whole"), std::string::npos) << text;
     // The other way round, and a copy that is not there at all.

@@ -47,6 +47,8 @@ export interface DeckState {
   /** Frames of the take. */
   take_frames: number;
   recorded_up_to: number;
+  take_copies: number;
+  safe_on_both: number;
   dropped_capture: number;
   dropped_playback: number;
   late_ticks: number;
@@ -146,6 +148,7 @@ export interface Clip {
   time?: string;
   bytes?: number;
   protected?: boolean;
+  second_copy?: { path: string; frames: number };
 }
 
 export interface ListEntry {

@@ -58,7 +58,7 @@ export class XpState extends Part {
       <div class="fields">
         ${field(recording ? "Take" : "Played", length(Math.max(0, frames), state.rate))}
         ${field(recording ? "Room left" : "To the end", left)}
-        ${recording ? field("Safe on disk", length(state.recorded_up_to, state.rate)) : field("Input timecode", state.input_timecode || "--:--:--:--")}
+        ${recording && (state.take_copies > 1 || state.safe_on_both > 0) ? field("Safe / on both", `${length(state.recorded_up_to, state.rate)} / ${length(state.safe_on_both, state.rate)}`) : recording ? field("Safe on disk", length(state.recorded_up_to, state.rate)) : field("Input timecode", state.input_timecode || "--:--:--:--")}
       </div>
     `;
   }

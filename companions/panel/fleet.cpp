@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/panel/fleet.h"
 
+#include "companions/panel/access.h"
 #include "platform/product/programtext.h"
 #include "platform/qmx/core/qmxchannel.h"
 #include "platform/qmx/core/qmxenvironment.h"

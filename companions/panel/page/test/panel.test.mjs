@@ -280,6 +280,23 @@ test("on a page of one's own the three elements belong to one frame", async () =
   await context.close();
 });
 
+test("on the wall a recorder works while another one is down", async () => {
+  const channels = [{ channel: 1, panel: true }, { channel: 2, panel: false }];
+  const wall = await open(browser, { prepare: (one) => one.route(/\/api\/v1\/fleet$/, (route) => route.fulfill({ json: { channels } })) });
+  await wall.evaluate(() => (location.hash = "#/wall"));
+  const tile = (name) => wall.locator(`xp-tile[name="${name}"]`);
+  await until("what is known of the second", async () => /does not run/.test(await tile("Channel 2").locator(".banner").textContent()) || undefined);
+  assert.equal(await tile("Channel 2").locator("xp-key button").first().isDisabled(), true);
+  await tile("Channel 1").locator('xp-key[verb="record"] button').click();
+  await until("the take", async () => (await status()).status === "recording" || undefined);
+  await until("its timecode", async () => /^[\d:;]{11}$/.test(await tile("Channel 1").locator("xp-timecode span").first().textContent()) || undefined);
+  assert.deepEqual(await axeOn(wall), []);
+  await held(tile("Channel 1").locator('xp-key[verb="stop"] button'), 1300);
+  await until("its end", async () => (await status()).status === "stopped" || undefined);
+  assert.deepEqual(wall.complaints, []);
+  await wall.context().close();
+});
+
 test("what fails on the page or beside it leaves the transport alone", async () => {
   const one = await open(browser, {
     size: [360, 740],

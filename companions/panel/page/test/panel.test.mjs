@@ -280,6 +280,57 @@ test("on a page of one's own the three elements belong to one frame", async () =
   await context.close();
 });
 
+test("a part is marked by keys and by drag, replayed, and dragged into the list; each picture of the strip is its frame's", async () => {
+  const clip = JSON.parse(await xpctl("clips", "--json")).clips.find((one) => one.frames > 60).name;
+  await xpctl("set", "playback_source", "current_clip");
+  await xpctl("clip", clip);
+  const marks = async () => page.evaluate(async (name) => (await (await fetch(`api/v1/clips/${name}`)).json()).marks, clip);
+  await page.evaluate(() => (location.hash = "#/replay"));
+  await page.locator("body").click({ position: { x: 3, y: 3 } });
+  for (const [frame, press, mark] of [[10, "i", "in"], [40, "o", "out"]]) {
+    await xpctl("cue", String(frame));
+    await until(`frame ${frame}`, async () => (await shown(page)).frame === frame || undefined);
+    await page.keyboard.press(press);
+    await until(mark, async () => (await marks())[mark]?.frame === frame + (mark === "out" ? 1 : 0) || undefined);
+  }
+  await page.keyboard.press("m");
+  await until("a point", async () => (await marks()).points?.[0]?.frame === 40 || undefined);
+  const end = page.getByRole("slider", { name: "In", exact: true });
+  await until("the end of the part where it is marked", async () => (await end.getAttribute("aria-valuenow")) === "10" || undefined);
+  await end.focus();
+  await page.keyboard.press("ArrowRight");
+  await until("the next frame", async () => (await marks()).in.frame === 11 || undefined);
+  const box = await end.boundingBox();
+  await page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
+  await page.mouse.down();
+  await page.mouse.move(box.x + box.width / 2 + 12, box.y + 20);
+  await page.mouse.up();
+  const moved = await until("in, moved", async () => ((await marks()).in.frame > 11 ? (await marks()).in.frame : undefined));
+  await page.getByRole("button", { name: "½× replay" }).click();
+  await until("the part, at half the speed", async () => ((await status()).speed === 0.5 && (await shown(page)).frame >= moved) || undefined);
+  await key(page, "Still").click();
+  const strips = await page.evaluate(async (name) => {
+    const read = async (frame) => {
+      const image = await createImageBitmap(await (await fetch(`api/v1/clips/${name}/frames/${frame}`)).blob());
+      const canvas = Object.assign(document.createElement("canvas"), { width: image.width, height: image.height });
+      canvas.getContext("2d").drawImage(image, 0, 0);
+      return [image.width, (await fetch(`api/v1/clips/${name}/frames/${frame + 1_000_000}`)).status, [...canvas.getContext("2d").getImageData(0, Math.round(image.height * 0.53), image.width, 1).data].filter((_, i) => i % 4 === 1).findIndex((one) => one > 225)];
+    };
+    return [await read(5), await read(30)];
+  }, clip);
+  assert.deepEqual(strips.map((one) => one.slice(0, 2)), [[192, 404], [192, 404]]);
+  assert.ok(strips.every((one) => one[2] >= 0) && strips[0][2] !== strips[1][2], `the white square is at ${strips[0][2]} and ${strips[1][2]}`);
+  await page.locator("xp-replay .part").hover();
+  await page.mouse.down();
+  await page.locator("#tab-list").hover();
+  await page.locator("#tab-list").hover({ position: { x: 5, y: 9 } });
+  await page.locator("xp-list .rows").hover();
+  await page.locator("xp-list .rows").hover({ position: { x: 40, y: 40 } });
+  await page.mouse.up();
+  await until("the part in the list", async () => (await xpctl("get", "play_list")).includes(`${clip}[${moved}-41)`) || undefined);
+  await xpctl("unmark", "all");
+});
+
 test("on the wall a recorder works while another one is down", async () => {
   const channels = [{ channel: 1, panel: true }, { channel: 2, panel: false }];
   const wall = await open(browser, { prepare: (one) => one.route(/\/api\/v1\/fleet$/, (route) => route.fulfill({ json: { channels } })) });

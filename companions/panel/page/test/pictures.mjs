@@ -24,6 +24,11 @@ await take("panel", {}, async (page) => {
 await xpctl("stop");
 await take("panel-settings", { hash: "#/settings/record_codec" });
 await take("panel-scopes", { hash: "#/scopes" });
+await xpctl("clip", "interview_003.mov");
+for (const [what, where] of [["in", "20"], ["out", "75"], ["kick-off", "12"], ["goal", "60"]]) await xpctl("mark", what, where);
+await xpctl("cue", "48");
+await take("panel-replay", { hash: "#/replay" });
+await xpctl("stop");
 await xpctl("record");
 await take("panel-recording", { hash: "#/media" });
 await take("panel-wall", { size: [3840, 2160], hash: "#/kiosk" });

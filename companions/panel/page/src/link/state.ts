@@ -80,7 +80,6 @@ export interface DeckState {
   grows?: boolean;
   /** Frames from the output to the newest one of the clip that grows; -1: none grows. */
   live_distance?: number;
-  marks_changed?: string;
 }
 
 export interface Mark {
@@ -95,6 +94,9 @@ export interface Marks {
   out?: Mark | null;
   points?: Mark[];
 }
+
+/** Of an entry, or of what is played, which may be a part: NAME[FROM-TO). */
+export const clipOf = (entry: string): string => entry.replace(/\[[^[\]]*\)$/, "");
 
 /** What is known of one clip. */
 export interface ClipDetails {
@@ -149,6 +151,8 @@ export interface Clip {
   bytes?: number;
   protected?: boolean;
   second_copy?: { path: string; frames: number };
+  /** Somebody records it now. */
+  grows?: boolean;
 }
 
 export interface ListEntry {

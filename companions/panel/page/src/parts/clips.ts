@@ -311,7 +311,7 @@ export class XpClips extends Part {
       <xp-still path=${this.moving ? "" : `clips/${encodeURIComponent(clip.name)}/thumbnail`}></xp-still>
       <div class="cut">
         <div class="name cut"><bdi>${clip.name}</bdi></div>
-        <div class="sub">${clip.timecode ? html`<span>${clip.timecode}</span>` : nothing}<span class="narrow">${length(clip.frames, this.deck.state?.rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${clip.second_copy ? html`<span>${clip.second_copy.frames === clip.frames ? "also" : `${clip.second_copy.frames} frames`} on ${clip.second_copy.path}</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
+        <div class="sub">${clip.timecode ? html`<span>${clip.timecode}</span>` : nothing}<span class="narrow">${length(clip.frames, this.deck.state?.rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${clip.second_copy ? html`<span>${clip.second_copy.frames === clip.frames ? "also" : `${clip.second_copy.frames} frames`} on ${clip.second_copy.path}</span>` : nothing}${clip.grows ? html`<span>● being recorded</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
       </div>
       <div class="frames figure">${length(clip.frames, this.deck.state?.rate ?? 25)}</div>
     </div>`;

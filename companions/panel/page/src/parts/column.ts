@@ -6,8 +6,6 @@ import "./clips";
 import "./control";
 import "./list";
 import type { XpList } from "./list";
-import "./marks";
-import type { XpMarks } from "./marks";
 import "./media";
 import { Part, shared } from "./part";
 import "./replay";
@@ -15,7 +13,7 @@ import type { XpReplay } from "./replay";
 import "./scopes";
 import "./settings";
 
-const views = ["clips", "list", "marks", "media", "scopes", "settings", "alarms", "control"] as const;
+const views = ["clips", "list", "replay", "media", "scopes", "settings", "alarms", "control"] as const;
 type View = (typeof views)[number];
 
 /** The column that changes. Its view stands in the address, so that one can send it to somebody. */
@@ -24,7 +22,6 @@ export class XpColumn extends Part {
   @state() private chosen: View = "clips";
   @state() private detail = "";
   @query("xp-list") private list!: XpList | null;
-  @query("xp-marks") private marks!: XpMarks | null;
   @query("xp-replay") private replay!: XpReplay | null;
 
   static override styles = [
@@ -75,10 +72,10 @@ export class XpColumn extends Part {
     this.go(views[(views.indexOf(this.chosen) + by + views.length) % views.length]);
   }
 
-  mark(timecode: string): void {
-    this.go("marks");
-    this.chosen = "marks";
-    void this.updateComplete.then(() => (this.replay ? this.replay.markPoint() : this.marks?.add(timecode)));
+  mark(): void {
+    this.go("replay");
+    this.chosen = "replay";
+    void this.updateComplete.then(() => this.replay?.markPoint());
   }
 
   private async add(names: string[]): Promise<void> {
@@ -130,8 +127,8 @@ export class XpColumn extends Part {
         return html`<xp-clips .deck=${deck}></xp-clips>`;
       case "list":
         return html`<xp-list .deck=${deck}></xp-list>`;
-      case "marks":
-        return deck.verb("mark") ? html`<xp-replay .deck=${deck}></xp-replay>` : html`<xp-marks .deck=${deck}></xp-marks>`;
+      case "replay":
+        return html`<xp-replay .deck=${deck}></xp-replay>`;
       case "media":
         return html`<xp-media .deck=${deck}></xp-media>`;
       case "scopes":

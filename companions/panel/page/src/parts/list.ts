@@ -3,12 +3,9 @@ import { css, html, nothing } from "lit";
 import { customElement, state } from "lit/decorators.js";
 import { Problem, request } from "../link/api";
 import { title } from "../link/deck";
-import type { ListEntry } from "../link/state";
+import { type ListEntry, clipOf } from "../link/state";
 import { Part, shared } from "./part";
 import "./still";
-
-/** An entry may be a part of a clip: NAME[FROM-TO). */
-const clipOf = (entry: string): string => entry.replace(/\[[^[\]]*\)$/, "");
 
 /** The play list: clips are dropped in, entries are dragged or moved by keys; written whole, never over somebody else's. */
 @customElement("xp-list")

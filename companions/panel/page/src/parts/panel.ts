@@ -102,12 +102,11 @@ export class XpPanel extends LitElement {
     addEventListener("hashchange", this.moved);
     this.addEventListener("xp-forms", (event) => this.help.show((event as FormsEvent).verb));
     this.addEventListener("contextmenu", this.menu);
-    this.addEventListener("xp-mark", () => this.column.mark(this.timecode.value));
     this.end = listenToKeys(this.deck, {
       holdStop: () => this.stopKey?.begin(),
       releaseStop: () => this.stopKey?.end(),
       focusTimecode: () => this.transport.focusTimecode(),
-      mark: () => this.column.mark(this.timecode.value),
+      mark: () => this.column.mark(),
       kiosk: () => (location.hash = this.kiosk ? "#/clips" : "#/kiosk"),
       help: (event) => this.help.show(this.verbUnder(event)),
       tab: (by) => this.column.turn(by),

@@ -2,7 +2,7 @@
 import { css, html, nothing } from "lit";
 import { customElement, state } from "lit/decorators.js";
 import { Problem, get } from "../link/api";
-import type { ClipDetails, Mark } from "../link/state";
+import { type ClipDetails, type Mark, clipOf } from "../link/state";
 import { Part, shared } from "./part";
 import "./strip";
 import type { StripEvent } from "./strip";
@@ -43,17 +43,17 @@ export class XpReplay extends Part {
 
   override willUpdate(): void {
     const { state } = this.deck;
-    const key = [state?.clip, state?.path, state?.marks_changed, state?.status === "recording"].join("\n");
+    const key = [this.clip, state?.path, state?.status === "recording"].join("\n");
     if (key === this.known) return;
     this.known = key;
     void this.read();
   }
 
   private async read(): Promise<void> {
-    const clip = this.deck.state?.clip;
+    const { clip } = this;
     if (!clip) return;
     const [details, clips] = await Promise.all([get<ClipDetails>(`clips/${encodeURIComponent(clip)}`), get<{ clips: { name: string }[] }>("clips?limit=1000")]);
-    if (clip !== this.deck.state?.clip) return;
+    if (clip !== this.clip) return;
     this.problem = details instanceof Problem ? details.sentence : (details.told ?? "");
     this.details = details instanceof Problem ? {} : details;
     if (!(clips instanceof Problem)) this.angles = clips.clips.map((one) => one.name).filter((name) => name !== clip);
@@ -80,8 +80,8 @@ export class XpReplay extends Part {
   }
 
   private moved(event: StripEvent): void {
-    if (event.what === "cue") this.cue(event.frame);
-    else void this.run("mark", { what: event.what, where: String(event.frame) });
+    if (event.what !== "cue") void this.run("mark", { what: event.what, where: String(event.frame) });
+    else if (this.whole) this.cue(event.frame);
   }
 
   /** A point at what is on the output, under the next number that is free. */
@@ -98,20 +98,30 @@ export class XpReplay extends Part {
     if ((await this.deck.run("mark", { what: name, where: String(point.frame) })).done) await this.run("unmark", { what: point.name ?? "" });
   }
 
+  private get clip(): string {
+    return clipOf(this.deck.state?.clip ?? "");
+  }
+
   private get frames(): number {
     const { state } = this.deck;
-    return state?.length || this.details.frames || 0;
+    return (this.whole && state?.length) || this.details.frames || 0;
+  }
+
+  /** Whether the frames that the deck counts are those of the clip: not so in a list, or in a part. */
+  private get whole(): boolean {
+    const { state } = this.deck;
+    return state?.playback_source === "current_clip" && state.clip === this.clip && state.status !== "recording";
   }
 
   /** As a play list has it. */
   private get listed(): string {
     const { in: from, out } = this.details.marks ?? {};
-    return `${this.deck.state?.clip}[${from?.frame ?? 0}-${out?.frame ?? this.frames})`;
+    return `${this.clip}[${from?.frame ?? 0}-${out?.frame ?? this.frames})`;
   }
 
   protected override follows(): unknown[] {
     const { state } = this.deck;
-    return [state?.clip, state?.frame, state?.length, state?.status, state?.live_distance, state?.grows, state?.marks_changed, this.deck.stale, this.deck.verbs];
+    return [state?.clip, state?.frame, state?.length, state?.status, state?.live_distance, state?.grows, state?.playback_source, this.deck.stale, this.deck.verbs];
   }
 
   protected override view() {
@@ -128,7 +138,7 @@ export class XpReplay extends Part {
         ${state?.grows ? html`<span class="dim figure">${distance >= 0 ? `${(distance / rate).toFixed(1)} s behind` : "being recorded"}</span>` : nothing}
         ${this.deck.verb("live") ? html`<button data-verb="live" title=${this.deck.verb("live")?.help ?? ""} aria-pressed=${state?.grows && distance >= 0 && distance < 1.5 * rate ? "true" : "false"} ?disabled=${this.deck.stale || !state?.running} @click=${() => void this.run("live")}>Live</button>` : nothing}
       </div>
-      <xp-strip clip=${state?.clip ?? ""} .frames=${this.frames} .frame=${Math.max(0, state?.frame ?? 0)} .marks=${marks} ?disabled=${dead} @xp-strip=${(event: Event) => this.moved(event as StripEvent)}></xp-strip>
+      <xp-strip clip=${this.clip} .frames=${this.frames} .frame=${this.whole ? Math.max(0, state?.frame ?? 0) : -1} .marks=${marks} ?disabled=${dead} @xp-strip=${(event: Event) => this.moved(event as StripEvent)}></xp-strip>
       <div class="ends">
         ${this.end("in", "Mark in", from, dead)}
         <span><span class="label">Part</span><br /><span class="figure">${length(Math.max(0, long), rate)}</span></span>
@@ -140,6 +150,7 @@ export class XpReplay extends Part {
         <button class="part" draggable=${marked ? "true" : "false"} ?disabled=${dead || !marked} title="Drag it into the list, or press: it is added at the end" @click=${() => this.dispatchEvent(new CustomEvent("xp-add", { detail: [this.listed], bubbles: true, composed: true }))} @dragstart=${this.drag}>Part to list</button>
       </div>
       <div class="rows" role="region" tabindex="0" aria-label="Points">
+        ${state?.playback_source && state.playback_source !== "current_clip" ? html`<p class="dim">A list is played. Replay and live play one clip: choose <a href="#/list">Current clip</a>.</p>` : nothing}
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
         ${(marks.points ?? []).map((point) => this.point(point, dead))}
         ${marks.points?.length ? nothing : html`<p class="empty">No points. Key M marks the frame that is shown; I and O mark where the part begins and ends.</p>`}

@@ -140,7 +140,7 @@ export class XpStrip extends LitElement {
         (what) => html`<div class="end ${what === "in" ? "in" : "to"}" role="slider" tabindex="0" data-verb="mark" aria-label=${what === "in" ? "In" : "Out"} aria-disabled=${this.disabled ? "true" : "false"}
           aria-valuemin="0" aria-valuemax=${this.length} aria-valuenow=${this.place(what)} @pointerdown=${(event: PointerEvent) => this.grip(event, what)} @keydown=${(event: KeyboardEvent) => this.keydown(event, what)}></div>`,
       )}
-      <div class="head"></div>
+      <div class="head" ?hidden=${this.frame < 0}></div>
     </div>`;
   }
 }

@@ -3,6 +3,13 @@
 
 /** Which of the recorders that this panel reaches the page is about: "" its own, "channels/2", "machines/NAME"; from ?at=. */
 export const place = /^(machines\/[^/]+)?\/?(channels\/\d+)?$/.exec(new URLSearchParams(location.search).get("at") ?? "")?.[0] ?? "";
+/** As people call it; empty: the panel's own. */
+export const placeName = place
+  .split("/")
+  .filter((word) => word !== "machines")
+  .join(" ")
+  .replace(/^channels /, "Channel ")
+  .replace(/ channels /, ", channel ");
 const base = `api/v1/${place && place + "/"}`;
 const tokenKey = "xp-token";
 

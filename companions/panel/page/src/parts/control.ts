@@ -53,7 +53,8 @@ export class XpControl extends Part {
         <h2>Look</h2>
         <div class="acts">
           ${["dark", "contrast"].map((name) => html`<button aria-pressed=${theme === name ? "true" : "false"} @click=${() => this.theme(name)}>${name === "dark" ? "Dark" : "High contrast"}</button>`)}
-          <button @click=${() => (location.hash = "#/kiosk")}>Wall view</button>
+          <button @click=${() => (location.hash = "#/kiosk")}>Picture alone</button>
+          <button @click=${() => location.assign(`${location.pathname}#/wall`)}>All recorders</button>
         </div>
       </section>
       <section>

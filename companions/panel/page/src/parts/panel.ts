@@ -8,6 +8,7 @@ import type { FrameEvent } from "../elements/follow";
 import type { XpMeter } from "../elements/meter";
 import type { XpPicture } from "../elements/picture";
 import type { XpTimecode } from "../elements/timecode";
+import { placeName } from "../link/api";
 import { Deck } from "../link/deck";
 import { isRecording } from "../link/state";
 import { ages } from "../link/age";
@@ -180,8 +181,9 @@ export class XpPanel extends LitElement {
 
   private pageTitle(): string {
     const { state, stale } = this.deck;
-    if (stale || !state) return "! Recorder";
-    return isRecording(state) ? `● Recording ${state.clip}` : `Recorder: ${state.status.replaceAll("_", " ")}`;
+    const name = placeName || "Recorder";
+    if (stale || !state) return `! ${name}`;
+    return isRecording(state) ? `● ${placeName} Recording ${state.clip}` : `${name}: ${state.status.replaceAll("_", " ")}`;
   }
 
   private banner(down: boolean) {

@@ -69,9 +69,10 @@ void ScheduleMachine::arm(const ScheduledTake &take, const View &view, Orders &o
     }
     orders.writes.push_back({eParam_RecordEnd, MediaWrite::Text, 0, told.endText()});
     orders.writes.push_back({eParam_RecordStart, MediaWrite::Text, 0, told.startText()});
+    if (_armed != take.number) _commanded = 0;
     _armed = take.number;
     _armedRecorder = view.recorder;
-    _commanded = 0;
+    _isGiven = false;
     _commandAt = 0;
 }
 
@@ -90,6 +91,8 @@ void ScheduleMachine::wait(ScheduledTake &take, const View &view, Orders &orders
     if (view.status == TransportStatus::Recording && isOurs) {
         take.begun = true;
         _armed = 0;
+        _commanded = 0;
+        _seen = 0;
         take.recorder = view.recorder;
         orders.changed = true;
         orders.log.push_back(take.describe() + " has begun");
@@ -101,14 +104,16 @@ void ScheduleMachine::wait(ScheduledTake &take, const View &view, Orders &orders
     }
     // (A start that has passed without a take has gone from the recorder.)
     const bool isArmed = _armed == take.number && _armedRecorder == view.recorder;
-    if (!isArmed || (isLate && isDue(view.wall))) {
+    const bool isInVain = isArmed && isLate && _isGiven && isDue(view.wall);
+    if (isInVain) raise(take, "the recorder does not record; see the other alarms", orders);
+    if (!isArmed || isInVain) {
         arm(take, view, orders);
-        if (!isLate) return;
+        return; // the recorder shall know of it before the command comes
     }
     if (view.wall < take.start - commandSeconds * second) return;
-    if (isLate) raise(take, "the recorder does not record; see the other alarms", orders);
     if (!isDue(view.wall)) return;
     _commanded = take.number;
+    _isGiven = true;
     orders.writes.push_back(
         {eParam_TransportCommand, MediaWrite::Number, storeNumber(TransportCommand::Record), {}});
 }

@@ -55,6 +55,7 @@ private:
     unsigned _armed = 0;         ///< number of the take that the recorder has been told of and has not begun
     int _armedRecorder = 0;      ///< and which recorder that was
     unsigned _commanded = 0;     ///< number of the take whose command has been given
+    bool _isGiven = false;       ///< the command has, since the recorder was told
     std::int64_t _commandAt = 0; ///< when a command may be given next
     unsigned _seen = 0;          ///< number of the take that has been seen to run
     bool _wasEnded = false;      ///< by somebody's command, since then

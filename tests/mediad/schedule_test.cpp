@@ -173,6 +173,16 @@ TEST_F(Plan, whatKeepsATakeFromBeginningIsToldAndItBeginsAfterIt)
     run(185);
     EXPECT_EQ(view.status, TransportStatus::Stopped);
 
+    // Another one of the same number, in the way of which somebody else's take is.
+    add("09:03:20", "09:03:40");
+    view.status = TransportStatus::Recording;
+    run(203);
+    EXPECT_NE(alarm.find("another take runs"), std::string::npos) << alarm;
+    run(225);
+    EXPECT_EQ(view.status, TransportStatus::Recording) << "not ours to end";
+    EXPECT_TRUE(schedule.takes.empty());
+    view.status = TransportStatus::Stopped;
+
     // Cancelled while the recorder waits for it; and one whose time passes.
     std::string why;
     add("09:05:00", "");

@@ -323,7 +323,11 @@ void LumenEngine::setDirection(const QmxId &direction)
     _direction = direction;
     _environment.deck->playhead.setStill(direction == QmxIds::directionStill);
     const bool record = direction == QmxIds::directionRecord;
-    if (record && !_capture.isRecording()) lookAtWindow();
+    if (record && !_capture.isRecording()) {
+        // It may have been written right before the command.
+        takeWish(_environment.clock->wallTime());
+        lookAtWindow();
+    }
     if (!_capture.setRecord(record, _tickIndex, {_gate.in(), earlierFrames()})) return;
     if (record) {
         _environment.deck->recordTable.takeBegins({_capture.size(), _capture.codedBytes()});

@@ -84,6 +84,7 @@ private:
     void setDirection(const QmxId &direction);
     void lookAtWindow();
     int earlierFrames() const;
+    void takeWish(qint64 wall);
     void jam(const QmxTimecode &value);
     void push(DeviceEvent::Type type, quint64 serial = 0);
     void pushInput(const QmxVideoState &state);

@@ -92,23 +92,27 @@ qint64 LumenEngine::wallOf(qint64 moment)
     return moment + _wallOffset;
 }
 
+/// Takes over what has been written of the start and the end of a take.
+void LumenEngine::takeWish(qint64 wall)
+{
+    const QmxTakeOptions::Values wanted = _environment.deck->takeOptions.values();
+    // A wish for the take after the one that runs waits for its end.
+    const bool runs = _capture.isRecording() && _start.isSet();
+    if (wanted.startSerial == _startSerial || (runs && !wanted.recordStart.isEmpty())) return;
+    _startSerial = wanted.startSerial;
+    const auto moment = [wall](const QString &text) {
+        return QmxTakeMoment::parse(text, wall).value_or(QmxTakeMoment());
+    };
+    if (runs)
+        _start.setEnd(moment(wanted.recordEnd));
+    else
+        _start.set(moment(wanted.recordStart), moment(wanted.recordEnd));
+}
+
 /// Looks whether this is the frame with which a take shall begin.
 void LumenEngine::followStart(const CardInput &seen, const QmxTick &tick, qint64 wall)
 {
-    QmxTakeOptions &options = _environment.deck->takeOptions;
-    const QmxTakeOptions::Values wanted = options.values();
-    // A wish for the take after the one that runs waits for its end.
-    const bool runs = _capture.isRecording() && _start.isSet();
-    if (wanted.startSerial != _startSerial && !(runs && !wanted.recordStart.isEmpty())) {
-        _startSerial = wanted.startSerial;
-        const auto moment = [wall](const QString &text) {
-            return QmxTakeMoment::parse(text, wall).value_or(QmxTakeMoment());
-        };
-        if (runs)
-            _start.setEnd(moment(wanted.recordEnd));
-        else
-            _start.set(moment(wanted.recordStart), moment(wanted.recordEnd));
-    }
+    takeWish(wall);
     const QmxId source = _asked.timecodeInputSource();
     StartWatch::Frame frame{tick.index, wall, source == QmxIds::timecodeTimeOfDay, {}};
     if (_inputWatch.isGood(seen.input)) frame.timecode = seen.input.timecode;
@@ -120,7 +124,7 @@ void LumenEngine::followStart(const CardInput &seen, const QmxTick &tick, qint64
     if (!_capture.isRecording() && _start.isPast(tick.index)) {
         qmxLogOutput(2, "lumen", __LINE__, "No take has begun at record_start, which is past now\n");
         _start.set({}, {});
-        options.spendStart(_startSerial);
+        _environment.deck->takeOptions.spendStart(_startSerial);
     }
 }
 

@@ -66,7 +66,7 @@ std::vector<ParamRow> recordAndPlaybackRows()
             .with({Attribute::moment, Attribute::everyWrite}),
         string(eParam_RecordEnd, "record_end", Volatile,
                "The recording that begins at record_start has its last frame right before this one; it is to "
-               "be stopped within four seconds after that. Empty: with the command.")
+               "be stopped within a second after that. Empty: with the command.")
             .with({Attribute::moment, Attribute::everyWrite}),
         string(eParam_RecordSchedule, "record_schedule", Persistent,
                "Takes to come, one a line; `xpctl schedule` shows them, the media daemon keeps them.")

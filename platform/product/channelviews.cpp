@@ -181,7 +181,7 @@ void release(int channel)
         letGo(view, name);
 }
 
-void follow(void (*tell)(const QStringList &problems))
+void follow(void (*tell)(const QStringList &problems), void (*ready)())
 {
     constexpr int lookAgain = 5000; // ms; a channel that was added, a medium that has room again
     const int table = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
@@ -189,10 +189,11 @@ void follow(void (*tell)(const QStringList &problems))
     for (;;) {
         QStringList problems;
         for (const int channel : QmxChannel::all())
-            if (channel != 1 && QFileInfo(QmxPlaces::ofChannel(channel).media).isDir())
-                problems += bindMedia(channel);
+            if (channel != 1) problems += makeFolders(channel, QmxPlaces().state) + bindMedia(channel);
         if (problems != told) tell(problems);
         told = problems;
+        if (ready) ready();
+        ready = nullptr;
         pollfd changed{table, POLLPRI, 0};
         ::poll(&changed, table < 0 ? 0 : 1, lookAgain);
     }

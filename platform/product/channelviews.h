@@ -24,7 +24,8 @@ QStringList bindMedia(int channel);
 /// Lets go of all media of a channel.
 void release(int channel);
 
-/// Calls bindMedia() for all channels now and with each change of the mount table; ends with the process.
-[[noreturn]] void follow(void (*tell)(const QStringList &problems));
+/// Does both for all channels, now and with each change of the mount table; ends with the process. `ready` is
+/// called when it has been done once.
+[[noreturn]] void follow(void (*tell)(const QStringList &problems), void (*ready)());
 
 } // namespace ChannelViews

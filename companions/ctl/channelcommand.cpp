@@ -14,9 +14,13 @@
 #include <QFileInfo>
 #include <QJsonArray>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -64,6 +68,23 @@ bool writeFile(const QString &path, const QByteArray &text)
 {
     QFile file(path);
     return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size();
+}
+
+/// To the service manager: the units of the channels wait for it.
+void tellReady()
+{
+    const QByteArray path = qgetenv("NOTIFY_SOCKET");
+    sockaddr_un address = {};
+    if (path.isEmpty() || size_t(path.size()) >= sizeof address.sun_path) return;
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.constData(), size_t(path.size()));
+    if (path[0] == '@') address.sun_path[0] = '\0';
+    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const auto size = socklen_t(offsetof(sockaddr_un, sun_path) + size_t(path.size()));
+    constexpr char ready[] = "READY=1";
+    if (fd < 0) return;
+    ::sendto(fd, ready, sizeof ready - 1, 0, reinterpret_cast<const sockaddr *>(&address), size);
+    ::close(fd);
 }
 
 ExitCode list(const Report &report)
@@ -116,6 +137,8 @@ ExitCode add(const Report &report, int channel, const QString &source, int plays
         return refuse(report,
                       QStringLiteral("channel %1 was not made: %2").arg(channel).arg(problems.first()));
     }
+    for (const QString &problem : ChannelViews::bindMedia(channel))
+        report.note(problem);
     report.result(
         QStringLiteral("channel %1; start it: systemctl enable --now xpd@%1 xpmediad@%1").arg(channel),
         {{"channel", channel}, {"input", source}, {"plays", plays}});
@@ -172,10 +195,12 @@ ExitCode ctlChannel(const Report &report, const Arguments &arguments)
     if (action == "list") return list(report);
     if (action == "follow") {
         if (::geteuid() != 0) return needsRoot(report);
-        ChannelViews::follow([](const QStringList &problems) {
-            for (const QString &problem : problems)
-                std::fprintf(stderr, "xpctl: %s\n", qUtf8Printable(problem));
-        });
+        ChannelViews::follow(
+            [](const QStringList &problems) {
+                for (const QString &problem : problems)
+                    std::fprintf(stderr, "xpctl: %s\n", qUtf8Printable(problem));
+            },
+            tellReady);
     }
     const QString number = QString::fromStdString(arguments.word(1));
     const auto channel = QmxPlaces::channelNamed(number);

@@ -195,9 +195,11 @@ ExitCode Gang::record(const Arguments &arguments)
     Clocks clocks(able);
     const qint64 moment = commonMoment(clocks, able, clockNow() + startAhead);
     std::map<int, qint64> first;
+    // A take that has a time of its own begins there in every channel.
+    const bool isTimed = !arguments.at.empty() || !arguments.until.empty();
     for (const int channel : able) {
         const auto now = clocks.now(channel);
-        if (!now) continue; // (an older daemon: it begins as soon as it can)
+        if (!now || isTimed) continue; // (an older daemon: it begins as soon as it can)
         const qint64 in = Clocks::indexAt(*now, moment);
         const qint64 frames =
             qRound64(arguments.seconds * double(QmxClock::nsPerSecond) / double(now->period));
@@ -223,6 +225,7 @@ ExitCode Gang::record(const Arguments &arguments)
         return _report.error(ExitCode::Refused,
                              "one channel has not begun: the takes of the others were ended");
     }
+    if (isTimed) return tell(parts);
     const qint64 sinceNow = moment - clockNow();
     return tell(parts, {{"start_time", (QmxEnvironment::current().clock->wallTime() + sinceNow) /
                                            QmxClock::nsPerMillisecond}});

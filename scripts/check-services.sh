@@ -27,7 +27,8 @@ if [ "${2:-}" = inside ]; then
     chroot "$R" chown xp:xp /media/A
     cd "$R"
     pivot_root . run/old
-    exec chroot . /bin/sh -c 'umount -l /run/old; exec env -i container=xp PATH=/usr/sbin:/usr/bin:/sbin:/bin \
+    # (As systemd has it on a machine: in what it takes for a container it leaves mounts as they are.)
+    exec chroot . /bin/sh -c 'umount -l /run/old; mount --make-rshared /; exec env -i container=xp PATH=/usr/sbin:/usr/bin:/sbin:/bin \
         /lib/systemd/systemd --system --show-status=no --log-target=null --unit=multi-user.target'
 fi
 

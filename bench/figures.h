@@ -62,6 +62,10 @@ QList<Figure> benchCue(int seconds);
 QList<Figure> benchLive(int seconds);
 // remotebench.cpp
 QList<Figure> benchRemote(int seconds);
+// panelbench.cpp
+QList<Figure> benchPanel(int seconds);
+QList<Figure> benchPanelJpeg(int seconds);
+QList<Figure> benchPanelClients(int seconds);
 // monitorbench.cpp
 QList<Figure> benchMonitoring(int seconds);
 // prerecordbench.cpp

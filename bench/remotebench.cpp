@@ -120,5 +120,5 @@ QList<Figure> benchRemote(int seconds)
     return {{"remote_reply_p50", percentile(times, 0.5), "ms", {}, {}, {}},
             {"remote_reply_p99", percentile(times, 0.99), "ms", {}, {}, {}},
             {"remote_reply_p999", percentile(times, 0.999), "ms", {}, {}, mostMilliseconds},
-            {"remote_take_lost", dropped, "frames", {}, {}, {}}};
+            {"remote_take_lost", dropped, "frames", {}, {}, 0.0}};
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "bench/barestore.h"
 #include "bench/figures.h"
 #include "bench/recorderunderbench.h"
 #include "bench/storelistener.h"
@@ -21,9 +22,6 @@
 #include <mutex>
 
 #include <hiredis/hiredis.h>
-#include <sqlite3.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace {
@@ -68,59 +66,6 @@ void measure(std::initializer_list<Way *> ways, int rounds)
         value = end;
     }
 }
-
-/// The same rows in the same kind of file, and a datagram, with nothing around them.
-class BareStore
-{
-public:
-    BareStore(const QString &database, const QString &socket) : _socket(::socket(AF_UNIX, SOCK_DGRAM, 0))
-    {
-        sqlite3_open(database.toLocal8Bit().constData(), &_handle);
-        run("PRAGMA journal_mode = WAL");
-        run("PRAGMA synchronous = NORMAL");
-        run("PRAGMA wal_autocheckpoint = 0");
-        run("CREATE TABLE log(version INTEGER PRIMARY KEY AUTOINCREMENT, id, kind, value, source, time, "
-            "crc)");
-        run("CREATE TABLE param(id INTEGER PRIMARY KEY, kind, value, version, source, time, crc)");
-        prepare("INSERT INTO log(id, kind, value, source, time, crc) VALUES(1, 1, ?, 'bench', 0, 0)",
-                _append);
-        prepare("INSERT OR REPLACE INTO param(id, kind, value, version, source, time, crc) "
-                "VALUES(1, 1, ?, 0, 'bench', 0, 0)",
-                _put);
-        _address.sun_family = AF_UNIX;
-        std::strncpy(_address.sun_path, socket.toLocal8Bit().constData(), sizeof _address.sun_path - 1);
-    }
-    ~BareStore()
-    {
-        sqlite3_finalize(_append);
-        sqlite3_finalize(_put);
-        sqlite3_close(_handle);
-        ::close(_socket);
-    }
-    void write(quint32 value)
-    {
-        run("BEGIN IMMEDIATE");
-        for (sqlite3_stmt *statement : {_append, _put}) {
-            sqlite3_bind_int64(statement, 1, value);
-            sqlite3_step(statement);
-            sqlite3_reset(statement);
-        }
-        run("COMMIT");
-        ::sendto(_socket, "x", 1, 0, reinterpret_cast<const sockaddr *>(&_address), sizeof _address);
-    }
-
-private:
-    void run(const char *sql) { sqlite3_exec(_handle, sql, nullptr, nullptr, nullptr); }
-    void prepare(const char *sql, sqlite3_stmt *&statement)
-    {
-        sqlite3_prepare_v2(_handle, sql, -1, &statement, nullptr);
-    }
-    sqlite3 *_handle = nullptr;
-    sqlite3_stmt *_append = nullptr;
-    sqlite3_stmt *_put = nullptr;
-    const int _socket;
-    sockaddr_un _address{};
-};
 
 std::string freshStore()
 {

@@ -47,6 +47,17 @@ TEST_F(Remote, anEditControllerDoesAWholeSession)
     EXPECT_EQ(count, 3);
 }
 
+TEST(RemotePorts, serveACrowd)
+{
+    QTemporaryDir dir;
+    QByteArray rows = "[ports]\nline = tcp:9993\nosc = udp:9000\n";
+    for (char i = '0'; i < '4'; ++i)
+        rows += QByteArray("ninepin = /dev/shm/tty") + i + '\n';
+    writeAll(dir.filePath("remote.ini"), rows);
+    Sandbox sandbox({"--net", "private", "--remote", dir.filePath("remote.ini")});
+    std::puts(sandbox.run("remote_crowd").out.constData());
+}
+
 TEST_F(Remote, linesAndFadersDriveTheDeck)
 {
     const QByteArray out = sandbox

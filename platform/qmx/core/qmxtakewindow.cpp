@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 namespace {
-constexpr quint32 magic = 0x57505832; // changes with the layout
+constexpr quint32 magic = 0x57505833; // changes with the layout
 constexpr mode_t mode = 0660;         // whoever may operate the recorder, and nobody else
 constexpr qint64 lookEvery = QmxClock::nsPerSecond;
 constexpr int attempts = 100;
@@ -54,7 +54,7 @@ struct Half
 struct Table
 {
     std::atomic<quint32> magic;
-    Half<5> now;    ///< the recorder's
+    Half<6> now;    ///< the recorder's
     Half<2> window; ///< a companion's
 };
 
@@ -62,6 +62,23 @@ Table *map(int fd)
 {
     void *memory = mmap(nullptr, sizeof(Table), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     return memory == MAP_FAILED ? nullptr : static_cast<Table *>(memory);
+}
+
+/// A byte each: hours, minutes, seconds, frames, frames a second, drop frame; -1: not valid.
+qint64 packed(const QmxTimecode &timecode)
+{
+    if (!timecode.isValid()) return -1;
+    qint64 value = 0;
+    for (const int part : {timecode.hours(), timecode.minutes(), timecode.seconds(), timecode.frames(),
+                           timecode.fps(), int(timecode.isDropFrame())})
+        value = value << 8 | (part & 0xFF);
+    return value;
+}
+
+QmxTimecode unpacked(qint64 value)
+{
+    const auto part = [value](int place) { return int(value >> 8 * place & 0xFF); };
+    return value < 0 ? QmxTimecode() : QmxTimecode(part(5), part(4), part(3), part(2), part(1), part(0));
 }
 
 struct flock wholeFile()
@@ -122,7 +139,7 @@ bool Board::publish()
 
 void Board::tell(const Now &now)
 {
-    d->table->now.write({now.index, now.frame, now.first, now.moment, now.period});
+    d->table->now.write({now.index, now.frame, now.first, now.moment, now.period, packed(now.timecode)});
 }
 
 Window Board::window() const
@@ -175,9 +192,9 @@ Client::~Client() = default;
 
 std::optional<Now> Client::now()
 {
-    std::array<qint64, 5> told{};
+    std::array<qint64, 6> told{};
     if (!d->open() || d->table->now.read(told) == 0) return std::nullopt;
-    return Now{told[0], told[1], told[2], told[3], told[4]};
+    return Now{told[0], told[1], told[2], told[3], told[4], unpacked(told[5])};
 }
 
 bool Client::set(qint64 in, qint64 out)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxtimecode.h"
+
 #include <QString>
 #include <QtGlobal>
 
@@ -24,7 +26,8 @@ struct Now
     /// Ideal moment of that frame, by the monotonic clock that all programs of the machine share (ns): what
     /// tells which index of one recorder is which of another.
     qint64 moment = 0;
-    qint64 period = 0; ///< of a frame, ns, rounded down
+    qint64 period = 0;    ///< of a frame, ns, rounded down
+    QmxTimecode timecode; ///< of the picture that is on the output with it; not valid: it has none
 };
 
 struct Window

@@ -174,7 +174,7 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
     _last = output;
     const QVariant number = output.isCapture ? QVariant() : output.metadata.value(QmxIds::frameNumber);
     _window.tell({tick.index, number.isValid() ? number.toInt() : -1, takeFirst, tick.deadline,
-                  tick.rate.nanoseconds(1)});
+                  tick.rate.nanoseconds(1), output.timecode});
     countDropped();
     _output.show(output, work);
     if (output.isCapture) _alarms.picture(nullptr);

@@ -2,7 +2,7 @@
 #include "companions/ctl/doctor.h"
 
 #include "companions/ctl/panelfinding.h"
-#include "companions/ctl/remotefigures.h"
+#include "companions/ctl/remotefinding.h"
 #include "platform/control/access.h"
 #include "platform/product/clipfinder.h"
 #include "platform/product/stillfiles.h"

@@ -2,63 +2,15 @@
 // info: what a clip is, by its file alone.
 #include "companions/ctl/commands.h"
 
-#include "platform/qmx/clip/qmxclipcheck.h"
+#include "platform/control/clipdescription.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
 
-#include <QDateTime>
-#include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 
 namespace {
-/// Bytes of a file, or of all pictures in a folder.
-qint64 bytesOf(const QFileInfo &file)
-{
-    if (!file.isDir()) return file.size();
-    qint64 bytes = 0;
-    for (const QFileInfo &picture : QDir(file.filePath()).entryInfoList(QDir::Files))
-        bytes += picture.size();
-    return bytes;
-}
-
-QString scanName(const QmxImageDesc &image)
-{
-    return image.isInterlaced() ? QStringLiteral("i") : QStringLiteral("p");
-}
-
-QJsonObject describe(const QFileInfo &file, const QmxClipInfo &info)
-{
-    const double rate = info.image.frameRate().toDouble();
-    const double seconds = rate > 0 ? double(info.frames) / rate : 0;
-    const qint64 bytes = bytesOf(file);
-    QJsonArray lost;
-    for (const auto &[first, last] : info.lostFrames)
-        lost.append(QJsonObject{{"first", first}, {"last", last}});
-    return {{"clip", file.fileName()},
-            {"path", QmxEnvironment::current().places->within(file.absoluteFilePath())},
-            {"width", info.image.width()},
-            {"height", info.image.height()},
-            {"scan", scanName(info.image)},
-            {"frames_per_second", rate},
-            {"codec", info.image.dataType().name()},
-            {"frames", info.frames},
-            {"seconds", seconds},
-            {"start_timecode", info.timecodeAt(0).toString()},
-            {"end_timecode", info.timecodeAt(info.frames - 1).toString()},
-            {"bytes", bytes},
-            {"bits_per_second", seconds > 0 ? double(bytes) * 8 / seconds : 0},
-            {"date",
-             file.lastModified().toOffsetFromUtc(file.lastModified().offsetFromUtc()).toString(Qt::ISODate)},
-            {"audio_channels", info.audio.channels()},
-            {"reel", info.reelName},
-            {"made_by", info.foreign ? "another program" : "this recorder"},
-            {"is_closed", info.closed},
-            {"is_protected", !(file.permissions() & QFileDevice::WriteOwner)},
-            {"lost_frames", lost}};
-}
-
 /// What happened in the take, in short: nothing when nothing did.
 QString happened(const QJsonObject &take)
 {
@@ -77,14 +29,6 @@ QString happened(const QJsonObject &take)
         parts.append(QStringLiteral("%1 timecode breaks").arg(breaks));
     if (take.value("closed_by").toString() == "repair") parts.append(QStringLiteral("ended by a crash"));
     return parts.join(QStringLiteral(", "));
-}
-
-/// What the clip carries of itself; that it is true, `xpctl verify` finds out.
-QJsonObject proofOf(const QmxClipCheck &claims)
-{
-    return {{"is_carried", claims.hasProof || (!claims.closed && !claims.chain.isEmpty())},
-            {"chain", QString::fromLatin1(claims.chain)},
-            {"take", claims.take}};
 }
 
 QString text(const QJsonObject &object, const QmxClipInfo &info)
@@ -135,10 +79,7 @@ ExitCode ctlInfo(Recorder &recorder, const Report &report, const Arguments &argu
     if (error.isError())
         return report.error(ExitCode::Refused, error.toString(),
                             "`xpctl clips` lists those of the active medium");
-    QJsonObject object = describe(file, info);
-    QmxClipCheck claims;
-    if (!info.foreign) QmxClipCheck::claims(file.filePath(), claims, recorder.environment());
-    object["proof"] = proofOf(claims);
+    const QJsonObject object = describeClip(file, info, recorder.environment());
     report.result(text(object, info), object);
     return ExitCode::Done;
 }

@@ -2,23 +2,7 @@
 #pragma once
 
 #include "companions/ctl/report.h"
-#include "platform/control/recorder.h"
+#include "platform/control/metrics.h"
 
-#include <QList>
-#include <QString>
-
-/// One figure for monitoring.
-struct Metric
-{
-    QString name; ///< "xp_frames_recorded_total", in base units (seconds, bytes)
-    QString help;
-    bool isCounter = false; ///< only grows while the daemon runs
-    QString label;          ///< name of its label; empty: none
-    QString labelValue;
-    double value = 0;
-};
-
-/// All figures of this moment: from shared memory, the store and the file systems; the daemon is not asked.
-QList<Metric> collectMetrics(const Recorder &recorder);
-/// Shows them once a second until interrupted.
+/// Shows all figures once a second until interrupted.
 ExitCode watchStats(Recorder &recorder, const Report &report, bool once);

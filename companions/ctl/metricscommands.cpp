@@ -8,7 +8,7 @@
 
 #include <prometheus/collectable.h>
 #include <prometheus/exposer.h>
-#include <prometheus/text_serializer.h>
+#include <prometheus/metric_family.h>
 
 #include <mutex>
 
@@ -70,12 +70,6 @@ QString asText(const QList<Metric> &metrics)
         text += QStringLiteral("%1 %2  %3\n").arg(name, -42).arg(metric.value, 14, 'g', 10).arg(metric.help);
     }
     return text;
-}
-
-/// In the text format of Prometheus.
-QByteArray metricsText(const QList<Metric> &metrics)
-{
-    return QByteArray::fromStdString(prometheus::TextSerializer().Serialize(families(metrics)));
 }
 
 /// The same on a socket of this machine; an error sentence when it cannot.

@@ -30,6 +30,7 @@ ExitCode exitCodeOf(const Answer &answer)
         return ExitCode::Interrupted;
     case Cause::Deck:
     case Cause::Owner:
+    case Cause::Role:
     case Cause::Busy:
         break;
     }

@@ -7,7 +7,7 @@
 #include "companions/mediad/clipcopy.h"
 #include "companions/mediad/clipverify.h"
 #include "companions/mediad/orderrules.h"
-#include "platform/qmx/core/qmxcounters.h"
+#include "platform/product/transferpace.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 
 #include <QCoreApplication>
@@ -23,9 +23,6 @@
 
 namespace {
 
-/// Frames that may wait for the medium before a copy pauses: a flush makes a few wait.
-constexpr qint64 fewFrames = 8;
-constexpr qint64 pauseTime = 100 * QmxClock::nsPerMillisecond;
 constexpr qint64 tellEvery = 500 * QmxClock::nsPerMillisecond;
 
 /// The disk serves everybody else first, where its scheduler knows the difference (ioprio_set(2)).
@@ -43,7 +40,10 @@ class MediaJobs::Pace
 {
 public:
     Pace(const QmxEnvironment &environment, const Shared &shared, std::function<void(int)> told)
-        : _clock(*environment.clock), _shared(shared), _told(std::move(told))
+        : _clock(*environment.clock),
+          _shared(shared),
+          _told(std::move(told)),
+          _pace(environment, [&shared] { return shared.busy && !shared.ended; })
     {}
 
     bool operator()(qint64 done, qint64 total)
@@ -53,25 +53,15 @@ public:
             _toldAt = now;
             _told(total > 0 ? int(100 * done / total) : 100);
         }
-        const qint64 bytes = done - std::exchange(_done, done);
-        if (_shared.busy)
-            _clock.sleepUntil(now + qint64(double(bytes) / busyRate * double(QmxClock::nsPerSecond)));
-        while (_shared.busy && !_shared.ended && framesWait())
-            _clock.sleepUntil(_clock.now() + pauseTime);
+        _pace.wait(done - std::exchange(_done, done));
         return !_shared.ended;
     }
 
 private:
-    bool framesWait()
-    {
-        // Opened anew: the recorder may have been started since.
-        QmxCountersReader counters;
-        return counters.open() && counters.value(QStringLiteral("writer_queue")) > fewFrames;
-    }
-
     QmxClock &_clock;
     const Shared &_shared;
     const std::function<void(int)> _told;
+    TransferPace _pace;
     qint64 _toldAt = 0;
     qint64 _done = 0;
 };

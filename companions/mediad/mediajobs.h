@@ -25,8 +25,6 @@ class MediaJobs : public QObject
 
 public:
     static constexpr int bound = 16;
-    /// Bytes a second of a copy while something is recorded or played.
-    static constexpr double busyRate = 16e6;
 
     MediaJobs(const QmxEnvironment &environment,
               std::function<void(const MediaOrder &, const MediaOrderState &)> told,

@@ -103,7 +103,8 @@ std::optional<HttpReply> Access::refusal(const HttpCall &call) const
         return {};
     }
     const QByteArray site = call.header("sec-fetch-site");
-    const bool isBrowser = !site.isEmpty() || !call.header("sec-fetch-mode").isEmpty();
+    // (A browser that tells how it fetches tells from where, too; some programs' libraries tell only how.)
+    const bool isBrowser = !site.isEmpty();
     if (isChange(call.method) && isBrowser)
         return problemReply(403, "no_origin", "a browser that wants a change has to say from which page");
     // A page of somebody else may lead here, and no more.

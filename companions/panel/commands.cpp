@@ -7,6 +7,7 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxthreads.h"
 
 #include <CLI/CLI.hpp>
 
@@ -109,15 +110,20 @@ int serve(const Given &given)
     const QString address = baseAddress(options, server.port());
     writeAddress(address);
     std::fprintf(stderr, "xppanel: %s\n", address.toLocal8Bit().constData());
-    std::thread serving([&server] { server.run(); });
+    std::thread serving;
+    const QmxError error = QmxEnvironment::current().threads->start(
+        QStringLiteral("panel-io"), [&server] { server.run(); }, serving);
     int signal = 0;
-    sigwait(&ends, &signal);
+    if (error.isError())
+        fail(QStringLiteral("it cannot serve: %1").arg(error.toString()));
+    else
+        sigwait(&ends, &signal);
     server.stop();
-    serving.join();
+    if (serving.joinable()) serving.join();
     panel.workers.reset();
     server.close();
     QFile::remove(places().panelAddress);
-    return 0;
+    return error.isError() ? 1 : 0;
 }
 
 QString readLine(const QString &path)

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "companions/panel/panel.h"
-#include "companions/panel/transferpace.h"
+#include "platform/product/transferpace.h"
 
 // (Asio of Boost 1.74 uses std::exchange without including it.)
 #include <utility>
@@ -10,6 +10,7 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
 
+#include <atomic>
 #include <map>
 #include <memory>
 
@@ -27,7 +28,11 @@ struct ConnectionContext
     std::map<quint64, std::function<void()>> silent;
     quint64 count = 0;
     std::function<void(std::function<void()>)> post;
-    TransferPace pace{panel.watch};
+    std::atomic<bool> isEnding = false;
+    TransferPace pace{QmxEnvironment::current(), [this] {
+                          const auto state = panel.watch.state();
+                          return state->running && state->status != QLatin1String("stopped") && !isEnding;
+                      }};
     QmxTaskThread files{QStringLiteral("panel-file")}; ///< last: what runs on it uses the others
 };
 

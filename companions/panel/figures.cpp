@@ -75,21 +75,11 @@ QJsonObject verbObject(const VerbRow &row)
             {"group", groupOf(row)},
             {"help", row.help},
             {"arguments", arguments},
+            {"role", roleName(row.role())},
             {"moves_transport", row.has(VerbRow::MovesTransport)},
             {"writes", QJsonArray::fromStringList(QString::fromLatin1(row.writes).split(' '))},
             {"effect", row.effect},
             {"effect_within_ms", row.effectWithin},
             {"refusals", QJsonArray::fromStringList(QString::fromLatin1(row.refusals).split(' '))},
             {"forms", formsOf(row)}};
-}
-
-QByteArray figuresText(const Recorder &recorder)
-{
-    const bool isUp = recorder.daemonIsRunning();
-    QByteArray text = "# HELP xp_up Whether the daemon runs\n# TYPE xp_up gauge\nxp_up " +
-                      QByteArray(isUp ? "1" : "0") + '\n';
-    if (!isUp) return text;
-    for (const auto &counter : recorder.counters())
-        text += "xp_" + counter.name.toLatin1() + ' ' + QByteArray::number(counter.value) + '\n';
-    return text;
 }

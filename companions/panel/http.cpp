@@ -5,7 +5,6 @@
 #include <QStringDecoder>
 
 namespace {
-constexpr const char *roleNames[] = {"nobody", "view", "operate", "engineer"};
 
 const char *titleOf(int status)
 {
@@ -80,18 +79,6 @@ std::optional<QString> decoded(QByteArrayView text, bool plusIsBlank)
     return result;
 }
 } // namespace
-
-QString roleName(Role role)
-{
-    return QString::fromLatin1(roleNames[int(role)]);
-}
-
-std::optional<Role> roleNamed(const QString &name)
-{
-    for (const Role role : {Role::View, Role::Operate, Role::Engineer})
-        if (roleName(role) == name) return role;
-    return {};
-}
 
 HttpReply jsonReply(const QJsonObject &object, int status)
 {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/control/role.h"
+
 #include <QByteArray>
 #include <QJsonObject>
 #include <QList>
@@ -12,13 +14,6 @@
 #include <memory>
 #include <optional>
 #include <utility>
-
-/// What somebody may do, each including those before it.
-enum class Role { Nobody, View, Operate, Engineer };
-
-/// "view", "operate", "engineer"; "nobody"
-QString roleName(Role role);
-std::optional<Role> roleNamed(const QString &name);
 
 /// Who sends a request. A value.
 struct Caller

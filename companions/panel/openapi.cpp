@@ -5,6 +5,8 @@
 
 #include <QJsonArray>
 
+#include <map>
+
 namespace {
 QJsonObject schemaOf(const VerbArgument &argument)
 {
@@ -40,11 +42,21 @@ QJsonObject reference(const char *name)
 QJsonObject responses(const RouteRow &row, const QJsonObject &schema)
 {
     const bool isJson = qstrcmp(row.type, "application/json") == 0;
+    const QJsonObject body = content(row.type, isJson ? schema : QJsonObject{});
+    const auto done = [](const char *what, const QJsonObject &made) {
+        return QJsonObject{{"description", what}, {"content", made}};
+    };
     QJsonObject all{
-        {"200", QJsonObject{{"description", "done"},
-                            {"content", content(row.type, isJson ? schema : QJsonObject{})}}},
+        {"200", done("done", body)},
         {"default", QJsonObject{{"description", "what is wrong, and what to do"},
                                 {"content", content("application/problem+json", reference("problem"))}}}};
+    if (row.handle == postVerb || row.handle == postClipVerb)
+        all["202"] = done("given, and not waited for", body);
+    if (row.handle == getClipFile) {
+        all["206"] = done("the part that was asked for", body);
+        all["304"] = QJsonObject{{"description", "it has not changed"}};
+    }
+    if (row.handle == getScopes) all["204"] = QJsonObject{{"description", "the first are being made"}};
     return all;
 }
 
@@ -59,6 +71,22 @@ QJsonObject operation(const RouteRow &row, const QJsonArray &parameters, const Q
     return object;
 }
 
+/// What a query parameter may be, where it is not any text.
+QJsonObject querySchema(const QString &name)
+{
+    static const std::map<QString, QJsonObject> rows{
+        {"wait", {{"type", "string"}, {"enum", QJsonArray{"0", "1"}}}},
+        {"force", {{"type", "string"}, {"enum", QJsonArray{"0", "1"}}}},
+        {"offset", {{"type", "integer"}, {"minimum", 0}}},
+        {"limit", {{"type", "integer"}, {"minimum", 0}, {"maximum", 1000}}},
+        {"order", {{"type", "string"}, {"enum", QJsonArray{"asc", "desc"}}}},
+        {"sort",
+         {{"type", "string"}, {"enum", QJsonArray{"index", "name", "frames", "date", "duration", "size"}}}},
+    };
+    const auto row = rows.find(name);
+    return row == rows.end() ? QJsonObject{{"type", "string"}} : row->second;
+}
+
 QJsonArray parametersOf(const RouteRow &row)
 {
     QJsonArray list;
@@ -66,7 +94,7 @@ QJsonArray parametersOf(const RouteRow &row)
         if (part.startsWith('{'))
             list.append(parameter(part.mid(1, part.size() - 2), "path", true, {{"type", "string"}}, {}));
     for (const QString &name : QString::fromLatin1(row.query).split(' ', Qt::SkipEmptyParts))
-        list.append(parameter(name, "query", false, {{"type", "string"}}, {}));
+        list.append(parameter(name, "query", false, querySchema(name), {}));
     return list;
 }
 
@@ -89,7 +117,7 @@ void addVerbs(QJsonObject &paths, const RouteRow &row)
                                             schemaOf(argument), QString::fromUtf8(argument.help)));
         for (const char *option : {"wait", "force"})
             parameters.append(parameter(QString::fromLatin1(option), "query", false,
-                                        {{"type", "string"}, {"enum", QJsonArray{"0", "1"}}}, {}));
+                                        querySchema(QString::fromLatin1(option)), {}));
         paths["/api/v1/transport/" + QString::fromLatin1(verb.name)] = QJsonObject{
             {"post", operation(own, parameters, reference("answer"), QString::fromLatin1(verb.name))}};
     }

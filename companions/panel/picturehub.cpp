@@ -2,7 +2,8 @@
 #include "companions/panel/picturehub.h"
 
 #include "companions/panel/jpeg.h"
-#include "platform/qmx/core/qmxthreadname.h"
+#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxthreads.h"
 
 #include <QtEndian>
 
@@ -124,7 +125,6 @@ std::shared_ptr<const QByteArray> PictureHub::Coder::codeNext()
 
 void PictureHub::Coder::run()
 {
-    qmxNameThread(QStringLiteral("panel-picture"));
     std::shared_ptr<const QByteArray> told;
     while (!isEnding) {
         {
@@ -147,7 +147,13 @@ void PictureHub::Coder::look(bool on)
         const std::lock_guard lock(mutex);
         isWanted = on;
     }
-    if (on && !thread.joinable()) thread = std::thread([this] { run(); });
+    if (on && !thread.joinable()) {
+        const QmxError error = environment.threads->start(
+            QStringLiteral("panel-picture"), [this] { run(); }, thread);
+        // (Whoever looks next tries it again.)
+        if (error.isError())
+            qmxLogOutput(1, "panel", __LINE__, "No pictures: %s\n", qPrintable(error.toString()));
+    }
     changed.notify_all();
 }
 

@@ -114,5 +114,5 @@ QJsonObject bodyObject(const HttpCall &call, std::optional<HttpReply> &problem)
 
 Who whoOf(const Caller &caller)
 {
-    return {caller.name, QStringLiteral("http"), caller.address, caller.id};
+    return {caller.name, QStringLiteral("http"), caller.address, caller.id, caller.role};
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The clips of the active medium: lists, what is known of one, the files themselves.
 #include "companions/panel/panel.h"
+#include "platform/control/clipdescription.h"
 #include "platform/control/marksof.h"
 #include "platform/product/clipfinder.h"
 #include "platform/product/clipplaces.h"
@@ -12,10 +13,12 @@
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonArray>
 
 #include <algorithm>
 #include <limits>
+#include <mutex>
 #include <set>
 
 #include <sys/stat.h>
@@ -50,25 +53,51 @@ struct Listed
     QString path;
     int frames;
     bool isClosed;
+    qint64 recordedAt; ///< ns since 1970
+    struct stat file = {};
+    double seconds = 0; ///< asked for only when the list is sorted by it
 };
 
-/// What the file itself says: its size, when it was written, whether it is kept from being deleted.
-void addFile(QJsonObject &object, const QString &path)
+void ask(Listed &clip)
 {
-    struct stat status = {};
-    if (stat(QFile::encodeName(path).constData(), &status) != 0) return;
-    object["bytes"] = qint64(status.st_size);
-    object["time"] = QDateTime::fromSecsSinceEpoch(status.st_mtim.tv_sec).toString(Qt::ISODate);
-    object["protected"] = (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+    stat(QFile::encodeName(clip.path).constData(), &clip.file);
 }
 
 QJsonObject listedObject(const Listed &clip)
 {
-    const bool grows = !clip.isClosed && QmxClipReader::isBeingRecorded(clip.path);
-    QJsonObject object{{"index", clip.index}, {"name", clip.name}, {"frames", clip.frames}, {"grows", grows}};
-    addFile(object, clip.path);
-    return object;
+    return {{"index", clip.index},
+            {"name", clip.name},
+            {"frames", clip.frames},
+            {"grows", !clip.isClosed && QmxClipReader::isBeingRecorded(clip.path)},
+            {"bytes", qint64(clip.file.st_size)},
+            {"date", clipDate(QDateTime::fromSecsSinceEpoch(clip.file.st_mtim.tv_sec))},
+            {"is_protected", (clip.file.st_mode & S_IWUSR) == 0}};
 }
+
+/// Lengths in time of clips that have been asked for: a file that has not changed is not read again.
+class Lengths
+{
+public:
+    double seconds(const Listed &clip)
+    {
+        const std::lock_guard lock(_mutex);
+        const QByteArray key = clip.path.toUtf8() + '\0' + QByteArray::number(qint64(clip.file.st_size)) +
+                               '.' + QByteArray::number(qint64(clip.file.st_mtim.tv_sec));
+        if (const auto known = _known.constFind(key); known != _known.constEnd()) return *known;
+        QmxClipInfo info;
+        const bool isRead = !QmxClipReader::probe(clip.path, info).isError();
+        const double rate = isRead ? info.image.frameRate().toDouble() : 0;
+        const double seconds = rate > 0 ? double(clip.frames) / rate : 0;
+        if (_known.size() >= most) _known.clear();
+        _known.insert(key, seconds);
+        return seconds;
+    }
+
+private:
+    static constexpr qsizetype most = 20000;
+    std::mutex _mutex;
+    QHash<QByteArray, double> _known;
+};
 
 std::optional<qsizetype> numberIn(const HttpCall &call, const char *name, qsizetype otherwise, qsizetype most)
 {
@@ -79,39 +108,58 @@ std::optional<qsizetype> numberIn(const HttpCall &call, const char *name, qsizet
     return isNumber && value >= 0 && value <= most ? std::optional(value) : std::nullopt;
 }
 
-/// The order that is asked for; nothing when there is no such.
-std::optional<std::function<bool(const Listed &, const Listed &)>> orderOf(const QString &sort)
+/// What a list can be sorted by.
+struct SortRow
 {
-    if (sort.isEmpty() || sort == QLatin1String("index"))
-        return [](const Listed &a, const Listed &b) { return a.index < b.index; };
-    if (sort == QLatin1String("name"))
-        return [](const Listed &a, const Listed &b) { return a.name < b.name; };
-    if (sort == QLatin1String("frames"))
-        return [](const Listed &a, const Listed &b) { return a.frames < b.frames; };
-    return {};
+    const char *name;
+    bool (*isBefore)(const Listed &a, const Listed &b);
+    bool needsSize = false;
+    bool needsSeconds = false;
+};
+constexpr SortRow sortRows[] = {
+    {"index", [](const Listed &a, const Listed &b) { return a.index < b.index; }},
+    {"name", [](const Listed &a, const Listed &b) { return a.name < b.name; }},
+    {"frames", [](const Listed &a, const Listed &b) { return a.frames < b.frames; }},
+    {"date", [](const Listed &a, const Listed &b) { return a.recordedAt < b.recordedAt; }},
+    {"duration", [](const Listed &a, const Listed &b) { return a.seconds < b.seconds; }, true, true},
+    {"size", [](const Listed &a, const Listed &b) { return a.file.st_size < b.file.st_size; }, true},
+};
+
+/// The order that is asked for; null when there is no such.
+const SortRow *orderOf(const QString &sort)
+{
+    if (sort.isEmpty()) return sortRows;
+    const auto *row = std::find_if(std::begin(sortRows), std::end(sortRows),
+                                   [&sort](const SortRow &one) { return sort == QLatin1String(one.name); });
+    return row == std::end(sortRows) ? nullptr : row;
 }
 
-QJsonObject describe(const QmxClipInfo &info)
+/// All that are asked for, in their order, with what has to be known for that.
+std::vector<Listed> sorted(Control &control, const QString &filter, const SortRow &order,
+                           std::list<Clip> &clips)
 {
-    QJsonArray runs;
-    for (const auto &run : info.timecodeRuns)
-        runs.append(QJsonObject{{"frame", run.firstFrame}, {"timecode", run.start.toString()}});
-    const double rate =
-        info.effectiveRate.isValid() ? info.effectiveRate.toDouble() : info.image.frameRate().toDouble();
-    return {{"frames", info.frames},
-            {"rate", rate},
-            {"seconds", rate > 0 ? double(info.frames) / rate : 0},
-            {"width", info.image.width()},
-            {"height", info.image.height()},
-            {"channels", info.audio.channels()},
-            {"timecode", info.startTimecode.isValid() ? info.startTimecode.toString() : QString()},
-            {"timecode_end", info.frames > 0 && info.timecodeAt(info.frames - 1).isValid()
-                                 ? info.timecodeAt(info.frames - 1).toString()
-                                 : QString()},
-            {"timecodes", runs},
-            {"reel", info.reelName},
-            {"closed", info.closed},
-            {"foreign", info.foreign}};
+    static Lengths lengths;
+    ClipFinder finder(&control.recorder().config());
+    std::vector<Listed> all;
+    clips = finder.findClips(true, false, true);
+    int index = 0;
+    for (const Clip &clip : clips) {
+        const QString name = QString::fromStdString(clip.getName());
+        if (name.contains(filter, Qt::CaseInsensitive)) {
+            all.push_back({index,
+                           name,
+                           QString::fromStdString(clip.getPath()),
+                           clip.getFrameCount(),
+                           clip.getRecordedAt(),
+                           {},
+                           0});
+            if (order.needsSize) ask(all.back());
+            if (order.needsSeconds) all.back().seconds = lengths.seconds(all.back());
+        }
+        ++index;
+    }
+    std::stable_sort(all.begin(), all.end(), order.isBefore);
+    return all;
 }
 
 /// "bytes=FROM-TO", one part; nothing when it is another kind, which is then passed over, as HTTP has it.
@@ -147,31 +195,22 @@ void getClips(Panel &panel, const HttpCall &call, Respond respond)
 {
     const auto offset = numberIn(call, "offset", 0, std::numeric_limits<int>::max());
     const auto limit = numberIn(call, "limit", mostOfAPage, mostOfAPage);
-    const auto order = orderOf(call.query.value("sort"));
+    const SortRow *order = orderOf(call.query.value("sort"));
     const QString direction = call.query.value("order", "asc");
     if (!offset || !limit || !order ||
         (direction != QLatin1String("asc") && direction != QLatin1String("desc")))
         return respond(
             problemReply(400, "wrong_argument", "the list cannot be given like that",
-                         "offset from 0, limit to 1000, sort index, name or frames, order asc or desc"));
+                         "offset from 0, limit to 1000, sort index, name, frames, date, duration or size, "
+                         "order asc or desc"));
     onWorker(panel, respond, [=, filter = call.query.value("filter")](Control &control) {
-        ClipFinder finder(&control.recorder().config());
-        std::vector<Listed> all;
-        std::list<Clip> clips = finder.findClips(true, false, true);
-        int index = 0;
-        for (const Clip &clip : clips) {
-            const QString name = QString::fromStdString(clip.getName());
-            if (name.contains(filter, Qt::CaseInsensitive))
-                all.push_back({index, name, QString::fromStdString(clip.getPath()), clip.getFrameCount(),
-                               clip.isClosed()});
-            ++index;
-        }
-        std::stable_sort(all.begin(), all.end(), *order);
+        std::list<Clip> clips;
+        std::vector<Listed> all = sorted(control, filter, *order, clips);
         if (direction == QLatin1String("desc")) std::reverse(all.begin(), all.end());
         const QString path = control.recorder().text(eParam_ActiveMediaPath);
         const QString mirror = control.recorder().text(eParam_MirrorMediaPath);
         const auto first = all.begin() + std::min(*offset, qsizetype(all.size()));
-        const std::vector<Listed> shown(first, first + std::min(*limit, qsizetype(all.end() - first)));
+        std::vector<Listed> shown(first, first + std::min(*limit, qsizetype(all.end() - first)));
         std::set<std::string> names;
         for (const Listed &clip : shown)
             names.insert(clip.name.toStdString());
@@ -179,7 +218,8 @@ void getClips(Panel &panel, const HttpCall &call, Respond respond)
         const auto copies = askSecondPlaces(path.toStdString(), mirror.toStdString(), clips,
                                             control.recorder().environment());
         QJsonArray page;
-        for (const Listed &clip : shown) {
+        for (Listed &clip : shown) {
+            if (!order->needsSize) ask(clip);
             QJsonObject object = listedObject(clip);
             if (const auto copy = copies.find(clip.name.toStdString()); copy != copies.end())
                 object["second_copy"] = QJsonObject{{"path", mirror}, {"frames", copy->second}};
@@ -197,14 +237,11 @@ void getClip(Panel &panel, const HttpCall &call, Respond respond)
         QmxClipInfo info;
         if (!isFileName(name) || path.isEmpty() || QmxClipReader::probe(path, info).isError())
             return notThere(control, name);
-        QJsonObject object = describe(info);
-        object["name"] = name;
-        object["path"] = path;
+        QJsonObject object = describeClip(QFileInfo(path), info, control.recorder().environment());
         object["grows"] = !info.closed && !info.foreign && QmxClipReader::isBeingRecorded(path);
         QString told;
         object["marks"] = marksObject(ClipMarksFile::read(path, told), info);
         if (!told.isEmpty()) object["told"] = told;
-        addFile(object, path);
         return jsonReply(object);
     });
 }

@@ -3,6 +3,7 @@
 #include "companions/panel/figures.h"
 #include "companions/panel/panel.h"
 #include "platform/control/mediadaemonlock.h"
+#include "platform/control/metrics.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -21,6 +22,8 @@ int statusOf(const Answer &answer)
         return 409;
     case Cause::Owner:
         return 423;
+    case Cause::Role:
+        return 403;
     case Cause::Busy:
         return 429;
     case Cause::Daemon:
@@ -197,7 +200,7 @@ void getMetrics(Panel &panel, const HttpCall &, Respond respond)
     onWorker(panel, respond, [](Control &control) {
         HttpReply reply;
         reply.type = "text/plain; version=0.0.4; charset=utf-8";
-        reply.body = figuresText(control.recorder());
+        reply.body = metricsText(collectMetrics(control.recorder()));
         return reply;
     });
 }

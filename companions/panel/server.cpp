@@ -4,7 +4,6 @@
 #include "companions/panel/connection.h"
 #include "companions/panel/tls.h"
 #include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/core/qmxthreadname.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
@@ -122,7 +121,6 @@ void Server::Private::tellFigures()
 
 void Server::run()
 {
-    qmxNameThread(QStringLiteral("panel-io"));
     d->accept();
     d->tellFigures();
     d->io.run();
@@ -138,7 +136,7 @@ void Server::close()
     if (!d) return;
     d->io.stop();
     if (d->context) {
-        d->context->pace.end();
+        d->context->isEnding = true;
         d->context->files.stop();
     }
     d->context.reset(); // what is left of it is held by connections, which go with the loop

@@ -110,7 +110,7 @@ void LinePort::accept()
     client->fd = std::move(fd);
     client->name = name;
     const QString host = name.section(QLatin1Char(':'), 0, -2);
-    client->who = {name, QStringLiteral("line"), host, QStringLiteral("line/") + name};
+    client->who = {name, QStringLiteral("line"), host, QStringLiteral("line/") + name, _config.verbs};
     client->counts = &_context.statistics().peer(_config.place, host);
     Client *const self = client.get();
     client->reader = std::make_unique<LineReader>(

@@ -94,7 +94,8 @@ void NinepinPort::add(RemoteFd fd, const QString &name, NinepinParser::Limits li
 Who NinepinPort::whoIs(const QString &peer) const
 {
     const QString host = _config.device.isEmpty() ? peer.section(QLatin1Char(':'), 0, -2) : peer;
-    return {peer, QStringLiteral("serial"), host, QStringLiteral("serial/%1/%2").arg(_config.place, host)};
+    return {peer, QStringLiteral("serial"), host, QStringLiteral("serial/%1/%2").arg(_config.place, host),
+            _config.verbs};
 }
 
 void NinepinPort::wants(std::vector<pollfd> &polls) const
@@ -166,9 +167,17 @@ void NinepinPort::remove(const Peer &peer)
 
 void NinepinPort::block(Peer &peer, const NinepinBlock &block)
 {
-    const bool mayOperate = &peer == _peers.front().get();
+    const bool mayOperate = _config.verbs >= Role::Operate && &peer == _peers.front().get();
     const QByteArray bytes = _session.answer(block, _context.view(), _context.now(), mayOperate);
-    if (NinepinReplies::isNak(bytes)) peer.counts->add(RemotePeer::Undefined);
+    const bool isForbidden = !mayOperate && NinepinSession::isCommand(block);
+    if (isForbidden) {
+        peer.counts->add(RemotePeer::Refusals);
+        qmxLogOutput(2, module, __LINE__, "%s: a command of %s was refused: %s\n", qPrintable(_config.place),
+                     qPrintable(peer.name),
+                     _config.verbs < Role::Operate ? "verbs=view stands behind the port" : "it listens");
+    } else if (NinepinReplies::isNak(bytes)) {
+        peer.counts->add(RemotePeer::Undefined);
+    }
     reply(peer, bytes);
 }
 
@@ -225,11 +234,17 @@ void NinepinPort::hand(const DeckOrder &order)
 {
     if (!_peers.empty()) _peers.front()->counts->add(RemotePeer::Orders);
     const std::weak_ptr<bool> alive = _alive;
-    _context.perform(order, _who, [this, alive, id = order.id](const Answer &answer) {
+    const auto given = [this, alive, id = order.id] {
+        if (!alive.expired()) _orders.given(id, _context.now());
+    };
+    const auto answered = [this, alive, id = order.id](const Answer &answer) {
         if (alive.expired()) return;
         const DeckAnswer result{id, answer.isDone(), answer.code, answer.sentence};
         if (!_orders.answered(result, _context.now())) return;
-        if (!result.done && !_peers.empty()) _peers.front()->counts->add(RemotePeer::Refusals);
+        // (Another one took over: of a dial that is turned each speed does so.)
+        const bool isRefused = !result.done && answer.kind != Answer::Kind::Superseded;
+        if (isRefused && !_peers.empty()) _peers.front()->counts->add(RemotePeer::Refusals);
         _session.answered(result);
-    });
+    };
+    _context.perform(order, _who, answered, given);
 }

@@ -124,7 +124,7 @@ OscPort::Peer &OscPort::peer(const sockaddr_storage &from, socklen_t size)
     made.address = from;
     made.size = size;
     const QString host = name.section(QLatin1Char(':'), 0, -2);
-    made.who = {name, QStringLiteral("osc"), host, QStringLiteral("osc/") + name};
+    made.who = {name, QStringLiteral("osc"), host, QStringLiteral("osc/") + name, _config.verbs};
     made.counts = &_context.statistics().peer(_config.place, host);
     return made;
 }
@@ -133,19 +133,27 @@ void OscPort::hand(Peer &peer, const DeckOrder &order)
 {
     const std::weak_ptr<bool> alive = peer.alive;
     peer.counts->add(RemotePeer::Orders);
-    _context.perform(order, peer.who, [this, &peer, alive, order](const Answer &answer) {
+    const auto given = [this, &peer, alive, id = order.id] {
+        if (!alive.expired()) peer.orders.given(id, _context.now());
+    };
+    const auto answered = [this, &peer, alive, order](const Answer &answer) {
         if (alive.expired()) return;
         if (!peer.orders.answered({order.id, answer.isDone(), answer.code, answer.sentence}, _context.now()))
             return;
-        if (answer.isDone()) return;
+        // (Another one took over: of a fader that is moved each speed does so.)
+        if (answer.isDone() || answer.kind == Answer::Kind::Superseded) return;
         peer.counts->add(RemotePeer::Refusals);
         send(peer, OscLanguage::refused(order.verb, answer.code, answer.sentence));
-    });
+    };
+    _context.perform(order, peer.who, answered, given);
 }
 
 void OscPort::order(Peer &peer, const QString &verb, const QMap<QString, QString> &arguments)
 {
-    const DeckOrder order{verb, arguments, false, false, ++peer.lastOrder};
+    // The daemon drops what it is told while it changes its mode: who waits for the effect says it again. Of
+    // steps each one counts, and none is told twice.
+    const bool waits = verb != QLatin1String("step");
+    const DeckOrder order{verb, arguments, false, waits, ++peer.lastOrder};
     if (!peer.orders.push(order, _context.now())) peer.counts->add(RemotePeer::Dropped);
 }
 

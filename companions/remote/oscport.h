@@ -11,8 +11,8 @@
 
 #include <sys/socket.h>
 
-/// Open Sound Control on a UDP port. Orders are not waited for; one that is refused is told to who gave it.
-/// Subscribers are sent the state at their rate and forgotten after a minute without renewal.
+/// Open Sound Control on a UDP port. Nobody is told of an order that was done, one that is refused is told to
+/// who gave it. Subscribers are sent the state at their rate and forgotten after a minute without renewal.
 class OscPort : public RemotePort
 {
 public:

@@ -87,10 +87,19 @@ constexpr OptionRow optionRows[] = {
 };
 
 /// Empty: it is good; else what to write.
-QString parseOption(NinepinOptions &options, const QString &word)
+QString parseOption(RemotePortConfig &port, const QString &word)
 {
-    QStringList keys;
     const QString key = word.section(QLatin1Char('='), 0, 0);
+    if (key == QLatin1String("verbs")) {
+        const auto role = roleNamed(word.section(QLatin1Char('='), 1));
+        if (!role) return QStringLiteral("verbs takes view, operate or engineer");
+        port.verbs = *role;
+        return {};
+    }
+    if (port.protocol != RemotePortConfig::Protocol::Ninepin)
+        return QStringLiteral("the option of a port of this kind is verbs");
+    QStringList keys{QStringLiteral("verbs")};
+    NinepinOptions &options = port.ninepin;
     for (const OptionRow &row : optionRows) {
         keys.append(QLatin1String(row.key));
         if (key != keys.last()) continue;
@@ -156,10 +165,8 @@ QString parsePort(RemoteConfig &config, const QString &key, const QString &value
         return QStringLiteral("%1 takes %2; before the number may stand the numeric address to listen on")
             .arg(key, QLatin1String(row->places));
     if (const QString problem = parseChannel(port, words); !problem.isEmpty()) return problem;
-    if (port.protocol != Protocol::Ninepin && !words.isEmpty())
-        return QStringLiteral("a port of this kind has no options but channel");
     for (const QString &word : words)
-        if (const QString problem = parseOption(port.ninepin, word); !problem.isEmpty()) return problem;
+        if (const QString problem = parseOption(port, word); !problem.isEmpty()) return problem;
     for (const RemotePortConfig &other : config.ports)
         if (other.place == port.place) return QStringLiteral("%1 is there already").arg(port.place);
     if (config.ports.size() >= RemoteConfig::mostPorts)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "companions/remote/ninepin/ninepinsession.h"
+#include "platform/control/role.h"
 
 #include <QByteArray>
 #include <QList>
@@ -18,7 +19,8 @@ struct RemotePortConfig
     QString device; ///< of a terminal; else empty
     QString host;   ///< numeric address that is listened on
     quint16 port = 0;
-    int channel = 1; ///< whose deck it is
+    int channel = 1;            ///< whose deck it is
+    Role verbs = Role::Operate; ///< what who comes by this port may do; nobody there is asked for a name
     NinepinOptions ninepin;
 };
 

@@ -103,11 +103,19 @@ DeckView RemoteLoop::view()
     const auto now = _window.now();
     _view.index = now ? now->index : -1;
     _view.takeFirst = now ? now->first : -1;
-    if (now && _view.frame >= 0) _view.frame = now->frame;
+    if (now && _view.frame >= 0) {
+        _view.frame = now->frame;
+        // (Told with the frame by the clock itself: the state is behind by as much as the machine is busy.)
+        if (now->frame >= 0 && now->timecode.isValid()) {
+            _view.timecode = now->timecode;
+            _view.timecode.setFPS(_view.fps);
+            _view.timecode.setDropFrame(_view.drop);
+        }
+    }
     return _view;
 }
 
-void RemoteLoop::perform(const DeckOrder &order, const Who &who, Answered answered)
+void RemoteLoop::perform(const DeckOrder &order, const Who &who, Answered answered, Given given)
 {
     if (order.verb == QLatin1String(DeckOrder::set)) return set(order, who, answered);
     if (order.verb == QLatin1String(DeckOrder::window)) return setWindow(order, answered);
@@ -121,6 +129,7 @@ void RemoteLoop::perform(const DeckOrder &order, const Who &who, Answered answer
     request.arguments = order.arguments;
     request.wait = order.wait;
     request.force = order.force;
+    if (given) request.given = [this, given] { post(given); };
     _workers.submit(request, who, [this, answered](const Answer &answer) {
         post([answered, answer] { answered(answer); });
     });
@@ -146,7 +155,8 @@ void RemoteLoop::set(const DeckOrder &order, const Who &who, const Answered &ans
     const bool isTaken = _workers.post([order, who, tell](Control &control) {
         const QString name = order.arguments.value(QStringLiteral("name"));
         const QString value = order.arguments.value(QStringLiteral("value"));
-        const Request asked{QStringLiteral("next"), {}, false, true, true, {}};
+        Request asked;
+        asked.verb = QStringLiteral("next");
         if (const auto refusal = control.refusal(*findVerb(asked.verb), asked, who)) return tell(*refusal);
         const ParamDescriptor *descriptor = nullptr;
         for (const ParamDescriptor *one : AllDescriptors())

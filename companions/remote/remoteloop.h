@@ -34,7 +34,7 @@ private:
     DeckView view() override;
     std::shared_ptr<const DeckState> state() override { return _watch.state(); }
     qint64 now() const override { return _environment.clock->now(); }
-    void perform(const DeckOrder &order, const Who &who, Answered answered) override;
+    void perform(const DeckOrder &order, const Who &who, Answered answered, Given given) override;
     void listClips(Clips listed) override;
     RemoteStatistics &statistics() override { return _statistics; }
 

@@ -26,9 +26,10 @@ public:
     virtual std::shared_ptr<const DeckState> state() = 0;
     virtual qint64 now() const = 0; ///< nanoseconds of a steady clock
     /// Hands an order to the workers; `answered` comes back on the ports' thread, once, unless the port has
-    /// gone by then.
+    /// gone by then; before it, if it may be given, `given`, see Request.
     using Answered = std::function<void(const Answer &answer)>;
-    virtual void perform(const DeckOrder &order, const Who &who, Answered answered) = 0;
+    using Given = std::function<void()>;
+    virtual void perform(const DeckOrder &order, const Who &who, Answered answered, Given given = {}) = 0;
     /// The clips of the active medium, likewise; an error text in place of names when they cannot be listed.
     using Clips = std::function<void(const QStringList &lines)>;
     virtual void listClips(Clips listed) = 0;

@@ -29,6 +29,7 @@ constexpr AnswerCodeRow rows[] = {
     {"other_in_control", Cause::Owner, "somebody else is in control"},
     {"locked", Cause::Owner, "somebody has locked the transport for a time"},
     {"switched_to_local", Cause::Owner, "only who sits at the machine may move the transport"},
+    {"not_allowed", Cause::Role, "who asks may do less than that"},
     {"no_daemon", Cause::Daemon, "the daemon is not running"},
     {"daemon_ended", Cause::Daemon, "the daemon has ended before the effect came"},
     {"stands_still", Cause::Daemon, "the daemon is there, but its video clock stands still"},

@@ -13,6 +13,7 @@ enum class Cause {
     Argument,    ///< an argument makes no sense, or the verb does not exist
     Deck,        ///< the deck's state: a take runs, there is nothing to play, an alarm came instead
     Owner,       ///< somebody else is in control, has locked the transport, or it is switched to local
+    Role,        ///< who asks has no right to that
     Daemon,      ///< the daemon is not there, has ended, or stands still
     Store,       ///< the store cannot be reached
     Busy,        ///< too many verbs wait already

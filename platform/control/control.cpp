@@ -9,6 +9,8 @@
 #include <QJsonDocument>
 #include <QStringList>
 
+#include <mutex>
+
 #include <unistd.h>
 
 namespace {
@@ -24,6 +26,9 @@ QString asTyped(const Request &request)
     if (request.force) words << "force";
     return words.join(' ');
 }
+
+/// Of all objects of this process: what its own fronts announce is seen at once.
+std::atomic<unsigned> announcements = 0;
 
 QJsonObject objectOf(const QString &text)
 {
@@ -41,6 +46,10 @@ Control::~Control() = default;
 std::optional<Answer> Control::refusal(const VerbRow &row, const Request &request, const Who &who)
 {
     if (const auto wrong = wrongArguments(row, request)) return wrong;
+    if (who.role < row.role())
+        return Answer::refused(Cause::Role, "not_allowed",
+                               QStringLiteral("%1 may %2; this needs %3")
+                                   .arg(who.text(), roleName(who.role), roleName(row.role())));
     if (const QString problem = _recorder.storeProblem(); !problem.isEmpty()) return storeError(problem);
     if (row.needs == Needs::Daemon && !_recorder.daemonIsRunning()) return noDaemon();
     return Ownership(_recorder).refusal(row, request, who);
@@ -63,7 +72,8 @@ Answer Control::perform(const Request &request, const Who &who)
                                QStringLiteral("there is no verb '%1'").arg(request.verb));
     _supersededBy = {};
     // A take must end also when nobody can say more than that.
-    if (row->has(VerbRow::StopsTake) && !_recorder.storeProblem().isEmpty() && _recorder.daemonIsRunning()) {
+    if (row->has(VerbRow::StopsTake) && who.role >= row->role() && !_recorder.storeProblem().isEmpty() &&
+        _recorder.daemonIsRunning()) {
         const Answer answer = performStopWithoutStore(_recorder);
         tell(request, who, answer);
         return answer;
@@ -73,24 +83,39 @@ Answer Control::perform(const Request &request, const Who &who)
         return *refused;
     }
     // (What a row refuses by itself takes over from nobody.)
-    if (row->has(VerbRow::MovesTransport)) {
-        _recorder.setBeforeWrite([&] {
-            announce(request, who);
-            Ownership(_recorder).renew(who);
-        });
-    }
+    if (row->has(VerbRow::MovesTransport))
+        _recorder.setTurn([&](const Recorder::Write &write) { return writeInTurn(request, who, write); });
+    else if (request.given)
+        request.given();
     Answer answer = row->run({_recorder, request, who});
-    _recorder.setBeforeWrite({});
+    _recorder.setTurn({});
     if (!answer.isDone() && !_supersededBy.isEmpty()) answer = superseded();
     _announced.clear();
     tell(request, who, answer);
     return answer;
 }
 
+QString Control::writeInTurn(const Request &request, const Who &who, const Recorder::Write &write)
+{
+    // One at a time in this process: between the look and the write nobody else of it announces anything.
+    static std::mutex turn;
+    const std::lock_guard lock(turn);
+    const bool isFirst = _announced.isEmpty();
+    if (isFirst) {
+        announce(request, who);
+        Ownership(_recorder).renew(who);
+    } else if (looksSuperseded()) {
+        return superseded().sentence;
+    }
+    const QString problem = write();
+    if (isFirst && request.given) request.given();
+    return problem;
+}
+
 void Control::announce(const Request &request, const Who &who)
 {
-    static std::atomic<unsigned> count = 0;
-    _announced = QStringLiteral("%1.%2.%3").arg(getpid()).arg(_recorder.timeOfDay()).arg(++count);
+    _announcements = ++announcements;
+    _announced = QStringLiteral("%1.%2.%3").arg(getpid()).arg(_recorder.timeOfDay()).arg(_announcements);
     _announcedVerb = asTyped(request);
     QJsonObject object = who.toJson();
     object["operator"] = object["id"];
@@ -107,8 +132,15 @@ bool Control::isSuperseded()
 {
     if (_announced.isEmpty() || !_supersededBy.isEmpty()) return !_supersededBy.isEmpty();
     const qint64 now = _recorder.environment().clock->now();
-    if (now < _nextLook) return false;
-    _nextLook = now + lookEvery;
+    if (now < _nextLook && _announcements == announcements) return false; // of others: soon enough
+    return looksSuperseded();
+}
+
+bool Control::looksSuperseded()
+{
+    if (!_supersededBy.isEmpty()) return true;
+    _announcements = announcements;
+    _nextLook = _recorder.environment().clock->now() + lookEvery;
     const QJsonObject last = objectOf(_recorder.text(eParam_ControlVerb));
     const QString id = last["id"].toString();
     if (id.isEmpty() || id == _announced) return false;

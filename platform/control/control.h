@@ -23,8 +23,9 @@ public:
     Control(const Control &) = delete;
     Control &operator=(const Control &) = delete;
 
-    /// Checks, in this order: the verb and its arguments exist and make sense; store and daemon are there;
-    /// `who` may; the take that runs is not ended without `force`. Then does it and waits.
+    /// Checks, in this order: the verb and its arguments exist and make sense; `who` has the role for it;
+    /// store and daemon are there; `who` may now; the take that runs is not ended without `force`. Then does
+    /// it and waits.
     Answer perform(const Request &request, const Who &who);
     /// As perform() would refuse it now, without doing it; nothing when it would be tried.
     std::optional<Answer> refusal(const VerbRow &row, const Request &request, const Who &who);
@@ -39,8 +40,12 @@ public:
     void setLog(std::function<void(const QString &line)> log) { _log = std::move(log); }
 
 private:
+    /// A write of a verb that moves the transport: announces it first; once somebody else has announced
+    /// another one, nothing more is written.
+    QString writeInTurn(const Request &request, const Who &who, const Recorder::Write &write);
     void announce(const Request &request, const Who &who);
     bool isSuperseded();
+    bool looksSuperseded();
     Answer superseded() const;
     void tell(const Request &request, const Who &who, const Answer &answer) const;
 
@@ -51,4 +56,5 @@ private:
     QString _announcedVerb; ///< with its arguments
     QJsonObject _supersededBy;
     qint64 _nextLook = 0;
+    unsigned _announcements = 0; ///< of this process, when it was looked last
 };

@@ -200,5 +200,6 @@ void Ownership::takeBegun(const Who &who)
 {
     QJsonObject object = who.toJson();
     object["since"] = _recorder.timeOfDay();
-    _recorder.write(eParam_TakeStarter, compact(object));
+    // (Whose take it is holds also when somebody else has taken over already.)
+    _recorder.config().setString(eParam_TakeStarter, compact(object).toStdString());
 }

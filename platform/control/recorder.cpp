@@ -89,15 +89,25 @@ QString Recorder::text(eParam_t id) const
 
 QString Recorder::write(eParam_t id, unsigned value)
 {
-    if (const auto before = std::exchange(_beforeWrite, {})) before();
-    return _config->setUInt(id, value) ? QString() : QString::fromStdString(_config->lastError());
+    return inTurn([&] {
+        return _config->setUInt(id, value) ? QString() : QString::fromStdString(_config->lastError());
+    });
 }
 
 QString Recorder::write(eParam_t id, const QString &value)
 {
-    if (const auto before = std::exchange(_beforeWrite, {})) before();
-    return _config->setString(id, value.toStdString()) ? QString()
-                                                       : QString::fromStdString(_config->lastError());
+    return inTurn([&] {
+        return _config->setString(id, value.toStdString()) ? QString()
+                                                           : QString::fromStdString(_config->lastError());
+    });
+}
+
+QString Recorder::inTurn(const Write &write)
+{
+    const auto turn = std::exchange(_turn, {}); // what it writes by itself goes straight
+    const QString problem = turn ? turn(write) : write();
+    if (turn) _turn = turn;
+    return problem;
 }
 
 bool Recorder::isPlaying() const

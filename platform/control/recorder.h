@@ -93,8 +93,10 @@ public:
     bool isAbandoned() const;
     /// Asked at every look of a wait: true ends it.
     void setAbandon(std::function<bool()> abandon) { _abandon = std::move(abandon); }
-    /// Called once, before the next write.
-    void setBeforeWrite(std::function<void()> before) { _beforeWrite = std::move(before); }
+    /// What a write goes through: does `write` and returns its result, or does not and returns why not. None:
+    /// writes are done as they come.
+    using Write = std::function<QString()>;
+    void setTurn(std::function<QString(const Write &write)> turn) { _turn = std::move(turn); }
     static bool wasInterrupted();
     /// Milliseconds since 1970-01-01 UTC, by the machine's clock.
     qint64 timeOfDay() const;
@@ -104,10 +106,11 @@ public:
 
 private:
     const QmxCountersReader *openCounters() const;
+    QString inTurn(const Write &write);
 
     std::unique_ptr<Config> _config;
     std::function<bool()> _abandon;
-    std::function<void()> _beforeWrite;
+    std::function<QString(const Write &write)> _turn;
     QmxEnvironment _environment;
     mutable std::unique_ptr<QmxCountersReader> _counters;
     mutable QmxPreviewReader _preview;

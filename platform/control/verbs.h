@@ -53,6 +53,10 @@ struct Request
     bool repeatIsDone = true;
     /// Told while a verb goes on for long; may be empty. On the thread of perform().
     std::function<void(int percent, const QString &text)> progress;
+    /// Told once the command has been given, before its effect is there: what is given from then on comes
+    /// after it. A verb that moves nothing has given all it gives when it begins; not told when it is
+    /// refused. May be empty. On the thread of perform().
+    std::function<void()> given;
 };
 
 /// A request on its way: what the functions behind the rows get.
@@ -73,6 +77,7 @@ struct VerbRow
         MovesTransport = 1, ///< an owner, a lock and the local switch keep others from it; supersedes others
         EndsTake = 2,       ///< protected while a take runs
         StopsTake = 4,      ///< as EndsTake, but whoever began the take may
+        ForEngineers = 8,   ///< who may operate the deck may not do this
     };
 
     const char *name; ///< lower_snake_case
@@ -87,6 +92,8 @@ struct VerbRow
     Answer (*run)(const VerbCall &call);
 
     bool has(Trait trait) const { return (traits & unsigned(trait)) != 0; }
+    /// What one has to be to do it.
+    Role role() const { return has(ForEngineers) ? Role::Engineer : Role::Operate; }
 };
 
 std::span<const VerbRow> verbs();

@@ -165,7 +165,7 @@ std::span<const VerbRow> verbs()
          {{"alarm", Type::Text, true, "", 0, 0, "as `xpctl alarms` shows it", "'%1' is no alarm", "a name; `xpctl alarms` lists them"}},
          0, Needs::Store, "alarms_acknowledged", "the store has it", 5000, "no_alarm", performAcknowledge},
         {"shut_down", "end the daemon; a take that is running is closed", {},
-         MovesTransport | EndsTake, Needs::Daemon, "transport_command", "the daemon has ended", 30000,
+         MovesTransport | EndsTake | ForEngineers, Needs::Daemon, "transport_command", "the daemon has ended", 30000,
          "take_runs no_effect", performShutDown},
     };
     return rows;

@@ -57,5 +57,5 @@ Who Who::atShell()
     passwd *found = nullptr;
     getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found);
     const QString name = found ? QString::fromLocal8Bit(found->pw_name) : QString::number(getuid());
-    return {name, QStringLiteral("shell"), {}, QStringLiteral("shell/") + name};
+    return {name, QStringLiteral("shell"), {}, QStringLiteral("shell/") + name, Role::Engineer};
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/control/role.h"
+
 #include <QJsonObject>
 #include <QString>
 
@@ -13,6 +15,7 @@ struct Who
     QString front;   ///< a row of frontRows()
     QString address; ///< of the peer, as the front knows it: "192.0.2.7", "/dev/ttyUSB0"; may be empty
     QString id; ///< the same for as long as it is the same operator; empty: front, name and address are it
+    Role role = Role::Operate; ///< what this one may do; not written down
 
     QString identity() const;
     /// "anna (http, 192.0.2.7)"

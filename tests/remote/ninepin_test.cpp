@@ -197,6 +197,29 @@ TEST_F(Deck, dropsWhatTheLineHasDamagedAndNothingElse)
     EXPECT_EQ(line("00 11 11"), "12 11 21 25 69");
 }
 
+TEST_F(Deck, aReviewRollsWhenItsCueIsOverAndSaysWhenItCannot)
+{
+    // The preroll ends at the picture that is held already: nothing to be seen happens.
+    moment(DeckView::Motion::Still, 0.0, "01:00:05:00");
+    view.frame = 0;
+    ask("44 14 00 10 00 01 69"), ask("44 15 00 11 00 01 6B"), ask("44 31 00 05 00 00 7A");
+    for (const bool begins : {true, false}) {
+        EXPECT_EQ(ask("20 41 61"), "10 01 11");
+        const DeckOrder cue = orders.last();
+        EXPECT_EQ(cue.verb, "cue");
+        session.look(view, now);
+        EXPECT_EQ(orders.last().id, cue.id) << "the cue may still be on its way, and would end the roll";
+        session.answered({cue.id, true, "done", {}});
+        session.look(view, now);
+        EXPECT_EQ(orders.last().verb, "play");
+        EXPECT_TRUE(orders.last().wait) << "a deck that changes its mode drops it: it has to be said again";
+        EXPECT_EQ(ask("61 20 41 C2"), "71 20 08 99") << "review";
+        session.answered({orders.last().id, begins, begins ? "done" : "no_effect", {}});
+        EXPECT_EQ(ask("61 20 41 C2"), begins ? "71 20 08 99" : "71 20 00 91");
+    }
+    EXPECT_EQ(ask("61 20 91 12"), "71 20 80 11") << "function abort";
+}
+
 TEST_F(Deck, anEditIsOrderedAheadAndEndsByItself)
 {
     EXPECT_EQ(ask("20 65 85"), "10 01 11");
@@ -213,7 +236,11 @@ TEST_F(Deck, anEditIsOrderedAheadAndEndsByItself)
     view.index = 1034;
     session.look(view, now);
     EXPECT_EQ(orders.last().verb, "window");
-    view.index = 1035;
+    view.index = 1036;
+    view.takeFrames = 28;
+    session.look(view, now);
+    EXPECT_EQ(orders.last().verb, "window") << "the last two are still being coded";
+    view.takeFrames = 30;
     session.look(view, now);
     EXPECT_EQ(orders.last().verb, "stop");
     // A take that does not come, or not in time, is told: function abort.

@@ -124,7 +124,7 @@ TEST(RemoteConfig, tellsEachLineThatMakesNoSense)
     const RemoteConfig good =
         RemoteConfig::parse("; ports\n[ports]\nninepin = /dev/ttyUSB0 record=on edit_delay=7\n"
                             "ninepin=tcp:0.0.0.0:9901 type_625=F1E0\nline = tcp:9993\r\n"
-                            "osc = udp:[::1]:9000\n");
+                            "osc = udp:[::1]:9000 verbs=view\n");
     EXPECT_EQ(good.problems, QStringList());
     ASSERT_EQ(good.ports.size(), 4);
     EXPECT_EQ(good.ports[0].device, "/dev/ttyUSB0");
@@ -134,10 +134,12 @@ TEST(RemoteConfig, tellsEachLineThatMakesNoSense)
     EXPECT_EQ(good.ports[1].ninepin.deviceType625, 0xF1E0);
     EXPECT_EQ(good.ports[2].host, "127.0.0.1");
     EXPECT_EQ(good.ports[3].host, "::1");
+    EXPECT_EQ(good.ports[2].verbs, Role::Operate);
+    EXPECT_EQ(good.ports[3].verbs, Role::View);
     for (const char *line :
          {"ninepin = tcp:0", "ninepin = /etc/passwd", "line = /dev/ttyS0", "osc = tcp:9000",
-          "line = tcp:localhost:9", "ninepin = tcp:9 record=yes", "line = tcp:9 record=on", "serial = tcp:9",
-          "ninepin", "ninepin = /dev/../etc/x", "[other]"}) {
+          "line = tcp:localhost:9", "ninepin = tcp:9 record=yes", "line = tcp:9 record=on",
+          "line = tcp:9 verbs=all", "serial = tcp:9", "ninepin", "ninepin = /dev/../etc/x", "[other]"}) {
         const RemoteConfig config = RemoteConfig::parse(QByteArray("[ports]\n") + line);
         EXPECT_EQ(config.problems.size(), 1) << line;
         EXPECT_TRUE(config.ports.isEmpty()) << line;
@@ -163,7 +165,9 @@ TEST(OrderQueue, keepsTheOrderAndTheNewestSpeed)
     EXPECT_EQ(handed.last(), "play2");
     queue.answered({3, true, "done", {}}, 0);
     queue.answered({4, true, "done", {}}, 0);
-    EXPECT_EQ(handed.last(), "still") << "a cue that is waited for lets others pass";
+    EXPECT_EQ(handed.last(), "cue") << "nothing overtakes a cue that has not been given";
+    queue.given(5, 0);
+    EXPECT_EQ(handed.last(), "still") << "its effect is waited for beside";
     EXPECT_TRUE(queue.answered({5, false, "superseded", {}}, 0));
     while (push("step")) {}
     EXPECT_LE(id, 6 + OrderQueue::bound + 1);

@@ -225,6 +225,15 @@ TEST_F(Session, 05_keepsEditPointsAndRollsBeforeThem)
     EXPECT_TRUE(deck.ask(0x2030).isAck()) << "preroll";
     EXPECT_TRUE(awaitBit(2, 0));
     EXPECT_TRUE(awaitStrip(first + 101));
+    EXPECT_TRUE(deck.ask(0x2041).isAck()) << "review plays through both points";
+    EXPECT_TRUE(awaitBit(4, 3));
+    EXPECT_TRUE(await([&] { return shown().strip > first + 174; }));
+    EXPECT_TRUE(awaitBit(7, 0, false));
+    EXPECT_TRUE(awaitBit(4, 3, false));
+    EXPECT_TRUE(deck.ask(0x2040).isAck()) << "preview shows the input between them";
+    EXPECT_TRUE(await([&] { return shown().strip > first + 250; }));
+    EXPECT_TRUE(awaitBit(4, 1, false));
+    EXPECT_TRUE(await([&] { return shown().strip < first + 250; }));
 }
 
 TEST_F(Session, 06_showsTheInputOnDemand)
@@ -237,6 +246,45 @@ TEST_F(Session, 06_showsTheInputOnDemand)
         EXPECT_TRUE(deck.ask(0x2060).isAck());
         EXPECT_TRUE(awaitStrip(first + 10));
     }
+}
+
+/// The answer is taken between two looks at the video clock: it may speak of these frames, of those between
+/// them and of the one beside them. (The picture comes to the preview when the machine has time for that.)
+TEST_F(Session, 06_tellsWhatBelongsToTheFrameThatIsShown)
+{
+    constexpr qint64 in = 60, out = 90, end = 120, beside = 1;
+    EXPECT_TRUE(deck.ask(0x4014, timeOf(in)).isAck());
+    EXPECT_TRUE(deck.ask(0x4015, timeOf(out)).isAck());
+    cueTo(in - 20);
+    EXPECT_TRUE(deck.ask(0x2001).isAck());
+    ASSERT_TRUE(awaitBit(1, 0));
+    qint64 farthest = 0;
+    int answers = 0, wrong = 0;
+    QmxTakeWindow::Client clock;
+    const auto frame = [&] {
+        const auto now = clock.now();
+        return now ? now->frame : -1;
+    };
+    ASSERT_TRUE(await([&] { return frame() >= in - 20; }));
+    for (qint64 before = frame(); before < end; before = frame()) {
+        const bool isInside = deck.status().bit(7, 0);
+        const auto time = deck.time(0x600C, QByteArray(1, 1));
+        const qint64 after = frame();
+        ASSERT_TRUE(time);
+        const qint64 told = QmxTimecode(time->hours, time->minutes, time->seconds, time->frames, rate, false)
+                                .toFrameNumber() -
+                            start.toFrameNumber();
+        farthest = std::max({farthest, before - told, told - after});
+        bool fits = false;
+        for (qint64 at = before - beside; at <= after + beside; ++at)
+            fits = fits || isInside == (at >= in && at < out);
+        wrong += !fits;
+        ++answers;
+    }
+    std::printf("%d answers, at most %lld frames from the clock\n", answers, (long long)farthest);
+    EXPECT_GT(answers, 50);
+    EXPECT_EQ(wrong, 0);
+    EXPECT_LE(farthest, beside);
 }
 
 /// The strips of the takes say which frames they hold; the test compares them with what is written here.

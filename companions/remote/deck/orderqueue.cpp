@@ -23,14 +23,18 @@ bool OrderQueue::push(const DeckOrder &order, qint64 now)
 void OrderQueue::next(qint64)
 {
     while (!_running && !_orders.empty()) {
-        const Waiting waiting = _orders.front();
+        _running = _orders.front();
         _orders.pop_front();
-        if (waiting.order.wait)
-            _passed.push_back(waiting);
-        else
-            _running = waiting;
-        _hand(waiting.order);
+        const DeckOrder order = _running->order;
+        _hand(order);
     }
+}
+
+void OrderQueue::given(quint64 id, qint64 now)
+{
+    if (!_running || _running->order.id != id || !_running->order.wait) return;
+    _passed.push_back(*std::exchange(_running, std::nullopt));
+    if (!_retryAt) next(now);
 }
 
 bool OrderQueue::answered(const DeckAnswer &answer, qint64 now)

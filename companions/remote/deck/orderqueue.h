@@ -10,7 +10,9 @@
 #include <optional>
 
 /// The orders of one controller, done one after the other: the next is handed on when the one before has been
-/// given. An order that waits for its effect lets the others pass, since whatever comes then takes its place.
+/// given. (Each is done by whichever worker is free: handed on sooner, a later one could overtake.) An order
+/// that waits for its effect lets the others pass from then on, since whatever comes takes its place; one
+/// that does not is given only when it is answered.
 ///
 /// Bound: 64 orders. A speed that still waits gives way to the next speed (remote controls send one a field);
 /// what does not fit is refused and counted by the caller. Where it is handed to may be busy: it is offered
@@ -25,6 +27,8 @@ public:
 
     /// False when it does not fit.
     bool push(const DeckOrder &order, qint64 now);
+    /// An order that was handed on has been given.
+    void given(quint64 id, qint64 now);
     /// The end of an order that was handed on; true when it is to be told, false when it will be tried again.
     bool answered(const DeckAnswer &answer, qint64 now);
     /// When retry() is to be called.

@@ -6,6 +6,8 @@ namespace {
 /// A take that has not begun so many frames after its first frame's moment is none.
 constexpr qint64 latestStart = 50;
 constexpr int secondsAfterOut = 2;
+/// The last frames of an edit are still being coded when its end has come.
+constexpr qint64 codedWithin = 50;
 /// What a change from play to record may take.
 constexpr int readyFrames = 5;
 } // namespace
@@ -43,7 +45,7 @@ void NinepinSession::beginEdit(qint64 in)
     _automatic = false;
     _aborted = false;
     give(DeckOrder::window, {{QStringLiteral("in"), QString::number(in)}});
-    _takeOrder = give("record");
+    _takeOrder = give("record", {}, true);
 }
 
 void NinepinSession::endEdit(qint64 out)
@@ -65,6 +67,24 @@ void NinepinSession::abortEdit()
     give(DeckOrder::refuse, {{QStringLiteral("sentence"), QStringLiteral("an edit was not recorded")}});
 }
 
+void NinepinSession::abortSequence()
+{
+    if (_showsInput) route(false);
+    _showsInput = false;
+    _sequence = Sequence::None;
+    _aborted = true;
+    give(DeckOrder::refuse, {{QStringLiteral("sentence"),
+                              _rolling ? QStringLiteral("a roll through the edit points has not begun")
+                                       : QStringLiteral("there is nothing before the edit points")}});
+}
+
+/// A stop would lose what has not been taken over yet; nothing more comes, the window is over.
+bool NinepinSession::hasLastFrame() const
+{
+    const qint64 first = std::max(_editIn, _view->takeFirst);
+    return _view->takeFrames >= _editOut - first || _view->index >= _editOut + codedWithin;
+}
+
 void NinepinSession::followEdit()
 {
     if (_edit == Edit::None) return;
@@ -80,7 +100,7 @@ void NinepinSession::followEdit()
     if (_edit == Edit::Armed && _view->index > _editIn + latestStart) return abortEdit();
     // Somebody has ended the take.
     if (_edit == Edit::Recording && !records) return abortEdit();
-    if (_edit != Edit::Ending || _view->index < _editOut) return;
+    if (_edit != Edit::Ending || _view->index < _editOut || !hasLastFrame()) return;
     _edit = Edit::None;
     _automatic = false;
     give("stop");
@@ -115,12 +135,9 @@ void NinepinSession::followSequence()
 {
     if (_sequence == Sequence::None) return;
     if (_rolling) return roll();
-    if (_cue == Cue::Running) return;
-    if (_cue == Cue::Failed || _view->frame < 0) {
-        _sequence = Sequence::None;
-        _aborted = true;
-        return;
-    }
+    // (A picture that was there before looks like an arrival at once; the cue is over when it has been done.)
+    if (_cue == Cue::Running || (_cue == Cue::Complete && !_cueSettled)) return;
+    if (_cue == Cue::Failed || _view->frame < 0) return abortSequence();
     // The picture that is held tells which frame of the material the timecode of IN is.
     _inFrame = _view->frame + prerollFrames();
     _outFrame = _inFrame + _points.duration();
@@ -154,5 +171,5 @@ void NinepinSession::roll()
         return;
     if (frame < _inFrame && _view->motion != DeckView::Motion::Playing) return; // not begun yet
     move(Mode::None, 0.0);
-    give("still");
+    give("still", {}, true);
 }

@@ -24,7 +24,7 @@ void NinepinSession::move(Mode mode, double speed)
     _ejected = false;
     _programPlay = false;
     if (mode == Mode::None) return;
-    give("play", {{QStringLiteral("speed"), QString::number(speed, 'g', 10)}});
+    _playOrder = give("play", {{QStringLiteral("speed"), QString::number(speed, 'g', 10)}}, true);
 }
 
 QByteArray NinepinSession::stop()
@@ -44,7 +44,7 @@ QByteArray NinepinSession::record()
 {
     if (refusesRecord()) return refused();
     move(Mode::None, 0.0);
-    give("record");
+    give("record", {}, true);
     return ack();
 }
 
@@ -156,6 +156,7 @@ QByteArray NinepinSession::startCue(const QmxTimecode &timecode)
     _cue = Cue::Running;
     _cueTarget = timecode;
     _cueGivenAt = _now;
+    _cueSettled = false;
     _cueOrder = give("cue", {{QStringLiteral("where"), timecode.toString()}}, true);
     return ack();
 }

@@ -11,20 +11,31 @@ QByteArray NinepinSession::answer(const NinepinBlock &block, const DeckView &vie
                                   bool mayOperate)
 {
     look(view, now);
-    const auto all = rows();
-    const auto row = std::find_if(all.begin(), all.end(), [&block](const Row &one) {
-        return one.group == block.group && one.command == block.command;
-    });
-    if (row == all.end() || block.count < row->least || block.count > row->most) return refused();
+    const Row *row = find(block);
+    if (!row || block.count < row->least || block.count > row->most) return refused();
     const bool moves = row->kind == Kind::Motion || row->kind == Kind::Preset;
-    const bool changes = moves || row->answer != &NinepinSession::deviceType;
-    if ((view.isLocal && moves) || (!mayOperate && changes && row->kind != Kind::Sense)) return refused();
+    if ((view.isLocal && moves) || (!mayOperate && isCommand(block))) return refused();
     _block = &block;
     _view = &view;
     const QByteArray reply = (this->*row->answer)();
     _block = nullptr;
     _view = nullptr;
     return reply;
+}
+
+const NinepinSession::Row *NinepinSession::find(const NinepinBlock &block)
+{
+    const auto all = rows();
+    const auto row = std::find_if(all.begin(), all.end(), [&block](const Row &one) {
+        return one.group == block.group && one.command == block.command;
+    });
+    return row == all.end() ? nullptr : &*row;
+}
+
+bool NinepinSession::isCommand(const NinepinBlock &block)
+{
+    const Row *row = find(block);
+    return row && row->kind != Kind::Sense && row->answer != &NinepinSession::deviceType;
 }
 
 void NinepinSession::look(const DeckView &view, qint64 now)
@@ -57,7 +68,9 @@ quint64 NinepinSession::give(const char *verb, const QMap<QString, QString> &arg
 
 void NinepinSession::answered(const DeckAnswer &answer)
 {
+    if (answer.id == _cueOrder) _cueSettled = true;
     if (answer.done) return;
-    if (answer.id == _cueOrder && _cue == Cue::Running) _cue = Cue::Failed;
+    if (answer.id == _cueOrder && _cue != Cue::None) _cue = Cue::Failed;
+    if (answer.id == _playOrder && _sequence != Sequence::None && _rolling) abortSequence();
     if (answer.id == _takeOrder && _edit != Edit::None) abortEdit();
 }

@@ -53,6 +53,8 @@ public:
         QByteArray (NinepinSession::*answer)(); ///< null: understood, and there is nothing to do
     };
     static std::span<const Row> rows();
+    /// A command that is known and asks for more than an answer.
+    static bool isCommand(const NinepinBlock &block);
 
 private:
     enum class Mode : std::uint8_t { None, Play, Jog, Variable, Shuttle, FastForward, Rewind };
@@ -61,6 +63,7 @@ private:
     /// An edit by itself: to IN - preroll, through IN and OUT, a little further.
     enum class Sequence : std::uint8_t { None, Preview, Review, Edit };
 
+    static const Row *find(const NinepinBlock &block);
     std::uint8_t data(int i) const { return _block->data[std::size_t(i)]; }
     std::span<const std::uint8_t, 4> time() const;
     QmxTimecode timeOfBlock() const;
@@ -86,7 +89,9 @@ private:
     void beginEdit(qint64 in);
     void endEdit(qint64 out);
     void abortEdit();
+    void abortSequence();
     void followEdit();
+    bool hasLastFrame() const;
     void followSequence();
     void roll();
 
@@ -126,6 +131,8 @@ private:
     QmxTimecode _cueTarget;
     qint64 _cueGivenAt = 0;
     quint64 _cueOrder = 0;
+    bool _cueSettled = false; ///< its order has been answered
+    quint64 _playOrder = 0;   ///< of the last motion
 
     Edit _edit = Edit::None;
     qint64 _editIn = 0;  ///< index of the video clock

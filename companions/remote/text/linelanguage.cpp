@@ -19,9 +19,9 @@ constexpr LineLanguage::OwnWord words[] = {
 
 constexpr LineLanguage::Topic topicRows[] = {
     {"transport", 501,
-     "running status speed clip path length list_entry rate drop_frame playback_source media_format"},
-    {"timecode", 502, "timecode input_timecode frame clip_frames recorded_up_to"},
-    {"media", 503, "media seconds_left record_format record_codec input_format input_locked"},
+     "running status speed clip path clip_frames list_entry clip_rate drop_frame playback_source media_format"},
+    {"timecode", 502, "timecode input_timecode frame take_frames recorded_up_to"},
+    {"media", 503, "media medium_seconds_left record_format record_codec input_format input_locked"},
     {"alarms", 504, "alarms alarm_list record_inhibited store_problem dropped_capture dropped_playback"},
     {"control", 505, "owner lock mode take"},
 };
@@ -32,8 +32,8 @@ struct CauseRow
     int code;
 };
 constexpr CauseRow causes[] = {
-    {Cause::Argument, 100}, {Cause::Deck, 110}, {Cause::Owner, 120},       {Cause::Daemon, 130},
-    {Cause::Store, 131},    {Cause::Busy, 132}, {Cause::Interrupted, 142},
+    {Cause::Argument, 100}, {Cause::Deck, 110},  {Cause::Owner, 120}, {Cause::Role, 121},
+    {Cause::Daemon, 130},   {Cause::Store, 131}, {Cause::Busy, 132},  {Cause::Interrupted, 142},
 };
 constexpr int ok = 200, superseded = 140, givenUp = 141, unknown = 199;
 

@@ -43,7 +43,7 @@ export interface DeckState {
   tick: number;
   frame: number;
   /** Frames of what is played. */
-  length: number;
+  clip_frames: number;
   /** Frames of the take. */
   take_frames: number;
   recorded_up_to: number;
@@ -55,7 +55,7 @@ export interface DeckState {
   timecode: string;
   input_timecode: string;
   timecode_source: string;
-  rate: number;
+  clip_rate: number;
   clip: string;
   path: string;
   input_format: string;
@@ -66,7 +66,7 @@ export interface DeckState {
   record_inhibited: string;
   playback_source: string;
   media: Medium[];
-  seconds_left: number;
+  medium_seconds_left: number;
   alarms: number;
   alarm_list: Alarm[];
   owner: Partial<Owner>;
@@ -146,10 +146,9 @@ export interface Clip {
   index: number;
   name: string;
   frames: number;
-  timecode?: string;
-  time?: string;
+  date?: string;
   bytes?: number;
-  protected?: boolean;
+  is_protected?: boolean;
   second_copy?: { path: string; frames: number };
   /** Somebody records it now. */
   grows?: boolean;

@@ -237,7 +237,7 @@ export class XpClips extends Part {
   }
 
   protected override follows(): unknown[] {
-    return [this.contents, this.deck.state?.clip, this.deck.state?.rate, this.deck.verbs];
+    return [this.contents, this.deck.state?.clip, this.deck.state?.clip_rate, this.deck.verbs];
   }
 
   protected override view() {
@@ -268,7 +268,7 @@ export class XpClips extends Part {
   private acts(list: Clip[]) {
     const some = this.chosen.size > 0;
     const one = this.chosen.size === 1;
-    const kept = some && list.filter((clip) => this.chosen.has(clip.name)).every((clip) => clip.protected);
+    const kept = some && list.filter((clip) => this.chosen.has(clip.name)).every((clip) => clip.is_protected);
     const act = (verb: string, text: string, usable: boolean, click: () => void) =>
       this.deck.verb(verb) ? html`<button class="small" data-verb=${verb} aria-expanded=${text.endsWith("…") ? String(this.asking === verb) : nothing} title=${this.deck.verb(verb)?.help ?? ""} ?disabled=${!usable} @click=${click}>${text}</button>` : nothing;
     const ask = (what: typeof this.asking) => () => (this.asking = this.asking === what ? "" : what);
@@ -311,9 +311,9 @@ export class XpClips extends Part {
       <xp-still path=${this.moving ? "" : `clips/${encodeURIComponent(clip.name)}/thumbnail`}></xp-still>
       <div class="cut">
         <div class="name cut"><bdi>${clip.name}</bdi></div>
-        <div class="sub">${clip.timecode ? html`<span>${clip.timecode}</span>` : nothing}<span class="narrow">${length(clip.frames, this.deck.state?.rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.protected ? html`<span>protected</span>` : nothing}${clip.second_copy ? html`<span>${clip.second_copy.frames === clip.frames ? "also" : `${clip.second_copy.frames} frames`} on ${clip.second_copy.path}</span>` : nothing}${clip.grows ? html`<span>● being recorded</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
+        <div class="sub"><span class="narrow">${length(clip.frames, this.deck.state?.clip_rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.is_protected ? html`<span>protected</span>` : nothing}${clip.second_copy ? html`<span>${clip.second_copy.frames === clip.frames ? "also" : `${clip.second_copy.frames} frames`} on ${clip.second_copy.path}</span>` : nothing}${clip.grows ? html`<span>● being recorded</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
       </div>
-      <div class="frames figure">${length(clip.frames, this.deck.state?.rate ?? 25)}</div>
+      <div class="frames figure">${length(clip.frames, this.deck.state?.clip_rate ?? 25)}</div>
     </div>`;
   }
 }

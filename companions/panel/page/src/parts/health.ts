@@ -36,14 +36,14 @@ export class XpHealth extends Part {
 
   protected override view() {
     const { state, counters, frozen } = this.deck;
-    const low = !!state && state.seconds_left > 0 && state.seconds_left < 600;
+    const low = !!state && state.medium_seconds_left > 0 && state.medium_seconds_left < 600;
     const lost = (state?.dropped_capture ?? 0) + (state?.dropped_playback ?? 0);
     const owner = state?.owner?.name;
     return html`<div class="strip" role="group" aria-label="Health">
       ${frozen
         ? this.cell("Lens to screen", `${(frozen / 1000).toFixed(1)} s ago`, true)
         : this.cell("Lens to screen", this.delay === null ? "-" : `${Math.round(this.delay)} ms`, (this.delay ?? 0) > 250)}
-      ${this.cell("Room", state ? room(state.seconds_left) : "-", low)}
+      ${this.cell("Room", state ? room(state.medium_seconds_left) : "-", low)}
       ${this.cell("Lost frames", lost, lost > 0)}
       <xp-chart label="Writer queue" unit="frames" .value=${counters["writer_queue"] ?? null} .warnAbove=${24} .deck=${this.deck}></xp-chart>
       <xp-chart label="Write latency p99" unit="ms" .value=${counters["write_latency_p99"] === undefined ? null : counters["write_latency_p99"] / 1000} .warnAbove=${250} .deck=${this.deck}></xp-chart>

@@ -75,7 +75,7 @@ export class XpJog extends Part {
   protected override view() {
     const marks = Array.from({ length: notches }, (_, i) => i);
     return html`<svg viewBox="0 0 120 120" data-verb="step" role="slider" tabindex="0" aria-label="Jog wheel, a frame a notch" aria-valuenow=${this.deck.state?.frame ?? 0} aria-valuemin="0"
-      aria-valuemax=${Math.max(0, (this.deck.state?.length ?? 1) - 1)} aria-disabled=${this.disabled ? "true" : "false"}
+      aria-valuemax=${Math.max(0, (this.deck.state?.clip_frames ?? 1) - 1)} aria-disabled=${this.disabled ? "true" : "false"}
       @pointerdown=${this.down} @pointermove=${this.move} @pointerup=${() => (this.grip = null)} @pointercancel=${() => (this.grip = null)} @wheel=${this.wheel} @keydown=${this.keydown}>
       <circle class="rim" cx="60" cy="60" r="58.5" />
       <g id="wheel" transform="rotate(0 60 60)">

@@ -35,13 +35,13 @@ export class XpMedia extends Part {
   }
 
   protected override follows(): unknown[] {
-    return [this.deck.state?.media, this.deck.state?.seconds_left, this.deck.parameters];
+    return [this.deck.state?.media, this.deck.state?.medium_seconds_left, this.deck.parameters];
   }
 
   protected override view() {
     const state = this.deck.state;
     const media = state?.media ?? [];
-    const left = state?.seconds_left ?? 0;
+    const left = state?.medium_seconds_left ?? 0;
     const next = media.find((medium) => medium.state === "next");
     const goesOn = this.deck.parameters.get("rollover_enabled")?.value !== "off";
     return html`

@@ -22,7 +22,7 @@ export class XpPosition extends Part {
   ];
 
   private get frames(): number {
-    return Math.max(1, this.deck.state?.length ?? 1);
+    return Math.max(1, this.deck.state?.clip_frames ?? 1);
   }
 
   private go(event: PointerEvent): void {
@@ -61,6 +61,6 @@ export class XpPosition extends Part {
     >
       <div class="done"></div>
       <div class="head" ?hidden=${recording}></div>
-    </div><span class="length figure">${recording ? "" : length(this.frames, state?.rate ?? 25)}</span>`;
+    </div><span class="length figure">${recording ? "" : length(this.frames, state?.clip_rate ?? 25)}</span>`;
   }
 }

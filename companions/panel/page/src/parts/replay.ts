@@ -104,7 +104,7 @@ export class XpReplay extends Part {
 
   private get frames(): number {
     const { state } = this.deck;
-    return (this.whole && state?.length) || this.details.frames || 0;
+    return (this.whole && state?.clip_frames) || this.details.frames || 0;
   }
 
   /** Whether the frames that the deck counts are those of the clip: not so in a list, or in a part. */
@@ -121,14 +121,14 @@ export class XpReplay extends Part {
 
   protected override follows(): unknown[] {
     const { state } = this.deck;
-    return [state?.clip, state?.frame, state?.length, state?.status, state?.live_distance, state?.grows, state?.playback_source, this.deck.stale, this.deck.verbs];
+    return [state?.clip, state?.frame, state?.clip_frames, state?.status, state?.live_distance, state?.grows, state?.playback_source, this.deck.stale, this.deck.verbs];
   }
 
   protected override view() {
     const { state } = this.deck;
     const marks = this.details.marks ?? {};
     const dead = this.deck.stale || !state?.running || !state.clip;
-    const rate = state?.rate ?? 25;
+    const rate = state?.clip_rate ?? 25;
     const { in: from, out } = marks;
     const marked = !!from || !!out;
     const long = (out?.frame ?? this.frames) - (from?.frame ?? 0);

@@ -44,7 +44,7 @@ export class XpState extends Part {
     if (!state) return html`<div class="head"><span class="word">Connecting</span></div>`;
     if (!state.running) return html`<div class="head"><span class="word" role="status">Recorder not running</span></div>`;
     const frames = recording ? state.take_frames : state.frame;
-    const left = recording ? room(state.seconds_left) : length(state.length - 1 - state.frame, state.rate);
+    const left = recording ? room(state.medium_seconds_left) : length(state.clip_frames - 1 - state.frame, state.clip_rate);
     const plays = state.status === "playing" && state.speed === 0;
     const field = (label: string, value: string) => html`<div><div class="label">${label}</div><div class="figure">${value}</div></div>`;
     return html`
@@ -57,9 +57,9 @@ export class XpState extends Part {
         ? html`<div class="inhibited cut" title=${state.record_inhibited}>Cannot record: ${state.record_inhibited}</div>`
         : html`<div class="clip cut" title=${state.clip}>${state.clip || "no clip"}</div>`}
       <div class="fields">
-        ${field(recording ? "Take" : "Played", length(Math.max(0, frames), state.rate))}
+        ${field(recording ? "Take" : "Played", length(Math.max(0, frames), state.clip_rate))}
         ${field(recording ? "Room left" : "To the end", left)}
-        ${recording && (state.take_copies > 1 || state.safe_on_both > 0) ? field("Safe / on both", `${length(state.recorded_up_to, state.rate)} / ${length(state.safe_on_both, state.rate)}`) : recording ? field("Safe on disk", length(state.recorded_up_to, state.rate)) : field("Input timecode", state.input_timecode || "--:--:--:--")}
+        ${recording && (state.take_copies > 1 || state.safe_on_both > 0) ? field("Safe / on both", `${length(state.recorded_up_to, state.clip_rate)} / ${length(state.safe_on_both, state.clip_rate)}`) : recording ? field("Safe on disk", length(state.recorded_up_to, state.clip_rate)) : field("Input timecode", state.input_timecode || "--:--:--:--")}
       </div>
     `;
   }

@@ -103,7 +103,7 @@ export class XpTile extends LitElement {
         <span class="word" role="status">${word}</span>
       </div>
       <div class="foot">
-        <span class="cut">${state && !dead ? html`<bdi>${state.clip || "no clip"}</bdi>, ${room(state.seconds_left)} left${state.alarms ? html` <span class="alarms">! ${state.alarms} ${state.alarms === 1 ? "alarm" : "alarms"}</span>` : nothing}` : nothing}</span>
+        <span class="cut">${state && !dead ? html`<bdi>${state.clip || "no clip"}</bdi>, ${room(state.medium_seconds_left)} left${state.alarms ? html` <span class="alarms">! ${state.alarms} ${state.alarms === 1 ? "alarm" : "alarms"}</span>` : nothing}` : nothing}</span>
         <xp-key verb="record" label="Record" red ?lit=${recording} toggle ?pending=${deck.pending.has("record")} ?disabled=${dead} @press=${() => void deck.run("record")}></xp-key>
         <xp-key verb="stop" label=${recording ? "Hold to stop" : "Stop"} ?hold=${recording} ?pending=${deck.pending.has("stop")} ?disabled=${dead} @press=${() => void deck.run("stop")}
           @toobrief=${() => deck.tell({ kind: "lost", title: "Still recording", text: "To end the take, hold the key for a second." })}></xp-key>

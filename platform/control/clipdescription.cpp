@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/control/clipdescription.h"
+
+#include "platform/qmx/clip/qmxclipcheck.h"
+#include "platform/qmx/core/qmxplaces.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QJsonArray>
+
+namespace {
+/// Bytes of a file, or of all pictures in a folder.
+qint64 bytesOf(const QFileInfo &file)
+{
+    if (!file.isDir()) return file.size();
+    qint64 bytes = 0;
+    for (const QFileInfo &picture : QDir(file.filePath()).entryInfoList(QDir::Files))
+        bytes += picture.size();
+    return bytes;
+}
+
+QString scanName(const QmxImageDesc &image)
+{
+    return image.isInterlaced() ? QStringLiteral("i") : QStringLiteral("p");
+}
+
+/// What the clip carries of itself; that it is true, `xpctl verify` finds out.
+QJsonObject proofOf(const QmxClipCheck &claims)
+{
+    return {{"is_carried", claims.hasProof || (!claims.closed && !claims.chain.isEmpty())},
+            {"chain", QString::fromLatin1(claims.chain)},
+            {"take", claims.take}};
+}
+} // namespace
+
+QJsonObject describeClip(const QFileInfo &file, const QmxClipInfo &info, const QmxEnvironment &environment)
+{
+    QmxClipCheck claims;
+    if (!info.foreign) QmxClipCheck::claims(file.filePath(), claims, environment);
+    const double rate = info.image.frameRate().toDouble();
+    const double seconds = rate > 0 ? double(info.frames) / rate : 0;
+    const qint64 bytes = bytesOf(file);
+    QJsonArray lost;
+    for (const auto &[first, last] : info.lostFrames)
+        lost.append(QJsonObject{{"first", first}, {"last", last}});
+    return {{"clip", file.fileName()},
+            {"path", environment.places->within(file.absoluteFilePath())},
+            {"width", info.image.width()},
+            {"height", info.image.height()},
+            {"scan", scanName(info.image)},
+            {"frames_per_second", rate},
+            {"codec", info.image.dataType().name()},
+            {"frames", info.frames},
+            {"seconds", seconds},
+            {"start_timecode", info.timecodeAt(0).toString()},
+            {"end_timecode", info.timecodeAt(info.frames - 1).toString()},
+            {"bytes", bytes},
+            {"bits_per_second", seconds > 0 ? double(bytes) * 8 / seconds : 0},
+            {"date", clipDate(file.lastModified())},
+            {"audio_channels", info.audio.channels()},
+            {"reel", info.reelName},
+            {"made_by", info.foreign ? "another program" : "this recorder"},
+            {"is_closed", info.closed},
+            {"is_protected", !(file.permissions() & QFileDevice::WriteOwner)},
+            {"lost_frames", lost},
+            {"proof", proofOf(claims)}};
+}
+
+QString clipDate(const QDateTime &time)
+{
+    return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODate);
+}

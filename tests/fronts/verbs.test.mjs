@@ -82,6 +82,15 @@ const rows = {
   next: { before: go(`clip ${first}`, "cue 0"), holds: () => is({ clip: second }) },
   prev: { before: go(`clip ${second}`, "cue 0"), holds: () => is({ clip: first }) },
   clip: { before: go(`clip ${second}`), given: { name: first }, holds: () => is({ clip: first }) },
+  live: { refusal: "nothing_grows", holds: () => () => false },
+  replay: { before: go(`clip ${first}`, "mark in 0", "mark out 40"), given: { speed: 1 }, holds: () => is({ status: "playing", clip: first }), after: go("still", "unmark all") },
+  angle: { before: go(`clip ${second}`, "cue 0"), given: { clip: first }, refusal: "outside", holds: () => () => false },
+  mark: { before: go(`clip ${first}`, "unmark all"), given: { what: "in", where: 5 }, holds: () => async () => (await marks()).in === 5 },
+  unmark: { before: go(`clip ${first}`, "mark in 5"), given: { what: "in" }, holds: () => async () => (await marks()).in === undefined },
+  marks: { holds: () => () => true },
+  schedule: { given: { at: "2030-01-31T10:00:00", until: "2030-01-31T10:10:00" }, holds: () => async () => (await planned()).includes("2030"), after: unplan },
+  unschedule: { before: go("schedule 2030-01-31T10:00:00 2030-01-31T10:10:00"), given: async () => ({ number: numberIn(await planned()) }), holds: () => async () => !(await planned()).includes("2030") },
+  verify: { given: { clip: first }, holds: () => () => true },
   copy: { before: async () => rmSync(`/media/B/${first}`, { force: true }), given: { clip: first, medium: "/media/B" }, holds: () => () => existsSync(`/media/B/${first}`) },
   protect: { before: makeSpare, given: { clip: "spare.mov" }, holds: () => () => (statSync(spare).mode & 0o200) === 0, after: go("unprotect spare.mov") },
   unprotect: { before: async () => (await makeSpare(), await go("protect spare.mov")()), given: { clip: "spare.mov" }, holds: () => () => (statSync(spare).mode & 0o200) !== 0 },
@@ -96,6 +105,17 @@ const rows = {
   acknowledge: { given: { alarm: "no_such_alarm" }, refusal: "no_alarm", holds: () => () => false },
   shut_down: { holds: () => is({ running: false }), after: startDaemon },
 };
+
+async function marks() {
+  return (await (await http(`api/v1/clips/${first}`)).json()).marks;
+}
+async function planned() {
+  return (await (await http("api/v1/params/record_schedule")).json()).value;
+}
+const numberIn = (schedule) => /"(?:number|id)":\s*(\d+)/.exec(schedule)?.[1];
+async function unplan() {
+  await go(`unschedule ${numberIn(await planned())}`)();
+}
 
 async function startDaemon() {
   await until("the daemon's end", async () => !(await state()).running);
@@ -117,7 +137,8 @@ for (const [name, row] of Object.entries(rows)) {
       const own = async (verb, given, holds) => assert.equal(await fronts[front](table[verb], given, { holds }), "done", `${front}: ${verb}`);
       await row.before?.(front, own);
       const holds = row.holds(front);
-      const answer = await fronts[front](table[name], row.given ?? {}, { holds, block: row.block });
+      const given = typeof row.given === "function" ? await row.given() : (row.given ?? {});
+      const answer = await fronts[front](table[name], given, { holds, block: row.block });
       assert.equal(answer, row.refusal ?? "done", front);
       if (!row.refusal) await until(`${name} by ${front}`, holds, 5000);
       await row.after?.();

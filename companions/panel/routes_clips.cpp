@@ -54,7 +54,8 @@ struct Listed
     int frames;
     bool isClosed;
     qint64 recordedAt; ///< ns since 1970
-    struct stat file = {};
+    struct stat file
+    {};
     double seconds = 0; ///< asked for only when the list is sorted by it
 };
 
@@ -150,6 +151,7 @@ std::vector<Listed> sorted(Control &control, const QString &filter, const SortRo
                            name,
                            QString::fromStdString(clip.getPath()),
                            clip.getFrameCount(),
+                           clip.isClosed(),
                            clip.getRecordedAt(),
                            {},
                            0});

@@ -19,7 +19,8 @@ constexpr LineLanguage::OwnWord words[] = {
 
 constexpr LineLanguage::Topic topicRows[] = {
     {"transport", 501,
-     "running status speed clip path clip_frames list_entry clip_rate drop_frame playback_source media_format"},
+     "running status speed clip path clip_frames list_entry clip_rate drop_frame playback_source "
+     "media_format"},
     {"timecode", 502, "timecode input_timecode frame take_frames recorded_up_to"},
     {"media", 503, "media medium_seconds_left record_format record_codec input_format input_locked"},
     {"alarms", 504, "alarms alarm_list record_inhibited store_problem dropped_capture dropped_playback"},

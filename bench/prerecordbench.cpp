@@ -50,7 +50,7 @@ QList<Figure> benchPreRecord(int seconds)
         // What comes late comes at once; a take by itself is measured after it.
         recorder.waitFor("the disk", [&] { return recorder.counter("writer_queue") < 5; });
         begun = std::max(begun, double(recorder.counter("event_loop_longest")) / 1000);
-        recorder.write(eParam_PreRecord, 0);
+        recorder.write(eParam_PreRecord, 0U);
         taken += costOfTick(recorder, length) / turns;
         recorder.endTake();
         const auto strips = stripsOfClip(recorder.clipPath());

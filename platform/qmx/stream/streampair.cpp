@@ -151,19 +151,30 @@ void StreamPair::lookWhetherClosed()
         _events.done();
     } else if (!busy || _copies.front().whole) {
         _closeTold = true;
-        if (busy) _patience.start(hangMs);
+        if (busy) awaitRest();
         _events.closed(_closeError);
     } else if (_copies.back().whole) {
         _patience.start(firstCopyWaitMs);
     }
 }
 
+void StreamPair::awaitRest()
+{
+    _restBefore = pending();
+    _patience.start(hangMs);
+}
+
 void StreamPair::leaveBehind()
 {
     if (!_closeTold) { // the second copy is whole and stands for the first one, which is written on
         _closeTold = true;
-        _patience.start(hangMs);
+        awaitRest();
         _events.closed({});
+        return;
+    }
+    // A take that began in the past may need longer to be written than is promised of one that did not.
+    if (pending() < _restBefore) {
+        awaitRest();
         return;
     }
     for (int i = 0; i < int(_copies.size()); ++i) {

@@ -78,6 +78,7 @@ private:
     void copyClosed(int number, const QmxError &error);
     void copyFailed(int number, const QmxError &error, bool fatal);
     void letGo(int number, const QmxError &why);
+    void awaitRest();
     void leaveBehind();
     void lookWhetherClosed();
     int taking() const;
@@ -92,6 +93,7 @@ private:
     bool _closeAsked = false;
     bool _closeTold = false;
     QmxError _closeError;
-    QTimer _patience; ///< with what is still being closed
-    QTimer _again;    ///< asks once more whether there is room
+    int _restBefore = 0; ///< frames that were still to be written when the patience began
+    QTimer _patience;    ///< with what is still being closed
+    QTimer _again;       ///< asks once more whether there is room
 };

@@ -81,7 +81,8 @@ TEST_F(Copies, whatIsMissingIsAddedAndNothingElseIsWritten)
         }
     }
     // Of a medium that does not answer nothing is said.
-    files->failNth(FaultyFiles::Stat, 2, EIO);
+    files->only(dir.file("b"));
+    files->failNth(FaultyFiles::Stat, 1, EIO, true);
     EXPECT_EQ(complete().value(), EIO);
     files->clear();
     ASSERT_EQ(complete(), QmxError());

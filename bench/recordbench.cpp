@@ -141,7 +141,7 @@ QList<Figure> benchMirror(int seconds)
     double behind = 0;
     for (int round = 0; round < rounds; ++round) {
         for (const bool mirrored : {false, true}) {
-            recorder.write(eParam_MirrorMediaPath, mirrored ? "/media/B" : "");
+            recorder.writeText(eParam_MirrorMediaPath, mirrored ? "/media/B" : "");
             const auto take = measureTake(recorder, seconds);
             if (!take) return {};
             (mirrored ? both : alone) += take->cpu.coders + take->cpu.others;
@@ -152,7 +152,7 @@ QList<Figure> benchMirror(int seconds)
             behind += double(breaks(strips)) + std::abs(double(strips.size()) - take->total);
         }
     }
-    recorder.write(eParam_MirrorMediaPath, "");
+    recorder.writeText(eParam_MirrorMediaPath, "");
     return {{"mirror_cpu_per_frame", both / rounds, "ms", alone / rounds, "the same on one medium", mostMore},
             {"mirror_lost", lost, "frames", {}, {}, 0.0},
             {"mirror_second_copy_lacks", behind, "frames", {}, {}, 0.0}};

@@ -26,7 +26,7 @@ public:
 
     void write(eParam_t id, unsigned value) { _config->setUInt(id, value); }
     void writeText(eParam_t id, const QString &value) { _config->setString(id, value.toStdString()); }
-    void write(eParam_t id, const char *value) { _config->setString(id, value); }
+    void writeText(eParam_t id, const char *value) { _config->setString(id, value); }
     unsigned status() const;
     qint64 counter(const char *name);
     QString clipPath() const;

@@ -329,7 +329,9 @@ ExitCode clipsOfAllMedia(const Recorder &recorder, const Report &report, const Q
             if (!isClipName(name.toLocal8Bit().toStdString()) ||
                 QmxClipReader::probe(folder + '/' + name, info, recorder.environment()).isError())
                 continue;
-            list.append(QJsonObject{{"index", list.size()}, {"name", name}, {"frames", info.frames}});
+            const QJsonArray places{QJsonObject{{"path", folder}, {"frames", info.frames}}};
+            list.append(QJsonObject{
+                {"index", list.size()}, {"name", name}, {"frames", info.frames}, {"places", places}});
             text +=
                 QStringLiteral("%1  %2 frames\n").arg(inOneLine(folder + '/' + name), -38).arg(info.frames);
         }

@@ -133,6 +133,15 @@ test("settings leave as text and come back, each seen by the recorder", async ()
   await page.getByLabel("clip base name").fill("session");
   await page.getByLabel("clip base name").press("Enter");
   await until("the setting", async () => (await xpctl("get", "clip_base_name")) === "session" || undefined);
+  await search.fill("timecode_preset_hour");
+  const hour = page.getByLabel("timecode preset hour");
+  await until("the hour", async () => (await hour.inputValue()) !== "" || undefined);
+  const before = await hour.inputValue();
+  await hour.fill("99");
+  await hour.press("Enter");
+  await until("the refusal", async () => /99|range|23/.test(await page.locator(".notice").textContent()) || undefined);
+  await until("what the recorder has", async () => (await hour.inputValue()) === before || undefined);
+  await search.fill("clip_base_name");
   await page.getByRole("button", { name: "As text" }).click();
   const text = page.getByLabel("Settings as text");
   assert.match(await text.inputValue(), /^clip_base_name = session$/m);

@@ -141,7 +141,7 @@ export class Deck {
 
   async set(name: string, value: string): Promise<Answer> {
     const answer = await answerOf(await request("PUT", `${this.at}params/${encodeURIComponent(name)}`, { value }));
-    if (!answer.done) this.tell({ kind: "refused", title: name, text: sentences(answer) });
+    if (!answer.done) this.tell({ kind: "refused", title: title(name), text: sentences(answer) });
     return answer;
   }
 

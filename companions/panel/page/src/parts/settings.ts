@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { css, html, nothing } from "lit";
 import { customElement, property, state } from "lit/decorators.js";
+import { live } from "lit/directives/live.js";
 import { title } from "../link/deck";
 import type { Parameter } from "../link/state";
 import { Part, shared } from "./part";
@@ -112,9 +113,9 @@ export class XpSettings extends Part {
   private field(row: Parameter) {
     const write = (event: Event): void => void this.write(row, (event.target as HTMLInputElement | HTMLSelectElement).value);
     if (row.choices?.length)
-      return html`<select aria-label=${words(row.name)} .value=${row.value} @change=${write}>${row.choices.map((choice) => html`<option value=${choice} ?selected=${choice === row.value}>${words(choice)}</option>`)}</select>`;
+      return html`<select aria-label=${words(row.name)} .value=${live(row.value)} @change=${write}>${row.choices.map((choice) => html`<option value=${choice} ?selected=${choice === row.value}>${words(choice)}</option>`)}</select>`;
     if (row.minimum !== undefined)
-      return html`<input type="number" aria-label=${words(row.name)} min=${row.minimum} max=${row.maximum ?? nothing} .value=${row.value} @change=${write} />`;
-    return html`<input type="text" aria-label=${words(row.name)} spellcheck="false" .value=${row.value} @change=${write} />`;
+      return html`<input type="number" aria-label=${words(row.name)} min=${row.minimum} max=${row.maximum ?? nothing} .value=${live(row.value)} @change=${write} />`;
+    return html`<input type="text" aria-label=${words(row.name)} spellcheck="false" .value=${live(row.value)} @change=${write} />`;
   }
 }

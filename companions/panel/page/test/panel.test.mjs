@@ -174,7 +174,7 @@ test("panel, network and recorder go and come back without a reload, and nothing
   await page.evaluate(() => (globalThis.same = true));
   const stale = () => until("the banner", async () => (await page.locator(".banner").count()) === 1 || undefined);
   const live = () => until("pictures again", async () => ((await page.locator(".banner").count()) === 0 && !(await shown(page)).stale) || undefined);
-  const panel = execFileSync("pgrep", ["-of", "xppanel --listen"], { encoding: "utf8" }).trim();
+  const panel = execFileSync("pgrep", ["-of", "^xppanel "], { encoding: "utf8" }).trim();
   // A network that says nothing any more: the sockets stay, nothing comes.
   execFileSync("kill", ["-STOP", panel]);
   await stale();
@@ -244,7 +244,8 @@ test("ten thousand clips of any name: scrolled within a frame's time, searched, 
   // Real ones of such names, to be opened; and by drag over the tab into the real list.
   await page.evaluate(() => (location.hash = "#/clips"));
   const clip = JSON.parse(await xpctl("clips", "--json")).clips[0].name;
-  for (const name of odd) copyFileSync(`/media/A/${clip}`, `/media/A/${name}`);
+  const medium = await xpctl("get", "active_media_path");
+  for (const name of odd) copyFileSync(`${medium}/${clip}`, `${medium}/${name}`);
   for (const name of odd) {
     await page.locator("xp-clips input").fill(name.slice(0, -4));
     await until(`the row of ${name}`, async () => (await page.locator("xp-clips .name").allTextContents()).includes(name) || undefined);
@@ -290,7 +291,7 @@ test("on a page of one's own the three elements belong to one frame", async () =
 });
 
 test("a part is marked by keys and by drag, replayed, and dragged into the list; each picture of the strip is its frame's", async () => {
-  const clip = JSON.parse(await xpctl("clips", "--json")).clips.find((one) => one.frames > 60).name;
+  const [{ name: clip, frames: long }] = JSON.parse(await xpctl("clips", "--json")).clips.filter((one) => one.frames > 60).sort((a, b) => a.frames - b.frames);
   await xpctl("set", "playback_source", "current_clip");
   await xpctl("clip", clip);
   const marks = async () => page.evaluate(async (name) => (await (await fetch(`api/v1/clips/${name}`)).json()).marks, clip);
@@ -312,7 +313,7 @@ test("a part is marked by keys and by drag, replayed, and dragged into the list;
   const box = await end.boundingBox();
   await page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
   await page.mouse.down();
-  await page.mouse.move(box.x + box.width / 2 + 12, box.y + 20);
+  await page.mouse.move(box.x + box.width / 2 + (12 * (await page.locator("xp-strip .strip").boundingBox()).width) / long, box.y + 20);
   await page.mouse.up();
   const moved = await until("in, moved", async () => ((await marks()).in.frame > 11 ? (await marks()).in.frame : undefined));
   await page.getByRole("button", { name: "½× replay" }).click();

@@ -5,6 +5,7 @@ import type { Answer, DeckState, Parameter, Verb } from "./state";
 
 /** Without a sign of life for this long nothing on the page may look live. */
 export const staleAfter = 500;
+const noticeFor = 12_000;
 const retryAfter = [100, 250, 500, 900];
 
 export interface Notice {
@@ -147,6 +148,7 @@ export class Deck {
 
   tell(notice: Notice | null): void {
     this.notice = notice;
+    if (notice) setTimeout(() => this.notice === notice && this.tell(null), noticeFor);
     this.changed();
   }
 

@@ -63,13 +63,12 @@ export class XpPanel extends LitElement {
       xp-transport { grid-area: keys; }
       xp-column { grid-area: column; min-height: 0; }
       xp-health { grid-area: health; }
-      .notice { grid-area: column; align-self: end; margin: 0.75rem; background: var(--bright); color: var(--on-bright); border-radius: var(--round); padding: 0.6rem 0.75rem; display: flex; gap: 1rem; align-items: center; justify-content: space-between; z-index: 4; box-shadow: 0 0.5rem 2rem rgb(0 0 0 / 0.6); }
+      .notice { grid-area: view; align-self: end; justify-self: center; max-width: 36rem; margin: 0.75rem; background: var(--bright); color: var(--on-bright); border-radius: var(--round); padding: 0.6rem 0.75rem; display: flex; gap: 1rem; align-items: center; justify-content: space-between; z-index: 4; box-shadow: 0 0.5rem 2rem rgb(0 0 0 / 0.6); }
       .notice button { background: transparent; color: inherit; border-color: currentColor; }
       .more { display: none; }
       xp-help { position: absolute; }
 
       :host([kiosk]) { grid-template-columns: minmax(0, 1fr) minmax(24rem, 32vw); grid-template-rows: auto minmax(0, 1fr) 3.25rem; grid-template-areas: "time state" "view view" "health health"; }
-      :host([kiosk]) .notice { grid-area: view; }
       :host([kiosk]) xp-transport, :host([kiosk]) xp-column { display: none; }
       :host([kiosk]) xp-timecode { font-size: 10vw; }
 

@@ -206,7 +206,7 @@ test("panel, network and recorder go and come back without a reload, and nothing
 });
 
 test("ten thousand clips of any name: scrolled within a frame's time, searched, dragged into the list", async () => {
-  const odd = ['a "quoted" <b>name</b> & more.mov', "\u05e9\u05dc\u05d5\u05dd \u202eabc.mov", `${"x".repeat(251)}.mov`, "   .mov", "<img src=x onerror=alert(1)>.mov"];
+  const odd = ['a "quoted" <b>name</b> & more.mov', 'a "quoted" & <b>bold.mov', "\u05e9\u05dc\u05d5\u05dd \u202eabc.mov", `${"x".repeat(251)}.mov`, "   .mov", "<img src=x onerror=alert(1)>.mov"];
   const names = [...odd, ...Array.from({ length: 10_000 - odd.length }, (_, i) => `clip_${String(i).padStart(5, "0")}.mov`)];
   const many = await open(browser, {
     prepare: (one) =>
@@ -235,8 +235,8 @@ test("ten thousand clips of any name: scrolled within a frame's time, searched, 
   assert.ok(rows < 60 && work.length >= 100 && at(0.95) < 1000 / 60, `${rows} rows, ${work.length} frames, p95 ${at(0.95)} ms`);
   const search = many.locator("xp-clips input");
   await search.fill("<b>");
-  await until("the one that is searched for", async () => (await many.locator("xp-clips .row").count()) === 1 || undefined);
-  assert.equal(await many.locator("xp-clips .name").textContent(), odd[0]);
+  await until("the one that is searched for", async () => (await many.locator("xp-clips .row").count()) === 2 || undefined);
+  assert.ok((await many.locator("xp-clips .name").allTextContents()).includes(odd[0]));
   await search.fill(await xpctl("get", "current_clip"));
   await search.fill("");
   assert.deepEqual(many.complaints, []);
@@ -245,8 +245,9 @@ test("ten thousand clips of any name: scrolled within a frame's time, searched, 
   await page.evaluate(() => (location.hash = "#/clips"));
   const clip = JSON.parse(await xpctl("clips", "--json")).clips[0].name;
   const medium = await xpctl("get", "active_media_path");
-  for (const name of odd) copyFileSync(`${medium}/${clip}`, `${medium}/${name}`);
-  for (const name of odd) {
+  const real = odd.filter((name) => !name.includes("/"));
+  for (const name of real) copyFileSync(`${medium}/${clip}`, `${medium}/${name}`);
+  for (const name of real) {
     await page.locator("xp-clips input").fill(name.slice(0, -4));
     await until(`the row of ${name}`, async () => (await page.locator("xp-clips .name").allTextContents()).includes(name) || undefined);
     await page.locator("xp-clips .row").first().dblclick();
@@ -293,7 +294,7 @@ test("on a page of one's own the three elements belong to one frame", async () =
 test("a part is marked by keys and by drag, replayed, and dragged into the list; each picture of the strip is its frame's", async () => {
   const [{ name: clip, frames: long }] = JSON.parse(await xpctl("clips", "--json")).clips.filter((one) => one.frames > 60).sort((a, b) => a.frames - b.frames);
   await xpctl("set", "playback_source", "current_clip");
-  await xpctl("clip", clip);
+  await until("the clip on the output", async () => (await xpctl("clip", clip), true));
   const marks = async () => page.evaluate(async (name) => (await (await fetch(`api/v1/clips/${name}`)).json()).marks, clip);
   await page.evaluate(() => (location.hash = "#/replay"));
   await page.locator("body").click({ position: { x: 3, y: 3 } });

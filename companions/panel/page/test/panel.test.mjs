@@ -250,7 +250,7 @@ test("ten thousand clips of any name: scrolled within a frame's time, searched, 
   for (const name of real) {
     await page.locator("xp-clips input").fill(name.slice(0, -4));
     await until(`the row of ${name}`, async () => (await page.locator("xp-clips .name").allTextContents()).includes(name) || undefined);
-    await page.locator("xp-clips .row").first().dblclick();
+    await page.locator("xp-clips .row").nth((await page.locator("xp-clips .name").allTextContents()).indexOf(name)).dblclick();
     await until("it is on the deck", async () => (await xpctl("get", "current_clip")) === name.trim() || undefined);
     await until("its name", async () => (await page.locator("xp-state .clip").textContent()) === name || undefined);
   }
@@ -317,8 +317,8 @@ test("a part is marked by keys and by drag, replayed, and dragged into the list;
   await page.mouse.move(box.x + box.width / 2 + (12 * (await page.locator("xp-strip .strip").boundingBox()).width) / long, box.y + 20);
   await page.mouse.up();
   const moved = await until("in, moved", async () => ((await marks()).in.frame > 11 ? (await marks()).in.frame : undefined));
-  await page.getByRole("button", { name: "½× replay" }).click();
-  await until("the part, at half the speed", async () => ((await status()).speed === 0.5 && (await shown(page)).frame >= moved) || undefined);
+  await page.getByRole("button", { name: "¼× replay" }).click();
+  await until("the part, at a quarter of the speed", async () => ((await page.locator("xp-state .speed").textContent({ timeout: 1000 })) === "0.25×" && (await shown(page)).frame >= moved) || undefined);
   await key(page, "Still").click();
   const strips = await page.evaluate(async (name) => {
     const read = async (frame) => {

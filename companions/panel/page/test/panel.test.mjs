@@ -331,7 +331,7 @@ test("a part is marked by keys and by drag, replayed, and dragged into the list;
   }, clip);
   assert.deepEqual(strips.map((one) => one.slice(0, 2)), [[192, 404], [192, 404]]);
   assert.ok(strips.every((one) => one[2] >= 0) && strips[0][2] !== strips[1][2], `the white square is at ${strips[0][2]} and ${strips[1][2]}`);
-  await page.locator("xp-replay .part").hover();
+  await page.locator("xp-replay button.part").hover();
   await page.mouse.down();
   await page.locator("#tab-list").hover();
   await page.locator("#tab-list").hover({ position: { x: 5, y: 9 } });

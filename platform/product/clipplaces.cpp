@@ -14,8 +14,13 @@ QString local(const std::string &path)
 /// The frames of `other` when it is a copy of `one`; -1: it is not.
 qint64 framesOfCopy(const std::string &one, const std::string &other, const QmxEnvironment &environment)
 {
-    struct stat64 status = {};
-    if (environment.files->stat(local(other), &status) != 0) return -1;
+    struct stat64 ofOne = {};
+    struct stat64 ofOther = {};
+    if (environment.files->stat(local(other), &ofOther) != 0 ||
+        environment.files->stat(local(one), &ofOne) != 0)
+        return -1;
+    // However its folder is written, a clip is no copy of itself.
+    if (ofOne.st_dev == ofOther.st_dev && ofOne.st_ino == ofOther.st_ino) return -1;
     QmxClipInfo first;
     QmxClipInfo second;
     if (QmxClipReader::probe(local(one), first, environment).isError() ||

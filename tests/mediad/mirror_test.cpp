@@ -140,6 +140,7 @@ TEST_F(Copies, aClipOfAnotherTakeStaysAsItIs)
     take.make(other, 20, true);
     EXPECT_EQ(secondPlaces(is.active, is.mirror, {Clip("take.mov", "", 30)}, environment),
               (std::map<std::string, int>{{"take.mov", 20}}));
+    EXPECT_TRUE(secondPlaces(is.active, is.active + "/", {Clip("take.mov", "", 30)}, environment).empty());
     order.verb = "protect";
     ASSERT_EQ(onEveryMedium(order, is, environment, text), QmxError());
     EXPECT_NE(text.find("b/take.mov are protected"), std::string::npos) << text;

@@ -206,7 +206,7 @@ Finding mirror(Recorder &recorder)
     if (found.state == Finding::Good && pending > 0)
         return {
             Finding::Hint,
-            QStringLiteral("%1; %2 clips may still be shorter on one medium").arg(found.found).arg(pending),
+            QStringLiteral("%1; clips that may be shorter on one medium: %2").arg(found.found).arg(pending),
             "they are completed when no take runs and both media are there"};
     return found;
 }

@@ -17,10 +17,14 @@ for command in node chromium; do
 done
 [ -d "$page/node_modules/playwright-core" ] || cannot "its packages are not installed (./xp check page brings them)"
 
+size=4G
 case "$what" in
     test) run=(node --test "$page/test/panel.test.mjs") ;;
     bench) run=(node "$page/test/bench.mjs" "${@:2}") ;;
-    pictures) run=(node "$page/test/pictures.mjs" "$XP_ROOT/docs/pictures") ;;
+    pictures)
+        size=60G # nothing on the guides' pictures shall look like trouble
+        run=(node "$page/test/pictures.mjs" "$XP_ROOT/docs/pictures")
+        ;;
     *) die "test-page: $what is none of test, bench, pictures" ;;
 esac
-exec "$XP_ROOT/scripts/sandbox.sh" --net private --panel --media-size 4G -- "${run[@]}"
+exec "$XP_ROOT/scripts/sandbox.sh" --net private --panel --media-size "$size" -- "${run[@]}"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { css, html, nothing } from "lit";
 import { customElement } from "lit/decorators.js";
-import type { Medium } from "../link/state";
+import { type Medium, isRecording } from "../link/state";
 import { Part, shared } from "./part";
 import { bytes, room, words } from "./text";
 
@@ -35,7 +35,7 @@ export class XpMedia extends Part {
   }
 
   protected override follows(): unknown[] {
-    return [this.deck.state?.media, this.deck.state?.medium_seconds_left, this.deck.parameters];
+    return [this.deck.state?.status, this.deck.state?.media, this.deck.state?.medium_seconds_left, this.deck.parameters];
   }
 
   protected override view() {
@@ -45,7 +45,7 @@ export class XpMedia extends Part {
     const next = media.find((medium) => medium.state === "next");
     const goesOn = this.deck.parameters.get("rollover_enabled")?.value !== "off";
     return html`
-      <div class="sum"><span>A take that begins now can last</span><span class="figure ${left > 0 && left < early ? "warn" : ""}">${room(left)}</span></div>
+      <div class="sum"><span>${isRecording(state) ? "This take can go on for" : "A take that begins now can last"}</span><span class="figure ${left > 0 && left < early ? "warn" : ""}">${room(left)}</span></div>
       ${media.map((medium) => this.medium(medium))}
       ${media.length === 0 ? html`<p role="alert">No medium: nothing can be recorded.</p>` : nothing}
       <p class="dim">${next && goesOn

@@ -499,7 +499,7 @@ var Tr=Object.defineProperty;var Cr=Object.getOwnPropertyDescriptor;var c=(s,r,e
       <div class="head">
         <span class="word" role="status">${this.word((t?"was ":"")+(n?"still":r.status))}</span>
         ${!e&&r.speed!==0&&r.status!=="stopped"?a`<span class="speed figure">${r.speed}×</span>`:h}
-        <span class="format">${ke?a`<b><bdi>${ke}</bdi></b><br />`:h}<span class="dim">In</span> ${r.input_locked?r.input_format:"no signal"}<br /><span class="dim">Rec</span> ${O(r.record_codec)}</span>
+        <span class="format">${ke?a`<b><bdi>${ke}</bdi></b> `:h}<span class="dim">In</span> ${r.input_locked?r.input_format:"no signal"}<br /><span class="dim">Rec</span> ${O(r.record_codec)}</span>
       </div>
       ${r.record_inhibited&&!e?a`<div class="inhibited cut" title=${r.record_inhibited}>Cannot record: ${r.record_inhibited}</div>`:a`<div class="clip cut" title=${r.clip}>${r.clip||"no clip"}</div>`}
       <div class="fields">

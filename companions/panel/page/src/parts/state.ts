@@ -51,7 +51,7 @@ export class XpState extends Part {
       <div class="head">
         <span class="word" role="status">${this.word((stale ? "was " : "") + (plays ? "still" : state.status))}</span>
         ${!recording && state.speed !== 0 && state.status !== "stopped" ? html`<span class="speed figure">${state.speed}×</span>` : nothing}
-        <span class="format">${placeName ? html`<b><bdi>${placeName}</bdi></b><br />` : nothing}<span class="dim">In</span> ${state.input_locked ? state.input_format : "no signal"}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
+        <span class="format">${placeName ? html`<b><bdi>${placeName}</bdi></b> ` : nothing}<span class="dim">In</span> ${state.input_locked ? state.input_format : "no signal"}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
       </div>
       ${state.record_inhibited && !recording
         ? html`<div class="inhibited cut" title=${state.record_inhibited}>Cannot record: ${state.record_inhibited}</div>`

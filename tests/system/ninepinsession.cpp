@@ -312,6 +312,7 @@ TEST_F(Session, 07_editsExactlyToTheFrame)
         expected.write(QStringLiteral(" %1 %2").arg(before + delay).arg(strip() + delay).toUtf8());
         return before + delay;
     };
+    QString clip = newestClip();
     for (const int frames : {30, 1, 60}) {
         const qint64 now = strip();
         await([&] { return strip() != now; });
@@ -321,7 +322,10 @@ TEST_F(Session, 07_editsExactlyToTheFrame)
         ASSERT_TRUE(awaitBit(1, 1, false));
         ASSERT_TRUE(awaitBit(1, 5)) << deck.status().hex().toStdString();
         EXPECT_FALSE(deck.status().bit(9, 7)) << "aborted";
-        expected.write(QStringLiteral(" %1\n").arg(newestClip().section('/', -1)).toUtf8());
+        // (The list follows the transport.)
+        const QString before = clip;
+        ASSERT_TRUE(await([&] { return (clip = newestClip()) != before; }));
+        expected.write(QStringLiteral(" %1\n").arg(clip.section('/', -1)).toUtf8());
     }
 }
 

@@ -15,7 +15,8 @@ bool TakeGate::look(const QmxTakeWindow::Window &set, qint64 now, bool isRecordi
             _window = {};
     }
     if (!isRecording && _window.isSet() && now > _window.in + _latest) _window = {};
-    if (!isRecording || _window.out == 0 || now <= _window.out + latestEnd) return false;
+    const qint64 latest = mayMove ? latestEndByClock : latestEnd;
+    if (!isRecording || _window.out == 0 || now <= _window.out + latest) return false;
     _window = {};
     return true;
 }

@@ -16,6 +16,8 @@ public:
     static constexpr qint64 latestStart = 50;
     /// Frames after `out` by which the take has ended, else it goes on.
     static constexpr qint64 latestEnd = 100;
+    /// The same of one that follows a clock: whoever ends it does so by seconds, and may be held up.
+    static constexpr qint64 latestEndByClock = 600;
 
     /// So many frames back may still be handed out; a take may begin as late.
     void setKept(qint64 frames) { _latest = std::max(frames, latestStart); }

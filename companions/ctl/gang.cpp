@@ -116,10 +116,13 @@ public:
     /// Lets those begin that wait for the word; the others end.
     void begin(const QList<int> &channels)
     {
+        constexpr int writtenWithin = 1000; // ms; a pipe that nobody has written to has room
         for (size_t i = 0; i < _processes.size(); ++i) {
-            if (channels.contains(_channels[qsizetype(i)])) _processes[i]->write("go\n");
-            _processes[i]->closeWriteChannel();
-            _processes[i]->waitForBytesWritten(0);
+            QProcess &process = *_processes[i];
+            const bool isMeant = channels.contains(_channels[qsizetype(i)]);
+            // (Not before it is asked for: there is no event loop here.)
+            if (isMeant && process.write("go\n") > 0) process.waitForBytesWritten(writtenWithin);
+            process.closeWriteChannel();
         }
     }
     QList<Part> answers()

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxchannel.h"
 #include "platform/qmx/core/qmxclock.h"
+#include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxtakewindow.h"
 
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <utility>
 
 namespace {
 /// From now to the first frame: the way of a command to the card, with room for a busy machine.
@@ -61,6 +63,28 @@ public:
 private:
     std::map<int, std::unique_ptr<QmxTakeWindow::Client>> _clients;
 };
+
+/// Waits until every take holds so many frames: what is still on its way from the card would not be in it.
+void awaitFrames(const std::map<int, qint64> &frames)
+{
+    // Well below the time for which a window keeps frames out.
+    constexpr qint64 longest = 2500 * QmxClock::nsPerMillisecond;
+    constexpr qint64 standsWithin =
+        500 * QmxClock::nsPerMillisecond; // nothing is recorded, or all of it is there
+    constexpr qint64 lookEvery = 5 * QmxClock::nsPerMillisecond;
+    const qint64 end = clockNow() + longest;
+    for (const auto &[channel, wanted] : frames) {
+        QmxCountersReader counters;
+        if (!counters.open(QmxPlaces::ofChannel(channel).counters)) continue;
+        qint64 held = -1;
+        qint64 grewAt = clockNow();
+        while (held < wanted && clockNow() < end && clockNow() - grewAt < standsWithin) {
+            const qint64 before = std::exchange(held, counters.value(QStringLiteral("current_clip_frames")));
+            if (held != before) grewAt = clockNow();
+            QmxEnvironment::current().clock->sleepUntil(clockNow() + lookEvery);
+        }
+    }
+}
 
 /// A frame of the slowest of them at or after a moment: on the grid a frame of all that have its rate.
 qint64 commonMoment(Clocks &clocks, const QList<int> &channels, qint64 from)
@@ -242,10 +266,15 @@ ExitCode Gang::stop()
     const QList<int> able = asked.awaitReady();
     Clocks clocks(able);
     const qint64 moment = commonMoment(clocks, able, clockNow() + endAhead);
-    for (const int channel : able)
-        if (const auto now = clocks.now(channel); now && now->first >= 0)
-            clocks.set(channel, now->first, Clocks::indexAt(*now, moment));
+    std::map<int, qint64> frames;
+    for (const int channel : able) {
+        const auto now = clocks.now(channel);
+        if (!now || now->first < 0) continue;
+        const qint64 out = Clocks::indexAt(*now, moment);
+        if (clocks.set(channel, now->first, out)) frames[channel] = out - now->first;
+    }
     QmxEnvironment::current().clock->sleepUntil(moment);
+    awaitFrames(frames);
     asked.begin(able);
     return tell(asked.answers());
 }

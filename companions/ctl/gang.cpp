@@ -67,8 +67,9 @@ private:
 /// Waits until every take holds so many frames: what is still on its way from the card would not be in it.
 void awaitFrames(const std::map<int, qint64> &frames)
 {
-    // Well below the time for which a window keeps frames out.
-    constexpr qint64 longest = 2500 * QmxClock::nsPerMillisecond;
+    // Well below the four seconds for which a window keeps frames out: on a machine that is so far behind the
+    // takes rather differ in length than end with a loss.
+    constexpr qint64 longest = QmxClock::nsPerSecond;
     constexpr qint64 standsWithin =
         500 * QmxClock::nsPerMillisecond; // nothing is recorded, or all of it is there
     constexpr qint64 lookEvery = 5 * QmxClock::nsPerMillisecond;

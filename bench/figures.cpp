@@ -22,6 +22,7 @@ std::span<const BenchRow> benchRows()
         {"clips", "listing 10,000 clips from the shared list", benchClipList},
         {"long_clip", "300,000 frames: opened while they are recorded, closed, opened again", benchLongClip},
         {"verify", "the proof of a clip: CPU a frame in a take, a check beside `cat`", benchVerify},
+        {"export", "an export of a clip beside `cp`", benchExport},
         {"seek", "a frame out of order, and all of them in order, beside a bare read and decode", benchSeek},
         {"stall", "a take on a disk that stands still for two seconds: frames lost", benchStall},
         {"cue", "from the cue command to the picture on the output", benchCue},

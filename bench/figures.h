@@ -47,6 +47,8 @@ QList<Figure> benchClipList(int seconds);
 QList<Figure> benchFleet(int seconds);
 // clipbench.cpp
 QList<Figure> benchLongClip(int seconds);
+// exportbench.cpp
+QList<Figure> benchExport(int seconds);
 // verifybench.cpp
 QList<Figure> benchVerify(int seconds);
 // seekbench.cpp

@@ -6,6 +6,7 @@
 #include "platform/control/recorder.h"
 #include "platform/control/verbs.h"
 
+#include <map>
 #include <span>
 #include <string>
 #include <vector>
@@ -32,7 +33,8 @@ struct Arguments
     bool full = false;              ///< --full
     bool onWord = false;            ///< --on-word
     std::string listen;             ///< --listen
-    std::vector<std::string> rest;  ///< of the argument that may come several times; then behind `words`
+    std::map<std::string, std::string> options; ///< of verbs, by the name of the argument; a switch has "1"
+    std::vector<std::string> rest; ///< of the argument that may come several times; then behind `words`
 
     std::string word(size_t index) const { return index < words.size() ? words[index] : std::string(); }
 };

@@ -23,6 +23,19 @@ std::string takeLength(const std::string &text)
                : "'" + text + "' is no length of a take; give seconds, at most a week";
 }
 
+void addSwitch(CLI::App &command, Arguments &arguments, const char *name)
+{
+    command.add_flag_callback(std::string("--") + name,
+                              [&arguments, name] { arguments.options[name] = "1"; });
+}
+
+void addValue(CLI::App &command, Arguments &arguments, const char *name)
+{
+    command.add_option_function<std::string>(
+        std::string("--") + name,
+        [&arguments, name](const std::string &value) { arguments.options[name] = value; });
+}
+
 /// A command that is a verb: its help and its arguments are the verb's. `labels` are how the arguments are
 /// called here, `name` the command when it is not the verb's.
 CommandRow ofVerb(const char *group, const char *verbName, const char *options,
@@ -31,7 +44,7 @@ CommandRow ofVerb(const char *group, const char *verbName, const char *options,
     const VerbRow *verb = findVerb(QString::fromLatin1(verbName));
     CommandRow row{group, name ? name : verbName, verb->help, {}, options, verb->needs, nullptr};
     for (const VerbArgument &argument : verb->arguments) {
-        if (argument.isForShellOnly) continue;
+        if (argument.isForShellOnly || argument.isOption) continue;
         const bool isClip = argument.type == VerbArgument::Type::Clip;
         row.arguments.push_back(
             {labels[row.arguments.size()], argument.help, argument.isRequired, isClip ? "@clips" : ""});
@@ -85,6 +98,8 @@ std::span<const CommandRow> ctlCommands()
         {clips, "media", "list the media with their room and how long one can still record", {}, "", Needs::Store, ctlMedia},
         ofVerb(clips, "copy", "no-wait", {"CLIP", "MEDIUM"}),
         ofVerb(clips, "verify", "all no-wait", {"CLIP"}),
+        ofVerb(clips, "export", "in out list proxy burn no-wait", {"CLIP", "TO"}),
+        ofVerb(clips, "cancel", ""),
         ofVerb(clips, "protect", "no-wait", {"CLIP"}),
         ofVerb(clips, "unprotect", "no-wait", {"CLIP"}),
         ofVerb(clips, "delete", "no-wait", {"CLIP"}),
@@ -173,10 +188,25 @@ std::span<const OptionRow> ctlOptions()
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--history", arguments.history); }},
         {"all", "",
          "all clips of the active medium; clips: also what looks like one and cannot be played, and why",
-         [](CLI::App &command, Arguments &arguments) { command.add_flag("--all", arguments.all); }},
+         [](CLI::App &command, Arguments &arguments) {
+             command.add_flag_callback("--all", [&arguments] {
+                 arguments.all = true;
+                 arguments.options["all"] = "1";
+             });
+         }},
         {"on-word", "",
          "say `ready` when nothing stands in the way, and do it when a line comes on standard input",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--on-word", arguments.onWord); }},
+        {"in", "PLACE", "the first frame that is taken, by number or timecode",
+         [](CLI::App &command, Arguments &arguments) { addValue(command, arguments, "in"); }},
+        {"out", "PLACE", "the first frame that is no longer taken",
+         [](CLI::App &command, Arguments &arguments) { addValue(command, arguments, "out"); }},
+        {"list", "", "the play list instead of a clip",
+         [](CLI::App &command, Arguments &arguments) { addSwitch(command, arguments, "list"); }},
+        {"proxy", "", "H.264 and AAC in an MP4 file, for everybody's player",
+         [](CLI::App &command, Arguments &arguments) { addSwitch(command, arguments, "proxy"); }},
+        {"burn", "", "with the timecode in the pictures of a proxy",
+         [](CLI::App &command, Arguments &arguments) { addSwitch(command, arguments, "burn"); }},
         {"full", "", "in the size of the output, not in that of the preview",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--full", arguments.full); }},
         {"markdown", "", "the reference of all, for documents",

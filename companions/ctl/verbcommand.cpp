@@ -57,13 +57,18 @@ Request requestOf(const VerbRow &verb, const Arguments &arguments)
     size_t place = 0;
     for (const VerbArgument &argument : verb.arguments) {
         if (argument.isForShellOnly) continue;
+        if (argument.isOption) {
+            const auto given = arguments.options.find(argument.name);
+            if (given != arguments.options.end())
+                request.arguments[QLatin1String(argument.name)] = QString::fromStdString(given->second);
+            continue;
+        }
         const std::string word = arguments.word(place++);
         if (argument.isRequired || !word.empty())
             request.arguments[QLatin1String(argument.name)] = QString::fromStdString(word);
     }
     if (arguments.seconds > 0) request.arguments["for"] = QString::number(arguments.seconds, 'g', 17);
     if (arguments.untilDone) request.arguments["until_done"] = "1";
-    if (arguments.all) request.arguments["all"] = "1";
     return request;
 }
 } // namespace

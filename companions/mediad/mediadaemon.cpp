@@ -429,6 +429,10 @@ void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParame
         std::string problem;
         const auto parsed = MediaOrder::parse(order, id, problem);
         if (parsed && takeScheduleOrder(*parsed)) continue;
+        if (parsed && parsed->verb == "cancel") {
+            orderTold(*parsed, _jobs.cancel(*parsed));
+            continue;
+        }
         if (parsed) problem = whyRefused(*parsed, media, is);
         if (problem.empty())
             _jobs.start(*parsed);

@@ -5,6 +5,7 @@
 #include "companions/mediad/clipcare.h"
 #include "companions/mediad/clipcomplete.h"
 #include "companions/mediad/clipcopy.h"
+#include "companions/mediad/clipexport.h"
 #include "companions/mediad/clipverify.h"
 #include "companions/mediad/orderrules.h"
 #include "platform/product/transferpace.h"
@@ -12,12 +13,14 @@
 
 #include <QCoreApplication>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QPointer>
 
 #include <cerrno>
 #include <mutex>
 #include <utility>
 
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -25,9 +28,12 @@ namespace {
 
 constexpr qint64 tellEvery = 500 * QmxClock::nsPerMillisecond;
 
-/// The disk serves everybody else first, where its scheduler knows the difference (ioprio_set(2)).
-void readAndWriteLast()
+/// The disk and the processors serve everybody else first, the disk where its scheduler knows the difference
+/// (ioprio_set(2)).
+void comeLast()
 {
+    constexpr int least = 19;
+    setpriority(PRIO_PROCESS, id_t(syscall(SYS_gettid)), least);
     constexpr int thisThread = 1; // IOPRIO_WHO_PROCESS, 0
     constexpr int idleClass = 3 << 13;
     syscall(SYS_ioprio_set, thisThread, 0, idleClass);
@@ -43,7 +49,7 @@ public:
         : _clock(*environment.clock),
           _shared(shared),
           _told(std::move(told)),
-          _pace(environment, [&shared] { return shared.busy && !shared.ended; })
+          _pace(environment, [&shared] { return shared.busy && !shared.ended && !shared.isCanceled; })
     {}
 
     bool operator()(qint64 done, qint64 total)
@@ -54,7 +60,7 @@ public:
             _told(total > 0 ? int(100 * done / total) : 100);
         }
         _pace.wait(done - std::exchange(_done, done));
-        return !_shared.ended;
+        return !_shared.ended && !_shared.isCanceled;
     }
 
 private:
@@ -93,9 +99,17 @@ void MediaJobs::start(const MediaOrder &order)
             },
             Qt::QueuedConnection);
     };
+    {
+        const std::lock_guard lock(_shared->mutex);
+        _shared->waiting.insert(order.id);
+    }
     const bool posted = _thread->post([order, environment = _environment, shared = _shared, told] {
         run(order, environment, *shared, told);
     });
+    if (!posted) {
+        const std::lock_guard lock(_shared->mutex);
+        _shared->waiting.erase(order.id);
+    }
     if (!posted)
         _told(order, {order.id, "refused", 0, "too many orders are waiting; try again later"});
     else if (_unfinished++ > 0)
@@ -109,33 +123,71 @@ void MediaJobs::follow(const MediaParameters &transport)
     _shared->transport = transport;
 }
 
-void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
-                    const std::function<void(const MediaOrderState &)> &told)
+MediaOrderState MediaJobs::cancel(const MediaOrder &order)
 {
+    const std::lock_guard lock(_shared->mutex);
+    const std::string id = order.clip.empty() ? _shared->running : order.clip;
+    if (!id.empty() && id == _shared->running)
+        _shared->isCanceled = true;
+    else if (_shared->waiting.contains(id))
+        _shared->canceled.insert(id);
+    else
+        return {order.id, "done", 100, "nothing is copied, checked or exported now"};
+    return {order.id, "done", 100, "it is being ended"};
+}
+
+/// What reads or writes all of a clip; it gives way to a take and can be ended.
+QmxError MediaJobs::runLong(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
+                            const Told &told, std::string &text, std::string &report)
+{
+    comeLast();
     const std::string path = order.from + "/" + order.clip;
+    std::string shown = order.clip.empty() ? order.from : path;
+    Pace pace(environment, shared, [&](int percent) { told({order.id, "running", percent, shown}); });
     QmxError error;
-    std::string text = path;
-    std::string report;
+    std::string finding;
     if (order.verb == "copy") {
-        readAndWriteLast();
         const std::string target = order.to + "/" + order.clip;
-        text += " -> " + target;
-        Pace pace(environment, shared, [&](int percent) { told({order.id, "running", percent, text}); });
-        std::string finding;
+        shown += " -> " + target;
         error = copyClip(path, target, environment, std::ref(pace), &finding);
-        text += ": copied and compared" + (finding.empty() ? finding : "; " + finding);
+        text = shown + ": copied and compared" + (finding.empty() ? finding : "; " + finding);
     } else if (order.verb == "verify") {
-        readAndWriteLast();
-        text = order.clip.empty() ? order.from : path;
-        Pace pace(environment, shared, [&](int percent) { told({order.id, "running", percent, text}); });
         VerifiedClips clips;
         error = verifyClips(order.from, order.clip, environment, std::ref(pace), clips);
         text = clips.text;
         report = QJsonDocument(clips.report).toJson(QJsonDocument::Compact).toStdString();
     } else if (order.verb == "complete") {
-        readAndWriteLast();
-        Pace pace(environment, shared, [&](int percent) { told({order.id, "running", percent, text}); });
+        text = path;
         error = completeCopy(path, order.to + "/" + order.clip, environment, std::ref(pace), text);
+    } else {
+        ClipExport wanted{QString::fromStdString(order.from),
+                          QString::fromStdString(order.entries).split('\n', Qt::SkipEmptyParts),
+                          QString::fromStdString(order.to), order.proxy, order.burn};
+        shown = order.to;
+        error = exportClips(wanted, environment, std::ref(pace), finding);
+        text = shown + ": " + finding;
+        report = QJsonDocument(QJsonObject{{"path", wanted.to}}).toJson(QJsonDocument::Compact).toStdString();
+    }
+    return error;
+}
+
+void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
+                    const Told &told)
+{
+    const std::string path = order.from + "/" + order.clip;
+    QmxError error;
+    std::string text = path;
+    std::string report;
+    {
+        const std::lock_guard lock(shared.mutex);
+        shared.waiting.erase(order.id);
+        shared.running = order.id;
+        shared.isCanceled = shared.canceled.erase(order.id) > 0;
+    }
+    const bool isLong =
+        order.verb == "copy" || order.verb == "verify" || order.verb == "complete" || order.verb == "export";
+    if (isLong) {
+        error = runLong(order, environment, shared, told, text, report);
     } else {
         // The orders before it may have taken long: what was free when it came may be played by now.
         std::unique_lock lock(shared.mutex);
@@ -144,6 +196,10 @@ void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, 
         const std::string use = whyInUse(order, transport);
         error = use.empty() ? onEveryMedium(order, transport, environment, text)
                             : QmxError(EBUSY, QString::fromStdString(use));
+    }
+    {
+        const std::lock_guard lock(shared.mutex);
+        shared.running.clear();
     }
     if (error.isError())
         told({order.id, "refused", 0, error.toString().toStdString()});

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
 
 class QmxTaskThread;
 
@@ -32,6 +33,10 @@ public:
     ~MediaJobs() override;
 
     void start(const MediaOrder &order);
+    /// Ends the order with the id that stands in `order.clip`, or the one that is carried out now; what it
+    /// has made so far goes. Copies, checks and exports can be ended; the sentence says whether there was
+    /// one.
+    MediaOrderState cancel(const MediaOrder &order);
     /// What the transport does now: whether it uses the media, and which clips.
     void follow(const MediaParameters &transport);
 
@@ -41,12 +46,19 @@ private:
         std::atomic<bool> busy = false;
         std::atomic<bool> ended = false;
         std::mutex mutex;
-        MediaParameters transport; ///< guarded by the mutex
+        MediaParameters transport;            ///< guarded by the mutex
+        std::string running;                  ///< id of the order; empty: none. Guarded by the mutex
+        std::set<std::string> waiting;        ///< ids. Guarded by the mutex
+        std::set<std::string> canceled;       ///< of those. Guarded by the mutex
+        std::atomic<bool> isCanceled = false; ///< the one that is carried out
     };
     class Pace;
 
+    using Told = std::function<void(const MediaOrderState &)>;
     static void run(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
-                    const std::function<void(const MediaOrderState &)> &told);
+                    const Told &told);
+    static QmxError runLong(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
+                            const Told &told, std::string &text, std::string &report);
 
     const QmxEnvironment _environment;
     const std::function<void(const MediaOrder &, const MediaOrderState &)> _told;

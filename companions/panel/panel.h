@@ -92,6 +92,7 @@ void putList(Panel &, const HttpCall &, Respond);
 void getClips(Panel &, const HttpCall &, Respond);
 void getClip(Panel &, const HttpCall &, Respond);
 void getClipFile(Panel &, const HttpCall &, Respond);
+void getProxy(Panel &, const HttpCall &, Respond);
 void getThumbnail(Panel &, const HttpCall &, Respond);
 void getClipStill(Panel &, const HttpCall &, Respond);
 void postClipVerb(Panel &, const HttpCall &, Respond);

@@ -191,6 +191,45 @@ std::optional<FilePart> rangeOf(const QByteArray &header, qint64 size, bool &isO
     part.length = (hasTo ? std::min(to, size - 1) : size - 1) - from + 1;
     return part;
 }
+/// A file of a medium, or the part of it that is asked for; nothing when there is none.
+std::optional<HttpReply> fileReply(const HttpCall &call, const QString &path, const char *type)
+{
+    struct stat status = {};
+    if (path.isEmpty() || lstat(QFile::encodeName(path).constData(), &status) != 0 ||
+        !S_ISREG(status.st_mode))
+        return {};
+    const QByteArray tag = '"' + QByteArray::number(qint64(status.st_size), 16) + '-' +
+                           QByteArray::number(qint64(status.st_mtim.tv_sec), 16) + '.' +
+                           QByteArray::number(qint64(status.st_mtim.tv_nsec), 16) + '"';
+    HttpReply reply;
+    reply.type = type;
+    reply.headers = {{"Accept-Ranges", "bytes"}, {"ETag", tag}};
+    if (!call.header("if-none-match").isEmpty() && call.header("if-none-match") == tag) {
+        reply.status = 304;
+        return reply;
+    }
+    FilePart part{path, 0, qint64(status.st_size)};
+    const QByteArray condition = call.header("if-range");
+    bool isOutside = false;
+    const auto range = condition.isEmpty() || condition == tag
+                           ? rangeOf(call.header("range"), part.length, isOutside)
+                           : std::nullopt;
+    if (isOutside) {
+        HttpReply outside = problemReply(416, "outside", "the clip is not that long");
+        outside.headers.emplaceBack("Content-Range", "bytes */" + QByteArray::number(part.length));
+        return outside;
+    }
+    if (range) {
+        reply.status = 206;
+        reply.headers.append({"Content-Range", "bytes " + QByteArray::number(range->from) + '-' +
+                                                   QByteArray::number(range->from + range->length - 1) + '/' +
+                                                   QByteArray::number(part.length)});
+        part.from = range->from;
+        part.length = range->length;
+    }
+    reply.file = part;
+    return reply;
+}
 } // namespace
 
 void getClips(Panel &panel, const HttpCall &call, Respond respond)
@@ -252,45 +291,25 @@ void getClipFile(Panel &panel, const HttpCall &call, Respond respond)
 {
     onWorker(panel, respond, [call](Control &control) {
         const QString name = call.words.first();
-        const QString path = pathOf(control, name);
-        struct stat status = {};
-        if (!isFileName(name) || path.isEmpty() || lstat(QFile::encodeName(path).constData(), &status) != 0 ||
-            !S_ISREG(status.st_mode))
-            return notThere(control, name);
-        const QByteArray tag = '"' + QByteArray::number(qint64(status.st_size), 16) + '-' +
-                               QByteArray::number(qint64(status.st_mtim.tv_sec), 16) + '.' +
-                               QByteArray::number(qint64(status.st_mtim.tv_nsec), 16) + '"';
-        HttpReply reply;
-        reply.type = "video/quicktime";
-        reply.headers = {
-            {"Accept-Ranges", "bytes"},
-            {"ETag", tag},
-            {"Content-Disposition", "attachment; filename*=UTF-8''" + name.toUtf8().toPercentEncoding()}};
-        if (!call.header("if-none-match").isEmpty() && call.header("if-none-match") == tag) {
-            reply.status = 304;
-            return reply;
-        }
-        FilePart part{path, 0, qint64(status.st_size)};
-        const QByteArray condition = call.header("if-range");
-        bool isOutside = false;
-        const auto range = condition.isEmpty() || condition == tag
-                               ? rangeOf(call.header("range"), part.length, isOutside)
-                               : std::nullopt;
-        if (isOutside) {
-            HttpReply outside = problemReply(416, "outside", "the clip is not that long");
-            outside.headers.emplaceBack("Content-Range", "bytes */" + QByteArray::number(part.length));
-            return outside;
-        }
-        if (range) {
-            reply.status = 206;
-            reply.headers.append({"Content-Range", "bytes " + QByteArray::number(range->from) + '-' +
-                                                       QByteArray::number(range->from + range->length - 1) +
-                                                       '/' + QByteArray::number(part.length)});
-            part.from = range->from;
-            part.length = range->length;
-        }
-        reply.file = part;
-        return reply;
+        auto reply =
+            isFileName(name) ? fileReply(call, pathOf(control, name), "video/quicktime") : std::nullopt;
+        if (!reply) return notThere(control, name);
+        if (reply->file)
+            reply->headers.emplaceBack("Content-Disposition",
+                                       "attachment; filename*=UTF-8''" + name.toUtf8().toPercentEncoding());
+        return *reply;
+    });
+}
+
+void getProxy(Panel &panel, const HttpCall &call, Respond respond)
+{
+    onWorker(panel, respond, [call](Control &control) {
+        const QString name = call.words.first();
+        const QString path = pathOf(control, name.left(name.lastIndexOf('.')) + ".mp4");
+        auto reply = isFileName(name) ? fileReply(call, path, "video/mp4") : std::nullopt;
+        return reply ? *reply
+                     : problemReply(404, "no_proxy", QStringLiteral("there is no proxy of %1 yet").arg(name),
+                                    "POST clips/NAME/export with proxy and to makes one");
     });
 }
 
@@ -344,7 +363,7 @@ void postClipVerb(Panel &panel, const HttpCall &call, Respond respond)
     if (!row || argument == row->arguments.end())
         return respond(problemReply(404, "no_such_verb",
                                     QStringLiteral("there is no verb '%1' for a clip").arg(call.words[1]),
-                                    "clip, copy, verify, protect, unprotect, delete"));
+                                    "clip, copy, verify, export, protect, unprotect, delete"));
     HttpCall verb = call;
     verb.words = {call.words[1]};
     verb.query[QLatin1String(argument->name)] = call.words[0];

@@ -40,6 +40,8 @@ struct VerbArgument
     const char *advice; ///< what it should be
     /// Only for a front that lives as long as the verb waits: a shell.
     bool isForShellOnly = false;
+    /// A shell has an option of this name for it instead of a place behind the command.
+    bool isOption = false;
 };
 
 /// What somebody asks for. A value.
@@ -131,6 +133,8 @@ Answer performUnprotect(const VerbCall &);
 Answer performDelete(const VerbCall &);
 Answer performRename(const VerbCall &);
 Answer performVerify(const VerbCall &);
+Answer performExport(const VerbCall &);
+Answer performCancel(const VerbCall &);
 Answer performSchedule(const VerbCall &);
 Answer performUnschedule(const VerbCall &);
 // Who is in control (verbs_control.cpp)

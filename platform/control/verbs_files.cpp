@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// copy, protect, unprotect, delete, rename, verify, schedule: what the media daemon does for the operator.
+// copy, protect, unprotect, delete, rename, verify, export, cancel, schedule: what the media daemon does for
+// the operator.
 #include "platform/control/transportanswers.h"
 
 #include "platform/control/mediadaemonlock.h"
@@ -8,6 +9,7 @@
 #include "platform/store/configfactoryimpl.h"
 #include "platform/store/eparam.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QRegularExpression>
 
@@ -124,6 +126,16 @@ Answer giveOrder(const VerbCall &call, const MediaOrder &order)
     if (!told() && mediaDaemonPid() != daemon)
         return Answer::givenUp(Cause::Daemon, "daemon_ended", "the media daemon has ended before it was done",
                                "give the order again");
+    if ((!state || state->state == "running") && order.verb == "export") {
+        // What nobody waits for any more is not made; a copy and a check go on by themselves.
+        MediaOrder cancel;
+        cancel.id = order.id + ".cancel";
+        cancel.verb = "cancel";
+        cancel.clip = order.id;
+        recorder.write(eParam_MediaOrder, QString::fromStdString(cancel.print()));
+        return Answer::givenUp(Cause::Interrupted, "interrupted",
+                               "the export is ended; nothing of it is left");
+    }
     if (!state || state->state == "running")
         return Answer::givenUp(Cause::Interrupted, "interrupted", "the media daemon goes on with it",
                                "`xpctl get media_order_state` shows how far it is");
@@ -133,6 +145,33 @@ Answer giveOrder(const VerbCall &call, const MediaOrder &order)
     if (!order.clip.empty()) effect["clip"] = QString::fromStdString(order.clip);
     effect["result"] = text;
     return Answer::done(text, effect);
+}
+
+/// A path below a medium that is there.
+bool isOnMedium(const Recorder &recorder, const std::string &path)
+{
+    const auto reports = MediumReport::parse(recorder.text(eParam_MediaReport).toStdString());
+    return path.find("/../") == std::string::npos &&
+           std::any_of(reports.begin(), reports.end(),
+                       [&path](const MediumReport &medium) { return path.starts_with(medium.path + "/"); });
+}
+
+/// The path of the file that shall be made: on a medium it is called as the clip is, with the ending of what
+/// it becomes when it has none.
+std::string exportPath(const VerbCall &call, const std::string &clip, bool isProxy)
+{
+    const std::string active = call.recorder.text(eParam_ActiveMediaPath).toStdString();
+    std::string to = call.text("to").toStdString();
+    const std::string medium = mediumNamed(call.recorder, to);
+    if (medium != to || isOnMedium(call.recorder, to + "/")) {
+        const std::string name = clip.empty() ? "play_list" : clip.substr(clip.rfind('/') + 1);
+        to = medium + "/" + name.substr(0, std::min(name.rfind('.'), name.size()));
+    } else if (to.find('/') == std::string::npos) {
+        to = active + "/" + to;
+    } else if (!to.starts_with('/')) {
+        to = QDir::current().absoluteFilePath(QString::fromStdString(to)).toStdString();
+    }
+    return isClipName(to.substr(to.rfind('/') + 1)) ? to : to + (isProxy ? ".mp4" : ".mov");
 }
 } // namespace
 
@@ -212,4 +251,42 @@ Answer performVerify(const VerbCall &call)
                         "play another copy, if there is one; check the medium before recording on it again");
     damaged.effect = answer.effect;
     return damaged;
+}
+
+Answer performExport(const VerbCall &call)
+{
+    const bool isList = call.text("list") == "1";
+    const bool isProxy = call.text("proxy") == "1";
+    Recorder &recorder = call.recorder;
+    // With the list there is no clip, and a shell's first word is where it goes.
+    Request request = call.request;
+    if (isList && call.text("to").isEmpty()) request.arguments["to"] = request.arguments.take("clip");
+    const VerbCall given{recorder, request, call.who};
+    const std::string clip = isList ? std::string() : given.text("clip").toStdString();
+    if (given.text("to").isEmpty() || (!isList && clip.empty()))
+        return Answer::refused(Cause::Argument, "wrong_argument",
+                               isList || !clip.empty() ? "where it shall go is missing"
+                                                       : "which clip is missing",
+                               "for example: xpctl export take_001.mov B, xpctl export --list B");
+    MediaOrder order = newOrder(given);
+    order.from = recorder.text(eParam_ActiveMediaPath).toStdString();
+    order.proxy = isProxy;
+    order.burn = call.text("burn") == "1";
+    order.to = exportPath(given, clip, isProxy);
+    order.entries = isList ? recorder.text(eParam_PlayList).toStdString() : clip;
+    if (!isList && (!call.text("in").isEmpty() || !call.text("out").isEmpty()))
+        order.entries += ('[' + call.text("in") + '-' + call.text("out") + ')').toStdString();
+    if (order.entries.empty())
+        return Answer::refused(Cause::Deck, "nothing_to_play", "the play list is empty");
+    // Who is not at the machine reaches the media and nothing else.
+    const bool isElsewhere = clip.find('/') != std::string::npos && !isOnMedium(recorder, clip);
+    if (call.who.isNetwork() && (isElsewhere || !isOnMedium(recorder, order.to)))
+        return Answer::refused(Cause::Argument, "wrong_argument", "clips come from media and go to media",
+                               "`xpctl media` lists them");
+    return giveOrder(given, order);
+}
+
+Answer performCancel(const VerbCall &call)
+{
+    return giveOrder(call, newOrder(call));
 }

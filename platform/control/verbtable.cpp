@@ -30,6 +30,20 @@ VerbArgument clipArgument(const char *name, const char *help)
             "a file name; `xpctl clips` lists those there are"};
 }
 
+/// What a shell gives by an option; a number is a switch.
+VerbArgument option(const char *name, Type type, const char *help)
+{
+    const bool isSwitch = type == Type::Integer;
+    VerbArgument argument{
+        name,  type,
+        false, "",
+        0,     isSwitch ? 1.0 : 4294967295.0,
+        help,  isSwitch ? "'%1' is neither 0 nor 1" : "'%1' is neither a frame number nor a timecode",
+        help};
+    argument.isOption = true;
+    return argument;
+}
+
 VerbArgument optionalClip(const char *help)
 {
     VerbArgument argument = clipArgument("clip", help);
@@ -143,10 +157,21 @@ std::span<const VerbRow> verbs()
          "order_refused no_answer", performRename},
         {"verify", "check that clips are what was recorded, by the proof that they carry",
          {optionalClip("as `xpctl clips` shows it, or its full path; also one that is being recorded"),
-          {"all", Type::Integer, false, "", 0, 1, "1: all clips of the active medium",
-           "'%1' is neither 0 nor 1", "1: all clips of the active medium", true}},
+          option("all", Type::Integer, "1: all clips of the active medium")},
          0, Needs::Store, "media_order", "all of it has been read and found whole", 0,
          "clip_damaged order_refused no_answer", performVerify},
+        {"export", "make one file of a clip, a part of one or the play list: a clip of the same pictures, or a proxy",
+         {optionalClip("as `xpctl clips` shows it, its full path, or a part of it"),
+          {"to", Type::Text, false, "", 0, 0, "a medium, a name on the active one, or a path", "'%1' is no place", "a medium or a file name"},
+          option("in", Type::Place, "its first frame, or the timecode of it; else the begin"),
+          option("out", Type::Place, "the frame behind its last one, or the timecode of that; else the end"),
+          option("list", Type::Integer, "1: the play list instead of a clip"),
+          option("proxy", Type::Integer, "1: H.264 and AAC in an MP4 file, for everybody's player"),
+          option("burn", Type::Integer, "1: with the timecode in the pictures of a proxy")},
+         0, Needs::Store, "media_order", "the file has its name, and a clip has been read back", 0,
+         "nothing_to_play order_refused no_answer", performExport},
+        {"cancel", "end the copy, check or export that runs now; what it has made so far goes", {},
+         0, Needs::Store, "media_order", "the media daemon ends it", 0, "order_refused no_answer", performCancel},
         {"take_control", "be the one whose transport commands are done, for a time; each renews it",
          {timeArgument("how long it lasts after the last command; else 60")},
          0, Needs::Store, "control_owner", "the store has it", 5000, "other_in_control", performTakeControl},

@@ -11,7 +11,8 @@
 namespace {
 
 constexpr qsizetype longestText = 1000;
-const char *const verbs[] = {"copy", "delete", "protect", "unprotect", "rename", "verify"};
+const char *const verbs[] = {"copy",   "delete", "protect", "unprotect",
+                             "rename", "verify", "export",  "cancel"};
 
 QJsonDocument document(const std::string &text)
 {
@@ -30,6 +31,17 @@ QString shown(const std::string &text)
     return QString::fromStdString(text);
 }
 
+std::string whyNoExport(const MediaOrder &order)
+{
+    if (order.entries.empty()) return "what shall be exported is missing";
+    if (!order.to.starts_with('/') || !isClipName(order.to.substr(order.to.rfind('/') + 1)))
+        return "'" + order.to + "' is no path of a clip that could be made";
+    if (order.proxy && !order.to.ends_with(".mp4")) return "a proxy is an MP4 file: its name ends in .mp4";
+    if (!order.proxy && !order.to.ends_with(".mov"))
+        return "a clip is a QuickTime file: its name ends in .mov";
+    return {};
+}
+
 std::string whyNonsense(const MediaOrder &order)
 {
     if (order.verb == "schedule" || order.verb == "unschedule") return {}; // the schedule itself looks
@@ -38,8 +50,11 @@ std::string whyNonsense(const MediaOrder &order)
         known = known || order.verb == verb;
     if (!known)
         return "'" + order.verb +
-               "' cannot be done with a clip; copy, delete, protect, unprotect, rename and verify can";
+               "' cannot be done with a clip; copy, delete, protect, unprotect, rename, verify and export "
+               "can";
     // A name must not lead out of its medium.
+    if (order.verb == "cancel") return {};
+    if (order.verb == "export") return whyNoExport(order);
     const bool isAll = order.verb == "verify" && order.clip.empty();
     if (!isAll && (!isClipName(order.clip) || order.clip.find('/') != std::string::npos))
         return "'" + order.clip + "' is no name of a clip";
@@ -59,6 +74,9 @@ std::string MediaOrder::print() const
         {"id", shown(id)}, {"verb", shown(verb)}, {"clip", shown(clip)}, {"from", shown(from)}};
     if (!to.empty()) object["to"] = shown(to);
     if (everywhere) object["everywhere"] = true;
+    if (!entries.empty()) object["entries"] = shown(entries);
+    if (proxy) object["proxy"] = true;
+    if (burn) object["burn"] = true;
     return compact(QJsonDocument(object));
 }
 
@@ -70,8 +88,11 @@ std::optional<MediaOrder> MediaOrder::parse(const std::string &text, std::string
         return std::nullopt;
     }
     const QJsonObject object = json.object();
-    MediaOrder order{word(object, "id"),   word(object, "verb"), word(object, "clip"),
-                     word(object, "from"), word(object, "to"),   object.value("everywhere").toBool()};
+    MediaOrder order{word(object, "id"),           word(object, "verb"),
+                     word(object, "clip"),         word(object, "from"),
+                     word(object, "to"),           object.value("everywhere").toBool(),
+                     word(object, "entries"),      object.value("proxy").toBool(),
+                     object.value("burn").toBool()};
     // Whoever sent it finds the answer by this; what he could not read there he gets no answer to.
     if (const QString given = shown(order.id);
         given.size() > MediaOrder::longestId || qmxPrintable(given) != given) {

@@ -6,20 +6,25 @@
 #include <vector>
 
 /// What an operator wants the media daemon to do with one clip, or with the schedule of takes, as it stands
-/// in the parameter media_order: a JSON object with the fields "id", "verb", "clip", "from", "to" and
-/// "everywhere". A plain value.
+/// in the parameter media_order: a JSON object with the fields "id", "verb", "clip", "from", "to",
+/// "everywhere", "entries", "proxy" and "burn". A plain value.
 struct MediaOrder
 {
     std::string id; ///< chosen by who asks, to know the answer by; may be empty
-    /// "copy", "delete", "protect", "unprotect", "rename", "verify"; "schedule", "unschedule"; within the
-    /// media daemon also "complete"
+    /// "copy", "delete", "protect", "unprotect", "rename", "verify", "export", "cancel"; "schedule",
+    /// "unschedule"; within the media daemon also "complete"
     std::string verb;
-    std::string
-        clip; ///< file name (to verify all clips of the medium: empty); number of a take, to unschedule
+    /// File name (to verify all clips of the medium: empty); number of a take, to unschedule; to cancel: the
+    /// id of an order, empty: of the one that is carried out now
+    std::string clip;
     std::string from; ///< folder of the medium; the start, to schedule
-    std::string to;   ///< folder of the other medium, for a copy; the new name; the end, to schedule
+    /// Folder of the other medium, for a copy; the new name; a path, for export; the end, to schedule
+    std::string to;
     /// A clip that lies on a second medium as well is meant in both places.
     bool everywhere = false;
+    std::string entries = {}; ///< for export: clips and parts of clips, a line each, as in a play list
+    bool proxy = false;       ///< for export: an MP4 for everybody's player
+    bool burn = false;        ///< with the timecode in its pictures
 
     static constexpr int longestId = 64; ///< printable characters
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Playback as one sees it: the frame on the output, tick by tick.
-#include "platform/qmx/edges/pixelfont.h"
+#include "platform/qmx/codec/pixelfont.h"
 #include "tests/scenarios/recorderrig.h"
 #include "tests/scenarios/shuttlemodel.h"
 

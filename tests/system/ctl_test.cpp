@@ -100,7 +100,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         run settings import $OUT/settings; is sdi_level_a on; sed 's/sdi_level_a/sdi_level_z/' $OUT/settings >$OUT/wrong
         xpctl set take_number 77; xpctl settings import $OUT/wrong 2>/dev/null && exit 9; is take_number 77
         printf 'LUT_3D_SIZE 99\n' >$OUT/big.cube; xpctl set lut_file $OUT/big.cube 2>$OUT/lut && exit 9; grep -q '2 to 65' $OUT/lut
-        run media; run protect take_002.mov; run unprotect take_002.mov; run copy take_002.mov B; run verify take_002.mov; run verify --all; run delete /media/B/take_002.mov
+        run media; run protect take_002.mov; run unprotect take_002.mov; run copy take_002.mov B; run verify take_002.mov; run verify --all; run export take_002.mov part --in 5 --out 15; run info part.mov; run cancel; xpctl delete part.mov; run delete /media/B/take_002.mov
         xpctl rename take_002.mov take_001 2>/dev/null && exit 9; run rename take_002.mov other; xpctl clips | grep -q other.mov
         xpctl list | grep -q other.mov && xpctl list | grep take_002.mov && exit 9
         run take-control 30; run lock; run unlock; run local; run remote; run release-control

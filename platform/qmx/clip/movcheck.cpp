@@ -107,6 +107,25 @@ public:
         return error;
     }
 
+    QmxError runSound(const QString &path, qint64 first, qint64 end)
+    {
+        QmxError error = prepare(path);
+        for (const auto &part : _claims.parts) {
+            if (error.isError() || lastFrame(part) < first || part.firstFrame >= end) continue;
+            qint64 at = part.slot + MovLayout::slotSize;
+            for (const auto &picture : part.pictures)
+                at += MovLayout::roundUp(picture.size);
+            QByteArray bytes(qsizetype(part.soundBytes) + 4 * qsizetype(part.jumps), Qt::Uninitialized);
+            error = _input.read(bytes.data(), bytes.size(), at);
+            const quint32 sound = movCrc32c(bytes.constData(), part.soundBytes);
+            const quint32 jumps = movCrc32c(bytes.constData() + part.soundBytes, size_t(part.jumps) * 4);
+            if (sound != part.soundCrc) add(QmxClipCheck::Sound, part.firstFrame, lastFrame(part));
+            if (part.link && jumps != part.jumpsCrc)
+                add(QmxClipCheck::Timecode, part.firstFrame, lastFrame(part));
+        }
+        return error;
+    }
+
 private:
     static QmxError notOurs(const QString &path)
     {
@@ -288,6 +307,12 @@ QmxError QmxClipCheck::run(const QString &path, QmxClipCheck &result, const QmxE
                            const Pace &pace, const Tap &tap)
 {
     return Check(result, environment, pace, tap).run(path);
+}
+
+QmxError QmxClipCheck::runSound(const QString &path, qint64 first, qint64 end, QmxClipCheck &result,
+                                const QmxEnvironment &environment)
+{
+    return Check(result, environment, {}, {}).runSound(path, first, end);
 }
 
 bool QmxClipCheck::looksOurs(const void *head, qint64 size)

@@ -62,6 +62,11 @@ struct QmxClipCheck
     /// ENODATA, it has no frame yet; ECANCELED; else errno of the medium. Blocks; any thread.
     static QmxError run(const QString &path, QmxClipCheck &result, const QmxEnvironment &environment,
                         const Pace &pace = {}, const Tap &tap = {});
+    /// The same for the sound and the timecodes alone of the half seconds that the frames from `first` to
+    /// before `end` lie in, through the page cache: pictures are checked whenever they are read, these are
+    /// not.
+    static QmxError runSound(const QString &path, qint64 first, qint64 end, QmxClipCheck &result,
+                             const QmxEnvironment &environment);
     /// Whether a file that begins so may be one of ours.
     static bool looksOurs(const void *head, qint64 size);
     /// What a clip says of itself, without reading it: `closed`, `hasProof`, `chain`, `take`.

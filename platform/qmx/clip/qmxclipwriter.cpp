@@ -268,6 +268,7 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     d->waymarks = MovWaymarks();
     d->take = QJsonObject();
     d->kept.clear();
+    d->origin = QJsonArray();
     d->failure = QmxError();
     d->written = d->durable = 0;
     d->nextTimecode = d->format.startFrame;
@@ -341,6 +342,11 @@ void QmxClipWriter::noteLost(int count)
     d->fragment.link.noteLost(quint32(d->fragment.frames.size()), quint32(std::max(count, 0)));
 }
 
+void QmxClipWriter::setOrigin(const QJsonArray &origin)
+{
+    d->origin = origin;
+}
+
 QmxError QmxClipWriter::flush()
 {
     return d->flush();
@@ -356,7 +362,9 @@ QmxError QmxClipWriter::close()
         d->output.discard();
         return error;
     }
-    const QJsonObject take = d->proof.take().ended(d->take, QStringLiteral("the take"), d->environment);
+    QJsonObject take = d->proof.take().ended(
+        d->take, d->origin.isEmpty() ? QStringLiteral("the take") : QStringLiteral("export"), d->environment);
+    if (!d->origin.isEmpty()) take["exported_from"] = d->origin;
     const QmxError closing = movClose(d->output, d->tables, d->format, d->header(d->tables.frames()),
                                       d->fragment.slot, d->proof, take);
     d->output.close();

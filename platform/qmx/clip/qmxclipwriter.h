@@ -6,6 +6,8 @@
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxframe.h"
 
+#include <QJsonArray>
+
 #include <memory>
 
 /// Writes one clip file. While it grows it is a fragmented QuickTime file that every program plays up to the
@@ -53,6 +55,9 @@ public:
 
     /// Notes that `count` frames before the next one were lost; kept in the file for whoever examines it.
     void noteLost(int count);
+
+    /// Which frames of what other clips these are, for the record of the take; told before close().
+    void setOrigin(const QJsonArray &origin);
 
     /// Makes every frame written so far durable and readable. Only after it has returned without error may
     /// anybody be told that they are recorded. Meant to be called every half second.

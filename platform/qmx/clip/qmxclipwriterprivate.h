@@ -51,7 +51,8 @@ struct QmxClipWriter::Private
     bool open = false;
     QmxError failure;
     MovProof proof;
-    QJsonObject take; ///< its record, as it began
+    QJsonObject take;  ///< its record, as it began
+    QJsonArray origin; ///< which frames of other clips these are; empty: none
     MovChain chain;
     qint64 lateBefore = 0;    ///< ticks that were late before the take
     MovFragment fragment;     ///< not flushed yet

@@ -2,7 +2,7 @@
 #include "platform/qmx/device/picturework.h"
 
 #include "platform/qmx/codec/qmxcube.h"
-#include "platform/qmx/edges/pixelfont.h"
+#include "platform/qmx/codec/pixelfont.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/edges/pixelfont.h"
+#include "platform/qmx/codec/pixelfont.h"
 
 namespace {
 struct Letter

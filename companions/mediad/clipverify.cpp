@@ -85,7 +85,7 @@ QmxError verifyClips(const std::string &folder, const std::string &clip, const Q
         total += one.bytes;
     qint64 before = 0;
     int foreign = 0;
-    QString text;
+    QStringList lines;
     QList<QJsonObject> damaged;
     QList<QJsonObject> whole;
     for (const Listed &one : clips) {
@@ -105,7 +105,7 @@ QmxError verifyClips(const std::string &folder, const std::string &clip, const Q
             object["is_whole"] = false;
             object["error"] = error.toString();
             damaged.append(object);
-            text += QStringLiteral("%1: %2\n").arg(name, error.toString());
+            lines += QStringLiteral("%1: %2").arg(name, error.toString());
             continue;
         }
         const QJsonObject all = check.toJson();
@@ -113,11 +113,11 @@ QmxError verifyClips(const std::string &folder, const std::string &clip, const Q
         for (const QString &key : isShort ? QStringList{"is_whole", "frames", "chain"} : all.keys())
             object[key] = all[key];
         (check.isWhole() ? whole : damaged).append(object);
-        if (!check.isWhole() || !clip.empty()) text += QStringLiteral("%1: %2\n").arg(name, check.sentence());
+        if (!check.isWhole() || !clip.empty()) lines += QStringLiteral("%1: %2").arg(name, check.sentence());
     }
     if (clip.empty()) {
-        text.prepend(
-            QStringLiteral("%1 of %2 clips are whole%3\n")
+        lines.prepend(
+            QStringLiteral("%1 of %2 clips are whole%3")
                 .arg(whole.size())
                 .arg(whole.size() + damaged.size())
                 .arg(foreign > 0 ? QStringLiteral("; %1 of other programs, or without a frame, were left out")
@@ -132,6 +132,6 @@ QmxError verifyClips(const std::string &folder, const std::string &clip, const Q
                      {"not_ours", foreign},
                      {"clips", list}};
     if (leftOut > 0) result.report["clips_left_out"] = leftOut;
-    result.text = text.trimmed().toStdString();
+    result.text = lines.join(QStringLiteral(". ")).toStdString();
     return {};
 }

@@ -112,6 +112,7 @@ public:
         QmxError error = prepare(path);
         for (const auto &part : _claims.parts) {
             if (error.isError() || lastFrame(part) < first || part.firstFrame >= end) continue;
+            _result.frames += qint64(part.pictures.size());
             qint64 at = part.slot + MovLayout::slotSize;
             for (const auto &picture : part.pictures)
                 at += MovLayout::roundUp(picture.size);

@@ -62,11 +62,13 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
         line("take", QStringLiteral("%1 on %2, from %3")
                          .arg(take.value("program").toString(), take.value("host").toString(),
                               take.value("begun").toString()));
-    for (const auto &from : take.value("exported_from").toArray())
+    for (const auto &value : take.value("exported_from").toArray()) {
+        const QJsonObject from = value.toObject();
         line("from", QStringLiteral("%1, frames %2 to %3")
-                         .arg(from["clip"].toString())
-                         .arg(from["first"].toInteger())
-                         .arg(from["last"].toInteger()));
+                         .arg(from.value("clip").toString())
+                         .arg(from.value("first").toInteger())
+                         .arg(from.value("last").toInteger()));
+    }
     line("happened", happened(take));
     for (const auto &[first, last] : info.lostFrames)
         line("lost", QStringLiteral("frames %1 to %2").arg(first).arg(last));

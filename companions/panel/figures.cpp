@@ -41,7 +41,10 @@ QJsonObject formsOf(const VerbRow &row)
     for (const VerbArgument &argument : row.arguments) {
         if (argument.isForShellOnly) continue;
         const QString value = QString::fromLatin1(argument.name).toUpper();
-        shell += argument.isRequired ? " " + value : " [" + value + "]";
+        const bool isSwitch = argument.isOption && argument.type == VerbArgument::Type::Integer;
+        const QString option = "--" + QString::fromLatin1(argument.name);
+        const QString word = isSwitch ? option : argument.isOption ? option + ' ' + value : value;
+        shell += argument.isRequired ? " " + word : " [" + word + "]";
         line += QStringLiteral(" %1: %2").arg(QLatin1String(argument.name), value);
         osc += " " + value;
         query << QStringLiteral("%1=%2").arg(QLatin1String(argument.name), value);

@@ -7,14 +7,14 @@ import { after, before, test } from "node:test";
 import { http, lines, ninepin, osc, pause, shell, until } from "./deck.mjs";
 
 const rate = 25;
-const first = "take_001.mov", second = "take_002.mov", spare = "/media/A/spare.mov", renamed = "/media/A/renamed.mov";
+const first = "take_001.mov", second = "take_002.mov", spare = "/media/A/spare.mov", renamed = "/media/A/renamed.mov", exported = "/media/A/exported.mov";
 const table = Object.fromEntries((await (await http("api/v1/verbs")).json()).verbs.map((verb) => [verb.name, verb]));
 const state = async () => (await http("api/v1/state")).json();
 const line = await lines(9993), looks = await lines(9994), fader = await osc(9000), controller = await ninepin(9901);
 
 /** A form with its arguments filled in; what is not given is left out. */
 function filled(form, given) {
-  let text = form.replace(/\[([A-Z_]+)\]/g, (whole, name) => given[name.toLowerCase()] ?? "");
+  let text = form.replace(/ \[--[^\]]*\]/g, "").replace(/\[([A-Z_]+)\]/g, (whole, name) => given[name.toLowerCase()] ?? "");
   for (const [name, value] of Object.entries(given)) text = text.replace(new RegExp(`\\b${name.toUpperCase()}\\b`), value);
   return text.trim();
 }
@@ -32,7 +32,7 @@ const fronts = {
     const answer = await shell(...filled(verb.forms.shell, given).split(" ").slice(1));
     return answer.status === 0 ? "done" : answer.object.error === told.detail ? told.code : answer.object.error;
   },
-  line: async (verb, given) => (await line.ask(filled(verb.forms.line, given).replace(/ \w+: [A-Z_]+$/g, ""))).replace(/^\d+ (\w+).*/s, "$1").replace("ok", "done"),
+  line: async (verb, given) => (await line.ask(filled(verb.forms.line, given).replace(/( \w+: [A-Z_]+)+$/, ""))).replace(/^\d+ (\w+).*/s, "$1").replace("ok", "done"),
   osc: async (verb, given, { holds }) => {
     fader.refusals.length = 0;
     fader.send(verb.name, verb.arguments.map(({ name }) => given[name]).filter((value) => value !== undefined).map(String));
@@ -91,6 +91,8 @@ const rows = {
   schedule: { given: { at: "2030-01-31T10:00:00", until: "2030-01-31T10:10:00" }, holds: () => async () => (await planned()).includes("2030"), after: unplan },
   unschedule: { before: go("schedule 2030-01-31T10:00:00 2030-01-31T10:10:00"), given: async () => ({ number: numberIn(await planned()) }), holds: () => async () => !(await planned()).includes("2030") },
   verify: { given: { clip: first }, holds: () => () => true },
+  export: { before: () => rmSync(exported, { force: true }), given: { clip: first, to: "exported.mov" }, holds: () => () => existsSync(exported), after: () => rmSync(exported, { force: true }) },
+  cancel: { holds: () => () => true },
   copy: { before: async () => rmSync(`/media/B/${first}`, { force: true }), given: { clip: first, medium: "/media/B" }, holds: () => () => existsSync(`/media/B/${first}`) },
   protect: { before: makeSpare, given: { clip: "spare.mov" }, holds: () => () => (statSync(spare).mode & 0o200) === 0, after: go("unprotect spare.mov") },
   unprotect: { before: async () => (await makeSpare(), await go("protect spare.mov")()), given: { clip: "spare.mov" }, holds: () => () => (statSync(spare).mode & 0o200) !== 0 },

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/picturework.h"
 
-#include "platform/qmx/codec/qmxcube.h"
 #include "platform/qmx/codec/pixelfont.h"
+#include "platform/qmx/codec/qmxcube.h"
 
 #include <algorithm>
 #include <array>

@@ -35,10 +35,9 @@ TEST_P(MirrorHalf, mayGoInATakeAndIsCompletedWhenItIsBack)
     const ProgramResult result = sandbox.run(QString(begin) + "shut /media/" + half + goesOn +
                                              "half=" + half + "; other=" + other + R"sh(
         cp /media/$other/take_001.mov $OUT/whole.mov
-        image=$(findmnt -no SOURCE /media/$half)
-        umount -l /media/$half
+        umount /media/$half
         await '[ "$(xpctl get active_media_path)" = /media/$other ]'
-        mount -o noatime $image /media/$half
+        mount -o loop,noatime "$XP_SANDBOX_DIR/medium-$half.img" /media/$half
         await '[ -z "$(xpctl get mirror_pending)" ]'
         await '! xpctl alarms | grep -q mirror_lost'
         say clips; xpctl set mirror_media_path /media/$half; xpctl clips
@@ -65,6 +64,7 @@ TEST(Mirror, aSecondMediumThatHangsCostsNothing)
     )sh" + goesOn + R"sh(
         cp /media/A/take_001.mov $OUT/whole.mov
         say same; xpctl set mirror_media_path /media/A || true
+        hold B ""
     )sh");
     EXPECT_EQ(brokenAt(stripsOf(sandbox.out("whole.mov"))), QString());
     EXPECT_EQ(jsonField(said(result.out, "status"), "dropped_capture"), "0");

@@ -229,6 +229,7 @@ TEST_F(Deck, anEditIsOrderedAheadAndEndsByItself)
     EXPECT_EQ(orders[1].verb, "record");
     view.motion = DeckView::Motion::Recording;
     view.index = 1030;
+    view.takeFirst = 1005;
     view.takeFrames = 20;
     EXPECT_EQ(ask("61 20 41 C2"), "71 20 10 A1") << "edit";
     EXPECT_EQ(ask("20 64 84"), "10 01 11");

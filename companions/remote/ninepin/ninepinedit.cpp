@@ -78,11 +78,13 @@ void NinepinSession::abortSequence()
                                        : QStringLiteral("there is nothing before the edit points")}});
 }
 
-/// A stop would lose what has not been taken over yet; nothing more comes, the window is over.
+/// A stop would lose what has not been taken over yet, or come before the take itself; nothing more comes,
+/// the window is over.
 bool NinepinSession::hasLastFrame() const
 {
-    const qint64 first = std::max(_editIn, _view->takeFirst);
-    return _view->takeFrames >= _editOut - first || _view->index >= _editOut + codedWithin;
+    const bool hasBegun = _view->motion == DeckView::Motion::Recording && _view->takeFirst >= _editIn;
+    return (hasBegun && _view->takeFrames >= _editOut - _view->takeFirst) ||
+           _view->index >= _editOut + codedWithin;
 }
 
 void NinepinSession::followEdit()

@@ -9,6 +9,8 @@ const patience = 30_000;
 
 export const address = readFileSync("/run/xp/panel.address", "utf8").trim();
 export const token = readFileSync("/run/xp/panel.token", "utf8").trim();
+/** A day from now: plans reach a year. */
+export const tomorrow = new Date(Date.now() + 86_400_000).toISOString().slice(0, 10);
 export const pause = (ms) => new Promise((resume) => setTimeout(resume, ms));
 
 /** Asks until the answer is neither false nor nothing, and returns it. */

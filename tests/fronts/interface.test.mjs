@@ -132,11 +132,7 @@ const verbs = [
   ["record", {}, 200], ["stop", {}, 200], ["play", { speed: 0.5 }, 200], ["still", {}, 200], ["step", { frames: 1 }, 200], ["cue", { where: 1 }, 200],
   ["next", {}, [200, 409]], ["prev", {}, 200], ["clip", { name: clip }, 200],
   ["live", {}, 409], ["mark", { what: "in", where: 2 }, 200], ["marks", {}, 200], ["replay", {}, [200, 409]], ["unmark", { what: "all" }, 200], ["angle", { clip }, [200, 409]],
-<<<<<<< HEAD
-  ["schedule", { at: "2030-01-31T10:00:00", until: "2030-01-31T10:10:00" }, 200], ["unschedule", { number: 1 }, [200, 409]], ["verify", { clip }, 200], ["export", { clip, to: "exported" }, [200, 409]], ["cancel", {}, 200],
-=======
-  ["schedule", { at: `${tomorrow}T10:00:00`, until: `${tomorrow}T10:10:00` }, 200], ["unschedule", { number: 1 }, [200, 409]], ["verify", { clip }, 200],
->>>>>>> 411fa59 (tests: plans of tomorrow; what is not settled between the fronts is marked as such)
+  ["schedule", { at: `${tomorrow}T10:00:00`, until: `${tomorrow}T10:10:00` }, 200], ["unschedule", { number: 1 }, [200, 409]], ["verify", { clip }, 200], ["export", { clip, to: "exported" }, [200, 409]], ["cancel", {}, 200],
   ["take_control", { seconds: 30 }, 200], ["release_control", {}, 200], ["lock", { seconds: 30 }, 200], ["unlock", {}, 200], ["local", {}, 200], ["remote", {}, 423],
   ["copy", { clip, medium: other }, 200], ["protect", { clip }, 200], ["unprotect", { clip }, 200], ["rename", { clip: "scene_002.mov", name: "other" }, [200, 409]],
   ["delete", { clip: "none.mov" }, 409], ["acknowledge", { alarm: "no_such" }, 409], ["shut_down", {}, 200],

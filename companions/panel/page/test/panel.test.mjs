@@ -33,8 +33,8 @@ test("a take is begun, watched, protected from a stray tap, and ended by holding
   await becomes("Stopped");
   await key(page, "Record").click();
   await becomes("Recording");
-  assert.equal(await page.locator(".frame.recording").count(), 1);
-  assert.equal((await status()).status, "recording");
+  await until("the red border", async () => (await page.locator(".frame.recording").count()) === 1 || undefined);
+  await until("the recorder says so too", async () => (await status()).status === "recording" || undefined);
   // The strip of the input counts with the frames of the timecode beside it: one picture is one moment.
   const stop = page.locator('xp-key[verb="stop"] button');
   const first = await shown(page);
@@ -178,15 +178,18 @@ test("panel, network and recorder go and come back without a reload, and nothing
   // A network that says nothing any more: the sockets stay, nothing comes.
   execFileSync("kill", ["-STOP", panel]);
   await stale();
-  assert.equal(await page.locator("xp-timecode .stale").count(), 1);
-  assert.equal(await key(page, "Record").isDisabled(), true);
+  await until("the timecode says so", async () => (await page.locator("xp-timecode .stale").count()) === 1 || undefined);
+  await until("no key to record", async () => (await key(page, "Record").isDisabled()) || undefined);
   execFileSync("kill", ["-CONT", panel]);
   await live();
   execFileSync("ip", ["link", "set", "lo", "down"]); // the cut itself, in the sandbox's own network
-  await stale();
-  await until("ten seconds of it", async () => /for 1\d[.]\d s/.test(await page.locator(".banner").textContent()) || undefined);
-  assert.equal((await shown(page)).stale, true);
-  execFileSync("ip", ["link", "set", "lo", "up"]);
+  try {
+    await stale();
+    await until("ten seconds of it", async () => /for 1\d[.]\d s/.test(await page.locator(".banner").textContent()) || undefined);
+    assert.equal((await shown(page)).stale, true);
+  } finally {
+    execFileSync("ip", ["link", "set", "lo", "up"]);
+  }
   await live();
   execFileSync("kill", ["-KILL", panel]);
   await stale();

@@ -27,7 +27,7 @@ TEST(Verbs, everyRowIsWholeAndChecksItsArguments)
         EXPECT_TRUE(nameForm.match(row.name).hasMatch());
         EXPECT_EQ(findVerb(row.name), &row) << "twice";
         EXPECT_TRUE(row.run && *row.help && *row.effect);
-        for (const QString &name : QString(row.writes).split(' '))
+        for (const QString &name : QString(row.writes).split(' ', Qt::SkipEmptyParts))
             EXPECT_TRUE(FindDescriptor(name.toStdString())) << name.toStdString();
         for (const QString &code : QString(row.refusals).split(' '))
             EXPECT_TRUE(codes.contains(code)) << code.toStdString();

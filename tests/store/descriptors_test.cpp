@@ -35,8 +35,8 @@ TEST_F(Descriptors, everyRowIsWhole)
         EXPECT_EQ(dynamic_cast<const DataDescriptor *>(row) != nullptr, row->type() == ParamDescriptor::Data);
         EXPECT_EQ(dynamic_cast<const StringDescriptor *>(row) != nullptr,
                   row->type() == ParamDescriptor::String);
-        EXPECT_EQ(row->isAlarm(),
-                  (row->id() >> 16) == 0x7E07 || (row->id() >= 0x50000010 && row->id() <= 0x50000014));
+        EXPECT_EQ(row->isAlarm(), (row->id() >> 16) == 0x7E07 || row->id() == 0x50000064 ||
+                                      (row->id() >= 0x50000010 && row->id() <= 0x50000014));
 
         std::string reason;
         EXPECT_TRUE(row->keep() == ParamDescriptor::Keep::Command || row->check(row->defaultValue(), reason))
@@ -76,10 +76,10 @@ TEST_F(Descriptors, tellEqualWritesOfCommandsAndNoticesOnly)
     std::set<unsigned> events;
     for (const ParamDescriptor *row : AllDescriptors())
         if (row->everyWriteIsEvent()) events.insert(row->id());
-    EXPECT_EQ(events,
-              (std::set<unsigned>{0x7D01000A, 0x7D01100A, 0x7D01120A, 0x7D01140A, 0x7D06000A, 0x7B03070A,
-                                  0x0F03000A, 0x7B01030A, 0x0801000A, 0x7B01010A, 0x7B010A0A, 0x50000001,
-                                  0x50000002, 0x50000025, 0x50000030, 0x50000031}));
+    EXPECT_EQ(events, (std::set<unsigned>{0x7D01000A, 0x7D01100A, 0x7D01120A, 0x7D01140A, 0x7D06000A,
+                                          0x7B03070A, 0x0F03000A, 0x7B01030A, 0x0801000A, 0x7B01010A,
+                                          0x7B010A0A, 0x50000001, 0x50000002, 0x50000025, 0x50000030,
+                                          0x50000031, 0x50000061, 0x50000062, 0x50000080, 0x50000081}));
 }
 
 TEST_F(Descriptors, formatsHaveTheCodesThatTheTransportWrites)

@@ -14,9 +14,9 @@ void put(const QString &text)
 }
 
 /// In single quotes, for a shell.
-QString quoted(const char *text)
+QString quoted(QString text)
 {
-    return "'" + QString::fromUtf8(text).replace("'", "'\\''") + "'";
+    return "'" + text.replace("'", "'\\''") + "'";
 }
 
 QStringList listedNames()
@@ -124,13 +124,13 @@ void printZsh()
     QString cases;
     for (const CommandRow &row : ctlCommands()) {
         if (!row.isListed()) continue;
-        names += QStringLiteral("        %1\n").arg(quoted((std::string(row.name) + ":" + row.help).c_str()));
+        names += QStringLiteral("        %1\n")
+                     .arg(quoted(QString::fromLatin1(row.name) + ":" + QString::fromUtf8(row.help)));
         QStringList words{"'--json[results as JSON]'"};
         for (const OptionRow &option : ctlOptions()) {
             if (!row.takes(option)) continue;
-            words << QStringLiteral("'--%1[%2]%3'")
-                         .arg(option.name, option.help,
-                              *option.value ? ":" + QString::fromLatin1(option.value) + ": " : QString());
+            const QString value = *option.value ? ":" + QString::fromLatin1(option.value) + ": " : QString();
+            words << quoted(QStringLiteral("--%1[%2]%3").arg(option.name, option.help, value));
         }
         for (size_t i = 0; i < row.arguments.size(); ++i)
             words << zshArgument(row.arguments[i], i);

@@ -31,7 +31,7 @@ export const http = (path, { method = "GET", headers = {}, body, own = true } = 
 export const shell = (...words) =>
   new Promise((resume) => {
     execFile("xpctl", ["--json", ...words], { maxBuffer: 1 << 24 }, (error, out, err) => {
-      const text = (out.trim() || err.trim()).split("\n").pop();
+      const text = ((error && err.trim()) || out.trim() || err.trim()).split("\n").pop();
       let object = {};
       try {
         object = JSON.parse(text);

@@ -56,6 +56,7 @@ const good = {
   "get /api/v1/clips/{name}/thumbnail": [{ at: `/api/v1/clips/${clip}/thumbnail`, wanted: [200, 404] }],
   "get /api/v1/clips/{name}/frames/{frame}": [{ at: `/api/v1/clips/${clip}/frames/3` }],
   "post /api/v1/clips/{name}/{verb}": [{ at: `/api/v1/clips/${clip}/protect` }, { at: `/api/v1/clips/${clip}/unprotect` }, { at: `/api/v1/clips/${clip}/clip`, query: { wait: 0 }, wanted: 202 }],
+  "get /api/v1/clips/{name}/proxy": [{ at: `/api/v1/clips/${clip}/proxy`, wanted: [200, 404] }],
   "put /api/v1/list": [{ body: `{"list": ["${clip}"]}` }, { body: '{"list": []}' }],
   "get /api/v1/scopes": [{ wanted: [200, 204] }],
   "post /api/v1/login": [{ body: '{"name": "nobody", "password": "wrong horse"}', wanted: 401 }],
@@ -129,8 +130,8 @@ async function stream(path) {
 // Verbs in an order in which each has something to do, with the answer that is right then.
 const other = (await shell("media")).object.media.map((medium) => medium.path).find((path) => path !== "/media/A") ?? "/media/B";
 const verbs = [
-  ["record", {}, 200], ["stop", {}, 200], ["play", { speed: 0.5 }, 200], ["still", {}, 200], ["step", { frames: 1 }, 200], ["cue", { where: 1 }, 200],
-  ["next", {}, [200, 409]], ["prev", {}, 200], ["clip", { name: clip }, 200],
+  ["record", {}, 200], ["stop", {}, 200], ["clip", { name: clip }, 200], ["play", { speed: 0.5 }, 200], ["still", {}, 200], ["step", { frames: 1 }, 200], ["cue", { where: 1 }, 200],
+  ["next", {}, [200, 409]], ["prev", {}, 200],
   ["live", {}, 409], ["mark", { what: "in", where: 2 }, 200], ["marks", {}, 200], ["replay", {}, [200, 409]], ["unmark", { what: "all" }, 200], ["angle", { clip }, [200, 409]],
   ["schedule", { at: `${tomorrow}T10:00:00`, until: `${tomorrow}T10:10:00` }, 200], ["unschedule", { number: 1 }, [200, 409]], ["verify", { clip }, 200], ["export", { clip, to: "exported" }, [200, 409]], ["cancel", {}, 200],
   ["take_control", { seconds: 30 }, 200], ["release_control", {}, 200], ["lock", { seconds: 30 }, 200], ["unlock", {}, 200], ["local", {}, 200], ["remote", {}, 423],

@@ -63,6 +63,7 @@ const makeSpare = async () => {
   rmSync(renamed, { force: true });
   if (!existsSync(spare)) copyFileSync(`/media/A/${first}`, spare);
   await until("the spare clip in the list", isListed("spare.mov"));
+  await until("the media daemon has seen it", async () => (await shell("unprotect", "spare.mov")).status === 0);
 };
 const timecodeOf = async ({ where }) => {
   await go(`cue ${where}`)();
@@ -73,7 +74,7 @@ const timecodeOf = async ({ where }) => {
 
 // Before: how the deck stands. Holds: the effect, of which `front` is asked. Block: as a controller has it.
 const rows = {
-  record: { before: go("stop"), holds: () => is({ status: "recording" }), block: () => [0x2002], after: go("stop") },
+  record: { before: go("stop"), holds: () => is({ status: "recording" }), block: () => [0x2002], after: go("stop", `clip ${first}`) },
   stop: { before: go("cue 0", "play 0.5"), holds: () => is({ status: "stopped" }), block: () => [0x2000] },
   play: { before: go("cue 0"), given: { speed: 1 }, holds: () => is({ status: "playing", speed: 1 }), block: () => [0x2001] },
   still: { before: go("cue 0", "play 0.5"), holds: () => is({ status: "still" }), block: () => [0x2013, [0]] },
@@ -85,11 +86,11 @@ const rows = {
   live: { refusal: "nothing_grows", holds: () => () => false },
   replay: { before: go(`clip ${first}`, "mark in 0", "mark out 40"), given: { speed: 1 }, holds: () => is({ status: "playing", clip: first }), after: go("still", "unmark all") },
   angle: { before: go(`clip ${second}`, "cue 0"), given: { clip: first }, refusal: "outside", holds: () => () => false },
-  mark: { before: go(`clip ${first}`, "unmark all"), given: { what: "in", where: 5 }, holds: () => async () => (await marks()).in === 5 },
+  mark: { before: go(`clip ${first}`, "unmark all"), given: { what: "in", where: 5 }, holds: () => async () => (await marks()).in?.frame === 5 },
   unmark: { before: go(`clip ${first}`, "mark in 5"), given: { what: "in" }, holds: () => async () => (await marks()).in === undefined },
   marks: { holds: () => () => true },
   schedule: { given: { at: `${tomorrow}T10:00:00`, until: `${tomorrow}T10:10:00` }, holds: () => async () => (await planned()).includes(tomorrow), after: unplan },
-  unschedule: { before: go(`schedule ${tomorrow}T10:00:00 ${tomorrow}T10:10:00`), given: async () => ({ number: numberIn(await planned()) }), holds: () => async () => !(await planned()).includes(tomorrow) },
+  unschedule: { before: go(`record --at ${tomorrow}T10:00:00 --until ${tomorrow}T10:10:00`), given: async () => ({ number: numberIn(await planned()) }), holds: () => async () => !(await planned()).includes(tomorrow) },
   verify: { given: { clip: first }, holds: () => () => true },
   export: { before: () => rmSync(exported, { force: true }), given: { clip: first, to: "exported.mov" }, holds: () => () => existsSync(exported), after: () => rmSync(exported, { force: true }) },
   cancel: { holds: () => () => true },
@@ -114,9 +115,9 @@ async function marks() {
 async function planned() {
   return (await (await http("api/v1/params/record_schedule")).json()).value;
 }
-const numberIn = (schedule) => /"(?:number|id)":\s*(\d+)/.exec(schedule)?.[1];
+const numberIn = (schedule) => /^\d+/.exec(schedule)?.[0];
 async function unplan() {
-  await go(`unschedule ${numberIn(await planned())}`)();
+  await go(`schedule cancel ${numberIn(await planned())}`)();
 }
 
 async function startDaemon() {
@@ -132,11 +133,8 @@ before(async () => {
 });
 after(() => (line.end(), looks.end(), fader.end(), controller.end()));
 
-// The shell has plans as `schedule add` and `schedule cancel`, which is not the form that the table tells; where a mark is told
-// is not asked for right yet.
-const unsettled = ["mark", "schedule", "unschedule"];
 for (const [name, row] of Object.entries(rows)) {
-  test(`${name} has the same effect`, { todo: unsettled.includes(name) }, async () => {
+  test(`${name} has the same effect`, async () => {
     for (const front of Object.keys(fronts)) {
       if (front === "serial" && !row.block) continue;
       const own = async (verb, given, holds) => assert.equal(await fronts[front](table[verb], given, { holds }), "done", `${front}: ${verb}`);
@@ -207,6 +205,6 @@ test("local keeps the others away", async () => {
 });
 
 test("who may only look does nothing", async () => {
-  for (const name of Object.keys(table)) assert.match(await looks.ask(filled(table[name].forms.line, typeof rows[name].given === "function" ? { number: 1 } : (rows[name].given ?? {})).replace(/ \w+: [A-Z_]+$/g, "")), /^121 not_allowed/, name);
+  for (const name of Object.keys(table)) assert.match(await looks.ask(filled(table[name].forms.line, typeof rows[name].given === "function" ? { number: 1 } : (rows[name].given ?? {})).replace(/( \w+: [A-Z_]+)+$/, "")), /^121 not_allowed/, name);
   assert.match(await looks.ask("ping"), /^200 ok/);
 });

@@ -76,9 +76,9 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
     const ProgramResult result = sandbox.run(R"sh(
         run() { echo "== $1"; xpctl --json "$@" || [ $? = "${may:-0}" ] || { echo "failed: $*" >&2; cat /run/xp/xpd.out >&2; return 1; }; }
         await is input_format 576i25
-        run ready; run record --for 1; run record
+        run record --for 1; run record
         await '[ $(recorded) -ge 25 ]'
-        run stop; run clips
+        run stop; run ready; run clips
         run play; run still; run play 0; run cue 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 2; run cue "$tc"; run picture $OUT/picture.png; run picture --full $OUT/picture.jpg
         run clip take_001.mov; run cue 24; xpctl --json play 2>$OUT/at-end && exit 9
         run mark in 5; run mark out 15; run mark goal 8; run marks; run replay; run still; run unmark goal; run angle take_001.mov

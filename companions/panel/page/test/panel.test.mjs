@@ -284,6 +284,7 @@ function workOfFrames(events) {
 }
 
 test("on a page of one's own the three elements belong to one frame", async () => {
+  await xpctl("stop"); // the input moves by itself
   const context = await browser.newContext();
   const own = await context.newPage();
   await own.goto(`${address}example.html#token=${token()}`);

@@ -23,6 +23,7 @@ TEST(Channels, aTakeOfAllHoldsTheSameFramesAndOneThatDiesTakesNothingFromTheOthe
         done
         say lists; xpctl --channel 2 --json clips; xpctl --json clips
         say dies; xpctl --all record
+        await 'now=$(XP_CHANNEL=3 recorded) && [ $now -ge 5 ] && [ $now -lt 50 ]' # of this take, not of the one before
         kill -KILL $(cat /run/xp/channels/3/xpd.pid)
         await '[ $(XP_CHANNEL=2 recorded) -ge 50 ]'
         xpctl --channels 1,2 --json stop

@@ -10,6 +10,7 @@ constexpr auto begin = R"sh(
     xpctl set mirror_media_path /media/B
     xpctl record >&2
     await '[ $(recorded) -ge 25 ]'
+    await '[ -n "$(xpctl get mirror_pending)" ]' # the media daemon has noted it
 )sh";
 /// Two more seconds of the take, then its end.
 constexpr auto goesOn = R"sh(

@@ -32,7 +32,7 @@ std::optional<double> codingLoad(const QmxImageDesc &desc)
     QmxImageDesc drawn = desc;
     const bool isRgb = row->pictureFormat == QmxPicture::Format::Rgb444P10;
     drawn.setDataType(isRgb ? QmxIds::uncompressedRgb : QmxIds::uncompressed10);
-    const QmxGeneratorPicture generator(drawn, QmxIds::movingPattern);
+    QmxGeneratorPicture generator(drawn, QmxIds::movingPattern);
     constexpr int pictures = 4;
     double used = 0;
     for (int i = 0; i <= pictures; ++i) {

@@ -26,7 +26,7 @@ TEST(Strip, survivesEveryCodecAnd420AndThePreview)
 {
     for (const char *format : {"720x486i29.97", "1280x720p50", "1920x1080i25"}) {
         QmxImageDesc desc = QmxSourceFormat::fromText(QLatin1String(format));
-        const QmxGeneratorPicture pictures(desc, QmxId(802));
+        QmxGeneratorPicture pictures(desc, QmxId(802));
         for (const QmxCodecRow &row : qmxCodecs()) {
             SCOPED_TRACE(std::string(format) + " " + row.name);
             desc.setDataType(QmxId(row.dataType));
@@ -46,7 +46,7 @@ TEST(Strip, survivesEveryCodecAnd420AndThePreview)
         QmxImageDesc desc = QmxSourceFormat::fromText(QLatin1String(format));
         for (const int dataType : {231, 250}) {
             desc.setDataType(QmxId(dataType));
-            const QmxGeneratorPicture pictures(desc, QmxId(800));
+            QmxGeneratorPicture pictures(desc, QmxId(800));
             for (const quint32 count : counts) {
                 const QmxPicture picture = pictures.render(count);
                 EXPECT_EQ(QmxStrip::read(picture), count);
@@ -65,7 +65,7 @@ TEST(Strip, survivesEveryCodecAnd420AndThePreview)
 TEST(Strip, tornDamagedOrMissingIsNothing)
 {
     const QmxImageDesc desc = QmxSourceFormat::fromText(QStringLiteral("1920x1080i25"));
-    const QmxGeneratorPicture pictures(desc, QmxId(801));
+    QmxGeneratorPicture pictures(desc, QmxId(801));
     QmxPicture torn = pictures.render(1000);
     const QmxPicture other = pictures.render(1001);
     for (int y = 1; y < torn.height(); y += 2)
@@ -80,6 +80,27 @@ TEST(Strip, tornDamagedOrMissingIsNothing)
     black.fillBlack();
     EXPECT_EQ(QmxStrip::read(black), std::nullopt);
     EXPECT_EQ(QmxStrip::read(QmxPicture()), std::nullopt);
+}
+
+TEST(Generator, aPictureUsedAgainIsLikeANewOneAndOneThatIsHeldStaysWhatItWas)
+{
+    const auto equal = [](const QmxPicture &a, const QmxPicture &b) {
+        bool same = true;
+        for (int plane = 0; plane < 3; ++plane)
+            for (int y = 0; y < a.height(); ++y)
+                same = same &&
+                       std::equal(a.row(plane, y), a.row(plane, y) + a.planeWidth(plane), b.row(plane, y));
+        return same;
+    };
+    const QmxImageDesc desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));
+    QmxGeneratorPicture pictures(desc, QmxId(800));
+    const QmxPicture held = pictures.render(5);
+    for (int frame = 6; frame < 200; frame += 7) {
+        QmxGeneratorPicture fresh(desc, QmxId(800));
+        EXPECT_TRUE(equal(pictures.render(frame), fresh.render(frame))) << frame;
+    }
+    QmxGeneratorPicture fresh(desc, QmxId(800));
+    EXPECT_TRUE(equal(held, fresh.render(5)));
 }
 
 TEST(Generator, playsItsScriptFrameByFrame)

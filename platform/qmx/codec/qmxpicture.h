@@ -36,6 +36,8 @@ public:
     const quint16 *row(int plane, int y) const;
     /// The same samples (not: equal ones).
     bool sharesWith(const QmxPicture &other) const;
+    /// Whether another picture holds these samples; if not, they may be written again.
+    bool isShared() const { return _buffer.isShared(); }
     /// A copy with samples of its own.
     QmxPicture deepCopy() const;
     /// Fills with video black.

@@ -62,6 +62,8 @@ public:
     qsizetype size() const { return _size; }
     /// Bytes that may be used: a multiple of `alignment`, at least size().
     qsizetype capacity() const { return _data ? _data->_capacity : 0; }
+    /// Whether other handles hold the same memory.
+    bool isShared() const { return _data && _data->_ref.loadAcquire() > 1; }
     /// Changes the size of this handle (not of its copies) within capacity(); false when it does not fit.
     bool resize(qsizetype size);
     /// Unique number of this content's allocation, never used again in this process; 0 when not valid.

@@ -18,6 +18,8 @@ using Format = QmxPicture::Format;
 constexpr int texturePeriod = 256; ///< pixels after which the texture repeats
 constexpr int pixelsPerFrame = 8;  ///< scrolling; divided among the fields of interlaced pictures
 constexpr int hdHeight = 720;
+/// As many as are usually on their way through coders and outputs at once; the others are copies.
+constexpr size_t keptPictures = 6;
 
 constexpr double lumaRange = 876;   ///< 64 to 940
 constexpr double chromaRange = 896; ///< 64 to 960
@@ -133,14 +135,26 @@ void QmxGeneratorPicture::fillRowFromColours(quint16 *const rows[3], int width, 
     }
 }
 
-QmxPicture QmxGeneratorPicture::render(qint64 frame) const
+QmxPicture QmxGeneratorPicture::render(qint64 frame)
 {
     if (!_background.isValid()) return {};
-    QmxPicture picture =
-        _scrolls ? QmxPicture::allocate(_background.format(), QSize(_desc.width(), _desc.height()))
-                 : _background.deepCopy();
+    QmxPicture picture;
+    if (_scrolls) {
+        picture = QmxPicture::allocate(_background.format(), QSize(_desc.width(), _desc.height()));
+        if (picture.isValid()) scroll(picture, frame);
+    } else {
+        const auto free = std::find_if(_drawn.begin(), _drawn.end(),
+                                       [](const Drawn &drawn) { return !drawn.picture.isShared(); });
+        if (free != _drawn.end()) {
+            picture = free->picture;
+            eraseBox(picture, free->frame);
+            free->frame = frame;
+        } else {
+            picture = _background.deepCopy();
+            if (picture.isValid() && _drawn.size() < keptPictures) _drawn.push_back({picture, frame});
+        }
+    }
     if (!picture.isValid()) return {};
-    if (_scrolls) scroll(picture, frame);
     drawBox(picture, frame);
     QmxStrip::draw(picture, quint32(frame));
     return picture;
@@ -166,19 +180,37 @@ void QmxGeneratorPicture::scroll(QmxPicture &picture, qint64 frame) const
     }
 }
 
+int QmxGeneratorPicture::boxSide() const
+{
+    return std::max(_desc.height() / 16 / 2 * 2, 2);
+}
+
+int QmxGeneratorPicture::boxStart(int line, qint64 frame) const
+{
+    const qint64 moved = frame * pixelsPerFrame + qint64(fieldOf(line)) * pixelsPerFrame / 2;
+    return int(moved % std::max(_desc.width() - boxSide(), 1)) / 2 * 2;
+}
+
 void QmxGeneratorPicture::drawBox(QmxPicture &picture, qint64 frame) const
 {
-    const int side = std::max(picture.height() / 16 / 2 * 2, 2);
-    const int way = picture.width() - side;
+    const int side = boxSide();
     const bool rgb = picture.format() == Format::Rgb444P10;
     for (int plane = 0; plane < 3; ++plane) {
         const int divisor = picture.width() / picture.planeWidth(plane);
         const quint16 value = rgb ? rgbWhite : plane == 0 ? lumaBlack + int(lumaRange) : chromaNeutral;
+        for (int y = picture.height() / 2; y < picture.height() / 2 + side; ++y)
+            std::fill_n(picture.row(plane, y) + boxStart(y, frame) / divisor, side / divisor, value);
+    }
+}
+
+void QmxGeneratorPicture::eraseBox(QmxPicture &picture, qint64 frame) const
+{
+    const int side = boxSide();
+    for (int plane = 0; plane < 3; ++plane) {
+        const int divisor = picture.width() / picture.planeWidth(plane);
         for (int y = picture.height() / 2; y < picture.height() / 2 + side; ++y) {
-            const qint64 field = fieldOf(y);
-            const int x =
-                int((frame * pixelsPerFrame + field * pixelsPerFrame / 2) % std::max(way, 1)) / 2 * 2;
-            std::fill_n(picture.row(plane, y) + x / divisor, side / divisor, value);
+            const int x = boxStart(y, frame) / divisor;
+            std::copy_n(_background.row(plane, y) + x, side / divisor, picture.row(plane, y) + x);
         }
     }
 }

@@ -8,16 +8,27 @@
 
 #include <algorithm>
 
+namespace {
+/// A live meter is to be told ten times a second (EBU Tech 3341). To tell it goes over three seconds of
+/// sound: with every frame that was a tenth of what a take costs.
+constexpr int updateSamples = qmxAudioRate / 10;
+} // namespace
+
 struct QmxLoudness::Private
 {
     ebur128_state *state = nullptr;
     int channels = 0;
+    int sinceAsked = 0; ///< samples
+    double momentary = QmxPreviewPicture::quietest;
+    double shortTerm = QmxPreviewPicture::quietest;
 
     ~Private() { end(); }
     void end()
     {
         if (state) ebur128_destroy(&state);
         channels = 0;
+        sinceAsked = 0;
+        momentary = shortTerm = QmxPreviewPicture::quietest;
     }
     double ask(int (*loudness)(ebur128_state *, double *)) const
     {
@@ -45,14 +56,19 @@ void QmxLoudness::add(const QmxAudio &audio)
             ebur128_set_channel(d->state, unsigned(i), i % 2 == 0 ? EBUR128_LEFT : EBUR128_RIGHT);
     }
     ebur128_add_frames_int(d->state, audio.data(), size_t(audio.samples()));
+    d->sinceAsked += audio.samples();
+    if (d->sinceAsked < updateSamples) return;
+    d->sinceAsked = 0;
+    d->momentary = d->ask(ebur128_loudness_momentary);
+    d->shortTerm = d->ask(ebur128_loudness_shortterm);
 }
 
 double QmxLoudness::momentary() const
 {
-    return d->ask(ebur128_loudness_momentary);
+    return d->momentary;
 }
 
 double QmxLoudness::shortTerm() const
 {
-    return d->ask(ebur128_loudness_shortterm);
+    return d->shortTerm;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxpreviewsink.h"
 
+#include "platform/qmx/codec/qmxreducekernels.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxthreadname.h"
@@ -14,40 +15,14 @@ constexpr double fullScale = 2147483648.0;
 constexpr int blackLuma8 = 16;
 constexpr int neutral8 = 128;
 
-/// Mean of four samples, 10 to 8 bits. Words of 16 bits: compilers have vector instructions for them.
-inline uchar meanOf(const quint16 *near, const quint16 *far, int apart)
-{
-    constexpr int shift = 4;
-    const auto sum = quint16(near[0] + near[apart] + far[0] + far[apart] + (1 << (shift - 1)));
-    return uchar(std::min<qint16>(qint16(sum >> shift), 255));
-}
-
-/// One line of reducePlane(). `Factor` 0 stands for any, told by `any`.
-template <int Factor>
-void reduceLine(const quint16 *__restrict near, const quint16 *__restrict far, int any, int width,
-                uchar *__restrict out)
-{
-    const int factor = Factor > 0 ? Factor : any;
-    constexpr int run = 16; // of known length, for the vector instructions
-    int x = 0;
-    for (; x + run <= width; x += run, near += run * factor, far += run * factor)
-        for (int k = 0; k < run; ++k)
-            out[x + k] = meanOf(near + k * factor, far + k * factor, factor / 2);
-    for (; x < width; ++x, near += factor, far += factor)
-        out[x] = meanOf(near, far, factor / 2);
-}
-
 /// Mean of 2 x 2 samples spread over a block of factorX x factorY, as 8 bits.
 void reducePlane(const QmxPicture &picture, int plane, int factorX, int factorY, int width, int height,
                  char *out)
 {
-    const auto reduce = factorX == 1   ? reduceLine<1>
-                        : factorX == 2 ? reduceLine<2>
-                        : factorX == 4 ? reduceLine<4>
-                                       : reduceLine<0>;
     for (int y = 0; y < height; ++y, out += width)
-        reduce(picture.row(plane, y * factorY), picture.row(plane, y * factorY + factorY / 2), factorX, width,
-               reinterpret_cast<uchar *>(out));
+        QmxReduceKernels::reduceRow(picture.row(plane, y * factorY),
+                                    picture.row(plane, y * factorY + factorY / 2), factorX, width,
+                                    reinterpret_cast<uchar *>(out));
 }
 
 /// Red, green and blue of the same size, full range, in `planes`, become legal Y, Cb, Cr (BT.709).
@@ -142,10 +117,15 @@ void QmxPreviewSink::reduce(const QmxPicture &picture, QmxPreviewPicture &previe
     preview.width = width;
     preview.height = height;
     preview.hasPicture = picture.isValid();
-    preview.luma.fill(blackLuma8, pixels);
-    preview.cb.fill(char(neutral8), pixels / 4);
-    preview.cr.fill(char(neutral8), pixels / 4);
-    if (!picture.isValid()) return;
+    preview.luma.resize(pixels);
+    preview.cb.resize(pixels / 4);
+    preview.cr.resize(pixels / 4);
+    if (!picture.isValid()) {
+        preview.luma.fill(blackLuma8);
+        preview.cb.fill(char(neutral8));
+        preview.cr.fill(char(neutral8));
+        return;
+    }
     if (picture.format() == QmxPicture::Format::Rgb444P10) {
         QByteArray planes[3];
         for (int plane = 0; plane < 3; ++plane) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/commands.h"
 
+#include "companions/ctl/fleetsettings.h"
 #include "companions/ctl/gang.h"
 #include "companions/ctl/nearestname.h"
 #include "companions/ctl/parametermarkdown.h"
@@ -9,6 +10,7 @@
 #include "platform/control/transportanswers.h"
 #include "platform/product/programtext.h"
 #include "platform/qmx/core/qmxchannel.h"
+#include "platform/qmx/core/qmxplaces.h"
 
 #include <CLI/CLI.hpp>
 
@@ -70,12 +72,15 @@ ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments
     if (plan) return runVerb(control, *plan, report, planned);
     if (row.verb) return runVerb(control, *row.verb, report, arguments);
     const ExitCode code = row.run(recorder, report, arguments);
-    return code == ExitCode::Done && !recorder.daemonIsRunning() ? withoutDaemon(row, report) : code;
+    const bool isHere = recorder.environment().places->recorder.isEmpty();
+    return code == ExitCode::Done && isHere && !recorder.daemonIsRunning() ? withoutDaemon(row, report)
+                                                                           : code;
 }
 
 /// What stands before or behind any command.
-constexpr std::string_view programOptions[] = {"--json",     "--help", "--version",    "--channel",
-                                               "--channels", "--all",  "--best-effort"};
+constexpr std::string_view programOptions[] = {"--json",        "--help",     "--version",
+                                               "--channel",     "--channels", "--all",
+                                               "--best-effort", "--recorder", "--recorders"};
 
 /// The words of a command without those that say for whom it is.
 QStringList forOne(const std::vector<std::string> &words)
@@ -83,10 +88,11 @@ QStringList forOne(const std::vector<std::string> &words)
     QStringList rest;
     for (size_t i = 0; i < words.size(); ++i) {
         const QString word = QString::fromStdString(words[i]);
-        if (word == "--channel" || word == "--channels")
+        if (word == "--channel" || word == "--channels" || word == "--recorder" || word == "--recorders")
             ++i;
         else if (word != "--all" && word != "--best-effort" && word != "--json" &&
-                 !word.startsWith("--channels=") && !word.startsWith("--channel="))
+                 !word.startsWith("--channels=") && !word.startsWith("--channel=") &&
+                 !word.startsWith("--recorder=") && !word.startsWith("--recorders="))
             rest.append(word);
     }
     return rest;
@@ -149,6 +155,12 @@ int runCommandLine(int argc, char **argv)
     app.add_option("--channels", gang, "several of them, at the same frame: 1,3")->type_name("N,N");
     app.add_flag("--all", isForAll, "all recorders of this machine, at the same frame");
     app.add_flag("--best-effort", bestEffort, "with several: those that can, although others cannot");
+    std::string recorder, recorders;
+    app.add_option("--recorder", recorder, "settings: of another recorder with settings on the same server")
+        ->type_name("NAME")
+        ->envname("XP_RECORDER");
+    app.add_option("--recorders", recorders, "settings: of several of them, or of all")
+        ->type_name("NAME,NAME|all");
     app.require_subcommand(1);
     app.fallthrough();
     // A negative number is an argument, not an option.
@@ -214,7 +226,13 @@ int runCommandLine(int argc, char **argv)
         if (!channels) return int(report.error(ExitCode::Usage, problem));
         return int(Gang(*channels, forOne(words), bestEffort, report).run(*chosen, *arguments));
     }
+    if (!recorders.empty())
+        return int(FleetSettings::run(QString::fromStdString(recorders), *chosen, forOne(words), report));
     if (const QString problem = QmxChannel::enter(QString::fromStdString(channel)); !problem.isEmpty())
         return int(report.error(ExitCode::Usage, problem));
+    if (!recorder.empty())
+        if (const QString problem = FleetSettings::enter(QString::fromStdString(recorder), *chosen);
+            !problem.isEmpty())
+            return int(report.error(ExitCode::Usage, problem));
     return int(runCommand(*chosen, report, *arguments));
 }

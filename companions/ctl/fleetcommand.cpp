@@ -10,15 +10,6 @@
 #include <QJsonArray>
 
 namespace {
-std::optional<RedisAddress> addressOfStore()
-{
-    const std::string uri = GetConfigURI("udp");
-    std::string path;
-    const StoreBackendRow *row = findStoreBackend(uri, path);
-    if (!row || row->scheme == "sqlite") return {};
-    return row->scheme == "redis" ? RedisAddress::parse(path) : RedisAddress::parseSentinels(path);
-}
-
 ExitCode list(RedisFleet &fleet, const Report &report, const std::string &own)
 {
     std::vector<RedisFleet::Member> members;
@@ -44,7 +35,7 @@ ExitCode list(RedisFleet &fleet, const Report &report, const std::string &own)
 
 ExitCode ctlFleet(const Report &report, const Arguments &arguments)
 {
-    const auto address = addressOfStore();
+    const auto address = redisAddressOfStore();
     if (!address)
         return report.error(ExitCode::Refused,
                             "this recorder keeps its settings on its own disk, not on a server",

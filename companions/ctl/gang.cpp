@@ -8,8 +8,6 @@
 #include "platform/qmx/core/qmxtakewindow.h"
 
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QProcess>
 
 #include <algorithm>
 #include <map>
@@ -18,10 +16,10 @@
 
 namespace {
 /// From now to the first frame: the way of a command to the card, with room for a busy machine.
+constexpr auto variable = "XP_CHANNEL";
 constexpr qint64 startAhead = 600 * QmxClock::nsPerMillisecond;
 constexpr qint64 endAhead = 120 * QmxClock::nsPerMillisecond;
 constexpr qint64 ticksWithin = QmxClock::nsPerSecond;
-constexpr auto program = "/proc/self/exe";
 
 qint64 clockNow()
 {
@@ -103,85 +101,34 @@ qint64 commonMoment(Clocks &clocks, const QList<int> &channels, qint64 from)
 
 } // namespace
 
-/// One process a channel.
-class Gang::Asked
+QStringList Gang::namesOf(const QList<int> &channels)
 {
-public:
-    Asked(const QList<int> &channels, QStringList words, bool json) : _channels(channels), _json(json)
-    {
-        if (json) words.prepend("--json");
-        for (const int channel : channels) {
-            auto process = std::make_unique<QProcess>();
-            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-            environment.insert("XP_CHANNEL", QString::number(channel));
-            process->setProcessEnvironment(environment);
-            process->setProcessChannelMode(QProcess::MergedChannels);
-            process->start(QString::fromLatin1(program), words);
-            _processes.push_back(std::move(process));
-        }
-    }
+    QStringList names;
+    for (const int channel : channels)
+        names.append(QString::number(channel));
+    return names;
+}
 
-    /// What each says first, when it goes on after that: those are ready.
-    QList<int> awaitReady()
-    {
-        QList<int> ready;
-        for (size_t i = 0; i < _processes.size(); ++i) {
-            QProcess &process = *_processes[i];
-            while (!process.canReadLine() && process.waitForReadyRead(-1)) {}
-            // (A refusal ends it; a line of its own says so first.)
-            const QByteArray line = process.peek(longestLine).split('\n').first();
-            const bool isReady =
-                process.state() == QProcess::Running && (line == "ready" || line.contains("\"ready\":true"));
-            if (!isReady) continue;
-            process.readLine();
-            ready.append(_channels[qsizetype(i)]);
-        }
-        return ready;
-    }
-    /// Lets those begin that wait for the word; the others end.
-    void begin(const QList<int> &channels)
-    {
-        constexpr int writtenWithin = 1000; // ms; a pipe that nobody has written to has room
-        for (size_t i = 0; i < _processes.size(); ++i) {
-            QProcess &process = *_processes[i];
-            const bool isMeant = channels.contains(_channels[qsizetype(i)]);
-            // (Not before it is asked for: there is no event loop here.)
-            if (isMeant && process.write("go\n") > 0) process.waitForBytesWritten(writtenWithin);
-            process.closeWriteChannel();
-        }
-    }
-    QList<Part> answers()
-    {
-        QList<Part> parts;
-        for (size_t i = 0; i < _processes.size(); ++i) {
-            QProcess &process = *_processes[i];
-            process.closeWriteChannel();
-            process.waitForFinished(-1);
-            Part part;
-            part.channel = _channels[qsizetype(i)];
-            const bool hasEnded =
-                process.exitStatus() == QProcess::NormalExit && process.error() != QProcess::FailedToStart;
-            part.status = hasEnded ? process.exitCode() : int(ExitCode::Refused);
-            const QByteArray output = process.readAll().trimmed();
-            part.text = QString::fromUtf8(output);
-            if (_json)
-                part.result = QJsonDocument::fromJson(output.mid(output.lastIndexOf('\n') + 1)).object();
-            parts.append(part);
-        }
-        return parts;
-    }
+QList<int> Gang::channelsAt(const QList<qsizetype> &indexes) const
+{
+    QList<int> channels;
+    for (const qsizetype index : indexes)
+        channels.append(_channels[index]);
+    return channels;
+}
 
-private:
-    static constexpr qint64 longestLine = 256;
-
-    const QList<int> _channels;
-    const bool _json;
-    std::vector<std::unique_ptr<QProcess>> _processes;
-};
+QList<Gang::Part> Gang::partsOf(const QList<int> &channels, Asked &asked)
+{
+    QList<Part> parts;
+    for (const Asked::Answer &answer : asked.answers())
+        parts.append({answer, channels[parts.size()]});
+    return parts;
+}
 
 QList<Gang::Part> Gang::ask(const QList<int> &channels, const QStringList &words) const
 {
-    return Asked(channels, words, _report.isJson()).answers();
+    Asked asked(variable, namesOf(channels), words, _report.isJson());
+    return partsOf(channels, asked);
 }
 
 ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more) const
@@ -190,12 +137,12 @@ ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more) const
     QString text;
     int worst = 0;
     for (const Part &part : parts) {
-        QJsonObject object{{"channel", part.channel}, {"status", part.status}};
-        object[isDone(part) ? "result" : "refused"] = part.result;
+        QJsonObject object{{"channel", part.channel}, {"status", part.answer.status}};
+        object[isDone(part) ? "result" : "refused"] = part.answer.result;
         if (part.hasOffset) object["first_frame_offset"] = part.offset;
         list.append(object);
-        worst = std::max(worst, part.status);
-        for (const QString &line : part.text.split('\n'))
+        worst = std::max(worst, part.answer.status);
+        for (const QString &line : part.answer.text.split('\n'))
             text += QStringLiteral("%1: %2\n").arg(part.channel, 2).arg(line);
         if (part.hasOffset && part.offset != 0)
             text += QStringLiteral("%1: its first frame is %2 frames off\n")
@@ -210,11 +157,12 @@ ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more) const
 
 ExitCode Gang::record(const Arguments &arguments)
 {
-    Asked asked(_channels, QStringList(_words) << "--on-word", _report.isJson());
-    const QList<int> able = asked.awaitReady();
+    Asked asked(variable, namesOf(_channels), QStringList(_words) << "--on-word", _report.isJson());
+    const QList<qsizetype> ready = asked.awaitReady();
+    const QList<int> able = channelsAt(ready);
     if (able.isEmpty() || (able.size() < _channels.size() && !_bestEffort)) {
         asked.begin({});
-        QList<Part> parts = asked.answers();
+        QList<Part> parts = partsOf(_channels, asked);
         parts.removeIf([&](const Part &part) { return able.contains(part.channel); });
         tell(parts);
         return _report.error(ExitCode::Refused, "no take was begun, since not all channels can",
@@ -233,8 +181,8 @@ ExitCode Gang::record(const Arguments &arguments)
             qRound64(arguments.seconds * double(QmxClock::nsPerSecond) / double(now->period));
         if (clocks.set(channel, in, frames > 0 ? in + frames : 0)) first[channel] = in;
     }
-    asked.begin(able);
-    QList<Part> parts = asked.answers();
+    asked.begin(ready);
+    QList<Part> parts = partsOf(_channels, asked);
     bool isGood = true;
     for (Part &part : parts) {
         isGood = isGood && (isDone(part) || !able.contains(part.channel));
@@ -263,8 +211,9 @@ ExitCode Gang::stop()
 {
     // The command follows the last frame at once: a take that gets no more frames for long is one that has
     // lost its input.
-    Asked asked(_channels, QStringList(_words) << "--on-word", _report.isJson());
-    const QList<int> able = asked.awaitReady();
+    Asked asked(variable, namesOf(_channels), QStringList(_words) << "--on-word", _report.isJson());
+    const QList<qsizetype> ready = asked.awaitReady();
+    const QList<int> able = channelsAt(ready);
     Clocks clocks(able);
     const qint64 moment = commonMoment(clocks, able, clockNow() + endAhead);
     std::map<int, qint64> frames;
@@ -276,8 +225,8 @@ ExitCode Gang::stop()
     }
     QmxEnvironment::current().clock->sleepUntil(moment);
     awaitFrames(frames);
-    asked.begin(able);
-    return tell(asked.answers());
+    asked.begin(ready);
+    return tell(partsOf(_channels, asked));
 }
 
 ExitCode Gang::run(const CommandRow &row, const Arguments &arguments)

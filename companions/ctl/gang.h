@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "companions/ctl/commands.h"
+#include "companions/ctl/asked.h"
 
 #include <QList>
 #include <QString>
@@ -27,20 +27,20 @@ public:
 private:
     struct Part
     {
+        Asked::Answer answer;
         int channel = 1;
-        int status = 0;
-        QJsonObject result; ///< the last one, with --json
-        QString text;       ///< what it said, both ways
-        qint64 offset = 0;  ///< of the first frame of a take from the one that was set, in frames
+        qint64 offset = 0; ///< of the first frame of a take from the one that was set, in frames
         bool hasOffset = false;
     };
 
-    class Asked; ///< the processes, and what has come of them
+    static QStringList namesOf(const QList<int> &channels);
+    QList<int> channelsAt(const QList<qsizetype> &indexes) const;
+    static QList<Part> partsOf(const QList<int> &channels, Asked &asked);
     QList<Part> ask(const QList<int> &channels, const QStringList &words) const;
     ExitCode record(const Arguments &arguments);
     ExitCode stop();
     ExitCode tell(const QList<Part> &parts, const QJsonObject &more = {}) const;
-    static bool isDone(const Part &part) { return part.status == int(ExitCode::Done); }
+    static bool isDone(const Part &part) { return part.answer.isDone(); }
 
     const QList<int> _channels;
     const QStringList _words;

@@ -18,11 +18,13 @@ QJsonObject profilesOf(const Recorder &recorder)
     return QJsonDocument::fromJson(recorder.text(eParam_SettingsProfiles).toUtf8()).object();
 }
 
-/// A profile of this recorder, else of the machine's first one: so that one set is kept once.
+/// A profile of this recorder, else of the one that the machine's settings are kept for: so that one set is
+/// kept once.
 std::optional<QJsonArray> find(const Recorder &recorder, const QString &name)
 {
     if (const QJsonValue own = profilesOf(recorder).value(name); own.isArray()) return own.toArray();
-    if (recorder.environment().places->channel == 1) return {};
+    const QmxPlaces &places = *recorder.environment().places;
+    if (places.channel == 1 && places.recorder.isEmpty()) return {};
     const QmxEnvironment here = QmxEnvironment::current();
     QmxEnvironment::setCurrent(QmxChannel::environmentOf(1));
     const Recorder first(QStringLiteral("xpctl-profile"));

@@ -70,17 +70,9 @@ bool isName(const QString &name)
     return !name.isEmpty() && !name.contains('/') && name.size() <= 64;
 }
 
-std::optional<RedisAddress> addressOfStore()
-{
-    std::string path;
-    const StoreBackendRow *row = findStoreBackend(GetConfigURI("udp"), path);
-    if (!row || row->scheme == "sqlite") return {};
-    return row->scheme == "redis" ? RedisAddress::parse(path) : RedisAddress::parseSentinels(path);
-}
-
 QString ownName()
 {
-    if (const auto address = addressOfStore()) return QString::fromStdString(address->recorder);
+    if (const auto address = redisAddressOfStore()) return QString::fromStdString(address->recorder);
     std::array<char, 256> name{};
     return gethostname(name.data(), name.size() - 1) == 0 ? QString::fromLocal8Bit(name.data()) : QString();
 }
@@ -213,7 +205,7 @@ QList<Fleet::Machine> Fleet::find() const
             machine.from = "file";
             found.append(machine);
         }
-    const auto address = addressOfStore();
+    const auto address = redisAddressOfStore();
     std::vector<RedisFleet::Member> members;
     if (address) RedisFleet(*address, RedisBackend::standardPasswordFile()).list(members);
     for (const RedisFleet::Member &member : members) {
@@ -231,7 +223,7 @@ QList<Fleet::Machine> Fleet::find() const
 
 void Fleet::announce()
 {
-    const auto address = _isOpen ? addressOfStore() : std::nullopt;
+    const auto address = _isOpen ? redisAddressOfStore() : std::nullopt;
     if (address)
         RedisFleet(*address, RedisBackend::standardPasswordFile())
             .announce(address->recorder, _port, announcedFor);

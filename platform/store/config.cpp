@@ -33,7 +33,12 @@ std::string GetConfigURI(const std::string &)
     if (line.size() > longestAddress) line.resize(longestAddress); // a file of another kind
     line.erase(line.find_last_not_of(" \t\r") + 1);
     if (line.empty()) return standard;
-    if (!line.starts_with(onDisk)) return line;
+    if (!line.starts_with(onDisk)) {
+        // Whichever server it is, the recorder's name stands last.
+        if (!places->recorder.isEmpty())
+            line.replace(line.rfind('/') + 1, std::string::npos, places->recorder.toStdString());
+        return line;
+    }
     // The file is the recorder's own, and so are the paths in it.
     const std::string path = line.substr(std::strlen(onDisk));
     return onDisk + places->here(QString::fromStdString(path)).toStdString();

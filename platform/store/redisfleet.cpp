@@ -3,8 +3,10 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/store/config.h"
 #include "platform/store/redisrow.h"
 #include "platform/store/redisscripts.h"
+#include "platform/store/storebackend.h"
 
 #include <algorithm>
 #include <array>
@@ -23,6 +25,14 @@ std::string panelKey(const std::string &name)
     return keyBegin + name + keyEnd + "panel";
 }
 } // namespace
+
+std::optional<RedisAddress> redisAddressOfStore()
+{
+    std::string path;
+    const StoreBackendRow *row = findStoreBackend(GetConfigURI("udp"), path);
+    if (!row || row->scheme == "sqlite") return {};
+    return row->scheme == "redis" ? RedisAddress::parse(path) : RedisAddress::parseSentinels(path);
+}
 
 RedisFleet::RedisFleet(const RedisAddress &address, const std::string &passwordFile)
     : _connection(address, passwordFile, std::make_shared<std::atomic<bool>>(false))

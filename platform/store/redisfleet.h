@@ -3,8 +3,12 @@
 
 #include "platform/store/redisconnection.h"
 
+#include <optional>
 #include <string>
 #include <vector>
+
+/// Where the store of this recorder is, when it is on a server.
+std::optional<RedisAddress> redisAddressOfStore();
 
 /// The recorders that have their stores on one server. One thread at a time; every call waits for the server.
 class RedisFleet

@@ -103,3 +103,41 @@ TEST(Channels, onePanelPassesOnToThoseOfTheOthersAndTrustsNoneWithoutTheKey)
     EXPECT_EQ(machine.count("\"code\":\"silent\""), 2) << machine.toStdString();
     EXPECT_TRUE(said(result.out, "replay").contains("wrong_token"));
 }
+
+TEST(Channels, oneCommandSetsAllRecordersOfAServer)
+{
+    Sandbox sandbox({"--no-daemon", "--no-mediad"});
+    const ProgramResult result = sandbox.run(R"sh(
+        redis-server --port 16390 --bind 127.0.0.1 --save '' >/dev/null & server=$!
+        await 'redis-cli -p 16390 ping >/dev/null 2>&1'
+        for name in north south; do
+            echo redis://127.0.0.1:16390/$name >/etc/xp/store
+            xpctl set reel_number $name 2>/dev/null
+        done
+        say of-one; xpctl --recorder north get reel_number; XP_RECORDER=north xpctl get reel_number; xpctl get reel_number
+        say all; xpctl --recorders all --json set record_codec prores_422_lt 2>/dev/null
+        for name in north south; do xpctl --recorder $name get record_codec; done
+        say profile; xpctl profile save house 2>/dev/null; xpctl --recorder north set record_codec prores_422
+        xpctl --recorders north --json profile diff house
+        xpctl --recorders north,south profile apply house >/dev/null; xpctl --recorder north get record_codec
+        say refused
+        for words in '--recorder east get record_codec' '--recorders north,east set record_codec prores_422' \
+            '--recorders all record' '--recorder north status'; do
+            ! xpctl $words 2>&1 || exit 1
+        done
+        xpctl --recorder north get record_codec
+        rm /etc/xp/store; ! xpctl --recorders all get record_codec 2>&1 || exit 1
+        kill $server; wait $server || true
+    )sh");
+    EXPECT_EQ(said(result.out, "of-one").trimmed(), "north\nnorth\nsouth");
+    EXPECT_EQ(said(result.out, "all").count("\"status\":0"), 2);
+    EXPECT_EQ(said(result.out, "all").count("\nprores_422_lt"), 2) << said(result.out, "all").toStdString();
+    const QByteArray profile = said(result.out, "profile");
+    EXPECT_TRUE(profile.contains("record_codec") && profile.endsWith("prores_422_lt\n"))
+        << profile.toStdString();
+    const QByteArray refused = said(result.out, "refused");
+    EXPECT_EQ(refused.count("there is no recorder east"), 2) << refused.toStdString();
+    EXPECT_EQ(refused.count("is for the recorder of this machine"), 2);
+    EXPECT_TRUE(refused.contains("prores_422_lt")) << "one refused, and the others were changed";
+    EXPECT_TRUE(refused.contains("on its own disk"));
+}

@@ -16,6 +16,9 @@ struct QmxPlaces
     static constexpr int mostChannels = 64;
 
     int channel = 1;
+    /// Of the recorders that keep their settings on one server the one that is meant; empty: the one that the
+    /// file at storeAddress names.
+    QString recorder;
 
     // Locks
     QString recorderLock = QStringLiteral("/var/lock/xpd.lock");

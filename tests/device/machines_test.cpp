@@ -92,6 +92,21 @@ TEST(TickSchedule, onTheGridAllFramesBeginTogether)
     }
 }
 
+TEST(TickSchedule, neverGoesBackHoweverOftenTheRateChangesBetweenTwoTicks)
+{
+    TickSchedule schedule = TickSchedule::onGrid(1'048'600'000'000, QmxVideoRate(50));
+    const QmxVideoRate rates[] = {{50}, {24}, {60000, 1001}, {25}};
+    for (int i = 0; i < 400; ++i) {
+        const qint64 last = schedule.advance(schedule.nextDeadline()).deadline;
+        const QmxVideoRate next = rates[i / 100];
+        for (const QmxVideoRate &other : rates)
+            schedule.setRate(other, i % 2 == 0);
+        schedule.setRate(next, false);
+        EXPECT_GT(schedule.nextDeadline(), last + next.nanoseconds(1, 2)) << i;
+        EXPECT_LE(schedule.nextDeadline(), last + next.nanoseconds(3, 2)) << i;
+    }
+}
+
 TEST(TickSchedule, keepsItsPaceForADayAtEveryRateAFileMayState)
 {
     constexpr qint64 most = std::numeric_limits<int>::max();

@@ -3,13 +3,15 @@
 
 #include <algorithm>
 
-TickSchedule::TickSchedule(qint64 start, const QmxVideoRate &rate) : _base(start), _rate(rate) {}
+TickSchedule::TickSchedule(qint64 start, const QmxVideoRate &rate) : _base(start), _last(start), _rate(rate)
+{}
 
 TickSchedule TickSchedule::onGrid(qint64 now, const QmxVideoRate &rate)
 {
     TickSchedule schedule(now, rate);
     schedule._onGrid = true;
     schedule.align(now);
+    schedule._last = schedule.deadlineAt(schedule._tick);
     return schedule;
 }
 
@@ -28,12 +30,14 @@ void TickSchedule::setRate(const QmxVideoRate &rate, bool twoFields)
 {
     const int fields = twoFields ? 2 : 1;
     if (rate == _rate && fields == _fields) return;
-    _base = deadlineAt(_tick);
+    // (Not deadlineAt(_tick): on the grid that is a moment of the rate before, at which there may have been
+    // no tick; two changes after each other would have gone back behind the last one.)
+    _base = _last;
     _tick = 0;
     _rate = rate;
     _fields = fields;
     _secondField = false;
-    if (_onGrid) align(_base + _rate.nanoseconds(1, 2));
+    if (_onGrid) align(_last + _rate.nanoseconds(1, 2));
 }
 
 qint64 TickSchedule::deadlineAt(qint64 tick) const
@@ -67,7 +71,7 @@ TickSchedule::Step TickSchedule::advance(qint64 now)
     // frame.
     step.missedFrames = _fields == 1 ? missed : (missed + (_secondField ? 1 : 0)) / 2;
     move(missed);
-    step.deadline = deadlineAt(_tick);
+    step.deadline = _last = deadlineAt(_tick);
     step.frameStart = _fields == 1 || _secondField;
     step.late = step.missedFrames > 0 || now - step.deadline > (nextDeadline() - step.deadline) / 2;
     return step;

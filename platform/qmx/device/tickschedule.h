@@ -38,6 +38,7 @@ private:
     void align(qint64 from);
 
     qint64 _base;     ///< deadline of tick 0
+    qint64 _last;     ///< deadline of the last tick
     qint64 _tick = 0; ///< ticks since _base; less than a cycle of num() frames
     QmxVideoRate _rate;
     int _fields = 1;

@@ -26,7 +26,11 @@ std::optional<QJsonArray> find(const Recorder &recorder, const QString &name)
     const QmxPlaces &places = *recorder.environment().places;
     if (places.channel == 1 && places.recorder.isEmpty()) return {};
     const QmxEnvironment here = QmxEnvironment::current();
-    QmxEnvironment::setCurrent(QmxChannel::environmentOf(1));
+    QmxEnvironment ofFirst = QmxChannel::environmentOf(1);
+    QmxPlaces own = *ofFirst.places;
+    own.recorder.clear();
+    ofFirst.places = std::make_shared<const QmxPlaces>(own);
+    QmxEnvironment::setCurrent(ofFirst);
     const Recorder first(QStringLiteral("xpctl-profile"));
     const QJsonValue shared = first.storeProblem().isEmpty() ? profilesOf(first).value(name) : QJsonValue();
     QmxEnvironment::setCurrent(here);

@@ -6,6 +6,7 @@
 #include "platform/qmx/core/qmxplaces.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -26,6 +27,21 @@ bool isConfigured()
     }
     return false;
 }
+
+/// Terminals that hold bytes back for longer than a controller can wait.
+QStringList slowTerminals(const QJsonArray &open)
+{
+    QStringList slow;
+    for (const QJsonValue &port : open) {
+        const QString place = port["port"].toString();
+        const QString name = QFileInfo(QFileInfo(place).canonicalFilePath()).fileName();
+        QFile timer(QStringLiteral("/sys/class/tty/%1/device/latency_timer").arg(name));
+        if (!place.startsWith("/dev/") || !timer.open(QIODevice::ReadOnly)) continue;
+        if (const int held = timer.readAll().trimmed().toInt(); held > 1)
+            slow.append(QStringLiteral("%1 holds bytes back for %2 ms").arg(place).arg(held));
+    }
+    return slow;
+}
 } // namespace
 
 Finding remoteFinding(Recorder &)
@@ -45,6 +61,9 @@ Finding remoteFinding(Recorder &)
     if (!problems.isEmpty())
         return {Finding::Wrong, problems.join("; "),
                 QStringLiteral("correct %1, then: systemctl restart xpremote").arg(ports())};
+    if (const QStringList slow = slowTerminals(open); !slow.isEmpty())
+        return {Finding::Hint, slow.join("; ") + ": a controller waits for nine",
+                "plug the adapter in anew, or: udevadm trigger --subsystem-match=usb-serial --action=change"};
     return {Finding::Good,
             QStringLiteral("%1 port%2 open").arg(open.size()).arg(open.size() == 1 ? "" : "s"),
             {}};

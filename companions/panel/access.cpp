@@ -52,6 +52,14 @@ bool isChange(const QByteArray &method)
 {
     return method != "GET" && method != "HEAD";
 }
+
+/// Browsers alone tell how they came to ask, in headers that no page can leave out.
+bool isOfABrowser(const HttpCall &call)
+{
+    const QByteArray prefix("sec-fetch-");
+    const auto first = call.headers.lowerBound(prefix);
+    return first != call.headers.end() && first.key().startsWith(prefix);
+}
 } // namespace
 
 QString randomToken()
@@ -102,13 +110,12 @@ std::optional<HttpReply> Access::refusal(const HttpCall &call) const
             return problemReply(403, "foreign_origin", "a page of somebody else may not use this recorder");
         return {};
     }
-    const QByteArray site = call.header("sec-fetch-site");
-    // (A browser that tells how it fetches tells from where, too; some programs' libraries tell only how.)
-    const bool isBrowser = !site.isEmpty();
-    if (isChange(call.method) && isBrowser)
-        return problemReply(403, "no_origin", "a browser that wants a change has to say from which page");
+    if (isChange(call.method) && isOfABrowser(call))
+        return problemReply(
+            403, "no_origin", "a browser that wants a change has to say from which page",
+            "a program whose library sends Sec-Fetch headers: send Origin with this address, too");
     // A page of somebody else may lead here, and no more.
-    if (isBrowser && site == "cross-site" && call.header("sec-fetch-mode") != "navigate")
+    if (call.header("sec-fetch-site") == "cross-site" && call.header("sec-fetch-mode") != "navigate")
         return problemReply(403, "foreign_origin", "a page of somebody else may not use this recorder");
     return {};
 }

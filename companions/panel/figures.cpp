@@ -30,14 +30,6 @@ QString groupOf(const VerbRow &row)
                                                                   : QStringLiteral("clips");
 }
 
-/// Verbs that a shell has as part of another command.
-constexpr struct
-{
-    const char *verb;
-    const char *form;
-} ownShellForms[] = {{"schedule", "xpctl record --at AT --until UNTIL"},
-                     {"unschedule", "xpctl schedule cancel NUMBER"}};
-
 /// How one asks for it, front by front, with the arguments' names in capitals.
 QJsonObject formsOf(const VerbRow &row)
 {
@@ -57,8 +49,7 @@ QJsonObject formsOf(const VerbRow &row)
         osc += " " + value;
         query << QStringLiteral("%1=%2").arg(QLatin1String(argument.name), value);
     }
-    for (const auto &own : ownShellForms)
-        if (name == QLatin1String(own.verb)) shell = QString::fromLatin1(own.form);
+    if (row.shellForm) shell = QString::fromLatin1(row.shellForm);
     const QString http =
         "POST /api/v1/transport/" + name + (query.isEmpty() ? QString() : "?" + query.join('&'));
     return {{"http", http},

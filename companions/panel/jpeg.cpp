@@ -13,22 +13,26 @@
 namespace {
 using Plane = std::vector<uint8_t>;
 
-constexpr int fractionBits = 14;
-constexpr int half = 1 << (fractionBits - 1);
+/// Factors have 14 bits behind the point, samples 7, their products 5: all of it fits into 16 bits, of which
+/// a register holds twice as many as of 32, and rounds to within a tenth of a step.
+constexpr int factorBits = 14;
+constexpr int sampleBits = 7;
+constexpr int productBits = factorBits + sampleBits - 16;
+constexpr int half = 1 << (productBits - 1);
 constexpr int middle = 128;
 constexpr int black = 16;
 
-/// Y', Cb, Cr of the preview to those of the file, with `fractionBits` behind the point.
+/// Y', Cb, Cr of the preview to those of the file. None reaches 2.
 struct Colours
 {
-    int lumaOfLuma, lumaOfCb, lumaOfCr;
-    int cbOfCb, cbOfCr;
-    int crOfCb, crOfCr;
+    int16_t lumaOfLuma, lumaOfCb, lumaOfCr;
+    int16_t cbOfCb, cbOfCr;
+    int16_t crOfCb, crOfCr;
 };
 
-int fixedPoint(double value)
+int16_t fixedPoint(double value)
 {
-    return int(std::lround(value * (1 << fractionBits)));
+    return int16_t(std::lround(value * (1 << factorBits)));
 }
 
 /// From the primaries' weights of red and blue in the luma of both sides.
@@ -60,10 +64,27 @@ Colours coloursFor(double red, double blue)
             fixedPoint((redOfCr - lumaCr) * cr * chroma)};
 }
 
-inline uint8_t clamped(int value)
+inline uint8_t clamped(int16_t value)
 {
-    constexpr int most = 255;
-    return uint8_t(std::min(std::max(value, 0), most));
+    constexpr int16_t least = 0;
+    constexpr int16_t most = 255;
+    return uint8_t(std::min(std::max(value, least), most));
+}
+
+/// A factor times a sample around its zero.
+inline int16_t times(int16_t factor, int16_t sample)
+{
+    return int16_t((int(factor) * int(int16_t(sample * (1 << sampleBits)))) >> 16);
+}
+
+inline int16_t sum(int16_t a, int16_t b)
+{
+    return int16_t(a + b);
+}
+
+inline int16_t rounded(int16_t product)
+{
+    return int16_t(product >> productBits);
 }
 
 // The compiler makes these for registers of both widths; which is run is found out once, at start.
@@ -77,23 +98,57 @@ inline uint8_t clamped(int value)
 /// A row of chroma, and its part of the luma of both rows beside it, for each sample.
 FOR_WIDE_REGISTERS void convertChroma(const Colours &k, int pairs, const uint8_t *__restrict cbIn,
                                       const uint8_t *__restrict crIn, uint8_t *__restrict cbOut,
-                                      uint8_t *__restrict crOut, int *__restrict added)
+                                      uint8_t *__restrict crOut, int16_t *__restrict added)
 {
     const Colours c = k;
     for (int x = 0; x < pairs; ++x) {
-        const int b = cbIn[x] - middle;
-        const int r = crIn[x] - middle;
-        cbOut[x] = clamped(((c.cbOfCb * b + c.cbOfCr * r + half) >> fractionBits) + middle);
-        crOut[x] = clamped(((c.crOfCb * b + c.crOfCr * r + half) >> fractionBits) + middle);
-        added[2 * x] = added[2 * x + 1] = c.lumaOfCb * b + c.lumaOfCr * r + half;
+        const auto b = int16_t(cbIn[x] - middle);
+        const auto r = int16_t(crIn[x] - middle);
+        constexpr auto zero = int16_t((middle << productBits) + half);
+        cbOut[x] = clamped(rounded(sum(sum(times(c.cbOfCb, b), times(c.cbOfCr, r)), zero)));
+        crOut[x] = clamped(rounded(sum(sum(times(c.crOfCb, b), times(c.crOfCr, r)), zero)));
+        added[2 * x] = added[2 * x + 1] = sum(sum(times(c.lumaOfCb, b), times(c.lumaOfCr, r)), half);
     }
 }
 
-FOR_WIDE_REGISTERS void convertLuma(int scale, int width, const uint8_t *__restrict in,
-                                    const int *__restrict added, uint8_t *__restrict out)
+FOR_WIDE_REGISTERS void convertLuma(int16_t scale, int width, const uint8_t *__restrict in,
+                                    const int16_t *__restrict added, uint8_t *__restrict out)
 {
     for (int x = 0; x < width; ++x)
-        out[x] = clamped((scale * (in[x] - black) + added[x]) >> fractionBits);
+        out[x] = clamped(rounded(sum(times(scale, int16_t(in[x] - black)), added[x])));
+}
+
+/// Where the library puts the file: into the bytes that are given to others, which are not copied again.
+struct Destination
+{
+    jpeg_destination_mgr manager; ///< first: the library knows only this
+    QByteArray *bytes;
+};
+
+constexpr qsizetype firstRoom = 64 * 1024;
+
+void beginFile(j_compress_ptr info)
+{
+    auto *to = reinterpret_cast<Destination *>(info->dest);
+    to->bytes->resize(std::max(firstRoom, to->bytes->capacity()));
+    to->manager.next_output_byte = reinterpret_cast<JOCTET *>(to->bytes->data());
+    to->manager.free_in_buffer = size_t(to->bytes->size());
+}
+
+boolean makeRoom(j_compress_ptr info)
+{
+    auto *to = reinterpret_cast<Destination *>(info->dest);
+    const qsizetype full = to->bytes->size(); // (all of it, whatever is said to be free)
+    to->bytes->resize(2 * full);
+    to->manager.next_output_byte = reinterpret_cast<JOCTET *>(to->bytes->data() + full);
+    to->manager.free_in_buffer = size_t(full);
+    return TRUE;
+}
+
+void endFile(j_compress_ptr info)
+{
+    auto *to = reinterpret_cast<Destination *>(info->dest);
+    to->bytes->resize(to->bytes->size() - qsizetype(to->manager.free_in_buffer));
 }
 
 /// What ends the library's work on an error: no exception and no exit of the program.
@@ -119,15 +174,16 @@ struct Rows
 };
 
 /// All of the library's work: nothing in here has a destructor, so that an error may jump out of it.
-bool compress(jpeg_compress_struct &info, Failure &failure, uint8_t *const planes[3], int stride, int width,
-              int height, int quality, unsigned char **out, unsigned long *size)
+bool compress(jpeg_compress_struct &info, Failure &failure, Destination &to, uint8_t *const planes[3],
+              int stride, int width, int height, int quality)
 {
     info.err = jpeg_std_error(&failure.manager);
     failure.manager.error_exit = fail;
     failure.manager.output_message = sayNothing;
     if (setjmp(failure.back)) return false;
     jpeg_create_compress(&info);
-    jpeg_mem_dest(&info, out, size);
+    to.manager = {nullptr, 0, beginFile, makeRoom, endFile};
+    info.dest = &to.manager;
     info.image_width = JDIMENSION(width);
     info.image_height = JDIMENSION(height);
     info.input_components = 3;
@@ -158,10 +214,11 @@ struct JpegMaker::Private
 {
     const Colours standard = coloursFor(0.299, 0.114);
     const Colours high = coloursFor(0.2126, 0.0722);
-    Plane luma, cb, cr;     ///< padded to whole blocks
-    std::vector<int> added; ///< the chroma's part of the luma, for each sample of a row
+    Plane luma, cb, cr;         ///< padded to whole blocks
+    std::vector<int16_t> added; ///< the chroma's part of the luma, for each sample of a row
     int stride = 0;
     int rows = 0;
+    qsizetype lastSize = 0; ///< of a file: the next is about as large
 
     void size(int width, int height);
     void convert(const QmxPreviewPicture &picture, const Colours &colours);
@@ -231,12 +288,12 @@ QByteArray JpegMaker::make(const QmxPreviewPicture &picture, int quality)
     uint8_t *const planes[] = {d->luma.data(), d->cb.data(), d->cr.data()};
     jpeg_compress_struct info = {};
     Failure failure = {};
-    unsigned char *out = nullptr;
-    unsigned long size = 0;
-    const bool isMade = compress(info, failure, planes, d->stride, width, height, quality, &out, &size);
     QByteArray result;
-    if (isMade) result = QByteArray(reinterpret_cast<const char *>(out), qsizetype(size));
+    result.reserve(d->lastSize + d->lastSize / 4);
+    Destination to{{}, &result};
+    const bool isMade = compress(info, failure, to, planes, d->stride, width, height, quality);
     jpeg_destroy_compress(&info);
-    std::free(out);
+    if (!isMade) return {};
+    d->lastSize = result.size();
     return result;
 }

@@ -64,8 +64,8 @@ Routed findRoute(const QByteArray &method, const QStringList &parts);
 
 /// Runs `work` on a worker and answers with what it gives; 429 when all are busy.
 void onWorker(Panel &panel, const Respond &respond, std::function<HttpReply(Control &control)> work);
-/// The answer to a verb, as HTTP has it.
-HttpReply replyOf(const Panel &panel, const Answer &answer, bool waited);
+/// The answer to a verb, as HTTP has it; `row`: of that verb, null when there is none of that name.
+HttpReply replyOf(const Panel &panel, const Answer &answer, const VerbRow *row, bool waited);
 Who whoOf(const Caller &caller);
 /// A JSON object in the body, nothing for an empty body; `problem` when it is something else.
 QJsonObject bodyObject(const HttpCall &call, std::optional<HttpReply> &problem);

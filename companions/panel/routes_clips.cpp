@@ -164,6 +164,26 @@ std::vector<Listed> sorted(Control &control, const QString &filter, const SortRo
     return all;
 }
 
+/// Which of these clips of the active medium lie on the second one as well.
+class SecondCopies
+{
+public:
+    SecondCopies(Control &control, const std::list<Clip> &clips)
+        : _mirror(control.recorder().text(eParam_MirrorMediaPath)),
+          _frames(askSecondPlaces(control.recorder().text(eParam_ActiveMediaPath).toStdString(),
+                                  _mirror.toStdString(), clips, control.recorder().environment()))
+    {}
+    void tell(const QString &name, QJsonObject &object) const
+    {
+        if (const auto copy = _frames.find(name.toStdString()); copy != _frames.end())
+            object["second_copy"] = QJsonObject{{"path", _mirror}, {"frames", copy->second}};
+    }
+
+private:
+    const QString _mirror;
+    const std::map<std::string, int> _frames;
+};
+
 /// "bytes=FROM-TO", one part; nothing when it is another kind, which is then passed over, as HTTP has it.
 /// `isOutside`: it lies outside the file.
 std::optional<FilePart> rangeOf(const QByteArray &header, qint64 size, bool &isOutside)
@@ -249,21 +269,18 @@ void getClips(Panel &panel, const HttpCall &call, Respond respond)
         std::vector<Listed> all = sorted(control, filter, *order, clips);
         if (direction == QLatin1String("desc")) std::reverse(all.begin(), all.end());
         const QString path = control.recorder().text(eParam_ActiveMediaPath);
-        const QString mirror = control.recorder().text(eParam_MirrorMediaPath);
         const auto first = all.begin() + std::min(*offset, qsizetype(all.size()));
         std::vector<Listed> shown(first, first + std::min(*limit, qsizetype(all.end() - first)));
         std::set<std::string> names;
         for (const Listed &clip : shown)
             names.insert(clip.name.toStdString());
         clips.remove_if([&names](const Clip &clip) { return !names.contains(clip.getName()); });
-        const auto copies = askSecondPlaces(path.toStdString(), mirror.toStdString(), clips,
-                                            control.recorder().environment());
+        const SecondCopies copies(control, clips);
         QJsonArray page;
         for (Listed &clip : shown) {
             if (!order->needsSize) ask(clip);
             QJsonObject object = listedObject(clip);
-            if (const auto copy = copies.find(clip.name.toStdString()); copy != copies.end())
-                object["second_copy"] = QJsonObject{{"path", mirror}, {"frames", copy->second}};
+            copies.tell(clip.name, object);
             page.append(object);
         }
         return jsonReply(
@@ -281,6 +298,8 @@ void getClip(Panel &panel, const HttpCall &call, Respond respond)
         QJsonObject object = describeClip(QFileInfo(path), info, control.recorder().environment());
         object["grows"] = !info.closed && !info.foreign && QmxClipReader::isBeingRecorded(path);
         QString told;
+        SecondCopies(control, {Clip(name.toStdString(), path.toStdString(), int(info.frames))})
+            .tell(name, object);
         object["marks"] = marksObject(ClipMarksFile::read(path, told), info);
         if (!told.isEmpty()) object["told"] = told;
         return jsonReply(object);

@@ -49,7 +49,7 @@ bool isYes(const QString &text)
 }
 } // namespace
 
-HttpReply replyOf(const Panel &panel, const Answer &answer, bool waited)
+HttpReply replyOf(const Panel &panel, const Answer &answer, const VerbRow *row, bool waited)
 {
     if (!answer.isDone()) {
         HttpReply reply =
@@ -61,10 +61,11 @@ HttpReply replyOf(const Panel &panel, const Answer &answer, bool waited)
         return reply;
     }
     QJsonObject object = answer.toJson();
-    // What the verb has seen itself may be on its way to the watch still.
+    // What the verb has seen itself of the deck may be on its way to the watch still.
     QJsonObject state = panel.watch.refreshed()->toJson();
+    const bool isOfTheDeck = row && row->has(VerbRow::MovesTransport);
     for (auto seen = answer.effect.begin(); seen != answer.effect.end(); ++seen)
-        if (state.contains(seen.key())) state[seen.key()] = *seen;
+        if (isOfTheDeck && state.contains(seen.key())) state[seen.key()] = *seen;
     object["state"] = state;
     return jsonReply(object, waited ? 200 : 202);
 }
@@ -102,9 +103,10 @@ void postVerb(Panel &panel, const HttpCall &call, Respond respond)
     }
     request.arguments = given;
     const bool waited = request.wait;
-    panel.workers->submit(
-        std::move(request), whoOf(call.caller),
-        [&panel, respond, waited](const Answer &answer) { respond(replyOf(panel, answer, waited)); });
+    panel.workers->submit(std::move(request), whoOf(call.caller),
+                          [&panel, respond, row, waited](const Answer &answer) {
+                              respond(replyOf(panel, answer, row, waited));
+                          });
 }
 
 void getVerbs(Panel &, const HttpCall &, Respond respond)

@@ -7,6 +7,7 @@
 #include "platform/store/alarmvalue.h"
 #include "platform/store/eparam.h"
 #include "platform/store/eparamcontrol.h"
+#include "platform/store/eparamreplay.h"
 #include "platform/store/values.h"
 
 #include <QDateTime>
@@ -14,18 +15,14 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace {
 constexpr auto noTimecode = "--:--:--:--";
 
-constexpr eParam_t parameters[] = {
-    eParam_TransportStatus, eParam_TransportRunning, eParam_TransportSpeed, eParam_TransportCommand,
-    eParam_InputFormat,     eParam_RecordFormat,     eParam_RecordCodec,    eParam_MediaFormat,
-    eParam_ActiveMediaPath, eParam_CurrentClip,      eParam_PlaybackSource, eParam_PlayList,
-    eParam_TimecodeSource,  eParam_MediaReport,      eParam_RecordTimeLeft, eParam_ControlOwner,
-    eParam_ControlLock,     eParam_ControlMode,      eParam_TakeStarter,    eParam_AlarmsAcknowledged,
-    eParam_MirrorMediaPath,
-};
+/// Who is in control: of these, time decides as well.
+constexpr eParam_t ofControl[] = {eParam_ControlOwner, eParam_ControlLock, eParam_ControlMode};
 
 QJsonArray arrayOf(const QString &text)
 {
@@ -74,9 +71,8 @@ double speedAskedFor(Config &config)
 
 bool DeckParameters::concerns(eParam_t id)
 {
-    if (std::find(std::begin(parameters), std::end(parameters), id) != std::end(parameters)) return true;
-    const ParamDescriptor *descriptor = GetDescriptor(id);
-    return descriptor && descriptor->isAlarm();
+    return partsOf(id) != 0 ||
+           std::find(std::begin(ofControl), std::end(ofControl), id) != std::end(ofControl);
 }
 
 void DeckParameters::load(Config &config)
@@ -88,6 +84,9 @@ void DeckParameters::load(Config &config)
         _values[descriptor->id()] = value;
     }
     _askedSpeed = speedAskedFor(config);
+    _stale = ~0U;
+    // What was told meanwhile is lost: it may have been any clip.
+    if (_markChanges > 0) marksChangedOf({});
     _since.clear();
     constexpr int wholeHistory = 1000;
     for (const AlarmRecord &record : config.alarmHistory(wholeHistory)) {
@@ -100,9 +99,11 @@ void DeckParameters::load(Config &config)
 
 bool DeckParameters::set(eParam_t id, const StoreValue &value)
 {
+    changed(id);
     if (id == eParam_TransportSpeed) _askedSpeed = QString::fromStdString(value.text).toDouble();
     constexpr unsigned play = 1;
     if (id == eParam_TransportCommand && value.number == play) _askedSpeed = 1;
+    if (id == eParam_MarksChanged) marksChangedOf(QString::fromStdString(value.text));
     const ParamDescriptor *descriptor = GetDescriptor(id);
     if (descriptor && descriptor->isAlarm()) {
         if (value.text.empty())
@@ -114,6 +115,11 @@ bool DeckParameters::set(eParam_t id, const StoreValue &value)
     if (known != _values.end() && known->second == value) return false;
     _values[id] = value;
     return true;
+}
+
+void DeckParameters::marksChangedOf(const QString &clip)
+{
+    _marksChanged = {{"clip", clip}, {"count", ++_markChanges}};
 }
 
 unsigned DeckParameters::number(eParam_t id) const
@@ -159,8 +165,10 @@ double DeckParameters::speed() const
     return fits && (isExact || qAbs(_askedSpeed) > 1) ? _askedSpeed : row->standard;
 }
 
-void DeckParameters::fillAlarms(DeckState &state) const
+void DeckParameters::fillAlarms()
 {
+    _made.alarmList = {};
+    _made.recordInhibited.clear();
     const QJsonObject seen = QJsonDocument::fromJson(text(eParam_AlarmsAcknowledged).toUtf8()).object();
     for (const auto &[id, value] : _values) {
         const ParamDescriptor *descriptor = GetDescriptor(id);
@@ -176,7 +184,7 @@ void DeckParameters::fillAlarms(DeckState &state) const
         const qint64 raised =
             since == _since.end() ? 0 : QDateTime::fromString(since->second, Qt::ISODate).toMSecsSinceEpoch();
         const bool isSeen = !by.isEmpty() && by["time"].toInteger() >= raised;
-        state.alarmList.append(
+        _made.alarmList.append(
             QJsonObject{{"name", name},
                         {"level", levels[int(severity)]},
                         {"message", QString::fromStdString(message.empty() ? descriptor->help() : message)},
@@ -184,38 +192,108 @@ void DeckParameters::fillAlarms(DeckState &state) const
                         {"advice", QString::fromLatin1(alarmAdvice(id)).remove(QLatin1String("xpctl "))},
                         {"acknowledged_by", isSeen ? by["name"].toString() : QString()}});
         if (id == eParam_AlarmRecordInhibited)
-            state.recordInhibited = QString::fromStdString(message.empty() ? descriptor->help() : message);
+            _made.recordInhibited = QString::fromStdString(message.empty() ? descriptor->help() : message);
     }
-    state.alarms = int(state.alarmList.size());
+    _made.alarms = int(_made.alarmList.size());
 }
 
-void DeckParameters::fill(DeckState &state, qint64 now) const
+void DeckParameters::fillTransport()
 {
-    state.status = state.running ? label(eParam_TransportStatus) : QStringLiteral("not_running");
-    state.speed = state.running ? speed() : 0;
+    _made.status = _made.running ? label(eParam_TransportStatus) : QStringLiteral("not_running");
+    _made.speed = _made.running ? speed() : 0;
     const QString clip = text(eParam_CurrentClip);
-    state.clip = clip == QLatin1String(noClip) ? QString() : clip;
-    state.path = text(eParam_ActiveMediaPath);
-    state.mirrorPath = text(eParam_MirrorMediaPath);
-    state.inputFormat = label(eParam_InputFormat);
+    _made.clip = clip == QLatin1String(noClip) ? QString() : clip;
+    _made.path = text(eParam_ActiveMediaPath);
+    _made.mirrorPath = text(eParam_MirrorMediaPath);
+    _made.take = {};
+    if (_made.isRecording()) _made.take = QJsonDocument::fromJson(text(eParam_TakeStarter).toUtf8()).object();
+}
+
+void DeckParameters::fillFormats()
+{
+    _made.inputFormat = label(eParam_InputFormat);
     constexpr unsigned lastUnknown = 1; // none, unknown
-    state.inputLocked = state.running && number(eParam_InputFormat) > lastUnknown;
-    state.recordFormat = label(eParam_RecordFormat);
-    state.recordCodec = label(eParam_RecordCodec);
-    state.mediaFormat = label(eParam_MediaFormat);
-    state.playbackSource = label(eParam_PlaybackSource);
-    state.timecodeSource = label(eParam_TimecodeSource);
-    state.media = arrayOf(text(eParam_MediaReport));
-    state.secondsLeft = number(eParam_RecordTimeLeft);
-    state.mode = label(eParam_ControlMode);
+    _made.inputLocked = _made.running && number(eParam_InputFormat) > lastUnknown;
+    _made.recordFormat = label(eParam_RecordFormat);
+    _made.recordCodec = label(eParam_RecordCodec);
+    _made.mediaFormat = label(eParam_MediaFormat);
+    _made.playbackSource = label(eParam_PlaybackSource);
+    _made.timecodeSource = label(eParam_TimecodeSource);
+    _made.rate = rateOf(_made.isInPlay() ? _made.mediaFormat : _made.recordFormat);
+}
+
+void DeckParameters::fillMedia()
+{
+    _made.media = arrayOf(text(eParam_MediaReport));
+    _made.secondsLeft = number(eParam_RecordTimeLeft);
+}
+
+void DeckParameters::fillList()
+{
+    _made.listRevision = PlayList::revisionOf(text(eParam_PlayList));
+    _made.marksChanged = _marksChanged;
+}
+
+/// Not only parameters end them: time does.
+void DeckParameters::fillControl(qint64 now)
+{
+    _made.mode = label(eParam_ControlMode);
     const auto owner = Ownership::Hold::parse(text(eParam_ControlOwner), now);
     const auto lock = Ownership::Hold::parse(text(eParam_ControlLock), now);
-    if (owner) state.owner = owner->toJson();
-    if (lock) state.lock = lock->toJson();
-    if (state.isRecording()) state.take = QJsonDocument::fromJson(text(eParam_TakeStarter).toUtf8()).object();
-    state.rate = rateOf(state.isInPlay() ? state.mediaFormat : state.recordFormat);
-    state.listRevision = PlayList::revisionOf(text(eParam_PlayList));
-    fillAlarms(state);
+    _made.owner = owner ? owner->toJson() : QJsonObject();
+    _made.lock = lock ? lock->toJson() : QJsonObject();
+}
+
+struct DeckParameters::Part
+{
+    void (DeckParameters::*make)();
+    std::vector<eParam_t> of;
+    bool isOfAlarms = false;
+};
+
+std::span<const DeckParameters::Part> DeckParameters::parts()
+{
+    using D = DeckParameters;
+    static const Part rows[] = {
+        // (Formats go by what the transport does.)
+        {&D::fillTransport,
+         {eParam_TransportStatus, eParam_TransportRunning, eParam_TransportSpeed, eParam_TransportCommand,
+          eParam_CurrentClip, eParam_ActiveMediaPath, eParam_MirrorMediaPath, eParam_TakeStarter}},
+        {&D::fillFormats,
+         {eParam_TransportStatus, eParam_InputFormat, eParam_RecordFormat, eParam_RecordCodec,
+          eParam_MediaFormat, eParam_PlaybackSource, eParam_TimecodeSource}},
+        {&D::fillMedia, {eParam_MediaReport, eParam_RecordTimeLeft}},
+        {&D::fillList, {eParam_PlayList, eParam_MarksChanged}},
+        {&D::fillAlarms, {eParam_AlarmsAcknowledged}, true},
+    };
+    return rows;
+}
+
+unsigned DeckParameters::partsOf(eParam_t id)
+{
+    const ParamDescriptor *descriptor = GetDescriptor(id);
+    const bool isAlarm = descriptor && descriptor->isAlarm();
+    unsigned bits = 0;
+    unsigned bit = 1;
+    for (const Part &part : parts()) {
+        const bool isOfIt = std::find(part.of.begin(), part.of.end(), id) != part.of.end();
+        if (isOfIt || (isAlarm && part.isOfAlarms)) bits |= bit;
+        bit <<= 1;
+    }
+    return bits;
+}
+
+DeckState DeckParameters::state(bool running, qint64 now)
+{
+    if (std::exchange(_made.running, running) != running) _stale = ~0U;
+    unsigned bit = 1;
+    for (const Part &part : parts()) {
+        if ((_stale & bit) != 0) (this->*part.make)();
+        bit <<= 1;
+    }
+    _stale = 0;
+    fillControl(now);
+    return _made;
 }
 
 qint64 DeckParameters::nextEnd(qint64 now) const

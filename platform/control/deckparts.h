@@ -9,6 +9,7 @@
 #include "platform/store/config.h"
 
 #include <map>
+#include <span>
 
 /// What the store said last of each parameter that the state is made of. A value; composing waits for nobody.
 class DeckParameters
@@ -19,8 +20,9 @@ public:
     void load(Config &config);
     /// False when it was that already.
     bool set(eParam_t id, const StoreValue &value);
-    /// The parameters' part of a state; `now` in ms since 1970 ends what has its end.
-    void fill(DeckState &state, qint64 now) const;
+    /// A state with all that parameters tell; of a daemon that is there or not. `now` in ms since 1970 ends
+    /// what has its end. Only what has changed is worked out anew.
+    DeckState state(bool running, qint64 now);
     /// When the next owner or lock ends, ms since 1970; 0: none.
     qint64 nextEnd(qint64 now) const;
 
@@ -29,12 +31,28 @@ public:
     QString label(eParam_t id) const;
 
 private:
-    void fillAlarms(DeckState &state) const;
+    /// A part of the state that depends on some parameters: a row of the table in deckparts.cpp.
+    struct Part;
+    static std::span<const Part> parts();
+    static unsigned partsOf(eParam_t id);
+    void changed(eParam_t id) { _stale |= partsOf(id); }
+
+    void fillTransport();
+    void fillFormats();
+    void fillMedia();
+    void fillList();
+    void fillAlarms();
+    void fillControl(qint64 now);
+    void marksChangedOf(const QString &clip);
     double speed() const;
 
+    DeckState _made;
+    unsigned _stale = ~0U; ///< a bit for each part that is to be made anew
     std::map<eParam_t, StoreValue> _values;
     std::map<eParam_t, QString> _since; ///< of alarms that are up, ISO date
     double _askedSpeed = 1;
+    QJsonObject _marksChanged;
+    int _markChanges = 0;
 };
 
 /// What shared memory says of a frame. One thread at a time.

@@ -50,6 +50,7 @@ constexpr DeckField rows[] = {
     {"mode", "string", "", false, "remote: everybody may move the transport; local: only who sits at the machine", [](const DeckState &s) { return QJsonValue(s.mode); }},
     {"take", "object", "", false, "who began the take that runs: name, front, address, id, since; null: none runs", [](const DeckState &s) { return objectOrNull(s.take); }},
     {"list_revision", "string", "", false, "changes with the play list", [](const DeckState &s) { return QJsonValue(s.listRevision); }},
+    {"marks_changed", "object", "", false, "whose marks have changed last: clip (empty: any), count, which is another one each time; null: none since the panel began", [](const DeckState &s) { return objectOrNull(s.marksChanged); }},
     {"store_problem", "string", "", false, "why the store cannot be reached; empty: it can", [](const DeckState &s) { return QJsonValue(s.storeProblem); }},
 };
 // clang-format on

@@ -52,6 +52,7 @@ struct DeckState
     QString mode;
     QJsonObject take; ///< who began the take that runs; empty: none runs, or nobody knows
     QString listRevision;
+    QJsonObject marksChanged; ///< empty: no mark has changed since this program began
     QString storeProblem;
     quint64 revision = 0; ///< counts up with every published change
 

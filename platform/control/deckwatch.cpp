@@ -23,6 +23,8 @@ constexpr qint64 ms = QmxClock::nsPerMillisecond;
 constexpr qint64 frameLook = 4 * ms;
 constexpr qint64 daemonLook = 1000 * ms;
 constexpr qint64 idleLook = 30'000 * ms;
+/// Changes that follow one another as closely are told together.
+constexpr qint64 rowWithin = 1 * ms;
 /// Changes that may wait for the thread; more of them and all is read anew.
 constexpr size_t mostChanges = 4096;
 } // namespace
@@ -59,9 +61,13 @@ struct DeckWatch::Private : ConfigEventListener
     }
     void changed(eParam_t id, const StoreValue &value);
     void reload();
+    void publishAtOnce();
+    bool isReloadDue();
 
     // "deck-watch"
     void run();
+
+    // Whoever composes
     bool takeChanges();
     void lookForDaemon();
     DeckState compose();
@@ -84,6 +90,9 @@ struct DeckWatch::Private : ConfigEventListener
     ParameterListener parameterListener;
     std::mutex calling; ///< held during calls
 
+    std::mutex composing; ///< of what follows
+    qint64 publishedAtOnce = 0;
+    qint64 sleepsUntil = 0; ///< the thread, on the clock
     DeckParameters parameters;
     std::atomic<int> daemon = 0;
     qint64 lookedForDaemon = 0;
@@ -116,7 +125,21 @@ void DeckWatch::Private::changed(eParam_t id, const StoreValue &value)
     }
     if (const ParamDescriptor *descriptor = GetDescriptor(id); told && descriptor)
         told(QString::fromStdString(descriptor->name()), QString::fromStdString(descriptor->print(value)));
-    if (DeckParameters::concerns(id)) wake.interrupt();
+    if (DeckParameters::concerns(id)) publishAtOnce();
+}
+
+/// One change is told from here: another thread would have to be woken first. Of many in a row the others are
+/// left to that thread, which tells them together.
+void DeckWatch::Private::publishAtOnce()
+{
+    const std::unique_lock lock(composing, std::try_to_lock);
+    const qint64 now = environment.clock->now();
+    if (!lock || now - publishedAtOnce < rowWithin || isReloadDue()) return wake.interrupt();
+    publishedAtOnce = now;
+    takeChanges();
+    lookForDaemon();
+    publish(compose());
+    if (nextLook() < sleepsUntil) wake.interrupt(); // somebody's time in control ends sooner, say
 }
 
 void DeckWatch::Private::reload()
@@ -126,6 +149,13 @@ void DeckWatch::Private::reload()
         mustReload = true;
     }
     wake.interrupt();
+}
+
+/// The store is asked, on the thread that may wait.
+bool DeckWatch::Private::isReloadDue()
+{
+    const std::lock_guard lock(mutex);
+    return mustReload;
 }
 
 bool DeckWatch::Private::takeChanges()
@@ -156,10 +186,8 @@ void DeckWatch::Private::lookForDaemon()
 
 DeckState DeckWatch::Private::compose()
 {
-    DeckState state;
-    state.running = daemon != 0;
+    DeckState state = parameters.state(daemon != 0, environment.clock->wallTime() / ms);
     if (state.running) memory.fill(state);
-    parameters.fill(state, environment.clock->wallTime() / ms);
     state.storeProblem = QString::fromStdString(config->storeState());
     askForLength(state);
     if (!state.isInPlay()) state.grows = false;
@@ -227,14 +255,17 @@ void DeckWatch::Private::run()
     qint64 tick = -1;
     while (!isEnding) {
         wake.reset();
+        std::unique_lock lock(composing);
         const bool isTold = takeChanges();
         lookForDaemon();
         // A frame is told once: what belongs to it is in the memory a moment behind the tick.
         const qint64 now = daemon != 0 ? memory.tick() : -1;
         if (isTold || now != tick || daemon == 0 || *followers == 0) publish(compose());
         tick = now;
+        const qint64 until = sleepsUntil = nextLook();
+        lock.unlock();
         if (isEnding) break;
-        environment.clock->sleepUntil(nextLook(), &wake);
+        environment.clock->sleepUntil(until, &wake);
     }
 }
 
@@ -250,9 +281,12 @@ DeckWatch::DeckWatch(const QString &client) : d(std::make_unique<Private>(client
         return;
     }
     d->config->addListener(d.get());
-    d->takeChanges();
-    d->lookForDaemon();
-    d->publish(d->compose());
+    {
+        const std::lock_guard lock(d->composing);
+        d->takeChanges();
+        d->lookForDaemon();
+        d->publish(d->compose());
+    }
     const QmxError error = QmxEnvironment::current().threads->start(
         QStringLiteral("deck-watch"), [this] { d->run(); }, d->thread);
     if (error.isError()) qmxLogOutput(1, "deckwatch", __LINE__, "%s\n", qPrintable(error.toString()));

@@ -10,13 +10,14 @@
 /// at the deck's own rate while anybody follows. Nothing polls the store. Nobody follows: the thread sleeps
 /// until the store tells something.
 ///
-/// Threads: "deck-watch" composes and publishes, "deck-clip" asks the disk for the length of a clip. state()
-/// and refreshed() may be called from any thread.
+/// Threads: "deck-watch" composes and publishes, of a single change the store's thread itself; "deck-clip"
+/// asks the disk for the length of a clip. state() and refreshed() may be called from any thread.
 class DeckWatch
 {
 public:
     using State = std::shared_ptr<const DeckState>;
-    /// Called on "deck-watch" after each publication, one call at a time; must be quick and must not wait.
+    /// Called on the thread that published, after each publication, one call at a time; must be quick and
+    /// must not wait.
     using Listener = std::function<void(const State &before, const State &now)>;
 
     /// `client` names this program to the store; it must not be the name under which it performs verbs, or it

@@ -2,6 +2,7 @@
 #include "platform/control/ownership.h"
 
 #include "platform/control/transportanswers.h"
+#include "platform/control/verbs_take.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/eparamcontrol.h"
@@ -88,9 +89,12 @@ std::optional<Answer> Ownership::refusal(const VerbRow &row, const Request &requ
 std::optional<Answer> Ownership::endsTake(const VerbRow &row, const Request &request, const Who &who) const
 {
     if (!row.has(VerbRow::EndsTake) && !row.has(VerbRow::StopsTake)) return {};
-    if (request.force || !isRecording(_recorder)) return {};
+    if (request.force) return {};
     const unsigned protection = _recorder.number(eParam_TakeProtection);
     if (protection == Off || (protection == Network && !who.isNetwork())) return {};
+    const auto beginner = takeOnItsWay(_recorder);
+    const bool isOwn = row.has(VerbRow::StopsTake) && beginner && beginner->identity() == who.identity();
+    if (isOwn || !takeRunsOrBegins(_recorder)) return {};
     if (row.has(VerbRow::EndsTake))
         return Answer::refused(Cause::Deck, "take_runs", "a take is being recorded",
                                "end it first with: xpctl stop");

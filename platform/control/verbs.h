@@ -92,6 +92,8 @@ struct VerbRow
     int effectWithin;     ///< ms; 0: as long as it takes
     const char *refusals; ///< codes that this verb itself can have, separated by blanks
     Answer (*run)(const VerbCall &call);
+    /// How a shell asks for it where that is part of another command; null: by the verb's own name.
+    const char *shellForm = nullptr;
 
     bool has(Trait trait) const { return (traits & unsigned(trait)) != 0; }
     /// What one has to be to do it.

@@ -12,7 +12,7 @@ namespace {
 /// Nothing, or that a take runs, which no verb but stop shall end; with force it is ended here.
 std::optional<Answer> takeRuns(const VerbCall &call)
 {
-    if (!isRecording(call.recorder)) return {};
+    if (!takeRunsOrBegins(call.recorder)) return {};
     if (call.request.force) {
         const Answer ended = endOfTake(call.recorder);
         return ended.isDone() ? std::nullopt : std::optional(ended);

@@ -21,7 +21,7 @@ constexpr int listEvery = 700;
 std::optional<Answer> whyNot(const VerbCall &call)
 {
     const Recorder &recorder = call.recorder;
-    if (isRecording(recorder))
+    if (takeRunsOrBegins(recorder))
         return Answer::refused(Cause::Deck, "take_runs", "a take is being recorded on this deck",
                                "play it on another deck on the same medium, or end it with: xpctl stop");
     if (recorder.value<PlaybackSource>(eParam_PlaybackSource) != PlaybackSource::CurrentClip)

@@ -4,9 +4,13 @@
 
 #include "platform/control/ownership.h"
 #include "platform/control/transportanswers.h"
+#include "platform/store/eparamcontrol.h"
 #include "platform/store/localcommands.h"
 #include "platform/store/values.h"
 
+#include <QJsonDocument>
+
+#include <algorithm>
 #include <cmath>
 
 #include <sys/statfs.h>
@@ -216,10 +220,60 @@ Answer performRecord(const VerbCall &call)
     return answer;
 }
 
+namespace {
+/// ms from the order to the status that tells it, on a busy machine.
+constexpr int beginsWithin = 1500;
+
+/// Who has asked for a take, when nothing that moves the transport was asked for since.
+struct TakeOrder
+{
+    Who who;
+    qint64 age = 0; ///< ms
+};
+std::optional<TakeOrder> lastTakeOrder(const Recorder &recorder)
+{
+    const QJsonObject last = QJsonDocument::fromJson(recorder.text(eParam_ControlVerb).toUtf8()).object();
+    const QString verb = last["verb"].toString();
+    if (verb != QLatin1String("record") && !verb.startsWith(QLatin1String("record "))) return {};
+    TakeOrder order{Who::fromJson(last), recorder.timeOfDay() - last["time"].toInteger()};
+    order.who.id = last["operator"].toString();
+    return order.age < 0 ? std::nullopt : std::optional(order);
+}
+
+/// Stops a take that may be on its way: the daemon drops a stop that comes while it is changing its mode, and
+/// the status tells of a take only behind that. Whoever asked for it does not ask again, now that somebody
+/// else has come. True when it has begun.
+bool stopTheTakeToCome(Recorder &recorder, qint64 orderedBefore)
+{
+    constexpr qint64 atLeast = 300; // ms
+    const qint64 takes = recorder.counter("takes_opened");
+    const auto hasBegun = [&] { return isRecording(recorder) || recorder.counter("takes_opened") > takes; };
+    return give(recorder, TransportCommand::Stop).isEmpty() &&
+           recorder.waitFor(hasBegun, int(std::max(atLeast, beginsWithin - orderedBefore)));
+}
+} // namespace
+
+std::optional<Who> takeOnItsWay(const Recorder &recorder)
+{
+    if (isRecording(recorder)) return {};
+    const auto order = lastTakeOrder(recorder);
+    return order && order->age <= beginsWithin ? std::optional(order->who) : std::nullopt;
+}
+
+bool takeRunsOrBegins(const Recorder &recorder)
+{
+    const auto isDecided = [&recorder] { return !takeOnItsWay(recorder); };
+    if (!isDecided()) recorder.waitFor(isDecided, Wait::effectWithin);
+    return isRecording(recorder);
+}
+
 Answer performStop(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
-    if (isRecording(recorder)) {
+    const auto order = lastTakeOrder(recorder);
+    const bool mayCome = order && order->age < Wait::repeatFor + Wait::effectWithin && !isRecording(recorder);
+    const bool hasCome = mayCome && stopTheTakeToCome(recorder, order->age);
+    if (hasCome || isRecording(recorder)) {
         if (!call.request.wait) {
             const QString reason = give(recorder, TransportCommand::Stop);
             return reason.isEmpty() ? Answer::done() : storeError(reason);

@@ -6,6 +6,10 @@
 
 /// Stops the take that runs and waits until its clip is closed.
 Answer endOfTake(Recorder &recorder);
+/// Who has asked for a take a moment ago that the status does not tell yet; it may be refused still.
+std::optional<Who> takeOnItsWay(const Recorder &recorder);
+/// A take runs; of one on its way it is waited for.
+bool takeRunsOrBegins(const Recorder &recorder);
 /// Why no take could begin now, as far as that can be told before: nothing stands in its way when it is
 /// empty.
 std::optional<Answer> whyNoTake(Recorder &recorder);

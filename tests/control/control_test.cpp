@@ -6,7 +6,9 @@
 #include "tests/support/print.h"
 #include "tests/support/testfiles.h"
 
+#include "platform/store/alarmvalue.h"
 #include "platform/store/eparamcontrol.h"
+#include "platform/store/eparamreplay.h"
 
 #include <QJsonDocument>
 #include <QRegularExpression>
@@ -106,12 +108,36 @@ TEST(DeckState, tellsTheSpeedThatWasAskedForWhenTheStatusFits)
         DeckParameters parameters;
         parameters.set(eParam_TransportSpeed, StoreValue::fromString(row.asked));
         parameters.set(eParam_TransportStatus, StoreValue::fromUnsigned(row.status));
-        DeckState state;
-        state.running = true;
-        parameters.fill(state, 0);
+        const DeckState state = parameters.state(true, 0);
         EXPECT_EQ(state.speed, row.speed) << row.status << " " << row.asked;
         DeckState later = state;
         later.tick = 7;
         EXPECT_EQ(later.changesSince(state), (QJsonObject{{"tick", 7}}));
     }
+}
+
+TEST(DeckState, isMadeAnewWhereSomethingHasChanged)
+{
+    CreateDescriptors();
+    DeckParameters parameters;
+    DeckState before = parameters.state(true, 0);
+    EXPECT_TRUE(before.marksChanged.isEmpty());
+    const auto changes = [&](eParam_t id, const StoreValue &value, qint64 now = 0) {
+        parameters.set(id, value);
+        const DeckState state = parameters.state(true, now);
+        return state.changesSince(std::exchange(before, state));
+    };
+    for (const int count : {1, 2})
+        EXPECT_EQ(changes(eParam_MarksChanged, StoreValue::fromString("a.mov")),
+                  (QJsonObject{{"marks_changed", QJsonObject{{"clip", "a.mov"}, {"count", count}}}}));
+    EXPECT_EQ(changes(eParam_RecordTimeLeft, StoreValue::fromUnsigned(7)),
+              (QJsonObject{{"medium_seconds_left", 7}}));
+    EXPECT_EQ(changes(eParam_TransportStatus, StoreValue::fromUnsigned(2))["status"], "recording");
+    for (const std::string &raised : {alarmValue(AlarmSeverity::Error, "no input"), std::string()})
+        EXPECT_EQ(changes(eParam_AlarmRecordInhibited, StoreValue::fromData(raised))["alarms"],
+                  raised.empty() ? 0 : 1);
+    const Ownership::Hold hold{{"anna", "http", "", ""}, 1000, 61000, 60};
+    const auto text = QJsonDocument(hold.toJson()).toJson().toStdString();
+    EXPECT_TRUE(changes(eParam_ControlOwner, StoreValue::fromString(text), 2000)["owner"].isObject());
+    EXPECT_TRUE(parameters.state(true, 61000).owner.isEmpty()) << "by time alone";
 }

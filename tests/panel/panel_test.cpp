@@ -57,7 +57,7 @@ TEST(Panel, letsInOwnPagesAndProgramsOnly)
         {"POST", {{"host", "localhost:1"}, {"origin", "null"}}, 403},
         {"GET", {{"host", "localhost:1"}, {"origin", "http://evil.example"}}, 403},
         {"POST", {{"host", "localhost:1"}, {"sec-fetch-site", "cross-site"}}, 403},
-        {"POST", {{"host", "localhost:1"}, {"sec-fetch-mode", "cors"}}, 0}, // a program's library
+        {"POST", {{"host", "localhost:1"}, {"sec-fetch-mode", "cors"}}, 403}, // whatever it tells
         {"GET",
          {{"host", "localhost:1"}, {"sec-fetch-site", "cross-site"}, {"sec-fetch-mode", "no-cors"}},
          403},

@@ -250,6 +250,21 @@ TEST_F(Deck, anEditIsOrderedAheadAndEndsByItself)
     view.index += 100;
     session.look(view, now);
     EXPECT_EQ(ask("61 20 91 12"), "71 20 80 11");
+    EXPECT_EQ(orders.last().verb, "stop") << "it may begin yet";
+    // Nor is one whole that somebody ends before its last frame, or of which nothing comes.
+    for (const bool begins : {true, false}) {
+        ask("20 65 85");
+        if (begins) view.takeFirst = view.index + 5;
+        ask("20 64 84");
+        view.motion = begins ? DeckView::Motion::Recording : DeckView::Motion::Stopped;
+        view.takeFrames = 0;
+        session.look(view, now);
+        EXPECT_EQ(ask("61 20 91 12"), "71 20 00 91");
+        view.motion = DeckView::Motion::Stopped;
+        view.index += begins ? 5 : 100;
+        session.look(view, now);
+        EXPECT_EQ(ask("61 20 91 12"), "71 20 80 11") << begins;
+    }
     ask("20 65 85");
     EXPECT_EQ(ask("61 20 91 12"), "71 20 00 91");
     view.motion = DeckView::Motion::Recording;

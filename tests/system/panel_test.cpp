@@ -59,6 +59,8 @@ TEST(Panel, aTakeIsSeenFromItsBeginToItsEndAndBelongsToWhoBeganIt)
         say media; ask $A/media; ask $A/vars; ask $A/alarms/history | tail -n 1; curl -s $A/../../metrics | grep '^xp_up'
         curl -s $A/picture.jpg -o $OUT/picture.jpg -D $OUT/head
         curl -s $A/openapi.json -o $OUT/openapi.json; curl -s $A/verbs -o $OUT/verbs.json
+        say right-behind; for stop in 'xpctl --json stop' 'post transport/stop' 'post transport/stop?wait=0'; do
+            post 'transport/record?wait=0' >/dev/null; $stop; await is transport_status stopped; done
         kill $watching
     )sh");
     const auto status = [&](const char *block) {
@@ -93,6 +95,8 @@ TEST(Panel, aTakeIsSeenFromItsBeginToItsEndAndBelongsToWhoBeganIt)
     EXPECT_EQ(status("file"), "416");
     EXPECT_EQ(status("list"), "412");
     EXPECT_EQ(status("media"), "xp_up 1");
+    EXPECT_EQ(said(result.out, "right-behind").count("\"frames\":"), 2)
+        << "a stop that comes before the take ends it: " << said(result.out, "right-behind").toStdString();
     EXPECT_TRUE(readAll(sandbox.out("picture.jpg")).startsWith("\xff\xd8"));
     EXPECT_TRUE(readAll(sandbox.out("head")).contains("X-Timecode: "));
 

@@ -24,10 +24,11 @@ bool NinepinSession::refusesRecord()
 QByteArray NinepinSession::editOn()
 {
     if (_view->index < 0 || refusesRecord()) return refused();
-    if (_edit == Edit::None && _view->motion != DeckView::Motion::Recording) {
-        move(Mode::None, 0.0);
-        beginEdit(_view->index + _options.editDelay);
-    }
+    if (_edit != Edit::None) return ack();
+    // A take has to end before its successor can be told its first frame.
+    if (_view->motion == DeckView::Motion::Recording) return refused();
+    move(Mode::None, 0.0);
+    beginEdit(_view->index + _options.editDelay);
     return ack();
 }
 
@@ -44,6 +45,7 @@ void NinepinSession::beginEdit(qint64 in)
     _editOut = 0;
     _automatic = false;
     _aborted = false;
+    _hasRecorded = false;
     give(DeckOrder::window, {{QStringLiteral("in"), QString::number(in)}});
     _takeOrder = give("record", {}, true);
 }
@@ -87,10 +89,16 @@ bool NinepinSession::hasLastFrame() const
            _view->index >= _editOut + codedWithin;
 }
 
+bool NinepinSession::isWhole() const
+{
+    return _view->takeFirst == _editIn && _view->takeFrames >= _editOut - _editIn;
+}
+
 void NinepinSession::followEdit()
 {
     if (_edit == Edit::None) return;
     const bool records = _view->motion == DeckView::Motion::Recording;
+    _hasRecorded = _hasRecorded || records;
     if (_edit == Edit::Armed && records) _edit = Edit::Recording;
     if (!_aborted && records && _view->takeFirst > _editIn) {
         _aborted = true;
@@ -99,10 +107,21 @@ void NinepinSession::followEdit()
                                                  "longer edit_delay in /etc/xp/remote.ini")
                                       .arg(_view->takeFirst - _editIn)}});
     }
-    if (_edit == Edit::Armed && _view->index > _editIn + latestStart) return abortEdit();
+    if (_edit == Edit::Armed && _view->index > _editIn + latestStart) {
+        abortEdit();
+        give("stop"); // it may begin yet, and nobody would end it
+        return;
+    }
     // Somebody has ended the take.
     if (_edit == Edit::Recording && !records) return abortEdit();
-    if (_edit != Edit::Ending || _view->index < _editOut || !hasLastFrame()) return;
+    if (_edit == Edit::Ending) followEnd(records);
+}
+
+void NinepinSession::followEnd(bool records)
+{
+    if (_hasRecorded && !records && !isWhole()) return abortEdit();
+    if (_view->index < _editOut || !hasLastFrame()) return;
+    if (!isWhole() && !_aborted) abortEdit();
     _edit = Edit::None;
     _automatic = false;
     give("stop");

@@ -91,7 +91,9 @@ private:
     void abortEdit();
     void abortSequence();
     void followEdit();
+    void followEnd(bool records);
     bool hasLastFrame() const;
+    bool isWhole() const; ///< the take has the frames of the edit, from the first one on
     void followSequence();
     void roll();
 
@@ -139,6 +141,7 @@ private:
     qint64 _editOut = 0; ///< 0: not known yet
     quint64 _takeOrder = 0;
     bool _automatic = false; ///< the edit was begun by a sequence
+    bool _hasRecorded = false; ///< the take of the edit has been seen to run
     bool _aborted = false;
 
     Sequence _sequence = Sequence::None;

@@ -5,7 +5,6 @@
 #include "bench/recorderunderbench.h"
 #include "bench/storelistener.h"
 
-#include "companions/panel/jpeg.h"
 #include "platform/control/control.h"
 #include "platform/store/configfactoryimpl.h"
 
@@ -18,8 +17,8 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <ctime>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -28,8 +27,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <jpeglib.h>
 
 namespace {
 constexpr int port = 8190;
@@ -196,155 +193,115 @@ QList<Figure> verbFigures(const PanelUnderBench &panel, int rounds)
     return {{"panel_verb", median(ours), "ms", median(theirs), "ms xpctl's own", 1.5}};
 }
 
-/// From a write until a client of events has it, beside a bare file, datagram and select.
+/// Tells when a value has come over a connection, read by a thread of its own, as a client does.
+class Hears
+{
+public:
+    Hears(int fd, QByteArray before) : _fd(fd), _before(std::move(before)), _thread([this] { run(); }) {}
+    ~Hears()
+    {
+        ::shutdown(_fd, SHUT_RDWR);
+        _thread.join();
+    }
+    Hears(const Hears &) = delete;
+    Hears &operator=(const Hears &) = delete;
+    void want(quint32 value)
+    {
+        _heard = 0;
+        _wanted = value;
+    }
+    /// Milliseconds from `begin` until the value that is wanted came; nothing: not within a second.
+    std::optional<double> since(qint64 begin) const
+    {
+        while (_heard == 0 && monotonicNs() - begin < qint64(1000 * nsPerMs))
+            ::usleep(20);
+        return _heard == 0 ? std::nullopt : std::optional(double(_heard - begin) / nsPerMs);
+    }
+
+private:
+    void run()
+    {
+        QByteArray bytes;
+        char buffer[65536];
+        for (ssize_t size = 0; (size = ::read(_fd, buffer, sizeof buffer)) > 0;) {
+            bytes.append(buffer, size);
+            if (const quint32 value = _wanted;
+                value != 0 && bytes.contains(_before + QByteArray::number(value))) {
+                _heard = monotonicNs();
+                bytes.clear();
+            }
+            if (bytes.size() > 1 << 20) bytes.clear();
+        }
+    }
+    const int _fd;
+    const QByteArray _before; ///< what stands before the value
+    std::atomic<qint64> _heard = 0;
+    std::atomic<quint32> _wanted = 0;
+    std::thread _thread;
+};
+
+/// A port of this machine at which one comes; the descriptors of both.
+struct Port
+{
+    Port()
+    {
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        const bool isOpen = ::bind(listener, reinterpret_cast<const sockaddr *>(&address), size) == 0 &&
+                            ::listen(listener, 1) == 0 &&
+                            ::getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size) == 0;
+        number = isOpen ? ntohs(address.sin_port) : 0;
+    }
+    ~Port()
+    {
+        if (peer >= 0) ::close(peer);
+        ::close(listener);
+    }
+    Port(const Port &) = delete;
+    Port &operator=(const Port &) = delete;
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    int peer = -1;
+    int number = 0;
+};
+
+/// From a write until a client of events has it. Beside it a bare file, datagram and select, and a process
+/// that passes on over TCP what it finds so, with nothing around it: an event has the same two ways to go.
 QList<Figure> eventFigures(RecorderUnderBench &recorder, int rounds)
 {
     const QString folder = QStringLiteral("/var/lib/xp/bench");
     QDir(folder).removeRecursively();
     QDir().mkpath(folder);
     BareStore bare(folder + "/bare.db", folder + "/bare.socket");
-    StoreListener listener({"bare", folder + "/bare.db", folder + "/bare.socket"});
+    Port relayed;
+    StoreListener listener(
+        {"bare", folder + "/bare.db", folder + "/bare.socket", QString::number(relayed.number)});
+    relayed.peer = ::accept(relayed.listener, nullptr, nullptr);
     Client client;
-    if (!client.upgrade("events")) return {};
-    std::atomic<qint64> heard = 0;
-    std::atomic<quint32> wanted = 0;
-    std::atomic<bool> ends = false;
-    std::thread listens([&] {
-        QByteArray bytes;
-        while (!ends && client.read(bytes)) {
-            const quint32 value = wanted;
-            if (value != 0 && bytes.contains("\"medium_seconds_left\":" + QByteArray::number(value))) {
-                heard = monotonicNs();
-                bytes.clear();
-            }
-            if (bytes.size() > 1 << 20) bytes.clear();
-        }
-    });
+    if (relayed.peer < 0 || !client.upgrade("events")) return {};
+    Hears events(client.fd(), "\"medium_seconds_left\":");
+    Hears relay(relayed.peer, {});
     constexpr quint32 first = 100'000'000; // no medium is that large
-    QList<double> ours, theirs;
+    QList<double> ours, theirs, store;
     for (quint32 value = first; value < first + quint32(rounds); ++value) {
-        heard = 0;
-        wanted = value;
+        events.want(value);
         qint64 begin = monotonicNs();
         recorder.write(eParam_RecordTimeLeft, value);
-        while (heard == 0 && monotonicNs() - begin < qint64(1000 * nsPerMs))
-            ::usleep(20);
-        if (heard != 0) ours.append(double(heard - begin) / nsPerMs);
+        if (const auto time = events.since(begin)) ours.append(*time);
+        relay.want(value);
         begin = monotonicNs();
         bare.write(value);
+        if (const auto time = relay.since(begin)) theirs.append(*time);
         Heard one;
         while (listener.next(one) && one.value != value) {}
-        theirs.append(double(one.ns - begin) / nsPerMs);
+        store.append(double(one.ns - begin) / nsPerMs);
     }
-    ends = true;
-    ::shutdown(client.fd(), SHUT_RDWR);
-    listens.join();
     return {{"panel_event", median(ours), "ms", median(theirs), "ms bare", 2.0},
+            {"panel_event_store", median(ours), "ms", median(store), "ms its first half", {}},
             {"panel_events_lost", double(rounds - ours.size()), "events", {}, {}, 0.0}};
 }
 
-/// Of this thread, in milliseconds: what else the machine does is no part of the figure.
-double cpuNow()
-{
-    timespec now = {};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / nsPerMs;
-}
-
-constexpr int pictureWidth = 640, pictureHeight = 352;
-constexpr int lines = 16; ///< of luma, in a row of blocks
-
-/// What the library takes and gives: the planes of a picture, whole blocks.
-struct Planes
-{
-    std::vector<JSAMPLE> of[3];
-    JSAMPROW rows[3][lines];
-    JSAMPARRAY parts[3] = {rows[0], rows[1], rows[2]};
-
-    Planes()
-    {
-        of[0].resize(size_t(pictureWidth) * pictureHeight);
-        of[1].resize(of[0].size() / 4);
-        of[2].resize(of[0].size() / 4);
-    }
-    JSAMPARRAY *at(size_t line)
-    {
-        for (size_t i = 0; i < lines; ++i)
-            rows[0][i] = of[0].data() + (line + i) * pictureWidth;
-        for (size_t part = 1; part < 3; ++part)
-            for (size_t i = 0; i < lines / 2; ++i)
-                rows[part][i] = of[part].data() + (line / 2 + i) * (pictureWidth / 2);
-        return parts;
-    }
-};
-
-/// The picture that a file holds.
-void read(const QByteArray &file, Planes &planes)
-{
-    jpeg_decompress_struct info = {};
-    jpeg_error_mgr errors;
-    info.err = jpeg_std_error(&errors);
-    jpeg_create_decompress(&info);
-    jpeg_mem_src(&info, reinterpret_cast<const unsigned char *>(file.constData()), ulong(file.size()));
-    jpeg_read_header(&info, TRUE);
-    info.raw_data_out = TRUE;
-    info.out_color_space = JCS_YCbCr;
-    jpeg_start_decompress(&info);
-    while (info.output_scanline < info.output_height)
-        jpeg_read_raw_data(&info, planes.at(info.output_scanline), lines);
-    jpeg_finish_decompress(&info);
-    jpeg_destroy_decompress(&info);
-}
-
-/// The library alone: the same picture in planes as it wants them.
-double bareJpeg(Planes &planes, int rounds)
-{
-    const double begin = cpuNow();
-    for (int round = 0; round < rounds; ++round) {
-        jpeg_compress_struct info = {};
-        jpeg_error_mgr errors;
-        info.err = jpeg_std_error(&errors);
-        jpeg_create_compress(&info);
-        unsigned char *out = nullptr;
-        unsigned long size = 0;
-        jpeg_mem_dest(&info, &out, &size);
-        info.image_width = pictureWidth;
-        info.image_height = pictureHeight;
-        info.input_components = 3;
-        info.in_color_space = JCS_YCbCr;
-        jpeg_set_defaults(&info);
-        jpeg_set_quality(&info, JpegMaker::defaultQuality, TRUE);
-        info.raw_data_in = TRUE;
-        info.dct_method = JDCT_IFAST;
-        jpeg_start_compress(&info, TRUE);
-        while (info.next_scanline < info.image_height)
-            jpeg_write_raw_data(&info, planes.at(info.next_scanline), lines);
-        jpeg_finish_compress(&info);
-        jpeg_destroy_compress(&info);
-        std::free(out);
-    }
-    return (cpuNow() - begin) / rounds;
-}
-
-/// Bars, a ramp and noise, in legal range.
-QmxPreviewPicture testPicture()
-{
-    QmxPreviewPicture picture;
-    picture.format = QStringLiteral("1920x1080p25");
-    picture.width = pictureWidth;
-    picture.height = pictureHeight;
-    quint32 noise = 1;
-    const auto jitter = [&noise] { return int((noise = noise * 1664525 + 1013904223) >> 29) - 4; };
-    for (int y = 0; y < pictureHeight; ++y)
-        for (int x = 0; x < pictureWidth; ++x)
-            picture.luma.append(char(60 + (x / 80) * 18 + y / 8 + jitter()));
-    for (int y = 0; y < pictureHeight / 2; ++y)
-        for (int x = 0; x < pictureWidth / 2; ++x) {
-            picture.cb.append(char(100 + (x / 40 * 37) % 60 + jitter() / 2));
-            picture.cr.append(char(100 + (x / 40 * 53) % 60 + jitter() / 2));
-        }
-    return picture;
-}
 } // namespace
 
 QList<Figure> benchPanel(int seconds)
@@ -358,26 +315,6 @@ QList<Figure> benchPanel(int seconds)
     QList<Figure> figures = verbFigures(panel, rounds);
     figures += eventFigures(recorder, rounds);
     return figures;
-}
-
-QList<Figure> benchPanelJpeg(int seconds)
-{
-    const QmxPreviewPicture picture = testPicture();
-    JpegMaker maker;
-    const QByteArray file = maker.make(picture);
-    if (file.isEmpty()) return {};
-    Planes planes;
-    read(file, planes);
-    QList<double> ours, theirs;
-    constexpr int rounds = 20;
-    for (int turn = 0; turn < std::clamp(seconds * 2, 10, 50); ++turn) {
-        const double begin = cpuNow();
-        for (int round = 0; round < rounds; ++round)
-            maker.make(picture);
-        ours.append((cpuNow() - begin) / rounds);
-        theirs.append(bareJpeg(planes, rounds));
-    }
-    return {{"panel_jpeg", median(ours), "ms", median(theirs), "ms libjpeg", 1.2}};
 }
 
 QList<Figure> benchPanelClients(int seconds)

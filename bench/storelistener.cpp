@@ -11,8 +11,10 @@
 #include <string>
 #include <vector>
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <hiredis/hiredis.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sqlite3.h>
 #include <sys/socket.h>
@@ -22,10 +24,14 @@
 
 namespace {
 
+void tell(const Heard &heard)
+{
+    if (::write(STDOUT_FILENO, &heard, sizeof heard) != sizeof heard) ::_exit(1);
+}
+
 void tell(quint32 value)
 {
-    const Heard heard{monotonicNs(), value};
-    if (::write(STDOUT_FILENO, &heard, sizeof heard) != sizeof heard) ::_exit(1);
+    tell(Heard{monotonicNs(), value});
 }
 
 class Teller : public ConfigEventListener
@@ -51,8 +57,41 @@ int listenToOurs(const std::string &uri)
     return 0;
 }
 
-int listenBare(const std::string &database, const std::string &path)
+/// Passes on what it hears as a line over TCP, too, when there is somebody at `port`.
+class Relay
 {
+public:
+    explicit Relay(int port) : _fd(port > 0 ? ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0) : -1)
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const int on = 1;
+        if (_fd < 0) return;
+        ::connect(_fd, reinterpret_cast<const sockaddr *>(&address), sizeof address);
+        ::setsockopt(_fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    }
+    ~Relay()
+    {
+        if (_fd >= 0) ::close(_fd);
+    }
+    Relay(const Relay &) = delete;
+    Relay &operator=(const Relay &) = delete;
+    void pass(quint32 value) const
+    {
+        if (_fd < 0) return;
+        const std::string line = std::to_string(value) + '\n';
+        if (::write(_fd, line.data(), line.size()) < 0) ::_exit(1);
+    }
+
+private:
+    const int _fd;
+};
+
+int listenBare(const std::string &database, const std::string &path, int port)
+{
+    const Relay relay(port);
     sqlite3 *handle = nullptr;
     sqlite3_stmt *newer = nullptr;
     const int fd = ::socket(AF_UNIX, SOCK_DGRAM, 0);
@@ -71,7 +110,9 @@ int listenBare(const std::string &database, const std::string &path)
         sqlite3_bind_int64(newer, 1, cursor);
         while (sqlite3_step(newer) == SQLITE_ROW) {
             cursor = sqlite3_column_int64(newer, 0);
-            tell(static_cast<quint32>(sqlite3_column_int64(newer, 1)));
+            const Heard heard{monotonicNs(), static_cast<quint32>(sqlite3_column_int64(newer, 1))};
+            relay.pass(heard.value);
+            tell(heard);
         }
         sqlite3_reset(newer);
     }
@@ -111,7 +152,8 @@ int runStoreListener(const QStringList &arguments)
     const QString role = arguments.value(0);
     const std::string first = arguments.value(1).toStdString();
     if (role == QLatin1String("ours")) return listenToOurs(first);
-    if (role == QLatin1String("bare")) return listenBare(first, arguments.value(2).toStdString());
+    if (role == QLatin1String("bare"))
+        return listenBare(first, arguments.value(2).toStdString(), arguments.value(3).toInt());
     if (role == QLatin1String("bare-redis")) return listenBareRedis(arguments.value(1).toInt());
     return 2;
 }

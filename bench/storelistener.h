@@ -15,8 +15,8 @@ struct Heard
 
 /// Another process that listens for changes: this program, started with a role.
 ///
-/// Roles: `ours URI`, a client of the store; `bare DATABASE SOCKET`, one datagram and one select for each
-/// change; `bare-redis PORT`, one XREAD.
+/// Roles: `ours URI`, a client of the store; `bare DATABASE SOCKET [PORT]`, one datagram and one select for
+/// each change, and a line to whoever listens at PORT of this machine; `bare-redis PORT`, one XREAD.
 class StoreListener
 {
 public:

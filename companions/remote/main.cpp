@@ -13,6 +13,7 @@
 #include <QCoreApplication>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -77,6 +78,8 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "xpremote: %s\n", qPrintable(problem));
         return usageStatus;
     }
+    // A peer that has gone is an error of a write, not the end of all ports.
+    std::signal(SIGPIPE, SIG_IGN);
     if (!foreground) Daemonizer::daemonize("Xpremote", endProgram, nullptr, true);
     const QmxPlaces places = *QmxEnvironment::current().places;
     QmxLockFile lock(places.remoteLock);

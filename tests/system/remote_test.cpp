@@ -83,6 +83,9 @@ TEST_F(Remote, linesAndFadersDriveTheDeck)
         say clients
         for i in {5..36}; do eval "exec $((i + 10))<>/dev/tcp/127.0.0.1/9993"; printf 'ping\n' >&$((i + 10)); done
         for i in {5..36}; do read -rt 20 got <&$((i + 10)); echo "$got"; done | sort | uniq -c
+        say rude; for i in {1..5}; do # who does not wait for the answer
+            head -c 65536 /dev/urandom >/dev/tcp/127.0.0.1/9901 || true; yes help | head -n 2000 >/dev/tcp/127.0.0.1/9993 || true; done 2>/dev/null
+        line ping
         say figures
         await 'xpctl metrics | grep -q "^xp_remote_malformed_total.*udp:9000.* 1$"'
         xpctl metrics | grep -E '^xp_remote_(replies|undefined|malformed)_total'; xpctl doctor | grep remote
@@ -99,6 +102,7 @@ TEST_F(Remote, linesAndFadersDriveTheDeck)
         EXPECT_TRUE(wrong.contains(part)) << part << wrong.constData();
     EXPECT_TRUE(said(out, "notify").contains("status: still")) << out.constData();
     EXPECT_TRUE(said(out, "osc").startsWith("/xp/state/")) << out.constData();
+    EXPECT_EQ(said(out, "rude"), "200 ok\n");
     EXPECT_TRUE(said(out, "clients").contains("32 200 ok")) << said(out, "clients").constData();
     EXPECT_TRUE(said(out, "figures").contains("tcp:9993 127.0.0.1")) << out.constData();
 }

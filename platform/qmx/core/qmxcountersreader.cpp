@@ -5,6 +5,8 @@
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
 
+#include <QHash>
+
 #include <cstring>
 
 using namespace QmxCountersLayout;
@@ -16,6 +18,7 @@ struct QmxCountersReader::Private
     quint32 headerSize = 0;
     quint32 rowSize = 0;
     quint32 count = 0;
+    QHash<QString, quint32> found; ///< rows that have been asked for
 
     bool makesSense();
     const Header *header() const { return reinterpret_cast<const Header *>(memory->data()); }
@@ -44,6 +47,7 @@ bool QmxCountersReader::open(const QString &name)
 {
     d->memory = QmxSharedMemory::open(name, QmxSharedMemory::Access::Read, sizeof(Header));
     if (d->memory && !d->makesSense()) d->memory.reset();
+    d->found.clear();
     return d->memory != nullptr;
 }
 
@@ -66,11 +70,15 @@ QList<QmxCountersReader::Counter> QmxCountersReader::counters() const
 
 qint64 QmxCountersReader::value(const QString &name) const
 {
+    if (!d->memory) return 0;
+    if (const auto known = d->found.constFind(name); known != d->found.constEnd())
+        return d->row(*known)->value.load(std::memory_order_relaxed);
     const QByteArray wanted = name.toLatin1();
-    for (quint32 i = 0; d->memory && i < d->count; ++i) {
+    for (quint32 i = 0; i < d->count; ++i) {
         const Row *row = d->row(i);
-        if (std::strncmp(row->name, wanted.constData(), sizeof(row->name)) == 0)
-            return row->value.load(std::memory_order_relaxed);
+        if (std::strncmp(row->name, wanted.constData(), sizeof(row->name)) != 0) continue;
+        d->found.insert(name, i);
+        return row->value.load(std::memory_order_relaxed);
     }
     return 0;
 }

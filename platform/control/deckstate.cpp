@@ -4,18 +4,21 @@
 #include <vector>
 
 namespace {
-template <auto Member> QJsonValue plain(const DeckState &state)
+template <auto Member>
+QJsonValue plain(const DeckState &state)
 {
     return QJsonValue(state.*Member);
 }
 
-template <auto Member> QJsonValue objectOrNull(const DeckState &state)
+template <auto Member>
+QJsonValue objectOrNull(const DeckState &state)
 {
     const QJsonObject &object = state.*Member;
     return object.isEmpty() ? QJsonValue() : QJsonValue(object);
 }
 
-template <auto Member> bool isSame(const DeckState &a, const DeckState &b)
+template <auto Member>
+bool isSame(const DeckState &a, const DeckState &b)
 {
     return a.*Member == b.*Member;
 }

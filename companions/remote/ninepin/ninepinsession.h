@@ -140,7 +140,7 @@ private:
     qint64 _editIn = 0;  ///< index of the video clock
     qint64 _editOut = 0; ///< 0: not known yet
     quint64 _takeOrder = 0;
-    bool _automatic = false; ///< the edit was begun by a sequence
+    bool _automatic = false;   ///< the edit was begun by a sequence
     bool _hasRecorded = false; ///< the take of the edit has been seen to run
     bool _aborted = false;
 

@@ -4,15 +4,13 @@
 #include "platform/product/clipcache.h"
 #include "platform/product/clipnames.h"
 #include "platform/product/clipscan.h"
-#include "platform/product/givenclips.h"
 #include "platform/product/mediumhelper.h"
 #include "platform/product/sharedclipsource.h"
 #include "platform/product/startorders.h"
 #include "platform/product/takesequel.h"
 #include "platform/product/takesettings.h"
-#include "platform/qmx/core/qmxnextclip.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxrecordtable.h"
-#include "platform/qmx/core/qmxtakesequel.h"
 #include "platform/store/config.h"
 
 #include <QFileInfo>
@@ -187,10 +185,11 @@ ClipFinder::ClipFinder(Config *config) : d(std::make_unique<Private>(config))
     const std::string folder = config ? text(config, eParam_ActiveMediaPath) : std::string();
     if (!folder.empty()) d->list(folder, firstLook);
     if (!config) return;
-    d->namer = QmxNextClip::instance()->setNamer([this](const QString &path) { return clipAfter(path); });
+    d->namer =
+        d->environment.deck->nextClip.setNamer([this](const QString &path) { return clipAfter(path); });
     followTakeSettings(config, &d->context);
     followStartOrders(config);
-    QmxTakeSequel::instance().setFinder(takeMayGoOnIn);
+    d->environment.deck->takeSequel.setFinder(takeMayGoOnIn);
 }
 
 ClipFinder::~ClipFinder() = default;
@@ -207,7 +206,7 @@ std::list<Clip> ClipFinder::findClips(bool playableOnly, bool playListOnly, bool
         d->list(folder);
         listed = playListOnly ? clipsOfPlayList(d->clips, names) : d->clips;
     }
-    GivenClips::instance().clear();
+    d->environment.deck->givenClips.clear();
     std::list<Clip> result(listed->begin(), listed->end());
     if (!sorted && !playListOnly)
         result.sort([](const Clip &a, const Clip &b) { return a.getName() < b.getName(); });

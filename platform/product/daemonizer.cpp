@@ -3,7 +3,7 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxheartbeat.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>
@@ -81,7 +81,7 @@ void feedOnce()
     if (silent.isEmpty())
         notify("WATCHDOG=1\n", MSG_DONTWAIT);
     else
-        qmxLogOutput(1, "daemonizer", __LINE__,
+        qmxLogOutput(QmxLogLevel::Error, "daemonizer", __LINE__,
                      "%s stands still; the service manager is not told that all is well\n",
                      qPrintable(silent));
 }

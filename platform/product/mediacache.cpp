@@ -2,7 +2,6 @@
 #include "platform/product/mediacache.h"
 
 #include "platform/product/clipscan.h"
-#include "platform/product/givenclips.h"
 #include "platform/product/mediumhelper.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
@@ -18,8 +17,8 @@ std::string nameOf(const std::string &path)
 
 bool kel::media::MediaCache::GrokClip(Clip &clip, std::string path, bool exact)
 {
-    if (path.empty() || (!exact && GivenClips::instance().contains(path))) return false;
     const QmxEnvironment environment = QmxEnvironment::current();
+    if (path.empty() || (!exact && environment.deck->givenClips.contains(path))) return false;
     if (const auto recording = environment.deck->recordTable.entry(QString::fromStdString(path))) {
         clip = Clip(nameOf(path), path, recording->frames, environment.clock->wallTime());
     } else {
@@ -28,6 +27,6 @@ bool kel::media::MediaCache::GrokClip(Clip &clip, std::string path, bool exact)
         if (!found || !*found) return false;
         clip = **found;
     }
-    GivenClips::instance().add(path);
+    environment.deck->givenClips.add(path);
     return true;
 }

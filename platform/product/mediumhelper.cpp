@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/product/mediumhelper.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 
 #include <algorithm>
@@ -81,8 +81,9 @@ bool MediumHelper::ask(const std::string &medium, std::function<void()> question
     }
     if (environment.clock->isStepped()) wait = std::max(wait, steppedLimit);
     if (lane->changed.wait_for(lock, wait, [&] { return lane->answered == number; })) return true;
-    qmxLogOutput(2, module, __LINE__, "%s does not answer%s; it is not asked again until it does\n",
-                 medium.c_str(), which == Lane::Room ? "" : " what is on it");
+    qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
+                 "%s does not answer%s; it is not asked again until it does\n", medium.c_str(),
+                 which == Lane::Room ? "" : " what is on it");
     return false;
 }
 

@@ -3,7 +3,7 @@
 
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/config.h"
 #include "platform/store/eparamreplay.h"
 
@@ -22,7 +22,8 @@ public:
         if (order)
             QmxEnvironment::current().deck->startOrders.give(*order);
         else
-            qmxLogOutput(2, "startorders", __LINE__, "'%s' says of no clip where to begin\n", value.c_str());
+            qmxLogOutput(QmxLogLevel::Warning, "startorders", __LINE__,
+                         "'%s' says of no clip where to begin\n", value.c_str());
     }
 };
 

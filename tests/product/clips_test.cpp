@@ -6,7 +6,6 @@
 #include "platform/product/mediacache.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxnextclip.h"
 #include "platform/store/configfactoryimpl.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/faultyfiles.h"
@@ -189,7 +188,7 @@ TEST_F(Clips, thatGoOnAheadNeedNoAnswerOfTheMediumAnyMore)
 {
     allowLog("mediumhelper");
     const auto files = FaultyFiles::install();
-    const QmxNextClip *ahead = QmxNextClip::instance();
+    const QmxNextClip *ahead = &QmxEnvironment::current().deck->nextClip;
     EXPECT_EQ(ahead->after(medium + "/a.mov"), "") << "no rollover is wanted";
     config->setUInt(eParam_RolloverEnabled, 1);
     EXPECT_EQ(ahead->after(rollover + "/a.mov"), "") << "it is there already";

@@ -4,7 +4,6 @@
 
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxnextclip.h"
 
 #include <QDir>
 
@@ -73,7 +72,7 @@ protected:
 
 TEST_F(StreamJoin, aStopRightAfterItLosesNothingHoweverSlowTheMediaAre)
 {
-    const auto namer = QmxNextClip::instance()->setNamer(
+    const auto namer = QmxEnvironment::current().deck->nextClip.setNamer(
         [this](const QString &path) { return path == first ? second : QString(); });
     ASSERT_EQ(rig.openForWrite(first), 0);
     record(25);
@@ -157,7 +156,8 @@ TEST_F(StreamJoin, aMediumThatRefusesTheSecondClipIsToldWithWhatItCost)
 
 TEST_F(StreamJoin, whatNobodyAsksForGoesAgain)
 {
-    const auto namer = QmxNextClip::instance()->setNamer([this](const QString &) { return second; });
+    const auto namer =
+        QmxEnvironment::current().deck->nextClip.setNamer([this](const QString &) { return second; });
     aFree = 120;
     ASSERT_EQ(rig.openForWrite(first), 0);
     record(25);

@@ -4,7 +4,6 @@
 
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxnextclip.h"
 
 #include <QDir>
 
@@ -225,7 +224,8 @@ TEST_F(StreamMirror, withoutAnyMediumTheTakeEndsOnceAndCountsWhatIsLost)
 TEST_F(StreamMirror, aRolloverMovesThePair)
 {
     const QString second = dir.file("c/t_R2.mov");
-    const auto namer = QmxNextClip::instance()->setNamer([&](const QString &) { return second; });
+    const auto namer =
+        QmxEnvironment::current().deck->nextClip.setNamer([&](const QString &) { return second; });
     aFree = 110;
     ASSERT_EQ(rig.openForWrite(dir.file("a/t.mov")), 0);
     record(50);

@@ -2,11 +2,14 @@
 #include "platform/qmx/core/qmxdeck.h"
 #include "tests/transport/transportrig.h"
 
+#include <algorithm>
+
 namespace {
 
 class OneOfTwo : public TransportRig
 {
 public:
+    using TransportRig::alarms;
     using TransportRig::environment;
     using TransportRig::files;
     using TransportRig::framesRecorded;
@@ -22,6 +25,12 @@ public:
         vtr().record();
     }
     qint64 counter(QmxCounters::Row row) const { return environment.deck->counters.value(row); }
+    /// The medium's failure was told.
+    bool isWarned() const
+    {
+        return std::any_of(alarms.begin(), alarms.end(),
+                           [](const QmxAlarm &one) { return one.id() == QmxId(1901) && one.isActive(); });
+    }
     bool records() const { return reported().mode().isInModeRecord(); }
 
     void TestBody() override {}
@@ -60,4 +69,5 @@ TEST(TwoRecorders, inOneProcessKnowNothingOfEachOther)
     EXPECT_TRUE(second.records());
     EXPECT_EQ(first.counter(QmxCounters::WriteErrors), 1);
     EXPECT_EQ(second.counter(QmxCounters::WriteErrors), 0);
+    EXPECT_TRUE(first.isWarned() && !second.isWarned());
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // One recorder plays what the other one is still recording.
 #include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxtakesequel.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
 
@@ -138,7 +137,7 @@ TEST_F(LivePlay, aRecorderThatStallsIsWaitedForWithoutADrop)
 TEST_F(LivePlay, theEndOfTheTakeIsTheEndAndARolloverIsNot)
 {
     const QString second = recorder.media.file("take_001_R2.mov");
-    QmxTakeSequel::instance().setFinder(
+    player.environment.deck->takeSequel.setFinder(
         [second](const QString &path) { return path == second ? QStringList() : QStringList(second); });
     order(QmxStartOrder::Place::Live);
     player.vtr().play(1.0);
@@ -157,5 +156,4 @@ TEST_F(LivePlay, theEndOfTheTakeIsTheEndAndARolloverIsNot)
     EXPECT_EQ(player.counter(QmxCounters::MaterialGrows), 0);
     EXPECT_EQ(onOutput(), player.counter(QmxCounters::MaterialFrames) - 1);
     EXPECT_EQ(player.counter(QmxCounters::FramesDroppedPlayback), 0);
-    QmxTakeSequel::instance().setFinder({});
 }

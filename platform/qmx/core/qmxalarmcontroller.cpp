@@ -1,41 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxalarmcontroller.h"
 
-#include <mutex>
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 
-namespace {
-
-struct Living
+QmxAlarmController::QmxAlarmController(QObject *parent)
+    : QObject(parent), _deck(QmxEnvironment::current().deck)
 {
-    std::mutex mutex;
-    QmxAlarmController *controller = nullptr;
-    QHash<QmxId, QmxAlarm> waiting; // posted while there is no controller
-};
-
-Living &living()
-{
-    static Living *const instance = new Living; // any thread may post until the very end
-    return *instance;
-}
-
-} // namespace
-
-QmxAlarmController::QmxAlarmController(QObject *parent) : QObject(parent)
-{
-    Living &l = living();
-    std::lock_guard lock(l.mutex);
-    l.controller = this;
-    for (const QmxAlarm &alarm : std::as_const(l.waiting))
-        QMetaObject::invokeMethod(
-            this, [this, alarm] { setAlarm(alarm); }, Qt::QueuedConnection);
-    l.waiting.clear();
+    _deck->alarms.connectTo(this);
 }
 
 QmxAlarmController::~QmxAlarmController()
 {
-    Living &l = living();
-    std::lock_guard lock(l.mutex);
-    if (l.controller == this) l.controller = nullptr;
+    _deck->alarms.disconnectFrom(this);
 }
 
 void QmxAlarmController::setAlarm(const QmxAlarm &alarm)
@@ -49,12 +26,36 @@ void QmxAlarmController::setAlarm(const QmxAlarm &alarm)
 
 void QmxAlarmController::post(const QmxAlarm &alarm)
 {
-    Living &l = living();
-    std::lock_guard lock(l.mutex);
-    QmxAlarmController *const controller = l.controller;
-    if (controller)
-        QMetaObject::invokeMethod(
-            controller, [controller, alarm] { controller->setAlarm(alarm); }, Qt::QueuedConnection);
+    QmxEnvironment::current().deck->alarms.post(alarm);
+}
+
+void QmxAlarmPost::connectTo(QmxAlarmController *controller)
+{
+    const std::lock_guard lock(_mutex);
+    _controller = controller;
+    for (const QmxAlarm &alarm : std::as_const(_waiting))
+        hand(alarm);
+    _waiting.clear();
+}
+
+void QmxAlarmPost::disconnectFrom(QmxAlarmController *controller)
+{
+    const std::lock_guard lock(_mutex);
+    if (_controller == controller) _controller = nullptr;
+}
+
+void QmxAlarmPost::post(const QmxAlarm &alarm)
+{
+    const std::lock_guard lock(_mutex);
+    if (_controller)
+        hand(alarm);
     else
-        l.waiting.insert(alarm.id(), alarm);
+        _waiting.insert(alarm.id(), alarm);
+}
+
+/// With the lock held.
+void QmxAlarmPost::hand(const QmxAlarm &alarm)
+{
+    QMetaObject::invokeMethod(
+        _controller, [to = _controller, alarm] { to->setAlarm(alarm); }, Qt::QueuedConnection);
 }

@@ -6,8 +6,12 @@
 #include <QHash>
 #include <QObject>
 
-/// The source of hardware alarms and the way out for the framework's own. Lives on the event loop; one
-/// exists at a time (the latest constructed answers for post()).
+#include <memory>
+
+struct QmxDeck;
+
+/// The source of hardware alarms and the way out for those of its recorder's streams (QmxDeck::alarms). Lives
+/// on the event loop; one a recorder (of several the latest constructed answers).
 class QmxAlarmController : public QObject
 {
     Q_OBJECT
@@ -19,13 +23,13 @@ public:
     /// Sets the state of an alarm; tells it (queued, never from inside the call) when it differs from the
     /// one before: a clear of what was never raised and an equal repeat tell nothing. Event loop only.
     void setAlarm(const QmxAlarm &alarm);
-    /// The same from any thread, through the living controller. While there is none the latest state of
-    /// each alarm is kept for the next.
+    /// The same from any thread, of what concerns the whole program: to the recorder of its environment.
     static void post(const QmxAlarm &alarm);
 
 signals:
     void alarmTriggered(const QmxAlarm &alarm);
 
 private:
+    const std::shared_ptr<QmxDeck> _deck;
     QHash<QmxId, QmxAlarm> _alarms;
 };

@@ -2,6 +2,7 @@
 #include "platform/qmx/core/qmxlog.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxlogstream.h"
 #include "platform/qmx/core/qmxlogwriter.h"
 #include "platform/qmx/core/qmxprintable.h"
@@ -119,6 +120,12 @@ void qmxLogOutput(int level, const char *source, int line, const char *format, .
     const QString text = QString::vasprintf(format, arguments);
     va_end(arguments);
     log->write(level, QString::fromUtf8(source), line, text);
+}
+
+void qmxLogText(int level, const char *source, int line, const QString &text)
+{
+    QmxLog *const log = QmxLog::defaultLog();
+    if (level <= log->level()) log->write(level, QString::fromUtf8(source), line, text);
 }
 
 void qmxLogOpenFile(const QString &path)

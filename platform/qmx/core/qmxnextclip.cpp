@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxnextclip.h"
 
-QmxNextClip *QmxNextClip::instance()
-{
-    static auto *const next = new QmxNextClip;
-    return next;
-}
-
 std::shared_ptr<void> QmxNextClip::setNamer(Namer namer)
 {
     auto token = std::make_shared<Namer>(std::move(namer));

@@ -13,8 +13,6 @@
 class QmxNextClip
 {
 public:
-    static QmxNextClip *instance();
-
     /// Gives the path of the clip that follows `path`; empty: the take would end there.
     using Namer = std::function<QString(const QString &path)>;
     /// The namer is asked until the token is dropped; the one set last counts.
@@ -24,6 +22,5 @@ public:
     QString after(const QString &path) const;
 
 private:
-    QmxNextClip() = default;
     std::weak_ptr<Namer> _namer;
 };

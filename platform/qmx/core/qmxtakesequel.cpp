@@ -3,12 +3,6 @@
 
 #include <utility>
 
-QmxTakeSequel &QmxTakeSequel::instance()
-{
-    static auto *const sequel = new QmxTakeSequel;
-    return *sequel;
-}
-
 void QmxTakeSequel::setFinder(Finder finder)
 {
     const std::lock_guard lock(_mutex);

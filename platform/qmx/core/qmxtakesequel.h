@@ -12,8 +12,6 @@
 class QmxTakeSequel
 {
 public:
-    static QmxTakeSequel &instance();
-
     /// Gives the paths, present or not, that a clip of the same take may have behind `path`; the likeliest
     /// first.
     using Finder = std::function<QStringList(const QString &path)>;

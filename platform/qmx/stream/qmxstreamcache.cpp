@@ -2,27 +2,30 @@
 #include "platform/qmx/stream/qmxstreamcache.h"
 
 #include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxloglevel.h"
+#include "platform/qmx/core/qmxtimecode.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreampeer.h"
-#include "platform/qmx/stream/streamhandover.h"
+#include "platform/qmx/stream/streampair.h"
 #include "platform/qmx/stream/streamreadahead.h"
 
 #include <QPointer>
 
+#include <deque>
 #include <utility>
 
-/// Deals out what the stream tells to the half that it concerns.
+/// What is read is the read-ahead's; frames that are written stay here while the writer's queue has no room.
 struct QmxStreamCache::Private : QmxStreamPeer
 {
-    explicit Private(QmxStreamCache *cache)
-        : q(cache), reading(environment, [this] { scheduleReady(); }), writing(environment)
-    {}
+    explicit Private(QmxStreamCache *cache) : q(cache), reading(environment, [this] { scheduleReady(); }) {}
 
     bool isWriting() const { return stream && stream->isOpen() && stream->isWritable(); }
     bool lastOpenWrites() const { return openMode == QmxStream::Write; }
     void scheduleReady();
-    void handOver(bool all) { writing.give(stream ? stream->writer() : nullptr, all); }
+    bool isFull() const;
+    void drop();
+    void handOver(bool all);
 
     void openBegins(int open, int mode) override;
     void opened(int open) override;
@@ -42,7 +45,10 @@ struct QmxStreamCache::Private : QmxStreamPeer
     int openMode = QmxStream::Read; ///< of the open asked for last
     bool readyPosted = false;
     StreamReadAhead reading;
-    StreamHandOver writing;
+    std::deque<QmxFrame> waiting; ///< for the writer
+    int accepted = 0;             ///< frames written since the open
+    qint64 dropped = 0;
+    bool failed = false; ///< the medium has: nothing is taken any more
 };
 
 void QmxStreamCache::Private::scheduleReady()
@@ -64,7 +70,10 @@ void QmxStreamCache::Private::openBegins(int open, int mode)
     if (mode == QmxStream::Write) {
         reading.closed();
         reading.forgetSeek();
-        writing.begin();
+        waiting.clear();
+        accepted = 0;
+        dropped = 0;
+        failed = false;
     } else {
         reading.begin();
     }
@@ -129,8 +138,39 @@ void QmxStreamCache::Private::roomCame()
 
 void QmxStreamCache::Private::writeFailed(const QmxError &error, bool fatal)
 {
-    if (fatal) writing.fail();
-    emit q->error(writing.accepted(), error);
+    if (fatal) {
+        failed = true;
+        dropped += qint64(waiting.size());
+        environment.deck->counters.add(QmxCounters::FramesDroppedCapture, qint64(waiting.size()));
+        waiting.clear();
+    }
+    emit q->error(accepted, error);
+}
+
+bool QmxStreamCache::Private::isFull() const
+{
+    return failed || int(waiting.size()) >= reading.size();
+}
+
+/// A frame came although there is no room.
+void QmxStreamCache::Private::drop()
+{
+    if (dropped++ == 0)
+        qmxLogOutput(QmxLogLevel::Error, "streamcache", __LINE__, "Frames are dropped: %s takes no more\n",
+                     qPrintable(stream->path()));
+    environment.deck->counters.add(QmxCounters::FramesDroppedCapture);
+}
+
+/// Gives the writer what it has room for, or everything.
+void QmxStreamCache::Private::handOver(bool all)
+{
+    StreamPair *const writer = stream ? stream->writer() : nullptr;
+    if (!writer) return;
+    while (!waiting.empty() && (all || writer->hasRoom())) {
+        writer->append(waiting.front());
+        waiting.pop_front();
+    }
+    environment.deck->counters.set(QmxCounters::CacheFrames, qint64(waiting.size()));
 }
 
 void QmxStreamCache::Private::streamGone()
@@ -169,7 +209,7 @@ void QmxStreamCache::setSpeed(double speed)
 
 int QmxStreamCache::position() const
 {
-    return d->lastOpenWrites() ? d->writing.accepted() : d->reading.position();
+    return d->lastOpenWrites() ? d->accepted : d->reading.position();
 }
 
 void QmxStreamCache::seek(int frame)
@@ -199,7 +239,7 @@ bool QmxStreamCache::atEndOfStream() const
 
 int QmxStreamCache::framesInCache() const
 {
-    return d->lastOpenWrites() ? d->writing.waiting() : d->reading.loaded();
+    return d->lastOpenWrites() ? int(d->waiting.size()) : d->reading.loaded();
 }
 
 QmxFrame QmxStreamCache::peek() const
@@ -215,20 +255,26 @@ QmxFrame QmxStreamCache::read()
 void QmxStreamCache::write(const QmxFrame &frame)
 {
     if (!d->isWriting()) {
-        qmxLogOutput(1, "streamcache", __LINE__, "A frame was written to a stream that is not open for it\n");
+        qmxLogOutput(QmxLogLevel::Error, "streamcache", __LINE__,
+                     "A frame was written to a stream that is not open for it\n");
         return;
     }
     if (cacheIsFull()) {
-        d->writing.drop(d->stream->path());
+        d->drop();
         return;
     }
-    d->writing.write(frame, d->stream->path());
+    // Before it is handed over: the timecode generator continues after this frame from now on.
+    QmxDeck &deck = *d->environment.deck;
+    deck.recordTable.frameWritten(
+        d->stream->path(), frame.meta().value(QmxIds::timecode).value<QmxTimecode>(), d->accepted == 0);
+    deck.counters.set(QmxCounters::CurrentClipFrames, ++d->accepted);
+    d->waiting.push_back(frame);
     d->handOver(false);
 }
 
 bool QmxStreamCache::cacheIsFull() const
 {
-    return d->isWriting() ? d->writing.isFull(d->reading.size()) : framesInCache() >= d->reading.size();
+    return d->isWriting() ? d->isFull() : framesInCache() >= d->reading.size();
 }
 
 void QmxStreamCache::pushCachedToPending(int)

@@ -4,19 +4,19 @@
 // what waits. So the next clip is opened before it is needed, told as open whether or not it is, its writer's
 // queue taking the frames, and the clip before is closed behind its back.
 #include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxnextclip.h"
 #include "platform/qmx/stream/qmxstreamprivate.h"
+
+#include <QPointer>
 
 namespace {
 /// What was opened ahead and not asked for so long after the clip before was closed, will not be.
 constexpr int aheadPatienceMs = 2000;
-constexpr int operationLimitMs = 9500;
 } // namespace
 
-bool QmxStream::Private::continuesTake(const QmxStreamAsk &ask) const
+bool QmxStream::Private::continuesTake(const StreamAsk &of) const
 {
     const quint64 take = environment.deck->recordTable.take();
-    return ask.writes && take != 0 && take == takeOfClosed;
+    return of.writes && take != 0 && take == takeOfClosed;
 }
 
 bool QmxStream::Private::isAtJoin() const
@@ -24,24 +24,23 @@ bool QmxStream::Private::isAtJoin() const
     return nextKnown && percentFree <= joinLevel && takeOfClosed != 0;
 }
 
-void QmxStream::Private::beginJoined(const QmxStreamAsk &ask)
+void QmxStream::Private::beginJoined()
 {
     aheadTime.stop();
     percentFree = 100;
     nextKnown = false;
     if (ahead && ahead->ask().path() == ask.path() && ahead->ask().clip.image == ask.clip.image) {
-        current = std::move(ahead);
-        current->begin(ask);
+        writer = std::move(ahead);
+        writer->begin(ask);
     } else {
         dropAhead();
-        current = std::make_unique<QmxStreamSession>(ask, q, this, benchmarkOn, environment);
-        current->open();
+        writer = makeWriter(ask);
+        writer->open();
     }
     deadline.start(operationLimitMs);
-    post.post([this, ask] {
-        if (state == State::Opening && current && current->ask().number == ask.number &&
-            !current->isCancelled())
-            openDone(ask, {}, {});
+    post([this, of = ask] {
+        if (state == State::Opening && writer && ask.number == of.number && !ask.cancelled)
+            openDone(of, {}, {});
     });
 }
 
@@ -52,24 +51,25 @@ void QmxStream::Private::openedLate(const QmxError &error)
         if (state == State::Open) deadline.stop();
         return;
     }
-    QmxStreamSession *const session = current.get();
-    session->setDead();
-    sessionFailed(session, error, true);
-    if (current.get() == session && state == State::Closing) closeDone();
+    StreamPair *const dead = writer.get();
+    dead->setDead();
+    const QPointer<QmxStream> alive(q);
+    writerFailed(dead, error, true);
+    if (alive && writer.get() == dead && state == State::Closing) closeDone();
 }
 
 /// The clip is written to its end and closed while the next one runs, or there is nothing to be closed.
 void QmxStream::Private::letGo()
 {
-    if (!current->isDead()) {
-        current->writer()->leaveFigures();
-        current->close();
-        leaving.push_back(std::move(current));
+    if (!writer->isDead()) {
+        writer->leaveFigures();
+        writer->close();
+        leaving.push_back(std::move(writer));
         aheadTime.start(aheadPatienceMs);
     } else {
         dropAhead();
     }
-    post.post([this] { closeDone(); });
+    post([this] { closeDone(); });
 }
 
 void QmxStream::Private::dropAhead()
@@ -84,19 +84,19 @@ void QmxStream::Private::dropAhead()
 
 void QmxStream::Private::openAhead(const QString &path)
 {
-    QmxStreamAsk ask = current->ask();
-    ask.number = 0; // nobody has asked
-    ask.source = *StreamReaderSource::fromDesc(path);
-    ahead = std::make_unique<QmxStreamSession>(ask, q, this, benchmarkOn, environment);
+    StreamAsk later = ask;
+    later.number = 0; // nobody has asked
+    later.source = *StreamReaderSource::fromDesc(path);
+    ahead = makeWriter(later);
     ahead->openAhead();
 }
 
-void QmxStream::Private::sessionLevel(QmxStreamSession *session, int percent)
+void QmxStream::Private::writerLevel(StreamPair *of, int percent)
 {
-    if (session != current.get() || state != State::Open || environment.deck->recordTable.take() == 0) return;
+    if (of != writer.get() || state != State::Open || environment.deck->recordTable.take() == 0) return;
     percentFree = percent;
     if (percent > aheadLevel) return;
-    const QString path = QmxNextClip::instance()->after(session->ask().path());
+    const QString path = environment.deck->nextClip.after(ask.path());
     if (ahead && ahead->ask().path() != path) dropAhead();
     nextKnown = !path.isEmpty();
     if (nextKnown && !ahead && path != refused) openAhead(path);

@@ -1,23 +1,33 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxalarm.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreampeer.h"
-#include "platform/qmx/stream/qmxstreamsession.h"
+#include "platform/qmx/stream/streamask.h"
+#include "platform/qmx/stream/streampair.h"
+#include "platform/qmx/stream/streamreader.h"
 
+#include <QTimer>
+
+#include <atomic>
 #include <list>
+#include <memory>
 #include <optional>
 
-/// The states of a stream and what leads from one to the next. Sessions do the work; this decides which of
-/// them counts, what is told, and in which order. Event loop only.
-struct QmxStream::Private : QmxStreamSession::Receiver
+/// The states of a stream and what leads from one to the next: which of what is open counts, what is told,
+/// and in which order. Event loop only.
+struct QmxStream::Private : StreamPair::Receiver
 {
     enum class State { Closed, Opening, Open, Closing };
 
     explicit Private(QmxStream *stream);
 
+    static constexpr const char *logSource = "stream";
+    /// An open or close that takes longer hangs in the kernel; ten seconds are promised.
+    static constexpr int operationLimitMs = 9500;
     /// The file of the next clip is made when the medium has so much left, in percent. A percent above the
     /// level from which the recorder may go on on the next medium at any moment.
     static constexpr int aheadLevel = 12;
@@ -25,45 +35,54 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     /// at 10 %, and measures at moments of its own.
     static constexpr int joinLevel = 11;
 
-    // What the calls ask for.
-    void begin(const QmxStreamAsk &ask);
+    // Opening (qmxstream.cpp). What emits may find the stream destroyed or doing something else afterwards.
+    void begin(const StreamAsk &of);
+    std::unique_ptr<StreamPair> makeWriter(const StreamAsk &of);
+    void makeReader();
+    void writerOpened(StreamPair *of, const QmxError &error) override;
+    void readerOpened(const QmxError &error, const QmxStreamInfo &told);
+    void openDone(StreamAsk of, QmxError error, const QmxStreamInfo &told);
+    void tellOpenFailed(const StreamAsk &of, const QmxError &error);
+    // Closing (qmxstreamclosing.cpp).
     void abandonCurrent();
     void dropNext();
+    void askClose();
     void cancelOpening();
     void beginClosing();
     void end();
-    void askClose();
+    void closeDone();
+    void deadlineReached();
+    void letGoOfClosed();
+    void forget(StreamPair *closed);
     // One clip of a take that follows another (qmxstreamjoin.cpp).
-    bool continuesTake(const QmxStreamAsk &ask) const;
+    bool continuesTake(const StreamAsk &of) const;
     bool isAtJoin() const;
-    void beginJoined(const QmxStreamAsk &ask);
+    void beginJoined();
     void openedLate(const QmxError &error);
     void letGo();
     void openAhead(const QString &path);
     void dropAhead();
-    // How it comes out. What emits may find the stream destroyed or doing something else afterwards.
-    void openDone(QmxStreamAsk ask, QmxError error, const QmxStreamInfo &told);
-    void closeDone();
-    void deadlineReached();
-    void tellOpenFailed(const QmxStreamAsk &ask, const QmxError &error);
+    // What a writer tells; it may be one that the stream has let go (qmxstreamwriting.cpp).
+    void writerClosed(StreamPair *of, const QmxError &error) override;
+    void writerFailed(StreamPair *of, const QmxError &error, bool fatal) override;
+    void writerLostCopy(const QmxError &why, const QString &left) override;
+    void writerRoom(StreamPair *of) override;
+    void writerLevel(StreamPair *of, int percentFree) override;
+    void writerWrote(qint64 microseconds) override;
+    // What the reader tells (qmxstreamreading.cpp).
+    void readerResults();
+    void readerGrown(const QString &ended);
+    void watchReader();
 
-    void sessionOpened(QmxStreamSession *session, const QmxError &error, const QmxStreamInfo &told) override;
-    void sessionClosed(QmxStreamSession *session) override;
-    void sessionLostCopy(const QmxError &why, const QString &left) override;
-    void sessionResults(QmxStreamSession *session) override;
-    void sessionGrown(QmxStreamSession *session, const QString &ended) override;
-    void sessionRoom(QmxStreamSession *session) override;
-    void sessionFailed(QmxStreamSession *session, const QmxError &error, bool fatal) override;
-    void sessionLevel(QmxStreamSession *session, int percentFree) override;
-    void sessionWrote(qint64 microseconds) override;
-    void sessionStalled(QmxStreamSession *session, bool stalled) override;
-    void forget(QmxStreamSession *session);
-    void letGoOfClosed();
+    bool hasCurrent() const { return reader || writer; }
+    void closeCurrent();
+    void letCurrentGo();
+    void post(std::function<void()> later);
+    void postAlarm(QmxId id, QmxAlarm::AlarmLevel level, const QString &text) const;
     void setToken(const QString &doing) { token = environment.deck->operations.begin(doing); }
 
     QmxStream *const q;
     const QmxEnvironment environment = QmxEnvironment::current();
-    QmxStreamPost post;
     QmxStreamPeer *peer = nullptr;
 
     QVariant desc;
@@ -76,18 +95,23 @@ struct QmxStream::Private : QmxStreamSession::Receiver
     std::shared_ptr<std::atomic<bool>> benchmarkOn = std::make_shared<std::atomic<bool>>(false);
 
     State state = State::Closed;
-    std::unique_ptr<QmxStreamSession> current;
-    std::optional<QmxStreamAsk> next; ///< waits until the close under way is done
+    StreamAsk ask; ///< of the current open, whose end is one of the two
+    StreamActor::Owned<StreamReader> reader;
+    std::unique_ptr<StreamPair> writer;
+    std::optional<StreamAsk> next; ///< waits until the close under way is done
     /// Record streams that were abandoned: they still write what they have, and close.
-    std::list<std::unique_ptr<QmxStreamSession>> leaving;
+    std::list<std::unique_ptr<StreamPair>> leaving;
     /// The clip that will follow the current one, opened before it is needed.
-    std::unique_ptr<QmxStreamSession> ahead;
+    std::unique_ptr<StreamPair> ahead;
     QString refused; ///< could not be opened ahead: not tried again
     bool nextKnown = false;
     int percentFree = 100;      ///< of the medium that is recorded on
     bool openedEarly = false;   ///< told as open, whether or not the file is
     quint64 takeOfClosed = 0;   ///< in which a record stream was closed last
     QTimer aheadTime;           ///< until what nobody asks for goes
+    QTimer growth;              ///< looks whether what is read has grown
+    QTimer watch;               ///< looks whether a read hangs
+    bool stalled = false;       ///< it does
     QmxOperations::Token token; ///< of the open or close in progress
     QTimer deadline;
     int pendingAtClose = 0; ///< frames not yet written when the close began, or was looked at last

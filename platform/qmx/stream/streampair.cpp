@@ -2,6 +2,7 @@
 #include "platform/qmx/stream/streampair.h"
 
 #include "platform/qmx/clip/qmxclipwriter.h"
+#include "platform/qmx/core/qmxdeck.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,6 +10,8 @@
 
 namespace {
 
+/// So that a picture is on the medium half a second after it was written, also when no other follows.
+constexpr int flushIntervalMs = 400;
 /// A copy that is so empty can stand for one that is full.
 constexpr double wellAhead = 0.5;
 /// The first copy of a stream that is being closed is the clip that everybody asks for next; so long they
@@ -22,48 +25,49 @@ constexpr int spareThreadsPerCopy = 2;
 
 } // namespace
 
-StreamPair::StreamPair(const QStringList &paths, const QmxClipInfo &info, const Events &events,
-                       const QmxStreamPost &post, const QmxEnvironment &environment)
-    : _events(events),
-      _post(post),
-      _tally(std::make_shared<StreamTally>(environment, int(paths.size()))),
-      _copies(size_t(paths.size()))
+StreamPair::StreamPair(const StreamAsk &ask, Receiver *receiver, QObject *listener,
+                       const std::shared_ptr<const std::atomic<bool>> &measured,
+                       const QmxEnvironment &environment)
+    : _ask(ask),
+      _receiver(receiver),
+      _tally(std::make_shared<StreamTally>(environment, int(ask.paths().size()))),
+      _copies(size_t(ask.paths().size()))
 {
-    environment.threads->keepSpare(spareThreadsPerCopy * int(paths.size()));
+    environment.threads->keepSpare(spareThreadsPerCopy * int(_copies.size()));
+    QObject::connect(&_flush, &QTimer::timeout, &_flush, [this] { flush(); });
     _patience.setSingleShot(true);
     QObject::connect(&_patience, &QTimer::timeout, &_patience, [this] { leaveBehind(); });
     _again.setSingleShot(true);
-    QObject::connect(&_again, &QTimer::timeout, &_again, [this] { _events.room(); });
+    QObject::connect(&_again, &QTimer::timeout, &_again, [this] { _receiver->writerRoom(this); });
+    const QStringList paths = ask.paths();
     for (int i = 0; i < int(paths.size()); ++i) {
         _copies[size_t(i)].path = paths[i];
-        makeWriter(i, info, environment);
+        makeWriter(i, listener, measured, environment);
     }
 }
 
-void StreamPair::makeWriter(int number, const QmxClipInfo &info, const QmxEnvironment &environment)
+void StreamPair::makeWriter(int number, QObject *listener,
+                            const std::shared_ptr<const std::atomic<bool>> &measured,
+                            const QmxEnvironment &environment)
 {
-    // The thread may outlive this object: it holds the post, which goes deaf, and touches nothing else.
     StreamWriter::Events events;
-    events.opened = [this, number, post = _post](const QmxError &error) {
-        post.post([this, number, error] { copyOpened(number, error); });
-    };
-    events.closed = [this, number, post = _post](const QmxError &error) {
-        post.post([this, number, error] { copyClosed(number, error); });
-    };
-    events.failed = [this, number, post = _post](const QmxError &error, bool fatal) {
-        post.post([this, number, error, fatal] { copyFailed(number, error, fatal); });
-    };
-    events.room = [this, post = _post] { post.post([this] { _events.room(); }); };
-    events.wrote = [wrote = _events.wrote, tally = _tally, number](qint64 microseconds) {
-        if (tally->speaks(number)) wrote(microseconds);
-    };
-    if (_events.level && number == 0)
-        events.level = [this, post = _post](int percent) {
-            post.post([this, percent] { _events.level(percent); });
-        };
+    events.opened = [this, number](const QmxError &error) { copyOpened(number, error); };
+    events.closed = [this, number](const QmxError &error) { copyClosed(number, error); };
+    events.failed = [this, number](const QmxError &error, bool fatal) { copyFailed(number, error, fatal); };
+    events.room = [this] { _receiver->writerRoom(this); };
+    events.wrote = [this](qint64 microseconds) { _receiver->writerWrote(microseconds); };
+    if (number == 0 && environment.deck->nextClip.isNamed())
+        events.level = [this](int percent) { _receiver->writerLevel(this, percent); };
     Copy &copy = _copies[size_t(number)];
-    copy.writer = std::make_unique<StreamWriter>(copy.path, info, events, environment,
-                                                 StreamWriter::Copy{_tally, number});
+    copy.writer = StreamActor::make<StreamWriter>(copy.path, _ask.clip, events, listener, environment,
+                                                  StreamWriter::Copy{_tally, number, measured});
+}
+
+void StreamPair::tellOpened(const QmxError &error)
+{
+    _fileOpen = !error.isError();
+    if (_fileOpen) _flush.start(flushIntervalMs);
+    _receiver->writerOpened(this, error);
 }
 
 int StreamPair::taking() const
@@ -85,21 +89,21 @@ void StreamPair::copyOpened(int number, const QmxError &error)
     if (copy.state == State::Gone) return; // left behind before
     if (!error.isError()) {
         if (copy.state == State::Opening) copy.state = State::Open;
-        if (!std::exchange(_openTold, true)) _events.opened({});
+        if (!std::exchange(_openTold, true)) tellOpened({});
         return;
     }
     copy.state = State::Gone;
     if (number == 0 || !_refusal.isError()) _refusal = error;
     if (const Copy *left = other(number)) {
-        _events.lost(error, left->path);
+        _receiver->writerLostCopy(error, left->path);
         if (_closeAsked) lookWhetherClosed();
     } else if (!std::exchange(_openTold, true)) {
         _closeTold = true; // what never was open is not closed either
-        _events.opened(_refusal);
+        tellOpened(_refusal);
     } else if (_closeAsked) {
         lookWhetherClosed();
     } else {
-        _events.failed(error, true);
+        _receiver->writerFailed(this, error, true);
     }
 }
 
@@ -111,7 +115,7 @@ void StreamPair::copyFailed(int number, const QmxError &error, bool fatal)
     if (fatal && other(number))
         letGo(number, error);
     else
-        _events.failed(error, fatal);
+        _receiver->writerFailed(this, error, fatal);
 }
 
 /// The take goes on in the other copy; this one becomes a clip that ends early.
@@ -122,7 +126,7 @@ void StreamPair::letGo(int number, const QmxError &why)
     const Copy *left = other(number);
     copy.state = State::Ending;
     copy.writer->giveUp();
-    if (left) _events.lost(why, left->path);
+    if (left) _receiver->writerLostCopy(why, left->path);
 }
 
 void StreamPair::copyClosed(int number, const QmxError &error)
@@ -134,7 +138,7 @@ void StreamPair::copyClosed(int number, const QmxError &error)
     copy.state = State::Gone;
     if (late) {
         if (const Copy *left = other(number))
-            _events.lost(error, left->path);
+            _receiver->writerLostCopy(error, left->path);
         else
             _closeError = error;
     }
@@ -148,11 +152,11 @@ void StreamPair::lookWhetherClosed()
     if (_closeTold) {
         if (busy) return;
         _patience.stop();
-        _events.done();
+        _receiver->writerClosed(this, {});
     } else if (!busy || _copies.front().whole) {
         _closeTold = true;
         if (busy) awaitRest();
-        _events.closed(_closeError);
+        _receiver->writerClosed(this, _closeError);
     } else if (_copies.back().whole) {
         _patience.start(firstCopyWaitMs);
     }
@@ -169,7 +173,7 @@ void StreamPair::leaveBehind()
     if (!_closeTold) { // the second copy is whole and stands for the first one, which is written on
         _closeTold = true;
         awaitRest();
-        _events.closed({});
+        _receiver->writerClosed(this, {});
         return;
     }
     // A take that began in the past may need longer to be written than is promised of one that did not.
@@ -185,10 +189,10 @@ void StreamPair::leaveBehind()
         copy.writer->abandon();
         const Copy *left = late ? other(i) : nullptr;
         if (left)
-            _events.lost({ETIMEDOUT, QStringLiteral("%1: the medium does not answer").arg(copy.path)},
-                         left->path);
+            _receiver->writerLostCopy(
+                {ETIMEDOUT, QStringLiteral("%1: the medium does not answer").arg(copy.path)}, left->path);
     }
-    _events.done();
+    _receiver->writerClosed(this, {});
 }
 
 void StreamPair::open()
@@ -203,10 +207,11 @@ void StreamPair::openAhead()
         copy.writer->openAhead();
 }
 
-void StreamPair::begin(const QmxClipInfo &info)
+void StreamPair::begin(const StreamAsk &ask)
 {
+    _ask = ask;
     for (Copy &copy : _copies)
-        if (copy.state != State::Gone) copy.writer->begin(info);
+        if (copy.state != State::Gone) copy.writer->begin(ask.clip);
 }
 
 void StreamPair::leaveFigures()
@@ -256,14 +261,18 @@ void StreamPair::flush()
 
 void StreamPair::close()
 {
+    _flush.stop();
     _closeAsked = true;
     for (Copy &copy : _copies)
         if (copy.state != State::Gone) copy.writer->close();
-    if (!isBusy()) _post.post([this] { lookWhetherClosed(); });
+    if (!isBusy())
+        QMetaObject::invokeMethod(
+            &_patience, [this] { lookWhetherClosed(); }, Qt::QueuedConnection);
 }
 
 void StreamPair::abandon()
 {
+    _flush.stop();
     _patience.stop();
     _again.stop();
     for (Copy &copy : _copies) {

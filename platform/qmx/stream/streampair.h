@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/qmx/stream/qmxstreampost.h"
+#include "platform/qmx/stream/streamask.h"
 #include "platform/qmx/stream/streamtally.h"
 #include "platform/qmx/stream/streamwriter.h"
 
 #include <QTimer>
 
-#include <functional>
+#include <atomic>
 #include <memory>
 #include <vector>
 
-/// The writing end of a record stream: one writer, or two for a take that is written to a second medium too.
+/// One open of a record stream, until its file is closed: one writer, or two for a take that is written to a
+/// second medium too, and the flush that each half second asks for.
 /// Frames are shared, so the second copy costs its writes and nothing else.
 ///
 /// A stream is open as soon as one copy is, and its medium has failed when the last one has. Each copy has a
@@ -19,37 +20,49 @@
 /// one's is at most half so. It is then a clip that ends early, and lost() says so, once. While both are
 /// full, frames wait, as for one medium.
 ///
-/// Event loop only; never waits for a file. The events come as posted ones.
+/// Event loop only; never waits for a file. The events come as posted ones. Let go of, it closes its writers.
 class StreamPair
 {
 public:
-    /// What there is to be told; StreamWriter::Events has their meaning.
-    struct Events
+    /// The stream, to which `pair` may be one that it has let go of.
+    class Receiver
     {
-        std::function<void(const QmxError &)> opened;
-        /// The clip is closed. A second copy may still be written behind it.
-        std::function<void(const QmxError &)> closed;
-        std::function<void()> done; ///< after closed(): no copy is busy any more
-        std::function<void(const QmxError &, bool fatal)> failed;
-        std::function<void()> room;
-        std::function<void(qint64 microseconds)> wrote; ///< on the writer's thread
-        std::function<void(int percentFree)> level;     ///< of the first copy's medium; may be empty
+    public:
+        virtual ~Receiver() = default;
+        virtual void writerOpened(StreamPair *pair, const QmxError &error) = 0;
+        /// The clip is closed. A second copy may still be written behind it: isBusy() is true then, and this
+        /// is told again when nothing is any more.
+        virtual void writerClosed(StreamPair *pair, const QmxError &error) = 0;
+        /// As StreamWriter has it.
+        virtual void writerFailed(StreamPair *pair, const QmxError &error, bool fatal) = 0;
         /// One copy ends early, and the take goes on in the other one at `left`.
-        std::function<void(const QmxError &why, const QString &left)> lost;
+        virtual void writerLostCopy(const QmxError &why, const QString &left) = 0;
+        virtual void writerRoom(StreamPair *pair) = 0;
+        /// Percent free of the first copy's medium, after each flush, if anybody names the clip that follows.
+        virtual void writerLevel(StreamPair *pair, int percentFree) = 0;
+        virtual void writerWrote(qint64 microseconds) = 0; ///< while it is measured
     };
 
-    /// `paths`: one or two, the clip of the stream first.
-    StreamPair(const QStringList &paths, const QmxClipInfo &info, const Events &events,
-               const QmxStreamPost &post, const QmxEnvironment &environment);
+    /// `measured` is looked at for every frame written.
+    StreamPair(const StreamAsk &ask, Receiver *receiver, QObject *listener,
+               const std::shared_ptr<const std::atomic<bool>> &measured, const QmxEnvironment &environment);
 
+    const StreamAsk &ask() const { return _ask; }
     void open();
+    /// Makes the file before anybody has asked for the clip.
     void openAhead();
-    void begin(const QmxClipInfo &info);
+    /// Somebody asks now for what was opened ahead.
+    void begin(const StreamAsk &ask);
+    bool isFileOpen() const { return _fileOpen; }
+    /// There will be no file, and no answer to a close.
+    bool isDead() const { return _dead; }
+    void setDead() { _dead = true; }
     void leaveFigures();
     bool hasRoom();
     void append(const QmxFrame &frame);
     void flush();
     void close();
+    /// The threads hang: leaves them behind.
     void abandon();
     int pending() const;
     /// As StreamWriter has it, of any copy.
@@ -67,13 +80,15 @@ private:
     struct Copy
     {
         QString path;
-        std::unique_ptr<StreamWriter> writer;
+        StreamActor::Owned<StreamWriter> writer;
         State state = State::Opening;
         bool whole = false; ///< closed with every frame
         bool takes() const { return state == State::Opening || state == State::Open; }
     };
 
-    void makeWriter(int number, const QmxClipInfo &info, const QmxEnvironment &environment);
+    void makeWriter(int number, QObject *listener, const std::shared_ptr<const std::atomic<bool>> &measured,
+                    const QmxEnvironment &environment);
+    void tellOpened(const QmxError &error);
     void copyOpened(int number, const QmxError &error);
     void copyClosed(int number, const QmxError &error);
     void copyFailed(int number, const QmxError &error, bool fatal);
@@ -84,16 +99,19 @@ private:
     int taking() const;
     const Copy *other(int number) const;
 
-    const Events _events;
-    const QmxStreamPost _post;
+    StreamAsk _ask;
+    Receiver *const _receiver;
     const std::shared_ptr<StreamTally> _tally;
     std::vector<Copy> _copies;
     QmxError _refusal; ///< of the first copy that could not be opened
+    bool _fileOpen = false;
+    bool _dead = false;
     bool _openTold = false;
     bool _closeAsked = false;
     bool _closeTold = false;
     QmxError _closeError;
     int _restBefore = 0; ///< frames that were still to be written when the patience began
-    QTimer _patience;    ///< with what is still being closed
-    QTimer _again;       ///< asks once more whether there is room
+    QTimer _flush;
+    QTimer _patience; ///< with what is still being closed
+    QTimer _again;    ///< asks once more whether there is room
 };

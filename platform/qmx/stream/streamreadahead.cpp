@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streamreadahead.h"
 
-#include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxmemorypool.h"
@@ -18,13 +17,13 @@ constexpr int keptNear = 5;
 constexpr int poolShare = 6;
 constexpr int minimumFrames = 4;
 
-void postAlarm(QmxAlarm::AlarmLevel level, const QString &text)
+} // namespace
+
+void StreamReadAhead::postAlarm(QmxAlarm::AlarmLevel level, const QString &text)
 {
-    QmxAlarmController::post(
+    _environment.deck->alarms.post(
         QmxAlarm(QmxIds::alarmMediaReadFailed, level, text, QStringLiteral("streamcache"), __LINE__));
 }
-
-} // namespace
 
 void StreamReadAhead::setSize(int frames)
 {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxalarm.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/core/qmxstartorder.h"
@@ -83,6 +84,7 @@ private:
     int window() const;
     void moved();
     void fill();
+    void postAlarm(QmxAlarm::AlarmLevel level, const QString &text);
     void dropFar(const QList<int> &upcoming);
 
     const QmxEnvironment _environment;

@@ -1,33 +1,35 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/stream/qmxstreaminfo.h"
+#include "platform/qmx/stream/streamactor.h"
+#include "platform/qmx/stream/streamreaderentries.h"
+#include "platform/qmx/stream/streamreadergrowth.h"
 #include "platform/qmx/stream/streamreadersource.h"
 
 #include <QList>
 
+#include <atomic>
+#include <deque>
 #include <functional>
+#include <limits>
 #include <memory>
-
-class QmxTaskThread;
 
 /// The reading end of one read stream: a clip, or the clips of a play list as one.
 ///
-/// Threads: the owner's (the event loop), which never waits here; the reader thread "qmx-read", which reads
-/// frames; for lists the opener thread "qmx-open", which opens the neighbours of the entry that is being
-/// read, so that the next one is open before it is needed. What the threads share has one lock, never held
-/// during a call on a file.
+/// Threads: the owner's; the reader thread "qmx-read", which reads frames; for lists the opener thread
+/// "qmx-open", which opens the neighbours of the entry that is being read, so that the next one is open
+/// before it is needed.
 ///
 /// Frames are asked for in two ways: read() answers each request once, in order (policy: 64 may wait, more
 /// are refused); want() says which frames a cache lacks now and replaces the wish before, so that nothing is
 /// read for a position that has been left. A frame that cannot be read comes as a black and silent one with
 /// the descriptions of its entry, together with the error.
 ///
-/// A reader whose thread hangs in the kernel is left behind by its destructor.
-class StreamReader
+/// A reader that is in the middle of something is left behind when it is let go of.
+class StreamReader final : public StreamActor
 {
 public:
     struct Result
@@ -40,7 +42,6 @@ public:
         void *user = nullptr;
     };
 
-    /// Called on the reader thread.
     struct Events
     {
         std::function<void(const QmxError &, const QmxStreamInfo &)> opened; ///< once
@@ -50,13 +51,10 @@ public:
         std::function<void(const QString &ended)> grown;
     };
 
-    StreamReader(const StreamReaderSource &source, const Events &events, const QmxEnvironment &environment);
-    ~StreamReader();
-    StreamReader(const StreamReader &) = delete;
-    StreamReader &operator=(const StreamReader &) = delete;
+    StreamReader(const StreamReaderSource &source, const Events &events, QObject *listener,
+                 const QmxEnvironment &environment);
 
     void open();
-    void close();
 
     /// False: too many wait.
     bool read(int frame, int request, void *user);
@@ -79,9 +77,43 @@ public:
     int frameAt(const QmxTimecode &timecode) const;
 
 private:
-    struct State;
-    void schedule();
-    std::shared_ptr<State> _state;
-    std::unique_ptr<QmxTaskThread> _thread;
+    struct Request
+    {
+        int frame = 0;
+        int number = 0;
+        void *user = nullptr;
+    };
+    enum class Step { Open, Refresh, Read, Close, Idle };
+
+    void end() override;
+    // On the reader thread.
+    bool step() override;
+    Step nextStep(Request &request);
+    void openSource();
+    void apply(const StreamReaderGrowth::Now &now);
+    void readFrame(const Request &request);
+    QmxError readPlace(const StreamReaderEntries::Place &place, QmxFrame &frame);
+    void fitDescription(int index, qint64 local, QmxFrame &frame);
+    void openNeighbours(int index);
+    void openNeighbour(int index);
+    void closeAll();
+    void deliver(Result result);
+    void setLength(qint64 frames) { _length = int(qMin<qint64>(frames, std::numeric_limits<int>::max())); }
+
+    const StreamReaderSource _source;
+    const Events _events;
+    StreamReaderEntries _entries;
+    StreamReaderGrowth _growth; ///< reader thread
+    int _neighboursOf = -1;     ///< reader thread: the entry whose neighbours have been asked for last
+    std::atomic<int> _length = 0;
+    std::atomic<bool> _growing = false;
+
+    // With the lock.
     std::shared_ptr<QmxTaskThread> _opener; ///< lists only
+    std::deque<Request> _requests;
+    QList<int> _wishes;
+    int _reading = -1; ///< the wish being read
+    qint64 _busySince = 0;
+    QList<Result> _results;
+    bool _refreshAsked = false;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streamreaderentries.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -66,8 +66,8 @@ std::shared_ptr<QmxClipReader> StreamReaderEntries::openFile(const StreamReaderS
                 : reader->open(what.path);
     if (!error.isError() && what.part.isPart) error = what.part.resolve(reader->info(), range);
     if (!error.isError()) return reader;
-    qmxLogOutput(1, "streamreader", __LINE__, "%s cannot be opened: %s\n", qPrintable(what.path),
-                 qPrintable(error.toString()));
+    qmxLogOutput(QmxLogLevel::Error, "streamreader", __LINE__, "%s cannot be opened: %s\n",
+                 qPrintable(what.path), qPrintable(error.toString()));
     return nullptr;
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streamreadergrowth.h"
 
-#include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/core/qmxtakesequel.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -97,7 +97,7 @@ StreamReaderGrowth::Now StreamReaderGrowth::closed(const QmxClipInfo &info)
     _frames = std::max(_frames, lengthOf(info));
     if (_closedAt == 0) _closedAt = now();
     bool mayCome = false;
-    const QStringList candidates = QmxTakeSequel::instance().after(_path);
+    const QStringList candidates = _environment.deck->takeSequel.after(_path);
     for (const QString &candidate : candidates)
         if (follow(candidate, info, mayCome)) return {_before + _frames, true, {}};
     const qint64 within = mayCome ? framesWithin : sequelWithin;
@@ -128,6 +128,6 @@ bool StreamReaderGrowth::follow(const QString &path, const QmxClipInfo &before, 
     _frames = clip ? lengthOf(clip->info()) : 0;
     _changed = now();
     _closedAt = 0;
-    qmxLogOutput(3, "streamreader", __LINE__, "The take goes on in %s\n", qPrintable(path));
+    qmxLogOutput(QmxLogLevel::Info, "streamreader", __LINE__, "The take goes on in %s\n", qPrintable(path));
     return true;
 }

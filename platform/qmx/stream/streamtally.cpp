@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streamtally.h"
 
-#include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxsamefilesystem.h"
+
+#include <QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <utility>
@@ -86,8 +89,9 @@ void StreamTally::setSlow(int copy, bool slow, const QString &path)
     if (any && !slow) return; // the other one still is
     const QString text =
         slow ? QStringLiteral("The medium of %1 is slow: frames are waiting in memory").arg(path) : QString();
-    QmxAlarmController::post(QmxAlarm(QmxIds::alarmMediaSlow, slow ? QmxAlarm::Warning : QmxAlarm::Clear,
-                                      text, QStringLiteral("streamwriter"), __LINE__));
+    _environment.deck->alarms.post(QmxAlarm(QmxIds::alarmMediaSlow,
+                                            slow ? QmxAlarm::Warning : QmxAlarm::Clear, text,
+                                            QStringLiteral("streamwriter"), __LINE__));
 }
 
 void StreamTally::leave(int copy)
@@ -130,18 +134,43 @@ bool StreamTally::sameMedium() const
     return std::memcmp(&one.fileSystem, &other.fileSystem, sizeof none) == 0;
 }
 
-bool StreamTally::claim(int copy, QmxFiles &files, const QString &folder, const struct statfs64 &medium)
+/// Only media are recorded on: a folder of the system's own file system is one whose medium is not there.
+QmxError StreamTally::claim(int copy, const QString &path)
 {
-    if (_count < 2) return true;
+    // A name may come with the camera's data.
+    if (path.split('/').contains(QStringLiteral("..")))
+        return {EINVAL, QStringLiteral("%1 cannot be recorded: the name leads out of its medium").arg(path)};
+    QmxFiles &files = *_environment.files;
+    const QString folder = QFileInfo(path).path();
+    struct statfs64 medium = {};
+    struct statfs64 root = {};
+    if (files.statfs(folder, &medium) != 0) {
+        const int reason = errno;
+        return {reason, QStringLiteral("%1 cannot be recorded: the medium at %2 does not answer (%3)")
+                            .arg(QFileInfo(path).fileName(), folder, QmxError(reason).toString())};
+    }
+    if (files.statfs(QStringLiteral("/"), &root) == 0 &&
+        qmxSameFileSystem(files, QStringLiteral("/"), root, folder, medium))
+        return {ENODEV, QStringLiteral("%1 cannot be recorded: no medium is mounted at %2")
+                            .arg(QFileInfo(path).fileName(), folder)};
+    return claimMedium(copy, folder, medium);
+}
+
+QmxError StreamTally::claimMedium(int copy, const QString &folder, const struct statfs64 &medium)
+{
+    if (_count < 2) return {};
     struct stat64 status = {};
-    files.stat(folder, &status);
+    _environment.files->stat(folder, &status);
     std::unique_lock lock(_mutex);
     Copy &mine = _copies[size_t(copy)];
     std::memcpy(&mine.fileSystem, &medium.f_fsid, sizeof mine.fileSystem);
     mine.device = status.st_dev;
     mine.claimed = true;
     _claims.notify_all();
-    if (copy == 0) return true;
+    if (copy == 0) return {};
     _claims.wait_for(lock, claimWait, [this] { return _copies[0].claimed || _copies[0].left; });
-    return !sameMedium();
+    if (!sameMedium()) return {};
+    return {EXDEV, QStringLiteral("%1 is on the same medium as the take itself; choose a folder on another "
+                                  "medium as mirror_media_path")
+                       .arg(folder)};
 }

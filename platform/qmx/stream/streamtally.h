@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxrecordtable.h"
 
 #include <array>
@@ -12,13 +13,13 @@
 
 /// What the copies of one record stream, one or two, say together in the figures of the recorder: a frame is
 /// safe when one copy has it, and lost when none has; a queue is as full as the fuller one. Any thread, and
-/// none waits but for refusal().
+/// none waits but in claim().
 class StreamTally
 {
 public:
     static constexpr int mostCopies = 2;
 
-    explicit StreamTally(const QmxEnvironment &environment, int copies = 1);
+    StreamTally(const QmxEnvironment &environment, int copies);
 
     /// What the take began with, for each copy.
     const QmxRecordTable::Backlog &backlog() const { return _backlog; }
@@ -37,9 +38,10 @@ public:
     /// Whether this copy speaks for the stream: the first one that has not left.
     bool speaks(int copy) const;
 
-    /// The file system that a copy is about to be made on. False: the other copy is on the same one. The
-    /// second copy waits for what the first one says, but not for a medium that does not answer.
-    bool claim(int copy, QmxFiles &files, const QString &folder, const struct statfs64 &medium);
+    /// A copy is about to be made there. Refused outside media and, for two copies, on the medium of the
+    /// other one: they would be lost together. The second copy waits for what the first one says, but not for
+    /// a medium that does not answer.
+    QmxError claim(int copy, const QString &path);
 
 private:
     struct Copy
@@ -57,6 +59,7 @@ private:
     void publish(QmxCounters::Row row);
     int present() const;
     bool isAlone(int copy) const;
+    QmxError claimMedium(int copy, const QString &folder, const struct statfs64 &medium);
     bool sameMedium() const;
 
     const QmxEnvironment _environment;

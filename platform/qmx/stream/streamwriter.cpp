@@ -1,161 +1,431 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streamwriter.h"
 
-#include "platform/qmx/core/qmxtaskthread.h"
-#include "platform/qmx/stream/streamwriterstate.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxloglevel.h"
+#include "platform/qmx/core/qmxmemorypool.h"
+
+#include <QFileInfo>
 
 #include <cerrno>
+#include <chrono>
+#include <cmath>
 #include <utility>
 
 namespace {
-/// How long whoever destroys an open writer waits for it in all, and for one call on the medium.
+
+constexpr const char *logSource = "streamwriter";
+/// The queue's length; four seconds are promised, so a frame that is being written does not matter.
+constexpr double queueSeconds = 5.0;
+constexpr int minimumQueueFrames = 32;
+/// The queue's share of the pool, and what it may have however small that is.
+constexpr int poolShare = 3;
+constexpr qint64 minimumQueueBytes = 64 * 1024 * 1024;
+/// Half a second is promised; what the flush itself takes, and what is being coded, comes on top.
+constexpr qint64 flushInterval = 350 * QmxClock::nsPerMillisecond;
+/// The medium is slow while the queue is fuller than the first fraction, until it is emptier than the second.
+constexpr double slowAbove = 0.5;
+constexpr double slowUntil = 0.1;
+/// How long the end of the program waits for a write under way.
+constexpr std::chrono::milliseconds emergencyWait(1000);
+
+/// How long whoever lets go of an open writer waits for it in all, and for one call on the medium.
 constexpr std::chrono::seconds endWait(10);
 constexpr std::chrono::seconds hangTime(3);
+
 } // namespace
 
 StreamWriter::StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events,
-                           const QmxEnvironment &environment, const Copy &copy)
-    : _state(std::make_shared<State>(path, info, events, environment, copy)),
-      _thread(std::make_unique<QmxTaskThread>(QStringLiteral("qmx-write"), QmxTaskThread::defaultBound,
-                                              environment))
-{}
-
-StreamWriter::~StreamWriter()
+                           QObject *listener, const QmxEnvironment &environment, const Copy &copy)
+    : StreamActor(QStringLiteral("qmx-write"), listener, environment),
+      _tally(copy.tally),
+      _copy(copy.number),
+      _measured(copy.measured),
+      _path(path),
+      _info(info),
+      _events(events)
 {
-    if (!_thread) return;
-    close();
-    std::unique_lock lock(_state->mutex);
-    const auto end = std::chrono::steady_clock::now() + endWait;
-    for (quint64 step = 0; !_state->done && std::chrono::steady_clock::now() < end;) {
-        if (std::exchange(step, _state->steps) == _state->steps) break; // it hangs in the kernel
-        _state->doneChanged.wait_for(lock, hangTime, [this] { return _state->done; });
-    }
-    const bool done = _state->done;
-    lock.unlock();
-    if (!done) abandon();
+    const double rate = info.image.frameRate().isValid() ? info.image.frameRate().toDouble() : 0.0;
+    _maximumFrames = qMax(minimumQueueFrames, int(std::ceil(rate * queueSeconds)));
+    QmxMemoryPool::UsageData usage;
+    QmxMemoryPool::instance()->getUsageData(usage);
+    _maximumBytes = qMax(minimumQueueBytes, qint64(usage.totalSize / poolShare));
+    _backlog = _tally->backlog();
 }
 
-/// With the state's mutex held.
-void StreamWriter::schedule()
+void StreamWriter::end()
 {
-    if (_state->scheduled || _state->done || !_thread) return;
-    // The task owns the state, so that it can outlive everything else when the kernel does not return.
-    _state->scheduled = _thread->post([state = _state] { state->run(); });
+    if (!hasThread()) return;
+    close();
+    bool done = false;
+    {
+        std::unique_lock lock(_mutex);
+        const auto end = std::chrono::steady_clock::now() + endWait;
+        for (quint64 step = 0; !_done && std::chrono::steady_clock::now() < end;) {
+            if (std::exchange(step, _steps) == _steps) break; // it hangs in the kernel
+            _doneChanged.wait_for(lock, hangTime, [this] { return _done; });
+        }
+        done = _done;
+    }
+    if (done)
+        leaveThread(false);
+    else
+        abandon();
 }
 
 void StreamWriter::open()
 {
-    {
-        const std::lock_guard lock(_state->mutex);
-        _state->openAsked = true;
-        _state->tally->show(true);
-        schedule();
-        if (_state->scheduled) return;
-        _state->done = true;
-        _state->tally->leave(_state->copy);
-    }
-    _state->events.opened(
-        {EAGAIN,
-         QStringLiteral("%1 cannot be recorded: the system has no thread to write it").arg(_state->path)});
+    _tally->show(true);
+    if (askToOpen()) return;
+    _tally->leave(_copy);
+    const QmxError error(
+        EAGAIN, QStringLiteral("%1 cannot be recorded: the system has no thread to write it").arg(_path));
+    tell([this, error] { _events.opened(error); });
 }
 
 void StreamWriter::openAhead()
 {
-    const std::lock_guard lock(_state->mutex);
-    _state->openAsked = true;
-    _state->ahead = true;
+    const std::lock_guard lock(_mutex);
+    _openAsked = true;
+    _ahead = true;
     schedule();
 }
 
 void StreamWriter::begin(const QmxClipInfo &info)
 {
-    const std::lock_guard lock(_state->mutex);
-    _state->beginAsked = true;
-    _state->info = info;
-    _state->tally->show(true);
+    const std::lock_guard lock(_mutex);
+    _beginAsked = true;
+    _info = info;
+    _tally->show(true);
     schedule();
 }
 
 void StreamWriter::leaveFigures()
 {
-    const std::lock_guard lock(_state->mutex);
-    _state->setSlow(false);
-    _state->tally->show(false);
+    const std::lock_guard lock(_mutex);
+    setSlow(false);
+    _tally->show(false);
 }
 
 bool StreamWriter::hasRoom()
 {
-    const std::lock_guard lock(_state->mutex);
-    if (_state->failed || _state->done || !_state->isFull()) return true;
-    _state->roomWanted = true;
+    const std::lock_guard lock(_mutex);
+    if (_failed || _done || !isFull()) return true;
+    _roomWanted = true;
     return false;
 }
 
 void StreamWriter::append(const QmxFrame &frame)
 {
-    const std::lock_guard lock(_state->mutex);
-    if (_state->done) {
-        _state->drop(1);
+    const std::lock_guard lock(_mutex);
+    if (_done) {
+        drop(1);
         return;
     }
-    _state->queue.push_back(frame);
-    _state->queuedBytes += frame.bytes();
-    ++_state->appended;
-    _state->judgeSpeed();
+    _queue.push_back(frame);
+    _queuedBytes += frame.bytes();
+    ++_appended;
+    judgeSpeed();
     schedule();
 }
 
 void StreamWriter::flush()
 {
-    const std::lock_guard lock(_state->mutex);
-    _state->flushAsked = true;
-    schedule();
-}
-
-void StreamWriter::close()
-{
-    const std::lock_guard lock(_state->mutex);
-    _state->closeAsked = true;
+    const std::lock_guard lock(_mutex);
+    _flushAsked = true;
     schedule();
 }
 
 void StreamWriter::giveUp()
 {
-    const std::lock_guard lock(_state->mutex);
-    _state->failed = true;
-    _state->tally->leave(_state->copy);
-    _state->dropQueue();
-    _state->setSlow(false);
-    _state->closeAsked = true;
+    const std::lock_guard lock(_mutex);
+    _failed = true;
+    _tally->leave(_copy);
+    dropQueue();
+    setSlow(false);
+    _closeAsked = true;
     schedule();
 }
 
 void StreamWriter::abandon()
 {
+    deafen();
     {
-        const std::lock_guard lock(_state->mutex);
+        const std::lock_guard lock(_mutex);
         // The running task goes on to the end of the queue and closes by itself.
-        _state->closeAsked = true;
-        _state->setSlow(false);
+        _closeAsked = true;
+        setSlow(false);
     }
-    _thread->abandon();
-    _thread.reset();
+    leaveThread(true);
 }
 
-bool StreamWriter::hasBacklog() const
+bool StreamWriter::step()
 {
-    const std::lock_guard lock(_state->mutex);
-    return _state->backlog.frames > 0;
+    const std::lock_guard file(_fileMutex);
+    QmxFrame frame;
+    switch (nextStep(frame)) {
+    case Step::Open:
+        openFile();
+        return true;
+    case Step::Begin:
+        beginClip();
+        return true;
+    case Step::Write:
+        writeFrame(frame);
+        return true;
+    case Step::Flush:
+        flushFile();
+        return true;
+    case Step::Close:
+        closeFile();
+        return false;
+    case Step::Idle:
+        break;
+    }
+    return false;
 }
 
-int StreamWriter::pending() const
+StreamWriter::Step StreamWriter::nextStep(QmxFrame &frame)
 {
-    const std::lock_guard lock(_state->mutex);
-    return int(_state->queue.size()) + _state->writing;
+    const std::lock_guard lock(_mutex);
+    ++_steps;
+    if (_openAsked) {
+        _openAsked = false;
+        return Step::Open;
+    }
+    if (!_writer) { // never opened
+        _scheduled = false;
+        if (_closeAsked && !_done) return Step::Close;
+        return Step::Idle;
+    }
+    if (std::exchange(_beginAsked, false)) return Step::Begin;
+    if (_failed) {
+        dropQueue();
+        _unflushed = 0;
+    }
+    const bool due = _unflushed > 0 && _environment.clock->now() - _firstUnflushed >= flushInterval;
+    if (due || (_flushAsked && _unflushed > 0 && _queue.empty())) return Step::Flush;
+    if (!_queue.empty()) {
+        frame = _queue.front();
+        _queue.pop_front();
+        _writing = 1;
+        return Step::Write;
+    }
+    _flushAsked = false;
+    if (_closeAsked) return Step::Close;
+    _scheduled = false;
+    return Step::Idle;
 }
 
-double StreamWriter::fill() const
+/// Frames are lost; with the mutex held.
+void StreamWriter::drop(qint64 frames)
 {
-    const std::lock_guard lock(_state->mutex);
-    return _state->fill();
+    if (_tally->lose(_copy, frames)) _dropped += frames;
+}
+
+void StreamWriter::dropQueue()
+{
+    drop(qint64(_queue.size()));
+    for (const QmxFrame &frame : _queue)
+        _queuedBytes -= frame.bytes(); // one may be with the thread
+    _queue.clear();
+}
+
+/// Ends as unfinished copies do: whoever looks after the media takes away what a crash has left.
+QString StreamWriter::hiddenPath() const
+{
+    const QFileInfo file(_path);
+    return QStringLiteral("%1/.next-%2.part").arg(file.path(), file.fileName());
+}
+
+void StreamWriter::openFile()
+{
+    QmxError error = _tally->claim(_copy, _path);
+    auto file = std::make_unique<QmxClipWriter>(_environment);
+    if (!error.isError() && _ahead)
+        _environment.files->unlink(hiddenPath()); // of a take that a crash has ended
+    if (!error.isError()) error = file->create(_ahead ? hiddenPath() : _path, _info);
+    if (error.isError()) _tally->leave(_copy);
+    {
+        const std::lock_guard lock(_mutex);
+        if (error.isError()) {
+            const auto waited = qint64(_queue.size());
+            dropQueue();
+            if (_dropped > 0 && waited > 0)
+                error = {error.value(), QStringLiteral("%1; %2 frames that waited for it are lost")
+                                            .arg(error.toString(), QString::number(waited))};
+            _done = true;
+            _scheduled = false;
+        } else {
+            _writer = std::move(file);
+        }
+    }
+    if (error.isError()) {
+        _doneChanged.notify_all();
+    } else {
+        _emergency = _environment.deck->operations.addEmergencyFlush([this, weak = weak_from_this()] {
+            if (const std::shared_ptr<StreamActor> self = weak.lock()) flushAtOnce();
+        });
+    }
+    tell([this, error] { _events.opened(error); });
+}
+
+void StreamWriter::beginClip()
+{
+    QmxClipInfo wanted;
+    {
+        const std::lock_guard lock(_mutex);
+        wanted = _info;
+        _ahead = false;
+    }
+    const QmxError error = _writer->take(_path, wanted);
+    if (error.isError()) fail(error);
+}
+
+void StreamWriter::writeFrame(const QmxFrame &frame)
+{
+    const qint64 begin = _environment.clock->now();
+    // What did not come is not in the clip either, whatever stands in its place.
+    if (const int damage = frame.meta().value(QmxIds::inputDamage).toInt(); damage > 0)
+        _writer->noteLost(damage);
+    const QmxError error = _writer->writeFrame(frame);
+    const qint64 end = _environment.clock->now();
+    {
+        const std::lock_guard lock(_mutex);
+        _queuedBytes -= frame.bytes();
+        _writing = 0;
+    }
+    if (error.isError()) {
+        if (_writer->failed()) {
+            _tally->leave(_copy);
+            // What no flush has reached is lost with it.
+            _tally->lose(_copy, 1 + _writer->framesWritten() - _writer->framesDurable());
+            fail(error);
+        } else {
+            _writer->noteLost(1);
+            _tally->refuse(_copy);
+            if (_tally->speaks(_copy)) tell([this, error] { _events.failed(error, false); });
+        }
+    } else {
+        if (_unflushed++ == 0) _firstUnflushed = end;
+        _latency.add(end - begin);
+        if (*_measured && _tally->speaks(_copy))
+            tell([this, microseconds = (end - begin) / 1000] { _events.wrote(microseconds); });
+    }
+    frameLeft();
+}
+
+/// A place in the queue has come free.
+void StreamWriter::frameLeft()
+{
+    bool tellRoom = false;
+    {
+        const std::lock_guard lock(_mutex);
+        tellRoom = _roomWanted && !isFull();
+        if (tellRoom) _roomWanted = false;
+        judgeSpeed();
+    }
+    if (tellRoom) tell([this] { _events.room(); });
+}
+
+/// Publishes the state of the queue; with the mutex held.
+void StreamWriter::judgeSpeed()
+{
+    _tally->set(_copy, QmxCounters::WriterQueue, qint64(_queue.size()));
+    _tally->set(_copy, QmxCounters::WriterQueueBytes, _queuedBytes);
+    // What the take began with does not come from a slow medium, until it has been written.
+    if (_appended > _backlog.frames && _queue.size() < size_t(_maximumFrames * slowUntil)) _backlog = {};
+    if (filled() > slowAbove) setSlow(true);
+    if (filled() < slowUntil) setSlow(false);
+}
+
+void StreamWriter::flushFile()
+{
+    const qint64 begin = _environment.clock->now();
+    const QmxError error = _writer->flush();
+    _latency.add(_environment.clock->now() - begin);
+    const qint64 lost = std::exchange(_unflushed, 0);
+    if (error.isError()) {
+        // They were written and are not on the medium for all anybody knows.
+        _tally->leave(_copy);
+        _tally->lose(_copy, lost);
+        if (error.value() == ENOENT) _tally->setDurable(_copy, 0); // the whole clip is gone
+        fail(error);
+        return;
+    }
+    _tally->setDurable(_copy, _writer->framesDurable());
+    _tally->set(_copy, QmxCounters::WriteLatencyP50, _latency.percentile(0.50) / 1000);
+    _tally->set(_copy, QmxCounters::WriteLatencyP99, _latency.percentile(0.99) / 1000);
+    _tally->set(_copy, QmxCounters::WriteLatencyMax, _latency.maximum() / 1000);
+    if (_events.level) tellLevel();
+}
+
+void StreamWriter::tellLevel()
+{
+    struct statfs64 medium = {};
+    if (_environment.files->statfs(QFileInfo(_path).path(), &medium) != 0 || medium.f_blocks == 0) return;
+    const int percent = int(std::round(double(medium.f_bfree) / double(medium.f_blocks) * 100.0));
+    tell([this, percent] { _events.level(percent); });
+}
+
+void StreamWriter::closeFile()
+{
+    QmxError error;
+    qint64 lost = 0;
+    _emergency.reset();
+    if (_writer) {
+        _mutex.lock();
+        const bool wasFailed = _failed;
+        _mutex.unlock();
+        const qint64 frames = _writer->framesWritten();
+        error = _writer->close();
+        if (!error.isError() && !wasFailed) _tally->setDurable(_copy, frames);
+        if (wasFailed) error = {}; // it has been told
+    }
+    {
+        const std::lock_guard lock(_mutex);
+        setSlow(false);
+        lost = _dropped;
+        _done = true;
+        _scheduled = false;
+    }
+    _doneChanged.notify_all();
+    if (lost > 0)
+        qmxLogOutput(QmxLogLevel::Error, logSource, __LINE__,
+                     "%lld frames came after the medium of %s had failed\n", static_cast<long long>(lost),
+                     qPrintable(_path));
+    tell([this, error] { _events.closed(error); });
+}
+
+void StreamWriter::fail(const QmxError &error)
+{
+    {
+        const std::lock_guard lock(_mutex);
+        if (_failed) return;
+        _failed = true;
+    }
+    tell([this, error] { _events.failed(error, true); });
+}
+
+void StreamWriter::setSlow(bool now)
+{
+    _tally->setSlow(_copy, now, _path);
+}
+
+/// The program is being ended by force: what waits goes to the medium now, unless the writer thread itself
+/// hangs there.
+void StreamWriter::flushAtOnce()
+{
+    const std::unique_lock file(_fileMutex, emergencyWait);
+    if (!file.owns_lock() || !_writer) return;
+    std::deque<QmxFrame> waiting;
+    {
+        const std::lock_guard lock(_mutex);
+        waiting.swap(_queue);
+        _queuedBytes = 0;
+    }
+    for (const QmxFrame &frame : waiting)
+        _writer->writeFrame(frame);
+    _writer->flush();
 }

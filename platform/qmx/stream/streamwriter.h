@@ -1,57 +1,59 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/qmx/clip/qmxclipinfo.h"
-#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxframe.h"
+#include "platform/qmx/core/qmxlatency.h"
+#include "platform/qmx/core/qmxrecordtable.h"
+#include "platform/qmx/stream/streamactor.h"
+#include "platform/qmx/stream/streamtally.h"
+#include "platform/qmx/stream/streamwriterlock.h"
 
+#include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <functional>
 #include <memory>
 
-class QmxTaskThread;
-class StreamTally;
-
-/// The writing end of one record stream: a queue and the thread behind it.
+/// The writing end of one copy of a record stream: a queue and the thread behind it.
 ///
-/// Threads: the owner's (the event loop), which never waits here, and the writer thread "qmx-write", the
-/// only one that touches the file. They share the queue. The queue holds at least four seconds of the clip
-/// and is bounded in bytes besides; append() never refuses, whoever feeds asks hasRoom() before (policy:
-/// back-pressure), and what is appended after the medium has failed is dropped and counted. What has been
-/// appended is flushed within half a second of its writing, without being asked.
+/// Threads: the owner's and the writer thread "qmx-write", the only one that touches the file. They share the
+/// queue. It holds at least four seconds of the clip and is bounded in bytes besides; append() never refuses,
+/// whoever feeds asks hasRoom() before (policy: back-pressure), and what is appended after the medium has
+/// failed is dropped and counted. What has been appended is flushed within half a second of its writing,
+/// without being asked.
 ///
 /// A writer whose thread hangs in the kernel is left behind with abandon(): when the kernel returns, the
-/// thread writes what it has, closes the file and ends.
-class StreamWriter
+/// thread writes what it has, closes the file and ends. Let go of, a writer closes the file when that has not
+/// been done, and is waited for, at most ten seconds; a thread that has been in one call for three is left
+/// behind.
+class StreamWriter final : public StreamActor
 {
 public:
-    /// Called on the writer thread; opened() by open() itself when there is no such thread.
     struct Events
     {
         std::function<void(const QmxError &)> opened; ///< once
-        std::function<void(const QmxError &)> closed; ///< once, after close()
+        /// Once, after close(), behind which nothing may be appended; not by one that could not be opened.
+        std::function<void(const QmxError &)> closed;
         /// `fatal`: the medium has failed, told once; else one frame was refused.
         std::function<void(const QmxError &, bool fatal)> failed;
         std::function<void()> room;                     ///< the queue was full and is so no longer
-        std::function<void(qint64 microseconds)> wrote; ///< a frame has been written, in this time
+        std::function<void(qint64 microseconds)> wrote; ///< a frame has been written; not by a second copy
         /// After a flush: percent of the medium that is free, as the recorder measures it. May be empty.
         std::function<void(int percentFree)> level;
     };
 
-    /// Which copy of its stream it writes, and with which it counts. No tally: there is only this one.
+    /// Which copy of its stream it writes, and with which it counts; whether wrote() is asked for.
     struct Copy
     {
         std::shared_ptr<StreamTally> tally;
-        int number;
+        int number = 0;
+        std::shared_ptr<const std::atomic<bool>> measured;
     };
 
-    StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events,
-                 const QmxEnvironment &environment, const Copy &copy = {});
-    /// Closes the file when that has not been done, and waits for it, at most ten seconds; a thread that has
-    /// been in one call for three is left behind.
-    ~StreamWriter();
-    StreamWriter(const StreamWriter &) = delete;
-    StreamWriter &operator=(const StreamWriter &) = delete;
+    StreamWriter(const QString &path, const QmxClipInfo &info, const Events &events, QObject *listener,
+                 const QmxEnvironment &environment, const Copy &copy);
 
     /// Creates the file; answers with opened(). Refuses the file system of "/". Frames may be appended at
     /// once: they wait for the file, and are lost, and counted, when it cannot be made.
@@ -67,23 +69,90 @@ public:
     void append(const QmxFrame &frame);
     /// Makes what has been appended durable soon.
     void flush();
-    /// Writes what has been appended, closes the file; answers with closed(). Nothing may be appended after.
-    /// A writer that could not be opened answers nothing.
-    void close();
     /// Another copy has to do: what waits is forgotten, the file is closed with what it has.
     void giveUp();
     /// Leaves the thread behind whose call hangs in the kernel.
     void abandon();
     /// Frames queued or being written.
-    int pending() const;
+    int pending() const
+    {
+        const std::lock_guard lock(_mutex);
+        return int(_queue.size()) + _writing;
+    }
     /// How full the queue is, 1: full.
-    double fill() const;
+    double fill() const
+    {
+        const std::lock_guard lock(_mutex);
+        return filled();
+    }
     /// The queue still holds of what the take began with, more than it is promised to hold otherwise.
-    bool hasBacklog() const;
+    bool hasBacklog() const
+    {
+        const std::lock_guard lock(_mutex);
+        return _backlog.frames > 0;
+    }
 
 private:
-    void schedule();
-    struct State;
-    std::shared_ptr<State> _state;
-    std::unique_ptr<QmxTaskThread> _thread;
+    enum class Step { Open, Begin, Write, Flush, Close, Idle };
+
+    void end() override;
+    // On the writer thread.
+    bool step() override;
+    Step nextStep(QmxFrame &frame);
+    void openFile();
+    void beginClip();
+    void writeFrame(const QmxFrame &frame);
+    void frameLeft();
+    void flushFile();
+    void closeFile();
+    void fail(const QmxError &error);
+    void judgeSpeed();
+    void setSlow(bool now);
+    void flushAtOnce();
+    void drop(qint64 frames);
+    void dropQueue();
+    void tellLevel();
+    QString hiddenPath() const;
+    bool isFull() const
+    {
+        return int(_queue.size()) + _writing >= _maximumFrames + _backlog.frames ||
+               _queuedBytes >= _maximumBytes + _backlog.bytes;
+    }
+    double filled() const
+    {
+        return qMax(double(qint64(_queue.size()) - _backlog.frames) / _maximumFrames,
+                    double(_queuedBytes - _backlog.bytes) / double(_maximumBytes));
+    }
+
+    const std::shared_ptr<StreamTally> _tally;
+    const int _copy; ///< its number in the tally
+    const std::shared_ptr<const std::atomic<bool>> _measured;
+    const QString _path;
+    QmxClipInfo _info; ///< with the mutex once the thread runs
+    const Events _events;
+    int _maximumFrames = 0;
+    qint64 _maximumBytes = 0;
+
+    // With the lock.
+    std::deque<QmxFrame> _queue;
+    qint64 _queuedBytes = 0;
+    qint64 _appended = 0;             ///< frames so far
+    QmxRecordTable::Backlog _backlog; ///< of the take's begin: more than the queue holds otherwise
+    int _writing = 0;                 ///< frames taken out of the queue and not yet written
+    quint64 _steps = 1;               ///< that the thread has taken
+    qint64 _dropped = 0;              ///< frames that came after the medium had failed
+    bool _roomWanted = false;
+    bool _ahead = false; ///< the file has a hidden name
+    bool _beginAsked = false;
+    bool _flushAsked = false;
+    bool _failed = false;
+    std::condition_variable _doneChanged;
+
+    // The file: the writer thread's, and the program's forced end's.
+    StreamWriterLock _fileMutex;
+    std::unique_ptr<QmxClipWriter> _writer;
+    std::shared_ptr<void> _emergency;
+    qint64 _unflushed = 0; ///< frames written since the last flush
+    qint64 _firstUnflushed = 0;
+    QmxLatency _latency;
 };

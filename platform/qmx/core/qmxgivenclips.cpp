@@ -1,25 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/product/givenclips.h"
+#include "platform/qmx/core/qmxgivenclips.h"
 
-GivenClips &GivenClips::instance()
-{
-    static GivenClips given;
-    return given;
-}
-
-bool GivenClips::contains(const std::string &path) const
+bool QmxGivenClips::contains(const std::string &path) const
 {
     const std::lock_guard lock(_mutex);
     return _paths.contains(path);
 }
 
-void GivenClips::add(const std::string &path)
+void QmxGivenClips::add(const std::string &path)
 {
     const std::lock_guard lock(_mutex);
     _paths.insert(path);
 }
 
-void GivenClips::clear()
+void QmxGivenClips::clear()
 {
     const std::lock_guard lock(_mutex);
     _paths.clear();

@@ -5,12 +5,11 @@
 #include <set>
 #include <string>
 
-/// Which clips MediaCache has given out since the last listing: whoever adds a clip to a list twice would
+/// Which clips a recorder was given since its last listing: whoever adds a clip to a list twice would
 /// shift every clip behind it. Any thread.
-class GivenClips
+class QmxGivenClips
 {
 public:
-    static GivenClips &instance();
     bool contains(const std::string &path) const;
     void add(const std::string &path);
     void clear();

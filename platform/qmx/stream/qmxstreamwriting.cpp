@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What the writers of a stream tell: that of the open stream, that of the clip which will follow it, and
+// those that still write what an earlier one left.
+#include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxloglevel.h"
+#include "platform/qmx/stream/qmxstreamprivate.h"
+
+#include <QPointer>
+
+void QmxStream::Private::writerClosed(StreamPair *of, const QmxError &error)
+{
+    const QPointer<QmxStream> alive(q);
+    if (error.isError()) writerFailed(of, error, false);
+    if (!alive) return;
+    if (of == writer.get())
+        closeDone();
+    else
+        forget(of);
+}
+
+void QmxStream::Private::writerLostCopy(const QmxError &why, const QString &left)
+{
+    environment.deck->counters.add(QmxCounters::WriteErrors);
+    const QString text =
+        QStringLiteral("The take is on one medium only, %1: %2. Put the other one right; it is completed "
+                       "after the take")
+            .arg(left, why.toString());
+    qmxLogOutput(QmxLogLevel::Error, logSource, __LINE__, "%s\n", qPrintable(text));
+    postAlarm(QmxIds::alarmMirrorLost, QmxAlarm::Warning, text);
+}
+
+void QmxStream::Private::writerRoom(StreamPair *of)
+{
+    if (of == writer.get() && peer) peer->roomCame();
+}
+
+void QmxStream::Private::writerFailed(StreamPair *of, const QmxError &error, bool fatal)
+{
+    environment.deck->counters.add(QmxCounters::WriteErrors);
+    const QString path = of->ask().path();
+    qmxLogOutput(QmxLogLevel::Error, logSource, __LINE__, "Writing %s failed: %s\n", qPrintable(path),
+                 qPrintable(error.toString()));
+    postAlarm(QmxIds::alarmMediaWriteFailed, QmxAlarm::Error, error.toString());
+    if (of != writer.get()) return;
+    const QPointer<QmxStream> alive(q);
+    if (peer) peer->writeFailed(error, fatal);
+    // Whoever records ends the take now: the last thing, since that closes this stream.
+    if (alive && fatal && state == State::Open && writer.get() == of)
+        environment.deck->recordFailures.report(path, error);
+}
+
+void QmxStream::Private::writerWrote(qint64 microseconds)
+{
+    emit q->benchmark(int(microseconds), QmxTimeStamp::getCurrent());
+}

@@ -24,7 +24,7 @@
 
 namespace {
 
-constexpr qint16 kPort = 6502;
+constexpr qint16 port = 6502;
 
 /// A connection to the server from outside.
 class Client
@@ -35,7 +35,7 @@ public:
         sockaddr_in address = {};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(kPort);
+        address.sin_port = htons(port);
         connected = ::connect(_fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
     }
     ~Client() { ::close(_fd); }
@@ -75,7 +75,7 @@ protected:
             lines << line;
             if (line == QStringLiteral("bye")) server.closeConnection(fd);
         });
-        EXPECT_TRUE(server.start(kPort));
+        EXPECT_TRUE(server.start(port));
     }
     bool hears(int count)
     {
@@ -189,10 +189,10 @@ TEST_F(DebugServerTest, aConnectionThatBreaksIsReaped)
 TEST_F(DebugServerTest, startsOnceAndAgainAfterAStop)
 {
     expectLog("debugserver", QStringLiteral("Server already running"));
-    EXPECT_FALSE(server.start(kPort));
+    EXPECT_FALSE(server.start(port));
     expectLog("debugserver", QStringLiteral("Failed to bind: Address already in use"));
     DebugServer other(nullptr);
-    EXPECT_FALSE(other.start(kPort));
+    EXPECT_FALSE(other.start(port));
 
     Client client;
     client.send("one\n");
@@ -200,7 +200,7 @@ TEST_F(DebugServerTest, startsOnceAndAgainAfterAStop)
     server.stop();
     EXPECT_EQ(client.receive(), QByteArray());
     EXPECT_FALSE(Client().connected);
-    EXPECT_TRUE(other.start(kPort));
+    EXPECT_TRUE(other.start(port));
     EXPECT_TRUE(Client().connected);
 }
 

@@ -88,7 +88,7 @@ struct Wishes : QObject
     QStringList all;
 };
 
-constexpr int kTick = 100; // ms
+constexpr int tick = 100; // ms
 
 VtrState playing(double speed)
 {
@@ -107,7 +107,7 @@ TEST(KeyboardTransport, keysBecomeWishesOnTheStateOfTheLastRefresh)
     KeyboardTransport keys(nullptr);
     Wishes wishes(keys);
     terminal.type(" RrFfNnPpOoCcVvMmQqSs+-\x03\x1b\r");
-    Stepper::runMs(kTick);
+    Stepper::runMs(tick);
     EXPECT_EQ(wishes.all, QStringList({"play 1", "rewind",   "rewind",   "fastfwd",    "fastfwd",    "step 1",
                                        "step 1", "step -1",  "step -1",  "standbyOff", "standbyOff", "record",
                                        "record", "camera",   "camera",   "meta",       "meta",       "quit",
@@ -115,10 +115,10 @@ TEST(KeyboardTransport, keysBecomeWishesOnTheStateOfTheLastRefresh)
     wishes.all.clear();
     keys.setVtrState(playing(1.0));
     terminal.type("++ ");
-    Stepper::runMs(kTick);
+    Stepper::runMs(tick);
     keys.setVtrState(playing(1.1));
     terminal.type("+");
-    Stepper::runMs(kTick);
+    Stepper::runMs(tick);
     EXPECT_EQ(wishes.all, QStringList({"play 1.1", "play 1.1", "still", "play 1.2"}));
 }
 
@@ -164,14 +164,14 @@ TEST(KeyboardTransport, rewritesAnUnchangedLineEveryTwoSeconds)
     int refreshes = 0;
     QObject::connect(&keys, &KeyboardTransport::refreshed, &keys, [&] { ++refreshes; });
     keys.setStatus(QStringLiteral("VR 1"));
-    Stepper::runMs(41 * kTick);
+    Stepper::runMs(41 * tick);
     EXPECT_EQ(refreshes, 41);
     const QByteArray line = "[--:--:--:--] 0.000 Invalid  VR 1                    \r";
     EXPECT_EQ(terminal.screen(), line + line + line);
 
     keys.setCurrentTimecode(QmxTimecode(1, 2, 3, 4, 25, 0));
     keys.setVtrState(playing(-2.0));
-    Stepper::runMs(3 * kTick);
+    Stepper::runMs(3 * tick);
     EXPECT_EQ(terminal.screen(), QByteArray("[01:02:03:04] -2.000 Play  VR 1                    \r"));
 }
 
@@ -186,7 +186,7 @@ TEST(KeyboardTransport, theEndOfInputIsNoKey)
     const Replaced in(STDIN_FILENO, pipe[0]);
     KeyboardTransport keys(nullptr);
     Wishes wishes(keys);
-    Stepper::runMs(5 * kTick);
+    Stepper::runMs(5 * tick);
     EXPECT_EQ(wishes.all, QStringList({"rewind"}));
     ::close(pipe[0]);
 }

@@ -14,8 +14,8 @@
 
 namespace {
 
-constexpr auto kActive = "/media/A";
-constexpr auto kRollover = "/media/B";
+constexpr auto activePath = "/media/A";
+constexpr auto rolloverPath = "/media/B";
 
 /// A machine with media of which the test says how full they are. Paths not named lie on "/".
 class MediaManagerTest : public ::testing::Test
@@ -47,7 +47,7 @@ protected:
     }
 
     std::shared_ptr<FaultyFiles> _files = FaultyFiles::install();
-    std::map<QString, int> media = {{kActive, 500}, {kRollover, 900}}; ///< free per mille
+    std::map<QString, int> media = {{activePath, 500}, {rolloverPath, 900}}; ///< free per mille
 };
 
 } // namespace
@@ -66,10 +66,10 @@ TEST_F(MediaManagerTest, measuresAMediumInRoundedPercent)
     };
     MediaManager manager(nullptr);
     for (const auto &row : rows) {
-        media[kActive] = row.freePerMille;
+        media[activePath] = row.freePerMille;
         MediaManager::PathInfo info;
-        ASSERT_TRUE(manager.getPathInfo(kActive, info));
-        EXPECT_EQ(info.path, QString(kActive));
+        ASSERT_TRUE(manager.getPathInfo(activePath, info));
+        EXPECT_EQ(info.path, QString(activePath));
         EXPECT_TRUE(info.mounted);
         EXPECT_EQ(info.percentFree, row.percent) << row.freePerMille;
         EXPECT_EQ(info.rolloverLevelReached, row.rollover) << row.freePerMille;
@@ -84,7 +84,7 @@ TEST_F(MediaManagerTest, measuresAMediumInRoundedPercent)
     EXPECT_FALSE(manager.getPathInfo(QString(), info));
     for (const int nth : {1, 2}) { // "/" first, then the medium
         _files->failNth(FaultyFiles::Statfs, nth, EIO);
-        EXPECT_FALSE(manager.getPathInfo(kActive, info)) << nth;
+        EXPECT_FALSE(manager.getPathInfo(activePath, info)) << nth;
     }
     EXPECT_EQ(info.path, QStringLiteral("kept"));
 }
@@ -101,43 +101,43 @@ TEST_F(MediaManagerTest, saysWhyARolloverMayNotStartInAFixedOrder)
     };
     MediaManager manager(nullptr);
     QSignalSpy started(&manager, &MediaManager::rolloverStarted);
-    manager.setActivePath(kActive);
+    manager.setActivePath(activePath);
     refuses(manager, 3); // no path: cannot be measured, before anything else
     EXPECT_EQ(manager.getRolloverInhibit(MediaManager::PathInfo()), 1u);
     manager.setRolloverEnabled(true);
     EXPECT_EQ(manager.getRolloverInhibit(MediaManager::PathInfo()), 4u);
     manager.setRolloverEnabled(false);
-    manager.setRolloverPath(kRollover);
+    manager.setRolloverPath(rolloverPath);
     refuses(manager, 1);
     manager.setRolloverEnabled(true);
     manager.setRolloverPath("/home");
     refuses(manager, 5);
-    manager.setRolloverPath(kRollover);
-    media[kRollover] = 150;
+    manager.setRolloverPath(rolloverPath);
+    media[rolloverPath] = 150;
     refuses(manager, 6);
-    media[kRollover] = 156;
+    media[rolloverPath] = 156;
     EXPECT_EQ(manager.getRolloverInhibit(), 0u);
     EXPECT_TRUE(manager.markRolloverInProgress());
     EXPECT_EQ(manager.getRolloverInhibit(), 2u);
     EXPECT_EQ(started.size(), 1);
-    EXPECT_EQ(started.first(), QVariantList({kActive, kRollover}));
+    EXPECT_EQ(started.first(), QVariantList({activePath, rolloverPath}));
 }
 
 TEST_F(MediaManagerTest, tellsAtEachCheckForAsLongAsTheMediumIsFull)
 {
     MediaManager manager(nullptr);
-    manager.setActivePath(kActive);
+    manager.setActivePath(activePath);
     EXPECT_EQ(tick(manager, 2), QStringList());
-    media[kActive] = 100;
+    media[activePath] = 100;
     EXPECT_EQ(tick(manager, 3), QStringList({"stop", "stop", "stop"})) << "without rollover at ten percent";
 
     manager.setRolloverEnabled(true);
     EXPECT_EQ(tick(manager), QStringList()) << "nowhere to go on, but not yet at the end";
-    manager.setRolloverPath(kRollover);
+    manager.setRolloverPath(rolloverPath);
     EXPECT_EQ(tick(manager, 2), QStringList({"rollover", "rollover"}));
-    media[kActive] = 80;
+    media[activePath] = 80;
     EXPECT_EQ(tick(manager, 2), QStringList({"stop", "stop"})) << "at eight percent";
-    media[kActive] = 100;
+    media[activePath] = 100;
     ASSERT_TRUE(manager.markRolloverInProgress());
     EXPECT_EQ(tick(manager), QStringList());
     manager.markRolloverComplete(false);
@@ -149,9 +149,9 @@ TEST_F(MediaManagerTest, tellsAtEachCheckForAsLongAsTheMediumIsFull)
 
 TEST_F(MediaManagerTest, decidesNothingOnItsFirstLookAtAnotherMedium)
 {
-    media[kActive] = media[kRollover] = 50;
+    media[activePath] = media[rolloverPath] = 50;
     MediaManager manager(nullptr);
-    for (const char *path : {kActive, kRollover, kActive}) {
+    for (const char *path : {activePath, rolloverPath, activePath}) {
         manager.setActivePath(path);
         EXPECT_EQ(tick(manager), QStringList()) << path;
         EXPECT_EQ(tick(manager), QStringList("stop")) << path;
@@ -167,18 +167,18 @@ TEST_F(MediaManagerTest, aRolloverSwapsTheMediaAndWaitsForTheMediaDaemon)
     QSignalSpy completed(&manager, &MediaManager::rolloverCompleted);
     QSignalSpy noted(&manager, &MediaManager::rolloverCompletedByMediaDaemon);
     manager.setRolloverEnabled(true);
-    manager.setActivePath(kActive);
-    manager.setRolloverPath(kRollover);
+    manager.setActivePath(activePath);
+    manager.setRolloverPath(rolloverPath);
     manager.setStorageInUse(true);
 
     manager.markRolloverComplete(true);
     ASSERT_TRUE(manager.markRolloverInProgress());
     manager.setStorageInUse(false);
-    manager.setRolloverPath(kRollover);
+    manager.setRolloverPath(rolloverPath);
     EXPECT_EQ(noted.size(), 0);
     manager.markRolloverComplete(true);
-    EXPECT_EQ(completed, QList<QVariantList>({{true, kActive, kRollover}}));
-    EXPECT_EQ(manager.activePath(), QString(kRollover));
+    EXPECT_EQ(completed, QList<QVariantList>({{true, activePath, rolloverPath}}));
+    EXPECT_EQ(manager.activePath(), QString(rolloverPath));
     EXPECT_EQ(manager.rolloverPath(), QString());
     manager.setRolloverPath(QString());
     EXPECT_EQ(noted.size(), 1);
@@ -186,12 +186,12 @@ TEST_F(MediaManagerTest, aRolloverSwapsTheMediaAndWaitsForTheMediaDaemon)
     EXPECT_EQ(inUse, QList<QVariantList>({{true}, {false}}));
 
     // The next one fails: the media stay as they are.
-    manager.setRolloverPath(kActive);
+    manager.setRolloverPath(activePath);
     ASSERT_TRUE(manager.markRolloverInProgress());
     manager.markRolloverComplete(false);
-    EXPECT_EQ(manager.activePath(), QString(kRollover));
-    EXPECT_EQ(manager.rolloverPath(), QString(kActive));
-    EXPECT_EQ(completed.last(), QVariantList({false, kRollover, kActive}));
+    EXPECT_EQ(manager.activePath(), QString(rolloverPath));
+    EXPECT_EQ(manager.rolloverPath(), QString(activePath));
+    EXPECT_EQ(completed.last(), QVariantList({false, rolloverPath, activePath}));
     manager.setRolloverPath(QString());
     EXPECT_EQ(noted.size(), 1) << "it was not empty before";
     manager.setRolloverPath(QString());
@@ -223,7 +223,7 @@ TEST_F(MediaManagerTest, aHangingMediumCostsOneWaitAndIsNotAskedUntilItIsBack)
 {
     allowLog("mediumhelper");
     MediaManager manager(nullptr);
-    manager.setActivePath(kActive);
+    manager.setActivePath(activePath);
     _files->hang(FaultyFiles::Statfs);
     MediaManager::PathInfo info;
     info.path = "kept";
@@ -233,13 +233,13 @@ TEST_F(MediaManagerTest, aHangingMediumCostsOneWaitAndIsNotAskedUntilItIsBack)
     EXPECT_FALSE(manager.getActivePathInfo(info));
     EXPECT_EQ(tick(manager, 4), QStringList());
     EXPECT_EQ(_files->count(FaultyFiles::Statfs), asked);
-    EXPECT_FALSE(manager.getPathInfo(kRollover, info)) << "the other one is asked, by a thread of its own";
+    EXPECT_FALSE(manager.getPathInfo(rolloverPath, info)) << "the other one is asked, by a thread of its own";
     EXPECT_EQ(_files->hanging(), 2);
     EXPECT_EQ(info.path, QStringLiteral("kept"));
 
     _files->release();
     EXPECT_TRUE(Stepper::waitFor([&] { return manager.getActivePathInfo(info); }));
-    EXPECT_TRUE(Stepper::waitFor([&] { return manager.getPathInfo(kRollover, info); }));
-    media[kActive] = 50;
+    EXPECT_TRUE(Stepper::waitFor([&] { return manager.getPathInfo(rolloverPath, info); }));
+    media[activePath] = 50;
     EXPECT_EQ(tick(manager, 2), QStringList("stop"));
 }

@@ -22,7 +22,7 @@ namespace {
 
 const PrivateMachine machine;
 
-constexpr int kPatience = 20000; // ms of real time
+constexpr int patience = 20000; // ms of real time
 
 class XpdTest : public ::testing::Test
 {
@@ -59,12 +59,12 @@ protected:
     }
     bool reads(eParam_t param, unsigned value)
     {
-        return Stepper::waitFor([&] { return read(param) == value; }, kPatience);
+        return Stepper::waitFor([&] { return read(param) == value; }, patience);
     }
     /// Waits for the end; the exit status, or minus the signal.
     static int end(QProcess &process)
     {
-        EXPECT_TRUE(Stepper::waitFor([&] { return process.state() == QProcess::NotRunning; }, kPatience));
+        EXPECT_TRUE(Stepper::waitFor([&] { return process.state() == QProcess::NotRunning; }, patience));
         return process.exitStatus() == QProcess::CrashExit ? -1 : process.exitCode();
     }
     static void signal(const QProcess &process, int sig) { sendSignal(process.processId(), sig); }
@@ -82,7 +82,7 @@ protected:
             if (!log.isEmpty()) silence.start();
             return silence.hasExpired(silenceMs);
         };
-        EXPECT_TRUE(Stepper::waitFor(isSilent, kPatience));
+        EXPECT_TRUE(Stepper::waitFor(isSilent, patience));
         signal(process, sig);
     }
     static bool hasChildren(const QProcess &process)
@@ -98,7 +98,7 @@ protected:
                 said += process.readAllStandardError() + process.readAllStandardOutput();
                 return said.contains(text);
             },
-            kPatience);
+            patience);
     }
 
     std::unique_ptr<Config> store;
@@ -174,7 +174,7 @@ TEST_F(XpdTest, inDebugModeSignalsAreIgnoredOrEndItInOrderOrByForce)
     signalInSilence(*impatient, said, SIGINT);
     ASSERT_TRUE(says(*impatient, said, "Exit requested. Interrupt"));
     // Until the terminal has been restored a further one is lost, as for any program that waits for another.
-    EXPECT_TRUE(Stepper::waitFor([&] { return !hasChildren(*impatient); }, kPatience));
+    EXPECT_TRUE(Stepper::waitFor([&] { return !hasChildren(*impatient); }, patience));
     signalInSilence(*impatient, said, SIGINT);
     EXPECT_EQ(end(*impatient), 1);
     said += impatient->readAllStandardOutput() + impatient->readAllStandardError();

@@ -17,7 +17,7 @@ namespace {
 
 const PrivateMachine machine;
 
-constexpr quint32 kUnknown = 0x12345678;
+constexpr quint32 unknown = 0x12345678;
 
 struct Change
 {
@@ -97,7 +97,7 @@ TEST(ConfigInterface, loadingGoesByTheDescriptorAndSkipsWhatIsUnknown)
     ConfigInterface config(nullptr);
     Listener listener(config);
 
-    const quint32 ids[] = {eParam_ReelNumber, kUnknown, eParam_RecordOnRunningTimecode, eParam_LutFile};
+    const quint32 ids[] = {eParam_ReelNumber, unknown, eParam_RecordOnRunningTimecode, eParam_LutFile};
     config.loadParams(ids, 0);
     EXPECT_TRUE(listener.changes.isEmpty());
     config.loadParams(ids, 4);
@@ -142,7 +142,7 @@ TEST(ConfigInterface, aParameterReadsAsALine)
         {0x7D01000A, 15u, "[7d01000a] transport_command = [15] shut_down"},
         {0x0901000A, 25u, "[901000a] interval_record_frames = 25"},
         {0x0D04000A, QByteArray("secret"), "[d04000a] lut_file = Data Parameter - no details available"},
-        {kUnknown, 1u, ""},
+        {unknown, 1u, ""},
     };
     for (const auto &row : rows)
         EXPECT_EQ(config.paramToString(row.id, row.value), QString::fromLatin1(row.line));

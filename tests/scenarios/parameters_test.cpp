@@ -28,7 +28,7 @@ std::function<bool(const VtrState &)> is(Getter getter, int value)
     return [=](const VtrState &s) { return static_cast<int>((s.*getter)()) == value; };
 }
 
-const SettingRow kSettings[] = {
+const SettingRow settings[] = {
     {0x0F02000A, 1, is(&VtrState::isLooping, 1)},
     {0x0F04000A, 1, is(&VtrState::stopOnFrameDrop, 1)},
     {0x2000000A, 1, is(&VtrState::stopOnLossOfVideo, 0)}, // says "continue"
@@ -105,7 +105,7 @@ TEST_F(ParameterScenario, everySettingReachesTheTransport)
 {
     allowLog(QString(), QString()); // settings that do not go together complain; that is not the point here
     begin();
-    for (const SettingRow &row : kSettings) {
+    for (const SettingRow &row : settings) {
         ASSERT_TRUE(store->setUInt(static_cast<eParam_t>(row.param), row.value)) << store->lastError();
         EXPECT_TRUE(Stepper::waitFor([&] { return row.arrived(vtr().state()); }))
             << std::hex << row.param << ' ' << row.value;

@@ -4,9 +4,9 @@
 std::span<const std::string> alarmDelayAttributes()
 {
     static const std::string attributes[] = {
-        kPlayPressed.raiseAttribute, kRecordPressed.raiseAttribute, kStopPressed.raiseAttribute,
-        kPlayback.raiseAttribute,    kRecord.raiseAttribute,        "raise_on_standby",
-        kStandbyOff.raiseAttribute,
+        playPressed.raiseAttribute, recordPressed.raiseAttribute, stopPressed.raiseAttribute,
+        playback.raiseAttribute,    record.raiseAttribute,        "raise_on_standby",
+        standbyOff.raiseAttribute,
     };
     return attributes;
 }

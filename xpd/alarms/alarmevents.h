@@ -11,12 +11,12 @@ struct AlarmEvent
     const char *raiseAttribute;
 };
 
-inline constexpr AlarmEvent kPlayPressed{"clear_on_play_pressed", "raise_on_play_pressed"};
-inline constexpr AlarmEvent kStopPressed{"clear_on_stop_pressed", "raise_on_stop_pressed"};
-inline constexpr AlarmEvent kRecordPressed{"clear_on_record_pressed", "raise_on_record_pressed"};
-inline constexpr AlarmEvent kPlayback{"clear_on_playback", "raise_on_playback"};
-inline constexpr AlarmEvent kRecord{"clear_on_record", "raise_on_record"};
-inline constexpr AlarmEvent kStandbyOff{"clear_on_standby_off", "raise_on_standby_off"};
+inline constexpr AlarmEvent playPressed{"clear_on_play_pressed", "raise_on_play_pressed"};
+inline constexpr AlarmEvent stopPressed{"clear_on_stop_pressed", "raise_on_stop_pressed"};
+inline constexpr AlarmEvent recordPressed{"clear_on_record_pressed", "raise_on_record_pressed"};
+inline constexpr AlarmEvent playback{"clear_on_playback", "raise_on_playback"};
+inline constexpr AlarmEvent record{"clear_on_record", "raise_on_record"};
+inline constexpr AlarmEvent standbyOff{"clear_on_standby_off", "raise_on_standby_off"};
 
 /// The attributes that hold an alarm back until an event. No event raises "raise_on_standby": an
 /// alarm that carries only that one is kept and never shown.

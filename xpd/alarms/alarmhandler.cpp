@@ -2,7 +2,7 @@
 #include "xpd/alarms/alarmhandler.h"
 
 #include "platform/qmx/core/qmxid.h"
-#include "platform/qmx/core/qmxlogstream.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/alarmproducer.h"
 #include "platform/store/alarms.h"
 #include "platform/store/alarms.pb.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr const char *kSource = "alarmhandler";
+constexpr const char *logSource = "alarmhandler";
 
 // Line numbers in the log name the message and stay when the source moves.
 enum LogLine : int {
@@ -25,11 +25,6 @@ enum LogLine : int {
     ClearingByEvent = 155,
     RaisingByEvent = 160
 };
-
-void logLine(int level, int line, const QString &text)
-{
-    QmxLogStream(kSource, line, level, QmxLog::defaultLog()) << text;
-}
 
 } // namespace
 
@@ -54,14 +49,14 @@ void AlarmHandler::onEvent(const QString &clear_attribute, const QString &raise_
         const ParamDescriptor *descriptor = _config->descriptor(param);
         if (!descriptor) continue;
         if (descriptor->hasAttribute(clearName)) {
-            logLine(3, ClearingByEvent,
-                    QStringLiteral("Clearing ALARM (%1): %2").arg(clear_attribute, alarmToString(alarm)));
+            qmxLogText(QmxLogLevel::Info, logSource, ClearingByEvent,
+                       QStringLiteral("Clearing ALARM (%1): %2").arg(clear_attribute, alarmToString(alarm)));
             alarm.setLevel(QmxAlarm::Clear);
             AlarmProducer::clear(_config, param);
         }
         if (descriptor->hasAttribute(raiseName) && alarm.isActive()) {
-            logLine(2, RaisingByEvent,
-                    QStringLiteral("Raising ALARM (%1): %2").arg(raise_attribute, alarmToString(alarm)));
+            qmxLogText(QmxLogLevel::Warning, logSource, RaisingByEvent,
+                       QStringLiteral("Raising ALARM (%1): %2").arg(raise_attribute, alarmToString(alarm)));
             raise(param, alarm);
         }
     }
@@ -69,32 +64,32 @@ void AlarmHandler::onEvent(const QString &clear_attribute, const QString &raise_
 
 void AlarmHandler::onPlayPressed()
 {
-    onEvent(kPlayPressed.clearAttribute, kPlayPressed.raiseAttribute);
+    onEvent(playPressed.clearAttribute, playPressed.raiseAttribute);
 }
 
 void AlarmHandler::onStopPressed()
 {
-    onEvent(kStopPressed.clearAttribute, kStopPressed.raiseAttribute);
+    onEvent(stopPressed.clearAttribute, stopPressed.raiseAttribute);
 }
 
 void AlarmHandler::onRecordPressed()
 {
-    onEvent(kRecordPressed.clearAttribute, kRecordPressed.raiseAttribute);
+    onEvent(recordPressed.clearAttribute, recordPressed.raiseAttribute);
 }
 
 void AlarmHandler::onPlayback()
 {
-    onEvent(kPlayback.clearAttribute, kPlayback.raiseAttribute);
+    onEvent(playback.clearAttribute, playback.raiseAttribute);
 }
 
 void AlarmHandler::onRecord()
 {
-    onEvent(kRecord.clearAttribute, kRecord.raiseAttribute);
+    onEvent(record.clearAttribute, record.raiseAttribute);
 }
 
 void AlarmHandler::onStandbyOff()
 {
-    onEvent(kStandbyOff.clearAttribute, kStandbyOff.raiseAttribute);
+    onEvent(standbyOff.clearAttribute, standbyOff.raiseAttribute);
 }
 
 void AlarmHandler::stateChanged(const VtrState &oldState, const VtrState &newState)
@@ -111,12 +106,14 @@ void AlarmHandler::handleAlarm(const QmxAlarm &alarm)
     eParam_t param{};
     QmxAlarm stored;
     if (!findAlarm(alarm.id(), param, stored)) {
-        logLine(1, UnknownAlarm, QStringLiteral("Unable to find alarm for id %1").arg(alarmToString(alarm)));
+        qmxLogText(QmxLogLevel::Error, logSource, UnknownAlarm,
+                   QStringLiteral("Unable to find alarm for id %1").arg(alarmToString(alarm)));
         return;
     }
     if (!stored.id().isValid() || !_config) {
         if (alarm.isActive())
-            logLine(2, UnhandledAlarm, QStringLiteral("Unhandled alarm: %1").arg(alarmToString(alarm)));
+            qmxLogText(QmxLogLevel::Warning, logSource, UnhandledAlarm,
+                       QStringLiteral("Unhandled alarm: %1").arg(alarmToString(alarm)));
         return;
     }
     if (stored == alarm) return;
@@ -124,19 +121,21 @@ void AlarmHandler::handleAlarm(const QmxAlarm &alarm)
     _alarms.insert_or_assign(param, alarm);
     if (!alarm.isActive()) {
         // Also for one that was only delayed: the store may hold another process's state of it.
-        logLine(3, Clearing, QStringLiteral("Clearing ALARM: %1").arg(alarmToString(alarm)));
+        qmxLogText(QmxLogLevel::Info, logSource, Clearing,
+                   QStringLiteral("Clearing ALARM: %1").arg(alarmToString(alarm)));
         AlarmProducer::clear(_config, param);
         return;
     }
     if (isDelayed(param)) {
-        logLine(3, Delayed, QStringLiteral("Delayed ALARM: %1").arg(alarmToString(alarm)));
+        qmxLogText(QmxLogLevel::Info, logSource, Delayed,
+                   QStringLiteral("Delayed ALARM: %1").arg(alarmToString(alarm)));
         return;
     }
     const QString text = QStringLiteral("Raising ALARM: %1").arg(alarmToString(alarm));
     if (alarm.isWarning())
-        logLine(2, RaisingWarning, text);
+        qmxLogText(QmxLogLevel::Warning, logSource, RaisingWarning, text);
     else
-        logLine(1, RaisingError, text);
+        qmxLogText(QmxLogLevel::Error, logSource, RaisingError, text);
     raise(param, alarm);
 }
 

@@ -7,7 +7,7 @@ using P = ConnectionParty;
 using S = ConnectionStage;
 
 // clang-format off
-constexpr ConnectionRow kConnections[] = {
+constexpr ConnectionRow connections[] = {
     {586, S::Config, P::Config, "paramChanged(quint32, const QVariant &, const QmxTimeStamp &)",
                      P::Main, "configParamChanged(quint32, const QVariant &, const QmxTimeStamp &)"},
 
@@ -94,7 +94,7 @@ const char *partyExpression(ConnectionParty party)
 
 std::span<const ConnectionRow> connectionTable()
 {
-    return kConnections;
+    return connections;
 }
 
 QByteArray connectExpression(const ConnectionRow &row)

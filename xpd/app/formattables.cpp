@@ -24,7 +24,7 @@ struct GeneratorRow
 constexpr QmxId ycc = QmxIds::uncompressed10;
 constexpr QmxId rgb = QmxIds::uncompressedRgb;
 
-constexpr GeneratorRow kGenerator[] = {
+constexpr GeneratorRow generator[] = {
     {2, 1280, 720, 0, 50000, 1000, ycc},   {3, 1280, 720, 0, 60000, 1001, ycc},
     {7, 1280, 720, 0, 60000, 1000, ycc},   {5, 1920, 1080, 1, 25000, 1000, ycc},
     {6, 1920, 1080, 1, 30000, 1001, ycc},  {10, 1920, 1080, 1, 30000, 1000, ycc},
@@ -74,7 +74,7 @@ struct FormatRow
     int recordFormat;
 };
 
-constexpr FormatRow kFormats[] = {
+constexpr FormatRow formats[] = {
     {720, 486, 1, 29, 13, 20, 21},   {720, 576, 1, 25, 14, 21, 22},   {1280, 720, 0, 50, 12, 18, 19},
     {1280, 720, 0, 59, 11, 17, 18},  {1280, 720, 0, 60, 10, 16, 17},  {1920, 1080, 2, 23, 9, 15, 16},
     {1920, 1080, 2, 24, 8, 14, 15},  {1920, 1080, 2, 25, 7, 13, 14},  {1920, 1080, 2, 29, 6, 12, 13},
@@ -100,18 +100,19 @@ constexpr FormatRow kFormats[] = {
     {4096, 2160, 0, 50, 65, 79, 78}, {4096, 2160, 0, 59, 64, 78, 77}, {4096, 2160, 0, 60, 63, 77, 76},
 };
 
-constexpr int kUnknownFormat = 1;
+constexpr int unknownFormat = 1;
 
 int findFormat(const QmxImageDesc &desc, int FormatRow::*column)
 {
     const int wholeRate = static_cast<int>(desc.frameRate().toDouble());
-    for (const FormatRow &row : kFormats) {
+    for (const FormatRow &row : formats) {
         if (row.wholeRate == wholeRate && row.width == desc.width() && row.height == desc.height() &&
             row.scanMode == desc.scanMode())
             return row.*column;
     }
-    logMain(2, __LINE__, QStringLiteral("Failed to find image format for: %1").arg(desc.toString()));
-    return kUnknownFormat;
+    qmxLogText(QmxLogLevel::Warning, mainObjectSource, __LINE__,
+               QStringLiteral("Failed to find image format for: %1").arg(desc.toString()));
+    return unknownFormat;
 }
 
 // A variable-rate format by width and the input's rate code (1 23.98, 2 24, 3 25, 4 29.97, 5 30).
@@ -122,11 +123,11 @@ struct VariableRateRow
     int code;
 };
 
-constexpr VariableRateRow kVariableRateRecord[] = {
+constexpr VariableRateRow variableRateRecord[] = {
     {1280, 1, 31}, {1280, 2, 31}, {1280, 3, 33}, {1280, 4, 32}, {1280, 5, 32}, {1920, 1, 34}, {1920, 2, 34},
 };
 
-constexpr VariableRateRow kVariableRateMedia[] = {
+constexpr VariableRateRow variableRateMedia[] = {
     {1280, 1, 30}, {1280, 2, 36}, {1280, 3, 32}, {1280, 4, 31}, {1280, 5, 31}, {1920, 1, 33},
 };
 
@@ -139,7 +140,8 @@ int findVariableRate(std::span<const VariableRateRow> rows, int width, int vfrfp
         if (row.vfrfps == vfrfps) return row.code;
         knownWidth = true;
     }
-    if (knownWidth) qmxLogOutput(2, kMainObject, __LINE__, "Unhandled value %d\n", vfrfps);
+    if (knownWidth)
+        qmxLogOutput(QmxLogLevel::Warning, mainObjectSource, __LINE__, "Unhandled value %d\n", vfrfps);
     return format;
 }
 
@@ -148,7 +150,7 @@ int findVariableRate(std::span<const VariableRateRow> rows, int width, int vfrfp
 QmxImageDesc sigGenFormatToImgDesc(int code)
 {
     QmxImageDesc desc;
-    for (const GeneratorRow &row : kGenerator) {
+    for (const GeneratorRow &row : generator) {
         if (row.code != code) continue;
         desc.setSize(row.width, row.height);
         desc.setAspectRatio(row.width, row.height);
@@ -177,10 +179,10 @@ int imageDescToRecordFormat(const QmxImageDesc &desc)
 
 int variableRateRecordFormat(int width, int vfrfps, int format)
 {
-    return findVariableRate(kVariableRateRecord, width, vfrfps, format);
+    return findVariableRate(variableRateRecord, width, vfrfps, format);
 }
 
 int variableRateMediaFormat(int width, int vfrfps, int format)
 {
-    return findVariableRate(kVariableRateMedia, width, vfrfps, format);
+    return findVariableRate(variableRateMedia, width, vfrfps, format);
 }

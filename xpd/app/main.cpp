@@ -4,7 +4,7 @@
 #include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxlogexpected.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/configfactoryimpl.h"
@@ -25,13 +25,13 @@
 
 namespace {
 
-constexpr const char *kDefaultLog = "/xpd.log";
-constexpr const char *kNoLog = "/dev/null";
-constexpr int kFrameworkVersion = 1;
-constexpr int kNiceness = -40;  // the kernel stops at the highest priority there is
-constexpr int kOOMAdjust = -17; // never chosen by the out-of-memory killer
+constexpr const char *defaultLog = "/xpd.log";
+constexpr const char *noLog = "/dev/null";
+constexpr int frameworkVersion = 1;
+constexpr int niceness = -40;  // the kernel stops at the highest priority there is
+constexpr int oomAdjust = -17; // never chosen by the out-of-memory killer
 
-constexpr ProgramTextRow kOptionTexts[] = {
+constexpr ProgramTextRow optionTexts[] = {
     {"-d", "does not detach; without -D no signal is handled then, so that one ends a take in its middle"},
     {"-D", "does not detach, handles signals, logs more and offers the debug server"},
     {"-h", "prints these letters and starts all the same; --help does not start"},
@@ -41,13 +41,13 @@ constexpr ProgramTextRow kOptionTexts[] = {
     {"-b", "measures reading and writing of clips"},
     {"-p", "logs more of each parameter that changes"},
 };
-constexpr ProgramTextRow kFileTexts[] = {
+constexpr ProgramTextRow fileTexts[] = {
     {"/etc/xp/lumen.ini", "inputs and outputs"},
     {"/etc/xp/store", "address of the configuration store"},
     {"/usr/local/share/media", "the stills that stand in for a lost input"},
     {"/var/lock/xpd.lock", "held while it runs"},
 };
-constexpr ProgramText kText = {
+constexpr ProgramText textOption = {
     "xpd",
     8,
     "the transport daemon of the recorder",
@@ -55,8 +55,8 @@ constexpr ProgramText kText = {
     "Records and plays. It is started by systemd (systemctl start xpd) and operated with xpctl, in the\n"
     "group xp; a signal to end closes the take that runs. Without -d and -D it detaches, or, under a\n"
     "service manager, tells it when it is ready.",
-    kOptionTexts,
-    kFileTexts,
+    optionTexts,
+    fileTexts,
     "xpctl(1), xpmediad(8), xp-stills(8)",
 };
 
@@ -73,23 +73,24 @@ QString logPathFromKernel()
 {
     QString path;
     if (readKernelCmdLine(QStringLiteral("xpd_log"), &path) && path.isEmpty())
-        path = QString::fromLatin1(kDefaultLog);
+        path = QString::fromLatin1(defaultLog);
     return path;
 }
 
 void raisePriority()
 {
     errno = 0;
-    if (nice(kNiceness) == -1 && errno != 0)
-        qmxLogOutput(3, "main", __LINE__, "Running at normal priority: %s\n", std::strerror(errno));
+    if (nice(niceness) == -1 && errno != 0)
+        qmxLogOutput(QmxLogLevel::Info, "main", __LINE__, "Running at normal priority: %s\n",
+                     std::strerror(errno));
 }
 
 void prepareFramework()
 {
-    Qmx::init(kFrameworkVersion);
-    Qmx::setOOMAdjust(kOOMAdjust);
+    Qmx::init(frameworkVersion);
+    Qmx::setOOMAdjust(oomAdjust);
     const quint64 pool = memoryPoolSize(Qmx::totalSystemMemorySize());
-    qmxLogOutput(3, "main", __LINE__, "Reserving %llu bytes for memory pool\n", pool);
+    qmxLogOutput(QmxLogLevel::Info, "main", __LINE__, "Reserving %llu bytes for memory pool\n", pool);
     Qmx::poolReserve(static_cast<unsigned int>(pool));
 }
 
@@ -97,7 +98,7 @@ void prepareFramework()
 
 int main(int argc, char **argv)
 {
-    if (const std::optional<int> answered = answerBeforeStart(kText, argc, argv)) return *answered;
+    if (const std::optional<int> answered = answerBeforeStart(textOption, argc, argv)) return *answered;
     QmxLockFile lock(QmxEnvironment::current().places->recorderLock);
     const bool debug = hasArgument(argc, argv, "-D");
     const bool noDaemon = hasArgument(argc, argv, "-d");
@@ -120,7 +121,7 @@ int main(int argc, char **argv)
 
     // Nobody has stills of uncompressed formats, which is what there is before the settings are known.
     qmxLogExpect("vtrobject", "Failed to find loss of video file for", "Uncompressed");
-    qmxLogOpenFile(logPath.isEmpty() ? QString::fromLatin1(kNoLog) : logPath);
+    qmxLogOpenFile(logPath.isEmpty() ? QString::fromLatin1(noLog) : logPath);
     qmxLogOpenDisplay();
     qmxLogSetLevel(debug ? 4 : 2);
     raisePriority();

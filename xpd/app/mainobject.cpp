@@ -19,12 +19,12 @@
 
 namespace {
 
-constexpr qint16 kDebugPort = 6502;
-constexpr int kShutdownSlice = 1000; // ms
+constexpr qint16 debugPort = 6502;
+constexpr int shutdownSlice = 1000; // ms
 
 // Loaded at the start in this order. The playback source stands twice: its last reaction has to follow
 // the others.
-constexpr quint32 kInitialParams[] = {
+constexpr quint32 initialParams[] = {
     eParam_MediaLabel,
     eParam_ActiveMediaPath,
     eParam_RolloverMediaPath,
@@ -66,7 +66,7 @@ constexpr quint32 kInitialParams[] = {
     eParam_ContinueOnLossOfVideo,
     eParam_PlaybackSource,
 };
-static_assert(std::size(kInitialParams) == 40);
+static_assert(std::size(initialParams) == 40);
 
 } // namespace
 
@@ -99,7 +99,7 @@ MainObject::MainObject(bool debug, QObject *parent) : QObject(parent)
     if (debug) {
         _debugServer = std::make_unique<DebugServer>(this);
         makeConnections(ConnectionStage::DebugServer);
-        _debugServer->start(kDebugPort);
+        _debugServer->start(debugPort);
     }
 }
 
@@ -139,13 +139,14 @@ void MainObject::makeConnections(ConnectionStage stage)
         if (row.stage != stage) continue;
         if (!connect(party(row.sender), (signalCode + row.signal).constData(), party(row.receiver),
                      (slotCode + row.slot).constData()))
-            qmxLogOutput(2, kMainObject, row.line, "FAILED: %s\n", connectExpression(row).constData());
+            qmxLogOutput(QmxLogLevel::Warning, mainObjectSource, row.line, "FAILED: %s\n",
+                         connectExpression(row).constData());
     }
 }
 
 void MainObject::loadInitialState()
 {
-    _config->loadParams(kInitialParams, static_cast<int>(std::size(kInitialParams)));
+    _config->loadParams(initialParams, static_cast<int>(std::size(initialParams)));
     updateAllClips();
     updatePlayList();
     setInitialClip();
@@ -155,13 +156,13 @@ void MainObject::shutdown()
 {
     if (!_vtr) return; // done before
     _debugServer.reset();
-    qmxLogOutput(3, kMainObject, __LINE__, "Shutting down...\n");
+    qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "Shutting down...\n");
     _vtr->shutdown();
 
     // Sleeps until something happens, so that a transport that waits for a medium does not cost a
     // processor; the timer ends each slice.
     QTimer slice;
-    slice.start(kShutdownSlice);
+    slice.start(shutdownSlice);
     while (!_vtr->isShutdownComplete())
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 

@@ -47,7 +47,8 @@ void MainObject::updateAllClips()
     }
     _allClips = _clipFinder->findClips(true, false, true);
     _allClipsPlayList = createPlayList(path, _allClips);
-    qmxLogOutput(3, kMainObject, __LINE__, "Updated all clips list.  %d entries\n", _allClipsPlayList.size());
+    qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "Updated all clips list.  %d entries\n",
+                 _allClipsPlayList.size());
 }
 
 void MainObject::updatePlayList()
@@ -60,7 +61,8 @@ void MainObject::updatePlayList()
     }
     _playListClips = _clipFinder->findClips(true, true, true);
     _playList = createPlayList(path, _playListClips);
-    qmxLogOutput(3, kMainObject, __LINE__, "Updated play list.  %d entries\n", _playList.size());
+    qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "Updated play list.  %d entries\n",
+                 _playList.size());
 }
 
 QString MainObject::currentClip() const
@@ -110,7 +112,8 @@ int MainObject::addClip(std::list<Clip> &clips, QmxPlayList &playList, const QSt
     Clip clip;
     if (!kel::media::MediaCache::GrokClip(clip, QStringLiteral("%1/%2").arg(path, name).toStdString(),
                                           false)) {
-        logMain(2, __LINE__, QStringLiteral("Unable to grok clip %1\n").arg(name));
+        qmxLogText(QmxLogLevel::Warning, mainObjectSource, __LINE__,
+                   QStringLiteral("Unable to grok clip %1\n").arg(name));
         return 0;
     }
     clips.push_back(clip);
@@ -118,15 +121,16 @@ int MainObject::addClip(std::list<Clip> &clips, QmxPlayList &playList, const QSt
 
     const int index = findClipFirstFrame(clips, name);
     if (index == -1) {
-        logMain(2, __LINE__, QStringLiteral("Unable to find clip %1 in playlist\n").arg(name));
+        qmxLogText(QmxLogLevel::Warning, mainObjectSource, __LINE__,
+                   QStringLiteral("Unable to find clip %1 in playlist\n").arg(name));
         return 0;
     }
     const int fnum = playList.firstFrameOfEntry(index);
     if (fnum != -1) {
         _configUpdater->setCurrentPlayListIndex(index);
-        logMain(3, __LINE__,
-                QStringLiteral("New clip %1 fnum %2, playlistIndex %3")
-                    .arg(name, QString::number(fnum), QString::number(index)));
+        qmxLogText(QmxLogLevel::Info, mainObjectSource, __LINE__,
+                   QStringLiteral("New clip %1 fnum %2, playlistIndex %3")
+                       .arg(name, QString::number(fnum), QString::number(index)));
     }
     return fnum;
 }
@@ -134,7 +138,7 @@ int MainObject::addClip(std::list<Clip> &clips, QmxPlayList &playList, const QSt
 int MainObject::addLastRecordedClip(const QString &name)
 {
     const int fnum = addClip(_allClips, _allClipsPlayList, name);
-    qmxLogOutput(3, kMainObject, __LINE__,
+    qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__,
                  "added last recorded clip to playlist. %d entries, returning fnum %d\n",
                  _allClipsPlayList.size(), fnum);
     return fnum;
@@ -153,16 +157,17 @@ void MainObject::gotoClipByName(const QString &name)
             return;
         }
     }
-    logMain(1, __LINE__, QStringLiteral("Can't goto clip: '%1' not found").arg(name));
+    qmxLogText(QmxLogLevel::Error, mainObjectSource, __LINE__,
+               QStringLiteral("Can't goto clip: '%1' not found").arg(name));
 }
 
 void MainObject::gotoClipByIndex(int index)
 {
-    constexpr const char *kInvalid = "Go to playlist index %d failed: Entry invalid\n";
+    constexpr const char *invalid = "Go to playlist index %d failed: Entry invalid\n";
     if (_playbackSource != int(PlaybackSource::CurrentClip)) {
         int fnum = playListInUse().firstFrameOfEntry(index);
         if (fnum == -1) {
-            qmxLogOutput(1, kMainObject, __LINE__, kInvalid, index);
+            qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__, invalid, index);
             fnum = 0;
         }
         _vtr->cue(fnum);
@@ -171,11 +176,11 @@ void MainObject::gotoClipByIndex(int index)
 
     const QmxPlayListEntry entry = _allClipsPlayList.value(index);
     if (!entry.isValid()) {
-        qmxLogOutput(1, kMainObject, __LINE__, kInvalid, index);
+        qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__, invalid, index);
         return;
     }
-    logMain(2, __LINE__,
-            QStringLiteral("Go to playlist index %1: %2").arg(QString::number(index), entry.name()));
+    qmxLogText(QmxLogLevel::Warning, mainObjectSource, __LINE__,
+               QStringLiteral("Go to playlist index %1: %2").arg(QString::number(index), entry.name()));
     const bool playing = _vtr->state().mode().isInModePlay();
     setCurrentClip(entry.name());
     if (playing)
@@ -189,12 +194,13 @@ void MainObject::gotoClipByRelativeIndex(int delta)
 {
     const int size = playListInUse().size();
     if (size == 0) {
-        qmxLogOutput(1, kMainObject, __LINE__, "Go to relative clip index %d: List is empty\n", delta);
+        qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                     "Go to relative clip index %d: List is empty\n", delta);
         return;
     }
     const int current = findCurrentClipIndex();
     if (current == -1) {
-        qmxLogOutput(1, kMainObject, __LINE__,
+        qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__,
                      "Go to relative clip index %d: Failed to find current clip index\n", delta);
         return;
     }

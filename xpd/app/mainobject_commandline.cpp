@@ -14,9 +14,9 @@
 
 namespace {
 
-constexpr const char *kOptionLetters = "phbsdDlc:";
-constexpr int kStatisticsConnectLine = 792;
-constexpr int kStatisticsInterval = 1000; // ms
+constexpr const char *optionLetters = "phbsdDlc:";
+constexpr int statisticsConnectLine = 792;
+constexpr int statisticsInterval = 1000; // ms
 
 } // namespace
 
@@ -83,23 +83,25 @@ const MainObject::Options::Row MainObject::Options::rows[count] = {
 void MainObject::parseCommandLine()
 {
     const QStringList arguments = QCoreApplication::arguments();
-    logMain(3, __LINE__, QStringLiteral("Parse Command Line '%1'").arg(arguments.join(QLatin1Char(' '))));
+    qmxLogText(QmxLogLevel::Info, mainObjectSource, __LINE__,
+               QStringLiteral("Parse Command Line '%1'").arg(arguments.join(QLatin1Char(' '))));
 
     QmxGetOpts options(arguments);
-    while (options.getopt(kOptionLetters)) {
+    while (options.getopt(optionLetters)) {
         if (const Options::Row *row = Options::find(options.opt()))
             row->act(*this, options.arg());
         else
             Options::printUsage();
     }
     if (options.hasError())
-        logMain(1, __LINE__, QStringLiteral("Command line parse failure: %1").arg(options.errorString()));
+        qmxLogText(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                   QStringLiteral("Command line parse failure: %1").arg(options.errorString()));
 }
 
 void MainObject::startStatistics()
 {
     auto *timer = new QTimer(this);
-    QMX_VERIFY(kMainObject, kStatisticsConnectLine,
+    QMX_VERIFY(mainObjectSource, statisticsConnectLine,
                connect(timer, SIGNAL(timeout()), _vtr, SLOT(logStats())));
-    timer->start(kStatisticsInterval);
+    timer->start(statisticsInterval);
 }

@@ -18,7 +18,7 @@ void MainObject::toggleMeta()
 {
     if (!_vtr || !_kbtrans) return;
     _insertMeta = !_insertMeta;
-    qmxLogOutput(3, kMainObject, __LINE__, "_insertMeta = %d\n", _insertMeta ? 1 : 0);
+    qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "_insertMeta = %d\n", _insertMeta ? 1 : 0);
 }
 
 void MainObject::cameraRecord()

@@ -15,10 +15,10 @@
 
 namespace {
 
-constexpr int kLutEntries = 1024;
-constexpr int kLutMaximum = 1023; // 10 bits
+constexpr int lutEntries = 1024;
+constexpr int lutMaximum = 1023; // 10 bits
 
-constexpr const char *kForceInvert = "XPD_FORCE_LUT_INVERT";
+constexpr const char *forceInvert = "XPD_FORCE_LUT_INVERT";
 
 enum LutMode : quint32 { Off = 0, Input = 1, Output = 2 };
 
@@ -32,8 +32,8 @@ void fillInverted(QmxImageLut &lut)
 {
     short *data = lut.lutData();
     for (int channel = 0; channel < 3; ++channel) {
-        for (int i = 0; i < kLutEntries; ++i)
-            data[channel * kLutEntries + i] = static_cast<short>(kLutMaximum - i);
+        for (int i = 0; i < lutEntries; ++i)
+            data[channel * lutEntries + i] = static_cast<short>(lutMaximum - i);
     }
 }
 
@@ -73,7 +73,7 @@ void MainObject::loadLuts()
     if (!_vtr) return;
     quint32 mode = _config->getUInt32(eParam_LutPosition);
     const QString path = getLUTPath(_config->getData(eParam_LutFile));
-    QmxImageLut lut(QmxIds::lookUpTable, kLutEntries);
+    QmxImageLut lut(QmxIds::lookUpTable, lutEntries);
 
     if (mode == Off) {
         sendAlarm(QmxIds::alarmLutError, QmxAlarm::Clear, QString(), __LINE__);
@@ -81,13 +81,14 @@ void MainObject::loadLuts()
         mode = Off;
     } else {
         lut.setFilename(path);
-        if (qEnvironmentVariableIsSet(kForceInvert))
+        if (qEnvironmentVariableIsSet(forceInvert))
             fillInverted(lut);
         else if (!parseLut(lut, path))
             mode = Off;
     }
 
-    logMain(3, __LINE__, QStringLiteral("LUT Enabled %1, LUT path '%2'").arg(QString::number(mode), path));
+    qmxLogText(QmxLogLevel::Info, mainObjectSource, __LINE__,
+               QStringLiteral("LUT Enabled %1, LUT path '%2'").arg(QString::number(mode), path));
     const QmxImageLut empty;
     if (mode == Off)
         _vtr->setLuts(empty, empty);
@@ -99,18 +100,19 @@ void MainObject::loadLuts()
 
 bool MainObject::parseLut(QmxImageLut &lut, const QString &path)
 {
-    logMain(3, __LINE__, QStringLiteral("Parsing %1 ").arg(path));
+    qmxLogText(QmxLogLevel::Info, mainObjectSource, __LINE__, QStringLiteral("Parsing %1 ").arg(path));
     const ParseResult result = parseInto(lut, path);
     if (!result.ok) {
-        logMain(1, __LINE__, QStringLiteral("Parse of LUT '%1' failed: %2").arg(path, result.error));
+        qmxLogText(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                   QStringLiteral("Parse of LUT '%1' failed: %2").arg(path, result.error));
         sendAlarm(QmxIds::alarmLutError, QmxAlarm::Error, QStringLiteral("LUT parse error"), __LINE__);
         return false;
     }
-    if (result.count != kLutEntries) {
-        const QString expected = QString::number(kLutEntries);
+    if (result.count != lutEntries) {
+        const QString expected = QString::number(lutEntries);
         const QString count = QString::number(result.count);
-        logMain(
-            1, __LINE__,
+        qmxLogText(
+            QmxLogLevel::Error, mainObjectSource, __LINE__,
             QStringLiteral("Parse of LUT '%1' returned unexpected number of entries.  Expected %2, Got %3")
                 .arg(path, expected, count));
         sendAlarm(QmxIds::alarmLutError, QmxAlarm::Error,

@@ -19,15 +19,15 @@
 
 namespace {
 
-constexpr int kReelDigits = 3;
+constexpr int reelDigits = 3;
 
 /// The next speed of the shuttle ladder 2, 4, 8, 16 in the direction of `first`; nothing when `speed` is
 /// the last one already. Only exact steps count: anything else begins at `first`.
 std::optional<double> nextShuttleSpeed(double speed, double first)
 {
-    constexpr double kLadder = 8.0; // last step = first step times this
-    if (speed == first * kLadder) return std::nullopt;
-    for (double step = 1.0; step < kLadder; step *= 2.0) {
+    constexpr double ladder = 8.0; // last step = first step times this
+    if (speed == first * ladder) return std::nullopt;
+    for (double step = 1.0; step < ladder; step *= 2.0) {
         if (speed == first * step) return first * step * 2.0;
     }
     return first;
@@ -71,7 +71,8 @@ struct MainObject::Reactions
     static void playbackSource(M &m, const V &v, const VtrState &state)
     {
         m._playbackSource = v.toInt();
-        logMain(3, __LINE__, QStringLiteral("Play Media: %1").arg(m._playbackSource));
+        qmxLogText(QmxLogLevel::Info, mainObjectSource, __LINE__,
+                   QStringLiteral("Play Media: %1").arg(m._playbackSource));
         if (state.mode().isInModePlay()) m._vtr->reopenPlaybackStream();
     }
 
@@ -80,8 +81,8 @@ struct MainObject::Reactions
         bool ok = false;
         const double speed = v.toString().toDouble(&ok);
         if (!ok || !(std::fabs(speed) <= maximumSpeed)) {
-            logMain(
-                2, __LINE__,
+            qmxLogText(
+                QmxLogLevel::Warning, mainObjectSource, __LINE__,
                 QStringLiteral("Speed '%1' ignored: it must be a number from -100 to 100").arg(v.toString()));
             return;
         }
@@ -91,7 +92,7 @@ struct MainObject::Reactions
 
     static void reelNumber(M &m, const V &v, const VtrState &)
     {
-        m._vtr->setReelName(v.toString().rightJustified(kReelDigits, QLatin1Char('0')));
+        m._vtr->setReelName(v.toString().rightJustified(reelDigits, QLatin1Char('0')));
     }
 
     static const Row *find(quint32 id);
@@ -109,7 +110,7 @@ const MainObject::Reactions::Row MainObject::Reactions::rows[] = {
     {eParam_GoToClipIndex, [](M &m, const V &v, const VtrState &) { m.gotoClipByIndex(v.toInt()); }},
     // Media
     {eParam_MediaUpdated, [](M &m, const V &, const VtrState &s) { m.mediaUpdated(s); }},
-    {eParam_MediaLoading, [](M &, const V &, const VtrState &) { qmxLogOutput(3, kMainObject, __LINE__, "Media is loading...\n"); }},
+    {eParam_MediaLoading, [](M &, const V &, const VtrState &) { qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "Media is loading...\n"); }},
     {eParam_ActiveMediaPath, activePath},
     {eParam_RolloverMediaPath, [](M &m, const V &v, const VtrState &) { m._mediaManager->setRolloverPath(v.toString()); }},
     {eParam_RolloverEnabled, [](M &m, const V &v, const VtrState &) { m._mediaManager->setRolloverEnabled(v.toBool()); }},
@@ -180,12 +181,12 @@ void MainObject::configParamChanged(quint32 id, const QVariant &value, const Qmx
     if (!_vtr) return;
     const VtrState state = _vtr->state();
     const QString text = _config->paramToString(id, value);
-    logMain(3, __LINE__, QStringLiteral("Param Changed: %1").arg(text));
+    qmxLogText(QmxLogLevel::Info, mainObjectSource, __LINE__, QStringLiteral("Param Changed: %1").arg(text));
 
     if (const Reactions::Row *row = Reactions::find(id))
         row->react(*this, value, state);
     else if (_logExtraParams)
-        logMain(2, __LINE__, QStringLiteral("Changed: %1").arg(text));
+        qmxLogText(QmxLogLevel::Warning, mainObjectSource, __LINE__, QStringLiteral("Changed: %1").arg(text));
 }
 
 void MainObject::transportCommand(int command, const VtrState &state)
@@ -208,7 +209,8 @@ void MainObject::transportCommand(int command, const VtrState &state)
     case Record:
         _alarmHandler->onRecordPressed();
         if (state.cameraInput().isValid())
-            qmxLogOutput(2, kMainObject, __LINE__, "Ignoring record command due to camera data input\n");
+            qmxLogOutput(QmxLogLevel::Warning, mainObjectSource, __LINE__,
+                         "Ignoring record command due to camera data input\n");
         else
             _vtr->record();
         break;
@@ -234,7 +236,8 @@ void MainObject::transportCommand(int command, const VtrState &state)
         gotoClipByRelativeIndex(-1);
         break;
     case ShutDown:
-        qmxLogOutput(3, kMainObject, __LINE__, "Got shutdown from config, asking for program exit.");
+        qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__,
+                     "Got shutdown from config, asking for program exit.");
         QCoreApplication::quit();
         break;
     default: // numbers between them mean nothing here
@@ -252,7 +255,7 @@ void MainObject::stopCommand(const VtrState &state)
         else
             _vtr->still();
     } else if (state.cameraInput().isValid()) {
-        qmxLogOutput(2, kMainObject, __LINE__,
+        qmxLogOutput(QmxLogLevel::Warning, mainObjectSource, __LINE__,
                      "Ignoring stop command while in record due to camera data input\n");
     } else {
         _initialFrame = addLastRecordedClip(currentClip());
@@ -262,7 +265,7 @@ void MainObject::stopCommand(const VtrState &state)
 
 void MainObject::mediaUpdated(const VtrState &state)
 {
-    qmxLogOutput(3, kMainObject, __LINE__, "Media has been updated...\n");
+    qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "Media has been updated...\n");
     updateAllClips();
     updatePlayList();
     setInitialClip();

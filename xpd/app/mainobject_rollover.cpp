@@ -18,12 +18,14 @@ void MainObject::startRollover()
     _rolloverClipClosed = false;
     _rolloverClipOpened = false;
     if (!_mediaManager->markRolloverInProgress()) {
-        qmxLogOutput(1, kMainObject, __LINE__, "Failed to mark rollover in progress.  Aborting rollover\n");
+        qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                     "Failed to mark rollover in progress.  Aborting rollover\n");
         _vtr->standbyOff();
         return;
     }
     if (!_vtr->reopenRecordStream()) {
-        qmxLogOutput(1, kMainObject, __LINE__, "Aborting rollover, reopen record stream failed\n");
+        qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                     "Aborting rollover, reopen record stream failed\n");
         _mediaManager->markRolloverComplete(false);
         _vtr->standbyOff();
     }
@@ -33,10 +35,11 @@ void MainObject::vtrStreamIsClosed()
 {
     if (!_mediaManager->isRolloverInProgress()) return;
     if (_rolloverClipClosed) {
-        qmxLogOutput(1, kMainObject, __LINE__, "In rollover, got close after clip 1 is already closed!\n");
+        qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                     "In rollover, got close after clip 1 is already closed!\n");
         return;
     }
-    qmxLogOutput(3, kMainObject, __LINE__, "Rollover clip 1 is closed\n");
+    qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "Rollover clip 1 is closed\n");
     _rolloverClipClosed = true;
     checkForRolloverComplete();
 }
@@ -45,14 +48,15 @@ void MainObject::vtrStreamIsOpen(const QmxError &err, const QmxStreamInfo &)
 {
     if (!_mediaManager->isRolloverInProgress()) return;
     if (_rolloverClipOpened) {
-        qmxLogOutput(1, kMainObject, __LINE__, "In rollover, got open after clip 2 is already opened!\n");
+        qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                     "In rollover, got open after clip 2 is already opened!\n");
         return;
     }
     // A failed open counts too: the media have changed places, and the transport ends the record itself.
     if (err.isError())
-        qmxLogOutput(2, kMainObject, __LINE__, "Rollover clip 2 open failed\n");
+        qmxLogOutput(QmxLogLevel::Warning, mainObjectSource, __LINE__, "Rollover clip 2 open failed\n");
     else
-        qmxLogOutput(3, kMainObject, __LINE__, "Rollover clip 2 opened\n");
+        qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "Rollover clip 2 opened\n");
     _rolloverClipOpened = true;
     checkForRolloverComplete();
 }
@@ -72,7 +76,7 @@ void MainObject::finishRollover(bool success, const QString &, const QString &)
 
 void MainObject::rolloverCompletedByMediaDaemon()
 {
-    qmxLogOutput(3, kMainObject, __LINE__, "Media daemon has completed rollover\n");
+    qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "Media daemon has completed rollover\n");
     if (_pendingClipName.isEmpty()) return;
     _configUpdater->setCurrentClip(_pendingClipName);
     _pendingClipName.clear();

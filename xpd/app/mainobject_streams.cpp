@@ -26,7 +26,7 @@ QString withoutExtension(const QString &name)
 
 void logFailure(int line, const char *text)
 {
-    qmxLogOutput(1, kMainObject, line, "%s", text);
+    qmxLogOutput(QmxLogLevel::Error, mainObjectSource, line, "%s", text);
 }
 
 } // namespace
@@ -62,28 +62,30 @@ void MainObject::generatePlaybackStreamDesc(QVariant &streamDesc, int &fnum)
             return logFailure(__LINE__, "Generate playback stream desc failed: Current clip is empty\n");
         streamDesc = clipPath(path, clip);
         fnum = 0;
-        logMain(3, __LINE__,
-                QStringLiteral("Playback Stream Desc: %1 at frame %2")
-                    .arg(streamDesc.toString(), QString::number(fnum)));
+        qmxLogText(QmxLogLevel::Info, mainObjectSource, __LINE__,
+                   QStringLiteral("Playback Stream Desc: %1 at frame %2")
+                       .arg(streamDesc.toString(), QString::number(fnum)));
         break;
     case PlaybackSource::AllClips:
         if (_allClipsPlayList.isEmpty())
             return logFailure(__LINE__, "Generate playback stream desc failed: All clips is empty\n");
         streamDesc = QVariant::fromValue(_allClipsPlayList);
         fnum = findInitialFrame(_allClips, _allClipsPlayList);
-        qmxLogOutput(3, kMainObject, __LINE__, "Playback Stream Desc: All Clips at frame %d\n", fnum);
+        qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__,
+                     "Playback Stream Desc: All Clips at frame %d\n", fnum);
         break;
     case PlaybackSource::PlayList:
         if (_playList.isEmpty())
             return logFailure(__LINE__, "Generage playback stream desc failed: Play List is empty\n");
         streamDesc = QVariant::fromValue(_playList);
         fnum = findInitialFrame(_playListClips, _playList);
-        qmxLogOutput(3, kMainObject, __LINE__, "Playback Stream Desc: Play List at frame %d\n", fnum);
+        qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__,
+                     "Playback Stream Desc: Play List at frame %d\n", fnum);
         break;
     default:
         fnum = 0;
-        qmxLogOutput(1, kMainObject, __LINE__, "Generate playback stream desc failed: Unhandled value %d\n",
-                     _playbackSource);
+        qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                     "Generate playback stream desc failed: Unhandled value %d\n", _playbackSource);
         break;
     }
 }
@@ -112,7 +114,8 @@ void MainObject::generateNormalRecordStreamDesc(QVariant &streamDesc)
         if (result == -1) {
             sendAlarm(QmxIds::alarmClipNameExists, QmxAlarm::Error,
                       QStringLiteral("Clip %1 already exists").arg(name), __LINE__);
-            qmxLogOutput(1, kMainObject, __LINE__, "Generate record stream desc failed: '%s' is in use\n",
+            qmxLogOutput(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                         "Generate record stream desc failed: '%s' is in use\n",
                          name.toLocal8Bit().constData());
             return;
         }
@@ -138,7 +141,8 @@ void MainObject::generateRolloverRecordStreamDesc(QVariant &streamDesc)
     if (_clipFinder->getClipNameWithIncrementedRolloverIndex(current, built)) {
         sendAlarm(QmxIds::alarmClipNameExists, QmxAlarm::Error,
                   QStringLiteral("Clip %1 already exists").arg(currentName), __LINE__);
-        logMain(1, __LINE__, QStringLiteral("Failed to build rollover clip name for '%1'").arg(currentName));
+        qmxLogText(QmxLogLevel::Error, mainObjectSource, __LINE__,
+                   QStringLiteral("Failed to build rollover clip name for '%1'").arg(currentName));
         return;
     }
     sendAlarm(QmxIds::alarmClipNameExists, QmxAlarm::Clear, QString(), __LINE__);
@@ -170,6 +174,6 @@ void MainObject::recordFailedToStart(QmxId &reason)
 void MainObject::stopRecordNow()
 {
     if (!_vtr->state().mode().isInModeRecord()) return;
-    qmxLogOutput(3, kMainObject, __LINE__, "Stopping record.\n");
+    qmxLogOutput(QmxLogLevel::Info, mainObjectSource, __LINE__, "Stopping record.\n");
     _vtr->standbyOff();
 }

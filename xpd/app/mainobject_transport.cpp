@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr int kInputNotRecordable = 2;
+constexpr int inputNotRecordable = 2;
 
 /// The status of playback at `speed`. Normal and slow speeds share a value, but 1.0 itself belongs to them
 /// and 4.0, 8.0, 16.0 to the faster ones.
@@ -36,7 +36,7 @@ TransportStatus playStatus(double speed)
     if (speed <= -4.0) return Reverse4;
     if (speed < -1.0) return ReverseFast;
     if (speed < 0.0) return Reverse;
-    qmxLogOutput(2, kMainObject, __LINE__, "Unhandled speed: %lf\n", speed);
+    qmxLogOutput(QmxLogLevel::Warning, mainObjectSource, __LINE__, "Unhandled speed: %lf\n", speed);
     return None;
 }
 
@@ -53,7 +53,8 @@ TransportStatus transportStatus(const VtrState &state)
     case VtrMode::Shutdown:
         return TransportStatus::ShutDown;
     }
-    qmxLogOutput(2, kMainObject, __LINE__, "Unhandled mode: %d\n", static_cast<int>(state.mode().value()));
+    qmxLogOutput(QmxLogLevel::Warning, mainObjectSource, __LINE__, "Unhandled mode: %d\n",
+                 static_cast<int>(state.mode().value()));
     return TransportStatus::None;
 }
 
@@ -90,7 +91,7 @@ void MainObject::vtrModeChanged(const VtrMode &, const VtrMode &)
 
 void MainObject::sendAlarm(const QmxId &id, QmxAlarm::AlarmLevel level, const QString &text, int line)
 {
-    emit alarmTriggered(QmxAlarm(id, level, text, QString::fromLatin1(kMainObject), line));
+    emit alarmTriggered(QmxAlarm(id, level, text, QString::fromLatin1(mainObjectSource), line));
 }
 
 void MainObject::vtrRaiseVFRAlarm(bool state)
@@ -100,9 +101,9 @@ void MainObject::vtrRaiseVFRAlarm(bool state)
 
 void MainObject::firmwareLoading(const QString &id, bool done)
 {
-    logMain(3, __LINE__,
-            QStringLiteral("%1 '%2' firmware load")
-                .arg(done ? QStringLiteral("Finished") : QStringLiteral("Started"), id));
+    qmxLogText(QmxLogLevel::Info, mainObjectSource, __LINE__,
+               QStringLiteral("%1 '%2' firmware load")
+                   .arg(done ? QStringLiteral("Finished") : QStringLiteral("Started"), id));
     _config->set(eParam_FirmwareState, storeNumber(done ? FirmwareState::Loaded : FirmwareState::Loading));
 }
 
@@ -126,7 +127,7 @@ void MainObject::vtrInputFormatChanged(int inputNumber, const QmxVideoState &sta
 {
     if (inputNumber != 0) return;
     if (state.recInhibit().isValid()) {
-        _config->set(eParam_RecordFormat, kInputNotRecordable);
+        _config->set(eParam_RecordFormat, inputNotRecordable);
     } else {
         if (state.isValid() && _vtr->state().mode().isInModeRecord())
             sendAlarm(QmxIds::alarmInputLostInRecord, QmxAlarm::Error,
@@ -144,9 +145,9 @@ void MainObject::vtrVideoDeviceSetupChanged(const QmxVideoDeviceSetup &val)
     const QmxImageDesc desc = val.imageDesc();
     int format = imageDescToMediaFormat(desc);
     const int decodeType = imageDataTypeToDecodeType(desc.dataType());
-    logMain(3, __LINE__,
-            QStringLiteral("Media changed: %1 -- %2/%3")
-                .arg(desc.toString(), QString::number(format), QString::number(decodeType)));
+    qmxLogText(QmxLogLevel::Info, mainObjectSource, __LINE__,
+               QStringLiteral("Media changed: %1 -- %2/%3")
+                   .arg(desc.toString(), QString::number(format), QString::number(decodeType)));
 
     if (val.isInCapture() && val.forceVFRRecord()) {
         const int vfrfps = _vtr->inputState().vfrfps();

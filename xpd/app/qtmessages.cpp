@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/app/qtmessages.h"
 
-#include "platform/qmx/core/qmxlogstream.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QString>
 
@@ -32,7 +32,7 @@ void adapter(QtMsgType type, const QMessageLogContext &, const QString &message)
 
 void localQtMessageHandler(QtMsgType type, const char *msg)
 {
-    QmxLogStream("main", __LINE__, levelOf(type), QmxLog::defaultLog()) << QString::fromLocal8Bit(msg);
+    qmxLogText(levelOf(type), "main", __LINE__, QString::fromLocal8Bit(msg));
     if (type != QtFatalMsg) return;
     QmxLog::defaultLog()->flush(); // a thread of its own writes it
     std::abort();

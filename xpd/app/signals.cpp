@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/app/signals.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -17,14 +17,15 @@
 
 namespace {
 
-constexpr const char *kSource = "main";
-constexpr int kMaxFrames = 25;
-constexpr size_t kDescriptionSize = 2048; // bytes, the end included
+constexpr const char *logSource = "main";
+constexpr int maxFrames = 25;
+constexpr size_t descriptionSize = 2048; // bytes, the end included
 
 // In the order of installation; the repeats of SIGTTIN and SIGTTOU are harmless.
-constexpr int kSignals[] = {SIGINT,  SIGQUIT, SIGTERM, SIGFPE,  SIGABRT,   SIGILL,  SIGSEGV, SIGUSR1, SIGBUS,
-                            SIGSYS,  SIGHUP,  SIGTSTP, SIGTTOU, SIGTTIN,   SIGPIPE, SIGALRM, SIGUSR2, SIGTTIN,
-                            SIGTTOU, SIGIO,   SIGPROF, SIGURG,  SIGVTALRM, SIGXCPU, SIGXFSZ};
+constexpr int handledSignals[] = {SIGINT,  SIGQUIT,   SIGTERM, SIGFPE,  SIGABRT, SIGILL,  SIGSEGV,
+                                  SIGUSR1, SIGBUS,    SIGSYS,  SIGHUP,  SIGTSTP, SIGTTOU, SIGTTIN,
+                                  SIGPIPE, SIGALRM,   SIGUSR2, SIGTTIN, SIGTTOU, SIGIO,   SIGPROF,
+                                  SIGURG,  SIGVTALRM, SIGXCPU, SIGXFSZ};
 
 enum class Kind { Fatal, Exit, Ignored };
 
@@ -60,11 +61,11 @@ constexpr bool plainHandlerGetsRecord()
 
 volatile sig_atomic_t exitRequested = 0;
 
-std::array<char, kDescriptionSize> describe(int sig, const siginfo_t *record, const void *context)
+std::array<char, descriptionSize> describe(int sig, const siginfo_t *record, const void *context)
 {
     static const siginfo_t nothing = {};
     const siginfo_t &info = plainHandlerGetsRecord() && record ? *record : nothing;
-    std::array<char, kDescriptionSize> text;
+    std::array<char, descriptionSize> text;
     // Several of these share their place in the record, so the same word may come more than once.
     std::snprintf(
         text.data(), text.size(), "%s %p S%X E%X C%X P%X U%X S%X U%lX S%lX V%lX I%X P%p O%X T%X A%p B%lX F%X",
@@ -80,7 +81,7 @@ std::array<char, kDescriptionSize> describe(int sig, const siginfo_t *record, co
 
 void logAndPrint(int level, int line, const char *format, const char *description)
 {
-    qmxLogOutput(level, kSource, line, format, description);
+    qmxLogOutput(level, logSource, line, format, description);
     std::printf(format, description);
     std::fflush(stdout);
 }
@@ -121,7 +122,7 @@ void setupSignals()
     struct sigaction action = {};
     // No flags: the handler is called the plain way and looks at its further arguments all the same.
     action.sa_handler = reinterpret_cast<void (*)(int)>(reinterpret_cast<void (*)()>(signalAction));
-    for (const int sig : kSignals)
+    for (const int sig : handledSignals)
         sigaction(sig, &action, nullptr);
 }
 
@@ -141,13 +142,13 @@ void signalAction(int sig, siginfo_t *info, void *context)
             std::exit(1);
         }
         exitRequested = 1;
-        qmxLogOutput(3, kSource, __LINE__, "Exit requested. %s\n", description.data());
+        qmxLogOutput(QmxLogLevel::Info, logSource, __LINE__, "Exit requested. %s\n", description.data());
         restoreTerminal();
         // Before the event loop runs there is nothing to leave: main() looks at the request when it does.
         if (qApp && qApp->thread()->loopLevel() > 0) QCoreApplication::exit(0);
         break;
     case Kind::Ignored:
-        qmxLogOutput(2, kSource, __LINE__, "Ignoring Signal. %s\n", description.data());
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__, "Ignoring Signal. %s\n", description.data());
         break;
     }
 }
@@ -160,8 +161,8 @@ bool exitIsRequested()
 void printBackTrace()
 {
     std::puts("BACKTRACE");
-    void *addresses[kMaxFrames];
-    const int count = backtrace(addresses, kMaxFrames);
+    void *addresses[maxFrames];
+    const int count = backtrace(addresses, maxFrames);
     char **symbols = backtrace_symbols(addresses, count);
     // Frame 0 is this function.
     for (int i = 1; symbols && i < count && symbols[i]; ++i)

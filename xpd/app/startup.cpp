@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr quint64 kPoolPercent = 45;
+constexpr quint64 poolPercent = 45;
 
 } // namespace
 
@@ -32,5 +32,5 @@ bool findKernelWord(QTextStream &text, const QString &key, QString *value)
 
 quint64 memoryPoolSize(quint64 totalBytes)
 {
-    return totalBytes * kPoolPercent / 100;
+    return totalBytes * poolPercent / 100;
 }

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/config/configinterface.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/configfactoryimpl.h"
 
 namespace {
 
-constexpr const char *kSource = "configinterface";
+constexpr const char *logSource = "configinterface";
 
 // Line numbers in the log name the message and stay when the source moves.
 enum LogLine : int { StoreFailed = 49, EventsFailed = 51, UnknownParam = 138 };
 
-constexpr const char *kTransport = "udp";
+constexpr const char *transport = "udp";
 
 eParam_t toParam(quint32 id)
 {
@@ -38,13 +38,17 @@ void createDescriptorsOnce()
 ConfigInterface::ConfigInterface(QObject *parent) : QObject(parent)
 {
     createDescriptorsOnce();
-    const std::string storeURI = GetConfigURI(kTransport);
-    const std::string eventsURI = GetEventsURI(kTransport);
+    const std::string storeURI = GetConfigURI(transport);
+    const std::string eventsURI = GetEventsURI(transport);
 
     _store.reset(ConfigFactoryImpl::GetInstance()->create(storeURI));
-    if (!_store) qmxLogOutput(1, kSource, StoreFailed, "Failed to create config: %s\n", storeURI.c_str());
+    if (!_store)
+        qmxLogOutput(QmxLogLevel::Error, logSource, StoreFailed, "Failed to create config: %s\n",
+                     storeURI.c_str());
     _events.reset(ConfigFactoryImpl::GetInstance()->create(eventsURI));
-    if (!_events) qmxLogOutput(1, kSource, EventsFailed, "Failed to create events: %s\n", eventsURI.c_str());
+    if (!_events)
+        qmxLogOutput(QmxLogLevel::Error, logSource, EventsFailed, "Failed to create events: %s\n",
+                     eventsURI.c_str());
 
     if (_events) _events->addListener(this);
 }
@@ -115,7 +119,7 @@ void ConfigInterface::loadParam(quint32 id)
 {
     const ParamDescriptor *descriptor = GetDescriptor(toParam(id));
     if (!descriptor) {
-        qmxLogOutput(1, kSource, UnknownParam, "Param ID %u not found\n", id);
+        qmxLogOutput(QmxLogLevel::Error, logSource, UnknownParam, "Param ID %u not found\n", id);
         return;
     }
     const QVariant value =

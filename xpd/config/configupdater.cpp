@@ -2,7 +2,7 @@
 #include "xpd/config/configupdater.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxverify.h"
 #include "platform/store/eparam.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr const char *kSource = "configupdater";
+constexpr const char *logSource = "configupdater";
 
 // Line numbers in the log name the message and stay when the source moves.
 enum LogLine : int {
@@ -23,7 +23,7 @@ enum LogLine : int {
 };
 
 // Loaded at the start; the record format has no effect here.
-constexpr quint32 kInitialParams[] = {eParam_CurrentClip, eParam_CurrentPlayListIndex, eParam_RecordFormat};
+constexpr quint32 initialParams[] = {eParam_CurrentClip, eParam_CurrentPlayListIndex, eParam_RecordFormat};
 
 std::unique_ptr<ShmString> shared(const QString &name)
 {
@@ -43,15 +43,15 @@ ConfigUpdater::ConfigUpdater(ConfigInterface *config, QObject *parent)
       _shmStringCurrentTimecode(shared(QmxEnvironment::current().places->currentTimecode)),
       _shmStringInputTimecode(shared(QmxEnvironment::current().places->inputTimecode))
 {
-    QMX_VERIFY(kSource, CreateCurrentFailed, _shmStringCurrentTimecode->create(64));
-    QMX_VERIFY(kSource, CreateInputFailed, _shmStringInputTimecode->create(64));
+    QMX_VERIFY(logSource, CreateCurrentFailed, _shmStringCurrentTimecode->create(64));
+    QMX_VERIFY(logSource, CreateInputFailed, _shmStringInputTimecode->create(64));
     // clang-format off
-  QMX_VERIFY(kSource, ConnectFailed,
+  QMX_VERIFY(logSource, ConnectFailed,
              connect(_config, SIGNAL(paramChanged(quint32, const QVariant &, const QmxTimeStamp &)),
                      this, SLOT(configParamChanged(quint32, const QVariant &, const QmxTimeStamp &))));
     // clang-format on
 
-    _config->loadParams(kInitialParams, static_cast<int>(std::size(kInitialParams)));
+    _config->loadParams(initialParams, static_cast<int>(std::size(initialParams)));
 
     publish(*_shmStringCurrentTimecode, QmxTimecode());
     publish(*_shmStringInputTimecode, QmxTimecode());
@@ -65,10 +65,10 @@ void ConfigUpdater::setStorageInUse(bool inUse)
     _lastInUse = inUse;
     if (inUse) {
         _config->setUInt32(eParam_StorageState, storeNumber(StorageState::InUse));
-        qmxLogOutput(3, kSource, InUse, "*** Storage media is now in use\n");
+        qmxLogOutput(QmxLogLevel::Info, logSource, InUse, "*** Storage media is now in use\n");
     } else {
         _config->setUInt32(eParam_StorageState, storeNumber(StorageState::Released));
-        qmxLogOutput(3, kSource, Released, "*** Storage media has been released\n");
+        qmxLogOutput(QmxLogLevel::Info, logSource, Released, "*** Storage media has been released\n");
     }
 }
 

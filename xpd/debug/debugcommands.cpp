@@ -69,7 +69,7 @@ QString none()
     return {};
 }
 
-constexpr Command kCommands[] = {
+constexpr Command commands[] = {
     {"status", [](const Target &, const QString &) { return none(); }},
     {"play", [](const Target &t, const QString &a) { return t.vtr->play(toDouble(a, 1.0)), none(); }},
     {"record", [](const Target &t, const QString &) { return t.vtr->record(), none(); }},
@@ -93,7 +93,7 @@ QString statusLine(const VtrObject &vtr)
 
 const Command *findCommand(const QString &name)
 {
-    for (const Command &command : kCommands) {
+    for (const Command &command : commands) {
         if (name == QLatin1String(command.name)) return &command;
     }
     return nullptr;

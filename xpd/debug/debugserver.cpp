@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/debug/debugserver.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxverify.h"
 #include "xpd/debug/debugserverconn.h"
 
@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr const char *kSource = "debugserver";
+constexpr const char *logSource = "debugserver";
 
 // Line numbers in the log name the message and stay when the source moves.
 enum LogLine : int {
@@ -31,14 +31,14 @@ enum LogLine : int {
     UnknownConnection = 142
 };
 
-constexpr int kBacklog = 5;
-constexpr int kReapInterval = 1000; // ms
-constexpr int kReadSize = 4096;     // bytes
-constexpr qsizetype kLongestLine = 16 << 20;
+constexpr int backlog = 5;
+constexpr int reapInterval = 1000; // ms
+constexpr int readSize = 4096;     // bytes
+constexpr qsizetype longestLine = 16 << 20;
 
 void logErrno(int line, const char *format)
 {
-    qmxLogOutput(1, kSource, line, format, std::strerror(errno));
+    qmxLogOutput(QmxLogLevel::Error, logSource, line, format, std::strerror(errno));
 }
 
 } // namespace
@@ -53,7 +53,7 @@ DebugServer::~DebugServer()
 bool DebugServer::start(qint16 port)
 {
     if (_listenFd >= 0) {
-        qmxLogOutput(1, kSource, AlreadyRunning, "Server already running\n");
+        qmxLogOutput(QmxLogLevel::Error, logSource, AlreadyRunning, "Server already running\n");
         return false;
     }
     _listenFd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -73,16 +73,16 @@ bool DebugServer::start(qint16 port)
         stop();
         return false;
     }
-    if (::listen(_listenFd, kBacklog) != 0) {
+    if (::listen(_listenFd, backlog) != 0) {
         logErrno(ListenFailed, "Failed to listen: %s\n");
         stop();
         return false;
     }
     _listenNotifier = std::make_unique<QSocketNotifier>(_listenFd, QSocketNotifier::Read);
     QSocketNotifier *listenNotifier = _listenNotifier.get();
-    QMX_VERIFY(kSource, ListenConnectFailed,
+    QMX_VERIFY(logSource, ListenConnectFailed,
                connect(listenNotifier, SIGNAL(activated(int)), this, SLOT(listenerReadable(int))));
-    _reapTimer = startTimer(kReapInterval);
+    _reapTimer = startTimer(reapInterval);
     return true;
 }
 
@@ -119,7 +119,7 @@ void DebugServer::listenerReadable(int)
         return;
     }
     const auto conn = std::make_shared<DebugServerConn>(fd, this);
-    QMX_VERIFY(kSource, ConnConnectFailed,
+    QMX_VERIFY(logSource, ConnConnectFailed,
                connect(conn->notifier, SIGNAL(activated(int)), this, SLOT(connectionReadable(int))));
     // The number may be that of a closed connection that still waits for its reaping; it goes now.
     _connections.insert(fd, conn);
@@ -129,10 +129,10 @@ void DebugServer::connectionReadable(int fd)
 {
     const std::shared_ptr<DebugServerConn> conn = _connections.value(fd);
     if (!conn) {
-        qmxLogOutput(1, kSource, UnknownConnection, "Unknown connection: %d\n", fd);
+        qmxLogOutput(QmxLogLevel::Error, logSource, UnknownConnection, "Unknown connection: %d\n", fd);
         return;
     }
-    char buffer[kReadSize];
+    char buffer[readSize];
     const ssize_t size = ::read(fd, buffer, sizeof buffer);
     if (size > 0) {
         processRx(*conn, buffer, static_cast<int>(size));
@@ -164,7 +164,7 @@ void DebugServer::processRx(DebugServerConn &conn, const char *data, int size)
             break;
         default:
             // What is longer is no command of anybody's, and must not grow without bound.
-            if (conn.rx.size() < kLongestLine) conn.rx.append(data[i]);
+            if (conn.rx.size() < longestLine) conn.rx.append(data[i]);
         }
     }
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/debug/keyboardtransport.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <cstdio>
 
@@ -10,15 +10,15 @@
 
 namespace {
 
-constexpr const char *kSource = "keyboardtransport";
-constexpr int kHelpFirstLine = 29;
+constexpr const char *logSource = "keyboardtransport";
+constexpr int helpFirstLine = 29;
 
-constexpr int kPollInterval = 100; // ms
-constexpr int kForcedRedraw = 20;  // every so many redraws, that is every two seconds
-constexpr double kSpeedStep = 0.1;
+constexpr int pollInterval = 100; // ms
+constexpr int forcedRedraw = 20;  // every so many redraws, that is every two seconds
+constexpr double speedStep = 0.1;
 
 // As printed. Stop has no key, and quit is not told.
-constexpr const char *kHelp[] = {
+constexpr const char *help[] = {
     "Space  Toggle Play/Still\n",
     "R      Rewind\n",
     "F      Fast Forward\n",
@@ -71,15 +71,15 @@ struct KeyboardTransport::Keys
         {'c', [](KeyboardTransport &k) { emit k.record(); }},
         {'v', [](KeyboardTransport &k) { emit k.cameraRecord(); }},
         {'m', [](KeyboardTransport &k) { emit k.toggleMeta(); }},
-        {'+', [](KeyboardTransport &k) { emit k.play(k._state.speed() + kSpeedStep); }},
-        {'-', [](KeyboardTransport &k) { emit k.play(k._state.speed() - kSpeedStep); }},
+        {'+', [](KeyboardTransport &k) { emit k.play(k._state.speed() + speedStep); }},
+        {'-', [](KeyboardTransport &k) { emit k.play(k._state.speed() - speedStep); }},
         {'q', [](KeyboardTransport &k) { emit k.quit(); }},
     };
 };
 
 KeyboardTransport::KeyboardTransport(QObject *parent) : QObject(parent)
 {
-    startTimer(kPollInterval);
+    startTimer(pollInterval);
 
     ::tcgetattr(STDIN_FILENO, &_savedTerminal);
     termios raw = _savedTerminal;
@@ -90,9 +90,9 @@ KeyboardTransport::KeyboardTransport(QObject *parent) : QObject(parent)
     // Output flags stay: the log's line feeds still return the carriage.
     ::tcsetattr(STDIN_FILENO, TCSANOW, &raw);
 
-    int line = kHelpFirstLine;
-    for (const char *text : kHelp)
-        qmxLogOutput(3, kSource, line++, "%s", text);
+    int line = helpFirstLine;
+    for (const char *text : help)
+        qmxLogOutput(QmxLogLevel::Info, logSource, line++, "%s", text);
 }
 
 KeyboardTransport::~KeyboardTransport()
@@ -139,7 +139,7 @@ void KeyboardTransport::handleKey(char key)
 
 void KeyboardTransport::redraw()
 {
-    const bool forced = _redraws++ % kForcedRedraw == 0;
+    const bool forced = _redraws++ % forcedRedraw == 0;
     const QString line = QStringLiteral("[%1] %2 %3").arg(_timecode.toString(), _state.toString(), _status);
     if (!forced && line == _lastLine) return;
     _lastLine = line;

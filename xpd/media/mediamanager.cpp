@@ -2,7 +2,7 @@
 #include "xpd/media/mediamanager.h"
 
 #include "platform/product/mediumhelper.h"
-#include "platform/qmx/core/qmxlogstream.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxsamefilesystem.h"
 #include "platform/store/values.h"
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr const char *kSource = "mediamanager";
+constexpr const char *logSource = "mediamanager";
 
 // Line numbers in the log name the message and stay when the source moves.
 enum LogLine : int {
@@ -29,7 +29,7 @@ enum LogLine : int {
     Failed = 140
 };
 
-constexpr int kCheckInterval = 500; // ms
+constexpr int checkInterval = 500; // ms
 
 // Percent free at and below which the level counts as reached.
 
@@ -51,14 +51,9 @@ std::optional<Measurement> measure(QmxFiles &files, const QString &path)
                        medium.f_blocks};
 }
 
-void logText(int level, int line, const QString &text)
-{
-    QmxLogStream(kSource, line, level, QmxLog::defaultLog()) << text;
-}
-
 } // namespace
 
-MediaManager::MediaManager(QObject *parent) : QObject(parent), _checkTimer(startTimer(kCheckInterval)) {}
+MediaManager::MediaManager(QObject *parent) : QObject(parent), _checkTimer(startTimer(checkInterval)) {}
 
 MediaManager::~MediaManager()
 {
@@ -156,12 +151,12 @@ void MediaManager::setActivePath(const QString &path)
 {
     if (path == _activePath) return;
     _activePath = path;
-    logText(3, ActivePath, QStringLiteral("Active Media Path: %1").arg(path));
+    qmxLogText(QmxLogLevel::Info, logSource, ActivePath, QStringLiteral("Active Media Path: %1").arg(path));
     // What is measured here only tells whether the medium answers: the first check decides nothing yet.
     _activeInfo = PathInfo();
     PathInfo info;
     if (!path.isEmpty() && !getActivePathInfo(info))
-        qmxLogOutput(1, kSource, MeasureFailed, "getPathInfo failed for %s\n",
+        qmxLogOutput(QmxLogLevel::Error, logSource, MeasureFailed, "getPathInfo failed for %s\n",
                      path.toLocal8Bit().constData());
 }
 
@@ -171,13 +166,15 @@ void MediaManager::setRolloverPath(const QString &path)
         emit rolloverCompletedByMediaDaemon();
     if (path == _rolloverPath) return;
     _rolloverPath = path;
-    logText(3, RolloverPath, QStringLiteral("Rollover Media Path: %1").arg(path));
+    qmxLogText(QmxLogLevel::Info, logSource, RolloverPath,
+               QStringLiteral("Rollover Media Path: %1").arg(path));
 }
 
 void MediaManager::setRolloverEnabled(bool enabled)
 {
     if (enabled == _rolloverEnabled) return;
-    qmxLogOutput(3, kSource, RolloverEnabled, "Rollover %s\n", enabled ? "Enabled" : "Disabled");
+    qmxLogOutput(QmxLogLevel::Info, logSource, RolloverEnabled, "Rollover %s\n",
+                 enabled ? "Enabled" : "Disabled");
     _rolloverEnabled = enabled;
 }
 
@@ -185,8 +182,8 @@ void MediaManager::setStorageInUse(bool inUse)
 {
     if (inUse == _storageInUse) return;
     if (_rolloverInProgress) {
-        qmxLogOutput(3, kSource, InUseIgnored, "Rollover in progress, ignoring setStorageInUse(%s)\n",
-                     inUse ? "true" : "false");
+        qmxLogOutput(QmxLogLevel::Info, logSource, InUseIgnored,
+                     "Rollover in progress, ignoring setStorageInUse(%s)\n", inUse ? "true" : "false");
         return;
     }
     _storageInUse = inUse;
@@ -197,11 +194,13 @@ bool MediaManager::markRolloverInProgress()
 {
     const unsigned int reason = getRolloverInhibit();
     if (reason != NoInhibit) {
-        qmxLogOutput(1, kSource, CannotStart, "Can't mark rollover in progress, rollover is inhibited (%d)\n",
+        qmxLogOutput(QmxLogLevel::Error, logSource, CannotStart,
+                     "Can't mark rollover in progress, rollover is inhibited (%d)\n",
                      static_cast<int>(reason));
         return false;
     }
-    logText(3, Started, QStringLiteral("Rollover from %1 to %2 has started").arg(_activePath, _rolloverPath));
+    qmxLogText(QmxLogLevel::Info, logSource, Started,
+               QStringLiteral("Rollover from %1 to %2 has started").arg(_activePath, _rolloverPath));
     _rolloverInProgress = true;
     _awaitingMediaDaemon = false;
     emit rolloverStarted(_activePath, _rolloverPath);
@@ -211,7 +210,7 @@ bool MediaManager::markRolloverInProgress()
 void MediaManager::markRolloverComplete(bool success)
 {
     if (!_rolloverInProgress) {
-        qmxLogOutput(1, kSource, NothingToComplete,
+        qmxLogOutput(QmxLogLevel::Error, logSource, NothingToComplete,
                      "Can't mark rollover complete, since no rollover is in progress\n");
         return;
     }
@@ -226,8 +225,9 @@ void MediaManager::markRolloverComplete(bool success)
     }
     emit rolloverCompleted(success, oldActive, oldRollover);
     if (success)
-        logText(3, Completed,
-                QStringLiteral("Rollover from %1 to %2 has completed.").arg(oldActive, oldRollover));
+        qmxLogText(QmxLogLevel::Info, logSource, Completed,
+                   QStringLiteral("Rollover from %1 to %2 has completed.").arg(oldActive, oldRollover));
     else
-        logText(1, Failed, QStringLiteral("Rollover from %1 to %2 has failed.").arg(oldActive, oldRollover));
+        qmxLogText(QmxLogLevel::Error, logSource, Failed,
+                   QStringLiteral("Rollover from %1 to %2 has failed.").arg(oldActive, oldRollover));
 }

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/transport/singleframe.h"
 
-#include "xpd/transport/checkedconnect.h"
+#include "platform/qmx/core/qmxverify.h"
 
 #include <QVariant>
 
 SingleFrame::SingleFrame() : _stream(new QmxStream(this))
 {
-    XPD_CHECKED("singleframe", connect(_stream, SIGNAL(openIsDone(int, const QmxError &)), this,
-                                       SLOT(openIsDone(int, const QmxError &))));
-    XPD_CHECKED("singleframe",
-                connect(_stream, SIGNAL(readIsDone(int, const QmxFrame &, const QmxError &, void *)), this,
-                        SLOT(readIsDone(int, const QmxFrame &, const QmxError &, void *))));
+    QMX_VERIFY("singleframe", __LINE__,
+               connect(_stream, SIGNAL(openIsDone(int, const QmxError &)), this,
+                       SLOT(openIsDone(int, const QmxError &))));
+    QMX_VERIFY("singleframe", __LINE__,
+               connect(_stream, SIGNAL(readIsDone(int, const QmxFrame &, const QmxError &, void *)), this,
+                       SLOT(readIsDone(int, const QmxFrame &, const QmxError &, void *))));
 }
 
 void SingleFrame::clear()

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/qmx/core/qmxlog.h"
-#include "platform/qmx/core/qmxlogstream.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QString>
 
@@ -12,12 +11,12 @@ namespace VtrLog {
 
 inline constexpr char source[] = "vtrobject";
 
-enum Level { Error = 1, Warning = 2, Info = 3, Debug = 4 };
+using namespace QmxLogLevel;
 
 /// The line is the caller's. (Not every compiler that reads this has std::source_location.)
 inline void text(Level level, const QString &words, int line = __builtin_LINE())
 {
-    QmxLogStream(source, line, level, QmxLog::defaultLog()) << words;
+    qmxLogText(level, source, line, words);
 }
 
 } // namespace VtrLog

@@ -3,10 +3,10 @@
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxverify.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
-#include "xpd/transport/checkedconnect.h"
 #include "xpd/transport/timecodetrigger.h"
 #include "xpd/transport/vtrlog.h"
 
@@ -57,7 +57,7 @@ VtrObject::VtrObject(QObject *parent)
 
     connectStream();
     connectVideoDevice();
-    XPD_CHECKED(source, connect(_flushTimer, SIGNAL(timeout()), this, SLOT(streamFlush())));
+    QMX_VERIFY(source, __LINE__, connect(_flushTimer, SIGNAL(timeout()), this, SLOT(streamFlush())));
 }
 
 VtrObject::~VtrObject()
@@ -68,60 +68,77 @@ VtrObject::~VtrObject()
 
 void VtrObject::connectTimersAndAlarms()
 {
-    XPD_CHECKED(source, connect(_alarmctl, SIGNAL(alarmTriggered(const QmxAlarm &)), this,
-                                SIGNAL(alarmTriggered(const QmxAlarm &))));
-    XPD_CHECKED(source, connect(_alarmCheckTimer, SIGNAL(timeout()), this, SLOT(checkForAlarms())));
+    QMX_VERIFY(source, __LINE__,
+               connect(_alarmctl, SIGNAL(alarmTriggered(const QmxAlarm &)), this,
+                       SIGNAL(alarmTriggered(const QmxAlarm &))));
+    QMX_VERIFY(source, __LINE__, connect(_alarmCheckTimer, SIGNAL(timeout()), this, SLOT(checkForAlarms())));
     _alarmCheckTimer->start(alarmCheckPeriodMs);
 
     _timecodeTrigger->setDelay(timecodeTriggerDelay);
-    XPD_CHECKED(source, connect(_timecodeTrigger, SIGNAL(timecodeHasStarted()), this,
-                                SLOT(timecodeTriggerHasStarted())));
-    XPD_CHECKED(source, connect(_timecodeTrigger, SIGNAL(timecodeHasStopped()), this,
-                                SLOT(timecodeTriggerHasStopped())));
+    QMX_VERIFY(
+        source, __LINE__,
+        connect(_timecodeTrigger, SIGNAL(timecodeHasStarted()), this, SLOT(timecodeTriggerHasStarted())));
+    QMX_VERIFY(
+        source, __LINE__,
+        connect(_timecodeTrigger, SIGNAL(timecodeHasStopped()), this, SLOT(timecodeTriggerHasStopped())));
 
-    XPD_CHECKED(source, connect(_debugTimer, SIGNAL(timeout()), this, SLOT(logDebugStats())));
+    QMX_VERIFY(source, __LINE__, connect(_debugTimer, SIGNAL(timeout()), this, SLOT(logDebugStats())));
     _videoDeviceResetTimer->setSingleShot(true);
-    XPD_CHECKED(source, connect(_videoDeviceResetTimer, SIGNAL(timeout()), this, SLOT(videoDeviceReset())));
+    QMX_VERIFY(source, __LINE__,
+               connect(_videoDeviceResetTimer, SIGNAL(timeout()), this, SLOT(videoDeviceReset())));
     _timer->start(processPeriodMs);
 }
 
 void VtrObject::connectStream()
 {
-    XPD_CHECKED(source, connect(_timer, SIGNAL(timeout()), this, SLOT(process())));
-    XPD_CHECKED(source, connect(_stm, SIGNAL(openIsDone(int, const QmxError &)), this,
-                                SLOT(streamOpenIsDone(int, const QmxError &))));
-    XPD_CHECKED(source, connect(_stm, SIGNAL(closeIsDone()), this, SLOT(streamCloseIsDone())));
-    XPD_CHECKED(source, connect(_cache, SIGNAL(ready()), this, SLOT(process())));
-    XPD_CHECKED(source, connect(_cache, SIGNAL(error(int, const QmxError &)), this,
-                                SLOT(cacheError(int, const QmxError &))));
+    QMX_VERIFY(source, __LINE__, connect(_timer, SIGNAL(timeout()), this, SLOT(process())));
+    QMX_VERIFY(source, __LINE__,
+               connect(_stm, SIGNAL(openIsDone(int, const QmxError &)), this,
+                       SLOT(streamOpenIsDone(int, const QmxError &))));
+    QMX_VERIFY(source, __LINE__, connect(_stm, SIGNAL(closeIsDone()), this, SLOT(streamCloseIsDone())));
+    QMX_VERIFY(source, __LINE__, connect(_cache, SIGNAL(ready()), this, SLOT(process())));
+    QMX_VERIFY(
+        source, __LINE__,
+        connect(_cache, SIGNAL(error(int, const QmxError &)), this, SLOT(cacheError(int, const QmxError &))));
 }
 
 void VtrObject::connectVideoDevice()
 {
-    XPD_CHECKED(source,
-                connect(_vdev, SIGNAL(vbi(const QmxVbiInfo &)), this, SLOT(handleVBI(const QmxVbiInfo &))));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(setupIsDone(const QmxError &)), this,
-                                SLOT(videoDeviceSetupIsDone(const QmxError &))));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(playedKeyFrame(const QmxMetadataHash &)), this,
-                                SLOT(videoDevicePlayedKeyFrame(const QmxMetadataHash &))));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(frameDropped()), this, SLOT(videoDeviceFrameDropped())));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(readFromHardwareFailed(const QmxError &)), this,
-                                SLOT(videoDeviceReadFromHardwareFailed(const QmxError &))));
-    XPD_CHECKED(source,
-                connect(_vdev, SIGNAL(writeToHardwareFailed(const QmxError &, const QmxFrame &)), this,
-                        SLOT(videoDeviceWriteToHardwareFailed(const QmxError &, const QmxFrame &))));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(hardwareStarted()), this, SLOT(videoDeviceHardwareStarted())));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(flushed(const QmxMetadataHash &)), this,
-                                SLOT(videoDeviceFlushed(const QmxMetadataHash &))));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(inputChanged(int, const QmxVideoState &)), this,
-                                SLOT(videoDeviceInputChanged(int, const QmxVideoState &))));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(firmwareLoading(const QString &, bool)), this,
-                                SIGNAL(firmwareLoading(const QString &, bool))));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(raiseVFRAlarm(bool)), this, SIGNAL(raiseVFRAlarm(bool))));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(inputAncDataChanged(const QmxMetadataHash &)), this,
-                                SLOT(videoDeviceInputAncDataChanged(const QmxMetadataHash &))));
-    XPD_CHECKED(source, connect(_vdev, SIGNAL(alarmTriggered(const QmxAlarm &)), this,
-                                SIGNAL(alarmTriggered(const QmxAlarm &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(vbi(const QmxVbiInfo &)), this, SLOT(handleVBI(const QmxVbiInfo &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(setupIsDone(const QmxError &)), this,
+                       SLOT(videoDeviceSetupIsDone(const QmxError &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(playedKeyFrame(const QmxMetadataHash &)), this,
+                       SLOT(videoDevicePlayedKeyFrame(const QmxMetadataHash &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(frameDropped()), this, SLOT(videoDeviceFrameDropped())));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(readFromHardwareFailed(const QmxError &)), this,
+                       SLOT(videoDeviceReadFromHardwareFailed(const QmxError &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(writeToHardwareFailed(const QmxError &, const QmxFrame &)), this,
+                       SLOT(videoDeviceWriteToHardwareFailed(const QmxError &, const QmxFrame &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(hardwareStarted()), this, SLOT(videoDeviceHardwareStarted())));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(flushed(const QmxMetadataHash &)), this,
+                       SLOT(videoDeviceFlushed(const QmxMetadataHash &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(inputChanged(int, const QmxVideoState &)), this,
+                       SLOT(videoDeviceInputChanged(int, const QmxVideoState &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(firmwareLoading(const QString &, bool)), this,
+                       SIGNAL(firmwareLoading(const QString &, bool))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(raiseVFRAlarm(bool)), this, SIGNAL(raiseVFRAlarm(bool))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(inputAncDataChanged(const QmxMetadataHash &)), this,
+                       SLOT(videoDeviceInputAncDataChanged(const QmxMetadataHash &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_vdev, SIGNAL(alarmTriggered(const QmxAlarm &)), this,
+                       SIGNAL(alarmTriggered(const QmxAlarm &))));
 }
 
 void VtrObject::start()

@@ -3,10 +3,10 @@
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
 #include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxverify.h"
 #include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "platform/qmx/stream/qmxstreamcache.h"
-#include "xpd/transport/checkedconnect.h"
 #include "xpd/transport/vtrlog.h"
 
 #include <QFile>
@@ -37,8 +37,9 @@ void VtrObject::logDebugStats()
 
 void VtrObject::enableStreamBenchmark()
 {
-    XPD_CHECKED(source, connect(_stm, SIGNAL(benchmark(int, const QmxTimeStamp &)), this,
-                                SLOT(streamBenchmark(int, const QmxTimeStamp &))));
+    QMX_VERIFY(source, __LINE__,
+               connect(_stm, SIGNAL(benchmark(int, const QmxTimeStamp &)), this,
+                       SLOT(streamBenchmark(int, const QmxTimeStamp &))));
     _stm->setBenchmarkEnable(true);
 }
 

@@ -48,6 +48,23 @@ ExitCode withoutDaemon(const CommandRow &row, const Report &report)
                         answer.advice);
 }
 
+/// Empty, or which word is none of those that may stand there.
+QString wrongChoice(const CommandRow &row, const Arguments &arguments)
+{
+    for (size_t i = 0; i < row.arguments.size(); ++i) {
+        const auto &choices = row.arguments[i].choices;
+        const std::string word = arguments.word(i);
+        if (choices.empty() || word.empty() ||
+            std::find(choices.begin(), choices.end(), word) != choices.end())
+            continue;
+        QStringList names;
+        for (const char *choice : choices)
+            names << QString::fromLatin1(choice);
+        return QStringLiteral("'%1' is none of %2").arg(QString::fromStdString(word), names.join(", "));
+    }
+    return {};
+}
+
 ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments &arguments)
 {
     if (arguments.markdown) { // says the same on every machine: no recorder is needed
@@ -55,9 +72,10 @@ ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments
         report.result(text, {{"markdown", text}});
         return ExitCode::Done;
     }
-    if (row.runAlone) {
-        return row.runAlone(report, arguments);
-    }
+    if (const QString wrong = wrongChoice(row, arguments); !wrong.isEmpty())
+        return report.error(ExitCode::Usage, wrong,
+                            QStringLiteral("`xpctl help %1` shows how it is used").arg(row.name));
+    if (row.runAlone) return row.runAlone(report, arguments);
     Control control("xpctl");
     Recorder &recorder = control.recorder();
     const QString problem = recorder.storeProblem();

@@ -41,12 +41,22 @@ struct Arguments
 
 struct ArgumentRow
 {
+    /// What may stand there. A choice is checked before the command runs; a shell offers what it knows of
+    /// each. (The arguments of verbs have types of their own, which the verb checks.)
+    enum class Type {
+        Text,
+        Choice,    ///< one of `choices`
+        Clip,      ///< `xpctl complete` lists it, as the two that follow
+        Parameter, ///< a name
+        Value,     ///< of the parameter before it
+        File
+    };
+
     const char *name;
     const char *help;
     bool required;
-    /// What a shell offers for it: words separated by blanks; @clips, @parameters or @values (of the
-    /// parameter before it), which `xpctl complete` lists; or @files.
-    const char *completes = "";
+    Type type = Type::Text;
+    std::vector<const char *> choices = {};
     bool isMany = false; ///< the last one of a row: may come several times
 };
 

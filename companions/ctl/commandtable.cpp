@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 
 namespace {
+using Type = ArgumentRow::Type;
+
 constexpr auto looking = "Looking";
 constexpr auto transport = "Recording and playing";
 constexpr auto clips = "Clips and media";
@@ -46,8 +48,8 @@ CommandRow ofVerb(const char *group, const char *verbName, const char *options,
     for (const VerbArgument &argument : verb->arguments) {
         if (argument.isForShellOnly || argument.isOption) continue;
         const bool isClip = argument.type == VerbArgument::Type::Clip;
-        row.arguments.push_back(
-            {labels[row.arguments.size()], argument.help, argument.isRequired, isClip ? "@clips" : ""});
+        row.arguments.push_back({labels[row.arguments.size()], argument.help, argument.isRequired,
+                                 isClip ? Type::Clip : Type::Text});
     }
     row.verb = verb;
     return row;
@@ -64,11 +66,11 @@ std::span<const CommandRow> ctlCommands()
         {looking, "alarms", "list what is wrong now, since when, and what to do", {}, "history markdown", Needs::Store, ctlAlarms},
         ofVerb(looking, "acknowledge", "", {"ALARM"}),
         {looking, "picture", "save the picture on the output as a PNG or JPEG file",
-         {{"FILE", "its name; the ending, .png or .jpg, says which", true, "@files"}}, "full", Needs::Daemon, ctlPicture},
+         {{"FILE", "its name; the ending, .png or .jpg, says which", true, Type::File}}, "full", Needs::Daemon, ctlPicture},
 
         ofVerb(transport, "record", "for at until no-wait on-word"),
         {transport, "schedule", "list the takes to come, or cancel one",
-         {{"ACTION", "cancel", false, "cancel"}, {"N", "number of the take", false}}, "", Needs::Store, ctlSchedule},
+         {{"ACTION", "cancel", false, Type::Choice, {"cancel"}}, {"N", "number of the take", false}}, "", Needs::Store, ctlSchedule},
         ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
         ofVerb(transport, "still", "no-wait force"),
         ofVerb(transport, "stop", "no-wait force on-word"),
@@ -86,15 +88,15 @@ std::span<const CommandRow> ctlCommands()
 
         {clips, "clips", "list the clips of the active medium", {}, "all", Needs::Store, ctlClips},
         {clips, "info", "show what a clip is: format, length, timecode, size, sound, reel",
-         {{"CLIP", "as `xpctl clips` shows it, or its full path", true, "@clips"}}, "", Needs::Store, ctlInfo},
+         {{"CLIP", "as `xpctl clips` shows it, or its full path", true, Type::Clip}}, "", Needs::Store, ctlInfo},
         {clips, "list", "show or change the play list",
-         {{"ACTION", "show, add, move, remove or clear", false, "show add move remove clear"},
+         {{"ACTION", "show, add, move, remove or clear", false, Type::Choice, {"show", "add", "move", "remove", "clear"}},
           {"ENTRY", "add: clips, and behind them the place to put them (else the end); move: from and to; remove: "
-           "places, counted from 0", false, "@clips", true}},
+           "places, counted from 0", false, Type::Clip, {}, true}},
          "", Needs::Store, ctlList},
         {clips, "edl", "write the play list, or the marks of a clip, as an edit decision list (CMX 3600), or read them from one",
-         {{"ACTION", "save or load", true, "save load"}, {"FILE", "its name", true, "@files"},
-          {"CLIP", "whose marks; else it is the play list", false, "@clips"}}, "", Needs::Store, ctlEdl},
+         {{"ACTION", "save or load", true, Type::Choice, {"save", "load"}}, {"FILE", "its name", true, Type::File},
+          {"CLIP", "whose marks; else it is the play list", false, Type::Clip}}, "", Needs::Store, ctlEdl},
         {clips, "media", "list the media with their room and how long one can still record", {}, "", Needs::Store, ctlMedia},
         ofVerb(clips, "copy", "no-wait", {"CLIP", "MEDIUM"}),
         ofVerb(clips, "verify", "all no-wait", {"CLIP"}),
@@ -113,21 +115,21 @@ std::span<const CommandRow> ctlCommands()
         ofVerb(control, "local", ""),
 
         {settings, "get", "show a parameter",
-         {{"NAME", "as `xpctl params` shows it", true, "@parameters"}}, "", Needs::Store, ctlGet},
+         {{"NAME", "as `xpctl params` shows it", true, Type::Parameter}}, "", Needs::Store, ctlGet},
         {settings, "set", "change a parameter",
-         {{"NAME", "as `xpctl params` shows it", true, "@parameters"},
-          {"VALUE", "a label, number or text", true, "@values"}},
+         {{"NAME", "as `xpctl params` shows it", true, Type::Parameter},
+          {"VALUE", "a label, number or text", true, Type::Value}},
          "force", Needs::Store, ctlSet},
         {settings, "params", "list parameters with value, choices and help",
-         {{"WORD", "only those whose name holds it", false, "@parameters"}}, "markdown", Needs::Store, ctlParams},
+         {{"WORD", "only those whose name holds it", false, Type::Parameter}}, "markdown", Needs::Store, ctlParams},
 
         {settings, "settings", "keep all settings in a file, take them from one, compare them, or go back to the defaults",
-         {{"ACTION", "export, import, diff (with a file, else with the defaults) or reset", true, "export import diff reset"},
-          {"FILE", "its name; reset: a single parameter", false, "@files"}},
+         {{"ACTION", "export, import, diff (with a file, else with the defaults) or reset", true, Type::Choice, {"export", "import", "diff", "reset"}},
+          {"FILE", "its name; reset: a single parameter", false, Type::File}},
          "", Needs::Store, ctlSettings},
 
         {settings, "profile", "keep the settings under a name, show what it would change, apply it",
-         {{"ACTION", "list, save, diff (what apply would change), apply or remove", true, "list save diff apply remove"},
+         {{"ACTION", "list, save, diff (what apply would change), apply or remove", true, Type::Choice, {"list", "save", "diff", "apply", "remove"}},
           {"NAME", "of the profile; of a further channel its own, else that of channel 1", false}},
          "", Needs::Store, ctlProfile},
 
@@ -135,20 +137,20 @@ std::span<const CommandRow> ctlCommands()
          {{"COMMAND", "its name", false}}, "", Needs::Nothing, nullptr, ctlNothing},
         {machine, "channel", "list, make or remove further recorders of this machine",
          {{"ACTION", "list, add, remove; for the services: view (its folders and its share of the media), follow (the "
-           "media of all channels)", true, "list add remove view follow"},
+           "media of all channels)", true, Type::Choice, {"list", "add", "remove", "view", "follow"}},
           {"CHANNEL", "its number, from 2 to 64", false},
           {"INPUT", "add: where its picture comes from, as in the profile (else a test picture); plays:N makes one that "
            "plays the clips of channel N and records none", false}},
          "", Needs::Nothing, nullptr, ctlChannel},
         {machine, "fleet", "list the recorders that keep their settings on the same server, rename or forget one",
-         {{"ACTION", "list, rename or remove; neither is done with one that is in use", true, "list rename remove"},
+         {{"ACTION", "list, rename or remove; neither is done with one that is in use", true, Type::Choice, {"list", "rename", "remove"}},
           {"NAME", "of a recorder", false},
           {"NEW", "rename: its new name", false}},
          "", Needs::Nothing, nullptr, ctlFleet},
         {machine, "doctor", "check the installation and say what to do", {}, "", Needs::Nothing, nullptr, ctlDoctor},
         {machine, "metrics", "print figures for monitoring, or serve them", {}, "listen", Needs::Store, ctlMetrics},
         {machine, "completion", "print the completion of these commands for a shell",
-         {{"SHELL", "bash or zsh", true, "bash zsh"}}, "", Needs::Nothing, nullptr, ctlCompletion},
+         {{"SHELL", "bash or zsh", true, Type::Choice, {"bash", "zsh"}}}, "", Needs::Nothing, nullptr, ctlCompletion},
         {machine, "manual", "print the manual page, for man", {}, "", Needs::Nothing, nullptr, ctlManual},
         ofVerb(machine, "shut_down", "no-wait force", {}, "shut-down"),
         {"", "complete", "", {{"KIND", "", true}, {"OF", "", false}}, "", Needs::Store, ctlComplete},

@@ -37,15 +37,42 @@ QStringList optionsOf(const CommandRow &row)
     return options;
 }
 
-/// A command that prints the words for an argument, one a line. `parameter` is how the script says what
-/// stands before it.
+/// What `xpctl complete` calls the words for an argument; empty: it has none.
+const char *listedKind(const ArgumentRow &argument)
+{
+    switch (argument.type) {
+    case ArgumentRow::Type::Clip:
+        return "clips";
+    case ArgumentRow::Type::Parameter:
+        return "parameters";
+    case ArgumentRow::Type::Value:
+        return "values";
+    case ArgumentRow::Type::Text:
+    case ArgumentRow::Type::Choice:
+    case ArgumentRow::Type::File:
+        break;
+    }
+    return "";
+}
+
+QString choicesOf(const ArgumentRow &argument)
+{
+    QStringList words;
+    for (const char *choice : argument.choices)
+        words << QString::fromLatin1(choice);
+    return words.join(' ');
+}
+
+/// A command that prints the words for an argument, one a line; empty: nothing is known of it. `parameter` is
+/// how the script says what stands before it.
 QString wordsCommand(const ArgumentRow &argument, const QString &parameter)
 {
-    const QString kind = QString::fromLatin1(argument.completes);
-    if (kind == "@files") return QStringLiteral("compgen -f -- \"$current\"");
-    if (kind == "@values") return QStringLiteral("xpctl complete values %1 2>/dev/null").arg(parameter);
-    if (kind.startsWith('@')) return QStringLiteral("xpctl complete %1 2>/dev/null").arg(kind.mid(1));
-    return QStringLiteral("printf '%s\\n' %1").arg(kind);
+    if (argument.type == ArgumentRow::Type::Text) return {};
+    if (argument.type == ArgumentRow::Type::File) return QStringLiteral("compgen -f -- \"$current\"");
+    if (argument.type == ArgumentRow::Type::Choice)
+        return QStringLiteral("printf '%s\\n' %1").arg(choicesOf(argument));
+    const QString of = argument.type == ArgumentRow::Type::Value ? " " + parameter : QString();
+    return QStringLiteral("xpctl complete %1%2 2>/dev/null").arg(listedKind(argument), of);
 }
 
 void printBash()
@@ -60,12 +87,9 @@ void printBash()
         cases += QStringLiteral("        %1:-*) words=%2 ;;\n")
                      .arg(row.name, "'" + optionsOf(row).join('\n') + "'");
         for (size_t i = 0; i < row.arguments.size(); ++i) {
-            if (*row.arguments[i].completes) {
-                cases += QStringLiteral("        %1:%2) words=$(%3) ;;\n")
-                             .arg(row.name)
-                             .arg(i)
-                             .arg(wordsCommand(row.arguments[i], "\"$before\""));
-            }
+            const QString words = wordsCommand(row.arguments[i], "\"$before\"");
+            if (!words.isEmpty())
+                cases += QStringLiteral("        %1:%2) words=$(%3) ;;\n").arg(row.name).arg(i).arg(words);
         }
     }
     put(QStringLiteral(R"sh(# Completion of xpctl for bash; made by: xpctl completion bash
@@ -102,16 +126,15 @@ complete -F _xpctl xpctl
 /// One word of zsh's _arguments for an argument.
 QString zshArgument(const ArgumentRow &argument, size_t place)
 {
-    const QString kind = QString::fromLatin1(argument.completes);
     QString action = " ";
-    if (kind == "@files") {
+    if (argument.type == ArgumentRow::Type::File) {
         action = "_files";
-    } else if (kind == "@values") {
-        action = "{compadd -- ${(f)\"$(xpctl complete values $words[2] 2>/dev/null)\"}}";
-    } else if (kind.startsWith('@')) {
-        action = QStringLiteral("{compadd -- ${(f)\"$(xpctl complete %1 2>/dev/null)\"}}").arg(kind.mid(1));
-    } else if (!kind.isEmpty()) {
-        action = "(" + kind + ")";
+    } else if (argument.type == ArgumentRow::Type::Choice) {
+        action = "(" + choicesOf(argument) + ")";
+    } else if (*listedKind(argument)) {
+        const char *of = argument.type == ArgumentRow::Type::Value ? " $words[2]" : "";
+        action = QStringLiteral("{compadd -- ${(f)\"$(xpctl complete %1%2 2>/dev/null)\"}}")
+                     .arg(listedKind(argument), of);
     }
     return QStringLiteral("'%1%2:%3:%4'")
         .arg(place + 1)
@@ -157,18 +180,12 @@ if [ "$funcstack[1]" = _xpctl ]; then _xpctl "$@"; else compdef _xpctl xpctl; fi
 }
 } // namespace
 
-ExitCode ctlCompletion(const Report &report, const Arguments &arguments)
+ExitCode ctlCompletion(const Report &, const Arguments &arguments)
 {
-    if (arguments.word(0) == "bash") {
+    if (arguments.word(0) == "bash")
         printBash();
-    } else if (arguments.word(0) == "zsh") {
+    else
         printZsh();
-    } else {
-        return report.error(
-            ExitCode::Usage,
-            QStringLiteral("there is no completion for '%1'").arg(QString::fromStdString(arguments.word(0))),
-            "for example: source <(xpctl completion bash)");
-    }
     return ExitCode::Done;
 }
 

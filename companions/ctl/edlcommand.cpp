@@ -76,13 +76,8 @@ ExitCode load(Recorder &recorder, const Report &report, const QString &file, con
 
 ExitCode ctlEdl(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
-    const std::string action = arguments.word(0);
     const QString file = QString::fromStdString(arguments.word(1));
     const QString clip = QString::fromStdString(arguments.word(2));
-    if (action == "save") return save(recorder, report, file, clip);
-    if (action == "load") return load(recorder, report, file, clip);
-    return report.error(
-        ExitCode::Usage,
-        QStringLiteral("'%1' cannot be done with an edit decision list").arg(QString::fromStdString(action)),
-        "save FILE [CLIP] or load FILE [CLIP]; without CLIP it is the play list");
+    return arguments.word(0) == "save" ? save(recorder, report, file, clip)
+                                       : load(recorder, report, file, clip);
 }

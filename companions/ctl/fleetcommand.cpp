@@ -51,10 +51,6 @@ ExitCode ctlFleet(const Report &report, const Arguments &arguments)
     if (!isName(name) || (action == "rename" && !isName(other)))
         return report.error(ExitCode::Usage, "this is no name of a recorder",
                             "letters, digits and signs but no blanks, slashes or braces");
-    if (action != "rename" && action != "remove")
-        return report.error(
-            ExitCode::Usage,
-            QStringLiteral("'%1' is none of list, rename, remove").arg(QString::fromStdString(action)));
     const StoreResult result = action == "rename" ? fleet.rename(name, other) : fleet.remove(name);
     if (!result.isDone())
         return report.error(result.code == StoreResult::ReadOnly ? ExitCode::Refused : ExitCode::NoStore,

@@ -140,13 +140,8 @@ ExitCode ctlList(Recorder &recorder, const Report &report, const Arguments &argu
         change = move(change.names, entries);
     else if (action == "remove")
         change = remove(change.names, entries);
-    else if (action == "clear")
-        change.names.clear();
     else
-        change = {{},
-                  ExitCode::Usage,
-                  QStringLiteral("'%1' cannot be done with a list").arg(QString::fromStdString(action)),
-                  "show, add CLIP ... [PLACE], move FROM TO, remove PLACE ..., or clear"};
+        change.names.clear();
     if (change.code != ExitCode::Done) return report.error(change.code, change.wrong, change.advice);
     QString reason = recorder.write(eParam_PlayList, change.names.join('\n'));
     if (reason.isEmpty()) reason = recorder.write(eParam_PlayListChanged, 1U);

@@ -92,9 +92,6 @@ ExitCode ctlProfile(Recorder &recorder, const Report &report, const Arguments &a
                             "up to 64 characters, for example: xpctl profile save match-day");
     if (action == "save") return save(recorder, report, name);
     if (action == "remove") return remove(recorder, report, name);
-    if (action != "apply" && action != "diff")
-        return report.error(ExitCode::Usage, QStringLiteral("'%1' is none of list, save, apply, diff, remove")
-                                                 .arg(QString::fromStdString(action)));
     const auto kept = find(recorder, name);
     if (!kept)
         return report.error(ExitCode::Refused, QStringLiteral("there is no profile %1").arg(name),

@@ -19,13 +19,8 @@ const VerbRow *scheduleVerb(const CommandRow &row, Arguments &arguments)
     return findVerb(QStringLiteral("unschedule"));
 }
 
-ExitCode ctlSchedule(Recorder &recorder, const Report &report, const Arguments &arguments)
+ExitCode ctlSchedule(Recorder &recorder, const Report &report, const Arguments &)
 {
-    if (!arguments.word(0).empty())
-        return report.error(ExitCode::Usage,
-                            QStringLiteral("'%1' is nothing to do with the schedule")
-                                .arg(QString::fromStdString(arguments.word(0))),
-                            "xpctl schedule, or: xpctl schedule cancel N");
     const RecordSchedule schedule = RecordSchedule::parse(recorder.text(eParam_RecordSchedule).toStdString());
     for (const ScheduledTake &take : schedule.takes) {
         QString text = QString::fromStdString(take.describe());

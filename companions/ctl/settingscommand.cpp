@@ -53,9 +53,6 @@ ExitCode ctlSettings(Recorder &recorder, const Report &report, const Arguments &
         return changeSettings(recorder, report, values);
     }
     if (action == "diff" && name.isEmpty()) return tellDifference(recorder, report, defaultSettings(name));
-    if (action != "import" && action != "diff")
-        return report.error(ExitCode::Usage, QStringLiteral("'%1' is none of export, import, diff, reset")
-                                                 .arg(QString::fromStdString(action)));
     if (name.isEmpty()) return report.error(ExitCode::Usage, "the name of the file is missing");
     SettingValues values;
     if (const QString problem = read(name, values); !problem.isEmpty())

@@ -1,27 +1,29 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "xpd/app/conversions.h"
 
+#include "platform/store/paramdescriptor.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"
 #include "xpd/app/formattables.h"
 
 #include <gtest/gtest.h>
 
+#include <QRegularExpression>
+
 #include <map>
-#include <vector>
 
 namespace {
 
-constexpr int kBeyond = 40; // values up to here are tried; the largest in a table is 14
+constexpr int beyond = 40; // values up to here are tried; the largest in a table is 14
 
-/// Walks every value up to kBeyond: those of `expected` give their identifier, all others the default one
+/// Walks every value up to beyond: those of `expected` give their identifier, all others the default one
 /// and, when there is a `message`, one line with the value each.
 template <class Function>
 void walk(Function function, const std::map<int, int> &expected, const QString &message)
 {
     LogCollector::clear();
     QStringList lines;
-    for (int value = 0; value <= kBeyond; ++value) {
+    for (int value = 0; value <= beyond; ++value) {
         const auto row = expected.find(value);
         const QmxId wanted = row == expected.end() ? QmxId() : QmxId(row->second);
         EXPECT_EQ(function(static_cast<unsigned>(value)), wanted) << value;
@@ -30,85 +32,22 @@ void walk(Function function, const std::map<int, int> &expected, const QString &
     EXPECT_EQ(LogCollector::texts("mainobject"), lines);
 }
 
-/// The formats of one size, by the rules of their codes: runs of interlaced, segmented and progressive rates
-/// in a fixed order.
-struct FormatRun
+/// What a format's name in the store says: "2048x1080psf23.98", "720p50", "1080i25_rgb".
+QmxImageDesc described(const std::string &label)
 {
-    int width, height, scanMode;
-    std::vector<QmxVideoRate> rates;
-    int input, media, record; ///< code of the first rate, the others follow
-};
-
-const QmxVideoRate r60(60), r5994(60000, 1001), r50(50), r30(30), r2997(30000, 1001), r25(25), r24(24),
-    r2398(24000, 1001);
-const std::vector<QmxVideoRate> kInterlaced{r30, r2997, r25};
-const std::vector<QmxVideoRate> kSegmented{r30, r2997, r25, r24, r2398};
-const std::vector<QmxVideoRate> kProgressive{r60, r5994, r50, r30, r2997, r25, r24, r2398};
-
-const std::vector<FormatRun> kRuns = {
-    {1920, 1080, 1, kInterlaced, 2, 2, 3},
-    {1920, 1080, 2, kSegmented, 5, 11, 12},
-    {1280, 720, 0, {r60, r5994, r50}, 10, 16, 17},
-    {720, 486, 1, {r2997}, 13, 20, 21},
-    {720, 576, 1, {r25}, 14, 21, 22},
-    {1920, 1080, 0, kProgressive, 15, 22, 23},
-    {2048, 1080, 1, kInterlaced, 23, 37, 36},
-    {2048, 1080, 2, kSegmented, 26, 40, 39},
-    {2048, 1080, 0, kProgressive, 31, 45, 44},
-    {3840, 2160, 1, kInterlaced, 39, 53, 52},
-    {3840, 2160, 2, kSegmented, 42, 56, 55},
-    {3840, 2160, 0, kProgressive, 47, 61, 60},
-    {4096, 2160, 1, kInterlaced, 55, 69, 68},
-    {4096, 2160, 2, kSegmented, 58, 72, 71},
-    {4096, 2160, 0, kProgressive, 63, 77, 76},
-};
-
-QmxImageDesc describe(int width, int height, int scanMode, const QmxVideoRate &rate)
-{
+    static const QRegularExpression form("^(?:(\\d+)x)?(\\d+)(p|i|psf)([\\d.]+)(_rgb)?$");
+    const QRegularExpressionMatch match = form.match(QString::fromStdString(label));
+    if (!match.hasMatch()) return {};
+    const int height = match.captured(2).toInt();
+    const int widthOf = height == 720 ? 1280 : height < 720 ? 720 : 1920;
+    const double rate = match.captured(4).toDouble();
+    const bool isWhole = rate == int(rate);
     QmxImageDesc desc;
-    desc.setSize(width, height);
-    desc.setScanMode(scanMode);
-    desc.setFrameRate(rate);
+    desc.setSize(match.captured(1).isEmpty() ? widthOf : match.captured(1).toInt(), height);
+    desc.setScanMode(int(QStringList{"p", "i", "psf"}.indexOf(match.captured(3))));
+    desc.setFrameRate(isWhole ? QmxVideoRate(int(rate)) : QmxVideoRate(qRound(rate) * 1000, 1001));
+    desc.setDataType(QmxId(match.captured(5).isEmpty() ? 231 : 250));
     return desc;
-}
-
-struct Picture
-{
-    int width, height, scanMode;
-    QmxVideoRate rate;
-    int dataType;
-};
-
-/// The generator's formats by their rules: the singles of the small sizes, then runs of the large ones.
-std::map<int, Picture> generatorFormats()
-{
-    std::map<int, Picture> formats = {
-        {2, {1280, 720, 0, r50, 231}},     {3, {1280, 720, 0, r5994, 231}},
-        {7, {1280, 720, 0, r60, 231}},     {4, {1920, 1080, 0, r2398, 231}},
-        {11, {1920, 1080, 0, r24, 231}},   {12, {1920, 1080, 0, r25, 231}},
-        {13, {1920, 1080, 0, r2997, 231}}, {23, {1920, 1080, 0, r50, 231}},
-        {24, {1920, 1080, 0, r5994, 231}}, {5, {1920, 1080, 1, r25, 231}},
-        {6, {1920, 1080, 1, r2997, 231}},  {10, {1920, 1080, 1, r30, 231}},
-        {8, {1920, 1080, 2, r2398, 231}},  {9, {1920, 1080, 2, r24, 231}},
-        {22, {1920, 1080, 2, r2997, 231}},
-    };
-    const std::vector<QmxVideoRate> rates{r2398, r24, r25, r2997};
-    int code = 14;
-    for (const int scanMode : {0, 2}) {
-        for (const QmxVideoRate &rate : rates)
-            formats[code++] = {1920, 1080, scanMode, rate, 250};
-    }
-    code = 25;
-    for (const auto &[width, height] :
-         {std::pair{2048, 1080}, std::pair{3840, 2160}, std::pair{4096, 2160}}) {
-        for (const int scanMode : {0, 2}) {
-            for (const QmxVideoRate &rate : rates) {
-                for (const int dataType : {231, 250})
-                    formats[code++] = {width, height, scanMode, rate, dataType};
-            }
-        }
-    }
-    return formats;
 }
 
 } // namespace
@@ -147,23 +86,32 @@ TEST(Conversions, everyValueGivesItsIdentifierAndUnknownOnesAreLogged)
     walk(decodeType, {{3, 1}, {4, 4}, {5, 5}, {6, 6}}, QString());
 }
 
-TEST(Conversions, everyFormatHasItsThreeCodesAndNoOtherHasOne)
+/// Some codes are pinned with the store's labels (tests/store); here the two tables are walked against each
+/// other.
+TEST(Conversions, everyFormatHasTheThreeCodesOfItsNameInTheStore)
 {
-    int rows = 0;
-    for (const FormatRun &run : kRuns) {
-        for (size_t i = 0; i < run.rates.size(); ++i, ++rows) {
-            const QmxImageDesc desc = describe(run.width, run.height, run.scanMode, run.rates[i]);
-            const int offset = static_cast<int>(i);
-            EXPECT_EQ(imageDescToInputFormat(desc), run.input + offset) << desc.toString().toStdString();
-            EXPECT_EQ(imageDescToMediaFormat(desc), run.media + offset) << desc.toString().toStdString();
-            EXPECT_EQ(imageDescToRecordFormat(desc), run.record + offset) << desc.toString().toStdString();
+    CreateDescriptors();
+    const struct
+    {
+        eParam_t param;
+        int (*code)(const QmxImageDesc &);
+    } columns[] = {{eParam_InputFormat, imageDescToInputFormat},
+                   {eParam_MediaFormat, imageDescToMediaFormat},
+                   {eParam_RecordFormat, imageDescToRecordFormat}};
+    for (const auto &column : columns) {
+        int formats = 0;
+        for (const auto &[code, label] : GetDescriptor(column.param)->values()) {
+            const QmxImageDesc desc = described(label);
+            if (!desc.isValid()) continue; // unknown, or of a variable rate
+            EXPECT_EQ(column.code(desc), int(code)) << label;
+            ++formats;
         }
+        EXPECT_EQ(formats, 69);
     }
-    EXPECT_EQ(rows, 69);
     EXPECT_TRUE(LogCollector::texts("mainobject").isEmpty());
 
-    const QmxImageDesc none[] = {QmxImageDesc(), describe(1920, 1080, 1, r50), describe(1280, 720, 0, r25),
-                                 describe(1920, 1088, 0, r25), describe(720, 576, 0, r25)};
+    const QmxImageDesc none[] = {QmxImageDesc(), described("1080i50"), described("720p25"),
+                                 described("1920x1088p25"), described("576p25")};
     for (const QmxImageDesc &desc : none) {
         expectLog("mainobject", QStringLiteral("Failed to find image format for: %1").arg(desc.toString()));
         EXPECT_EQ(imageDescToInputFormat(desc), 1);
@@ -173,45 +121,36 @@ TEST(Conversions, everyFormatHasItsThreeCodesAndNoOtherHasOne)
     EXPECT_EQ(LogCollector::texts("mainobject").size(), 15);
 }
 
-TEST(Conversions, everyGeneratorCodeIsAPicture)
+TEST(Conversions, everyGeneratorCodeIsThePictureOfItsName)
 {
-    const std::map<int, Picture> formats = generatorFormats();
-    ASSERT_EQ(formats.size(), 71u);
+    const ParamDescriptor *param = GetDescriptor(eParam_SignalGeneratorFormat);
     for (int code = -1; code <= 80; ++code) {
-        const QmxImageDesc desc = sigGenFormatToImgDesc(code);
-        const auto row = formats.find(code);
-        if (row == formats.end()) {
-            EXPECT_EQ(desc, QmxImageDesc()) << code;
-            continue;
-        }
-        const Picture &p = row->second;
-        QmxImageDesc expected = describe(p.width, p.height, p.scanMode, p.rate);
-        expected.setAspectRatio(p.width, p.height);
-        expected.setDataType(QmxId(p.dataType));
-        EXPECT_EQ(desc, expected) << code;
+        QmxImageDesc expected = described(param->label(unsigned(code)));
+        if (expected.isValid()) expected.setAspectRatio(expected.width(), expected.height());
+        EXPECT_EQ(sigGenFormatToImgDesc(code), expected) << code;
     }
     EXPECT_TRUE(LogCollector::texts("mainobject").isEmpty()) << "an unknown code is no fault";
 }
 
 TEST(Conversions, variableRatesHaveCodesOfTheirOwn)
 {
-    constexpr int kKept = 99;
+    constexpr int kept = 99;
     // By rate code 1 to 5; 0: no code, which is logged.
     const int record720[] = {31, 31, 33, 32, 32}, record1080[] = {34, 34, 0, 0, 0};
     const int media720[] = {30, 36, 32, 31, 31}, media1080[] = {33, 0, 0, 0, 0};
     QStringList lines;
     for (int code = 1; code <= 5; ++code) {
         const auto expect = [&](int given, int wanted) {
-            EXPECT_EQ(given, wanted ? wanted : kKept) << code;
+            EXPECT_EQ(given, wanted ? wanted : kept) << code;
             if (!wanted) lines << QStringLiteral("Unhandled value %1").arg(code);
         };
         allowLog("mainobject", QStringLiteral("Unhandled value"));
-        expect(variableRateRecordFormat(1280, code, kKept), record720[code - 1]);
-        expect(variableRateRecordFormat(1920, code, kKept), record1080[code - 1]);
-        expect(variableRateMediaFormat(1280, code, kKept), media720[code - 1]);
-        expect(variableRateMediaFormat(1920, code, kKept), media1080[code - 1]);
-        EXPECT_EQ(variableRateRecordFormat(3840, code, kKept), kKept);
-        EXPECT_EQ(variableRateMediaFormat(0, code, kKept), kKept);
+        expect(variableRateRecordFormat(1280, code, kept), record720[code - 1]);
+        expect(variableRateRecordFormat(1920, code, kept), record1080[code - 1]);
+        expect(variableRateMediaFormat(1280, code, kept), media720[code - 1]);
+        expect(variableRateMediaFormat(1920, code, kept), media1080[code - 1]);
+        EXPECT_EQ(variableRateRecordFormat(3840, code, kept), kept);
+        EXPECT_EQ(variableRateMediaFormat(0, code, kept), kept);
     }
     EXPECT_EQ(LogCollector::texts("mainobject"), lines);
 }

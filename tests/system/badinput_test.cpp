@@ -8,8 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace {
 
 void expectRefusal(const QByteArray &block, int status, const QByteArray &why)
@@ -253,28 +251,6 @@ VALUES
     expectRefusal(said(result.out, "take"), 1, "a take is being recorded on /media/A");
     EXPECT_TRUE(said(result.out, "forced").contains("a take is being recorded on /media/A"))
         << result.out.toStdString();
-}
-
-TEST(BadInput, lossOfVideoEndsATakeOrIsRecordedAsAStill)
-{
-    Sandbox sandbox({"--no-mediad"});
-    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&loss=300-360,600-660\n");
-    const ProgramResult result = sandbox.run(R"sh(
-        say ends; refused record --for 60
-        await ! is input_format 576i25 # told after the end of the take
-        await is input_format 576i25
-        xpctl set continue_on_loss_of_video on
-        say goes-on; xpctl --json record --for 14
-        cp /media/A/take_002.mov $OUT
-    )sh");
-    expectRefusal(said(result.out, "ends"), 1,
-                  "the take ended early; what was recorded is in /media/A/take_001.mov");
-    const auto strips = stripsOf(sandbox.out("take_002.mov"));
-    EXPECT_NEAR(strips.size(), 350, 5);
-    const auto stills = std::count(strips.begin(), strips.end(), std::nullopt);
-    constexpr int steady = 13; // half a second of good signal, before which an input is not back
-    EXPECT_NEAR(stills, 61 + steady, 4) << "the still stands in for the input";
-    EXPECT_TRUE(!strips.isEmpty() && strips.last()) << "and the input comes back";
 }
 
 TEST(BadInput, anInputThatNeverLocksAndOneThatComesBackInAnotherFormat)

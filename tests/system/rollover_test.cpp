@@ -49,7 +49,6 @@ class RolloverRates : public testing::TestWithParam<std::tuple<const char *, con
 {};
 INSTANTIATE_TEST_SUITE_P(Rollover, RolloverRates,
                          testing::Values(std::tuple{"fps24", "rate=24&size=1920x1080", 24, 1},
-                                         std::tuple{"fps25", "rate=25&size=720x576&scan=i", 25, 1},
                                          std::tuple{"fps2997drop", "rate=29.97&size=720x486&scan=i", 30000,
                                                     1001},
                                          std::tuple{"fps5994", "rate=59.94&size=1280x720", 60000, 1001}),

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/movlayout.h"
+#include "platform/qmx/clip/movtables.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/testfiles.h"
@@ -6,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
+#include <QFile>
 
 #include <set>
 
@@ -105,4 +108,50 @@ TEST(LongTake, IsReadFromManyPlacesAtOnceBeforeItIsClosed)
     }
     EXPECT_GE(files->most, 64u);
     EXPECT_LE(files->most, 128u);
+}
+
+// A day and an hour of sound has more samples than a table can count.
+TEST(LongTake, TwentySixHoursOfSoundAreHeardToTheEnd)
+{
+    constexpr int fragmentFrames = 250;
+    constexpr qint64 fragments = 26 * 3600 / 10;
+    const ClipTake take({128, 96, 25, 1, 203, 0, 2, false, 0}, true);
+    MovFormat format;
+    ASSERT_FALSE(MovFormat::fromInfo(take.info, format).isError());
+    const QByteArray sound = take.soundBytes(fragmentFrames);
+    const QmxFrame frame = take.frame(0);
+    const QmxBuffer picture = frame.vids().first().buffers().first();
+    MovFragment fragment;
+    fragment.frames.assign(fragmentFrames, {MovLayout::firstSlot, quint32(picture.size()), 0});
+    fragment.audioBlocks.assign(fragmentFrames, 1920);
+    fragment.audioOffset = 1 << 20;
+    MovTables tables;
+    for (qint64 i = 0; i < fragments; ++i, fragment.audioOffset += sound.size())
+        tables.append(fragment);
+    TestDir dir;
+    QFile file(dir.file("long.mov")); // with holes for all but the first picture and the last sound
+    QByteArray header = MovTables::openHeader(format, tables.frames());
+    MovTables::flipHeader(header, fragment.audioOffset);
+    header += QByteArray(reinterpret_cast<const char *>(picture.constData()), picture.size());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(header) == header.size());
+    ASSERT_TRUE(file.seek(fragment.audioOffset - sound.size()) && file.write(sound) == sound.size());
+    const QByteArray moov = tables.finalMoov(format);
+    ASSERT_EQ(file.write(moov), moov.size());
+    file.close();
+
+    const ProgramResult probe = runProgram("ffprobe", {"-v", "error", "-select_streams", "a", "-show_entries",
+                                                       "stream=duration", "-of", "csv=p=0", file.fileName()});
+    EXPECT_EQ(probe.out.trimmed(), "93600.000000") << probe.err.toStdString();
+    const ProgramResult heard = runProgram(
+        "ffmpeg", {"-v", "error", "-ss", "93590", "-i", file.fileName(), "-map", "0:a", "-f", "s24le", "-"});
+    EXPECT_EQ(heard.out.size(), sound.size()) << heard.err.toStdString();
+    EXPECT_TRUE(heard.out == sound);
+    QmxClipReader reader;
+    ASSERT_FALSE(reader.open(file.fileName()).isError());
+    QmxFrame last;
+    ASSERT_FALSE(reader.readFrame(tables.frames() - 1, last).isError());
+    const QmxFrame written = take.frame(fragmentFrames - 1);
+    const QmxAudio is = last.auds().first(), was = written.auds().first();
+    ASSERT_EQ(is.samples(), was.samples());
+    EXPECT_EQ(std::memcmp(is.data(), was.data(), size_t(is.samples()) * 8), 0);
 }

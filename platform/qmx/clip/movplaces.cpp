@@ -55,10 +55,20 @@ QmxError movPlaceSound(MovInput &input, const MovMovie::Track &track, QmxClipInd
 {
     qint64 first = 0;
     const qint64 frameBytes = sound.frameBytes();
-    const bool whole = visitChunks(track, [&](qint64 offset, quint32 samples) {
+    // A sample of several moments has a size of its own.
+    size_t block = 0;
+    const bool inBlocks = track.sampleSize == 0 && !track.sizes.empty();
+    const bool whole = visitChunks(track, [&](qint64 offset, quint32 count) {
+        qint64 samples = count;
+        if (inBlocks) {
+            qint64 bytes = 0;
+            for (; count > 0 && block < track.sizes.size(); --count)
+                bytes += track.sizes[block++];
+            samples = bytes / frameBytes;
+        }
         // What a file cut short has lost becomes silence.
         const qint64 room = std::max<qint64>(0, (input.size() - offset) / frameBytes);
-        sound.chunks.push_back({first, offset, std::min<qint64>(samples, room)});
+        sound.chunks.push_back({first, offset, std::min(samples, room)});
         first += samples;
         return true;
     });

@@ -4,8 +4,19 @@
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movtrack.h"
 
-#include <algorithm>
 #include <limits>
+
+namespace {
+
+void writeOneSampleAChunk(AtomWriter &atoms)
+{
+    atoms.begin("stsc", 0, 0);
+    for (quint32 value : {1, 1, 1, 1}) // one entry: from chunk 1 on, one sample, description 1
+        atoms.u32(value);
+    atoms.end();
+}
+
+} // namespace
 
 void MovTables::append(const MovFragment &fragment)
 {
@@ -32,10 +43,7 @@ void MovTables::writeVideo(AtomWriter &atoms, const MovFormat &format) const
     atoms.u32(quint32(_frames));
     atoms.u32(format.frameDuration);
     atoms.end();
-    atoms.begin("stsc", 0, 0);
-    for (quint32 value : {1, 1, 1, 1}) // one entry: from chunk 1 on, one sample, description 1
-        atoms.u32(value);
-    atoms.end();
+    writeOneSampleAChunk(atoms);
     atoms.begin("stsz", 0, 0);
     atoms.u32(0);
     atoms.u32(quint32(_frames));
@@ -49,11 +57,22 @@ void MovTables::writeVideo(AtomWriter &atoms, const MovFormat &format) const
 
 void MovTables::writeAudio(AtomWriter &atoms, const MovFormat &format) const
 {
-    // A count has 32 bits, a day of sound more samples: other programs then hear what can be counted.
-    const auto counted = quint32(std::min<qint64>(_samples, std::numeric_limits<quint32>::max()));
+    if (_samples <= std::numeric_limits<quint32>::max())
+        writeSamples(atoms, format);
+    else
+        writeBlocks(atoms, format);
+    atoms.begin("co64", 0, 0);
+    atoms.u32(_audioChunks);
+    atoms.bytes(_audioOffsets);
+    atoms.end();
+}
+
+/// As uncompressed sound is described: a sample is a moment of all channels.
+void MovTables::writeSamples(AtomWriter &atoms, const MovFormat &format) const
+{
     atoms.begin("stts", 0, 0);
     atoms.u32(1);
-    atoms.u32(counted);
+    atoms.u32(quint32(_samples));
     atoms.u32(1);
     atoms.end();
     atoms.begin("stsc", 0, 0);
@@ -66,11 +85,32 @@ void MovTables::writeAudio(AtomWriter &atoms, const MovFormat &format) const
     atoms.end();
     atoms.begin("stsz", 0, 0);
     atoms.u32(quint32(format.audioFrameBytes()));
-    atoms.u32(counted);
+    atoms.u32(quint32(_samples));
     atoms.end();
-    atoms.begin("co64", 0, 0);
+}
+
+/// A count has 32 bits, a day and an hour of sound more samples: then a sample is all the sound of a
+/// fragment, with its own length and size, as it is in a clip that grows.
+void MovTables::writeBlocks(AtomWriter &atoms, const MovFormat &format) const
+{
+    const auto chunksOf = [this](size_t run) {
+        const quint32 end = run + 1 < _audioRuns.size() ? _audioRuns[run + 1].firstChunk : _audioChunks + 1;
+        return end - _audioRuns[run].firstChunk;
+    };
+    atoms.begin("stts", 0, 0);
+    atoms.u32(quint32(_audioRuns.size()));
+    for (size_t run = 0; run < _audioRuns.size(); ++run) {
+        atoms.u32(chunksOf(run));
+        atoms.u32(_audioRuns[run].samples);
+    }
+    atoms.end();
+    writeOneSampleAChunk(atoms);
+    atoms.begin("stsz", 0, 0);
+    atoms.u32(0);
     atoms.u32(_audioChunks);
-    atoms.bytes(_audioOffsets);
+    for (size_t run = 0; run < _audioRuns.size(); ++run)
+        for (quint32 chunk = 0; chunk < chunksOf(run); ++chunk)
+            atoms.u32(_audioRuns[run].samples * quint32(format.audioFrameBytes()));
     atoms.end();
 }
 
@@ -87,10 +127,7 @@ void MovTables::writeTimecode(AtomWriter &atoms, const MovFormat &format) const
         from = to;
     }
     atoms.end();
-    atoms.begin("stsc", 0, 0);
-    for (quint32 value : {1, 1, 1, 1})
-        atoms.u32(value);
-    atoms.end();
+    writeOneSampleAChunk(atoms);
     atoms.begin("stsz", 0, 0);
     atoms.u32(4);
     atoms.u32(count);

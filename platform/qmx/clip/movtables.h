@@ -30,6 +30,8 @@ private:
 
     void writeVideo(AtomWriter &atoms, const MovFormat &format) const;
     void writeAudio(AtomWriter &atoms, const MovFormat &format) const;
+    void writeSamples(AtomWriter &atoms, const MovFormat &format) const;
+    void writeBlocks(AtomWriter &atoms, const MovFormat &format) const;
     void writeTimecode(AtomWriter &atoms, const MovFormat &format) const;
 
     qint64 _frames = 0;

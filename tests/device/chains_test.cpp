@@ -99,6 +99,31 @@ TEST(PlaybackChain, theCurrentFrameIsThatOfTheCacheFromASeekToTheNextWrite)
     EXPECT_TRUE(chain.current());
 }
 
+TEST(PlaybackChain, whatWaitsIsBoundedInBytesButForOneFrame)
+{
+    constexpr int bytes = 5 << 20;
+    PlaybackChain chain;
+    chain.setup(DeviceBench::playbackSetup());
+    const auto write = [&chain](int size) {
+        QmxFrame frame;
+        frame.vids().append(QmxImage(DeviceBench::format(), {QmxBuffer::allocate(size)}));
+        chain.write(frame, {}, 0);
+    };
+    EXPECT_EQ(chain.room(40, bytes), 40);
+    write(2 * bytes);
+    EXPECT_EQ(chain.room(40, bytes), 0);
+    chain.clear();
+    for (int i = 0; i < 4; ++i)
+        write(bytes / 5);
+    EXPECT_EQ(chain.room(40, bytes), 36);
+    write(bytes / 5);
+    EXPECT_EQ(chain.room(40, bytes), 0);
+    const DecodedPicturePtr first = chain.undecoded().first();
+    first->state = DecodedPicture::Done;
+    chain.tick(PlaybackQueue::startTime);
+    EXPECT_EQ(chain.room(40, bytes), 36) << "one came onto the output";
+}
+
 TEST(CardAlarms, tellChangesOnceAndALateClockForASecondsWorth)
 {
     QStringList told;

@@ -139,15 +139,16 @@ void LumenEngine::setup(const QmxVideoDeviceSetup &setup)
     _events.setVbiBound(int(ticks * vbiSeconds));
 }
 
+/// What may wait, in either direction.
 void LumenEngine::setBounds(const QmxVideoDeviceSetup &setup)
 {
-    qint64 bytes = _profile.backlogMegabytes * megabyte;
-    if (bytes == 0) {
+    _backlogBytes = _profile.backlogMegabytes * megabyte;
+    if (_backlogBytes == 0) {
         QmxMemoryPool::UsageData usage;
         QmxMemoryPool::instance()->getUsageData(usage);
-        bytes = std::max(leastBacklog, qint64(usage.totalSize / backlogShare));
+        _backlogBytes = std::max(leastBacklog, qint64(usage.totalSize / backlogShare));
     }
-    _capture.setBounds(setup.maxBuffers(), bytes);
+    _capture.setBounds(setup.maxBuffers(), _backlogBytes);
 }
 
 void LumenEngine::applyCapture(const QmxVideoDeviceSetup &setup)
@@ -195,6 +196,7 @@ void LumenEngine::applyPlayback(const QmxVideoDeviceSetup &setup)
         _hasSetup = true;
     }
     _startPending = true;
+    setBounds(setup);
     _playback.setup(setup);
     watch(setup);
 }
@@ -282,14 +284,14 @@ int LumenEngine::framesWritable() const
 {
     std::lock_guard lock(_mutex);
     if (!_hasSetup) return 0;
-    return std::max(0, _asked.maxBuffers() - (_playing ? _playback.frames() : 0));
+    return _playing ? _playback.room(_asked.maxBuffers(), _backlogBytes) : std::max(0, _asked.maxBuffers());
 }
 
 QmxError LumenEngine::writeFrame(const QmxFrame &frame)
 {
     std::lock_guard lock(_mutex);
     if (!_playing) return {EPERM, QStringLiteral("The video device is not set up for playback")};
-    if (_playback.frames() >= _asked.maxBuffers())
+    if (_playback.room(_asked.maxBuffers(), _backlogBytes) == 0)
         return {EAGAIN, QStringLiteral("The playback queue of the video device is full")};
     if (_playback.write(frame, _asked.outputLut(), _environment.clock->now()))
         push(DeviceEvent::PlaybackDropped, _playback.newestRun());

@@ -165,6 +165,7 @@ private:
 
     RetiredSources _retired;
     const qint64 _memoryBytes;
+    qint64 _backlogBytes = 0; ///< may wait for a coder or for the output
 
     // Last: the workers end before what they use.
     PictureWorkers _workers;

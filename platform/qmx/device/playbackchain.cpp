@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/playbackchain.h"
 
+#include <algorithm>
+
 namespace {
 /// Waiting frames that are decoded ahead.
 constexpr int decodedAhead = 8;
@@ -34,6 +36,12 @@ void PlaybackChain::expectSought()
 bool PlaybackChain::expectsSought() const
 {
     return _soughtRun == _queue.newestRun() && !_queue.newestHasFrames();
+}
+
+int PlaybackChain::room(int frames, qint64 bytes) const
+{
+    const int left = std::max(0, frames - _queue.frames());
+    return _queue.codedBytes() < bytes || _queue.frames() == 0 ? left : 0;
 }
 
 bool PlaybackChain::write(const QmxFrame &frame, const QmxImageLut &lut, qint64 now)

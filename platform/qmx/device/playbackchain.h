@@ -24,6 +24,8 @@ public:
     PlaybackQueue::Step tick(qint64 now) { return _queue.tick(now); }
     const PlaybackQueue::Shown &shown() const { return _queue.shown(); }
     int frames() const { return _queue.frames(); }
+    /// Frames that may still be written: up to `frames` of them wait, and no more than `bytes` but for one.
+    int room(int frames, qint64 bytes) const;
     quint64 newestRun() const { return _queue.newestRun(); }
     /// Nothing while the cache's position counts.
     std::optional<QmxFrame> current() const;

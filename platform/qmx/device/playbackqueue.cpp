@@ -138,6 +138,19 @@ int PlaybackQueue::frames() const
     return int(std::count_if(_items.begin(), _items.end(), [](const Item &item) { return !item.setup; }));
 }
 
+qint64 PlaybackQueue::codedBytes() const
+{
+    qint64 bytes = 0;
+    for (const Item &item : _items) {
+        for (const QmxImage &image : item.frame.vids())
+            for (const QmxBuffer &buffer : image.buffers())
+                bytes += buffer.isValid() ? buffer.capacity() : 0;
+        for (const QmxAudio &audio : item.frame.auds())
+            bytes += audio.isValid() ? audio.buffer().capacity() : 0;
+    }
+    return bytes;
+}
+
 std::optional<QmxFrame> PlaybackQueue::current() const
 {
     if (const Item *first = firstOfNewest()) return first->frame;

@@ -76,6 +76,8 @@ public:
 
     /// Waiting frames.
     int frames() const;
+    /// Bytes of pictures and sound that they keep, as they came; what is decoded of them is none of it.
+    qint64 codedBytes() const;
     /// The frame on the output; not valid before the first.
     const Shown &shown() const { return _shown; }
     /// The run that frames written now belong to.

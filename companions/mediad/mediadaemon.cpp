@@ -485,6 +485,7 @@ void MediaDaemon::report(const std::vector<Medium> &media, const MediaParameters
     } else if (!_repairsTold) {
         tellRepairs();
     }
+    if (recording) _store.forgetLost();
     const qint64 now = _environment.clock->now();
     const bool mediaChanged = is.active + is.rollover != _reportedPaths;
     if (!_first && !mediaChanged && now - _reportedAt < reportInterval) return;

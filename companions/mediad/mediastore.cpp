@@ -76,7 +76,7 @@ MediaStore::Outcome MediaStore::tryToWrite(const MediaWrite &order)
     const StoreValue value = valueOf(order);
     std::string reason;
     if (!descriptor || !descriptor->check(value, reason)) {
-        qmxLogOutput(1, module, __LINE__, "%s; it is not written\n", reason.c_str());
+        tellLost(reason + "; it is not written");
         return Outcome::Refused;
     }
     if (!mayAsk()) return Outcome::Failed;
@@ -91,7 +91,31 @@ MediaStore::Outcome MediaStore::tryToWrite(const MediaWrite &order)
     _told.clear();
     // What this step asks for next is what it has just written, whether or not the store still answers.
     _known[order.id] = value;
+    raiseLost();
     return Outcome::Done;
+}
+
+void MediaStore::tellLost(const std::string &text)
+{
+    qmxLogOutput(1, module, __LINE__, "%s\n", text.c_str());
+    _lostText = text;
+    raiseLost();
+}
+
+/// While the store refuses this has to wait like everything else.
+void MediaStore::raiseLost()
+{
+    if (_lostText.empty() || !mayAsk()) return;
+    if (!AlarmProducer::raise(_config.get(), eParam_AlarmStoreRefused,
+                              kel::alarms::Alarm_Severity(AlarmSeverity::Warning), _lostText))
+        return;
+    _lostText.clear();
+    _lostTold = true;
+}
+
+void MediaStore::forgetLost()
+{
+    if (_lostTold && AlarmProducer::clear(_config.get(), eParam_AlarmStoreRefused)) _lostTold = false;
 }
 
 bool MediaStore::write(const MediaWrite &order)
@@ -107,8 +131,7 @@ void MediaStore::queue(const std::vector<MediaWrite> &writes)
 void MediaStore::answer(const std::string &text)
 {
     if (_answers.size() >= mostAnswers) {
-        qmxLogOutput(1, module, __LINE__, "An answer to an order is lost, the store does not take it: %s\n",
-                     _answers.front().text.c_str());
+        tellLost("An answer to an order is lost, the store does not take it: " + _answers.front().text);
         _answers.pop_front();
     }
     _answers.push_back({eParam_MediaOrderState, MediaWrite::Text, 0, text});

@@ -15,7 +15,8 @@ class Config;
 /// The media daemon's way to the configuration store: what it wants written, in order, and a limit to the
 /// time that one step may lose with a store that does not answer.
 ///
-/// A write that the parameter's own rules refuse can never succeed: it is told once and dropped. What the
+/// A write that the parameter's own rules refuse can never succeed: it is told once, in the log and as an
+/// alarm, and dropped. What the
 /// store did not take is tried again. The machine waits for its own writes; what operators are told (answers
 /// to orders) has a queue of its own, which holds up nobody. One thread.
 class MediaStore
@@ -41,6 +42,8 @@ public:
     bool writeQueued();
     /// An answer to an order.
     void answer(const std::string &text);
+    /// What could not be told is old news: the alarm goes.
+    void forgetLost();
     /// Once: what may be lost. True when it was written.
     bool write(const MediaWrite &order);
 
@@ -49,6 +52,8 @@ private:
     Outcome tryToWrite(const MediaWrite &order);
     const StoreValue &value(eParam_t id);
     bool mayAsk() const;
+    void tellLost(const std::string &text);
+    void raiseLost();
     void answered(std::chrono::steady_clock::time_point since, bool done);
 
     std::unique_ptr<Config> _config;
@@ -57,4 +62,6 @@ private:
     std::unordered_map<unsigned, StoreValue> _known; ///< as last read or written, else the default
     std::chrono::steady_clock::duration _lost{};     ///< of this step, with questions that had no answer
     std::string _told;                               ///< the reason that was logged last
+    std::string _lostText;                           ///< what the alarm is still to say
+    bool _lostTold = false;                          ///< the alarm is up
 };

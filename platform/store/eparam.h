@@ -117,6 +117,7 @@ enum eParam_t : std::uint32_t {
     eParam_AlarmClipsRepaired = 0x50000012,
     eParam_AlarmMediumRefused = 0x50000013,
     eParam_AlarmStoreFull = 0x50000014,
+    eParam_AlarmStoreRefused = 0x50000015,
 
     // What the media daemon is asked for and tells
     eParam_MediaOrder = 0x50000030,

@@ -37,6 +37,14 @@ TEST(MediaStore, whatCanNeverBeWrittenHoldsUpNothing)
     store.answer("{}");
     EXPECT_TRUE(store.writeQueued());
     EXPECT_EQ(store.text(eParam_MediaOrderState), "{}");
+    const auto alarm = [&store] {
+        std::string value;
+        store.config().getData(eParam_AlarmStoreRefused, value);
+        return store.config().descriptor(eParam_AlarmStoreRefused)->print(StoreValue::fromData(value));
+    };
+    EXPECT_TRUE(alarm().starts_with("warning: media_order_state takes")) << alarm();
+    store.forgetLost();
+    EXPECT_EQ(alarm(), "clear");
 }
 
 TEST(MediaStore, aServerThatHangsCostsAStepOneQuestion)

@@ -36,7 +36,7 @@ TEST_F(Descriptors, everyRowIsWhole)
         EXPECT_EQ(dynamic_cast<const StringDescriptor *>(row) != nullptr,
                   row->type() == ParamDescriptor::String);
         EXPECT_EQ(row->isAlarm(), (row->id() >> 16) == 0x7E07 || row->id() == 0x50000064 ||
-                                      (row->id() >= 0x50000010 && row->id() <= 0x50000014));
+                                      (row->id() >= 0x50000010 && row->id() <= 0x50000015));
 
         std::string reason;
         EXPECT_TRUE(row->keep() == ParamDescriptor::Keep::Command || row->check(row->defaultValue(), reason))

@@ -104,6 +104,10 @@
       "The disk of the configuration store is full: the room kept for its last writes is in use.", \
       "the store raises it and clears it when there is room again", \
       "make room on the disk that it names; settings are still kept, for a while") \
+    Y(StoreRefused, "store_refused", Condition, "warning", \
+      "Something that the media daemon had to tell was not taken by the store; until the next take.", \
+      "the media daemon raises and clears it", \
+      "nothing; `xpctl get` shows an old value of what it names") \
     Y(ClipsRepaired, "clips_repaired", Condition, "information", \
       "Clips that a crash or a power cut had left unfinished have been closed; until the next take.", \
       "the media daemon raises and clears it", \

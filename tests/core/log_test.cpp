@@ -45,13 +45,13 @@ TEST(Log, WritesOneLineARecordUpToItsLevel)
     qmxLogOpenFile(dir.file("log"));
     qmxLogSetLevel(3);
     Stepper::clock()->setWallTime(86400 * QmxClock::nsPerSecond + 5'000'000);
-    qmxLogOutput(3, "test", 12, "FAILED: %s %d\n", "a\nb", 5);
+    qmxLogOutput(3, "test", 12, "FAILED: %s %d\n", "a\nb\x1b]0;x\a", 5);
     qmxLogOutput(4, "test", 13, "too detailed\n");
     QmxLogStream("test", 14, 1, QmxLog::defaultLog()) << QString("Mode %1").arg("Play") << ' ' << 3 << true;
     QmxLogStream("test", 15, 4, QmxLog::defaultLog()) << "too detailed";
     const QByteArrayList got = lines(dir.file("log"));
     ASSERT_EQ(got.size(), 2);
-    EXPECT_TRUE(got[0].contains(".005 I test:12 FAILED: a b 5")) << got[0].constData();
+    EXPECT_TRUE(got[0].contains(".005 I test:12 FAILED: a b?]0;x? 5")) << got[0].constData();
     EXPECT_TRUE(got[1].endsWith("E test:14 Mode Play 3true")) << got[1].constData();
     qmxLogSetLevel(4);
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What happens at the input while the recorder stands by, records and plays.
+#include "platform/qmx/edges/qmxstrip.h"
 #include "tests/scenarios/recorderrig.h"
 
 namespace {
@@ -95,6 +96,11 @@ TEST_F(LossInTake, goesOnWithTheStillWhenAsked)
     const Take take = Take::read(path);
     take.expectOneSequenceOfTimecodes();
     EXPECT_EQ(take.samples, QList<int>(take.frames(), 1920));
+    // Under a still there is silence, and the sound of every picture stands with it.
+    for (int i = 1; i < take.frames(); ++i)
+        ASSERT_EQ(take.marks.at(i),
+                  take.strips.at(i) >= 0 && take.strips.at(i) % QmxStrip::markInterval == 0 ? 0 : -1)
+            << i;
     // Every frame of the gaps has the still, and no picture is lost or shown
     // twice.
     int stills = 0;

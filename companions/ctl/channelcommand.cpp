@@ -7,6 +7,7 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsafefile.h"
 #include "platform/qmx/edges/lumenprofile.h"
 
 #include <QDir>
@@ -19,6 +20,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -64,10 +66,13 @@ ExitCode needsRoot(const Report &report)
     return refuse(report, "only root makes and removes channels", "ask again as root");
 }
 
+/// A new file: what stands there already may be a link that somebody has put.
 bool writeFile(const QString &path, const QByteArray &text)
 {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size();
+    const int fd = QmxSafeFile::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_EXCL, 0644);
+    QFile file;
+    return fd >= 0 && file.open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle) &&
+           file.write(text) == text.size();
 }
 
 /// To the service manager: the units of the channels wait for it.
@@ -163,10 +168,7 @@ ExitCode remove(const Report &report, int channel)
                           QStringLiteral("remove that first: xpctl channel remove %1").arg(other));
     if (::geteuid() != 0) return needsRoot(report);
     ChannelViews::release(channel);
-    bool isGone = true;
-    for (const QString &folder : {places.memory, places.run, places.state, places.settings})
-        isGone = QDir(folder).removeRecursively() && isGone;
-    if (!isGone)
+    if (!ChannelViews::removeFolders(channel))
         return refuse(report,
                       QStringLiteral("not all of channel %1 could be removed; what is left lies in %2, "
                                      "%3 and %4")

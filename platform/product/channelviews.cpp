@@ -10,8 +10,11 @@
 #include <QFileInfo>
 #include <QSet>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -33,12 +36,75 @@ QString reason()
     return QString::fromLocal8Bit(std::strerror(errno));
 }
 
-/// With owner, group and mode of `like`; one that is there stays as it is.
-bool makeFolder(const QString &path, const struct stat &like, mode_t mode)
+/// A folder of this process, to be named only by its descriptor: what stands above it belongs to accounts
+/// that may put another one, or a link, in its place at any time, while root is at work here.
+class Folder
 {
-    if (::mkdir(native(path).constData(), 0700) != 0) return errno == EEXIST && QFileInfo(path).isDir();
-    return ::chown(native(path).constData(), like.st_uid, like.st_gid) == 0 &&
-           ::chmod(native(path).constData(), mode) == 0;
+public:
+    Folder() = default;
+    /// A folder of the machine's own, links on the way there included: an arrangement of the machine.
+    explicit Folder(const QString &path) : _fd(::open(native(path).constData(), flags)) {}
+    ~Folder() { close(); }
+    Folder(Folder &&other) noexcept : _fd(std::exchange(other._fd, -1)) {}
+    Folder &operator=(Folder &&other) noexcept
+    {
+        if (this != &other) close();
+        _fd = std::exchange(other._fd, -1);
+        return *this;
+    }
+    Folder(const Folder &) = delete;
+    Folder &operator=(const Folder &) = delete;
+
+    /// Below it, by names alone; not open, with errno (ENOTDIR for a link), when it is not to be had.
+    Folder below(const QString &way) const
+    {
+        Folder at;
+        at._fd = ::fcntl(_fd, F_DUPFD_CLOEXEC, 0);
+        for (const QString &name : way.split('/', Qt::SkipEmptyParts)) {
+            Folder next;
+            next._fd = ::openat(at._fd, native(name).constData(), flags | O_NOFOLLOW);
+            at = std::move(next);
+        }
+        return at;
+    }
+
+    bool isOpen() const { return _fd >= 0; }
+    int fd() const { return _fd; }
+    /// For calls that know names only.
+    QByteArray name() const { return "/proc/self/fd/" + QByteArray::number(_fd); }
+
+private:
+    static constexpr int flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+
+    void close()
+    {
+        const int why = errno;
+        if (_fd >= 0) ::close(_fd);
+        errno = why;
+    }
+    int _fd = -1;
+};
+
+enum class Found { AnyFolder, OwnOnly }; ///< that is there already
+
+/// The folder `name` in another one: with owner, group and mode of `like`, or one that is there, which stays
+/// as it is.
+Folder makeFolder(const Folder &in, const QString &name, const struct stat &like, mode_t mode, Found found)
+{
+    const bool isNew = ::mkdirat(in.fd(), native(name).constData(), 0700) == 0;
+    if (!isNew && errno != EEXIST) return {};
+    Folder folder = in.below(name);
+    struct stat is = {};
+    if (!folder.isOpen() || ::fstat(folder.fd(), &is) != 0) return {};
+    const bool isOwn = is.st_uid == ::geteuid() || (!isNew && is.st_uid == like.st_uid);
+    if (!isOwn && (isNew || found == Found::OwnOnly)) {
+        errno = EPERM;
+        return {};
+    }
+    if (isNew && (::fchownat(folder.fd(), "", like.st_uid, like.st_gid, AT_EMPTY_PATH) != 0 ||
+                  ::chmod(folder.name().constData(), mode) != 0))
+        return {};
+    return folder;
 }
 
 /// "\040" of /proc/self/mountinfo (proc(5)).
@@ -70,33 +136,59 @@ QSet<QString> mountedIn(const QString &folder)
     return names;
 }
 
-/// Its folder on a medium; empty, with errno, when there is none and none can be made.
-QString shareOf(int channel, const QString &medium)
+/// Its folder on a medium; not open, with errno, when there is none and none can be made.
+Folder shareOf(int channel, const Folder &medium)
 {
-    const QString share = medium + "/channel-" + QString::number(channel);
     struct stat top = {};
-    if (::stat(native(medium).constData(), &top) != 0) return {};
-    return makeFolder(share, top, top.st_mode & 07777) ? share : QString();
+    if (!medium.isOpen() || ::fstat(medium.fd(), &top) != 0) return {};
+    return makeFolder(medium, "channel-" + QString::number(channel), top, top.st_mode & 07777,
+                      Found::AnyFolder);
 }
 
-bool bind(const QString &from, const QString &to, bool writable)
+void letGo(const Folder &view, const QString &name)
 {
-    const QByteArray target = native(to);
-    if (::mount(native(from).constData(), target.constData(), nullptr, MS_BIND, nullptr) != 0) return false;
+    ::umount2(view.below(name).name().constData(), MNT_DETACH);
+    ::unlinkat(view.fd(), native(name).constData(), AT_REMOVEDIR);
+}
+
+bool bind(const Folder &from, const Folder &view, const QString &name, bool writable)
+{
+    const Folder target = view.below(name);
+    if (!target.isOpen() ||
+        ::mount(from.name().constData(), target.name().constData(), nullptr, MS_BIND, nullptr) != 0)
+        return false;
     if (writable) return true;
-    if (::mount(nullptr, target.constData(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0)
+    const Folder bound = view.below(name); // now the other one
+    if (::mount(nullptr, bound.name().constData(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0)
         return true;
     const int why = errno;
-    ::umount2(target.constData(), MNT_DETACH);
+    ::umount2(bound.name().constData(), MNT_DETACH);
     errno = why;
     return false;
 }
 
-void letGo(const QString &view, const QString &name)
+struct Place
 {
-    const QByteArray target = native(view + '/' + name);
-    ::umount2(target.constData(), MNT_DETACH | UMOUNT_NOFOLLOW);
-    ::rmdir(target.constData());
+    QString in; ///< a folder of the machine's own
+    QString path;
+};
+
+/// The places of a channel that others have to be below.
+std::array<Place, 4> placesOf(int channel)
+{
+    const QmxPlaces machine;
+    const QmxPlaces places = QmxPlaces::ofChannel(channel);
+    return {{{machine.settings, places.settings},
+             {machine.state, places.state},
+             {machine.run, places.run},
+             {QFileInfo(QFileInfo(places.memory).path()).path(), places.memory}}};
+}
+
+/// The channel's own place for its media.
+Folder viewOf(int channel)
+{
+    const QString run = QmxPlaces().run;
+    return Folder(run).below(QmxPlaces::ofChannel(channel).media.mid(run.size()));
 }
 } // namespace
 
@@ -119,65 +211,81 @@ QStringList makeFolders(int channel, const QString &like)
     const QmxPlaces places = QmxPlaces::ofChannel(channel);
     struct stat owner = {};
     if (::stat(native(like).constData(), &owner) != 0) return {like + ": " + reason()};
-    struct Folder
+    struct Wanted
     {
-        QString path;
+        Place place;
         mode_t mode;
     };
-    const Folder folders[] = {{QFileInfo(places.settings).path(), everybodyLooks},
-                              {places.settings, everybodyLooks},
-                              {QFileInfo(places.state).path(), everybodyLooks},
-                              {places.state, 03770},
-                              {QFileInfo(places.run).path(), everybodyLooks},
-                              {places.run, sticky},
-                              {places.locks, sticky},
-                              {places.media, everybodyLooks},
-                              {QFileInfo(places.memory).path(), everybodyLooks},
-                              {places.memory, 01777}};
+    const auto [settings, state, run, memory] = placesOf(channel);
+    const auto above = [](const Place &place) { return Place{place.in, QFileInfo(place.path).path()}; };
+    const Wanted folders[] = {{above(settings), everybodyLooks}, {settings, everybodyLooks},
+                              {above(state), everybodyLooks},    {state, 03770},
+                              {above(run), everybodyLooks},      {run, sticky},
+                              {{run.in, places.locks}, sticky},  {{run.in, places.media}, everybodyLooks},
+                              {above(memory), everybodyLooks},   {memory, 01777}};
     QStringList problems;
-    for (const Folder &folder : folders)
-        if (!makeFolder(folder.path, owner, folder.mode)) problems << folder.path + ": " + reason();
+    for (const Wanted &folder : folders) {
+        const QFileInfo info(folder.place.path);
+        const Folder parent = Folder(folder.place.in).below(info.path().mid(folder.place.in.size()));
+        if (!parent.isOpen() ||
+            !makeFolder(parent, info.fileName(), owner, folder.mode, Found::OwnOnly).isOpen())
+            problems << folder.place.path + ": " + reason();
+    }
     return problems;
 }
 
 QStringList bindMedia(int channel)
 {
     const QString machine = QmxPlaces().media;
-    const QString view = QmxPlaces::ofChannel(channel).media;
+    const QString path = QmxPlaces::ofChannel(channel).media;
+    const Folder view = viewOf(channel);
+    if (!view.isOpen()) return {path + ": " + reason()};
     const int plays = playsOf(channel);
     QStringList problems;
     const QSet<QString> wanted = mountedIn(machine);
-    const QSet<QString> bound = mountedIn(view);
+    const QSet<QString> bound = mountedIn(path);
     for (const QString &name : bound - wanted)
         letGo(view, name);
     for (const QString &name : wanted - bound) {
         const QString medium = machine + '/' + name;
-        const QString target = view + '/' + name;
-        const QString share = plays == 1 ? medium : shareOf(plays ? plays : channel, medium);
-        if (share.isEmpty()) {
+        const Folder all(medium);
+        const Folder part = plays == 1 ? Folder() : shareOf(plays ? plays : channel, all);
+        const Folder &share = plays == 1 ? all : part;
+        if (!share.isOpen()) {
             problems
                 << QStringLiteral("channel %1 has no folder on %2: %3").arg(channel).arg(medium, reason());
             continue;
         }
-        if (::mkdir(native(target).constData(), everybodyLooks) != 0 && errno != EEXIST) {
-            problems << target + ": " + reason();
-            continue;
-        }
-        if (!bind(share, target, plays == 0)) {
-            problems << QStringLiteral("%1 cannot be given to channel %2: %3")
-                            .arg(share)
-                            .arg(channel)
-                            .arg(reason());
-            ::rmdir(native(target).constData());
-        }
+        const bool isMade =
+            ::mkdirat(view.fd(), native(name).constData(), everybodyLooks) == 0 || errno == EEXIST;
+        if (isMade && bind(share, view, name, plays == 0)) continue;
+        problems
+            << QStringLiteral("%1 cannot be given to channel %2: %3").arg(medium).arg(channel).arg(reason());
+        if (isMade) ::unlinkat(view.fd(), native(name).constData(), AT_REMOVEDIR);
     }
     return problems;
 }
 
+bool removeFolders(int channel)
+{
+    bool isGone = true;
+    for (const Place &place : placesOf(channel)) {
+        const QFileInfo info(place.path);
+        const Folder parent = Folder(place.in).below(info.path().mid(place.in.size()));
+        std::error_code failed;
+        // (It follows no link either, however the folders change meanwhile.)
+        if (parent.isOpen())
+            std::filesystem::remove_all((parent.name() + '/' + native(info.fileName())).toStdString(),
+                                        failed);
+        isGone = isGone && !failed && !QFileInfo::exists(place.path);
+    }
+    return isGone;
+}
+
 void release(int channel)
 {
-    const QString view = QmxPlaces::ofChannel(channel).media;
-    for (const QString &name : mountedIn(view))
+    const Folder view = viewOf(channel);
+    for (const QString &name : mountedIn(QmxPlaces::ofChannel(channel).media))
         letGo(view, name);
 }
 

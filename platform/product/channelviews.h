@@ -21,6 +21,8 @@ int playsOf(int channel);
 QStringList makeFolders(int channel, const QString &like);
 /// Brings what is bound in line with what is mounted below /media now.
 QStringList bindMedia(int channel);
+/// Removes them, with all that is in them; false when something is left.
+bool removeFolders(int channel);
 /// Lets go of all media of a channel.
 void release(int channel);
 

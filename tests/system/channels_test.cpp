@@ -52,6 +52,31 @@ TEST(Channels, aTakeOfAllHoldsTheSameFramesAndOneThatDiesTakesNothingFromTheOthe
     EXPECT_EQ(brokenAt(killed), QString());
 }
 
+TEST(Channels, linksWhereTheirFoldersBelongLeadRootNowhereElse)
+{
+    Sandbox sandbox({"--no-daemon"});
+    const ProgramResult result = sandbox.run(R"sh(
+        mkdir -m 700 $OUT/victim; echo secret >$OUT/victim/file; mkdir -p /run/xp/channels
+        add() { xpctl channel add $1 generator: 2>&1 || true; }
+        ln -s $OUT/victim /media/A/channel-7
+        say medium; add 7; ls -A /run/xp/channels/7/media/A 2>/dev/null || true; [ -d /media/B/channel-7 ] && ls -d /run/xp/channels/7/media/B
+        ln -s $OUT/victim /run/xp/channels/8; mkdir /etc/xp/channels/9; chown 65534 /etc/xp/channels/9
+        say run; add 8
+        mv /run/xp/channels/7/media /run/xp/channels/7/other; ln -s $OUT/victim /run/xp/channels/7/media
+        say view; xpctl channel view 7 2>&1 || true
+        say victim; stat -c '%a %u' $OUT/victim; ls -A $OUT/victim
+        say others; xpctl channel view 9 2>&1 || true
+    )sh");
+    EXPECT_TRUE(said(result.out, "medium").contains("channel 7 has no folder on /media/A"))
+        << result.out.toStdString();
+    EXPECT_TRUE(said(result.out, "medium").contains("/run/xp/channels/7/media/B"));
+    EXPECT_TRUE(said(result.out, "run").contains("channel 8 was not made: /run/xp/channels/8: "))
+        << result.out.toStdString();
+    EXPECT_TRUE(said(result.out, "view").contains("/run/xp/channels/7/media: ")) << result.out.toStdString();
+    EXPECT_EQ(said(result.out, "victim"), "700 0\nfile\n");
+    EXPECT_TRUE(said(result.out, "others").contains("/etc/xp/channels/9: ")) << result.out.toStdString();
+}
+
 TEST(Channels, onePanelPassesOnToThoseOfTheOthersAndTrustsNoneWithoutTheKey)
 {
     Sandbox sandbox({"--channels", "2", "--panel"});

@@ -30,8 +30,9 @@ bool isMedium(const Recorder &recorder, const QString &path)
     struct statfs64 root = {};
     struct statfs64 medium = {};
     QmxFiles &files = *recorder.environment().files;
-    return files.statfs(QStringLiteral("/"), &root) == 0 && files.statfs(path, &medium) == 0 &&
-           std::memcmp(&root.f_fsid, &medium.f_fsid, sizeof root.f_fsid) != 0;
+    const QString machine = QStringLiteral("/");
+    return files.statfs(machine, &root) == 0 && files.statfs(path, &medium) == 0 &&
+           !qmxSameFileSystem(files, machine, root, path, medium);
 }
 
 std::optional<Answer> anyMedium(Recorder &recorder, const StoreValue &value)

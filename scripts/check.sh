@@ -45,26 +45,27 @@ check_lint() {
     git ls-files '*.cpp' ':!cmake' ':!tests/fuzz' | xargs -P "$XP_JOBS" -n 4 clang-tidy --quiet -p build-includes
 }
 
-sanitized() {
-    cmake --preset "$1" >/dev/null && cmake --build --preset "$1" -j "$XP_JOBS" &&
-        xp_ctest --test-dir "build-$1" --output-on-failure --no-tests=error -j "$XP_JOBS" -LE system
-}
-# Leaks of other libraries are listed in tests/lsan.supp; ours have no entry there.
-check_asan() {
-    LSAN_OPTIONS="suppressions=$XP_ROOT/tests/lsan.supp" ASAN_OPTIONS=detect_stack_use_after_return=1 \
-        UBSAN_OPTIONS=print_stacktrace=1 sanitized asan
-}
+# What the integration machine runs with every change.
+check_asan() { scripts/test-sanitized.sh asan; }
 # With a Qt that the sanitizer can see into.
-check_tsan() {
-    scripts/qt-with-tsan.sh || return 1
-    TSAN_OPTIONS="halt_on_error=0 report_signal_unsafe=0 suppressions=$XP_ROOT/tests/tsan.supp" sanitized tsan
+check_tsan() { scripts/qt-with-tsan.sh && scripts/test-sanitized.sh tsan; }
+
+# Runs some tests of one program. None, or one that is skipped: then nothing has been shown.
+run_tests() { # PROGRAM FILTER
+    local log status=0
+    log=$(mktemp)
+    "$XP_BUILD/bin/$1" --gtest_filter="$2" | tee "$log" || status=1
+    grep -qE '^\[  PASSED  \] [1-9]' "$log" || status=1
+    ! grep -E '^\[  SKIPPED \]' "$log" || status=1
+    rm -f "$log"
+    return $status
 }
 
 # Clips under kills, cuts, flips and failing calls, and power cuts on a real file system; --long in full numbers.
 clip_rounds() {
     xp_build || return 1
     [ "$XP_LONG" = yes ] && export XP_FULL_ROUNDS=1
-    "$XP_BUILD/bin/test_clip" --gtest_filter="$1"
+    run_tests test_clip "$1"
 }
 check_kills() { clip_rounds 'ClipFaults.*:ClipDamage.*'; }
 check_crash() { clip_rounds 'ClipCrash.*'; }
@@ -73,7 +74,7 @@ check_crash() { clip_rounds 'ClipCrash.*'; }
 check_day() {
     xp_build || return 1
     [ "$XP_LONG" = yes ] && export XP_FULL_ROUNDS=1
-    "$XP_BUILD/bin/test_scenarios" --gtest_filter='Day.*'
+    run_tests test_scenarios 'Day.*'
 }
 
 # Random ways that nobody has gone before, for five minutes; --long for an hour. A seed that fails is printed, and
@@ -82,26 +83,36 @@ check_walk() {
     local seconds=150 status=0
     [ "$XP_LONG" = yes ] && seconds=1800
     xp_build || return 1
-    XP_WALK_SECONDS=$seconds "$XP_BUILD/bin/test_transport" --gtest_filter='WalkTest.*' || status=1
-    XP_WALK_SECONDS=$seconds "$XP_BUILD/bin/test_scenarios" --gtest_filter='RandomWalk.*' || status=1
+    XP_WALK_SECONDS=$seconds run_tests test_transport 'WalkTest.*' || status=1
+    XP_WALK_SECONDS=$seconds run_tests test_scenarios 'RandomWalk.*' || status=1
     return $status
 }
 
 # Everything that reads what others write, against bytes of any kind: a minute each (--long: an hour). What a fuzzer learns
-# stays in the build directory; a finding is a file there that it takes as its argument. XP_FUZZ=NAME runs one.
+# stays in the build directory; a finding is a file there that it takes as its argument, and one of tests/fuzz/findings when
+# it has been mended. XP_FUZZ=NAME runs one.
 check_fuzz() {
-    local seconds=60 fuzzer name corpus status=0
+    local seconds=60 fuzzer name corpus known status=0
     [ "$XP_LONG" = yes ] && seconds=3600
     cmake --preset fuzz >/dev/null && cmake --build --preset fuzz --target fuzzers -j "$XP_JOBS" || return 1
+    # (Whoever ends by a finding leaves his files.)
+    scratch=$(mktemp -d -p /dev/shm xpfuzz-XXXXXX) || return 1
     for fuzzer in build-fuzz/bin/fuzz_${XP_FUZZ:-*}; do
         name=${fuzzer##*/fuzz_}
         corpus=build-fuzz/corpus/$name
+        known=tests/fuzz/findings/$name
         mkdir -p "$corpus"
         say "  fuzz $name"
-        LSAN_OPTIONS="suppressions=$XP_ROOT/tests/lsan.supp:print_suppressions=0" \
+        TMPDIR=$scratch LSAN_OPTIONS="suppressions=$XP_ROOT/tests/lsan.supp:print_suppressions=0" \
             "$fuzzer" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=2048 -max_len=65536 -verbosity=0 \
-            -print_final_stats=1 -artifact_prefix="build-fuzz/finding-$name-" "$corpus" || status=1
+            -print_final_stats=1 -artifact_prefix="build-fuzz/finding-$name-" "$corpus" \
+            $([ ! -d "$known" ] || echo "$known") &
+        # (In the background, so that the end of this script is the end of the fuzzer at once.)
+        fuzzing=$!
+        wait "$fuzzing" || status=1
+        fuzzing=
     done
+    rm -rf "$scratch"
     return $status
 }
 
@@ -110,7 +121,7 @@ check_prores() {
     local pictures=50000
     [ "$XP_LONG" = yes ] && pictures=1000000
     xp_build || return 1
-    XP_PRORES_PICTURES=$pictures "$XP_BUILD"/bin/test_prores --gtest_filter='ProResFrames.random*'
+    XP_PRORES_PICTURES=$pictures run_tests test_prores 'ProResFrames.random*'
 }
 
 # The panel's page: its bundle, byte for byte from its sources, types and linter.
@@ -132,6 +143,17 @@ check_package() { xp_build && scripts/check-package.sh; }
 
 # Builds and tests in a Debian 13 root: half an hour, and downloads; only when named.
 check_debian13() { scripts/check-debian13.sh; }
+
+# Whoever stops it stops what runs, and has no check called good that did not come to its end. (A fuzzer that is interrupted
+# ends as if all were well.)
+fuzzing='' scratch=''
+interrupted() {
+    trap - INT TERM HUP
+    [ -z "$fuzzing" ] || { kill -KILL "$fuzzing" && wait "$fuzzing"; } 2>/dev/null
+    [ -z "$scratch" ] || rm -rf "$scratch"
+    die "check: interrupted in ${name:-preparation}"
+}
+trap interrupted INT TERM HUP
 
 wanted=() long=no
 for argument in "$@"; do

@@ -31,7 +31,7 @@ void Fuzz::writeSeed(const QString &folder, const char *name, const QByteArray &
 
 QString Fuzz::scratchFile(const char *name)
 {
-    static const QTemporaryDir dir(QStringLiteral("/dev/shm/xpfuzz-XXXXXX"));
+    static const QTemporaryDir dir(qEnvironmentVariable("TMPDIR", "/dev/shm") + "/xpfuzz-XXXXXX");
     return dir.filePath(QLatin1String(name));
 }
 

@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Builds and runs the unit tests under sanitizers: test-sanitized.sh asan|tsan. The tests of the real programs stay out: they
+# are about time. Leaks of other libraries are listed in tests/lsan.supp; ours have no entry there.
+set -euo pipefail
+. "$XP_ROOT/scripts/common.sh"
+cd "$XP_ROOT"
+export LSAN_OPTIONS="suppressions=$XP_ROOT/tests/lsan.supp" ASAN_OPTIONS=detect_stack_use_after_return=1
+export UBSAN_OPTIONS=print_stacktrace=1
+export TSAN_OPTIONS="halt_on_error=0 report_signal_unsafe=0 suppressions=$XP_ROOT/tests/tsan.supp"
+# (Where every change waits for it the panel stays out: its few tests cost as much to build as a third of all others.)
+without='system;fronts'
+[ "${XP_CI:-no}" != yes ] || without+=';panel'
+cmake --preset "$1" -DXP_TESTS_WITHOUT="$without" >/dev/null
+cmake --build --preset "$1" -j "$XP_JOBS" --target unit_tests >&2
+xp_ctest --test-dir "build-$1" --output-on-failure --no-tests=error -j "$XP_JOBS"

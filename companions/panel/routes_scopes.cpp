@@ -9,17 +9,19 @@
 #include <mutex>
 
 namespace {
-/// Version, columns of the waveform and of a third of the parade, levels, tick; then the three, row by row.
+/// Version, columns of the waveform and of a third of the parade, levels, tick, lines of the picture; then the
+/// three, row by row.
 QByteArray message(const QmxScopes &scopes)
 {
-    constexpr quint16 version = 1;
-    constexpr int headerSize = 16;
+    constexpr quint16 version = 2;
+    constexpr int headerSize = 24;
     QByteArray result(headerSize, '\0');
     qToLittleEndian(version, result.data());
     qToLittleEndian(quint16(QmxScopes::columns), result.data() + 2);
     qToLittleEndian(quint16(QmxScopes::paradeColumns), result.data() + 4);
     qToLittleEndian(quint16(QmxScopes::levels), result.data() + 6);
     qToLittleEndian(scopes.tick, result.data() + 8);
+    qToLittleEndian(quint16(scopes.lines), result.data() + 16);
     const auto append = [&result](const auto &tile) {
         result.append(reinterpret_cast<const char *>(tile.data()), qsizetype(tile.size()));
     };

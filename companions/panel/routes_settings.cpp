@@ -2,6 +2,7 @@
 // Parameters as their descriptors describe them, and the play list.
 #include "companions/panel/panel.h"
 #include "platform/control/playlist.h"
+#include "platform/store/paramareas.h"
 
 #include <QJsonArray>
 
@@ -38,6 +39,9 @@ QJsonObject describe(Recorder &recorder, const ParamDescriptor &row)
     QJsonArray choices;
     for (const auto &[number, label] : row.values())
         choices.append(QString::fromStdString(label));
+    QJsonArray attributes;
+    for (const std::string &attribute : row.attributes())
+        attributes.append(QString::fromStdString(attribute));
     QJsonObject object{{"id", QStringLiteral("0x%1").arg(quint32(row.id()), 8, 16, QChar('0'))},
                        {"name", QString::fromStdString(row.name())},
                        {"type", typeName(row)},
@@ -45,6 +49,8 @@ QJsonObject describe(Recorder &recorder, const ParamDescriptor &row)
                        {"default", QString::fromStdString(row.print(row.defaultValue()))},
                        {"unit", QString::fromStdString(row.unit())},
                        {"help", QString::fromStdString(row.help())},
+                       {"group", QString::fromStdString(parameterArea(row.id()))},
+                       {"attributes", attributes},
                        {"keep", keepName(row.keep())},
                        {"told", row.isTold()}};
     if (!choices.isEmpty()) object["choices"] = choices;

@@ -213,7 +213,9 @@ void DeckWatch::Private::askForLength(const DeckState &state)
         const bool isRead = part && !QmxClipReader::probe(part->clip, info, environment).isError() &&
                             !part->resolve(info, range).isError();
         length = isRead ? range.frames() : 0;
-        measureAgain = isRead ? 0 : environment.clock->now() + daemonLook;
+        // What its writer has not closed yet gets longer.
+        const bool isWhole = isRead && !QmxClipReader::isBeingRecorded(part->clip);
+        measureAgain = isWhole ? 0 : environment.clock->now() + daemonLook;
         wake.interrupt();
     });
     if (isAsked) measured = what;

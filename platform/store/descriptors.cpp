@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/paramareas.h"
 #include "platform/store/paramrow.h"
 
 #include <memory>
@@ -50,16 +51,31 @@ ParamRow makeRow(eParam_t id, const char *name, ParamDescriptor::Type type, Para
     return row;
 }
 
+/// A part of the table, and what people look for it under.
+struct Area
+{
+    const char *name;
+    std::vector<ParamRow> (*rows)();
+};
+constexpr Area areas[] = {{"transport", transportRows},
+                          {"media and clips", mediaRows},
+                          {"picture", pictureRows},
+                          {"sound and timecode", soundAndTimecodeRows},
+                          {"recording and playback", recordAndPlaybackRows},
+                          {"control", controlRows},
+                          {"alarms", alarmRows}};
+
 /// The whole table and its indices. Built once, never changed afterwards.
 class DescriptorTable
 {
 public:
     DescriptorTable()
     {
-        for (auto area : {transportRows, mediaRows, pictureRows, soundAndTimecodeRows, recordAndPlaybackRows,
-                          controlRows, alarmRows})
-            for (ParamRow &row : area())
+        for (const Area &area : areas)
+            for (ParamRow &row : area.rows()) {
+                _areas.emplace(row.id, area.name);
                 _rows.push_back(std::make_unique<ParamRow>(std::move(row)));
+            }
         for (const auto &row : _rows) {
             std::unique_ptr<ParamDescriptor> descriptor;
             if (row->type == ParamDescriptor::String)
@@ -89,9 +105,16 @@ public:
 
     const std::vector<const ParamDescriptor *> &all() const { return _all; }
 
+    const char *areaOf(eParam_t id) const
+    {
+        const auto found = _areas.find(id);
+        return found == _areas.end() ? "" : found->second;
+    }
+
 private:
     std::vector<std::unique_ptr<ParamRow>> _rows;
     std::vector<std::unique_ptr<ParamDescriptor>> _descriptors;
+    std::unordered_map<std::uint32_t, const char *> _areas;
     std::unordered_map<std::uint32_t, const ParamDescriptor *> _byId;
     std::unordered_map<std::string, const ParamDescriptor *> _byName;
     std::vector<const ParamDescriptor *> _all;
@@ -141,6 +164,11 @@ void CreateDescriptors()
 const ParamDescriptor *GetDescriptor(eParam_t id)
 {
     return table ? table->byId(id) : nullptr;
+}
+
+std::string parameterArea(eParam_t id)
+{
+    return table ? table->areaOf(id) : "";
 }
 
 const ParamDescriptor *FindDescriptor(const std::string &name)

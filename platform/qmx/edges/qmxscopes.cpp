@@ -13,11 +13,10 @@
 #include <unistd.h>
 
 namespace {
-constexpr quint64 magicNumber = 0x31'45'50'43'53'50'58'00; // "\0XPSCPE1", changes with the layout
+constexpr quint64 magicNumber = 0x32'45'50'43'53'50'58'00; // "\0XPSCPE2", changes with the layout
 constexpr int neutral = 512;
 constexpr int highest = 1023;
 constexpr int levelShift = 2;
-constexpr int standardHeight = 576;
 
 struct Layout
 {
@@ -30,13 +29,14 @@ struct Layout
 static_assert(offsetof(Layout, scopes) % sizeof(quint64) == 0);
 static_assert(sizeof(QmxScopes) % sizeof(quint64) == 0);
 
-/// Weights of the colour differences in 1/65536, from and to legal range.
+/// Weights of the colour differences in 1/65536, from and to legal range, and of red and blue in luma.
 struct Matrix
 {
     int redCr, greenCb, greenCr, blueCb;
+    double red, blue;
 };
-constexpr Matrix bt709{100902, 12002, 29994, 118894};
-constexpr Matrix bt601{89831, 22050, 45757, 113537};
+constexpr Matrix bt709{100902, 12002, 29994, 118894, 0.2126, 0.0722};
+constexpr Matrix bt601{89831, 22050, 45757, 113537, 0.299, 0.114};
 
 int scaled(int value)
 {
@@ -85,21 +85,21 @@ void countYuv(const QmxPicture &picture, int y, const Matrix &matrix, Counts &co
 }
 
 /// Full range becomes legal range, so that one scale fits all formats.
-void countRgb(const QmxPicture &picture, int y, Counts &counts)
+void countRgb(const QmxPicture &picture, int y, const Matrix &matrix, Counts &counts)
 {
     const auto legal = [](int value) { return 64 + value * 876 / highest; };
     const quint16 *reds = picture.row(0, y), *greens = picture.row(1, y), *blues = picture.row(2, y);
     const int width = picture.width();
     for (int x = 0; x < width; ++x) {
         const int red = legal(reds[x]), green = legal(greens[x]), blue = legal(blues[x]);
-        const double luma = 0.2126 * red + 0.7152 * green + 0.0722 * blue;
+        const double luma = matrix.red * red + (1 - matrix.red - matrix.blue) * green + matrix.blue * blue;
         counts.luma(x, width, int(std::lround(luma)));
         counts.colour(x, width, 0, red);
         counts.colour(x, width, 1, green);
         counts.colour(x, width, 2, blue);
         constexpr double chroma = 896.0 / 876.0;
-        counts.difference(neutral + int(std::lround((blue - luma) / 1.8556 * chroma)),
-                          neutral + int(std::lround((red - luma) / 1.5748 * chroma)));
+        counts.difference(neutral + int(std::lround((blue - luma) / (2 - 2 * matrix.blue) * chroma)),
+                          neutral + int(std::lround((red - luma) / (2 - 2 * matrix.red) * chroma)));
     }
 }
 
@@ -117,11 +117,12 @@ void QmxScopes::measure(const QmxPicture &picture, QmxScopes &scopes)
     constexpr double lineGain = 28, vectorGain = 8;
     Counts counts;
     // Odd, so that both fields are seen.
-    const int step = picture.height() > standardHeight ? 3 : 1;
-    const Matrix &matrix = picture.height() > standardHeight ? bt709 : bt601;
+    const int step = picture.height() > standardLines ? 3 : 1;
+    const Matrix &matrix = picture.height() > standardLines ? bt709 : bt601;
+    scopes.lines = picture.height();
     for (int y = 0; y < picture.height(); y += step) {
         if (picture.format() == QmxPicture::Format::Rgb444P10)
-            countRgb(picture, y, counts);
+            countRgb(picture, y, matrix, counts);
         else
             countYuv(picture, y, matrix, counts);
     }

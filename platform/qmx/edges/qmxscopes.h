@@ -18,11 +18,14 @@ struct QmxScopes
     static constexpr int paradeColumns = 192;
 
     qint64 tick = 0;                                                ///< of the device's clock
+    qint64 lines = 0;                                               ///< of the picture
     std::array<uchar, size_t(columns) * levels> waveform{};         ///< luma over the width of the picture
     std::array<uchar, size_t(paradeColumns) * 3 * levels> parade{}; ///< red, green, blue side by side
     std::array<uchar, size_t(levels) * levels>
         vectorscope{}; ///< Cb to the right, Cr upwards, in steps of four
 
+    /// Lines up to which a picture is of standard definition: its colours are those of BT.601, else of BT.709.
+    static constexpr int standardLines = 576;
     /// Of a valid picture, from its 10-bit samples. Some milliseconds; any thread.
     static void measure(const QmxPicture &picture, QmxScopes &scopes);
     /// Name of the shared memory beside the preview of this name.

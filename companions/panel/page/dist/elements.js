@@ -13,5 +13,5 @@ var Ft=Object.defineProperty;var qt=Object.getOwnPropertyDescriptor;var f=(r,t,e
       line-height: 1; white-space: pre; position: relative; color: var(--bright, #f5f7f8); letter-spacing: -0.01em; }
     :host([recording]) { color: var(--red-text, #ff5f54); }
     .stale { color: var(--edge, #5d656d); }
-    .age { font-family: var(--sans, sans-serif); font-size: max(0.16em, 12px); letter-spacing: 0; color: var(--amber, #f0a830); position: absolute; right: 0; bottom: 0; padding: 0 0.4em; background: var(--panel, #101214); }
+    .age { font-family: var(--sans, sans-serif); font-size: max(0.16em, 12px); letter-spacing: 0; color: var(--on-amber, #141006); background: var(--amber, #f0a830); position: absolute; right: 0; bottom: 0; padding: 0.1em 0.4em; border-radius: 0.15em; }
   `,f([g()],w.prototype,"value",2),f([g({type:Number})],w.prototype,"age",2),f([g({type:Boolean,reflect:!0})],w.prototype,"recording",2),f([g({attribute:"for"})],w.prototype,"picture",2),w=f([j("xp-timecode")],w);export{_ as XpMeter,S as XpPicture,w as XpTimecode};

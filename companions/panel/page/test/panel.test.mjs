@@ -139,7 +139,7 @@ test("settings leave as text and come back, each seen by the recorder", async ()
   const before = await hour.inputValue();
   await hour.fill("99");
   await hour.press("Enter");
-  await until("the refusal", async () => /99|range|23/.test(await page.locator(".notice").textContent()) || undefined);
+  await until("the refusal, at the setting", async () => /99|range|23/.test(await page.locator("#timecode_preset_hour [role=alert]").textContent()) || undefined);
   await until("what the recorder has", async () => (await hour.inputValue()) === before || undefined);
   await search.fill("clip_base_name");
   await page.getByRole("button", { name: "As text" }).click();
@@ -376,6 +376,7 @@ test("what fails on the page or beside it leaves the transport alone", async () 
   await one.evaluate(() => (location.hash = "#/settings"));
   await until("the sentence of the part that failed", () => one.locator("xp-settings [role=alert]").textContent({ timeout: 100 }));
   assert.equal(await one.evaluate(() => document.querySelector("xp-panel").shadowRoot.querySelector("xp-picture").link.fallback), true);
+  await one.getByRole("button", { name: "Back to the deck" }).tap();
   await key(one, "Play").tap();
   await until("play by touch", async () => (await status()).status === "playing" || undefined);
   await key(one, "Still").tap();

@@ -22,7 +22,7 @@ export class XpTimecode extends LitElement {
       line-height: 1; white-space: pre; position: relative; color: var(--bright, #f5f7f8); letter-spacing: -0.01em; }
     :host([recording]) { color: var(--red-text, #ff5f54); }
     .stale { color: var(--edge, #5d656d); }
-    .age { font-family: var(--sans, sans-serif); font-size: max(0.16em, 12px); letter-spacing: 0; color: var(--amber, #f0a830); position: absolute; right: 0; bottom: 0; padding: 0 0.4em; background: var(--panel, #101214); }
+    .age { font-family: var(--sans, sans-serif); font-size: max(0.16em, 12px); letter-spacing: 0; color: var(--on-amber, #141006); background: var(--amber, #f0a830); position: absolute; right: 0; bottom: 0; padding: 0.1em 0.4em; border-radius: 0.15em; }
   `;
 
   override connectedCallback(): void {

@@ -6,12 +6,15 @@ import type { Answer, DeckState, Parameter, Verb } from "./state";
 /** Without a sign of life for this long nothing on the page may look live. */
 export const staleAfter = 500;
 const noticeFor = 12_000;
+const unseenAfter = 150;
 const retryAfter = [100, 250, 500, 900];
 
 export interface Notice {
   kind: "refused" | "done" | "lost";
   title: string;
   text: string;
+  /** Where on the page it is put right. */
+  link?: { href: string; text: string };
 }
 
 type Listener = () => void;
@@ -103,7 +106,7 @@ export class Deck {
     const response = await request("POST", `${this.at}transport/${name}`, values);
     this.pending = new Set([...this.pending].filter((one) => one !== name));
     const answer = await answerOf(response);
-    if (!answer.done) this.tell({ kind: "refused", title: title(name), text: sentences(answer) });
+    if (!answer.done) this.tell({ kind: "refused", title: title(name), ...advice(answer) });
     else if (this.notice?.kind === "refused") this.notice = null;
     this.changed();
     return answer;
@@ -140,10 +143,9 @@ export class Deck {
     })();
   }
 
+  /** The answer is told beside the setting, by who asks. */
   async set(name: string, value: string): Promise<Answer> {
-    const answer = await answerOf(await request("PUT", `${this.at}params/${encodeURIComponent(name)}`, { value }));
-    if (!answer.done) this.tell({ kind: "refused", title: title(name), text: sentences(answer) });
-    return answer;
+    return answerOf(await request("PUT", `${this.at}params/${encodeURIComponent(name)}`, { value }));
   }
 
   tell(notice: Notice | null): void {
@@ -152,13 +154,17 @@ export class Deck {
     this.changed();
   }
 
+  /** What has come in heaps, because the machine is busy, is drawn once. A page that nobody sees has its title to keep. */
   changed(): void {
     if (this.scheduled) return;
     this.scheduled = true;
-    queueMicrotask(() => {
+    const told = (): void => {
+      if (!this.scheduled) return;
       this.scheduled = false;
       for (const listener of [...this.listeners]) listener();
-    });
+    };
+    if (!document.hidden) requestAnimationFrame(told);
+    setTimeout(told, unseenAfter);
   }
 
   private connect(): void {
@@ -318,8 +324,19 @@ export function sentences(answer: Answer): string {
   return told.join(" ");
 }
 
+/** The same for who has this page before him, who types no commands. */
+function advice(answer: Answer): Pick<Notice, "text" | "link"> {
+  if (answer.status === 401) return { text: "This session may only watch.", link: { href: "#/control", text: "Log in" } };
+  const alarm = /\s*[(]?alarm \w+; `alarms` lists what is wrong[)]?/;
+  const setting = /,? with: `?set (\w+)[^.(`]*`?/;
+  const name = setting.exec(answer.hint)?.[1];
+  const text = sentences({ ...answer, hint: answer.hint.replace(alarm, "").replace(setting, "").trim() });
+  if (name) return { text, link: { href: `#/settings/${name}`, text: title(name) } };
+  return alarm.test(answer.hint) ? { text, link: { href: "#/alarms", text: "Alarms" } } : { text };
+}
+
 async function answerOf(response: Response | Problem): Promise<Answer> {
-  if (response instanceof Problem) return { done: false, code: response.code, sentence: response.sentence, hint: response.hint };
+  if (response instanceof Problem) return { done: false, status: response.status, code: response.code, sentence: response.sentence, hint: response.hint };
   try {
     const { sentence } = (await response.json()) as { sentence?: string };
     return { done: true, code: "done", sentence: sentence ?? "", hint: "" };

@@ -80,6 +80,10 @@ export interface DeckState {
   grows?: boolean;
   /** Frames from the output to the newest one of the clip that grows; -1: none grows. */
   live_distance?: number;
+  /** Whose marks have changed last: empty for any; the count is another one each time. */
+  marks_changed?: { clip?: string; count?: number } | null;
+  /** Folder on a second medium that takes are written to as well. */
+  mirror_path?: string;
 }
 
 export interface Mark {
@@ -135,6 +139,7 @@ export interface Parameter {
   unit: string;
   help: string;
   group?: string;
+  attributes?: string[];
   choices?: string[];
   minimum?: number;
   maximum?: number;
@@ -163,6 +168,8 @@ export interface ListEntry {
 /** The answer to a verb, in the recorder's own words. */
 export interface Answer {
   done: boolean;
+  /** Of HTTP, when it was not done. */
+  status?: number;
   code: string;
   sentence: string;
   hint: string;

@@ -4,8 +4,9 @@ import { customElement, state } from "lit/decorators.js";
 import { Problem, get } from "../link/api";
 import { sentence, title } from "../link/deck";
 import type { Alarm, HistoryLine } from "../link/state";
-import { Part, shared } from "./part";
+import { Part, prose, shared } from "./part";
 
+const pause = 1000; // ms
 const signs: Record<string, string> = { error: "✕", warning: "!", information: "i", clear: "✓" };
 
 /** What is wrong now, since when, why, and what to do; and what has been. */
@@ -31,28 +32,34 @@ export class XpAlarms extends Part {
       .calm { color: var(--dim); padding: 0.75rem 0; }
       table { width: 100%; border-collapse: collapse; font-size: 0.8125rem; }
       td { padding: 0.25rem 0.5rem 0.25rem 0; vertical-align: top; border-bottom: 1px solid var(--line); }
-      td:first-child { white-space: nowrap; color: var(--dim); }
+      td:first-child { white-space: nowrap; color: var(--dim); width: 1%; }
+      td:nth-child(2) { width: 1.5rem; text-align: center; }
     `,
   ];
 
   override willUpdate(): void {
+    if (this.reading) return; // what changes meanwhile is asked for when it is free again
     const key = (this.deck.state?.alarm_list ?? []).map((alarm) => alarm.name + alarm.since + (alarm.acknowledged_by ?? "")).join();
-    if (key === this.known && this.history.length) return;
+    if (key === this.known && this.wasRead) return;
     this.known = key;
     void this.read();
   }
 
   private reading = false;
+  private wasRead = false;
   private async read(): Promise<void> {
-    if (this.reading) return;
     this.reading = true;
     const answer = await get<{ history: HistoryLine[] }>("alarms/history");
     if (answer instanceof Problem) this.problem = answer.sentence;
     else {
       this.problem = "";
+      this.wasRead = true;
       this.history = answer.history;
     }
-    setTimeout(() => (this.reading = false), 1000);
+    setTimeout(() => {
+      this.reading = false;
+      this.requestUpdate();
+    }, pause);
   }
 
   protected override follows(): unknown[] {
@@ -69,6 +76,7 @@ export class XpAlarms extends Part {
       <section aria-label="History">
         <h2>History</h2>
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
+        ${this.wasRead && !this.history.length ? html`<p class="calm">No alarm has been raised so far.</p>` : nothing}
         <table>
           <tbody>
             ${[...this.history].reverse().slice(0, 200).map(
@@ -84,7 +92,7 @@ export class XpAlarms extends Part {
     return html`<article class=${alarm.level}>
       <header><b>${signs[alarm.level]} ${title(alarm.name)}</b><span>${title(alarm.level)} since ${alarm.since.replace("T", " ").slice(0, 19)}</span></header>
       <p><bdi>${alarm.message}</bdi></p>
-      <p class="dim">${sentence(alarm.advice)}</p>
+      <p class="dim">${prose(sentence(alarm.advice))}</p>
       ${alarm.acknowledged_by
         ? html`<p class="dim">Seen by <bdi>${alarm.acknowledged_by}</bdi>.</p>`
         : this.deck.verb("acknowledge")

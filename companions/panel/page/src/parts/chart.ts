@@ -26,9 +26,10 @@ export class XpChart extends LitElement {
       :host { display: block; position: relative; min-width: 0; }
       canvas { position: absolute; inset: 0; width: 100%; height: 100%; }
       .over { position: relative; padding: 0.35rem 0.75rem; display: grid; gap: 0.1rem; align-content: center; height: 100%; white-space: nowrap; pointer-events: none; }
-      .figure { font-size: 0.9375rem; line-height: 1.1; color: var(--bright); }
+      .label { font-size: var(--label-size, 0.6875rem); }
+      .figure { font-size: var(--figure-size, 0.9375rem); line-height: 1.1; color: var(--bright); }
       .warn .figure, .warn .label { color: var(--amber); }
-      small { font-weight: 400; font-size: 0.6875rem; color: var(--dim); }
+      small { font-weight: 400; font-size: var(--label-size, 0.6875rem); color: var(--dim); }
     `,
   ];
 

@@ -7,6 +7,7 @@ import { sentence, title } from "../link/deck";
 import "./key";
 import { Part, shared } from "./part";
 import "./still";
+import "./watch";
 import { bytes, length } from "./text";
 
 const restAfter = 120; // ms
@@ -33,7 +34,7 @@ export class XpClips extends Part {
   @state() private chosen = new Set<string>();
   @state() private top = 0;
   @state() private tall = 400;
-  @state() private asking: "" | "copy" | "rename" | "delete" = "";
+  @state() private asking: "" | "watch" | "copy" | "rename" | "delete" = "";
   @state() private progress = "";
   @state() private moving = false;
   private rest = 0;
@@ -66,12 +67,11 @@ export class XpClips extends Part {
       .narrow { display: none; }
       @media (max-width: 759px) { .narrow { display: inline; } .frames { display: none; } .sub .wide { display: none; } .row { grid-template-columns: 5rem minmax(0, 1fr); } }
       .acts, .ask { display: flex; flex-wrap: wrap; gap: 0.25rem; align-items: center; min-height: 2rem; }
-      .acts button { flex: 1 1 auto; }
+      .acts { display: grid; grid-template-columns: repeat(4, 1fr); }
       .status { font-size: 0.8125rem; }
       .status:empty { display: none; }
       .foot { display: grid; gap: 0.25rem; }
-      @media (max-width: 759px) { .acts { display: grid; grid-template-columns: repeat(3, 1fr); } }
-      .ask { background: var(--raised); border-radius: var(--round); padding: 0.35rem 0.5rem; gap: 0.5rem; font-size: 0.875rem; }
+      .ask { background: var(--ground); border: 1px solid var(--line); border-radius: var(--round); padding: 0.35rem 0.5rem; gap: 0.5rem; font-size: 0.875rem; }
       .ask > :first-child { flex: 1 1 8rem; min-width: 0; }
       .ask xp-key { width: 7.5rem; min-height: 2.25rem; }
       .empty { padding: 2rem 1rem; text-align: center; color: var(--dim); }
@@ -119,7 +119,8 @@ export class XpClips extends Part {
   private compare(): void {
     const { state } = this.deck;
     const told = state?.media.find((medium) => medium.path === state.path)?.clips;
-    if (told === undefined || told === this.clips.length || this.again >= mostAgain) return;
+    const isMissing = state?.status === "recording" && !this.clips.some((clip) => clip.name === state.clip);
+    if (told === undefined || (told === this.clips.length && !isMissing) || this.again >= mostAgain) return;
     this.again++;
     setTimeout(() => this.isConnected && void this.read(), askAgainAfter);
   }
@@ -257,7 +258,7 @@ export class XpClips extends Part {
       </div>
       <div class="rows" role=${list.length ? "listbox" : "region"} aria-label="Clips" aria-multiselectable=${list.length ? "true" : nothing} aria-activedescendant=${some && this.at >= from && this.at < to ? `clip-${this.at}` : nothing} tabindex="0" @scroll=${this.scrolled} @keydown=${(event: KeyboardEvent) => this.keydown(event, list)}>
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
-        ${list.length === 0 && !this.problem ? html`<p class="empty">${this.search ? "No clip of this name." : "No clips yet. Record one."}</p>` : nothing}
+        ${list.length === 0 && !this.problem ? html`<p class="empty">${this.search ? "No clip of this name." : this.deck.state?.status === "recording" ? "The first take is being recorded." : "No clips yet. Record one."}</p>` : nothing}
         ${/* A row keeps its element while it is in sight: only what comes in is drawn anew. */ ""}
         <div class="room">${Array.from({ length: slots }, (_, slot) => from + ((((slot - from) % slots) + slots) % slots)).map((at) => this.row(list[at], at, list))}</div>
       </div>
@@ -275,8 +276,10 @@ export class XpClips extends Part {
     return html`<div class="acts">
       ${act("clip", "Open", one, () => void this.open([...this.chosen][0]))}
       <button class="small" ?disabled=${!some} @click=${() => this.dispatchEvent(new CustomEvent("xp-add", { detail: [...this.chosen], bubbles: true, composed: true }))}>To list</button>
+      <button class="small" aria-expanded=${String(this.asking === "watch")} ?disabled=${!one} title="See its proxy in this browser" @click=${ask("watch")}>Watch…</button>
+      ${act("verify", "Verify", some, () => void this.each("verify"))}
       ${kept ? act("unprotect", "Unprotect", some, () => void this.each("unprotect")) : act("protect", "Protect", some, () => void this.each("protect"))}
-      ${act("verify", "Verify", some, () => void this.each("verify"))} ${act("copy", "Copy…", some, ask("copy"))} ${act("rename", "Rename…", one, ask("rename"))} ${act("delete", "Delete…", some && !kept, ask("delete"))}
+      ${act("copy", "Copy…", some, ask("copy"))} ${act("rename", "Rename…", one, ask("rename"))} ${act("delete", "Delete…", some && !kept, ask("delete"))}
     </div>`;
   }
 
@@ -286,6 +289,8 @@ export class XpClips extends Part {
     const what = this.chosen.size > 1 ? `${this.chosen.size} clips` : name;
     const field = (): string => this.renderRoot.querySelector<HTMLInputElement | HTMLSelectElement>("#asked")?.value ?? "";
     switch (this.asking) {
+      case "watch":
+        return html`<div class="ask"><xp-watch .deck=${this.deck} clip=${name}></xp-watch></div>`;
       case "copy": {
         const others = (this.deck.state?.media ?? []).filter((medium) => medium.path !== this.deck.state?.path);
         return html`<form class="ask" @submit=${(event: Event) => (event.preventDefault(), void this.each("copy", { medium: field() }))}>
@@ -311,9 +316,9 @@ export class XpClips extends Part {
       <xp-still path=${this.moving ? "" : `clips/${encodeURIComponent(clip.name)}/thumbnail`}></xp-still>
       <div class="cut">
         <div class="name cut"><bdi>${clip.name}</bdi></div>
-        <div class="sub"><span class="narrow">${length(clip.frames, this.deck.state?.clip_rate ?? 25)}</span><span class="wide">${clip.bytes ? bytes(clip.bytes) : ""}</span>${clip.is_protected ? html`<span>protected</span>` : nothing}${clip.second_copy ? html`<span>${clip.second_copy.frames === clip.frames ? "also" : `${clip.second_copy.frames} frames`} on ${clip.second_copy.path}</span>` : nothing}${clip.grows ? html`<span>● being recorded</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
+        <div class="sub"><span class="narrow">${clip.grows ? nothing : length(clip.frames, this.deck.state?.clip_rate ?? 25)}</span><span class="wide">${clip.bytes && !clip.grows ? bytes(clip.bytes) : nothing}</span>${clip.is_protected ? html`<span>protected</span>` : nothing}${clip.second_copy ? html`<span>${clip.second_copy.frames === clip.frames ? "also" : `${clip.second_copy.frames} frames`} on ${clip.second_copy.path}</span>` : nothing}${clip.grows ? html`<span>● being recorded</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
       </div>
-      <div class="frames figure">${length(clip.frames, this.deck.state?.clip_rate ?? 25)}</div>
+      <div class="frames figure">${clip.grows ? nothing : length(clip.frames, this.deck.state?.clip_rate ?? 25)}</div>
     </div>`;
   }
 }

@@ -13,8 +13,8 @@ export class XpControl extends Part {
   static override styles = [
     shared,
     css`
-      :host { height: 100%; overflow-y: auto; display: grid; align-content: start; gap: 1.25rem; scrollbar-color: var(--edge) transparent; }
-      section { display: grid; gap: 0.5rem; }
+      :host { height: 100%; overflow-y: auto; display: grid; align-content: start; gap: 0.75rem; scrollbar-color: var(--edge) transparent; }
+      section { display: grid; gap: 0.4rem; }
       .acts { display: flex; gap: 0.25rem; flex-wrap: wrap; }
       .acts + .acts { margin-top: -0.25rem; }
       .acts > * { flex: 1 1 0; white-space: nowrap; }
@@ -41,8 +41,8 @@ export class XpControl extends Part {
       <section>
         <h2>Who is in control</h2>
         <p>${this.owner()}${state?.lock?.name ? html` Locked by <bdi>${state.lock.name}</bdi>: only that session moves the transport.` : nothing}</p>
-        <div class="acts">${this.act("take_control", !!state?.owner?.name)}${this.act("release_control")}</div>
-        <div class="acts">${this.act("lock", !!state?.lock?.name)}${this.act("unlock")}${this.act("remote", state?.mode !== "local")}${this.act("local", state?.mode === "local")}</div>
+        <div class="acts">${this.act("take_control", !!state?.owner?.name)}${this.act("release_control", undefined, !!state?.owner?.name)}</div>
+        <div class="acts">${this.act("lock", !!state?.lock?.name)}${this.act("unlock", undefined, !!state?.lock?.name)}${this.act("remote", state?.mode !== "local")}${this.act("local", state?.mode === "local")}</div>
         ${state?.mode === "local" ? html`<p class="dim">Only who sits at the machine moves the transport.</p>` : nothing}
       </section>
       <section>
@@ -53,14 +53,12 @@ export class XpControl extends Part {
         <h2>Look</h2>
         <div class="acts">
           ${["dark", "contrast"].map((name) => html`<button aria-pressed=${theme === name ? "true" : "false"} @click=${() => this.theme(name)}>${name === "dark" ? "Dark" : "High contrast"}</button>`)}
-          <button @click=${() => (location.hash = "#/kiosk")}>Picture alone</button>
-          <button @click=${() => location.assign(`${location.pathname}#/wall`)}>All recorders</button>
         </div>
-      </section>
-      <section>
-        <h2>Keys and programs</h2>
-        <div class="acts"><button @click=${() => this.dispatchEvent(new FormsEvent(""))}>Keys and verbs</button></div>
-        <p class="dim">What each verb is called over HTTP, in lines, OSC and the shell. The second button of the mouse shows it for the control under it.</p>
+        <div class="acts">
+          <button title="Picture and timecode for a wall (F)" @click=${() => (location.hash = "#/kiosk")}>Picture alone</button>
+          <button @click=${() => location.assign(`${location.pathname}#/wall`)}>All recorders</button>
+          <button title="What each key does, and what each verb is called over HTTP, in lines, OSC and the shell (?)" @click=${() => this.dispatchEvent(new FormsEvent(""))}>Keys and verbs</button>
+        </div>
       </section>
       ${this.deck.verb("shut_down")
         ? html`<section>
@@ -79,9 +77,9 @@ export class XpControl extends Part {
     return html`<b><bdi>${owner.name}</bdi></b>${from ? ` (${from})` : ""} is in control.`;
   }
 
-  private act(name: string, pressed?: boolean) {
+  private act(name: string, pressed?: boolean, usable = true) {
     const verb = this.deck.verb(name);
     if (!verb) return nothing;
-    return html`<button data-verb=${name} title=${verb.help} aria-pressed=${pressed === undefined ? nothing : String(pressed)} ?disabled=${this.deck.stale} @click=${() => void this.deck.run(name)}>${title(name)}</button>`;
+    return html`<button data-verb=${name} title=${verb.help} aria-pressed=${pressed === undefined ? nothing : String(pressed)} ?disabled=${this.deck.stale || !usable} @click=${() => void this.deck.run(name)}>${title(name)}</button>`;
   }
 }

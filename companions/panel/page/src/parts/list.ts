@@ -2,10 +2,16 @@
 import { css, html, nothing } from "lit";
 import { customElement, state } from "lit/decorators.js";
 import { Problem, request } from "../link/api";
-import { title } from "../link/deck";
+import { sentences, title } from "../link/deck";
 import { type ListEntry, clipOf } from "../link/state";
 import { Part, shared } from "./part";
 import "./still";
+
+/** Which part of a clip an entry is, in words. */
+function partOf(entry: string) {
+  const [, from, to] = /\[([^\]]*?)-([^\]]*?)\)$/.exec(entry) ?? [];
+  return from === undefined && to === undefined ? nothing : html`<div class="sub cut">from ${from || "its begin"} to ${to ? `before ${to}` : "its end"}</div>`;
+}
 
 /** The play list: clips are dropped in, entries are dragged or moved by keys; written whole, never over somebody else's. */
 @customElement("xp-list")
@@ -31,7 +37,9 @@ export class XpList extends Part {
       xp-still { width: 4rem; height: 2.25rem; border-radius: 2px; }
       .name { color: var(--bright); unicode-bidi: plaintext; text-align: left; }
       .missing { color: var(--amber); font-size: 0.8125rem; }
-      .acts { display: flex; gap: 0.25rem; flex-wrap: wrap; }
+      .acts { display: flex; gap: 0.25rem; flex-wrap: wrap; align-items: center; }
+      .acts .label { padding-right: 0.35rem; }
+      .sub { font-size: 0.75rem; color: var(--dim); }
       .empty { padding: 2rem 1rem; text-align: center; color: var(--dim); }
     `,
   ];
@@ -87,6 +95,11 @@ export class XpList extends Part {
     else if (place) void this.move(Number(place), Number(place) < at ? at - 1 : at);
   }
 
+  private async choose(source: string): Promise<void> {
+    const answer = await this.deck.set("playback_source", source);
+    if (!answer.done) this.deck.tell({ kind: "refused", title: "What is played", text: sentences(answer) });
+  }
+
   private hover(event: DragEvent, at: number): void {
     event.preventDefault();
     event.stopPropagation();
@@ -117,18 +130,18 @@ export class XpList extends Part {
     const source = this.deck.parameters.get("playback_source");
     const playing = this.deck.state?.playback_source ?? source?.value;
     return html`
-      <div class="acts" role="group" aria-label="What is played">
-        ${(source?.choices ?? []).map((choice) => html`<button class="small" aria-pressed=${choice === playing ? "true" : "false"} @click=${() => void this.deck.set("playback_source", choice)}>${title(choice)}</button>`)}
+      <div class="acts" role="group" aria-label="What is played"><span class="label">Play plays</span>
+        ${(source?.choices ?? []).map((choice) => html`<button class="small" aria-pressed=${choice === playing ? "true" : "false"} @click=${() => void this.choose(choice)}>${title(choice)}</button>`)}
       </div>
       <div class="rows ${this.over === this.entries.length ? "over" : ""}" role=${this.entries.length ? "listbox" : "region"} aria-label="Play list" tabindex="0" @keydown=${this.keydown}
         @dragover=${(event: DragEvent) => this.hover(event, this.entries.length)} @dragleave=${() => (this.over = -1)} @drop=${(event: DragEvent) => this.drop(event, this.entries.length)}>
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
-        ${this.entries.length === 0 ? html`<p class="empty">The list is empty. Drag clips here, or use “Add to list”.</p>` : nothing}
+        ${this.entries.length === 0 ? html`<p class="empty">The list is empty. Drag clips here, or choose some under Clips and press To list.</p>` : nothing}
         ${this.entries.map(
           (entry, i) => html`<div role="option" class="${this.over === i ? "over" : ""} ${i === this.deck.state?.list_entry ? "current" : ""}" aria-selected=${i === this.chosen ? "true" : "false"} draggable="true" title=${entry.name}
             @click=${() => (this.chosen = i)} @dblclick=${() => void this.deck.run("clip", { name: entry.name })} @dragstart=${(event: DragEvent) => event.dataTransfer?.setData("application/x-xp-place", String(i))}
             @dragover=${(event: DragEvent) => this.hover(event, i)} @drop=${(event: DragEvent) => this.drop(event, i)}>
-            <span class="place figure">${i + 1}</span><xp-still path="clips/${encodeURIComponent(clipOf(entry.name))}/thumbnail"></xp-still><span class="name cut"><bdi>${entry.name}</bdi></span>${entry.present ? nothing : html`<span class="missing">! not here</span>`}
+            <span class="place figure">${i + 1}</span><xp-still path="clips/${encodeURIComponent(clipOf(entry.name))}/thumbnail"></xp-still><div class="cut"><div class="name cut"><bdi>${clipOf(entry.name)}</bdi></div>${partOf(entry.name)}</div>${entry.present ? nothing : html`<span class="missing">! not here</span>`}
           </div>`,
         )}
       </div>

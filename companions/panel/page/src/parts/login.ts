@@ -8,6 +8,7 @@ import { Part, shared } from "./part";
 @customElement("xp-login")
 export class XpLogin extends Part {
   @state() private problem = "";
+  @state() private other = false;
 
   static override styles = [
     shared,
@@ -16,7 +17,8 @@ export class XpLogin extends Part {
       form { display: grid; grid-template-columns: minmax(0, 1fr) minmax(0, 1fr) auto; gap: 0.25rem; }
       form.one { grid-template-columns: minmax(0, 1fr) auto; }
       form + form { margin-top: 0.25rem; }
-      summary { min-height: 2.75rem; line-height: 2.75rem; cursor: pointer; color: var(--dim); }
+      .who button { white-space: nowrap; }
+      .who { display: flex; gap: 0.75rem; align-items: center; justify-content: space-between; }
       p { margin: 0; font-size: 0.9375rem; }
       [role="alert"] { padding: 0; }
     `,
@@ -28,12 +30,13 @@ export class XpLogin extends Part {
 
   protected override view() {
     const { me } = this.deck;
+    const mayLittle = ["nobody", "view"].includes(me.role);
     const forms = html`
       <form @submit=${this.logIn}><input name="name" aria-label="Account" placeholder="Account" autocomplete="username" /><input name="password" type="password" aria-label="Password" placeholder="Password" autocomplete="current-password" /><button>Log in</button></form>
       <form class="one" @submit=${this.use}><input name="token" type="password" aria-label="Token" placeholder="Token, from /run/xp/panel.token" autocomplete="off" /><button>Use</button></form>`;
     return html`
-      <p>${this.told(me.name, me.role)}</p>
-      ${["nobody", "view"].includes(me.role) ? forms : html`<details><summary>Be somebody else</summary>${forms}</details>`}
+      <div class="who"><p>${this.told(me.name, me.role)}</p>${mayLittle ? nothing : html`<button class="small" aria-expanded=${String(this.other)} @click=${() => (this.other = !this.other)}>Be somebody else</button>`}</div>
+      ${mayLittle || this.other ? forms : nothing}
       ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
     `;
   }

@@ -20,10 +20,13 @@ import "./help";
 import type { XpHelp } from "./help";
 import { type FormsEvent, XpKey } from "./key";
 import { listenToKeys } from "./keymap";
-import { shared } from "./part";
+import { prose, shared } from "./part";
 import "./state";
 import "./transport";
 import type { XpTransport } from "./transport";
+
+const narrow = matchMedia("(max-width: 1099px)");
+const leadsToAView = (): boolean => /^#\/(?!kiosk|wall)\w/.test(location.hash);
 
 /** The whole panel on one screen. */
 @customElement("xp-panel")
@@ -32,7 +35,7 @@ export class XpPanel extends LitElement {
   private readonly age = ages();
   @state() private kiosk = location.hash.startsWith("#/kiosk");
   @state() private delay: number | null = null;
-  @state() private open = false;
+  @state() private open = narrow.matches && leadsToAView();
   @state() private more = false;
   @query("xp-timecode") private timecode!: XpTimecode;
   @query("xp-meter") private meter!: XpMeter;
@@ -47,7 +50,7 @@ export class XpPanel extends LitElement {
     shared,
     css`
       :host { box-sizing: border-box; display: grid; height: 100vh; height: 100dvh; padding: var(--gap); gap: var(--gap); overflow: hidden;
-        grid-template-columns: minmax(0, 1fr) 31rem; grid-template-rows: auto minmax(0, 1fr) auto 3.25rem; grid-template-areas: "time state" "view column" "keys column" "health health"; }
+        grid-template-columns: minmax(0, 1fr) min(31rem, 38.75vw); grid-template-rows: auto minmax(0, 1fr) auto 3.25rem; grid-template-areas: "time state" "view column" "keys column" "health health"; }
       .time { grid-area: time; display: flex; align-items: center; justify-content: center; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); min-width: 0; overflow: hidden; padding: 0.3rem 0; }
       xp-timecode { font-size: min(9.7vw, 15.52rem); }
       xp-state { grid-area: state; }
@@ -56,6 +59,8 @@ export class XpPanel extends LitElement {
       .frame.recording { border-color: var(--red); }
       xp-picture { position: absolute; inset: 0; }
       .banner { position: absolute; inset: auto 0 0 0; background: var(--amber); color: var(--on-amber); font-weight: 700; padding: 0.5rem 0.75rem; text-align: center; }
+      .nosignal { position: absolute; inset: 0; display: grid; place-content: center; justify-items: center; gap: 0.4rem; font-size: max(1.25rem, 3.2cqw); font-weight: 700; color: var(--bright); }
+      .nosignal a { font-size: 0.9375rem; font-weight: 400; color: var(--text); min-height: 2.75rem; line-height: 2.75rem; }
       .login { position: absolute; inset: 0; display: grid; place-content: center; background: var(--panel); padding: 1rem; }
       .sound { display: grid; grid-template-rows: minmax(0, 1fr) auto; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); min-width: 0; }
       xp-meter { margin: 0.4rem; }
@@ -64,13 +69,15 @@ export class XpPanel extends LitElement {
       xp-column { grid-area: column; min-height: 0; }
       xp-health { grid-area: health; }
       .notice { grid-area: view; align-self: end; justify-self: center; max-width: 36rem; margin: 0.75rem; background: var(--bright); color: var(--on-bright); border-radius: var(--round); padding: 0.6rem 0.75rem; display: flex; gap: 1rem; align-items: center; justify-content: space-between; z-index: 4; box-shadow: 0 0.5rem 2rem rgb(0 0 0 / 0.6); }
+      .notice a { color: inherit; font-weight: 700; }
       .notice button { background: transparent; color: inherit; border-color: currentColor; }
       .more { display: none; }
       xp-help { position: absolute; }
 
-      :host([kiosk]) { grid-template-columns: minmax(0, 1fr) minmax(24rem, 32vw); grid-template-rows: auto minmax(0, 1fr) 3.25rem; grid-template-areas: "time state" "view view" "health health"; }
+      :host([kiosk]) { grid-template-columns: minmax(0, 1fr) minmax(24rem, 32vw); grid-template-rows: auto minmax(0, 1fr) auto; grid-template-areas: "time state" "view view" "health health"; }
       :host([kiosk]) xp-transport, :host([kiosk]) xp-column { display: none; }
-      :host([kiosk]) xp-timecode { font-size: 10vw; }
+      :host([kiosk]) xp-timecode { font-size: 10.8vw; }
+      :host([kiosk]) xp-health { min-height: 3.25rem; }
 
       @media (max-width: 1099px) {
         :host { height: auto; min-height: 100dvh; overflow: visible; grid-template-columns: minmax(0, 1fr); grid-template-rows: none; grid-template-areas: "state" "time" "view" "keys" "more" "column" "health"; padding: 0.375rem; gap: 0.375rem; align-content: start; }
@@ -142,7 +149,14 @@ export class XpPanel extends LitElement {
 
   private readonly moved = (): void => {
     this.kiosk = location.hash.startsWith("#/kiosk");
+    if (narrow.matches && leadsToAView()) this.open = true;
   };
+
+  /** Where the column lies over the deck, a page that is loaded again begins with the deck. */
+  private close(): void {
+    this.open = false;
+    history.replaceState(null, "", location.pathname + location.search);
+  }
 
   private get stopKey(): XpKey | null {
     return this.transport.renderRoot.querySelector<XpKey>('xp-key[verb="stop"]');
@@ -192,6 +206,7 @@ export class XpPanel extends LitElement {
     if (deck.stale) text = `No link to the recorder for ${seconds} s. Nothing here is live.`;
     else if (down) text = "The recorder is not running.";
     else if (deck.frozen) text = `No pictures for ${seconds} s. Picture, timecode and meters are not live.`;
+    else if (isRecording(deck.state) && !deck.state?.input_locked) text = "No signal on the input.";
     else if (deck.state?.store_problem) text = `The store cannot be reached: ${deck.state.store_problem}`;
     return text ? html`<div class="banner" role="alert">${text}</div>` : nothing;
   }
@@ -207,11 +222,12 @@ export class XpPanel extends LitElement {
       <div class="view">
         <div class="frame ${recording ? "recording" : ""}">
           <xp-picture id="picture" ?stale=${deck.frozen > 0 || down}></xp-picture>
+          ${deck.state?.running && !deck.frozen && !deck.state.input_locked && deck.state.status === "stopped" ? html`<div class="nosignal">No signal on the input<a href="#/settings/video_input">Choose another input</a></div>` : nothing}
           ${this.banner(down)} ${deck.me.role === "nobody" ? html`<div class="login"><xp-login .deck=${deck}></xp-login></div>` : nothing}
         </div>
         <div class="sound">
-        <xp-meter ?stale=${deck.frozen > 0 || down} ?flat=${matchMedia("(max-width: 1099px)").matches}></xp-meter>
-        <div class="loudness" title="Loudness in LUFS: of the last 400 ms, of the last three seconds"><span class="label">LUFS</span><span id="momentary" class="figure">-</span><span id="short" class="figure">-</span></div>
+        <xp-meter ?stale=${deck.frozen > 0 || down} ?flat=${narrow.matches}></xp-meter>
+        <div class="loudness" title="Loudness in LUFS: momentary (the last 400 ms) and short-term (the last three seconds)"><span class="label">LUFS</span><span><span class="label">M</span> <span id="momentary" class="figure">-</span></span><span><span class="label">S</span> <span id="short" class="figure">-</span></span></div>
         </div>
       </div>
       <xp-transport .deck=${deck} ?more=${this.more}></xp-transport>
@@ -219,11 +235,11 @@ export class XpPanel extends LitElement {
         <button aria-expanded=${this.more ? "true" : "false"} @click=${() => (this.more = !this.more)}>Jog, shuttle, cue</button>
         <button @click=${() => (this.open = true)}>Clips, settings…${deck.state?.alarms ? html` <b>! ${deck.state.alarms}</b>` : nothing}</button>
       </div>
-      <xp-column class=${this.open ? "open" : ""} .deck=${deck} @xp-close=${() => (this.open = false)}></xp-column>
-      <xp-health .deck=${deck} .delay=${this.delay}></xp-health>
+      <xp-column class=${this.open ? "open" : ""} .deck=${deck} @xp-close=${() => this.close()}></xp-column>
+      <xp-health .deck=${deck} .delay=${this.delay} ?big=${this.kiosk}></xp-health>
       <xp-help .deck=${deck}></xp-help>
       ${deck.notice
-        ? html`<div class="notice" role="alert"><span><b>${deck.notice.title}</b>. ${deck.notice.text}</span><button class="small" @click=${() => deck.tell(null)}>Close</button></div>`
+        ? html`<div class="notice" role="alert"><span><b>${deck.notice.title}.</b> ${prose(deck.notice.text)}${deck.notice.link ? html` <a href=${deck.notice.link.href}>${deck.notice.link.text}</a>` : nothing}</span><button class="small" @click=${() => deck.tell(null)}>Close</button></div>`
         : nothing}
     `;
   }

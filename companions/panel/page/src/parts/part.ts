@@ -40,6 +40,9 @@ export abstract class Part extends LitElement {
   }
 }
 
+/** A sentence of the recorder's, what one types in its own type. */
+export const prose = (text: string): unknown => text.split("`").map((part, i) => (i % 2 ? html`<code>${part}</code>` : part));
+
 export const shared = css`
   * { box-sizing: border-box; }
   :host { display: block; color: var(--text); font-size: 1rem; }
@@ -59,6 +62,7 @@ export const shared = css`
   }
   :focus-visible { outline: 2px solid var(--focus); outline-offset: 1px; }
   h2 { font-size: 0.8125rem; font-weight: 700; color: var(--bright); margin: 0; }
+  code { font-family: ui-monospace, monospace; font-size: 0.92em; }
   .dim { color: var(--dim); }
   .figure { font-weight: 700; font-variant-numeric: tabular-nums; }
   .label { font-size: 0.6875rem; color: var(--dim); letter-spacing: 0.02em; }

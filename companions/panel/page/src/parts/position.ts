@@ -13,7 +13,7 @@ export class XpPosition extends Part {
     css`
       :host { height: 1.5rem; display: grid; grid-template-columns: 6.5rem minmax(0, 1fr) 5.5rem; gap: 0.5rem; align-items: center; font-size: 0.75rem; color: var(--dim); }
       .length { text-align: right; }
-      @media (max-width: 1099px) { :host { height: auto; grid-template-columns: 1fr auto; } .bar { grid-area: 1 / 1 / 2 / 3; height: 1.75rem !important; } }
+      @media (max-width: 1099px) { :host { height: auto; grid-template-columns: 1fr auto; } .bar { grid-area: 1 / 1 / 2 / 3; height: 1.75rem !important; } .length { grid-column: 2; } }
       .bar { position: relative; height: 100%; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); overflow: hidden; cursor: pointer; touch-action: none; }
       .bar[aria-disabled="true"] { cursor: default; }
       .done { position: absolute; inset: 0; background: var(--lifted); transform-origin: left; }
@@ -23,6 +23,13 @@ export class XpPosition extends Part {
 
   private get frames(): number {
     return Math.max(1, this.deck.state?.clip_frames ?? 1);
+  }
+
+  /** Of the time that a take can last, how much it has lasted. */
+  private get used(): number {
+    const { take_frames: frames, clip_rate: rate, medium_seconds_left: left } = this.deck.state ?? { take_frames: 0, clip_rate: 25, medium_seconds_left: 0 };
+    const done = frames / (rate || 25);
+    return left > 0 ? done / (done + left) : 0;
   }
 
   private go(event: PointerEvent): void {
@@ -46,7 +53,7 @@ export class XpPosition extends Part {
 
   override updated(): void {
     const state = this.deck.state;
-    const part = state && !isRecording(state) ? Math.min(1, Math.max(0, state.frame) / Math.max(1, this.frames - 1)) : 0;
+    const part = !state ? 0 : isRecording(state) ? this.used : Math.min(1, Math.max(0, state.frame) / Math.max(1, this.frames - 1));
     (this.renderRoot.querySelector(".done") as HTMLElement | null)?.style.setProperty("transform", `scaleX(${part})`);
     (this.renderRoot.querySelector(".head") as HTMLElement | null)?.style.setProperty("left", `${part * 100}%`);
   }
@@ -55,12 +62,12 @@ export class XpPosition extends Part {
     const state = this.deck.state;
     const recording = isRecording(state);
     const frame = Math.max(0, state?.frame ?? 0);
-    return html`<span class="cut figure">${recording ? "A take runs" : `Frame ${frame}`}</span><div
-      class="bar" data-verb="cue" role="slider" tabindex="0" aria-label="Position in the clip" aria-valuemin="0" aria-valuemax=${this.frames - 1} aria-valuenow=${recording ? 0 : Math.min(frame, this.frames - 1)}
+    return html`<span class="cut figure">${recording ? "Room used" : `Frame ${frame}`}</span><div
+      class="bar" data-verb="cue" role="slider" tabindex="0" aria-label=${recording ? "Room used by the take" : "Position in the clip"} aria-valuemin="0" aria-valuemax=${this.frames - 1} aria-valuenow=${recording ? 0 : Math.min(frame, this.frames - 1)}
       aria-valuetext=${recording ? "recording" : `frame ${frame} of ${this.frames}`} aria-disabled=${recording ? "true" : "false"} @pointerdown=${this.go} @keydown=${this.keydown}
     >
       <div class="done"></div>
       <div class="head" ?hidden=${recording}></div>
-    </div><span class="length figure">${recording ? "" : length(this.frames, state?.clip_rate ?? 25)}</span>`;
+    </div><span class="length figure">${recording ? `${Math.floor(100 * this.used)} %` : length(this.frames, state?.clip_rate ?? 25)}</span>`;
   }
 }

@@ -43,7 +43,7 @@ export class XpReplay extends Part {
 
   override willUpdate(): void {
     const { state } = this.deck;
-    const key = [this.clip, state?.path, state?.status === "recording"].join("\n");
+    const key = [this.clip, state?.path, state?.status === "recording", state?.marks_changed?.count].join("\n");
     if (key === this.known) return;
     this.known = key;
     void this.read();
@@ -121,7 +121,7 @@ export class XpReplay extends Part {
 
   protected override follows(): unknown[] {
     const { state } = this.deck;
-    return [state?.clip, state?.frame, state?.clip_frames, state?.status, state?.live_distance, state?.grows, state?.playback_source, this.deck.stale, this.deck.verbs];
+    return [state?.clip, state?.frame, state?.clip_frames, state?.status, state?.live_distance, state?.grows, state?.playback_source, state?.marks_changed, this.deck.stale, this.deck.verbs];
   }
 
   protected override view() {
@@ -153,7 +153,7 @@ export class XpReplay extends Part {
         ${state?.playback_source && state.playback_source !== "current_clip" ? html`<p class="dim">A list is played. Replay and live play one clip: choose <a href="#/list">Current clip</a>.</p>` : nothing}
         ${this.problem ? html`<p role="alert">${this.problem}</p>` : nothing}
         ${(marks.points ?? []).map((point) => this.point(point, dead))}
-        ${marks.points?.length ? nothing : html`<p class="empty">No points. Key M marks the frame that is shown; I and O mark where the part begins and ends.</p>`}
+        ${marks.points?.length ? nothing : html`<p class="empty">No points. Mark point (key M) marks the frame that is shown, I and O where the part begins and ends.</p>`}
       </div>
       <div class="angle">
         <button data-verb="mark" ?disabled=${dead} @click=${() => this.markPoint()}>Mark point</button>

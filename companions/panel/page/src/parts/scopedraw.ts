@@ -8,29 +8,34 @@ export interface Tile {
 }
 
 export interface Scopes {
+  /** Lines of the picture: they say which colours it has. */
+  lines: number;
   waveform: Tile;
   parade: Tile;
   vectorscope: Tile;
 }
 
-export type Kind = keyof Scopes;
-export const names: Record<Kind, string> = { waveform: "Waveform, per cent", parade: "Parade: red, green, blue", vectorscope: "Vectorscope, 75 %" };
+export type Kind = "waveform" | "parade" | "vectorscope";
+export const names: Record<Kind, string> = { waveform: "Waveform, per cent", parade: "Parade, per cent", vectorscope: "Vectorscope, 75 %" };
 
-const version = 1;
+const version = 2;
+const headerSize = 24;
+const standardLines = 576;
+const skin = (123 * Math.PI) / 180;
 const black = 64, white = 940, codes = 1024;
 
 export function readScopes(bytes: ArrayBuffer): Scopes | null {
   const view = new DataView(bytes);
-  if (bytes.byteLength < 16 || view.getUint16(0, true) !== version) return null;
+  if (bytes.byteLength < headerSize || view.getUint16(0, true) !== version) return null;
   const [columns, parade, levels] = [2, 4, 6].map((at) => view.getUint16(at, true));
-  if (bytes.byteLength !== 16 + levels * (columns + 3 * parade + levels)) return null;
-  let at = 16;
+  if (bytes.byteLength !== headerSize + levels * (columns + 3 * parade + levels)) return null;
+  let at = headerSize;
   const tile = (wide: number): Tile => {
     const values = new Uint8Array(bytes, at, wide * levels);
     at += wide * levels;
     return { columns: wide, rows: levels, values };
   };
-  return { waveform: tile(columns), parade: tile(3 * parade), vectorscope: tile(levels) };
+  return { lines: view.getUint16(16, true), waveform: tile(columns), parade: tile(3 * parade), vectorscope: tile(levels) };
 }
 
 type Colour = [number, number, number];
@@ -64,15 +69,22 @@ export function tileOf(kind: Kind, tile: Tile): OffscreenCanvas {
   return canvas;
 }
 
-// Where the colours of bars at 75 % lie, as shares of the scope, with their names.
-const boxes = ([["R", 1, 0, 0], ["Yl", 1, 1, 0], ["G", 0, 1, 0], ["Cy", 0, 1, 1], ["B", 0, 0, 1], ["Mg", 1, 0, 1]] as const).map(([name, red, green, blue]) => {
-  const luma = 0.2126 * red + 0.7152 * green + 0.0722 * blue;
-  const share = (difference: number, range: number): number => (512 + (0.75 * 896 * (difference - luma)) / range) / codes;
-  return { name, x: share(blue, 1.8556), y: 1 - share(red, 1.5748) };
-});
+/** What the colour differences of a picture with so many lines are made from. */
+const weights = (lines: number): { red: number; blue: number; name: string } => (lines <= standardLines ? { red: 0.299, blue: 0.114, name: "BT.601" } : { red: 0.2126, blue: 0.0722, name: "BT.709" });
+export const standardOf = (lines: number): string => weights(lines).name;
+
+/** Where the colours of bars at 75 % lie, as shares of the scope, with their names. */
+function boxes(lines: number): { name: string; x: number; y: number }[] {
+  const of = weights(lines);
+  return ([["R", 1, 0, 0], ["Yl", 1, 1, 0], ["G", 0, 1, 0], ["Cy", 0, 1, 1], ["B", 0, 0, 1], ["Mg", 1, 0, 1]] as const).map(([name, red, green, blue]) => {
+    const luma = of.red * red + (1 - of.red - of.blue) * green + of.blue * blue;
+    const share = (difference: number, weight: number): number => (512 + (0.75 * 896 * (difference - luma)) / (2 - 2 * weight)) / codes;
+    return { name, x: share(blue, of.blue), y: 1 - share(red, of.red) };
+  });
+}
 
 /** Lines, boxes and their names, in the size in which the scope is shown. */
-export function drawGrid(canvas: HTMLCanvasElement, kind: Kind): void {
+export function drawGrid(canvas: HTMLCanvasElement, kind: Kind, lines: number): void {
   const scale = devicePixelRatio;
   const width = canvas.clientWidth, height = canvas.clientHeight;
   if (!width || !height) return;
@@ -86,7 +98,7 @@ export function drawGrid(canvas: HTMLCanvasElement, kind: Kind): void {
   context.font = `${text}px ${style.fontFamily}`;
   context.fillStyle = context.strokeStyle = "#a5adb5";
   context.textBaseline = "middle";
-  if (kind === "vectorscope") vectorGrid(context, width, height, text);
+  if (kind === "vectorscope") vectorGrid(context, width, height, text, lines);
   else levelGrid(context, width, height, text, kind === "parade");
 }
 
@@ -107,7 +119,7 @@ function levelGrid(context: CanvasRenderingContext2D, width: number, height: num
   context.globalAlpha = 1;
 }
 
-function vectorGrid(context: CanvasRenderingContext2D, width: number, height: number, text: number): void {
+function vectorGrid(context: CanvasRenderingContext2D, width: number, height: number, text: number, lines: number): void {
   const side = Math.min(width, height);
   const [left, top] = [(width - side) / 2, (height - side) / 2];
   const [x, y] = [left + side / 2, top + side / 2];
@@ -119,10 +131,14 @@ function vectorGrid(context: CanvasRenderingContext2D, width: number, height: nu
   context.lineTo(x, top + side * 0.96);
   context.moveTo(left + side * 0.04, y);
   context.lineTo(left + side * 0.96, y);
+  // Skin of every colour lies near this line.
+  const [along, up] = [Math.cos(skin), -Math.sin(skin)].map((part) => part * side * 0.4375);
+  context.moveTo(x, y);
+  context.lineTo(x + along, y + up);
   context.stroke();
   const half = Math.max(5, side * 0.028);
   context.textAlign = "center";
-  for (const box of boxes) {
+  for (const box of boxes(lines)) {
     const [bx, by] = [left + box.x * side, top + box.y * side];
     context.globalAlpha = 0.8;
     context.strokeRect(bx - half, by - half, 2 * half, 2 * half);

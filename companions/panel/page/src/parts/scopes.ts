@@ -3,7 +3,7 @@ import { css, html, nothing } from "lit";
 import { customElement, property, state } from "lit/decorators.js";
 import { Problem, request } from "../link/api";
 import { Part, shared } from "./part";
-import { type Kind, drawGrid, names, readScopes, tileOf, type Tile } from "./scopedraw";
+import { type Kind, drawGrid, names, readScopes, standardOf, tileOf, type Tile } from "./scopedraw";
 
 const every = 160; // ms
 
@@ -14,6 +14,7 @@ export class XpScopes extends Part {
   @property() only = "";
   @state() private problem = "";
   @state() private live = false;
+  @state() private lines = 1080;
   private timer = 0;
   private observer = new ResizeObserver(() => this.grids());
 
@@ -59,6 +60,7 @@ export class XpScopes extends Part {
     else if (response.status === 200) {
       const scopes = readScopes(await response.arrayBuffer());
       this.problem = scopes ? "" : "The scopes cannot be read.";
+      if (scopes) this.lines = scopes.lines;
       if (scopes) for (const kind of this.kinds) this.paint(kind, scopes[kind]);
     }
     this.live = !this.problem;
@@ -88,7 +90,7 @@ export class XpScopes extends Part {
   }
 
   private grids(): void {
-    for (const canvas of this.renderRoot.querySelectorAll<HTMLCanvasElement>("canvas.grid")) drawGrid(canvas, canvas.dataset["kind"] as Kind);
+    for (const canvas of this.renderRoot.querySelectorAll<HTMLCanvasElement>("canvas.grid")) drawGrid(canvas, canvas.dataset["kind"] as Kind, this.lines);
   }
 
   override updated(): void {
@@ -105,7 +107,7 @@ export class XpScopes extends Part {
     return html`<div class="all ${this.kinds.length === 1 ? "one" : ""} ${idle ? "idle" : ""}">
       ${this.kinds.map(
         (kind) => html`<figure>
-          <figcaption><a href=${this.only === kind ? "#/scopes" : `#/scopes/${kind}`}>${names[kind]} <span aria-hidden="true">${this.only === kind ? "−" : "+"}</span><span class="hidden">${this.only === kind ? ", show all scopes" : ", larger"}</span></a></figcaption>
+          <figcaption><a href=${this.only === kind ? "#/scopes" : `#/scopes/${kind}`}>${names[kind]}${kind === "vectorscope" ? `, ${standardOf(this.lines)}` : ""} <span aria-hidden="true">${this.only === kind ? "−" : "+"}</span><span class="hidden">${this.only === kind ? ", show all scopes" : ", larger"}</span></a></figcaption>
           <div class="tile ${kind === "vectorscope" ? "square" : ""}"><canvas id=${kind} role="img" aria-label=${names[kind]}></canvas><canvas class="grid" data-kind=${kind} aria-hidden="true"></canvas></div>
         </figure>`,
       )}

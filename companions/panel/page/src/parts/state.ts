@@ -18,12 +18,17 @@ export class XpState extends Part {
       .head { display: flex; align-items: baseline; gap: 0.75rem; min-width: 0; }
       .word { font-weight: 700; font-size: max(2rem, 2.6vw); line-height: 1.05; color: var(--bright); white-space: nowrap; letter-spacing: 0.01em; }
       .speed { font-size: 1.25rem; color: var(--bright); }
-      .format { margin-left: auto; text-align: right; font-size: 0.8125rem; min-width: 0; }
-      .clip { font-size: 1rem; align-self: center; color: var(--bright); unicode-bidi: plaintext; }
+      .format { margin-left: auto; text-align: right; font-size: max(0.8125rem, 0.85vw); min-width: 0; }
+      .middle { display: flex; gap: 0.75rem; align-items: baseline; justify-content: space-between; align-self: center; min-width: 0; }
+      .clip { flex: 1 1 auto; font-size: max(1rem, 1.15vw); color: var(--bright); unicode-bidi: plaintext; }
       :host([recording]) .clip { color: var(--on-red); }
       .fields { display: grid; grid-template-columns: repeat(3, auto); justify-content: space-between; gap: 0.75rem; }
-      .fields .figure { font-size: 1.0625rem; color: var(--bright); line-height: 1.1; }
-      .inhibited { color: var(--amber); font-size: 0.8125rem; }
+      .fields .label { font-size: max(0.6875rem, 0.7vw); }
+      .fields .figure { font-size: max(1.0625rem, 1.1vw); color: var(--bright); line-height: 1.1; }
+      .inhibited { flex: 0 1 auto; color: var(--amber); font-size: 0.8125rem; }
+      .none { color: var(--amber); }
+      :host([recording]) .none { color: var(--on-red); }
+      :host([stale]) .fields, :host([stale]) .middle, :host([stale]) .format { opacity: 0.55; }
       :host([big]) .word { font-size: 3.4vw; }
       :host([big]) .clip { font-size: 1.6vw; }
       :host([big]) .fields .figure { font-size: 1.6vw; }
@@ -39,8 +44,9 @@ export class XpState extends Part {
   protected override view() {
     const state = this.deck.state;
     const recording = isRecording(state);
-    this.toggleAttribute("recording", recording && !this.deck.stale);
     const { stale } = this.deck;
+    this.toggleAttribute("recording", recording && !stale);
+    this.toggleAttribute("stale", stale);
     if (!state) return html`<div class="head"><span class="word">Connecting</span></div>`;
     if (!state.running) return html`<div class="head"><span class="word" role="status">Recorder not running</span></div>`;
     const frames = recording ? state.take_frames : state.frame;
@@ -50,22 +56,23 @@ export class XpState extends Part {
     return html`
       <div class="head">
         <span class="word" role="status">${this.word((stale ? "was " : "") + (plays ? "still" : state.status))}</span>
-        ${!recording && state.speed !== 0 && state.status !== "stopped" ? html`<span class="speed figure">${state.speed}×</span>` : nothing}
-        <span class="format">${placeName ? html`<b><bdi>${placeName}</bdi></b> ` : nothing}<span class="dim">In</span> ${state.input_locked ? state.input_format : "no signal"}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
+        ${!recording && state.speed !== 0 && state.status !== "stopped" ? html`<span class="speed figure">${String(state.speed).replace("-", "−")}×</span>` : nothing}
+        <span class="format">${placeName ? html`<b><bdi>${placeName}</bdi></b> ` : nothing}<span class="dim">In</span> ${state.input_locked ? state.input_format : html`<b class="none">no signal</b>`}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
       </div>
-      ${state.record_inhibited && !recording
-        ? html`<div class="inhibited cut" title=${state.record_inhibited}>Cannot record: ${state.record_inhibited}</div>`
-        : html`<div class="clip cut" title=${state.clip}>${state.clip || "no clip"}</div>`}
+      <div class="middle">
+        <div class="clip cut" title=${state.clip}>${state.clip || "no clip"}</div>
+        ${state.record_inhibited && !recording ? html`<div class="inhibited cut" title=${state.record_inhibited}>Take refused: ${state.record_inhibited}</div>` : nothing}
+      </div>
       <div class="fields">
         ${field(recording ? "Take" : "Played", length(Math.max(0, frames), state.clip_rate))}
         ${field(recording ? "Room left" : "To the end", left)}
-        ${recording && (state.take_copies > 1 || state.safe_on_both > 0) ? field("Safe / on both", `${length(state.recorded_up_to, state.clip_rate)} / ${length(state.safe_on_both, state.clip_rate)}`) : recording ? field("Safe on disk", length(state.recorded_up_to, state.clip_rate)) : field("Input timecode", state.input_timecode || "--:--:--:--")}
+        ${recording && (state.take_copies > 1 || state.safe_on_both > 0) ? field("Safe / on both", `${length(state.recorded_up_to, state.clip_rate)} / ${length(state.safe_on_both, state.clip_rate)}`) : recording ? field("Safe on disk", length(state.recorded_up_to, state.clip_rate)) : field(state.timecode_source === "generator" ? "Generator" : "Input timecode", state.input_timecode || "--:--:--:--")}
       </div>
     `;
   }
 
   private word(status: string): string {
-    const text = words(status);
+    const text = words(status).replace(/ (fast|\d+x)$/, ""); // the speed stands beside it
     return text.charAt(0).toUpperCase() + text.slice(1);
   }
 }

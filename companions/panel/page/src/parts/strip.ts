@@ -3,6 +3,7 @@ import { LitElement, css, html, nothing } from "lit";
 import { customElement, property, query, state } from "lit/decorators.js";
 import type { Marks } from "../link/state";
 import { shared } from "./part";
+import "./sound";
 import "./still";
 
 const slots = 8;
@@ -35,9 +36,10 @@ export class XpStrip extends LitElement {
     shared,
     css`
       :host { padding: 0 0.6rem; }
-      .strip { position: relative; height: 4.5rem; background: var(--ground); cursor: pointer; touch-action: none; box-shadow: var(--rim); }
-      .pictures { position: absolute; inset: 0; display: grid; grid-auto-flow: column; grid-auto-columns: minmax(0, 1fr); }
+      .strip { position: relative; height: 6.5rem; background: var(--ground); cursor: pointer; touch-action: none; box-shadow: var(--rim); }
+      .pictures { position: absolute; inset: 0 0 2rem; display: grid; grid-auto-flow: column; grid-auto-columns: minmax(0, 1fr); }
       xp-still { border-right: 1px solid var(--ground); --fit: cover; }
+      xp-sound { position: absolute; inset: auto 0 0; height: 2rem; }
       .out { position: absolute; top: 0; bottom: 0; background: rgb(0 0 0 / 0.72); }
       .part { position: absolute; top: 0; bottom: 0; border-block: 0.1875rem solid var(--bright); pointer-events: none; }
       .end { position: absolute; top: -0.25rem; bottom: -0.25rem; width: 2.75rem; margin-left: -1.375rem; cursor: ew-resize; touch-action: none; }
@@ -132,6 +134,7 @@ export class XpStrip extends LitElement {
       <div class="pictures" aria-hidden="true">
         ${this.clip && this.frames > 0 ? Array.from({ length: slots }, (_, i) => html`<xp-still path="clips/${name}/frames/${Math.floor(((i + 0.5) * this.pictured) / slots)}"></xp-still>`) : nothing}
       </div>
+      <xp-sound clip=${this.clip} .frames=${this.pictured}></xp-sound>
       <div class="out before"></div>
       <div class="out after"></div>
       <div class="part" ?hidden=${!marked}></div>

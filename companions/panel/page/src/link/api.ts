@@ -15,7 +15,7 @@ const tokenKey = "xp-token";
 
 /** What the address carried is kept for this session and taken out of the address. */
 export function takeToken(): void {
-  const match = /[#&?]token=([^&]+)/.exec(location.hash + location.search);
+  const match = /[#&?]token=([^&]+)/.exec(location.hash) ?? /[?&]token=([^&]+)/.exec(location.search);
   if (!match) return;
   sessionStorage.setItem(tokenKey, decodeURIComponent(match[1]));
   const rest = location.search.replace(/[?&]token=[^&]*/, "").replace(/^&/, "?");

@@ -155,7 +155,7 @@ export class XpReplay extends Part {
         ${(marks.points ?? []).map((point) => this.point(point, dead))}
         ${marks.points?.length ? nothing : html`<p class="empty">No points. Mark point (key M) marks the frame that is shown, I and O where the part begins and ends.</p>`}
       </div>
-      <div class="angle">
+      <div class="angle" role="group" aria-label="Points and other clips">
         <button data-verb="mark" ?disabled=${dead} @click=${() => this.markPoint()}>Mark point</button>
         <select id="angle" aria-label="Other clip" ?disabled=${!this.angles.length}>${this.angles.map((name) => html`<option value=${name}>${name}</option>`)}</select>
         <button data-verb="angle" title=${this.deck.verb("angle")?.help ?? ""} ?disabled=${dead || !this.angles.length} @click=${() => void this.run("angle", { clip: this.renderRoot.querySelector<HTMLSelectElement>("#angle")?.value ?? "" })}>Same moment there</button>

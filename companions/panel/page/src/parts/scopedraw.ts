@@ -21,6 +21,8 @@ export const names: Record<Kind, string> = { waveform: "Waveform, per cent", par
 const version = 2;
 const headerSize = 24;
 const standardLines = 576;
+// A single sample is just seen; where many lie, each adds to what is painted beside it, and levels of bars are white.
+const faintest = 12, steep = 0.55;
 const skin = (123 * Math.PI) / 180;
 const black = 64, white = 940, codes = 1024;
 
@@ -51,8 +53,9 @@ function hue(x: number, y: number): Colour {
 
 const kept = new Map<Kind, OffscreenCanvas>();
 
-/** As a picture, a pixel a column and level. */
-export function tileOf(kind: Kind, tile: Tile): OffscreenCanvas {
+/** As a picture, a pixel a column and level, for a scope so many pixels high: what is made smaller loses light. */
+export function tileOf(kind: Kind, tile: Tile, height: number): OffscreenCanvas {
+  const boost = Math.max(1, tile.rows / height) ** 1.5;
   let canvas = kept.get(kind);
   if (canvas?.width !== tile.columns || canvas.height !== tile.rows) kept.set(kind, (canvas = new OffscreenCanvas(tile.columns, tile.rows)));
   const context = canvas.getContext("2d");
@@ -62,7 +65,7 @@ export function tileOf(kind: Kind, tile: Tile): OffscreenCanvas {
     if (!value) continue;
     const column = i % tile.columns;
     const colour = kind === "parade" ? thirds[Math.floor((column * 3) / tile.columns)] : kind === "vectorscope" ? hue(column / tile.columns, i / tile.columns / tile.rows) : grey;
-    const light = 70 + value * 0.72;
+    const light = (faintest + value * steep) * boost;
     image.data.set([colour[0] * light, colour[1] * light, colour[2] * light, 255], 4 * i);
   }
   context?.putImageData(image, 0, 0);

@@ -83,10 +83,14 @@ export class XpScopes extends Part {
     context.fillRect(0, 0, size[0], size[1]);
     // A trace is a line of light: wider than the one level it lies on, or it vanishes where the scope is small.
     context.globalCompositeOperation = "lighter";
-    const image = tileOf(kind, tile);
+    const image = tileOf(kind, tile, size[1]);
     const wide = 0.6 * devicePixelRatio;
     const spots = kind === "vectorscope" ? [[-wide, -wide], [wide, -wide], [-wide, wide], [wide, wide], [0, 0]] : [[0, -wide], [0, 0], [0, wide]];
-    for (const [x, y] of spots) context.drawImage(image, x, y, size[0], size[1]);
+    for (const [x, y] of spots) {
+      context.globalAlpha = x || y ? 0.6 : 1;
+      context.drawImage(image, x, y, size[0], size[1]);
+    }
+    context.globalAlpha = 1;
   }
 
   private grids(): void {

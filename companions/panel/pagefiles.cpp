@@ -24,7 +24,8 @@ constexpr TypeRow types[] = {
 // Nothing from elsewhere, no script or style but the page's own files, in nobody's frame.
 constexpr auto policy =
     "default-src 'none'; script-src 'self'; style-src 'self'; font-src 'self'; img-src 'self' data: "
-    "blob:; media-src 'self' blob:; connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+    "blob:; media-src 'self' blob:; connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors "
+    "'none'";
 
 QByteArray typeOf(const QString &name)
 {

@@ -9,8 +9,8 @@
 #include <mutex>
 
 namespace {
-/// Version, columns of the waveform and of a third of the parade, levels, tick, lines of the picture; then the
-/// three, row by row.
+/// Version, columns of the waveform and of a third of the parade, levels, tick, lines of the picture; then
+/// the three, row by row.
 QByteArray message(const QmxScopes &scopes)
 {
     constexpr quint16 version = 2;

@@ -24,7 +24,8 @@ struct QmxScopes
     std::array<uchar, size_t(levels) * levels>
         vectorscope{}; ///< Cb to the right, Cr upwards, in steps of four
 
-    /// Lines up to which a picture is of standard definition: its colours are those of BT.601, else of BT.709.
+    /// Lines up to which a picture is of standard definition: its colours are those of BT.601, else of
+    /// BT.709.
     static constexpr int standardLines = 576;
     /// Of a valid picture, from its 10-bit samples. Some milliseconds; any thread.
     static void measure(const QmxPicture &picture, QmxScopes &scopes);

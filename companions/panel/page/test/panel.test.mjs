@@ -42,7 +42,10 @@ test("a take is begun, watched, protected from a stray tap, and ended by holding
   const later = await shown(page);
   assert.ok(first.strip !== null && later.strip !== null);
   assert.equal(later.strip - first.strip, frames(later.timecode) - frames(first.timecode));
-  await held(stop, 150);
+  await stop.evaluate(async (button) => {
+    button.dispatchEvent(new PointerEvent("pointerdown", { button: 0, pointerId: 1, isPrimary: true, bubbles: true, composed: true }));
+    button.dispatchEvent(new PointerEvent("pointerup", { button: 0, pointerId: 1, isPrimary: true, bubbles: true, composed: true }));
+  });
   await until("the advice to hold", () => page.locator(".notice").textContent());
   await page.keyboard.press("s");
   await key(page, "Play").click();

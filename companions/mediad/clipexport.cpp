@@ -10,6 +10,7 @@
 #include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/core/qmxlog.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonObject>
 
@@ -41,6 +42,7 @@ public:
         if (!error.isError()) error = check();
         if (error.isError()) return error;
         removeLeft();
+        collectMarks();
         error = _order.isProxy ? makeProxy(finding) : makeClip(finding);
         if (!error.isError()) error = publish();
         if (!error.isError()) keepMarks();
@@ -55,6 +57,9 @@ private:
         struct stat64 status = {};
         struct statfs64 space = {};
         const QString folder = QFileInfo(_order.to).path();
+        // A link on a medium could lead anywhere.
+        if (QFileInfo(folder).canonicalFilePath() != QDir::cleanPath(folder) && QFileInfo::exists(folder))
+            return {ELOOP, QStringLiteral("%1 leads elsewhere through a link").arg(folder)};
         if (_files.stat(_order.to, &status) == 0)
             return {EEXIST, QStringLiteral("%1 exists already; choose another name").arg(_order.to)};
         if (_files.statfs(folder, &space) != 0) {
@@ -64,8 +69,8 @@ private:
         }
         if (!_order.isProxy && !_source.isCopyable())
             return {ENOTSUP,
-                    QStringLiteral("%1 is not of ProRes and cannot be copied into a clip; --proxy makes "
-                                   "an MP4 of it")
+                    QStringLiteral("%1 is not of ProRes with plain sound of 48 kHz and cannot be copied into "
+                                   "a clip; --proxy makes an MP4 of it")
                         .arg(_order.entries.first())};
         const double seconds = double(_source.frames()) / _source.info().image.frameRate().toDouble();
         _bytes = _order.isProxy ? qint64(seconds * proxyBits / 8) : _source.bytes();
@@ -109,6 +114,7 @@ private:
         }
         if (error.isError()) return error;
         writer.setOrigin(_source.origin());
+        writer.setChapters(_marks.chapters());
         error = writer.close();
         return error.isError() ? error : compare(finding);
     }
@@ -137,7 +143,7 @@ private:
     QmxError makeProxy(std::string &finding)
     {
         ProxyWriter writer(_environment, _order.burn);
-        QmxError error = writer.create(_part, _source.info(), _source.frames());
+        QmxError error = writer.create(_part, _source.info(), _source.frames(), _marks.chapters());
         _isMade = error.value() != EEXIST;
         for (qint64 i = 0; i < _source.frames() && !error.isError(); ++i) {
             QmxFrame frame;
@@ -161,24 +167,29 @@ private:
         return {};
     }
 
-    /// The marks of the sources that lie in what was taken; a clip without them is whole all the same.
-    void keepMarks()
+    /// The marks of the sources that lie in what is taken.
+    void collectMarks()
     {
-        ClipMarks marks;
         for (const auto &[path, range, begin] : _source.pieces()) {
             QString told;
             const ClipMarks own = ClipMarksFile::read(path, told, _environment);
             for (const ClipMarks::Point &point : own.points)
                 if (point.frame >= range.first && point.frame < range.end)
-                    marks.setPoint(point.name, begin + point.frame - range.first);
+                    _marks.setPoint(point.name, begin + point.frame - range.first);
             if (_source.pieces().size() > 1) continue;
-            if (own.in && *own.in > range.first && *own.in < range.end) marks.in = *own.in - range.first;
-            if (own.out && *own.out > range.first && *own.out < range.end) marks.out = *own.out - range.first;
+            if (own.in && *own.in > range.first && *own.in < range.end) _marks.in = *own.in - range.first;
+            if (own.out && *own.out > range.first && *own.out < range.end)
+                _marks.out = *own.out - range.first;
         }
-        if (marks.isEmpty()) return;
+    }
+
+    /// Beside the file as well: there they can be changed. A clip without them is whole all the same.
+    void keepMarks()
+    {
+        if (_marks.isEmpty()) return;
         QString told;
-        const auto set = [&marks](ClipMarks &all) {
-            all = marks;
+        const auto set = [this](ClipMarks &all) {
+            all = _marks;
             return QmxError();
         };
         if (const QmxError error = ClipMarksFile::change(_order.to, set, told, _environment); error.isError())
@@ -196,6 +207,7 @@ private:
     const std::function<bool(qint64, qint64)> &_pace;
     const QString _part;
     ExportSource _source;
+    ClipMarks _marks;
     qint64 _bytes = 0; ///< that are needed
     bool _isMade = false;
 };

@@ -65,7 +65,8 @@ struct ProxyWriter::Private
 
     QmxError openVideo(const QmxClipInfo &info);
     QmxError openSound(const QmxClipInfo &info);
-    QmxError openFile(const QmxClipInfo &info, qint64 frames);
+    QmxError addChapters(QList<QmxClipChapter> chapters, qint64 frames, qint64 &bytes);
+    QmxError openFile(const QmxClipInfo &info, qint64 frames, const QList<QmxClipChapter> &chapters);
     QmxError writePicture(const QmxFrame &frame);
     QmxError writeSound(const QmxFrame &frame);
     QmxError sendSound(int samples);
@@ -150,8 +151,41 @@ QmxError ProxyWriter::Private::openSound(const QmxClipInfo &info)
     return {};
 }
 
-QmxError ProxyWriter::Private::openFile(const QmxClipInfo &info, qint64 frames)
+/// Each lasts until the next one begins. `bytes`: what they take in the tables.
+QmxError ProxyWriter::Private::addChapters(QList<QmxClipChapter> chapters, qint64 frames, qint64 &bytes)
 {
+    std::stable_sort(chapters.begin(), chapters.end(),
+                     [](const QmxClipChapter &a, const QmxClipChapter &b) { return a.frame < b.frame; });
+    chapters.removeIf([frames](const QmxClipChapter &one) { return one.frame < 0 || one.frame >= frames; });
+    bytes = 0;
+    if (chapters.isEmpty()) return {};
+    // Without one at the begin the last one would end too early by what is before the first.
+    if (chapters.first().frame > 0) chapters.prepend({0, QString()});
+    AVFormatContext *context = file.context();
+    // Freed with the context, also when one of them could not be made.
+    context->chapters = static_cast<AVChapter **>(av_calloc(size_t(chapters.size()), sizeof(AVChapter *)));
+    if (!context->chapters) return noMemory();
+    for (qsizetype i = 0; i < chapters.size(); ++i) {
+        auto *chapter = static_cast<AVChapter *>(av_mallocz(sizeof(AVChapter)));
+        if (!chapter) return noMemory();
+        context->chapters[context->nb_chapters++] = chapter;
+        const QByteArray name = chapters[i].name.toUtf8();
+        chapter->id = i;
+        chapter->time_base = video->time_base;
+        chapter->start = chapters[i].frame;
+        chapter->end = i + 1 < chapters.size() ? chapters[i + 1].frame : frames;
+        av_dict_set(&chapter->metadata, "title", name.constData(), 0);
+        constexpr qint64 besidesName = 64; // in the track of them and in the list that older players know
+        bytes += 2 * name.size() + besidesName;
+    }
+    return {};
+}
+
+QmxError ProxyWriter::Private::openFile(const QmxClipInfo &info, qint64 frames,
+                                        const QList<QmxClipChapter> &chapters)
+{
+    qint64 chapterBytes = 0;
+    if (QmxError error = addChapters(chapters, frames, chapterBytes); error.isError()) return error;
     AVFormatContext *context = file.context();
     for (auto [codec, stream] :
          {std::pair(video.get(), &videoStream), std::pair(sound.get(), &soundStream)}) {
@@ -169,7 +203,7 @@ QmxError ProxyWriter::Private::openFile(const QmxClipInfo &info, qint64 frames)
     constexpr qint64 otherTables = 1 << 16;
     AVDictionary *options = nullptr;
     av_dict_set(&options, "write_tmcd", "1", 0);
-    av_dict_set_int(&options, "moov_size", otherTables + tableBytes * frames, 0);
+    av_dict_set_int(&options, "moov_size", otherTables + tableBytes * frames + chapterBytes, 0);
     const int failed = avformat_write_header(context, &options);
     av_dict_free(&options);
     return failed < 0 ? file.error(QStringLiteral("begin the file"), failed) : QmxError();
@@ -261,13 +295,14 @@ ProxyWriter::ProxyWriter(const QmxEnvironment &environment, bool burn)
 
 ProxyWriter::~ProxyWriter() = default;
 
-QmxError ProxyWriter::create(const QString &path, const QmxClipInfo &info, qint64 frames)
+QmxError ProxyWriter::create(const QString &path, const QmxClipInfo &info, qint64 frames,
+                             const QList<QmxClipChapter> &chapters)
 {
     QmxLibav::quietLog();
     QmxError error = d->openVideo(info);
     if (!error.isError()) error = d->openSound(info);
     if (!error.isError()) error = d->file.create(path);
-    if (!error.isError()) error = d->openFile(info, frames);
+    if (!error.isError()) error = d->openFile(info, frames, chapters);
     return error;
 }
 

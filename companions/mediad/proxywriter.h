@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/qmxclipchapters.h"
 #include "platform/qmx/clip/qmxclipinfo.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxerror.h"
@@ -22,8 +23,10 @@ public:
     ProxyWriter &operator=(const ProxyWriter &) = delete;
 
     /// Makes the file (EEXIST when there is one) and holds an exclusive lock on it. `frames`: how many will
-    /// come, about. ENOTSUP: this machine's libavcodec has no encoder for it, or nothing decodes the clip.
-    QmxError create(const QString &path, const QmxClipInfo &info, qint64 frames);
+    /// come, about; chapters beyond them are left out. ENOTSUP: this machine's libavcodec has no encoder for
+    /// it, or nothing decodes the clip.
+    QmxError create(const QString &path, const QmxClipInfo &info, qint64 frames,
+                    const QList<QmxClipChapter> &chapters = {});
     QmxError write(const QmxFrame &frame);
     /// All of it is durable and playable.
     QmxError close();

@@ -15,6 +15,8 @@ namespace {
 
 constexpr auto firstLine = "marks 1";
 constexpr auto lastWord = "crc32c ";
+constexpr auto inName = "in";
+constexpr auto outName = "out";
 /// More than the most points with the longest names need.
 constexpr qint64 largestFile = 1 << 20;
 constexpr qint64 lockWithin = 2 * QmxClock::nsPerSecond;
@@ -92,6 +94,13 @@ void keepFolder(const QString &path, QmxFiles &files)
 {
     const Open folder(files, QFileInfo(path).path(), O_RDONLY | O_DIRECTORY);
     if (folder.isOpen()) files.fsync(folder.fd());
+}
+
+ClipMarks chaptersOf(const QString &clip, const QmxEnvironment &environment)
+{
+    QList<QmxClipChapter> chapters;
+    QmxClipChapters::read(clip, chapters, environment); // of one that cannot be read there are none
+    return ClipMarks::fromChapters(chapters);
 }
 
 std::optional<qint64> frameOf(const QByteArray &text)
@@ -173,6 +182,38 @@ std::optional<ClipMarks> ClipMarks::fromText(const QByteArray &text)
     return marks;
 }
 
+QList<QmxClipChapter> ClipMarks::chapters() const
+{
+    QList<QmxClipChapter> list;
+    if (in) list.append({*in, QString::fromLatin1(inName)});
+    for (const Point &point : points)
+        list.append({point.frame, point.name});
+    if (out) list.append({*out, QString::fromLatin1(outName)});
+    return list;
+}
+
+ClipMarks ClipMarks::fromChapters(const QList<QmxClipChapter> &chapters)
+{
+    ClipMarks marks;
+    for (const QmxClipChapter &chapter : chapters) {
+        const auto name = nameFrom(chapter.name.left(longestName));
+        if (!name || marks.points.size() >= mostPoints) continue;
+        if (*name == QLatin1String(inName)) {
+            marks.in = chapter.frame;
+        } else if (*name == QLatin1String(outName)) {
+            marks.out = chapter.frame;
+        } else {
+            // Other programs give one name to several.
+            QString own = *name;
+            for (int i = 2; marks.point(own); ++i)
+                own = QStringLiteral("%1 %2").arg(name->left(longestName - 5)).arg(i);
+            marks.setPoint(own, chapter.frame);
+        }
+    }
+    if (marks.in && marks.out && *marks.out <= *marks.in) marks.out.reset();
+    return marks;
+}
+
 QString ClipMarks::fileOf(const QString &clipPath)
 {
     const QFileInfo clip(clipPath);
@@ -184,7 +225,7 @@ ClipMarks ClipMarksFile::read(const QString &clipPath, QString &told, const QmxE
     QByteArray text;
     const QString path = ClipMarks::fileOf(clipPath);
     const QmxError error = readFile(path, *environment.files, text);
-    if (error.value() == ENOENT) return {};
+    if (error.value() == ENOENT) return chaptersOf(clipPath, environment);
     if (!error.isError())
         if (const auto marks = ClipMarks::fromText(text)) return *marks;
     if (error.isError() && error.value() != EFBIG && error.value() != ENOTSUP && error.value() != ELOOP) {
@@ -217,7 +258,8 @@ QmxError ClipMarksFile::change(const QString &clipPath, const std::function<QmxE
     QmxError error = change(marks);
     if (error.isError() || marks == before) return error;
     const QString path = ClipMarks::fileOf(clipPath);
-    if (!marks.isEmpty())
+    // The chapters of a clip that has them come back when there is no file.
+    if (!marks.isEmpty() || !chaptersOf(clipPath, environment).isEmpty())
         error = writeFile(path, marks.toText(), files);
     else if (files.unlink(path) != 0 && errno != ENOENT)
         error = failed("cannot remove", path);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/qmxclipchapters.h"
 #include "platform/qmx/clip/qmxclipinfo.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxerror.h"
@@ -42,6 +43,10 @@ struct ClipMarks
     /// Nothing when the text is damaged, or no such text.
     static std::optional<ClipMarks> fromText(const QByteArray &text);
 
+    /// As chapters of a file that other programs read: the ends of the part are called "in" and "out".
+    QList<QmxClipChapter> chapters() const;
+    static ClipMarks fromChapters(const QList<QmxClipChapter> &chapters);
+
     /// The file that belongs to a clip; its name begins with a dot, so that no list of clips shows it.
     static QString fileOf(const QString &clipPath);
 
@@ -50,8 +55,8 @@ struct ClipMarks
 
 /// Reads and changes the marks of clips on a medium. Blocks on it; any thread.
 namespace ClipMarksFile {
-/// The marks of a clip; none when there is no file. One that makes no sense is put aside under
-/// ".NAME.marks.damaged", and `told` says so.
+/// The marks of a clip; where there is no file the chapters that stand in the clip itself. A file that makes
+/// no sense is put aside under ".NAME.marks.damaged", and `told` says so.
 ClipMarks read(const QString &clipPath, QString &told,
                const QmxEnvironment &environment = QmxEnvironment::current());
 /// Changes them, one at a time over all processes; what is there before or after survives a crash. `change`

@@ -66,6 +66,14 @@ qint64 equalFrames(const QString &path, const QString &of, qint64 from, qint64 a
     }
 }
 
+/// Begin, end and name of each, as ffprobe shows them.
+QByteArray chaptersOf(const QString &path)
+{
+    return runProgram("ffprobe", {"-v", "error", "-show_entries",
+                                  "chapter=start_time,end_time:chapter_tags=title", "-of", "csv=p=0", path})
+        .out;
+}
+
 QByteArray firstPicture(const QString &path)
 {
     return runProgram("ffmpeg", {"-v", "error", "-i", path, "-frames:v", "1", "-f", "rawvideo", "-pix_fmt",
@@ -106,6 +114,18 @@ TEST_F(Exports, aPartIsTheSameToTheBitWithItsTimecodesMarksAndProof)
     ASSERT_EQ(marks.points.size(), 1);
     EXPECT_EQ(marks.points.first(), (ClipMarks::Point{10, "goal"}));
     EXPECT_EQ(marks.out, 35);
+    // Chapters of other programs, of the file itself, and of one that other programs have made of it.
+    EXPECT_EQ(chaptersOf(to), "0.000000,0.400000\n0.400000,1.400000,goal\n1.400000,1.600000,out\n");
+    const QString remuxed = dir.file("remuxed.mov");
+    EXPECT_EQ(runProgram("ffmpeg", {"-v", "error", "-i", to, "-map", "0:v", "-c", "copy", remuxed}).err, "");
+    QFile::remove(ClipMarks::fileOf(to));
+    for (const QString &clip : {to, remuxed})
+        EXPECT_EQ(ClipMarksFile::read(clip, told, environment), marks) << clip.toStdString();
+    ASSERT_EQ(ClipMarksFile::change(
+                  to, [](ClipMarks &all) { return all = ClipMarks(), QmxError(); }, told, environment),
+              QmxError());
+    EXPECT_TRUE(ClipMarksFile::read(to, told, environment).isEmpty()) << "taken away they stay away";
+
     const QStringList streams{"-v", "error", "-map", "0:v", "-c", "copy", "-f", "md5", "-"};
     const auto sum = [&](const QStringList &input) { return runProgram("ffmpeg", input + streams).out; };
     EXPECT_EQ(sum({"-i", to}), sum({"-ss", "0.4", "-t", "1.6", "-i", dir.file("a.mov")}))
@@ -164,6 +184,9 @@ TEST_F(Exports, aProxyIsWhatEverybodysPlayerPlays)
 {
     ClipTake interlaced({1920, 1080, 30000, 1001, 203, 1, 4, true, 107892}, true);
     interlaced.make(dir.file("i.mov"), 20, true);
+    QString told;
+    const auto mark = [](ClipMarks &marks) { return marks.setPoint("goal", 12), QmxError(); };
+    ASSERT_EQ(ClipMarksFile::change(dir.file("a.mov"), mark, told, environment), QmxError());
     for (const bool isLarge : {false, true}) {
         ASSERT_EQ(made({isLarge ? "i.mov" : "a.mov[10-50)"}, isLarge ? "i.mp4" : "a.mp4", true), QmxError());
         const ProgramResult probe =
@@ -176,6 +199,7 @@ TEST_F(Exports, aProxyIsWhatEverybodysPlayerPlays)
             << probe.err.toStdString();
         EXPECT_TRUE(lines.value(1).startsWith("aac,")) << probe.out.toStdString();
         EXPECT_EQ(runProgram("ffmpeg", {"-v", "error", "-i", to, "-f", "null", "-"}).err, "");
+        EXPECT_EQ(chaptersOf(to), QByteArray(isLarge ? "" : "0.000000,0.080000\n0.080000,1.600000,goal\n"));
     }
     const QByteArray head = readAll(to).first(4096);
     EXPECT_GT(head.indexOf("moov"), 0) << "a browser finds the tables in front";

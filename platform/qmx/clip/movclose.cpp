@@ -26,11 +26,22 @@ QmxError writeMoov(MovOutput &output, const QByteArray &moov, qint64 slot)
 } // namespace
 
 QmxError movClose(MovOutput &output, const MovTables &tables, const MovFormat &format, QByteArray header,
-                  qint64 slot, const MovProof &proof, const QJsonObject &take)
+                  qint64 slot, const MovProof &proof, const QJsonObject &take,
+                  const QList<QmxClipChapter> &chapters)
 {
-    MovTables::flipHeader(header, slot);
-    QmxError error = writeMoov(output, proof.sealed(header, tables.finalMoov(format), slot, take), slot);
+    const MovChapters track(chapters, tables.frames(), format);
     MovAlignedBuffer buffer;
+    QmxError error;
+    const qint64 text = slot + MovLayout::slotSize;
+    if (!track.isEmpty()) {
+        buffer.assign(track.text());
+        output.reserve(text, text + buffer.paddedSize());
+        error = output.write(buffer.data(), buffer.paddedSize(), text);
+        if (error.isError()) return error;
+        slot = text + buffer.paddedSize();
+    }
+    MovTables::flipHeader(header, slot);
+    error = writeMoov(output, proof.sealed(header, tables.finalMoov(format, track, text), slot, take), slot);
     if (error.isError()) {
         // Half a moov is hidden again behind an open slot, if the medium still takes it.
         buffer.assign(MovFragment::openSlot());

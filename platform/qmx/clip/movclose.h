@@ -7,6 +7,8 @@
 
 /// Makes an ordinary QuickTime file of a growing one, in place: the final moov, with the proof and the record
 /// `take` in it, overwrites the open slot at `slot`, and one write of the first block of `header`, which is
-/// all that stands before the first slot, puts it in force. Until then the file is what it was.
+/// all that stands before the first slot, puts it in force. Until then the file is what it was. With chapters
+/// the open slot stays, with their text behind it, and the moov follows that.
 QmxError movClose(MovOutput &output, const MovTables &tables, const MovFormat &format, QByteArray header,
-                  qint64 slot, const MovProof &proof, const QJsonObject &take);
+                  qint64 slot, const MovProof &proof, const QJsonObject &take,
+                  const QList<QmxClipChapter> &chapters = {});

@@ -255,3 +255,19 @@ void MovFormat::writeTimecodeEntry(AtomWriter &atoms) const
     }
     atoms.end();
 }
+
+/// Text that is never shown in the picture.
+void MovFormat::writeChapterEntry(AtomWriter &atoms)
+{
+    beginEntry(atoms, "text");
+    atoms.u32(1);   // display flags: do not show
+    atoms.u32(1);   // centred
+    atoms.zeros(6); // background
+    atoms.zeros(8); // box
+    atoms.zeros(8); // reserved
+    atoms.zeros(4); // font, face
+    atoms.zeros(3); // reserved
+    atoms.zeros(6); // foreground
+    atoms.u8(0);    // font name
+    atoms.end();
+}

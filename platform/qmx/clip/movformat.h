@@ -10,7 +10,7 @@
 /// The movie and the video track share one time scale, so that every duration is exact.
 struct MovFormat
 {
-    enum TrackId : quint32 { VideoTrack = 1, AudioTrack = 2, TimecodeTrack = 3 };
+    enum TrackId : quint32 { VideoTrack = 1, AudioTrack = 2, TimecodeTrack = 3, ChapterTrack = 4 };
     static constexpr int bytesPerSample = 3; ///< 24-bit little-endian PCM
 
     QmxClipInfo info;
@@ -39,4 +39,5 @@ struct MovFormat
     void writeVideoEntry(AtomWriter &atoms) const;
     void writeAudioEntry(AtomWriter &atoms) const;
     void writeTimecodeEntry(AtomWriter &atoms) const;
+    static void writeChapterEntry(AtomWriter &atoms);
 };

@@ -11,8 +11,8 @@
 ///     8192   slot 0: [free with our records][moof][head of a 32-bit mdat, the last 8 bytes]
 ///     12288  pictures, each at a multiple of 4096; the sound; later timecodes
 ///     N      the next slot; the last one, not filled yet, is a free of size 0 ("to the end")
-///     close  the proof and the final moov overwrite the open slot, then the place at 20 swallows all before
-///     it
+///     close  the proof and the final moov overwrite the open slot (with chapters: they stand behind it, the
+///     text of the chapters first), then the place at 20 swallows all before it
 namespace MovLayout {
 
 constexpr qint64 block = 4096; ///< unit of aligned writes

@@ -140,10 +140,10 @@ void MovTables::writeTimecode(AtomWriter &atoms, const MovFormat &format) const
     atoms.end();
 }
 
-QByteArray MovTables::finalMoov(const MovFormat &format) const
+QByteArray MovTables::finalMoov(const MovFormat &format, const MovChapters &chapters, qint64 text) const
 {
     const qint64 movieDuration = _frames * format.frameDuration;
-    const MovTrack::Lengths lengths{movieDuration, _samples};
+    const MovTrack::Lengths lengths{movieDuration, _samples, !chapters.isEmpty()};
     AtomWriter atoms;
     atoms.begin("moov");
     MovTrack::writeMovieHeader(atoms, format, movieDuration);
@@ -153,6 +153,9 @@ QByteArray MovTables::finalMoov(const MovFormat &format) const
     if (format.hasTimecode)
         MovTrack::write(atoms, format, MovFormat::TimecodeTrack, lengths,
                         [&] { writeTimecode(atoms, format); });
+    if (!chapters.isEmpty())
+        MovTrack::write(atoms, format, MovFormat::ChapterTrack, lengths,
+                        [&] { chapters.writeTables(atoms, text); });
     atoms.end();
     return atoms.data();
 }

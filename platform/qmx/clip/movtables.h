@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/movchapters.h"
 #include "platform/qmx/clip/movfragment.h"
 
 /// The sample tables of a clip. They are kept in the form that they have in the file and grow with every
@@ -13,8 +14,8 @@ public:
     qint64 frames() const { return _frames; }
     qint64 samples() const { return _samples; }
 
-    /// The moov atom of a closed clip.
-    QByteArray finalMoov(const MovFormat &format) const;
+    /// The moov atom of a closed clip; the text of its chapters stands at `text`.
+    QByteArray finalMoov(const MovFormat &format, const MovChapters &chapters, qint64 text) const;
 
     /// The first 8192 bytes of a clip that is being recorded; its length as of `frames`.
     static QByteArray openHeader(const MovFormat &format, qint64 frames);

@@ -40,7 +40,7 @@ void writeTimes64(AtomWriter &atoms, const MovFormat &format)
 void writeTrackHeader(AtomWriter &atoms, const MovFormat &format, MovFormat::TrackId track, qint64 duration)
 {
     const bool wide = needs64(duration);
-    atoms.begin("tkhd", wide ? 1 : 0, trackFlags);
+    atoms.begin("tkhd", wide ? 1 : 0, track == MovFormat::ChapterTrack ? 0 : trackFlags);
     wide ? writeTimes64(atoms, format) : writeTimes(atoms, format);
     atoms.u32(track);
     atoms.u32(0);
@@ -114,6 +114,13 @@ void writeMediaKind(AtomWriter &atoms, MovFormat::TrackId track)
             atoms.u16(opaque);
         atoms.u32(0); // balance
         atoms.end();
+        if (track == MovFormat::ChapterTrack) {
+            atoms.begin("text");
+            writeMatrix(atoms);
+            atoms.end();
+            atoms.end();
+            return;
+        }
         atoms.begin("tmcd");
         atoms.begin("tcmi", 0, 0);
         atoms.u16(0);  // font
@@ -149,9 +156,39 @@ void writeDescription(AtomWriter &atoms, const MovFormat &format, MovFormat::Tra
         format.writeVideoEntry(atoms);
     else if (track == MovFormat::AudioTrack)
         format.writeAudioEntry(atoms);
-    else
+    else if (track == MovFormat::TimecodeTrack)
         format.writeTimecodeEntry(atoms);
+    else
+        MovFormat::writeChapterEntry(atoms);
     atoms.end();
+}
+
+void writeReference(AtomWriter &atoms, const char *kind, MovFormat::TrackId track)
+{
+    atoms.begin(kind);
+    atoms.u32(track);
+    atoms.end();
+}
+
+struct Handler
+{
+    const char *type;
+    const char *name;
+};
+
+Handler handlerOf(MovFormat::TrackId track)
+{
+    switch (track) {
+    case MovFormat::VideoTrack:
+        return {"vide", "Video"};
+    case MovFormat::AudioTrack:
+        return {"soun", "Sound"};
+    case MovFormat::TimecodeTrack:
+        return {"tmcd", "Timecode"};
+    case MovFormat::ChapterTrack:
+        break;
+    }
+    return {"text", "Chapters"};
 }
 
 void writeNoSamples(AtomWriter &atoms)
@@ -238,7 +275,7 @@ void writeMovieHeader(AtomWriter &atoms, const MovFormat &format, qint64 duratio
     atoms.zeros(10);
     writeMatrix(atoms);
     atoms.zeros(24); // preview, poster, selection
-    atoms.u32(MovFormat::TimecodeTrack + 1);
+    atoms.u32(MovFormat::ChapterTrack + 1);
     atoms.end();
 }
 
@@ -252,22 +289,15 @@ void write(AtomWriter &atoms, const MovFormat &format, MovFormat::TrackId track,
     atoms.begin("trak");
     writeTrackHeader(atoms, format, track, duration);
     if (duration > 0) writeEdit(atoms, duration);
-    if (track == MovFormat::VideoTrack && format.hasTimecode) {
+    if (track == MovFormat::VideoTrack && (format.hasTimecode || lengths.hasChapters)) {
         atoms.begin("tref");
-        atoms.begin("tmcd");
-        atoms.u32(MovFormat::TimecodeTrack);
-        atoms.end();
+        if (format.hasTimecode) writeReference(atoms, "tmcd", MovFormat::TimecodeTrack);
+        if (lengths.hasChapters) writeReference(atoms, "chap", MovFormat::ChapterTrack);
         atoms.end();
     }
     atoms.begin("mdia");
     writeMediaHeader(atoms, format, scale, mediaDuration);
-    writeHandler(atoms, "mhlr",
-                 audio                            ? "soun"
-                 : track == MovFormat::VideoTrack ? "vide"
-                                                  : "tmcd",
-                 audio                            ? "Sound"
-                 : track == MovFormat::VideoTrack ? "Video"
-                                                  : "Timecode");
+    writeHandler(atoms, "mhlr", handlerOf(track).type, handlerOf(track).name);
     atoms.begin("minf");
     writeMediaKind(atoms, track);
     writeHandler(atoms, "dhlr", "url ", "Data");

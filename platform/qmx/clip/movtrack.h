@@ -12,6 +12,7 @@ struct Lengths
 {
     qint64 movie = 0;   ///< in units of the movie's time scale; 0: not known yet, the fragments tell
     qint64 samples = 0; ///< of sound
+    bool hasChapters = false;
 };
 
 void writeMovieHeader(AtomWriter &atoms, const MovFormat &format, qint64 duration);

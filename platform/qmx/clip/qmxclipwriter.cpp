@@ -269,6 +269,7 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     d->take = QJsonObject();
     d->kept.clear();
     d->origin = QJsonArray();
+    d->chapters.clear();
     d->failure = QmxError();
     d->written = d->durable = 0;
     d->nextTimecode = d->format.startFrame;
@@ -347,6 +348,11 @@ void QmxClipWriter::setOrigin(const QJsonArray &origin)
     d->origin = origin;
 }
 
+void QmxClipWriter::setChapters(const QList<QmxClipChapter> &chapters)
+{
+    d->chapters = chapters;
+}
+
 QmxError QmxClipWriter::flush()
 {
     return d->flush();
@@ -366,7 +372,7 @@ QmxError QmxClipWriter::close()
         d->take, d->origin.isEmpty() ? QStringLiteral("the take") : QStringLiteral("export"), d->environment);
     if (!d->origin.isEmpty()) take["exported_from"] = d->origin;
     const QmxError closing = movClose(d->output, d->tables, d->format, d->header(d->tables.frames()),
-                                      d->fragment.slot, d->proof, take);
+                                      d->fragment.slot, d->proof, take, d->chapters);
     d->output.close();
     return error.isError() ? error : closing;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/qmxclipchapters.h"
 #include "platform/qmx/clip/qmxclipinfo.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxerror.h"
@@ -58,6 +59,9 @@ public:
 
     /// Which frames of what other clips these are, for the record of the take; told before close().
     void setOrigin(const QJsonArray &origin);
+
+    /// Places with names that other programs show; told before close().
+    void setChapters(const QList<QmxClipChapter> &chapters);
 
     /// Makes every frame written so far durable and readable. Only after it has returned without error may
     /// anybody be told that they are recorded. Meant to be called every half second.

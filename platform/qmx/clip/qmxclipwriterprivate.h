@@ -53,6 +53,7 @@ struct QmxClipWriter::Private
     MovProof proof;
     QJsonObject take;  ///< its record, as it began
     QJsonArray origin; ///< which frames of other clips these are; empty: none
+    QList<QmxClipChapter> chapters;
     MovChain chain;
     qint64 lateBefore = 0;    ///< ticks that were late before the take
     MovFragment fragment;     ///< not flushed yet

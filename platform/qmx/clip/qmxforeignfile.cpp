@@ -27,7 +27,14 @@ QmxForeignFile::~QmxForeignFile()
     avformat_close_input(&_format);
 }
 
-QmxError QmxForeignFile::open(const QString &path, AVMediaType type)
+QmxError QmxForeignFile::openTables(const QString &path)
+{
+    const QmxError error = openAs(path, false);
+    if (!error.isError()) _mark.end();
+    return error;
+}
+
+QmxError QmxForeignFile::openAs(const QString &path, bool isDecoded)
 {
     QmxLibav::quietLog();
     int reason = 0;
@@ -36,13 +43,19 @@ QmxError QmxForeignFile::open(const QString &path, AVMediaType type)
         return {reason, QStringLiteral("Cannot open clip %1: %2").arg(path, QmxError(reason).toString())};
     if (const QmxError fatal = _mark.begin(path, _io.size(), _io.changed()); fatal.isError()) return fatal;
     int result = openContainer(_format, path);
-    if (result >= 0) result = avformat_find_stream_info(_format, nullptr);
+    if (result >= 0 && isDecoded) result = avformat_find_stream_info(_format, nullptr);
     if ((reason = _io.takeError()) != 0)
         return {reason, QStringLiteral("Cannot read clip %1: %2").arg(path, QmxError(reason).toString())};
     if (result < 0)
         return {
             EILSEQ,
             QStringLiteral("%1 is no clip that can be played: %2").arg(path, QmxLibav::errorText(result))};
+    return {};
+}
+
+QmxError QmxForeignFile::open(const QString &path, AVMediaType type)
+{
+    if (QmxError error = openAs(path, true); error.isError()) return error;
     const AVCodec *codec = nullptr;
     const int index = av_find_best_stream(_format, type, -1, -1, &codec, 0);
     if (index == AVERROR_DECODER_NOT_FOUND)

@@ -19,6 +19,9 @@ public:
     /// decoder.
     QmxError open(const QString &path, AVMediaType type);
 
+    /// Only what stands in its tables: format() alone is there then. Errors: as of open().
+    QmxError openTables(const QString &path);
+
     AVFormatContext *format() const { return _format; }
     AVStream *stream() const { return _stream; }
     AVCodecContext *decoder() const { return _decoder.get(); }
@@ -34,6 +37,8 @@ public:
     int takeError() { return _io.takeError(); }
 
 private:
+    QmxError openAs(const QString &path, bool isDecoded);
+
     DecodingMark _mark;
     QmxForeignIo _io; ///< first: the context reads through it
     AVFormatContext *_format = nullptr;

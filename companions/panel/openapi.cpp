@@ -2,6 +2,7 @@
 // openapi.json, from the tables of routes, verbs and fields of the state.
 #include "companions/panel/panel.h"
 #include "platform/product/programtext.h"
+#include "platform/qmx/clip/qmxclipwaveform.h"
 
 #include <QJsonArray>
 
@@ -79,6 +80,7 @@ QJsonObject querySchema(const QString &name)
         {"force", {{"type", "string"}, {"enum", QJsonArray{"0", "1"}}}},
         {"offset", {{"type", "integer"}, {"minimum", 0}}},
         {"limit", {{"type", "integer"}, {"minimum", 0}, {"maximum", 1000}}},
+        {"columns", {{"type", "integer"}, {"minimum", 1}, {"maximum", QmxClipWaveform::mostColumns}}},
         {"order", {{"type", "string"}, {"enum", QJsonArray{"asc", "desc"}}}},
         {"sort",
          {{"type", "string"}, {"enum", QJsonArray{"index", "name", "frames", "date", "duration", "size"}}}},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Everything that can be asked for over HTTP; openapi.json is made from these rows.
 #include "companions/panel/panel.h"
+#include "companions/panel/waveforms.h"
 
 #include <QJsonDocument>
 
@@ -24,6 +25,7 @@ constexpr RouteRow rows[] = {
     {"GET", "clips/{name}/proxy", Role::View, "its proxy, an MP4 file of its name beside it; Range and If-Range are known", "", "video/mp4", getProxy},
     {"GET", "clips/{name}/thumbnail", Role::View, "a small picture of it", "", jpeg, getThumbnail},
     {"GET", "clips/{name}/frames/{frame}", Role::View, "a small picture of one frame", "", jpeg, getClipStill},
+    {"GET", "clips/{name}/waveform", Role::View, "how loud it is, as peaks from 0 to 1 in columns", "columns from to", json, getWaveform},
     {"POST", "clips/{name}/{verb}", Role::Operate, "do a verb with this clip: clip, copy, verify, export, protect, unprotect, delete", "wait force medium to in out proxy burn", json, postClipVerb},
     {"GET", "media", Role::View, "the media with their room and how long one can still record", "", json, getMedia},
     {"GET", "list", Role::View, "the play list; its ETag is for If-Match", "", json, getList},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The clips of the active medium: lists, what is known of one, the files themselves.
 #include "companions/panel/panel.h"
+#include "companions/panel/waveforms.h"
 #include "platform/control/clipdescription.h"
 #include "platform/control/marksof.h"
 #include "platform/product/clipfinder.h"
@@ -17,6 +18,8 @@
 #include <QJsonArray>
 
 #include <algorithm>
+#include <cerrno>
+#include <cmath>
 #include <limits>
 #include <mutex>
 #include <set>
@@ -370,6 +373,37 @@ void getClipStill(Panel &panel, const HttpCall &call, Respond respond)
                 QStringLiteral("%1 has no frame %2 that can be shown").arg(words[0]).arg(frame));
         reply.headers = {{"Cache-Control", "private, max-age=60"}};
         return reply;
+    });
+}
+
+void getWaveform(Panel &panel, const HttpCall &call, Respond respond)
+{
+    constexpr qsizetype usual = 500;
+    constexpr qsizetype farthest = std::numeric_limits<int>::max();
+    const auto columns = numberIn(call, "columns", usual, QmxClipWaveform::mostColumns);
+    const auto from = numberIn(call, "from", 0, farthest);
+    const auto to = numberIn(call, "to", farthest, farthest);
+    if (!columns || *columns == 0 || !from || !to)
+        return respond(problemReply(
+            400, "wrong_argument", "the sound cannot be given like that",
+            QStringLiteral("columns from 1 to %1, from and to in frames").arg(QmxClipWaveform::mostColumns)));
+    onWorker(panel, respond, [=, name = call.words.first()](Control &control) {
+        static Waveforms waveforms;
+        const QString path = pathOf(control, name);
+        QmxClipWaveform::Peaks peaks;
+        if (!isFileName(name) || path.isEmpty()) return notThere(control, name);
+        const QmxError error = waveforms.peaks(path, *from, *to, int(*columns), peaks);
+        if (error.value() == EINVAL)
+            return problemReply(404, "no_such_frame", QStringLiteral("%1 has no frames there").arg(name));
+        if (error.value() == EBUSY)
+            return problemReply(429, "busy", "the sound of another clip is being read",
+                                "try again in a moment");
+        if (error.isError()) return notThere(control, name);
+        constexpr double steps = 1000; // finer than any screen shows
+        QJsonArray shown;
+        for (const float peak : peaks.columns)
+            shown.append(std::round(double(peak) * steps) / steps);
+        return jsonReply({{"from", peaks.first}, {"to", peaks.end}, {"peaks", shown}});
     });
 }
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/qmxclipwaveform.h"
 #include "tests/clip/cliptake.h"
 #include "tests/support/testfiles.h"
 
@@ -6,6 +7,7 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 
 TEST(ClipReader, GivesBackEveryFrameExactly)
@@ -72,6 +74,36 @@ TEST(ClipReader, FollowsAClipThatGrowsAndCloses)
     ASSERT_FALSE(reader.refresh().isError());
     EXPECT_TRUE(reader.info().closed);
     EXPECT_EQ(take.equalFrames(reader), 50);
+}
+
+TEST(ClipReader, ShowsWhereAClipIsLoud)
+{
+    const TestDir dir;
+    const QString path = dir.file("loud.mov");
+    ClipTake take({});
+    QmxClipWriter writer;
+    ASSERT_EQ(writer.create(path, take.info), QmxError());
+    for (int i = 0; i < 100; ++i) {
+        QmxFrame frame = take.frame(i);
+        QmxAudio sound = QmxAudio::silence(take.info.audio, 1920);
+        QmxBuffer samples = sound.buffer();
+        if (i == 70) reinterpret_cast<qint32 *>(samples.data())[5] = -(1 << 30);
+        frame.auds() = {sound};
+        ASSERT_EQ(writer.writeFrame(frame), QmxError());
+    }
+    ASSERT_EQ(writer.close(), QmxError());
+    QmxClipWaveform::Peaks peaks;
+    const auto loud = [&](qint64 first, qint64 end, int columns) {
+        EXPECT_EQ(QmxClipWaveform::make(path, first, end, columns, QmxEnvironment::current(), peaks),
+                  QmxError());
+        EXPECT_EQ(std::count(peaks.columns.begin(), peaks.columns.end(), 0.5F), 1);
+        EXPECT_EQ(std::count(peaks.columns.begin(), peaks.columns.end(), 0.0F), peaks.columns.size() - 1);
+        return QList<qint64>{peaks.columns.size(), peaks.columns.indexOf(0.5F)};
+    };
+    EXPECT_EQ(loud(0, 1'000'000, 10), (QList<qint64>{10, 7}));
+    EXPECT_EQ(peaks.end, 100);
+    EXPECT_EQ(loud(50, 90, 1000), (QList<qint64>{40, 20})) << "no more columns than frames";
+    EXPECT_EQ(QmxClipWaveform::make(path, 100, 200, 5, QmxEnvironment::current(), peaks).value(), EINVAL);
 }
 
 TEST(ClipWriter, FillsWhatAFrameLacks)

@@ -3,42 +3,17 @@
 
 #include "platform/qmx/clip/movclaims.h"
 #include "platform/qmx/clip/movcrc.h"
+#include "platform/qmx/clip/movsound.h"
 #include "platform/qmx/clip/qmxclipindex.h"
 #include "platform/qmx/clip/qmxforeignclip.h"
 #include "platform/qmx/core/qmxids.h"
 
-#include <algorithm>
 #include <cerrno>
 
 #include <fcntl.h>
 #include <sys/file.h>
 
 namespace {
-
-/// Adds to `bytes` the samples [first, first + count) of one sound track; what the file lacks stays silent.
-QmxError readSound(MovInput &input, const QmxClipIndex::Sound &sound, qint64 first, qint64 count, qint32 *to,
-                   int step)
-{
-    const int frameBytes = sound.frameBytes();
-    auto chunk = std::upper_bound(
-        sound.chunks.begin(), sound.chunks.end(), first,
-        [](qint64 value, const QmxClipIndex::Chunk &item) { return value < item.firstSample; });
-    if (chunk != sound.chunks.begin()) --chunk;
-    QByteArray bytes;
-    for (; chunk != sound.chunks.end() && chunk->firstSample < first + count; ++chunk) {
-        const qint64 from = std::max(first, chunk->firstSample);
-        const qint64 end = std::min(first + count, chunk->firstSample + chunk->samples);
-        if (end <= from) continue;
-        bytes.resize((end - from) * frameBytes);
-        QmxError error = input.readSmall(bytes.data(), bytes.size(),
-                                         chunk->offset + (from - chunk->firstSample) * frameBytes);
-        if (error.isError()) return error;
-        for (int channel = 0; channel < sound.channels; ++channel)
-            MovPcm::fromFile(reinterpret_cast<const uchar *>(bytes.constData()), end - from, sound.form,
-                             channel, sound.channels, to + (from - first) * step + channel, step);
-    }
-    return {};
-}
 
 /// A folder of pictures is a clip, but none of ours.
 bool isFolder(const QString &path, QmxFiles &files)
@@ -54,7 +29,6 @@ struct QmxClipReader::Private
     explicit Private(const QmxEnvironment &env) : environment(env), input(env) {}
 
     QmxError readPicture(qint64 frame, QmxImage &image);
-    QmxError readAudio(qint64 frame, QmxAudio &audio);
     QmxError openForeign(const QString &path);
 
     QmxEnvironment environment;
@@ -88,25 +62,6 @@ QmxError QmxClipReader::Private::readPicture(qint64 frame, QmxImage &image)
     if (crc && movCrc32c(buffer.constData(), entry.size) != *crc)
         return input.damaged("a frame has changed on the medium");
     image = QmxImage(index.info.image, {buffer});
-    return {};
-}
-
-QmxError QmxClipReader::Private::readAudio(qint64 frame, QmxAudio &audio)
-{
-    const QmxVideoRate rate = index.info.image.frameRate();
-    const int phase = index.soundPhase;
-    const qint64 start = qmxAudioStart(frame + phase, rate) - qmxAudioStart(phase, rate);
-    const int samples = qmxAudioSamples(frame + phase, rate);
-    audio = QmxAudio::silence(index.info.audio, samples);
-    if (!audio.isValid()) return {ENOMEM, QStringLiteral("No memory is left to read clip %1").arg(path)};
-    QmxBuffer buffer = audio.buffer();
-    auto *to = reinterpret_cast<qint32 *>(buffer.data());
-    for (const auto &sound : index.sounds) {
-        QmxError error =
-            readSound(input, sound, start + sound.shift, samples, to, index.info.audio.channels());
-        if (error.isError()) return error;
-        to += sound.channels;
-    }
     return {};
 }
 
@@ -165,7 +120,8 @@ QmxError QmxClipReader::readFrame(qint64 frame, QmxFrame &out)
     QmxAudio audio;
     QmxError error = d->foreign ? d->foreign->readPicture(frame, image) : d->readPicture(frame, image);
     if (!error.isError() && info.audio.isValid())
-        error = d->foreign ? d->foreign->readAudio(frame, audio) : d->readAudio(frame, audio);
+        error =
+            d->foreign ? d->foreign->readAudio(frame, audio) : movReadSound(d->input, d->index, frame, audio);
     if (error.isError()) return error;
     QmxFrame result;
     result.vids().append(image);

@@ -96,6 +96,7 @@ QmxError verifyClips(const std::string &folder, const std::string &clip, const Q
             [&](qint64 done, qint64) { return !pace || pace(before + std::min(done, one.bytes), total); });
         before += one.bytes;
         if (error.value() == ECANCELED || (error.isError() && !clip.empty())) return error;
+        if (error.value() == ENOENT) continue; // deleted meanwhile
         if (error.value() == ENOTSUP || error.value() == ENODATA) {
             ++foreign;
             continue;

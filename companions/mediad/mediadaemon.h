@@ -30,7 +30,8 @@ class QmxTaskThread;
 ///
 /// Threads: everything runs on the event loop but the listener's calls, which come on the store's thread and
 /// only note and wake. Each medium is asked on its helper thread (MediumHelper: at most 100 ms); a thread of
-/// its own ("media-work") repairs clips and makes their pictures. Orders run on "media-jobs".
+/// its own ("media-work") repairs clips and makes their pictures. Orders run on "media-jobs" and
+/// "media-orders" (MediaJobs).
 class MediaDaemon : public QObject, private ConfigEventListener
 {
     Q_OBJECT

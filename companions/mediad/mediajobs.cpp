@@ -9,13 +9,16 @@
 #include "companions/mediad/clipverify.h"
 #include "companions/mediad/orderrules.h"
 #include "platform/product/transferpace.h"
+#include "platform/qmx/clip/qmxclippart.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPointer>
 
+#include <algorithm>
 #include <cerrno>
 #include <mutex>
 #include <utility>
@@ -37,6 +40,24 @@ void comeLast()
     constexpr int thisThread = 1; // IOPRIO_WHO_PROCESS, 0
     constexpr int idleClass = 3 << 13;
     syscall(SYS_ioprio_set, thisThread, 0, idleClass);
+}
+
+bool isLong(const MediaOrder &order)
+{
+    return order.verb == "copy" || order.verb == "verify" || order.verb == "complete" ||
+           order.verb == "export";
+}
+
+/// Whether a clip of this name has to stay as it is until the order has been carried out. A check of all
+/// clips passes over those that go meanwhile.
+bool needs(const MediaOrder &order, const std::string &clip)
+{
+    if (order.clip == clip) return true;
+    const QStringList entries = QString::fromStdString(order.entries).split('\n', Qt::SkipEmptyParts);
+    return std::any_of(entries.begin(), entries.end(), [&clip](const QString &entry) {
+        const auto part = QmxClipPart::fromText(entry);
+        return part && QFileInfo(part->clip).fileName().toStdString() == clip;
+    });
 }
 
 } // namespace
@@ -77,24 +98,36 @@ MediaJobs::MediaJobs(const QmxEnvironment &environment,
     : QObject(parent),
       _environment(environment),
       _told(std::move(told)),
-      _thread(std::make_unique<QmxTaskThread>(QStringLiteral("media-jobs"), bound, environment))
+      _long{std::make_unique<QmxTaskThread>(QStringLiteral("media-jobs"), bound, environment)},
+      _short{std::make_unique<QmxTaskThread>(QStringLiteral("media-orders"), bound, environment)}
 {}
 
 MediaJobs::~MediaJobs()
 {
     _shared->ended = true;
-    _thread->abandon(); // a medium may hang
+    for (const Lane *lane : {&_long, &_short})
+        lane->thread->abandon(); // a medium may hang
+}
+
+bool MediaJobs::isHeldUp(const MediaOrder &order) const
+{
+    return std::any_of(_longOrders.begin(), _longOrders.end(),
+                       [&order](const MediaOrder &before) { return needs(before, order.clip); });
 }
 
 void MediaJobs::start(const MediaOrder &order)
 {
+    const bool takesLong = isLong(order);
+    Lane &lane = takesLong || isHeldUp(order) ? _long : _short;
+    const auto place = takesLong ? _longOrders.insert(_longOrders.end(), order) : _longOrders.end();
     // `self` is looked at on the event loop only, where it is destroyed too.
-    const auto told = [self = QPointer<MediaJobs>(this), order](const MediaOrderState &state) {
+    const auto told = [self = QPointer<MediaJobs>(this), order, &lane, place](const MediaOrderState &state) {
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [self, order, state] {
+            [self, order, state, &lane, place] {
                 if (!self) return;
-                if (state.state != "running") --self->_unfinished;
+                if (state.state != "running") --lane.unfinished;
+                if (state.state != "running" && isLong(order)) self->_longOrders.erase(place);
                 self->_told(order, state);
             },
             Qt::QueuedConnection);
@@ -103,17 +136,19 @@ void MediaJobs::start(const MediaOrder &order)
         const std::lock_guard lock(_shared->mutex);
         _shared->waiting.insert(order.id);
     }
-    const bool posted = _thread->post([order, environment = _environment, shared = _shared, told] {
+    const bool posted = lane.thread->post([order, environment = _environment, shared = _shared, told] {
         run(order, environment, *shared, told);
     });
-    if (!posted) {
+    if (posted) {
+        if (lane.unfinished++ > 0) _told(order, {order.id, "running", 0, "waits for the orders before it"});
+        return;
+    }
+    {
         const std::lock_guard lock(_shared->mutex);
         _shared->waiting.erase(order.id);
     }
-    if (!posted)
-        _told(order, {order.id, "refused", 0, "too many orders are waiting; try again later"});
-    else if (_unfinished++ > 0)
-        _told(order, {order.id, "running", 0, "waits for the orders before it"});
+    if (takesLong) _longOrders.erase(place);
+    _told(order, {order.id, "refused", 0, "too many orders are waiting; try again later"});
 }
 
 void MediaJobs::follow(const MediaParameters &transport)
@@ -171,35 +206,42 @@ QmxError MediaJobs::runLong(const MediaOrder &order, const QmxEnvironment &envir
     return error;
 }
 
-void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
-                    const Told &told)
+/// What takes a moment. The orders before it may have taken long: what was free when it came may be played by
+/// now.
+QmxError MediaJobs::runShort(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
+                             std::string &text)
 {
-    const std::string path = order.from + "/" + order.clip;
-    QmxError error;
-    std::string text = path;
-    std::string report;
+    MediaParameters transport;
     {
         const std::lock_guard lock(shared.mutex);
         shared.waiting.erase(order.id);
-        shared.running = order.id;
-        shared.isCanceled = shared.canceled.erase(order.id) > 0;
+        if (shared.canceled.erase(order.id) > 0)
+            return {ECANCELED, QStringLiteral("the order was cancelled before its turn came")};
+        transport = shared.transport;
     }
-    const bool isLong =
-        order.verb == "copy" || order.verb == "verify" || order.verb == "complete" || order.verb == "export";
-    if (isLong) {
+    const std::string use = whyInUse(order, transport);
+    return use.empty() ? onEveryMedium(order, transport, environment, text)
+                       : QmxError(EBUSY, QString::fromStdString(use));
+}
+
+void MediaJobs::run(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
+                    const Told &told)
+{
+    QmxError error;
+    std::string text = order.from + "/" + order.clip;
+    std::string report;
+    if (isLong(order)) {
+        {
+            const std::lock_guard lock(shared.mutex);
+            shared.waiting.erase(order.id);
+            shared.running = order.id;
+            shared.isCanceled = shared.canceled.erase(order.id) > 0;
+        }
         error = runLong(order, environment, shared, told, text, report);
-    } else {
-        // The orders before it may have taken long: what was free when it came may be played by now.
-        std::unique_lock lock(shared.mutex);
-        const MediaParameters transport = shared.transport;
-        lock.unlock();
-        const std::string use = whyInUse(order, transport);
-        error = use.empty() ? onEveryMedium(order, transport, environment, text)
-                            : QmxError(EBUSY, QString::fromStdString(use));
-    }
-    {
         const std::lock_guard lock(shared.mutex);
         shared.running.clear();
+    } else {
+        error = runShort(order, environment, shared, text);
     }
     if (error.isError())
         told({order.id, "refused", 0, error.toString().toStdString()});

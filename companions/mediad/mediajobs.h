@@ -9,15 +9,18 @@
 
 #include <atomic>
 #include <functional>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <set>
 
 class QmxTaskThread;
 
-/// Carries out orders that take their time, one after the other, on the thread "media-jobs" (at most `bound`
-/// wait; more are refused). A copy gives way to a running take: it pauses whenever frames wait in the
-/// recorder's queue, and is slow in between.
+/// Carries out orders. What reads or writes all of a clip is done one after the other on the thread
+/// "media-jobs" and gives way to a running take: it pauses whenever frames wait in the recorder's queue, and
+/// is slow in between. What takes a moment (to delete, protect, rename) need not wait for that: it is done on
+/// "media-orders", unless the same clip is being copied or exported, or waits to be. At most `bound` wait for
+/// each thread; more are refused.
 ///
 /// Threads: all members on the event loop, where `told` is called too.
 class MediaJobs : public QObject
@@ -57,12 +60,23 @@ private:
     using Told = std::function<void(const MediaOrderState &)>;
     static void run(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
                     const Told &told);
+    static QmxError runShort(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
+                             std::string &text);
     static QmxError runLong(const MediaOrder &order, const QmxEnvironment &environment, Shared &shared,
                             const Told &told, std::string &text, std::string &report);
 
     const QmxEnvironment _environment;
     const std::function<void(const MediaOrder &, const MediaOrderState &)> _told;
     const std::shared_ptr<Shared> _shared = std::make_shared<Shared>();
-    int _unfinished = 0; ///< orders
-    std::unique_ptr<QmxTaskThread> _thread;
+    /// Orders one after the other.
+    struct Lane
+    {
+        std::unique_ptr<QmxTaskThread> thread;
+        int unfinished = 0;
+    };
+    bool isHeldUp(const MediaOrder &order) const;
+
+    std::list<MediaOrder> _longOrders; ///< unfinished
+    Lane _long;
+    Lane _short;
 };

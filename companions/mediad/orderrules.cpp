@@ -14,6 +14,20 @@ const Medium *find(const std::vector<Medium> &media, const std::string &path)
     return found == media.end() ? nullptr : &*found;
 }
 
+/// Whoever may give orders must not reach by them what only this program may write: files are made on media
+/// and nowhere else.
+std::string whyNotTo(const std::string &path, const std::vector<Medium> &media)
+{
+    const bool leadsAway = (path + "/").find("/../") != std::string::npos;
+    const auto medium = std::find_if(media.begin(), media.end(),
+                                     [&path](const Medium &one) { return path.starts_with(one.path + "/"); });
+    if (leadsAway || medium == media.end())
+        return path +
+               " is on no medium: exports go to media (`xpctl media` lists them), and can be copied from "
+               "there to wherever you may write";
+    return medium->writable ? std::string() : medium->path + " cannot be written; remount or replace it";
+}
+
 } // namespace
 
 std::string whyInUse(const MediaOrder &order, const MediaParameters &is)
@@ -30,9 +44,8 @@ std::string whyInUse(const MediaOrder &order, const MediaParameters &is)
 
 std::string whyRefused(const MediaOrder &order, const std::vector<Medium> &media, const MediaParameters &is)
 {
-    // Where it goes is anywhere that this program may write, and its sources say themselves whether they are
-    // there.
-    if (order.verb == "export") return {};
+    // Its sources say themselves whether they are there.
+    if (order.verb == "export") return whyNotTo(order.to, media);
     const Medium *from = find(media, order.from);
     if (!from) return "no medium is mounted at '" + order.from + "'; `xpctl media` lists them";
     if (order.verb == "verify") return {}; // also one that is being recorded

@@ -280,9 +280,14 @@ Answer performExport(const VerbCall &call)
         return Answer::refused(Cause::Deck, "nothing_to_play", "the play list is empty");
     // Who is not at the machine reaches the media and nothing else.
     const bool isElsewhere = clip.find('/') != std::string::npos && !isOnMedium(recorder, clip);
-    if (call.who.isNetwork() && (isElsewhere || !isOnMedium(recorder, order.to)))
-        return Answer::refused(Cause::Argument, "wrong_argument", "clips come from media and go to media",
+    if (call.who.isNetwork() && isElsewhere)
+        return Answer::refused(Cause::Argument, "wrong_argument", "clips come from media",
                                "`xpctl media` lists them");
+    if (!isOnMedium(recorder, order.to))
+        return Answer::refused(
+            Cause::Argument, "wrong_argument",
+            QString::fromStdString(order.to) + " is on no medium, and exports go to media",
+            "`xpctl media` lists them; what has been exported can be copied to wherever you may write");
     return giveOrder(given, order);
 }
 

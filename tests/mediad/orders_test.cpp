@@ -233,6 +233,25 @@ TEST_F(Copy, aClipThatIsPlayedWhenItsTurnComesIsNotDeleted)
     EXPECT_TRUE(QFile::exists(from));
 }
 
+TEST_F(Copy, whatTakesAMomentDoesNotWaitForOtherClips)
+{
+    const std::string folder = dir.path().toStdString();
+    writeAll(dir.file("other.mov"), content);
+    QStringList told;
+    MediaJobs jobs(environment, [&told](const MediaOrder &order, const MediaOrderState &state) {
+        if (state.state != "running") told << QString::fromStdString(order.verb + " " + state.state);
+    });
+    files->hang(FaultyFiles::Pread);
+    jobs.start({"1", "copy", "take.mov", folder, folder + "/to"});
+    jobs.start({"2", "protect", "take.mov", folder, ""});
+    jobs.start({"3", "delete", "other.mov", folder, ""});
+    EXPECT_TRUE(Stepper::runUntil([&told] { return !told.isEmpty(); }));
+    EXPECT_EQ(told, QStringList("delete done"));
+    files->release();
+    EXPECT_TRUE(Stepper::runUntil([&told] { return told.size() == 3; }));
+    EXPECT_EQ(told, QStringList({"delete done", "copy done", "protect done"}));
+}
+
 TEST(MediaOrders, nonsenseIsRefusedWithASentence)
 {
     const char *const good =
@@ -281,7 +300,14 @@ TEST(MediaOrders, nonsenseIsRefusedWithASentence)
     EXPECT_EQ(whyRefused({"", "delete", "take.mov", "/media/B", ""}, media, is), "");
     EXPECT_NE(whyRefused({"", "protect", "gone.mov", "/media/B", ""}, media, is), "");
     EXPECT_NE(whyRefused({"", "protect", "take.mov", "/media/C", ""}, media, is), "");
+    const auto exported = [&](const char *to) {
+        return whyRefused({"", "export", "", "/media/A", to, false, "take.mov"}, media, is);
+    };
+    EXPECT_EQ(exported("/media/B/part.mov"), "");
+    for (const char *to : {"/etc/part.mov", "/media/B/../../etc/part.mov", "/media/Bx/part.mov", "part.mov"})
+        EXPECT_NE(exported(to), "") << to;
     media[1].writable = false;
+    EXPECT_NE(exported("/media/B/part.mov"), "");
     EXPECT_NE(whyRefused(*order, media, is), "");
     EXPECT_NE(whyRefused({"", "protect", "take.mov", "/media/B", ""}, media, is), "");
 }

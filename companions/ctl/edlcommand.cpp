@@ -21,7 +21,7 @@ ExitCode save(Recorder &recorder, const Report &report, const QString &file, con
     } else {
         const Material material = Material::of(recorder, clip);
         if (!material.isThere()) return report.error(ExitCode::Refused, material.why);
-        const ClipMarks marks = ClipMarksFile::read(material.path, why);
+        const ClipMarks marks = ClipMarksFile::read(material.path, why, recorder.environment());
         if (why.isEmpty()) text = EdlOf::marks(material, marks, why);
     }
     if (!text) return report.error(ExitCode::Refused, why);
@@ -65,7 +65,7 @@ ExitCode load(Recorder &recorder, const Report &report, const QString &file, con
             now = *marks;
             return {};
         },
-        told);
+        told, markingEnvironment(recorder));
     if (error.isError()) return report.error(ExitCode::Refused, error.toString());
     recorder.write(eParam_MarksChanged, material.clip);
     report.result(QStringLiteral("%1 has the marks of %2").arg(material.clip, file),

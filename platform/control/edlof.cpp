@@ -62,10 +62,24 @@ QString whyOtherRate(const Edl &edl, const Edl::Event &event, const QmxClipInfo 
     return {};
 }
 
+/// Programs leave the ending of a name out.
 bool isOfClip(const Edl::Event &event, const QString &clip)
 {
     return event.clip.isEmpty() ? event.reel.compare(Edl::reelOf(clip), Qt::CaseInsensitive) == 0
-                                : event.clip == clip;
+                                : event.clip == clip || event.clip == clip.section('.', 0, -2);
+}
+
+/// An event that is as long in the list as in its clip; else it was to be played at another speed.
+bool isAtItsSpeed(const Edl::Event &event, const QmxTimecode &kind)
+{
+    const auto frames = [&kind](QmxTimecode from, QmxTimecode to) {
+        for (QmxTimecode *const one : {&from, &to}) {
+            one->setFPS(kind.fps());
+            one->setDropFrame(kind.isDropFrame());
+        }
+        return to.toFrameNumber() - from.toFrameNumber();
+    };
+    return frames(event.sourceIn, event.sourceOut) == frames(event.recordIn, event.recordOut);
 }
 
 /// The frames of an event in the file that it is from.
@@ -160,6 +174,43 @@ std::optional<ClipMarks> EdlOf::marksFrom(const QString &text, const Material &m
     return {};
 }
 
+namespace {
+/// The entry of a play list that an event becomes. Of a reel there may be several clips; its timecode tells
+/// which one is meant. What other programs have made, as a proxy, stands behind the clips of our own.
+std::optional<QString> entryOf(const Edl &edl, const Edl::Event &event, const QStringList &names,
+                               const Recorder &recorder, QString &why)
+{
+    const QString called = event.clip.isEmpty() ? event.reel : event.clip;
+    why = QStringLiteral("there is no clip '%1' on the active medium").arg(called);
+    QStringList own, foreign;
+    for (const QString &name : names) {
+        if (!isOfClip(event, name)) continue;
+        const Material material = Material::of(recorder, name);
+        if (!material.isThere()) {
+            why = material.why;
+            continue;
+        }
+        const auto range = rangeOf(edl, event, material, why);
+        if (!range) continue;
+        if (!isAtItsSpeed(event, material.info.timecodeAt(0))) {
+            why = QStringLiteral(
+                      "%1 from %2 to %3 is of another length in the list: no speed but its own can be "
+                      "played there")
+                      .arg(name, event.sourceIn.toString(), event.sourceOut.toString());
+            return {};
+        }
+        (material.info.foreign ? foreign : own)
+            .append(QStringLiteral("%1[%2-%3)").arg(name).arg(range->first).arg(range->end));
+    }
+    const QStringList &found = own.isEmpty() ? foreign : own;
+    if (found.size() == 1) return found.first();
+    if (!found.isEmpty())
+        why = QStringLiteral("'%1' from %2 may be %3; a line '* FROM CLIP NAME: ...' tells which")
+                  .arg(called, event.sourceIn.toString(), found.join(QStringLiteral(" or ")));
+    return {};
+}
+} // namespace
+
 std::optional<QStringList> EdlOf::listFrom(const QString &text, Recorder &recorder, QString &why)
 {
     const auto edl = Edl::fromText(text, why);
@@ -170,21 +221,9 @@ std::optional<QStringList> EdlOf::listFrom(const QString &text, Recorder &record
         names.append(QString::fromStdString(clip.getName()));
     QStringList entries;
     for (const Edl::Event &event : edl->events) {
-        const auto name = std::find_if(names.begin(), names.end(),
-                                       [&event](const QString &clip) { return isOfClip(event, clip); });
-        if (name == names.end()) {
-            why = QStringLiteral("there is no clip '%1' on the active medium")
-                      .arg(event.clip.isEmpty() ? event.reel : event.clip);
-            return {};
-        }
-        const Material material = Material::of(recorder, *name);
-        if (!material.isThere()) {
-            why = material.why;
-            return {};
-        }
-        const auto range = rangeOf(*edl, event, material, why);
-        if (!range) return {};
-        entries.append(QStringLiteral("%1[%2-%3)").arg(*name).arg(range->first).arg(range->end));
+        const auto entry = entryOf(*edl, event, names, recorder, why);
+        if (!entry) return {};
+        entries.append(*entry);
     }
     return entries;
 }

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/marksof.h"
 
+#include "platform/product/channelviews.h"
+#include "platform/qmx/core/qmxchannel.h"
+#include "platform/qmx/core/qmxplaces.h"
+
 #include <QFileInfo>
 #include <QJsonArray>
 
@@ -15,7 +19,7 @@ Material Material::of(const Recorder &recorder, const QString &name)
     const bool isPath = part->clip.startsWith('/');
     material.path = isPath ? part->clip : recorder.text(eParam_ActiveMediaPath) + '/' + part->clip;
     material.clip = QFileInfo(material.path).fileName();
-    if (!QFileInfo(material.path).exists()) {
+    if (!QFileInfo::exists(recorder.here(material.path))) {
         material.why = QStringLiteral("there is no clip %1").arg(material.path);
         return material;
     }
@@ -56,6 +60,13 @@ std::optional<qint64> Material::frameOnOutput(const Recorder &recorder) const
     QmxClipPart::Range played;
     if (current->resolve(info, played).isError()) return {};
     return played.first + recorder.counter("frame_on_output");
+}
+
+QmxEnvironment markingEnvironment(const Recorder &recorder)
+{
+    const QmxEnvironment &own = recorder.environment();
+    const int owner = ChannelViews::playsOf(own.places->channel);
+    return owner > 0 ? QmxChannel::environmentOf(owner) : own;
 }
 
 QJsonObject marksObject(const ClipMarks &marks, const QmxClipInfo &info)

@@ -29,5 +29,8 @@ struct Material
     std::optional<qint64> frameOnOutput(const Recorder &recorder) const;
 };
 
+/// As whom the marks of clips are changed: a replay channel cannot write where the clips lie that it plays,
+/// so there it is the channel whose clips they are.
+QmxEnvironment markingEnvironment(const Recorder &recorder);
 /// The marks of a clip as fronts tell them.
 QJsonObject marksObject(const ClipMarks &marks, const QmxClipInfo &info);

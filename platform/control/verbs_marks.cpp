@@ -55,7 +55,7 @@ Answer changeMarks(const VerbCall &call, const Material &material,
             after = marks;
             return wrong;
         },
-        told, call.recorder.environment());
+        told, markingEnvironment(call.recorder));
     if (error.isError())
         return Answer::refused(Cause::Deck, error.value() == EINVAL ? "outside" : "marks_not_kept",
                                error.toString(), error.value() == EINVAL ? material.describe() : QString());

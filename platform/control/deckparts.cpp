@@ -336,4 +336,8 @@ void DeckMemory::fill(DeckState &state)
     state.grows = value("material_grows") != 0;
     state.liveDistance = state.grows ? value("live_distance") : -1;
     if (state.grows) state.length = value("material_frames");
+    // Faster play that has come up to the newest frame goes on at normal speed, whatever was asked for.
+    constexpr double atTheEdge = 1.5; // s
+    if (state.grows && state.speed > 1 && double(state.liveDistance) < atTheEdge * state.rate)
+        state.speed = 1;
 }

@@ -2,6 +2,7 @@
 // Playback: runs, set-ups in the queue, steps, dropped and key frames.
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxids.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"
@@ -60,6 +61,30 @@ TEST_F(Playback, showsEveryFrameForOneTickInOrderAndDecodesItOnce)
     EXPECT_TRUE(bench.device->writeFrame(bench.frame(11)).isError());
     Stepper::deliver();
     EXPECT_EQ(bench.takeSignals(), QStringList({"write failed"}));
+}
+
+TEST_F(Playback, fasterPlayIsHeardWhereItFollowsAClipThatGrows)
+{
+    bench.device->setProperty(QmxIds::direction, QVariant::fromValue(QmxIds::directionFastForward));
+    const auto heard = [this](int first, int stride) {
+        constexpr int count = 20;
+        for (int i = 0; i < count; ++i) {
+            QmxFrame frame = bench.frame(first + i * stride, true);
+            frame.auds() = {QmxAudio::silence(DeviceBench::playbackSetup().audioDesc(), 1920)};
+            bench.device->writeFrame(frame);
+        }
+        Stepper::runTicks(count);
+        const std::lock_guard lock(bench.edges->mutex);
+        const auto shown = std::exchange(bench.edges->shown, {});
+        EXPECT_EQ(shown.last().metadata.value(QmxId(1)).toInt(), first + (count - 1) * stride);
+        return std::count_if(shown.begin(), shown.end(),
+                             [](const QmxOutputFrame &frame) { return frame.audio.isValid(); });
+    };
+    QmxCounters &counters = QmxEnvironment::current().deck->counters;
+    EXPECT_EQ(heard(1, 1), 0) << "of a clip that does not grow";
+    counters.set(QmxCounters::MaterialGrows, 1);
+    EXPECT_EQ(heard(100, 4), 0) << "on its way there";
+    EXPECT_EQ(heard(200, 1), 15) << "all but the first of a row, which make it certain";
 }
 
 TEST_F(Playback, startsARunWithFourDecodedFramesOrAfterATime)

@@ -101,6 +101,7 @@ private:
     void captureStep(const CardInput &seen, const QmxTick &tick, QmxOutputFrame &output);
     void showOnly(const CardInput &seen, QmxOutputFrame &output);
     void playbackStep(const CardInput &seen, QmxOutputFrame &output);
+    bool followsLive() const;
     void inputAlarms(const CardInput &seen);
     void routeInput(const CardInput &seen, QmxOutputFrame &output) const;
     OutputStage::Work outputWork(QmxOutputFrame &output);
@@ -158,6 +159,7 @@ private:
     std::unique_ptr<QmxSource> _internal;
     OutputStage _output;
     QmxOutputFrame _last; ///< before conversion, without superimposed text
+    int _inOrder = 0;     ///< ticks of playback in a row that each showed the next frame
     qint64 _clockIndex = 0;
     qint64 _wallOffset = 0; ///< from the clock's time to the time of day; 0: not known yet
     CardAlarms _alarms;

@@ -312,9 +312,21 @@ void LumenEngine::playbackStep(const CardInput &seen, QmxOutputFrame &output)
     const auto number = frame.meta().value(QmxIds::frameNumber);
     output.isRepeat = !step.newFrame || (output.picture.sharesWith(_last.picture) &&
                                          number == _last.metadata.value(QmxIds::frameNumber));
-    if (step.newFrame && !shown.hold && !frame.auds().isEmpty()) output.audio = frame.auds().first();
+    _inOrder = step.newFrame && number.toInt() == _last.metadata.value(QmxIds::frameNumber).toInt() + 1
+                   ? _inOrder + 1
+                   : 0;
+    const bool isHeard = step.newFrame && (!shown.hold || followsLive());
+    if (isHeard && !frame.auds().isEmpty()) output.audio = frame.auds().first();
     _alarms.picture(shown.picture.get());
     routeInput(seen, output);
+}
+
+/// Faster play has come up to the newest frame of a clip that grows, and goes on from there at normal speed.
+bool LumenEngine::followsLive() const
+{
+    constexpr int certain = 5; // no faster play shows so many frames in a row
+    return _inOrder >= certain && _direction == QmxIds::directionFastForward &&
+           _environment.deck->counters.value(QmxCounters::MaterialGrows) != 0;
 }
 
 /// The outputs may show the input while something else plays.

@@ -25,6 +25,10 @@ QString happened(const QJsonObject &take)
     for (const auto &row : rows)
         if (const qint64 count = take.value(QLatin1String(row.field)).toInteger(); count > 0)
             parts.append(QString::fromLatin1(row.text).arg(count));
+    const QJsonObject late = take.value("late_start").toObject();
+    if (const qint64 frames = late.value("frames").toInteger(); frames > 0)
+        parts.append(
+            QStringLiteral("begun %1 frames behind %2").arg(frames).arg(late.value("asked").toString()));
     if (const qsizetype breaks = take.value("timecode_breaks").toArray().size(); breaks > 0)
         parts.append(QStringLiteral("%1 timecode breaks").arg(breaks));
     if (take.value("closed_by").toString() == "repair") parts.append(QStringLiteral("ended by a crash"));

@@ -126,6 +126,8 @@ void MediaDaemon::ParamChanged(eParam_t id, unsigned value, timeval)
         ++_playCommands;
         break;
     case eParam_TransportStatus:
+        if (TransportStatus(value) == TransportStatus::Recording) _takeBegun = true;
+        break;
     case eParam_TransportRunning:
     case eParam_RolloverEnabled:
         break;
@@ -194,7 +196,7 @@ void MediaDaemon::step()
     for (const std::string &path : orders.repairs)
         repair(path);
     takeOrders(now, is);
-    careForCopies(now, is);
+    careForCopies(now, is, happened.takeBegun);
     report(now, is);
     _clips.follow(now, is.active, _store.text(eParam_PlayList));
     picture(is);
@@ -276,8 +278,8 @@ MediaParameters MediaDaemon::parameters()
 
 MediaEvents MediaDaemon::events()
 {
-    return {_rolloversDone.exchange(0), _commands.exchange(0), _playCommands.exchange(0),
-            _activeSet.exchange(false), _listingWanted.exchange(false)};
+    return {_rolloversDone.exchange(0), _commands.exchange(0),          _playCommands.exchange(0),
+            _activeSet.exchange(false), _listingWanted.exchange(false), _takeBegun.exchange(false)};
 }
 
 void MediaDaemon::log(const MediaWrite &order)
@@ -442,13 +444,13 @@ void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParame
 }
 
 /// What is missing in one copy of a take on two media comes from the other one.
-void MediaDaemon::careForCopies(const std::vector<Medium> &media, const MediaParameters &is)
+void MediaDaemon::careForCopies(const std::vector<Medium> &media, const MediaParameters &is, bool takeBegun)
 {
     if (_first) {
         _copiesKept = _store.text(eParam_MirrorPending);
         _copies.load(_copiesKept);
     }
-    if (const auto order = _copies.step(_environment.clock->now(), media, is)) _jobs.start(*order);
+    if (const auto order = _copies.step(_environment.clock->now(), media, is, takeBegun)) _jobs.start(*order);
     const std::string pending = _copies.print();
     if (pending != _copiesKept && _store.write({eParam_MirrorPending, MediaWrite::Text, 0, pending}))
         _copiesKept = pending;

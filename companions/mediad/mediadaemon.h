@@ -72,7 +72,7 @@ private:
                         std::vector<MediaWrite> &writes);
     bool takeScheduleOrder(const MediaOrder &order);
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);
-    void careForCopies(const std::vector<Medium> &media, const MediaParameters &is);
+    void careForCopies(const std::vector<Medium> &media, const MediaParameters &is, bool takeBegun);
     void orderTold(const MediaOrder &order, const MediaOrderState &state);
     void report(const std::vector<Medium> &media, const MediaParameters &is);
 
@@ -105,6 +105,7 @@ private:
     std::atomic<int> _playCommands = 0;
     std::atomic<bool> _activeSet = false;
     std::atomic<bool> _listingWanted = false;
+    std::atomic<bool> _takeBegun = false;
     std::mutex _ordersMutex;
     std::deque<std::string> _orders; ///< as they came
     MediaStore _store;               ///< last: it goes first, and with it the listener's calls

@@ -37,6 +37,7 @@ struct MediaEvents
     int playCommands = 0;       ///< of them those after which a playback may run (all but stop)
     bool activeSet = false;     ///< somebody has chosen the active medium
     bool listingWanted = false; ///< the transport has missed a listing
+    bool takeBegun = false;
 };
 
 /// One write to the store.

@@ -49,16 +49,31 @@ std::string MirrorCare::print() const
     return QJsonDocument(array).toJson(QJsonDocument::Compact).toStdString();
 }
 
+/// Which media the clips of a take are on is decided when it begins: one of them may be gone a moment later.
+void MirrorCare::follow(const std::vector<Medium> &media, const MediaParameters &is, bool runs)
+{
+    if (!runs || _pair.one.empty())
+        _pair = {is.active, is.mirror, is.currentClip};
+    else if (is.active != _pair.one && is.active != _pair.other && mediumAt(media, _pair.one))
+        _pair = {is.active, is.mirror, _pair.clipBefore}; // the take has moved on
+}
+
 /// Every clip of a take that is to be on two media: whether it is will be looked at when the take has ended.
 void MirrorCare::note(const std::vector<Medium> &media, const MediaParameters &is)
 {
-    const Medium *active = mediumAt(media, is.active);
-    const Medium *mirror = mediumAt(media, is.mirror);
-    if (is.mirror.empty() || !active || active == mirror) return;
-    for (const std::string &clip : active->recorded) {
+    const Medium *const places[] = {mediumAt(media, _pair.one), mediumAt(media, _pair.other)};
+    if (_pair.other.empty() || places[0] == places[1]) return;
+    const auto add = [this](const std::string &clip) {
         const bool known = std::any_of(_pending.begin(), _pending.end(),
                                        [&clip](const Pending &entry) { return entry.clip == clip; });
-        if (!known) _pending.push_back({clip, is.active, is.mirror});
+        if (!known) _pending.push_back({clip, _pair.one, _pair.other});
+    };
+    for (const Medium *place : places) {
+        if (!place) continue;
+        for (const std::string &clip : place->recorded)
+            add(clip);
+        // A take that was over before anybody saw it grow.
+        if (is.currentClip != _pair.clipBefore && place->holds(is.currentClip)) add(is.currentClip);
     }
     if (_pending.size() > most) _pending.erase(_pending.begin(), _pending.end() - most);
 }
@@ -76,11 +91,14 @@ void MirrorCare::noteMounts(const std::vector<Medium> &media)
 }
 
 std::optional<MediaOrder> MirrorCare::step(std::int64_t now, const std::vector<Medium> &media,
-                                           const MediaParameters &is)
+                                           const MediaParameters &is, bool tookPlace)
 {
     const bool recording = is.daemonRuns && is.status == TransportStatus::Recording;
+    const bool runs = recording || tookPlace || _wasRecording;
+    _wasRecording = recording;
     noteMounts(media);
-    if (recording) note(media, is);
+    follow(media, is, runs);
+    if (runs) note(media, is);
     if (recording || _underWay) return std::nullopt;
     for (Pending &entry : _pending) {
         const Medium *one = mediumAt(media, entry.one);

@@ -23,9 +23,9 @@ public:
     std::string print() const;
 
     /// `now` in nanoseconds of a steady clock. The next completion to be begun, one at a time; ended() tells
-    /// what became of it.
+    /// what became of it. `tookPlace`: a take has begun since the step before; it may have ended again.
     std::optional<MediaOrder> step(std::int64_t now, const std::vector<Medium> &media,
-                                   const MediaParameters &is);
+                                   const MediaParameters &is, bool tookPlace = false);
     void ended(std::int64_t now, const MediaOrder &order, bool done);
     bool isEmpty() const { return _pending.empty(); }
 
@@ -37,10 +37,20 @@ private:
         std::string other;
         std::int64_t notBefore = 0;
     };
+    /// Folders that a take is written to, and the clip that was the current one before it.
+    struct Pair
+    {
+        std::string one;
+        std::string other;
+        std::string clipBefore;
+    };
+    void follow(const std::vector<Medium> &media, const MediaParameters &is, bool runs);
     void note(const std::vector<Medium> &media, const MediaParameters &is);
     void noteMounts(const std::vector<Medium> &media);
 
     std::vector<Pending> _pending;
     std::map<std::string, std::uint64_t> _mounts; ///< by path
+    Pair _pair;
+    bool _wasRecording = false;
     bool _underWay = false;
 };

@@ -10,8 +10,6 @@ constexpr std::int64_t millisecond = 1'000'000;
 constexpr std::int64_t second = 1000 * millisecond;
 /// Commands are given again while they have no effect.
 constexpr std::int64_t commandEvery = 2 * second;
-/// A start that is past is one so much ahead: the time that the command takes.
-constexpr std::int64_t lateStart = 2 * second;
 /// A take without an end that could not begin for so long is given up.
 constexpr std::int64_t longestWait = 600 * second;
 /// Late by more than this is an alarm.
@@ -62,13 +60,9 @@ bool ScheduleMachine::isDue(std::int64_t wall)
 
 void ScheduleMachine::arm(const ScheduledTake &take, const View &view, Orders &orders)
 {
-    ScheduledTake told = take;
-    if (view.wall > take.start - commandSeconds * second / 2) {
-        told.start = view.wall + lateStart;
-        told.startTimecode.clear();
-    }
-    orders.writes.push_back({eParam_RecordEnd, MediaWrite::Text, 0, told.endText()});
-    orders.writes.push_back({eParam_RecordStart, MediaWrite::Text, 0, told.startText()});
+    // Also when it is past: the recorder begins as near to it as its memory reaches, and says so.
+    orders.writes.push_back({eParam_RecordEnd, MediaWrite::Text, 0, take.endText()});
+    orders.writes.push_back({eParam_RecordStart, MediaWrite::Text, 0, take.startText()});
     if (_armed != take.number) _commanded = 0;
     _armed = take.number;
     _armedRecorder = view.recorder;

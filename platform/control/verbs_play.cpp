@@ -14,7 +14,7 @@ std::optional<Answer> takeRuns(const VerbCall &call)
 {
     if (!takeRunsOrBegins(call.recorder)) return {};
     if (call.request.force) {
-        const Answer ended = endOfTake(call.recorder);
+        const Answer ended = endOfTake(call.recorder, call.request.progress);
         return ended.isDone() ? std::nullopt : std::optional(ended);
     }
     return Answer::refused(Cause::Deck, "take_runs", "a take is being recorded",

@@ -15,7 +15,32 @@
 
 #include <sys/statfs.h>
 
-Answer endOfTake(Recorder &recorder)
+namespace {
+using Progress = std::function<void(int percent, const QString &text)>;
+
+/// Waits until `ended`, however long frames go on becoming safe: a take that began in the past may have
+/// gigabytes to write behind its end.
+bool awaitFrames(const Recorder &recorder, const std::function<bool()> &ended, const Progress &progress)
+{
+    constexpr int tellEvery = 500; // ms
+    constexpr int whole = 100;     // percent
+    const auto safe = [&recorder] { return recorder.counter("recorded_up_to"); };
+    const auto tell = [&] {
+        const qint64 frames = recorder.counter("current_clip_frames");
+        if (!progress || frames <= 0) return;
+        progress(int(std::clamp<qint64>(safe() * whole / frames, 0, whole)),
+                 QStringLiteral("%1 of %2 frames are safe").arg(safe()).arg(frames));
+    };
+    for (qint64 before = -1; safe() > before;) {
+        before = safe();
+        if (recorder.waitFor(ended, Wait::effectWithin, tell, tellEvery)) return true;
+        if (recorder.isAbandoned() || !recorder.daemonIsRunning()) return false;
+    }
+    return false;
+}
+} // namespace
+
+Answer endOfTake(Recorder &recorder, const Progress &progress)
 {
     const QString reason = give(recorder, TransportCommand::Stop);
     if (!reason.isEmpty()) return storeError(reason);
@@ -24,7 +49,7 @@ Answer endOfTake(Recorder &recorder)
         return recorder.status() == TransportStatus::Stopped && storage != StorageState::InUse &&
                storage != StorageState::RolloverDone;
     };
-    if (!recorder.waitFor(ended, Wait::effectWithin)) return gaveUp(recorder, "the take has not ended");
+    if (!awaitFrames(recorder, ended, progress)) return gaveUp(recorder, "the take has not ended");
     return Answer::done();
 }
 
@@ -159,11 +184,18 @@ QString pathOf(const Recorder &recorder)
     return recorder.text(eParam_ActiveMediaPath) + "/" + recorder.clip();
 }
 
+/// The take has begun behind the frame that record_start asked for; empty: it has not.
+QString lateness(qint64 frames)
+{
+    return frames > 0 ? QStringLiteral(", begun %1 frames behind record_start").arg(frames) : QString();
+}
+
 Answer recording(const Recorder &recorder)
 {
     const QString path = pathOf(recorder);
-    return Answer::done(QStringLiteral("recording %1").arg(path),
-                        {{"clip", recorder.clip()}, {"path", path}});
+    const qint64 late = recorder.counter("start_late");
+    return Answer::done(QStringLiteral("recording %1%2").arg(path, lateness(late)),
+                        {{"clip", recorder.clip()}, {"path", path}, {"late_frames", late}});
 }
 } // namespace
 
@@ -212,10 +244,12 @@ Answer performRecord(const VerbCall &call)
                       start.newErrors());
     }
     const bool interrupted = Recorder::forgetInterrupt() || start.interrupted; // the end is waited for
-    if (const Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
+    if (const Answer ended = endOfTake(recorder, call.request.progress); !ended.isDone()) return ended;
     const qint64 frames = recorder.counter("recorded_up_to");
-    Answer answer = Answer::done(QStringLiteral("recorded %1 frames into %2").arg(frames).arg(path),
-                                 {{"clip", clip}, {"path", path}, {"frames", frames}});
+    const qint64 late = recorder.counter("start_late");
+    Answer answer =
+        Answer::done(QStringLiteral("recorded %1 frames into %2%3").arg(frames).arg(path, lateness(late)),
+                     {{"clip", clip}, {"path", path}, {"frames", frames}, {"late_frames", late}});
     answer.isEnded = interrupted;
     return answer;
 }
@@ -279,7 +313,7 @@ Answer performStop(const VerbCall &call)
             return reason.isEmpty() ? Answer::done() : storeError(reason);
         }
         const QString clip = recorder.clip();
-        const Answer ended = endOfTake(recorder);
+        const Answer ended = endOfTake(recorder, call.request.progress);
         if (!ended.isDone()) return ended;
         const qint64 frames = recorder.counter("recorded_up_to");
         return Answer::done(QStringLiteral("recorded %1 frames into %2").arg(frames).arg(clip),
@@ -330,7 +364,7 @@ Answer performStopWithoutStore(Recorder &recorder)
         return now - lastAt > fewFrames * QmxClock::nsPerMillisecond &&
                recorder.counter("recorded_up_to") >= recorder.counter("current_clip_frames");
     };
-    if (!recorder.waitFor(isClosed, Wait::effectWithin))
+    if (!awaitFrames(recorder, isClosed, {}))
         return Answer::givenUp(Cause::Deck, "no_effect", "the take has not ended, and " + problem);
     const qint64 frames = recorder.counter("recorded_up_to");
     return Answer::done(

@@ -4,8 +4,10 @@
 #include "platform/control/recorder.h"
 #include "platform/control/verbs.h"
 
-/// Stops the take that runs and waits until its clip is closed.
-Answer endOfTake(Recorder &recorder);
+/// Stops the take that runs and waits until its clip is closed: as long as its frames go on becoming safe.
+/// `progress`: as a request has it.
+Answer endOfTake(Recorder &recorder,
+                 const std::function<void(int percent, const QString &text)> &progress = {});
 /// Who has asked for a take a moment ago that the status does not tell yet; it may be refused still.
 std::optional<Who> takeOnItsWay(const Recorder &recorder);
 /// A take runs; of one on its way it is waited for.

@@ -79,6 +79,7 @@ enum eParam_t : std::uint32_t {
     eParam_RecordEnd = 0x50000062,
     eParam_RecordSchedule = 0x50000063,
     eParam_AlarmScheduledTake = 0x50000064,
+    eParam_AlarmStartLate = 0x50000065,
     eParam_MirrorMediaPath = 0x50000070,
     eParam_MirrorPending = 0x50000071,
     // Playback

@@ -170,6 +170,21 @@ TEST_F(ClipProof, ACrashLeavesTheChainAndTheRepairCompletesTheProof)
     EXPECT_EQ(closed.take["medium"], dir.path());
 }
 
+TEST(ClipChecksum, IsTheSameInOnePieceAndInMany)
+{
+    EXPECT_EQ(movCrc32c("123456789", 9), 0xE3069283); // RFC 3720 has the polynomial, this is its check value
+    QByteArray bytes(20'000, Qt::Uninitialized);
+    std::mt19937 chance(3);
+    for (char &byte : bytes)
+        byte = char(chance());
+    for (const qsizetype size : {3071, 3072, 3073, 6144, 9999, 20'000}) {
+        quint32 pieces = 0;
+        for (qsizetype i = 0; i < size; i += 100)
+            pieces = movCrc32c(bytes.constData() + i, size_t(std::min<qsizetype>(100, size - i)), pieces);
+        EXPECT_EQ(movCrc32c(bytes.constData(), size_t(size)), pieces) << size;
+    }
+}
+
 TEST_F(ClipProof, TheChainIsWhatB3sumMakesOfTheFrames)
 {
     made(true);

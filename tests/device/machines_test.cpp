@@ -330,6 +330,38 @@ TEST(PlaybackQueue, aFrameThatIsDecodedTooLateIsDroppedOnce)
     EXPECT_TRUE(queue.tick(0).dropped); // the next one
 }
 
+TEST(CaptureQueue, remembersNoMoreThanItMayAndATakeBeginsWithTheNewestOfIt)
+{
+    CaptureQueue queue;
+    queue.setBounds(40, 1 << 20);
+    const qint64 bytes = QmxBuffer::allocate(4096).capacity();
+    constexpr int may = 10;
+    queue.setMemory({1000, may * bytes}); // more seconds than there is memory for
+    const auto pass = [&](int from, int to) {
+        for (int number = from; number < to; ++number) {
+            const auto frame = std::make_shared<CapturedFrame>();
+            frame->number = number;
+            frame->hasPicture = true;
+            queue.push(frame);
+            EXPECT_EQ(queue.takeUncoded().size(), 1);
+            EXPECT_FALSE(queue.coded(frame, QmxBuffer::allocate(4096)));
+            queue.skip();
+            EXPECT_LE(queue.memory().bytes(), may * bytes);
+        }
+    };
+    pass(1, 200);
+    EXPECT_EQ(queue.memory().size(), may);
+    queue.beginRecord(199, {{}, 1000});
+    EXPECT_EQ(queue.size(), may);
+    for (int number = 200 - may; number < 200; ++number)
+        EXPECT_EQ(queue.take()->number, number);
+    // Nothing of it again.
+    queue.endRecord();
+    pass(200, 203);
+    queue.beginRecord(202, {{}, 1000});
+    EXPECT_EQ(queue.take()->number, 200);
+}
+
 TEST(TakeGate, countsForTheTakeAroundItsFirstFrameAndForNoOther)
 {
     TakeGate gate;

@@ -139,6 +139,42 @@ TEST(StartWatch, aStartThatIsPastIsToldAndHoldsNothing)
     EXPECT_TRUE(watch.isPast(frames.step(watch).index));
 }
 
+TEST(StartWatch, aTakeThatComesLateBeginsAsNearAsTheMemoryReachesAndKnowsByHowMuch)
+{
+    for (const int wait : {kept + 50, kept + 50 + 61 * 25}) {
+        StartWatch watch;
+        Frames frames(QmxVideoRate(25), QmxTimecode(10, 0, 0, 0, 25, false));
+        watch.set(at("10:00:01:00"), at("10:00:09:00"));
+        for (int i = 0; i < 26 + wait; ++i) {
+            const qint64 now = frames.step(watch).index;
+            if (watch.isPast(now)) watch.giveUp(now);
+        }
+        EXPECT_FALSE(watch.isSet());
+        watch.takeBegins(frames.index());
+        EXPECT_EQ(watch.asked().value_or(-1), wait > 60 * 25 ? -1 : 26);
+        if (!watch.asked()) continue;
+        EXPECT_EQ(watch.window().in, frames.index() + 1 - kept);
+        while (frames.index() < 300)
+            frames.step(watch);
+        EXPECT_EQ(watch.window().out, 0) << "an end that was forgotten ends nothing";
+    }
+    // A schedule that comes late itself: its end holds.
+    StartWatch watch;
+    Frames frames(QmxVideoRate(25), QmxTimecode(10, 0, 0, 0, 25, false));
+    while (frames.index() < 300)
+        frames.step(watch);
+    watch.set(at(QmxTakeMoment::toText(frames.wall(100))), at(QmxTakeMoment::toText(frames.wall(500))));
+    ASSERT_TRUE(watch.isPast(300));
+    watch.giveUp(300);
+    frames.step(watch);
+    watch.takeBegins(frames.index());
+    EXPECT_EQ(watch.asked(), 100);
+    EXPECT_EQ(watch.window().in, 301 + 1 - kept);
+    while (frames.index() < 500)
+        frames.step(watch);
+    EXPECT_EQ(watch.window().out, 500);
+}
+
 TEST(TakeMoment, isReadAsPeopleWriteIt)
 {
     const qint64 noon = at("2030-06-01T12:00:00").wall;

@@ -202,3 +202,41 @@ TEST_F(Copies, areCompletedWhenNoTakeRunsAndBothMediaAreThere)
     EXPECT_TRUE(care->isEmpty());
     EXPECT_EQ(care->print(), "");
 }
+
+TEST_F(Copies, ofATakeThatHardlyAnybodySawAreCompletedToo)
+{
+    const auto begin = [](MirrorCare &care, MediaParameters &is) {
+        is.daemonRuns = true;
+        is.status = TransportStatus::Stopped;
+        is.active = "/media/A";
+        is.mirror = "/media/B";
+        is.currentClip = "before.mov";
+        care.step(1, {medium("/media/A"), medium("/media/B")}, is);
+    };
+    // The first medium goes before anything has been seen on it, and the other one becomes the active one.
+    MirrorCare care;
+    MediaParameters is;
+    begin(care, is);
+    is.status = TransportStatus::Recording;
+    is.active = "/media/B";
+    std::vector<Medium> media{medium("/media/B")};
+    media[0].recorded = {"take.mov"};
+    care.step(2, media, is, true);
+    is.status = TransportStatus::Stopped;
+    is.currentClip = "take.mov";
+    media[0].recorded.clear();
+    EXPECT_FALSE(care.step(3, media, is));
+    media.push_back(medium("/media/A"));
+    const auto order = care.step(4, media, is);
+    ASSERT_TRUE(order);
+    EXPECT_EQ(order->clip + order->from + order->to, "take.mov/media/A/media/B");
+
+    // Begun and ended between two looks: its name is all there is; and no name but that of a take.
+    MirrorCare soon;
+    begin(soon, is);
+    media = {medium("/media/A"), medium("/media/B")};
+    media[1].names = {"before.mov", "take.mov"};
+    EXPECT_FALSE(soon.step(2, media, is, true)) << "it was there before";
+    is.currentClip = "take.mov";
+    EXPECT_TRUE(soon.step(3, media, is, true));
+}

@@ -138,8 +138,7 @@ TEST_F(Plan, aRestartOfEverythingCostsNothingBeforeAndOnlyItsTimeWithin)
     run(95);
     ASSERT_EQ(recorded.size(), 1u);
     EXPECT_NEAR(recorded[0], 90.5, 0.5);
-    EXPECT_TRUE(told.at(1).ends_with(":01:32.000000Z") || told.at(1).ends_with(":01:32.250000Z"))
-        << told.at(1);
+    EXPECT_TRUE(told.at(1).ends_with(":01:00.000000Z")) << told.at(1) << ": the recorder says how late it is";
     // Its input is lost for a while: the rest again. Somebody stops it: no more.
     view.status = TransportStatus::Stopped;
     run(100);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Takes that begin before their command, and takes that begin at an exact frame.
+#include "platform/qmx/clip/qmxclipcheck.h"
 #include "platform/qmx/core/qmxtakemoment.h"
 #include "tests/scenarios/recorderrig.h"
 
@@ -66,6 +67,12 @@ class PreRecordLoss : public PreRecordScenario
 {
 protected:
     PreRecordLoss() : PreRecordScenario("generator:?rate=25&size=720x576&scan=i&loss=150-160") {}
+};
+
+class PreRecordChange : public PreRecordScenario
+{
+protected:
+    PreRecordChange() : PreRecordScenario("generator:?rate=25&size=720x576&scan=i&format=1280x720p50@150") {}
 };
 
 } // namespace
@@ -140,6 +147,30 @@ TEST_P(StartRates, aTakeBeginsAndEndsWithExactlyTheFramesAskedFor)
         QmxTimecode::fromTimeOfDay(int(std::lround(rate)), false).advanced(3 * int(rate));
     write(eParam_RecordStart, clock.toString());
     EXPECT_TRUE(take(0.2, 20).timecodes.first().timecodeMatches(clock));
+
+    // Later than anything is kept: it begins all the same, and says so wherever one looks.
+    allowLog("lumen");
+    write(eParam_TimecodeSource, "1");
+    pass(1500);
+    QmxTimecode start = in(1);
+    write(eParam_RecordStart, start.toString());
+    const Take late = take(5, 20);
+    const int frames = late.timecodes.first().toFrameNumber() - start.toFrameNumber();
+    EXPECT_GT(frames, 3 * rate);
+    EXPECT_EQ(counter(QmxCounters::StartLate), frames);
+    EXPECT_TRUE(shows(eParam_AlarmStartLate, qPrintable(QStringLiteral("%1 frames").arg(frames))));
+    QmxClipCheck claims;
+    QmxClipCheck::claims(late.path, claims, QmxEnvironment::current());
+    EXPECT_EQ(claims.take.value("late_start").toObject(),
+              (QJsonObject{{"asked", start.toString()}, {"frames", frames}}));
+    // Where pre_record keeps so much it is taken from there.
+    write(eParam_PreRecord, "6");
+    pass(7000);
+    start = in(1);
+    write(eParam_RecordStart, start.toString());
+    EXPECT_EQ(take(5, 20).timecodes.first(), start);
+    EXPECT_TRUE(isClear(eParam_AlarmStartLate));
+    EXPECT_EQ(counter(QmxCounters::StartLate), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, StartRates,
@@ -158,6 +189,18 @@ TEST_F(PreRecordLoss, aLossOfInputBeginsItAnew)
     take.expectWhole();
     EXPECT_GT(take.strips.first(), 160);
     EXPECT_GT(take.frames(), 25);
+}
+
+TEST_F(PreRecordChange, anotherFormatBeginsItAnew)
+{
+    begin();
+    ASSERT_TRUE(until([this] { return vtr().inputState().captureImageDesc().height() == 720; }));
+    pass(1500);
+    const Take take = Take::read(record(500));
+    take.expectWhole();
+    EXPECT_EQ(take.info.image.height(), 720);
+    EXPECT_GE(take.strips.first(), 150);
+    EXPECT_GT(take.frames(), 50) << "what came since is there";
 }
 
 TEST_F(PreRecordScenario, aShortTakeOnASlowMediumIsWhole)

@@ -18,7 +18,8 @@ public:
     /// At most so many of each kind are listed one by one.
     static constexpr int mostListed = 256;
 
-    /// What is known when the first frames of `path` are written.
+    /// What is known when the first frames of `path` are written. Of a take that begins behind the frame it
+    /// was asked for the writer adds "late_start": "asked", as it was asked for, and "frames" behind it.
     static QJsonObject begun(const QString &path, const QmxEnvironment &environment);
     /// Into a header as MovTables::openHeader() makes it.
     static void write(QByteArray &header, const QJsonObject &take);

@@ -39,6 +39,7 @@ void hashLanes(const Inputs &inputs, quint32 *values)
 using Words = hn::CappedTag<uint32_t, 16>;
 using Vector = hn::Vec<Words>;
 constexpr size_t mostLanes = 16;
+constexpr size_t ahead = 256; ///< bytes that are fetched before their turn
 
 template <int Bits>
 HWY_INLINE Vector rotated(Vector value)
@@ -138,6 +139,9 @@ void hashGroup(const Inputs &inputs, size_t first, size_t count, quint32 *values
     for (int block = 0; block < inputs.blocks; ++block) {
         Vector m[16];
         loadBlock(from, size_t(block) * blockSize, m);
+        // So many rows that the processor does not see them as rows.
+        for (size_t i = 0; i < lanes; ++i)
+            hn::Prefetch(from[i] + size_t(block) * blockSize + ahead);
         const quint32 flags =
             inputs.flags | (block == 0 ? inputs.first : 0) | (block == inputs.blocks - 1 ? inputs.last : 0);
         Vector v[16] = {h[0],

@@ -68,7 +68,7 @@ QmxError QmxClipWriter::Private::fits(const QmxFrame &frame, QmxBuffer &picture)
     return {};
 }
 
-QmxError QmxClipWriter::Private::writePicture(QmxBuffer picture)
+QmxError QmxClipWriter::Private::writePicture(QmxBuffer picture, const MovSharedProofPtr &shared)
 {
     const qint64 size = picture.size();
     const qint64 padded = MovLayout::roundUp(size);
@@ -83,8 +83,10 @@ QmxError QmxClipWriter::Private::writePicture(QmxBuffer picture)
     output.reserve(position, position + padded);
     QmxError error = output.write(data, padded, position);
     if (error.isError()) return error;
-    fragment.frames.push_back({position, quint32(size), movCrc32c(data, size_t(size))});
-    chain.addPicture(QmxBlake3::hash(data, size_t(size)));
+    const MovPictureProof proves =
+        shared ? shared->of(data, size_t(size)) : MovPictureProof::of(data, size_t(size));
+    fragment.frames.push_back({position, quint32(size), proves.crc});
+    chain.addPicture(proves.digest);
     position += padded;
     return {};
 }
@@ -124,6 +126,7 @@ void QmxClipWriter::Private::beginTake()
 {
     findSoundPhase();
     take = MovTake::begun(path, environment);
+    if (!lateStart.isEmpty()) take["late_start"] = lateStart;
     proof.begin(header(0));
     chain.setLink(proof.first());
 }
@@ -316,14 +319,21 @@ QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
         error = d->flush();
         if (error.isError()) return error;
     }
-    if (d->written == 0) d->lateBefore = d->lateTicks();
-    error = d->writePicture(picture);
+    if (d->written == 0) {
+        d->lateBefore = d->lateTicks();
+        d->lateStart = frame.meta().value(QmxIds::lateStart).toJsonObject();
+    }
+    // (A frame without picture repeats another one.)
+    const bool isOwn = !frame.vids().isEmpty() && frame.vids().first().isValid();
+    error =
+        d->writePicture(picture, isOwn ? frame.meta().value(QmxIds::pictureProof).value<MovSharedProofPtr>()
+                                       : MovSharedProofPtr());
     if (error.isError()) {
         // On a full medium the frames before this one may still be saved: room allocated ahead is left.
         d->flush();
         return d->fail(error);
     }
-    if (frame.vids().isEmpty() || !frame.vids().first().isValid()) ++d->fragment.replaced;
+    if (!isOwn) ++d->fragment.replaced;
     d->addSound(frame);
     d->addTimecode(frame);
     d->lastPicture = picture;
@@ -335,6 +345,14 @@ void QmxClipWriter::pad(const QmxFrame &frame)
 {
     if (!frame.vids().isEmpty() && frame.vids().first().isValid())
         fillUp(frame.vids().first().buffers().first());
+}
+
+QmxFrame QmxClipWriter::share(const QmxFrame &frame)
+{
+    pad(frame);
+    QmxFrame shared = frame;
+    shared.meta().insert(QmxIds::pictureProof, QVariant::fromValue(std::make_shared<MovSharedProof>()));
+    return shared;
 }
 
 void QmxClipWriter::noteLost(int count)

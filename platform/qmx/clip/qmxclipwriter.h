@@ -50,8 +50,11 @@ public:
     /// 2 GiB).
     QmxError writeFrame(const QmxFrame &frame);
 
-    /// Fills the memory behind a picture with zeros up to a whole block, as writeFrame() does. For frames
-    /// that several writers are given at once: none of them then changes what the others read.
+    /// For a frame that several writers are given at once: the memory behind its picture is filled with zeros
+    /// up to a whole block already, so that none of them changes what the others read; and what proves the
+    /// picture is found out once for all of them.
+    static QmxFrame share(const QmxFrame &frame);
+    /// Only the former.
     static void pad(const QmxFrame &frame);
 
     /// Notes that `count` frames before the next one were lost; kept in the file for whoever examines it.

@@ -4,6 +4,7 @@
 #include "platform/qmx/clip/movalignedbuffer.h"
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movoutput.h"
+#include "platform/qmx/clip/movpictureproof.h"
 #include "platform/qmx/clip/movproof.h"
 #include "platform/qmx/clip/movtables.h"
 #include "platform/qmx/clip/movwaymarks.h"
@@ -25,7 +26,7 @@ struct QmxClipWriter::Private
     }
     qint64 lateTicks() const { return environment.deck->counters.value(QmxCounters::LateTicks); }
     QmxError fits(const QmxFrame &frame, QmxBuffer &picture);
-    QmxError writePicture(QmxBuffer picture);
+    QmxError writePicture(QmxBuffer picture, const MovSharedProofPtr &shared);
     void addSound(const QmxFrame &frame);
     void findSoundPhase();
     void beginTake();
@@ -51,8 +52,9 @@ struct QmxClipWriter::Private
     bool open = false;
     QmxError failure;
     MovProof proof;
-    QJsonObject take;  ///< its record, as it began
-    QJsonArray origin; ///< which frames of other clips these are; empty: none
+    QJsonObject take;      ///< its record, as it began
+    QJsonObject lateStart; ///< the take was to begin earlier; empty: it was not
+    QJsonArray origin;     ///< which frames of other clips these are; empty: none
     QList<QmxClipChapter> chapters;
     MovChain chain;
     qint64 lateBefore = 0;    ///< ticks that were late before the take

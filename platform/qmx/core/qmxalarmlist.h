@@ -92,6 +92,10 @@
       "A recording was asked for and cannot begin.", \
       "about record alone: playing in between does not answer it", \
       "see to what it names, then press record again") \
+    X(StartLate, 1922, "start_late", Condition, "warning", \
+      "A take that was to begin with an exact frame has begun behind it; until the next take.", \
+      "the command came when that frame was no longer in memory; cleared when the next take begins", \
+      "set pre_record to more seconds than commands come late; the clip holds everything from its first frame on") \
     Y(MediaFull, "media_full", Condition, "error", \
       "A recording ended because its medium is full; cleared when the next one begins.", \
       "the media daemon raises and clears it", \

@@ -93,5 +93,7 @@
     X(PreRecordLimit, "pre_record_limit", "bytes", "xp_pre_record_limit_bytes", Gauge, 1, \
       "Memory that they may fill") \
     X(PreRecordRestarts, "pre_record_restarts", "times", "xp_pre_record_restarts_total", Counter, 1, \
-      "Times these frames were given up because coding did not keep up")
+      "Times these frames were given up because coding did not keep up") \
+    X(StartLate, "start_late", "frames", "xp_take_start_late_frames", Gauge, 1, \
+      "Frames by which the take has begun behind the frame it was to begin with")
 // clang-format on

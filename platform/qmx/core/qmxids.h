@@ -62,6 +62,10 @@
     X(effectiveFrameRate, 710, "Effective frame rate") \
     /* Pictures of the input that were torn or missing at this frame; only where there are some. */ \
     X(inputDamage, 720, "Input damage") \
+    /* On the first frame of a take that was to begin with an earlier one: a QJsonObject, see MovTake. */ \
+    X(lateStart, 721, "Late start") \
+    /* Of a frame that several writers are given: a MovSharedProof. */ \
+    X(pictureProof, 722, "Picture proof") \
     /* The frame that had to be waited for at the end of a clip that grows: the gap before it is no drop. */ \
     X(afterWait, 730, "After a wait") \
     /* Signal generators. */ \

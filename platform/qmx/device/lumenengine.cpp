@@ -8,6 +8,8 @@
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/core/qmxplaces.h"
 
+#include <QJsonObject>
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -270,6 +272,7 @@ QmxError LumenEngine::readFrame(QmxFrame &frame)
             _takeFirst = reading.frame->number;
             spent = _start.isSet();
             startSerial = _startSerial;
+            tellLate(reading.frame->number, frame);
         }
         timecode = reading.frame->timecode;
         _environment.deck->counters.add(QmxCounters::FramesRecorded);
@@ -278,6 +281,31 @@ QmxError LumenEngine::readFrame(QmxFrame &frame)
     _environment.deck->recordTable.frameHandedOut(timecode);
     if (spent) _environment.deck->takeOptions.spendStart(startSerial);
     return {};
+}
+
+/// A take begins with this frame: whether that is the one that was asked for.
+void LumenEngine::tellLate(qint64 number, QmxFrame &first)
+{
+    const qint64 late = std::max<qint64>(number - _start.asked().value_or(number), 0);
+    _environment.deck->counters.set(QmxCounters::StartLate, late);
+    QString text;
+    if (late > 0) {
+        first.meta().insert(QmxIds::lateStart, QJsonObject{{"asked", _startText}, {"frames", late}});
+        const QmxVideoRate rate = _running.imageDesc().frameRate();
+        text =
+            QStringLiteral("The take was to begin with %1 and begins %2 frames (%3 s) behind it: its command "
+                           "came when that frame was not in memory any more")
+                .arg(_startText)
+                .arg(late)
+                .arg(double(rate.nanoseconds(late)) / double(QmxClock::nsPerSecond), 0, 'f', 2);
+    }
+    if (text.isEmpty() && !_lateTold) return;
+    _lateTold = !text.isEmpty();
+    DeviceEvent event;
+    event.type = DeviceEvent::Alarm;
+    event.alarm = QmxAlarm(QmxIds::alarmStartLate, _lateTold ? QmxAlarm::Warning : QmxAlarm::Clear, text,
+                           QLatin1String(logSource), __LINE__);
+    _events.push(event);
 }
 
 int LumenEngine::framesWritable() const
@@ -328,6 +356,7 @@ void LumenEngine::setDirection(const QmxId &direction)
     if (record && !_capture.isRecording()) {
         // It may have been written right before the command.
         takeWish(_environment.clock->wallTime());
+        _start.takeBegins(_tickIndex);
         lookAtWindow();
     }
     if (!_capture.setRecord(record, _tickIndex, {_gate.in(), earlierFrames()})) return;

@@ -85,6 +85,7 @@ private:
     void lookAtWindow();
     int earlierFrames() const;
     void takeWish(qint64 wall);
+    void tellLate(qint64 number, QmxFrame &first);
     void jam(const QmxTimecode &value);
     void push(DeviceEvent::Type type, quint64 serial = 0);
     void pushInput(const QmxVideoState &state);
@@ -139,6 +140,8 @@ private:
     PlaybackChain _playback;
     StartWatch _start;
     quint32 _startSerial = 0; ///< of the wish that _start has got
+    QString _startText;       ///< of the last start that was wished for
+    bool _lateTold = false;   ///< the alarm about a late start is up
     TakeGate _gate;
     qint64 _takeFirst = -1; ///< index of the first frame of the take that runs or was the last
     QmxId _direction;

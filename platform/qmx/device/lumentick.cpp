@@ -100,6 +100,7 @@ void LumenEngine::takeWish(qint64 wall)
     const bool runs = _capture.isRecording() && _start.isSet();
     if (wanted.startSerial == _startSerial || (runs && !wanted.recordStart.isEmpty())) return;
     _startSerial = wanted.startSerial;
+    if (!wanted.recordStart.isEmpty()) _startText = wanted.recordStart;
     const auto moment = [wall](const QString &text) {
         return QmxTakeMoment::parse(text, wall).value_or(QmxTakeMoment());
     };
@@ -123,7 +124,7 @@ void LumenEngine::followStart(const CardInput &seen, const QmxTick &tick, qint64
     _start.step(frame, tick.rate, kept);
     if (!_capture.isRecording() && _start.isPast(tick.index)) {
         qmxLogOutput(2, "lumen", __LINE__, "No take has begun at record_start, which is past now\n");
-        _start.set({}, {});
+        _start.giveUp(tick.index);
         _environment.deck->takeOptions.spendStart(_startSerial);
     }
 }

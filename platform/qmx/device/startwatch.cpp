@@ -28,13 +28,54 @@ void StartWatch::set(const QmxTakeMoment &start, const QmxTakeMoment &end)
     const bool sameStart = start == _start;
     _start = start;
     _end = end;
+    _missed.reset();
     _window.out = 0;
-    if (!sameStart) _window = {};
+    if (!sameStart) {
+        _window = {};
+        _asked.reset();
+        _wishIsLate = false;
+    }
     _window.serial = _serial += 2;
     if (!isSet()) return;
     // What is still in memory may have been it.
     for (const Frame &frame : _recent)
         look(frame);
+    if (!sameStart) _wishIsLate = lateFrame().has_value();
+}
+
+/// The frame asked for, when that is past and was never near.
+std::optional<qint64> StartWatch::lateFrame() const
+{
+    if (!isSet() || _window.in > 0 || _recent.empty()) return std::nullopt;
+    const std::optional<qint64> ahead = distance(_start, _recent.back());
+    const bool isBound = _start.wall != 0; // a bare timecode comes again tomorrow
+    if (!ahead || *ahead >= 0) return std::nullopt;
+    if (!isBound && -*ahead > lateSeconds * _rate.timecodeRate()) return std::nullopt;
+    return _recent.back().index + *ahead;
+}
+
+void StartWatch::giveUp(qint64 now)
+{
+    const std::optional<qint64> asked = _asked ? _asked : lateFrame();
+    std::optional<Missed> missed;
+    if (asked) missed = Missed{_start, _wishIsLate ? _end : QmxTakeMoment(), *asked, now};
+    set({}, {});
+    _missed = missed;
+}
+
+void StartWatch::takeBegins(qint64 now)
+{
+    if (_missed && now - _missed->since <= lateSeconds * _rate.timecodeRate()) {
+        const Missed missed = *_missed;
+        set(missed.start, missed.end);
+        _asked = missed.asked;
+    } else if (!_asked) {
+        _asked = lateFrame();
+    }
+    _missed.reset();
+    if (!_asked || _window.in > 0) return;
+    _window.in = std::max(*_asked, now + 1 - _kept);
+    _window.serial = _serial += 2;
 }
 
 /// Frames until the moment: 0 at its frame, less behind it. Nothing when that cannot be said.
@@ -95,6 +136,7 @@ void StartWatch::look(const Frame &frame)
 {
     const QmxTakeWindow::Window before = _window;
     place(_window.in, _start, frame);
+    if (_window.in != before.in) _asked = _window.in;
     if (_window.in > 0 && frame.index >= _window.in) place(_window.out, _end, frame);
     if (_window.in != before.in || _window.out != before.out) _window.serial = _serial += 2;
 }
@@ -115,6 +157,7 @@ void StartWatch::step(const Frame &frame, const QmxVideoRate &rate, int kept)
     const std::optional<qint64> ahead = distance(_start, frame);
     if (!ahead || *ahead >= 0 || before - *ahead > secondsOfHour * _rate.timecodeRate()) return;
     _window.in = frame.index;
+    _asked = frame.index;
     _window.serial = _serial += 2;
 }
 
@@ -124,14 +167,14 @@ bool StartWatch::isPast(qint64 now) const
     if (_window.in > 0) return now > _window.in + _kept;
     if (_recent.empty()) return false;
     const std::optional<qint64> ahead = distance(_start, _recent.back());
-    // A timecode comes again tomorrow, or the tape is wound back.
-    return ahead && _start.kind == QmxTakeMoment::TimeOfDay && *ahead < 0 && -*ahead > _kept;
+    // A bare timecode comes again tomorrow, or the tape is wound back.
+    return ahead && _start.wall != 0 && *ahead < 0 && -*ahead > _kept;
 }
 
 std::optional<QmxTimecode> StartWatch::timecodeAt(qint64 index, int fps) const
 {
-    if (_start.kind != QmxTakeMoment::Timecode || _window.in <= 0) return std::nullopt;
+    if (_start.kind != QmxTakeMoment::Timecode || _window.in <= 0 || !_asked) return std::nullopt;
     QmxTimecode first = _start.timecode;
     first.setFPS(fps);
-    return first.advanced(int(index - _window.in));
+    return first.advanced(int(index - *_asked));
 }

@@ -25,6 +25,9 @@ public:
     /// How long before it a start may hold back a take that has been commanded: one commanded earlier is
     /// another take.
     static constexpr qint64 nearSeconds = 10;
+    /// How long after a start was given up, or past when it was wished for as a timecode (which comes again
+    /// tomorrow), a take still counts as the one that was to begin with it.
+    static constexpr qint64 lateSeconds = 60;
 
     /// Another wish; both None: no longer any.
     void set(const QmxTakeMoment &start, const QmxTakeMoment &end);
@@ -37,6 +40,14 @@ public:
     QmxTakeWindow::Window window() const { return _window; }
     /// The start is so long past that no take will begin with it.
     bool isPast(qint64 now) const;
+    /// Nobody has come: nothing is held back any more. It is remembered for a take that comes late; the end
+    /// only of a wish that was late itself, since whoever forgot his start has forgotten his end too.
+    void giveUp(qint64 now);
+    /// A take begins at frame `now`, and the frame asked for may be past: then it begins as near to it as
+    /// what is kept reaches.
+    void takeBegins(qint64 now);
+    /// The frame that was asked for, of the take that runs; it may be in memory no more.
+    std::optional<qint64> asked() const { return _asked; }
     /// The timecode of frame `index`, when the take begins with a given one.
     std::optional<QmxTimecode> timecodeAt(qint64 index, int fps) const;
 
@@ -46,12 +57,24 @@ private:
     std::optional<qint64> framesUntil(const QmxTimecode &timecode, const Frame &frame) const;
     void place(qint64 &at, const QmxTakeMoment &moment, const Frame &frame);
     void look(const Frame &frame);
+    std::optional<qint64> lateFrame() const;
 
+    /// A start that was given up.
+    struct Missed
+    {
+        QmxTakeMoment start;
+        QmxTakeMoment end;
+        qint64 asked = 0;
+        qint64 since = 0; ///< frame at which it was given up
+    };
     QmxTakeMoment _start;
     QmxTakeMoment _end;
     QmxVideoRate _rate;
     std::deque<Frame> _recent; ///< frames that may still be handed out, oldest first
     int _kept = 0;
     QmxTakeWindow::Window _window;
-    quint32 _serial = 1; ///< odd: those of the shared table are even
+    std::optional<qint64> _asked; ///< known, and where the window begins unless that is past
+    std::optional<Missed> _missed;
+    bool _wishIsLate = false; ///< the start was past when it came
+    quint32 _serial = 1;      ///< odd: those of the shared table are even
 };

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A power cut while two writers are at the two copies of a take: what may then be on the media is put
+// together from all that they have written, in every order that a disk may choose between two syncs.
+#include "companions/mediad/clipcomplete.h"
+#include "platform/qmx/clip/qmxclipcheck.h"
+#include "tests/clip/cliptake.h"
+#include "tests/support/faultyfiles.h"
+#include "tests/support/print.h"
+#include "tests/support/rounds.h"
+#include "tests/support/testfiles.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QHash>
+
+#include <random>
+
+namespace {
+
+/// Remembers everything that is done to files.
+class Recording : public QmxFiles
+{
+public:
+    struct Act
+    {
+        enum Kind { Write, Resize, Sync };
+        Kind kind;
+        QString path;
+        qint64 at = 0; ///< or the size
+        QByteArray bytes;
+    };
+    QList<Act> acts;
+
+    int open(const QString &path, int flags, mode_t mode) override
+    {
+        const int fd = QmxFiles::open(path, flags, mode);
+        if (fd >= 0) _paths[fd] = path;
+        return fd;
+    }
+    ssize_t pwrite(int fd, const void *data, size_t size, off64_t offset) override
+    {
+        const ssize_t written = QmxFiles::pwrite(fd, data, size, offset);
+        const auto *bytes = static_cast<const char *>(data);
+        for (qint64 done = 0; done < written; done += block) // a disk promises no more than blocks
+            acts.append({Act::Write, _paths[fd], offset + done,
+                         QByteArray(bytes + done, qsizetype(std::min<qint64>(block, written - done)))});
+        return written;
+    }
+    int ftruncate(int fd, off64_t size) override
+    {
+        acts.append({Act::Resize, _paths[fd], size, {}});
+        return QmxFiles::ftruncate(fd, size);
+    }
+    int fdatasync(int fd) override
+    {
+        acts.append({Act::Sync, _paths[fd], 0, {}});
+        return QmxFiles::fdatasync(fd);
+    }
+
+    /// A file as a cut after so many acts may leave it; `keeps` says of each write that was not synced
+    /// whether it has arrived.
+    void leave(const QString &path, qsizetype count, const std::function<bool()> &keeps) const
+    {
+        qsizetype synced = 0;
+        for (qsizetype i = 0; i < count; ++i)
+            if (acts[i].kind == Act::Sync && acts[i].path == path) synced = i;
+        QFile file(path);
+        ASSERT_TRUE(file.open(QFile::ReadWrite | QFile::Truncate));
+        for (qsizetype i = 0; i < count; ++i) {
+            if (acts[i].path != path || acts[i].kind == Act::Sync || (i > synced && !keeps())) continue;
+            if (acts[i].kind == Act::Resize)
+                file.resize(acts[i].at);
+            else if (file.seek(acts[i].at))
+                file.write(acts[i].bytes);
+        }
+    }
+
+private:
+    static constexpr qint64 block = 4096;
+    QHash<int, QString> _paths;
+};
+
+} // namespace
+
+TEST(MirrorPowerCut, eachCopyIsReadableAloneAndTheMendIsExact)
+{
+    const TestDir dir;
+    QDir(dir.path()).mkpath("a");
+    QDir(dir.path()).mkpath("b");
+    const QString paths[] = {dir.file("a/take.mov"), dir.file("b/take.mov")};
+    ClipTake take({128, 96, 25, 1, 203, 0, 2, false, 0});
+    take.info.created = 1'700'000'000;
+    take.jump(17, 500);
+    constexpr int frames = 60;
+    struct Safe
+    {
+        qsizetype acts;
+        qint64 frames[2];
+    };
+    QList<Safe> safe{{0, {0, 0}}};
+    const auto recording = std::make_shared<Recording>();
+    {
+        QmxClipWriter writers[2] = {QmxClipWriter(withFiles(recording)), QmxClipWriter(withFiles(recording))};
+        // The second one is some frames behind and flushes at other moments; it closes first.
+        constexpr int behind[] = {0, 5};
+        const auto told = [&] {
+            safe.append({recording->acts.size(), {writers[0].framesDurable(), writers[1].framesDurable()}});
+        };
+        for (int i = 0; i < 2; ++i)
+            ASSERT_EQ(writers[i].create(paths[i], take.info), QmxError());
+        for (int now = 0; now < frames + behind[1]; ++now)
+            for (int i = 0; i < 2; ++i) {
+                const int frame = now - behind[i];
+                if (frame < 0 || frame >= frames) continue;
+                ASSERT_EQ(writers[i].writeFrame(take.frame(frame)), QmxError());
+                if (frame % 12 == 11) ASSERT_EQ(writers[i].flush(), QmxError());
+                told();
+            }
+        for (const int i : {1, 0}) {
+            ASSERT_EQ(writers[i].close(), QmxError());
+            told();
+        }
+    }
+    std::mt19937 chance(20);
+    const QmxEnvironment environment = QmxEnvironment::current();
+    const int rounds = testRounds(150, 2000);
+    int both = 0;
+    for (int round = 0; round < rounds; ++round) {
+        const auto cut = qsizetype(chance() % quint32(recording->acts.size() + 1));
+        SCOPED_TRACE(cut);
+        const unsigned arrives = round % 3 * 50; // percent: nothing, half, everything
+        qint64 had[2] = {};
+        const auto said =
+            std::find_if(safe.rbegin(), safe.rend(), [cut](const Safe &known) { return known.acts <= cut; });
+        for (int i = 0; i < 2; ++i) {
+            recording->leave(paths[i], cut, [&] { return chance() % 100 < arrives; });
+            had[i] = take.wholeFrames(paths[i]);
+            EXPECT_GE(had[i], said->frames[i]) << "copy " << i << " lacks what was said to be safe";
+        }
+        const qint64 most = std::max(had[0], had[1]);
+        if (most == 0) continue;
+        both += had[0] != had[1] && had[0] > 0 && had[1] > 0;
+        std::string text;
+        ASSERT_EQ(completeCopy(
+                      paths[0].toStdString(), paths[1].toStdString(), environment,
+                      [](qint64, qint64) { return true; }, text),
+                  QmxError())
+            << text;
+        for (const QString &path : paths) {
+            EXPECT_EQ(take.wholeFrames(path), most) << text;
+            QmxClipCheck check;
+            ASSERT_EQ(QmxClipCheck::run(path, check, environment), QmxError());
+            EXPECT_TRUE(check.isWhole() && check.closed && check.hasProof) << check.sentence().toStdString();
+        }
+    }
+    EXPECT_GT(both, rounds / 20) << "hardly a cut has left two copies that differ";
+}

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Takes that begin at an exact frame or in the past, with real programs on a machine that has other things to
+// do.
+#include "platform/qmx/core/qmxtimecode.h"
+#include "platform/qmx/core/qmxvideorate.h"
+#include "tests/support/print.h"
+#include "tests/system/sandbox.h"
+
+#include <gtest/gtest.h>
+
+#include <QMap>
+
+#include <cmath>
+
+namespace {
+
+/// The coded picture of each frame, as another program finds it in the file: its hash, by the number in it.
+QMap<quint32, QByteArray> coded(const QString &clip)
+{
+    const auto strips = stripsOf(clip);
+    const ProgramResult hashes = runProgram(
+        "ffmpeg", {"-v", "error", "-i", clip, "-map", "0:v", "-c", "copy", "-f", "framehash", "-"});
+    QMap<quint32, QByteArray> found;
+    for (const QByteArray &line : hashes.out.split('\n'))
+        if (!line.isEmpty() && !line.startsWith('#') && found.size() < strips.size())
+            found[strips[found.size()].value_or(0)] = line.split(',').last().trimmed();
+    EXPECT_EQ(found.size(), strips.size()) << clip.toStdString();
+    return found;
+}
+
+class StartUnderLoad : public testing::TestWithParam<const char *>
+{};
+
+} // namespace
+
+TEST_P(StartUnderLoad, theFirstFrameIsTheOneAskedForWhetherTheCommandIsEarlyOrLate)
+{
+    const QByteArray rate = QByteArray(GetParam()).split('&').first();
+    const int fps = int(std::lround(rate.toDouble()));
+    const bool drop = rate.endsWith(".97") || rate.endsWith(".94");
+    const QByteArray sign = drop ? ";" : ":";
+    Sandbox sandbox;
+    sandbox.setProfile(QByteArray("[inputs]\n601=generator:?rate=") + GetParam() + "&tc=10:00:00" + sign +
+                       "00\n");
+    const ProgramResult result = sandbox.run("sign='" + sign + R"sh('
+        now() { xpctl --json status | sed -E 's/.*"timecode":"([^"]*)".*/\1/'; }
+        after() { # so many seconds
+            local h m s rest
+            IFS=':;' read -r h m s rest < <(now)
+            s=$(((10#$h * 60 + 10#$m) * 60 + 10#$s + $1))
+            printf '%02d:%02d:%02d%s07' $((s / 3600)) $((s / 60 % 60)) $((s % 60)) "$sign"
+        }
+        take() { # NAME, seconds until its start, seconds until its command
+            local at command
+            at=$(after $2) command=$(after $3)
+            say $1; echo $at
+            xpctl set record_start "$at"
+            await "[ \"\$(now)\" \> $command ]"
+            xpctl --json record --for 4 >&2
+            cp "/media/A/$(xpctl get current_clip)" $OUT/$1.mov
+        }
+        xpctl set timecode_source embedded
+        xpctl set pre_record 3
+        for core in $(seq $(nproc)); do while :; do :; done & done
+        trap 'kill $(jobs -p)' EXIT
+        take early 3 1
+        take late 2 4
+        say lost; xpctl metrics | grep '^xp_frames_dropped_capture_total'
+    )sh");
+    for (const QString &name : {QStringLiteral("early"), QStringLiteral("late")}) {
+        QmxTimecode asked{QString::fromLatin1(said(result.out, name.toLatin1()).trimmed())};
+        asked.setFPS(fps);
+        const auto strips = stripsOf(sandbox.out(name + ".mov"));
+        ASSERT_FALSE(strips.isEmpty());
+        EXPECT_EQ(brokenAt(strips), QString());
+        EXPECT_EQ(strips.first().value_or(0),
+                  quint32(asked.toFrameNumber() - QmxTimecode(10, 0, 0, 0, fps, drop).toFrameNumber()))
+            << name.toStdString() << ' ' << asked.toString().toStdString();
+    }
+    EXPECT_TRUE(said(result.out, "lost").contains("_total 0")) << result.out.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, StartUnderLoad,
+                         testing::Values("24&size=720x576", "25&size=720x576&scan=i",
+                                         "29.97&size=720x486&scan=i", "50&size=720x576",
+                                         "59.94&size=720x486"));
+
+TEST(PreRecord, isByteForByteWhatAnotherRecorderOfTheSameSourceHasRecorded)
+{
+    Sandbox sandbox({"--channels", "2"});
+    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&count=machine\n");
+    sandbox.run(R"sh(
+        xpctl --channel 2 set pre_record 3
+        xpctl record >&2
+        await 'xpctl --channel 2 metrics | grep -q "^xp_pre_record_frames 75"'
+        await '[ $(recorded) -ge 75 ]'
+        xpctl --channel 2 record --for 4 >&2
+        xpctl stop >&2
+        cp /media/A/take_001.mov $OUT/whole.mov
+        cp /media/A/channel-2/take_001.mov $OUT/part.mov
+    )sh");
+    const auto whole = coded(sandbox.out("whole.mov"));
+    const auto part = coded(sandbox.out("part.mov"));
+    ASSERT_GE(part.size(), 100);
+    EXPECT_GE(part.firstKey(), whole.firstKey()) << "the other recorder began too late to judge";
+    int differ = 0;
+    for (auto frame = part.begin(); frame != part.end(); ++frame)
+        differ += whole.value(frame.key()) != frame.value();
+    EXPECT_EQ(differ, 0) << "of " << part.size() << " frames";
+}

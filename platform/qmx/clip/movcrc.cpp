@@ -29,10 +29,8 @@ quint32 crcPortable(const uchar *data, size_t size, quint32 crc)
     return crc;
 }
 
-#ifdef __x86_64__
-/// The instruction takes a word every cycle and three cycles for each: three parts are summed beside each
-/// other. What is behind a part counts for it like so many zeros: a linear map of its sum, byte by byte.
-constexpr size_t partSize = 1024;
+/// What is behind a part counts for its sum like so many zeros: a linear map, byte by byte.
+constexpr size_t partSize = MovCrcParts::partSize;
 using ZerosTable = std::array<std::array<quint32, 256>, 4>;
 
 constexpr ZerosTable makeZeros()
@@ -65,6 +63,7 @@ quint32 behindPart(quint32 crc)
            zeros[3][crc >> 24];
 }
 
+#ifdef __x86_64__
 unsigned long long wordAt(const uchar *data)
 {
     unsigned long long word;
@@ -72,6 +71,8 @@ unsigned long long wordAt(const uchar *data)
     return word;
 }
 
+/// The instruction takes a word every cycle and three cycles for each: three parts are summed beside each
+/// other.
 __attribute__((target("sse4.2"))) quint32 crcInstruction(const uchar *data, size_t size, quint32 crc)
 {
     for (; size >= 3 * partSize; data += 3 * partSize, size -= 3 * partSize) {
@@ -105,6 +106,11 @@ quint32 movCrc32c(const void *data, size_t size, quint32 previous)
     if (hasInstruction) return ~crcInstruction(bytes, size, ~previous);
 #endif
     return ~crcPortable(bytes, size, ~previous);
+}
+
+void MovCrcParts::addPart(quint32 sum)
+{
+    _value = ~(behindPart(~_value) ^ sum);
 }
 
 bool movCrcIs(quint32 checksum, const void *data, size_t size)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/clip/qmxblake3.h"
 
+#include "platform/qmx/clip/movcrc.h"
 #include "platform/qmx/clip/qmxblake3kernels.h"
 
 #include <algorithm>
@@ -48,13 +49,24 @@ Value joined(const Value &left, const Value &right, bool isRoot)
 } // namespace
 
 /// The part of the tree over at most a batch, which begins with this chunk.
-QmxBlake3::Value QmxBlake3::part(const uchar *data, size_t size, quint64 chunk, bool isRoot)
+QmxBlake3::Value QmxBlake3::part(const uchar *data, size_t size, quint64 chunk, bool isRoot, MovCrcParts *crc)
 {
+    const size_t left = size % chunkSize;
+    const bool sums = crc && makesSums() && size > chunkSize;
+    if (crc && !sums) crc->addBytes(data, size);
     if (size <= chunkSize) return hashChunk(data, size, chunk, isRoot ? root : 0);
     quint32 values[8 * batchChunks];
+    quint32 parts[batchChunks];
     size_t count = size / chunkSize;
-    hashAll({data, chunkSize, count, int(chunkBlocks), chunk, true, 0, chunkStart, chunkEnd}, values);
-    if (const size_t left = size % chunkSize; left > 0) {
+    hashAll({data, chunkSize, count, int(chunkBlocks), chunk, true, 0, chunkStart, chunkEnd,
+             sums ? parts : nullptr},
+            values);
+    if (sums) {
+        for (size_t i = 0; i < count; ++i)
+            crc->addPart(parts[i]);
+        crc->addBytes(data + count * chunkSize, left);
+    }
+    if (left > 0) {
         const Value last = hashChunk(data + count * chunkSize, left, chunk + count, 0);
         std::copy(last.begin(), last.end(), values + 8 * count++);
     }
@@ -73,17 +85,17 @@ QmxBlake3::Value QmxBlake3::part(const uchar *data, size_t size, quint64 chunk, 
 }
 
 /// A whole batch, after which more comes.
-void QmxBlake3::push(const uchar *batch)
+void QmxBlake3::push(const uchar *batch, MovCrcParts *crc)
 {
-    Value value = part(batch, batchSize, _batches * batchChunks, false);
+    Value value = part(batch, batchSize, _batches * batchChunks, false, crc);
     for (quint64 batches = ++_batches; batches % 2 == 0; batches /= 2)
         value = joined(_stack[size_t(--_depth)], value, false);
     _stack[size_t(_depth++)] = value;
 }
 
-QmxBlake3::Digest QmxBlake3::finish(const uchar *data, size_t size) const
+QmxBlake3::Digest QmxBlake3::finish(const uchar *data, size_t size, MovCrcParts *crc) const
 {
-    Value value = part(data, size, _batches * batchChunks, _depth == 0);
+    Value value = part(data, size, _batches * batchChunks, _depth == 0, crc);
     for (int i = _depth - 1; i >= 0; --i)
         value = joined(_stack[size_t(i)], value, i == 0);
     Digest digest;
@@ -91,13 +103,17 @@ QmxBlake3::Digest QmxBlake3::finish(const uchar *data, size_t size) const
     return digest;
 }
 
-QmxBlake3::Digest QmxBlake3::hash(const void *data, size_t size)
+QmxBlake3::Digest QmxBlake3::hash(const void *data, size_t size, quint32 *crc32c)
 {
     QmxBlake3 whole;
+    MovCrcParts crc;
+    MovCrcParts *const wanted = crc32c ? &crc : nullptr;
     const auto *bytes = static_cast<const uchar *>(data);
     for (; size > batchSize; bytes += batchSize, size -= batchSize)
-        whole.push(bytes);
-    return whole.finish(bytes, size);
+        whole.push(bytes, wanted);
+    const Digest digest = whole.finish(bytes, size, wanted);
+    if (crc32c) *crc32c = crc.value();
+    return digest;
 }
 
 void QmxBlake3::add(const void *data, size_t size)

@@ -6,6 +6,8 @@
 #include <array>
 #include <memory>
 
+class MovCrcParts;
+
 /// BLAKE3, unkeyed, 32 bytes: what `b3sum` prints. Chunks are hashed beside each other, as many as the
 /// processor has lanes for. A value that is fed; one thread.
 class QmxBlake3
@@ -13,8 +15,9 @@ class QmxBlake3
 public:
     using Digest = std::array<uchar, 32>;
 
-    /// Of one piece of memory; keeps no copy of it.
-    static Digest hash(const void *data, size_t size);
+    /// Of one piece of memory; keeps no copy of it. `crc32c`, if given, gets the CRC-32C of the same bytes,
+    /// which costs next to nothing beside the hash.
+    static Digest hash(const void *data, size_t size, quint32 *crc32c = nullptr);
 
     void add(const void *data, size_t size);
     /// As if nothing had been added; keeps its memory.
@@ -32,14 +35,14 @@ public:
 private:
     using Value = std::array<quint32, 8>;
     /// Hashed at a time, as one part of the tree.
-    static constexpr size_t batchChunks = 128;
+    static constexpr size_t batchChunks = 256;
     static constexpr size_t chunkSize = 1024;
     static constexpr size_t batchSize = batchChunks * chunkSize;
     static constexpr int maxDepth = 64;
 
-    static Value part(const uchar *data, size_t size, quint64 chunk, bool isRoot);
-    void push(const uchar *batch);
-    Digest finish(const uchar *data, size_t size) const;
+    static Value part(const uchar *data, size_t size, quint64 chunk, bool isRoot, MovCrcParts *crc);
+    void push(const uchar *batch, MovCrcParts *crc = nullptr);
+    Digest finish(const uchar *data, size_t size, MovCrcParts *crc = nullptr) const;
 
     std::array<Value, maxDepth> _stack; ///< whole left parts of the tree, the largest first
     int _depth = 0;

@@ -6,6 +6,7 @@
 #define HWY_TARGET_INCLUDE "platform/qmx/clip/qmxblake3kernels.cpp" // NOLINT
 #include <hwy/foreach_target.h>
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "platform/qmx/clip/qmxblake3kernels.h"
@@ -19,6 +20,11 @@ namespace QmxBlake3Kernels::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET == HWY_SCALAR
+
+bool sumsInputs()
+{
+    return false;
+}
 
 void hashLanes(const Inputs &inputs, quint32 *values)
 {
@@ -39,7 +45,7 @@ void hashLanes(const Inputs &inputs, quint32 *values)
 using Words = hn::CappedTag<uint32_t, 16>;
 using Vector = hn::Vec<Words>;
 constexpr size_t mostLanes = 16;
-constexpr size_t ahead = 256; ///< bytes that are fetched before their turn
+constexpr size_t ahead = 512; ///< bytes that are fetched before their turn
 
 template <int Bits>
 HWY_INLINE Vector rotated(Vector value)
@@ -118,7 +124,46 @@ HWY_INLINE void loadBlock(const uchar *const *from, size_t offset, Vector *m)
     }
 }
 
+#if HWY_ARCH_X86_64 && HWY_TARGET <= HWY_SSE4
+constexpr bool hasSums = true;
+/// A block more of one input.
+HWY_INLINE uint32_t summed(uint32_t sum, const uchar *block)
+{
+    unsigned long long wide = sum;
+    for (int i = 0; i < blockSize; i += 8) {
+        unsigned long long word;
+        std::memcpy(&word, block + i, sizeof word);
+        wide = __builtin_ia32_crc32di(wide, word);
+    }
+    return uint32_t(wide);
+}
+#else
+constexpr bool hasSums = false;
+HWY_INLINE uint32_t summed(uint32_t sum, const uchar *)
+{
+    return sum;
+}
+#endif
+
+bool sumsInputs()
+{
+    return hasSums;
+}
+
+/// The sums of some of the lanes. They are made by a part of the processor that hashing leaves idle, so they
+/// are strewn between its rounds.
+template <int Round, bool Sums>
+HWY_INLINE void sumSome(uint32_t *sums, const uchar *const *from, size_t offset)
+{
+    if constexpr (Sums) {
+        constexpr size_t lanes = lanesOf<Words>;
+        for (size_t lane = lanes * Round / rounds; lane < lanes * (Round + 1) / rounds; ++lane)
+            sums[lane] = summed(sums[lane], from[lane] + offset);
+    }
+}
+
 /// As many inputs as there are lanes; the last of fewer is hashed several times.
+template <bool Sums>
 void hashGroup(const Inputs &inputs, size_t first, size_t count, quint32 *values)
 {
     const Words d;
@@ -136,12 +181,17 @@ void hashGroup(const Inputs &inputs, size_t first, size_t count, quint32 *values
     Vector h[8];
     for (int i = 0; i < 8; ++i)
         h[i] = hn::Set(d, start[i]);
+    uint32_t sums[mostLanes] = {};
     for (int block = 0; block < inputs.blocks; ++block) {
+        const size_t offset = size_t(block) * blockSize;
         Vector m[16];
-        loadBlock(from, size_t(block) * blockSize, m);
-        // So many rows that the processor does not see them as rows.
+        loadBlock(from, offset, m);
+        // So many rows that the processor does not see them as rows. Behind the end of one lies its successor
+        // of the next group.
+        const size_t size = size_t(inputs.blocks) * blockSize;
+        const size_t next = offset + ahead;
         for (size_t i = 0; i < lanes; ++i)
-            hn::Prefetch(from[i] + size_t(block) * blockSize + ahead);
+            hwy::Prefetch(from[i] + (next < size ? next : next - size + lanes * inputs.distance));
         const quint32 flags =
             inputs.flags | (block == 0 ? inputs.first : 0) | (block == inputs.blocks - 1 ? inputs.last : 0);
         Vector v[16] = {h[0],
@@ -161,12 +211,19 @@ void hashGroup(const Inputs &inputs, size_t first, size_t count, quint32 *values
                         hn::Set(d, uint32_t(blockSize)),
                         hn::Set(d, flags)};
         mixRound<0>(v, m);
+        sumSome<0, Sums>(sums, from, offset);
         mixRound<1>(v, m);
+        sumSome<1, Sums>(sums, from, offset);
         mixRound<2>(v, m);
+        sumSome<2, Sums>(sums, from, offset);
         mixRound<3>(v, m);
+        sumSome<3, Sums>(sums, from, offset);
         mixRound<4>(v, m);
+        sumSome<4, Sums>(sums, from, offset);
         mixRound<5>(v, m);
+        sumSome<5, Sums>(sums, from, offset);
         mixRound<6>(v, m);
+        sumSome<6, Sums>(sums, from, offset);
         for (int i = 0; i < 8; ++i)
             h[i] = hn::Xor(v[i], v[i + 8]);
     }
@@ -176,13 +233,19 @@ void hashGroup(const Inputs &inputs, size_t first, size_t count, quint32 *values
     for (size_t lane = 0; lane < count; ++lane)
         for (size_t i = 0; i < 8; ++i)
             values[8 * (first + lane) + i] = words[i][lane];
+    if constexpr (Sums) std::copy_n(sums, count, inputs.sums + first);
 }
 
 void hashLanes(const Inputs &inputs, quint32 *values)
 {
     const size_t lanes = hn::Lanes(Words());
-    for (size_t i = 0; i < inputs.count; i += lanes)
-        hashGroup(inputs, i, std::min(lanes, inputs.count - i), values);
+    for (size_t i = 0; i < inputs.count; i += lanes) {
+        const size_t count = std::min(lanes, inputs.count - i);
+        if (hasSums && inputs.sums)
+            hashGroup<hasSums>(inputs, i, count, values);
+        else
+            hashGroup<false>(inputs, i, count, values);
+    }
 }
 
 #endif
@@ -194,6 +257,7 @@ HWY_AFTER_NAMESPACE();
 namespace QmxBlake3Kernels {
 
 HWY_EXPORT(hashLanes);
+HWY_EXPORT(sumsInputs);
 
 static_assert(std::endian::native == std::endian::little);
 
@@ -236,6 +300,11 @@ void compress(quint32 *value, const uchar *block, quint32 length, quint64 counte
 void hashAll(const Inputs &inputs, quint32 *values)
 {
     HWY_DYNAMIC_DISPATCH(hashLanes)(inputs, values);
+}
+
+bool makesSums()
+{
+    return HWY_DYNAMIC_DISPATCH(sumsInputs)();
 }
 
 } // namespace QmxBlake3Kernels

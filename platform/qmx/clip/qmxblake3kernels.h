@@ -49,11 +49,16 @@ struct Inputs
     quint32 flags;   ///< of every block
     quint32 first;   ///< more flags of an input's first block
     quint32 last;    ///< and of its last one
+    /// Gets the CRC-32C of each input, begun with zero and not inverted: the processor has time for it beside
+    /// the hash. Null: not wanted.
+    quint32 *sums = nullptr;
 };
 
 /// One block: `value` becomes the next chaining value.
 void compress(quint32 *value, const uchar *block, quint32 length, quint64 counter, quint32 flags);
 /// Eight words for each input. `values` may lie at the start of the data when these are parents.
 void hashAll(const Inputs &inputs, quint32 *values);
+/// Whether hashAll() makes sums on this processor.
+bool makesSums();
 
 } // namespace QmxBlake3Kernels

@@ -106,7 +106,8 @@ TEST(MirrorPowerCut, eachCopyIsReadableAloneAndTheMendIsExact)
         // The second one is some frames behind and flushes at other moments; it closes first.
         constexpr int behind[] = {0, 5};
         const auto told = [&] {
-            safe.append({recording->acts.size(), {writers[0].framesDurable(), writers[1].framesDurable()}});
+            safe.append(
+                Safe{recording->acts.size(), {writers[0].framesDurable(), writers[1].framesDurable()}});
         };
         for (int i = 0; i < 2; ++i)
             ASSERT_EQ(writers[i].create(paths[i], take.info), QmxError());
@@ -115,7 +116,7 @@ TEST(MirrorPowerCut, eachCopyIsReadableAloneAndTheMendIsExact)
                 const int frame = now - behind[i];
                 if (frame < 0 || frame >= frames) continue;
                 ASSERT_EQ(writers[i].writeFrame(take.frame(frame)), QmxError());
-                if (frame % 12 == 11) ASSERT_EQ(writers[i].flush(), QmxError());
+                if (frame % 12 == 11) EXPECT_EQ(writers[i].flush(), QmxError());
                 told();
             }
         for (const int i : {1, 0}) {

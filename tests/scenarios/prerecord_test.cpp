@@ -150,6 +150,7 @@ TEST_P(StartRates, aTakeBeginsAndEndsWithExactlyTheFramesAskedFor)
 
     // Later than anything is kept: it begins all the same, and says so wherever one looks.
     allowLog("lumen");
+    allowLog("alarmhandler");
     write(eParam_TimecodeSource, "1");
     pass(1500);
     QmxTimecode start = in(1);

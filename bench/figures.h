@@ -60,6 +60,8 @@ QList<Figure> benchMediumChange(int seconds);
 QList<Figure> benchMediumCheck(int seconds);
 // playbench.cpp
 QList<Figure> benchCue(int seconds);
+// fastplaybench.cpp
+QList<Figure> benchFastPlay(int seconds);
 // livebench.cpp
 QList<Figure> benchLive(int seconds);
 // remotebench.cpp

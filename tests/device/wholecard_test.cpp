@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The card with its real edges: generator, ProRes, strip.
 #include "platform/qmx/device/picturework.h"
+#include "platform/qmx/edges/qmxfullpicture.h"
+#include "platform/qmx/edges/qmxpreview.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 #include "platform/qmx/edges/qmxstrip.h"
 #include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"
+
+#include <QCoreApplication>
 
 #include <gtest/gtest.h>
 
@@ -88,6 +92,82 @@ TEST(WholeCard, convertsOnTheWayInAndOut)
                   QStringLiteral("RGB 4:4:4 legal range, SDI level %1, HDMI 4:4:4, analog +15 dBu")
                       .arg(QLatin1Char(now.segmented ? 'A' : 'B')));
     }
+}
+
+namespace {
+/// Remembers what the sink behind it is shown.
+class Listening : public QmxSink
+{
+public:
+    Listening(std::shared_ptr<BenchEdges> edges, std::unique_ptr<QmxSink> real)
+        : _edges(std::move(edges)), _real(std::move(real))
+    {}
+    void show(const QmxOutputFrame &frame) override
+    {
+        _real->show(frame);
+        std::lock_guard lock(_edges->mutex);
+        _edges->shown.append(frame);
+    }
+    QString statusText() const override { return {}; }
+    int divisor(const QmxImageDesc &desc) const override { return _real->divisor(desc); }
+
+private:
+    std::shared_ptr<BenchEdges> _edges;
+    std::unique_ptr<QmxSink> _real;
+};
+} // namespace
+
+TEST(WholeCard, aPreviewAloneIsDecodedAsSmallAsItIsAndWholeWhenSomebodyAsks)
+{
+    const QString name = QStringLiteral("/xp_test_small_%1").arg(QCoreApplication::applicationPid());
+    const auto edges = std::make_shared<BenchEdges>();
+    LumenOptions options = DeviceBench::keeping(edges, QString());
+    options.createSink = [&](const QString &, const QmxEnvironment &environment) {
+        return std::make_unique<Listening>(edges,
+                                           qmxCreateSink(QStringLiteral("preview:") + name, environment));
+    };
+    QmxVideoDevice device(options, nullptr);
+    ASSERT_TRUE(device.open(QStringLiteral("lumen")));
+    Stepper::deliver();
+    QmxImageDesc desc = QmxSourceFormat::fromText(QStringLiteral("1280x720p25"));
+    desc.setDataType(QmxId(203));
+    device.setup(DeviceBench::setupFor(desc, 2, 1));
+    Stepper::deliver();
+    const auto source = qmxCreateInternalGenerator(desc, QmxId(802), QmxId(), QmxEnvironment::current());
+    const auto encoder = qmxCodec(QmxId(203))->createEncoder(desc);
+    constexpr int last = 9;
+    for (int number = 0; number <= last; ++number) {
+        QmxTick tick;
+        tick.deadline = number * 40 * QmxClock::nsPerMillisecond;
+        tick.rate = desc.frameRate();
+        QmxBuffer coded;
+        ASSERT_FALSE(encoder->encode(source->take(tick).picture, coded).isError());
+        QmxFrame frame;
+        frame.vids().append(QmxImage(desc, {coded}));
+        frame.meta().insert(QmxId(1), number);
+        frame.meta().insert(QmxId(14), number == last);
+        device.writeFrame(frame);
+    }
+    const auto shown = [&] {
+        const std::lock_guard lock(edges->mutex);
+        return edges->shown.last().picture;
+    };
+    ASSERT_TRUE(Stepper::runUntil([&] { return QmxStrip::read(shown()) == quint32(last); }));
+    EXPECT_EQ(shown().size(), QSize(640, 360));
+    QmxPreviewReader preview;
+    QmxPreviewPicture seen;
+    ASSERT_TRUE(preview.open(name));
+    ASSERT_TRUE(Stepper::runUntil([&] { return preview.read(seen) && seen.frameNumber == last; }));
+    EXPECT_EQ(QmxStrip::readLuma8(reinterpret_cast<const uchar *>(seen.luma.constData()), seen.width,
+                                  seen.height, seen.width),
+              quint32(last));
+    QmxFullPictureReader full;
+    QmxFullPicture whole;
+    ASSERT_TRUE(full.open(QmxFullPicture::nameBeside(name)));
+    full.ask();
+    ASSERT_TRUE(Stepper::runUntil([&] { return full.read(whole); }));
+    EXPECT_EQ(whole.width, 1280);
+    EXPECT_EQ(QmxStrip::read(shown()), quint32(last));
 }
 
 TEST(PictureWork, tablesAndTextLeaveTheOriginal)

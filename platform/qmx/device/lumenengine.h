@@ -117,6 +117,8 @@ private:
     void postProcessing(const CapturedFramePtr &frame);
     void encode(CodecContexts &contexts, const CapturedFramePtr &frame);
     void decode(CodecContexts &contexts, const DecodedPicturePtr &picture);
+    void refine(const DecodedPicturePtr &picture);
+    int divisorFor(const DecodedPicture &picture) const;
     void process(CodecContexts &contexts, const CapturedFramePtr &frame, const QmxImageLut &table);
     void captureLost(qint64 frames = 1);
     void retire(std::unique_ptr<QmxSource> source);
@@ -134,7 +136,9 @@ private:
     bool _hasSetup = false;
     bool _playing = false;      ///< direction: playback; else capture
     bool _startPending = false; ///< hardwareStarted() with the next tick
-    quint64 _generation = 1;    ///< changes with what captured frames look like
+    int _divisor = 1;           ///< how many times smaller decoded pictures of this raster may be
+    QSize _divisorRaster;
+    quint64 _generation = 1; ///< changes with what captured frames look like
     InputWatch _inputWatch;
     CaptureChain _capture;
     PlaybackChain _playback;

@@ -169,6 +169,9 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
         _startPending = false;
         pushVbi(output.timecode);
         work = outputWork(output);
+        _divisor = _output.divisor(output.desc, work);
+        _divisorRaster = QSize(output.desc.width(), output.desc.height());
+        if (_playing && output.isRepeat && _playback.shown().valid) refine(_playback.shown().picture);
         takeFirst = _takeFirst;
         count(seen, output);
     }

@@ -97,6 +97,21 @@ void LumenEngine::postDecoding()
     }
 }
 
+int LumenEngine::divisorFor(const DecodedPicture &picture) const
+{
+    const QmxImageDesc &desc = picture.image.desc();
+    const bool asShown = QSize(desc.width(), desc.height()) == _divisorRaster && !desc.isInterlaced();
+    return asShown && picture.lut.entries() == 0 ? _divisor : 1;
+}
+
+/// A picture that stands on the output was decoded smaller than is wanted now.
+void LumenEngine::refine(const DecodedPicturePtr &picture)
+{
+    if (picture->refining || picture->divisor <= divisorFor(*picture)) return;
+    picture->refining =
+        _workers.post([this, picture](CodecContexts &contexts) { decode(contexts, picture); });
+}
+
 void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &picture)
 {
     // Constant since the picture was queued: no lock.
@@ -104,17 +119,22 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
     QmxPicture decoded;
     QmxError error(ENOTSUP);
     int damaged = 0;
+    int divisor = 1;
     {
         std::lock_guard lock(_mutex);
         // A flush has forgotten its frame and nobody has asked for it again.
         constexpr long jobAlone = 2;
         if (picture.use_count() < jobAlone) {
             picture->state = DecodedPicture::Waiting;
+            picture->refining = false;
             return;
         }
+        divisor = divisorFor(*picture);
     }
     if (QmxVideoDecoder *decoder = contexts.decoder(desc)) {
-        error = decoder->decode(picture->image.buffers().first(), decoded);
+        const QmxBuffer coded = picture->image.buffers().first();
+        error =
+            divisor == 1 ? decoder->decode(coded, decoded) : decoder->decodeSmaller(coded, divisor, decoded);
         damaged = decoder->damagedParts();
     }
     if (error.isError())
@@ -126,6 +146,8 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
     picture->picture = decoded;
     picture->failed = error.isError();
     picture->damagedParts = damaged;
+    picture->divisor = decoded.width() < desc.width() ? divisor : 1;
     picture->state = DecodedPicture::Done;
-    _playback.keep(picture);
+    if (!picture->refining) _playback.keep(picture);
+    picture->refining = false;
 }

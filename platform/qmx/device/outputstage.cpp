@@ -3,6 +3,8 @@
 
 #include "platform/qmx/device/picturework.h"
 
+#include <algorithm>
+
 namespace {
 constexpr int queueBound = 3;
 
@@ -27,6 +29,16 @@ void OutputStage::show(const QmxOutputFrame &frame, const Work &work)
         return;
     }
     process(frame, work);
+}
+
+int OutputStage::divisor(const QmxImageDesc &desc, const Work &work) const
+{
+    // Of interlaced pictures fields would become smaller, not the picture.
+    if (desc.isInterlaced() || !work.text.isEmpty() || !sameRaster(desc, work.format)) return 1;
+    int divisor = 8;
+    for (const std::unique_ptr<QmxSink> &sink : _sinks)
+        divisor = std::min(divisor, sink->divisor(desc));
+    return divisor;
 }
 
 void OutputStage::process(QmxOutputFrame frame, const Work &work)

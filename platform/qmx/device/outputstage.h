@@ -29,6 +29,9 @@ public:
     OutputStage &operator=(const OutputStage &) = delete;
 
     void show(const QmxOutputFrame &frame, const Work &work);
+    /// How many times smaller than the output the pictures of a clip may be: whatever every sink can do with,
+    /// where nothing is to be done to them. Whoever shows.
+    int divisor(const QmxImageDesc &desc, const Work &work) const;
     /// Empty while every sink is served, else the first problem. Any thread.
     QString problem() const;
     /// Frames that did not reach the first sink, which is the preview.

@@ -21,6 +21,8 @@ struct DecodedPicture
     QmxImageLut lut;    ///< output table that goes into the picture
     QmxPicture picture; ///< not valid when done: black
     State state = Waiting;
+    int divisor = 1;       ///< so many times smaller than the frame
+    bool refining = false; ///< it is being decoded once more
     bool failed = false;
     int damagedParts = 0; ///< grey parts of the picture
 };

@@ -79,9 +79,14 @@ bool QmxFullPictureWriter::hasRoom(int height) const
     return true;
 }
 
+quint64 QmxFullPictureWriter::asked() const
+{
+    return _shared ? _shared->asked.load(std::memory_order_acquire) : 0;
+}
+
 void QmxFullPictureWriter::offer(const QmxPicture &picture)
 {
-    const quint64 asked = _shared ? _shared->asked.load(std::memory_order_acquire) : _served;
+    const quint64 asked = this->asked();
     if (asked == _served) return;
     _served = asked;
     const quint64 sequence = _shared->sequence.load(std::memory_order_relaxed);

@@ -39,6 +39,9 @@ public:
     QmxFullPictureWriter &operator=(const QmxFullPictureWriter &) = delete;
 
     void offer(const QmxPicture &picture);
+    /// How often somebody has asked. Any thread.
+    quint64 asked() const;
+    bool isWanted() const { return asked() != _served; }
 
 private:
     struct Layout;

@@ -15,6 +15,21 @@ constexpr double fullScale = 2147483648.0;
 constexpr int blackLuma8 = 16;
 constexpr int neutral8 = 128;
 
+/// How many times smaller the preview of such a picture is.
+int factorOf(int width, int height)
+{
+    int factor = 1;
+    while (width / factor > QmxPreview::maximumWidth || height / factor > QmxPreview::maximumHeight)
+        ++factor;
+    return factor;
+}
+
+/// Decoded for the preview alone: no measure of the picture.
+bool isSmaller(const QmxOutputFrame &frame)
+{
+    return frame.picture.isValid() && frame.picture.width() < frame.desc.width();
+}
+
 /// Mean of 2 x 2 samples spread over a block of factorX x factorY, as 8 bits.
 void reducePlane(const QmxPicture &picture, int plane, int factorX, int factorY, int width, int height,
                  char *out)
@@ -63,6 +78,11 @@ QmxPreviewSink::~QmxPreviewSink() = default;
 void QmxPreviewSink::show(const QmxOutputFrame &frame)
 {
     if (!_writer.isOpen()) return;
+    _tick = frame.tick.index;
+    if (const quint64 asked = _full.asked() + _scopes.asked(); asked != _asked) {
+        _asked = asked;
+        _wholeUntil = _tick + QmxScopesReader::askedForTicks;
+    }
     if (!_thread.post([this, frame] { publish(frame); })) ++_dropped;
 }
 
@@ -101,17 +121,22 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
     _preview.momentaryLoudness = _loudness.momentary();
     _preview.shortTermLoudness = _loudness.shortTerm();
     _writer.write(_preview);
-    _scopes.offer(frame);
-    _full.offer(frame.picture);
+    if (!isSmaller(frame)) _scopes.offer(frame);
+    if (_full.isWanted() && !isSmaller(frame)) _full.offer(frame.picture);
+}
+
+int QmxPreviewSink::divisor(const QmxImageDesc &desc) const
+{
+    if (_tick <= _wholeUntil) return 1;
+    const int factor = factorOf(desc.width(), desc.height());
+    return factor & -factor; // the greatest power of two in it: the preview is the same size then
 }
 
 void QmxPreviewSink::reduce(const QmxPicture &picture, QmxPreviewPicture &preview)
 {
     const int fromWidth = picture.isValid() ? picture.width() : preview.width;
     const int fromHeight = picture.isValid() ? picture.height() : preview.height;
-    int factor = 1;
-    while (fromWidth / factor > QmxPreview::maximumWidth || fromHeight / factor > QmxPreview::maximumHeight)
-        ++factor;
+    const int factor = factorOf(fromWidth, fromHeight);
     const int width = fromWidth / factor / 2 * 2, height = fromHeight / factor / 2 * 2;
     const qsizetype pixels = qsizetype(width) * height;
     preview.width = width;

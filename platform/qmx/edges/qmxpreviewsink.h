@@ -23,6 +23,8 @@ public:
     void show(const QmxOutputFrame &frame) override;
     qint64 dropped() const override { return _dropped; }
     QString statusText() const override;
+    /// As small as the preview is, but whole while somebody looks at more than that.
+    int divisor(const QmxImageDesc &desc) const override;
 
     /// A picture reduced by a whole factor until it fits, as 8-bit 4:2:0. Without picture: black.
     static void reduce(const QmxPicture &picture, QmxPreviewPicture &preview);
@@ -39,5 +41,8 @@ private:
     QmxPicture _reduced; ///< what _preview shows
     QmxImageDesc _desc;
     std::atomic<qint64> _dropped = 0;
-    QmxTaskThread _thread; ///< last: ends before what it uses
+    quint64 _asked = 0; ///< of whoever shows
+    std::atomic<qint64> _tick = 0;
+    std::atomic<qint64> _wholeUntil = -1; ///< tick
+    QmxTaskThread _thread;                ///< last: ends before what it uses
 };

@@ -18,6 +18,8 @@ public:
     ScopeStage &operator=(const ScopeStage &) = delete;
 
     void offer(const QmxOutputFrame &frame);
+    /// How often somebody has asked for scopes. Any thread.
+    quint64 asked() const { return _writer.asked(); }
 
 private:
     QmxScopesWriter _writer;

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/codec/prores/proresdecodetables.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace {
-constexpr int longestRun = 14; ///< that an entry has room for
-constexpr int greatestLevel = 127;
+constexpr int greatestLevel = 31; ///< that an entry has room for
 } // namespace
 
 const ProResDecodeTables &ProResDecodeTables::instance()
@@ -12,10 +14,16 @@ const ProResDecodeTables &ProResDecodeTables::instance()
     return tables;
 }
 
-quint32 ProResDecodeTables::acTable(int run, int level)
+template <size_t count>
+static std::array<quint8, count> listed(int (*book)(int))
 {
-    return quint32(ProRes::bookAfterRun(run) * ProRes::acBooks + ProRes::bookAfterLevel(level)) << acBits;
+    std::array<quint8, count> list{};
+    for (size_t i = 0; i < count; ++i)
+        list[i] = quint8(book(int(i)));
+    return list;
 }
+const std::array<quint8, 16> ProResDecodeTables::bookAfterRun = listed<16>(ProRes::bookAfterRun);
+const std::array<quint8, 10> ProResDecodeTables::bookAfterLevel = listed<10>(ProRes::bookAfterLevel);
 
 ProResDecodeTables::ProResDecodeTables()
 {
@@ -34,14 +42,21 @@ ProResDecodeTables::ProResDecodeTables()
                 if (size > greatestLevel) continue;
                 const bool negative = bits << (length - 1) >> 63;
                 _ac.back() = quint32(length) | (run->value + 1) << 4 |
-                             quint32(quint8(negative ? -size : size)) << 8 |
+                             (quint32(negative ? -size : size) & 63) << 10 |
                              acTable(int(run->value), size) << 16;
             }
     _dc.reserve(ProRes::dcDifference.size() << dcBits);
     for (const ProRes::Codebook &book : ProRes::dcDifference)
         for (quint64 index = 0; index < 1U << dcBits; ++index) {
             const auto symbol = symbolAt(index << (64 - dcBits), book);
-            const bool fits = symbol && symbol->length <= dcBits;
-            _dc.push_back(fits ? quint16(quint32(symbol->length) | symbol->value << 4) : quint16(0));
+            _dc.push_back(0);
+            if (!symbol || symbol->length > dcBits) continue;
+            const int difference = unfolded(symbol->value);
+            _dc.back() = quint32(symbol->length) | dcTable(difference) | quint32(difference) << 16;
         }
+}
+
+quint32 ProResDecodeTables::dcTable(int difference)
+{
+    return quint32(std::min(std::abs(difference), ProRes::firstDcDifference)) << dcBits;
 }

@@ -3,6 +3,8 @@
 
 #include "platform/qmx/codec/prores/proresformat.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <optional>
 #include <vector>
@@ -47,19 +49,32 @@ public:
 
     static constexpr int acBits = 10; ///< that choose an entry
     static constexpr int acStates = ProRes::acBooks * ProRes::acBooks;
-    /// An entry: bits 0 to 3 how many bits it took, 4 to 7 the run and 1 more, 8 to 15 the signed level, 16
+    static constexpr int longestRun = 62; ///< of an entry
+    /// An entry: bits 0 to 3 how many bits it took, 4 to 9 the run and 1 more, 10 to 15 the signed level, 16
     /// to 31 where the table of the next pair begins.
     const quint32 *ac() const { return _ac.data(); }
     /// Where the table begins that is used behind this run and this level (without its sign).
-    static quint32 acTable(int run, int level);
+    static quint32 acTable(int run, int level)
+    {
+        const auto book = [](const auto &books, int value) {
+            return quint32(books[std::min(size_t(value), books.size() - 1)]);
+        };
+        return (book(bookAfterRun, run) * ProRes::acBooks + book(bookAfterLevel, level)) << acBits;
+    }
 
     static constexpr int dcBits = 10;
-    /// Tables of DC differences, one behind the other: bits 0 to 3 of an entry how many bits it took, above
-    /// them the symbol.
-    const quint16 *dc(int book) const { return _dc.data() + (size_t(book) << dcBits); }
+    /// Tables of DC differences, one behind the other. Bits 0 to 3 of an entry say how many bits it took, 10
+    /// and 11 where the table of the next one begins, 16 to 31 the signed difference, against the sign of the
+    /// one before.
+    const quint32 *dc() const { return _dc.data(); }
+    /// Where the table begins that is used behind this difference.
+    static quint32 dcTable(int difference);
 
 private:
     ProResDecodeTables();
+    // As ProRes::bookAfterRun() and bookAfterLevel() say; the last entry stands for all beyond.
+    static const std::array<quint8, 16> bookAfterRun;
+    static const std::array<quint8, 10> bookAfterLevel;
     std::vector<quint32> _ac;
-    std::vector<quint16> _dc;
+    std::vector<quint32> _dc;
 };

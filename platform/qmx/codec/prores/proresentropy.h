@@ -11,8 +11,9 @@ namespace ProResEntropy {
 /// them room for what is written or read at once.
 struct Levels
 {
-    static constexpr int slack = 160;
-    alignas(64) std::array<qint16, ProRes::groupSamples + slack> level;
+    static constexpr int slack = 384;
+    alignas(64) std::array<qint16, ProRes::groupSamples + slack> level{};
+    int used = 0; ///< from here on all are 0: what has not been written needs no clearing
 };
 
 /// One component of a slice: its coded bytes and where its levels go.

@@ -8,10 +8,13 @@
 
 #include <hwy/highway.h>
 
+#include "platform/qmx/codec/prores/proresinverse-inl.h"
 #include "platform/qmx/codec/prores/proresinverse.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
 
 HWY_BEFORE_NAMESPACE();
 namespace ProResInverse::HWY_NAMESPACE {
@@ -19,199 +22,140 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 constexpr int lanes = ProRes::lanes;
 constexpr int midSample = 512;
-constexpr int constantBits = 13; ///< of the transform's constants
 
-using Wide = hn::CappedTag<int32_t, lanes>;
-using WideVector = hn::Vec<Wide>;
 using Narrow = hn::Rebind<int16_t, Wide>;
 
-/// v times a constant below 1, rounded.
-HWY_INLINE WideVector part(WideVector v, int constant)
+/// Levels to the transform's input and the transform's output to samples: what all blocks have in common.
+struct Arithmetic
 {
-    const Wide d;
-    const auto half = hn::Set(d, 1 << (constantBits - 1));
-    return hn::ShiftRight<constantBits>(hn::Add(hn::Mul(v, hn::Set(d, constant)), half));
-}
+    explicit Arithmetic(const Dequantiser &dequantiser) : _dequantiser(dequantiser) {}
 
-// The constants of the transforms are above 1: what is above it is added, so that products fit into 32 bits.
-HWY_INLINE WideVector timesRoot2(WideVector v) // sqrt(2)
+    /// The n-th coefficients of some blocks.
+    HWY_INLINE WideVector coefficient(hn::Vec<Narrow> levels, size_t n) const
+    {
+        const Wide d;
+        const Narrow narrow;
+        const auto most = hn::Set(narrow, _dequantiser.most[n]);
+        const auto kept = hn::Max(hn::Min(levels, most), hn::Neg(most));
+        const auto product = hn::Mul(hn::PromoteTo(d, kept), hn::Set(d, _dequantiser.factor[n]));
+        return hn::ShiftRight<factorBits>(hn::Add(product, hn::Set(d, 1 << (factorBits - 1))));
+    }
+    /// Of the first coefficient, with what is the same in all samples.
+    HWY_INLINE WideVector mean(const qint16 *levels) const
+    {
+        const Wide d;
+        return hn::Add(coefficient(hn::LoadU(Narrow(), levels), 0),
+                       hn::Set(d, (midSample << sampleBits) + (1 << (sampleBits - 1))));
+    }
+    /// As samples.
+    static HWY_INLINE hn::Vec<hn::RebindToUnsigned<Narrow>> finished(WideVector v)
+    {
+        const Narrow narrow;
+        const auto sample = hn::DemoteTo(narrow, hn::ShiftRight<sampleBits>(v));
+        const auto kept =
+            hn::Max(hn::Min(sample, hn::Set(narrow, greatestSample)), hn::Set(narrow, leastSample));
+        return hn::BitCast(hn::RebindToUnsigned<Narrow>(), kept);
+    }
+    static HWY_INLINE void store(WideVector v, quint16 *samples)
+    {
+        hn::StoreU(finished(v), hn::RebindToUnsigned<Narrow>(), samples);
+    }
+
+private:
+    const Dequantiser &_dequantiser;
+};
+
+/// Both directions; coefficients at `used` and beyond are 0 in both.
+template <int edge, int used>
+HWY_INLINE void inverseBoth(WideVector *v, unsigned columns, quint16 *samples)
 {
-    return hn::Add(v, part(v, 3393));
-}
-
-/// Eight coefficients, `step` apart, to their inverse DCT in place: that of Arai, Agui and Nakajima, which
-/// wants the gains of Dequantiser in its input.
-HWY_INLINE void inverseEight(WideVector *v, int step)
-{
-    const auto sum04 = hn::Add(v[0], v[4 * step]), difference04 = hn::Sub(v[0], v[4 * step]);
-    const auto sum26 = hn::Add(v[2 * step], v[6 * step]);
-    const auto turn26 = hn::Sub(timesRoot2(hn::Sub(v[2 * step], v[6 * step])), sum26);
-    const auto e0 = hn::Add(sum04, sum26), e3 = hn::Sub(sum04, sum26);
-    const auto e1 = hn::Add(difference04, turn26), e2 = hn::Sub(difference04, turn26);
-
-    const auto sum53 = hn::Add(v[5 * step], v[3 * step]), difference53 = hn::Sub(v[5 * step], v[3 * step]);
-    const auto sum17 = hn::Add(v[1 * step], v[7 * step]), difference17 = hn::Sub(v[1 * step], v[7 * step]);
-    const auto o0 = hn::Add(sum17, sum53);
-    const auto cross = timesRoot2(hn::Sub(sum17, sum53));
-    const auto both = hn::Add(difference53, difference17);
-    // 2 cos(pi / 8), 2 (cos(pi / 8) - cos(3 pi / 8)) and 2 (cos(pi / 8) + cos(3 pi / 8))
-    const auto turn = hn::Sub(hn::Add(both, both), part(both, 1247));
-    const auto low = hn::Sub(turn, hn::Add(difference17, part(difference17, 675)));
-    const auto high = hn::Sub(turn, hn::Add(hn::Add(difference53, difference53), part(difference53, 5023)));
-    const auto o1 = hn::Sub(high, o0);
-    const auto o2 = hn::Sub(cross, o1);
-    const auto o3 = hn::Sub(low, o2);
-    v[0] = hn::Add(e0, o0);
-    v[7 * step] = hn::Sub(e0, o0);
-    v[1 * step] = hn::Add(e1, o1);
-    v[6 * step] = hn::Sub(e1, o1);
-    v[2 * step] = hn::Add(e2, o2);
-    v[5 * step] = hn::Sub(e2, o2);
-    v[3 * step] = hn::Add(e3, o3);
-    v[4 * step] = hn::Sub(e3, o3);
-}
-
-/// The same of four; the input of the odd ones has no gain.
-HWY_INLINE void inverseFour(WideVector *v, int step)
-{
-    constexpr int high = 2511, low = 4433; // sqrt(2) cos(pi / 8) - 1, sqrt(2) cos(3 pi / 8)
-    const auto large = [&](WideVector x) HWY_ATTR { return hn::Add(x, part(x, high)); };
-    const auto e0 = hn::Add(v[0], v[2 * step]), e1 = hn::Sub(v[0], v[2 * step]);
-    const auto o0 = hn::Add(large(v[step]), part(v[3 * step], low));
-    const auto o1 = hn::Sub(part(v[step], low), large(v[3 * step]));
-    v[0] = hn::Add(e0, o0);
-    v[3 * step] = hn::Sub(e0, o0);
-    v[step] = hn::Add(e1, o1);
-    v[2 * step] = hn::Sub(e1, o1);
-}
-
-template <int edge>
-HWY_INLINE void inverse(WideVector *v, int step)
-{
-    if constexpr (edge == 8)
-        inverseEight(v, step);
-    else if constexpr (edge == 4)
-        inverseFour(v, step);
-    else if constexpr (edge == 2) {
-        const auto sum = hn::Add(v[0], v[step]);
-        v[step] = hn::Sub(v[0], v[step]);
-        v[0] = sum;
+    for (int x = 0; x < used; ++x)
+        if (columns >> x & 1) inverse<edge>(v + x, edge);
+    for (int y = 0; y < edge; ++y) {
+        // What is known to be 0 here the compiler makes use of.
+        WideVector line[edge];
+        for (int x = 0; x < edge; ++x)
+            line[x] = x < used ? v[y * edge + x] : hn::Zero(Wide());
+        inverse<edge>(line, 1);
+        for (int x = 0; x < edge; ++x)
+            Arithmetic::store(line[x], samples + (y * edge + x) * lanes);
     }
 }
 
-/// Which coefficients of some blocks there are.
-enum class Content { All, LowestQuarter, Dc };
-
-/// The blocks from `lane` on, as many as fit into a vector.
-template <int edge, Content content>
+/// As many blocks as fit into a vector. Drawn pictures have many blocks that change in one direction only.
+template <int edge>
 void transformLanes(const qint16 *levels, int blocks, int places, const Dequantiser &dequantiser,
-                    quint16 *samples, int lane)
+                    quint16 *samples)
 {
     constexpr int count = edge * edge;
-    /// Coefficients beyond are 0 in both directions.
-    constexpr int used = content == Content::LowestQuarter ? edge / 2 : edge;
-    const Wide d;
     const Narrow narrow;
     const hn::RebindToUnsigned<Narrow> unsignedNarrow;
-    const auto half = hn::Set(d, 1 << (factorBits - 1));
-    const auto bias = hn::Set(d, (midSample << sampleBits) + (1 << (sampleBits - 1)));
-    const auto least = hn::Set(narrow, leastSample), greatest = hn::Set(narrow, greatestSample);
-    const auto coefficient = [&](size_t n) HWY_ATTR {
-        const auto level = hn::LoadU(narrow, levels + n * size_t(blocks) + lane);
-        const auto most = hn::Set(narrow, dequantiser.most[n]);
-        const auto kept = hn::Max(hn::Min(level, most), hn::Neg(most));
-        const auto product = hn::Mul(hn::PromoteTo(d, kept), hn::Set(d, dequantiser.factor[n]));
-        return hn::ShiftRight<factorBits>(hn::Add(product, half));
-    };
-    const auto finished = [&](WideVector v) HWY_ATTR {
-        const auto sample = hn::DemoteTo(narrow, hn::ShiftRight<sampleBits>(v));
-        return hn::BitCast(unsignedNarrow, hn::Max(hn::Min(sample, greatest), least));
-    };
-    if constexpr (content == Content::Dc) {
-        const auto flat = finished(hn::Add(coefficient(0), bias));
-        for (int i = 0; i < count; ++i)
-            hn::StoreU(flat, unsignedNarrow, samples + i * lanes + lane);
-        return;
-    }
+    const Arithmetic arithmetic(dequantiser);
     WideVector v[count];
-    for (int i = 0; i < count; ++i)
-        v[i] = hn::Zero(d);
-    for (size_t n = 0; n < size_t(std::min(places, used * used)); ++n)
-        v[dequantiser.place[n]] = coefficient(n);
-    v[0] = hn::Add(v[0], bias);
-    for (int x = 0; x < used; ++x)
-        inverse<edge>(v + x, edge);
-    for (int y = 0; y < edge; ++y) {
-        if constexpr (used < edge) {
-            // Known to be 0 here, which the compiler makes use of.
-            WideVector line[edge];
+    for (int i = 1; i < count; ++i)
+        v[i] = hn::Zero(Wide());
+    v[0] = arithmetic.mean(levels);
+    unsigned columns = 1, rows = 1; // that have anything
+    for (size_t n = 1; n < size_t(places); ++n) {
+        const auto level = hn::LoadU(narrow, levels + n * size_t(blocks));
+        if (hn::AllTrue(narrow, hn::Eq(level, hn::Zero(narrow)))) continue;
+        const int place = dequantiser.place[n];
+        v[place] = arithmetic.coefficient(level, n);
+        columns |= 1U << place % edge;
+        rows |= 1U << place / edge;
+    }
+    if (columns == 1) {
+        inverse<edge>(v, edge);
+        for (int y = 0; y < edge; ++y) {
+            const auto line = Arithmetic::finished(v[y * edge]);
             for (int x = 0; x < edge; ++x)
-                line[x] = x < used ? v[y * edge + x] : hn::Zero(d);
-            inverse<edge>(line, 1);
-            for (int x = 0; x < edge; ++x)
-                v[y * edge + x] = line[x];
-        } else {
-            inverse<edge>(v + y * edge, 1);
+                hn::StoreU(line, unsignedNarrow, samples + (y * edge + x) * lanes);
         }
-    }
-    for (int i = 0; i < count; ++i)
-        hn::StoreU(finished(v[i]), unsignedNarrow, samples + i * lanes + lane);
-}
-
-/// What there is of the blocks from `lane` on; those of a vector may be taken for more than they have.
-template <int edge>
-HWY_INLINE Content contentOf(const qint16 *levels, int blocks, int places, int lane)
-{
-    const Narrow narrow;
-    constexpr int low = edge / 2 * (edge / 2);
-    auto any = hn::Zero(narrow);
-    for (int n = low; n < places; ++n)
-        any = hn::Or(any, hn::LoadU(narrow, levels + n * blocks + lane));
-    if (!hn::AllTrue(narrow, hn::Eq(any, hn::Zero(narrow)))) return Content::All;
-    for (int n = 1; n < std::min(low, places); ++n)
-        any = hn::Or(any, hn::LoadU(narrow, levels + n * blocks + lane));
-    return hn::AllTrue(narrow, hn::Eq(any, hn::Zero(narrow))) ? Content::Dc : Content::LowestQuarter;
-}
-
-template <int edge>
-void transformBlocks(const qint16 *levels, int blocks, int places, const Dequantiser &dequantiser,
-                     quint16 *samples)
-{
-    places = std::min(places, edge * edge);
-    const int together = int(hn::Lanes(Wide()));
-    for (int lane = 0; lane < blocks; lane += together) {
-        if constexpr (edge == ProRes::blockEdge) {
-            switch (contentOf<edge>(levels, blocks, places, lane)) {
-            case Content::All:
-                break;
-            case Content::LowestQuarter:
-                transformLanes<edge, Content::LowestQuarter>(levels, blocks, places, dequantiser, samples,
-                                                             lane);
-                continue;
-            case Content::Dc:
-                transformLanes<edge, Content::Dc>(levels, blocks, places, dequantiser, samples, lane);
-                continue;
-            }
+    } else if (rows == 1) {
+        inverse<edge>(v, 1);
+        for (int x = 0; x < edge; ++x) {
+            const auto column = Arithmetic::finished(v[x]);
+            for (int y = 0; y < edge; ++y)
+                hn::StoreU(column, unsignedNarrow, samples + (y * edge + x) * lanes);
         }
-        transformLanes<edge, Content::All>(levels, blocks, places, dequantiser, samples, lane);
+    } else if (edge == ProRes::blockEdge && (columns | rows) < 1U << edge / 2) {
+        inverseBoth<edge, (edge + 1) / 2>(v, columns, samples);
+    } else {
+        inverseBoth<edge, edge>(v, columns, samples);
     }
 }
 
-void transform(const ProResEntropy::Levels &levels, int blocks, int places, const Dequantiser &dequantiser,
-               Scale scale, Samples &samples)
+/// Blocks, a bit each, that have anything besides their mean.
+quint32 notFlat(const qint16 *levels, int blocks, int places)
 {
-    const qint16 *level = levels.level.data();
-    quint16 *sample = samples.sample.data();
-    switch (scale) {
-    case Scale::Full:
-        return transformBlocks<8>(level, blocks, places, dequantiser, sample);
-    case Scale::Half:
-        return transformBlocks<4>(level, blocks, places, dequantiser, sample);
-    case Scale::Quarter:
-        return transformBlocks<2>(level, blocks, places, dequantiser, sample);
-    case Scale::Eighth:
-        return transformBlocks<1>(level, blocks, places, dequantiser, sample);
+    const hn::CappedTag<int16_t, lanes> d;
+    quint32 result = 0;
+    for (int lane = 0; lane < blocks; lane += int(hn::Lanes(d))) {
+        auto any = hn::Zero(d);
+        for (int n = 1; n < places; ++n)
+            any = hn::Or(any, hn::LoadU(d, levels + n * blocks + lane));
+        uint8_t bytes[8] = {};
+        hn::StoreMaskBits(d, hn::Ne(any, hn::Zero(d)), bytes);
+        quint32 bits;
+        std::memcpy(&bits, bytes, sizeof bits);
+        result |= bits << lane;
     }
+    return blocks < lanes ? result & ((1U << blocks) - 1) : result;
+}
+
+/// The levels of the blocks in `which` alone, one beside the other. In order: what is written behind the
+/// levels of a place is overwritten by those of the next.
+void pack(const qint16 *levels, int blocks, int places, quint32 which, qint16 *out)
+{
+    const hn::CappedTag<int16_t, lanes> d;
+    for (int n = 0; n < places; ++n, levels += blocks)
+        for (int lane = 0; lane < blocks; lane += int(hn::Lanes(d))) {
+            uint8_t bytes[8] = {};
+            const quint32 bits = which >> lane;
+            std::memcpy(bytes, &bits, sizeof bits);
+            hn::StoreU(hn::Compress(hn::LoadU(d, levels + lane), hn::LoadMaskBits(d, bytes)), d, out);
+            out += std::popcount(bits & quint32((1ULL << hn::Lanes(d)) - 1));
+        }
 }
 
 #if HWY_TARGET != HWY_SCALAR
@@ -251,21 +195,131 @@ HWY_INLINE void storeLine(const quint16 *samples, quint16 *const *first, qsizety
 }
 #endif
 
-void store(const Samples &samples, int blocks, quint16 *const *first, qsizetype stride, Scale scale)
+/// Whole blocks to where they belong.
+void storeBlocks(const quint16 *samples, int blocks, quint16 *const *first, qsizetype stride)
 {
-    const int length = edge(scale);
     int lane = 0;
 #if HWY_TARGET != HWY_SCALAR
     constexpr int together = 8;
-    if (scale == Scale::Full)
-        for (; lane + together <= blocks; lane += together)
-            for (int y = 0; y < length; ++y)
-                storeLine(samples.sample.data() + y * length * lanes + lane, first + lane, y * stride);
+    for (; lane + together <= blocks; lane += together)
+        for (int y = 0; y < together; ++y)
+            storeLine(samples + y * together * lanes + lane, first + lane, y * stride);
+    if (lane < blocks) {
+        quint16 rest[together * together];
+        quint16 *to[together];
+        for (int i = 0; i < together; ++i)
+            to[i] = rest + i * together;
+        for (int y = 0; y < together; ++y) {
+            storeLine(samples + y * together * lanes + lane, to, 0);
+            for (int i = 0; lane + i < blocks; ++i)
+                std::memcpy(first[lane + i] + y * stride, to[i], together * sizeof(quint16));
+        }
+        return;
+    }
 #endif
     for (; lane < blocks; ++lane)
-        for (int y = 0; y < length; ++y)
-            for (int x = 0; x < length; ++x)
-                first[lane][y * stride + x] = samples.sample[size_t((y * length + x) * lanes + lane)];
+        for (int i = 0; i < ProRes::blockSamples; ++i)
+            first[lane][i / 8 * stride + i % 8] = samples[i * lanes + lane];
+}
+
+/// The means of all blocks, as samples.
+HWY_INLINE void means(const qint16 *levels, int blocks, const Dequantiser &dequantiser, quint16 *samples)
+{
+    const Arithmetic arithmetic(dequantiser);
+    for (int lane = 0; lane < blocks; lane += int(hn::Lanes(Wide())))
+        arithmetic.store(arithmetic.mean(levels + lane), samples + lane);
+}
+
+void storeFlat(const quint16 *mean, quint32 which, const Place &place)
+{
+    const hn::CappedTag<uint16_t, ProRes::blockEdge> d;
+    for (; which; which &= which - 1) {
+        const int block = std::countr_zero(which);
+        quint16 *to = place.block(block, ProRes::blockEdge);
+        const auto value = hn::Set(d, mean[block]);
+        for (int y = 0; y < ProRes::blockEdge; ++y, to += place.stride)
+            for (int x = 0; x < ProRes::blockEdge; x += int(hn::Lanes(d)))
+                hn::StoreU(value, d, to + x);
+    }
+}
+
+void reconstructWhole(const qint16 *levels, int blocks, int places, const Dequantiser &dequantiser,
+                      const Place &place, Scratch &scratch)
+{
+    const int together = int(hn::Lanes(Wide()));
+    const quint32 all = blocks < lanes ? (1U << blocks) - 1 : ~0U;
+    quint16 *samples = scratch.sample.data();
+    quint32 which = notFlat(levels, blocks, places);
+    // Only where it saves a vector: putting together the few blocks that are not flat costs something too.
+    const auto vectors = [together](int count) { return (count + together - 1) / together; };
+    const int count = std::popcount(which);
+    if (vectors(count) < vectors(blocks)) {
+        means(levels, blocks, dequantiser, samples);
+        storeFlat(samples, all & ~which, place);
+        if (count == 0) return;
+        pack(levels, blocks, places, which, scratch.level.data());
+        levels = scratch.level.data();
+        blocks = count;
+    } else {
+        which = all;
+    }
+    quint16 *first[lanes];
+    for (int i = 0; i < blocks; ++i, which &= which - 1)
+        first[i] = place.block(std::countr_zero(which), ProRes::blockEdge);
+    for (int lane = 0; lane < blocks; lane += together)
+        transformLanes<ProRes::blockEdge>(levels + lane, blocks, places, dequantiser, samples + lane);
+    storeBlocks(samples, blocks, first, place.stride);
+}
+
+template <int edge>
+void reconstructSmaller(const qint16 *levels, int blocks, int places, const Dequantiser &dequantiser,
+                        const Place &place, quint16 *samples)
+{
+    for (int lane = 0; lane < blocks; lane += int(hn::Lanes(Wide())))
+        transformLanes<edge>(levels + lane, blocks, places, dequantiser, samples + lane);
+    for (int block = 0; block < blocks; ++block) {
+        quint16 *to = place.block(block, edge);
+        for (int i = 0; i < edge * edge; ++i)
+            to[i / edge * place.stride + i % edge] = samples[i * lanes + block];
+    }
+}
+
+/// A sample a block: two lines.
+void reconstructMeans(const qint16 *levels, int blocks, const Dequantiser &dequantiser, const Place &place,
+                      quint16 *samples)
+{
+    means(levels, blocks, dequantiser, samples);
+    quint16 *upper = place.origin, *lower = upper + place.stride;
+    if (place.colour) {
+        for (int i = 0; i < blocks / 2; ++i, samples += 2) {
+            upper[i] = samples[0];
+            lower[i] = samples[1];
+        }
+        return;
+    }
+    constexpr size_t two = 2 * sizeof(quint16);
+    for (int i = 0; i < blocks / 2; i += 2, samples += 4) {
+        std::memcpy(upper + i, samples, two);
+        std::memcpy(lower + i, samples + 2, two);
+    }
+}
+
+void reconstruct(const ProResEntropy::Levels &levels, int blocks, int places, const Dequantiser &dequantiser,
+                 Scale scale, const Place &place, Scratch &scratch)
+{
+    const qint16 *level = levels.level.data();
+    quint16 *sample = scratch.sample.data();
+    places = std::min(places, placesNeeded(scale));
+    switch (scale) {
+    case Scale::Full:
+        return reconstructWhole(level, blocks, places, dequantiser, place, scratch);
+    case Scale::Half:
+        return reconstructSmaller<4>(level, blocks, places, dequantiser, place, sample);
+    case Scale::Quarter:
+        return reconstructSmaller<2>(level, blocks, places, dequantiser, place, sample);
+    case Scale::Eighth:
+        return reconstructMeans(level, blocks, dequantiser, place, sample);
+    }
 }
 
 } // namespace ProResInverse::HWY_NAMESPACE
@@ -273,8 +327,7 @@ HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
 namespace ProResInverse {
-HWY_EXPORT(transform);
-HWY_EXPORT(store);
+HWY_EXPORT(reconstruct);
 } // namespace ProResInverse
 
 ProResInverse::Dequantiser::Dequantiser(const ProRes::Matrix &matrix, int quantiser, bool interlaced,
@@ -300,15 +353,10 @@ ProResInverse::Dequantiser::Dequantiser(const ProRes::Matrix &matrix, int quanti
     }
 }
 
-void ProResInverse::transform(const ProResEntropy::Levels &levels, int blocks, int places,
-                              const Dequantiser &dequantiser, Scale scale, Samples &samples)
+void ProResInverse::reconstruct(const ProResEntropy::Levels &levels, int blocks, int places,
+                                const Dequantiser &dequantiser, Scale scale, const Place &place,
+                                Scratch &scratch)
 {
-    HWY_DYNAMIC_DISPATCH(transform)(levels, blocks, places, dequantiser, scale, samples);
-}
-
-void ProResInverse::store(const Samples &samples, int blocks, quint16 *const *first, qsizetype stride,
-                          Scale scale)
-{
-    HWY_DYNAMIC_DISPATCH(store)(samples, blocks, first, stride, scale);
+    HWY_DYNAMIC_DISPATCH(reconstruct)(levels, blocks, places, dequantiser, scale, place, scratch);
 }
 #endif

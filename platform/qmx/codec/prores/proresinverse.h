@@ -3,9 +3,9 @@
 
 #include "platform/qmx/codec/prores/proresentropy.h"
 
-/// From levels back to samples, a block a lane. Written with Highway: the best instruction set of the machine
-/// is chosen at run time, and every one gives the same samples, because all of it is integer arithmetic of
-/// fixed width. Pure; any thread.
+/// From levels back to samples, a block a lane; blocks that are flat cost little. Written with Highway: the
+/// best instruction set of the machine is chosen at run time, and every one gives the same samples, because
+/// all of it is integer arithmetic of fixed width. Pure; any thread.
 namespace ProResInverse {
 
 /// Edge of a decoded block: 8, or less for pictures a half, a quarter and an eighth as wide and high, which
@@ -42,17 +42,33 @@ constexpr int sampleBits = 6;
 constexpr int leastSample = 4;
 constexpr int greatestSample = 1019;
 
-/// Samples of up to 32 blocks: first those at the first position of all lanes, then those at the second.
-struct Samples
+/// Where the blocks of a component go. In coding order two lines of blocks are filled macroblock by
+/// macroblock: luma line by line, colour column by column.
+struct Place
 {
-    alignas(64) std::array<quint16, ProRes::groupSamples> sample;
+    quint16 *origin;
+    qsizetype stride; ///< in samples
+    bool colour;
+
+    quint16 *block(int number, int edge) const
+    {
+        const int row = colour ? number & 1 : number >> 1 & 1;
+        const int column = colour ? number >> 1 : (number >> 2) * 2 + (number & 1);
+        return origin + row * edge * stride + column * edge;
+    }
 };
 
-/// Transforms the levels of `blocks` blocks; none of them has one at the place `places` or behind it.
-void transform(const ProResEntropy::Levels &levels, int blocks, int places, const Dequantiser &dequantiser,
-               Scale scale, Samples &samples);
+/// Memory for the work on one component.
+struct Scratch
+{
+    /// Of up to 32 blocks: first those at the first position of all, then those at the second.
+    alignas(64) std::array<quint16, ProRes::groupSamples> sample;
+    alignas(64) std::array<qint16, ProRes::groupSamples + ProRes::lanes> level;
+};
 
-/// Puts blocks where they belong: `first` is the first sample of each, lines are `stride` samples apart.
-void store(const Samples &samples, int blocks, quint16 *const *first, qsizetype stride, Scale scale);
+/// Transforms the levels of `blocks` blocks and puts the samples where they belong; no block has a level at
+/// the place `places` or behind it.
+void reconstruct(const ProResEntropy::Levels &levels, int blocks, int places, const Dequantiser &dequantiser,
+                 Scale scale, const Place &place, Scratch &scratch);
 
 } // namespace ProResInverse

@@ -10,12 +10,6 @@ constexpr quint16 neutral = 512, opaque = 1023;
 constexpr int alphaPlane = 3;
 } // namespace
 
-ProResSliceDecoder::ProResSliceDecoder()
-{
-    for (auto &levels : _levels)
-        levels.level.fill(0);
-}
-
 QSize ProResSliceDecoder::sizeAt(const QSize &size, ProResInverse::Scale scale)
 {
     const auto scaled = [scale](int samples) {
@@ -101,29 +95,13 @@ const ProResInverse::Dequantiser &ProResSliceDecoder::dequantiser(int plane, int
     return *made;
 }
 
-/// The order of blocks is that of macroblocks; within one, luma goes line by line, colour column by column.
 void ProResSliceDecoder::put(const Parts &parts, int plane, const ProResEntropy::Component &component)
 {
-    ProResInverse::transform(*component.levels, component.blocks, component.places,
-                             dequantiser(plane, parts.quantiser), _scale, _samples);
     const Area a = area(*parts.slice, plane);
-    const int length = ProResInverse::edge(_scale);
-    quint16 *origin = a.whole() ? a.first : _edge.data();
-    const qsizetype stride = a.whole() ? a.stride : a.width;
-    std::array<quint16 *, ProRes::lanes> first;
-    for (int block = 0; block < component.blocks; ++block) {
-        int column, row;
-        if (half(plane)) {
-            column = block / 2;
-            row = block % 2;
-        } else {
-            const bool second = block & 1, third = block & 2;
-            column = block / 4 * 2 + (plane == 0 ? second : third);
-            row = plane == 0 ? third : second;
-        }
-        first[size_t(block)] = origin + row * length * stride + column * length;
-    }
-    ProResInverse::store(_samples, component.blocks, first.data(), stride, _scale);
+    const ProResInverse::Place place{a.whole() ? a.first : _edge.data(), a.whole() ? a.stride : a.width,
+                                     plane != 0};
+    ProResInverse::reconstruct(*component.levels, component.blocks, component.places,
+                               dequantiser(plane, parts.quantiser), _scale, place, _scratch);
     if (a.whole()) return;
     for (int y = 0; y < a.shownHeight; ++y)
         std::copy_n(_edge.data() + y * a.width, a.shownWidth, a.first + y * a.stride);

@@ -19,7 +19,6 @@ struct ProResTarget
 class ProResSliceDecoder
 {
 public:
-    ProResSliceDecoder();
     /// What the next slices belong to; it must outlive their decoding. Cheap when the matrices are those of
     /// the frame before.
     void begin(const ProResCodedFrame &frame, ProResInverse::Scale scale, const ProResTarget &target);
@@ -72,7 +71,7 @@ private:
     ProResInverse::Scale _madeFor = ProResInverse::Scale::Full;
 
     std::array<ProResEntropy::Levels, 2> _levels;
-    ProResInverse::Samples _samples;
+    ProResInverse::Scratch _scratch;
     alignas(64) std::array<quint16, ProRes::groupSamples> _edge; ///< a slice that the frame ends in
     std::array<quint16, ProRes::groupSamples> _alpha;
 };

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "bench/benchclip.h"
+
+#include <optional>
+
+/// Milliseconds a frame of a clip that goes through the cache and the video card, whose ticks come faster
+/// than pictures can be decoded; by our decoder or by libavcodec's. Nothing: it did not go through.
+std::optional<double> playThroughCard(BenchPlayer &player, int frames, bool byLibav);

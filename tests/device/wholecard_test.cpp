@@ -150,9 +150,12 @@ TEST(WholeCard, aPreviewAloneIsDecodedAsSmallAsItIsAndWholeWhenSomebodyAsks)
     }
     const auto shown = [&] {
         const std::lock_guard lock(edges->mutex);
-        return edges->shown.last().picture;
+        return edges->shown.isEmpty() ? QmxPicture() : edges->shown.last().picture;
     };
-    ASSERT_TRUE(Stepper::runUntil([&] { return QmxStrip::read(shown()) == quint32(last); }));
+    ASSERT_TRUE(Stepper::runUntil([&] {
+        const QmxPicture picture = shown();
+        return picture.isValid() && QmxStrip::read(picture) == quint32(last);
+    }));
     EXPECT_EQ(shown().size(), QSize(640, 360));
     QmxPreviewReader preview;
     QmxPreviewPicture seen;

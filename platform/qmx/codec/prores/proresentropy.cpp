@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -44,6 +43,7 @@ struct Cursor
     qint16 *out = nullptr;         ///< the level written last
     const qint16 *limit = nullptr; ///< of the places that are wanted
     quint32 table = 0;
+    int longPairs = 0; ///< that were in no table
     bool good = true;
 
     /// At least 56 known bits; reads eight bytes, or carefully, near the end: there zeros stand for what is
@@ -79,10 +79,10 @@ struct Symbols
           longLength(book.exponential - book.lastRiceQuotient),
           longOffset(((book.lastRiceQuotient + 1) << book.rice) - (1 << book.exponential))
     {}
-    /// False: longer than any that a coder writes.
+    /// False: it stands for more than there can be.
     HWY_INLINE bool take(Cursor &c, quint32 &value) const
     {
-        constexpr int mostZeros = 24;
+        constexpr int mostZeros = 18;
         const int zeros = std::countl_zero(c.bits);
         const int isLong = -int(zeros > last);
         const int length = zeros + riceLength + ((zeros + longLength - riceLength) & isLong);
@@ -109,19 +109,25 @@ constexpr std::array<Symbols, count> symbolsOf(const std::array<ProRes::Codebook
 constexpr auto runSymbols = symbolsOf(ProRes::acRun), levelSymbols = symbolsOf(ProRes::acLevel);
 constexpr auto dcSymbols = symbolsOf(ProRes::dcDifference);
 
-/// A pair whose entry is 0. In line: pictures with hard edges have many, and a cursor whose address somebody
-/// has lives in memory.
+/// A pair of any length. In line: pictures with hard edges have many long ones, and a cursor whose address
+/// somebody has lives in memory.
 template <bool careful>
-HWY_INLINE void longPair(Cursor &c)
+HWY_INLINE void anyPair(Cursor &c)
 {
     constexpr quint32 greatest = 32767;
+    // Right after a filling all 64 bits are there; that leaves room for the longest level behind such a run.
+    constexpr int ordinaryRun = 11;
     const quint32 state = c.table >> acBits;
     quint32 run = 0, level = 0;
     c.fill<careful>();
+    const int runFrom = c.known;
     c.good = runSymbols[state / ProRes::acBooks].take(c, run);
-    c.fill<careful>();
+    const int runLength = runFrom - c.known;
+    if (careful || HWY_UNLIKELY(runLength > ordinaryRun)) c.fill<careful>();
+    const int levelFrom = c.known;
     c.good = c.good && levelSymbols[state % ProRes::acBooks].take(c, level) && level < greatest;
     if (HWY_UNLIKELY(!c.good)) return;
+    c.longPairs += runLength + levelFrom - c.known >= acBits;
     const int negative = int(qint64(c.bits) >> 63);
     c.drop(1);
     // The codes before it in this filling may have gone beyond the last place already.
@@ -152,7 +158,7 @@ HWY_INLINE bool pair(Cursor &c, const quint32 *tables)
 {
     const quint32 entry = tables[c.table + (c.bits >> (64 - acBits))];
     if (HWY_UNLIKELY(entry == 0)) {
-        longPair<false>(c);
+        anyPair<false>(c);
         if (HWY_UNLIKELY(!c.good)) c.at = c.end; // nothing more is taken
         return false;
     }
@@ -183,7 +189,7 @@ void finish(Cursor &c, const quint32 *tables, const uchar *end)
             if (c.bits == 0) return;
             const quint32 entry = tables[c.table + (c.bits >> (64 - acBits))];
             if (entry == 0) {
-                longPair<true>(c);
+                anyPair<true>(c);
                 c.good = c.good && c.left() >= 0;
                 break;
             }
@@ -308,18 +314,25 @@ HWY_INLINE void decodePairs(Cursor &cursor, const quint32 *tables, const uchar *
     cursor = c;
 }
 
-/// Those of two, until one comes near its end.
+/// Those of two, until one comes near its end. `mostlyLong`: of codes that are in no table, so that asking
+/// the table first would only cost wrong guesses.
+template <bool mostlyLong>
 HWY_INLINE void decodePairs(Cursor &first, Cursor &second, const quint32 *tables, const uchar *end)
 {
-    if (!first.good || !second.good) return;
     Cursor a = first, b = second;
     const uchar *endA = fastEnd(a, end), *endB = fastEnd(b, end);
     while (a.at <= endA && b.at <= endB && a.out < a.limit && b.out < b.limit) {
-        a.fill<false>();
-        b.fill<false>();
-        for (int i = 0; i < pairsAFilling; ++i) {
-            const bool shortA = pair(a, tables), shortB = pair(b, tables);
-            if (HWY_UNLIKELY(!shortA || !shortB)) break;
+        if constexpr (mostlyLong) {
+            anyPair<false>(a);
+            anyPair<false>(b);
+            if (HWY_UNLIKELY(!a.good || !b.good)) break;
+        } else {
+            a.fill<false>();
+            b.fill<false>();
+            for (int i = 0; i < pairsAFilling; ++i) {
+                const bool shortA = pair(a, tables), shortB = pair(b, tables);
+                if (HWY_UNLIKELY(!shortA || !shortB)) break;
+            }
         }
     }
     first = a;
@@ -333,7 +346,12 @@ void decode(Component &first, Component &second, int mostPlaces, const uchar *en
     Cursor a = begin(first, mostPlaces, dcA), b = begin(second, mostPlaces, dcB);
     decodeDc(a, dcA, b, dcB, all.dc(), end);
     if (mostPlaces > 1) {
-        decodePairs(a, b, all.ac(), end);
+        if (a.good && b.good) {
+            if (first.mostlyLong)
+                decodePairs<true>(a, b, all.ac(), end);
+            else
+                decodePairs<false>(a, b, all.ac(), end);
+        }
         decodePairs(a, all.ac(), end);
         decodePairs(b, all.ac(), end);
     }
@@ -341,6 +359,9 @@ void decode(Component &first, Component &second, int mostPlaces, const uchar *en
         if (!component.bytes) return;
         const qint64 written = c.out - component.levels->level.data();
         component.levels->used = int(written) + 1;
+        // So many take most of the bytes.
+        constexpr int bytesForEach = 4;
+        component.mostlyLong = c.longPairs * bytesForEach > component.size;
         // What is beyond the places asked for may not have been looked at.
         const bool whole = mostPlaces == ProRes::blockSamples;
         component.places = !c.good || (whole && c.out >= c.limit)
@@ -362,56 +383,5 @@ HWY_EXPORT(decode);
 void ProResEntropy::decode(Component &a, Component &b, int mostPlaces, const uchar *end)
 {
     HWY_DYNAMIC_DISPATCH(decode)(a, b, mostPlaces, end);
-}
-
-namespace {
-/// The bits of an alpha channel, one after the other; zeros behind the end.
-class AlphaBits
-{
-public:
-    AlphaBits(const uchar *bytes, int size) : _bytes(bytes), _size(qint64(size) * 8) {}
-    int take(int count)
-    {
-        int value = 0;
-        for (; count > 0; --count, ++_at)
-            value = value << 1 | (_at < _size ? _bytes[_at >> 3] >> (7 - (_at & 7)) & 1 : 0);
-        return value;
-    }
-    qint64 left() const { return _size - _at; }
-
-private:
-    const uchar *_bytes;
-    qint64 _size;
-    qint64 _at = 0;
-};
-} // namespace
-
-bool ProResEntropy::decodeAlpha(const uchar *bytes, int size, int bits, quint16 *values, int count)
-{
-    constexpr int wide = 16, smallBitsOfWide = 7, smallBitsOfNarrow = 4, shortRun = 4, longRun = 11;
-    const int mask = (1 << bits) - 1;
-    AlphaBits in(bytes, size);
-    int value = mask;
-    // Full scale of 8 bits is full scale of 16.
-    const auto scaled = [bits](int v) { return quint16(bits == wide ? v : v << 8 | v); };
-    for (int i = 0; i < count;) {
-        if (in.left() <= 0) return false;
-        if (in.take(1)) {
-            value += in.take(bits);
-        } else {
-            const int folded = in.take(bits == wide ? smallBitsOfWide : smallBitsOfNarrow);
-            const int difference = folded / 2 + 1;
-            value += folded & 1 ? -difference : difference;
-        }
-        value &= mask;
-        values[i++] = scaled(value);
-        if (i == count || in.take(1)) continue;
-        int run = in.take(shortRun);
-        if (run == 0) run = in.take(longRun);
-        run = std::min(run, count - i);
-        std::fill_n(values + i, run, scaled(value));
-        i += run;
-    }
-    return true;
 }
 #endif

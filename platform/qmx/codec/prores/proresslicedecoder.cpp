@@ -140,8 +140,9 @@ int ProResSliceDecoder::decode(const ProResCodedSlice &first, const ProResCodedS
         for (size_t i = 0; i < pair.size(); ++i)
             if (pair[i].good)
                 components[i] = {pair[i].bytes[size_t(plane)], pair[i].size[size_t(plane)],
-                                 blocks(*pair[i].slice, plane), &_levels[i]};
+                                 blocks(*pair[i].slice, plane), &_levels[i], _mostlyLong[size_t(plane)]};
         ProResEntropy::decode(components[0], components[1], places, _frame->end);
+        _mostlyLong[size_t(plane)] = components[0].mostlyLong;
         for (size_t i = 0; i < pair.size(); ++i) {
             pair[i].good = pair[i].good && components[i].places > 0;
             if (pair[i].good) put(pair[i], plane, components[i]);

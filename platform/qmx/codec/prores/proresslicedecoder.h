@@ -72,6 +72,7 @@ private:
 
     std::array<ProResEntropy::Levels, 2> _levels;
     ProResInverse::Scratch _scratch;
+    std::array<bool, 3> _mostlyLong{};                           ///< of Y, Cb and Cr of the slices before
     alignas(64) std::array<quint16, ProRes::groupSamples> _edge; ///< a slice that the frame ends in
     std::array<quint16, ProRes::groupSamples> _alpha;
 };

@@ -25,7 +25,7 @@ bool CommandRow::tellsOfDaemon() const
 
 bool CommandRow::worksWithoutStore() const
 {
-    return run == ctlStatus || run == ctlWatch || run == ctlClips || run == ctlPicture ||
+    return run == ctlStatus || run == ctlWatch || run == ctlClips || run == ctlPicture || run == ctlInfo ||
            (verb && verb->has(VerbRow::StopsTake));
 }
 

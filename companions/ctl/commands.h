@@ -46,7 +46,7 @@ struct ArgumentRow
     enum class Type {
         Text,
         Choice,    ///< one of `choices`
-        Clip,      ///< `xpctl complete` lists it, as the two that follow
+        Clip,      ///< a shell is told by `xpctl complete`, as of the two that follow
         Parameter, ///< a name
         Value,     ///< of the parameter before it
         File
@@ -58,6 +58,10 @@ struct ArgumentRow
     Type type = Type::Text;
     std::vector<const char *> choices = {};
     bool isMany = false; ///< the last one of a row: may come several times
+    /// What a shell offers in place of what its type says, separated by blanks: words, kinds that `xpctl
+    /// complete` lists (@clips; rows of completewords.cpp, some by the first argument of the command), or
+    /// @files.
+    const char *completes = "";
 };
 
 /// An option of some commands.
@@ -127,8 +131,10 @@ ExitCode ctlFleet(const Report &, const Arguments &);   // fleetcommand.cpp
 ExitCode ctlChannel(const Report &, const Arguments &); // channelcommand.cpp
 ExitCode ctlMetrics(Recorder &, const Report &, const Arguments &);
 ExitCode ctlPicture(Recorder &, const Report &, const Arguments &);
-// For shells and readers (completion.cpp, manual.cpp)
+// For shells and readers (completion.cpp, completewords.cpp, manual.cpp)
 ExitCode ctlComplete(Recorder &, const Report &, const Arguments &);
+/// Whether there are words of this kind to be completed.
+bool isCompletionKind(const std::string &name);
 ExitCode ctlCompletion(const Report &, const Arguments &);
 ExitCode ctlManual(const Report &, const Arguments &);
 ExitCode ctlNothing(const Report &, const Arguments &);

@@ -4,6 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstring>
+
 namespace {
 using Type = ArgumentRow::Type;
 
@@ -38,6 +40,25 @@ void addValue(CLI::App &command, Arguments &arguments, const char *name)
         [&arguments, name](const std::string &value) { arguments.options[name] = value; });
 }
 
+/// What a shell offers for an argument of a verb.
+const char *wordsFor(const VerbRow &verb, const VerbArgument &argument)
+{
+    struct Row
+    {
+        const char *verb, *argument, *words;
+    };
+    static constexpr Row rows[] = {{"acknowledge", "alarm", "@alarms"},
+                                   {"mark", "what", "in out @marks"},
+                                   {"unmark", "what", "in out all @marks"},
+                                   {"export", "to", "@media @files"}};
+    for (const Row &row : rows)
+        if (std::strcmp(row.verb, verb.name) == 0 && std::strcmp(row.argument, argument.name) == 0)
+            return row.words;
+    return argument.type == VerbArgument::Type::Clip     ? "@clips"
+           : argument.type == VerbArgument::Type::Medium ? "@media"
+                                                         : "";
+}
+
 /// A command that is a verb: its help and its arguments are the verb's. `labels` are how the arguments are
 /// called here, `name` the command when it is not the verb's.
 CommandRow ofVerb(const char *group, const char *verbName, const char *options,
@@ -48,8 +69,13 @@ CommandRow ofVerb(const char *group, const char *verbName, const char *options,
     for (const VerbArgument &argument : verb->arguments) {
         if (argument.isForShellOnly || argument.isOption) continue;
         const bool isClip = argument.type == VerbArgument::Type::Clip;
-        row.arguments.push_back({labels[row.arguments.size()], argument.help, argument.isRequired,
-                                 isClip ? Type::Clip : Type::Text});
+        row.arguments.push_back({labels[row.arguments.size()],
+                                 argument.help,
+                                 argument.isRequired,
+                                 isClip ? Type::Clip : Type::Text,
+                                 {},
+                                 false,
+                                 wordsFor(*verb, argument)});
     }
     row.verb = verb;
     return row;
@@ -70,7 +96,7 @@ std::span<const CommandRow> ctlCommands()
 
         ofVerb(transport, "record", "for at until no-wait on-word"),
         {transport, "schedule", "list the takes to come, or cancel one",
-         {{"ACTION", "cancel", false, Type::Choice, {"cancel"}}, {"N", "number of the take", false}}, "", Needs::Store, ctlSchedule},
+         {{"ACTION", "cancel", false, Type::Choice, {"cancel"}}, {"N", "number of the take", false, Type::Text, {}, false, "@takes"}}, "", Needs::Store, ctlSchedule},
         ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
         ofVerb(transport, "still", "no-wait force"),
         ofVerb(transport, "stop", "no-wait force on-word"),
@@ -92,7 +118,7 @@ std::span<const CommandRow> ctlCommands()
         {clips, "list", "show or change the play list",
          {{"ACTION", "show, add, move, remove or clear", false, Type::Choice, {"show", "add", "move", "remove", "clear"}},
           {"ENTRY", "add: clips, and behind them the place to put them (else the end); move: from and to; remove: "
-           "places, counted from 0", false, Type::Clip, {}, true}},
+           "places, counted from 0", false, Type::Clip, {}, true, "@entries"}},
          "", Needs::Store, ctlList},
         {clips, "edl", "write the play list, or the marks of a clip, as an edit decision list (CMX 3600), or read them from one",
          {{"ACTION", "save or load", true, Type::Choice, {"save", "load"}}, {"FILE", "its name", true, Type::File},
@@ -117,7 +143,7 @@ std::span<const CommandRow> ctlCommands()
         {settings, "get", "show a parameter",
          {{"NAME", "as `xpctl params` shows it", true, Type::Parameter}}, "", Needs::Store, ctlGet},
         {settings, "set", "change a parameter",
-         {{"NAME", "as `xpctl params` shows it", true, Type::Parameter},
+         {{"NAME", "as `xpctl params` shows it", true, Type::Parameter, {}, false, "@settable"},
           {"VALUE", "a label, number or text", true, Type::Value}},
          "force", Needs::Store, ctlSet},
         {settings, "params", "list parameters with value, choices and help",
@@ -125,20 +151,20 @@ std::span<const CommandRow> ctlCommands()
 
         {settings, "settings", "keep all settings in a file, take them from one, compare them, or go back to the defaults",
          {{"ACTION", "export, import, diff (with a file, else with the defaults) or reset", true, Type::Choice, {"export", "import", "diff", "reset"}},
-          {"FILE", "its name; reset: a single parameter", false, Type::File}},
-         "", Needs::Store, ctlSettings},
+          {"FILE", "its name; reset: a single parameter", false, Type::File, {}, false, "@settings"}},
+         "force", Needs::Store, ctlSettings},
 
         {settings, "profile", "keep the settings under a name, show what it would change, apply it",
          {{"ACTION", "list, save, diff (what apply would change), apply or remove", true, Type::Choice, {"list", "save", "diff", "apply", "remove"}},
-          {"NAME", "of the profile; of a further channel its own, else that of channel 1", false}},
-         "", Needs::Store, ctlProfile},
+          {"NAME", "of the profile; of a further channel its own, else that of channel 1", false, Type::Text, {}, false, "@profiles"}},
+         "force", Needs::Store, ctlProfile},
 
         {machine, "help", "list the commands, or show how one is used",
-         {{"COMMAND", "its name", false}}, "", Needs::Nothing, nullptr, ctlNothing},
+         {{"COMMAND", "its name", false, Type::Text, {}, false, "@commands"}}, "", Needs::Nothing, nullptr, ctlNothing},
         {machine, "channel", "list, make or remove further recorders of this machine",
          {{"ACTION", "list, add, remove; for the services: view (its folders and its share of the media), follow (the "
            "media of all channels)", true, Type::Choice, {"list", "add", "remove", "view", "follow"}},
-          {"CHANNEL", "its number, from 2 to 64", false},
+          {"CHANNEL", "its number, from 2 to 64", false, Type::Text, {}, false, "@channels"},
           {"INPUT", "add: where its picture comes from, as in the profile (else a test picture); plays:N makes one that "
            "plays the clips of channel N and records none", false}},
          "", Needs::Nothing, nullptr, ctlChannel},
@@ -179,8 +205,8 @@ std::span<const OptionRow> ctlOptions()
              command.add_flag_callback("--no-wait", [&arguments] { arguments.wait = false; });
          }},
         {"force", "",
-         "also when it ends a take of somebody else, or takes control from somebody; set: although nothing "
-         "can be done with the value now",
+         "also when it ends a take of somebody else, or takes control from somebody; of settings: although "
+         "nothing can be done with a value now",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--force", arguments.force); }},
         {"once", "", "show it once, then end",
          [](CLI::App &command, Arguments &arguments) { command.add_flag("--once", arguments.once); }},

@@ -4,6 +4,7 @@
 
 #include "platform/control/edlof.h"
 #include "platform/control/playlist.h"
+#include "platform/qmx/core/qmxcounted.h"
 #include "platform/store/eparamreplay.h"
 
 #include <QFile>
@@ -50,7 +51,7 @@ ExitCode load(Recorder &recorder, const Report &report, const QString &file, con
         if (!entries) return report.error(ExitCode::Refused, file + ": " + why);
         const Answer answer = PlayList::write(recorder, *entries, {});
         if (!answer.isDone()) return report.error(ExitCode::Refused, answer.sentence, answer.advice);
-        report.result(QStringLiteral("the play list has %1 entries").arg(entries->size()),
+        report.result("the play list has " + qmxCounted(entries->size(), "entry", "entries"),
                       {{"entries", int(entries->size())}});
         return ExitCode::Done;
     }

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxchannel.h"
 #include "platform/qmx/core/qmxclock.h"
+#include "platform/qmx/core/qmxcounted.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxtakewindow.h"
@@ -145,9 +146,9 @@ ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more) const
         for (const QString &line : part.answer.text.split('\n'))
             text += QStringLiteral("%1: %2\n").arg(part.channel, 2).arg(line);
         if (part.hasOffset && part.offset != 0)
-            text += QStringLiteral("%1: its first frame is %2 frames off\n")
+            text += QStringLiteral("%1: its first frame is %2 off\n")
                         .arg(part.channel, 2)
-                        .arg(part.offset);
+                        .arg(qmxCounted(part.offset, "frame"));
     }
     QJsonObject object = more;
     object["channels"] = list;

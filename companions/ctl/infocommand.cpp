@@ -4,6 +4,7 @@
 
 #include "platform/control/clipdescription.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxcounted.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
 
@@ -16,21 +17,20 @@ QString happened(const QJsonObject &take)
 {
     static constexpr struct
     {
-        const char *field;
-        const char *text;
-    } rows[] = {{"lost", "%1 frames lost"},
-                {"replaced", "%1 frames repeat the one before"},
-                {"late_ticks", "%1 ticks late"}};
+        const char *field, *one, *many;
+    } rows[] = {{"lost", "frame lost", "frames lost"},
+                {"replaced", "frame repeats the one before", "frames repeat the one before"},
+                {"late_ticks", "tick late", "ticks late"}};
     QStringList parts;
     for (const auto &row : rows)
         if (const qint64 count = take.value(QLatin1String(row.field)).toInteger(); count > 0)
-            parts.append(QString::fromLatin1(row.text).arg(count));
+            parts.append(qmxCounted(count, row.one, row.many));
     const QJsonObject late = take.value("late_start").toObject();
     if (const qint64 frames = late.value("frames").toInteger(); frames > 0)
-        parts.append(
-            QStringLiteral("begun %1 frames behind %2").arg(frames).arg(late.value("asked").toString()));
+        parts.append(QStringLiteral("begun %1 behind %2")
+                         .arg(qmxCounted(frames, "frame"), late.value("asked").toString()));
     if (const qsizetype breaks = take.value("timecode_breaks").toArray().size(); breaks > 0)
-        parts.append(QStringLiteral("%1 timecode breaks").arg(breaks));
+        parts.append(qmxCounted(breaks, "timecode break"));
     if (take.value("closed_by").toString() == "repair") parts.append(QStringLiteral("ended by a crash"));
     return parts.join(QStringLiteral(", "));
 }
@@ -45,11 +45,12 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
     const auto number = [&object](const char *name) { return object.value(QLatin1String(name)).toDouble(); };
     line("clip", object.value("path").toString());
     line("format", info.image.toString());
-    line("length", QStringLiteral("%1 s, %2 frames").arg(number("seconds"), 0, 'f', 2).arg(info.frames));
+    line("length",
+         QStringLiteral("%1 s, %2").arg(number("seconds"), 0, 'f', 2).arg(qmxCounted(info.frames, "frame")));
     line("timecode", info.timecodeAt(0).isValid() ? object.value("start_timecode").toString() + " to " +
                                                         object.value("end_timecode").toString()
                                                   : QStringLiteral("none"));
-    line("sound", info.audio.channels() > 0 ? QStringLiteral("%1 channels, 48 kHz").arg(info.audio.channels())
+    line("sound", info.audio.channels() > 0 ? qmxCounted(info.audio.channels(), "channel") + ", 48 kHz"
                                             : QStringLiteral("none"));
     line("size", QStringLiteral("%1 MB, %2 Mb/s")
                      .arg(number("bytes") / million, 0, 'f', 1)
@@ -73,6 +74,7 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
                          .arg(from.value("first").toInteger())
                          .arg(from.value("last").toInteger()));
     }
+    line("user bits", take.value("user_bits").toString());
     line("happened", happened(take));
     for (const auto &[first, last] : info.lostFrames)
         line("lost", QStringLiteral("frames %1 to %2").arg(first).arg(last));
@@ -83,6 +85,9 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
 ExitCode ctlInfo(Recorder &recorder, const Report &report, const Arguments &arguments)
 {
     const QString name = QString::fromStdString(arguments.word(0));
+    // (The file is enough; which medium is active is not known without the store.)
+    if (const QString problem = recorder.storeProblem(); !problem.isEmpty() && !name.contains('/'))
+        return report.error(ExitCode::NoStore, problem, "`xpctl info` takes a full path, too");
     const QFileInfo file(
         recorder.here(name.contains('/') ? name : recorder.text(eParam_ActiveMediaPath) + '/' + name));
     QmxClipInfo info;

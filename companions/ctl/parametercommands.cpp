@@ -6,8 +6,6 @@
 
 #include "platform/control/valuechecks.h"
 
-#include "platform/product/lututils.h"
-
 #include <QJsonArray>
 
 namespace {
@@ -65,25 +63,6 @@ QString choicesText(const ParamDescriptor &descriptor)
     }
     return labels.join(' ');
 }
-/// Why the daemon could do nothing with a value that the parameter takes; empty: it can.
-QString whyUseless(const ParamDescriptor &descriptor, const StoreValue &value)
-{
-    const std::string path = descriptor.print(value);
-    if (descriptor.id() != eParam_LutFile || path.empty()) return {};
-    constexpr int entries = 1024;
-    std::vector<short> runs(3 * entries);
-    int count = 0;
-    std::string error;
-    short *const first = runs.data();
-    if (!kel::utils::LUT_Utils::parse(path, first, first + entries, first + 2 * entries, entries, &count,
-                                      error))
-        return QString::fromStdString(error);
-    if (count == entries) return {};
-    return QStringLiteral("%1 has %2 rows; a one-dimensional table needs %3")
-        .arg(QString::fromStdString(path))
-        .arg(count)
-        .arg(entries);
-}
 } // namespace
 
 ExitCode ctlGet(Recorder &recorder, const Report &report, const Arguments &arguments)
@@ -112,15 +91,8 @@ ExitCode ctlSet(Recorder &recorder, const Report &report, const Arguments &argum
     if (!descriptor->parse(arguments.word(1), value, reason)) {
         return report.error(ExitCode::Usage, QString::fromStdString(reason));
     }
-    if (const QString why = arguments.force ? QString() : whyUseless(*descriptor, value); !why.isEmpty())
-        return report.error(ExitCode::Usage, why);
-    if (const auto useless = arguments.force ? std::nullopt : uselessValue(recorder, *descriptor, value))
-        return tell(report, *useless);
-    if (!recorder.config().setValue(descriptor->id(), value)) {
-        return report.error(ExitCode::NoStore, QString::fromStdString(recorder.config().lastError()));
-    }
-    // The transport reads its list when it is told to.
-    if (descriptor->id() == eParam_PlayList) recorder.write(eParam_PlayListChanged, 1U);
+    const Answer answer = setParameter(recorder, *descriptor, value, arguments.force);
+    if (!answer.isDone()) return tell(report, answer);
     report.result({}, describe(recorder, *descriptor));
     return ExitCode::Done;
 }

@@ -103,5 +103,5 @@ ExitCode ctlProfile(Recorder &recorder, const Report &report, const Arguments &a
     for (const auto &[descriptor, value] : defaultSettings())
         if (descriptor->id() != eParam_PlayList) values.emplace(descriptor, value);
     return action == "diff" ? tellDifference(recorder, report, values)
-                            : changeSettings(recorder, report, values);
+                            : changeSettings(recorder, report, values, arguments.force);
 }

@@ -50,7 +50,7 @@ ExitCode ctlSettings(Recorder &recorder, const Report &report, const Arguments &
         if (values.empty())
             return report.error(ExitCode::Usage, QStringLiteral("'%1' is no setting").arg(name),
                                 "`xpctl settings export` lists them all");
-        return changeSettings(recorder, report, values);
+        return changeSettings(recorder, report, values, arguments.force);
     }
     if (action == "diff" && name.isEmpty()) return tellDifference(recorder, report, defaultSettings(name));
     if (name.isEmpty()) return report.error(ExitCode::Usage, "the name of the file is missing");
@@ -58,5 +58,5 @@ ExitCode ctlSettings(Recorder &recorder, const Report &report, const Arguments &
     if (const QString problem = read(name, values); !problem.isEmpty())
         return report.error(ExitCode::Refused, problem, "nothing was changed");
     return action == "diff" ? tellDifference(recorder, report, values)
-                            : changeSettings(recorder, report, values);
+                            : changeSettings(recorder, report, values, arguments.force);
 }

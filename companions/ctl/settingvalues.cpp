@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/ctl/settingvalues.h"
 
+#include "platform/control/valuechecks.h"
+
 namespace {
 StoreValue valueOf(Recorder &recorder, const ParamDescriptor &descriptor)
 {
@@ -14,20 +16,17 @@ QString shown(const ParamDescriptor &descriptor, const StoreValue &value)
     return QString::fromStdString(descriptor.print(value));
 }
 
-/// Writes what differs, in the order of the table. The names go to `changed`.
-QString write(Recorder &recorder, const SettingValues &values, QStringList &changed)
+/// What differs from now, in the order of the table.
+std::vector<const ParamDescriptor *> differing(Recorder &recorder, const SettingValues &values)
 {
+    std::vector<const ParamDescriptor *> differ;
     for (const ParamDescriptor *descriptor : AllDescriptors()) {
         const auto wanted = values.find(descriptor);
-        if (wanted == values.end() || valueOf(recorder, *descriptor) == wanted->second) continue;
-        if (!recorder.config().setValue(descriptor->id(), wanted->second))
-            return QString::fromStdString(recorder.config().lastError());
-        changed.append(QString::fromStdString(descriptor->name()));
+        if (wanted != values.end() && valueOf(recorder, *descriptor) != wanted->second)
+            differ.push_back(descriptor);
     }
-    if (changed.contains("play_list")) return recorder.write(eParam_PlayListChanged, 1U);
-    return {};
+    return differ;
 }
-
 } // namespace
 
 bool isSetting(const ParamDescriptor &descriptor)
@@ -91,12 +90,25 @@ ExitCode tellDifference(Recorder &recorder, const Report &report, const SettingV
     return ExitCode::Done;
 }
 
-ExitCode changeSettings(Recorder &recorder, const Report &report, const SettingValues &values)
+ExitCode changeSettings(Recorder &recorder, const Report &report, const SettingValues &values, bool force)
 {
+    const auto differ = differing(recorder, values);
+    // All of them, or none: half of a set of settings is a recorder that nobody has set.
+    for (const ParamDescriptor *descriptor : differ)
+        if (const auto useless =
+                force ? std::nullopt : uselessValue(recorder, *descriptor, values.at(descriptor)))
+            return report.error(
+                ExitCode::Refused,
+                QStringLiteral("%1: %2").arg(QString::fromStdString(descriptor->name()), useless->sentence),
+                "nothing was changed; --force sets it all the same");
     QStringList changed;
-    if (const QString problem = write(recorder, values, changed); !problem.isEmpty())
-        return report.error(ExitCode::NoStore, problem,
-                            changed.isEmpty() ? QString() : "set already: " + changed.join(", "));
+    for (const ParamDescriptor *descriptor : differ) {
+        const Answer answer = setParameter(recorder, *descriptor, values.at(descriptor), true);
+        if (!answer.isDone())
+            return report.error(ExitCode::NoStore, answer.sentence,
+                                changed.isEmpty() ? QString() : "set already: " + changed.join(", "));
+        changed.append(QString::fromStdString(descriptor->name()));
+    }
     report.result(changed.isEmpty() ? QStringLiteral("nothing to change") : "set: " + changed.join(", "),
                   {{"changed", QJsonArray::fromStringList(changed)}});
     return ExitCode::Done;

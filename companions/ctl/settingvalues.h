@@ -21,5 +21,6 @@ SettingValues defaultSettings(const QString &name = {});
 QString parseSettings(const QJsonArray &list, const QString &name, SettingValues &values);
 /// What differs from now, as it is and as it would be.
 ExitCode tellDifference(Recorder &recorder, const Report &report, const SettingValues &values);
-/// Writes what differs, and tells what that was.
-ExitCode changeSettings(Recorder &recorder, const Report &report, const SettingValues &values);
+/// Writes what differs, and tells what that was; nothing when there is a value among it that nothing can be
+/// done with, unless with `force`.
+ExitCode changeSettings(Recorder &recorder, const Report &report, const SettingValues &values, bool force);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // status, watch, clips: what is, for people and for scripts.
 #include "companions/ctl/commands.h"
+#include "companions/ctl/figuresage.h"
 #include "companions/ctl/metrics.h"
 #include "companions/ctl/verbcommand.h"
 
@@ -10,6 +11,7 @@
 #include "platform/product/clipplaces.h"
 #include "platform/product/clipscan.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxcounted.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -86,7 +88,8 @@ QString movementText(const DeckState &deck)
 {
     if (deck.isInPlay()) return playText(deck);
     if (!deck.isRecording()) return {};
-    QString text = QStringLiteral("  %1 frames, %2 safe").arg(deck.clipFrames).arg(deck.recordedUpTo);
+    QString text =
+        QStringLiteral("  %1, %2 safe").arg(qmxCounted(deck.clipFrames, "frame")).arg(deck.recordedUpTo);
     if (deck.takeCopies > 1 || deck.safeOnBoth > 0)
         text += QStringLiteral(", %1 on both media").arg(deck.safeOnBoth);
     if (deck.rate > 0) text += QStringLiteral("  %1").arg(durationText(double(deck.clipFrames) / deck.rate));
@@ -111,18 +114,16 @@ QString lineOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
     if (card && card->isCapture && !card->hasPicture)
         text += Report::painted(QStringLiteral("  no input"), Report::Colour::Notice);
     if (deck.alarms > 0)
-        text +=
-            Report::painted(QStringLiteral("  %1 alarm%2").arg(deck.alarms).arg(deck.alarms == 1 ? "" : "s"),
-                            Report::Colour::Notice);
+        text += Report::painted("  " + qmxCounted(deck.alarms, "alarm"), Report::Colour::Notice);
     return text;
 }
 
 /// Everything that a deck shows on its front, a line each.
 QString pageOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &card, const QString &input,
-               bool loops)
+               bool loops, double age)
 {
     QString text = lineOf(deck, card) + "\n";
-    if (!deck.running) return text;
+    if (!deck.running) return deck.clipFrames > 0 ? text + lastTakeText(deck, age) : text;
     const auto line = [&text](const char *name, const QString &what) {
         if (!what.isEmpty()) text += QStringLiteral("  %1 %2\n").arg(QLatin1String(name), -9).arg(what);
     };
@@ -136,14 +137,14 @@ QString pageOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
                                  deck.secondsLeft > 0
                                      ? QStringLiteral(", %1 left").arg(durationText(double(deck.secondsLeft)))
                                      : QString()));
-        const QString length = deck.length > 0 ? QStringLiteral(", %1 frames").arg(deck.length) : QString();
+        const QString length = deck.length > 0 ? ", " + qmxCounted(deck.length, "frame") : QString();
         line("plays", deck.playbackSource + (deck.clip.isEmpty() ? QString() : length) +
                           (loops ? QStringLiteral(", round and round") : QString()));
     }
     if (card) line("output", card->format + ", sound " + meters(peaksOf(card)) + " dB");
     for (const QJsonValue &alarm : deck.alarmList)
         line("alarm", alarm["name"].toString() + ": " + inOneLine(alarm["message"].toString()));
-    if (!knows) line("store", deck.storeProblem + "; what stands above is from shared memory");
+    if (!knows) line("store", deck.storeProblem + "; what stands above is from shared memory" + ageText(age));
     return text;
 }
 
@@ -258,7 +259,10 @@ ExitCode ctlStatus(Recorder &recorder, const Report &report, const Arguments &)
     const DeckState state = deck.look();
     const auto card = recorder.card();
     const bool loops = deck.loops(state);
-    report.result(pageOf(state, card, deck.input(state), loops), objectOf(state, card, loops));
+    const double age = figuresAge(recorder, card);
+    QJsonObject object = objectOf(state, card, loops);
+    object["figures_age"] = age;
+    report.result(pageOf(state, card, deck.input(state), loops, age), object);
     if (recorder.daemonStandsStill()) return tellStandsStill(report);
     if (!state.running) return ExitCode::NoDaemon;
     return state.storeProblem.isEmpty() ? ExitCode::Done : ExitCode::NoStore;
@@ -282,7 +286,11 @@ ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arg
         const QString text = lineOf(state, card);
         const QJsonObject object = objectOf(state, card, deck.loops(state));
         tick = state.tick; // the one that the line shows
-        if (text != lastText || (report.isJson() && object != lastObject)) report.line(text, object);
+        if (text != lastText || (report.isJson() && object != lastObject)) {
+            QJsonObject told = object; // (its age alone is nothing new)
+            told["figures_age"] = figuresAge(recorder, card);
+            report.line(text, told);
+        }
         lastText = text;
         lastObject = object;
         return arguments.once;
@@ -332,8 +340,9 @@ ExitCode clipsOfAllMedia(const Recorder &recorder, const Report &report, const Q
             const QJsonArray places{QJsonObject{{"path", folder}, {"frames", info.frames}}};
             list.append(QJsonObject{
                 {"index", list.size()}, {"name", name}, {"frames", info.frames}, {"places", places}});
-            text +=
-                QStringLiteral("%1  %2 frames\n").arg(inOneLine(folder + '/' + name), -38).arg(info.frames);
+            text += QStringLiteral("%1  %2\n")
+                        .arg(inOneLine(folder + '/' + name), -38)
+                        .arg(qmxCounted(info.frames, "frame"));
         }
     }
     report.result(text, {{"path", QString()}, {"clips", list}});
@@ -364,17 +373,17 @@ ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &arg
             places.append(QJsonObject{{"path", mirror}, {"frames", copy->second}});
             also = copy->second == clip.getFrameCount()
                        ? QStringLiteral("  also on %1").arg(mirror)
-                       : QStringLiteral("  %1 frames on %2").arg(copy->second).arg(mirror);
+                       : QStringLiteral("  %1 on %2").arg(qmxCounted(copy->second, "frame"), mirror);
         }
         list.append(QJsonObject{{"index", index},
                                 {"name", name},
                                 {"frames", clip.getFrameCount()},
                                 {"grows", grows},
                                 {"places", places}});
-        text += QStringLiteral("%1  %2  %3 frames%4\n")
+        text += QStringLiteral("%1  %2  %3%4\n")
                     .arg(index, 4)
                     .arg(inOneLine(name), -32)
-                    .arg(clip.getFrameCount())
+                    .arg(qmxCounted(clip.getFrameCount(), "frame"))
                     .arg(also + (grows ? QStringLiteral(", grows: it is being recorded") : QString()));
         ++index;
     }

@@ -4,6 +4,7 @@
 #include "companions/mediad/openfile.h"
 #include "platform/product/clipscan.h"
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/core/qmxcounted.h"
 #include "platform/qmx/core/qmxlog.h"
 
 #include <cerrno>
@@ -36,9 +37,8 @@ QString repairClip(const QString &path, const QmxEnvironment &environment, bool 
         return QStringLiteral("%1 was left unfinished and could not be repaired: %2")
             .arg(path, error.toString());
     if (!repaired || QmxClipReader::probe(path, info, environment).isError()) return {};
-    return QStringLiteral("%1 was left unfinished and has been repaired: it has %2 frames")
-        .arg(path)
-        .arg(info.frames);
+    return QStringLiteral("%1 was left unfinished and has been repaired: it has %2")
+        .arg(path, qmxCounted(info.frames, "frame"));
 }
 
 /// A copy that a crash has ended; one that goes on is locked.

@@ -3,6 +3,7 @@
 
 #include "platform/product/clipscan.h"
 #include "platform/qmx/clip/qmxclipcheck.h"
+#include "platform/qmx/core/qmxcounted.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -118,9 +119,9 @@ QmxError verifyClips(const std::string &folder, const std::string &clip, const Q
     }
     if (clip.empty()) {
         lines.prepend(
-            QStringLiteral("%1 of %2 clips are whole%3")
+            QStringLiteral("%1 of %2 %3 whole%4")
                 .arg(whole.size())
-                .arg(whole.size() + damaged.size())
+                .arg(qmxCounted(whole.size() + damaged.size(), "clip"), whole.size() == 1 ? "is" : "are")
                 .arg(foreign > 0 ? QStringLiteral("; %1 of other programs, or without a frame, were left out")
                                        .arg(foreign)
                                  : QString()));

@@ -55,9 +55,19 @@ void MediaMachine::refuseChoice(Step &step)
         why = is.active + " was not made the active medium: no medium is mounted there";
         if (step.mediumOf(_active)) step.setActive(_active);
     }
+    // (One that this program has chosen and that has gone since is exchanged without a word.)
+    const bool isRolloverChosen = step.events.rolloverSet && is.rollover != _rollover;
+    if (isRolloverChosen && why.empty() && !is.rollover.empty() && isManaged(is.rollover)) {
+        const Medium *medium = step.mediumOf(is.rollover);
+        if (!medium)
+            why = is.rollover + " was not made the next medium: no medium is mounted there";
+        else if (medium == step.mediumOf(is.active))
+            why = is.rollover + " was not made the next medium: it is the one that is recorded on";
+        if (!why.empty() && step.mediumOf(_rollover)) step.setRollover(_rollover);
+    }
     if (!why.empty())
         step.orders.writes.push_back({eParam_AlarmMediumRefused, MediaWrite::RaiseAlarm, 0, why});
-    else if (_choiceRefused && (step.events.activeSet || isNewTake))
+    else if (_choiceRefused && (step.events.activeSet || isRolloverChosen || isNewTake))
         step.orders.writes.push_back({eParam_AlarmMediumRefused, MediaWrite::ClearAlarm, 0, {}});
     else
         return;

@@ -18,6 +18,7 @@
 #include <QCoreApplication>
 #include <QPointer>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <algorithm>
 #include <cstdlib>
@@ -60,12 +61,14 @@ struct MediaDaemon::Place
     {
         std::mutex mutex;
         std::optional<Medium> medium;
+        qint64 since = 0; ///< when its listing was begun
         bool isNew = false;
     };
 
     const std::shared_ptr<MediumLook> look; ///< only on the medium's helper thread
     const std::shared_ptr<Seen> seen = std::make_shared<Seen>();
     std::optional<Medium> known; ///< of the last look
+    qint64 knownSince = 0;       ///< when that was begun
     std::uint64_t pictured = 0;  ///< the clips that have thumbnails, as Medium::clips; 0: none
     std::unique_ptr<QmxTaskThread> work;
     std::unique_ptr<QmxTaskThread> pictures; ///< of ten thousand clips they take long; nothing waits for them
@@ -156,6 +159,8 @@ void MediaDaemon::ParamChanged(eParam_t id, std::string value, timeval)
         ++_playCommands;
         break;
     case eParam_RolloverMediaPath:
+        _rolloverSet = true;
+        break;
     case eParam_MirrorMediaPath:
         break;
     default:
@@ -179,6 +184,7 @@ void MediaDaemon::wake()
 
 void MediaDaemon::step()
 {
+    readOrders();
     const std::vector<Medium> now = media();
     // While the store refuses, the machine waits: its next decision would stand on writes that are not there.
     _store.beginStep();
@@ -234,10 +240,12 @@ void MediaDaemon::lookAt(Place &place, const Mount &mount, bool list)
     const auto wait = _first ? firstLook : MediumHelper::limit;
     MediumHelper::instance().ask(
         mount.path,
-        [look = place.look, mount, list, seen = place.seen] {
+        [look = place.look, mount, list, seen = place.seen, clock = _environment.clock] {
+            const qint64 since = clock->now();
             std::optional<Medium> medium = look->look(mount, list);
             const std::lock_guard lock(seen->mutex);
             seen->medium = std::move(medium);
+            if (list) seen->since = since;
             seen->isNew = true;
         },
         wait);
@@ -247,6 +255,7 @@ void MediaDaemon::lookAt(Place &place, const Mount &mount, bool list)
     {
         const std::lock_guard lock(place.seen->mutex);
         if (std::exchange(place.seen->isNew, false)) place.known = std::move(place.seen->medium);
+        place.knownSince = place.seen->since;
     }
     if (!place.known) return;
     if (!room)
@@ -278,8 +287,9 @@ MediaParameters MediaDaemon::parameters()
 
 MediaEvents MediaDaemon::events()
 {
-    return {_rolloversDone.exchange(0), _commands.exchange(0),          _playCommands.exchange(0),
-            _activeSet.exchange(false), _listingWanted.exchange(false), _takeBegun.exchange(false)};
+    return {_rolloversDone.exchange(0),  _commands.exchange(0),          _playCommands.exchange(0),
+            _activeSet.exchange(false),  _listingWanted.exchange(false), _takeBegun.exchange(false),
+            _rolloverSet.exchange(false)};
 }
 
 void MediaDaemon::log(const MediaWrite &order)
@@ -418,28 +428,52 @@ bool MediaDaemon::takeScheduleOrder(const MediaOrder &order)
     return true;
 }
 
+/// Before the media are looked at: an order may be about a clip that was not there at the last look.
+void MediaDaemon::readOrders()
+{
+    const std::lock_guard lock(_ordersMutex);
+    for (; !_orders.empty() && _unread.size() < mostUnread; _orders.pop_front())
+        _unread.push_back({std::move(_orders.front()), _environment.clock->now()});
+}
+
+/// The clip that an order is about is not there, but nobody has looked since, or a take has just left it.
+bool MediaDaemon::mayStillCome(const MediaOrder &order, const MediaParameters &is, qint64 since) const
+{
+    constexpr qint64 orderWithin = 2 * QmxClock::nsPerSecond;
+    const auto place = _places.find(order.from);
+    if (place == _places.end() || !place->second->known || _environment.clock->now() - since > orderWithin)
+        return false;
+    const Medium &medium = *place->second->known;
+    const bool isClosing =
+        is.status != TransportStatus::Recording &&
+        std::find(medium.recorded.begin(), medium.recorded.end(), order.clip) != medium.recorded.end();
+    return !medium.holds(order.clip) && (isClosing || place->second->knownSince < since);
+}
+
 void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParameters &is)
 {
+    constexpr int lookAgainAfter = 50; // ms
     _jobs.follow(is);
-    std::deque<std::string> texts;
-    {
-        const std::lock_guard lock(_ordersMutex);
-        texts.swap(_orders);
-    }
-    for (const std::string &order : texts) {
+    std::deque<Unread> orders;
+    orders.swap(_unread);
+    for (Unread &order : orders) {
         std::string id;
         std::string problem;
-        const auto parsed = MediaOrder::parse(order, id, problem);
+        const auto parsed = MediaOrder::parse(order.text, id, problem);
         if (parsed && takeScheduleOrder(*parsed)) continue;
         if (parsed && parsed->verb == "cancel") {
             orderTold(*parsed, _jobs.cancel(*parsed));
             continue;
         }
         if (parsed) problem = whyRefused(*parsed, media, is);
-        if (problem.empty())
+        if (problem.empty()) {
             _jobs.start(*parsed);
-        else
+        } else if (parsed && mayStillCome(*parsed, is, order.since)) {
+            if (_unread.empty()) QTimer::singleShot(lookAgainAfter, this, &MediaDaemon::wake);
+            _unread.push_back(std::move(order));
+        } else {
             orderTold({}, {id, "refused", 0, problem});
+        }
     }
 }
 

@@ -71,7 +71,9 @@ private:
     void followSchedule(const MediaParameters &is, const MediaEvents &happened,
                         std::vector<MediaWrite> &writes);
     bool takeScheduleOrder(const MediaOrder &order);
+    void readOrders();
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);
+    bool mayStillCome(const MediaOrder &order, const MediaParameters &is, qint64 since) const;
     void careForCopies(const std::vector<Medium> &media, const MediaParameters &is, bool takeBegun);
     void orderTold(const MediaOrder &order, const MediaOrderState &state);
     void report(const std::vector<Medium> &media, const MediaParameters &is);
@@ -106,7 +108,14 @@ private:
     std::atomic<bool> _activeSet = false;
     std::atomic<bool> _listingWanted = false;
     std::atomic<bool> _takeBegun = false;
+    std::atomic<bool> _rolloverSet = false;
     std::mutex _ordersMutex;
     std::deque<std::string> _orders; ///< as they came
-    MediaStore _store;               ///< last: it goes first, and with it the listener's calls
+    struct Unread
+    {
+        std::string text;
+        qint64 since = 0; ///< when it was found
+    };
+    std::deque<Unread> _unread; ///< to be judged by what is seen of the media from then on
+    MediaStore _store;          ///< last: it goes first, and with it the listener's calls
 };

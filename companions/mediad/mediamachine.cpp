@@ -42,6 +42,7 @@ MediaOrders MediaMachine::step(std::int64_t now, const std::vector<Medium> &medi
     tellUpdated(step);
     _first = false;
     _active = step.is.active;
+    _rollover = step.is.rollover;
     return std::move(step.orders);
 }
 

@@ -38,6 +38,7 @@ struct MediaEvents
     bool activeSet = false;     ///< somebody has chosen the active medium
     bool listingWanted = false; ///< the transport has missed a listing
     bool takeBegun = false;
+    bool rolloverSet = false; ///< somebody has chosen the medium that comes next
 };
 
 /// One write to the store.
@@ -119,6 +120,7 @@ private:
     bool _frozen = false;                           ///< the transport may be using the rollover path
     std::optional<std::int64_t> _answerSince;       ///< a rollover waits for its answer
     std::string _active;                            ///< active path after the step before
+    std::string _rollover;                          ///< the next one, likewise
     bool _recordingBefore = false;                  ///< in the step before
     bool _choiceRefused = false;                    ///< its alarm is up
     std::string _chosenFull;                        ///< somebody wants this medium although it is full

@@ -2,6 +2,7 @@
 // Parameters as their descriptors describe them, and the play list.
 #include "companions/panel/panel.h"
 #include "platform/control/playlist.h"
+#include "platform/control/valuechecks.h"
 #include "platform/store/paramareas.h"
 
 #include <QJsonArray>
@@ -149,10 +150,13 @@ void putParameter(Panel &panel, const HttpCall &call, Respond respond)
         if (!row->parse(text.toStdString(), value, reason))
             return problemReply(400, "wrong_value", QString::fromStdString(reason));
         Recorder &recorder = control.recorder();
-        if (!recorder.config().setValue(row->id(), value))
-            return problemReply(503, "no_store", QString::fromStdString(recorder.config().lastError()));
-        // The transport reads its list when it is told to.
-        if (row->id() == eParam_PlayList) recorder.write(eParam_PlayListChanged, 1U);
+        const Answer answer = setParameter(recorder, *row, value, force);
+        if (!answer.isDone()) {
+            const bool isWrong = answer.cause == Cause::Argument;
+            const int status = isWrong ? 400 : answer.cause == Cause::Store ? 503 : 409;
+            return problemReply(status, isWrong ? QStringLiteral("wrong_value") : answer.code,
+                                answer.sentence, answer.adviceWithoutShell());
+        }
         return jsonReply(describe(recorder, *row));
     });
 }

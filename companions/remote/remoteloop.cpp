@@ -5,6 +5,7 @@
 #include "companions/remote/lineport.h"
 #include "companions/remote/ninepinport.h"
 #include "companions/remote/oscport.h"
+#include "platform/control/valuechecks.h"
 #include "platform/product/clipfinder.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxthreads.h"
@@ -163,13 +164,15 @@ void RemoteLoop::set(const DeckOrder &order, const Who &who, const Answered &ans
             if (one->name() == name.toStdString()) descriptor = one;
         StoreValue parsed;
         std::string reason;
-        const bool makesSense = descriptor && descriptor->parse(value.toStdString(), parsed, reason);
-        const bool written = makesSense && control.recorder().config().setValue(descriptor->id(), parsed);
+        Answer answer = Answer::refused(Cause::Argument, "wrong_argument",
+                                        QStringLiteral("there is no parameter %1").arg(name));
+        if (descriptor && !descriptor->parse(value.toStdString(), parsed, reason))
+            answer.sentence = QString::fromStdString(reason);
+        else if (descriptor)
+            answer = setParameter(control.recorder(), *descriptor, parsed);
         qmxLogOutput(3, module, __LINE__, "%s: set %s %s: %s\n", qPrintable(who.text()), qPrintable(name),
-                     qPrintable(value), written ? "done" : "refused");
-        tell(written
-                 ? Answer::done()
-                 : Answer::refused(Cause::Store, "not_written", QStringLiteral("%1 was not set").arg(name)));
+                     qPrintable(value), answer.isDone() ? "done" : qPrintable(answer.sentence));
+        tell(answer);
     });
     if (!isTaken) tell(Answer::refused(Cause::Busy, "busy", QStringLiteral("too many orders wait")));
 }

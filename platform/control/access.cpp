@@ -36,8 +36,15 @@ QString Access::refusal()
         .arg(thisAccount(), QLatin1String(account));
 }
 
+QString Access::told(const QString &problem)
+{
+    return problem.isEmpty() || isOperator() ? problem : refusal() + "; " + advice();
+}
+
 QString Access::advice()
 {
-    return QStringLiteral("as root: adduser %1 %2; then log in anew")
+    return QStringLiteral("as root: adduser %1 %2; then log in anew (who shall only look needs less: the "
+                          "engineer's guide "
+                          "says what)")
         .arg(thisAccount(), QLatin1String(account));
 }

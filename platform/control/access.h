@@ -16,4 +16,7 @@ bool isOperator();
 QString refusal();
 /// What an administrator does about it.
 QString advice();
+/// A problem of the store, as whoever has it is told: one that is not let in has no use for the files that he
+/// was kept from.
+QString told(const QString &problem);
 } // namespace Access

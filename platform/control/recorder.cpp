@@ -52,10 +52,7 @@ QString Recorder::storeProblem() const
                    "of /etc/xp/store, for example to sqlite:/var/lib/xp/store.db")
             .arg(QString::fromStdString(GetConfigURI("udp")));
     }
-    const QString problem = QString::fromStdString(_config->storeState());
-    // Whoever is not let in has no use for the files that he was kept from.
-    const bool isKeptOut = !problem.isEmpty() && !Access::isOperator();
-    return isKeptOut ? Access::refusal() + "; " + Access::advice() : problem;
+    return Access::told(QString::fromStdString(_config->storeState()));
 }
 
 int Recorder::daemonPid() const
@@ -90,15 +87,17 @@ QString Recorder::text(eParam_t id) const
 QString Recorder::write(eParam_t id, unsigned value)
 {
     return inTurn([&] {
-        return _config->setUInt(id, value) ? QString() : QString::fromStdString(_config->lastError());
+        return _config->setUInt(id, value) ? QString()
+                                           : Access::told(QString::fromStdString(_config->lastError()));
     });
 }
 
 QString Recorder::write(eParam_t id, const QString &value)
 {
     return inTurn([&] {
-        return _config->setString(id, value.toStdString()) ? QString()
-                                                           : QString::fromStdString(_config->lastError());
+        return _config->setString(id, value.toStdString())
+                   ? QString()
+                   : Access::told(QString::fromStdString(_config->lastError()));
     });
 }
 

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/valuechecks.h"
 
+#include "platform/control/access.h"
 #include "platform/control/recorder.h"
 #include "platform/control/transportanswers.h"
 #include "platform/product/clipfinder.h"
+#include "platform/product/lututils.h"
+#include "platform/qmx/core/qmxcounted.h"
 #include "platform/qmx/core/qmxsamefilesystem.h"
 
 #include <QFileInfo>
@@ -14,6 +17,7 @@
 #include <cstring>
 #include <span>
 #include <sys/statfs.h>
+#include <vector>
 
 namespace {
 constexpr auto noClip = "N/A";
@@ -110,6 +114,26 @@ std::optional<Answer> cueTimecode(Recorder &recorder, const StoreValue &value)
     return value.text.empty() ? std::nullopt : outsideMaterial(recorder, QString::fromStdString(value.text));
 }
 
+/// The daemon would raise an alarm, with less to say.
+std::optional<Answer> table(Recorder &, const StoreValue &value)
+{
+    const std::string path = GetDescriptor(eParam_LutFile)->print(value); // (the value is a reference to it)
+    if (path.empty()) return {};
+    constexpr int entries = 1024;
+    std::vector<short> runs(3 * entries);
+    int count = 0;
+    std::string error;
+    short *const first = runs.data();
+    if (!kel::utils::LUT_Utils::parse(path, first, first + entries, first + 2 * entries, entries, &count,
+                                      error))
+        return refused(QString::fromStdString(error), {});
+    if (count == entries) return {};
+    return refused(QStringLiteral("%1 has %2; a one-dimensional table needs %3")
+                       .arg(QString::fromStdString(path), qmxCounted(count, "row"))
+                       .arg(entries),
+                   {});
+}
+
 struct Row
 {
     eParam_t id;
@@ -125,6 +149,7 @@ constexpr Row rows[] = {
     {eParam_GoToClipIndex, clipIndex},
     {eParam_CueToFrame, cueFrame},
     {eParam_CueToTimecode, cueTimecode},
+    {eParam_LutFile, table},
 };
 } // namespace
 
@@ -134,4 +159,16 @@ std::optional<Answer> uselessValue(Recorder &recorder, const ParamDescriptor &de
     for (const Row &row : rows)
         if (row.id == descriptor.id()) return row.why(recorder, value);
     return {};
+}
+
+Answer setParameter(Recorder &recorder, const ParamDescriptor &descriptor, const StoreValue &value,
+                    bool force)
+{
+    if (const auto useless = force ? std::nullopt : uselessValue(recorder, descriptor, value))
+        return *useless;
+    if (!recorder.config().setValue(descriptor.id(), value))
+        return storeError(Access::told(QString::fromStdString(recorder.config().lastError())));
+    // The transport reads its list when it is told to.
+    if (descriptor.id() == eParam_PlayList) recorder.write(eParam_PlayListChanged, 1U);
+    return Answer::done();
 }

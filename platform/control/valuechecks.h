@@ -12,3 +12,7 @@ class Recorder;
 /// is no medium, a clip that is not there, a place beyond the list. Asks the disk.
 std::optional<Answer> uselessValue(Recorder &recorder, const ParamDescriptor &descriptor,
                                    const StoreValue &value);
+/// Sets a parameter as every front does it: not to a useless value (unless with `force`), and whoever has to
+/// be told is told. Done, or refused with nothing changed.
+Answer setParameter(Recorder &recorder, const ParamDescriptor &descriptor, const StoreValue &value,
+                    bool force = false);

@@ -3,11 +3,15 @@
 #include "platform/control/verbs_take.h"
 
 #include "platform/control/ownership.h"
+#include "platform/control/takelength.h"
 #include "platform/control/transportanswers.h"
+#include "platform/qmx/core/qmxcounted.h"
+#include "platform/qmx/core/qmxtimecode.h"
 #include "platform/store/eparamcontrol.h"
 #include "platform/store/localcommands.h"
 #include "platform/store/values.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -67,20 +71,19 @@ public:
 
     bool wait()
     {
-        const auto settled = [this] { return isOpen() || !newErrors().isEmpty(); };
         const auto again = [this] {
-            // (A take that somebody has ended meanwhile is not begun once more.)
-            if (_recorder.status() == TransportStatus::Stopped && !wasOpened())
+            // (A take that somebody or an alarm has ended meanwhile is not begun once more.)
+            if (_recorder.status() == TransportStatus::Stopped && !wasOpened() && newErrors().isEmpty())
                 give(_recorder, TransportCommand::Record);
         };
         // The daemon waits for the first picture of its input however long: that none comes is known sooner.
         const qint64 begun = _recorder.environment().clock->now();
         const auto settledOrBlind = [&] {
-            return settled() ||
+            return isSettled() ||
                    (_recorder.environment().clock->now() - begun > pictureWithin && seesNoPicture());
         };
         _recorder.waitFor(settledOrBlind, Wait::repeatFor, again, Wait::repeatEvery);
-        if (!settled() && !Recorder::wasInterrupted()) {
+        if (!isSettled() && !Recorder::wasInterrupted()) {
             if (!isRecording(_recorder)) {
                 _errors = _recorder.newErrors({}); // the reason may have been there before, word for word
                 _errors.removeIf([](const auto &alarm) { return alarm.id != eParam_AlarmRecordInhibited; });
@@ -93,10 +96,12 @@ public:
         // take.
         if (Recorder::wasInterrupted() && !isOpen()) {
             interrupted = Recorder::forgetInterrupt();
+            const auto settled = [this] { return isSettled(); };
             if (!_recorder.waitFor(settled, Wait::repeatFor) && isRecording(_recorder))
                 _recorder.waitFor(settled, Wait::effectWithin);
         }
-        if (!isOpen() || !_errors.isEmpty()) return false;
+        newErrors();
+        if (!isOpen()) return false;
         // The name reaches the store behind the clip.
         constexpr int nameWithin = 2000; // ms
         _recorder.waitFor([this] { return _recorder.clip() != _clipBefore; }, nameWithin);
@@ -108,12 +113,49 @@ public:
         if (_errors.isEmpty()) _errors = _recorder.newErrors(_before);
         return _errors;
     }
+    /// Of a take that runs: "", or what is wrong with it although it was begun.
+    QString warning()
+    {
+        QStringList texts;
+        for (const Recorder::Alarm &alarm : newErrors())
+            texts.append(QStringLiteral("; alarm %1: %2").arg(alarm.name, alarm.message));
+        const QString source = timecodeOfInput();
+        if (!source.isEmpty() && !QmxTimecode(_recorder.inputTimecode()).isValid())
+            texts.append(
+                QStringLiteral("; no timecode comes with the input (timecode_source is %1): the clip has "
+                               "none")
+                    .arg(source));
+        return texts.join(QString());
+    }
     bool wasOpened() const { return _recorder.counter("takes_opened") > _takesBefore; }
     bool interrupted = false; ///< before the clip was open
 
 private:
     static constexpr qint64 pictureWithin = 1500 * QmxClock::nsPerMillisecond;
+    /// An alarm that ends a take has ended it by then.
+    static constexpr qint64 alarmEndsWithin = 500 * QmxClock::nsPerMillisecond;
 
+    /// The clip is open, or it is known why it is not. An alarm alone does not say so: there are those with
+    /// which a take begins all the same.
+    bool isSettled()
+    {
+        if (isOpen()) return true;
+        if (newErrors().isEmpty()) return false;
+        const qint64 now = _recorder.environment().clock->now();
+        if (_errorsSince == 0 || isRecording(_recorder)) _errorsSince = now;
+        const bool isRefused = std::any_of(_errors.begin(), _errors.end(), [](const Recorder::Alarm &alarm) {
+            return alarm.id == eParam_AlarmRecordInhibited;
+        });
+        return isRefused || wasOpened() || now - _errorsSince > alarmEndsWithin;
+    }
+    /// The source of the take's timecode, when that is what comes in; else empty.
+    QString timecodeOfInput() const
+    {
+        const ParamDescriptor *descriptor = GetDescriptor(eParam_TimecodeSource);
+        const QString source =
+            QString::fromStdString(descriptor->label(int(_recorder.number(eParam_TimecodeSource))));
+        return source == QLatin1String("embedded") || source == QLatin1String("ltc") ? source : QString();
+    }
     bool isOpen() const { return wasOpened() && isRecording(_recorder); }
     bool seesNoPicture() const { return !wasOpened() && !_recorder.inputProblem().isEmpty(); }
 
@@ -122,14 +164,11 @@ private:
     const qint64 _takesBefore;
     const QString _clipBefore;
     QList<Recorder::Alarm> _errors;
+    qint64 _errorsSince = 0; ///< with the transport out of record
 };
 
-/// The daemon waits for the first picture of its input, however long, and would then begin a take that nobody
-/// wants any more.
-Answer giveUpWaiting(Recorder &recorder)
+Answer noPicture(const Recorder &recorder, const QString &problem)
 {
-    const QString problem = recorder.inputProblem();
-    if (const Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
     return Answer::givenUp(
         Cause::Deck, "no_input",
         QStringLiteral("the take has not begun: no picture has come from %1%2")
@@ -138,6 +177,30 @@ Answer giveUpWaiting(Recorder &recorder)
                  problem.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(problem)),
         "choose an input that has a signal with: xpctl set video_input NAME, or give it one; then record "
         "again");
+}
+
+/// The daemon waits for the first picture of its input, however long, and would then begin a take that nobody
+/// wants any more.
+Answer giveUpWaiting(Recorder &recorder)
+{
+    const QString problem = recorder.inputProblem();
+    if (const Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
+    return noPicture(recorder, problem);
+}
+
+/// An input that has just been chosen or connected, or a recorder that has just been started, locks within
+/// this time. Empty: it has, else what is wrong with it.
+QString awaitInput(const Recorder &recorder)
+{
+    constexpr int lockWithin = 1800; // ms: with the answer within two seconds
+    QString problem;
+    const auto hasPicture = [&] {
+        problem = recorder.inputProblem();
+        return problem.isEmpty();
+    };
+    if (!recorder.daemonIsRunning()) return {};
+    recorder.waitFor(hasPicture, lockWithin);
+    return problem;
 }
 
 /// The take has not begun, or not as it should.
@@ -157,13 +220,11 @@ Answer notBegun(Recorder &recorder, TakeStart &start)
 }
 
 /// Waits for as much recorded time as was asked for; false when the take ended before.
-bool takeIsFull(Recorder &recorder, TakeStart &start, double seconds)
+bool takeIsFull(Recorder &recorder, TakeStart &start, TakeLength &length, double seconds)
 {
-    const double rate = double(recorder.counter("clip_rate")) / 1000.0;
-    const qint64 wanted = qRound64(seconds * rate);
     const auto full = [&] {
         start.newErrors();
-        return recorder.counter("current_clip_frames") >= wanted || !isRecording(recorder);
+        return length.isFull() || !isRecording(recorder);
     };
     // In recorder time, which a fast clock makes shorter than ours; a stalled one never ends the wait.
     constexpr int slack = 30000;
@@ -179,23 +240,33 @@ double percentFree(const Recorder &recorder, const QString &path)
     return std::round(double(space.f_bfree) / double(space.f_blocks) * 100);
 }
 
-QString pathOf(const Recorder &recorder)
-{
-    return recorder.text(eParam_ActiveMediaPath) + "/" + recorder.clip();
-}
-
 /// The take has begun behind the frame that record_start asked for; empty: it has not.
 QString lateness(qint64 frames)
 {
-    return frames > 0 ? QStringLiteral(", begun %1 frames behind record_start").arg(frames) : QString();
+    return frames > 0 ? QStringLiteral(", begun %1 behind record_start").arg(qmxCounted(frames, "frame"))
+                      : QString();
 }
 
-Answer recording(const Recorder &recorder)
+Answer recording(const Recorder &recorder, const QString &warning = {})
 {
-    const QString path = pathOf(recorder);
+    const QString path = recorder.text(eParam_ActiveMediaPath) + "/" + recorder.clip();
     const qint64 late = recorder.counter("start_late");
-    return Answer::done(QStringLiteral("recording %1%2").arg(path, lateness(late)),
+    return Answer::done(QStringLiteral("recording %1%2%3").arg(path, lateness(late), warning),
                         {{"clip", recorder.clip()}, {"path", path}, {"late_frames", late}});
+}
+
+Answer recorded(const Recorder &recorder, TakeLength &length, const QString &clip, const QString &warning)
+{
+    const QStringList paths = length.paths();
+    const qint64 frames = length.frames();
+    const qint64 late = recorder.counter("start_late");
+    return Answer::done(QStringLiteral("recorded %1 into %2%3%4")
+                            .arg(qmxCounted(frames, "frame"), paths.join(" and "), lateness(late), warning),
+                        {{"clip", clip},
+                         {"path", paths.value(0)},
+                         {"paths", QJsonArray::fromStringList(paths)},
+                         {"frames", frames},
+                         {"late_frames", late}});
 }
 } // namespace
 
@@ -214,7 +285,7 @@ std::optional<Answer> whyNoTake(Recorder &recorder)
     if (percentFree(recorder, medium) <= MediumLevel::full)
         return refused("medium_full", QStringLiteral("%1 is full, or not there").arg(medium),
                        "delete clips, or choose another medium: xpctl set active_media_path FOLDER");
-    if (const QString problem = recorder.inputProblem(); !problem.isEmpty())
+    if (const QString problem = awaitInput(recorder); !problem.isEmpty())
         return refused("no_input", problem, "give the input a signal, or choose another one");
     return {};
 }
@@ -229,27 +300,30 @@ Answer performRecord(const VerbCall &call)
                                QStringLiteral("already recording %1").arg(recorder.clip()),
                                "end the take with: xpctl stop");
     }
+    // (Nothing is given that would act when nobody waits for it any more.)
+    if (const QString problem = call.request.wait ? awaitInput(recorder) : QString(); !problem.isEmpty())
+        return recorder.isAbandoned() ? gaveUp(recorder, "the take has not begun")
+                                      : noPicture(recorder, problem);
     TakeStart start(recorder);
+    TakeLength length(recorder);
     if (const QString reason = give(recorder, TransportCommand::Record); !reason.isEmpty())
         return storeError(reason);
     Ownership(recorder).takeBegun(call.who);
     if (!call.request.wait && seconds <= 0) return Answer::done();
     if (!start.wait()) return notBegun(recorder, start);
-    const QString path = pathOf(recorder);
     const QString clip = recorder.clip();
-    if (seconds <= 0 && !start.interrupted) return recording(recorder);
-    if (!start.interrupted && !takeIsFull(recorder, start, seconds)) {
+    if (seconds <= 0 && !start.interrupted) return recording(recorder, start.warning());
+    length.setWanted(seconds);
+    if (!start.interrupted && !takeIsFull(recorder, start, length, seconds)) {
         Recorder::forgetInterrupt();
-        return gaveUp(recorder, QStringLiteral("the take ended early; what was recorded is in %1").arg(path),
+        return gaveUp(recorder,
+                      QStringLiteral("the take ended early; what was recorded is in %1")
+                          .arg(length.paths().join(" and ")),
                       start.newErrors());
     }
     const bool interrupted = Recorder::forgetInterrupt() || start.interrupted; // the end is waited for
     if (const Answer ended = endOfTake(recorder, call.request.progress); !ended.isDone()) return ended;
-    const qint64 frames = recorder.counter("recorded_up_to");
-    const qint64 late = recorder.counter("start_late");
-    Answer answer =
-        Answer::done(QStringLiteral("recorded %1 frames into %2%3").arg(frames).arg(path, lateness(late)),
-                     {{"clip", clip}, {"path", path}, {"frames", frames}, {"late_frames", late}});
+    Answer answer = recorded(recorder, length, clip, start.warning());
     answer.isEnded = interrupted;
     return answer;
 }
@@ -316,7 +390,7 @@ Answer performStop(const VerbCall &call)
         const Answer ended = endOfTake(recorder, call.request.progress);
         if (!ended.isDone()) return ended;
         const qint64 frames = recorder.counter("recorded_up_to");
-        return Answer::done(QStringLiteral("recorded %1 frames into %2").arg(frames).arg(clip),
+        return Answer::done(QStringLiteral("recorded %1 into %2").arg(qmxCounted(frames, "frame"), clip),
                             {{"clip", clip}, {"frames", frames}});
     }
     // The stop key holds the picture first and stops at the second press.
@@ -367,7 +441,7 @@ Answer performStopWithoutStore(Recorder &recorder)
     if (!awaitFrames(recorder, isClosed, {}))
         return Answer::givenUp(Cause::Deck, "no_effect", "the take has not ended, and " + problem);
     const qint64 frames = recorder.counter("recorded_up_to");
-    return Answer::done(
-        QStringLiteral("recorded %1 frames, stopped without the configuration store").arg(frames),
-        {{"clip", QString()}, {"frames", frames}});
+    return Answer::done(QStringLiteral("recorded %1, stopped without the configuration store")
+                            .arg(qmxCounted(frames, "frame")),
+                        {{"clip", QString()}, {"frames", frames}});
 }

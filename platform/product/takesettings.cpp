@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/store/config.h"
+#include "platform/store/eparamtimecode.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -34,6 +35,7 @@ struct TextRow
 };
 constexpr std::initializer_list<TextRow> textRows = {
     {eParam_MirrorMediaPath, [](Values &values, const QString &value) { values.mirrorMediaPath = value; }},
+    {eParam_TimecodeUserBits, [](Values &values, const QString &value) { values.userBits = value; }},
     {eParam_RecordStart,
      [](Values &values, const QString &value) {
          values.recordStart = value;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/eparamtimecode.h"
 #include "platform/store/paramrow.h"
 #include "platform/store/values.h"
 
@@ -31,6 +32,10 @@ std::vector<ParamRow> soundAndTimecodeRows()
             .range(0, 23)
             .in("h")
             .with({Attribute::everyWrite, Attribute::toldOnce, Attribute::timecodePreset}),
+        string(eParam_TimecodeUserBits, "timecode_user_bits", Persistent,
+               "User bits of the timecode generator, eight hexadecimal digits such as 20261126; each clip "
+               "keeps those with which it began. Empty: none.")
+            .with({Attribute::userBits}),
         enumeration(eParam_TimecodeDropFrame, "timecode_drop_frame", Persistent,
                     {{0, "non_drop"}, {1, "drop"}}, "How timecode is counted at 29.97 and 59.94 frames."),
         // 0 means on.

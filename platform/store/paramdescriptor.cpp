@@ -14,6 +14,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <sstream>
 
@@ -32,6 +33,13 @@ bool parseNumber(const std::string &text, unsigned &value)
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(begin, end, value, hex ? 16 : 10);
     return error == std::errc() && stop == end && begin != end;
+}
+
+bool checkUserBits(const std::string &text)
+{
+    constexpr size_t digits = 8;
+    const auto isDigit = [](unsigned char c) { return std::isxdigit(c) != 0; };
+    return text.empty() || (text.size() == digits && std::all_of(text.begin(), text.end(), isDigit));
 }
 
 bool checkSpeed(const std::string &text)
@@ -255,6 +263,9 @@ bool ParamDescriptor::check(const StoreValue &value, std::string &reason) const
         else if (hasAttribute(Attribute::timecode) && !value.text.empty() &&
                  !QmxTimecode(QString::fromStdString(value.text)).isValid())
             reason = _row.name + " takes a timecode such as 10:00:04:00, not \"" + value.text + "\"";
+        else if (hasAttribute(Attribute::userBits) && !checkUserBits(value.text))
+            reason =
+                _row.name + " takes eight hexadecimal digits such as 20261126, not \"" + value.text + "\"";
         else if (QString wrong; hasAttribute(Attribute::moment) &&
                                 !QmxTakeMoment::parse(QString::fromStdString(value.text), 0, &wrong))
             reason = _row.name + " " + wrong.toStdString() + ", not \"" + value.text + "\"";

@@ -64,6 +64,7 @@ inline constexpr const char *timecodePreset =
 inline constexpr const char *namePattern = "name_pattern"; ///< text is a pattern of clip names
 inline constexpr const char *fileName = "file_name";       ///< text becomes part of a file name
 inline constexpr const char *timecode = "timecode";        ///< text is HH:MM:SS:FF
+inline constexpr const char *userBits = "user_bits";       ///< text is empty or eight hexadecimal digits
 inline constexpr const char *moment = "moment";            ///< text is empty or a QmxTakeMoment
 inline constexpr const char *folder = "folder";            ///< text is a full path, or empty
 inline constexpr const char *order = "order";              ///< text is an order to the media daemon, or empty

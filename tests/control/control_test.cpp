@@ -68,8 +68,8 @@ TEST(Verbs, everyRowIsWholeAndChecksItsArguments)
     }
     // One name everywhere: what `xpctl status` tells stands in the state under the same name, but for what it
     // asks of the card.
-    const QSet<QString> ofTheShell = {"input", "input_present", "output_format", "output_peaks",
-                                      "loop_playback"};
+    const QSet<QString> ofTheShell = {"input",        "input_present", "output_format",
+                                      "output_peaks", "loop_playback", "figures_age"};
     const QJsonObject schema = QJsonDocument::fromJson(readAll(XP_ROOT "/docs/xpctl.schema.json")).object();
     const QJsonObject status = schema["$defs"].toObject()["status"].toObject()["properties"].toObject();
     for (const QString &name : status.keys())

@@ -61,16 +61,21 @@ TEST(Log, FoldsEqualRecordsEvenWhenTheyAlternate)
     allowLog("test");
     TestDir dir;
     qmxLogOpenFile(dir.file("log"));
-    // A lost input: two lines a frame, ten seconds long.
+    // A lost input: two lines a frame, ten seconds long; then, two minutes long, one each second.
     for (int frame = 0; frame < 250; ++frame) {
         logged(1, "first");
         logged(2, "second");
         Stepper::runMs(40);
     }
+    for (int second = 0; second < 120; ++second) {
+        logged(1, "first");
+        Stepper::runMs(1000);
+    }
     const QByteArrayList got = lines(dir.file("log"));
-    // One a second of each; where the log's thread is late, a second more may be folded.
-    EXPECT_GE(got.size(), 2 * 8);
-    EXPECT_LE(got.size(), 2 * 12);
+    // At the begin, after 1, 3, 7, 15, 31, 63 and 123 seconds; the other one until it is over. Where the
+    // log's thread is late there may be one less.
+    EXPECT_GE(got.size(), 7 + 4);
+    EXPECT_LE(got.size(), 9 + 6);
     int sum = 0;
     QByteArray before;
     for (const QByteArray &line : got) {
@@ -80,7 +85,7 @@ TEST(Log, FoldsEqualRecordsEvenWhenTheyAlternate)
         const qsizetype at = line.indexOf("(and ");
         sum += 1 + (at < 0 ? 0 : line.mid(at + 5).split(' ').first().toInt());
     }
-    EXPECT_EQ(sum, 500) << "every record is accounted for";
+    EXPECT_EQ(sum, 620) << "every record is accounted for";
     EXPECT_TRUE(std::is_sorted(got.begin(), got.end(), [](const auto &a, const auto &b) {
         return a.left(23) < b.left(23);
     })) << "in the order of time";

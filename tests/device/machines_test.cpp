@@ -408,4 +408,16 @@ TEST(TakeGate, countsForTheTakeAroundItsFirstFrameAndForNoOther)
     gate.look(stale, 2990, false);
     gate.look(stale, 3001 + TakeGate::latestStart, false);
     EXPECT_FALSE(gate.in());
+    // A take that began without one can be given its end by who knows its first frame, and nothing else.
+    gate.takeBegins(4000);
+    for (const auto &refused : {window(3999, 4100), window(4000, 4010), window(4000)}) {
+        gate.look(refused, 4010, true);
+        EXPECT_FALSE(gate.keepsOut(4200)) << refused.in << " " << refused.out;
+    }
+    const auto end = window(4000, 4025);
+    gate.look(end, 4010, true);
+    EXPECT_FALSE(gate.keepsOut(4024));
+    EXPECT_TRUE(gate.keepsOut(4025));
+    EXPECT_FALSE(gate.look(end, 4025 + TakeGate::latestEndByClock, true)) << "whoever ends it is slow";
+    EXPECT_TRUE(gate.look(end, 4026 + TakeGate::latestEndByClock, true));
 }

@@ -391,6 +391,13 @@ TEST_F(Machine, refusesAMediumThatCannotBeHadAndKeepsThatOfATake)
     EXPECT_EQ(choose("/media/B"), (Writes{"rollover=/media/A", "label=B"}));
     EXPECT_EQ(choose("/media/C"), (Writes{"active=/media/B", "refused"}));
     EXPECT_EQ(choose("/media/A"), (Writes{"not refused", "rollover=/media/B", "label=A"}));
+    const auto chooseNext = [this](const char *path) {
+        is.rollover = path;
+        return step({0, 0, 0, false, false, false, true});
+    };
+    for (const char *path : {"/media/C", "/media/A"})
+        EXPECT_EQ(chooseNext(path), (Writes{"rollover=/media/B", "refused"})) << path;
+    EXPECT_EQ(chooseNext("/media/B"), Writes()) << "what it has written itself";
     record();
     step();
     for (const char *path : {"/media/B", "/srv/clips", ""})

@@ -172,6 +172,8 @@ TEST_F(Descriptors, textIsReadAndPrinted)
                           {"timecode_preset_hour", "23", "23", ""},
                           {"timecode_preset_hour", "23:59:58:24", "23:59:58:24", ""},
                           {"timecode_preset_hour", "24:00:00:00", "", "a number from 0 to 23"},
+                          {"timecode_user_bits", "1a2B3c4d", "1a2B3c4d", ""},
+                          {"timecode_user_bits", "1a2b3c4g", "", "eight hexadecimal digits"},
                           {"media_full", "x", "", "is an alarm"}};
     for (const Case &test : cases) {
         SCOPED_TRACE(std::string(test.name) + " " + test.text);

@@ -76,6 +76,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
     const ProgramResult result = sandbox.run(R"sh(
         run() { echo "== $1"; xpctl --json "$@" || [ $? = "${may:-0}" ] || { echo "failed: $*" >&2; cat /run/xp/xpd.out >&2; return 1; }; }
         await is input_format 576i25
+        xpctl set timecode_user_bits 1a2b3c4d >&2
         run record --for 1; run record
         await '[ $(recorded) -ge 25 ]'
         run stop; run ready; run clips
@@ -145,6 +146,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
     EXPECT_TRUE(result.out.contains("602=v4l2:/dev/no-camera: /dev/no-camera is not there"))
         << result.out.toStdString();
     EXPECT_TRUE(result.out.contains("SDI level A, HDMI 4:2:2")) << result.out.toStdString();
+    EXPECT_TRUE(result.out.contains("\"user_bits\":\"1a2b3c4d\"")) << result.out.toStdString();
 
     // Each line of watch is the next tick or, on a busy machine, a later one.
     qint64 last = 0;
@@ -224,6 +226,8 @@ TEST(Xpctl, shellsAndManAcceptWhatIsMadeForThem)
         offer() { COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _xpctl || true; echo "$*: ${COMPREPLY[*]}"; }
         offer xpctl rec; offer xpctl record --; offer xpctl set video_in; offer xpctl set loop_playback ''
         offer xpctl --json list m; offer xpctl record --for ''; offer xpctl clip ''
+        offer xpctl list add ''; offer xpctl settings reset sdi_; offer xpctl --channel ''; offer xpctl help acknow
+        offer xpctl mark ou; (cd $OUT; offer xpctl set lut_file _xp)
         [ ! -e pwned ] || echo 'a name was run'
         # zsh, typed into: what stands in its line behind the key that completes.
         cat >$OUT/.zshrc <<'RC'
@@ -240,17 +244,36 @@ RC
         man --warnings -E UTF-8 -l $OUT/xpctl.1 2>&1 >$OUT/page | head -n 5
         cat $OUT/page
     )sh");
-    for (const char *line :
-         {"status 2", "xpctl rec: record",
-          "xpctl record --: --json --help --for --at --until --no-wait --on-word",
-          "xpctl set video_in: video_input", "xpctl set loop_playback : off on", "xpctl --json list m: move",
-          "xpctl record --for : ", "xpctl clip : \\$\\(touch\\ pwned\\).mov", "zsh: xpctl record |",
-          "zsh: xpctl record --for |", "zsh: xpctl set video_input |", "zsh: xpctl set loop_playback off |",
-          "zsh: xpctl list move |", "zsh: xpctl clip \\$\\(touch\\ pwned\\).mov |"}) {
+    for (const char *line : {"status 2",
+                             "xpctl rec: record",
+                             "xpctl record --: --json --help --channel --channels --all --best-effort --for "
+                             "--at --until --no-wait "
+                             "--on-word",
+                             "xpctl set video_in: video_input",
+                             "xpctl set loop_playback : off on",
+                             "xpctl --json list m: move",
+                             "xpctl record --for : ",
+                             "xpctl clip : \\$\\(touch\\ pwned\\).mov",
+                             "xpctl list add : \\$\\(touch\\ pwned\\).mov",
+                             "xpctl settings reset sdi_: sdi_level_a",
+                             "xpctl --channel : 1",
+                             "xpctl help acknow: acknowledge",
+                             "xpctl mark ou: out",
+                             "xpctl set lut_file _xp: _xpctl",
+                             "zsh: xpctl record |",
+                             "zsh: xpctl record --for |",
+                             "zsh: xpctl set video_input |",
+                             "zsh: xpctl set loop_playback off |",
+                             "zsh: xpctl list move |",
+                             "zsh: xpctl clip \\$\\(touch\\ pwned\\).mov |"}) {
         EXPECT_TRUE(result.out.contains(QByteArray(line) + "\n")) << line << "\n" << result.out.toStdString();
     }
     EXPECT_FALSE(result.out.contains("a name was run"));
     for (const CommandRow &row : ctlCommands()) {
+        for (const ArgumentRow &argument : row.arguments)
+            for (const QString &word : QString(argument.completes).split(' '))
+                EXPECT_TRUE(!word.startsWith('@') || isCompletionKind(word.mid(1).toStdString()))
+                    << argument.name;
         const QByteArray line = QByteArray("\n       ") + row.name;
         EXPECT_EQ(result.out.contains(line + " ") || result.out.contains(line + "\n"), row.isListed())
             << row.name;

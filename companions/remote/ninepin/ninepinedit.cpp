@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Edits: takes whose first and last frame are known before, and the sequences that make one by themselves.
 #include "companions/remote/ninepin/ninepinsession.h"
+#include "platform/qmx/core/qmxcounted.h"
 
 namespace {
 /// A take that has not begun so many frames after its first frame's moment is none.
@@ -103,9 +104,9 @@ void NinepinSession::followEdit()
     if (!_aborted && records && _view->takeFirst > _editIn) {
         _aborted = true;
         give(DeckOrder::refuse, {{QStringLiteral("sentence"),
-                                  QStringLiteral("the take of an edit began %1 frames late: give the port a "
+                                  QStringLiteral("the take of an edit began %1 late: give the port a "
                                                  "longer edit_delay in /etc/xp/remote.ini")
-                                      .arg(_view->takeFirst - _editIn)}});
+                                      .arg(qmxCounted(_view->takeFirst - _editIn, "frame"))}});
     }
     if (_edit == Edit::Armed && _view->index > _editIn + latestStart) {
         abortEdit();

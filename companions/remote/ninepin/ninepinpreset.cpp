@@ -111,6 +111,12 @@ QByteArray NinepinSession::generatorPreset()
 QByteArray NinepinSession::generatorBits()
 {
     std::copy_n(_block->data.begin(), _userBits.size(), _userBits.begin());
+    // As they are read: the last groups first, as hours stand before frames.
+    QByteArray shown;
+    for (auto bits = _userBits.rbegin(); bits != _userBits.rend(); ++bits)
+        shown.append(char(*bits));
+    give(DeckOrder::set, {{QStringLiteral("name"), QStringLiteral("timecode_user_bits")},
+                          {QStringLiteral("value"), QString::fromLatin1(shown.toHex())}});
     return ack();
 }
 

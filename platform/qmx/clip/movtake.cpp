@@ -4,6 +4,7 @@
 #include "platform/qmx/clip/atomcursor.h"
 #include "platform/qmx/clip/movcrc.h"
 #include "platform/qmx/clip/movlayout.h"
+#include "platform/qmx/core/qmxdeck.h"
 
 #include <QDateTime>
 #include <QFileInfo>
@@ -28,12 +29,16 @@ QString timeOf(const QmxEnvironment &environment)
 QJsonObject MovTake::begun(const QString &path, const QmxEnvironment &environment)
 {
     const QFileInfo file(path);
-    return {{"program", QStringLiteral("xp recorder " XP_VERSION)},
-            {"host", QSysInfo::machineHostName()},
-            {"user_id", int(getuid())},
-            {"medium", file.path()},
-            {"clip", file.fileName()},
-            {"begun", timeOf(environment)}};
+    QJsonObject take{{"program", QStringLiteral("xp recorder " XP_VERSION)},
+                     {"host", QSysInfo::machineHostName()},
+                     {"user_id", int(getuid())},
+                     {"medium", file.path()},
+                     {"clip", file.fileName()},
+                     {"begun", timeOf(environment)}};
+    // (The timecode track of these files has no place for them.)
+    if (const QString bits = environment.deck->takeOptions.values().userBits; !bits.isEmpty())
+        take["user_bits"] = bits;
+    return take;
 }
 
 void MovTake::write(QByteArray &header, const QJsonObject &take)

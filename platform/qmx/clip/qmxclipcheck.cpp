@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What was found, in words and for scripts; how it is found: movcheck.cpp.
 #include "platform/qmx/clip/qmxclipcheck.h"
+#include "platform/qmx/core/qmxcounted.h"
 
 #include <QJsonArray>
 
@@ -58,13 +59,11 @@ QString QmxClipCheck::sentence() const
 {
     const QString state = closed ? QString() : QStringLiteral(" up to its last flush");
     if (isWhole()) {
+        const QString all = qmxCounted(frames, "frame is", "frames are");
         return chain.isEmpty()
-                   ? QStringLiteral("%1 frames are whole%2; the clip is from before clips carried a proof")
-                         .arg(frames)
-                         .arg(state)
-                   : QStringLiteral("%1 frames are whole%2, chain %3")
-                         .arg(frames)
-                         .arg(state, QString::fromLatin1(chain));
+                   ? QStringLiteral("%1 whole%2; the clip is from before clips carried a proof")
+                         .arg(all, state)
+                   : QStringLiteral("%1 whole%2, chain %3").arg(all, state, QString::fromLatin1(chain));
     }
     QStringList parts;
     for (int kind = 0; kind < KindCount; ++kind) {
@@ -80,10 +79,11 @@ QString QmxClipCheck::sentence() const
             else
                 ++left;
         }
-        if (left > 0) places.append(QStringLiteral("and %1 more places").arg(left));
+        if (left > 0) places.append("and " + qmxCounted(left, "more place"));
         parts.append(QStringLiteral("%1: %2").arg(part, places.join(QStringLiteral("; "))));
     }
-    return QStringLiteral("of %1 frames%2 ").arg(frames).arg(state) + parts.join(QStringLiteral(". "));
+    return QStringLiteral("of %1%2 ").arg(qmxCounted(frames, "frame"), state) +
+           parts.join(QStringLiteral(". "));
 }
 
 QJsonObject QmxClipCheck::toJson() const

@@ -2,6 +2,7 @@
 #include "platform/qmx/core/qmxlogfile.h"
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
+#include "platform/qmx/core/qmxcounted.h"
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
@@ -100,7 +101,9 @@ void QmxLogFile::failed(int error)
 void QmxLogFile::recovered()
 {
     _failing = false;
-    put(QStringLiteral("(%1 lines were lost: the log file could not be written)\n").arg(_lost).toUtf8());
+    put(QStringLiteral("(%1 lost: the log file could not be written)\n")
+            .arg(qmxCounted(_lost, "line was", "lines were"))
+            .toUtf8());
     _lost = 0;
     QmxAlarmController::post(
         QmxAlarm(QmxIds::alarmLogOutputFailed, QmxAlarm::Clear, QString(), "qmxlogfile", __LINE__));

@@ -12,36 +12,44 @@ QList<QmxLogRecord> QmxLogFold::add(const QmxLogRecord &record, qint64 now)
     const auto found = _entries.find(key);
     if (found == _entries.end()) {
         if (_entries.size() >= maximumTexts) result = due(now, true);
-        _entries.insert(key, {record, now, 0, ++_order});
+        _entries.insert(key, {record, now, now, 0, ++_order});
         result.append(record);
         return result;
     }
     found->last = record;
-    if (now - found->written < interval) {
+    found->seen = now;
+    if (now - found->written < found->pause) {
         ++found->folded;
         return result;
     }
     found->last.more = std::exchange(found->folded, 0);
-    found->written = now;
+    wrote(*found, now);
     result.append(found->last);
     return result;
+}
+
+/// What comes again and again is told more and more rarely.
+void QmxLogFold::wrote(Entry &entry, qint64 now)
+{
+    entry.pause = std::min(2 * entry.pause, longestInterval);
+    entry.written = now;
 }
 
 QList<QmxLogRecord> QmxLogFold::due(qint64 now, bool all)
 {
     QList<Entry> expired;
     for (auto entry = _entries.begin(); entry != _entries.end();) {
-        if (!all && now - entry->written < interval) {
-            ++entry;
-            continue;
-        }
-        if (entry->folded == 0) {
+        const bool isOver = now - entry->seen >= quiet && now - entry->written >= entry->pause;
+        if (entry->folded == 0 && (all || isOver)) {
             entry = _entries.erase(entry);
             continue;
         }
-        expired.append(*entry);
-        entry->folded = 0;
-        entry->written = now;
+        if (entry->folded > 0 &&
+            (all || now - entry->seen >= quiet || now - entry->written >= entry->pause)) {
+            expired.append(*entry);
+            entry->folded = 0;
+            wrote(*entry, now);
+        }
         ++entry;
     }
     std::sort(expired.begin(), expired.end(),

@@ -6,17 +6,20 @@
 #include <QHash>
 #include <QList>
 
-/// Folds equal records of the log: the first passes, then one a second with the count of the others, also
-/// when several texts alternate. A line that stands for others has the time at which it is written: the log
-/// stays in the order of time. Bounded: with too many different texts in a second all pass. One thread.
+/// Folds equal records of the log: the first passes, then one with the count of the others, also when several
+/// texts alternate: after a second, and while it goes on after two, four ... up to a minute; two seconds
+/// after the last one in any case. A line that stands for others has the time at which it is written: the log
+/// stays in the order of time. Bounded: with too many different texts at once all pass. One thread.
 class QmxLogFold
 {
 public:
-    static constexpr qint64 interval = 1'000'000'000; ///< nanoseconds between records that are let through
+    static constexpr qint64 interval = 1'000'000'000; ///< ns between the first two that are let through
+    static constexpr qint64 longestInterval = 60 * interval;
+    static constexpr qint64 quiet = 2 * interval; ///< after that nothing more of a text is waited for
 
     /// What is to be written for this record, made at `now`; nothing when it is folded away.
     QList<QmxLogRecord> add(const QmxLogRecord &record, qint64 now);
-    /// What has been folded away for `interval`; `all`: whatever has been folded away.
+    /// What has been folded away and has waited long enough; `all`: whatever has been folded away.
     QList<QmxLogRecord> due(qint64 now, bool all = false);
 
 private:
@@ -26,9 +29,13 @@ private:
     {
         QmxLogRecord last; // the newest one folded
         qint64 written = 0;
+        qint64 seen = 0;
         int folded = 0;
         qint64 order = 0;
+        qint64 pause = interval; // until one is let through again
     };
+    static void wrote(Entry &entry, qint64 now);
+
     QHash<QString, Entry> _entries;
     qint64 _newest = 0; ///< time of the newest record
     qint64 _order = 0;

@@ -26,6 +26,8 @@ public:
         quint32 startSerial = 0; ///< another one: one of them has been written
         /// Folder on a second medium to which a take is written as well; empty: none.
         QString mirrorMediaPath;
+        /// Of the timecode, eight hexadecimal digits, for each clip that begins; empty: none.
+        QString userBits;
 
         friend bool operator==(const Values &, const Values &) = default;
     };

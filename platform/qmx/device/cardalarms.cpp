@@ -2,6 +2,7 @@
 #include "platform/qmx/device/cardalarms.h"
 
 #include "platform/qmx/core/qmxclock.h"
+#include "platform/qmx/core/qmxcounted.h"
 #include "platform/qmx/core/qmxids.h"
 
 #include <algorithm>
@@ -36,8 +37,10 @@ void CardAlarms::tick(const TickSchedule::Step &step)
         _isLate ? step.deadline - _lastLate < lateQuietTime : step.late && _late >= lateForAlarm;
     if (std::exchange(_isLate, alarm) == alarm) return;
     tell(QmxIds::alarmClockLate,
-         alarm ? QStringLiteral("The machine is too slow: %1 ticks of the video clock were late").arg(_late)
-               : QString(),
+         alarm
+             ? "The machine is too slow: " +
+                   qmxCounted(_late, "tick of the video clock was", "ticks of the video clock were") + " late"
+             : QString(),
          __LINE__);
 }
 

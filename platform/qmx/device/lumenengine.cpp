@@ -270,6 +270,7 @@ QmxError LumenEngine::readFrame(QmxFrame &frame)
         if (reading.beginsTake) {
             _inputWatch.takeBegins();
             _takeFirst = reading.frame->number;
+            _gate.takeBegins(_takeFirst);
             spent = _start.isSet();
             startSerial = _startSerial;
             tellLate(reading.frame->number, frame);

@@ -16,7 +16,7 @@ public:
     static constexpr qint64 latestStart = 50;
     /// Frames after `out` by which the take has ended, else it goes on.
     static constexpr qint64 latestEnd = 100;
-    /// The same of one that follows a clock: whoever ends it does so by seconds, and may be held up.
+    /// The same of one that follows a clock, or that only has an end: whoever ends it may be held up.
     static constexpr qint64 latestEndByClock = 600;
 
     /// So many frames back may still be handed out; a take may begin as late.
@@ -25,7 +25,14 @@ public:
     /// the frames from here on follow a gap. `mayMove`: the first frame of a take that still waits for it may
     /// change, because it follows a clock.
     bool look(const QmxTakeWindow::Window &set, qint64 now, bool isRecording, bool mayMove = false);
-    void takeEnds() { _window = {}; }
+    /// The first frame of a take that has begun without a window: who names it may set its end.
+    void takeBegins(qint64 first) { _first = first; }
+    void takeEnds()
+    {
+        _window = {};
+        _first = 0;
+        _hasEndAlone = false;
+    }
     /// The take that runs does not hold this frame.
     bool keepsOut(qint64 index) const { return _window.keepsOut(index); }
     /// The first frame of a take that is about to begin.
@@ -35,4 +42,6 @@ private:
     qint64 _latest = latestStart;
     QmxTakeWindow::Window _window; ///< that counts
     quint32 _serial = 0;           ///< seen last
+    qint64 _first = 0;             ///< of the take that runs; 0: nothing of it has been read yet
+    bool _hasEndAlone = false;     ///< the window was set when the take had begun without one
 };

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/control/takelength.h"
+
+#include "platform/control/recorder.h"
+#include "platform/qmx/clip/qmxclipreader.h"
+
+#include <QFileInfo>
+
+#include <cmath>
+
+namespace {
+/// The end is set so late before it: should this program be killed meanwhile, the take goes on after a gap.
+constexpr qint64 endAhead = QmxClock::nsPerSecond / 2;
+/// Frames after the end by which all before it have come, also from a busy card.
+constexpr qint64 latestFrames = 50;
+constexpr qint64 lookEvery = QmxClock::nsPerSecond / 5; // at what is in the store
+} // namespace
+
+TakeLength::TakeLength(Recorder &recorder)
+    : _recorder(recorder),
+      _takesBefore(recorder.counter("takes_opened")),
+      _handedBefore(recorder.counter("frames_recorded"))
+{}
+
+void TakeLength::setWanted(double seconds)
+{
+    constexpr double perThousand = 1000.0;
+    const double rate = double(_recorder.counter("clip_rate")) / perThousand;
+    _wanted = qRound64(seconds * rate);
+    const auto now = _clock.now();
+    const double tickRate =
+        now && now->period > 0 ? double(QmxClock::nsPerSecond) / double(now->period) : 0.0;
+    // (A camera's variable rate, an interval: there the clip's time is not the clock's.)
+    constexpr double sameRate = 0.01;
+    _isEvery = std::abs(tickRate - rate) < sameRate && _recorder.number(eParam_IntervalRecord) == 0;
+    lookAtClip();
+}
+
+qint64 TakeLength::handedOut() const
+{
+    return _recorder.counter("frames_recorded") - _handedBefore;
+}
+
+bool TakeLength::isFull()
+{
+    follow();
+    if (!_isEvery) return _closed + _held >= _wanted;
+    const auto now = _clock.now();
+    if (now && now->first > 0 && now->first != _first) {
+        const qint64 left = (_wanted + _skipped - handedOut()) * now->period;
+        if (left > 0 && left <= endAhead) {
+            // (Should it be the first frame of a take before, the card does not take it, and tells the right
+            // one with its next frame.)
+            _first = now->first;
+            _out = _first + _skipped + _wanted;
+            _clock.set(_first, _out);
+        }
+    }
+    return handedOut() - _skipped >= _wanted || (_out > 0 && now && now->index > _out + latestFrames);
+}
+
+/// The clips of the take, and what they hold.
+void TakeLength::follow()
+{
+    const qint64 opened = _recorder.counter("takes_opened") - _takesBefore;
+    const qint64 before = handedOut();
+    const qint64 held = _recorder.counter("current_clip_frames");
+    if (opened > _opened && _opened > 0) _closed += _held;
+    _opened = opened;
+    _held = held;
+    // Of one moment, in which nothing is on its way: what was dropped before the clip could begin.
+    if (_isEvery && _opened == 1 && handedOut() == before && before >= held && held > 0)
+        _skipped = before - held;
+    const qint64 now = _recorder.environment().clock->now();
+    if (now >= _nextLook) lookAtClip();
+    if (now >= _nextLook) _nextLook = now + lookEvery;
+}
+
+/// After a join the name of the clip comes first, and then the medium that it is on.
+void TakeLength::lookAtClip()
+{
+    const QString name = _recorder.clip();
+    if (name.isEmpty()) return;
+    const QString path = _recorder.text(eParam_ActiveMediaPath) + "/" + name;
+    if (_names.isEmpty() || name != _names.last()) {
+        _names.append(name);
+        _paths.append(path);
+    }
+    _paths.last() = path;
+}
+
+QStringList TakeLength::paths()
+{
+    lookAtClip();
+    return _paths;
+}
+
+qint64 TakeLength::frames()
+{
+    qint64 frames = _recorder.counter("recorded_up_to");
+    for (const QString &path : paths().mid(0, _paths.size() - 1)) {
+        QmxClipInfo info;
+        if (!QmxClipReader::probe(path, info, _recorder.environment()).isError()) frames += info.frames;
+    }
+    return frames;
+}

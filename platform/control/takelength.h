@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "platform/qmx/core/qmxtakewindow.h"
+
+#include <QStringList>
+
+class Recorder;
+
+/// How much a take holds, over the joins of rollovers, and its end at an exact frame: the card hands out no
+/// frame behind it, so that it does not matter how soon the command to stop comes. One thread.
+class TakeLength
+{
+public:
+    /// Before the command to record.
+    explicit TakeLength(Recorder &recorder);
+
+    /// The take has begun and shall hold so many seconds of recorded time.
+    void setWanted(double seconds);
+    /// To be asked again and again, until the take ends. Nothing is asked of the disk.
+    bool isFull();
+    /// Where the take's clips lie, in their order.
+    QStringList paths();
+    /// Frames that are safe in all of them together. Asks the disk, after a rollover.
+    qint64 frames();
+
+private:
+    qint64 handedOut() const; ///< by the card, for this take
+    void follow();
+    void lookAtClip();
+
+    Recorder &_recorder;
+    QmxTakeWindow::Client _clock;
+    const qint64 _takesBefore;
+    const qint64 _handedBefore;
+    bool _isEvery = true; ///< every frame that is handed out comes into a clip
+    qint64 _wanted = 0;
+    qint64 _skipped = 0; ///< of what was handed out: it came before the first picture
+    qint64 _closed = 0;  ///< frames of clips before the one that is open
+    qint64 _held = 0;    ///< frames of the one that is open
+    qint64 _opened = 0;  ///< clips of this take
+    qint64 _first = -1;  ///< frame of the clock with which the end was set
+    qint64 _out = 0;
+    qint64 _nextLook = 0;
+    QStringList _names;
+    QStringList _paths;
+};

@@ -27,8 +27,8 @@ public:
 
 /// The log of the process. Any thread may log at any time; nobody waits for a file or a console: a thread
 /// of the log's own ("qmx-log", started with the first output) writes behind a bounded queue; what does
-/// not fit is dropped and counted in the log. Of equal records the first is written, then one a second with
-/// the count of the others. Line breaks inside a text are written as blanks, so a record is one line.
+/// not fit is dropped and counted in the log. Of equal records the first is written, then one now and then
+/// with the count of the others. Line breaks inside a text are written as blanks, so a record is one line.
 class QmxLog
 {
 public:

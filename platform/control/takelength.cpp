@@ -10,7 +10,7 @@
 
 namespace {
 /// The end is set so late before it: should this program be killed meanwhile, the take goes on after a gap.
-constexpr qint64 endAhead = QmxClock::nsPerSecond / 2;
+constexpr qint64 endAhead = QmxClock::nsPerSecond;
 /// Frames after the end by which all before it have come, also from a busy card.
 constexpr qint64 latestFrames = 50;
 constexpr qint64 lookEvery = QmxClock::nsPerSecond / 5; // at what is in the store
@@ -47,12 +47,13 @@ bool TakeLength::isFull()
     if (!_isEvery) return _closed + _held >= _wanted;
     const auto now = _clock.now();
     if (now && now->first > 0 && now->first != _first) {
-        const qint64 left = (_wanted + _skipped - handedOut()) * now->period;
-        if (left > 0 && left <= endAhead) {
+        // By the clock: frames that wait to be coded have not been handed out yet.
+        const qint64 out = now->first + _skipped + _wanted;
+        if ((out - now->index) * now->period <= endAhead) {
             // (Should it be the first frame of a take before, the card does not take it, and tells the right
             // one with its next frame.)
             _first = now->first;
-            _out = _first + _skipped + _wanted;
+            _out = out;
             _clock.set(_first, _out);
         }
     }

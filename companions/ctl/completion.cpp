@@ -33,6 +33,8 @@ constexpr GlobalOption globalOptions[] = {
     {"channels", "N,N", "@channels", "several of them, at the same frame"},
     {"all", "", "", "all recorders of this machine, at the same frame"},
     {"best-effort", "", "", "with several: those that can"},
+    {"recorder", "NAME", "", "settings: of another recorder with settings on the same server"},
+    {"recorders", "NAMES", "all", "settings: of several of them, or of all"},
 };
 
 QStringList listedNames()
@@ -132,6 +134,7 @@ _xpctl() {
     if [ -n "$skip" ]; then
         case $skip in
         --channel|--channels) words=$(channel='' _xpctl_words @channels) ;;
+        --recorders) words=all ;;
         *) return ;;
         esac
     else

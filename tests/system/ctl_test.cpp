@@ -246,7 +246,8 @@ RC
     )sh");
     for (const char *line : {"status 2",
                              "xpctl rec: record",
-                             "xpctl record --: --json --help --channel --channels --all --best-effort --for "
+                             "xpctl record --: --json --help --channel --channels --all --best-effort "
+                             "--recorder --recorders --for "
                              "--at --until --no-wait "
                              "--on-word",
                              "xpctl set video_in: video_input",

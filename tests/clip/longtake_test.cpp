@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/clip/movchapters.h"
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movtables.h"
 #include "tests/clip/cliptake.h"
@@ -135,7 +136,7 @@ TEST(LongTake, TwentySixHoursOfSoundAreHeardToTheEnd)
     header += QByteArray(reinterpret_cast<const char *>(picture.constData()), picture.size());
     ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(header) == header.size());
     ASSERT_TRUE(file.seek(fragment.audioOffset - sound.size()) && file.write(sound) == sound.size());
-    const QByteArray moov = tables.finalMoov(format);
+    const QByteArray moov = tables.finalMoov(format, MovChapters({}, tables.frames(), format), 0);
     ASSERT_EQ(file.write(moov), moov.size());
     file.close();
 

@@ -60,7 +60,7 @@ private:
 
 TEST_F(AlarmHandlerTest, anAlarmWithoutAParameterIsLogged)
 {
-    for (const int unknown : {1900, 1922, 0}) {
+    for (const int unknown : {1900, 1999, 0}) {
         handler.handleAlarm(alarm(unknown, QmxAlarm::Error, "x"));
         EXPECT_EQ(lines(), QStringList("1 114 Unable to find alarm for id Err:" + QmxId(unknown).name() +
                                        " (Raised) x test:7"));

@@ -123,6 +123,7 @@ TEST(Conversions, everyFormatHasTheThreeCodesOfItsNameInTheStore)
 
 TEST(Conversions, everyGeneratorCodeIsThePictureOfItsName)
 {
+    CreateDescriptors();
     const ParamDescriptor *param = GetDescriptor(eParam_SignalGeneratorFormat);
     for (int code = -1; code <= 80; ++code) {
         QmxImageDesc expected = described(param->label(unsigned(code)));

@@ -107,6 +107,7 @@ for unit in xpd xpmediad; do channel_unit "$unit" xp-recorder; done
 install -D -m 644 packaging/xp-recorder/lumen.ini "$recorder/etc/xp/lumen.ini"
 install -D -m 644 packaging/xp-recorder/tmpfiles "$recorder/usr/lib/tmpfiles.d/xp-recorder.conf"
 install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder" docs/{operator,engineer,manual,alarms,parameters}.md docs/xpctl.schema.json
+install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder/decisions" docs/decisions/*.md
 install -D -m 644 -t "$recorder/usr/share/doc/xp-recorder/pictures" docs/pictures/*.png
 
 install -d "$recorder/usr/share/man/man8"
@@ -137,7 +138,7 @@ install -D -m 644 -t "$panel/usr/share/doc/xp-panel" docs/http.md
 install -d "$panel/usr/share/man/man8"
 "$programs/bin/xppanel" --manual | gzip -9n >"$panel/usr/share/man/man8/xppanel.8.gz"
 
-make_package xp-recorder "$(library_depends "$recorder"/usr/bin/*), adduser, init-system-helpers (>= 1.54~)" video \
+make_package xp-recorder "$(library_depends "$recorder"/usr/bin/*), xp-tools (= $version), adduser, init-system-helpers (>= 1.54~)" video \
     'video recorder: transport and media daemons' \
     'Records and plays video like a tape machine; its services start with the machine.'
 make_package xp-tools "$(library_depends "$tools"/usr/bin/*)" video \
@@ -146,7 +147,7 @@ make_package xp-tools "$(library_depends "$tools"/usr/bin/*)" video \
 make_package xp-remote "$(library_depends "$remote"/usr/bin/*), xp-recorder (= $version), init-system-helpers (>= 1.54~)" video \
     'video recorder: 9-pin, line protocol, OSC' \
     'Lets edit controllers, automation and fader boxes drive the recorder.'
-make_package xp-panel "$(library_depends "$panel"/usr/bin/*), xp-recorder, adduser, init-system-helpers (>= 1.54~)" video \
+make_package xp-panel "$(library_depends "$panel"/usr/bin/*), xp-recorder (= $version), adduser, init-system-helpers (>= 1.54~)" video \
     'video recorder: page for browsers, interface for programs' \
     'The program xppanel, which serves a page that operates the recorder, and all of it over HTTP.'
 make_package xp-recorder-dbg "xp-recorder (= $version), xp-tools (= $version), xp-remote (= $version), xp-panel (= $version)" debug \

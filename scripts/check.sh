@@ -45,7 +45,7 @@ check_lint() {
     git ls-files '*.cpp' ':!cmake' ':!tests/fuzz' | xargs -P "$XP_JOBS" -n 4 clang-tidy --quiet -p build-includes
 }
 
-# What the integration machine runs with every change.
+# Every access to memory and every sum is watched.
 check_asan() { scripts/test-sanitized.sh asan; }
 # With a Qt that the sanitizer can see into.
 check_tsan() { scripts/qt-with-tsan.sh && scripts/test-sanitized.sh tsan; }

@@ -8,7 +8,7 @@ cd "$XP_ROOT"
 export LSAN_OPTIONS="suppressions=$XP_ROOT/tests/lsan.supp" ASAN_OPTIONS=detect_stack_use_after_return=1
 export UBSAN_OPTIONS=print_stacktrace=1
 export TSAN_OPTIONS="halt_on_error=0 report_signal_unsafe=0 suppressions=$XP_ROOT/tests/tsan.supp"
-# (Where every change waits for it the panel stays out: its few tests cost as much to build as a third of all others.)
+# (On an integration machine, where changes wait for it, the panel stays out: its few tests cost as much to build as a third of all others.)
 without='system;fronts'
 [ "${XP_CI:-no}" != yes ] || without+=';panel'
 cmake --preset "$1" -DXP_TESTS_WITHOUT="$without" >/dev/null

@@ -59,8 +59,11 @@ Finding remoteFinding(Recorder &)
     for (const QJsonValue &port : open)
         if (const QString problem = port["problem"].toString(); !problem.isEmpty()) problems.append(problem);
     if (!problems.isEmpty())
-        return {Finding::Wrong, problems.join("; "),
-                QStringLiteral("correct %1, then: systemctl restart xpremote").arg(ports())};
+        return {
+            Finding::Wrong, problems.join("; "),
+            QStringLiteral("a terminal is opened by itself when it is there again; else correct %1, then: "
+                           "systemctl restart xpremote")
+                .arg(ports())};
     if (const QStringList slow = slowTerminals(open); !slow.isEmpty())
         return {Finding::Hint, slow.join("; ") + ": a controller waits for nine",
                 "plug the adapter in anew, or: udevadm trigger --subsystem-match=usb-serial --action=change"};

@@ -225,6 +225,10 @@ void DeckParameters::fillFormats()
 void DeckParameters::fillMedia()
 {
     _made.media = arrayOf(text(eParam_MediaReport));
+}
+
+void DeckParameters::fillRoom()
+{
     _made.secondsLeft = number(eParam_RecordTimeLeft);
 }
 
@@ -262,7 +266,8 @@ std::span<const DeckParameters::Part> DeckParameters::parts()
         {&D::fillFormats,
          {eParam_TransportStatus, eParam_InputFormat, eParam_RecordFormat, eParam_RecordCodec,
           eParam_MediaFormat, eParam_PlaybackSource, eParam_TimecodeSource}},
-        {&D::fillMedia, {eParam_MediaReport, eParam_RecordTimeLeft}},
+        {&D::fillMedia, {eParam_MediaReport}},
+        {&D::fillRoom, {eParam_RecordTimeLeft}},
         {&D::fillList, {eParam_PlayList, eParam_MarksChanged}},
         {&D::fillAlarms, {eParam_AlarmsAcknowledged}, true},
     };

@@ -40,6 +40,7 @@ private:
     void fillTransport();
     void fillFormats();
     void fillMedia();
+    void fillRoom();
     void fillList();
     void fillAlarms();
     void fillControl(qint64 now);

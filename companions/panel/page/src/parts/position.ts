@@ -5,6 +5,8 @@ import { isRecording } from "../link/state";
 import { Part, shared } from "./part";
 import { length } from "./text";
 
+const early = 600; // seconds
+
 /** Where in the clip the picture is; a touch goes there. */
 @customElement("xp-position")
 export class XpPosition extends Part {
@@ -17,6 +19,7 @@ export class XpPosition extends Part {
       .bar { position: relative; height: 100%; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); overflow: hidden; cursor: pointer; touch-action: none; }
       .bar[aria-disabled="true"] { cursor: default; }
       .done { position: absolute; inset: 0; background: var(--lifted); transform-origin: left; }
+      .done.warn { background: var(--amber); opacity: 0.5; }
       .head { position: absolute; top: 0; bottom: 0; width: 0.1875rem; margin-left: -0.09rem; background: var(--bright); }
     `,
   ];
@@ -66,7 +69,7 @@ export class XpPosition extends Part {
       class="bar" data-verb="cue" role="slider" tabindex="0" aria-label=${recording ? "Room used by the take" : "Position in the clip"} aria-valuemin="0" aria-valuemax=${this.frames - 1} aria-valuenow=${recording ? 0 : Math.min(frame, this.frames - 1)}
       aria-valuetext=${recording ? "recording" : `frame ${frame} of ${this.frames}`} aria-disabled=${recording ? "true" : "false"} @pointerdown=${this.go} @keydown=${this.keydown}
     >
-      <div class="done"></div>
+      <div class="done ${recording && (state?.medium_seconds_left ?? 0) > 0 && (state?.medium_seconds_left ?? 0) < early ? "warn" : ""}"></div>
       <div class="head" ?hidden=${recording}></div>
     </div><span class="length figure">${recording ? `${Math.floor(100 * this.used)} %` : length(this.frames, state?.clip_rate ?? 25)}</span>`;
   }

@@ -57,7 +57,7 @@ export class XpState extends Part {
       <div class="head">
         <span class="word" role="status">${this.word((stale ? "was " : "") + (plays ? "still" : state.status))}</span>
         ${!recording && state.speed !== 0 && state.status !== "stopped" ? html`<span class="speed figure">${String(state.speed).replace("-", "−")}×</span>` : nothing}
-        <span class="format">${placeName ? html`<b><bdi>${placeName}</bdi></b> ` : nothing}<span class="dim">In</span> ${state.input_locked ? state.input_format : html`<b class="none">no signal</b>`}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
+        <span class="format">${placeName ? html`<b><bdi>${placeName}</bdi></b> ` : nothing}<span class="dim">In</span> ${state.input_locked ? state.input_format : html`<b class="none">${state.input_format === "unknown" ? "unknown format" : "no signal"}</b>`}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
       </div>
       <div class="middle">
         <div class="clip cut" title=${state.clip}>${state.clip || "no clip"}</div>

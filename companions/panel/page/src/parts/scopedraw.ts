@@ -51,24 +51,42 @@ function hue(x: number, y: number): Colour {
   return light.map((part) => Math.min(1, Math.max(0.3, part))) as Colour;
 }
 
-const kept = new Map<Kind, OffscreenCanvas>();
+interface Painted {
+  canvas: OffscreenCanvas;
+  image: ImageData;
+  /** Red, green and blue of each cell in full light. */
+  colours: Uint8Array;
+}
+const kept = new Map<Kind, Painted>();
+
+function begin(kind: Kind, { columns, rows }: Tile): Painted {
+  const known = kept.get(kind);
+  if (known?.image.width === columns && known.image.height === rows) return known;
+  const colours = new Uint8Array(3 * columns * rows);
+  for (let i = 0; i < columns * rows; ++i) {
+    const column = i % columns;
+    const colour = kind === "parade" ? thirds[Math.floor((column * 3) / columns)] : kind === "vectorscope" ? hue(column / columns, i / columns / rows) : grey;
+    colours.set(colour.map((part) => part * 255), 3 * i);
+  }
+  const made = { canvas: new OffscreenCanvas(columns, rows), image: new ImageData(columns, rows), colours };
+  kept.set(kind, made);
+  return made;
+}
 
 /** As a picture, a pixel a column and level, for a scope so many pixels high: what is made smaller loses light. */
 export function tileOf(kind: Kind, tile: Tile, height: number): OffscreenCanvas {
+  const { canvas, image, colours } = begin(kind, tile);
   const boost = Math.max(1, tile.rows / height) ** 1.5;
-  let canvas = kept.get(kind);
-  if (canvas?.width !== tile.columns || canvas.height !== tile.rows) kept.set(kind, (canvas = new OffscreenCanvas(tile.columns, tile.rows)));
-  const context = canvas.getContext("2d");
-  const image = new ImageData(tile.columns, tile.rows);
+  const light = Array.from({ length: 256 }, (_, value) => ((faintest + value * steep) * boost) / 255);
+  const { data } = image;
+  data.fill(0);
   for (let i = 0; i < tile.values.length; ++i) {
     const value = tile.values[i];
     if (!value) continue;
-    const column = i % tile.columns;
-    const colour = kind === "parade" ? thirds[Math.floor((column * 3) / tile.columns)] : kind === "vectorscope" ? hue(column / tile.columns, i / tile.columns / tile.rows) : grey;
-    const light = (faintest + value * steep) * boost;
-    image.data.set([colour[0] * light, colour[1] * light, colour[2] * light, 255], 4 * i);
+    for (let part = 0; part < 3; ++part) data[4 * i + part] = colours[3 * i + part] * light[value];
+    data[4 * i + 3] = 255;
   }
-  context?.putImageData(image, 0, 0);
+  canvas.getContext("2d")?.putImageData(image, 0, 0);
   return canvas;
 }
 

@@ -6,6 +6,7 @@ import { Part, shared } from "./part";
 import { type Kind, drawGrid, names, readScopes, standardOf, tileOf, type Tile } from "./scopedraw";
 
 const every = 160; // ms
+const share = 4; // a busy browser paints scopes a fifth of its time at most: the picture goes first
 
 /** Waveform, parade and vectorscope from the ten bits of the output; the recorder makes them only while this is in sight. */
 @customElement("xp-scopes")
@@ -52,8 +53,9 @@ export class XpScopes extends Part {
   }
 
   private looking = false;
+  private rest = 0;
   private async look(): Promise<void> {
-    if (this.looking || document.hidden) return;
+    if (this.looking || document.hidden || performance.now() < this.rest) return;
     this.looking = true;
     const response = await request("GET", "scopes");
     if (response instanceof Problem) this.problem = response.sentence;
@@ -61,7 +63,9 @@ export class XpScopes extends Part {
       const scopes = readScopes(await response.arrayBuffer());
       this.problem = scopes ? "" : "The scopes cannot be read.";
       if (scopes) this.lines = scopes.lines;
+      const begun = performance.now();
       if (scopes) for (const kind of this.kinds) this.paint(kind, scopes[kind]);
+      this.rest = performance.now() + share * (performance.now() - begun);
     }
     this.live = !this.problem;
     this.looking = false;

@@ -24,8 +24,8 @@ import { prose, shared } from "./part";
 import "./state";
 import "./transport";
 import type { XpTransport } from "./transport";
+import { isDark, trouble } from "./trouble";
 
-const soonFull = 60; // s
 const narrow = matchMedia("(max-width: 1099px)");
 const leadsToAView = (): boolean => /^#\/(?!kiosk|wall)\w/.test(location.hash);
 
@@ -203,15 +203,13 @@ export class XpPanel extends LitElement {
   private banner(down: boolean) {
     const { deck } = this;
     const seconds = (deck.frozen / 1000).toFixed(1);
-    const left = deck.state?.medium_seconds_left;
-    let text = "";
-    if (deck.stale) text = `No link to the recorder for ${seconds} s. Nothing here is live.`;
-    else if (down) text = "The recorder is not running.";
-    else if (deck.frozen) text = `No pictures for ${seconds} s. Picture, timecode and meters are not live.`;
-    else if (isRecording(deck.state) && !!left && left < soonFull) text = `Room for ${Math.floor(left)} s. The take ends then.`;
-    else if (isRecording(deck.state) && !deck.state?.input_locked) text = "No signal on the input.";
-    else if (deck.state?.status === "stopped" && deck.state.input_format === "unknown") text = "This picture cannot be recorded: its format is not known.";
-    else if (deck.state?.store_problem) text = `The store cannot be reached: ${deck.state.store_problem}`;
+    const text = deck.stale
+      ? `No link to the recorder for ${seconds} s. Nothing here is live.`
+      : down
+        ? "The recorder is not running."
+        : deck.frozen
+          ? `No pictures for ${seconds} s. Picture, timecode and meters are not live.`
+          : trouble(deck.state);
     return text ? html`<div class="banner" role="alert">${text}</div>` : nothing;
   }
 
@@ -226,7 +224,7 @@ export class XpPanel extends LitElement {
       <div class="view">
         <div class="frame ${recording ? "recording" : ""}">
           <xp-picture id="picture" ?stale=${deck.frozen > 0 || down}></xp-picture>
-          ${deck.state?.running && !deck.frozen && deck.state.input_format === "none" && deck.state.status === "stopped" ? html`<div class="nosignal">No signal on the input<a href="#/settings/video_input">Choose another input</a></div>` : nothing}
+          ${!deck.frozen && isDark(deck.state) ? html`<div class="nosignal">No signal on the input<a href="#/settings/video_input">Choose another input</a></div>` : nothing}
           ${this.banner(down)} ${deck.me.role === "nobody" ? html`<div class="login"><xp-login .deck=${deck}></xp-login></div>` : nothing}
         </div>
         <div class="sound">

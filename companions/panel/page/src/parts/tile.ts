@@ -12,6 +12,7 @@ import { isRecording } from "../link/state";
 import "./key";
 import { shared } from "./part";
 import { room } from "./text";
+import { isDark, trouble } from "./trouble";
 
 /** One recorder on a wall of several: picture, timecode, state, time left, alarms, record and stop. With links of its own. */
 @customElement("xp-tile")
@@ -81,7 +82,8 @@ export class XpTile extends LitElement {
     if (deck.stale) return `${this.told || `No link for ${(deck.frozen / 1000).toFixed(0)} s.`} Nothing here is live.`;
     if (down) return "The recorder is not running.";
     if (deck.frozen) return `No pictures for ${(deck.frozen / 1000).toFixed(0)} s.`;
-    return deck.notice ? `${deck.notice.title}. ${deck.notice.text}` : "";
+    if (deck.notice) return `${deck.notice.title}. ${deck.notice.text}`;
+    return isDark(deck.state) ? "No signal on the input." : trouble(deck.state);
   }
 
   override render() {

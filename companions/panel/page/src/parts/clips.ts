@@ -44,6 +44,7 @@ export class XpClips extends Part {
   private at = 0; // where the keys are
   private known = "";
   private reading = false;
+  private mustReadAgain = false;
   private rowHeight = rowHeight();
   private observer = new ResizeObserver(() => {
     this.tall = this.rows?.clientHeight ?? 400;
@@ -94,7 +95,10 @@ export class XpClips extends Part {
 
 
   private async read(): Promise<void> {
-    if (this.reading) return;
+    if (this.reading) {
+      this.mustReadAgain = true;
+      return;
+    }
     this.reading = true;
     const all: Clip[] = [];
     for (;;) {
@@ -108,6 +112,11 @@ export class XpClips extends Part {
       if (page.clips.length === 0 || all.length >= page.total) break;
     }
     this.reading = false;
+    if (this.mustReadAgain || this.problem) {
+      const wait = this.problem ? askAgainAfter : 0;
+      this.mustReadAgain = false;
+      setTimeout(() => this.isConnected && void this.read(), wait);
+    }
     if (this.problem) return;
     this.clips = all;
     this.compare();

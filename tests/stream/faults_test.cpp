@@ -310,6 +310,26 @@ TEST(StreamFaults, anEqualFailureOfTheNextOperationIsToldAgain)
     EXPECT_EQ(rig.events.filter("alarm 1903 1").size(), 2);
 }
 
+TEST(StreamFaults, halfASecondIsPromisedOnASlowMediumToo)
+{
+    const TestDir dir;
+    const auto files = FaultyFiles::install();
+    StreamRig rig;
+    ASSERT_EQ(rig.openForWrite(dir.file("take.mov")), 0);
+    for (int n = 1; n <= 200; ++n)
+        files->stallNth(FaultyFiles::Fdatasync, n, 100 * QmxClock::nsPerMillisecond); // two a flush
+    qint64 worst = 0;
+    for (int frame = 0; frame < 150; ++frame) {
+        rig.record(frame, 1);
+        Stepper::runTicks(1);
+        const qint64 safe = QmxEnvironment::current().deck->counters.value(QmxCounters::RecordedUpTo);
+        if (frame > 25) worst = std::max(worst, frame + 1 - safe);
+    }
+    EXPECT_LE(worst, 12) << "at 25 frames a second";
+    EXPECT_GT(worst, 5) << "the medium is slow";
+    rig.close();
+}
+
 TEST(StreamFaults, aClipThatIsDeletedDuringItsTakeIsToldAtOnceAndNotAsRecorded)
 {
     const TestDir dir;

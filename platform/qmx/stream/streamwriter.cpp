@@ -8,6 +8,7 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
@@ -22,8 +23,11 @@ constexpr int minimumQueueFrames = 32;
 /// The queue's share of the pool, and what it may have however small that is.
 constexpr int poolShare = 3;
 constexpr qint64 minimumQueueBytes = 64 * 1024 * 1024;
-/// Half a second is promised; what the flush itself takes, and what is being coded, comes on top.
+/// Half a second is promised, at any rate; what is being coded comes on top.
 constexpr qint64 flushInterval = 350 * QmxClock::nsPerMillisecond;
+/// A flush begins earlier by what the last ones took, at most by so much: a medium that only flushes does not
+/// get faster by it.
+constexpr qint64 mostFlushAhead = 200 * QmxClock::nsPerMillisecond;
 /// The medium is slow while the queue is fuller than the first fraction, until it is emptier than the second.
 constexpr double slowAbove = 0.5;
 constexpr double slowUntil = 0.1;
@@ -204,7 +208,8 @@ StreamWriter::Step StreamWriter::nextStep(QmxFrame &frame)
         dropQueue();
         _unflushed = 0;
     }
-    const bool due = _unflushed > 0 && _environment.clock->now() - _firstUnflushed >= flushInterval;
+    const qint64 wait = flushInterval - std::min(_flushTakes, mostFlushAhead);
+    const bool due = _unflushed > 0 && _environment.clock->now() - _firstUnflushed >= wait;
     if (due || (_flushAsked && _unflushed > 0 && _queue.empty())) return Step::Flush;
     if (!_queue.empty()) {
         frame = _queue.front();
@@ -344,7 +349,10 @@ void StreamWriter::flushFile()
 {
     const qint64 begin = _environment.clock->now();
     const QmxError error = _writer->flush();
-    _latency.add(_environment.clock->now() - begin);
+    const qint64 took = _environment.clock->now() - begin;
+    _latency.add(took);
+    constexpr double forgets = 0.8; // a slow one is expected again for a while
+    _flushTakes = std::max(took, qint64(double(_flushTakes) * forgets));
     const qint64 lost = std::exchange(_unflushed, 0);
     if (error.isError()) {
         // They were written and are not on the medium for all anybody knows.

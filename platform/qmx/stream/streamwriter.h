@@ -154,5 +154,6 @@ private:
     std::shared_ptr<void> _emergency;
     qint64 _unflushed = 0; ///< frames written since the last flush
     qint64 _firstUnflushed = 0;
+    qint64 _flushTakes = 0; ///< ns, as far as one knows
     QmxLatency _latency;
 };

@@ -20,7 +20,10 @@ TakeLength::TakeLength(Recorder &recorder)
     : _recorder(recorder),
       _takesBefore(recorder.counter("takes_opened")),
       _handedBefore(recorder.counter("frames_recorded"))
-{}
+{
+    // What is told until the card tells of this take belongs to the one before.
+    if (const auto now = _clock.now()) _first = now->first;
+}
 
 void TakeLength::setWanted(double seconds)
 {
@@ -50,8 +53,6 @@ bool TakeLength::isFull()
         // By the clock: frames that wait to be coded have not been handed out yet.
         const qint64 out = now->first + _skipped + _wanted;
         if ((out - now->index) * now->period <= endAhead) {
-            // (Should it be the first frame of a take before, the card does not take it, and tells the right
-            // one with its next frame.)
             _first = now->first;
             _out = out;
             _clock.set(_first, _out);

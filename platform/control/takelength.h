@@ -39,7 +39,7 @@ private:
     qint64 _closed = 0;  ///< frames of clips before the one that is open
     qint64 _held = 0;    ///< frames of the one that is open
     qint64 _opened = 0;  ///< clips of this take
-    qint64 _first = -1;  ///< frame of the clock with which the end was set
+    qint64 _first = -1;  ///< of the take before; then of this one, once its end has been set
     qint64 _out = 0;
     qint64 _nextLook = 0;
     QStringList _names;

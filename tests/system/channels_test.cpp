@@ -15,13 +15,13 @@ TEST(Channels, aTakeOfAllHoldsTheSameFramesAndOneThatDiesTakesNothingFromTheOthe
     sandbox.setProfile(smallPicture);
     const ProgramResult result = sandbox.run(R"sh(
         await 'xpctl --all ready >/dev/null'
+        xpctl --all record --for 1 >&2 # nothing of a take is taken for the next one's
         say together; xpctl --all --json record --for 2
         for channel in 1 2 3; do
             clip=$(xpctl --channel $channel get current_clip)
             [ $channel = 1 ] && folder=/media/A || folder=/media/A/channel-$channel
             cp $folder/$clip $OUT/$channel.mov
         done
-        say again; xpctl --all --json record --for 1
         say lists; xpctl --channel 2 --json clips; xpctl --json clips
         say dies; xpctl --all record
         await 'now=$(XP_CHANNEL=3 recorded) && [ $now -ge 5 ] && [ $now -lt 50 ]' # of this take, not of the one before
@@ -43,7 +43,6 @@ TEST(Channels, aTakeOfAllHoldsTheSameFramesAndOneThatDiesTakesNothingFromTheOthe
     EXPECT_EQ(brokenAt(first), QString());
     for (const QString &other : {QStringLiteral("2.mov"), QStringLiteral("3.mov")})
         EXPECT_EQ(stripsOf(sandbox.out(other)), first) << "not the same frames: " << other.toStdString();
-    EXPECT_EQ(said(result.out, "again").count("\"frames\":25"), 3) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "lists").count("take_001.mov"), 2) << "each has its own";
     EXPECT_EQ(said(result.out, "dies").count("\"status\":0"), 2);
     EXPECT_EQ(said(result.out, "dropped").count("_total 0"), 2) << result.out.toStdString();

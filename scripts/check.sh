@@ -116,12 +116,13 @@ check_fuzz() {
     return $status
 }
 
-# Random pictures through the ProRes coder and an independent decoder: fifty thousand, --long: a million.
+# Random pictures through the ProRes coder and an independent decoder, mutated ones through ours: fifty thousand, --long: a
+# million.
 check_prores() {
     local pictures=50000
     [ "$XP_LONG" = yes ] && pictures=1000000
     xp_build || return 1
-    XP_PRORES_PICTURES=$pictures run_tests test_prores 'ProResFrames.random*'
+    XP_PRORES_PICTURES=$pictures run_tests test_prores 'ProResFrames.random*:ProResDecode.agrees*:ProResDecode.mutated*'
 }
 
 # The panel's page: its bundle, byte for byte from its sources, types and linter.

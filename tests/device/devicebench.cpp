@@ -99,9 +99,14 @@ public:
         std::lock_guard lock(edges->mutex);
         edges->decoded.append(number);
         if (number == edges->failDecoding) return QmxError(EIO);
+        _damaged = int(edges->damagedDecoding.count(number));
         picture = DeviceBench::picture(number);
         return {};
     }
+    int damagedParts() const override { return _damaged; }
+
+private:
+    int _damaged = 0;
 };
 
 const QmxCodecRow numberCodec = {QmxId(202),

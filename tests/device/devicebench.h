@@ -19,6 +19,7 @@ struct BenchEdges
     std::function<QmxSourceFrame(const QmxTick &tick)> script;
     int failCoding = -1; ///< number of a picture that cannot be coded
     int failDecoding = -1;
+    QList<int> damagedDecoding;
     int created = 0;       ///< sources made so far
     std::thread::id ended; ///< where the source of nothing ended last
 

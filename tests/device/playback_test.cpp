@@ -249,4 +249,11 @@ TEST_F(Playback, whatCannotBeDecodedIsBlackWithAnAlarm)
     EXPECT_EQ(bench.alarms.at(0).id(), QmxId(1918));
     EXPECT_EQ(bench.alarms.at(0).level(), QmxAlarm::Warning);
     EXPECT_EQ(bench.alarms.at(1).level(), QmxAlarm::Clear);
+    // Parts of two pictures are grey: they are shown, and it is told once.
+    bench.edges->damagedDecoding = {6, 7};
+    bench.play(5, 9);
+    EXPECT_EQ(ticks(5), QList<int>({5, 6, 7, 8, 9}));
+    ASSERT_EQ(bench.alarms.size(), 4);
+    EXPECT_TRUE(bench.alarms.at(2).message().contains("grey"));
+    EXPECT_EQ(bench.alarms.at(3).level(), QmxAlarm::Clear);
 }

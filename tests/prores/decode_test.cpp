@@ -49,6 +49,31 @@ double exactSample(const std::array<double, 64> &coefficients, int edge, int x, 
         }
     return std::clamp(512 + sum * 2 / 8, 4.0, 1019.0);
 }
+
+int picturesWanted()
+{
+    const char *asked = std::getenv("XP_PRORES_PICTURES");
+    return asked ? std::atoi(asked) : 300;
+}
+
+ProResFormat randomFormat(std::minstd_rand &random)
+{
+    random.discard(4);
+    const int type = 202 + int(random() % 5);
+    const auto scan = ProResFormat::Scan(random() % 3);
+    const int height = 2 + int(random() % 70);
+    const QSize size(1 + int(random() % 170), scan == ProResFormat::Progressive ? height : height & ~1);
+    return proResTestFormat(type, size, scan, type == 206 && random() % 2);
+}
+
+QmxBuffer randomFrame(const ProResFormat &format, std::minstd_rand &random)
+{
+    ProResFrameCoder coder(format);
+    if (random() % 2) coder.setFixedQuantiser(1 + int(random() % (random() % 2 ? 224 : 8)));
+    ProResTestFrame frame(format);
+    paint(frame, ProResTestKind(random() % proResTestKinds), random);
+    return coder.encode(frame.planes());
+}
 } // namespace
 
 TEST(ProResDecode, isWithinOneOfTheExactTransformOnEveryTargetAndAtEveryScale)
@@ -108,26 +133,16 @@ TEST(ProResDecode, isWithinOneOfTheExactTransformOnEveryTargetAndAtEveryScale)
 
 TEST(ProResDecode, agreesWithLibavcodecOnFramesOfEveryKind)
 {
-    const char *asked = std::getenv("XP_PRORES_PICTURES");
-    const int pictures = asked ? std::atoi(asked) : 300;
     ProResFrameDecoder decoder;
-    for (int i = 0; i < pictures; ++i) {
-        std::minstd_rand random(unsigned(i) * 6271U + 3);
-        random.discard(4);
-        const int type = 202 + int(random() % 5);
-        const auto scan = ProResFormat::Scan(random() % 3);
-        const int height = 2 + int(random() % 70);
-        const QSize size(1 + int(random() % 170), scan == ProResFormat::Progressive ? height : height & ~1);
-        const ProResFormat format = proResTestFormat(type, size, scan, type == 206 && random() % 2);
+    for (int i = 0; i < picturesWanted(); ++i) {
         SCOPED_TRACE("picture " + std::to_string(i));
-        ProResFrameCoder coder(format);
-        if (random() % 2) coder.setFixedQuantiser(1 + int(random() % (random() % 2 ? 224 : 8)));
-        ProResTestFrame frame(format), judge(format), own(format);
-        paint(frame, ProResTestKind(random() % proResTestKinds), random);
-        const QmxBuffer coded = coder.encode(frame.planes());
+        std::minstd_rand random(unsigned(i) * 6271U + 3);
+        const ProResFormat format = randomFormat(random);
+        ProResTestFrame judge(format), own(format);
+        const QmxBuffer coded = randomFrame(format, random);
         ASSERT_EQ(decode(coded, judge), "");
         ASSERT_FALSE(decoder.read(coded.constData(), coded.size()).isError());
-        ASSERT_EQ(decoder.frame().size, size);
+        ASSERT_EQ(decoder.frame().size, format.size);
         ASSERT_EQ(decoder.decode(targetOf(own)), 0);
         ASSERT_LE(greatestDifference(own, judge), 1);
     }
@@ -169,4 +184,45 @@ TEST(ProResDecode, damageStaysInItsSliceAndIsCounted)
         }
     }
     EXPECT_GT(counted, 40);
+}
+
+TEST(ProResDecode, mutatedFramesAreErrorsOrPicturesAndTouchNothingElse)
+{
+    constexpr quint16 guard = 0xbeef;
+    constexpr size_t guarded = 64;
+    constexpr int largest = 4 * 170 * 72;
+    constexpr unsigned headers = 220;
+    ProResFrameDecoder decoder;
+    std::minstd_rand random(29);
+    QmxBuffer coded;
+    int pictures = 0;
+    for (int i = 0; i < picturesWanted(); ++i) {
+        if (i % 16 == 0) coded = randomFrame(randomFormat(random), random);
+        QmxBuffer bad = QmxBuffer::copyOf(coded.constData(), coded.size());
+        const auto size = unsigned(bad.size()), within = random() % 2 ? size : std::min(size, headers);
+        for (unsigned k = random() % 8; k < 8; ++k)
+            bad.data()[random() % within] = random() % 3 ? uchar(random()) : 0;
+        const qsizetype cut = random() % 4 ? size : random() % size;
+        if (decoder.read(bad.constData(), cut).isError()) continue;
+        const ProResCodedFrame &frame = decoder.frame();
+        if (frame.size.width() * frame.size.height() > largest) continue;
+        ++pictures;
+        for (const Scale scale : {Scale::Full, Scale::Half, Scale::Quarter, Scale::Eighth}) {
+            const QSize raster = decoder.sizeAt(scale);
+            std::array<std::vector<quint16>, 4> planes;
+            ProResTarget target;
+            for (size_t plane = 0; plane < planes.size(); ++plane) {
+                const bool half = !frame.fullChroma && (plane == 1 || plane == 2);
+                const int width = half ? (raster.width() + 1) / 2 : raster.width();
+                planes[plane].assign(size_t(width * raster.height()) + 2 * guarded, guard);
+                target.plane[plane] = planes[plane].data() + guarded;
+                target.stride[plane] = width;
+            }
+            ASSERT_LE(decoder.decode(target, scale), int(frame.slices.size()));
+            for (const auto &plane : planes)
+                for (size_t k = 0; k < guarded; ++k)
+                    ASSERT_TRUE(plane[k] == guard && plane[plane.size() - 1 - k] == guard) << "picture " << i;
+        }
+    }
+    EXPECT_GT(pictures, picturesWanted() / 8);
 }

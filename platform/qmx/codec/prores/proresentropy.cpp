@@ -43,7 +43,6 @@ struct Cursor
     qint16 *out = nullptr;         ///< the level written last
     const qint16 *limit = nullptr; ///< of the places that are wanted
     quint32 table = 0;
-    int longPairs = 0; ///< that were in no table
     bool good = true;
 
     /// At least 56 known bits; reads eight bytes, or carefully, near the end: there zeros stand for what is
@@ -109,10 +108,10 @@ constexpr std::array<Symbols, count> symbolsOf(const std::array<ProRes::Codebook
 constexpr auto runSymbols = symbolsOf(ProRes::acRun), levelSymbols = symbolsOf(ProRes::acLevel);
 constexpr auto dcSymbols = symbolsOf(ProRes::dcDifference);
 
-/// A pair of any length. In line: pictures with hard edges have many long ones, and a cursor whose address
-/// somebody has lives in memory.
+/// A pair that is in no table. In line: pictures with hard edges have many long ones, and a cursor whose
+/// address somebody has lives in memory.
 template <bool careful>
-HWY_INLINE void anyPair(Cursor &c)
+HWY_INLINE void longPair(Cursor &c)
 {
     constexpr quint32 greatest = 32767;
     // Right after a filling all 64 bits are there; that leaves room for the longest level behind such a run.
@@ -124,10 +123,8 @@ HWY_INLINE void anyPair(Cursor &c)
     c.good = runSymbols[state / ProRes::acBooks].take(c, run);
     const int runLength = runFrom - c.known;
     if (careful || HWY_UNLIKELY(runLength > ordinaryRun)) c.fill<careful>();
-    const int levelFrom = c.known;
     c.good = c.good && levelSymbols[state % ProRes::acBooks].take(c, level) && level < greatest;
     if (HWY_UNLIKELY(!c.good)) return;
-    c.longPairs += runLength + levelFrom - c.known >= acBits;
     const int negative = int(qint64(c.bits) >> 63);
     c.drop(1);
     // The codes before it in this filling may have gone beyond the last place already.
@@ -158,7 +155,7 @@ HWY_INLINE bool pair(Cursor &c, const quint32 *tables)
 {
     const quint32 entry = tables[c.table + (c.bits >> (64 - acBits))];
     if (HWY_UNLIKELY(entry == 0)) {
-        anyPair<false>(c);
+        longPair<false>(c);
         if (HWY_UNLIKELY(!c.good)) c.at = c.end; // nothing more is taken
         return false;
     }
@@ -189,7 +186,7 @@ void finish(Cursor &c, const quint32 *tables, const uchar *end)
             if (c.bits == 0) return;
             const quint32 entry = tables[c.table + (c.bits >> (64 - acBits))];
             if (entry == 0) {
-                anyPair<true>(c);
+                longPair<true>(c);
                 c.good = c.good && c.left() >= 0;
                 break;
             }
@@ -314,25 +311,18 @@ HWY_INLINE void decodePairs(Cursor &cursor, const quint32 *tables, const uchar *
     cursor = c;
 }
 
-/// Those of two, until one comes near its end. `mostlyLong`: of codes that are in no table, so that asking
-/// the table first would only cost wrong guesses.
-template <bool mostlyLong>
+/// Those of two, until one comes near its end.
 HWY_INLINE void decodePairs(Cursor &first, Cursor &second, const quint32 *tables, const uchar *end)
 {
+    if (!first.good || !second.good) return;
     Cursor a = first, b = second;
     const uchar *endA = fastEnd(a, end), *endB = fastEnd(b, end);
     while (a.at <= endA && b.at <= endB && a.out < a.limit && b.out < b.limit) {
-        if constexpr (mostlyLong) {
-            anyPair<false>(a);
-            anyPair<false>(b);
-            if (HWY_UNLIKELY(!a.good || !b.good)) break;
-        } else {
-            a.fill<false>();
-            b.fill<false>();
-            for (int i = 0; i < pairsAFilling; ++i) {
-                const bool shortA = pair(a, tables), shortB = pair(b, tables);
-                if (HWY_UNLIKELY(!shortA || !shortB)) break;
-            }
+        a.fill<false>();
+        b.fill<false>();
+        for (int i = 0; i < pairsAFilling; ++i) {
+            const bool shortA = pair(a, tables), shortB = pair(b, tables);
+            if (HWY_UNLIKELY(!shortA || !shortB)) break;
         }
     }
     first = a;
@@ -346,12 +336,7 @@ void decode(Component &first, Component &second, int mostPlaces, const uchar *en
     Cursor a = begin(first, mostPlaces, dcA), b = begin(second, mostPlaces, dcB);
     decodeDc(a, dcA, b, dcB, all.dc(), end);
     if (mostPlaces > 1) {
-        if (a.good && b.good) {
-            if (first.mostlyLong)
-                decodePairs<true>(a, b, all.ac(), end);
-            else
-                decodePairs<false>(a, b, all.ac(), end);
-        }
+        decodePairs(a, b, all.ac(), end);
         decodePairs(a, all.ac(), end);
         decodePairs(b, all.ac(), end);
     }
@@ -359,9 +344,6 @@ void decode(Component &first, Component &second, int mostPlaces, const uchar *en
         if (!component.bytes) return;
         const qint64 written = c.out - component.levels->level.data();
         component.levels->used = int(written) + 1;
-        // So many take most of the bytes.
-        constexpr int bytesForEach = 4;
-        component.mostlyLong = c.longPairs * bytesForEach > component.size;
         // What is beyond the places asked for may not have been looked at.
         const bool whole = mostPlaces == ProRes::blockSamples;
         component.places = !c.good || (whole && c.out >= c.limit)

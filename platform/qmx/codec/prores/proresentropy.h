@@ -23,9 +23,6 @@ struct Component
     int size = 0;
     int blocks = 0; ///< of 1 to ProRes::lanes
     Levels *levels = nullptr;
-    /// Most of its codes are long ones. What those before it were like is a good guess; afterwards it is
-    /// known.
-    bool mostlyLong = false;
     // The result:
     int places = 0; ///< above the last one that any block has a level at; 0: the bytes are damaged
 };

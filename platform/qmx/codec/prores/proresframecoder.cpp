@@ -94,12 +94,23 @@ qsizetype ProResFrameCoder::capacity() const
     return coded + alpha + ProResSliceCoder::largest;
 }
 
+void ProResFrameCoder::prefetch(const ProResSlice &slice, const ProResSliceCoder &coder) const
+{
+    coder.prefetch(_pictures[size_t(slice.picture)], _layout.pictureHeight(slice.picture), slice);
+}
+
 /// Counts the coefficients of some slices, others in every frame.
 void ProResFrameCoder::sample()
 {
     const auto &slices = _layout.slices();
     const int period = std::clamp(int(slices.size()) / sampledSlices, 1, longestSamplePeriod);
     constexpr int rowStep = 3;
+    const ProResSlice *waiting = nullptr;
+    ProResRateControl::Band *bandOfWaiting = nullptr;
+    const auto count = [this](const ProResSlice &slice, ProResRateControl::Band &band) {
+        _coders.front()->count(_pictures[size_t(slice.picture)], _layout.pictureHeight(slice.picture), slice,
+                               band.counts);
+    };
     for (int b = 0; b < _rate.bandCount; ++b) {
         ProResRateControl::Band &band = _rate.bands[size_t(b)];
         band = ProResRateControl::Band();
@@ -110,10 +121,14 @@ void ProResFrameCoder::sample()
                 band.blocks += blocks;
                 if ((column + rowStep * row + _frameNumber) % period) continue;
                 band.sampledBlocks += blocks;
-                _coders.front()->count(_pictures[size_t(slice.picture)], _layout.pictureHeight(slice.picture),
-                                       slice, band.counts);
+                prefetch(slice, *_coders.front());
+                // One behind, so that its samples are there.
+                if (waiting) count(*waiting, *bandOfWaiting);
+                waiting = &slice;
+                bandOfWaiting = &band;
             }
     }
+    if (waiting) count(*waiting, *bandOfWaiting);
     ++_frameNumber;
 }
 
@@ -146,9 +161,7 @@ int ProResFrameCoder::codeRow(int row, uchar *out, const uchar *end, int thread)
     for (size_t i = slicesBefore(row); i < slicesBefore(row + 1); ++i) {
         if (end - at < ProResSliceCoder::largest) return -1;
         const ProResSlice &slice = _layout.slices()[i];
-        if (i + 1 < slicesBefore(row + 1))
-            coder.prefetch(_pictures[size_t(slice.picture)], _layout.pictureHeight(slice.picture),
-                           _layout.slices()[i + 1]);
+        if (i + 1 < _layout.slices().size()) prefetch(_layout.slices()[i + 1], coder);
         const int size = coder.code(_pictures[size_t(slice.picture)], _layout.pictureHeight(slice.picture),
                                     slice, _quantisers[i], at);
         _sizes[i] = quint16(size);

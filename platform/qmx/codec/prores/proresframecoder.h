@@ -32,6 +32,7 @@ public:
 
 private:
     void sample();
+    void prefetch(const ProResSlice &slice, const ProResSliceCoder &coder) const;
     bool codeFrame(int &size);
     void chooseQuantisers(int firstRow, int lastRow, double scale);
     uchar *codeBand(int firstRow, int lastRow, uchar *at);

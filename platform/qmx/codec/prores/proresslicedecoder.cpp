@@ -86,6 +86,16 @@ ProResSliceDecoder::Area ProResSliceDecoder::area(const ProResCodedSlice &slice,
             std::clamp(pictureHeight - top, 0, height)};
 }
 
+void ProResSliceDecoder::prefetch(const Parts &parts, int plane) const
+{
+    constexpr int line = 64 / sizeof(quint16); // samples of a cache line
+    if (!parts.good || _scale != ProResInverse::Scale::Full) return;
+    const Area a = area(*parts.slice, plane);
+    for (int y = 0; y < a.shownHeight; ++y)
+        for (int x = 0; x < a.shownWidth; x += line)
+            __builtin_prefetch(a.first + y * a.stride + x, 1);
+}
+
 const ProResInverse::Dequantiser &ProResSliceDecoder::dequantiser(int plane, int quantiser)
 {
     const size_t kind = plane == 0 ? 0 : 1;
@@ -140,9 +150,10 @@ int ProResSliceDecoder::decode(const ProResCodedSlice &first, const ProResCodedS
         for (size_t i = 0; i < pair.size(); ++i)
             if (pair[i].good)
                 components[i] = {pair[i].bytes[size_t(plane)], pair[i].size[size_t(plane)],
-                                 blocks(*pair[i].slice, plane), &_levels[i], _mostlyLong[size_t(plane)]};
+                                 blocks(*pair[i].slice, plane), &_levels[i]};
+        for (const Parts &parts : pair)
+            prefetch(parts, plane);
         ProResEntropy::decode(components[0], components[1], places, _frame->end);
-        _mostlyLong[size_t(plane)] = components[0].mostlyLong;
         for (size_t i = 0; i < pair.size(); ++i) {
             pair[i].good = pair[i].good && components[i].places > 0;
             if (pair[i].good) put(pair[i], plane, components[i]);

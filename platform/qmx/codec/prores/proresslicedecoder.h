@@ -52,6 +52,8 @@ private:
     bool half(int plane) const { return !_frame->fullChroma && (plane == 1 || plane == 2); }
     int blocks(const ProResCodedSlice &slice, int plane) const;
     Area area(const ProResCodedSlice &slice, int plane) const;
+    /// Asks for the memory of a plane that is going to be written while its codes are read.
+    void prefetch(const Parts &parts, int plane) const;
     const ProResInverse::Dequantiser &dequantiser(int plane, int quantiser);
     void put(const Parts &parts, int plane, const ProResEntropy::Component &component);
     bool putAlpha(const Parts &parts);
@@ -72,7 +74,6 @@ private:
 
     std::array<ProResEntropy::Levels, 2> _levels;
     ProResInverse::Scratch _scratch;
-    std::array<bool, 3> _mostlyLong{};                           ///< of Y, Cb and Cr of the slices before
     alignas(64) std::array<quint16, ProRes::groupSamples> _edge; ///< a slice that the frame ends in
     std::array<quint16, ProRes::groupSamples> _alpha;
 };

@@ -239,6 +239,9 @@ void QmxStream::Private::makeReader()
     events.results = [this] { readerResults(); };
     events.grown = [this](const QString &ended) { readerGrown(ended); };
     stalled = false;
+    // The same clip once more, as after a change of the medium: its take is as long as it was.
+    if (ask.source.isList || ask.path() != followedOf) followed.clear();
+    ask.source.sequels = followed;
     reader = StreamActor::make<StreamReader>(ask.source, events, q, environment);
 }
 

@@ -97,6 +97,8 @@ struct QmxStream::Private : StreamPair::Receiver
     State state = State::Closed;
     StreamAsk ask; ///< of the current open, whose end is one of the two
     StreamActor::Owned<StreamReader> reader;
+    QString followedOf;   ///< clip whose take was followed when it was read last
+    QStringList followed; ///< into these files
     std::unique_ptr<StreamPair> writer;
     std::optional<StreamAsk> next; ///< waits until the close under way is done
     /// Record streams that were abandoned: they still write what they have, and close.

@@ -30,6 +30,8 @@ void QmxStream::Private::readerResults()
 void QmxStream::Private::readerGrown(const QString &ended)
 {
     info.setLength(reader->length());
+    followed = reader->sequels();
+    followedOf = followed.isEmpty() ? QString() : ask.path();
     if (!ended.isEmpty()) {
         qmxLogOutput(QmxLogLevel::Error, logSource, __LINE__, "%s\n", qPrintable(ended));
         postAlarm(QmxIds::alarmMediaReadFailed, QmxAlarm::Warning, ended);

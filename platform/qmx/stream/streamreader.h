@@ -71,6 +71,8 @@ public:
     /// A clip that somebody still records: refresh() looks whether it has grown.
     bool isGrowing() const;
     void refresh();
+    /// The files into which a take has been followed.
+    QStringList sequels() const { return _entries.appended(); }
     /// Keys 1, 9, 10, 12 and 18 of a frame, as far as its entry has been opened. Never waits for a file.
     QmxMetadataHash meta(int frame) const;
     /// The frame of a clip with this timecode; without one, that which is nearest to it. Never waits.

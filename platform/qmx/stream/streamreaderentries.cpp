@@ -14,7 +14,10 @@ constexpr qint64 longWait = 3600 * QmxClock::nsPerSecond;
 } // namespace
 
 StreamReaderEntries::StreamReaderEntries(const StreamReaderSource &source, const QmxEnvironment &environment)
-    : _environment(environment), _source(source), _entries(size_t(source.entries.size()))
+    : _environment(environment),
+      _given(source.entries.size()),
+      _source(source),
+      _entries(size_t(source.entries.size()))
 {}
 
 int StreamReaderEntries::count() const
@@ -36,6 +39,15 @@ void StreamReaderEntries::append(const QString &path, int length)
     last.length = length;
     _source.entries.append({path.section(QLatin1Char('/'), -1), path, last.first + length, 0, {}});
     _entries.emplace_back();
+}
+
+QStringList StreamReaderEntries::appended() const
+{
+    const std::lock_guard lock(_mutex);
+    QStringList paths;
+    for (qsizetype i = _given; i < _source.entries.size(); ++i)
+        paths.append(_source.entries.at(i).path);
+    return paths;
 }
 
 StreamReaderEntries::Place StreamReaderEntries::place(int frame) const

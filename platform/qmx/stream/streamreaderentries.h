@@ -40,6 +40,8 @@ public:
     int listIndex(int index) const { return _source.listIndex.value(index, -1); }
     /// One more clip behind the last, which has become `length` frames long.
     void append(const QString &path, int length);
+    /// Files of all that have been appended.
+    QStringList appended() const;
     /// The place of a frame of the stream; index -1 outside a list. Whatever lies behind the last entry's
     /// beginning is taken to be in it.
     Place place(int frame) const;
@@ -78,6 +80,7 @@ private:
     std::shared_ptr<QmxClipReader> takeOldest();
 
     const QmxEnvironment _environment;
+    const qsizetype _given;    ///< entries of the source
     mutable std::mutex _mutex; ///< guards all below
     StreamReaderSource _source;
     std::list<QmxInterrupt *> _waiting; ///< threads that wait for an entry which another one opens

@@ -54,7 +54,22 @@ StreamReaderGrowth::Now StreamReaderGrowth::begin()
                          QmxClipReader::isBeingRecorded(_path, _environment);
     _frames = lengthOf(info);
     _changed = now();
-    return {_frames, growing, {}};
+    const bool goesOn = growing || followAgain(info);
+    return {_before + _frames, goesOn, {}};
+}
+
+/// What was played behind the clip when it was opened before is still there. Whether the last one grows.
+bool StreamReaderGrowth::followAgain(const QmxClipInfo &first)
+{
+    bool grows = false;
+    QmxClipInfo info = first;
+    for (const QString &path : _source.sequels) {
+        bool mayCome = false;
+        if (_source.entries.constFirst().part.isPart || !info.closed || !follow(path, info, mayCome)) break;
+        info = _entries.info(_last).value_or(QmxClipInfo());
+        grows = !info.closed && QmxClipReader::isBeingRecorded(path, _environment);
+    }
+    return grows;
 }
 
 StreamReaderGrowth::Now StreamReaderGrowth::look()

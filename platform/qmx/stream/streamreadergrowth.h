@@ -33,6 +33,7 @@ private:
     qint64 lengthOf(const QmxClipInfo &info) const;
     bool isAtItsEnd(const QmxClipInfo &info) const;
     Now closed(const QmxClipInfo &info);
+    bool followAgain(const QmxClipInfo &first);
     bool follow(const QString &path, const QmxClipInfo &before, bool &mayCome);
     Now stopped(const QString &why);
     qint64 now() const { return _environment.clock->now(); }

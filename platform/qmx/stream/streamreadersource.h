@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <optional>
@@ -25,6 +26,8 @@ struct StreamReaderSource
     QList<int> listIndex; ///< of each entry in the play list
     bool isList = false;
     int length = 0; ///< of the whole list
+    /// Of a single clip that is opened again: the files into which its take has been followed before.
+    QStringList sequels;
 
     /// A path (QString), which may name a part (QmxClipPart), or a QmxPlayList; nothing for anything else, an
     /// empty path or an empty list.

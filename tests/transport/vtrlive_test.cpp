@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // One recorder plays what the other one is still recording.
 #include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
 
@@ -9,6 +10,7 @@ namespace {
 class OneOfTwo : public TransportRig
 {
 public:
+    using TransportRig::alarms;
     using TransportRig::environment;
     using TransportRig::files;
     using TransportRig::framesRecorded;
@@ -75,6 +77,22 @@ protected:
         EXPECT_LE(recorder.framesRecorded() - 1 - onOutput(), furthest);
         EXPECT_GE(player.counter(QmxCounters::LiveDistance), 0);
     }
+    /// What is left of the clip when `one` of the two has lost the medium is played to its end.
+    void expectEndWithout(OneOfTwo &one)
+    {
+        allowLog("", "take_001.mov");
+        order(QmxStartOrder::Place::Live);
+        player.vtr().play(1.0);
+        ASSERT_TRUE(runUntilFrame(120));
+        one.files->vanish(recorder.media.path());
+        ASSERT_TRUE(Stepper::runUntil([&] { return isStill(); }));
+        EXPECT_EQ(player.counter(QmxCounters::MaterialGrows), 0);
+        EXPECT_EQ(onOutput(), player.counter(QmxCounters::MaterialFrames) - 1);
+        EXPECT_TRUE(std::any_of(player.alarms.begin(), player.alarms.end(), [](const QmxAlarm &alarm) {
+            return alarm.id() == QmxIds::alarmMediaReadFailed && alarm.message().contains("safe frames");
+        }));
+        one.files->comeBack();
+    }
     bool isStill() { return player.reported().speedFlags().isStill(); }
 
     OneOfTwo recorder, player;
@@ -134,6 +152,19 @@ TEST_F(LivePlay, aRecorderThatStallsIsWaitedForWithoutADrop)
     expectRunning(50, 4 * oneSecond);
 }
 
+TEST_F(LivePlay, whenItsRecorderIsKilledItEndsWithItsLastSafeFrameAndSaysSo)
+{
+    allowLog("vtrobject", "STREAM: Cache Error");
+    allowLog("vtrobject", "stopping record");
+    expectEndWithout(recorder);
+    EXPECT_EQ(player.counter(QmxCounters::FramesDroppedPlayback), 0);
+}
+
+TEST_F(LivePlay, whenItsMediumIsPulledItEndsAndSaysSo)
+{
+    expectEndWithout(player);
+}
+
 TEST_F(LivePlay, theEndOfTheTakeIsTheEndAndARolloverIsNot)
 {
     const QString second = recorder.media.file("take_001_R2.mov");
@@ -156,4 +187,15 @@ TEST_F(LivePlay, theEndOfTheTakeIsTheEndAndARolloverIsNot)
     EXPECT_EQ(player.counter(QmxCounters::MaterialGrows), 0);
     EXPECT_EQ(onOutput(), player.counter(QmxCounters::MaterialFrames) - 1);
     EXPECT_EQ(player.counter(QmxCounters::FramesDroppedPlayback), 0);
+
+    // Opened again, as when its medium has been listed anew, it is as long as it was.
+    const qint64 last = onOutput();
+    player.vtr().reopenPlaybackStream();
+    player.vtr().cue(int(last));
+    Stepper::runMs(1000);
+    EXPECT_EQ(onOutput(), last);
+    player.playbackDesc = second;
+    player.vtr().reopenPlaybackStream();
+    Stepper::runMs(1000);
+    EXPECT_LT(player.counter(QmxCounters::MaterialFrames), last) << "another clip is itself alone";
 }

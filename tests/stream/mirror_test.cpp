@@ -2,6 +2,7 @@
 // A take on two media: whatever happens to one of them costs no frame.
 #include "tests/stream/streamrig.h"
 
+#include "platform/qmx/clip/qmxclipcheck.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxdeck.h"
 
@@ -92,6 +93,11 @@ TEST_F(StreamMirror, bothCopiesAreTheSameClip)
     EXPECT_EQ(framesIn("a/t.mov"), 50);
     EXPECT_EQ(framesIn("b/t.mov"), 50);
     EXPECT_EQ(told("alarm"), 0);
+    QmxClipCheck first, second;
+    QmxClipCheck::run(dir.file("a/t.mov"), first, QmxEnvironment::current());
+    QmxClipCheck::run(dir.file("b/t.mov"), second, QmxEnvironment::current());
+    EXPECT_TRUE(first.isWhole() && second.isWhole()) << "each picture is proved once, for both";
+    EXPECT_EQ(first.chain, second.chain);
 
     // The next one is on one medium, and nobody speaks of a second one any more.
     deck->takeOptions.change([](QmxTakeOptions::Values &v) { v.mirrorMediaPath.clear(); });

@@ -341,16 +341,11 @@ QmxError QmxClipWriter::writeFrame(const QmxFrame &frame)
     return {};
 }
 
-void QmxClipWriter::pad(const QmxFrame &frame)
-{
-    if (!frame.vids().isEmpty() && frame.vids().first().isValid())
-        fillUp(frame.vids().first().buffers().first());
-}
-
 QmxFrame QmxClipWriter::share(const QmxFrame &frame)
 {
-    pad(frame);
     QmxFrame shared = frame;
+    if (!frame.vids().isEmpty() && frame.vids().first().isValid())
+        fillUp(frame.vids().first().buffers().first());
     shared.meta().insert(QmxIds::pictureProof, QVariant::fromValue(std::make_shared<MovSharedProof>()));
     return shared;
 }

@@ -54,8 +54,6 @@ public:
     /// up to a whole block already, so that none of them changes what the others read; and what proves the
     /// picture is found out once for all of them.
     static QmxFrame share(const QmxFrame &frame);
-    /// Only the former.
-    static void pad(const QmxFrame &frame);
 
     /// Notes that `count` frames before the next one were lost; kept in the file for whoever examines it.
     void noteLost(int count);

@@ -247,9 +247,9 @@ bool StreamPair::hasRoom()
 void StreamPair::append(const QmxFrame &frame)
 {
     const int any = taking();
-    if (any > 1) QmxClipWriter::pad(frame);
+    const QmxFrame shared = any > 1 ? QmxClipWriter::share(frame) : frame;
     for (Copy &copy : _copies)
-        if (copy.takes()) copy.writer->append(frame);
+        if (copy.takes()) copy.writer->append(shared);
     if (any == 0) _copies.back().writer->append(frame); // which counts it as lost
 }
 

@@ -61,6 +61,7 @@ TEST_P(StartUnderLoad, theFirstFrameIsTheOneAskedForWhetherTheCommandIsEarlyOrLa
         }
         xpctl set timecode_source embedded
         xpctl set pre_record 3
+        await '[[ $(now) == 10:* ]]'
         for core in $(seq $(nproc)); do while :; do :; done & done
         trap 'kill $(jobs -p)' EXIT
         take early 3 1

@@ -59,7 +59,8 @@ void StoreMemory::queued(eParam_t id, const StoreValue &value)
     ++entry.count;
 }
 
-void StoreMemory::unqueued(eParam_t id, const StoreValue &value, quint64 version, const std::string &source)
+void StoreMemory::unqueued(eParam_t id, const StoreValue &value, quint64 version, const std::string &source,
+                           qint64 time)
 {
     if (isCommand(id)) return;
     const std::lock_guard lock(_mutex);
@@ -67,7 +68,8 @@ void StoreMemory::unqueued(eParam_t id, const StoreValue &value, quint64 version
     if (found != _queued.end() && --found->second.count == 0) _queued.erase(found);
     if (version == 0) return;
     StoredValue &known = _committed[id];
-    if (version > known.version) known = {value, version, source, 0};
+    // (With its time: a store that is lost before this is read back is told apart from older values by it.)
+    if (version > known.version) known = {value, version, source, time};
 }
 
 void StoreMemory::apply(const StoreChange &change)

@@ -19,8 +19,10 @@ public:
     StoreImage committed() const;
 
     void queued(eParam_t id, const StoreValue &value);
-    /// A queued write has left the queue; `version` 0 when it changed nothing or was given up.
-    void unqueued(eParam_t id, const StoreValue &value, quint64 version, const std::string &source);
+    /// A queued write has left the queue; `version` 0 when it changed nothing or was given up. `time`: of the
+    /// machine's clock in microseconds, when it was written.
+    void unqueued(eParam_t id, const StoreValue &value, quint64 version, const std::string &source,
+                  qint64 time);
     /// A committed change, whoever made it. An older one than what is known changes nothing.
     void apply(const StoreChange &change);
     /// What a store that was made anew by another process has forgotten, or holds in an older state.

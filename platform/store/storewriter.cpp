@@ -56,7 +56,7 @@ void StoreWriter::giveUp()
         "%zu changes of settings or status are lost, the configuration store did not take them. %s\n",
         _queue.size(), _state->text().c_str());
     for (const Item &item : _queue)
-        _memory->unqueued(item.write.id, item.write.value, 0, _context.source);
+        _memory->unqueued(item.write.id, item.write.value, 0, _context.source, 0);
     _queue.clear();
     ++_givenUp;
     _changed.notify_all();
@@ -96,6 +96,8 @@ void StoreWriter::commit(std::unique_lock<std::mutex> &lock)
     const int givenUp = _givenUp;
     lock.unlock();
     std::vector<quint64> versions;
+    constexpr qint64 nsPerMicrosecond = 1000;
+    const qint64 time = _context.environment.clock->wallTime() / nsPerMicrosecond;
     const StoreResult result = _backend->write(writes, versions);
     _state->report(StoreState::Writing, result);
     lock.lock();
@@ -108,7 +110,7 @@ void StoreWriter::commit(std::unique_lock<std::mutex> &lock)
         return;
     }
     for (std::size_t i = 0; i < writes.size(); ++i) {
-        _memory->unqueued(writes[i].id, writes[i].value, versions[i], _context.source);
+        _memory->unqueued(writes[i].id, writes[i].value, versions[i], _context.source, time);
         _gate->hold(std::move(_queue.front().token), versions[i]);
         _queue.pop_front();
     }

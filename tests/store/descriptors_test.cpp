@@ -35,7 +35,8 @@ TEST_F(Descriptors, everyRowIsWhole)
         EXPECT_EQ(dynamic_cast<const DataDescriptor *>(row) != nullptr, row->type() == ParamDescriptor::Data);
         EXPECT_EQ(dynamic_cast<const StringDescriptor *>(row) != nullptr,
                   row->type() == ParamDescriptor::String);
-        EXPECT_EQ(row->isAlarm(), (row->id() >> 16) == 0x7E07 || row->id() == 0x50000064 ||
+        EXPECT_EQ(row->isAlarm(), (row->id() >> 16) == 0x7E07 ||
+                                      (row->id() >= 0x50000064 && row->id() <= 0x50000065) ||
                                       (row->id() >= 0x50000010 && row->id() <= 0x50000015));
 
         std::string reason;

@@ -275,7 +275,7 @@ TEST(BadInput, anInputThatNeverLocksAndOneThatComesBackInAnotherFormat)
         say back; xpctl --json record --for 2; xpctl --json status
         kill $sender; cp /media/A/*.mov $OUT
     )sh");
-    expectRefusal(said(result.out, "silent"), 1, "No Input");
+    expectRefusal(said(result.out, "silent"), 1, "waiting for a signal");
     expectRefusal(said(result.out, "lost"), 1,
                   "the take ended early; what was recorded is in /media/A/take_001.mov");
     for (const auto &[clip, picture, least] :

@@ -361,6 +361,7 @@ test("a take is planned, told and taken out; an input without a signal is said",
   assert.match(await xpctl("schedule"), new RegExp(`${day} 10:00:00`));
   await one.getByRole("button", { name: /out of the schedule/ }).click();
   await until("no take", async () => (await one.locator("xp-schedule .take").count()) === 0 || undefined);
+  await xpctl("stop"); // a clip on the output is a picture
   await xpctl("set", "video_input", "input_2");
   await until("the words", async () => (await one.locator(".nosignal").count()) === 1 || undefined);
   await xpctl("set", "video_input", "input_1");

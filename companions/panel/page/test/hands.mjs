@@ -34,6 +34,7 @@ export function byTouch(page) {
     press: (locator) => locator.tap(),
     hold: async (locator, effect) => {
       await locator.scrollIntoViewIfNeeded();
+      await locator.tap({ trial: true }); // where it is stands still, and nothing lies over it
       const box = await locator.boundingBox();
       const session = await page.context().newCDPSession(page);
       await session.send("Input.dispatchTouchEvent", { type: "touchStart", touchPoints: [{ x: box.x + box.width / 2, y: box.y + box.height / 2 }] });

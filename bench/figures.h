@@ -64,6 +64,7 @@ QList<Figure> benchCue(int seconds);
 QList<Figure> benchFastPlay(int seconds);
 // livebench.cpp
 QList<Figure> benchLive(int seconds);
+QList<Figure> benchLiveReaders(int seconds);
 // remotebench.cpp
 QList<Figure> benchRemote(int seconds);
 // panelbench.cpp

@@ -12,7 +12,9 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <atomic>
+#include <deque>
 #include <thread>
 
 namespace {
@@ -62,6 +64,42 @@ private:
     std::atomic<bool> _ends = false;
     std::atomic<qint64> _frames = 0;
     std::atomic<qint64> _safe = 0;
+    std::thread _thread;
+};
+
+/// Another deck that plays a clip which grows, as far as the medium knows it: looks for new frames as often
+/// as a deck does, and reads each once.
+class OtherPlayer
+{
+public:
+    explicit OtherPlayer(const QString &path) : _path(path), _thread([this] { run(); }) {}
+    ~OtherPlayer()
+    {
+        _ends = true;
+        _thread.join();
+    }
+    qint64 frames() const { return _frames; }
+
+private:
+    void run()
+    {
+        constexpr qint64 look = 40 * QmxClock::nsPerMillisecond;
+        const QmxEnvironment environment = QmxEnvironment::current();
+        QmxClipReader reader;
+        while (reader.open(_path).isError() && !_ends)
+            environment.clock->sleepUntil(environment.clock->now() + look);
+        qint64 next = std::max<qint64>(0, reader.info().frames - 1);
+        while (!_ends) {
+            environment.clock->sleepUntil(environment.clock->now() + look);
+            if (reader.refresh().isError()) return;
+            for (QmxFrame frame; next < reader.info().frames && !_ends; ++next, ++_frames)
+                if (reader.readFrame(next, frame).isError()) return;
+        }
+    }
+
+    const QString _path;
+    std::atomic<bool> _ends = false;
+    std::atomic<qint64> _frames = 0;
     std::thread _thread;
 };
 
@@ -156,4 +194,36 @@ QList<Figure> benchLive(int seconds)
             {"live_distance_p99", benchPercentile(distances, 0.99), "ms", {}, {}, furthest},
             {"live_dropped", double(dropped), "frames", {}, {}, 0.0},
             {"live_waits", double(waits), "waits", {}, {}, 0.0}};
+}
+
+QList<Figure> benchLiveReaders(int seconds)
+{
+    // Takes with and without, in turns, so that what else the machine does falls on both.
+    constexpr int turns = 3, players = 4;
+    const qint64 frames = std::max(2, seconds / (2 * turns)) * rate;
+    RecorderUnderBench recorder;
+    const qint64 lost = recorder.counter("frames_dropped_capture");
+    qint64 fewest = frames;
+    QList<double> latencies[2];
+    for (int i = 0; i < 2 * turns; ++i) {
+        if (!recorder.startTake()) return {};
+        std::deque<OtherPlayer> reading;
+        for (int player = 0; i % 2 && player < players; ++player)
+            reading.emplace_back(recorder.clipPath());
+        recorder.waitFor(
+            "the take's length", [&] { return recorder.counter("recorded_up_to") >= frames; }, seconds + 20);
+        for (const OtherPlayer &player : reading)
+            fewest = std::min(fewest, player.frames());
+        latencies[i % 2].append(double(recorder.counter("write_latency_p99")) / 1000);
+        recorder.endTake();
+    }
+    const auto middle = [&latencies](int with) { return benchPercentile(latencies[with], 0.5); };
+    return {{"live_readers_write_p99", middle(1), "ms", middle(0), "ms without readers", 1.2},
+            {"live_readers_lost",
+             double(recorder.counter("frames_dropped_capture") - lost),
+             "frames",
+             {},
+             {},
+             0.0},
+            {"live_readers_behind", double(frames - fewest), "frames", {}, {}, double(2 * rate)}};
 }

@@ -61,7 +61,8 @@ QString RecorderUnderBench::clipPath() const
 RecorderUnderBench::Shown RecorderUnderBench::shown()
 {
     QmxPreviewPicture picture;
-    if (!_preview.read(picture)) return {};
+    // A recorder that has only just begun may not have published it when the bench did.
+    if (!_preview.read(picture) && (!_preview.open() || !_preview.read(picture))) return {};
     return {picture.tick, picture.frameNumber,
             QmxStrip::readLuma8(reinterpret_cast<const uchar *>(picture.luma.constData()), picture.width,
                                 picture.height, picture.width),

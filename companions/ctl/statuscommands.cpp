@@ -367,23 +367,23 @@ ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &arg
         const QString name = QString::fromStdString(clip.getName());
         const bool grows =
             !clip.isClosed() && QmxClipReader::isBeingRecorded(QString::fromStdString(clip.getPath()));
-        QJsonArray places{QJsonObject{{"path", path}, {"frames", clip.getFrameCount()}}};
+        QJsonArray places{QJsonObject{{"path", path}, {"frames", clip.frames()}}};
         QString also;
         if (const auto copy = copies.find(clip.getName()); copy != copies.end()) {
             places.append(QJsonObject{{"path", mirror}, {"frames", copy->second}});
-            also = copy->second == clip.getFrameCount()
+            also = copy->second == clip.frames()
                        ? QStringLiteral("  also on %1").arg(mirror)
                        : QStringLiteral("  %1 on %2").arg(qmxCounted(copy->second, "frame"), mirror);
         }
         list.append(QJsonObject{{"index", index},
                                 {"name", name},
-                                {"frames", clip.getFrameCount()},
+                                {"frames", clip.frames()},
                                 {"grows", grows},
                                 {"places", places}});
         text += QStringLiteral("%1  %2  %3%4\n")
                     .arg(index, 4)
                     .arg(inOneLine(name), -32)
-                    .arg(qmxCounted(clip.getFrameCount(), "frame"))
+                    .arg(qmxCounted(clip.frames(), "frame"))
                     .arg(also + (grows ? QStringLiteral(", grows: it is being recorded") : QString()));
         ++index;
     }

@@ -153,7 +153,7 @@ std::vector<Listed> sorted(Control &control, const QString &filter, const SortRo
             all.push_back({index,
                            name,
                            QString::fromStdString(clip.getPath()),
-                           clip.getFrameCount(),
+                           clip.frames(),
                            clip.isClosed(),
                            clip.getRecordedAt(),
                            {},

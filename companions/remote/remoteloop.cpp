@@ -187,7 +187,7 @@ void RemoteLoop::listClips(Clips listed)
             lines.append(QStringLiteral("%1: %2 %3")
                              .arg(lines.size())
                              .arg(QString::fromStdString(clip.getName()))
-                             .arg(clip.getFrameCount()));
+                             .arg(clip.frames()));
         tell(lines);
     });
     if (!isTaken) tell({});

@@ -343,6 +343,9 @@ void DeckMemory::fill(DeckState &state)
     if (state.grows) state.length = value("material_frames");
     // Faster play that has come up to the newest frame goes on at normal speed, whatever was asked for.
     constexpr double atTheEdge = 1.5; // s
-    if (state.grows && state.speed > 1 && double(state.liveDistance) < atTheEdge * state.rate)
+    if (state.grows && state.speed > 1 && double(state.liveDistance) < atTheEdge * state.rate) {
         state.speed = 1;
+        state.status = QString::fromStdString(
+            GetDescriptor(eParam_TransportStatus)->label(int(TransportStatus::Playing)));
+    }
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxroomtogrow.h"
+
 #include <QtGlobal>
 
 #include <string>
@@ -19,9 +21,13 @@ public:
     {}
 
     std::string getName() const { return _name; }        ///< file name
-    int getFrameCount() const { return _frameCount; }    ///< frames that can be read now
+    int frames() const { return _frameCount; }           ///< that can be read now
     std::string getPath() const { return _path; }        ///< full path
     qint64 getRecordedAt() const { return _recordedAt; } ///< order of recording: nanoseconds since 1970
+
+    /// The length it has in a list that is played: while it grows there is room for more than can be read
+    /// now.
+    int getFrameCount() const { return _closed || _frameCount <= 0 ? _frameCount : qmxRoomToGrow; }
 
     bool isClosed() const { return _closed; } ///< false: it grows, or a crash left it behind
 

@@ -64,7 +64,7 @@ QByteArray serialized(const std::vector<ClipListing> &listings)
         out << bytes(listing.folder) << listing.changed << listing.settled << bytes(listing.playList)
             << static_cast<quint32>(listing.clips.size());
         for (const Clip &clip : listing.clips)
-            out << bytes(clip.getName()) << bytes(clip.getPath()) << static_cast<qint32>(clip.getFrameCount())
+            out << bytes(clip.getName()) << bytes(clip.getPath()) << static_cast<qint32>(clip.frames())
                 << clip.getRecordedAt() << clip.isClosed();
     }
     return result;

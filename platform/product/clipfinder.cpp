@@ -210,7 +210,7 @@ std::list<Clip> ClipFinder::findClips(bool playableOnly, bool playListOnly, bool
     std::list<Clip> result(listed->begin(), listed->end());
     if (!sorted && !playListOnly)
         result.sort([](const Clip &a, const Clip &b) { return a.getName() < b.getName(); });
-    if (playableOnly) result.remove_if([](const Clip &clip) { return clip.getFrameCount() <= 0; });
+    if (playableOnly) result.remove_if([](const Clip &clip) { return clip.frames() <= 0; });
     return result;
 }
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <limits>
 #include <sstream>
 #include <unordered_map>
 
@@ -39,15 +40,18 @@ qint64 stampClock()
     return nanoseconds(now);
 }
 
-/// How many frames a part has of what is there now. Timecodes cannot be told without the file: a list has
-/// frame numbers by the time it is kept.
-int framesOf(const QmxClipPart &part, const Clip &clip)
+/// A part of a clip as a clip of its own, of what is there now; it grows if more of it may come. Nothing: it
+/// has no frames. Timecodes cannot be told without the file: a list has frame numbers by the time it is kept.
+std::optional<Clip> partOf(const Clip &clip, const QmxClipPart &part, const std::string &name)
 {
     bool hasFirst = part.from.isEmpty();
     bool hasEnd = part.to.isEmpty();
     const qint64 first = hasFirst ? 0 : part.from.toUInt(&hasFirst);
-    const qint64 end = hasEnd ? clip.getFrameCount() : part.to.toUInt(&hasEnd);
-    return hasFirst && hasEnd ? int(std::min<qint64>(end, clip.getFrameCount()) - first) : 0;
+    const qint64 end = hasEnd ? std::numeric_limits<int>::max() : part.to.toUInt(&hasEnd);
+    const int frames = int(std::min<qint64>(end, clip.frames()) - first);
+    if (!hasFirst || !hasEnd || frames <= 0) return {};
+    const bool isWhole = clip.isClosed() || end <= clip.frames();
+    return Clip(name, clip.getPath(), frames, clip.getRecordedAt(), isWhole);
 }
 
 } // namespace
@@ -87,8 +91,8 @@ std::vector<Clip> clipsOfPlayList(const std::vector<Clip> &clips, const std::str
         const Clip &clip = *found->second;
         if (!part || !part->isPart)
             listed.push_back(clip);
-        else if (const int frames = framesOf(*part, clip); frames > 0)
-            listed.emplace_back(name, clip.getPath(), frames, clip.getRecordedAt(), clip.isClosed());
+        else if (const auto listedPart = partOf(clip, *part, name))
+            listed.push_back(*listedPart);
     }
     return listed;
 }

@@ -25,7 +25,8 @@ bool kel::media::MediaCache::GrokClip(Clip &clip, std::string path, bool exact)
         const auto found = MediumHelper::instance().answer<std::optional<Clip>>(
             folderOf(path), [environment, path] { return scanClip(path, environment); });
         if (!found || !*found) return false;
-        clip = **found;
+        // It is as long as it is: whoever recorded it here has ended, even if its close is still under way.
+        clip = Clip((*found)->getName(), path, (*found)->frames(), (*found)->getRecordedAt());
     }
     environment.deck->givenClips.add(path);
     return true;

@@ -92,7 +92,7 @@ TEST(OscLanguage, readsWhatItMayAndNothingOfTheRest)
     EXPECT_TRUE(bundled && bundled->size() == 1);
 
     QByteArray nested = half;
-    for (int depth = 0; depth < 300; ++depth)
+    for (int depth = 0; depth < 1000; ++depth)
         nested = bundleOf(nested, quint32(nested.size()));
     const QByteArray nan = padded("/xp/play") + padded(",f") + QByteArray::fromHex("7FC00000");
     const QByteArray bad[] = {

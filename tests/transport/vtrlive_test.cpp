@@ -2,6 +2,8 @@
 // One recorder plays what the other one is still recording.
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxroomtogrow.h"
+#include "platform/qmx/stream/qmxplaylist.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
 
@@ -16,6 +18,7 @@ public:
     using TransportRig::framesRecorded;
     using TransportRig::media;
     using TransportRig::playbackDesc;
+    using TransportRig::recordClip;
     using TransportRig::recordDesc;
     using TransportRig::reported;
     using TransportRig::runUntilMode;
@@ -198,4 +201,75 @@ TEST_F(LivePlay, theEndOfTheTakeIsTheEndAndARolloverIsNot)
     player.vtr().reopenPlaybackStream();
     Stepper::runMs(1000);
     EXPECT_LT(player.counter(QmxCounters::MaterialFrames), last) << "another clip is itself alone";
+}
+
+TEST_F(LivePlay, inAListAnEntryGrowsAndTheNextOneFollowsAtItsEnd)
+{
+    player.recordClip("closed.mov", 2 * oneSecond);
+    const int closed = player.framesRecorded();
+    QmxPlayList list;
+    for (const auto &[path, length] : {std::pair(player.media.file("closed.mov"), closed),
+                                       std::pair(recorder.media.file("take_001.mov"), qmxRoomToGrow),
+                                       std::pair(player.media.file("closed.mov"), closed)}) {
+        QmxPlayListEntry entry;
+        entry.setName(path.section('/', -1));
+        entry.setDesc(path);
+        entry.setLength(length);
+        list.append(entry);
+    }
+    player.playbackDesc = QVariant::fromValue(list);
+    const auto entry = [this] { return player.counter(QmxCounters::ListEntryOnOutput); };
+    const auto cue = [&](int frame) {
+        player.vtr().cue(frame);
+        Stepper::runMs(500);
+    };
+
+    // From the entry before into it, and up to its newest frame.
+    player.vtr().play(1.0);
+    ASSERT_TRUE(runUntilFrame(closed + 5));
+    EXPECT_EQ(entry(), 1);
+    player.vtr().play(4.0);
+    ASSERT_TRUE(Stepper::runUntil(
+        [&] { return player.counter(QmxCounters::LiveDistance) < oneSecond && onOutput() > closed + 50; }));
+    player.vtr().play(1.0);
+    ASSERT_TRUE(runUntilFrame(onOutput() + 2));
+    expectRunning(100, closed + oneSecond);
+    EXPECT_EQ(player.counter(QmxCounters::MaterialGrows), 1);
+
+    // Behind its newest frame nothing comes but what is recorded; the next entry is where the list says.
+    cue(list.firstFrameOfEntry(1) + 1'000'000);
+    player.vtr().step(5);
+    Stepper::runMs(500);
+    EXPECT_EQ(entry(), 1);
+    EXPECT_GE(onOutput(), closed + recorder.framesRecorded() - 2 * oneSecond);
+    cue(list.firstFrameOfEntry(2) + 2);
+    EXPECT_EQ(entry(), 2);
+    EXPECT_EQ(player.counter(QmxCounters::MaterialGrows), 0);
+    EXPECT_GT(onOutput(), closed + 5 * oneSecond) << "as operators count";
+    EXPECT_LT(onOutput(), closed + recorder.framesRecorded() + 3);
+    player.vtr().step(-4);
+    Stepper::runMs(500);
+    EXPECT_EQ(entry(), 1) << "from its first frame back to the newest one";
+    cue(list.firstFrameOfEntry(2) + 10);
+    player.vtr().play(-1.0);
+    ASSERT_TRUE(Stepper::runUntil([&] { return entry() == 1; }));
+    player.vtr().reopenPlaybackStream();
+    Stepper::runMs(1000);
+    EXPECT_EQ(entry(), 1);
+
+    // At its end the list goes on, without a tick that shows anything else.
+    cue(list.firstFrameOfEntry(1) + 1'000'000);
+    player.vtr().play(1.0);
+    ASSERT_TRUE(runUntilFrame(onOutput() + 2));
+    Stepper::runMs(1000);
+    recorder.vtr().standbyOff();
+    qint64 before = show(1).constFirst();
+    while (entry() == 1 || onOutput() < player.counter(QmxCounters::MaterialFrames) - 1) {
+        const qint64 now = show(1).constFirst();
+        ASSERT_EQ(now, before + 1) << "in entry " << entry();
+        before = now;
+    }
+    ASSERT_TRUE(Stepper::runUntil([&] { return isStill(); }));
+    EXPECT_EQ(player.counter(QmxCounters::MaterialFrames), recorder.framesRecorded() + 2 * closed);
+    EXPECT_EQ(player.counter(QmxCounters::FramesDroppedPlayback), 0);
 }

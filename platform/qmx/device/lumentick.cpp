@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxframeshown.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxmemorypool.h"
@@ -176,9 +177,8 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
         count(seen, output);
     }
     _last = output;
-    const QVariant number = output.isCapture ? QVariant() : output.metadata.value(QmxIds::frameNumber);
-    _window.tell({tick.index, number.isValid() ? number.toInt() : -1, takeFirst, tick.deadline,
-                  tick.rate.nanoseconds(1), output.timecode});
+    const int number = output.isCapture ? -1 : int(qmxFrameShown(output.metadata));
+    _window.tell({tick.index, number, takeFirst, tick.deadline, tick.rate.nanoseconds(1), output.timecode});
     countDropped();
     _output.show(output, work);
     if (output.isCapture) _alarms.picture(nullptr);
@@ -404,7 +404,7 @@ void LumenEngine::count(const CardInput &seen, const QmxOutputFrame &output) con
         return;
     }
     counters->add(output.isRepeat ? QmxCounters::FramesRepeated : QmxCounters::FramesShown);
-    const int frame = output.metadata.value(QmxIds::frameNumber).toInt();
+    const qint64 frame = qMax<qint64>(0, qmxFrameShown(output.metadata));
     counters->set(QmxCounters::FrameOnOutput, frame);
     const bool grows = counters->value(QmxCounters::MaterialGrows) != 0;
     counters->set(QmxCounters::LiveDistance,

@@ -2,6 +2,7 @@
 #include "platform/qmx/edges/qmxpreviewsink.h"
 
 #include "platform/qmx/codec/qmxreducekernels.h"
+#include "platform/qmx/core/qmxframeshown.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxthreadname.h"
@@ -104,9 +105,7 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
     _preview.connection = frame.connection;
     _preview.input = frame.input;
     _preview.outputs = frame.outputs;
-    _preview.frameNumber = frame.metadata.contains(QmxIds::frameNumber)
-                               ? frame.metadata.value(QmxIds::frameNumber).toLongLong()
-                               : -1;
+    _preview.frameNumber = qmxFrameShown(frame.metadata);
     _preview.isCapture = frame.isCapture;
     _preview.isRepeat = frame.isRepeat;
     _preview.peaks.fill(0);

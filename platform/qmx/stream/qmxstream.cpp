@@ -26,9 +26,11 @@ const Qmx::ValueTypes registered([] {
     qRegisterMetaType<QmxPlayListEntry>("QmxPlayListEntry");
     qRegisterMetaType<QmxPlayListIndex>("QmxPlayListIndex");
     qRegisterMetaType<QmxStreamInfo>("QmxStreamInfo");
-    // Who knows nothing of play lists still reads which entry it is.
+    // Who knows nothing of play lists still reads which entry it is, and where in the list (qmxFrameShown()).
     if (!QMetaType::hasRegisteredConverterFunction<QmxPlayListIndex, int>())
         QMetaType::registerConverter<QmxPlayListIndex, int>(&QmxPlayListIndex::entryIndex);
+    if (!QMetaType::hasRegisteredConverterFunction<QmxPlayListIndex, qint64>())
+        QMetaType::registerConverter<QmxPlayListIndex, qint64>(&QmxPlayListIndex::frame);
 });
 
 } // namespace

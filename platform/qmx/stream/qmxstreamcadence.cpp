@@ -1,40 +1,39 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/qmxstreamcadence.h"
 
-#include <algorithm>
 #include <cmath>
 
-int QmxStreamCadence::position(int length) const
+int QmxStreamCadence::position(const StreamAxis &axis) const
 {
-    return positionAfter(0, length);
+    return positionAfter(0, axis);
 }
 
-int QmxStreamCadence::positionAfter(qint64 ahead, int length) const
+int QmxStreamCadence::positionAfter(qint64 ahead, const StreamAxis &axis) const
 {
-    const double exact = double(start) + std::trunc(double(reads + ahead) * speed);
-    return int(std::clamp(exact, -1.0, double(length)));
+    return axis.advanced(start, qint64(std::trunc(double(reads + ahead) * speed)));
 }
 
-QList<int> QmxStreamCadence::upcoming(int count, int length) const
+QList<int> QmxStreamCadence::upcoming(int count, const StreamAxis &axis) const
 {
     QList<int> frames;
     // Up to normal speed no frame is left out, so the next ones are neighbours; above it every read is
     // another frame.
     const bool neighbours = std::abs(speed) <= 1.0;
     const int step = speed < 0 ? -1 : 1;
-    const int first = position(length);
+    const int first = position(axis);
     for (int ahead = 0; ahead < count; ++ahead) {
-        const int frame = neighbours ? first + ahead * step : positionAfter(ahead, length);
-        if (frame < 0 || frame >= length) break;
+        const int frame =
+            neighbours ? axis.advanced(first, qint64(ahead) * step) : positionAfter(ahead, axis);
+        if (!axis.has(frame)) break;
         frames.append(frame);
     }
     return frames;
 }
 
-void QmxStreamCadence::setSpeed(double newSpeed, int length)
+void QmxStreamCadence::setSpeed(double newSpeed, const StreamAxis &axis)
 {
     if (newSpeed == speed) return;
-    start = position(length);
+    start = position(axis);
     reads = 0;
     speed = newSpeed;
 }

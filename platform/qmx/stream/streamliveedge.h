@@ -14,14 +14,18 @@
 class StreamLiveEdge
 {
 public:
-    /// Between two flushes of a recorder, and what they may be late.
+    /// Between two flushes of a recorder, and what they may be late: as much as they are, once that is known,
+    /// and a little more, so that all in all it is not more than a second.
     static constexpr qint64 flushTime = 400'000'000;
     static constexpr qint64 reserveTime = 160'000'000;
+    static constexpr qint64 longestReserve = 400'000'000;
 
     /// A stream has been opened.
     void begin(bool growing, int length, double rate);
     /// `isDry`: everything before has been played, and nothing waits in the device.
     void grew(bool growing, int length, bool isDry, qint64 now);
+    /// Play runs into another end from here.
+    void changed(bool growing, int length);
     /// Playback goes on from another place, or at another speed.
     void restart();
 
@@ -43,11 +47,13 @@ public:
 
 private:
     int framesIn(qint64 time) const;
+    void beLate(qint64 by);
 
     bool _growing = false;
     int _length = 0;
     double _rate = 25;
     qint64 _grewAt = 0;
+    qint64 _reserve = reserveTime;
     bool _grown = false; ///< once since the open: when the flushes come is known
     bool _flows = false; ///< the distance has been there, and frames still come
     bool _paced = false;

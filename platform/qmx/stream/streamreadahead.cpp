@@ -36,7 +36,7 @@ void StreamReadAhead::setSpeed(double speed)
     if (speed == _speed) return;
     _edge.restart();
     _speed = speed;
-    _cadence.setSpeed(speed, end());
+    _cadence.setSpeed(speed, axis());
     fill();
 }
 
@@ -49,7 +49,8 @@ void StreamReadAhead::begin()
     _largestFrame = 0;
     _inBadRun = false;
     _alarmRaised = false;
-    _length = std::numeric_limits<int>::max();
+    _axis = StreamAxis(std::numeric_limits<int>::max());
+    _edgeBehind = 0;
     go(0);
     _origin = _environment.deck->playhead.openBegins();
     _environment.deck->playhead.setPosition(0);
@@ -66,17 +67,35 @@ void StreamReadAhead::opened()
 {
     const QList<QmxImageDesc> images = _stream->info().vids();
     const double rate = images.isEmpty() ? 0 : images.first().frameRate().toDouble();
-    _edge.begin(_stream->reader()->isGrowing(), _stream->reader()->length(), rate);
+    _axis = _stream->reader()->axis();
+    const auto edge = _axis.edge(first());
+    _edgeBehind = edge ? edge->behind : 0;
+    _edge.begin(edge.has_value(), edge ? edge->at : _axis.end(), rate);
     tellLength();
 }
 
-/// How long the material is, and whether it becomes longer.
+/// How long the material is, and whether what stands here becomes longer: then up to where that ends now.
 void StreamReadAhead::tellLength()
 {
-    _length = _stream->reader()->length();
+    const int here = position();
+    const auto edge = _axis.edge(here);
+    const bool grows = edge && here >= edge->first;
     QmxCounters *counters = &_environment.deck->counters;
-    counters->set(QmxCounters::MaterialFrames, _length);
-    counters->set(QmxCounters::MaterialGrows, _edge.isGrowing() ? 1 : 0);
+    counters->set(QmxCounters::MaterialFrames, _axis.count(grows ? edge->at : _axis.end()));
+    counters->set(QmxCounters::MaterialGrows, grows ? 1 : 0);
+}
+
+/// Which end play runs into is another one behind an entry that has ended, and after a seek.
+void StreamReadAhead::beAtEdge()
+{
+    const auto edge = _axis.edge(position());
+    const int behind = edge ? edge->behind : 0;
+    if (behind == _edgeBehind) return;
+    // Faster play that had come up to the newest frame of an entry is fast again in the next one.
+    const bool goesOn = _edge.isPaced() && _edgeBehind < _axis.end();
+    _edgeBehind = behind;
+    if (goesOn) _cadence.setSpeed(_speed, axis());
+    _edge.changed(edge.has_value(), edge ? edge->at : _axis.end());
 }
 
 void StreamReadAhead::openFailed()
@@ -119,9 +138,9 @@ void StreamReadAhead::seek(const Seek &to)
         return;
     }
     // Of a clip that grows nobody is beyond the end: there the last frame is the newest one.
-    const int behind = _edge.isGrowing() ? _length - 1 : _length;
-    const int frame = to.toLast ? end() - 1 : qBound(-1, to.frame, behind);
-    if (_part && (frame < first() || frame >= end())) _part.reset();
+    const StreamAxis here = axis();
+    const int frame = to.toLast ? here.advanced(here.end(), -1) : _axis.sought(to.frame);
+    if (_part && (frame < first() || frame >= here.end())) _part.reset();
     if (_live && _live->frame != frame) _live.reset();
     go(frame);
     _inBadRun = false;
@@ -133,7 +152,11 @@ void StreamReadAhead::seek(const Seek &to)
 void StreamReadAhead::moved()
 {
     // Past an end the frame at that end is the one that comes next.
-    _environment.deck->playhead.setPosition(qBound(0, position(), qMax(0, _length - 1)));
+    const int here = position();
+    _environment.deck->playhead.setPosition(
+        _axis.has(here) ? here : qMax(first(), _axis.advanced(here, here < 0 ? 1 : -1)));
+    beAtEdge();
+    tellLength();
     fill();
 }
 
@@ -141,7 +164,7 @@ void StreamReadAhead::moved()
 void StreamReadAhead::fill()
 {
     if (!isReading()) return;
-    const QList<int> upcoming = _cadence.upcoming(window(), end());
+    const QList<int> upcoming = _cadence.upcoming(window(), axis());
     dropFar(upcoming);
     QList<int> missing;
     for (const int frame : upcoming)
@@ -165,7 +188,7 @@ int StreamReadAhead::loaded()
     if (_live && _speed == 1.0 && !still && !joinLive()) return 0;
     if (isBeforeStart()) return 0;
     int count = 0;
-    const QList<int> upcoming = _cadence.upcoming(_size, end());
+    const QList<int> upcoming = _cadence.upcoming(_size, axis());
     while (count < upcoming.size() && _frames.contains(upcoming.at(count)))
         ++count;
     if (still) return count;
@@ -195,21 +218,21 @@ bool StreamReadAhead::joinLive()
 
 int StreamReadAhead::liveFrame(double seconds) const
 {
-    return qMax(0, _length - _edge.distance(_environment.clock->now()) - int(seconds * _edge.rate()));
+    return qMax(0, _axis.end() - _edge.distance(_environment.clock->now()) - int(seconds * _edge.rate()));
 }
 
 /// The cadence begins anew from there.
 void StreamReadAhead::go(int frame)
 {
     _cadence.seek(frame);
-    _cadence.setSpeed(_speed, end());
+    _cadence.setSpeed(_speed, axis());
     _edge.restart();
 }
 
 void StreamReadAhead::apply(const QmxStartOrder &order)
 {
-    int frame = int(qMin<qint64>(order.frame, _length - 1));
-    if (order.isPart() && order.first < _length) _part = order;
+    int frame = int(qMin<qint64>(order.frame, last()));
+    if (order.isPart() && order.first < _axis.end()) _part = order;
     if (order.place == QmxStartOrder::Place::Output)
         frame = _stream->reader()->frameAt(_environment.deck->playhead.timecodeShown());
     if (order.place == QmxStartOrder::Place::Live) {
@@ -226,7 +249,7 @@ void StreamReadAhead::apply(const QmxStartOrder &order)
 
 QmxFrame StreamReadAhead::peek() const
 {
-    if (!isReading() || isBeforeStart() || position() >= end()) return {};
+    if (!isReading() || isBeforeStart() || !axis().has(position())) return {};
     const auto held = _frames.constFind(position());
     QmxFrame frame;
     if (held != _frames.constEnd()) {
@@ -238,7 +261,7 @@ QmxFrame StreamReadAhead::peek() const
     if (_edge.isAfterWait()) frame.meta().insert(QmxIds::afterWait, true);
     if (_part) {
         frame.meta().insert(QmxIds::firstFrame, position() == first());
-        frame.meta().insert(QmxIds::lastFrame, position() == end() - 1);
+        frame.meta().insert(QmxIds::lastFrame, position() == axis().end() - 1);
     }
     return frame;
 }
@@ -250,9 +273,9 @@ QmxFrame StreamReadAhead::read()
         const int before = position();
         ++_cadence.reads;
         // A stride over the newest frame: from here on one after the other, as they come.
-        if (_edge.isGrowing() && _speed > 1.0 && !_edge.isPaced() && position() >= _length) {
+        if (_edge.isGrowing() && _speed > 1.0 && !_edge.isPaced() && !_axis.has(position())) {
             _cadence.seek(before + 1);
-            _cadence.setSpeed(1.0, end());
+            _cadence.setSpeed(1.0, axis());
             _edge.pace();
         }
         _edge.handedOn();
@@ -265,7 +288,7 @@ QmxFrame StreamReadAhead::read()
 QList<StreamReader::Result> StreamReadAhead::take(const QList<StreamReader::Result> &results)
 {
     if (!isReading()) return {};
-    const QList<int> upcoming = _cadence.upcoming(window(), end());
+    const QList<int> upcoming = _cadence.upcoming(window(), axis());
     QList<StreamReader::Result> errors;
     bool readable = false;
     bool came = false;
@@ -293,16 +316,29 @@ QList<StreamReader::Result> StreamReadAhead::take(const QList<StreamReader::Resu
     return errors;
 }
 
+/// The end that play runs into from here has moved on, or has become real.
+void StreamReadAhead::growEdge(bool isDry)
+{
+    const auto edge = _axis.edge(position());
+    const bool grows = edge && edge->behind == _edgeBehind;
+    _edge.grew(grows, grows ? edge->at : position(), isDry, _environment.clock->now());
+}
+
 /// What was the last frame is so no longer.
 void StreamReadAhead::grown()
 {
     if (!isReading()) return;
     const StreamReader *reader = _stream->reader();
-    const bool isDry = position() >= _length && inDevice() == 0;
-    _edge.grew(reader->isGrowing(), reader->length(), isDry, _environment.clock->now());
+    const int before = position();
+    const bool waits = before >= first() && !_axis.has(before);
+    _axis = reader->axis();
+    // What lies behind the entry that has grown stays where it is, also for who goes back into it.
+    if (!waits && position() != before) _cadence.seek(before);
+    growEdge(waits && inDevice() == 0);
+    beAtEdge();
     tellLength();
     for (auto item = _frames.begin(); item != _frames.end(); ++item) {
-        const bool last = item.key() == _length - 1 && !_edge.isGrowing();
+        const bool last = item.key() == _axis.end() - 1 && !_axis.growsAtEnd();
         if (std::as_const(item.value()).meta().value(QmxIds::lastFrame).toBool() != last)
             item.value().meta().insert(QmxIds::lastFrame, last);
     }

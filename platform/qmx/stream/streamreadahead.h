@@ -6,6 +6,7 @@
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/core/qmxstartorder.h"
 #include "platform/qmx/stream/qmxstreamcadence.h"
+#include "platform/qmx/stream/streamaxis.h"
 #include "platform/qmx/stream/streamliveedge.h"
 #include "platform/qmx/stream/streamreader.h"
 
@@ -41,12 +42,13 @@ public:
     void forgetSeek() { _kept.reset(); }
 
     bool isReading() const;
-    int position() const { return _cadence.position(end()); }
+    int position() const { return _cadence.position(axis()); }
     bool isBeforeStart() const { return isReading() && position() < first(); }
     /// A clip that grows has no end yet: behind its last frame one waits for the next.
     bool isBehindEnd() const
     {
-        return isReading() && position() >= end() && (!_edge.isGrowing() || end() < _length);
+        const StreamAxis here = axis();
+        return isReading() && position() >= here.end() && !here.growsAtEnd();
     }
     /// Unless a stream is open for reading it is kept until one is.
     void seek(int frame) { seek({frame, false}); }
@@ -73,14 +75,17 @@ private:
 
     void seek(const Seek &to);
     /// The bounds of what is played: those of the part, if it is one.
-    int first() const { return _part ? int(_part->first) : 0; }
-    int end() const { return _part ? int(qMin<qint64>(_part->end, _length)) : _length; }
+    int first() const { return _part ? int(_part->first) : _axis.first(); }
+    StreamAxis axis() const { return _part ? _axis.upTo(int(qMin<qint64>(_part->end, _axis.end()))) : _axis; }
+    int last() const { return _axis.advanced(_axis.end(), -1); }
     void apply(const QmxStartOrder &order);
     bool joinLive();
     int liveFrame(double seconds) const;
     void go(int frame);
     int inDevice() const;
     void tellLength();
+    void beAtEdge();
+    void growEdge(bool isDry);
     int window() const;
     void moved();
     void fill();
@@ -103,7 +108,8 @@ private:
     };
     std::optional<Live> _live;
     std::optional<QmxStartOrder> _part; ///< playback is held in its bounds
-    int _length = std::numeric_limits<int>::max();
+    StreamAxis _axis{std::numeric_limits<int>::max()};
+    int _edgeBehind = 0; ///< which end play runs into from here: StreamAxis::Edge::behind; 0: none that grows
     std::optional<Seek> _kept;
     QHash<int, QmxFrame> _frames;
     qint64 _largestFrame = 0;

@@ -8,10 +8,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <utility>
 
 namespace {
 constexpr int maximumRequests = 64;
+
+int frameNumber(qint64 frames)
+{
+    return int(qMin<qint64>(frames, std::numeric_limits<int>::max()));
+}
 } // namespace
 
 StreamReader::StreamReader(const StreamReaderSource &source, const Events &events, QObject *listener,
@@ -20,7 +26,8 @@ StreamReader::StreamReader(const StreamReaderSource &source, const Events &event
       _source(source),
       _events(events),
       _entries(source, environment),
-      _growth(source, _entries, environment)
+      _growth(source, _entries, environment),
+      _list(source, _entries, environment)
 {
     if (source.isList)
         _opener = std::make_shared<QmxTaskThread>(QStringLiteral("qmx-open"), QmxTaskThread::defaultBound,
@@ -92,9 +99,16 @@ qint64 StreamReader::busySince() const
     return _done ? 0 : _busySince;
 }
 
+StreamAxis StreamReader::axis() const
+{
+    const std::lock_guard lock(_mutex);
+    return _axis;
+}
+
 int StreamReader::length() const
 {
-    return _length;
+    const StreamAxis now = axis();
+    return now.count(now.end());
 }
 
 bool StreamReader::isGrowing() const
@@ -126,7 +140,7 @@ bool StreamReader::step()
         openSource();
         return true;
     case Step::Refresh:
-        apply(_growth.look());
+        look();
         return true;
     case Step::Read:
         readFrame(request);
@@ -176,15 +190,17 @@ void StreamReader::openSource()
             continue;
         }
         const QmxClipInfo info = clip->info();
-        const StreamReaderGrowth::Now now = _growth.begin();
-        setLength(now.length);
-        _growing = now.growing;
+        const StreamAxis axis = axisAtBegin();
+        {
+            const std::lock_guard lock(_mutex);
+            _axis = axis;
+        }
         QmxStreamInfo told;
         told.vids().append(info.image);
         if (info.audio.isValid()) told.auds().append(info.audio);
         told.setReelName(info.reelName);
         told.setEffectiveFrameRate(info.effectiveRate);
-        told.setLength(_length);
+        told.setLength(axis.count(axis.end()));
         if (_source.isList) openNeighbours(index);
         tell([this, told] { _events.opened({}, told); });
         return;
@@ -196,12 +212,38 @@ void StreamReader::openSource()
     tell([this, error] { _events.opened(error, {}); });
 }
 
-void StreamReader::apply(const StreamReaderGrowth::Now &now)
+StreamAxis StreamReader::axisAtBegin()
 {
-    const bool changed = int(now.length) != _length || now.growing != _growing;
-    setLength(now.length);
+    if (_source.isList) {
+        const StreamAxis axis = _list.begin();
+        _growing = _list.isGrowing();
+        return axis;
+    }
+    const StreamReaderGrowth::Now now = _growth.begin();
     _growing = now.growing;
-    if (changed) tell([this, ended = now.ended] { _events.grown(ended); });
+    return {frameNumber(now.length), now.growing};
+}
+
+void StreamReader::look()
+{
+    QString ended;
+    StreamAxis axis;
+    if (_source.isList) {
+        axis = _list.look(qMax(0, _neighboursOf), ended);
+        _growing = _list.isGrowing();
+    } else {
+        const StreamReaderGrowth::Now now = _growth.look();
+        axis = {frameNumber(now.length), now.growing};
+        _growing = now.growing;
+        ended = now.ended;
+    }
+    bool changed = false;
+    {
+        const std::lock_guard lock(_mutex);
+        changed = axis != _axis;
+        _axis = axis;
+    }
+    if (changed) tell([this, ended] { _events.grown(ended); });
 }
 
 void StreamReader::readFrame(const Request &request)
@@ -211,7 +253,7 @@ void StreamReader::readFrame(const Request &request)
     result.request = request.number;
     result.user = request.user;
     const qint64 begin = _environment.clock->now();
-    const bool isInside = request.frame >= 0 && request.frame < _length;
+    const bool isInside = axis().has(request.frame);
     StreamReaderEntries::Place place =
         isInside ? _entries.place(request.frame) : StreamReaderEntries::Place{-1, 0};
     if (place.index < 0) {
@@ -330,18 +372,19 @@ void StreamReader::deliver(Result result)
 QmxMetadataHash StreamReader::meta(int frame) const
 {
     QmxMetadataHash keys;
+    const StreamAxis axis = this->axis();
     const StreamReaderEntries::Place place = _entries.place(frame);
-    if (place.index < 0 || (_source.isList && frame >= _length)) return keys;
+    if (place.index < 0 || (_source.isList && frame >= axis.end())) return keys;
     keys.insert(QmxIds::frameNumber, frame);
-    keys.insert(QmxIds::firstFrame, frame == 0);
-    const bool grows = _growing;
-    keys.insert(QmxIds::lastFrame, frame == _length - 1 && !grows);
+    keys.insert(QmxIds::firstFrame, frame == axis.first());
+    keys.insert(QmxIds::lastFrame, frame == axis.end() - 1 && !axis.growsAtEnd());
     if (const std::optional<QmxClipInfo> info = _entries.info(place.index)) {
         const QmxTimecode timecode = info->timecodeAt(place.frame);
         if (timecode.isValid()) keys.insert(QmxIds::timecode, QVariant::fromValue(timecode));
     }
     if (_source.isList)
-        keys.insert(QmxIds::listPosition, QVariant::fromValue(QmxPlayListIndex(
-                                              _entries.name(place.index), _entries.listIndex(place.index))));
+        keys.insert(QmxIds::listPosition,
+                    QVariant::fromValue(QmxPlayListIndex(
+                        _entries.name(place.index), _entries.listIndex(place.index), axis.count(frame))));
     return keys;
 }

@@ -5,8 +5,10 @@
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/stream/qmxstreaminfo.h"
 #include "platform/qmx/stream/streamactor.h"
+#include "platform/qmx/stream/streamaxis.h"
 #include "platform/qmx/stream/streamreaderentries.h"
 #include "platform/qmx/stream/streamreadergrowth.h"
+#include "platform/qmx/stream/streamreaderlist.h"
 #include "platform/qmx/stream/streamreadersource.h"
 
 #include <QList>
@@ -14,7 +16,6 @@
 #include <atomic>
 #include <deque>
 #include <functional>
-#include <limits>
 #include <memory>
 
 /// The reading end of one read stream: a clip, or the clips of a play list as one.
@@ -47,7 +48,8 @@ public:
         std::function<void(const QmxError &, const QmxStreamInfo &)> opened; ///< once
         std::function<void()> closed;                                        ///< once, after close()
         std::function<void()> results;                                       ///< takeResults() has something
-        /// length() has changed, or it will not grow any more; with a sentence when that is nobody's doing.
+        /// axis() has changed: it is longer, or will not grow any more; with a sentence when that is nobody's
+        /// doing.
         std::function<void(const QString &ended)> grown;
     };
 
@@ -68,7 +70,9 @@ public:
 
     /// Frames in the stream now; 0 until it is open.
     int length() const;
-    /// A clip that somebody still records: refresh() looks whether it has grown.
+    /// Which numbers they have.
+    StreamAxis axis() const;
+    /// Somebody still records what is read: refresh() looks whether it has grown.
     bool isGrowing() const;
     void refresh();
     /// The files into which a take has been followed.
@@ -92,7 +96,8 @@ private:
     bool step() override;
     Step nextStep(Request &request);
     void openSource();
-    void apply(const StreamReaderGrowth::Now &now);
+    StreamAxis axisAtBegin();
+    void look();
     void readFrame(const Request &request);
     QmxError readPlace(const StreamReaderEntries::Place &place, QmxFrame &frame);
     void fitDescription(int index, qint64 local, QmxFrame &frame);
@@ -100,17 +105,16 @@ private:
     void openNeighbour(int index);
     void closeAll();
     void deliver(Result result);
-    void setLength(qint64 frames) { _length = int(qMin<qint64>(frames, std::numeric_limits<int>::max())); }
-
     const StreamReaderSource _source;
     const Events _events;
     StreamReaderEntries _entries;
-    StreamReaderGrowth _growth; ///< reader thread
+    StreamReaderGrowth _growth; ///< of a clip; reader thread
+    StreamReaderList _list;     ///< of a list; reader thread
     int _neighboursOf = -1;     ///< reader thread: the entry whose neighbours have been asked for last
-    std::atomic<int> _length = 0;
     std::atomic<bool> _growing = false;
 
     // With the lock.
+    StreamAxis _axis;
     std::shared_ptr<QmxTaskThread> _opener; ///< lists only
     std::deque<Request> _requests;
     QList<int> _wishes;

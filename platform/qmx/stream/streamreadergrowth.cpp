@@ -21,8 +21,8 @@ constexpr qint64 framesWithin = 3000 * ms;
 } // namespace
 
 StreamReaderGrowth::StreamReaderGrowth(const StreamReaderSource &source, StreamReaderEntries &entries,
-                                       const QmxEnvironment &environment)
-    : _source(source), _entries(entries), _environment(environment)
+                                       const QmxEnvironment &environment, int index)
+    : _source(source), _entries(entries), _environment(environment), _last(index)
 {}
 
 qint64 StreamReaderGrowth::lengthOf(const QmxClipInfo &info) const
@@ -43,9 +43,7 @@ bool StreamReaderGrowth::isAtItsEnd(const QmxClipInfo &info) const
 
 StreamReaderGrowth::Now StreamReaderGrowth::begin()
 {
-    // A list has the lengths that whoever made it has found.
-    if (_source.isList) return {_source.length, false, {}};
-    _path = _source.entries.constFirst().path;
+    _path = _source.entries.at(_last).path;
     QmxError error;
     const std::shared_ptr<QmxClipReader> clip = _entries.open(_last, error);
     if (!clip) return {};
@@ -54,7 +52,7 @@ StreamReaderGrowth::Now StreamReaderGrowth::begin()
                          QmxClipReader::isBeingRecorded(_path, _environment);
     _frames = lengthOf(info);
     _changed = now();
-    const bool goesOn = growing || followAgain(info);
+    const bool goesOn = growing || (!_source.isList && followAgain(info));
     return {_before + _frames, goesOn, {}};
 }
 
@@ -112,7 +110,8 @@ StreamReaderGrowth::Now StreamReaderGrowth::closed(const QmxClipInfo &info)
     _frames = std::max(_frames, lengthOf(info));
     if (_closedAt == 0) _closedAt = now();
     bool mayCome = false;
-    const QStringList candidates = _environment.deck->takeSequel.after(_path);
+    const QStringList candidates =
+        _source.isList ? QStringList() : _environment.deck->takeSequel.after(_path);
     for (const QString &candidate : candidates)
         if (follow(candidate, info, mayCome)) return {_before + _frames, true, {}};
     const qint64 within = mayCome ? framesWithin : sequelWithin;

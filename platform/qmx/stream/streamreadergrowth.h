@@ -14,17 +14,19 @@
 class StreamReaderGrowth
 {
 public:
+    /// Of the clip at `index` of the source. One of a list is followed into no other file: the list says what
+    /// comes behind it.
     StreamReaderGrowth(const StreamReaderSource &source, StreamReaderEntries &entries,
-                       const QmxEnvironment &environment);
+                       const QmxEnvironment &environment, int index = 0);
 
-    /// The stream is now `length` frames long, and may become longer.
+    /// The clip, or the take it belongs to, is now `length` frames long, and may become longer.
     struct Now
     {
         qint64 length = 0;
         bool growing = false;
         QString ended; ///< why a clip ends that nobody has finished; for the operator, told once
     };
-    /// How long the stream is when it is opened.
+    /// When the stream is opened.
     Now begin();
     /// Looks whether there is more.
     Now look();
@@ -41,7 +43,7 @@ private:
     const StreamReaderSource _source;
     StreamReaderEntries &_entries;
     const QmxEnvironment _environment;
-    int _last = 0;        ///< index of the clip that grows: one more with each rollover
+    int _last;            ///< index of the clip that grows: one more with each rollover
     QString _path;        ///< of its file
     qint64 _before = 0;   ///< frames of the entries before it
     qint64 _frames = 0;   ///< its own

@@ -62,12 +62,12 @@ TEST(EditDecisionLists, giveAClipExactlyTheFramesTheyName)
         QString why;
         const auto marks = EdlOf::marksFrom(one.text, material, why);
         const QString is = marks ? QStringLiteral("%1-%2").arg(*marks->in).arg(*marks->out) : why;
-        EXPECT_TRUE(is.contains(one.expected)) << one.text << is;
+        EXPECT_TRUE(is.contains(one.expected)) << one.text.toStdString() << is.toStdString();
         if (!marks) continue;
         // Written again it is the same part; what counts drop frames is told in the line for that.
         const auto text = EdlOf::marks(material, *marks, why);
-        ASSERT_TRUE(text) << why;
+        ASSERT_TRUE(text) << why.toStdString();
         EXPECT_EQ(text->contains("FCM: DROP"), one.drop);
-        EXPECT_EQ(EdlOf::marksFrom(*text, material, why), marks) << *text;
+        EXPECT_EQ(EdlOf::marksFrom(*text, material, why), marks) << text->toStdString();
     }
 }

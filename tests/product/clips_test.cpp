@@ -56,7 +56,7 @@ protected:
     {
         std::string text;
         for (const Clip &clip : finder.findClips(true, playListOnly, sorted))
-            text += (text.empty() ? "" : " ") + clip.getName() + ":" + std::to_string(clip.getFrameCount());
+            text += (text.empty() ? "" : " ") + clip.getName() + ":" + std::to_string(clip.frames());
         return text;
     }
     std::string nextName(std::list<Clip> *existing = nullptr, int expected = 0)
@@ -108,6 +108,7 @@ TEST_F(Clips, beingRecordedElsewhereAreListedAndOwnOnesCanBeAskedFor)
     EXPECT_FALSE(content.write(writer, 0, 4, 1).isError());
     EXPECT_EQ(names(), "growing.mov:4");
     EXPECT_FALSE(finder.findClips(true, false, true).front().isClosed());
+    EXPECT_EQ(finder.findClips(true, false, true).front().getFrameCount(), qmxRoomToGrow);
     QmxEnvironment::current().deck->recordTable.streamOpening(path);
     EXPECT_EQ(names(), "") << "what this process records is not in its own lists";
     QmxEnvironment::current().deck->recordTable.streamClosed(path);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // One recorder plays what the other one is still recording.
+#include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxroomtogrow.h"
@@ -206,7 +207,9 @@ TEST_F(LivePlay, theEndOfTheTakeIsTheEndAndARolloverIsNot)
 TEST_F(LivePlay, inAListAnEntryGrowsAndTheNextOneFollowsAtItsEnd)
 {
     player.recordClip("closed.mov", 2 * oneSecond);
-    const int closed = player.framesRecorded();
+    QmxClipInfo info;
+    ASSERT_FALSE(QmxClipReader::probe(player.media.file("closed.mov"), info).isError());
+    const int closed = int(info.frames);
     QmxPlayList list;
     for (const auto &[path, length] : {std::pair(player.media.file("closed.mov"), closed),
                                        std::pair(recorder.media.file("take_001.mov"), qmxRoomToGrow),
@@ -270,6 +273,7 @@ TEST_F(LivePlay, inAListAnEntryGrowsAndTheNextOneFollowsAtItsEnd)
         before = now;
     }
     ASSERT_TRUE(Stepper::runUntil([&] { return isStill(); }));
-    EXPECT_EQ(player.counter(QmxCounters::MaterialFrames), recorder.framesRecorded() + 2 * closed);
+    ASSERT_FALSE(QmxClipReader::probe(recorder.media.file("take_001.mov"), info).isError());
+    EXPECT_EQ(player.counter(QmxCounters::MaterialFrames), info.frames + 2 * closed);
     EXPECT_EQ(player.counter(QmxCounters::FramesDroppedPlayback), 0);
 }

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <atomic>
 #include <deque>
+#include <functional>
 #include <thread>
 
 namespace {
@@ -103,10 +104,14 @@ private:
     std::thread _thread;
 };
 
-void openClip(RecorderUnderBench &recorder, const QmxStartOrder &order)
+bool openClip(RecorderUnderBench &recorder, const QmxStartOrder &order, const char *what,
+              const std::function<bool()> &isOpen)
 {
-    recorder.writeText(eParam_StartAt, order.toText());
-    recorder.writeText(eParam_GoToClipName, order.clip);
+    const auto ask = [&] {
+        recorder.writeText(eParam_StartAt, order.toText());
+        recorder.writeText(eParam_GoToClipName, order.clip);
+    };
+    return recorder.askFor(what, ask, isOpen);
 }
 
 /// Milliseconds of cues among the first `frames` of what is on the output.
@@ -139,8 +144,8 @@ QList<Figure> benchLive(int seconds)
 
     QmxStartOrder order;
     order.clip = QFileInfo(closed).fileName();
-    openClip(recorder, order);
-    if (!recorder.waitFor("the closed clip", [&] { return recorder.shown().frame >= 0; })) return {};
+    const auto shows = [&] { return recorder.shown().frame >= 0; };
+    if (!openClip(recorder, order, "the closed clip", shows)) return {};
     const QList<double> closedCues = cues(recorder, frames);
 
     QList<double> distances;
@@ -151,14 +156,13 @@ QList<Figure> benchLive(int seconds)
         recorder.waitFor("frames of it", [&] { return other.safe() >= frames; });
         recorder.write(eParam_MediaUpdated, 1);
         order.clip = "growing.mov";
-        openClip(recorder, order);
-        recorder.waitFor("the growing clip", [&] { return recorder.counter("material_grows") == 1; });
+        const auto grows = [&] { return recorder.counter("material_grows") == 1; };
+        if (!openClip(recorder, order, "the growing clip", grows)) return {};
         growingCues = cues(recorder, frames);
 
         order.place = QmxStartOrder::Place::Live;
-        openClip(recorder, order);
-        recorder.waitFor("its newest frame",
-                         [&] { return other.frames() - recorder.counter("frame_on_output") < 2 * rate; });
+        const auto isNear = [&] { return other.frames() - recorder.counter("frame_on_output") < 2 * rate; };
+        if (!openClip(recorder, order, "its newest frame", isNear)) return {};
         recorder.writeText(eParam_TransportSpeed, "1");
         const qint64 from = recorder.counter("frame_on_output");
         recorder.waitFor("playback", [&] { return recorder.counter("frame_on_output") >= from + rate; });

@@ -82,6 +82,18 @@ bool RecorderUnderBench::waitFor(const char *what, const std::function<bool()> &
     return true;
 }
 
+bool RecorderUnderBench::askFor(const char *what, const std::function<void()> &ask,
+                                const std::function<bool()> &holds)
+{
+    constexpr qint64 every = QmxClock::nsPerSecond / 2;
+    qint64 next = 0;
+    return waitFor(what, [&] {
+        if (holds()) return true;
+        if (now() >= next) ask(), next = now() + every;
+        return false;
+    });
+}
+
 RecorderUnderBench::Cpu RecorderUnderBench::daemonCpu()
 {
     Cpu cpu;

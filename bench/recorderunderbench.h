@@ -42,6 +42,9 @@ public:
     Shown shown();
     /// False, with a line on standard error, when it did not come about in 20 seconds.
     bool waitFor(const char *what, const std::function<bool()> &holds, int seconds = 20);
+    /// The same of what `ask` asks for, again each half second: the daemon drops what comes while it changes
+    /// its mode, and its status is ahead of that.
+    bool askFor(const char *what, const std::function<void()> &ask, const std::function<bool()> &holds);
     /// Processor time of the daemon so far, in seconds: of its coders, and of all its other threads.
     struct Cpu
     {

@@ -34,7 +34,8 @@ struct LinePort::Client
     OutBuffer out{outBound};
     ReadPace pace{mostBytes};
     std::deque<QString> lines;
-    bool isBusy = false; ///< a line is being done
+    bool isBusy = false;     ///< a line is being done
+    bool saysNoMore = false; ///< has closed its half: it is owed the answers to what it said
     bool hasEnded = false;
     std::set<int> topics; ///< codes
     std::shared_ptr<const DeckState> told;
@@ -67,7 +68,8 @@ void LinePort::wants(std::vector<pollfd> &polls) const
     if (_listener.isOpen() && !_calls.pausedUntil(_context.now()))
         polls.push_back({_listener.fd(), POLLIN, 0});
     for (const auto &client : _clients) {
-        const bool reads = client->lines.size() < mostLines && !client->pace.pausedUntil(_context.now());
+        const bool reads = !client->saysNoMore && client->lines.size() < mostLines &&
+                           !client->pace.pausedUntil(_context.now());
         const bool writes = !client->out.isEmpty();
         polls.push_back({client->fd.fd(), short((reads ? POLLIN : 0) | (writes ? POLLOUT : 0)), 0});
     }
@@ -132,6 +134,10 @@ void LinePort::read(Client &client)
     const ssize_t count = ::read(client.fd.fd(), bytes.data(), bytes.size());
     client.readAt = _context.now();
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
+    if (count == 0 && !client.saysNoMore) {
+        client.saysNoMore = true;
+        return;
+    }
     if (count <= 0) {
         client.hasEnded = true;
         return;
@@ -163,12 +169,12 @@ void LinePort::line(Client &client, const QString &text)
     client.counts->add(RemotePeer::Orders);
     const std::weak_ptr<bool> alive = client.alive;
     const DeckOrder order{asked.verb, asked.arguments, asked.force, asked.wait, 0};
-    _context.perform(order, client.who, [this, &client, alive](const Answer &answer) {
+    _context.perform(order, client.who, [this, &client, alive, verb = asked.verb](const Answer &answer) {
         if (alive.expired()) return;
         client.isBusy = false;
         if (!answer.isDone()) client.counts->add(RemotePeer::Refusals);
         client.readAt = 0; // a time that is the recorder's, not this port's
-        reply(client, LineLanguage::reply(answer));
+        reply(client, LineLanguage::reply(verb, answer));
         next(client);
     });
 }
@@ -250,5 +256,8 @@ void LinePort::look()
 
 void LinePort::removeEnded()
 {
-    _clients.remove_if([](const auto &client) { return client->hasEnded; });
+    _clients.remove_if([](const auto &client) {
+        const bool isServed = !client->isBusy && client->lines.empty() && client->out.isEmpty();
+        return client->hasEnded || (client->saysNoMore && isServed);
+    });
 }

@@ -141,6 +141,9 @@ void OscPort::hand(Peer &peer, const DeckOrder &order)
         if (!peer.orders.answered({order.id, answer.isDone(), answer.code, answer.sentence}, _context.now()))
             return;
         // (Another one took over: of a fader that is moved each speed does so.)
+        const VerbRow *row = findVerb(order.verb);
+        if (answer.isDone() && row && !*row->writes)
+            return send(peer, OscLanguage::told(order.verb, answer.sentence));
         if (answer.isDone() || answer.kind == Answer::Kind::Superseded) return;
         peer.counts->add(RemotePeer::Refusals);
         send(peer, OscLanguage::refused(order.verb, answer.code, answer.sentence));

@@ -63,7 +63,7 @@ double speedAskedFor(Config &config)
     config.getString(eParam_ControlVerb, announced);
     const QString verb =
         QJsonDocument::fromJson(QByteArray::fromStdString(announced)).object()["verb"].toString();
-    static const QRegularExpression form(QStringLiteral("^play\\b.*\\bspeed=(-?[0-9.]+)"));
+    static const QRegularExpression form(QStringLiteral("^(?:re)?play\\b.*\\bspeed=(-?[0-9.]+)"));
     const QRegularExpressionMatch match = form.match(verb);
     return match.hasMatch() ? match.captured(1).toDouble() : 1;
 }
@@ -340,7 +340,7 @@ void DeckMemory::fill(DeckState &state)
     state.lateTicks = value("late_ticks");
     state.grows = value("material_grows") != 0;
     state.liveDistance = state.grows ? value("live_distance") : -1;
-    if (state.grows) state.length = value("material_frames");
+    if (state.grows || state.listEntry >= 0) state.length = value("material_frames");
     // Faster play that has come up to the newest frame goes on at normal speed, whatever was asked for.
     constexpr double atTheEdge = 1.5; // s
     if (state.grows && state.speed > 1 && double(state.liveDistance) < atTheEdge * state.rate) {

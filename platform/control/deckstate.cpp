@@ -44,7 +44,7 @@ constexpr Row rows[] = {
     {{"path", "string", "", false, "folder of the active medium; empty: none", plain<&DeckState::path>}, isSame<&DeckState::path>},
     {{"tick", "integer", "", true, "of the device's clock", plain<&DeckState::tick>}, isSame<&DeckState::tick>},
     {{"frame", "integer", "frames", true, "position: number of the frame on the output", plain<&DeckState::frame>}, isSame<&DeckState::frame>},
-    {{"clip_frames", "integer", "frames", false, "of the clip that is played; 0: not known", plain<&DeckState::length>}, isSame<&DeckState::length>},
+    {{"clip_frames", "integer", "frames", false, "of the clip that is played, or of the whole list; 0: not known", plain<&DeckState::length>}, isSame<&DeckState::length>},
     {{"grows", "boolean", "", false, "somebody still records the clip that is played", plain<&DeckState::grows>}, isSame<&DeckState::grows>},
     {{"live_distance", "integer", "frames", true, "from the output to the newest frame of the clip that grows; -1: none grows", plain<&DeckState::liveDistance>}, isSame<&DeckState::liveDistance>},
     {{"list_entry", "integer", "", false, "entry of the play list on the output; -1: none", plain<&DeckState::listEntry>}, isSame<&DeckState::listEntry>},

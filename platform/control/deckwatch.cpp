@@ -191,10 +191,10 @@ DeckState DeckWatch::Private::compose()
     state.storeProblem = QString::fromStdString(config->storeState());
     askForLength(state);
     if (!state.isInPlay()) state.grows = false;
-    if (!state.grows) {
-        state.liveDistance = -1;
-        state.length = state.isRecording() ? state.clipFrames : length.load();
-    }
+    if (!state.grows) state.liveDistance = -1;
+    // Frames of a list are counted through all of it, and so is its length.
+    const bool isToldByPlayback = state.isInPlay() && (state.grows || state.listEntry >= 0);
+    if (!isToldByPlayback) state.length = state.isRecording() ? state.clipFrames : length.load();
     return state;
 }
 

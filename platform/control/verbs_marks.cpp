@@ -38,7 +38,10 @@ QString linesOf(const Material &material, const ClipMarks &marks)
 std::optional<qint64> placeOf(const VerbCall &call, const Material &material, bool isOut)
 {
     const QString where = call.text("where");
-    if (!where.isEmpty()) return QmxClipPart::frameAt(material.info, where, isOut);
+    if (!where.isEmpty()) {
+        const auto asked = QmxClipPart::frameAt(material.info, where, isOut);
+        return isOut && asked == 0 ? std::nullopt : asked; // no part ends before the first frame
+    }
     const auto shown = material.frameOnOutput(call.recorder);
     return shown && isOut ? std::optional(*shown + 1) : shown;
 }

@@ -71,7 +71,9 @@ TEST(LineLanguage, mapsOntoTheTableOfVerbs)
         EXPECT_TRUE(reply.startsWith(row.cause == Cause::None ? "199 " : "1")) << row.code;
         EXPECT_EQ(reply.count('\n'), 1);
     }
-    EXPECT_EQ(LineLanguage::reply(Answer::done()), "200 ok\r\n");
+    EXPECT_EQ(LineLanguage::reply("play", Answer::done("playing")), "200 ok\r\n");
+    EXPECT_EQ(LineLanguage::reply("marks", Answer::done("in  5\nout  9")),
+              "204 marks:\r\nin  5\r\nout  9\r\n\r\n");
 }
 
 TEST(OscLanguage, readsWhatItMayAndNothingOfTheRest)

@@ -133,6 +133,17 @@ TEST_F(Crowd, everybodyIsServedAndNobodyPaysForAnother)
         const QByteArray subscribe("/xp/subscribe\0\0\0,i\0\0\0\0\0\x19", 24);
         ::send(boxes.back()->fd, subscribe.constData(), size_t(subscribe.size()), 0);
     }
+    // Who closes his half behind his last line gets what he asked for.
+    {
+        const Fd piped(connected(SOCK_STREAM, 9993));
+        ASSERT_EQ(::write(piped.fd, "stop\nmarks\n", 11), 11);
+        ::shutdown(piped.fd, SHUT_WR);
+        QByteArray answers;
+        char bytes[512];
+        for (ssize_t size = 0; (size = ::read(piped.fd, bytes, sizeof bytes)) > 0;)
+            answers.append(bytes, size);
+        EXPECT_TRUE(answers.startsWith("200 ok\r\n1")) << "no clip has marks yet: " << answers.constData();
+    }
     QProcess::execute("xpctl", {"record"});
     const qint64 lost = status()["dropped_capture"].toInteger();
     const std::int64_t calm = askAll({0, 1, 2, 3});

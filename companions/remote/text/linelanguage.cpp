@@ -36,7 +36,7 @@ constexpr CauseRow causes[] = {
     {Cause::Argument, 100}, {Cause::Deck, 110},  {Cause::Owner, 120}, {Cause::Role, 121},
     {Cause::Daemon, 130},   {Cause::Store, 131}, {Cause::Busy, 132},  {Cause::Interrupted, 142},
 };
-constexpr int ok = 200, superseded = 140, givenUp = 141, unknown = 199;
+constexpr int ok = 200, told = 204, superseded = 140, givenUp = 141, unknown = 199;
 
 QString oneLine(QString text)
 {
@@ -187,6 +187,13 @@ QByteArray reply(const Answer &answer)
     const QString text = QStringLiteral("%1 %2: %3").arg(code).arg(answer.code, answer.sentence) +
                          (advice.isEmpty() ? QString() : QStringLiteral("; ") + advice);
     return oneLine(text).toUtf8() + "\r\n";
+}
+
+QByteArray reply(const QString &verb, const Answer &answer)
+{
+    const VerbRow *row = findVerb(verb);
+    if (!answer.isDone() || !row || *row->writes) return reply(answer);
+    return block(told, verb, answer.sentence.split(QLatin1Char('\n')));
 }
 
 QByteArray block(int code, const QString &title, const QStringList &lines)

@@ -49,6 +49,8 @@ QJsonObject ofTopic(const QJsonObject &object, const Topic &topic);
 
 /// Replies, line ends included.
 QByteArray reply(const Answer &answer);
+/// To a verb; one that changes nothing tells what it was asked for.
+QByteArray reply(const QString &verb, const Answer &answer);
 QByteArray block(int code, const QString &title, const QStringList &lines);
 QStringList lines(const QJsonObject &object); ///< "name: value" each
 QStringList help();

@@ -206,12 +206,24 @@ QByteArray state(const QJsonObject &fields)
     return bundle;
 }
 
-QByteArray refused(const QString &verb, const QString &code, const QString &sentence)
+namespace {
+QByteArray ofTexts(const char *path, const QStringList &texts)
 {
     const Message message(lo_message_new());
-    for (const QString &text : {verb, code, sentence})
+    for (const QString &text : texts)
         lo_message_add_string(message.get(), text.toUtf8().constData());
-    return serialised("/xp/refused", message.get());
+    return serialised(path, message.get());
+}
+} // namespace
+
+QByteArray told(const QString &verb, const QString &sentence)
+{
+    return ofTexts("/xp/told", {verb, sentence});
+}
+
+QByteArray refused(const QString &verb, const QString &code, const QString &sentence)
+{
+    return ofTexts("/xp/refused", {verb, code, sentence});
 }
 
 } // namespace OscLanguage

@@ -33,6 +33,8 @@ std::optional<std::vector<Asked>> parse(std::span<const std::uint8_t> packet);
 
 /// A bundle with a message "/xp/state/NAME value" for each field.
 QByteArray state(const QJsonObject &fields);
+/// "/xp/told" with a verb that only tells something, and what.
+QByteArray told(const QString &verb, const QString &sentence);
 /// "/xp/refused" with verb, code and sentence.
 QByteArray refused(const QString &verb, const QString &code, const QString &sentence);
 

@@ -15,7 +15,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <memory>
 
 bool CommandRow::tellsOfDaemon() const
 {
@@ -155,102 +154,138 @@ QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &
     }
     return QString::fromLocal8Bit(error.what());
 }
-} // namespace
 
-int runCommandLine(int argc, char **argv)
+/// The parser of a command line, and what it found.
+class CommandLine
 {
-    CLI::App app("xpctl: the recorder's command line", "xpctl");
-    bool json = false;
-    auto arguments = std::make_shared<Arguments>();
-    app.set_version_flag("--version", std::string("xpctl ") + recorderVersion(), "which version this is");
-    app.add_flag("--json", json, "results as one JSON object a line");
-    std::string channel;
-    app.add_option("--channel", channel, "the recorder of this machine that is meant, of several")
-        ->type_name("N")
-        ->envname("XP_CHANNEL");
-    std::string gang;
-    bool isForAll = false, bestEffort = false;
-    app.add_option("--channels", gang, "several of them, at the same frame: 1,3")->type_name("N,N");
-    app.add_flag("--all", isForAll, "all recorders of this machine, at the same frame");
-    app.add_flag("--best-effort", bestEffort, "with several: those that can, although others cannot");
-    std::string recorder, recorders;
-    app.add_option("--recorder", recorder, "settings: of another recorder with settings on the same server")
-        ->type_name("NAME")
-        ->envname("XP_RECORDER");
-    app.add_option("--recorders", recorders, "settings: of several of them, or of all")
-        ->type_name("NAME,NAME|all");
-    app.require_subcommand(1);
-    app.fallthrough();
-    // A negative number is an argument, not an option.
-    app.allow_windows_style_options(false);
+public:
+    CommandLine();
+    /// What is typed, without the program's name; the exit status.
+    ExitCode run(std::vector<std::string> words);
 
+private:
+    void addProgramOptions();
+    void addCommand(const CommandRow &row);
+    ExitCode runParsed(const std::vector<std::string> &words) const;
+
+    CLI::App _app{"xpctl: the recorder's command line", "xpctl"};
+    Arguments _arguments;
+    const CommandRow *_chosen = nullptr;
+    bool _json = false;
+    bool _isForAll = false;
+    bool _bestEffort = false;
+    std::string _channel;
+    std::string _gang;
+    std::string _recorder;
+    std::string _recorders;
+};
+
+CommandLine::CommandLine()
+{
+    addProgramOptions();
+    _app.require_subcommand(1);
+    _app.fallthrough();
+    // A negative number is an argument, not an option.
+    _app.allow_windows_style_options(false);
     // The parser keeps references to the words: their place must not move.
     constexpr size_t mostArguments = 3;
-    arguments->words.resize(mostArguments);
-    const CommandRow *chosen = nullptr;
-    for (const CommandRow &row : ctlCommands()) {
-        CLI::App *command = app.add_subcommand(row.name, row.help);
-        command->callback([&chosen, &row] { chosen = &row; });
-        for (size_t i = 0; i < row.arguments.size(); ++i) {
-            CLI::Option *argument =
-                row.arguments[i].isMany
-                    ? command->add_option(row.arguments[i].name, arguments->rest, row.arguments[i].help)
-                    : command->add_option(row.arguments[i].name, arguments->words[i], row.arguments[i].help);
-            argument->required(row.arguments[i].required);
-        }
-        for (const OptionRow &option : ctlOptions()) {
-            if (!row.takes(option)) {
-                continue;
-            }
-            option.add(*command, *arguments);
-            CLI::Option *added =
-                command->get_option(std::string("--") + option.name)->description(option.help);
-            if (*option.value) added->type_name(option.value);
-        }
-        command->group(row.group);
-    }
+    _arguments.words.resize(mostArguments);
+    for (const CommandRow &row : ctlCommands())
+        addCommand(row);
     // Behind the commands, which would take them over.
-    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    app.footer("`xpctl help COMMAND` shows how one is used; `man xpctl` has them all, and the exit codes.");
-    // What stands behind the program, as it is asked for help everywhere: first or last.
-    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    _app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    _app.footer("`xpctl help COMMAND` shows how one is used; `man xpctl` has them all, and the exit codes.");
+}
+
+void CommandLine::addProgramOptions()
+{
+    _app.set_version_flag("--version", std::string("xpctl ") + recorderVersion(), "which version this is");
+    _app.add_flag("--json", _json, "results as one JSON object a line");
+    _app.add_option("--channel", _channel, "the recorder of this machine that is meant, of several")
+        ->type_name("N")
+        ->envname("XP_CHANNEL");
+    _app.add_option("--channels", _gang, "several of them, at the same frame: 1,3")->type_name("N,N");
+    _app.add_flag("--all", _isForAll, "all recorders of this machine, at the same frame");
+    _app.add_flag("--best-effort", _bestEffort, "with several: those that can, although others cannot");
+    _app.add_option("--recorder", _recorder, "settings: of another recorder with settings on the same server")
+        ->type_name("NAME")
+        ->envname("XP_RECORDER");
+    _app.add_option("--recorders", _recorders, "settings: of several of them, or of all")
+        ->type_name("NAME,NAME|all");
+}
+
+void CommandLine::addCommand(const CommandRow &row)
+{
+    CLI::App *command = _app.add_subcommand(row.name, row.help);
+    command->callback([this, &row] { _chosen = &row; });
+    for (size_t i = 0; i < row.arguments.size(); ++i) {
+        const ArgumentRow &argument = row.arguments[i];
+        CLI::Option *added = argument.isMany
+                                 ? command->add_option(argument.name, _arguments.rest, argument.help)
+                                 : command->add_option(argument.name, _arguments.words[i], argument.help);
+        added->required(argument.required);
+    }
+    for (const OptionRow &option : ctlOptions()) {
+        if (!row.takes(option)) continue;
+        option.add(*command, _arguments);
+        CLI::Option *added = command->get_option(std::string("--") + option.name)->description(option.help);
+        if (*option.value) added->type_name(option.value);
+    }
+    command->group(row.group);
+}
+
+ExitCode CommandLine::run(std::vector<std::string> words)
+{
+    // As it is asked for help everywhere: first or last.
     if (!words.empty() && words.front() == "help") {
         words.erase(words.begin());
         words.emplace_back("--help");
     }
     try { // the parser reports by exception; it ends here
-        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+        _app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ParseError &error) {
         constexpr int helpWanted = 0;
         if (error.get_exit_code() == helpWanted) {
-            app.exit(error);
-            return int(ExitCode::Done);
+            _app.exit(error);
+            return ExitCode::Done;
         }
         // What stands behind the mistake has not been parsed.
         const bool wantsJson = std::find(words.begin(), words.end(), "--json") != words.end();
-        return int(Report(wantsJson).error(ExitCode::Usage, mistakeIn(words, error),
-                                           "`xpctl help` lists the commands, `xpctl help COMMAND` shows "
-                                           "how one is used"));
+        return Report(wantsJson).error(ExitCode::Usage, mistakeIn(words, error),
+                                       "`xpctl help` lists the commands, `xpctl help COMMAND` shows how one "
+                                       "is used");
     }
-    if (!chosen->arguments.empty() && chosen->arguments.back().isMany) {
-        arguments->words.resize(chosen->arguments.size() - 1);
-        arguments->words.insert(arguments->words.end(), arguments->rest.begin(), arguments->rest.end());
+    if (!_chosen->arguments.empty() && _chosen->arguments.back().isMany) {
+        _arguments.words.resize(_chosen->arguments.size() - 1);
+        _arguments.words.insert(_arguments.words.end(), _arguments.rest.begin(), _arguments.rest.end());
     }
-    const Report report(json);
-    if (isForAll || !gang.empty()) {
+    return runParsed(words);
+}
+
+/// For the recorders that are meant.
+ExitCode CommandLine::runParsed(const std::vector<std::string> &words) const
+{
+    const Report report(_json);
+    if (_isForAll || !_gang.empty()) {
         QString problem;
         const auto channels =
-            QmxChannel::parseList(isForAll ? QStringLiteral("all") : QString::fromStdString(gang), problem);
-        if (!channels) return int(report.error(ExitCode::Usage, problem));
-        return int(Gang(*channels, forOne(words), bestEffort, report).run(*chosen, *arguments));
+            QmxChannel::parseList(_isForAll ? QStringLiteral("all") : QString::fromStdString(_gang), problem);
+        if (!channels) return report.error(ExitCode::Usage, problem);
+        return Gang(*channels, forOne(words), _bestEffort, report).run(*_chosen, _arguments);
     }
-    if (!recorders.empty())
-        return int(FleetSettings::run(QString::fromStdString(recorders), *chosen, forOne(words), report));
-    if (const QString problem = QmxChannel::enter(QString::fromStdString(channel)); !problem.isEmpty())
-        return int(report.error(ExitCode::Usage, problem));
-    if (!recorder.empty())
-        if (const QString problem = FleetSettings::enter(QString::fromStdString(recorder), *chosen);
+    if (!_recorders.empty())
+        return FleetSettings::run(QString::fromStdString(_recorders), *_chosen, forOne(words), report);
+    if (const QString problem = QmxChannel::enter(QString::fromStdString(_channel)); !problem.isEmpty())
+        return report.error(ExitCode::Usage, problem);
+    if (!_recorder.empty())
+        if (const QString problem = FleetSettings::enter(QString::fromStdString(_recorder), *_chosen);
             !problem.isEmpty())
-            return int(report.error(ExitCode::Usage, problem));
-    return int(runCommand(*chosen, report, *arguments));
+            return report.error(ExitCode::Usage, problem);
+    return runCommand(*_chosen, report, _arguments);
+}
+} // namespace
+
+int runCommandLine(int argc, char **argv)
+{
+    return int(CommandLine().run({argv + std::min(argc, 1), argv + argc}));
 }

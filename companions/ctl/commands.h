@@ -6,6 +6,7 @@
 #include "platform/control/recorder.h"
 #include "platform/control/verbs.h"
 
+#include <chrono>
 #include <map>
 #include <span>
 #include <string>
@@ -21,18 +22,18 @@ struct Arguments
     std::vector<std::string> words; ///< in the order of the row's arguments; missing optional ones are empty
     bool wait = true;               ///< false: --no-wait
     bool untilDone = false;         ///< --wait: also until the playback has come to its end
-    double seconds = 0;             ///< --for; 0: not given
-    std::string at;                 ///< --at
-    std::string until;              ///< --until
-    bool force = false;             ///< --force
-    bool once = false;              ///< --once
-    bool markdown = false;          ///< --markdown
-    bool stats = false;             ///< --stats
-    bool history = false;           ///< --history
-    bool all = false;               ///< --all
-    bool full = false;              ///< --full
-    bool onWord = false;            ///< --on-word
-    std::string listen;             ///< --listen
+    std::chrono::duration<double> length{};     ///< --for; 0: not given
+    std::string at;                             ///< --at
+    std::string until;                          ///< --until
+    bool force = false;                         ///< --force
+    bool once = false;                          ///< --once
+    bool markdown = false;                      ///< --markdown
+    bool stats = false;                         ///< --stats
+    bool history = false;                       ///< --history
+    bool all = false;                           ///< --all
+    bool full = false;                          ///< --full
+    bool onWord = false;                        ///< --on-word
+    std::string listen;                         ///< --listen
     std::map<std::string, std::string> options; ///< of verbs, by the name of the argument; a switch has "1"
     std::vector<std::string> rest; ///< of the argument that may come several times; then behind `words`
 

@@ -190,7 +190,12 @@ std::span<const OptionRow> ctlOptions()
     static constexpr OptionRow rows[] = {
         {"for", "SECONDS", "end after this many seconds of recorded time",
          [](CLI::App &command, Arguments &arguments) {
-             command.add_option("--for", arguments.seconds)->check(takeLength);
+             command
+                 .add_option_function<double>("--for",
+                                              [&arguments](double seconds) {
+                                                  arguments.length = std::chrono::duration<double>(seconds);
+                                              })
+                 ->check(takeLength);
          }},
         {"at", "TIME",
          "plan a take: its first frame carries this timecode (10:00:00:00) or is that of this time of day "

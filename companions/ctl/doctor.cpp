@@ -8,7 +8,7 @@
 #include "platform/product/stillfiles.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsamefilesystem.h"
 #include "platform/qmx/edges/lumenprofile.h"
@@ -100,7 +100,7 @@ public:
     void record(const QmxLogRecord &record) override
     {
         const std::lock_guard lock(_mutex);
-        if (record.level <= 2) texts << record.text;
+        if (record.level <= QmxLogLevel::Warning) texts << record.text;
     }
     QStringList texts;
 
@@ -146,7 +146,7 @@ Finding inputs(Recorder &recorder)
         GetDescriptor(eParam_VideoInput)->label(int(recorder.number(eParam_VideoInput))));
     // An input counts as there after half a second of good signal: a daemon that has just begun is waited
     // for.
-    constexpr int settleTime = 2000; // ms
+    constexpr std::chrono::seconds settleTime(2);
     const bool isThere =
         recorder.waitFor([&recorder] { return recorder.inputProblem().isEmpty(); }, settleTime);
     const QString found =

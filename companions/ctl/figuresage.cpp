@@ -7,26 +7,29 @@
 #include "platform/qmx/core/qmxtakewindow.h"
 
 #include <algorithm>
-#include <cmath>
 
-double figuresAge(const Recorder &recorder, const std::optional<QmxPreviewPicture> &card)
+std::optional<FiguresAge> figuresAge(const Recorder &recorder, const std::optional<QmxPreviewPicture> &card)
 {
     qint64 told = card ? card->time : 0;
     if (told == 0)
         if (const auto now = QmxTakeWindow::Client().now()) told = now->moment;
-    if (told == 0) return -1;
+    if (told == 0) return {};
     // (A recorder whose clock runs faster than the machine's is ahead.)
-    const qint64 age = std::max<qint64>(0, recorder.environment().clock->now() - told);
-    constexpr double tenths = 10;
-    return std::round(double(age) / double(QmxClock::nsPerSecond) * tenths) / tenths;
+    const QmxClock::Duration age = recorder.environment().clock->since(told);
+    return std::chrono::round<FiguresAge>(std::max(age, QmxClock::Duration::zero()));
 }
 
-QString ageText(double age)
+double ageNumber(const std::optional<FiguresAge> &age)
 {
-    return age < 0 ? QString() : QStringLiteral(", %1 s old").arg(age, 0, 'f', 1);
+    return age ? std::chrono::duration<double>(*age).count() : -1;
 }
 
-QString lastTakeText(const DeckState &deck, double age)
+QString ageText(const std::optional<FiguresAge> &age)
+{
+    return age ? QStringLiteral(", %1 s old").arg(ageNumber(age), 0, 'f', 1) : QString();
+}
+
+QString lastTakeText(const DeckState &deck, const std::optional<FiguresAge> &age)
 {
     return QStringLiteral("  last      its last take had %1, %2 safe%3\n")
         .arg(qmxCounted(deck.clipFrames, "frame"))

@@ -179,7 +179,7 @@ ExitCode Gang::record(const Arguments &arguments)
         if (!now || isTimed) continue; // (an older daemon: it begins as soon as it can)
         const qint64 in = Clocks::indexAt(*now, moment);
         const qint64 frames =
-            qRound64(arguments.seconds * double(QmxClock::nsPerSecond) / double(now->period));
+            qRound64(arguments.length / std::chrono::duration<double, std::nano>(double(now->period)));
         if (clocks.set(channel, in, frames > 0 ? in + frames : 0)) first[channel] = in;
     }
     asked.begin(ready);

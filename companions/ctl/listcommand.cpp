@@ -19,7 +19,7 @@
 
 namespace {
 /// Held by the one program that changes the list, from reading it to writing it.
-constexpr int lockWithin = 5000; // ms
+constexpr std::chrono::seconds lockWithin(5);
 
 /// A place among `count`; nothing when the text is none.
 std::optional<int> placeIn(qsizetype count, const std::string &text)

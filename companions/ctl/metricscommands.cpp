@@ -13,7 +13,7 @@
 #include <mutex>
 
 namespace {
-constexpr int dayLong = 24 * 3600 * 1000; // ms
+constexpr std::chrono::hours dayLong(24);
 
 std::vector<prometheus::MetricFamily> families(const QList<Metric> &metrics)
 {
@@ -116,7 +116,7 @@ ExitCode ctlMetrics(Recorder &recorder, const Report &report, const Arguments &a
 
 ExitCode watchStats(Recorder &recorder, const Report &report, bool once)
 {
-    constexpr int every = 1000; // ms
+    constexpr std::chrono::seconds every(1);
     do {
         const QList<Metric> metrics = collectMetrics(recorder);
         report.page(asText(metrics), asObject(metrics));

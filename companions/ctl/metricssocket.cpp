@@ -15,7 +15,8 @@
 namespace {
 constexpr int backlog = 16;
 constexpr int lookEvery = 200; // ms, for the end
-constexpr int patience = 1;    // s, with a client that says or takes nothing, or one byte after the other
+/// With a client that says or takes nothing, or one byte after the other.
+constexpr std::chrono::seconds patience(1);
 constexpr qsizetype longestRequest = 16384;
 
 bool isServed(const sockaddr_un &address)
@@ -31,7 +32,7 @@ bool isServed(const sockaddr_un &address)
 void readRequest(int client)
 {
     QmxClock &clock = *QmxEnvironment::current().clock;
-    const qint64 end = clock.now() + patience * QmxClock::nsPerSecond;
+    const qint64 end = clock.after(patience);
     QByteArray request;
     char buffer[1024];
     while (!request.contains("\r\n\r\n") && !request.contains("\n\n") && request.size() < longestRequest) {
@@ -99,7 +100,7 @@ void MetricsSocket::serve(const std::function<QByteArray()> &text, const std::fu
         if (::poll(&waiting, 1, lookEvery) <= 0) continue;
         const int client = ::accept4(_fd, nullptr, nullptr, SOCK_CLOEXEC);
         if (client < 0) continue;
-        const timeval within = {patience, 0};
+        const timeval within = {patience.count(), 0};
         ::setsockopt(client, SOL_SOCKET, SO_SNDTIMEO, &within, sizeof within);
         readRequest(client);
         answer(client, text());

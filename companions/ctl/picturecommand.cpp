@@ -163,7 +163,7 @@ ExitCode ctlPicture(Recorder &recorder, const Report &report, const Arguments &a
                             "call it .png or .jpg");
     QmxPreviewReader reader;
     QmxPreviewPicture picture;
-    constexpr int pictureWithin = 3000; // ms
+    constexpr std::chrono::seconds pictureWithin(3);
     if (!recorder.waitFor([&] { return reader.open() && reader.read(picture) && picture.width > 0; },
                           pictureWithin)) {
         return report.error(ExitCode::Refused, "there is no picture on the output",

@@ -120,7 +120,7 @@ QString lineOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
 
 /// Everything that a deck shows on its front, a line each.
 QString pageOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &card, const QString &input,
-               bool loops, double age)
+               bool loops, const std::optional<FiguresAge> &age)
 {
     QString text = lineOf(deck, card) + "\n";
     if (!deck.running) return deck.clipFrames > 0 ? text + lastTakeText(deck, age) : text;
@@ -198,7 +198,7 @@ public:
         _watch.emplace(QString::fromLatin1(client));
         if (follows) _following = _watch->follow();
         // The length of its clip is asked of the disk.
-        constexpr int lengthWithin = 500; // ms
+        constexpr std::chrono::milliseconds lengthWithin(500);
         recorder.waitFor(
             [this] {
                 const DeckWatch::State state = _watch->state();
@@ -259,9 +259,9 @@ ExitCode ctlStatus(Recorder &recorder, const Report &report, const Arguments &)
     const DeckState state = deck.look();
     const auto card = recorder.card();
     const bool loops = deck.loops(state);
-    const double age = figuresAge(recorder, card);
+    const auto age = figuresAge(recorder, card);
     QJsonObject object = objectOf(state, card, loops);
-    object["figures_age"] = age;
+    object["figures_age"] = ageNumber(age);
     report.result(pageOf(state, card, deck.input(state), loops, age), object);
     if (recorder.daemonStandsStill()) return tellStandsStill(report);
     if (!state.running) return ExitCode::NoDaemon;
@@ -272,7 +272,7 @@ ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arg
 {
     if (arguments.stats) return watchStats(recorder, report, arguments.once);
     Deck deck(recorder, "xpctl-watch", true);
-    constexpr int standsStillAfter = 1000; // ms
+    constexpr std::chrono::seconds standsStillAfter(1);
     qint64 tick = -1;
     qint64 tickBefore = -1;
     bool isTold = false;
@@ -288,7 +288,7 @@ ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arg
         tick = state.tick; // the one that the line shows
         if (text != lastText || (report.isJson() && object != lastObject)) {
             QJsonObject told = object; // (its age alone is nothing new)
-            told["figures_age"] = figuresAge(recorder, card);
+            told["figures_age"] = ageNumber(figuresAge(recorder, card));
             report.line(text, told);
         }
         lastText = text;

@@ -67,7 +67,8 @@ Request requestOf(const VerbRow &verb, const Arguments &arguments)
         if (argument.isRequired || !word.empty())
             request.arguments[QLatin1String(argument.name)] = QString::fromStdString(word);
     }
-    if (arguments.seconds > 0) request.arguments["for"] = QString::number(arguments.seconds, 'g', 17);
+    if (arguments.length.count() > 0)
+        request.arguments["for"] = QString::number(arguments.length.count(), 'g', 17);
     if (arguments.untilDone) request.arguments["until_done"] = "1";
     return request;
 }

@@ -3,7 +3,7 @@
 
 #include "companions/mediad/openfile.h"
 #include "platform/product/clipmarks.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -47,7 +47,7 @@ void marksFollow(const std::string &path, const std::string &target, const QmxEn
 {
     const QmxError error = ClipMarksFile::follow(QString::fromLocal8Bit(path), QString::fromLocal8Bit(target),
                                                  false, environment);
-    if (error.isError()) qmxLogOutput(2, "clipcare", __LINE__, "%s\n", qPrintable(error.toString()));
+    if (error.isError()) qmxLogText(QmxLogLevel::Warning, "clipcare", __LINE__, error.toString());
 }
 
 } // namespace

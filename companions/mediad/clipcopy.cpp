@@ -6,7 +6,7 @@
 #include "platform/product/clipmarks.h"
 #include "platform/qmx/clip/qmxblake3.h"
 #include "platform/qmx/clip/qmxclipcheck.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QFileInfo>
 
@@ -224,6 +224,6 @@ QmxError copyClip(const std::string &from, const std::string &to, const QmxEnvir
     if (error.isError()) return error;
     const QmxError marks =
         ClipMarksFile::follow(QString::fromLocal8Bit(from), QString::fromLocal8Bit(to), true, environment);
-    if (marks.isError()) qmxLogOutput(2, "clipcopy", __LINE__, "%s\n", qPrintable(marks.toString()));
+    if (marks.isError()) qmxLogText(QmxLogLevel::Warning, "clipcopy", __LINE__, marks.toString());
     return error;
 }

@@ -8,7 +8,7 @@
 #include "platform/product/clipmarks.h"
 #include "platform/qmx/clip/qmxclipcheck.h"
 #include "platform/qmx/clip/qmxclipwriter.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -193,7 +193,7 @@ private:
             return QmxError();
         };
         if (const QmxError error = ClipMarksFile::change(_order.to, set, told, _environment); error.isError())
-            qmxLogOutput(2, "clipexport", __LINE__, "%s\n", qPrintable(error.toString()));
+            qmxLogText(QmxLogLevel::Warning, "clipexport", __LINE__, error.toString());
     }
 
     QmxError canceled() const

@@ -5,7 +5,7 @@
 #include "platform/product/clipscan.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxcounted.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -66,12 +66,13 @@ std::vector<std::string> repairClips(const std::string &folder, const QmxEnviron
         const QString text =
             repairClip(QString::fromLocal8Bit(entry->path().string()), environment, isUnfinished);
         if (text.isEmpty()) continue;
-        qmxLogOutput(2, module, __LINE__, "%s\n", text.toLocal8Bit().constData());
+        qmxLogText(QmxLogLevel::Warning, module, __LINE__, text);
         report.push_back(text.toStdString());
     }
     if (failed) {
-        qmxLogOutput(1, module, __LINE__, "Cannot look for unfinished clips in %s: %s; check the medium\n",
-                     folder.c_str(), failed.message().c_str());
+        qmxLogOutput(QmxLogLevel::Error, module, __LINE__,
+                     "Cannot look for unfinished clips in %s: %s; check the medium\n", folder.c_str(),
+                     failed.message().c_str());
     }
     if (unfinished) *unfinished = isUnfinished;
     return report;

@@ -2,7 +2,7 @@
 #include "companions/mediad/clipshare.h"
 
 #include "platform/product/clipscan.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char *module = "clipshare";
 /// A folder that has just changed may change once more within the same tick of its clock.
-constexpr qint64 settleTime = 2 * QmxClock::nsPerSecond;
+constexpr std::chrono::seconds settleTime(2);
 
 } // namespace
 
@@ -75,7 +75,7 @@ void ClipShare::listed(const std::string &path, std::uint64_t mount,
     if (found == _media.end() || found->second.mount != mount) return; // another one is there now
     Shared &medium = found->second;
     medium.underWay = false;
-    if (!listing || !listing->settled) medium.again = _environment.clock->now() + settleTime;
+    if (!listing || !listing->settled) medium.again = _environment.clock->after(settleTime);
     if (!listing || *listing == medium.listing) return;
     medium.listing = *listing;
     publish();
@@ -96,5 +96,5 @@ void ClipShare::publish()
     }
     std::string error;
     if (!_allClips.publish(listings, &error) || !_listedClips.publish(played, &error))
-        qmxLogOutput(2, module, __LINE__, "%s\n", error.c_str());
+        qmxLogText(QmxLogLevel::Warning, module, __LINE__, QString::fromStdString(error));
 }

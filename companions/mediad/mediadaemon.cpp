@@ -5,12 +5,9 @@
 
 #include "companions/mediad/cliprepair.h"
 #include "companions/mediad/orderrules.h"
-#include "companions/mediad/thumbnails.h"
-#include "platform/product/mediumhelper.h"
 #include "platform/qmx/core/qmxcounters.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
-#include "platform/qmx/core/qmxtaskthread.h"
 #include "platform/store/alarmproducer.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/config.h"
@@ -28,14 +25,9 @@
 namespace {
 
 constexpr const char *module = "mediadaemon";
-constexpr const char *mountTable = "/proc/self/mountinfo";
-constexpr int lookInterval = 250; // ms
-/// Clips are listed less often: on a full medium there are many. Every change of the transport lists them
-/// too.
-constexpr qint64 listInterval = QmxClock::nsPerSecond;
-constexpr std::chrono::milliseconds firstLook{2000};
+constexpr std::chrono::milliseconds lookInterval(250);
 /// The report changes with every second of a take; nobody needs it that often.
-constexpr qint64 reportInterval = 2 * QmxClock::nsPerSecond;
+constexpr std::chrono::seconds reportInterval(2);
 constexpr std::size_t mostRepairsTold = 5;
 /// Orders that come while the media are looked at. More of them than may wait, so that those are refused
 /// aloud.
@@ -43,59 +35,21 @@ constexpr std::size_t mostUnread = std::size_t(16) * MediaJobs::bound;
 
 } // namespace
 
-struct MediaDaemon::Place
-{
-    Place(std::uint64_t number, const QmxEnvironment &environment)
-        : mount(number), look(std::make_shared<MediumLook>(environment))
-    {}
-    ~Place()
-    {
-        // The medium is gone or the program ends: work may hang there, and starts again the next time.
-        for (const auto &thread : {&work, &pictures})
-            if (*thread) (*thread)->abandon();
-    }
-
-    const std::uint64_t mount;
-    /// Of ten thousand clips it may come when nobody waits any more: it is good for the next step then.
-    struct Seen
-    {
-        std::mutex mutex;
-        std::optional<Medium> medium;
-        qint64 since = 0; ///< when its listing was begun
-        bool isNew = false;
-    };
-
-    const std::shared_ptr<MediumLook> look; ///< only on the medium's helper thread
-    const std::shared_ptr<Seen> seen = std::make_shared<Seen>();
-    std::optional<Medium> known; ///< of the last look
-    qint64 knownSince = 0;       ///< when that was begun
-    std::uint64_t pictured = 0;  ///< the clips that have thumbnails, as Medium::clips; 0: none
-    std::unique_ptr<QmxTaskThread> work;
-    std::unique_ptr<QmxTaskThread> pictures; ///< of ten thousand clips they take long; nothing waits for them
-};
-
 MediaDaemon::MediaDaemon(std::unique_ptr<Config> config, QObject *parent)
     : QObject(parent),
       _environment(QmxEnvironment::current()),
       _recorderLock(_environment.places->recorderLock),
       _machine(_environment.places->media.toStdString()),
-      _mountTable(QString::fromLatin1(mountTable)),
+      _media(_environment),
       _jobs(_environment,
             [this](const MediaOrder &order, const MediaOrderState &state) { orderTold(order, state); }),
-      _clips(_environment,
-             [this](const std::string &medium, std::function<void()> job) {
-                 const auto place = _places.find(medium);
-                 return place != _places.end() && workOf(*place->second).post(std::move(job));
-             }),
+      _clips(_environment, [this](const std::string &medium,
+                                  std::function<void()> job) { return _media.work(medium, std::move(job)); }),
       _store(std::move(config))
 {
-    if (_mountTable.open(QIODevice::ReadOnly)) {
-        // The kernel reports a changed mount table as an exceptional condition.
-        auto *changed = new QSocketNotifier(_mountTable.handle(), QSocketNotifier::Exception, this);
+    if (const int table = _media.mountTable(); table >= 0) {
+        auto *changed = new QSocketNotifier(table, QSocketNotifier::Exception, this);
         connect(changed, &QSocketNotifier::activated, this, &MediaDaemon::step);
-    } else {
-        qmxLogOutput(1, module, __LINE__, "Cannot read %s: %s; no media are found\n", mountTable,
-                     _mountTable.errorString().toLocal8Bit().constData());
     }
     _store.config().addListener(this);
     step();
@@ -176,7 +130,7 @@ void MediaDaemon::wake()
         this,
         [this] {
             _woken = false;
-            _listedAt = 0; // what changed may be a clip
+            _media.listAgain(); // what changed may be a clip
             step();
         },
         Qt::QueuedConnection);
@@ -185,7 +139,7 @@ void MediaDaemon::wake()
 void MediaDaemon::step()
 {
     readOrders();
-    const std::vector<Medium> now = media();
+    const std::vector<Medium> now = _media.look(_first);
     // While the store refuses, the machine waits: its next decision would stand on writes that are not there.
     _store.beginStep();
     if (!_store.writeQueued()) return;
@@ -205,65 +159,8 @@ void MediaDaemon::step()
     careForCopies(now, is, happened.takeBegun);
     report(now, is);
     _clips.follow(now, is.active, _store.text(eParam_PlayList));
-    picture(is);
+    _media.makePictures(is.daemonRuns && is.status == TransportStatus::Recording);
     _first = false;
-}
-
-std::vector<Mount> MediaDaemon::mounts()
-{
-    if (!_mountTable.isOpen()) return {};
-    _mountTable.seek(0);
-    return parseMountTable(_mountTable.readAll().toStdString(), _environment.places->media.toStdString());
-}
-
-std::vector<Medium> MediaDaemon::media()
-{
-    const qint64 now = _environment.clock->now();
-    const bool list = _listedAt == 0 || now - _listedAt >= listInterval;
-    if (list) _listedAt = now;
-    std::map<std::string, std::unique_ptr<Place>> places;
-    std::vector<Medium> found;
-    for (const Mount &mount : mounts()) {
-        std::unique_ptr<Place> &place = places[mount.path];
-        if (const auto before = _places.find(mount.path); before != _places.end())
-            place = std::move(before->second);
-        if (!place || place->mount != mount.mount) place = std::make_unique<Place>(mount.mount, _environment);
-        lookAt(*place, mount, list);
-        if (place->known) found.push_back(*place->known);
-    }
-    _places = std::move(places);
-    return found;
-}
-
-void MediaDaemon::lookAt(Place &place, const Mount &mount, bool list)
-{
-    const auto wait = _first ? firstLook : MediumHelper::limit;
-    MediumHelper::instance().ask(
-        mount.path,
-        [look = place.look, mount, list, seen = place.seen, clock = _environment.clock] {
-            const qint64 since = clock->now();
-            std::optional<Medium> medium = look->look(mount, list);
-            const std::lock_guard lock(seen->mutex);
-            seen->medium = std::move(medium);
-            if (list) seen->since = since;
-            seen->isNew = true;
-        },
-        wait);
-    const auto room = MediumHelper::instance().answer<std::optional<MediumRoom>>(
-        mount.path, [files = _environment.files, mount] { return measureRoom(*files, mount); }, wait,
-        MediumHelper::Lane::Room);
-    {
-        const std::lock_guard lock(place.seen->mutex);
-        if (std::exchange(place.seen->isNew, false)) place.known = std::move(place.seen->medium);
-        place.knownSince = place.seen->since;
-    }
-    if (!place.known) return;
-    if (!room)
-        place.known->writable = false; // it hangs; nothing is begun on it
-    else if (!*room)
-        place.known.reset();
-    else
-        (*room)->applyTo(*place.known);
 }
 
 MediaParameters MediaDaemon::parameters()
@@ -296,19 +193,17 @@ void MediaDaemon::log(const MediaWrite &order)
 {
     const std::string name = GetDescriptor(order.id)->name();
     if (order.kind == MediaWrite::Number)
-        qmxLogOutput(3, module, __LINE__, "%s = %u\n", name.c_str(), order.number);
+        qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "%s = %u\n", name.c_str(), order.number);
     else if (order.kind == MediaWrite::Text)
-        qmxLogOutput(3, module, __LINE__, "%s = '%s'\n", name.c_str(), order.text.c_str());
+        qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "%s = '%s'\n", name.c_str(), order.text.c_str());
     else if (order.kind == MediaWrite::RaiseAlarm)
-        qmxLogOutput(2, module, __LINE__, "%s\n", order.text.c_str());
+        qmxLogText(QmxLogLevel::Warning, module, __LINE__, QString::fromStdString(order.text));
 }
 
 void MediaDaemon::repair(const std::string &path)
 {
-    const auto place = _places.find(path);
-    if (place == _places.end()) return; // gone again
     // A full queue has a repair waiting already, which will find everything.
-    workOf(*place->second).post([path, environment = _environment, self = QPointer<MediaDaemon>(this)] {
+    _media.work(path, [path, environment = _environment, self = QPointer<MediaDaemon>(this)] {
         bool unfinished = false;
         const std::vector<std::string> report = repairClips(path, environment, &unfinished);
         if (report.empty()) return;
@@ -321,42 +216,6 @@ void MediaDaemon::repair(const std::string &path)
             },
             Qt::QueuedConnection);
     });
-}
-
-QmxTaskThread &MediaDaemon::workOf(Place &place)
-{
-    constexpr int bound = 4;
-    if (!place.work)
-        place.work = std::make_unique<QmxTaskThread>(QStringLiteral("media-work"), bound, _environment);
-    return *place.work;
-}
-
-QmxTaskThread &MediaDaemon::picturesOf(Place &place)
-{
-    constexpr int bound = 1;
-    if (!place.pictures)
-        place.pictures =
-            std::make_unique<QmxTaskThread>(QStringLiteral("media-pictures"), bound, _environment);
-    return *place.pictures;
-}
-
-/// Pictures of clips are made while nothing is recorded; what a take has interrupted begins again after it.
-void MediaDaemon::picture(const MediaParameters &is)
-{
-    *_recording = is.daemonRuns && is.status == TransportStatus::Recording;
-    for (const auto &entry : _places) {
-        const std::string &path = entry.first;
-        const auto &place = entry.second;
-        if (*_recording) place->pictured = 0;
-        if (*_recording || !place->known || place->pictured == place->known->clips) continue;
-        const std::string folder =
-            _environment.places->thumbnails.toStdString() + path.substr(path.rfind('/'));
-        const bool posted =
-            picturesOf(*place).post([path, folder, environment = _environment, recording = _recording] {
-                keepThumbnails(path, folder, environment, [&recording] { return !*recording; });
-            });
-        if (posted) place->pictured = place->known->clips;
-    }
 }
 
 /// The operator shall know what became of clips that he believes whole; until he begins the next take.
@@ -397,7 +256,7 @@ void MediaDaemon::followSchedule(const MediaParameters &is, const MediaEvents &h
     const ScheduleMachine::Orders orders = _scheduleMachine.step(
         takes, {_environment.clock->wallTime(), std::max(is.recorder, 0), is.status, happened.commands});
     for (const std::string &line : orders.log)
-        qmxLogOutput(3, module, __LINE__, "Scheduled %s\n", line.c_str());
+        qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "Scheduled %s\n", line.c_str());
     writes.insert(writes.end(), orders.writes.begin(), orders.writes.end());
     if (!orders.changed) return;
     _scheduleText = takes.print();
@@ -439,20 +298,19 @@ void MediaDaemon::readOrders()
 /// The clip that an order is about is not there, but nobody has looked since, or a take has just left it.
 bool MediaDaemon::mayStillCome(const MediaOrder &order, const MediaParameters &is, qint64 since) const
 {
-    constexpr qint64 orderWithin = 2 * QmxClock::nsPerSecond;
-    const auto place = _places.find(order.from);
-    if (place == _places.end() || !place->second->known || _environment.clock->now() - since > orderWithin)
-        return false;
-    const Medium &medium = *place->second->known;
+    constexpr std::chrono::seconds orderWithin(2);
+    const auto seen = _media.seen(order.from);
+    if (!seen || _environment.clock->since(since) > orderWithin) return false;
+    const Medium &medium = seen->medium;
     const bool isClosing =
         is.status != TransportStatus::Recording &&
         std::find(medium.recorded.begin(), medium.recorded.end(), order.clip) != medium.recorded.end();
-    return !medium.holds(order.clip) && (isClosing || place->second->knownSince < since);
+    return !medium.holds(order.clip) && (isClosing || seen->since < since);
 }
 
 void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParameters &is)
 {
-    constexpr int lookAgainAfter = 50; // ms
+    constexpr std::chrono::milliseconds lookAgainAfter(50);
     _jobs.follow(is);
     std::deque<Unread> orders;
     orders.swap(_unread);
@@ -498,7 +356,8 @@ void MediaDaemon::orderTold(const MediaOrder &order, const MediaOrderState &stat
             AlarmProducer::clear(&_store.config(), eParam_AlarmMirrorLost);
     }
     if (state.state != "running")
-        qmxLogOutput(state.state == "done" ? 3 : 2, module, __LINE__, "%s\n", state.text.c_str());
+        qmxLogText(state.state == "done" ? QmxLogLevel::Info : QmxLogLevel::Warning, module, __LINE__,
+                   QString::fromStdString(state.text));
     if (state.state == "done" && order.verb == "delete" && _store.text(eParam_CurrentClip) == order.clip &&
         _store.text(eParam_ActiveMediaPath) == order.from)
         _store.write({eParam_CurrentClip, MediaWrite::Text, 0, noClip});
@@ -524,7 +383,7 @@ void MediaDaemon::report(const std::vector<Medium> &media, const MediaParameters
     if (recording) _store.forgetLost();
     const qint64 now = _environment.clock->now();
     const bool mediaChanged = is.active + is.rollover != _reportedPaths;
-    if (!_first && !mediaChanged && now - _reportedAt < reportInterval) return;
+    if (!_first && !mediaChanged && _environment.clock->since(_reportedAt) < reportInterval) return;
     _reportedAt = now;
     _recordTime.observeRoom(now, media);
     _reportedPaths = is.active + is.rollover;

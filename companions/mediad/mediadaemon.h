@@ -4,8 +4,8 @@
 #include "companions/mediad/clipshare.h"
 #include "companions/mediad/mediajobs.h"
 #include "companions/mediad/mediamachine.h"
+#include "companions/mediad/mediaplaces.h"
 #include "companions/mediad/mediastore.h"
-#include "companions/mediad/mediumlook.h"
 #include "companions/mediad/mirrorcare.h"
 #include "companions/mediad/recordtime.h"
 #include "companions/mediad/schedulemachine.h"
@@ -13,25 +13,21 @@
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/store/configeventlistener.h"
 
-#include <QFile>
 #include <QObject>
 
 #include <atomic>
 #include <deque>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
 
 class Config;
-class QmxTaskThread;
 
 /// Runs the media machine on the real machine: looks at mount table, media and store, lets it decide, writes.
 ///
 /// Threads: everything runs on the event loop but the listener's calls, which come on the store's thread and
-/// only note and wake. Each medium is asked on its helper thread (MediumHelper: at most 100 ms); a thread of
-/// its own ("media-work") repairs clips and makes their pictures. Orders run on "media-jobs" and
-/// "media-orders" (MediaJobs).
+/// only note and wake. Media are looked at and worked on by threads of theirs (MediaPlaces). Orders run on
+/// "media-jobs" and "media-orders" (MediaJobs).
 class MediaDaemon : public QObject, private ConfigEventListener
 {
     Q_OBJECT
@@ -46,25 +42,16 @@ protected:
     void timerEvent(QTimerEvent *event) override;
 
 private:
-    /// One medium's helpers, shared with the threads that may still be using them.
-    struct Place;
-
     using ConfigEventListener::ParamChanged;
     void ParamChanged(eParam_t id, unsigned value, timeval time) override;
     void ParamChanged(eParam_t id, std::string value, timeval time) override;
 
     void wake();
     void step();
-    std::vector<Mount> mounts();
-    std::vector<Medium> media();
-    void lookAt(Place &place, const Mount &mount, bool list);
     MediaParameters parameters();
     MediaEvents events();
     static void log(const MediaWrite &order);
     void repair(const std::string &path);
-    QmxTaskThread &workOf(Place &place);
-    QmxTaskThread &picturesOf(Place &place);
-    void picture(const MediaParameters &is);
     void repaired(const std::vector<std::string> &report);
     void tellRepairs();
     RecordSchedule &schedule();
@@ -84,8 +71,7 @@ private:
     ScheduleMachine _scheduleMachine;
     RecordSchedule _schedule;
     std::string _scheduleText; ///< as the store has it
-    QFile _mountTable;
-    std::map<std::string, std::unique_ptr<Place>> _places; ///< by path
+    MediaPlaces _media;
     RecordTime _recordTime;
     MediaJobs _jobs;
     ClipShare _clips;
@@ -97,9 +83,6 @@ private:
     std::vector<std::string> _repairs;   ///< since the last take
     std::set<std::string> _repairsKnown; ///< ever told
     bool _repairsTold = true;
-    /// Asked by the threads of the media, which may outlive this object.
-    const std::shared_ptr<std::atomic<bool>> _recording = std::make_shared<std::atomic<bool>>(false);
-    qint64 _listedAt = 0;
     bool _first = true;
     std::atomic<bool> _woken = false;
     std::atomic<int> _rolloversDone = 0;

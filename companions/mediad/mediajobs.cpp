@@ -29,7 +29,7 @@
 
 namespace {
 
-constexpr qint64 tellEvery = 500 * QmxClock::nsPerMillisecond;
+constexpr std::chrono::milliseconds tellEvery(500);
 
 /// The disk and the processors serve everybody else first, the disk where its scheduler knows the difference
 /// (ioprio_set(2)).
@@ -76,7 +76,7 @@ public:
     bool operator()(qint64 done, qint64 total)
     {
         const qint64 now = _clock.now();
-        if (now - _toldAt >= tellEvery) {
+        if (QmxClock::Duration(now - _toldAt) >= tellEvery) {
             _toldAt = now;
             _told(total > 0 ? int(100 * done / total) : 100);
         }

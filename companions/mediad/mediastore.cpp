@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/mediad/mediastore.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/alarmproducer.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/config.h"
@@ -85,7 +85,7 @@ MediaStore::Outcome MediaStore::tryToWrite(const MediaWrite &order)
     answered(since, done);
     if (!done && _told != _config->lastError()) {
         _told = _config->lastError();
-        qmxLogOutput(1, module, __LINE__, "%s; trying again\n", _told.c_str());
+        qmxLogOutput(QmxLogLevel::Error, module, __LINE__, "%s; trying again\n", _told.c_str());
     }
     if (!done) return Outcome::Failed;
     _told.clear();
@@ -97,7 +97,7 @@ MediaStore::Outcome MediaStore::tryToWrite(const MediaWrite &order)
 
 void MediaStore::tellLost(const std::string &text)
 {
-    qmxLogOutput(1, module, __LINE__, "%s\n", text.c_str());
+    qmxLogText(QmxLogLevel::Error, module, __LINE__, QString::fromStdString(text));
     _lostText = text;
     raiseLost();
 }

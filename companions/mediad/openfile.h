@@ -14,10 +14,10 @@
 inline bool tryForAMoment(QmxClock &clock, const std::function<bool()> &attempt)
 {
     constexpr int tries = 5;
-    constexpr qint64 pause = 20 * QmxClock::nsPerMillisecond;
+    constexpr std::chrono::milliseconds pause(20);
     for (int left = tries - 1; !attempt(); --left) {
         if (left == 0) return false;
-        clock.sleepUntil(clock.now() + pause);
+        clock.sleepFor(pause);
     }
     return true;
 }

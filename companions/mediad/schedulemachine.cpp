@@ -6,8 +6,7 @@
 
 namespace {
 
-constexpr std::int64_t millisecond = 1'000'000;
-constexpr std::int64_t second = 1000 * millisecond;
+constexpr std::int64_t second = 1'000'000'000;
 /// Commands are given again while they have no effect.
 constexpr std::int64_t commandEvery = 2 * second;
 /// A take without an end that could not begin for so long is given up.
@@ -36,7 +35,7 @@ ScheduleMachine::Orders ScheduleMachine::step(RecordSchedule &schedule, const Vi
             orders.changed = true;
             return true;
         }
-        if (waits || view.wall < take.start - armSeconds * second) return false;
+        if (waits || view.wall < take.start - armAhead.count()) return false;
         waits = true;
         wait(take, view, orders);
         return false;
@@ -75,8 +74,8 @@ void ScheduleMachine::wait(ScheduledTake &take, const View &view, Orders &orders
 {
     const bool isLate = view.wall > take.start + lateAfter;
     // (This program may have begun anew after the command.)
-    const bool mayBeOurs = view.wall - _firstWall < commandSeconds * second &&
-                           _firstWall > take.start - commandSeconds * second && !isLate;
+    const bool mayBeOurs = view.wall - _firstWall < commandAhead.count() &&
+                           _firstWall > take.start - commandAhead.count() && !isLate;
     const bool isOurs = (_commanded == take.number && _armedRecorder == view.recorder) || mayBeOurs;
     if (view.recorder == 0) {
         if (isLate) raise(take, "the recorder is not running; start it", orders);
@@ -104,7 +103,7 @@ void ScheduleMachine::wait(ScheduledTake &take, const View &view, Orders &orders
         arm(take, view, orders);
         return; // the recorder shall know of it before the command comes
     }
-    if (view.wall < take.start - commandSeconds * second) return;
+    if (view.wall < take.start - commandAhead.count()) return;
     if (!isDue(view.wall)) return;
     _commanded = take.number;
     _isGiven = true;
@@ -117,7 +116,7 @@ bool ScheduleMachine::follow(ScheduledTake &take, const View &view, Orders &orde
 {
     if (take.end == 0) return false; // whoever wants to stops it
     const bool runs = view.recorder != 0 && view.status == TransportStatus::Recording;
-    if (view.wall >= take.end + stopAfter * millisecond) {
+    if (view.wall >= take.end + stopAfter.count()) {
         if (!runs) {
             orders.log.push_back(take.describe() + " has ended");
             return false;

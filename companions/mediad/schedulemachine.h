@@ -4,6 +4,7 @@
 #include "companions/mediad/mediamachine.h"
 #include "platform/product/recordschedule.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -21,10 +22,10 @@ class ScheduleMachine
 {
 public:
     /// So long before its start the recorder is told of it, and is the command given.
-    static constexpr std::int64_t armSeconds = 8;
-    static constexpr std::int64_t commandSeconds = 4;
-    /// So long after its end it is stopped, in milliseconds: the frames up to the end have been captured.
-    static constexpr std::int64_t stopAfter = 300;
+    static constexpr std::chrono::nanoseconds armAhead = std::chrono::seconds(8);
+    static constexpr std::chrono::nanoseconds commandAhead = std::chrono::seconds(4);
+    /// So long after its end it is stopped: the frames up to the end have been captured.
+    static constexpr std::chrono::nanoseconds stopAfter = std::chrono::milliseconds(300);
 
     struct View
     {

@@ -5,7 +5,7 @@
 #include "platform/product/programtext.h"
 #include "platform/qmx/core/qmxchannel.h"
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/config.h"
 #include "platform/store/redisbackend.h"
@@ -34,7 +34,7 @@ using asio::ip::tcp;
 namespace {
 constexpr const char *module = "fleet";
 constexpr qint64 lookEvery = 5 * QmxClock::nsPerSecond;
-constexpr int announcedFor = 15; ///< seconds
+constexpr std::chrono::seconds announcedFor(15);
 constexpr std::chrono::seconds answerWithin{2};
 constexpr qsizetype mostMachines = 128;
 constexpr auto selfTarget = "/api/v1/fleet/self";
@@ -160,11 +160,12 @@ Fleet::Fleet(quint16 port, bool isOpen) : _port(port), _isOpen(isOpen), _key(key
 {
     QString problem;
     const FleetKey again(keyFile(), &problem);
-    if (!problem.isEmpty()) qmxLogOutput(2, module, __LINE__, "No fleet: %s\n", qUtf8Printable(problem));
+    if (!problem.isEmpty())
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__, "No fleet: %s\n", qUtf8Printable(problem));
     if (!_key.isSet()) return;
     const QmxError error = QmxEnvironment::current().threads->start(
         QStringLiteral("panel-fleet"), [this] { run(); }, _thread);
-    if (error.isError()) qmxLogOutput(1, module, __LINE__, "%s\n", qPrintable(error.toString()));
+    if (error.isError()) qmxLogText(QmxLogLevel::Error, module, __LINE__, error.toString());
 }
 
 Fleet::~Fleet()

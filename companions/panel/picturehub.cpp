@@ -2,7 +2,7 @@
 #include "companions/panel/picturehub.h"
 
 #include "companions/panel/jpeg.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxthreads.h"
 
 #include <QtEndian>
@@ -152,7 +152,8 @@ void PictureHub::Coder::look(bool on)
             QStringLiteral("panel-picture"), [this] { run(); }, thread);
         // (Whoever looks next tries it again.)
         if (error.isError())
-            qmxLogOutput(1, "panel", __LINE__, "No pictures: %s\n", qPrintable(error.toString()));
+            qmxLogOutput(QmxLogLevel::Error, "panel", __LINE__, "No pictures: %s\n",
+                         qPrintable(error.toString()));
     }
     changed.notify_all();
 }

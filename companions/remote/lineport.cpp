@@ -4,7 +4,7 @@
 #include "companions/remote/text/linelanguage.h"
 #include "companions/remote/text/linereader.h"
 #include "platform/qmx/core/qmxclock.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <algorithm>
 #include <array>
@@ -57,9 +57,10 @@ void LinePort::open()
     _listener = Sockets::listenTcp(_config.host, _config.port, problem);
     _openAt = _listener.isOpen() ? std::nullopt : std::optional(_context.now() + openEvery);
     if (_listener.isOpen())
-        qmxLogOutput(3, module, __LINE__, "%s is open\n", qPrintable(_config.place));
+        qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "%s is open\n", qPrintable(_config.place));
     else if (problem != _problem)
-        qmxLogOutput(2, module, __LINE__, "%s; it is tried again until it can be\n", qPrintable(problem));
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__, "%s; it is tried again until it can be\n",
+                     qPrintable(problem));
     _problem = problem;
 }
 
@@ -224,7 +225,7 @@ void LinePort::reply(Client &client, const QByteArray &bytes)
         return;
     }
     client.counts->add(RemotePeer::Replies);
-    if (client.readAt != 0) client.counts->reply.add(_context.now() - client.readAt);
+    if (client.readAt != 0) client.counts->reply.add(QmxClock::Duration(_context.now() - client.readAt));
 }
 
 /// What differs from what the client was told last, however long ago that was.

@@ -6,7 +6,7 @@
 #include "platform/qmx/core/qmxchannel.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/paramdescriptor.h"
 
@@ -95,7 +95,8 @@ int main(int argc, char **argv)
     RemoteConfig config = RemoteConfig::load(places.remotePorts);
     config.ports.removeIf([&](const RemotePortConfig &port) { return port.channel != places.channel; });
     for (const QString &problem : config.problems)
-        qmxLogOutput(1, module, __LINE__, "%s: %s\n", qPrintable(places.remotePorts), qPrintable(problem));
+        qmxLogOutput(QmxLogLevel::Error, module, __LINE__, "%s: %s\n", qPrintable(places.remotePorts),
+                     qPrintable(problem));
     int result = 0;
     {
         const RemoteLoop loop(config);

@@ -2,7 +2,7 @@
 #include "companions/remote/ninepinport.h"
 
 #include "platform/qmx/core/qmxclock.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <algorithm>
 #include <array>
@@ -70,9 +70,10 @@ void NinepinPort::open()
     if (problem == _problem && !isOpen) return;
     _problem = problem;
     if (isOpen)
-        qmxLogOutput(3, module, __LINE__, "%s is open\n", qPrintable(_config.place));
+        qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "%s is open\n", qPrintable(_config.place));
     else
-        qmxLogOutput(2, module, __LINE__, "%s; it is tried again until it can be\n", qPrintable(problem));
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__, "%s; it is tried again until it can be\n",
+                     qPrintable(problem));
 }
 
 void NinepinPort::add(RemoteFd fd, const QString &name, NinepinParser::Limits limits)
@@ -128,13 +129,14 @@ void NinepinPort::accept()
     RemoteFd fd = Sockets::accept(_listener.fd(), name);
     if (!fd.isOpen()) return;
     if (_peers.size() >= mostPeers) {
-        qmxLogOutput(2, module, __LINE__, "%s: %s was turned away: %zu controllers are there\n",
-                     qPrintable(_config.place), qPrintable(name), _peers.size());
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
+                     "%s: %s was turned away: %zu controllers are there\n", qPrintable(_config.place),
+                     qPrintable(name), _peers.size());
         return;
     }
     const bool operates = _peers.empty();
-    qmxLogOutput(3, module, __LINE__, "%s: %s has come and %s\n", qPrintable(_config.place), qPrintable(name),
-                 operates ? "operates" : "listens");
+    qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "%s: %s has come and %s\n", qPrintable(_config.place),
+                 qPrintable(name), operates ? "operates" : "listens");
     add(std::move(fd), name, NinepinParser::network);
 }
 
@@ -159,7 +161,8 @@ void NinepinPort::read(Peer &peer)
 void NinepinPort::remove(const Peer &peer)
 {
     const bool operated = _peers.front().get() == &peer;
-    qmxLogOutput(3, module, __LINE__, "%s: %s has gone\n", qPrintable(_config.place), qPrintable(peer.name));
+    qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "%s: %s has gone\n", qPrintable(_config.place),
+                 qPrintable(peer.name));
     std::erase_if(_peers, [&peer](const auto &one) { return one.get() == &peer; });
     if (!_config.device.isEmpty()) _openAt = _context.now() + openEvery;
     if (operated && !_peers.empty()) _who = whoIs(_peers.front()->name);
@@ -172,8 +175,8 @@ void NinepinPort::block(Peer &peer, const NinepinBlock &block)
     const bool isForbidden = !mayOperate && NinepinSession::isCommand(block);
     if (isForbidden) {
         peer.counts->add(RemotePeer::Refusals);
-        qmxLogOutput(2, module, __LINE__, "%s: a command of %s was refused: %s\n", qPrintable(_config.place),
-                     qPrintable(peer.name),
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__, "%s: a command of %s was refused: %s\n",
+                     qPrintable(_config.place), qPrintable(peer.name),
                      _config.verbs < Role::Operate ? "verbs=view stands behind the port" : "it listens");
     } else if (NinepinReplies::isNak(bytes)) {
         peer.counts->add(RemotePeer::Undefined);
@@ -194,7 +197,7 @@ void NinepinPort::reply(Peer &peer, const QByteArray &bytes)
         return;
     }
     peer.counts->add(RemotePeer::Replies);
-    peer.counts->reply.add(_context.now() - _readAt);
+    peer.counts->reply.add(QmxClock::Duration(_context.now() - _readAt));
 }
 
 std::optional<qint64> NinepinPort::deadline() const

@@ -3,7 +3,7 @@
 
 #include "companions/remote/text/osclanguage.h"
 #include "platform/qmx/core/qmxclock.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QJsonObject>
 
@@ -48,9 +48,10 @@ void OscPort::open()
     _socket = Sockets::bindUdp(_config.host, _config.port, problem);
     _openAt = _socket.isOpen() ? std::nullopt : std::optional(_context.now() + openEvery);
     if (_socket.isOpen())
-        qmxLogOutput(3, module, __LINE__, "%s is open\n", qPrintable(_config.place));
+        qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "%s is open\n", qPrintable(_config.place));
     else if (problem != _problem)
-        qmxLogOutput(2, module, __LINE__, "%s; it is tried again until it can be\n", qPrintable(problem));
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__, "%s; it is tried again until it can be\n",
+                     qPrintable(problem));
     _problem = problem;
 }
 

@@ -7,7 +7,7 @@
 #include "companions/remote/oscport.h"
 #include "platform/control/valuechecks.h"
 #include "platform/product/clipfinder.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxthreads.h"
 
 #include <QJsonDocument>
@@ -60,14 +60,16 @@ RemoteLoop::RemoteLoop(const RemoteConfig &config)
       _workers(QStringLiteral("remote"), QStringLiteral("xpremote"))
 {
     if (!_published.create(RemoteStatistics::size))
-        qmxLogOutput(2, module, __LINE__, "The figures of the ports cannot be published in shared memory\n");
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
+                     "The figures of the ports cannot be published in shared memory\n");
     for (const RemotePortConfig &port : config.ports)
         if (auto made = makePort(port, *this)) _ports.push_back(std::move(made));
     _listener = _watch.addListener([this](const DeckWatch::State &, const DeckWatch::State &) { wake(); });
     const QmxError error = _environment.threads->start(
         QStringLiteral("remote-io"), [this] { run(); }, _thread);
     if (error.isError())
-        qmxLogOutput(1, module, __LINE__, "The ports are closed: %s\n", qPrintable(error.toString()));
+        qmxLogOutput(QmxLogLevel::Error, module, __LINE__, "The ports are closed: %s\n",
+                     qPrintable(error.toString()));
 }
 
 RemoteLoop::~RemoteLoop()
@@ -121,7 +123,7 @@ void RemoteLoop::perform(const DeckOrder &order, const Who &who, Answered answer
     if (order.verb == QLatin1String(DeckOrder::set)) return set(order, who, answered);
     if (order.verb == QLatin1String(DeckOrder::window)) return setWindow(order, answered);
     if (order.verb == QLatin1String(DeckOrder::refuse)) {
-        qmxLogOutput(2, module, __LINE__, "%s: %s\n", qPrintable(who.text()),
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__, "%s: %s\n", qPrintable(who.text()),
                      qPrintable(order.arguments.value(QStringLiteral("sentence"))));
         return post([answered] { answered(Answer::done()); });
     }
@@ -170,8 +172,9 @@ void RemoteLoop::set(const DeckOrder &order, const Who &who, const Answered &ans
             answer.sentence = QString::fromStdString(reason);
         else if (descriptor)
             answer = setParameter(control.recorder(), *descriptor, parsed);
-        qmxLogOutput(3, module, __LINE__, "%s: set %s %s: %s\n", qPrintable(who.text()), qPrintable(name),
-                     qPrintable(value), answer.isDone() ? "done" : qPrintable(answer.sentence));
+        qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "%s: set %s %s: %s\n", qPrintable(who.text()),
+                     qPrintable(name), qPrintable(value),
+                     answer.isDone() ? "done" : qPrintable(answer.sentence));
         tell(answer);
     });
     if (!isTaken) tell(Answer::refused(Cause::Busy, "busy", QStringLiteral("too many orders wait")));

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+using namespace std::chrono_literals;
+
 namespace {
 constexpr const char *names[] = {"replies",    "orders",      "refusals",    "bad_checksum",
                                  "bad_parity", "bad_overrun", "bad_framing", "bad_timeout",
@@ -41,10 +43,10 @@ QJsonArray RemoteStatistics::toJson() const
         QJsonObject object{{"port", peer->port}, {"peer", peer->name}};
         for (int i = 0; i < RemotePeer::CountCount; ++i)
             object[QLatin1String(names[i])] = qint64(peer->counts[std::size_t(i)]);
-        object["reply_us_p50"] = peer->reply.percentile(0.5) / 1000;
-        object["reply_us_p99"] = peer->reply.percentile(0.99) / 1000;
-        object["reply_us_p999"] = peer->reply.percentile(0.999) / 1000;
-        object["reply_us_max"] = peer->reply.maximum() / 1000;
+        object["reply_us_p50"] = qint64(peer->reply.percentile(0.5) / 1us);
+        object["reply_us_p99"] = qint64(peer->reply.percentile(0.99) / 1us);
+        object["reply_us_p999"] = qint64(peer->reply.percentile(0.999) / 1us);
+        object["reply_us_max"] = qint64(peer->reply.maximum() / 1us);
         peers.append(object);
     }
     return peers;

@@ -33,7 +33,7 @@ struct RemotePeer
     QString port;
     QString name;
     std::array<quint64, CountCount> counts{};
-    QmxLatency reply; ///< from the last byte read to the reply written, nanoseconds
+    QmxLatency reply; ///< from the last byte read to the reply written
 
     void add(Count count) { ++counts[count]; }
 };

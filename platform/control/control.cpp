@@ -3,7 +3,7 @@
 
 #include "platform/control/ownership.h"
 #include "platform/control/transportanswers.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/eparamcontrol.h"
 
 #include <QJsonDocument>
@@ -16,7 +16,7 @@
 namespace {
 constexpr auto module = "control";
 /// How often a verb that waits looks whether another one took over.
-constexpr qint64 lookEvery = 25 * QmxClock::nsPerMillisecond;
+constexpr std::chrono::milliseconds lookEvery(25);
 
 QString asTyped(const Request &request)
 {
@@ -125,7 +125,7 @@ void Control::announce(const Request &request, const Who &who)
     // (Should it fail, the command itself will, and say why.)
     _recorder.write(eParam_ControlVerb,
                     QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
-    _nextLook = _recorder.environment().clock->now() + lookEvery;
+    _nextLook = _recorder.environment().clock->after(lookEvery);
 }
 
 bool Control::isSuperseded()
@@ -140,7 +140,7 @@ bool Control::looksSuperseded()
 {
     if (!_supersededBy.isEmpty()) return true;
     _announcements = announcements;
-    _nextLook = _recorder.environment().clock->now() + lookEvery;
+    _nextLook = _recorder.environment().clock->after(lookEvery);
     const QJsonObject last = objectOf(_recorder.text(eParam_ControlVerb));
     const QString id = last["id"].toString();
     if (id.isEmpty() || id == _announced) return false;
@@ -171,5 +171,5 @@ void Control::tell(const Request &request, const Who &who, const Answer &answer)
     if (_log)
         _log(line);
     else
-        qmxLogOutput(answer.isDone() ? 3 : 2, module, __LINE__, "%s\n", line.toUtf8().constData());
+        qmxLogText(answer.isDone() ? QmxLogLevel::Info : QmxLogLevel::Warning, module, __LINE__, line);
 }

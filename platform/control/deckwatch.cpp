@@ -6,7 +6,7 @@
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 #include "platform/store/configfactoryimpl.h"
@@ -291,7 +291,7 @@ DeckWatch::DeckWatch(const QString &client) : d(std::make_unique<Private>(client
     }
     const QmxError error = QmxEnvironment::current().threads->start(
         QStringLiteral("deck-watch"), [this] { d->run(); }, d->thread);
-    if (error.isError()) qmxLogOutput(1, "deckwatch", __LINE__, "%s\n", qPrintable(error.toString()));
+    if (error.isError()) qmxLogText(QmxLogLevel::Error, "deckwatch", __LINE__, error.toString());
 }
 
 DeckWatch::~DeckWatch()

@@ -14,8 +14,7 @@
 #include <cerrno>
 
 namespace {
-constexpr int lockWithin = 5000; // ms
-constexpr qint64 msPerSecond = 1000;
+constexpr std::chrono::seconds lockWithin(5);
 
 enum Protection : unsigned { Off, Network, All };
 
@@ -51,7 +50,7 @@ QJsonObject Ownership::Hold::toJson() const
     QJsonObject object = who.toJson();
     object["since"] = since;
     object["until"] = until;
-    object["seconds"] = seconds;
+    object["seconds"] = qint64(length.count());
     return object;
 }
 
@@ -60,7 +59,7 @@ std::optional<Ownership::Hold> Ownership::Hold::parse(const QString &text, qint6
     const QJsonObject object = QJsonDocument::fromJson(text.toUtf8()).object();
     if (object.isEmpty()) return {};
     const Hold hold{Who::fromJson(object), object["since"].toInteger(), object["until"].toInteger(),
-                    object["seconds"].toInt(defaultSeconds)};
+                    std::chrono::seconds(object["seconds"].toInt(int(defaultLength.count())))};
     return hold.until > now ? std::optional(hold) : std::nullopt;
 }
 
@@ -114,12 +113,13 @@ Answer Ownership::write(eParam_t id, const QString &value, const QString &senten
     return problem.isEmpty() ? Answer::done(sentence) : storeError(problem);
 }
 
-Answer Ownership::hold(eParam_t id, const Who &who, int seconds, const QString &sentence)
+Answer Ownership::hold(eParam_t id, const Who &who, std::chrono::seconds length, const QString &sentence)
 {
     const qint64 now = _recorder.timeOfDay();
     const auto before = Hold::parse(_recorder.text(id), now);
     const bool isSame = before && before->who.identity() == who.identity();
-    const Hold hold{who, isSame ? before->since : now, now + seconds * msPerSecond, seconds};
+    const qint64 until = now + std::chrono::milliseconds(length).count();
+    const Hold hold{who, isSame ? before->since : now, until, length};
     Answer answer = write(id, compact(hold.toJson()), sentence.arg(timeText(hold.until)));
     if (answer.isDone()) answer.effect = hold.toJson();
     return answer;
@@ -130,10 +130,11 @@ void Ownership::renew(const Who &who)
     const qint64 now = _recorder.timeOfDay();
     const auto owner = Hold::parse(_recorder.text(eParam_ControlOwner), now);
     if (!owner || owner->who.identity() != who.identity()) return;
-    if (owner->until - now > owner->seconds * msPerSecond / 2) return; // long enough: the store is left alone
+    if (std::chrono::milliseconds(owner->until - now) > owner->length / 2)
+        return; // long enough: the store is left alone
     StoreLock lock(QmxEnvironment::current().places->controlLock.toStdString());
     lock.acquire(lockWithin, nullptr);
-    if (!heldByOther(eParam_ControlOwner, who)) hold(eParam_ControlOwner, who, owner->seconds, "%1");
+    if (!heldByOther(eParam_ControlOwner, who)) hold(eParam_ControlOwner, who, owner->length, "%1");
 }
 
 namespace {
@@ -145,12 +146,12 @@ std::optional<Answer> acquired(StoreLock &lock)
 }
 } // namespace
 
-Answer Ownership::takeControl(const Who &who, int seconds, bool force)
+Answer Ownership::takeControl(const Who &who, std::chrono::seconds length, bool force)
 {
     StoreLock lock(QmxEnvironment::current().places->controlLock.toStdString());
     if (const auto busy = acquired(lock)) return *busy;
     if (const auto owner = heldByOther(eParam_ControlOwner, who); owner && !force) return inControl(*owner);
-    return hold(eParam_ControlOwner, who, seconds,
+    return hold(eParam_ControlOwner, who, length,
                 QStringLiteral("%1 is in control until %2").arg(who.text(), "%1"));
 }
 
@@ -164,13 +165,13 @@ Answer Ownership::releaseControl(const Who &who, bool force)
     return answer;
 }
 
-Answer Ownership::lock(const Who &who, int seconds)
+Answer Ownership::lock(const Who &who, std::chrono::seconds length)
 {
     StoreLock fileLock(QmxEnvironment::current().places->controlLock.toStdString());
     if (const auto busy = acquired(fileLock)) return *busy;
     if (const auto other = heldByOther(eParam_ControlLock, who)) return isLocked(*other);
     if (const auto owner = heldByOther(eParam_ControlOwner, who)) return inControl(*owner);
-    return hold(eParam_ControlLock, who, seconds, QStringLiteral("locked for all others until %1"));
+    return hold(eParam_ControlLock, who, length, QStringLiteral("locked for all others until %1"));
 }
 
 Answer Ownership::unlock(const Who &who, bool force)

@@ -7,6 +7,7 @@
 
 #include "platform/store/eparam.h"
 
+#include <chrono>
 #include <optional>
 
 class Recorder;
@@ -23,15 +24,15 @@ public:
         Who who;
         qint64 since = 0; ///< ms since 1970-01-01 UTC
         qint64 until = 0;
-        int seconds = 0; ///< how long it lasts from the last command on
+        std::chrono::seconds length{}; ///< from the last command on
 
         QJsonObject toJson() const;
         /// Nothing when there is none or it has ended by `now`.
         static std::optional<Hold> parse(const QString &text, qint64 now);
     };
 
-    static constexpr int defaultSeconds = 60;
-    static constexpr int longestSeconds = 24 * 3600;
+    static constexpr std::chrono::seconds defaultLength{60};
+    static constexpr std::chrono::hours longest{24};
 
     explicit Ownership(Recorder &recorder) : _recorder(recorder) {}
 
@@ -39,9 +40,9 @@ public:
     std::optional<Answer> refusal(const VerbRow &row, const Request &request, const Who &who) const;
     /// The owner has done something: its time begins anew.
     void renew(const Who &who);
-    Answer takeControl(const Who &who, int seconds, bool force);
+    Answer takeControl(const Who &who, std::chrono::seconds length, bool force);
     Answer releaseControl(const Who &who, bool force);
-    Answer lock(const Who &who, int seconds);
+    Answer lock(const Who &who, std::chrono::seconds length);
     Answer unlock(const Who &who, bool force);
     Answer setMode(const Who &who, bool isLocal);
     void takeBegun(const Who &who);
@@ -50,7 +51,7 @@ private:
     std::optional<Answer> endsTake(const VerbRow &row, const Request &request, const Who &who) const;
     /// Nothing, or who else holds it.
     std::optional<Hold> heldByOther(eParam_t id, const Who &who) const;
-    Answer hold(eParam_t id, const Who &who, int seconds, const QString &sentence);
+    Answer hold(eParam_t id, const Who &who, std::chrono::seconds length, const QString &sentence);
     Answer write(eParam_t id, const QString &value, const QString &sentence);
 
     Recorder &_recorder;

@@ -7,6 +7,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -39,8 +40,8 @@ public:
     QString revision() const { return _revision; }
 
     /// Held by the one program that changes the list, from reading it to writing it.
-    static std::string lockPath();          ///< QmxPlaces::playListLock
-    static constexpr int lockWithin = 5000; ///< ms
+    static std::string lockPath(); ///< QmxPlaces::playListLock
+    static constexpr std::chrono::seconds lockWithin{5};
 
 private:
     QList<Entry> _entries;

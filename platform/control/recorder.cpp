@@ -6,6 +6,7 @@
 #include "platform/qmx/clip/qmxclippart.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/alarmvalue.h"
@@ -21,9 +22,9 @@
 namespace {
 constexpr auto noTimecode = "--:--:--:--";
 /// How often a wait looks: well below a frame, and no load.
-constexpr qint64 lookEvery = 5 * QmxClock::nsPerMillisecond;
-constexpr qint64 countersLookEvery = QmxClock::nsPerSecond;
-constexpr qint64 daemonLookEvery = 200 * QmxClock::nsPerMillisecond;
+constexpr std::chrono::milliseconds lookEvery(5);
+constexpr std::chrono::seconds countersLookEvery(1);
+constexpr std::chrono::milliseconds daemonLookEvery(200);
 
 std::atomic<bool> interrupted = false;
 
@@ -62,7 +63,7 @@ int Recorder::daemonPid() const
 
 bool Recorder::daemonStandsStill() const
 {
-    constexpr int tickWithin = 1000; // ms; the slowest tick takes 42
+    constexpr std::chrono::seconds tickWithin(1); // the slowest tick takes 42 ms
     const QmxCountersReader *counters = openCounters();
     if (!counters || counters->pid() != daemonPid()) return false; // one that has just begun
     const qint64 tick = counter("ticks");                          // 0: no device is open yet
@@ -148,7 +149,7 @@ QString Recorder::inputTimecode() const
 const QmxCountersReader *Recorder::openCounters() const
 {
     // A daemon that was started again publishes a table of its own; the old one stands still.
-    const bool mayBeOld = _counters && _countersLookedAt + countersLookEvery < _environment.clock->now();
+    const bool mayBeOld = _counters && _environment.clock->since(_countersLookedAt) > countersLookEvery;
     if (mayBeOld) {
         _countersLookedAt = _environment.clock->now();
         if (const int pid = daemonPid(); pid != 0 && pid != _counters->pid()) _counters.reset();
@@ -190,6 +191,17 @@ QString Recorder::inputProblem() const
     return now && now->isCapture && !now->hasPicture ? now->input : QString();
 }
 
+namespace {
+/// The daemon tells the reason by its name; here it is an identifier again.
+QmxId reasonNamed(const QString &name)
+{
+    for (const QmxId reason : {QmxIds::noInput, QmxIds::invalidInput, QmxIds::unsupportedInput,
+                               QmxIds::mediaFull, QmxIds::noMedia})
+        if (reason.name() == name) return reason;
+    return {};
+}
+} // namespace
+
 QList<Recorder::Alarm> Recorder::alarms() const
 {
     QList<Alarm> list;
@@ -203,8 +215,10 @@ QList<Recorder::Alarm> Recorder::alarms() const
         if (_config->getData(descriptor->id(), value) && parseAlarmValue(value, severity, message)) {
             static constexpr const char *levels[] = {"information", "warning", "error"};
             // Alarms of a condition come without a text; what the parameter means says it.
+            const QString text = QString::fromStdString(message.empty() ? descriptor->help() : message);
             list.append({descriptor->id(), QString::fromStdString(descriptor->name()), levels[int(severity)],
-                         QString::fromStdString(message.empty() ? descriptor->help() : message)});
+                         text,
+                         descriptor->id() == eParam_AlarmRecordInhibited ? reasonNamed(text) : QmxId()});
         }
     }
     return list;
@@ -224,15 +238,15 @@ QList<Recorder::Alarm> Recorder::newErrors(const QList<Alarm> &before) const
     return fresh;
 }
 
-bool Recorder::waitFor(const std::function<bool()> &holds, int milliseconds,
-                       const std::function<void()> &again, int againEvery) const
+bool Recorder::waitFor(const std::function<bool()> &holds, QmxClock::Duration within,
+                       const std::function<void()> &again, QmxClock::Duration againEvery) const
 {
     const auto &clock = _environment.clock;
-    const qint64 end = clock->now() + milliseconds * QmxClock::nsPerMillisecond;
-    qint64 nextAgain = clock->now() + againEvery * QmxClock::nsPerMillisecond;
+    const qint64 end = clock->after(within);
+    qint64 nextAgain = clock->after(againEvery);
     // Nothing comes of a daemon that has ended in the meantime.
     const bool needsDaemon = daemonIsRunning();
-    qint64 nextDaemonLook = clock->now() + daemonLookEvery;
+    qint64 nextDaemonLook = clock->after(daemonLookEvery);
     while (!holds()) {
         const qint64 now = clock->now();
         if (now >= end || isAbandoned()) {
@@ -242,13 +256,13 @@ bool Recorder::waitFor(const std::function<bool()> &holds, int milliseconds,
             if (!daemonIsRunning()) {
                 return holds();
             }
-            nextDaemonLook = now + daemonLookEvery;
+            nextDaemonLook = clock->after(daemonLookEvery);
         }
         if (again && now >= nextAgain) {
             again();
-            nextAgain = now + againEvery * QmxClock::nsPerMillisecond;
+            nextAgain = clock->after(againEvery);
         }
-        clock->sleepUntil(now + lookEvery);
+        clock->sleepUntil(now + QmxClock::Duration(lookEvery).count());
     }
     return true;
 }

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxid.h"
 #include "platform/qmx/edges/qmxpreview.h"
 #include "platform/store/config.h"
 #include "platform/store/values.h"
@@ -73,6 +74,8 @@ public:
         QString name;
         QString level; ///< "information", "warning", "error"
         QString message;
+        /// Why nothing can be recorded (QmxIds::noInput ...), of the alarm that says so; else not valid.
+        QmxId reason;
     };
     QList<Alarm> alarms() const;
     /// Alarms of level error that are there now and were not in `before`.
@@ -85,10 +88,10 @@ public:
     /// Why a clip of this name cannot be made the current one.
     QString whyNoClip(const QString &name) const;
 
-    /// True as soon as `holds` does; false after `milliseconds`, on Ctrl-C, or when the daemon ends. `again`,
-    /// if given, is called each `againEvery` milliseconds until then.
-    bool waitFor(const std::function<bool()> &holds, int milliseconds,
-                 const std::function<void()> &again = {}, int againEvery = 0) const;
+    /// True as soon as `holds` does; false after `within` of recorder time, on Ctrl-C, or when the daemon
+    /// ends. `again`, if given, is called each `againEvery` until then.
+    bool waitFor(const std::function<bool()> &holds, QmxClock::Duration within,
+                 const std::function<void()> &again = {}, QmxClock::Duration againEvery = {}) const;
     /// Ctrl-C, or whatever setAbandon() says.
     bool isAbandoned() const;
     /// Asked at every look of a wait: true ends it.

@@ -10,10 +10,10 @@
 
 namespace {
 /// The end is set so late before it: should this program be killed meanwhile, the take goes on after a gap.
-constexpr qint64 endAhead = QmxClock::nsPerSecond;
+constexpr std::chrono::seconds endAhead(1);
 /// Frames after the end by which all before it have come, also from a busy card.
 constexpr qint64 latestFrames = 50;
-constexpr qint64 lookEvery = QmxClock::nsPerSecond / 5; // at what is in the store
+constexpr std::chrono::milliseconds lookEvery(200); // at what is in the store
 } // namespace
 
 TakeLength::TakeLength(Recorder &recorder)
@@ -25,11 +25,11 @@ TakeLength::TakeLength(Recorder &recorder)
     if (const auto now = _clock.now()) _first = now->first;
 }
 
-void TakeLength::setWanted(double seconds)
+void TakeLength::setWanted(std::chrono::duration<double> recorded)
 {
     constexpr double perThousand = 1000.0;
     const double rate = double(_recorder.counter("clip_rate")) / perThousand;
-    _wanted = qRound64(seconds * rate);
+    _wanted = qRound64(recorded.count() * rate);
     const auto now = _clock.now();
     const double tickRate =
         now && now->period > 0 ? double(QmxClock::nsPerSecond) / double(now->period) : 0.0;
@@ -52,7 +52,7 @@ bool TakeLength::isFull()
     if (now && now->first > 0 && now->first != _first) {
         // By the clock: frames that wait to be coded have not been handed out yet.
         const qint64 out = now->first + _skipped + _wanted;
-        if ((out - now->index) * now->period <= endAhead) {
+        if (QmxClock::Duration((out - now->index) * now->period) <= endAhead) {
             _first = now->first;
             _out = out;
             _clock.set(_first, _out);
@@ -73,9 +73,10 @@ void TakeLength::follow()
     // Of one moment, in which nothing is on its way: what was dropped before the clip could begin.
     if (_isEvery && _opened == 1 && handedOut() == before && before >= held && held > 0)
         _skipped = before - held;
-    const qint64 now = _recorder.environment().clock->now();
-    if (now >= _nextLook) lookAtClip();
-    if (now >= _nextLook) _nextLook = now + lookEvery;
+    const auto &clock = _recorder.environment().clock;
+    if (clock->now() < _nextLook) return;
+    lookAtClip();
+    _nextLook = clock->after(lookEvery);
 }
 
 /// After a join the name of the clip comes first, and then the medium that it is on.

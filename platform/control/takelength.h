@@ -5,6 +5,8 @@
 
 #include <QStringList>
 
+#include <chrono>
+
 class Recorder;
 
 /// How much a take holds, over the joins of rollovers, and its end at an exact frame: the card hands out no
@@ -15,8 +17,8 @@ public:
     /// Before the command to record.
     explicit TakeLength(Recorder &recorder);
 
-    /// The take has begun and shall hold so many seconds of recorded time.
-    void setWanted(double seconds);
+    /// The take has begun and shall hold so much recorded time.
+    void setWanted(std::chrono::duration<double> recorded);
     /// To be asked again and again, until the take ends. Nothing is asked of the disk.
     bool isFull();
     /// Where the take's clips lie, in their order.

@@ -26,7 +26,7 @@ QString adviceFor(const Recorder::Alarm &alarm)
 {
     QString list = QStringLiteral("alarm %1; `xpctl alarms` lists what is wrong").arg(alarm.name);
     for (const AdviceRow &row : refusals) {
-        if (alarm.id == eParam_AlarmRecordInhibited && alarm.message == row.reason.name()) {
+        if (alarm.reason == row.reason) {
             return QLatin1String(row.advice) + QStringLiteral(" (%1)").arg(list);
         }
     }
@@ -60,7 +60,7 @@ QString give(Recorder &recorder, TransportCommand command)
 
 void awaitTimecode(const Recorder &recorder)
 {
-    constexpr int tickWithin = 200; // ms
+    constexpr std::chrono::milliseconds tickWithin(200);
     const qint64 tick = recorder.counter("ticks");
     recorder.waitFor([&] { return recorder.counter("ticks") > tick; }, tickWithin);
 }
@@ -84,7 +84,7 @@ Answer gaveUp(const Recorder &recorder, const QString &what, const QList<Recorde
     if (!errors.isEmpty()) {
         const Recorder::Alarm &alarm = errors.first();
         // The card knows more of its input than that there is none.
-        const QString input = alarm.message == QmxIds::noInput.name() ? recorder.inputProblem() : QString();
+        const QString input = alarm.reason == QmxIds::noInput ? recorder.inputProblem() : QString();
         return Answer::givenUp(Cause::Deck, "alarm",
                                what + ": " + alarm.message + (input.isEmpty() ? "" : " (" + input + ")"),
                                adviceFor(alarm));

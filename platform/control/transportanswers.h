@@ -7,17 +7,18 @@
 
 #include <QJsonObject>
 
+#include <chrono>
 #include <optional>
 
-/// How long verbs wait, in milliseconds of recorder time.
+/// How long verbs wait, in recorder time.
 namespace Wait {
 /// A command given during a mode change is dropped by the daemon: it is repeated for this long.
-constexpr int repeatFor = 3000;
-constexpr int repeatEvery = 500;
+constexpr std::chrono::milliseconds repeatFor(3000);
+constexpr std::chrono::milliseconds repeatEvery(500);
 /// An effect that has not come by then does not come.
-constexpr int effectWithin = 10000;
+constexpr std::chrono::milliseconds effectWithin(10000);
 /// A picture for a cue or a step, coded and decoded, with a busy disk.
-constexpr int pictureWithin = 3000;
+constexpr std::chrono::milliseconds pictureWithin(3000);
 } // namespace Wait
 
 /// Empty when the command was written, else why not.

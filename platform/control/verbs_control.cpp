@@ -4,16 +4,16 @@
 #include "platform/control/recorder.h"
 
 namespace {
-int seconds(const VerbCall &call)
+std::chrono::seconds length(const VerbCall &call)
 {
     const QString given = call.text("seconds");
-    return given.isEmpty() ? Ownership::defaultSeconds : given.toInt();
+    return given.isEmpty() ? Ownership::defaultLength : std::chrono::seconds(given.toInt());
 }
 } // namespace
 
 Answer performTakeControl(const VerbCall &call)
 {
-    return Ownership(call.recorder).takeControl(call.who, seconds(call), call.request.force);
+    return Ownership(call.recorder).takeControl(call.who, length(call), call.request.force);
 }
 
 Answer performReleaseControl(const VerbCall &call)
@@ -23,7 +23,7 @@ Answer performReleaseControl(const VerbCall &call)
 
 Answer performLock(const VerbCall &call)
 {
-    return Ownership(call.recorder).lock(call.who, seconds(call));
+    return Ownership(call.recorder).lock(call.who, length(call));
 }
 
 Answer performUnlock(const VerbCall &call)

@@ -19,8 +19,8 @@
 #include <unistd.h>
 
 namespace {
-constexpr int lookTime = 1000;   // ms between looks whether the media daemon is still there
-constexpr int answerTime = 5000; // ms until the media daemon has said a first word
+constexpr std::chrono::milliseconds lookTime(1000);   // between looks whether the media daemon is still there
+constexpr std::chrono::milliseconds answerTime(5000); // until the media daemon has said a first word
 
 /// The folder that "B", "/media/B" or a label stands for.
 std::string mediumNamed(const Recorder &recorder, const std::string &name)

@@ -142,7 +142,7 @@ Answer performPlay(const VerbCall &call)
         return gaveUp(recorder, "playback has not begun", errors);
     }
     if (call.text("until_done") == "1") {
-        constexpr int dayLong = 24 * 3600 * 1000;
+        constexpr std::chrono::hours dayLong(24);
         recorder.waitFor([&] { return !recorder.isPlaying(); }, dayLong);
         if (!recorder.daemonIsRunning()) return gaveUp(recorder, "playback has not come to its end");
     }
@@ -295,7 +295,7 @@ Answer performShutDown(const VerbCall &call)
     if (const QString reason = give(recorder, TransportCommand::ShutDown); !reason.isEmpty()) {
         return storeError(reason);
     }
-    constexpr int endWithin = 30000;
+    constexpr std::chrono::seconds endWithin(30);
     if (call.request.wait && !recorder.waitFor([&] { return !recorder.daemonIsRunning(); }, endWithin)) {
         return gaveUp(recorder, "the daemon has not ended");
     }

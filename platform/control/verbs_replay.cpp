@@ -13,9 +13,9 @@
 
 namespace {
 /// A flush of the recorder, and what the transport needs to open a clip and to begin.
-constexpr int frameWithin = 2000;
+constexpr std::chrono::milliseconds frameWithin(2000);
 /// The lists of the daemon may lack a clip that has just begun: it is asked to look again.
-constexpr int listEvery = 700;
+constexpr std::chrono::milliseconds listEvery(700);
 
 /// Nothing, or why nothing can be played at a place of its own now.
 std::optional<Answer> whyNot(const VerbCall &call)
@@ -179,7 +179,7 @@ Answer performAngle(const VerbCall &call)
         material = Material::of(recorder, material.clip);
         return QmxClipPart::frameAt(material.info, timecode).has_value();
     };
-    if (!recorder.waitFor(holds, material.info.closed ? 0 : frameWithin))
+    if (!recorder.waitFor(holds, material.info.closed ? std::chrono::milliseconds(0) : frameWithin))
         return Answer::refused(Cause::Deck, "outside",
                                QStringLiteral("%1 has no frame at %2").arg(material.clip, timecode),
                                material.describe());

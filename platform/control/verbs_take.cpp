@@ -26,8 +26,8 @@ using Progress = std::function<void(int percent, const QString &text)>;
 /// gigabytes to write behind its end.
 bool awaitFrames(const Recorder &recorder, const std::function<bool()> &ended, const Progress &progress)
 {
-    constexpr int tellEvery = 500; // ms
-    constexpr int whole = 100;     // percent
+    constexpr std::chrono::milliseconds tellEvery(500);
+    constexpr int whole = 100; // percent
     const auto safe = [&recorder] { return recorder.counter("recorded_up_to"); };
     const auto tell = [&] {
         const qint64 frames = recorder.counter("current_clip_frames");
@@ -80,7 +80,7 @@ public:
         const qint64 begun = _recorder.environment().clock->now();
         const auto settledOrBlind = [&] {
             return isSettled() ||
-                   (_recorder.environment().clock->now() - begun > pictureWithin && seesNoPicture());
+                   (_recorder.environment().clock->since(begun) > pictureWithin && seesNoPicture());
         };
         _recorder.waitFor(settledOrBlind, Wait::repeatFor, again, Wait::repeatEvery);
         if (!isSettled() && !Recorder::wasInterrupted()) {
@@ -103,7 +103,7 @@ public:
         newErrors();
         if (!isOpen()) return false;
         // The name reaches the store behind the clip.
-        constexpr int nameWithin = 2000; // ms
+        constexpr std::chrono::seconds nameWithin(2);
         _recorder.waitFor([this] { return _recorder.clip() != _clipBefore; }, nameWithin);
         return true;
     }
@@ -131,7 +131,7 @@ public:
     bool interrupted = false; ///< before the clip was open
 
 private:
-    static constexpr qint64 pictureWithin = 1500 * QmxClock::nsPerMillisecond;
+    static constexpr std::chrono::milliseconds pictureWithin{1500};
     /// An alarm that ends a take has ended it by then.
     static constexpr qint64 alarmEndsWithin = 500 * QmxClock::nsPerMillisecond;
 
@@ -192,7 +192,7 @@ Answer giveUpWaiting(Recorder &recorder)
 /// this time. Empty: it has, else what is wrong with it.
 QString awaitInput(const Recorder &recorder)
 {
-    constexpr int lockWithin = 1800; // ms: with the answer within two seconds
+    constexpr std::chrono::milliseconds lockWithin(1800); // with the answer within two seconds
     QString problem;
     const auto hasPicture = [&] {
         problem = recorder.inputProblem();
@@ -220,15 +220,16 @@ Answer notBegun(Recorder &recorder, TakeStart &start)
 }
 
 /// Waits for as much recorded time as was asked for; false when the take ended before.
-bool takeIsFull(Recorder &recorder, TakeStart &start, TakeLength &length, double seconds)
+bool takeIsFull(Recorder &recorder, TakeStart &start, TakeLength &length,
+                std::chrono::duration<double> wanted)
 {
     const auto full = [&] {
         start.newErrors();
         return length.isFull() || !isRecording(recorder);
     };
     // In recorder time, which a fast clock makes shorter than ours; a stalled one never ends the wait.
-    constexpr int slack = 30000;
-    recorder.waitFor(full, int(seconds * 1000) + slack);
+    constexpr std::chrono::seconds slack(30);
+    recorder.waitFor(full, std::chrono::duration_cast<QmxClock::Duration>(wanted) + slack);
     return isRecording(recorder) && recorder.daemonIsRunning();
 }
 
@@ -293,7 +294,7 @@ std::optional<Answer> whyNoTake(Recorder &recorder)
 Answer performRecord(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
-    const double seconds = call.text("for").toDouble();
+    const std::chrono::duration<double> wanted(call.text("for").toDouble());
     if (isRecording(recorder)) {
         if (call.request.repeatIsDone) return recording(recorder);
         return Answer::refused(Cause::Deck, "already_recording",
@@ -309,12 +310,12 @@ Answer performRecord(const VerbCall &call)
     if (const QString reason = give(recorder, TransportCommand::Record); !reason.isEmpty())
         return storeError(reason);
     Ownership(recorder).takeBegun(call.who);
-    if (!call.request.wait && seconds <= 0) return Answer::done();
+    if (!call.request.wait && wanted.count() <= 0) return Answer::done();
     if (!start.wait()) return notBegun(recorder, start);
     const QString clip = recorder.clip();
-    if (seconds <= 0 && !start.interrupted) return recording(recorder, start.warning());
-    length.setWanted(seconds);
-    if (!start.interrupted && !takeIsFull(recorder, start, length, seconds)) {
+    if (wanted.count() <= 0 && !start.interrupted) return recording(recorder, start.warning());
+    length.setWanted(wanted);
+    if (!start.interrupted && !takeIsFull(recorder, start, length, wanted)) {
         Recorder::forgetInterrupt();
         return gaveUp(recorder,
                       QStringLiteral("the take ended early; what was recorded is in %1")
@@ -329,35 +330,36 @@ Answer performRecord(const VerbCall &call)
 }
 
 namespace {
-/// ms from the order to the status that tells it, on a busy machine.
-constexpr int beginsWithin = 1500;
+/// From the order to the status that tells it, on a busy machine.
+constexpr std::chrono::milliseconds beginsWithin(1500);
 
 /// Who has asked for a take, when nothing that moves the transport was asked for since.
 struct TakeOrder
 {
     Who who;
-    qint64 age = 0; ///< ms
+    std::chrono::milliseconds age{};
 };
 std::optional<TakeOrder> lastTakeOrder(const Recorder &recorder)
 {
     const QJsonObject last = QJsonDocument::fromJson(recorder.text(eParam_ControlVerb).toUtf8()).object();
     const QString verb = last["verb"].toString();
     if (verb != QLatin1String("record") && !verb.startsWith(QLatin1String("record "))) return {};
-    TakeOrder order{Who::fromJson(last), recorder.timeOfDay() - last["time"].toInteger()};
+    TakeOrder order{Who::fromJson(last),
+                    std::chrono::milliseconds(recorder.timeOfDay() - last["time"].toInteger())};
     order.who.id = last["operator"].toString();
-    return order.age < 0 ? std::nullopt : std::optional(order);
+    return order.age.count() < 0 ? std::nullopt : std::optional(order);
 }
 
 /// Stops a take that may be on its way: the daemon drops a stop that comes while it is changing its mode, and
 /// the status tells of a take only behind that. Whoever asked for it does not ask again, now that somebody
 /// else has come. True when it has begun.
-bool stopTheTakeToCome(Recorder &recorder, qint64 orderedBefore)
+bool stopTheTakeToCome(Recorder &recorder, std::chrono::milliseconds orderedBefore)
 {
-    constexpr qint64 atLeast = 300; // ms
+    constexpr std::chrono::milliseconds atLeast(300);
     const qint64 takes = recorder.counter("takes_opened");
     const auto hasBegun = [&] { return isRecording(recorder) || recorder.counter("takes_opened") > takes; };
     return give(recorder, TransportCommand::Stop).isEmpty() &&
-           recorder.waitFor(hasBegun, int(std::max(atLeast, beginsWithin - orderedBefore)));
+           recorder.waitFor(hasBegun, std::max(atLeast, beginsWithin - orderedBefore));
 }
 } // namespace
 
@@ -417,7 +419,7 @@ Answer performStopWithoutStore(Recorder &recorder)
 {
     const QString problem = recorder.storeProblem();
     const auto recorded = [&recorder] { return recorder.counter("frames_recorded"); };
-    constexpr int fewFrames = 500; // ms in which a take at any rate gets some
+    constexpr std::chrono::milliseconds fewFrames(500); // a take at any rate gets some
     const qint64 before = recorded();
     const bool isTake = recorder.waitFor([&] { return recorded() != before; }, fewFrames);
     if (!isTake && !Recorder::wasInterrupted())
@@ -430,12 +432,12 @@ Answer performStopWithoutStore(Recorder &recorder)
     qint64 last = -1;
     qint64 lastAt = 0;
     const auto isClosed = [&] {
-        const qint64 now = recorder.environment().clock->now();
+        const auto &clock = recorder.environment().clock;
         if (recorded() != last) {
             last = recorded();
-            lastAt = now;
+            lastAt = clock->now();
         }
-        return now - lastAt > fewFrames * QmxClock::nsPerMillisecond &&
+        return clock->since(lastAt) > fewFrames &&
                recorder.counter("recorded_up_to") >= recorder.counter("current_clip_frames");
     };
     if (!awaitFrames(recorder, isClosed, {}))

@@ -58,7 +58,7 @@ VerbArgument timeArgument(const char *help)
             false,
             "s",
             1,
-            Ownership::longestSeconds,
+            double(std::chrono::seconds(Ownership::longest).count()),
             help,
             "'%1' is no length of time",
             "whole seconds, at most a day"};

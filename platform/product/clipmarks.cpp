@@ -19,8 +19,8 @@ constexpr auto inName = "in";
 constexpr auto outName = "out";
 /// More than the most points with the longest names need.
 constexpr qint64 largestFile = 1 << 20;
-constexpr qint64 lockWithin = 2 * QmxClock::nsPerSecond;
-constexpr qint64 lockAgain = 10 * QmxClock::nsPerMillisecond;
+constexpr std::chrono::seconds lockWithin(2);
+constexpr std::chrono::milliseconds lockAgain(10);
 
 QmxError failed(const QString &what, const QString &path)
 {
@@ -247,11 +247,11 @@ QmxError ClipMarksFile::change(const QString &clipPath, const std::function<QmxE
     QmxFiles &files = *environment.files;
     const Open folder(files, QFileInfo(clipPath).path(), O_RDONLY | O_DIRECTORY);
     if (!folder.isOpen()) return failed("cannot read", QFileInfo(clipPath).path());
-    const qint64 until = environment.clock->now() + lockWithin;
+    const qint64 until = environment.clock->after(lockWithin);
     while (files.flock(folder.fd(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK || environment.clock->now() > until)
             return failed("the marks are being changed by somebody else:", clipPath);
-        environment.clock->sleepUntil(environment.clock->now() + lockAgain);
+        environment.clock->sleepFor(lockAgain);
     }
     const ClipMarks before = read(clipPath, told, environment);
     ClipMarks marks = before;

@@ -11,9 +11,6 @@
 namespace {
 
 constexpr const char *module = "mediumhelper";
-// A stepped clock stands still while the event loop waits here, so nothing is late however long it takes;
-// the limit then only ends the wait for a medium that hangs.
-constexpr std::chrono::milliseconds steppedLimit{2000};
 
 } // namespace
 
@@ -79,7 +76,7 @@ bool MediumHelper::ask(const std::string &medium, std::function<void()> question
         --lane->asked;
         return false;
     }
-    if (environment.clock->isStepped()) wait = std::max(wait, steppedLimit);
+    wait = std::max(wait, environment.shortestMediumWait);
     if (lane->changed.wait_for(lock, wait, [&] { return lane->answered == number; })) return true;
     qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
                  "%s does not answer%s; it is not asked again until it does\n", medium.c_str(),

@@ -82,7 +82,7 @@ std::string whyNot(const ScheduledTake &take, const std::vector<ScheduledTake> &
         return "the start is past; the clock is " + localText(now, "yyyy-MM-dd HH:mm:ss").toStdString();
     if (take.start - now > longestAhead) return "the start is more than a year away";
     if (take.end != 0 && take.end - take.start < second) return "the end is not after the start";
-    constexpr std::int64_t gap = RecordSchedule::gapSeconds * second;
+    constexpr std::int64_t gap = std::chrono::nanoseconds(RecordSchedule::gap).count();
     for (const ScheduledTake &other : others) {
         const bool before = other.end != 0 && other.end + gap <= take.start;
         const bool after = take.end != 0 && take.end + gap <= other.start;
@@ -90,7 +90,7 @@ std::string whyNot(const ScheduledTake &take, const std::vector<ScheduledTake> &
         std::string reason = "it would meet " + other.describe();
         if (other.end == 0 || take.end == 0)
             return reason + "; a take before another one needs an end (--until)";
-        return reason + "; " + std::to_string(RecordSchedule::gapSeconds) + " s must lie between two takes";
+        return reason + "; " + std::to_string(RecordSchedule::gap.count()) + " s must lie between two takes";
     }
     return {};
 }

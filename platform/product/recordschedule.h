@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -31,7 +32,7 @@ struct RecordSchedule
 {
     static constexpr std::size_t most = 64;
     /// Between two takes the recorder closes a clip and opens another.
-    static constexpr std::int64_t gapSeconds = 5;
+    static constexpr std::chrono::seconds gap{5};
 
     std::vector<ScheduledTake> takes;
 

@@ -24,7 +24,8 @@ struct NumberRow
     void (*take)(Values &values, unsigned value);
 };
 constexpr std::initializer_list<NumberRow> numberRows = {
-    {eParam_PreRecord, [](Values &values, unsigned value) { values.preRecordSeconds = int(value); }},
+    {eParam_PreRecord,
+     [](Values &values, unsigned value) { values.preRecord = std::chrono::seconds(value); }},
     {eParam_TornPictures, [](Values &values, unsigned value) { values.keepsTornPictures = value != 0; }},
 };
 

@@ -6,7 +6,7 @@
 namespace {
 /// Frames that may wait for the disk: a flush makes a few wait.
 constexpr qint64 fewFrames = 8;
-constexpr qint64 pauseTime = 100 * QmxClock::nsPerMillisecond;
+constexpr std::chrono::milliseconds pauseTime(100);
 } // namespace
 
 TransferPace::TransferPace(const QmxEnvironment &environment, std::function<bool()> isBusy)
@@ -24,7 +24,8 @@ void TransferPace::wait(qint64 bytes)
 {
     if (!_isBusy()) return;
     QmxClock &clock = *_environment.clock;
-    clock.sleepUntil(clock.now() + qint64(double(bytes) / busyRate * double(QmxClock::nsPerSecond)));
+    clock.sleepFor(std::chrono::duration_cast<QmxClock::Duration>(
+        std::chrono::duration<double>(double(bytes) / busyRate)));
     while (_isBusy() && framesWait())
-        clock.sleepUntil(clock.now() + pauseTime);
+        clock.sleepFor(pauseTime);
 }

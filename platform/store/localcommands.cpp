@@ -2,7 +2,7 @@
 #include "platform/store/localcommands.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/store/storeclient.h"
 
@@ -61,7 +61,7 @@ LocalCommands::LocalCommands(const std::string &uri, const QString &path)
     : _client(StoreClient::acquire(uri, {}, true)), _path(path), _socket(openAt(path))
 {
     if (_socket < 0) {
-        qmxLogOutput(2, module, __LINE__, "Without the store no stop is taken: %s: %s\n",
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__, "Without the store no stop is taken: %s: %s\n",
                      qUtf8Printable(path), std::strerror(errno));
         return;
     }
@@ -84,7 +84,7 @@ void LocalCommands::take()
     if (size < 0) return;
     const bool isStop =
         size == ssize_t(sizeof stopWord - 1) && std::memcmp(word, stopWord, size_t(size)) == 0;
-    qmxLogOutput(isStop ? 3 : 2, module, __LINE__, "%s\n",
+    qmxLogOutput(isStop ? QmxLogLevel::Info : QmxLogLevel::Warning, module, __LINE__, "%s\n",
                  isStop ? "A stop has come without the store" : "What came is no command");
     if (isStop && _client)
         _client->deliverLocally(eParam_TransportCommand, StoreValue::fromUnsigned(stopCommand));

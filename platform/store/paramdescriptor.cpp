@@ -2,29 +2,22 @@
 #include "platform/store/paramdescriptor.h"
 
 #include "platform/qmx/core/qmxpackedtimecode.h"
-#include "platform/qmx/core/qmxtakemoment.h"
 #include "platform/qmx/core/qmxtimecode.h"
 #include "platform/store/alarms.pb.h"
 #include "platform/store/datafile.pb.h"
 #include "platform/store/paramrow.h"
+#include "platform/store/textrules.h"
 #include "platform/store/values.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QString>
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
-#include <sstream>
 
 namespace {
 
-constexpr std::size_t maximumText = 16384;   // bytes; a play list of some hundred clips
-constexpr std::size_t maximumData = 65536;   // bytes
-constexpr std::size_t maximumFileName = 255; // bytes; what the file systems take
-constexpr std::size_t maximumName = 100;     // bytes; leaves room for take, rollover index and extension
-constexpr std::size_t namesInReason = 12;    // more are told by their number only
+constexpr std::size_t maximumData = 65536; // bytes
+constexpr std::size_t namesInReason = 12;  // more are told by their number only
 
 bool parseNumber(const std::string &text, unsigned &value)
 {
@@ -33,75 +26,6 @@ bool parseNumber(const std::string &text, unsigned &value)
     const char *end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(begin, end, value, hex ? 16 : 10);
     return error == std::errc() && stop == end && begin != end;
-}
-
-bool checkUserBits(const std::string &text)
-{
-    constexpr size_t digits = 8;
-    const auto isDigit = [](unsigned char c) { return std::isxdigit(c) != 0; };
-    return text.empty() || (text.size() == digits && std::all_of(text.begin(), text.end(), isDigit));
-}
-
-bool checkSpeed(const std::string &text)
-{
-    bool isNumber = false;
-    const double speed = QString::fromStdString(text).toDouble(&isNumber);
-    return isNumber && speed >= -maximumSpeed && speed <= maximumSpeed;
-}
-
-/// A part of a file name: nothing that leaves the folder, nothing that no file system takes.
-bool checkFileName(const std::string &text)
-{
-    return !text.empty() && text.size() <= maximumName && text != "." && text != ".." &&
-           std::none_of(text.begin(), text.end(),
-                        [](char c) { return c == '/' || static_cast<unsigned char>(c) < 0x20; });
-}
-
-/// The file name of a clip: any name that a folder can hold, and nothing that leads out of it.
-bool checkClipName(const std::string &text)
-{
-    return text.size() <= maximumFileName && text != "." && text != ".." &&
-           (text == noClip || text.find('/') == std::string::npos);
-}
-
-bool checkClipNames(const std::string &text)
-{
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
-        if (!checkClipName(line)) return false;
-    return true;
-}
-
-constexpr const char *nameFields[] = {"name", "take", "reel", "date", "time"};
-
-/// Empty, or the first thing in braces that is no field of a clip's name.
-std::string unknownField(const std::string &text)
-{
-    for (std::size_t open = text.find('{'); open != std::string::npos; open = text.find('{', open + 1)) {
-        const std::size_t close = text.find('}', open);
-        const std::string field =
-            text.substr(open + 1, close == std::string::npos ? close : close - open - 1);
-        const bool isKnown =
-            close != std::string::npos &&
-            std::find(std::begin(nameFields), std::end(nameFields), field) != std::end(nameFields);
-        if (!isKnown) return "{" + field + (close == std::string::npos ? "" : "}");
-    }
-    return {};
-}
-
-bool checkOrder(const std::string &text)
-{
-    if (text.empty()) return true;
-    const QJsonObject order = QJsonDocument::fromJson(QByteArray::fromStdString(text)).object();
-    return order["id"].isString() && order["verb"].isString() && order["clip"].isString();
-}
-
-/// Control characters could rewrite the screen of whoever looks at the value.
-bool hasControl(const std::string &text, bool linesAllowed)
-{
-    return std::any_of(text.begin(), text.end(), [linesAllowed](unsigned char c) {
-        return (c < 0x20 && !(c == '\n' && linesAllowed)) || c == 0x7F;
-    });
 }
 
 /// The timecode that a preset's number stands for.
@@ -253,39 +177,9 @@ bool ParamDescriptor::check(const StoreValue &value, std::string &reason) const
         reason = _row.name + " takes " + describeValues() + ", not " + std::to_string(value.number);
         return false;
     case String:
-        if (value.text.size() > maximumText || value.text.find('\0') != std::string::npos)
-            reason = _row.name + " takes a text of at most " + std::to_string(maximumText) +
-                     " bytes without zero bytes";
-        else if (hasControl(value.text, hasAttribute(Attribute::multiLine)))
-            reason = _row.name + " takes a text without control characters";
-        else if (hasAttribute(Attribute::clipName) && !checkClipNames(value.text))
-            reason = _row.name + " takes the file name of a clip on its medium (no \"/\")";
-        else if (hasAttribute(Attribute::timecode) && !value.text.empty() &&
-                 !QmxTimecode(QString::fromStdString(value.text)).isValid())
-            reason = _row.name + " takes a timecode such as 10:00:04:00, not \"" + value.text + "\"";
-        else if (hasAttribute(Attribute::userBits) && !checkUserBits(value.text))
-            reason =
-                _row.name + " takes eight hexadecimal digits such as 20261126, not \"" + value.text + "\"";
-        else if (QString wrong; hasAttribute(Attribute::moment) &&
-                                !QmxTakeMoment::parse(QString::fromStdString(value.text), 0, &wrong))
-            reason = _row.name + " " + wrong.toStdString() + ", not \"" + value.text + "\"";
-        else if (hasAttribute(Attribute::folder) && !value.text.empty() && value.text.front() != '/')
-            reason =
-                _row.name + " takes the full path of a folder, such as /media/A, not \"" + value.text + "\"";
-        else if (hasAttribute(Attribute::order) && !checkOrder(value.text))
-            reason = _row.name +
-                     " takes an order as JSON, with id, verb and clip; `xpctl copy` and its like write it";
-        else if (hasAttribute(Attribute::namePattern) && !unknownField(value.text).empty())
-            reason = _row.name + " has no " + unknownField(value.text) +
-                     "; its fields are {name}, {take}, {reel}, {date} and {time}";
-        else if (hasAttribute(Attribute::speed) && !checkSpeed(value.text))
-            reason = _row.name + " takes a decimal number from -100 to 100, not \"" + value.text + "\"";
-        else if ((hasAttribute(Attribute::fileName) || hasAttribute(Attribute::namePattern)) &&
-                 !checkFileName(value.text))
-            reason = _row.name + " takes a text of 1 to " + std::to_string(maximumName) +
-                     " bytes that can stand in a file name (no \"/\")";
-        else
-            return true;
+        reason = whyNotText(_row.attributes, value.text);
+        if (reason.empty()) return true;
+        reason = _row.name + " " + reason;
         return false;
     case Data:
         if (value.text.size() <= maximumData) return true;

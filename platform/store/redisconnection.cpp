@@ -15,8 +15,8 @@
 namespace {
 
 constexpr timeval connectTimeout{1, 0};
-constexpr int answerMilliseconds = 2000; // a server that hangs is as good as none
-constexpr int sliceMilliseconds = 50;    // between two looks at whether to go on waiting
+constexpr std::chrono::milliseconds answerWithin(2000); // a server that hangs is as good as none
+constexpr std::chrono::milliseconds slice(50);          // between two looks at whether to go on waiting
 constexpr std::size_t readBytes = 64 * 1024;
 constexpr std::size_t mostBytes = std::size_t(512) << 20; // of one answer
 
@@ -236,9 +236,9 @@ bool RedisConnection::waitFor(short events)
 {
     // A server's time is the machine's, not that of this program's clock.
     // Only the time without a byte counts, but over the whole answer: one that dribbles is none.
-    for (; _waited < answerMilliseconds; _waited += sliceMilliseconds) {
+    for (; _waited < answerWithin; _waited += slice) {
         pollfd descriptor{_context->fd, events, 0};
-        const int ready = ::poll(&descriptor, 1, sliceMilliseconds);
+        const int ready = ::poll(&descriptor, 1, int(slice.count()));
         if (ready > 0) return true;
         if (ready < 0 && errno != EINTR) break;
         if (_interrupted && *_interrupted) {
@@ -301,7 +301,7 @@ RedisConnection::Received RedisConnection::receive(RedisValue &answer)
 StoreResult RedisConnection::ask(const Words &command, RedisValue &answer, bool *sent)
 {
     _received = 0;
-    _waited = 0;
+    _waited = {};
     if (sent) *sent = true; // half a command is none, but who knows how much has arrived
     bool isThere = send(command);
     while (isThere) {

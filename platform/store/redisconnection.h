@@ -4,6 +4,7 @@
 #include "platform/store/redisaddress.h"
 #include "platform/store/storebackend.h"
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -71,7 +72,7 @@ private:
     const std::string _passwordFile;
     const std::shared_ptr<std::atomic<bool>> _interrupted;
     std::unique_ptr<redisContext, Closer> _context;
-    std::string _lost;         ///< why the connection was lost
-    std::size_t _received = 0; ///< bytes of the present answer
-    int _waited = 0;           ///< milliseconds for it in which nothing came
+    std::string _lost;                   ///< why the connection was lost
+    std::size_t _received = 0;           ///< bytes of the present answer
+    std::chrono::milliseconds _waited{}; ///< for it, while nothing came
 };

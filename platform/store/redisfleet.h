@@ -3,6 +3,7 @@
 
 #include "platform/store/redisconnection.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,8 +27,9 @@ public:
 
     /// All that have a store there, by name.
     StoreResult list(std::vector<Member> &members);
-    /// Tells all where the panel of a recorder is: this end of the connection, at a port.
-    StoreResult announce(const std::string &name, int port, int seconds);
+    /// Tells all where the panel of a recorder is: this end of the connection, at a port. It is
+    /// forgotten after a while.
+    StoreResult announce(const std::string &name, int port, std::chrono::seconds forSoLong);
     /// A recorder that is not in use gets another name, with all that it knows.
     StoreResult rename(const std::string &from, const std::string &to);
     /// A recorder that is not in use is forgotten.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/paramdescriptor.h"
 #include "platform/store/redisbackend.h"
@@ -56,7 +56,7 @@ StoreResult RedisBackend::create()
     Answer outcome = Answer::Done;
     StoreResult result = run(RedisScripts::create, keys, arguments, answer, outcome);
     if (result.isDone() && outcome == Answer::Done && !isNew)
-        qmxLogOutput(1, module, __LINE__, "%s. Look at the settings\n", text.c_str());
+        qmxLogOutput(QmxLogLevel::Error, module, __LINE__, "%s. Look at the settings\n", text.c_str());
     return result;
 }
 
@@ -71,7 +71,7 @@ StoreResult RedisBackend::beginEpoch(const std::string &old, bool &first)
     if (!first) return result;
     const std::string text = "The configuration store " + _address.text() +
                              " has been restored: its server had lost the newest changes";
-    qmxLogOutput(1, module, __LINE__, "%s. Look at the settings\n", text.c_str());
+    qmxLogOutput(QmxLogLevel::Error, module, __LINE__, "%s. Look at the settings\n", text.c_str());
     return putUpkeep(
         {{{eParam_AlarmStoreRestored, StoreValue::fromData(alarmValue(AlarmSeverity::Warning, text))}, 0}});
 }
@@ -124,7 +124,7 @@ void RedisBackend::warnOfForgetfulServer()
         return true;
     };
     if (has("appendonly", "yes") && has("appendfsync", "always")) return;
-    qmxLogOutput(2, module, __LINE__,
+    qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
                  "A power cut may take the newest settings from the configuration store %s: give its server "
                  "the settings 'appendonly yes' and 'appendfsync always'\n",
                  _address.text().c_str());

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/sqlitebackend.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/paramdescriptor.h"
 #include "platform/store/sqliteschema.h"
 
@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr int stopMilliseconds = 500; // a stop waits no longer for whoever has locked the store
+constexpr std::chrono::milliseconds
+    stopWithin(500); // a stop waits no longer for whoever has locked the store
 constexpr unsigned commandStop = 4;
 constexpr qint64 logRows = 100'000;   // what the log keeps; an older cursor gets a snapshot
 constexpr qint64 alarmRows = 1'000;   // what the alarm history keeps
@@ -126,12 +127,12 @@ StoreResult SqliteBackend::connectForWriting()
     return result;
 }
 
-StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work, int waitMilliseconds)
+StoreResult SqliteBackend::locked(const std::function<StoreResult()> &work, std::chrono::milliseconds within)
 {
-    bool isLocked = _lock.acquire(waitMilliseconds, _context.interrupted.get());
+    bool isLocked = _lock.acquire(within, _context.interrupted.get());
     if (!isLocked && _lock.error() == ENOENT) {
         _files.makeFolders();
-        isLocked = _lock.acquire(lockMilliseconds, _context.interrupted.get());
+        isLocked = _lock.acquire(lockWithin, _context.interrupted.get());
     }
     if (!isLocked) {
         const std::string where = "cannot write the configuration store " + _files.database() + ": ";
@@ -167,12 +168,11 @@ StoreResult SqliteBackend::write(const std::vector<StoreWrite> &writes, std::vec
 {
     const bool isStop = writes.size() == 1 && writes.front().id == eParam_TransportCommand &&
                         writes.front().value == StoreValue::fromUnsigned(commandStop);
-    StoreResult result =
-        locked([&] { return commit(writes, versions); }, isStop ? stopMilliseconds : lockMilliseconds);
+    StoreResult result = locked([&] { return commit(writes, versions); }, isStop ? stopWithin : lockWithin);
     if (isStop && result.code == StoreResult::Busy && _wakeup.sendUrgent(writes.front())) {
         // It is no value that anybody reads again, so it is done when it has been heard.
-        qmxLogOutput(2, "sqlitebackend", __LINE__, "%s; the stop goes to the recorder past it\n",
-                     result.text.c_str());
+        qmxLogOutput(QmxLogLevel::Warning, "sqlitebackend", __LINE__,
+                     "%s; the stop goes to the recorder past it\n", result.text.c_str());
         versions.assign(1, 0);
         return {};
     }

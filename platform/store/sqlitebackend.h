@@ -7,6 +7,7 @@
 #include "platform/store/storelock.h"
 #include "platform/store/wakeupsocket.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -35,9 +36,10 @@ public:
     StoreResult alarmHistory(int newest, std::vector<AlarmRecord> &records) override;
 
 private:
-    static constexpr int lockMilliseconds = 5000;
+    static constexpr std::chrono::milliseconds lockWithin{5000};
     // sqlitebackend.cpp: the daily work
-    StoreResult locked(const std::function<StoreResult()> &work, int waitMilliseconds = lockMilliseconds);
+    StoreResult locked(const std::function<StoreResult()> &work,
+                       std::chrono::milliseconds within = lockWithin);
     StoreResult connectForReading();
     StoreResult connectForWriting();
     StoreResult openAtPath();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/eparammedia.h"
 #include "platform/store/sqlitebackend.h"
@@ -45,7 +45,8 @@ void SqliteBackend::care()
     std::string reason = checkpoint();
     if (reason.empty()) reason = backUp();
     // Upkeep is tried every second; a reason is told once.
-    if (!reason.empty() && reason != _careError) qmxLogOutput(2, module, __LINE__, "%s\n", reason.c_str());
+    if (!reason.empty() && reason != _careError)
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__, "%s\n", reason.c_str());
     _careError = reason;
     _files.restoreBallast();
     tellOfRoom();
@@ -76,7 +77,7 @@ std::string SqliteBackend::checkpoint()
     {};
     if (::stat(_files.wal().c_str(), &info) != 0 || info.st_size < checkpointBytes) return {};
     const quint64 newest = SqliteSchema::newestVersion(_database);
-    if (newest == _checkpointed || !_lock.acquire(0, nullptr)) return {};
+    if (newest == _checkpointed || !_lock.acquire({}, nullptr)) return {};
     const StoreLockHolder holder(_lock);
     _checkpointed = newest;
     // PASSIVE waits for nobody; the next writer then begins the write-ahead log anew.
@@ -97,7 +98,7 @@ std::string SqliteBackend::backUp()
                      now - backups.front().time >= backupSeconds || now < backups.front().time;
     if (!due) return {};
     StoreLock lock(_files.careLock()); // one process at a time
-    if (!lock.acquire(0, nullptr)) return {};
+    if (!lock.acquire({}, nullptr)) return {};
     const StoreLockHolder holder(lock);
     StoreImage image;
     StoreCursor cursor;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/alarmvalue.h"
 #include "platform/store/paramdescriptor.h"
 #include "platform/store/sqlitebackend.h"
@@ -53,7 +53,7 @@ StoreImage SqliteBackend::newestGoodBackup(quint64 &top)
             dropWhatARestartEnded(file, image);
             return image;
         }
-        qmxLogOutput(2, module, __LINE__,
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
                      "Backup %s of the configuration store is damaged too and is passed over\n",
                      backup.path.c_str());
     }
@@ -98,7 +98,7 @@ StoreResult SqliteBackend::createOrRestore(const std::string &reason)
             "The configuration store " + _files.database() + " has been restored: " + reason;
         image[eParam_AlarmStoreRestored] = {StoreValue::fromData(alarmValue(AlarmSeverity::Warning, text)),
                                             ++top, storeSource("store"), wallMicroseconds()};
-        qmxLogOutput(1, module, __LINE__, "%s. Look at the settings\n", text.c_str());
+        qmxLogOutput(QmxLogLevel::Error, module, __LINE__, "%s. Look at the settings\n", text.c_str());
     }
     static std::atomic<unsigned> count = 0; // a clock may stand still
     const std::string epoch = stamp + "-" + std::to_string(_context.environment.clock->wallTime()) + "-" +

@@ -2,7 +2,7 @@
 #include "platform/store/storeclient.h"
 
 #include "platform/qmx/core/qmx.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/store/storesource.h"
 
 #include <QCoreApplication>
@@ -16,7 +16,7 @@ constexpr const char *mediaDaemon = "xpmediad"; ///< the one part of a recorder 
 constexpr const char *module = "storeclient";
 constexpr int longestShown = 100; // of an address that makes no sense
 constexpr std::chrono::milliseconds silence{900};
-constexpr int firstReadMilliseconds = 2000; // how long the start waits for the store
+constexpr std::chrono::milliseconds firstRead{2000}; // how long the start waits for the store
 /// How long the end of a client waits in all: for the last writes to be committed and its threads to end.
 constexpr std::chrono::milliseconds endWait{2000};
 
@@ -73,7 +73,7 @@ std::shared_ptr<StoreClient> StoreClient::acquire(const std::string &uri, const 
     std::string path;
     const StoreBackendRow *row = findStoreBackend(uri, path);
     if (!row) {
-        qmxLogOutput(1, module, __LINE__,
+        qmxLogOutput(QmxLogLevel::Error, module, __LINE__,
                      "The address of the configuration store makes no sense: '%.*s'; correct the first line "
                      "of /etc/xp/store, for example to sqlite:/var/lib/xp/store.db, and start again. Until "
                      "then nobody can operate the recorder\n",
@@ -135,7 +135,7 @@ void StoreClient::startReader(bool thorough)
 {
     _reader = std::make_shared<StoreReader>(connect(), _context, _memory, _state, _gate, _queued, thorough);
     _reader->start();
-    _reader->waitUntilLoaded(firstReadMilliseconds);
+    _reader->waitUntilLoaded(firstRead);
     _care = std::make_shared<StoreCare>(connect());
     _care->start();
 }

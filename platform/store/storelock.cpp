@@ -37,12 +37,12 @@ bool StoreLock::isAtPath() const
     return _identity && _identity == StoreFiles::identity(_path);
 }
 
-bool StoreLock::acquire(int milliseconds, const std::atomic<bool> *interrupted)
+bool StoreLock::acquire(std::chrono::milliseconds within, const std::atomic<bool> *interrupted)
 {
     // flock() knows no time limit, so it is asked again and again. The waiting is counted and not measured:
     // other processes do not share this process's clock.
-    constexpr int pause = 1;
-    for (int waited = 0;; waited += pause) {
+    constexpr std::chrono::milliseconds pause(1);
+    for (std::chrono::milliseconds waited(0);; waited += pause) {
         if (_fd < 0 && !openFile()) return false;
         if (::flock(_fd, LOCK_EX | LOCK_NB) == 0) {
             // Given up while it was waited for: nothing may be written any more.
@@ -60,11 +60,11 @@ bool StoreLock::acquire(int milliseconds, const std::atomic<bool> *interrupted)
             _error = errno;
             return false;
         }
-        if (waited >= milliseconds || (interrupted && interrupted->load())) {
+        if (waited >= within || (interrupted && interrupted->load())) {
             _error = EWOULDBLOCK;
             return false;
         }
-        ::poll(nullptr, 0, pause);
+        ::poll(nullptr, 0, int(pause.count()));
     }
 }
 

@@ -4,6 +4,7 @@
 #include "platform/store/storefiles.h"
 
 #include <atomic>
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -17,9 +18,9 @@ public:
     StoreLock(const StoreLock &) = delete;
     StoreLock &operator=(const StoreLock &) = delete;
 
-    /// True when the lock is held; false after `milliseconds`, when `interrupted` has become true, or when
+    /// True when the lock is held; false after `within`, when `interrupted` has become true, or when
     /// the file cannot be made (then error() tells the errno).
-    bool acquire(int milliseconds, const std::atomic<bool> *interrupted);
+    bool acquire(std::chrono::milliseconds within, const std::atomic<bool> *interrupted);
     void release();
     int error() const { return _error; }
 

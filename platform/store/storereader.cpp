@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/storereader.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>
@@ -16,9 +16,9 @@
 namespace {
 
 constexpr const char *module = "storereader";
-constexpr int safetyPollMilliseconds = 250; // finds what a lost wake-up would have told
-constexpr int batch = 256;                  // changes read at once, so that a read is short
-constexpr int prepareAgainTurns = 20;       // after a store could not be prepared
+constexpr int safetyPoll = 250;       // ms; finds what a lost wake-up would have told
+constexpr int batch = 256;            // changes read at once, so that a read is short
+constexpr int prepareAgainTurns = 20; // after a store could not be prepared
 constexpr qint64 microseconds = 1'000'000;
 constexpr qint64 nsPerMicrosecond = 1'000;
 
@@ -42,11 +42,10 @@ StoreReader::~StoreReader()
     if (_wakeFd >= 0) ::close(_wakeFd);
 }
 
-bool StoreReader::waitUntilLoaded(int milliseconds)
+bool StoreReader::waitUntilLoaded(std::chrono::milliseconds within)
 {
     std::unique_lock lock(_mutex);
-    _changed.wait_for(lock, std::chrono::milliseconds(milliseconds),
-                      [this] { return _firstLoadTried || _ended; });
+    _changed.wait_for(lock, within, [this] { return _firstLoadTried || _ended; });
     return _memory->isLoaded();
 }
 
@@ -180,7 +179,7 @@ StoreResult StoreReader::load()
         if (result.isDone()) result = commandsOf(cursor, commands);
         if (!result.isDone()) return result;
     } else if (_loaded) {
-        qmxLogOutput(2, module, __LINE__,
+        qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
                      "The configuration store has dropped changes before they could be read (%llu were "
                      "missing); its values are read anew, commands among the changes are lost\n",
                      static_cast<unsigned long long>(cursor.version - _cursor.version));
@@ -321,7 +320,7 @@ void StoreReader::wait()
 {
     pollfd descriptors[] = {{_wakeFd, POLLIN, 0}, {_backend->listen(), POLLIN, 0}};
     // With no room for more there is nothing to do before somebody has been told.
-    const int timeout = _moreToRead && _waiting.size() < bound ? 0 : safetyPollMilliseconds;
+    const int timeout = _moreToRead && _waiting.size() < bound ? 0 : safetyPoll;
     // Other processes write when it suits them: this waits for the machine, not for this process's clock.
     ::poll(descriptors, 2, timeout);
     quint64 count = 0;

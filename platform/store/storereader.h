@@ -8,6 +8,7 @@
 #include "platform/store/storethread.h"
 
 #include <atomic>
+#include <chrono>
 #include <deque>
 
 /// Follows the changes of a store on the thread "store-events": keeps the client's memory current and calls
@@ -27,7 +28,7 @@ public:
     ~StoreReader() override;
 
     /// True when the store has been read once; waits for that at most `milliseconds`.
-    bool waitUntilLoaded(int milliseconds);
+    bool waitUntilLoaded(std::chrono::milliseconds within);
     void addListener(const void *owner, ConfigEventListener *listener);
     /// Returns when no listener of this owner is being called nor ever will be.
     void removeListeners(const void *owner);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/storestate.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 namespace {
 constexpr const char *module = "storestate";
@@ -17,9 +17,10 @@ void StoreState::report(Use use, const StoreResult &result)
     const std::string &other = _texts[use == Reading ? Writing : Reading];
     // Only the first of a row of errors: they have one cause.
     if (text.empty() && other.empty())
-        qmxLogOutput(1, module, __LINE__, "%s\n", result.text.c_str());
+        qmxLogOutput(QmxLogLevel::Error, module, __LINE__, "%s\n", result.text.c_str());
     else if (result.isDone() && other.empty())
-        qmxLogOutput(3, module, __LINE__, "The configuration store %s can be used again\n", _uri.c_str());
+        qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "The configuration store %s can be used again\n",
+                     _uri.c_str());
     text = result.text;
 }
 

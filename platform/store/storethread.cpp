@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/storethread.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 StoreThread::StoreThread(const char *name, std::unique_ptr<StoreBackend> backend)
     : _backend(std::move(backend)), _name(name)
@@ -24,7 +24,7 @@ void StoreThread::start()
     if (!error.isError()) return;
     const std::lock_guard lock(_mutex);
     _ended = true;
-    qmxLogOutput(1, _name, __LINE__, "%s\n", qPrintable(error.toString()));
+    qmxLogText(QmxLogLevel::Error, _name, __LINE__, error.toString());
 }
 
 void StoreThread::askToStop()

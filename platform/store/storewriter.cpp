@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/store/storewriter.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <chrono>
 
@@ -52,7 +52,7 @@ void StoreWriter::giveUp()
     const std::lock_guard lock(_mutex);
     if (_queue.empty()) return;
     qmxLogOutput(
-        1, module, __LINE__,
+        QmxLogLevel::Error, module, __LINE__,
         "%zu changes of settings or status are lost, the configuration store did not take them. %s\n",
         _queue.size(), _state->text().c_str());
     for (const Item &item : _queue)

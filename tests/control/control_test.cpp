@@ -78,7 +78,8 @@ TEST(Verbs, everyRowIsWholeAndChecksItsArguments)
 
 TEST(Ownership, endsWithItsTimeAndNeverBeforeIt)
 {
-    const Ownership::Hold hold{{"anna", "http", "192.0.2.7", "http/account/anna"}, 1000, 61000, 60};
+    const Ownership::Hold hold{
+        {"anna", "http", "192.0.2.7", "http/account/anna"}, 1000, 61000, std::chrono::seconds(60)};
     const QString text = QString::fromUtf8(QJsonDocument(hold.toJson()).toJson());
     const auto read = Ownership::Hold::parse(text, 60999);
     ASSERT_TRUE(read);
@@ -136,7 +137,7 @@ TEST(DeckState, isMadeAnewWhereSomethingHasChanged)
     for (const std::string &raised : {alarmValue(AlarmSeverity::Error, "no input"), std::string()})
         EXPECT_EQ(changes(eParam_AlarmRecordInhibited, StoreValue::fromData(raised))["alarms"],
                   raised.empty() ? 0 : 1);
-    const Ownership::Hold hold{{"anna", "http", "", ""}, 1000, 61000, 60};
+    const Ownership::Hold hold{{"anna", "http", "", ""}, 1000, 61000, std::chrono::seconds(60)};
     const auto text = QJsonDocument(hold.toJson()).toJson().toStdString();
     EXPECT_TRUE(changes(eParam_ControlOwner, StoreValue::fromString(text), 2000)["owner"].isObject());
     EXPECT_TRUE(parameters.state(true, 61000).owner.isEmpty()) << "by time alone";

@@ -164,7 +164,7 @@ TEST_F(SqliteStore, aStopReachesTheRecorderWhileSomebodyKeepsTheStoreLocked)
     Stepper::deliver();
     const auto person = openStore(uri);
     StoreLock lock(StoreFiles(path().toStdString()).lock());
-    ASSERT_TRUE(lock.acquire(1000, nullptr));
+    ASSERT_TRUE(lock.acquire(std::chrono::seconds(1), nullptr));
     constexpr unsigned stop = 4;
     EXPECT_TRUE(person->setUInt(eParam_TransportCommand, stop)) << person->lastError();
     EXPECT_TRUE(listener.waitForLast(eParam_TransportCommand, "4"));
@@ -204,7 +204,7 @@ TEST_F(SqliteStore, linksInItsFolderReachNobodyElsesFile)
             const auto config = openStore(uri);
             textOf(*config, eParam_ReelNumber);
             config->setUInt(eParam_LoopPlayback, 1);
-            StoreLock(name.toStdString()).acquire(0, nullptr);
+            StoreLock(name.toStdString()).acquire({}, nullptr);
             StoreFiles::shareWithGroup(name.toStdString());
             if (const int fd = StoreFiles::createNew(path().toStdString() + suffix); fd >= 0) ::close(fd);
             struct stat info = {};

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxeventdispatcher.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "tests/support/logcollector.h"
+#include "tests/support/steppedclock.h"
+#include "tests/support/steppeddispatcher.h"
 
 #include <gtest/gtest.h>
 
@@ -26,9 +27,13 @@ int main(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
     QmxEnvironment environment = QmxEnvironment::current();
-    environment.clock = std::make_shared<QmxSteppedClock>();
+    const auto clock = std::make_shared<SteppedClock>();
+    environment.clock = clock;
+    // The time stands still while the event loop waits for an answer, so nothing is late however long it
+    // takes; this only ends the wait for a medium that hangs.
+    environment.shortestMediumWait = std::chrono::seconds(2);
     QmxEnvironment::setCurrent(environment);
-    QCoreApplication::setEventDispatcher(new QmxEventDispatcher(environment.clock));
+    QCoreApplication::setEventDispatcher(new SteppedDispatcher(clock));
     QCoreApplication application(argc, argv);
     qmxLogSetLevel(4);
     Qmx::init(1);

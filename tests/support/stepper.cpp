@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/support/stepper.h"
 
-#include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxeventdispatcher.h"
+#include "tests/support/steppeddispatcher.h"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +12,9 @@
 
 namespace {
 
-QmxEventDispatcher *dispatcher()
+SteppedDispatcher *dispatcher()
 {
-    return static_cast<QmxEventDispatcher *>(QAbstractEventDispatcher::instance(qApp->thread()));
+    return static_cast<SteppedDispatcher *>(QAbstractEventDispatcher::instance(qApp->thread()));
 }
 
 /// Turns of the loop up to a limit of the clock. Never inside one another: the limit binds the outer loop
@@ -49,9 +48,9 @@ private:
 
 } // namespace
 
-QmxSteppedClock *Stepper::clock()
+SteppedClock *Stepper::clock()
 {
-    return static_cast<QmxSteppedClock *>(dispatcher()->clock().get());
+    return dispatcher()->steppedClock();
 }
 
 qint64 Stepper::now()
@@ -90,13 +89,13 @@ void Stepper::deliver()
 
 bool Stepper::waitFor(const std::function<bool()> &predicate, int realMs)
 {
-    constexpr int lookAgainMs = 5; // what is waited for may come without an event
+    constexpr std::chrono::milliseconds lookAgain{5}; // what is waited for may come without an event
     Turns turns(now());
     QElapsedTimer elapsed;
     elapsed.start();
     while (!predicate()) {
         if (elapsed.hasExpired(realMs)) return false;
-        if (!turns.next()) dispatcher()->waitForOutside(lookAgainMs);
+        if (!turns.next()) dispatcher()->waitForOutside(lookAgain);
     }
     return true;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/qmx/core/qmxclock.h"
+#include "tests/support/steppedclock.h"
 
 #include <functional>
 
@@ -11,7 +11,7 @@
 namespace Stepper {
 
 /// The clock of the test program. Any thread.
-QmxSteppedClock *clock();
+SteppedClock *clock();
 qint64 now();
 
 /// Lets `ns` of virtual time pass: everything that is due until then (its end included) has happened, and

@@ -64,7 +64,8 @@ TEST(PreRecord, holdsByteForByteWhatASecondRecorderOfTheSameSourceRecorded)
     OneOfTwo early, late;
     early.startUp();
     late.startUp();
-    late.environment.deck->takeOptions.change([](auto &values) { values.preRecordSeconds = 3; });
+    late.environment.deck->takeOptions.change(
+        [](auto &values) { values.preRecord = std::chrono::seconds(3); });
     const QString whole = early.record("whole.mov");
     Stepper::runMs(5000);
     const QString part = late.record("part.mov");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/codec/qmxlibav.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QLibrary>
 
@@ -20,7 +20,7 @@ void logLine(void *, int level, const char *format, va_list arguments)
     std::array<char, 512> text;
     const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
     if (length > 1)
-        qmxLogOutput(4, "libav", 0, "%s%s", text.data(),
+        qmxLogOutput(QmxLogLevel::Debug, "libav", 0, "%s%s", text.data(),
                      text[size_t(std::min(length, 511)) - 1] == '\n' ? "" : "\n");
 }
 

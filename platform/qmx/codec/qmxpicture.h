@@ -29,7 +29,6 @@ public:
     int height() const { return _size.height(); }
     QSize size() const { return _size; }
     int planeWidth(int plane) const;
-    int planeHeight(int) const { return _size.height(); }
     /// Distance between rows in bytes; a multiple of 64.
     int stride(int plane) const { return _stride[plane]; }
     quint16 *row(int plane, int y);

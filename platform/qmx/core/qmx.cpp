@@ -6,7 +6,7 @@
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/core/qmximagelut.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxloopmeter.h"
 #include "platform/qmx/core/qmxprofileclock.h"
 #include "platform/qmx/core/qmxprogramend.h"
@@ -74,11 +74,12 @@ void Qmx::init(int interfaceVersion)
     constexpr int supported = 1;
     static bool done = false;
     if (interfaceVersion != supported)
-        qmxLogOutput(1, "qmx", __LINE__, "The program asks for interface %d of the framework, which has %d\n",
-                     interfaceVersion, supported);
+        qmxLogOutput(QmxLogLevel::Error, "qmx", __LINE__,
+                     "The program asks for interface %d of the framework, which has %d\n", interfaceVersion,
+                     supported);
     if (std::exchange(done, true)) return;
     if (qmxInstalledSpeed() > 0)
-        qmxLogOutput(3, "qmx", __LINE__, "The clock runs %g times as fast as real time\n",
+        qmxLogOutput(QmxLogLevel::Info, "qmx", __LINE__, "The clock runs %g times as fast as real time\n",
                      qmxInstalledSpeed());
     registerTypes();
     ignoreBrokenPipes();

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxclock.h"
 
-#include <chrono>
 #include <ctime>
 
 namespace {
@@ -74,6 +73,25 @@ double QmxClock::speed() const
 bool QmxClock::isStepped() const
 {
     return false;
+}
+
+void QmxClock::join(std::thread &thread, const std::function<bool()> &)
+{
+    thread.join();
+}
+
+bool QmxClock::standBy(QmxInterrupt &interrupt, const std::function<std::function<void()>()> &fallAsleep)
+{
+    std::lock_guard lock(interrupt._mutex);
+    if (interrupt._interrupted) return false;
+    interrupt._wake = fallAsleep();
+    return true;
+}
+
+void QmxClock::standDown(QmxInterrupt &interrupt)
+{
+    std::lock_guard lock(interrupt._mutex);
+    interrupt._wake = nullptr;
 }
 
 bool QmxClock::waitReal(qint64 deadline, QmxInterrupt *interrupt)

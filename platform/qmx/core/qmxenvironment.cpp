@@ -11,7 +11,7 @@ namespace {
 struct Holder
 {
     std::mutex mutex;
-    QmxEnvironment environment{std::make_shared<QmxRealClock>(), std::make_shared<QmxFiles>(), 0,
+    QmxEnvironment environment{std::make_shared<QmxRealClock>(), std::make_shared<QmxFiles>(),
                                std::make_shared<QmxThreads>()};
 };
 

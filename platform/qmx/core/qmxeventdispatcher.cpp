@@ -15,8 +15,6 @@
 namespace {
 
 constexpr qint64 never = QmxTimerTable::never;
-/// Real time for which a stepped loop waits for busy threads before it looks at its sockets again.
-constexpr int lookAgainMs = 20;
 
 short pollEvents(QSocketNotifier::Type type)
 {
@@ -35,21 +33,16 @@ short wakingEvents(QSocketNotifier::Type type)
 struct QmxEventDispatcher::Private
 {
     std::shared_ptr<QmxClock> clock;
-    QmxSteppedClock *stepped = nullptr; // the same clock, when it is one
     QmxTimerTable timers;
     QList<QSocketNotifier *> notifiers;
     int wakeFd = -1;
     std::atomic<bool> wake{true}; // something was posted: look before waiting
     std::atomic<bool> interrupted{false};
     int depth = 0;
-    int idleCalls = 0; // calls in a row that may not wait and found nothing
 
     void drainWakeUps();
     bool poll(qint64 timeout, bool sockets, std::vector<QSocketNotifier *> *ready);
     bool activateSockets(bool enabled);
-    bool waitReal(QEventLoop::ProcessEventsFlags flags);
-    bool waitStepped(QEventLoop::ProcessEventsFlags flags);
-    bool pending() const { return wake.load() || interrupted.load(); }
 };
 
 QmxEventDispatcher::QmxEventDispatcher(std::shared_ptr<QmxClock> clock, QObject *parent)
@@ -57,10 +50,6 @@ QmxEventDispatcher::QmxEventDispatcher(std::shared_ptr<QmxClock> clock, QObject 
 {
     d->clock = std::move(clock);
     d->wakeFd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-    if (d->clock->isStepped()) {
-        d->stepped = static_cast<QmxSteppedClock *>(d->clock.get());
-        d->stepped->setMover();
-    }
 }
 
 QmxEventDispatcher::~QmxEventDispatcher()
@@ -127,34 +116,39 @@ bool QmxEventDispatcher::Private::activateSockets(bool enabled)
     return !ready.empty();
 }
 
-/// Waits in real time until something is to be done.
-bool QmxEventDispatcher::Private::waitReal(QEventLoop::ProcessEventsFlags flags)
+bool QmxEventDispatcher::poll(qint64 timeout, QEventLoop::ProcessEventsFlags flags)
 {
-    const qint64 deadline = flags & QEventLoop::X11ExcludeTimers ? never : timers.firstDeadline();
-    qint64 timeout = never;
-    if (deadline != never)
-        timeout = qMax<qint64>(0, qint64(double(deadline - clock->now()) / clock->speed()) + 1);
-    poll(timeout, !(flags & QEventLoop::ExcludeSocketNotifiers), nullptr);
-    return true;
+    return d->poll(timeout, !(flags & QEventLoop::ExcludeSocketNotifiers), nullptr);
 }
 
-/// Moves the time until something is to be done; false when the limit is reached first.
-bool QmxEventDispatcher::Private::waitStepped(QEventLoop::ProcessEventsFlags flags)
+bool QmxEventDispatcher::isPending() const
 {
-    const bool beyondLimit = depth > 1;
-    const bool sockets = !(flags & QEventLoop::ExcludeSocketNotifiers);
-    for (;;) {
-        if (pending() || poll(0, sockets, nullptr)) return true;
-        const qint64 deadline = flags & QEventLoop::X11ExcludeTimers ? never : timers.firstDeadline();
-        if (deadline <= stepped->now()) return true;
-        if (!stepped->waitUntilIdle(lookAgainMs) || pending()) continue;
-        if (stepped->advanceTowards(deadline, beyondLimit)) continue;
-        if (stepped->isBusy() || pending()) continue;
-        if (!beyondLimit && stepped->now() >= stepped->limit()) return false;
-        // Nobody has a deadline: only a wake-up or a socket can bring anything.
-        if (!(flags & QEventLoop::WaitForMoreEvents)) return false;
-        poll(never, sockets, nullptr);
-    }
+    return d->wake.load() || d->interrupted.load();
+}
+
+bool QmxEventDispatcher::isNested() const
+{
+    return d->depth > 1;
+}
+
+qint64 QmxEventDispatcher::firstDeadline(QEventLoop::ProcessEventsFlags flags) const
+{
+    return flags & QEventLoop::X11ExcludeTimers ? never : d->timers.firstDeadline();
+}
+
+bool QmxEventDispatcher::mayWait(QEventLoop::ProcessEventsFlags flags, bool)
+{
+    return flags & QEventLoop::WaitForMoreEvents;
+}
+
+bool QmxEventDispatcher::wait(QEventLoop::ProcessEventsFlags flags)
+{
+    const qint64 deadline = firstDeadline(flags);
+    qint64 timeout = never;
+    if (deadline != never)
+        timeout = qMax<qint64>(0, qint64(double(deadline - d->clock->now()) / d->clock->speed()) + 1);
+    poll(timeout, flags);
+    return true;
 }
 
 bool QmxEventDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags)
@@ -174,25 +168,18 @@ bool QmxEventDispatcher::processEvents(QEventLoop::ProcessEventsFlags flags)
 
     emit awake();
     bool found = work();
-    const bool mayWait = flags & QEventLoop::WaitForMoreEvents;
-    d->idleCalls = found || mayWait ? 0 : d->idleCalls + 1;
-    const bool waits = mayWait || (d->stepped && d->idleCalls > 1);
+    const bool waits = mayWait(flags, found);
     // What has been posted meanwhile is found at once by the wait: nothing but an interrupt ends this without
     // anything done, or whoever lets time pass would take it for the end of that time.
     if (!found && waits && !d->interrupted) {
         emit aboutToBlock();
-        while (!found && !d->interrupted && (d->stepped ? d->waitStepped(flags) : d->waitReal(flags))) {
+        while (!found && !d->interrupted && wait(flags)) {
             emit awake();
             found = work();
         }
     }
     --d->depth;
     return found;
-}
-
-bool QmxEventDispatcher::waitForOutside(int milliseconds)
-{
-    return d->pending() || d->poll(milliseconds * QmxClock::nsPerMillisecond, true, nullptr);
 }
 
 void QmxEventDispatcher::registerSocketNotifier(QSocketNotifier *notifier)
@@ -240,7 +227,6 @@ void QmxEventDispatcher::wakeUp()
             // Full: it is readable, which is all that is wanted.
         }
     }
-    if (d->stepped) d->stepped->kick();
 }
 
 void QmxEventDispatcher::interrupt()

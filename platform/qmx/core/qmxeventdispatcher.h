@@ -7,15 +7,10 @@
 
 #include <memory>
 
-/// An event loop whose timers run on a clock of the framework: stepped in tests, N times real time in a
-/// fast sandbox. Posted events, socket notifiers (by poll) and timers; for the main thread, installed with
-/// QCoreApplication::setEventDispatcher() before the application object exists.
-///
-/// On a stepped clock it is the one who moves the time: when no event is posted, no socket is ready, no timer
-/// is due and nobody is busy, it advances to the next deadline, in calls that may wait, and in calls that
-/// may not from the second idle one in a row on (loops that only process pending events get on as well).
-/// With a limit set on the clock it stops there and returns; the limit does not bind nested calls, which
-/// wait for something of their own. wakeUp() any thread; all else on the loop's thread.
+/// An event loop whose timers run on a clock of the framework: N times real time in a fast sandbox; a test's
+/// own clock in a class of the test. Posted events, socket notifiers (by poll) and timers; for the main
+/// thread, installed with QCoreApplication::setEventDispatcher() before the application object exists.
+/// wakeUp() any thread; all else on the loop's thread.
 class QmxEventDispatcher : public QAbstractEventDispatcher
 {
     Q_OBJECT
@@ -37,9 +32,20 @@ public:
     void wakeUp() override;
     void interrupt() override;
 
-    /// Waits up to `milliseconds` of real time, without moving a stepped clock, for something that comes from
-    /// outside: a wake-up or a socket; whether there was one. Handles nothing.
-    bool waitForOutside(int milliseconds);
+protected:
+    /// Whether a turn that did nothing (or, `found`, something) may wait.
+    virtual bool mayWait(QEventLoop::ProcessEventsFlags flags, bool found);
+    /// Waits until something may be to be done; false when the loop is to return with nothing done.
+    virtual bool wait(QEventLoop::ProcessEventsFlags flags);
+
+    /// Waits up to `timeout` nanoseconds of real time for a wake-up or a socket; whether there was one.
+    bool poll(qint64 timeout, QEventLoop::ProcessEventsFlags flags = {});
+    /// Something was posted, or the loop is to end: it must not wait.
+    bool isPending() const;
+    /// The turn runs inside another one.
+    bool isNested() const;
+    /// Of the timers that this turn may fire; QmxTimerTable::never: none.
+    qint64 firstDeadline(QEventLoop::ProcessEventsFlags flags) const;
 
 private:
     struct Private;

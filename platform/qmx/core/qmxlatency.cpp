@@ -20,22 +20,22 @@ qint64 QmxLatency::upperEdge(int bucket)
     return qint64(((quint64(bucket % steps + steps) + 1) << shift) - 1);
 }
 
-void QmxLatency::add(qint64 nanoseconds)
+void QmxLatency::add(Duration time)
 {
-    ++_buckets[size_t(bucket(nanoseconds))];
+    ++_buckets[size_t(bucket(time.count()))];
     ++_count;
-    _maximum = qMax(_maximum, nanoseconds);
+    _maximum = qMax<qint64>(_maximum, time.count());
 }
 
-qint64 QmxLatency::percentile(double fraction) const
+QmxLatency::Duration QmxLatency::percentile(double fraction) const
 {
     const qint64 wanted = qMax<qint64>(1, qRound64(double(_count) * fraction));
     qint64 seen = 0;
     for (size_t i = 0; i < _buckets.size() && _count > 0; ++i) {
         seen += _buckets[i];
-        if (seen >= wanted) return qMin(upperEdge(int(i)), _maximum);
+        if (seen >= wanted) return Duration(qMin(upperEdge(int(i)), _maximum));
     }
-    return _maximum;
+    return Duration(_maximum);
 }
 
 void QmxLatency::reset()

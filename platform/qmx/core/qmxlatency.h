@@ -4,18 +4,20 @@
 #include <QtGlobal>
 
 #include <array>
+#include <chrono>
 
 /// Distribution of durations, for percentiles without keeping the durations: buckets at most an eighth
 /// wide. One thread.
 class QmxLatency
 {
 public:
-    void add(qint64 nanoseconds);
+    using Duration = std::chrono::nanoseconds;
+    void add(Duration time);
     qint64 count() const { return _count; }
-    qint64 maximum() const { return _maximum; }
-    /// Nanoseconds below which `fraction` (0 to 1) of the durations lie: the upper edge of a bucket, never
-    /// above maximum(); 0 without durations.
-    qint64 percentile(double fraction) const;
+    Duration maximum() const { return Duration(_maximum); }
+    /// Time below which `fraction` (0 to 1) of the durations lie: the upper edge of a bucket, never above
+    /// maximum(); 0 without durations.
+    Duration percentile(double fraction) const;
     void reset();
 
 private:

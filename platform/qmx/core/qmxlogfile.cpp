@@ -11,7 +11,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-static constexpr qint64 retryInterval = 5 * QmxClock::nsPerSecond;
+static constexpr std::chrono::seconds retryInterval(5);
 
 QmxLogFile::QmxLogFile(const QString &path, qint64 maximumBytes)
     : _path(path), _maximumBytes(maximumBytes), _environment(QmxEnvironment::current())
@@ -88,7 +88,7 @@ void QmxLogFile::failed(int error)
     if (_fd >= 0) _environment.files->close(_fd);
     _fd = -1;
     ++_lost;
-    _retryAt = _environment.clock->now() + retryInterval;
+    _retryAt = _environment.clock->after(retryInterval);
     if (_failing) return;
     _failing = true;
     const QString text =

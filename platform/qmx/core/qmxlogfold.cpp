@@ -18,7 +18,7 @@ QList<QmxLogRecord> QmxLogFold::add(const QmxLogRecord &record, qint64 now)
     }
     found->last = record;
     found->seen = now;
-    if (now - found->written < found->pause) {
+    if (isPaused(*found, now)) {
         ++found->folded;
         return result;
     }
@@ -39,13 +39,12 @@ QList<QmxLogRecord> QmxLogFold::due(qint64 now, bool all)
 {
     QList<Entry> expired;
     for (auto entry = _entries.begin(); entry != _entries.end();) {
-        const bool isOver = now - entry->seen >= quiet && now - entry->written >= entry->pause;
+        const bool isOver = isQuiet(*entry, now) && !isPaused(*entry, now);
         if (entry->folded == 0 && (all || isOver)) {
             entry = _entries.erase(entry);
             continue;
         }
-        if (entry->folded > 0 &&
-            (all || now - entry->seen >= quiet || now - entry->written >= entry->pause)) {
+        if (entry->folded > 0 && (all || isQuiet(*entry, now) || !isPaused(*entry, now))) {
             expired.append(*entry);
             entry->folded = 0;
             wrote(*entry, now);

@@ -5,7 +5,7 @@
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxids.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxmemoryregion.h"
 
 #include <deque>
@@ -218,7 +218,7 @@ QmxBufferData *QmxMemoryPool::allocate(qsizetype size)
             QStringLiteral("Picture memory is exhausted: %1 bytes do not fit into the limit of %2 MiB")
                 .arg(size)
                 .arg(limit / mebibyte);
-        QmxLog::defaultLog()->write(1, QStringLiteral("qmxmemorypool"), __LINE__, text);
+        qmxLogText(QmxLogLevel::Error, "qmxmemorypool", __LINE__, text);
         QmxAlarmController::post(
             QmxAlarm(QmxIds::alarmMemoryExhausted, QmxAlarm::Error, text, "qmxmemorypool", __LINE__));
     }

@@ -52,11 +52,12 @@ int QmxOperations::inProgress() const
     return int(d->operations.size());
 }
 
-QString QmxOperations::oldest(qint64 *age) const
+QString QmxOperations::oldest(std::chrono::nanoseconds *age) const
 {
     const qint64 present = now();
     std::lock_guard lock(d->mutex);
-    if (age) *age = d->operations.empty() ? 0 : present - d->operations.front().since;
+    if (age)
+        *age = std::chrono::nanoseconds(d->operations.empty() ? 0 : present - d->operations.front().since);
     return d->operations.empty() ? QString() : d->operations.front().what;
 }
 

@@ -3,6 +3,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -24,8 +25,8 @@ public:
     /// `what` names the operation for the operator: "closing /media/A/take_1.mov".
     Token begin(const QString &what);
     int inProgress() const;
-    /// The operation that has been in progress longest, with its age in nanoseconds; empty when none is.
-    QString oldest(qint64 *age) const;
+    /// The operation that has been in progress longest, with its age; empty when none is.
+    QString oldest(std::chrono::nanoseconds *age) const;
     /// Time of the last completion (QmxClock::now()).
     qint64 lastCompletion() const;
 

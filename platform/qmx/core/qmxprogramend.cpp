@@ -3,7 +3,7 @@
 
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QCoreApplication>
 #include <QList>
@@ -11,13 +11,15 @@
 
 #include <unistd.h>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 /// The slowest tick of the recorder, and some more: after it every command given has had its effect.
-constexpr qint64 quietTime = 600 * QmxClock::nsPerMillisecond;
-constexpr qint64 longestWait = 10 * QmxClock::nsPerSecond;
-constexpr qint64 hangTime = 20 * QmxClock::nsPerSecond;
-constexpr qint64 flushTime = 5 * QmxClock::nsPerSecond;
+constexpr auto quietTime = 600ms;
+constexpr auto longestWait = 10s;
+constexpr auto hangTime = 20s;
+constexpr auto flushTime = 5s;
 constexpr int forcedStatus = 1;
 
 QList<std::function<void()>> &steps()
@@ -40,7 +42,7 @@ void flushClips(const std::shared_ptr<QmxClock> &clock)
     if (threads->startDetached(QStringLiteral("qmx-last-flush"), std::move(flush)).isError())
         QmxEnvironment::current()
             .deck->operations.runEmergencyFlushes(); // and if that hangs, somebody has to kill us
-    clock->sleepUntil(clock->now() + flushTime, finished.get());
+    clock->sleepFor(flushTime, finished.get());
 }
 
 void watch(const std::shared_ptr<QmxClock> &clock, std::shared_ptr<void> started)
@@ -48,13 +50,13 @@ void watch(const std::shared_ptr<QmxClock> &clock, std::shared_ptr<void> started
     const std::shared_ptr<void> sleeper = clock->addSleeper();
     started.reset();
     for (;;) {
-        clock->sleepUntil(clock->now() + QmxClock::nsPerSecond);
-        qint64 age = 0;
+        clock->sleepFor(1s);
+        QmxClock::Duration age{};
         const QString what = QmxEnvironment::current().deck->operations.oldest(&age);
         if (what.isEmpty() || age < hangTime) continue;
-        qmxLogOutput(1, "qmxprogramend", __LINE__,
+        qmxLogOutput(QmxLogLevel::Error, "qmxprogramend", __LINE__,
                      "Forced end: %s has been in progress for %d s; open clips are made durable\n",
-                     qUtf8Printable(what), int(age / QmxClock::nsPerSecond));
+                     qUtf8Printable(what), int(age / 1s));
         flushClips(clock);
         QmxLog::defaultLog()->flush();
         _exit(forcedStatus);
@@ -71,10 +73,10 @@ void aboutToQuit()
     QTimer timer; // so that a wait for events ends
     timer.start(10);
     const auto complete = [&clock, start] {
-        const qint64 now = clock->now();
-        if (now - start >= longestWait) return true;
+        if (clock->since(start) >= longestWait) return true;
         const QmxOperations *operations = &QmxEnvironment::current().deck->operations;
-        return operations->inProgress() == 0 && now - qMax(start, operations->lastCompletion()) >= quietTime;
+        return operations->inProgress() == 0 &&
+               clock->since(qMax(start, operations->lastCompletion())) >= quietTime;
     };
     while (!complete())
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
@@ -82,8 +84,8 @@ void aboutToQuit()
         QStringLiteral("qmx-watchdog"),
         [clock, started = clock->busy()]() mutable { watch(clock, std::move(started)); });
     if (error.isError())
-        qmxLogOutput(1, "qmxprogramend", __LINE__, "Nobody watches the end of the program: %s\n",
-                     qPrintable(error.toString()));
+        qmxLogOutput(QmxLogLevel::Error, "qmxprogramend", __LINE__,
+                     "Nobody watches the end of the program: %s\n", qPrintable(error.toString()));
 }
 
 } // namespace

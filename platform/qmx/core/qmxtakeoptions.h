@@ -3,6 +3,7 @@
 
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <utility>
@@ -18,7 +19,7 @@ public:
         /// A torn picture is passed on as it came; else the last whole one stands in for it.
         bool keepsTornPictures = false;
         /// A take begins so much before its command.
-        int preRecordSeconds = 0;
+        std::chrono::seconds preRecord{};
         /// Frame with which the next take begins and, if it does, ends, as QmxTakeMoment reads it; empty:
         /// with its command.
         QString recordStart;

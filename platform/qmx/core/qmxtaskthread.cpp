@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxtaskthread.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <condition_variable>
 #include <deque>
@@ -74,7 +74,7 @@ bool QmxTaskThread::start()
         _state->name, [state = _state] { State::loop(state); }, _state->thread);
     _state->started = !error.isError();
     if (!_state->started && !std::exchange(_state->told, true))
-        qmxLogOutput(1, "qmxtaskthread", __LINE__, "%s\n", qPrintable(error.toString()));
+        qmxLogText(QmxLogLevel::Error, "qmxtaskthread", __LINE__, error.toString());
     return _state->started;
 }
 
@@ -115,23 +115,10 @@ void QmxTaskThread::stop()
         _state->wake.notify_all();
     }
     if (!_state->thread.joinable()) return;
-    if (_state->clock->isStepped()) letTimePass();
-    _state->thread.join();
-}
-
-/// A task that sleeps on a stepped clock would never wake while the owner, who moves the time, waits for it.
-void QmxTaskThread::letTimePass()
-{
-    constexpr int lookAgainMs = 20; // real time, only while the thread is busy
-    auto *clock = static_cast<QmxSteppedClock *>(_state->clock.get());
-    const auto finished = [this] {
-        std::lock_guard lock(_state->mutex);
-        return _state->finished;
-    };
-    while (!finished()) {
-        if (!clock->waitUntilIdle(lookAgainMs) || finished()) continue;
-        clock->sleepUntil(clock->now() + QmxClock::nsPerMillisecond);
-    }
+    _state->clock->join(_state->thread, [state = _state] {
+        std::lock_guard lock(state->mutex);
+        return state->finished;
+    });
 }
 
 void QmxTaskThread::abandon()

@@ -39,7 +39,6 @@ public:
 
 private:
     bool start();
-    void letTimePass();
     struct State;
     std::shared_ptr<State> _state;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/clockthread.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/device/lumenengine.h"
 
 #include <pthread.h>
@@ -15,7 +15,7 @@ ClockThread::ClockThread(LumenEngine &engine, const QmxEnvironment &environment)
         QStringLiteral("lumen-clock"),
         [this, starting = _clock->busy()]() mutable { run(std::move(starting)); }, _thread);
     // Without it the card stands still, which the service manager is told by its watchdog.
-    if (error.isError()) qmxLogOutput(1, "clockthread", __LINE__, "%s\n", qPrintable(error.toString()));
+    if (error.isError()) qmxLogText(QmxLogLevel::Error, "clockthread", __LINE__, error.toString());
 }
 
 ClockThread::~ClockThread()

@@ -4,7 +4,7 @@
 #include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/core/qmxplaces.h"
 
@@ -84,7 +84,8 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
       _workers(workerCount(_profile), codecLookup(options, _profile), environment)
 {
     if (!options.profile && !_window.publish())
-        qmxLogOutput(3, logSource, __LINE__, "Edits by remote control are not possible: no shared memory\n");
+        qmxLogOutput(QmxLogLevel::Info, logSource, __LINE__,
+                     "Edits by remote control are not possible: no shared memory\n");
 }
 
 LumenEngine::~LumenEngine()
@@ -182,7 +183,8 @@ void LumenEngine::startCapture(const QmxVideoDeviceSetup &setup)
     makeGenerator(setup);
     _workers.prepareEncoder(setup.captureDesc());
     if (!codecLookup(_options, _profile)(setup.imageDesc().dataType()))
-        qmxLogOutput(2, logSource, __LINE__, "Pictures cannot be recorded as %s: choose another codec\n",
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__,
+                     "Pictures cannot be recorded as %s: choose another codec\n",
                      qPrintable(setup.imageDesc().dataType().name()));
 }
 
@@ -379,7 +381,7 @@ void LumenEngine::setDirection(const QmxId &direction)
 /// So many frames of before its command a take begins with.
 int LumenEngine::earlierFrames() const
 {
-    const int seconds = _environment.deck->takeOptions.values().preRecordSeconds;
+    const auto seconds = int(_environment.deck->takeOptions.values().preRecord.count());
     return int(std::lround(_running.imageDesc().frameRate().toDouble() * seconds));
 }
 

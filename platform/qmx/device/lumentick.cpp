@@ -2,7 +2,7 @@
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxframeshown.h"
 #include "platform/qmx/core/qmxids.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "platform/qmx/device/outputformat.h"
@@ -124,7 +124,8 @@ void LumenEngine::followStart(const CardInput &seen, const QmxTick &tick, qint64
     const int kept = std::max(earlierFrames(), int(TakeGate::latestStart));
     _start.step(frame, tick.rate, kept);
     if (!_capture.isRecording() && _start.isPast(tick.index)) {
-        qmxLogOutput(2, "lumen", __LINE__, "No take has begun at record_start, which is past now\n");
+        qmxLogOutput(QmxLogLevel::Warning, "lumen", __LINE__,
+                     "No take has begun at record_start, which is past now\n");
         _start.giveUp(tick.index);
         _environment.deck->takeOptions.spendStart(_startSerial);
     }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "platform/qmx/device/picturework.h"
 
@@ -57,8 +57,9 @@ void LumenEngine::encode(CodecContexts &contexts, const CapturedFramePtr &frame)
     }
     if (error.isError()) {
         coded = QmxBuffer();
-        qmxLogOutput(1, logSource, __LINE__, "A captured picture is lost: coding as %s failed: %s\n",
-                     qPrintable(desc.toString()), qPrintable(error.toString()));
+        qmxLogOutput(QmxLogLevel::Error, logSource, __LINE__,
+                     "A captured picture is lost: coding as %s failed: %s\n", qPrintable(desc.toString()),
+                     qPrintable(error.toString()));
     }
     std::lock_guard lock(_mutex);
     if (_capture.coded(frame, coded)) captureLost();
@@ -138,7 +139,7 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
         damaged = decoder->damagedParts();
     }
     if (error.isError())
-        qmxLogOutput(2, logSource, __LINE__, "A picture cannot be shown: %s: %s\n",
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__, "A picture cannot be shown: %s: %s\n",
                      qPrintable(desc.toString()), qPrintable(error.toString()));
     else
         decoded = PictureWork::withLut(decoded, picture->lut);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/device/pictureworkers.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxthreadname.h"
 
 #include <QString>
@@ -48,7 +48,7 @@ PictureWorkers::PictureWorkers(int threads, const CodecLookup &lookup, const Qmx
         const QmxError error = environment.threads->start(
             QStringLiteral("lumen-work-%1").arg(i), [this] { run(); }, thread);
         if (error.isError()) { // fewer of them do it slower
-            qmxLogOutput(1, "pictureworkers", __LINE__, "%s\n", qPrintable(error.toString()));
+            qmxLogText(QmxLogLevel::Error, "pictureworkers", __LINE__, error.toString());
             break;
         }
         _threads.push_back(std::move(thread));

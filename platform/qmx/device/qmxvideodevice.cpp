@@ -3,7 +3,7 @@
 
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/device/clockthread.h"
 #include "platform/qmx/device/lumenengine.h"
@@ -70,19 +70,20 @@ QmxVideoDevice::~QmxVideoDevice()
 bool QmxVideoDevice::open(const QString &name)
 {
     if (name != QLatin1String("lumen") || d->wasOpened) {
-        qmxLogOutput(2, logSource, __LINE__, "Video device \"%s\" cannot be opened: %s\n", qPrintable(name),
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__, "Video device \"%s\" cannot be opened: %s\n",
+                     qPrintable(name),
                      d->wasOpened ? "it is opened once in its life" : "the only card is \"lumen\"");
         return false;
     }
     d->wasOpened = true;
     if (const QmxError error = d->board().open(); error.isError()) {
-        qmxLogOutput(2, logSource, __LINE__, "Video device \"%s\" cannot be opened: %s\n", qPrintable(name),
-                     qPrintable(error.toString()));
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__, "Video device \"%s\" cannot be opened: %s\n",
+                     qPrintable(name), qPrintable(error.toString()));
         return false;
     }
     // The machine's card publishes what it does; one with a profile of its own keeps it private.
     if (!d->options.profile && !d->environment.deck->counters.publish(d->environment.places->counters))
-        qmxLogOutput(2, logSource, __LINE__,
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__,
                      "The counters %s cannot be shared: companions will not see them\n",
                      qPrintable(d->environment.places->counters));
     d->events = std::make_unique<DeviceEvents>(

@@ -2,7 +2,7 @@
 #include "platform/qmx/edges/lumenprofile.h"
 
 #include "platform/qmx/core/qmxids.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QStringList>
 
@@ -157,7 +157,7 @@ LumenProfile LumenProfile::parse(const QString &text, const QString &name)
     LumenProfile profile = builtIn();
     // A replacement character stands for bytes that are no text.
     if (text.contains(QChar(0)) || text.contains(QChar(QChar::ReplacementCharacter))) {
-        qmxLogOutput(2, logSource, __LINE__,
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__,
                      "%s is not a text file, the built-in profile is used; write the profile anew and start "
                      "the daemon again\n",
                      qPrintable(name));
@@ -172,12 +172,13 @@ LumenProfile LumenProfile::parse(const QString &text, const QString &name)
             continue;
         const QString remedy = parseLine(profile, section, line);
         if (remedy.isEmpty() || ++complaints > maximumComplaints) continue;
-        qmxLogOutput(2, logSource, __LINE__, "%s line %d ignored: \"%s\": %s\n", qPrintable(name), i + 1,
-                     qPrintable(line.left(200)), qPrintable(remedy));
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__, "%s line %d ignored: \"%s\": %s\n",
+                     qPrintable(name), i + 1, qPrintable(line.left(200)), qPrintable(remedy));
     }
     if (complaints > maximumComplaints)
-        qmxLogOutput(2, logSource, __LINE__, "%s: %d more lines ignored; is it the profile of this device?\n",
-                     qPrintable(name), complaints - maximumComplaints);
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__,
+                     "%s: %d more lines ignored; is it the profile of this device?\n", qPrintable(name),
+                     complaints - maximumComplaints);
     return profile;
 }
 
@@ -187,7 +188,7 @@ LumenProfile LumenProfile::load(const QString &path, const QmxEnvironment &envir
     const QByteArray bytes = readFile(path, *environment.files, error);
     if (error == ENOENT) return builtIn();
     if (error) {
-        qmxLogOutput(2, logSource, __LINE__,
+        qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__,
                      "%s cannot be read (%s), the built-in profile is used; make it readable and start the "
                      "daemon again\n",
                      qPrintable(path), std::strerror(error));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxfilesource.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxthreadname.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 
@@ -135,7 +135,7 @@ bool QmxFileSource::push(const Item &item)
 void QmxFileSource::finish(const QString &problem)
 {
     if (!problem.isEmpty() && !_stopping)
-        qmxLogOutput(2, "qmxfilesource", __LINE__, "%s\n", qUtf8Printable(problem));
+        qmxLogText(QmxLogLevel::Warning, "qmxfilesource", __LINE__, problem);
     const std::lock_guard lock(_mutex);
     _ended = true;
     _problem = problem;

@@ -2,7 +2,7 @@
 #include "platform/qmx/edges/qmxlivesource.h"
 
 #include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/edges/qmxsourceformat.h"
 
 #include <QRegularExpression>
@@ -63,7 +63,7 @@ QmxLiveSource::QmxLiveSource(const QString &url, const QString &soundDevice,
 {
     const QmxError error = environment.threads->start(
         QStringLiteral("qmx-live-source"), [this] { run(); }, _thread);
-    if (error.isError()) setProblem(error.toString(), 1);
+    if (error.isError()) setProblem(error.toString(), QmxLogLevel::Error);
     if (_soundDevice.isEmpty()) return;
     _capture = std::make_unique<QmxSoundCapture>(
         _soundDevice, QmxSourceFormat::audioChannels, environment,
@@ -96,7 +96,7 @@ void QmxLiveSource::run()
             continue;
         }
         if (_stopping) break;
-        setProblem(error.toString(), 2);
+        setProblem(error.toString(), QmxLogLevel::Warning);
         _clock->sleepUntil(_clock->now() + pause, &_interrupt);
         pause = std::min(pause * 2, longestPause);
     }
@@ -125,10 +125,10 @@ void QmxLiveSource::play(QmxSourceDecoder &decoder)
         case QmxSourceDecoder::Step::Changed:
             return;
         case QmxSourceDecoder::Step::End:
-            setProblem(QStringLiteral("the sender has ended"), 3);
+            setProblem(QStringLiteral("the sender has ended"), QmxLogLevel::Info);
             return;
         case QmxSourceDecoder::Step::Failed:
-            if (!_stopping) setProblem(QStringLiteral("the signal is gone"), 3);
+            if (!_stopping) setProblem(QStringLiteral("the signal is gone"), QmxLogLevel::Info);
             return;
         }
     }
@@ -148,8 +148,9 @@ void QmxLiveSource::setSoundProblem(const QString &problem)
     const std::lock_guard lock(_mutex);
     if (problem == _soundProblem) return;
     _soundProblem = problem;
-    qmxLogOutput(problem.isEmpty() ? 3 : 2, "qmxlivesource", __LINE__, "Sound of input %s: %s\n",
-                 qUtf8Printable(_name), problem.isEmpty() ? "it is there" : qUtf8Printable(problem));
+    qmxLogOutput(problem.isEmpty() ? QmxLogLevel::Info : QmxLogLevel::Warning, "qmxlivesource", __LINE__,
+                 "Sound of input %s: %s\n", qUtf8Printable(_name),
+                 problem.isEmpty() ? "it is there" : qUtf8Printable(problem));
 }
 
 void QmxLiveSource::pushVideo(const QmxSourceDecoder &decoder)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxmuxsink.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -100,8 +100,8 @@ void QmxMuxSink::setStatus(const QString &status, bool good)
     _good = good;
     if (status == _status) return;
     _status = status;
-    qmxLogOutput(good ? 3 : 2, "qmxmuxsink", __LINE__, "Output %s: %s\n", qUtf8Printable(_name),
-                 qUtf8Printable(status));
+    qmxLogOutput(good ? QmxLogLevel::Info : QmxLogLevel::Warning, "qmxmuxsink", __LINE__, "Output %s: %s\n",
+                 qUtf8Printable(_name), qUtf8Printable(status));
 }
 
 QString QmxMuxSink::problem() const

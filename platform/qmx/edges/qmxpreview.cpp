@@ -3,7 +3,7 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxerror.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/edges/sharedwords.h"
@@ -104,8 +104,9 @@ QmxPreviewWriter::QmxPreviewWriter(const QString &name) : d(std::make_unique<Pri
     constexpr mode_t everybodyReads = 0644;
     d->memory = QmxSharedMemory::make(name, sizeof(Layout), everybodyReads, QmxSharedMemory::Existing::Keep);
     if (!d->memory) {
-        qmxLogOutput(2, "qmxpreview", __LINE__, "There is no preview: shared memory %s cannot be made: %s\n",
-                     qUtf8Printable(name), qUtf8Printable(QmxError(errno).toString()));
+        qmxLogOutput(QmxLogLevel::Warning, "qmxpreview", __LINE__,
+                     "There is no preview: shared memory %s cannot be made: %s\n", qUtf8Printable(name),
+                     qUtf8Printable(QmxError(errno).toString()));
         return;
     }
     d->shared = reinterpret_cast<Layout *>(d->memory->data());

@@ -2,7 +2,7 @@
 #include "platform/qmx/edges/qmxsoundcard.h"
 
 #include "platform/qmx/core/qmxaudio.h"
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <alsa/asoundlib.h>
 
@@ -51,7 +51,7 @@ void logLine(const char *, int, const char *, int, const char *format, ...)
     va_start(arguments, format);
     const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
     va_end(arguments);
-    if (length > 0) qmxLogOutput(4, "alsa", 0, "%s\n", text.data());
+    if (length > 0) qmxLogOutput(QmxLogLevel::Debug, "alsa", 0, "%s\n", text.data());
 }
 
 class AlsaCard : public QmxSoundCard

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxsoundsink.h"
 
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -127,8 +127,8 @@ void QmxSoundSink::setStatus(const QString &status, bool good)
     _good = good;
     if (status == _status) return;
     _status = status;
-    qmxLogOutput(good ? 3 : 2, "qmxsoundsink", __LINE__, "Sound output %s: %s\n", qUtf8Printable(_device),
-                 qUtf8Printable(status));
+    qmxLogOutput(good ? QmxLogLevel::Info : QmxLogLevel::Warning, "qmxsoundsink", __LINE__,
+                 "Sound output %s: %s\n", qUtf8Printable(_device), qUtf8Printable(status));
 }
 
 QString QmxSoundSink::problem() const

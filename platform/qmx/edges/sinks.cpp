@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/edges/qmxmuxsink.h"
 #include "platform/qmx/edges/qmxnullsink.h"
@@ -46,7 +46,7 @@ std::unique_ptr<QmxSink> createSound(const QString &locator, const QmxEnvironmen
                        "1 to %2 channels")
             .arg(locator)
             .arg(QmxSoundSink::mostChannels);
-    qmxLogOutput(2, "sinks", __LINE__, "%s\n", qUtf8Printable(sentence));
+    qmxLogText(QmxLogLevel::Warning, "sinks", __LINE__, sentence);
     return std::make_unique<QmxNullSink>(sentence);
 }
 
@@ -82,7 +82,7 @@ std::unique_ptr<QmxSink> qmxCreateSink(const QString &locator, const QmxEnvironm
     }
     const QString sentence = QStringLiteral("Output \"%1\" shows nothing: it is none of %2")
                                  .arg(locator, known.join(QStringLiteral(", ")));
-    qmxLogOutput(2, "sinks", __LINE__, "%s\n", qUtf8Printable(sentence));
+    qmxLogText(QmxLogLevel::Warning, "sinks", __LINE__, sentence);
     return std::make_unique<QmxNullSink>(sentence, true);
 }
 

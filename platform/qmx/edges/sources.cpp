@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxlog.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/edges/qmxfilesource.h"
 #include "platform/qmx/edges/qmxgeneratorsource.h"
 #include "platform/qmx/edges/qmxlivesource.h"
@@ -19,7 +19,7 @@ namespace {
 std::unique_ptr<QmxSource> withoutSignal(const QString &locator, const QString &why)
 {
     const QString sentence = QStringLiteral("Input \"%1\" has no signal: %2").arg(locator, why);
-    qmxLogOutput(2, "sources", __LINE__, "%s\n", qUtf8Printable(sentence));
+    qmxLogText(QmxLogLevel::Warning, "sources", __LINE__, sentence);
     return std::make_unique<QmxNoneSource>(sentence, true);
 }
 

@@ -33,7 +33,7 @@ void QmxStream::Private::readerGrown(const QString &ended)
     followed = reader->sequels();
     followedOf = followed.isEmpty() ? QString() : ask.path();
     if (!ended.isEmpty()) {
-        qmxLogOutput(QmxLogLevel::Error, logSource, __LINE__, "%s\n", qPrintable(ended));
+        qmxLogText(QmxLogLevel::Error, logSource, __LINE__, ended);
         postAlarm(QmxIds::alarmMediaReadFailed, QmxAlarm::Warning, ended);
     }
     if (peer) peer->grown();

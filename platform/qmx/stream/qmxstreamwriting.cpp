@@ -25,7 +25,7 @@ void QmxStream::Private::writerLostCopy(const QmxError &why, const QString &left
         QStringLiteral("The take is on one medium only, %1: %2. Put the other one right; it is completed "
                        "after the take")
             .arg(left, why.toString());
-    qmxLogOutput(QmxLogLevel::Error, logSource, __LINE__, "%s\n", qPrintable(text));
+    qmxLogText(QmxLogLevel::Error, logSource, __LINE__, text);
     postAlarm(QmxIds::alarmMirrorLost, QmxAlarm::Warning, text);
 }
 

@@ -14,6 +14,8 @@
 #include <cmath>
 #include <utility>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 constexpr const char *logSource = "streamwriter";
@@ -314,7 +316,7 @@ void StreamWriter::writeFrame(const QmxFrame &frame)
         }
     } else {
         if (_unflushed++ == 0) _firstUnflushed = end;
-        _latency.add(end - begin);
+        _latency.add(QmxClock::Duration(end - begin));
         if (*_measured && _tally->speaks(_copy))
             tell([this, microseconds = (end - begin) / 1000] { _events.wrote(microseconds); });
     }
@@ -350,7 +352,7 @@ void StreamWriter::flushFile()
     const qint64 begin = _environment.clock->now();
     const QmxError error = _writer->flush();
     const qint64 took = _environment.clock->now() - begin;
-    _latency.add(took);
+    _latency.add(QmxClock::Duration(took));
     constexpr double forgets = 0.8; // a slow one is expected again for a while
     _flushTakes = std::max(took, qint64(double(_flushTakes) * forgets));
     const qint64 lost = std::exchange(_unflushed, 0);
@@ -363,9 +365,9 @@ void StreamWriter::flushFile()
         return;
     }
     _tally->setDurable(_copy, _writer->framesDurable());
-    _tally->set(_copy, QmxCounters::WriteLatencyP50, _latency.percentile(0.50) / 1000);
-    _tally->set(_copy, QmxCounters::WriteLatencyP99, _latency.percentile(0.99) / 1000);
-    _tally->set(_copy, QmxCounters::WriteLatencyMax, _latency.maximum() / 1000);
+    _tally->set(_copy, QmxCounters::WriteLatencyP50, _latency.percentile(0.50) / 1us);
+    _tally->set(_copy, QmxCounters::WriteLatencyP99, _latency.percentile(0.99) / 1us);
+    _tally->set(_copy, QmxCounters::WriteLatencyMax, _latency.maximum() / 1us);
     if (_events.level) tellLevel();
 }
 

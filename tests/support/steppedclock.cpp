@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxclock.h"
+#include "tests/support/steppedclock.h"
 
 #include <algorithm>
-#include <chrono>
 #include <limits>
 #include <list>
 #include <map>
@@ -13,6 +12,8 @@ namespace {
 constexpr qint64 never = std::numeric_limits<qint64>::max();
 /// Where a stepped clock begins, so that every run is the same: 2024-03-01 12:00:00 UTC.
 constexpr qint64 wallStart = 1'709'294'400 * QmxClock::nsPerSecond;
+/// Real time after which whoever waits for busy threads looks again.
+constexpr std::chrono::milliseconds lookAgain{20};
 constexpr qint64 monotonicStart = 1000 * QmxClock::nsPerSecond;
 
 struct Sleeper
@@ -29,7 +30,7 @@ thread_local std::map<const void *, int> registrationsHere;
 
 } // namespace
 
-struct QmxSteppedClock::State
+struct SteppedClock::State
 {
     std::mutex mutex;
     std::condition_variable idle;
@@ -59,33 +60,33 @@ struct QmxSteppedClock::State
     }
 };
 
-QmxSteppedClock::QmxSteppedClock() : _state(std::make_shared<State>()) {}
-QmxSteppedClock::~QmxSteppedClock() = default;
+SteppedClock::SteppedClock() : _state(std::make_shared<State>()) {}
+SteppedClock::~SteppedClock() = default;
 
-qint64 QmxSteppedClock::now() const
+qint64 SteppedClock::now() const
 {
     std::lock_guard lock(_state->mutex);
     return _state->now;
 }
 
-qint64 QmxSteppedClock::wallTime() const
+qint64 SteppedClock::wallTime() const
 {
     std::lock_guard lock(_state->mutex);
     return _state->now + _state->wallOffset;
 }
 
-void QmxSteppedClock::setWallTime(qint64 nsSince1970)
+void SteppedClock::setWallTime(qint64 nsSince1970)
 {
     std::lock_guard lock(_state->mutex);
     _state->wallOffset = nsSince1970 - _state->now;
 }
 
-bool QmxSteppedClock::isStepped() const
+bool SteppedClock::isStepped() const
 {
     return true;
 }
 
-std::shared_ptr<void> QmxSteppedClock::busy()
+std::shared_ptr<void> SteppedClock::busy()
 {
     const std::shared_ptr<State> state = _state;
     std::lock_guard lock(state->mutex);
@@ -96,7 +97,7 @@ std::shared_ptr<void> QmxSteppedClock::busy()
     });
 }
 
-std::shared_ptr<void> QmxSteppedClock::addSleeper()
+std::shared_ptr<void> SteppedClock::addSleeper()
 {
     const std::shared_ptr<State> state = _state;
     std::lock_guard lock(state->mutex);
@@ -109,7 +110,7 @@ std::shared_ptr<void> QmxSteppedClock::addSleeper()
     });
 }
 
-bool QmxSteppedClock::sleepUntil(qint64 deadline, QmxInterrupt *interrupt)
+bool SteppedClock::sleepUntil(qint64 deadline, QmxInterrupt *interrupt)
 {
     const std::shared_ptr<State> state = _state;
     bool isMover = false;
@@ -123,71 +124,75 @@ bool QmxSteppedClock::sleepUntil(qint64 deadline, QmxInterrupt *interrupt)
     sleeper->deadline = deadline;
     const auto own = registrationsHere.find(state.get());
     sleeper->registrations = own == registrationsHere.end() ? 0 : own->second;
-    {
-        // Lock order: interrupt before state.
-        std::unique_lock<std::mutex> interruptLock;
-        if (interrupt) {
-            interruptLock = std::unique_lock(interrupt->_mutex);
-            if (interrupt->_interrupted) return false;
-        }
+    bool isPast = false;
+    const auto fallAsleep = [&]() -> std::function<void()> {
         std::lock_guard lock(state->mutex);
-        if (deadline <= state->now) return true;
+        isPast = deadline <= state->now;
+        if (isPast) return {};
         state->sleepers.push_back(sleeper);
         state->release(sleeper->registrations);
-        if (interrupt)
-            interrupt->_wake = [state, sleeper] {
-                std::lock_guard guard(state->mutex);
-                state->wake(sleeper, true);
-            };
-    }
+        return [state, sleeper] {
+            std::lock_guard guard(state->mutex);
+            state->wake(sleeper, true);
+        };
+    };
+    if (!interrupt)
+        fallAsleep();
+    else if (!standBy(*interrupt, fallAsleep))
+        return false;
+    if (isPast) return true;
     {
         std::unique_lock lock(state->mutex);
         sleeper->condition.wait(lock, [&sleeper] { return sleeper->awake; });
     }
-    if (interrupt) {
-        std::lock_guard lock(interrupt->_mutex);
-        interrupt->_wake = nullptr;
-    }
+    if (interrupt) standDown(*interrupt);
     std::lock_guard lock(state->mutex);
     state->release(1);
     return !sleeper->interrupted;
 }
 
-bool QmxSteppedClock::moveUntil(qint64 deadline, QmxInterrupt *interrupt)
+bool SteppedClock::moveUntil(qint64 deadline, QmxInterrupt *interrupt)
 {
-    constexpr int lookAgainMs = 20; // real time; only when others are busy
     while (now() < deadline) {
         if (interrupt && interrupt->isInterrupted()) return false;
-        if (!advanceTowards(deadline, true)) waitUntilIdle(lookAgainMs);
+        if (!advanceTowards(deadline, true)) waitUntilIdle(lookAgain);
     }
     return true;
 }
 
-void QmxSteppedClock::setMover()
+/// A thread that sleeps here would never wake while the one who moves the time waits for it.
+void SteppedClock::join(std::thread &thread, const std::function<bool()> &hasEnded)
+{
+    while (!hasEnded())
+        if (waitUntilIdle(lookAgain) && !hasEnded()) sleepFor(std::chrono::milliseconds(1));
+    thread.join();
+}
+
+void SteppedClock::setMover()
 {
     std::lock_guard lock(_state->mutex);
     _state->mover = std::this_thread::get_id();
 }
 
-void QmxSteppedClock::setLimit(qint64 limit)
+void SteppedClock::setLimit(qint64 limit)
 {
     std::lock_guard lock(_state->mutex);
     _state->limit = limit;
 }
 
-qint64 QmxSteppedClock::limit() const
+qint64 SteppedClock::limit() const
 {
     std::lock_guard lock(_state->mutex);
     return _state->limit;
 }
 
-bool QmxSteppedClock::isBusy() const
+bool SteppedClock::isBusy() const
 {
     std::lock_guard lock(_state->mutex);
     return _state->busy > 0;
 }
 
-bool QmxSteppedClock::advanceTowards(qint64 timerDeadline, bool beyondLimit)
+bool SteppedClock::advanceTowards(qint64 timerDeadline, bool beyondLimit)
 {
     State &state = *_state;
     std::lock_guard lock(state.mutex);
@@ -212,17 +217,16 @@ bool QmxSteppedClock::advanceTowards(qint64 timerDeadline, bool beyondLimit)
     return moves || wakes;
 }
 
-bool QmxSteppedClock::waitUntilIdle(int milliseconds)
+bool SteppedClock::waitUntilIdle(std::chrono::milliseconds within)
 {
     State &state = *_state;
     std::unique_lock lock(state.mutex);
-    state.idle.wait_for(lock, std::chrono::milliseconds(milliseconds),
-                        [&state] { return state.busy == 0 || state.kicked; });
+    state.idle.wait_for(lock, within, [&state] { return state.busy == 0 || state.kicked; });
     state.kicked = false;
     return state.busy == 0;
 }
 
-void QmxSteppedClock::kick()
+void SteppedClock::kick()
 {
     std::lock_guard lock(_state->mutex);
     _state->kicked = true;

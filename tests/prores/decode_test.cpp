@@ -10,6 +10,7 @@
 #include <cstring>
 #include <hwy/targets.h>
 #include <numbers>
+#include <optional>
 
 namespace {
 using ProResInverse::Scale;
@@ -146,6 +147,32 @@ TEST(ProResDecode, agreesWithLibavcodecOnFramesOfEveryKind)
         ASSERT_EQ(decoder.decode(targetOf(own)), 0);
         ASSERT_LE(greatestDifference(own, judge), 1);
     }
+}
+
+TEST(ProResDecode, everyTargetGivesTheSamePictureOfDamagedFramesToo)
+{
+    const auto targets = hwy::SupportedAndGeneratedTargets();
+    for (int i = 0; i < picturesWanted(); ++i) {
+        std::minstd_rand random(unsigned(i) * 7919U + 5);
+        const ProResFormat format = randomFormat(random);
+        QmxBuffer coded = randomFrame(format, random);
+        constexpr unsigned headers = 200;
+        for (unsigned k = random() % 4; k > 0 && coded.size() > headers; --k)
+            coded.data()[headers + random() % (unsigned(coded.size()) - headers)] = uchar(random());
+        std::optional<ProResTestFrame> first;
+        int damaged = 0;
+        for (const int64_t target : targets) {
+            hwy::SetSupportedTargetsForTest(target);
+            ProResFrameDecoder decoder;
+            ProResTestFrame picture(format);
+            if (decoder.read(coded.constData(), coded.size()).isError()) break;
+            const int now = decoder.decode(targetOf(picture));
+            if (!first) damaged = now, first = picture;
+            ASSERT_EQ(now, damaged) << hwy::TargetName(target) << ", picture " << i;
+            ASSERT_EQ(picture.samples, first->samples) << hwy::TargetName(target) << ", picture " << i;
+        }
+    }
+    hwy::SetSupportedTargetsForTest(0);
 }
 
 TEST(ProResDecode, damageStaysInItsSliceAndIsCounted)

@@ -8,196 +8,16 @@
 
 #include <hwy/highway.h>
 
+#include "platform/qmx/codec/prores/proresentropy-inl.h"
 #include "platform/qmx/codec/prores/proresentropy.h"
-
-#include <QtEndian>
+#include "platform/qmx/codec/prores/proreslanes.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
-#include <utility>
 
 HWY_BEFORE_NAMESPACE();
 namespace ProResEntropy::HWY_NAMESPACE {
-
-constexpr int acBits = ProResDecodeTables::acBits;
-constexpr quint32 lengthMask = 15;
-constexpr quint32 runMask = 63;
-constexpr int runShift = 4, levelShift = 10, tableShift = 16;
-/// Pairs that one filling of the bits is enough for, if all are in the table.
-constexpr int pairsAFilling = 5;
-static_assert(pairsAFilling * acBits <= 56);
-/// Bytes that the codes of one filling may take, and those that a filling reads.
-constexpr int bytesAFilling = 14;
-constexpr int bytesRead = 40;
-static_assert(Levels::slack >= pairsAFilling * (ProResDecodeTables::longestRun + 1) + ProRes::lanes);
-
-/// Where a component is read and written. The bits that are known stand at the top of a word.
-struct Cursor
-{
-    quint64 bits = 0;
-    int known = 0;
-    const uchar *at = nullptr;
-    const uchar *end = nullptr;    ///< of the component
-    qint16 *out = nullptr;         ///< the level written last
-    const qint16 *limit = nullptr; ///< of the places that are wanted
-    quint32 table = 0;
-    bool good = true;
-
-    /// At least 56 known bits; reads eight bytes, or carefully, near the end: there zeros stand for what is
-    /// not there.
-    template <bool careful>
-    HWY_INLINE void fill()
-    {
-        if constexpr (careful) {
-            for (; known <= 56; known += 8, ++at)
-                if (at < end) bits |= quint64(*at) << (56 - known);
-        } else {
-            bits |= qFromBigEndian<quint64>(at) >> known;
-            at += (63 - known) >> 3;
-            known |= 56;
-        }
-    }
-    HWY_INLINE void drop(int length)
-    {
-        bits <<= length;
-        known -= length;
-    }
-    /// Bits that the component still has; negative: more were taken than there were.
-    qint64 left() const { return (end - at) * 8 + known; }
-};
-
-/// symbolAt() without branches: which of both kinds a code is nobody can foretell.
-struct Symbols
-{
-    constexpr explicit Symbols(const ProRes::Codebook &book)
-        : last(book.lastRiceQuotient),
-          rice(book.rice),
-          riceLength(1 + book.rice),
-          longLength(book.exponential - book.lastRiceQuotient),
-          longOffset(((book.lastRiceQuotient + 1) << book.rice) - (1 << book.exponential))
-    {}
-    /// False: it stands for more than there can be.
-    HWY_INLINE bool take(Cursor &c, quint32 &value) const
-    {
-        constexpr int mostZeros = 18;
-        const int zeros = std::countl_zero(c.bits);
-        const int isLong = -int(zeros > last);
-        const int length = zeros + riceLength + ((zeros + longLength - riceLength) & isLong);
-        const int offset = (zeros << rice) - (1 << rice);
-        if (HWY_UNLIKELY(zeros > mostZeros)) return false;
-        value = quint32(c.bits >> (64 - length)) + quint32(offset + ((longOffset - offset) & isLong));
-        c.drop(length);
-        return true;
-    }
-
-    int last, rice, riceLength, longLength, longOffset;
-};
-template <size_t count, size_t... index>
-constexpr std::array<Symbols, count> symbolsOf(const std::array<ProRes::Codebook, count> &books,
-                                               std::index_sequence<index...>)
-{
-    return {Symbols(books[index])...};
-}
-template <size_t count>
-constexpr std::array<Symbols, count> symbolsOf(const std::array<ProRes::Codebook, count> &books)
-{
-    return symbolsOf(books, std::make_index_sequence<count>());
-}
-constexpr auto runSymbols = symbolsOf(ProRes::acRun), levelSymbols = symbolsOf(ProRes::acLevel);
-constexpr auto dcSymbols = symbolsOf(ProRes::dcDifference);
-
-/// A pair that is in no table. In line: pictures with hard edges have many long ones, and a cursor whose
-/// address somebody has lives in memory.
-template <bool careful>
-HWY_INLINE void longPair(Cursor &c)
-{
-    constexpr quint32 greatest = 32767;
-    // Right after a filling all 64 bits are there; that leaves room for the longest level behind such a run.
-    constexpr int ordinaryRun = 11;
-    const quint32 state = c.table >> acBits;
-    quint32 run = 0, level = 0;
-    c.fill<careful>();
-    const int runFrom = c.known;
-    c.good = runSymbols[state / ProRes::acBooks].take(c, run);
-    const int runLength = runFrom - c.known;
-    if (careful || HWY_UNLIKELY(runLength > ordinaryRun)) c.fill<careful>();
-    c.good = c.good && levelSymbols[state % ProRes::acBooks].take(c, level) && level < greatest;
-    if (HWY_UNLIKELY(!c.good)) return;
-    const int negative = int(qint64(c.bits) >> 63);
-    c.drop(1);
-    // The codes before it in this filling may have gone beyond the last place already.
-    if (HWY_UNLIKELY(qint64(run) + 1 >= c.limit - c.out)) {
-        c.out = std::max(c.out, c.out + (c.limit - c.out));
-        return;
-    }
-    c.out += run + 1;
-    const int size = int(level) + 1;
-    *c.out = qint16((size ^ negative) - negative);
-    c.table = ProResDecodeTables::acTable(int(run), size);
-}
-
-/// Takes what an entry says; its level is told apart, because not every place is there.
-HWY_INLINE void advance(Cursor &c, quint32 entry)
-{
-    c.drop(int(entry & lengthMask));
-    c.out += entry >> runShift & runMask;
-    c.table = entry >> tableShift;
-}
-HWY_INLINE qint16 levelOf(quint32 entry)
-{
-    return qint16(qint16(entry) >> levelShift);
-}
-
-/// False: it was a long one, and where the bits end has to be looked at again.
-HWY_INLINE bool pair(Cursor &c, const quint32 *tables)
-{
-    const quint32 entry = tables[c.table + (c.bits >> (64 - acBits))];
-    if (HWY_UNLIKELY(entry == 0)) {
-        longPair<false>(c);
-        if (HWY_UNLIKELY(!c.good)) c.at = c.end; // nothing more is taken
-        return false;
-    }
-    advance(c, entry);
-    *c.out = levelOf(entry);
-    return true;
-}
-
-/// As fill(), wherever the component and the frame end.
-HWY_INLINE void fillFor(Cursor &c, const uchar *end)
-{
-    if (HWY_LIKELY(c.at <= end - 8))
-        c.fill<false>();
-    else
-        c.fill<true>();
-}
-
-/// Up to the end of the bytes, of the places or of what is good. Bits of what comes behind the component may
-/// be read, but count as zeros.
-void finish(Cursor &c, const quint32 *tables, const uchar *end)
-{
-    while (c.good && c.out + 1 < c.limit) {
-        const qint64 left = c.left();
-        if (left <= 0) return;
-        fillFor(c, end);
-        if (left < 64) c.bits &= ~quint64(0) << (64 - left);
-        for (int i = 0; i < pairsAFilling; ++i) {
-            if (c.bits == 0) return;
-            const quint32 entry = tables[c.table + (c.bits >> (64 - acBits))];
-            if (entry == 0) {
-                longPair<true>(c);
-                c.good = c.good && c.left() >= 0;
-                break;
-            }
-            advance(c, entry);
-            c.good = c.left() >= 0;
-            if (!c.good || c.out >= c.limit) return;
-            *c.out = levelOf(entry);
-            if (c.out + 1 >= c.limit) return;
-        }
-    }
-}
 
 /// The DC levels of a component while they are decoded: a number, then differences. The sign of one is told
 /// against that of the one before.
@@ -289,69 +109,121 @@ void decodeDc(Cursor &first, DcState &dcA, Cursor &second, DcState &dcB, const q
     second = rest(b, dcB);
 }
 
-/// How far both can go together without looking where they are.
-const uchar *fastEnd(const Cursor &c, const uchar *end)
+qint64 positionOf(const Component &component, const Cursor &c)
 {
-    // Compared as numbers: a component near the beginning of the memory has no such place in it.
-    const auto a = quintptr(c.end) - bytesAFilling, b = quintptr(end) - bytesRead;
-    return reinterpret_cast<const uchar *>(std::min(a, b));
+    return (c.at - component.bytes) * 8 - c.known;
 }
 
-/// The pairs of one, or what is left of them.
-HWY_INLINE void decodePairs(Cursor &cursor, const quint32 *tables, const uchar *end)
+void goTo(Cursor &c, const uchar *bytes, qint64 position, const uchar *end)
 {
-    if (!cursor.good) return;
-    Cursor c = cursor;
-    const uchar *endC = fastEnd(c, end);
-    while (c.at <= endC && c.out < c.limit) {
-        c.fill<false>();
-        for (int i = 0; i < pairsAFilling && pair(c, tables); ++i) {}
+    c.at = bytes + (position >> 3);
+    c.bits = 0;
+    c.known = 0;
+    fillFor(c, end);
+    c.drop(int(position & 7));
+}
+
+/// Whether the lanes may read it: they look a little beyond its end.
+bool isForLanes(const Component &component, const Cursor &c, const uchar *end)
+{
+    return c.good && end - component.bytes >= component.size + ProResLanes::readBehind;
+}
+
+void decodeDcTogether(std::span<const Component> components, std::span<Cursor> cursors,
+                      std::span<DcState> states, const uchar *end)
+{
+    std::array<ProResLanes::MeansJob, mostTogether> jobs;
+    std::array<size_t, mostTogether> whose;
+    size_t count = 0;
+    for (size_t i = 0; i < components.size(); ++i) {
+        const Component &component = components[i];
+        const DcState &dc = states[i];
+        if (!isForLanes(component, cursors[i], end)) continue;
+        whose[count] = i;
+        jobs[count++] = {component.bytes,
+                         positionOf(component, cursors[i]),
+                         component.size * qint64(8),
+                         dc.out,
+                         dc.out + dc.left,
+                         qint32(dc.level),
+                         int(dc.table >> ProResDecodeTables::dcBits),
+                         dc.sign != 0};
     }
-    finish(c, tables, end);
-    cursor = c;
-}
-
-/// Those of two, until one comes near its end.
-HWY_INLINE void decodePairs(Cursor &first, Cursor &second, const quint32 *tables, const uchar *end)
-{
-    if (!first.good || !second.good) return;
-    Cursor a = first, b = second;
-    const uchar *endA = fastEnd(a, end), *endB = fastEnd(b, end);
-    while (a.at <= endA && b.at <= endB && a.out < a.limit && b.out < b.limit) {
-        a.fill<false>();
-        b.fill<false>();
-        for (int i = 0; i < pairsAFilling; ++i) {
-            const bool shortA = pair(a, tables), shortB = pair(b, tables);
-            if (HWY_UNLIKELY(!shortA || !shortB)) break;
-        }
+    ProResLanes::advance(std::span(jobs).first(count));
+    for (size_t i = 0; i < count; ++i) {
+        const ProResLanes::MeansJob &job = jobs[i];
+        DcState &dc = states[whose[i]];
+        goTo(cursors[whose[i]], job.bytes, job.position, end);
+        dc.out = job.out;
+        dc.left = int(job.limit - job.out);
+        dc.level = quint32(job.level);
+        dc.table = quint32(job.book) << ProResDecodeTables::dcBits;
+        dc.sign = -int(job.negative);
     }
-    first = a;
-    second = b;
 }
 
-void decode(Component &first, Component &second, int mostPlaces, const uchar *end)
+/// The pairs of all, as far as it goes.
+void decodePairsTogether(std::span<const Component> components, std::span<Cursor> cursors, const uchar *end)
+{
+    std::array<ProResLanes::Job, mostTogether> jobs;
+    std::array<Cursor *, mostTogether> whose;
+    size_t count = 0;
+    for (size_t i = 0; i < components.size(); ++i) {
+        const Component &component = components[i];
+        Cursor &c = cursors[i];
+        if (!isForLanes(component, c, end)) continue;
+        const int books = int(c.table >> acBits);
+        whose[count] = &c;
+        jobs[count++] = {component.bytes, positionOf(component, c), component.size * qint64(8), c.out,
+                         c.limit,         books / ProRes::acBooks,  books % ProRes::acBooks};
+    }
+    ProResLanes::advance(std::span(jobs).first(count));
+    for (size_t i = 0; i < count; ++i) {
+        const ProResLanes::Job &job = jobs[i];
+        goTo(*whose[i], job.bytes, job.position, end);
+        whose[i]->out = job.out;
+        whose[i]->table = quint32(job.runBook * ProRes::acBooks + job.levelBook) << acBits;
+    }
+}
+
+void tell(Component &component, const Cursor &c, int mostPlaces)
+{
+    if (!component.bytes) return;
+    const qint64 written = c.out - component.levels->level.data();
+    component.levels->used = int(written) + 1;
+    // What is beyond the places asked for does not matter.
+    const bool whole = mostPlaces == ProRes::blockSamples;
+    const bool good = whole ? c.good && c.out < c.limit : c.good || c.out + 1 >= c.limit;
+    component.places = !good ? 0 : int(std::min<qint64>(written / component.blocks + 1, mostPlaces));
+}
+
+void decode(std::span<Component> components, int mostPlaces, const uchar *end)
 {
     const ProResDecodeTables &all = ProResDecodeTables::instance();
-    DcState dcA, dcB;
-    Cursor a = begin(first, mostPlaces, dcA), b = begin(second, mostPlaces, dcB);
-    decodeDc(a, dcA, b, dcB, all.dc(), end);
-    if (mostPlaces > 1) {
-        decodePairs(a, b, all.ac(), end);
-        decodePairs(a, all.ac(), end);
-        decodePairs(b, all.ac(), end);
+    const size_t count = components.size();
+    // The one beyond an odd number has nothing to do.
+    std::array<Cursor, mostTogether + 1> cursors;
+    std::array<DcState, mostTogether + 1> states;
+    Component none;
+    cursors[count].good = false;
+    for (size_t i = 0; i < count; ++i)
+        cursors[i] = begin(components[i], mostPlaces, states[i]);
+    const bool byLanes = ProResLanes::available();
+    const auto together = std::span(cursors).first(count);
+    if (byLanes) decodeDcTogether(components, together, states, end);
+    for (size_t i = 0; i < count; i += 2)
+        decodeDc(cursors[i], states[i], cursors[i + 1], states[i + 1], all.dc(), end);
+    if (byLanes && mostPlaces > 1) decodePairsTogether(components, together, end);
+    for (size_t i = 0; i < count; i += 2) {
+        Component &second = i + 1 < count ? components[i + 1] : none;
+        if (mostPlaces > 1) {
+            decodePairs(cursors[i], cursors[i + 1], all.ac(), end);
+            decodePairs(cursors[i], all.ac(), end);
+            decodePairs(cursors[i + 1], all.ac(), end);
+        }
+        tell(components[i], cursors[i], mostPlaces);
+        tell(second, cursors[i + 1], mostPlaces);
     }
-    const auto result = [mostPlaces](Component &component, const Cursor &c) {
-        if (!component.bytes) return;
-        const qint64 written = c.out - component.levels->level.data();
-        component.levels->used = int(written) + 1;
-        // What is beyond the places asked for may not have been looked at.
-        const bool whole = mostPlaces == ProRes::blockSamples;
-        component.places = !c.good || (whole && c.out >= c.limit)
-                               ? 0
-                               : int(std::min<qint64>(written / component.blocks + 1, mostPlaces));
-    };
-    result(first, a);
-    result(second, b);
 }
 
 } // namespace ProResEntropy::HWY_NAMESPACE
@@ -362,8 +234,13 @@ namespace ProResEntropy {
 HWY_EXPORT(decode);
 } // namespace ProResEntropy
 
-void ProResEntropy::decode(Component &a, Component &b, int mostPlaces, const uchar *end)
+int ProResEntropy::slicesTogether()
 {
-    HWY_DYNAMIC_DISPATCH(decode)(a, b, mostPlaces, end);
+    return ProResLanes::available() ? mostSlices : 2;
+}
+
+void ProResEntropy::decode(std::span<Component> components, int mostPlaces, const uchar *end)
+{
+    HWY_DYNAMIC_DISPATCH(decode)(components, mostPlaces, end);
 }
 #endif

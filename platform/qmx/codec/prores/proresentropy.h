@@ -3,8 +3,10 @@
 
 #include "platform/qmx/codec/prores/proresdecodetables.h"
 
-/// The entropy decoder of the components of slices. Two at a time: each code tells where the next one begins,
-/// so that one alone leaves the processor waiting most of the time. Pure; any thread.
+#include <span>
+
+/// The entropy decoder of the components of slices. Two or more at a time: each code tells where the next one
+/// begins, so that one alone leaves the processor waiting most of the time. Pure; any thread.
 namespace ProResEntropy {
 
 /// Levels by place: those of all blocks at the first place in coding order, then those at the second. Behind
@@ -27,9 +29,15 @@ struct Component
     int places = 0; ///< above the last one that any block has a level at; 0: the bytes are damaged
 };
 
-/// Decodes both up to the place `mostPlaces` (1: the DC levels alone). Reads nothing at or beyond `end`,
-/// which is that of the frame.
-void decode(Component &a, Component &b, int mostPlaces, const uchar *end);
+/// Slices and components (but alpha) that are decoded at once.
+constexpr int mostSlices = 8;
+constexpr int mostTogether = 3 * mostSlices;
+/// How many slices this machine decodes best at once: 2 or mostSlices.
+int slicesTogether();
+
+/// Decodes all up to the place `mostPlaces` (1: the DC levels alone). Reads nothing at or beyond `end`,
+/// which is that of the frame. Their levels lie in one array.
+void decode(std::span<Component> components, int mostPlaces, const uchar *end);
 
 /// Decodes `count` alpha values of 8 or 16 bits into 16 bits; false: the bytes are damaged.
 bool decodeAlpha(const uchar *bytes, int size, int bits, quint16 *values, int count);

@@ -5,8 +5,8 @@
 #include <atomic>
 
 namespace {
-/// Pairs of slices that a helper takes at once: about a quarter of a row of a high-definition frame.
-constexpr int pairsAtOnce = 2;
+/// Slices that a helper takes at once: at least about a quarter of a row of a high-definition frame.
+constexpr int leastAtOnce = 4;
 } // namespace
 
 ProResFrameDecoder::ProResFrameDecoder()
@@ -24,38 +24,39 @@ void ProResFrameDecoder::setHelpers(QmxHelpers *helpers)
         _decoders.push_back(std::make_unique<ProResSliceDecoder>());
 }
 
-int ProResFrameDecoder::decodePairs(int first, int count, ProResSliceDecoder &decoder) const
+int ProResFrameDecoder::decodeSlices(size_t first, size_t count, ProResSliceDecoder &decoder) const
 {
-    const auto &slices = _frame.slices;
-    const size_t end = std::min(slices.size(), 2 * size_t(first + count));
+    const auto slices =
+        std::span(_frame.slices).subspan(first, std::min(count, _frame.slices.size() - first));
+    const auto together = size_t(ProResEntropy::slicesTogether());
     int damaged = 0;
-    for (size_t i = 2 * size_t(first); i < end; i += 2)
-        damaged += decoder.decode(slices[i], i + 1 < end ? &slices[i + 1] : nullptr);
+    for (size_t i = 0; i < slices.size(); i += together)
+        damaged += decoder.decode(slices.subspan(i, std::min(together, slices.size() - i)));
     return damaged;
 }
 
 int ProResFrameDecoder::decode(const ProResTarget &target, ProResInverse::Scale scale)
 {
-    const int pairs = int((_frame.slices.size() + 1) / 2);
+    const size_t slices = _frame.slices.size();
     if (!_helpers || !_helpers->anyIdle()) {
         _decoders.front()->begin(_frame, scale, target);
-        return decodePairs(0, pairs, *_decoders.front());
+        return decodeSlices(0, slices, *_decoders.front());
     }
     for (auto &decoder : _decoders)
         decoder->begin(_frame, scale, target);
     struct Job
     {
         ProResFrameDecoder *decoder;
-        int pairs;
+        size_t atOnce;
         std::atomic<int> damaged{0};
-    } job{this, pairs};
-    _helpers->run((pairs + pairsAtOnce - 1) / pairsAtOnce,
-                  [](void *context, int index, int thread) {
-                      Job &j = *static_cast<Job *>(context);
-                      const int first = index * pairsAtOnce;
-                      j.damaged += j.decoder->decodePairs(first, std::min(pairsAtOnce, j.pairs - first),
-                                                          *j.decoder->_decoders[size_t(thread)]);
-                  },
-                  &job);
+    } job{this, size_t(std::max(leastAtOnce, ProResEntropy::slicesTogether()))};
+    _helpers->run(
+        int((slices + job.atOnce - 1) / job.atOnce),
+        [](void *context, int index, int thread) {
+            Job &j = *static_cast<Job *>(context);
+            j.damaged += j.decoder->decodeSlices(size_t(index) * j.atOnce, j.atOnce,
+                                                 *j.decoder->_decoders[size_t(thread)]);
+        },
+        &job);
     return job.damaged;
 }

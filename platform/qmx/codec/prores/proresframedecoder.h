@@ -25,7 +25,7 @@ public:
     int decode(const ProResTarget &target, ProResInverse::Scale scale = ProResInverse::Scale::Full);
 
 private:
-    int decodePairs(int first, int count, ProResSliceDecoder &decoder) const;
+    int decodeSlices(size_t first, size_t count, ProResSliceDecoder &decoder) const;
 
     ProResCodedFrame _frame;
     QmxHelpers *_helpers = nullptr;

@@ -141,38 +141,49 @@ void ProResSliceDecoder::putGrey(const ProResCodedSlice &slice)
     }
 }
 
-int ProResSliceDecoder::decode(const ProResCodedSlice &first, const ProResCodedSlice *second)
+void ProResSliceDecoder::putOpaque(const Parts &parts)
 {
-    std::array<Parts, 2> pair = {parts(&first), parts(second)};
-    const int places = ProResInverse::placesNeeded(_scale);
-    for (int plane = 0; plane < alphaPlane; ++plane) {
-        std::array<ProResEntropy::Component, 2> components;
-        for (size_t i = 0; i < pair.size(); ++i)
-            if (pair[i].good)
-                components[i] = {pair[i].bytes[size_t(plane)], pair[i].size[size_t(plane)],
-                                 blocks(*pair[i].slice, plane), &_levels[i]};
-        for (const Parts &parts : pair)
-            prefetch(parts, plane);
-        ProResEntropy::decode(components[0], components[1], places, _frame->end);
-        for (size_t i = 0; i < pair.size(); ++i) {
-            pair[i].good = pair[i].good && components[i].places > 0;
-            if (pair[i].good) put(pair[i], plane, components[i]);
-        }
+    const Area a = area(*parts.slice, alphaPlane);
+    for (int y = 0; y < a.shownHeight; ++y)
+        std::fill_n(a.first + y * a.stride, a.shownWidth, opaque);
+}
+
+int ProResSliceDecoder::decode(std::span<const ProResCodedSlice> slices)
+{
+    constexpr size_t planes = alphaPlane;
+    std::array<Parts, ProResEntropy::mostSlices> all;
+    std::array<ProResEntropy::Component, ProResEntropy::mostTogether> components;
+    const size_t count = slices.size();
+    for (size_t i = 0; i < count; ++i) {
+        all[i] = parts(&slices[i]);
+        // The longest ones first, those of luma: then the short ones are left when few are left.
+        for (size_t plane = 0; plane < planes && all[i].good; ++plane)
+            components[plane * count + i] = {all[i].bytes[plane], all[i].size[plane],
+                                             blocks(slices[i], int(plane)), &_levels[plane * count + i]};
     }
+    prefetch(all[0], 0);
+    ProResEntropy::decode(std::span(components).first(planes * count), ProResInverse::placesNeeded(_scale),
+                          _frame->end);
     int damaged = 0;
-    for (Parts &parts : pair) {
-        if (!parts.slice) continue;
-        if (parts.good && _target.plane[alphaPlane] && _scale == ProResInverse::Scale::Full) {
-            if (_frame->alphaBits == 0) {
-                const Area a = area(*parts.slice, alphaPlane);
-                for (int y = 0; y < a.shownHeight; ++y)
-                    std::fill_n(a.first + y * a.stride, a.shownWidth, opaque);
-            } else {
-                parts.good = putAlpha(parts);
-            }
+    for (size_t i = 0; i < count; ++i) {
+        Parts &slice = all[i];
+        for (size_t plane = 0; plane < planes; ++plane) {
+            if (plane + 1 < planes)
+                prefetch(slice, int(plane) + 1);
+            else if (i + 1 < count)
+                prefetch(all[i + 1], 0);
+            const ProResEntropy::Component &component = components[plane * count + i];
+            slice.good = slice.good && component.places > 0;
+            if (slice.good) put(slice, int(plane), component);
         }
-        if (parts.good) continue;
-        putGrey(*parts.slice);
+        if (slice.good && _target.plane[alphaPlane] && _scale == ProResInverse::Scale::Full) {
+            if (_frame->alphaBits == 0)
+                putOpaque(slice);
+            else
+                slice.good = putAlpha(slice);
+        }
+        if (slice.good) continue;
+        putGrey(slices[i]);
         ++damaged;
     }
     return damaged;

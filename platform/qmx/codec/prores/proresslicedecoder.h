@@ -22,9 +22,9 @@ public:
     /// What the next slices belong to; it must outlive their decoding. Cheap when the matrices are those of
     /// the frame before.
     void begin(const ProResCodedFrame &frame, ProResInverse::Scale scale, const ProResTarget &target);
-    /// Decodes two slices (the second may be null), each into its place; a damaged one becomes grey. How many
-    /// are damaged.
-    int decode(const ProResCodedSlice &first, const ProResCodedSlice *second);
+    /// Decodes up to ProResEntropy::mostSlices slices, each into its place; a damaged one becomes grey. How
+    /// many are damaged.
+    int decode(std::span<const ProResCodedSlice> slices);
 
     /// Raster of a frame decoded at a scale.
     static QSize sizeAt(const QSize &size, ProResInverse::Scale scale);
@@ -52,11 +52,12 @@ private:
     bool half(int plane) const { return !_frame->fullChroma && (plane == 1 || plane == 2); }
     int blocks(const ProResCodedSlice &slice, int plane) const;
     Area area(const ProResCodedSlice &slice, int plane) const;
-    /// Asks for the memory of a plane that is going to be written while its codes are read.
+    /// Asks for the memory of a plane that is going to be written soon.
     void prefetch(const Parts &parts, int plane) const;
     const ProResInverse::Dequantiser &dequantiser(int plane, int quantiser);
     void put(const Parts &parts, int plane, const ProResEntropy::Component &component);
     bool putAlpha(const Parts &parts);
+    void putOpaque(const Parts &parts);
     void putGrey(const ProResCodedSlice &slice);
 
     const ProResCodedFrame *_frame = nullptr;
@@ -72,7 +73,7 @@ private:
     bool _interlaced = false;
     ProResInverse::Scale _madeFor = ProResInverse::Scale::Full;
 
-    std::array<ProResEntropy::Levels, 2> _levels;
+    std::array<ProResEntropy::Levels, ProResEntropy::mostTogether> _levels;
     ProResInverse::Scratch _scratch;
     alignas(64) std::array<quint16, ProRes::groupSamples> _edge; ///< a slice that the frame ends in
     std::array<quint16, ProRes::groupSamples> _alpha;

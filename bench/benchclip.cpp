@@ -10,19 +10,19 @@
 
 #include <algorithm>
 
-QmxClipInfo benchClipInfo()
+QmxClipInfo benchClipInfo(const QSize &size)
 {
     QmxClipInfo info;
-    info.image.setSize(1920, 1080);
-    info.image.setAspectRatio(1920, 1080);
+    info.image.setSize(size.width(), size.height());
+    info.image.setAspectRatio(size.width(), size.height());
     info.image.setFrameRate(QmxVideoRate(25));
     info.image.setDataType(QmxIds::proRes422);
     return info;
 }
 
-bool makeBenchClip(const QString &path, int frames)
+bool makeBenchClip(const QString &path, int frames, const QSize &size)
 {
-    const QmxClipInfo info = benchClipInfo();
+    const QmxClipInfo info = benchClipInfo(size);
     const auto source =
         qmxCreateInternalGenerator(info.image, QmxIds::movingPattern, QmxId(), QmxEnvironment::current());
     const auto encoder = qmxCodec(info.image.dataType())->createEncoder(info.image);

@@ -8,14 +8,16 @@
 
 #include <QElapsedTimer>
 #include <QList>
+#include <QSize>
 #include <QString>
 
 #include <functional>
 
-/// 1920x1080p25, ProRes 422, no sound.
-QmxClipInfo benchClipInfo();
+constexpr QSize benchClipSize(1920, 1080);
+/// 25 pictures a second, ProRes 422, no sound.
+QmxClipInfo benchClipInfo(const QSize &size = benchClipSize);
 /// A clip of generated pictures, as hard to code as a camera's. False: it could not be made.
-bool makeBenchClip(const QString &path, int frames);
+bool makeBenchClip(const QString &path, int frames, const QSize &size = benchClipSize);
 /// Decodes one frame; false: it could not be.
 bool decodeFrame(QmxVideoDecoder &decoder, const QmxFrame &frame);
 double benchMs(const QElapsedTimer &timer);

@@ -25,7 +25,7 @@ private:
 };
 } // namespace
 
-std::optional<double> playThroughCard(BenchPlayer &player, int frames, bool byLibav)
+std::optional<double> playThroughCard(BenchPlayer &player, int frames, bool byLibav, const QSize &size)
 {
     constexpr int ticksASecond = 1000, queue = 40;
     const auto shown = std::make_shared<std::atomic<int>>(0);
@@ -44,7 +44,7 @@ std::optional<double> playThroughCard(BenchPlayer &player, int frames, bool byLi
     const bool isOpen = device.open(QStringLiteral("lumen"));
     setpriority(PRIO_PROCESS, 0, usual);
     if (!isOpen) return {};
-    QmxImageDesc image = benchClipInfo().image;
+    QmxImageDesc image = benchClipInfo(size).image;
     image.setFrameRate(QmxVideoRate(ticksASecond));
     QmxVideoDeviceSetup setup;
     setup.setMode(1); // playback

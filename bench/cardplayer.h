@@ -7,4 +7,5 @@
 
 /// Milliseconds a frame of a clip that goes through the cache and the video card, whose ticks come faster
 /// than pictures can be decoded; by our decoder or by libavcodec's. Nothing: it did not go through.
-std::optional<double> playThroughCard(BenchPlayer &player, int frames, bool byLibav);
+std::optional<double> playThroughCard(BenchPlayer &player, int frames, bool byLibav,
+                                      const QSize &size = benchClipSize);

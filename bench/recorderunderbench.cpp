@@ -134,6 +134,19 @@ bool RecorderUnderBench::endTake()
     });
 }
 
+bool RecorderUnderBench::cue(int frame)
+{
+    constexpr qint64 patience = 2 * QmxClock::nsPerSecond;
+    qint64 again = now();
+    return waitFor("the cue", [&] {
+        if (now() >= again) {
+            write(eParam_CueToFrame, unsigned(frame));
+            again = now() + patience;
+        }
+        return shown().frame == frame;
+    });
+}
+
 QList<std::optional<quint32>> stripsOfClip(const QString &path, int most)
 {
     QProcess probe;

@@ -58,6 +58,9 @@ public:
 
     bool startTake();
     bool endTake();
+    /// Cues to a frame of the current clip until the output shows it. Told again when nothing comes of it: a
+    /// cue that comes while the recorder is still busy with its stop is not heard.
+    bool cue(int frame);
 
 private:
     QmxEnvironment _environment;

@@ -109,7 +109,7 @@ public:
         _edges->shown.append(frame);
     }
     QString statusText() const override { return {}; }
-    int divisor(const QmxImageDesc &desc) const override { return _real->divisor(desc); }
+    int divisor(const QmxImageDesc &desc, bool stands) const override { return _real->divisor(desc, stands); }
 
 private:
     std::shared_ptr<BenchEdges> _edges;

@@ -138,6 +138,7 @@ private:
     bool _startPending = false; ///< hardwareStarted() with the next tick
     int _divisor = 1;           ///< how many times smaller decoded pictures of this raster may be
     QSize _divisorRaster;
+    int _repeats = 0;        ///< ticks in which the output has shown the same
     quint64 _generation = 1; ///< changes with what captured frames look like
     InputWatch _inputWatch;
     CaptureChain _capture;

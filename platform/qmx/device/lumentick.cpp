@@ -13,6 +13,8 @@
 namespace {
 /// Frames of a take that are captured late after a stall of the clock thread; more are lost.
 constexpr qint64 mostCaughtUp = 12;
+/// Ticks of the same picture after which it counts as one that stands; slow play shows others before.
+constexpr int standsAfter = 8;
 
 struct DirectionName
 {
@@ -171,7 +173,8 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
         _startPending = false;
         pushVbi(output.timecode);
         work = outputWork(output);
-        _divisor = _output.divisor(output.desc, work);
+        _repeats = output.isRepeat ? _repeats + 1 : 0;
+        _divisor = _output.divisor(output.desc, work, _repeats >= standsAfter);
         _divisorRaster = QSize(output.desc.width(), output.desc.height());
         if (_playing && output.isRepeat && _playback.shown().valid) refine(_playback.shown().picture);
         takeFirst = _takeFirst;

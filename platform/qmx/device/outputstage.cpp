@@ -31,13 +31,13 @@ void OutputStage::show(const QmxOutputFrame &frame, const Work &work)
     process(frame, work);
 }
 
-int OutputStage::divisor(const QmxImageDesc &desc, const Work &work) const
+int OutputStage::divisor(const QmxImageDesc &desc, const Work &work, bool stands) const
 {
     // Of interlaced pictures fields would become smaller, not the picture.
     if (desc.isInterlaced() || !work.text.isEmpty() || !sameRaster(desc, work.format)) return 1;
-    int divisor = 8;
+    int divisor = QmxSink::greatestDivisor;
     for (const std::unique_ptr<QmxSink> &sink : _sinks)
-        divisor = std::min(divisor, sink->divisor(desc));
+        divisor = std::min(divisor, sink->divisor(desc, stands));
     return divisor;
 }
 

@@ -30,8 +30,8 @@ public:
 
     void show(const QmxOutputFrame &frame, const Work &work);
     /// How many times smaller than the output the pictures of a clip may be: whatever every sink can do with,
-    /// where nothing is to be done to them. Whoever shows.
-    int divisor(const QmxImageDesc &desc, const Work &work) const;
+    /// where nothing is to be done to them. `stands`: the same one has been there for a while. Whoever shows.
+    int divisor(const QmxImageDesc &desc, const Work &work, bool stands) const;
     /// Empty while every sink is served, else the first problem. Any thread.
     QString problem() const;
     /// Frames that did not reach the first sink, which is the preview.

@@ -14,6 +14,7 @@ public:
     void show(const QmxOutputFrame &) override { ++_frames; }
     QString statusText() const override;
     QString problem() const override { return _isWrong ? _status : QString(); }
+    int divisor(const QmxImageDesc &, bool) const override { return greatestDivisor; }
 
 private:
     QString _status;

@@ -25,10 +25,10 @@ int factorOf(int width, int height)
     return factor;
 }
 
-/// Decoded for the preview alone: no measure of the picture.
-bool isSmaller(const QmxOutputFrame &frame)
+/// Whether so many times more samples a line than the picture has are those of the whole one.
+bool isNoSmaller(const QmxOutputFrame &frame, int divisor)
 {
-    return frame.picture.isValid() && frame.picture.width() < frame.desc.width();
+    return !frame.picture.isValid() || frame.picture.width() * divisor >= frame.desc.width();
 }
 
 /// Mean of 2 x 2 samples spread over a block of factorX x factorY, as 8 bits.
@@ -80,10 +80,12 @@ void QmxPreviewSink::show(const QmxOutputFrame &frame)
 {
     if (!_writer.isOpen()) return;
     _tick = frame.tick.index;
-    if (const quint64 asked = _full.asked() + _scopes.asked(); asked != _asked) {
-        _asked = asked;
-        _wholeUntil = _tick + QmxScopesReader::askedForTicks;
-    }
+    const auto follow = [this](quint64 asked, quint64 &before, std::atomic<qint64> &until) {
+        if (asked != before) until = _tick + QmxScopesReader::askedForTicks;
+        before = asked;
+    };
+    follow(_full.asked(), _fullAsked, _fullUntil);
+    follow(_scopes.asked(), _scopesAsked, _scopesUntil);
     if (!_thread.post([this, frame] { publish(frame); })) ++_dropped;
 }
 
@@ -120,15 +122,18 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
     _preview.momentaryLoudness = _loudness.momentary();
     _preview.shortTermLoudness = _loudness.shortTerm();
     _writer.write(_preview);
-    if (!isSmaller(frame)) _scopes.offer(frame);
-    if (_full.isWanted() && !isSmaller(frame)) _full.offer(frame.picture);
+    if (isNoSmaller(frame, QmxScopes::greatestDivisor(frame.desc.width()))) _scopes.offer(frame);
+    if (_full.isWanted() && isNoSmaller(frame, 1)) _full.offer(frame.picture);
 }
 
-int QmxPreviewSink::divisor(const QmxImageDesc &desc) const
+int QmxPreviewSink::divisor(const QmxImageDesc &desc, bool stands) const
 {
-    if (_tick <= _wholeUntil) return 1;
+    const bool measures = _tick <= _scopesUntil;
+    if (_tick <= _fullUntil || (measures && stands)) return 1;
     const int factor = factorOf(desc.width(), desc.height());
-    return factor & -factor; // the greatest power of two in it: the preview is the same size then
+    // The greatest power of two in it: the preview is the same size then.
+    const int divisor = factor & -factor;
+    return measures ? std::min(divisor, QmxScopes::greatestDivisor(desc.width())) : divisor;
 }
 
 void QmxPreviewSink::reduce(const QmxPicture &picture, QmxPreviewPicture &preview)

@@ -23,8 +23,9 @@ public:
     void show(const QmxOutputFrame &frame) override;
     qint64 dropped() const override { return _dropped; }
     QString statusText() const override;
-    /// As small as the preview is, but whole while somebody looks at more than that.
-    int divisor(const QmxImageDesc &desc) const override;
+    /// As small as the preview is. While somebody looks at the scopes no smaller than they can be measured
+    /// on, and whole of what stands; whole while somebody looks at the full picture.
+    int divisor(const QmxImageDesc &desc, bool stands) const override;
 
     /// A picture reduced by a whole factor until it fits, as 8-bit 4:2:0. Without picture: black.
     static void reduce(const QmxPicture &picture, QmxPreviewPicture &preview);
@@ -41,8 +42,8 @@ private:
     QmxPicture _reduced; ///< what _preview shows
     QmxImageDesc _desc;
     std::atomic<qint64> _dropped = 0;
-    quint64 _asked = 0; ///< of whoever shows
+    quint64 _fullAsked = 0, _scopesAsked = 0; ///< how often; of whoever shows
     std::atomic<qint64> _tick = 0;
-    std::atomic<qint64> _wholeUntil = -1; ///< tick
-    QmxTaskThread _thread;                ///< last: ends before what it uses
+    std::atomic<qint64> _fullUntil = -1, _scopesUntil = -1; ///< tick that the last time counts up to
+    QmxTaskThread _thread;                                  ///< last: ends before what it uses
 };

@@ -112,14 +112,14 @@ void light(const std::vector<quint32> &counts, double gain, Tile &tile)
 }
 } // namespace
 
-void QmxScopes::measure(const QmxPicture &picture, QmxScopes &scopes)
+void QmxScopes::measure(const QmxPicture &picture, int lines, QmxScopes &scopes)
 {
     constexpr double lineGain = 28, vectorGain = 8;
     Counts counts;
     // Odd, so that both fields are seen.
     const int step = picture.height() > standardLines ? 3 : 1;
-    const Matrix &matrix = picture.height() > standardLines ? bt709 : bt601;
-    scopes.lines = picture.height();
+    const Matrix &matrix = lines > standardLines ? bt709 : bt601;
+    scopes.lines = lines;
     for (int y = 0; y < picture.height(); y += step) {
         if (picture.format() == QmxPicture::Format::Rgb444P10)
             countRgb(picture, y, matrix, counts);

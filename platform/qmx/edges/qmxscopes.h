@@ -27,8 +27,12 @@ struct QmxScopes
     /// Lines up to which a picture is of standard definition: its colours are those of BT.601, else of
     /// BT.709.
     static constexpr int standardLines = 576;
-    /// Of a valid picture, from its 10-bit samples. Some milliseconds; any thread.
-    static void measure(const QmxPicture &picture, QmxScopes &scopes);
+    /// How many times smaller what they are measured on may be than a picture of this width: a line still has
+    /// a sample for each column. The finest detail is gone then, and with it its highest and lowest levels.
+    static int greatestDivisor(int width) { return width >= 2 * columns ? 2 : 1; }
+    /// Of a valid picture, from its 10-bit samples; `lines` are those that it has when it is whole. Some
+    /// milliseconds; any thread.
+    static void measure(const QmxPicture &picture, int lines, QmxScopes &scopes);
     /// Name of the shared memory beside the preview of this name.
     static QString nameBeside(const QString &preview);
 };

@@ -31,9 +31,10 @@ public:
     virtual QString statusText() const = 0;
     /// Empty while frames go out, else why they do not. Quick: the clock thread asks.
     virtual QString problem() const { return {}; }
-    /// Pictures of a clip may be 2, 4 or 8 times smaller than the output for the time being; 1: they may not.
-    /// Quick: the clock thread asks every tick.
-    virtual int divisor(const QmxImageDesc &) const { return 1; }
+    /// Pictures of a clip may be 2, 4 or 8 times smaller than the output for the time being, also when one
+    /// `stands` there for a while; 1: they may not. Quick: the clock thread asks every tick.
+    virtual int divisor(const QmxImageDesc &, [[maybe_unused]] bool stands) const { return 1; }
+    static constexpr int greatestDivisor = 8;
 };
 
 /// One kind of sink: a row of the table in sinks.cpp.

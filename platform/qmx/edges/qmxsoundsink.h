@@ -28,6 +28,7 @@ public:
     qint64 dropped() const override { return _dropped; }
     QString statusText() const override;
     QString problem() const override;
+    int divisor(const QmxImageDesc &, bool) const override { return greatestDivisor; }
 
 private:
     void write(const QmxOutputFrame &frame);

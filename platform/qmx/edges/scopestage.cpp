@@ -24,9 +24,11 @@ void ScopeStage::offer(const QmxOutputFrame &frame)
     }
     if (tick > _until || tick < _next || !frame.picture.isValid() || _thread.pending() > 0) return;
     _next = tick + everyTicks;
-    _thread.post([this, picture = frame.picture, tick] {
+    const bool isSmaller = frame.picture.width() < frame.desc.width();
+    const int lines = isSmaller ? frame.desc.height() : frame.picture.height();
+    _thread.post([this, picture = frame.picture, lines, tick] {
         _scopes->tick = tick;
-        QmxScopes::measure(picture, *_scopes);
+        QmxScopes::measure(picture, lines, *_scopes);
         _writer.write(*_scopes);
     });
 }

@@ -197,6 +197,21 @@ void tell(Component &component, const Cursor &c, int mostPlaces)
     component.places = !good ? 0 : int(std::min<qint64>(written / component.blocks + 1, mostPlaces));
 }
 
+/// Highway does not know all that the lanes need, but where it has less they are not asked.
+bool hasLanes()
+{
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    return ProResLanes::available();
+#else
+    return false;
+#endif
+}
+
+int slicesTogether()
+{
+    return hasLanes() ? mostSlices : 2;
+}
+
 void decode(std::span<Component> components, int mostPlaces, const uchar *end)
 {
     const ProResDecodeTables &all = ProResDecodeTables::instance();
@@ -208,7 +223,7 @@ void decode(std::span<Component> components, int mostPlaces, const uchar *end)
     cursors[count].good = false;
     for (size_t i = 0; i < count; ++i)
         cursors[i] = begin(components[i], mostPlaces, states[i]);
-    const bool byLanes = ProResLanes::available();
+    const bool byLanes = hasLanes();
     const auto together = std::span(cursors).first(count);
     if (byLanes) decodeDcTogether(components, together, states, end);
     for (size_t i = 0; i < count; i += 2)
@@ -232,11 +247,12 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace ProResEntropy {
 HWY_EXPORT(decode);
+HWY_EXPORT(slicesTogether);
 } // namespace ProResEntropy
 
 int ProResEntropy::slicesTogether()
 {
-    return ProResLanes::available() ? mostSlices : 2;
+    return HWY_DYNAMIC_DISPATCH(slicesTogether)();
 }
 
 void ProResEntropy::decode(std::span<Component> components, int mostPlaces, const uchar *end)

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/codec/prores/proreslanes.h"
 
-#include "platform/qmx/codec/prores/prorestargets.h"
-
-#include <hwy/targets.h>
+#include <hwy/detect_compiler_arch.h>
 
 #include <algorithm>
 #include <array>
@@ -371,7 +369,7 @@ bool ProResLanes::available()
                                   __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
                                   __builtin_cpu_supports("avx512vl") &&
                                   __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("bmi2");
-    return processor && (hwy::SupportedTargets() & HWY_AVX3);
+    return processor;
 }
 
 void ProResLanes::advance(std::span<Job> jobs)

@@ -5,6 +5,8 @@
 
 #include <boost/beast/ssl/ssl_stream.hpp>
 
+#include <netinet/tcp.h>
+
 namespace beast = boost::beast;
 
 ConnectionCount::ConnectionCount(std::shared_ptr<ConnectionContext> context, QString peer)
@@ -41,6 +43,8 @@ void startConnection(const std::shared_ptr<ConnectionContext> &context, boost::a
         end();
     }
     socket.set_option(boost::asio::ip::tcp::no_delay(true), error);
+    using NotSent = boost::asio::detail::socket_option::integer<IPPROTO_TCP, TCP_NOTSENT_LOWAT>;
+    socket.set_option(NotSent(Limit::unsentBytes), error);
     if (context->tls) {
         std::make_shared<HttpConnection<beast::ssl_stream<beast::tcp_stream>>>(
             context, count, address,

@@ -42,7 +42,10 @@ void EventHub::take()
     _told = now;
     if (changed.isEmpty()) return;
     ++_seq;
-    const auto text = compact({{"type", "delta"}, {"seq", qint64(_seq)}, {"changed", changed}});
+    // (Put together as text: a document of documents would be copied into itself.)
+    const auto text = std::make_shared<const QByteArray>(
+        R"({"type":"delta","seq":)" + QByteArray::number(_seq) + R"(,"changed":)" +
+        QJsonDocument(changed).toJson(QJsonDocument::Compact) + '}');
     _deltas.push_back({_seq, text});
     if (_deltas.size() > keptDeltas) _deltas.pop_front();
     tell(text, "delta", _seq);

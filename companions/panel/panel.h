@@ -67,6 +67,11 @@ void onWorker(Panel &panel, const Respond &respond, std::function<HttpReply(Cont
 /// The answer to a verb, as HTTP has it; `row`: of that verb, null when there is none of that name.
 HttpReply replyOf(const Panel &panel, const Answer &answer, const VerbRow *row, bool waited);
 Who whoOf(const Caller &caller);
+/// A number from 0 to `most` in the query; `otherwise` when it is not there, nothing when it makes no sense.
+std::optional<qsizetype> numberIn(const HttpCall &call, const char *name, qsizetype otherwise,
+                                  qsizetype most);
+/// The name of the file that is a clip's proxy when it lies beside it.
+QString proxyNameOf(const QString &name);
 /// A JSON object in the body, nothing for an empty body; `problem` when it is something else.
 QJsonObject bodyObject(const HttpCall &call, std::optional<HttpReply> &problem);
 
@@ -88,7 +93,7 @@ void getParameter(Panel &, const HttpCall &, Respond);
 void putParameter(Panel &, const HttpCall &, Respond);
 void getList(Panel &, const HttpCall &, Respond);
 void putList(Panel &, const HttpCall &, Respond);
-// Clips (routes_clips.cpp)
+// Clips (routes_cliplist.cpp, routes_clips.cpp)
 void getClips(Panel &, const HttpCall &, Respond);
 void getClip(Panel &, const HttpCall &, Respond);
 void getClipFile(Panel &, const HttpCall &, Respond);

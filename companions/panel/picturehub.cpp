@@ -49,9 +49,11 @@ QByteArray PictureHub::message(const QmxPreviewPicture &picture, qint64 time, qu
     qToLittleEndian(quint16(picture.width), to + 96);
     qToLittleEndian(quint16(picture.height), to + 98);
     qToLittleEndian(quint32(jpeg.size()), to + 100);
-    qToLittleEndian(count, to + 104);
+    qToLittleEndian(count, to + countAt);
     qToLittleEndian(float(picture.momentaryLoudness), to + 112);
     qToLittleEndian(float(picture.shortTermLoudness), to + 116);
+    qToLittleEndian(quint16(picture.aspectWidth), to + aspectAt);
+    qToLittleEndian(quint16(picture.aspectHeight), to + aspectAt + 2);
     return result + jpeg;
 }
 

@@ -19,7 +19,7 @@ public:
     virtual void sendPicture(const std::shared_ptr<const QByteArray> &message) = 0;
 };
 
-/// The picture on the output as messages: a header of 120 bytes and a JPEG file (docs/http.md has it byte by
+/// The picture on the output as messages: a header of 124 bytes and a JPEG file (docs/http.md has it byte by
 /// byte). A picture is coded once for all clients, and not at all while there is none.
 ///
 /// Members on the server's thread, but file(), which is for any; "panel-picture" reads and codes.
@@ -37,8 +37,10 @@ public:
     /// The picture of now as a message; null when there is none. Codes on the caller's thread.
     std::shared_ptr<const QByteArray> file();
 
-    static constexpr int headerSize = 120;
+    static constexpr int headerSize = 124;
     static constexpr int version = 1;
+    static constexpr int countAt = 104;
+    static constexpr int aspectAt = 120; ///< in the header: two numbers of 16 bits
     /// The message of a picture that was captured at `time` (ns since 1970).
     static QByteArray message(const QmxPreviewPicture &picture, qint64 time, quint64 count,
                               const QByteArray &jpeg);

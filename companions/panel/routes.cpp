@@ -35,7 +35,7 @@ constexpr RouteRow rows[] = {
     {"GET", "vars", Role::View, "the state as flat pairs of name and text, for button panels", "", json, getVars},
     {"GET", "picture.jpg", Role::View, "the picture on the output", "", jpeg, getPicture},
     {"GET", "events", Role::View, "a snapshot, then every change: WebSocket, or server-sent events", "since boot", "text/event-stream", nullptr},
-    {"GET", "pictures", Role::View, "every picture on the output, with its meters and timecode: WebSocket", "", "application/octet-stream", nullptr},
+    {"GET", "pictures", Role::View, "every picture on the output, with its meters and timecode: WebSocket", "acknowledge", "application/octet-stream", nullptr},
     {"GET", "scopes", Role::View, "waveform, parade and vectorscope of the picture on the output; made while somebody asks", "", "application/octet-stream", getScopes},
     {"GET", "fleet", Role::View, "the channels of this machine and the other machines it knows, and how they are; what is behind channels/N/ and machines/NAME/ is passed on to their panels", "", json, getFleet},
     {"GET", "fleet/self", Role::View, "what this machine is called, its version, its channels", "", json, getFleetSelf},

@@ -1,34 +1,27 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The clips of the active medium: lists, what is known of one, the files themselves.
+// The clips of the active medium: what is known of one, the files themselves.
 #include "companions/panel/panel.h"
+#include "companions/panel/secondcopies.h"
 #include "companions/panel/waveforms.h"
 #include "platform/control/clipdescription.h"
 #include "platform/control/marksof.h"
-#include "platform/product/clipfinder.h"
-#include "platform/product/clipplaces.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/clip/qmxclipstill.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
 
-#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <QHash>
 #include <QJsonArray>
 
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <limits>
-#include <mutex>
-#include <set>
 
 #include <sys/stat.h>
 
 namespace {
-constexpr qsizetype mostOfAPage = 1000;
-
 /// A name that cannot lead out of its folder, nor to what is hidden there.
 bool isFileName(const QString &name)
 {
@@ -48,144 +41,6 @@ HttpReply notThere(Control &control, const QString &name)
     return problemReply(404, "no_clip", control.recorder().whyNoClip(name),
                         "GET /api/v1/clips lists those there are");
 }
-
-struct Listed
-{
-    int index;
-    QString name;
-    QString path;
-    int frames;
-    bool isClosed;
-    qint64 recordedAt; ///< ns since 1970
-    struct stat file
-    {};
-    double seconds = 0; ///< asked for only when the list is sorted by it
-};
-
-void ask(Listed &clip)
-{
-    stat(QFile::encodeName(clip.path).constData(), &clip.file);
-}
-
-QJsonObject listedObject(const Listed &clip)
-{
-    return {{"index", clip.index},
-            {"name", clip.name},
-            {"frames", clip.frames},
-            {"grows", !clip.isClosed && QmxClipReader::isBeingRecorded(clip.path)},
-            {"bytes", qint64(clip.file.st_size)},
-            {"date", clipDate(QDateTime::fromSecsSinceEpoch(clip.file.st_mtim.tv_sec))},
-            {"is_protected", (clip.file.st_mode & S_IWUSR) == 0}};
-}
-
-/// Lengths in time of clips that have been asked for: a file that has not changed is not read again.
-class Lengths
-{
-public:
-    double seconds(const Listed &clip)
-    {
-        const std::lock_guard lock(_mutex);
-        const QByteArray key = clip.path.toUtf8() + '\0' + QByteArray::number(qint64(clip.file.st_size)) +
-                               '.' + QByteArray::number(qint64(clip.file.st_mtim.tv_sec));
-        if (const auto known = _known.constFind(key); known != _known.constEnd()) return *known;
-        QmxClipInfo info;
-        const bool isRead = !QmxClipReader::probe(clip.path, info).isError();
-        const double rate = isRead ? info.image.frameRate().toDouble() : 0;
-        const double seconds = rate > 0 ? double(clip.frames) / rate : 0;
-        if (_known.size() >= most) _known.clear();
-        _known.insert(key, seconds);
-        return seconds;
-    }
-
-private:
-    static constexpr qsizetype most = 20000;
-    std::mutex _mutex;
-    QHash<QByteArray, double> _known;
-};
-
-std::optional<qsizetype> numberIn(const HttpCall &call, const char *name, qsizetype otherwise, qsizetype most)
-{
-    const QString text = call.query.value(QLatin1String(name));
-    if (text.isEmpty()) return otherwise;
-    bool isNumber = false;
-    const qsizetype value = text.toLongLong(&isNumber);
-    return isNumber && value >= 0 && value <= most ? std::optional(value) : std::nullopt;
-}
-
-/// What a list can be sorted by.
-struct SortRow
-{
-    const char *name;
-    bool (*isBefore)(const Listed &a, const Listed &b);
-    bool needsSize = false;
-    bool needsSeconds = false;
-};
-constexpr SortRow sortRows[] = {
-    {"index", [](const Listed &a, const Listed &b) { return a.index < b.index; }},
-    {"name", [](const Listed &a, const Listed &b) { return a.name < b.name; }},
-    {"frames", [](const Listed &a, const Listed &b) { return a.frames < b.frames; }},
-    {"date", [](const Listed &a, const Listed &b) { return a.recordedAt < b.recordedAt; }},
-    {"duration", [](const Listed &a, const Listed &b) { return a.seconds < b.seconds; }, true, true},
-    {"size", [](const Listed &a, const Listed &b) { return a.file.st_size < b.file.st_size; }, true},
-};
-
-/// The order that is asked for; null when there is no such.
-const SortRow *orderOf(const QString &sort)
-{
-    if (sort.isEmpty()) return sortRows;
-    const auto *row = std::find_if(std::begin(sortRows), std::end(sortRows),
-                                   [&sort](const SortRow &one) { return sort == QLatin1String(one.name); });
-    return row == std::end(sortRows) ? nullptr : row;
-}
-
-/// All that are asked for, in their order, with what has to be known for that.
-std::vector<Listed> sorted(Control &control, const QString &filter, const SortRow &order,
-                           std::list<Clip> &clips)
-{
-    static Lengths lengths;
-    ClipFinder finder(&control.recorder().config());
-    std::vector<Listed> all;
-    clips = finder.findClips(true, false, true);
-    int index = 0;
-    for (const Clip &clip : clips) {
-        const QString name = QString::fromStdString(clip.getName());
-        if (name.contains(filter, Qt::CaseInsensitive)) {
-            all.push_back({index,
-                           name,
-                           QString::fromStdString(clip.getPath()),
-                           clip.frames(),
-                           clip.isClosed(),
-                           clip.getRecordedAt(),
-                           {},
-                           0});
-            if (order.needsSize) ask(all.back());
-            if (order.needsSeconds) all.back().seconds = lengths.seconds(all.back());
-        }
-        ++index;
-    }
-    std::stable_sort(all.begin(), all.end(), order.isBefore);
-    return all;
-}
-
-/// Which of these clips of the active medium lie on the second one as well.
-class SecondCopies
-{
-public:
-    SecondCopies(Control &control, const std::list<Clip> &clips)
-        : _mirror(control.recorder().text(eParam_MirrorMediaPath)),
-          _frames(askSecondPlaces(control.recorder().text(eParam_ActiveMediaPath).toStdString(),
-                                  _mirror.toStdString(), clips, control.recorder().environment()))
-    {}
-    void tell(const QString &name, QJsonObject &object) const
-    {
-        if (const auto copy = _frames.find(name.toStdString()); copy != _frames.end())
-            object["second_copy"] = QJsonObject{{"path", _mirror}, {"frames", copy->second}};
-    }
-
-private:
-    const QString _mirror;
-    const std::map<std::string, int> _frames;
-};
 
 /// "bytes=FROM-TO", one part; nothing when it is another kind, which is then passed over, as HTTP has it.
 /// `isOutside`: it lies outside the file.
@@ -255,40 +110,18 @@ std::optional<HttpReply> fileReply(const HttpCall &call, const QString &path, co
 }
 } // namespace
 
-void getClips(Panel &panel, const HttpCall &call, Respond respond)
+std::optional<qsizetype> numberIn(const HttpCall &call, const char *name, qsizetype otherwise, qsizetype most)
 {
-    const auto offset = numberIn(call, "offset", 0, std::numeric_limits<int>::max());
-    const auto limit = numberIn(call, "limit", mostOfAPage, mostOfAPage);
-    const SortRow *order = orderOf(call.query.value("sort"));
-    const QString direction = call.query.value("order", "asc");
-    if (!offset || !limit || !order ||
-        (direction != QLatin1String("asc") && direction != QLatin1String("desc")))
-        return respond(
-            problemReply(400, "wrong_argument", "the list cannot be given like that",
-                         "offset from 0, limit to 1000, sort index, name, frames, date, duration or size, "
-                         "order asc or desc"));
-    onWorker(panel, respond, [=, filter = call.query.value("filter")](Control &control) {
-        std::list<Clip> clips;
-        std::vector<Listed> all = sorted(control, filter, *order, clips);
-        if (direction == QLatin1String("desc")) std::reverse(all.begin(), all.end());
-        const QString path = control.recorder().text(eParam_ActiveMediaPath);
-        const auto first = all.begin() + std::min(*offset, qsizetype(all.size()));
-        std::vector<Listed> shown(first, first + std::min(*limit, qsizetype(all.end() - first)));
-        std::set<std::string> names;
-        for (const Listed &clip : shown)
-            names.insert(clip.name.toStdString());
-        clips.remove_if([&names](const Clip &clip) { return !names.contains(clip.getName()); });
-        const SecondCopies copies(control, clips);
-        QJsonArray page;
-        for (Listed &clip : shown) {
-            if (!order->needsSize) ask(clip);
-            QJsonObject object = listedObject(clip);
-            copies.tell(clip.name, object);
-            page.append(object);
-        }
-        return jsonReply(
-            {{"path", path}, {"total", qint64(all.size())}, {"offset", *offset}, {"clips", page}});
-    });
+    const QString text = call.query.value(QLatin1String(name));
+    if (text.isEmpty()) return otherwise;
+    bool isNumber = false;
+    const qsizetype value = text.toLongLong(&isNumber);
+    return isNumber && value >= 0 && value <= most ? std::optional(value) : std::nullopt;
+}
+
+QString proxyNameOf(const QString &name)
+{
+    return name.left(name.lastIndexOf('.')) + QLatin1String(".mp4");
 }
 
 void getClip(Panel &panel, const HttpCall &call, Respond respond)
@@ -327,7 +160,7 @@ void getProxy(Panel &panel, const HttpCall &call, Respond respond)
 {
     onWorker(panel, respond, [call](Control &control) {
         const QString name = call.words.first();
-        const QString path = pathOf(control, name.left(name.lastIndexOf('.')) + ".mp4");
+        const QString path = pathOf(control, proxyNameOf(name));
         auto reply = isFileName(name) ? fileReply(call, path, "video/mp4") : std::nullopt;
         return reply ? *reply
                      : problemReply(404, "no_proxy", QStringLiteral("there is no proxy of %1 yet").arg(name),

@@ -180,6 +180,9 @@ void getPicture(Panel &panel, const HttpCall &, Respond respond)
         const auto number = [header](int at) {
             return QByteArray::number(qFromLittleEndian<qint64>(header + at));
         };
+        const auto shape = [header](int at) {
+            return QByteArray::number(qFromLittleEndian<quint16>(header + at));
+        };
         QByteArray meters;
         for (int i = 0; i < QmxPreviewPicture::channels; ++i)
             meters += (i ? "," : "") +
@@ -192,6 +195,7 @@ void getPicture(Panel &panel, const HttpCall &, Respond respond)
             {"X-Timecode", QByteArray(header + 64)},
             {"X-Capture", (flags & 1) ? "1" : "0"},
             {"X-Meters", meters},
+            {"X-Aspect", shape(PictureHub::aspectAt) + ':' + shape(PictureHub::aspectAt + 2)},
             {"X-Captured", QByteArray::number(qFromLittleEndian<qint64>(header + 24) / nsPerMs)}};
         return reply;
     });

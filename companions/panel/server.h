@@ -53,4 +53,7 @@ constexpr int sendWithin = 20; ///< s that a piece of an answer may take
 constexpr int lingerFor = 2;   ///< s that a client which still sends has to see the last answer
 constexpr size_t waitingEvents = 512; ///< that a client of events may be behind
 constexpr size_t waitingBytes = 4 * 1024 * 1024;
+constexpr size_t unacknowledgedPictures = 2; ///< on their way to a client that acknowledges them
+constexpr int unsentBytes =
+    128 * 1024; ///< that the kernel keeps of a client's answers: more would get old there
 } // namespace Limit

@@ -9,6 +9,7 @@
 #include <boost/beast/websocket/ssl.hpp>
 
 #include <QJsonDocument>
+#include <QtEndian>
 
 #include <deque>
 
@@ -30,6 +31,13 @@ std::shared_ptr<const QByteArray> replyTo(const QByteArray &text)
                            {"ping", object["ping"]},
                            {"time", double(QmxEnvironment::current().clock->wallTime()) / nsPerMs}};
     return std::make_shared<const QByteArray>(QJsonDocument(pong).toJson(QJsonDocument::Compact));
+}
+
+/// What a client of pictures may say: {"got": COUNT}, the count in the header of a picture it has got.
+std::optional<quint64> acknowledgedBy(const QByteArray &text)
+{
+    const QJsonValue count = QJsonDocument::fromJson(text).object()["got"];
+    return count.isDouble() ? std::optional(quint64(std::max<qint64>(0, count.toInteger()))) : std::nullopt;
 }
 } // namespace
 
@@ -57,7 +65,12 @@ private:
 
     void begin(const HttpCall &call);
     void read();
+    void heard(const QByteArray &text);
     void write();
+    bool mayTakePicture() const
+    {
+        return _picture && (!_onItsWay || _onItsWay->size() < Limit::unacknowledgedPictures);
+    }
     void leave();
     bool isStuck() const
     {
@@ -74,6 +87,8 @@ private:
     std::deque<Message> _waiting;
     size_t _waitingBytes = 0;
     Message _picture; ///< the newest that has not been sent
+    /// Counts of those that the client has not acknowledged; none: it acknowledges nothing.
+    std::optional<std::deque<quint64>> _onItsWay;
     Message _current;
     bool _isWriting = false;
     bool _isDropped = false;
@@ -105,6 +120,7 @@ template <typename Stream>
 void WebSocketConnection<Stream>::begin(const HttpCall &call)
 {
     if (_isPictures) {
+        if (call.query.value("acknowledge") == QLatin1String("1")) _onItsWay.emplace();
         _context->panel.pictures.subscribe(this->shared_from_this());
     } else {
         bool isNumber = false;
@@ -144,10 +160,23 @@ void WebSocketConnection<Stream>::read()
         const QByteArray text(static_cast<const char *>(data.data()), qsizetype(data.size()));
         const bool isText = self->_stream.got_text();
         self->_buffer.consume(self->_buffer.size());
-        if (const auto reply = isText && !self->_isPictures ? replyTo(text) : nullptr)
-            self->send(reply, "pong", 0);
+        if (isText) self->heard(text);
         if (!self->_isDropped) self->read();
     });
+}
+
+template <typename Stream>
+void WebSocketConnection<Stream>::heard(const QByteArray &text)
+{
+    if (!_isPictures) {
+        if (const auto reply = replyTo(text)) send(reply, "pong", 0);
+        return;
+    }
+    const auto got = _onItsWay ? acknowledgedBy(text) : std::nullopt;
+    if (!got) return;
+    while (!_onItsWay->empty() && _onItsWay->front() <= *got)
+        _onItsWay->pop_front();
+    if (!_isWriting) write();
 }
 
 template <typename Stream>
@@ -174,8 +203,10 @@ void WebSocketConnection<Stream>::sendPicture(const Message &message)
 template <typename Stream>
 void WebSocketConnection<Stream>::write()
 {
-    if (_picture) {
+    if (mayTakePicture()) {
         _current = std::exchange(_picture, nullptr);
+        if (_onItsWay)
+            _onItsWay->push_back(qFromLittleEndian<quint64>(_current->constData() + PictureHub::countAt));
     } else if (!_waiting.empty()) {
         _current = std::move(_waiting.front());
         _waiting.pop_front();

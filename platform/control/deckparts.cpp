@@ -327,20 +327,20 @@ void DeckMemory::fill(DeckState &state)
     state.inputTimecode = textOf(_inputTimecode);
     state.dropFrame = isDropFrame(state.timecode);
     state.inputDropFrame = isDropFrame(state.inputTimecode);
-    const auto value = [this](const char *name) { return _counters.value(QLatin1String(name)); };
-    state.tick = value("ticks");
-    state.frame = value("frame_on_output");
-    state.listEntry = value("list_entry_on_output");
-    state.clipFrames = value("current_clip_frames");
-    state.recordedUpTo = value("recorded_up_to");
-    state.takeCopies = value("take_copies");
-    state.safeOnBoth = value("safe_on_both");
-    state.droppedCapture = value("frames_dropped_capture");
-    state.droppedPlayback = value("frames_dropped_playback");
-    state.lateTicks = value("late_ticks");
-    state.grows = value("material_grows") != 0;
-    state.liveDistance = state.grows ? value("live_distance") : -1;
-    if (state.grows || state.listEntry >= 0) state.length = value("material_frames");
+    const auto value = [this](const QString &name) { return _counters.value(name); };
+    state.tick = value(QStringLiteral("ticks"));
+    state.frame = value(QStringLiteral("frame_on_output"));
+    state.listEntry = value(QStringLiteral("list_entry_on_output"));
+    state.clipFrames = value(QStringLiteral("current_clip_frames"));
+    state.recordedUpTo = value(QStringLiteral("recorded_up_to"));
+    state.takeCopies = value(QStringLiteral("take_copies"));
+    state.safeOnBoth = value(QStringLiteral("safe_on_both"));
+    state.droppedCapture = value(QStringLiteral("frames_dropped_capture"));
+    state.droppedPlayback = value(QStringLiteral("frames_dropped_playback"));
+    state.lateTicks = value(QStringLiteral("late_ticks"));
+    state.grows = value(QStringLiteral("material_grows")) != 0;
+    state.liveDistance = state.grows ? value(QStringLiteral("live_distance")) : -1;
+    if (state.grows || state.listEntry >= 0) state.length = value(QStringLiteral("material_frames"));
     // Faster play that has come up to the newest frame goes on at normal speed, whatever was asked for.
     constexpr double atTheEdge = 1.5; // s
     if (state.grows && state.speed > 1 && double(state.liveDistance) < atTheEdge * state.rate) {

@@ -23,8 +23,9 @@ constexpr qint64 ms = QmxClock::nsPerMillisecond;
 constexpr qint64 frameLook = 4 * ms;
 constexpr qint64 daemonLook = 1000 * ms;
 constexpr qint64 idleLook = 30'000 * ms;
-/// Changes that follow one another as closely are told together.
-constexpr qint64 rowWithin = 1 * ms;
+/// So many changes in so long a time are told one by one, each as it comes; what is beyond is told together.
+constexpr int mostAtOnce = 50;
+constexpr qint64 rowWithin = 20 * ms;
 /// Changes that may wait for the thread; more of them and all is read anew.
 constexpr size_t mostChanges = 4096;
 } // namespace
@@ -91,7 +92,8 @@ struct DeckWatch::Private : ConfigEventListener
     std::mutex calling; ///< held during calls
 
     std::mutex composing; ///< of what follows
-    qint64 publishedAtOnce = 0;
+    qint64 rowBegan = 0;
+    int atOnce = 0;         ///< told one by one since then
     qint64 sleepsUntil = 0; ///< the thread, on the clock
     DeckParameters parameters;
     std::atomic<int> daemon = 0;
@@ -128,14 +130,15 @@ void DeckWatch::Private::changed(eParam_t id, const StoreValue &value)
     if (DeckParameters::concerns(id)) publishAtOnce();
 }
 
-/// One change is told from here: another thread would have to be woken first. Of many in a row the others are
-/// left to that thread, which tells them together.
+/// A change is told from here: another thread would have to be woken first. Of a flood the most are left to
+/// that thread, which tells together what came while it told the last.
 void DeckWatch::Private::publishAtOnce()
 {
     const std::unique_lock lock(composing, std::try_to_lock);
+    if (!lock || isReloadDue()) return wake.interrupt();
     const qint64 now = environment.clock->now();
-    if (!lock || now - publishedAtOnce < rowWithin || isReloadDue()) return wake.interrupt();
-    publishedAtOnce = now;
+    if (now - rowBegan >= rowWithin) rowBegan = now, atOnce = 0;
+    if (atOnce++ >= mostAtOnce) return wake.interrupt();
     takeChanges();
     lookForDaemon();
     publish(compose());

@@ -56,6 +56,7 @@ QJsonObject Ownership::Hold::toJson() const
 
 std::optional<Ownership::Hold> Ownership::Hold::parse(const QString &text, qint64 now)
 {
+    if (text.isEmpty()) return {};
     const QJsonObject object = QJsonDocument::fromJson(text.toUtf8()).object();
     if (object.isEmpty()) return {};
     const Hold hold{Who::fromJson(object), object["since"].toInteger(), object["until"].toInteger(),

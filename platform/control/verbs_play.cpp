@@ -56,6 +56,15 @@ bool enterStill(Recorder &recorder)
                             Wait::pictureWithin, still, Wait::repeatEvery);
 }
 
+/// A clip that was gone to out of stop is held by the daemon, which drops that while it still changes its
+/// mode (the end of a take may take a while): asked for again until the transport is in play.
+std::function<void()> holdUnlessInPlay(Recorder &recorder)
+{
+    return [&recorder] {
+        if (!recorder.isInPlay()) recorder.write(eParam_TransportSpeed, QStringLiteral("0"));
+    };
+}
+
 /// A list that has been chosen is on the output, with its entries counted; at once when none is.
 void awaitList(Recorder &recorder)
 {
@@ -93,7 +102,7 @@ Answer goTo(const VerbCall &call, TransportCommand command, const QString &noEff
                recorder.counter("list_entry_on_output") != entry || shown < frame ||
                (!wasPlaying && shown != frame);
     };
-    if (!recorder.waitFor(there, Wait::pictureWithin)) {
+    if (!recorder.waitFor(there, Wait::pictureWithin, holdUnlessInPlay(recorder), Wait::repeatEvery)) {
         return gaveUp(recorder, noEffect);
     }
     awaitTimecode(recorder);
@@ -280,8 +289,8 @@ Answer performClip(const VerbCall &call)
         return Answer::refused(Cause::Deck, "no_clip", recorder.whyNoClip(name),
                                "`xpctl clips` lists those there are");
     }
-    if (isAnother &&
-        !recorder.waitFor([&] { return recorder.counter("frames_shown") > pictures; }, Wait::pictureWithin)) {
+    if (isAnother && !recorder.waitFor([&] { return recorder.counter("frames_shown") > pictures; },
+                                       Wait::pictureWithin, holdUnlessInPlay(recorder), Wait::repeatEvery)) {
         return gaveUp(recorder, QStringLiteral("no picture of %1 has come to the output").arg(name),
                       recorder.newErrors(before));
     }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/store/heardchange.h"
 #include "platform/store/redisbackend.h"
 #include "platform/store/sqlitebackend.h"
 #include "platform/store/storebackend.h"
@@ -6,6 +7,11 @@
 #include <cstdlib>
 
 StoreBackend::~StoreBackend() = default;
+
+HeardChanges StoreBackend::takeHeard()
+{
+    return {};
+}
 
 quint64 StoreCursor::epochBegin() const
 {

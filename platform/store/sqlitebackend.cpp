@@ -177,7 +177,11 @@ StoreResult SqliteBackend::write(const std::vector<StoreWrite> &writes, std::vec
         return {};
     }
     const quint64 newest = versions.empty() ? 0 : *std::max_element(versions.begin(), versions.end());
-    if (result.isDone() && newest > 0) _wakeup.send(newest);
+    if (!result.isDone() || newest == 0) return result;
+    if (writes.size() == 1)
+        _wakeup.send(HeardChange{_epoch, _written});
+    else
+        _wakeup.send(newest);
     return result;
 }
 
@@ -215,7 +219,8 @@ bool SqliteBackend::writeOne(const StoreWrite &write, const std::string &source,
         if (stored ? stored->value == write.value : descriptor && descriptor->defaultValue() == write.value)
             return true;
     }
-    const StoredValue row{write.value, ++newest, source, wallMicroseconds()};
+    _written = {write.id, {write.value, ++newest, source, wallMicroseconds()}};
+    const StoredValue &row = _written.stored;
     bool done = SqliteStatement(_database, "INSERT INTO log(version, id, kind, value, source, time, crc) "
                                            "VALUES(?, ?, ?, ?, ?, ?, ?)")
                     .bind(1, qint64(row.version))
@@ -320,14 +325,16 @@ StoreResult SqliteBackend::changes(const StoreCursor &cursor, int most, std::vec
 
 int SqliteBackend::listen()
 {
-    _files.makeFolders();
+    if (!_wakeup.isListening()) _files.makeFolders();
     return _wakeup.listen();
 }
 
 void SqliteBackend::drain()
 {
     // Whoever was woken by it has a socket.
-    if (!_wakeup.drain()) _wakeup.keepAlive();
+    if (_wakeup.drain()) return;
+    _files.makeFolders();
+    _wakeup.keepAlive();
 }
 
 StoreResult SqliteBackend::alarmHistory(int newest, std::vector<AlarmRecord> &records)

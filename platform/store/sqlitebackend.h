@@ -13,10 +13,11 @@
 
 /// A store in one SQLite file, with no server.
 ///
-/// Delivery comes from the log table, which every write goes through; the wake-up sockets are only a hint.
-/// One lock file around every write and every checkpoint, and no checkpoint that SQLite starts by itself: a
-/// restart of the write-ahead log that meets another connection's checkpoint can lose commits. Reads are
-/// short, so that the write-ahead log can be emptied.
+/// Delivery comes from the log table, which every write goes through. The wake-up sockets are a hint; the
+/// change that one tells of saves a reader who stands right before it the look into the table. One lock file
+/// around every write and every checkpoint, and no checkpoint that SQLite starts by itself: a restart of the
+/// write-ahead log that meets another connection's checkpoint can lose commits. Reads are short, so that the
+/// write-ahead log can be emptied.
 class SqliteBackend : public StoreBackend
 {
 public:
@@ -32,6 +33,7 @@ public:
     int listen() override;
     void drain() override;
     std::vector<StoreWrite> takeUrgent() override;
+    HeardChanges takeHeard() override { return _wakeup.takeHeard(); }
     void care() override;
     StoreResult alarmHistory(int newest, std::vector<AlarmRecord> &records) override;
 
@@ -70,6 +72,7 @@ private:
     std::optional<StoreFiles::Identity> _identity; ///< of the open database
     std::string _epoch;                            ///< of the open database
     WakeupSocket _wakeup;
+    StoreChange _written;      ///< the last row that was made
     quint64 _trimmed = 0;      ///< newest version when the bounds were looked at last
     quint64 _checkpointed = 0; ///< newest version at the last checkpoint
     std::string _careError;    ///< told last

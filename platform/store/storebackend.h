@@ -55,6 +55,8 @@ struct StoreCursor
     static std::string epochSuffix(quint64 beginning) { return "+" + std::to_string(beginning); }
 };
 
+struct HeardChanges;
+
 struct StoreResult
 {
     enum Code { Done, Busy, Full, ReadOnly, Unreachable, Damaged };
@@ -103,6 +105,9 @@ public:
     virtual void drain() = 0;
     /// What has come past the store: a take can be stopped while somebody keeps the store locked. Each once.
     virtual std::vector<StoreWrite> takeUrgent() { return {}; }
+    /// The changes that came with what drain() emptied last; the first that follows on a cursor, and those
+    /// that follow on it, need not be read with changes(). Each once.
+    virtual HeardChanges takeHeard();
     /// Upkeep that no write should wait for; called about once a second from a thread of its own.
     virtual void care() = 0;
     virtual StoreResult alarmHistory(int newest, std::vector<AlarmRecord> &records) = 0;

@@ -2,6 +2,7 @@
 #include "platform/store/storereader.h"
 
 #include "platform/qmx/core/qmxloglevel.h"
+#include "platform/store/heardchange.h"
 
 #include <QCoreApplication>
 #include <QMetaObject>
@@ -206,10 +207,38 @@ StoreResult StoreReader::load()
     return {};
 }
 
+void StoreReader::take(StoreChange change)
+{
+    _memory->apply(change);
+    _cursor.version = change.stored.version;
+    if (change.stored.source != _context.source) _waiting.push_back(std::move(change));
+}
+
+/// True when all that has come is known by what its writers have told of it: then nothing is read. The store
+/// itself is looked at as often as if nothing had come: its file may have been taken away.
+bool StoreReader::takeHeard()
+{
+    const HeardChanges heard = _backend->takeHeard();
+    const auto lookedBefore = std::chrono::steady_clock::now() - _lookedAt;
+    if (!heard.isAll || _moreToRead || _followFailed || lookedBefore > std::chrono::milliseconds(safetyPoll))
+        return false;
+    const quint64 before = _cursor.version;
+    bool isKnown = true;
+    for (const HeardChange &one : heard.changes) {
+        const quint64 version = one.change.stored.version;
+        isKnown = one.epoch == _cursor.epoch && version <= _cursor.version + 1;
+        if (!isKnown) break;
+        if (version > _cursor.version) take(one.change);
+    }
+    if (_cursor.version != before) taken(_cursor.version);
+    return isKnown;
+}
+
 StoreResult StoreReader::follow()
 {
-    if (_waiting.size() >= bound) return {};
+    if (_waiting.size() >= bound || takeHeard()) return {};
     _moreToRead = false; // also when this fails: the next look is not sooner for it
+    _lookedAt = std::chrono::steady_clock::now();
     std::vector<StoreChange> changes;
     bool reload = false;
     StoreResult result = _backend->changes(_cursor, batch, changes, reload);
@@ -225,11 +254,8 @@ StoreResult StoreReader::follow()
         if (!_listeners.empty() && _delivering) _gate->join(this, _cursor.version);
     }
     if (reload) return load();
-    for (StoreChange &change : changes) {
-        _memory->apply(change);
-        _cursor.version = change.stored.version;
-        if (change.stored.source != _context.source) _waiting.push_back(std::move(change));
-    }
+    for (StoreChange &change : changes)
+        take(std::move(change));
     if (!changes.empty()) taken(_cursor.version);
     _moreToRead = changes.size() == batch;
     return {};

@@ -52,6 +52,8 @@ private:
     void prepare();
     StoreResult load();
     StoreResult follow();
+    bool takeHeard();
+    void take(StoreChange change);
     StoreResult commandsOf(const StoreCursor &epoch, std::vector<StoreChange> &commands) const;
     void taken(quint64 version);
     void startedAnewAt(quint64 version);
@@ -78,6 +80,7 @@ private:
     bool _moreToRead = false;
     bool _followFailed = false;
     std::deque<StoreChange> _waiting;
+    std::chrono::steady_clock::time_point _lookedAt; ///< when the store itself was asked last
 
     // Under the thread's mutex.
     bool _firstLoadTried = false;

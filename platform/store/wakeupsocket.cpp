@@ -22,7 +22,10 @@ namespace {
 /// Two changes of a folder within the tick of the kernel's clock leave the same time behind.
 constexpr qint64 settlesAfterNs = 100'000'000;
 constexpr qint64 nsPerSecond = 1'000'000'000;
-const std::string urgentMark = "!";
+constexpr char urgentMark = '!';
+/// Changes taken as they are told. More of them at once are read from the store: a queue had no room,
+/// perhaps, for the last ones (Linux has one of ten datagrams at least).
+constexpr std::size_t mostHeard = 8;
 
 int openFolder(const std::string &path)
 {
@@ -89,8 +92,8 @@ void WakeupSocket::keepAlive()
 
 bool WakeupSocket::drain()
 {
-    constexpr int most = 16; // taken with one call; of most it does not matter what they say
-    char texts[most][32];
+    constexpr int most = 16; // taken with one call
+    char texts[most][HeardChange::largest + 1];
     iovec places[most];
     mmsghdr messages[most] = {};
     for (int i = 0; i < most; ++i) {
@@ -99,13 +102,15 @@ bool WakeupSocket::drain()
         messages[i].msg_hdr.msg_iovlen = 1;
     }
     bool isWoken = false;
+    _heard = {{}, true};
     int taken = most;
     while (_listener >= 0 && taken == most) {
         taken = ::recvmmsg(_listener, messages, most, MSG_DONTWAIT, nullptr);
         isWoken = isWoken || taken > 0;
         for (int i = 0; i < taken; ++i)
-            hear(texts[i], messages[i].msg_len);
+            hear({texts[i], messages[i].msg_len});
     }
+    _heard.isAll = _heard.isAll && isWoken;
     return isWoken;
 }
 
@@ -168,22 +173,41 @@ void WakeupSocket::send(quint64 version)
     sendToAll(std::to_string(version));
 }
 
-bool WakeupSocket::sendUrgent(const StoreWrite &command)
+void WakeupSocket::send(const HeardChange &change)
 {
-    return sendToAll(urgentMark + std::to_string(command.id) + " " + std::to_string(command.value.number)) >
-           0;
+    const std::string text = change.toText();
+    if (text.empty()) return send(change.change.stored.version);
+    sendToAll(text);
 }
 
-/// Only commands that are numbers, of parameters that there are; the rest says that the store has changed.
-void WakeupSocket::hear(const char *text, std::size_t size)
+bool WakeupSocket::sendUrgent(const StoreWrite &command)
+{
+    return sendToAll(std::string(1, urgentMark) + std::to_string(command.id) + " " +
+                     std::to_string(command.value.number)) > 0;
+}
+
+void WakeupSocket::hear(std::string_view text)
+{
+    if (text.starts_with(urgentMark)) return hearUrgent(text.substr(1));
+    auto change = HeardChange::parse(text);
+    if (change && _heard.changes.size() < mostHeard)
+        _heard.changes.push_back(std::move(*change));
+    else
+        _heard.isAll = false;
+}
+
+/// Only commands that are numbers, of parameters that there are; the rest says nothing.
+void WakeupSocket::hearUrgent(std::string_view text)
 {
     constexpr std::size_t mostWaiting = 16;
     std::uint32_t id = 0;
     std::uint32_t number = 0;
-    if (size < 2 || std::string(text, 1) != urgentMark || _urgent.size() >= mostWaiting) return;
-    const auto [space, noId] = std::from_chars(text + 1, text + size, id);
-    if (noId != std::errc() || space == text + size) return;
-    if (std::from_chars(space + 1, text + size, number).ec != std::errc()) return;
+    _heard.isAll = false;
+    if (_urgent.size() >= mostWaiting) return;
+    const char *const end = text.data() + text.size();
+    const auto [space, noId] = std::from_chars(text.data(), end, id);
+    if (noId != std::errc() || space == end) return;
+    if (std::from_chars(space + 1, end, number).ec != std::errc()) return;
     const ParamDescriptor *descriptor = GetDescriptor(eParam_t(id));
     const StoreValue value = StoreValue::fromUnsigned(number);
     std::string reason;

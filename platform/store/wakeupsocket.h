@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/store/storebackend.h"
+#include "platform/store/heardchange.h"
 #include "platform/store/storefiles.h"
 
 #include <QtGlobal>
@@ -26,16 +26,21 @@ public:
 
     /// Opens the listening end; its descriptor, or -1.
     int listen();
+    bool isListening() const { return _listener >= 0; }
     /// Opens it again when its file has gone.
     void keepAlive();
     /// Takes what has arrived; false: nothing had.
     bool drain();
-    /// Sends to every listener of the store.
+    /// Tells every listener of the store that it has changed up to `version`; with the change itself where
+    /// it is one.
     void send(quint64 version);
+    void send(const HeardChange &change);
     /// A command for every listener, which does not stand in the store; false when nobody got it.
     bool sendUrgent(const StoreWrite &command);
     /// Those that have arrived, each once.
     std::vector<StoreWrite> takeUrgent() { return std::exchange(_urgent, {}); }
+    /// The changes that have arrived, each once.
+    HeardChanges takeHeard() { return std::exchange(_heard, {}); }
 
 private:
     /// Tells whether an entry has come or gone; only a settled one tells it surely.
@@ -56,7 +61,8 @@ private:
     bool openSender();
     void lookForListeners();
     int sendToAll(const std::string &text);
-    void hear(const char *text, std::size_t size);
+    void hear(std::string_view text);
+    void hearUrgent(std::string_view text);
 
     StoreFiles _files;
     std::vector<Listener> _others; ///< who listened at the last look, this object too
@@ -66,4 +72,5 @@ private:
     int _listener = -1;
     int _sender = -1;
     std::vector<StoreWrite> _urgent;
+    HeardChanges _heard;
 };

@@ -98,6 +98,30 @@ for (const { path, method, operation, name } of operations.filter((one) => !one.
   });
 }
 
+/** Who reads slowly gets the newest pictures, whether he acknowledges what he has got or just does not read. */
+test("a slow reader of pictures gets no old ones", async () => {
+  const tickOf = (message) => Number(message.readBigInt64LE(8));
+  const tickNow = async () => Number((await http("api/v1/picture.jpg")).headers.get("x-tick"));
+  for (const acknowledges of [true, false]) {
+    const got = [];
+    const socket = new WebSocket(new URL(`api/v1/pictures${acknowledges ? "?acknowledge=1" : ""}`, address.replace("http", "ws")));
+    socket.on("message", (message) => got.push(message));
+    await until("two pictures", () => got.length >= 2);
+    if (!acknowledges) socket.pause();
+    const [seen, begin] = [got.length, tickOf(got.at(-1))];
+    const now = await until("four seconds of others", async () => ((await tickNow()) > begin + 100 ? tickNow() : null));
+    if (acknowledges) {
+      assert.equal(got.length, 2);
+      socket.send(JSON.stringify({ got: Number(got[1].readBigUInt64LE(104)) }));
+    } else socket.resume();
+    await until("one of now", () => tickOf(got.at(-1)) >= now);
+    const old = got.slice(seen).filter((message) => tickOf(message) < now - 1);
+    const bytes = old.reduce((sum, message) => sum + message.length, 0);
+    assert.ok(acknowledges ? old.length === 0 : bytes < 512 * 1024, `${old.length} old pictures, ${bytes} bytes`);
+    socket.terminate();
+  }
+});
+
 /** By WebSocket; of events also as they come to curl. */
 async function stream(path) {
   const url = new URL(path.slice(1), address.replace("http", "ws"));

@@ -34,7 +34,8 @@ struct Content
     qint32 width;
     qint32 height;
     quint32 flags;
-    quint32 reserved;
+    quint16 aspectWidth;
+    quint16 aspectHeight;
     double peaks[QmxPreviewPicture::channels];
     double momentaryLoudness;
     double shortTermLoudness;
@@ -140,6 +141,8 @@ void QmxPreviewWriter::write(const QmxPreviewPicture &picture)
     c.frameNumber = picture.frameNumber;
     c.width = picture.width;
     c.height = picture.height;
+    c.aspectWidth = quint16(picture.aspectWidth);
+    c.aspectHeight = quint16(picture.aspectHeight);
     c.flags = (picture.isCapture ? Capture : 0u) | (picture.isRepeat ? Repeat : 0u) |
               (picture.hasPicture ? HasPicture : 0u);
     std::copy(picture.peaks.begin(), picture.peaks.end(), c.peaks);
@@ -230,6 +233,8 @@ bool QmxPreviewReader::take(QmxPreviewPicture &picture, bool withPixels)
         if (!sane || slot.sequence.load(std::memory_order_relaxed) != before) continue;
         picture.width = c.width;
         picture.height = c.height;
+        picture.aspectWidth = c.aspectWidth;
+        picture.aspectHeight = c.aspectHeight;
         if (withPixels) {
             const int pixels = c.width * c.height;
             const auto *bytes = reinterpret_cast<const char *>(c.pixels);

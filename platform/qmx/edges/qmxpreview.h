@@ -15,6 +15,8 @@ struct QmxPreviewPicture
 
     int width = 0; ///< even; 0: no picture yet
     int height = 0;
+    int aspectWidth = 0; ///< the shape in which it is shown, such as 4 and 3; 0: not known
+    int aspectHeight = 0;
     /// 8 bits, legal range, 4:2:0: width x height, then twice width / 2 x height / 2; rows without padding.
     QByteArray luma, cb, cr;
     QString timecode;        ///< "--:--:--:--" when there is none

@@ -104,6 +104,8 @@ void QmxPreviewSink::publish(const QmxOutputFrame &frame)
     _preview.time = frame.tick.deadline;
     _preview.timecode = frame.timecode.toString();
     _preview.format = frame.desc.toString();
+    _preview.aspectWidth = frame.desc.aspectWidth();
+    _preview.aspectHeight = frame.desc.aspectHeight();
     _preview.connection = frame.connection;
     _preview.input = frame.input;
     _preview.outputs = frame.outputs;

@@ -36,11 +36,13 @@ export class XpPicture extends LitElement {
   paint(frame: PictureFrame): void {
     const canvas = this.canvas;
     if (!canvas) return;
-    if (canvas.width !== frame.image.width || canvas.height !== frame.image.height) {
-      canvas.width = frame.image.width;
-      canvas.height = frame.image.height;
+    const { height } = frame.image;
+    const width = frame.aspect > 0 ? Math.round(height * frame.aspect) : frame.image.width;
+    if (canvas.width !== width || canvas.height !== height) {
+      canvas.width = width;
+      canvas.height = height;
     }
-    canvas.getContext("2d", { alpha: false })?.drawImage(frame.image, 0, 0);
+    canvas.getContext("2d", { alpha: false })?.drawImage(frame.image, 0, 0, width, height);
     frame.image.close();
     this.last = frame;
     this.dispatchEvent(new FrameEvent(frame));

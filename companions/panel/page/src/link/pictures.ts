@@ -16,6 +16,8 @@ export interface PictureFrame {
   loudness: [number, number] | null;
   /** Milliseconds on the recorder's clock. */
   captured: number;
+  /** Width by height of the picture as it is shown: pixels of SD are not square. 0: as it comes. */
+  aspect: number;
   image: ImageBitmap;
 }
 
@@ -82,7 +84,7 @@ export class PictureLink {
     if (!this.running) return;
     let socket: WebSocket;
     try {
-      socket = new WebSocket(socketAddress(`${this.at}pictures`), token() ? ["xp", `token.${token()}`] : ["xp"]);
+      socket = new WebSocket(socketAddress(`${this.at}pictures?acknowledge=1`), token() ? ["xp", `token.${token()}`] : ["xp"]);
     } catch {
       this.failures++;
       setTimeout(() => this.connect(), 200);
@@ -95,6 +97,8 @@ export class PictureLink {
       this.failures = 0;
       this.fallback = false;
       this.heard = performance.now();
+      // The next one is sent when this one is here: what is on its way to a slow reader would be old when it comes.
+      socket.send(`{"got": ${new DataView(event.data).getBigUint64(104, true)}}`);
       this.waiting = event.data;
       void this.decode();
     };
@@ -153,10 +157,13 @@ export class PictureLink {
       meters: word("X-Meters").split(",").filter(Boolean).map(Number),
       loudness: null,
       captured: Number(word("X-Captured")),
+      aspect: ratio(...(word("X-Aspect").split(":").map(Number) as [number, number])),
       image,
     });
   }
 }
+
+const ratio = (width: number, height = 0): number => (height > 0 ? width / height : 0);
 
 async function readPicture(message: ArrayBuffer): Promise<PictureFrame | null> {
   const view = new DataView(message);
@@ -177,6 +184,7 @@ async function readPicture(message: ArrayBuffer): Promise<PictureFrame | null> {
     isCapture: (flags & 1) !== 0,
     isRepeat: (flags & 2) !== 0,
     hasPicture: (flags & 4) !== 0,
+    aspect: length >= 124 ? ratio(view.getUint16(120, true), view.getUint16(122, true)) : 0,
     image,
   };
 }

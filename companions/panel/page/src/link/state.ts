@@ -157,6 +157,8 @@ export interface Clip {
   second_copy?: { path: string; frames: number };
   /** Somebody records it now. */
   grows?: boolean;
+  /** Name of its proxy. */
+  proxy?: string;
 }
 
 export interface ListEntry {

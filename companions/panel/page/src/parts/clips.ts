@@ -129,7 +129,8 @@ export class XpClips extends Part {
     const { state } = this.deck;
     const told = state?.media.find((medium) => medium.path === state.path)?.clips;
     const isMissing = state?.status === "recording" && !this.clips.some((clip) => clip.name === state.clip);
-    if (told === undefined || (told === this.clips.length && !isMissing) || this.again >= mostAgain) return;
+    const files = this.clips.length + this.clips.filter((clip) => clip.proxy).length;
+    if (told === undefined || (told === files && !isMissing) || this.again >= mostAgain) return;
     this.again++;
     setTimeout(() => this.isConnected && void this.read(), askAgainAfter);
   }
@@ -325,7 +326,7 @@ export class XpClips extends Part {
       <xp-still path=${this.moving ? "" : `clips/${encodeURIComponent(clip.name)}/thumbnail`}></xp-still>
       <div class="cut">
         <div class="name cut"><bdi>${clip.name}</bdi></div>
-        <div class="sub"><span class="narrow">${clip.grows ? nothing : length(clip.frames, this.deck.state?.clip_rate ?? 25)}</span><span class="wide">${clip.bytes && !clip.grows ? bytes(clip.bytes) : nothing}</span>${clip.is_protected ? html`<span>protected</span>` : nothing}${clip.second_copy ? html`<span>${clip.second_copy.frames === clip.frames ? "also" : `${clip.second_copy.frames} frames`} on ${clip.second_copy.path}</span>` : nothing}${clip.grows ? html`<span>● being recorded</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
+        <div class="sub"><span class="narrow">${clip.grows ? nothing : length(clip.frames, this.deck.state?.clip_rate ?? 25)}</span><span class="wide">${clip.bytes && !clip.grows ? bytes(clip.bytes) : nothing}</span>${clip.is_protected ? html`<span>protected</span>` : nothing}${clip.proxy ? html`<span>with proxy</span>` : nothing}${clip.second_copy ? html`<span>${clip.second_copy.frames === clip.frames ? "also" : `${clip.second_copy.frames} frames`} on ${clip.second_copy.path}</span>` : nothing}${clip.grows ? html`<span>● being recorded</span>` : nothing}${current ? html`<span>on the deck</span>` : nothing}</div>
       </div>
       <div class="frames figure">${clip.grows ? nothing : length(clip.frames, this.deck.state?.clip_rate ?? 25)}</div>
     </div>`;

@@ -84,7 +84,7 @@ export class XpPanel extends LitElement {
         :host { height: auto; min-height: 100dvh; overflow: visible; grid-template-columns: minmax(0, 1fr); grid-template-rows: none; grid-template-areas: "state" "time" "view" "keys" "more" "column" "health"; padding: 0.375rem; gap: 0.375rem; align-content: start; }
         xp-timecode { font-size: min(16.4vw, 7rem); }
         .view { grid-template-columns: minmax(0, 1fr); container-type: normal; }
-        .frame { width: min(100%, 56vh * 16 / 9); height: auto; max-height: none; aspect-ratio: 16 / 9; justify-self: center; }
+        .frame { box-sizing: content-box; width: calc(min(100%, 56vh * 16 / 9) - 0.5rem); height: auto; max-height: none; aspect-ratio: 16 / 9; justify-self: center; }
         xp-meter { height: 5rem; }
         .more { grid-area: more; display: grid; grid-template-columns: 1fr 1fr; gap: 0.25rem; }
         .more button { min-height: 3rem; }
@@ -96,7 +96,7 @@ export class XpPanel extends LitElement {
       @media (min-width: 760px) and (max-width: 1099px) {
         :host(:not([kiosk])) { grid-template-columns: minmax(0, 1fr) 19.5rem; grid-template-areas: "time state" "view view" "keys keys" "more more" "column column" "health health"; }
         :host(:not([kiosk])) xp-timecode { font-size: calc((100vw - 21rem) * 0.158); }
-        .frame { width: min(100%, 44vh * 16 / 9); }
+        .frame { width: calc(min(100%, 44vh * 16 / 9) - 0.5rem); }
       }
       @media (max-width: 359px) { .time { overflow-x: auto; } }
     `,

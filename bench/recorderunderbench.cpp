@@ -118,9 +118,9 @@ double RecorderUnderBench::daemonMemory()
 bool RecorderUnderBench::startTake()
 {
     const qint64 takes = counter("takes_opened");
-    write(eParam_TransportCommand, recordCommand);
-    return waitFor("the take to begin",
-                   [&] { return counter("takes_opened") > takes && status() == recording; });
+    return askFor(
+        "the take to begin", [&] { write(eParam_TransportCommand, recordCommand); },
+        [&] { return counter("takes_opened") > takes && status() == recording; });
 }
 
 bool RecorderUnderBench::endTake()

@@ -82,18 +82,24 @@ protected:
         EXPECT_GE(player.counter(QmxCounters::LiveDistance), 0);
     }
     /// What is left of the clip when `one` of the two has lost the medium is played to its end.
-    void expectEndWithout(OneOfTwo &one)
+    void expectEndWithout(OneOfTwo &one, const QString &why, bool isRepaired = false)
     {
         allowLog("", "take_001.mov");
         order(QmxStartOrder::Place::Live);
         player.vtr().play(1.0);
         ASSERT_TRUE(runUntilFrame(120));
         one.files->vanish(recorder.media.path());
+        bool repaired = !isRepaired;
+        const QString clip = player.playbackDesc.toString();
+        ASSERT_TRUE(Stepper::runUntil([&] {
+            return repaired || (QmxClipReader::repair(clip, repaired, player.environment), repaired);
+        }));
         ASSERT_TRUE(Stepper::runUntil([&] { return isStill(); }));
         EXPECT_EQ(player.counter(QmxCounters::MaterialGrows), 0);
         EXPECT_EQ(onOutput(), player.counter(QmxCounters::MaterialFrames) - 1);
-        EXPECT_TRUE(std::any_of(player.alarms.begin(), player.alarms.end(), [](const QmxAlarm &alarm) {
-            return alarm.id() == QmxIds::alarmMediaReadFailed && alarm.message().contains("safe frames");
+        EXPECT_TRUE(std::any_of(player.alarms.begin(), player.alarms.end(), [&](const QmxAlarm &alarm) {
+            return alarm.id() == QmxIds::alarmMediaReadFailed &&
+                   alarm.message().contains("safe frames: " + why);
         }));
         one.files->comeBack();
     }
@@ -160,13 +166,19 @@ TEST_F(LivePlay, whenItsRecorderIsKilledItEndsWithItsLastSafeFrameAndSaysSo)
 {
     allowLog("vtrobject", "STREAM: Cache Error");
     allowLog("vtrobject", "stopping record");
-    expectEndWithout(recorder);
+    expectEndWithout(recorder, "whoever recorded it has gone");
     EXPECT_EQ(player.counter(QmxCounters::FramesDroppedPlayback), 0);
+}
+
+TEST_F(LivePlay, whatAKilledRecorderLeftSaysSoAlsoWhenItIsClosedAtOnce)
+{
+    allowLog("vtrobject");
+    expectEndWithout(recorder, "whoever recorded it has gone, and it has been closed", true);
 }
 
 TEST_F(LivePlay, whenItsMediumIsPulledItEndsAndSaysSo)
 {
-    expectEndWithout(player);
+    expectEndWithout(player, {});
 }
 
 TEST_F(LivePlay, theEndOfTheTakeIsTheEndAndARolloverIsNot)

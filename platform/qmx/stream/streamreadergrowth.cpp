@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streamreadergrowth.h"
 
+#include "platform/qmx/clip/qmxclipcheck.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxloglevel.h"
 
@@ -116,7 +117,12 @@ StreamReaderGrowth::Now StreamReaderGrowth::closed(const QmxClipInfo &info)
         if (follow(candidate, info, mayCome)) return {_before + _frames, true, {}};
     const qint64 within = mayCome ? framesWithin : sequelWithin;
     if (!candidates.isEmpty() && now() - _closedAt < within) return {_before + _frames, true, {}};
-    return stopped({});
+    // What a recorder leaves behind that has gone is closed by somebody else, as a rule within this second.
+    QmxClipCheck claims;
+    const bool isLeft = !QmxClipCheck::claims(_path, claims, _environment).isError() &&
+                        claims.take.value(QLatin1String("closed_by")).toString() == QLatin1String("repair");
+    return stopped(isLeft ? QStringLiteral("whoever recorded it has gone, and it has been closed for him")
+                          : QString());
 }
 
 /// Whether the clip at `path` is the one that follows; `mayCome`: it is there and has no frame yet.

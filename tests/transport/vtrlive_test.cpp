@@ -174,6 +174,11 @@ TEST_F(LivePlay, whatAKilledRecorderLeftSaysSoAlsoWhenItIsClosedAtOnce)
 {
     allowLog("vtrobject");
     expectEndWithout(recorder, "whoever recorded it has gone, and it has been closed", true);
+    const auto clear = QmxAlarm(QmxIds::alarmMediaReadFailed, QmxAlarm::Clear, {}, {}, 0);
+    const qsizetype cleared = player.alarms.count(clear);
+    player.vtr().reopenPlaybackStream();
+    Stepper::runMs(1000);
+    EXPECT_EQ(player.alarms.count(clear), cleared) << "it stays up when the clip is opened again";
 }
 
 TEST_F(LivePlay, whenItsMediumIsPulledItEndsAndSaysSo)

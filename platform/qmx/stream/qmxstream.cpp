@@ -207,7 +207,8 @@ void QmxStream::Private::begin(const StreamAsk &of)
     closeAsked = false;
     setToken(QStringLiteral("opening %1").arg(ask.what()));
     // Whatever the operator has made of the alarm of the operation before: the next failure is news.
-    if (peer)
+    if (ask.writes || ask.path() != brokenOff) brokenOff.clear();
+    if (peer && brokenOff.isEmpty())
         postAlarm(ask.writes ? QmxIds::alarmMediaWriteFailed : QmxIds::alarmMediaReadFailed, QmxAlarm::Clear,
                   QString());
     openedEarly = continuesTake(ask);
@@ -305,7 +306,7 @@ void QmxStream::Private::openDone(StreamAsk of, QmxError error, const QmxStreamI
     state = State::Open;
     if (!of.writes) info = told;
     if (peer) {
-        postAlarm(alarm, QmxAlarm::Clear, QString());
+        if (brokenOff.isEmpty()) postAlarm(alarm, QmxAlarm::Clear, QString());
         peer->opened(of.number);
     }
     const QPointer<QmxStream> alive(q);

@@ -99,6 +99,9 @@ struct QmxStream::Private : StreamPair::Receiver
     StreamActor::Owned<StreamReader> reader;
     QString followedOf;   ///< clip whose take was followed when it was read last
     QStringList followed; ///< into these files
+    /// Clip that ended because its recorder had gone: that stays up while it is the one that is opened, as it
+    /// is again when the medium is listed anew.
+    QString brokenOff;
     std::unique_ptr<StreamPair> writer;
     std::optional<StreamAsk> next; ///< waits until the close under way is done
     /// Record streams that were abandoned: they still write what they have, and close.

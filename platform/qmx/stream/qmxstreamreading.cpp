@@ -33,6 +33,7 @@ void QmxStream::Private::readerGrown(const QString &ended)
     followed = reader->sequels();
     followedOf = followed.isEmpty() ? QString() : ask.path();
     if (!ended.isEmpty()) {
+        brokenOff = ask.path();
         qmxLogText(QmxLogLevel::Error, logSource, __LINE__, ended);
         postAlarm(QmxIds::alarmMediaReadFailed, QmxAlarm::Warning, ended);
     }

@@ -196,7 +196,7 @@ ExitCode ctlChannel(const Report &report, const Arguments &arguments)
     const std::string action = arguments.word(0);
     if (action == "list") return list(report);
     if (action == "follow") {
-        if (::geteuid() != 0) return needsRoot(report);
+        if (!ChannelViews::mayMount()) return needsRoot(report);
         ChannelViews::follow(
             [](const QStringList &problems) {
                 for (const QString &problem : problems)

@@ -94,7 +94,7 @@ std::span<const CommandRow> ctlCommands()
         {looking, "picture", "save the picture on the output as a PNG or JPEG file",
          {{"FILE", "its name; the ending, .png or .jpg, says which", true, Type::File}}, "full", Needs::Daemon, ctlPicture},
 
-        ofVerb(transport, "record", "for at until no-wait on-word"),
+        ofVerb(transport, "record", "for start at until no-wait on-word"),
         {transport, "schedule", "list the takes to come, or cancel one",
          {{"ACTION", "cancel", false, Type::Choice, {"cancel"}}, {"N", "number of the take", false, Type::Text, {}, false, "@takes"}}, "", Needs::Store, ctlSchedule},
         ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
@@ -197,6 +197,11 @@ std::span<const OptionRow> ctlOptions()
                                               })
                  ->check(takeLength);
          }},
+        {"start", "TIME",
+         "its first frame, at most ten seconds ahead: a time of day or a timecode; the same one given to "
+         "several "
+         "machines begins their takes together",
+         [](CLI::App &command, Arguments &arguments) { addValue(command, arguments, "start"); }},
         {"at", "TIME",
          "plan a take: its first frame carries this timecode (10:00:00:00) or is that of this time of day "
          "(10:00:00, 10:00:00.250), with a date before it or the next one",

@@ -48,6 +48,19 @@ public:
         const bool isOurs = told && told->period > 0 && std::abs(told->moment - clockNow()) < ticksWithin;
         return isOurs ? told : std::nullopt;
     }
+    /// First frame of the take that follows the one that began at `before`. (A clip is open a moment before
+    /// the clock tells of its first frame.)
+    std::optional<qint64> firstAfter(int channel, qint64 before)
+    {
+        constexpr qint64 toldWithin = QmxClock::nsPerSecond;
+        constexpr qint64 lookEvery = 5 * QmxClock::nsPerMillisecond;
+        for (const qint64 end = clockNow() + toldWithin; clockNow() < end;) {
+            const auto told = now(channel);
+            if (told && told->first >= 0 && told->first != before) return told->first;
+            QmxEnvironment::current().clock->sleepUntil(clockNow() + lookEvery);
+        }
+        return std::nullopt;
+    }
     /// The first frame of a channel that does not begin before a moment.
     static qint64 indexAt(const QmxTakeWindow::Now &now, qint64 moment)
     {
@@ -132,7 +145,7 @@ QList<Gang::Part> Gang::ask(const QList<int> &channels, const QStringList &words
     return partsOf(channels, asked);
 }
 
-ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more) const
+ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more, const QString &last) const
 {
     QJsonArray list;
     QString text;
@@ -152,8 +165,31 @@ ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more) const
     }
     QJsonObject object = more;
     object["channels"] = list;
+    if (!last.isEmpty()) text += last;
     _report.result(text.trimmed(), object);
     return ExitCode(worst);
+}
+
+/// With how far the takes that run are apart, by the clocks themselves.
+ExitCode Gang::tellStatus(const QList<Part> &parts) const
+{
+    QList<int> recording;
+    for (const Part &part : parts)
+        if (part.answer.text.startsWith(QLatin1String("recording")) ||
+            part.answer.result["status"] == QLatin1String("recording"))
+            recording.append(part.channel);
+    Clocks clocks(recording);
+    QList<qint64> begun;
+    for (const int channel : recording)
+        if (const auto now = clocks.now(channel); now && now->first >= 0)
+            begun.append(Clocks::momentOf(*now, now->first));
+    if (begun.size() < 2) return tell(parts);
+    const auto [first, last] = std::minmax_element(begun.begin(), begun.end());
+    const double ms = double(*last - *first) / double(QmxClock::nsPerMillisecond);
+    constexpr double same = 1; // ms; a frame is longer
+    const QString line = ms < same ? QStringLiteral("all takes begin with the same frame")
+                                   : QStringLiteral("first frames %1 ms apart").arg(ms, 0, 'f', 1);
+    return tell(parts, {{"first_frame_skew_ms", ms}}, line);
 }
 
 ExitCode Gang::record(const Arguments &arguments)
@@ -171,13 +207,14 @@ ExitCode Gang::record(const Arguments &arguments)
     }
     Clocks clocks(able);
     const qint64 moment = commonMoment(clocks, able, clockNow() + startAhead);
-    std::map<int, qint64> first;
+    std::map<int, qint64> first, before;
     // A take that has a time of its own begins there in every channel.
     const bool isTimed = !arguments.at.empty() || !arguments.until.empty();
     for (const int channel : able) {
         const auto now = clocks.now(channel);
         if (!now || isTimed) continue; // (an older daemon: it begins as soon as it can)
         const qint64 in = Clocks::indexAt(*now, moment);
+        before[channel] = now->first;
         const qint64 frames =
             qRound64(arguments.length / std::chrono::duration<double, std::nano>(double(now->period)));
         if (clocks.set(channel, in, frames > 0 ? in + frames : 0)) first[channel] = in;
@@ -187,11 +224,10 @@ ExitCode Gang::record(const Arguments &arguments)
     bool isGood = true;
     for (Part &part : parts) {
         isGood = isGood && (isDone(part) || !able.contains(part.channel));
-        const auto now =
-            isDone(part) && first.contains(part.channel) ? clocks.now(part.channel) : std::nullopt;
-        if (!now) continue;
-        part.hasOffset = now->first >= 0;
-        part.offset = now->first - first[part.channel];
+        if (!isDone(part) || !first.contains(part.channel)) continue;
+        const auto begun = clocks.firstAfter(part.channel, before[part.channel]);
+        part.hasOffset = begun.has_value();
+        if (begun) part.offset = *begun - first[part.channel];
     }
     if (!isGood && !_bestEffort) {
         QList<int> begun;
@@ -240,5 +276,6 @@ ExitCode Gang::run(const CommandRow &row, const Arguments &arguments)
     const QString name = QString::fromLatin1(row.name);
     if (row.verb && name == QLatin1String("record")) return record(arguments);
     if (row.verb && name == QLatin1String("stop") && arguments.wait) return stop();
-    return tell(ask(_channels, _words));
+    const QList<Part> parts = ask(_channels, _words);
+    return name == QLatin1String("status") ? tellStatus(parts) : tell(parts);
 }

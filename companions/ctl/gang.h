@@ -39,7 +39,8 @@ private:
     QList<Part> ask(const QList<int> &channels, const QStringList &words) const;
     ExitCode record(const Arguments &arguments);
     ExitCode stop();
-    ExitCode tell(const QList<Part> &parts, const QJsonObject &more = {}) const;
+    ExitCode tell(const QList<Part> &parts, const QJsonObject &more = {}, const QString &last = {}) const;
+    ExitCode tellStatus(const QList<Part> &parts) const;
     static bool isDone(const Part &part) { return part.answer.isDone(); }
 
     const QList<int> _channels;

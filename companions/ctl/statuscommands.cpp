@@ -170,6 +170,7 @@ QJsonObject objectOf(const DeckState &deck, const std::optional<QmxPreviewPictur
             {"take_frames", deck.clipFrames},
             {"recorded_up_to", deck.recordedUpTo},
             {"take_copies", deck.takeCopies},
+            {"take_start", deck.takeStart},
             {"safe_on_both", deck.safeOnBoth},
             {"mirror_path", deck.mirrorPath},
             {"medium_seconds_left", deck.secondsLeft},

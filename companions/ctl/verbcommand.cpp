@@ -3,7 +3,6 @@
 // shell.
 #include "companions/ctl/verbcommand.h"
 
-#include "platform/control/ownership.h"
 #include "platform/control/transportanswers.h"
 #include "platform/control/verbs_take.h"
 
@@ -86,21 +85,12 @@ ExitCode tell(const Report &report, const Answer &answer)
 }
 
 namespace {
-Answer readiness(Recorder &recorder)
-{
-    const VerbRow *record = findVerb(QStringLiteral("record"));
-    Request request;
-    request.verb = QString::fromLatin1(record->name);
-    auto refusal = Ownership(recorder).refusal(*record, request, Who::atShell());
-    if (!refusal) refusal = whyNoTake(recorder);
-    return refusal.value_or(Answer::done("ready", {{"ready", true}}));
-}
-
 /// Waits for the word; done when it has come. Whoever gives none, or goes, wants nothing any more.
 ExitCode awaitWord(const VerbRow &verb, Recorder &recorder, const Report &report)
 {
     const bool isTake = qstrcmp(verb.name, "record") == 0;
-    const Answer ready = isTake ? readiness(recorder) : Answer::done("ready", {{"ready", true}});
+    const Answer ready =
+        isTake ? readiness(recorder, Who::atShell()) : Answer::done("ready", {{"ready", true}});
     tell(report, ready);
     std::fflush(stdout);
     if (!ready.isDone()) return exitCodeOf(ready);
@@ -113,7 +103,7 @@ ExitCode awaitWord(const VerbRow &verb, Recorder &recorder, const Report &report
 
 ExitCode ctlReady(Recorder &recorder, const Report &report, const Arguments &)
 {
-    return tell(report, readiness(recorder));
+    return tell(report, readiness(recorder, Who::atShell()));
 }
 
 ExitCode tellStandsStill(const Report &report)

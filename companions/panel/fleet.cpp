@@ -2,6 +2,7 @@
 #include "companions/panel/fleet.h"
 
 #include "companions/panel/access.h"
+#include "companions/panel/fleetprobe.h"
 #include "platform/product/programtext.h"
 #include "platform/qmx/core/qmxchannel.h"
 #include "platform/qmx/core/qmxenvironment.h"
@@ -17,27 +18,18 @@
 #include <QJsonDocument>
 #include <QUrl>
 
+#include <algorithm>
 #include <array>
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
-
 #include <unistd.h>
-
-namespace beast = boost::beast;
-namespace http = beast::http;
-namespace asio = boost::asio;
-using asio::ip::tcp;
 
 namespace {
 constexpr const char *module = "fleet";
 constexpr qint64 lookEvery = 5 * QmxClock::nsPerSecond;
 constexpr std::chrono::seconds announcedFor(15);
-constexpr std::chrono::seconds answerWithin{2};
 constexpr qsizetype mostMachines = 128;
-constexpr auto selfTarget = "/api/v1/fleet/self";
+constexpr qsizetype longestName = 64;
+constexpr auto overTls = "https://";
 
 QString keyFile()
 {
@@ -55,19 +47,27 @@ QString lineOf(const QString &path)
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readLine()).trimmed() : QString();
 }
 
-/// "HOST:PORT"; false when it is none.
-bool parsePlace(const QString &text, Fleet::Machine &machine)
+/// "HOST:PORT", "https://HOST:PORT"; false when it is neither.
+bool parsePlace(QString text, FleetMachine &machine)
 {
+    machine.isTls = text.startsWith(QLatin1String(overTls));
+    text.remove(0, machine.isTls ? qsizetype(qstrlen(overTls)) : 0);
     const qsizetype colon = text.lastIndexOf(':');
     bool isNumber = false;
     machine.port = text.mid(colon + 1).toUShort(&isNumber);
     machine.host = text.left(colon).remove('[').remove(']');
-    return colon > 0 && isNumber && machine.port > 0;
+    return colon > 0 && isNumber && machine.port > 0 && !machine.host.contains('/');
+}
+
+bool isKnown(const QList<FleetMachine> &machines, const QString &name)
+{
+    return std::any_of(machines.begin(), machines.end(),
+                       [&name](const FleetMachine &one) { return one.name == name; });
 }
 
 bool isName(const QString &name)
 {
-    return !name.isEmpty() && !name.contains('/') && name.size() <= 64;
+    return !name.isEmpty() && !name.contains('/') && name.size() <= longestName;
 }
 
 QString ownName()
@@ -76,87 +76,9 @@ QString ownName()
     std::array<char, 256> name{};
     return gethostname(name.data(), name.size() - 1) == 0 ? QString::fromLocal8Bit(name.data()) : QString();
 }
-
-/// Asks one machine who it is.
-class Probe : public std::enable_shared_from_this<Probe>
-{
-public:
-    Probe(asio::io_context &io, Fleet::Machine &machine, const FleetKey &key)
-        : _stream(io),
-          _resolver(io),
-          _machine(machine),
-          _signature(key.sign("GET", selfTarget, "fleet", "view", {}, wallSeconds())),
-          _proof(key.proof(_signature.nonce))
-    {
-        _machine.state = "silent";
-    }
-
-    void start()
-    {
-        _stream.expires_after(answerWithin);
-        _resolver.async_resolve(_machine.host.toStdString(), std::to_string(_machine.port),
-                                [self = shared_from_this()](boost::system::error_code error,
-                                                            const tcp::resolver::results_type &found) {
-                                    if (!error) self->connect(found);
-                                });
-    }
-
-private:
-    void connect(const tcp::resolver::results_type &found)
-    {
-        _stream.async_connect(
-            found, [self = shared_from_this()](boost::system::error_code error, const tcp::endpoint &) {
-                if (!error) self->ask();
-            });
-    }
-
-    void ask()
-    {
-        _request = {http::verb::get, selfTarget, 11};
-        _request.set(http::field::host, _machine.host.toStdString());
-        _request.set(http::field::authorization, _signature.authorization.toStdString());
-        _request.set(FleetKey::callerHeader, "fleet");
-        _request.set(FleetKey::roleHeader, "view");
-        _request.keep_alive(false);
-        http::async_write(_stream, _request,
-                          [self = shared_from_this()](boost::system::error_code error, size_t) {
-                              if (!error) self->read();
-                          });
-    }
-
-    void read()
-    {
-        constexpr uint64_t largest = 64 * 1024;
-        _parser.body_limit(largest);
-        http::async_read(_stream, _buffer, _parser,
-                         [self = shared_from_this()](boost::system::error_code error, size_t) {
-                             if (error == beast::error::timeout || error == asio::error::operation_aborted)
-                                 return;
-                             self->_machine.state = error ? "wrong" : self->judge();
-                         });
-    }
-
-    QString judge()
-    {
-        const auto proof = _parser.get()[FleetKey::proofHeader];
-        if (!isSame(QByteArray(proof.data(), qsizetype(proof.size())), _proof)) return "not_proven";
-        _machine.self = QJsonDocument::fromJson(QByteArray::fromStdString(_parser.get().body())).object();
-        _machine.version = _machine.self["version"].toString();
-        return _machine.version.isEmpty() ? "wrong" : "ready";
-    }
-
-    beast::tcp_stream _stream;
-    tcp::resolver _resolver;
-    Fleet::Machine &_machine;
-    const FleetKey::Signature _signature;
-    const QByteArray _proof;
-    http::request<http::empty_body> _request;
-    http::response_parser<http::string_body> _parser;
-    beast::flat_buffer _buffer;
-};
 } // namespace
 
-Fleet::Fleet(quint16 port, bool isOpen) : _port(port), _isOpen(isOpen), _key(keyFile())
+Fleet::Fleet(const PanelOptions &options) : _options(options), _key(keyFile())
 {
     QString problem;
     const FleetKey again(keyFile(), &problem);
@@ -175,7 +97,7 @@ Fleet::~Fleet()
     if (_thread.joinable()) _thread.join();
 }
 
-QList<Fleet::Machine> Fleet::machines() const
+QList<FleetMachine> Fleet::machines() const
 {
     const std::lock_guard lock(_mutex);
     return _machines;
@@ -191,31 +113,33 @@ QJsonObject Fleet::self()
 }
 
 /// A line of the file is "NAME HOST:PORT"; what is in it holds over what the store says.
-QList<Fleet::Machine> Fleet::find() const
+QList<FleetMachine> Fleet::find() const
 {
-    QList<Machine> found;
+    QList<FleetMachine> found;
     QFile file(QmxPlaces().settings + "/fleet");
     if (file.open(QIODevice::ReadOnly))
         for (const QByteArray &bytes : file.readAll().split('\n')) {
             const QStringList words = QString::fromUtf8(bytes).simplified().split(' ');
-            Machine machine;
-            if (words.size() != 2 || words[0].startsWith('#') || !isName(words[0]) ||
-                !parsePlace(words[1], machine) || found.size() >= mostMachines)
-                continue;
-            machine.name = words[0];
+            if (words[0].isEmpty() || words[0].startsWith('#') || found.size() >= mostMachines) continue;
+            FleetMachine machine;
+            machine.name = words[0].left(longestName).replace('/', '_');
             machine.from = "file";
+            const bool isLine = words.size() == 2 && isName(words[0]) && parsePlace(words[1], machine);
+            if (!isLine || isKnown(found, machine.name)) {
+                machine.port = 0;
+                machine.state = "wrong";
+                machine.problem = isLine ? "the file has this name twice" : "its line is not NAME HOST:PORT";
+            }
             found.append(machine);
         }
     const auto address = redisAddressOfStore();
     std::vector<RedisFleet::Member> members;
     if (address) RedisFleet(*address, RedisBackend::standardPasswordFile()).list(members);
     for (const RedisFleet::Member &member : members) {
-        Machine machine;
+        FleetMachine machine;
         machine.name = QString::fromStdString(member.name);
         machine.from = "store";
-        const bool isKnown = std::any_of(found.begin(), found.end(),
-                                         [&machine](const Machine &one) { return one.name == machine.name; });
-        if (member.name != address->recorder && !isKnown && isName(machine.name) &&
+        if (member.name != address->recorder && !isKnown(found, machine.name) && isName(machine.name) &&
             parsePlace(QString::fromStdString(member.panel), machine) && found.size() < mostMachines)
             found.append(machine);
     }
@@ -224,18 +148,30 @@ QList<Fleet::Machine> Fleet::find() const
 
 void Fleet::announce()
 {
-    const auto address = _isOpen ? redisAddressOfStore() : std::nullopt;
-    if (address)
-        RedisFleet(*address, RedisBackend::standardPasswordFile())
-            .announce(address->recorder, _port, announcedFor);
+    const auto store = _options.isLoopback() ? std::nullopt : redisAddressOfStore();
+    if (!store) return;
+    RedisFleet fleet(*store, RedisBackend::standardPasswordFile());
+    std::string host = _options.address.toStdString();
+    // (One that listens everywhere is where the server sees it.)
+    const bool isEverywhere =
+        _options.address == QLatin1String("0.0.0.0") || _options.address == QLatin1String("::");
+    if (isEverywhere && !fleet.ownAddress(host).isDone()) return;
+    fleet.announce(store->recorder,
+                   (_options.hasTls() ? overTls : "") + host + ':' + std::to_string(_options.port),
+                   announcedFor);
 }
 
-void Fleet::probe(QList<Machine> &machines) const
+/// What a machine has proved before stands while it is silent: it may be asked again before it is looked at.
+void Fleet::keepProved(QList<FleetMachine> &found) const
 {
-    asio::io_context io;
-    for (Machine &machine : machines)
-        std::make_shared<Probe>(io, machine, _key)->start();
-    io.run_for(answerWithin + std::chrono::seconds(1)); // (a name that nobody resolves takes longer)
+    for (FleetMachine &machine : found)
+        for (const FleetMachine &before : _machines) {
+            if (before.name != machine.name || before.host != machine.host || before.port != machine.port)
+                continue;
+            if (machine.state != QLatin1String("silent")) continue;
+            machine.certificate = before.certificate;
+            machine.address = machine.address.isEmpty() ? before.address : machine.address;
+        }
 }
 
 void Fleet::run()
@@ -243,10 +179,11 @@ void Fleet::run()
     const auto clock = QmxEnvironment::current().clock;
     while (!_stop) {
         announce();
-        QList<Machine> found = find();
-        probe(found);
+        FleetProbe probe(_key, wallSeconds());
+        QList<FleetMachine> found = probe.ask(find());
         {
             const std::lock_guard lock(_mutex);
+            keepProved(found);
             _machines = found;
         }
         clock->sleepUntil(clock->now() + lookEvery, &_interrupt);
@@ -273,6 +210,8 @@ std::optional<HttpReply> Fleet::resolve(const QString &kind, const QString &name
         const QUrl address(lineOf(places.panelAddress));
         to.name = QStringLiteral("channel %1").arg(*channel);
         to.host = address.host();
+        to.address = to.host;
+        to.isTls = address.scheme() == QLatin1String("https");
         to.port = quint16(address.port(0));
         to.authorization = "Bearer " + lineOf(places.panelToken).toLatin1();
         if (to.port != 0 && to.authorization.size() > qsizetype(sizeof "Bearer ")) return {};
@@ -280,19 +219,35 @@ std::optional<HttpReply> Fleet::resolve(const QString &kind, const QString &name
                             QStringLiteral("the panel of channel %1 does not run").arg(*channel),
                             QStringLiteral("start it: systemctl start xppanel@%1").arg(*channel));
     }
-    for (const Machine &machine : machines())
-        if (machine.name == name) {
-            const FleetKey::Signature signature =
-                _key.sign(call.method, target, to.caller, to.role, call.body, wallSeconds());
-            to.name = name;
-            to.host = machine.host;
-            to.port = machine.port;
-            to.authorization = signature.authorization;
-            to.proof = _key.proof(signature.nonce);
-            return {};
-        }
+    for (const FleetMachine &machine : machines())
+        if (machine.name == name) return passTo(machine, call, to);
     return problemReply(
         404, "no_machine", QStringLiteral("no machine of the fleet is called %1").arg(name.left(64)),
         hasKey() ? QStringLiteral("GET /api/v1/fleet lists those there are")
                  : QStringLiteral("this one is in no fleet: it has no key in /etc/xp/fleet.key"));
+}
+
+std::optional<HttpReply> Fleet::passTo(const FleetMachine &machine, const HttpCall &call, PassedOn &to) const
+{
+    // Nothing is said to one of which nobody knows who it is, or where.
+    const bool isNobody =
+        machine.state == QLatin1String("not_proven") || machine.state == QLatin1String("wrong");
+    if (isNobody || machine.address.isEmpty() || (machine.isTls && machine.certificate.isEmpty()))
+        return problemReply(502, machine.state,
+                            QStringLiteral("%1 (%2, port %3): %4")
+                                .arg(machine.name, machine.host)
+                                .arg(machine.port)
+                                .arg(machine.problem),
+                            "look at its line in /etc/xp/fleet, and whether its panel runs");
+    const FleetKey::Signature signature =
+        _key.sign(call.method, to.target, to.caller, to.role, call.body, machine.certificate, wallSeconds());
+    to.name = machine.name;
+    to.host = machine.host;
+    to.address = machine.address;
+    to.port = machine.port;
+    to.isTls = machine.isTls;
+    to.certificate = machine.certificate;
+    to.authorization = signature.authorization;
+    to.proof = _key.proof(signature.nonce, machine.certificate);
+    return {};
 }

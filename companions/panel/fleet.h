@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "companions/panel/access.h"
 #include "companions/panel/fleetkey.h"
+#include "companions/panel/fleetmachine.h"
 #include "companions/panel/passedon.h"
 #include "platform/qmx/core/qmxclock.h"
 
@@ -19,24 +21,13 @@
 class Fleet
 {
 public:
-    struct Machine
-    {
-        QString name;
-        QString host;
-        quint16 port = 0;
-        QString from;    ///< "file" or "store"
-        QString state;   ///< ready, silent, not_proven, wrong, or unknown while it has not been asked
-        QString version; ///< of its panel, when it has told
-        QJsonObject self;
-    };
-
-    /// `port`: of this panel; `isOpen`: others reach it.
-    Fleet(quint16 port, bool isOpen);
+    /// `options`: of this panel. One that others reach announces itself.
+    explicit Fleet(const PanelOptions &options);
     ~Fleet();
     Fleet(const Fleet &) = delete;
     Fleet &operator=(const Fleet &) = delete;
 
-    QList<Machine> machines() const;
+    QList<FleetMachine> machines() const;
     /// What this one tells of itself.
     static QJsonObject self();
     /// Where "channels" or "machines", and the name behind it, lead; an error answer when nowhere.
@@ -47,15 +38,15 @@ public:
 
 private:
     void run();
-    QList<Machine> find() const;
+    QList<FleetMachine> find() const;
     void announce();
-    void probe(QList<Machine> &machines) const;
+    void keepProved(QList<FleetMachine> &found) const;
+    std::optional<HttpReply> passTo(const FleetMachine &machine, const HttpCall &call, PassedOn &to) const;
 
-    const quint16 _port;
-    const bool _isOpen;
+    const PanelOptions &_options;
     FleetKey _key;
     mutable std::mutex _mutex;
-    QList<Machine> _machines;
+    QList<FleetMachine> _machines;
     std::atomic<bool> _stop = false;
     QmxInterrupt _interrupt;
     std::thread _thread;

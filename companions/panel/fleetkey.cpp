@@ -16,9 +16,11 @@ constexpr qsizetype shortestKey = 32;
 constexpr qint64 agreesWithin = 60; ///< seconds between the clocks of two machines
 
 /// What a signature stands for.
-QByteArray signedText(const QByteArrayList &parts, const QByteArray &body)
+QByteArray signedText(const QByteArrayList &parts, const QByteArray &body, const QByteArray &certificate)
 {
-    return parts.join('\n') + '\n' + QCryptographicHash::hash(body, QCryptographicHash::Sha256).toHex();
+    const QByteArray text =
+        parts.join('\n') + '\n' + QCryptographicHash::hash(body, QCryptographicHash::Sha256).toHex();
+    return certificate.isEmpty() ? text : text + '\n' + certificate;
 }
 } // namespace
 
@@ -43,18 +45,18 @@ QByteArray FleetKey::mac(const QByteArray &text) const
     return QMessageAuthenticationCode::hash(text, _key, QCryptographicHash::Sha256).toHex();
 }
 
-QByteArray FleetKey::proof(const QByteArray &nonce) const
+QByteArray FleetKey::proof(const QByteArray &nonce, const QByteArray &certificate) const
 {
-    return mac("answer\n" + nonce);
+    return mac("answer\n" + nonce + (certificate.isEmpty() ? QByteArray() : '\n' + certificate));
 }
 
 FleetKey::Signature FleetKey::sign(const QByteArray &method, const QByteArray &target,
                                    const QByteArray &caller, const QByteArray &role, const QByteArray &body,
-                                   qint64 wallSeconds) const
+                                   const QByteArray &certificate, qint64 wallSeconds) const
 {
     const QByteArray time = QByteArray::number(wallSeconds);
     const QByteArray nonce = randomToken().toLatin1();
-    const QByteArray all = signedText({method, target, time, nonce, caller, role}, body);
+    const QByteArray all = signedText({method, target, time, nonce, caller, role}, body, certificate);
     return {"Fleet " + time + ' ' + nonce + ' ' + mac(all), nonce};
 }
 
@@ -67,10 +69,10 @@ bool FleetKey::verify(const HttpCall &call, qint64 wallSeconds, QByteArray &proo
     const QByteArray &nonce = words[2];
     const QByteArray all = signedText(
         {call.method, call.target, words[1], nonce, call.header(callerHeader), call.header(roleHeader)},
-        call.body);
+        call.body, call.certificate);
     if (!isSame(words[3], mac(all)) || std::abs(time - wallSeconds) > agreesWithin) return false;
     std::erase_if(_seen, [wallSeconds](const auto &one) { return one.second < wallSeconds; });
     if (_seen.size() >= mostSeen || !_seen.emplace(nonce, time + agreesWithin + 1).second) return false;
-    proofOfAnswer = proof(nonce);
+    proofOfAnswer = proof(nonce, call.certificate);
     return true;
 }

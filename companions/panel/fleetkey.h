@@ -8,7 +8,9 @@
 /// The secret that the panels of a fleet share, in a file of each machine. It never travels: who passes a
 /// request on signs it, and who answers proves with the answer that it has the key as well. So neither a
 /// machine that only claims to be one of the fleet nor a request that somebody has listened to is good for
-/// anything. (What is said can still be read in between: the network has to be the fleet's own.) One thread.
+/// anything. Over TLS both also stand for the certificate that the connection has: one that nobody has signed
+/// is as good as any, and who puts himself in between, with one of his own, proves nothing. (Without TLS what
+/// is said can be read on the way: the network has to be the fleet's own.) One thread.
 class FleetKey
 {
 public:
@@ -17,18 +19,19 @@ public:
 
     bool isSet() const { return !_key.isEmpty(); }
     /// A request for another machine, for somebody with a role here: the header Authorization, and the nonce
-    /// in it.
+    /// in it. `certificate` is the fingerprint of the other machine's; empty: plain.
     struct Signature
     {
         QByteArray authorization;
         QByteArray nonce;
     };
     Signature sign(const QByteArray &method, const QByteArray &target, const QByteArray &caller,
-                   const QByteArray &role, const QByteArray &body, qint64 wallSeconds) const;
+                   const QByteArray &role, const QByteArray &body, const QByteArray &certificate,
+                   qint64 wallSeconds) const;
     /// Whether a request was signed with this key, now, for the first time; `proof` for the answer's header
     /// X-Xp-Proof.
     bool verify(const HttpCall &call, qint64 wallSeconds, QByteArray &proof);
-    QByteArray proof(const QByteArray &nonce) const;
+    QByteArray proof(const QByteArray &nonce, const QByteArray &certificate) const;
 
     static constexpr auto callerHeader = "x-xp-caller";
     static constexpr auto roleHeader = "x-xp-role";

@@ -133,3 +133,9 @@ std::optional<Target> parseTarget(QByteArrayView target)
     }
     return result;
 }
+
+QByteArray hostHeader(const QString &address, quint16 port)
+{
+    const QString host = address.contains(':') ? '[' + address + ']' : address;
+    return (host + ':' + QString::number(port)).toLatin1();
+}

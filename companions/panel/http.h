@@ -35,7 +35,8 @@ struct HttpCall
     QByteArray target;                    ///< as it came
     QByteArray body;
     Caller caller;
-    QByteArray proof; ///< for the answer to another machine of the fleet: that this one has the key
+    QByteArray certificate; ///< fingerprint of the one that this connection has; empty: plain
+    QByteArray proof;       ///< for the answer to another machine of the fleet: that this one has the key
 
     QByteArray header(const char *name) const { return headers.value(name); }
 };
@@ -64,6 +65,9 @@ HttpReply problemReply(int status, const QString &code, const QString &sentence,
 
 /// Called once, on any thread.
 using Respond = std::function<void(HttpReply reply)>;
+
+/// The header Host of a request to that end; a number needs no server to know its name.
+QByteArray hostHeader(const QString &address, quint16 port);
 
 /// A target of a request taken apart: nothing when it makes no sense (broken escapes, no UTF-8, a NUL, "." or
 /// ".." as a part of the path, in whatever encoding).

@@ -2,6 +2,7 @@
 #include "companions/panel/httpconnection.h"
 
 #include "companions/panel/pagefiles.h"
+#include "companions/panel/tls.h"
 #include "companions/panel/tunnel.h"
 #include "companions/panel/websocketconnection.h"
 
@@ -175,6 +176,8 @@ void HttpConnection<Stream>::handle()
     _keepsAlive = request.keep_alive();
     _isHead = request.method() == http::verb::head;
     HttpCall call = callOf(request);
+    if constexpr (!std::is_same_v<Stream, beast::tcp_stream>)
+        call.certificate = fingerprintOf(SSL_get_certificate(_stream.native_handle()));
     Panel &panel = _context->panel;
     if (const auto refusal = panel.access.refusal(call)) return write(*refusal);
     const auto target = parseTarget({request.target().data(), qsizetype(request.target().size())});

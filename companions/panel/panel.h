@@ -18,7 +18,7 @@ struct Panel
           watch(QStringLiteral("xppanel-watch")),
           accounts(accountsPath),
           access(options, accounts),
-          fleet(options.port, !options.isLoopback()),
+          fleet(options),
           events(watch, post),
           pictures(post),
           workers(std::make_unique<ControlWorkers>(QStringLiteral("panel"), QStringLiteral("xppanel")))
@@ -79,6 +79,7 @@ QJsonObject bodyObject(const HttpCall &call, std::optional<HttpReply> &problem);
 void getState(Panel &, const HttpCall &, Respond);
 void getVerbs(Panel &, const HttpCall &, Respond);
 void postVerb(Panel &, const HttpCall &, Respond);
+void getReady(Panel &, const HttpCall &, Respond);
 void getVars(Panel &, const HttpCall &, Respond);
 void getMedia(Panel &, const HttpCall &, Respond);
 void getAlarms(Panel &, const HttpCall &, Respond);

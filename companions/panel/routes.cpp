@@ -16,6 +16,7 @@ constexpr RouteRow rows[] = {
     {"GET", "state", Role::View, "what the deck is doing", "", json, getState},
     {"GET", "verbs", Role::View, "everything that can be asked of the deck, with its forms in every front", "", json, getVerbs},
     {"POST", "transport/{verb}", Role::Operate, "do a verb and wait for its effect", "wait force", json, postVerb},
+    {"GET", "ready", Role::Operate, "whether a take could begin now", "", json, getReady},
     {"GET", "params", Role::View, "all parameters with what is known about them", "word", json, getParameters},
     {"GET", "params/{name}", Role::View, "one parameter", "", json, getParameter},
     {"PUT", "params/{name}", Role::Engineer, "change a parameter: {\"value\": \"a label, number or text\"}", "force", json, putParameter},

@@ -4,6 +4,7 @@
 #include "companions/panel/panel.h"
 #include "platform/control/mediadaemonlock.h"
 #include "platform/control/metrics.h"
+#include "platform/control/verbs_take.h"
 
 #include <QDateTime>
 #include <QJsonArray>
@@ -115,6 +116,14 @@ void getVerbs(Panel &, const HttpCall &, Respond respond)
     for (const VerbRow &row : verbs())
         list.append(verbObject(row));
     respond(jsonReply({{"verbs", list}}));
+}
+
+void getReady(Panel &panel, const HttpCall &call, Respond respond)
+{
+    onWorker(panel, respond, [&panel, who = whoOf(call.caller)](Control &control) {
+        const Answer answer = readiness(control.recorder(), who);
+        return answer.isDone() ? jsonReply(answer.effect) : replyOf(panel, answer, nullptr, true);
+    });
 }
 
 void getVars(Panel &panel, const HttpCall &, Respond respond)

@@ -13,11 +13,13 @@ void getFleet(Panel &panel, const HttpCall &, Respond respond)
 {
     QJsonObject object = Fleet::self();
     QJsonArray machines;
-    for (const Fleet::Machine &machine : panel.fleet.machines())
+    for (const FleetMachine &machine : panel.fleet.machines())
         machines.append(QJsonObject{{"name", machine.name},
                                     {"address", QStringLiteral("%1:%2").arg(machine.host).arg(machine.port)},
                                     {"from", machine.from},
                                     {"state", machine.state},
+                                    {"problem", machine.problem},
+                                    {"tls", machine.isTls},
                                     {"version", machine.version},
                                     {"channels", machine.self["channels"].toArray()}});
     object["machines"] = machines;

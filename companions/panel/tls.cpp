@@ -99,6 +99,25 @@ QString loadCertificate(std::optional<boost::asio::ssl::context> &context, const
     return {};
 }
 
+boost::asio::ssl::context contextOfClients()
+{
+    namespace ssl = boost::asio::ssl;
+    ssl::context context(ssl::context::tls_client);
+    boost::system::error_code ignored; // (what is left out of these is not in OpenSSL either)
+    context.set_options(ssl::context::default_workarounds | ssl::context::no_tlsv1 | ssl::context::no_tlsv1_1,
+                        ignored);
+    context.set_verify_mode(ssl::verify_none, ignored);
+    return context;
+}
+
+QByteArray fingerprintOf(const X509 *certificate)
+{
+    std::array<unsigned char, EVP_MAX_MD_SIZE> bytes{};
+    unsigned size = 0;
+    if (!certificate || X509_digest(certificate, EVP_sha256(), bytes.data(), &size) != 1) return {};
+    return QByteArray(reinterpret_cast<const char *>(bytes.data()), qsizetype(size)).toHex();
+}
+
 QString writeCertificate(const QString &certificate, const QString &key, const QStringList &names)
 {
     const Owned<EVP_PKEY> pair(EVP_EC_gen("P-256"));

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/panel/tunnel.h"
 
+#include "companions/panel/access.h"
 #include "companions/panel/fleetkey.h"
 #include "companions/panel/server.h"
+#include "companions/panel/tls.h"
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/read_until.hpp>
@@ -21,6 +23,9 @@ constexpr std::chrono::seconds answerWithin{15};
 constexpr std::chrono::seconds idleFor{120};
 constexpr size_t mostHead = 64 * 1024;
 
+using Plain = beast::tcp_stream;
+using Secured = beast::ssl_stream<beast::tcp_stream>;
+
 /// One way of the tunnel.
 struct Way
 {
@@ -28,17 +33,16 @@ struct Way
 };
 } // namespace
 
-template <typename Stream>
-class Tunnel : public std::enable_shared_from_this<Tunnel<Stream>>
+template <typename Stream, typename Peer>
+class Tunnel : public std::enable_shared_from_this<Tunnel<Stream, Peer>>
 {
 public:
     Tunnel(std::shared_ptr<ConnectionContext> context, std::shared_ptr<ConnectionCount> count, Stream stream,
-           http::request<http::string_body> request, PassedOn to)
+           Peer peer, http::request<http::string_body> request, PassedOn to)
         : _context(std::move(context)),
           _count(std::move(count)),
           _client(std::move(stream)),
-          _peer(_client.get_executor()),
-          _resolver(_client.get_executor()),
+          _peer(std::move(peer)),
           _request(std::move(request)),
           _to(std::move(to))
     {}
@@ -47,25 +51,34 @@ public:
     {
         beast::get_lowest_layer(_client).expires_never();
         boost::system::error_code error;
-        const auto address = asio::ip::make_address(_to.host.toStdString(), error);
-        _peer.expires_after(connectWithin);
-        if (!error) return connect(tcp::endpoint(address, _to.port));
-        _resolver.async_resolve(_to.host.toStdString(), std::to_string(_to.port),
-                                [self = this->shared_from_this()](boost::system::error_code failed,
-                                                                  const tcp::resolver::results_type &found) {
-                                    if (failed || found.empty())
-                                        return self->fail("its address is not known");
-                                    self->connect(found.begin()->endpoint());
-                                });
+        const auto address = asio::ip::make_address(_to.address.toStdString(), error);
+        if (error) return fail("its address is not known");
+        beast::get_lowest_layer(_peer).expires_after(connectWithin);
+        beast::get_lowest_layer(_peer).async_connect(
+            tcp::endpoint(address, _to.port),
+            [self = this->shared_from_this()](boost::system::error_code failed) {
+                if (failed) return self->fail("nobody answers there");
+                self->secure();
+            });
     }
 
 private:
-    void connect(const tcp::endpoint &at)
+    /// Before anything is said: that it is the one that has proved to be of the fleet.
+    void secure()
     {
-        _peer.async_connect(at, [self = this->shared_from_this()](boost::system::error_code error) {
-            if (error) return self->fail("nobody answers there");
-            self->ask();
-        });
+        if constexpr (std::is_same_v<Peer, Secured>)
+            _peer.async_handshake(asio::ssl::stream_base::client, [self = this->shared_from_this()](
+                                                                      boost::system::error_code error) {
+                if (error) return self->fail("it does not speak HTTPS");
+                const auto *certificate = SSL_get0_peer_certificate(self->_peer.native_handle());
+                // (A channel of this machine is known by its token.)
+                if (!self->_to.proof.isEmpty() && !isSame(fingerprintOf(certificate), self->_to.certificate))
+                    return self->fail("it shows another certificate than the one that it has proved",
+                                      "not_proven");
+                self->ask();
+            });
+        else
+            ask();
     }
 
     /// The request as the other panel gets it: without what was meant for this one.
@@ -80,12 +93,12 @@ private:
         _request.erase(http::field::sec_websocket_protocol);
         if (isNamed) _request.set(http::field::sec_websocket_protocol, "xp");
         _request.target(std::string(_to.target.constData(), size_t(_to.target.size())));
-        _request.set(http::field::host, _to.host.toStdString() + ":" + std::to_string(_to.port));
+        _request.set(http::field::host, hostHeader(_to.address, _to.port).toStdString());
         _request.set(http::field::authorization, _to.authorization.toStdString());
         _request.set(FleetKey::callerHeader, _to.caller.toStdString());
         _request.set(FleetKey::roleHeader, _to.role.toStdString());
         if (_request.find(http::field::upgrade) == _request.end()) _request.keep_alive(false);
-        _peer.expires_after(answerWithin);
+        beast::get_lowest_layer(_peer).expires_after(answerWithin);
         http::async_write(_peer, _request,
                           [self = this->shared_from_this()](boost::system::error_code error, size_t) {
                               if (error) return self->fail("it does not take the request");
@@ -114,7 +127,7 @@ private:
             return fail("it has not got the key of this fleet, or its clock is a minute off", "not_proven");
         if (at >= 0) _head.erase(size_t(at), size_t(name.size() + proof.size()));
         _isOpen = true;
-        _peer.expires_never();
+        beast::get_lowest_layer(_peer).expires_never();
         asio::async_write(_client, asio::buffer(_head),
                           [self = this->shared_from_this()](boost::system::error_code error, size_t) {
                               if (error) return self->close();
@@ -163,14 +176,13 @@ private:
         auto &client = beast::get_lowest_layer(_client).socket();
         client.shutdown(tcp::socket::shutdown_send, ignored);
         client.close(ignored);
-        _peer.socket().close(ignored);
+        beast::get_lowest_layer(_peer).socket().close(ignored);
     }
 
     std::shared_ptr<ConnectionContext> _context;
     std::shared_ptr<ConnectionCount> _count;
     Stream _client;
-    beast::tcp_stream _peer;
-    tcp::resolver _resolver;
+    Peer _peer;
     http::request<http::string_body> _request;
     const PassedOn _to;
     std::string _head;
@@ -183,8 +195,16 @@ template <typename Stream>
 void startTunnel(std::shared_ptr<ConnectionContext> context, std::shared_ptr<ConnectionCount> count,
                  Stream stream, http::request<http::string_body> request, const PassedOn &to)
 {
-    std::make_shared<Tunnel<Stream>>(std::move(context), std::move(count), std::move(stream),
-                                     std::move(request), to)
+    const auto executor = stream.get_executor();
+    if (!to.isTls) {
+        std::make_shared<Tunnel<Stream, Plain>>(std::move(context), std::move(count), std::move(stream),
+                                                Plain(executor), std::move(request), to)
+            ->start();
+        return;
+    }
+    asio::ssl::context tls = contextOfClients(); // (each connection keeps what it needs of it)
+    std::make_shared<Tunnel<Stream, Secured>>(std::move(context), std::move(count), std::move(stream),
+                                              Secured(Plain(executor), tls), std::move(request), to)
         ->start();
 }
 

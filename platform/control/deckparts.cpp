@@ -334,6 +334,8 @@ void DeckMemory::fill(DeckState &state)
     state.clipFrames = value(QStringLiteral("current_clip_frames"));
     state.recordedUpTo = value(QStringLiteral("recorded_up_to"));
     state.takeCopies = value(QStringLiteral("take_copies"));
+    lookAtStart();
+    state.takeStart = _takeStart;
     state.safeOnBoth = value(QStringLiteral("safe_on_both"));
     state.droppedCapture = value(QStringLiteral("frames_dropped_capture"));
     state.droppedPlayback = value(QStringLiteral("frames_dropped_playback"));
@@ -348,4 +350,16 @@ void DeckMemory::fill(DeckState &state)
         state.status = QString::fromStdString(
             GetDescriptor(eParam_TransportStatus)->label(int(TransportStatus::Playing)));
     }
+}
+
+/// Once a take: the clock of the machine is set now and then, and a moment in the past stays what it was.
+void DeckMemory::lookAtStart()
+{
+    const auto now = _clock.now();
+    if (!now || now->first == _first) return;
+    _first = now->first;
+    const auto &clock = *QmxEnvironment::current().clock;
+    const qint64 moment = now->moment + (now->first - now->index) * now->period;
+    constexpr qint64 nsPerUs = 1000;
+    _takeStart = now->first < 0 ? 0 : (clock.wallTime() - (clock.now() - moment)) / nsPerUs;
 }

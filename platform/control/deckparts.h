@@ -6,6 +6,7 @@
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxtakewindow.h"
 #include "platform/store/config.h"
 
 #include <map>
@@ -66,7 +67,12 @@ public:
     qint64 tick() const { return _counters.value(QStringLiteral("ticks")); }
 
 private:
+    void lookAtStart();
+
     QmxCountersReader _counters;
+    QmxTakeWindow::Client _clock;
+    qint64 _first = -1;    ///< index of the first frame that `_takeStart` is the moment of
+    qint64 _takeStart = 0; ///< us since 1970
     ShmStringReader _timecode{QmxEnvironment::current().places->currentTimecode.toLatin1().constData()};
     ShmStringReader _inputTimecode{QmxEnvironment::current().places->inputTimecode.toLatin1().constData()};
     int _attached = 0;

@@ -6,6 +6,7 @@
 #include "platform/control/takelength.h"
 #include "platform/control/transportanswers.h"
 #include "platform/qmx/core/qmxcounted.h"
+#include "platform/qmx/core/qmxtakemoment.h"
 #include "platform/qmx/core/qmxtimecode.h"
 #include "platform/store/eparamcontrol.h"
 #include "platform/store/localcommands.h"
@@ -291,6 +292,33 @@ std::optional<Answer> whyNoTake(Recorder &recorder)
     return {};
 }
 
+Answer readiness(Recorder &recorder, const Who &who)
+{
+    const VerbRow *record = findVerb(QStringLiteral("record"));
+    Request request;
+    request.verb = QString::fromLatin1(record->name);
+    auto refusal = Ownership(recorder).refusal(*record, request, who);
+    if (!refusal) refusal = whyNoTake(recorder);
+    return refusal.value_or(Answer::done("ready", {{"ready", true}}));
+}
+
+namespace {
+/// Tells the recorder with which frame the take shall begin, if one was given; or why it takes none.
+std::optional<Answer> giveStart(const VerbCall &call)
+{
+    const QString start = call.text("start");
+    if (start.isEmpty()) return {};
+    constexpr qint64 nsPerMs = QmxClock::nsPerMillisecond;
+    QString reason;
+    if (!QmxTakeMoment::parse(start, call.recorder.timeOfDay() * nsPerMs, &reason))
+        return Answer::refused(Cause::Argument, "wrong_argument",
+                               QStringLiteral("'%1' is no first frame: %2").arg(start, reason),
+                               "for example 10:00:00.250, 2030-01-31T09:00:00.040000Z or 10:00:00:00");
+    const QString problem = call.recorder.write(eParam_RecordStart, start);
+    return problem.isEmpty() ? std::nullopt : std::optional(storeError(problem));
+}
+} // namespace
+
 Answer performRecord(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
@@ -307,6 +335,7 @@ Answer performRecord(const VerbCall &call)
                                       : noPicture(recorder, problem);
     TakeStart start(recorder);
     TakeLength length(recorder);
+    if (const auto refusal = giveStart(call)) return *refusal;
     if (const QString reason = give(recorder, TransportCommand::Record); !reason.isEmpty())
         return storeError(reason);
     Ownership(recorder).takeBegun(call.who);

@@ -15,3 +15,5 @@ bool takeRunsOrBegins(const Recorder &recorder);
 /// Why no take could begin now, as far as that can be told before: nothing stands in its way when it is
 /// empty.
 std::optional<Answer> whyNoTake(Recorder &recorder);
+/// Whether `who` could begin a take now: done, or what stands in the way.
+Answer readiness(Recorder &recorder, const Who &who);

@@ -71,8 +71,9 @@ std::span<const VerbRow> verbs()
     static const std::vector<VerbRow> rows = {
         {"record", "start a take; returns when its clip is open",
          {{"for", Type::Number, false, "s", 0, longestTake, "end after this many seconds of recorded time",
-           "'%1' is no length of a take", "seconds, at most a week", true}},
-         MovesTransport, Needs::Daemon, "transport_command", "the clip is open", 13000,
+           "'%1' is no length of a take", "seconds, at most a week", true},
+          option("start", Type::Text, "its first frame, at most ten seconds ahead: a time of day (10:00:00.250) or a timecode, as record_start has it")},
+         MovesTransport, Needs::Daemon, "record_start transport_command", "the clip is open", 13000,
          "already_recording alarm no_input no_effect", performRecord},
         {"schedule", "plan a take that the recorder begins and ends by itself, exactly to the frame",
          {{"at", Type::Text, false, "", 0, 0, "its first frame: a time of day (10:00:00, 10:00:00.250) or a timecode (10:00:00:00), with a date before it or the next one; else now",

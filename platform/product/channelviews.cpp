@@ -17,12 +17,15 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <poll.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
+constexpr uid_t root = 0;
 constexpr mode_t everybodyLooks = 0755;
 constexpr mode_t sticky = 03775; ///< who may operate makes files there, and removes only his own
 
@@ -96,12 +99,15 @@ Folder makeFolder(const Folder &in, const QString &name, const struct stat &like
     Folder folder = in.below(name);
     struct stat is = {};
     if (!folder.isOpen() || ::fstat(folder.fd(), &is) != 0) return {};
-    const bool isOwn = is.st_uid == ::geteuid() || (!isNew && is.st_uid == like.st_uid);
+    const bool isOwn =
+        is.st_uid == ::geteuid() || (!isNew && (is.st_uid == like.st_uid || is.st_uid == root));
     if (!isOwn && (isNew || found == Found::OwnOnly)) {
         errno = EPERM;
         return {};
     }
-    if (isNew && (::fchownat(folder.fd(), "", like.st_uid, like.st_gid, AT_EMPTY_PATH) != 0 ||
+    // (The service has the recorder's account, and what it makes is that account's already.)
+    const bool givesAway = ::geteuid() == root;
+    if (isNew && ((givesAway && ::fchownat(folder.fd(), "", like.st_uid, like.st_gid, AT_EMPTY_PATH) != 0) ||
                   ::chmod(folder.name().constData(), mode) != 0))
         return {};
     return folder;
@@ -204,6 +210,11 @@ int playsOf(int channel)
     QFile file(replayFile(channel));
     if (!file.open(QIODevice::ReadOnly)) return 0;
     return QmxPlaces::channelNamed(QString::fromLatin1(file.readLine()).trimmed()).value_or(0);
+}
+
+bool mayMount()
+{
+    return ::geteuid() == root || ::prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_IS_SET, CAP_SYS_ADMIN, 0, 0) == 1;
 }
 
 QStringList makeFolders(int channel, const QString &like)

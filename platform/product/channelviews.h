@@ -5,8 +5,9 @@
 #include <QStringList>
 
 /// The folders that a further channel of this machine sees in place of the machine's own: made, and its share
-/// of every medium bound into them. All of it needs root, and the file systems of the machine itself, not
-/// those of a service. What cannot be done is a sentence each.
+/// of every medium bound into them. Folders need root or the account of the recorder, bind mounts the right
+/// to mount, and the file systems of the machine itself, not those of a service. What cannot be done is a
+/// sentence each.
 ///
 /// A channel has the folder "channel-N" on every medium; a replay channel instead sees the folder of another
 /// one, and cannot change it.
@@ -17,6 +18,8 @@ QString replayFile(int channel);
 /// Whose clips a replay channel plays; 0: it records its own.
 int playsOf(int channel);
 
+/// Whether this process may mount.
+bool mayMount();
 /// Makes the folders of a channel that are missing, for the account and group of `like` (a path).
 QStringList makeFolders(int channel, const QString &like);
 /// Brings what is bound in line with what is mounted below /media now.

@@ -104,13 +104,20 @@ StoreResult RedisFleet::list(std::vector<Member> &members)
     return {};
 }
 
-StoreResult RedisFleet::announce(const std::string &name, int port, std::chrono::seconds forSoLong)
+StoreResult RedisFleet::ownAddress(std::string &address)
+{
+    StoreResult result = _connection.open();
+    if (result.isDone()) address = addressOf(_connection.descriptor());
+    return result;
+}
+
+StoreResult RedisFleet::announce(const std::string &name, const std::string &panel,
+                                 std::chrono::seconds forSoLong)
 {
     StoreResult result = _connection.open();
     if (!result.isDone()) return result;
     RedisValue answer;
-    const std::string here = addressOf(_connection.descriptor()) + ":" + std::to_string(port);
-    result = _connection.ask({"SET", panelKey(name), here, "EX", std::to_string(forSoLong.count())}, answer);
+    result = _connection.ask({"SET", panelKey(name), panel, "EX", std::to_string(forSoLong.count())}, answer);
     return result.isDone() && answer.isError() ? _connection.refusal(answer) : result;
 }
 

@@ -20,16 +20,18 @@ public:
         std::string name;
         std::string machine; ///< empty: nobody uses it now
         std::string address; ///< that the server sees
-        std::string panel;   ///< where its panel is, "HOST:PORT"; empty: it has not announced one
+        std::string panel;   ///< where its panel is, "HOST:PORT" or "https://HOST:PORT"; empty: it has not
+                             ///< announced one
     };
 
     RedisFleet(const RedisAddress &address, const std::string &passwordFile);
 
     /// All that have a store there, by name.
     StoreResult list(std::vector<Member> &members);
-    /// Tells all where the panel of a recorder is: this end of the connection, at a port. It is
-    /// forgotten after a while.
-    StoreResult announce(const std::string &name, int port, std::chrono::seconds forSoLong);
+    /// This end of the connection to the server.
+    StoreResult ownAddress(std::string &address);
+    /// Tells all where the panel of a recorder is. It is forgotten after a while.
+    StoreResult announce(const std::string &name, const std::string &panel, std::chrono::seconds forSoLong);
     /// A recorder that is not in use gets another name, with all that it knows.
     StoreResult rename(const std::string &from, const std::string &to);
     /// A recorder that is not in use is forgotten.

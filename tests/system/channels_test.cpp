@@ -53,12 +53,49 @@ TEST(Channels, aTakeOfAllHoldsTheSameFramesAndOneThatDiesTakesNothingFromTheOthe
     EXPECT_EQ(brokenAt(killed), QString());
 }
 
-TEST(Channels, linksWhereTheirFoldersBelongLeadRootNowhereElse)
+TEST(Channels, whatBecomesOfOneIsNothingToTheOthers)
+{
+    Sandbox sandbox({"--channels", "4"});
+    sandbox.setProfile(smallPicture + QByteArray("602=udp://127.0.0.1:18126\n")); // where nobody sends
+    const ProgramResult result = sandbox.run(R"sh(
+        of() { XP_CHANNEL=$1 xpctl "${@:2}"; }
+        goes_on() { local from; from=$(XP_CHANNEL=$1 recorded); await "[ \$(XP_CHANNEL=$1 recorded) -ge $((from + $2)) ]"; }
+        plug stalls 1G; plug fills
+        of 1 set active_media_path /media/stalls; of 4 set active_media_path /media/fills; of 4 set rollover_enabled on
+        await '[ -n "$(of 4 get rollover_media_path)" ]'; next=$(of 4 get rollover_media_path)
+        await 'xpctl --all ready >/dev/null'; xpctl --all record >&2
+        for channel in 1 2 3 4; do await "[ \$(XP_CHANNEL=$channel recorded) -ge 25 ]"; done
+        say together; xpctl --all --json status
+        fsfreeze -f /media/stalls; goes_on 2 50; fsfreeze -u /media/stalls; goes_on 1 25
+        of 2 set video_input input_2; goes_on 3 50
+        kill -KILL $(cat /run/xp/channels/3/xpd.pid); goes_on 1 50
+        fill 11 /media/fills; await '[ "$(of 4 get active_media_path)" = $next ] && [ "$(of 4 get current_clip)" = take_001_R2.mov ]'
+        await '[ $(XP_CHANNEL=4 recorded) -lt 100 ]'; goes_on 4 50
+        xpctl --channels 1,4 stop >&2
+        say lost; for channel in 1 4; do of $channel metrics | grep '^xp_frames_dropped_capture_total'; of $channel verify --all; done
+        cp /media/stalls/*.mov $OUT/1.mov; cp /media/A/channel-2/*.mov $OUT/2.mov; cp /media/A/channel-3/*.mov $OUT/3.mov
+        cp /media/fills/channel-4/*.mov $OUT/4.mov; cp $next/channel-4/*.mov $OUT/5.mov
+    )sh");
+    EXPECT_TRUE(said(result.out, "together").contains("\"first_frame_skew_ms\":0"))
+        << said(result.out, "together").toStdString();
+    const QByteArray lost = said(result.out, "lost");
+    EXPECT_EQ(lost.count("_total 0"), 2) << lost.toStdString();
+    QList<QList<std::optional<quint32>>> strips;
+    for (const char *clip : {"1.mov", "2.mov", "3.mov", "4.mov", "5.mov"})
+        strips << stripsOf(sandbox.out(clip));
+    for (int channel = 0; channel < 4; ++channel)
+        EXPECT_EQ(strips[channel].value(0), strips[0].value(0)) << "channel " << channel + 1;
+    EXPECT_EQ(brokenAt(strips[0]), QString()) << "its disk stalled, and the others were disturbed";
+    EXPECT_EQ(brokenAt(strips[2]), QString()) << "until it was killed";
+    EXPECT_EQ(brokenAt(strips[3] + strips[4]), QString()) << "it rolled over";
+}
+
+TEST(Channels, whatCannotBeSharedIsToldAndLinksLeadRootNowhereElse)
 {
     Sandbox sandbox({"--no-daemon"});
     const ProgramResult result = sandbox.run(R"sh(
         mkdir -m 700 $OUT/victim; echo secret >$OUT/victim/file; mkdir -p /run/xp/channels
-        add() { xpctl channel add $1 generator: 2>&1 || true; }
+        add() { xpctl channel add $1 ${2:-generator:} 2>&1 || true; }
         ln -s $OUT/victim /media/A/channel-7
         say medium; add 7; ls -A /run/xp/channels/7/media/A 2>/dev/null || true; [ -d /media/B/channel-7 ] && ls -d /run/xp/channels/7/media/B
         ln -s $OUT/victim /run/xp/channels/8; mkdir /etc/xp/channels/9; chown 65534 /etc/xp/channels/9
@@ -67,6 +104,9 @@ TEST(Channels, linksWhereTheirFoldersBelongLeadRootNowhereElse)
         say view; xpctl channel view 7 2>&1 || true
         say victim; stat -c '%a %u' $OUT/victim; ls -A $OUT/victim
         say others; xpctl channel view 9 2>&1 || true
+        plug full 8M; fallocate -l $(($(stat -f -c '%f * %S' /media/full))) /media/full/all
+        say none-left; add 6; ls /run/xp/channels/6/media
+        add 5 v4l2:/dev/video7; add 4 'v4l2:/dev/video7?format=any'
     )sh");
     EXPECT_TRUE(said(result.out, "medium").contains("channel 7 has no folder on /media/A"))
         << result.out.toStdString();
@@ -76,6 +116,11 @@ TEST(Channels, linksWhereTheirFoldersBelongLeadRootNowhereElse)
     EXPECT_TRUE(said(result.out, "view").contains("/run/xp/channels/7/media: ")) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "victim"), "700 0\nfile\n");
     EXPECT_TRUE(said(result.out, "others").contains("/etc/xp/channels/9: ")) << result.out.toStdString();
+    const QByteArray left = said(result.out, "none-left");
+    EXPECT_TRUE(left.contains("channel 6 has no folder on /media/full: No space") &&
+                left.contains("\nA\nB\n"))
+        << left.toStdString();
+    EXPECT_TRUE(left.contains("/dev/video7 is the input of channel 5")) << left.toStdString();
 }
 
 TEST(Channels, onePanelPassesOnToThoseOfTheOthersAndTrustsNoneWithoutTheKey)

@@ -88,3 +88,50 @@ TEST(Fleet, serversThatAreKilledOrCutOffCostNoTakeAndNoChange)
     EXPECT_GT(heard, 10);
     EXPECT_EQ(QByteArray::number(before), last.value(1)) << "the newest change was not told";
 }
+
+TEST(Fleet, theKeyStandsForCertificatesAndWhoIsInBetweenGetsNothing)
+{
+    Sandbox sandbox({"--channels", "2", "--net", "private"});
+    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n");
+    const ProgramResult result = sandbox.run(R"sh(
+        get() { curl -sS -m 20 "http://127.0.0.1:8090/api/v1/$@"; echo; }
+        there() { exec nsenter -t $network -n env XP_CHANNEL=2 "$@"; }
+        certificate() { xppanel certificate $1.crt $1.key $2; cat $1.crt $1.key >$1.pem; }
+        told() { get fleet | sed 's/{/\n/g' | sed -nE 's/.*"name":"'$1'","problem":"([^"]*)","state":"([^"]*)".*/\2 \1/p'; }
+        cd /run/xp; for file in /etc/xp/fleet.key other.key; do head -c 32 /dev/urandom | od -An -tx1 | tr -d ' \n' >$file; chmod 640 $file; done
+        unshare -n sleep 600 & network=$!
+        await "[ \$(readlink /proc/$network/ns/net) != \$(readlink /proc/self/ns/net) ]"
+        ip link add here type veth peer name there; ip link set there netns $network; ip addr add 10.9.0.1/24 dev here; ip link set here up
+        nsenter -t $network -n ip addr add 10.9.0.2/24 dev there; nsenter -t $network -n ip link set there up
+        certificate north 10.9.0.2; certificate between 10.9.0.1
+        echo word-of-anna | xppanel --users users user add anna --role view
+        north_options="xppanel --users users --tls-certificate north.crt --tls-key north.key --listen 10.9.0.2"
+        between() { socat OPENSSL-LISTEN:8443,bind=$1,reuseaddr,fork,cert=between.pem,verify=0 OPENSSL:10.9.0.2:$2,verify=0 2>/dev/null; }
+        (there $north_options:8443 2>/dev/null) & north=$!
+        (there unshare -m sh -c "mount --bind other.key /etc/xp/fleet.key; exec $north_options:8444" 2>/dev/null) & false=$!
+        between 10.9.0.1 8443 & between=$!
+        printf '%s\n' 'north https://10.9.0.2:8443' 'between https://10.9.0.1:8443' 'false https://10.9.0.2:8444' 'plain 10.9.0.2:8443' \
+            'secured https://127.0.0.1:8090' 'north 10.9.0.2:1' 'line' >/etc/xp/fleet
+        xppanel 2>/dev/null & panel=$!
+        await 'told north | grep -q ready'
+        say told; for name in between false plain secured line; do echo $name $(told $name); done
+        token="Authorization: Bearer $(cat panel.token)"
+        say passed; get machines/north/transport/record -X POST -H "$token"; get machines/north/picture.jpg -o $OUT/passed.jpg
+        get machines/between/state; get machines/false/state; xpctl --channel 2 --json stop
+        # At its very address, with all that it says passed on.
+        kill -TERM $north; wait $north || true
+        (there $north_options:8445 2>/dev/null) & north=$!
+        (there sh -c "$(declare -f between); between 10.9.0.2 8445") & swapped=$!
+        await 'get machines/north/state >$OUT/swapped; grep -q not_proven $OUT/swapped'
+        kill $north $false $between $swapped $panel $network; wait || true
+    )sh");
+    const QByteArray told = said(result.out, "told");
+    for (const char *line :
+         {"between not_proven", "false not_proven", "plain wrong", "secured wrong", "line wrong"})
+        EXPECT_TRUE(told.contains(line)) << line << " in " << told.toStdString();
+    const QByteArray passed = said(result.out, "passed");
+    EXPECT_TRUE(passed.contains("take_001.mov")) << passed.toStdString();
+    EXPECT_EQ(passed.count("\"code\":\"not_proven\""), 2) << passed.toStdString();
+    EXPECT_TRUE(passed.contains("\"status\":0") || passed.contains("frames")) << passed.toStdString();
+    EXPECT_TRUE(readAll(sandbox.out("passed.jpg")).startsWith("\xff\xd8")) << "no picture came";
+}

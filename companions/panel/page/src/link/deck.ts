@@ -112,6 +112,12 @@ export class Deck {
     return answer;
   }
 
+  /** Nothing, or why no take could begin now. */
+  async ready(): Promise<string> {
+    const answer = await get<unknown>(`${this.at}ready`);
+    return answer instanceof Problem ? sentence(answer.sentence) : "";
+  }
+
   /** Steps are added up while one is on its way. */
   steps(by: number): void {
     this.owedSteps += by;

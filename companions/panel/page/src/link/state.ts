@@ -48,6 +48,8 @@ export interface DeckState {
   take_frames: number;
   recorded_up_to: number;
   take_copies: number;
+  /** Of its first frame, in us since 1970; 0: none. */
+  take_start?: number;
   safe_on_both: number;
   dropped_capture: number;
   dropped_playback: number;

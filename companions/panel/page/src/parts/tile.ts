@@ -24,7 +24,9 @@ export class XpTile extends LitElement {
   @property() told = "";
   @query("xp-picture") private picture!: XpPicture;
   @query("xp-timecode") private timecode!: XpTimecode;
-  private deck: Deck | null = null;
+  /** One of those that are worked together. */
+  @property({ type: Boolean, reflect: true }) ganged = false;
+  deck: Deck | null = null;
 
   static override styles = [
     shared,
@@ -37,12 +39,14 @@ export class XpTile extends LitElement {
       .name { font-weight: 700; color: var(--bright); font-size: max(1rem, 3.2cqw); }
       .word { font-size: max(0.875rem, 2.6cqw); }
       :host([recording]) .word { background: var(--red); color: var(--on-red); border-radius: var(--round); padding: 0 0.5em; font-weight: 700; justify-self: start; }
+      .gang { display: flex; align-items: center; gap: 0.4rem; min-height: 2.75rem; }
+      .gang input { width: 1.25rem; height: 1.25rem; margin: 0; accent-color: var(--bright); }
       .alarms { color: var(--amber); font-weight: 700; }
       xp-timecode { font-size: 9cqw; grid-row: 1 / 3; grid-column: 2; }
-      .foot { display: grid; grid-template-columns: minmax(0, 1fr) auto auto auto; gap: 0.25rem 0.5rem; padding: 0.4rem 0.5rem 0.5rem 0.75rem; align-items: center; }
+      .foot { display: grid; grid-template-columns: minmax(0, 1fr) auto auto auto auto; gap: 0.25rem 0.5rem; padding: 0.4rem 0.5rem 0.5rem 0.75rem; align-items: center; }
       xp-key { width: 6.5rem; height: 2.75rem; }
       .foot a { display: grid; place-content: center; min-height: 2.75rem; padding: 0 0.75rem; }
-      @media (max-width: 759px) { xp-picture { aspect-ratio: 16 / 9; } .foot { grid-template-columns: repeat(3, auto); } .foot .cut { grid-column: 1 / -1; } }
+      @media (max-width: 759px) { xp-picture { aspect-ratio: 16 / 9; } .foot { grid-template-columns: repeat(4, auto); } .foot .cut { grid-column: 1 / -1; } }
     `,
   ];
 
@@ -71,6 +75,11 @@ export class XpTile extends LitElement {
       this.timecode.value = (event as FrameEvent).frame.timecode;
     });
   }
+
+  private readonly gang = (event: Event): void => {
+    this.ganged = (event.target as HTMLInputElement).checked;
+    this.dispatchEvent(new Event("xp-gang", { bubbles: true, composed: true }));
+  };
 
   /** This page about that recorder. */
   private get link(): string {
@@ -106,6 +115,7 @@ export class XpTile extends LitElement {
       </div>
       <div class="foot">
         <span class="cut">${state && !dead ? html`<bdi>${state.clip || "no clip"}</bdi>, ${room(state.medium_seconds_left)} left${state.alarms ? html` <span class="alarms">! ${state.alarms} ${state.alarms === 1 ? "alarm" : "alarms"}</span>` : nothing}` : nothing}</span>
+        <label class="gang"><input type="checkbox" .checked=${this.ganged} @change=${this.gang} />Gang<span class="hidden"> ${this.name}</span></label>
         <xp-key verb="record" label="Record" red ?lit=${recording} toggle ?pending=${deck.pending.has("record")} ?disabled=${dead} @press=${() => void deck.run("record")}></xp-key>
         <xp-key verb="stop" label=${recording ? "Hold to stop" : "Stop"} ?hold=${recording} ?pending=${deck.pending.has("stop")} ?disabled=${dead} @press=${() => void deck.run("stop")}
           @toobrief=${() => deck.tell({ kind: "lost", title: "Still recording", text: "To end the take, hold the key for a second." })}></xp-key>

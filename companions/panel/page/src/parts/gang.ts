@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Several recorders as one: takes that begin with the same frame, and how far those that run are apart.
+import type { Deck } from "../link/deck";
+import { isRecording } from "../link/state";
+
+export interface Member {
+  name: string;
+  deck: Deck;
+}
+
+/** From the order to the first frame: the way to every one of them, over whatever network. */
+const ahead = 1500;
+
+/** Nothing, or why no take was begun: all are asked first. */
+export async function recordTogether(members: Member[]): Promise<string> {
+  const asked = await Promise.all(members.map(({ deck }) => deck.ready()));
+  const hindered = members.flatMap(({ name }, i) => (asked[i] ? [`${name}: ${asked[i]}`] : []));
+  if (hindered.length) return `No take was begun. ${hindered.join(" ")}`;
+  const offset = members[0].deck.clockOffset ?? Date.now() - performance.now();
+  const start = new Date(performance.now() + offset + ahead).toISOString();
+  const answers = await Promise.all(members.map(({ deck }) => deck.run("record", { start })));
+  const failed = members.filter((_, i) => !answers[i].done);
+  if (!failed.length) return "";
+  await stopTogether(members.filter((_, i) => answers[i].done));
+  return `${failed.map(({ name }) => name).join(", ")} did not begin: the takes of the others were ended.`;
+}
+
+export async function stopTogether(members: Member[]): Promise<void> {
+  await Promise.all(members.map(({ deck }) => deck.run("stop")));
+}
+
+/** How far the first frames of their takes are apart; empty while fewer than two record. */
+export function skewOf(members: Member[]): string {
+  const takes = members.map(({ deck }) => deck.state).filter((state) => isRecording(state) && state?.take_start);
+  if (takes.length < 2) return "";
+  const starts = takes.map((state) => state?.take_start ?? 0);
+  const microseconds = Math.max(...starts) - Math.min(...starts);
+  const frames = Math.round((microseconds / 1e6) * Math.max(...takes.map((state) => state?.clip_rate ?? 0)));
+  if (frames === 0) return "All begin with the same frame.";
+  return `First frames ${frames} ${frames === 1 ? "frame" : "frames"} (${(microseconds / 1000).toFixed(0)} ms) apart.`;
+}

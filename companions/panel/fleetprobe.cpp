@@ -148,6 +148,8 @@ private:
 
 struct FleetProbe::Private
 {
+    Private(const FleetKey &ofFleet, qint64 seconds) : key(ofFleet), wallSeconds(seconds) {}
+
     const FleetKey &key;
     const qint64 wallSeconds;
     QList<FleetMachine> machines;
@@ -155,7 +157,9 @@ struct FleetProbe::Private
     asio::io_context io; // last: its end waits for the resolver
 };
 
-FleetProbe::FleetProbe(const FleetKey &key, qint64 wallSeconds) : d(new Private{key, wallSeconds}) {}
+FleetProbe::FleetProbe(const FleetKey &key, qint64 wallSeconds)
+    : d(std::make_unique<Private>(key, wallSeconds))
+{}
 
 FleetProbe::~FleetProbe() = default;
 

@@ -248,7 +248,7 @@ RC
                              "xpctl rec: record",
                              "xpctl record --: --json --help --channel --channels --all --best-effort "
                              "--recorder --recorders --for "
-                             "--at --until --no-wait "
+                             "--start --at --until --no-wait "
                              "--on-word",
                              "xpctl set video_in: video_input",
                              "xpctl set loop_playback : off on",

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Several recorders as one: takes that begin with the same frame, and how far those that run are apart.
-import type { Deck } from "../link/deck";
+import { type Deck, sentence } from "../link/deck";
 import { isRecording } from "../link/state";
 
 export interface Member {
@@ -19,10 +19,10 @@ export async function recordTogether(members: Member[]): Promise<string> {
   const offset = members[0].deck.clockOffset ?? Date.now() - performance.now();
   const start = new Date(performance.now() + offset + ahead).toISOString();
   const answers = await Promise.all(members.map(({ deck }) => deck.run("record", { start })));
-  const failed = members.filter((_, i) => !answers[i].done);
+  const failed = members.flatMap(({ name }, i) => (answers[i].done ? [] : [`${name}: ${sentence(answers[i].sentence)}`]));
   if (!failed.length) return "";
   await stopTogether(members.filter((_, i) => answers[i].done));
-  return `${failed.map(({ name }) => name).join(", ")} did not begin: the takes of the others were ended.`;
+  return `${failed.join(" ")} The takes of the others were ended.`;
 }
 
 export async function stopTogether(members: Member[]): Promise<void> {

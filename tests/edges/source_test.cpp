@@ -245,10 +245,12 @@ TEST(NetworkCoding, codesAsItsKeysSayAndTakesEveryCallerFromTheFirstOn)
         const char *keys;
         const char *codecs;
         double mostBits; ///< a second, of all that is sent
+        int streams = 2;
     };
     const Case cases[] = {{"", "h264,aac", 4e6},
                           {"&codec=h264&bitrate=500k&audio=mp2&audio_bitrate=64k", "h264,mp2", 900e3},
-                          {"&codec=mpeg2&bitrate=2M&audio=aac", "mpeg2video,aac", 2.8e6}};
+                          {"&codec=mpeg2&bitrate=2M&audio=aac", "mpeg2video,aac", 2.8e6},
+                          {"&channels=16&audio=mp2&bitrate=500k", "h264,mp2", 3e6, 9}};
     const TestDir dir;
     const QString path = dir.file(QStringLiteral("seen.ts"));
     allowLog(QStringLiteral("qmxmuxsink"));
@@ -271,10 +273,12 @@ TEST(NetworkCoding, codesAsItsKeysSayAndTakesEveryCallerFromTheFirstOn)
                 QStringLiteral("ffprobe"), QStringLiteral("-v error -show_streams %1").arg(path).split(' '));
             for (const QByteArray &codec : QByteArray(c.codecs).split(','))
                 EXPECT_TRUE(probe.out.contains("codec_name=" + codec + '\n')) << probe.out.constData();
+            EXPECT_EQ(probe.out.count("[STREAM]"), c.streams);
             EXPECT_LT(double(readAll(path).size()) * 8 / 3, c.mostBits);
         }
     }
-    for (const char *nonsense : {"codec=vp9", "bitrate=8", "bitrate=fast", "audio=h264", "bitrte=8M"}) {
+    for (const char *nonsense :
+         {"codec=vp9", "bitrate=8", "bitrate=fast", "audio=h264", "bitrte=8M", "channels=3"}) {
         const auto sink = qmxCreateSink(QStringLiteral("udp://127.0.0.1:1?") + QLatin1String(nonsense),
                                         QmxEnvironment::current());
         EXPECT_TRUE(sink->problem().contains(QString::fromLatin1(nonsense).section('=', 0, 0) + ": "))

@@ -24,8 +24,8 @@ public:
 };
 
 /// Sends the output to a file (container by its ending) or as an MPEG transport stream to a network
-/// address: H.264 and AAC, or what the keys of the address ask for, with the first two channels of sound; or
-/// shows it in a window of this machine's desktop ("window:TITLE"), without sound.
+/// address: H.264 and AAC, or what the keys of the address ask for, with the first two channels of sound, or
+/// more in tracks of two; or shows it in a window of this machine's desktop ("window:TITLE"), without sound.
 ///
 /// Another format of the output begins the stream anew, and a new file ("NAME_2.ts"). After an error the
 /// output is opened again two seconds later.

@@ -18,6 +18,7 @@ constexpr qint64 highestVideoRate = 400'000'000;
 constexpr qint64 lowestAudioRate = 32'000;
 constexpr qint64 highestAudioRate = 512'000;
 constexpr qint64 thousand = 1000;
+constexpr int mostChannels = 16;
 
 const std::array codecs = {
     QmxOutputCodecRow{"h264", "H.264", true, AV_CODEC_ID_H264, "libx264", 0.12}, // about 6 Mb/s for 1080p25
@@ -60,6 +61,15 @@ qint64 rateFrom(const QString &text, qint64 lowest, qint64 highest, QString *pro
     return 0;
 }
 
+/// 2 and a problem when it is none that goes into tracks of two.
+int channelsFrom(const QString &text, QString *problem)
+{
+    const int channels = text.toInt();
+    if (channels >= 2 && channels <= mostChannels && channels % 2 == 0) return channels;
+    *problem = QStringLiteral("\"%1\" is no even number from 2 to %2").arg(text).arg(mostChannels);
+    return 2;
+}
+
 /// Whether libavformat knows a key of this protocol: others would be passed over without a word.
 bool isProtocolKey(const QString &scheme, const QString &key)
 {
@@ -97,12 +107,14 @@ QmxOutputOptions QmxOutputOptions::parse(const QString &locator)
             options.videoRate = rateFrom(value, lowestVideoRate, highestVideoRate, &problem);
         else if (key == QLatin1String("audio_bitrate"))
             options.audioRate = rateFrom(value, lowestAudioRate, highestAudioRate, &problem);
+        else if (key == QLatin1String("channels"))
+            options.channels = channelsFrom(value, &problem);
         else if (isProtocolKey(locator.left(scheme), key))
             left.append(pair);
         else
             problem =
-                QStringLiteral("it has no such key; it has codec, bitrate, audio, audio_bitrate and those of "
-                               "libavformat for %1")
+                QStringLiteral("it has no such key; it has codec, bitrate, audio, audio_bitrate, channels "
+                               "and those of libavformat for %1")
                     .arg(locator.left(scheme));
         if (!problem.isEmpty() && options.problem.isEmpty())
             options.problem = QStringLiteral("%1: %2").arg(key, problem);

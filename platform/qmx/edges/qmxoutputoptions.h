@@ -32,6 +32,7 @@ struct QmxOutputOptions
     const QmxOutputCodecRow *audio = nullptr;
     qint64 videoRate = 0; ///< bits a second; 0: what suits the format
     qint64 audioRate = 0;
+    int channels = 2;        ///< of sound, in tracks of two: the first ones of the output
     bool isListener = false; ///< waits for a caller
     QString problem;         ///< not empty: the locator makes no sense, and why
 

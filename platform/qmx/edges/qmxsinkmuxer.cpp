@@ -3,9 +3,11 @@
 #include "platform/qmx/edges/qmxmuxsink.h"
 #include "platform/qmx/edges/qmxsourceaudio.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <vector>
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -13,7 +15,7 @@ extern "C" {
 }
 
 namespace {
-constexpr int outputChannels = 2;
+constexpr int trackChannels = 2; ///< of each track of sound: what every receiver can play
 
 /// The codecs to choose from when none is named, best first.
 constexpr std::array videoChoice = {"h264", "mpeg2"};
@@ -48,10 +50,12 @@ private:
     };
     QmxError addVideo(const QmxOutputOptions &options, const QmxImageDesc &desc);
     QmxError addAudio(const QmxOutputOptions &options);
+    QmxError addTrack(const QmxOutputOptions &options, const QmxOutputCodecRow &row, const AVCodec *codec);
     const QmxOutputCodecRow *choose(const QmxOutputCodecRow *asked, std::span<const char *const> names) const;
     QmxError openTrack(const AVCodec *codec, Track &track);
     QmxError writePicture(const QmxPicture &picture, qint64 time);
     QmxError writeSound(const QmxOutputFrame &frame);
+    QmxError writePair(const QmxAudio &piece, int number);
     QmxError send(Track &track, const AVFrame *frame);
 
     QmxLibav::Packet _packet{av_packet_alloc()};
@@ -59,7 +63,8 @@ private:
     QmxLibav::Resampler _resampler;
     QmxSourceAudio _sound;
     std::unique_ptr<AVFormatContext, CloseOutput> _output;
-    Track _video, _audio;
+    Track _video;
+    std::vector<Track> _audio; ///< a pair of channels each
     QSize _size;
     bool _interlaced = false;
     bool _started = false;
@@ -71,7 +76,8 @@ Muxer::~Muxer()
 {
     if (!_started) return;
     send(_video, nullptr);
-    if (_audio.coder) send(_audio, nullptr);
+    for (Track &pair : _audio)
+        send(pair, nullptr);
     av_write_trailer(_output.get());
 }
 
@@ -176,21 +182,29 @@ QmxError Muxer::addAudio(const QmxOutputOptions &options)
     const QmxOutputCodecRow *row = choose(options.audio, audioChoice);
     const AVCodec *codec = row ? qmxFindEncoder(*row) : nullptr;
     if (!codec || _output->oformat->audio_codec == AV_CODEC_ID_NONE) return QmxError();
-    _audio.coder.reset(avcodec_alloc_context3(codec));
-    AVCodecContext *c = _audio.coder.get();
-    if (!c) return QmxError(ENOMEM);
-    c->sample_rate = qmxAudioRate;
-    c->time_base = {1, qmxAudioRate};
-    c->bit_rate = options.audioRate > 0 ? options.audioRate : int64_t(row->rate);
-    c->sample_fmt = codec->id == AV_CODEC_ID_MP2 ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_FLTP;
-    av_channel_layout_default(&c->ch_layout, outputChannels);
+    for (int channel = 0; channel < options.channels; channel += trackChannels)
+        if (QmxError error = addTrack(options, *row, codec); error.isError()) return error;
+    AVCodecContext *c = _audio.front().coder.get();
     SwrContext *made = nullptr;
     swr_alloc_set_opts2(&made, &c->ch_layout, c->sample_fmt, qmxAudioRate, &c->ch_layout, AV_SAMPLE_FMT_S32,
                         qmxAudioRate, 0, nullptr);
     _resampler.reset(made);
-    if (const int result = swr_init(_resampler.get()); result < 0)
-        return QmxLibav::error(QStringLiteral("convert its sound"), result);
-    return openTrack(codec, _audio);
+    const int result = swr_init(_resampler.get());
+    return result < 0 ? QmxLibav::error(QStringLiteral("convert its sound"), result) : QmxError();
+}
+
+QmxError Muxer::addTrack(const QmxOutputOptions &options, const QmxOutputCodecRow &row, const AVCodec *codec)
+{
+    Track &track = _audio.emplace_back();
+    track.coder.reset(avcodec_alloc_context3(codec));
+    AVCodecContext *c = track.coder.get();
+    if (!c) return QmxError(ENOMEM);
+    c->sample_rate = qmxAudioRate;
+    c->time_base = {1, qmxAudioRate};
+    c->bit_rate = options.audioRate > 0 ? options.audioRate : int64_t(row.rate);
+    c->sample_fmt = codec->id == AV_CODEC_ID_MP2 ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_FLTP;
+    av_channel_layout_default(&c->ch_layout, trackChannels);
+    return openTrack(codec, track);
 }
 
 QmxError Muxer::openTrack(const AVCodec *codec, Track &track)
@@ -216,7 +230,7 @@ QmxError Muxer::write(const QmxOutputFrame &frame)
         picture.fillBlack();
     }
     const QmxError error = writePicture(picture, frame.tick.index - _firstTick);
-    return error.isError() || !_audio.coder ? error : writeSound(frame);
+    return error.isError() || _audio.empty() ? error : writeSound(frame);
 }
 
 QmxError Muxer::writePicture(const QmxPicture &picture, qint64 time)
@@ -247,28 +261,38 @@ QmxError Muxer::writeSound(const QmxOutputFrame &output)
         _sound.append(output.audio);
     else
         _sound.appendSilence(expected);
-    const int length = _audio.coder->frame_size > 0 ? _audio.coder->frame_size : expected;
+    const int length = _audio.front().coder->frame_size > 0 ? _audio.front().coder->frame_size : expected;
     while (_sound.count() >= length) {
         const QmxAudio piece = _sound.take(length, output.tick.rate);
         if (!piece.isValid()) return QmxError(ENOMEM, QStringLiteral("Out of picture memory"));
-        std::vector<qint32> pair(size_t(length) * outputChannels);
-        for (int i = 0; i < length * outputChannels; ++i)
-            pair[size_t(i)] = piece.data()[i / outputChannels * piece.desc().channels() + i % outputChannels];
-        const QmxLibav::Frame frame(av_frame_alloc());
-        if (!frame) return QmxError(ENOMEM);
-        frame->format = _audio.coder->sample_fmt;
-        frame->nb_samples = length;
-        frame->sample_rate = qmxAudioRate;
-        av_channel_layout_default(&frame->ch_layout, outputChannels);
-        if (const int result = av_frame_get_buffer(frame.get(), 0); result < 0)
-            return QmxLibav::error(QStringLiteral("convert its sound"), result);
-        const auto *in = reinterpret_cast<const uint8_t *>(pair.data());
-        swr_convert(_resampler.get(), frame->extended_data, length, &in, length);
-        frame->pts = _samples;
+        for (int number = 0; number < int(_audio.size()); ++number)
+            if (QmxError error = writePair(piece, number); error.isError()) return error;
         _samples += length;
-        if (QmxError error = send(_audio, frame.get()); error.isError()) return error;
     }
     return QmxError();
+}
+
+QmxError Muxer::writePair(const QmxAudio &piece, int number)
+{
+    Track &track = _audio[size_t(number)];
+    const int length = piece.samples();
+    const int channels = piece.desc().channels();
+    std::vector<qint32> pair(size_t(length) * trackChannels);
+    for (int i = 0; i < length; ++i)
+        std::copy_n(piece.data() + qsizetype(i) * channels + number * trackChannels, trackChannels,
+                    pair.begin() + qsizetype(i) * trackChannels);
+    const QmxLibav::Frame frame(av_frame_alloc());
+    if (!frame) return QmxError(ENOMEM);
+    frame->format = track.coder->sample_fmt;
+    frame->nb_samples = length;
+    frame->sample_rate = qmxAudioRate;
+    av_channel_layout_default(&frame->ch_layout, trackChannels);
+    if (const int result = av_frame_get_buffer(frame.get(), 0); result < 0)
+        return QmxLibav::error(QStringLiteral("convert its sound"), result);
+    const auto *in = reinterpret_cast<const uint8_t *>(pair.data());
+    swr_convert(_resampler.get(), frame->extended_data, length, &in, length);
+    frame->pts = _samples;
+    return send(track, frame.get());
 }
 
 QmxError Muxer::send(Track &track, const AVFrame *frame)

@@ -57,10 +57,10 @@ const std::array rows = {
     QmxSinkRow{"window", "a window on this machine's desktop; \"window:TITLE\"", createNetwork},
     QmxSinkRow{"alsa", "the sound on a sound device; \"alsa:default\", \"alsa:hw:1?channels=8\"",
                createSound},
-    QmxSinkRow{
-        "udp",
-        "MPEG transport stream; \"udp://HOST:PORT?codec=h264&bitrate=8M&audio=aac&audio_bitrate=192k\"",
-        createNetwork},
+    QmxSinkRow{"udp",
+               "MPEG transport stream; "
+               "\"udp://HOST:PORT?codec=h264&bitrate=8M&audio=aac&audio_bitrate=192k&channels=16\"",
+               createNetwork},
     QmxSinkRow{"srt",
                "MPEG transport stream, keys as for udp; \"srt://HOST:PORT\", \"srt://:PORT?mode=listener\"",
                createNetwork},

@@ -369,7 +369,10 @@ void RedisBackend::drain()
     _wakeup.drain();
 }
 
-void RedisBackend::care() {}
+void RedisBackend::care()
+{
+    if (_context.isRecorder && ++_careRounds % StoreContext::roundsUntilClear == 0) clearLeftovers(false);
+}
 
 StoreResult RedisBackend::alarmHistory(int newest, std::vector<AlarmRecord> &records)
 {

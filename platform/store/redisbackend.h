@@ -81,9 +81,10 @@ private:
     RedisWakeup _wakeup;
     qint64 _lastAnswer = 0; ///< when the server answered last: microseconds since 1970; 0: never
     qint64 _claimed = 0;    ///< when the recorder's name was last found ours, in the same time; 0: never
-    quint64 _newest = 0;    ///< newest version that the server has told
-    quint64 _seen = 0;      ///< version up to which changes have been given out ...
-    std::string _seenRow;   ///< ... and the row there; empty when it is not known
+    int _careRounds = 0;
+    quint64 _newest = 0;  ///< newest version that the server has told
+    quint64 _seen = 0;    ///< version up to which changes have been given out ...
+    std::string _seenRow; ///< ... and the row there; empty when it is not known
 
     const std::string _writer;           ///< name of this object at the server
     quint64 _try = 0;                    ///< number of the last try of a batch

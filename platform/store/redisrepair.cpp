@@ -103,9 +103,9 @@ StoreResult RedisBackend::clearLeftovers(bool thorough)
         // That the store was restored is shown until the daemon starts anew: whoever restored it may have
         // been a command of a moment.
         const bool staysUp = descriptor->id() == eParam_AlarmStoreRestored && !restarted && !thorough;
-        const bool isDead = descriptor->isAlarm() && !staysUp &&
-                            (restarted || !storeSourceIsAlive(stored.source) ||
-                             (thorough && storeSourceIsReplaced(stored.source, _context.source)));
+        const bool isDead =
+            descriptor->isAlarm() && !staysUp &&
+            (restarted || storeSourceHasLeft(stored.source, _context.source, _context.isRecorder, thorough));
         const bool isOver =
             !descriptor->isAlarm() && restarted && descriptor->keep() == ParamDescriptor::Keep::Volatile;
         if (isDead || isOver) stale.push_back({{eParam_t(id), descriptor->defaultValue()}, stored.version});

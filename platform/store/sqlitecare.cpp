@@ -50,6 +50,7 @@ void SqliteBackend::care()
     _careError = reason;
     _files.restoreBallast();
     tellOfRoom();
+    if (_context.isRecorder && _careRounds % StoreContext::roundsUntilClear == 0) prepare(false);
 }
 
 /// Only who looks more than once: an alarm of a program that is about to end would end with it.

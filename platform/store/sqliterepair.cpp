@@ -119,7 +119,8 @@ StoreResult SqliteBackend::createOrRestore(const std::string &reason)
 }
 
 /// What earlier processes left behind: alarms that nobody is there to clear, and, after a restart of the
-/// machine, everything that is not kept over it.
+/// machine, everything that is not kept over it. Whose alarms they are the recorder's own programs judge, and
+/// who comes in the place of the dead one: a command of a moment, which may not see the process, does not.
 StoreResult SqliteBackend::clearLeftovers(bool isStart)
 {
     const std::string boot = SqliteSchema::bootId();
@@ -135,8 +136,7 @@ StoreResult SqliteBackend::clearLeftovers(bool isStart)
         const bool staysUp = descriptor->id() == eParam_AlarmStoreRestored && !restarted && !isStart;
         if ((restarted && isVolatile(*descriptor)) ||
             (descriptor->isAlarm() && !staysUp &&
-             (!storeSourceIsAlive(stored.source) ||
-              (isStart && storeSourceIsReplaced(stored.source, _context.source)))))
+             storeSourceHasLeft(stored.source, _context.source, _context.isRecorder, isStart)))
             stale.push_back(eParam_t(id));
     }
     if (_database.isFailed()) return _database.result("cannot read");

@@ -77,6 +77,8 @@ struct StoreContext
     std::shared_ptr<std::atomic<bool>> interrupted;
     /// Of the daemons, not of a companion, which may be on any machine: a store on a server is theirs alone.
     bool isRecorder = false;
+    /// Rounds of upkeep after which a recorder's program looks for alarms whose process has died.
+    static constexpr int roundsUntilClear = 5;
 };
 
 /// One connection to a store. One thread at a time; reconnects by itself. The promises that every backend
@@ -88,7 +90,7 @@ public:
     virtual ~StoreBackend();
 
     /// Once for each client, before all else: creates what is missing, checks and restores what is damaged
-    /// (`thorough`: every page), clears alarms of processes that have died.
+    /// (`thorough`: every page), clears what earlier processes left behind (storeSourceHasLeft()).
     virtual StoreResult prepare(bool thorough) = 0;
     /// Commits all of `writes` or none. `versions` gets one number each; 0: equal to what is there, no event.
     virtual StoreResult write(const std::vector<StoreWrite> &writes, std::vector<quint64> &versions) = 0;
@@ -108,7 +110,8 @@ public:
     /// The changes that came with what drain() emptied last; the first that follows on a cursor, and those
     /// that follow on it, need not be read with changes(). Each once.
     virtual HeardChanges takeHeard();
-    /// Upkeep that no write should wait for; called about once a second from a thread of its own.
+    /// Upkeep that no write should wait for, alarms of the dead among it; called about once a second from a
+    /// thread of its own.
     virtual void care() = 0;
     virtual StoreResult alarmHistory(int newest, std::vector<AlarmRecord> &records) = 0;
 };

@@ -87,6 +87,12 @@ bool storeSourceIsReplaced(const std::string &source, const std::string &by)
            source != by;
 }
 
+bool storeSourceHasLeft(const std::string &source, const std::string &by, bool byRecorder, bool isStart)
+{
+    const bool isReplaced = storeSourceIsReplaced(source, by);
+    return (isStart && isReplaced) || ((byRecorder || isReplaced) && !storeSourceIsAlive(source));
+}
+
 bool isStoreUpkeep(const std::string &source)
 {
     return source.starts_with("store@");

@@ -14,7 +14,7 @@ platform/qmx/codec/prores: platform/qmx/core
 platform/qmx/clip: platform/qmx/core platform/qmx/codec
 platform/qmx/edges: platform/qmx/core platform/qmx/codec
 platform/qmx/stream: platform/qmx/core platform/qmx/codec platform/qmx/clip
-platform/qmx/device: platform/qmx/core platform/qmx/codec platform/qmx/edges
+platform/qmx/device: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/qmx/edges
 platform/store: platform/qmx/core
 platform/product: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/store
 platform/control: platform/qmx/core platform/qmx/codec platform/qmx/clip platform/qmx/edges platform/store platform/product

@@ -15,19 +15,26 @@ struct MovPictureProof
     static MovPictureProof of(const void *data, size_t size);
 };
 
-/// The same of a picture that several writers are given: the first one who needs it finds it out, and the
-/// others wait for him. Any thread.
+/// The same of a picture that goes through several hands, with the picture's frame: the first one who needs it
+/// finds it out, and the others wait for him. It is of these bytes alone: of others, which somebody has put in
+/// their place, it is found out anew. Any thread.
 class MovSharedProof
 {
 public:
-    const MovPictureProof &of(const void *data, size_t size)
+    MovPictureProof of(const void *data, size_t size)
     {
-        std::call_once(_once, [&] { _proof = MovPictureProof::of(data, size); });
-        return _proof;
+        std::call_once(_once, [&] {
+            _proof = MovPictureProof::of(data, size);
+            _data = data;
+            _size = size;
+        });
+        return data == _data && size == _size ? _proof : MovPictureProof::of(data, size);
     }
 
 private:
     std::once_flag _once;
+    const void *_data = nullptr;
+    size_t _size = 0;
     MovPictureProof _proof;
 };
 using MovSharedProofPtr = std::shared_ptr<MovSharedProof>;

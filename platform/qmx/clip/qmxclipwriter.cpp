@@ -83,8 +83,9 @@ QmxError QmxClipWriter::Private::writePicture(QmxBuffer picture, const MovShared
     output.reserve(position, position + padded);
     QmxError error = output.write(data, padded, position);
     if (error.isError()) return error;
+    const uchar *const bytes = picture.constData();
     const MovPictureProof proves =
-        shared ? shared->of(data, size_t(size)) : MovPictureProof::of(data, size_t(size));
+        shared ? shared->of(bytes, size_t(size)) : MovPictureProof::of(bytes, size_t(size));
     fragment.frames.push_back({position, quint32(size), proves.crc});
     chain.addPicture(proves.digest);
     position += padded;
@@ -346,7 +347,8 @@ QmxFrame QmxClipWriter::share(const QmxFrame &frame)
     QmxFrame shared = frame;
     if (!frame.vids().isEmpty() && frame.vids().first().isValid())
         fillUp(frame.vids().first().buffers().first());
-    shared.meta().insert(QmxIds::pictureProof, QVariant::fromValue(std::make_shared<MovSharedProof>()));
+    if (!shared.meta().contains(QmxIds::pictureProof))
+        shared.meta().insert(QmxIds::pictureProof, QVariant::fromValue(std::make_shared<MovSharedProof>()));
     return shared;
 }
 

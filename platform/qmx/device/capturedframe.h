@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/movpictureproof.h"
 #include "platform/qmx/codec/qmxpicture.h"
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/core/qmxtimecode.h"
@@ -21,6 +22,7 @@ struct CapturedFrame
     bool waitsForWork = false; ///< input conversion and table have not been applied yet
     Coding coding = Raw;
     QmxBuffer coded;
+    MovSharedProofPtr proof; ///< of what is coded; in a take it is known by then
     QmxAudio audio; ///< not valid and without description: none wanted
     QmxTimecode timecode;
     QmxMetadataHash metadata;

@@ -16,6 +16,7 @@ QmxFrame CapturedFrame::toFrame() const
     if (audio.desc().isValid()) frame.auds().append(audio);
     frame.meta() = metadata;
     frame.meta().insert(QmxIds::timecode, QVariant::fromValue(timecode));
+    if (hasPicture && proof) frame.meta().insert(QmxIds::pictureProof, QVariant::fromValue(proof));
     return frame;
 }
 

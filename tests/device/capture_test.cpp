@@ -114,8 +114,13 @@ TEST_F(Capture, timeOfDayIsThatOfTheNewestFrame)
 
 TEST_F(Capture, losesAFrameOnlyWhenTheQueueIsFullAndSaysSo)
 {
-    // Standby keeps the newest frames, and its losses are none of the take.
+    // Standby keeps the newest frames, and its losses are none of the take; nobody counts them as lost.
+    const auto dropped = [] {
+        return QmxEnvironment::current().deck->counters.value(QmxCounters::FramesDroppedCapture);
+    };
+    const qint64 before = dropped();
     Stepper::runTicks(50);
+    EXPECT_EQ(dropped(), before);
     bench.setRecord(true);
     Stepper::deliver();
     bench.takeSignals();
@@ -125,6 +130,7 @@ TEST_F(Capture, losesAFrameOnlyWhenTheQueueIsFullAndSaysSo)
     Stepper::runTicks(42);
     EXPECT_EQ(bench.device->framesReadable(), 40);
     EXPECT_EQ(bench.takeSignals(), QStringList({"dropped", "dropped"}));
+    EXPECT_EQ(dropped(), before + 2);
     const QList<int> first = bench.readNumbers();
     Stepper::runTicks(1);
     EXPECT_EQ(bench.readNumbers(), QList<int>({first.last() + 3}));

@@ -8,9 +8,12 @@ namespace {
 constexpr const char *logSource = "lumen";
 } // namespace
 
+/// What nobody records is lost to nobody: out of a take, also while its end is still being written, frames
+/// that are not read make room for newer ones.
 void LumenEngine::captureLost(qint64 frames)
 {
-    _environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
+    if (_capture.isRecording())
+        _environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
     push(DeviceEvent::CaptureDropped, _capture.take());
 }
 
@@ -34,8 +37,10 @@ void LumenEngine::encode(CodecContexts &contexts, const CapturedFramePtr &frame)
 {
     QmxPicture picture;
     QmxImageDesc desc;
+    bool inTake = false;
     {
         std::lock_guard lock(_mutex);
+        inTake = _capture.isRecording();
         if (!_capture.wantsCoded(*frame)) {
             // Nobody wants it coded any more; should a take begin while it waits it is queued again.
             frame->coding = CapturedFrame::Raw;
@@ -61,7 +66,11 @@ void LumenEngine::encode(CodecContexts &contexts, const CapturedFramePtr &frame)
                      "A captured picture is lost: coding as %s failed: %s\n", qPrintable(desc.toString()),
                      qPrintable(error.toString()));
     }
+    // Here its bytes are near. What is only kept for a take to come need not be proved.
+    const auto proof = std::make_shared<MovSharedProof>();
+    if (inTake && coded.isValid()) proof->of(coded.constData(), size_t(coded.size()));
     std::lock_guard lock(_mutex);
+    frame->proof = proof;
     if (_capture.coded(frame, coded)) captureLost();
 }
 

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxalarmlist.h"
 #include "platform/qmx/core/qmxids.h"
+#include "platform/store/storealarmlist.h"
 
 namespace {
 
@@ -11,7 +12,7 @@ constexpr AlarmRow rows[] = {
     {eParam_Alarm##row, QmxIds::alarm##row, name, AlarmPolicy::policy, levels, meaning, reason, advice},
 #define STORE_ALARM(row, name, policy, levels, meaning, reason, advice)                                      \
     {eParam_Alarm##row, QmxIds::none, name, AlarmPolicy::policy, levels, meaning, reason, advice},
-    QMX_ALARMS(FRAMEWORK_ALARM, STORE_ALARM)
+    QMX_ALARMS(FRAMEWORK_ALARM, STORE_ALARM) STORE_ALARMS(STORE_ALARM)
 #undef FRAMEWORK_ALARM
 #undef STORE_ALARM
 };

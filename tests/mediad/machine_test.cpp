@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the media daemon decides: media and parameters in, writes in their order out.
+#include "companions/mediad/choicecheck.h"
 #include "companions/mediad/mediamachine.h"
+#include "platform/store/eparammedia.h"
+#include "platform/store/paramdescriptor.h"
 
 #include <gtest/gtest.h>
 
@@ -502,4 +505,36 @@ TEST_F(Machine, hasTheListsMadeAnewWhenTheTransportHasMissedAListing)
     is.status = TransportStatus::Stopped;
     EXPECT_EQ(step(), Writes{"updated"});
     EXPECT_EQ(step(), Writes());
+}
+
+TEST(ChoiceCheck, tellsOfWhatIsNotThereOnceTheMediumHasBeenLookedAt)
+{
+    CreateDescriptors();
+    Medium medium{"/media/A", "A", 1, true, 90, 0, {"a.mov", "b.mov"}, true, {"take.mov"}};
+    MediaParameters is;
+    is.currentClip = "b.mov";
+    ChoiceCheck check;
+    const auto judge = [&](eParam_t id, const std::string &text, unsigned number = 0, bool begun = false) {
+        check.note(id, {text, number, 100});
+        const auto early = check.step(100, &medium, 99, is, "a.mov\nb.mov", false);
+        EXPECT_TRUE(early.empty()) << "it may have come since";
+        const auto told = check.step(101, &medium, 100, is, "a.mov\nb.mov", begun);
+        return told.empty() ? std::string() : told.front().text.empty() ? "cleared" : told.front().text;
+    };
+    for (const char *good : {"a.mov", "b.mov[0-10)", "take.mov", "N/A", ""})
+        EXPECT_EQ(judge(eParam_GoToClipName, good), "");
+    EXPECT_NE(judge(eParam_GoToClipName, "c.mov").find("no clip c.mov on /media/A"), std::string::npos);
+    EXPECT_EQ(judge(eParam_GoToClipName, "a.mov"), "cleared");
+    EXPECT_NE(judge(eParam_PlayList, "a.mov\nc.mov").find("c.mov"), std::string::npos);
+    EXPECT_EQ(judge(eParam_PlayList, "a.mov\nb.mov\na.mov"), "cleared");
+    EXPECT_EQ(judge(eParam_GoToClipIndex, "", 2), "") << "the one that is being recorded";
+    EXPECT_NE(judge(eParam_GoToClipIndex, "", 3).find("from 0 to 2"), std::string::npos);
+    is.playbackSource = PlaybackSource::PlayList;
+    EXPECT_NE(judge(eParam_GoToClipIndex, "", 2).find("from 0 to 1"), std::string::npos);
+    // The transport names the clip of a take before it is there, and has gone on from what is heard late.
+    is.currentClip = "next.mov";
+    EXPECT_EQ(judge(eParam_CurrentClip, "old.mov"), "");
+    EXPECT_NE(judge(eParam_CurrentClip, "next.mov"), "");
+    is.status = TransportStatus::Recording;
+    EXPECT_EQ(judge(eParam_CurrentClip, "next.mov", 0, true), "cleared") << "by the take";
 }

@@ -37,7 +37,7 @@ TEST_F(Descriptors, everyRowIsWhole)
                   row->type() == ParamDescriptor::String);
         EXPECT_EQ(row->isAlarm(), (row->id() >> 16) == 0x7E07 ||
                                       (row->id() >= 0x50000064 && row->id() <= 0x50000065) ||
-                                      (row->id() >= 0x50000010 && row->id() <= 0x50000015));
+                                      (row->id() >= 0x50000010 && row->id() <= 0x50000016));
 
         std::string reason;
         EXPECT_TRUE(row->keep() == ParamDescriptor::Keep::Command || row->check(row->defaultValue(), reason))

@@ -118,6 +118,16 @@ QString lineOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
     return text;
 }
 
+/// Where the take is written to, or the next one will be.
+QString placesText(const DeckState &deck)
+{
+    if (deck.path.isEmpty()) return QStringLiteral("no medium");
+    if (deck.mirrorPath.isEmpty()) return deck.path;
+    const bool hasLostOne = deck.isRecording() && deck.clipFrames > 0 && deck.takeCopies == 1;
+    return hasLostOne ? QStringLiteral("one medium only: mirror_lost says which")
+                      : QStringLiteral("%1 and %2").arg(deck.path, deck.mirrorPath);
+}
+
 /// Everything that a deck shows on its front, a line each.
 QString pageOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &card, const QString &input,
                bool loops, const std::optional<FiguresAge> &age)
@@ -130,10 +140,8 @@ QString pageOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
     const bool knows = deck.storeProblem.isEmpty();
     if (card) line("input", knows ? QStringLiteral("%1: %2").arg(input, card->input) : card->input);
     if (knows) {
-        line("records", QStringLiteral("%1, %2, on %3%4%5")
-                            .arg(deck.recordFormat, deck.recordCodec,
-                                 deck.path.isEmpty() ? QStringLiteral("no medium") : deck.path,
-                                 deck.mirrorPath.isEmpty() ? QString() : " and " + deck.mirrorPath,
+        line("records", QStringLiteral("%1, %2, on %3%4")
+                            .arg(deck.recordFormat, deck.recordCodec, placesText(deck),
                                  deck.secondsLeft > 0
                                      ? QStringLiteral(", %1 left").arg(durationText(double(deck.secondsLeft)))
                                      : QString()));

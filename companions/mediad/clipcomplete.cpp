@@ -228,8 +228,12 @@ QmxError lookAt(const std::string &path, const QmxEnvironment &environment, Look
 } // namespace
 
 QmxError completeCopy(const std::string &one, const std::string &other, const QmxEnvironment &environment,
-                      const Pace &pace, std::string &text)
+                      const Pace &pace, std::string &text, bool *isLeft)
 {
+    const auto leave = [isLeft] {
+        if (isLeft) *isLeft = true;
+        return QmxError();
+    };
     Look first;
     Look second;
     QmxError error = lookAt(one, environment, first);
@@ -241,7 +245,7 @@ QmxError completeCopy(const std::string &one, const std::string &other, const Qm
     const Look::State state = firstIsLonger ? second.state : first.state;
     if ((firstIsLonger ? first : second).state != Look::Readable) {
         text = "nothing can be read of " + one + " and " + other + "; there is nothing to complete";
-        return {};
+        return leave();
     }
     if (state == Look::Empty) error = deleteClip(early, environment);
     if (!error.isError() && (state == Look::Empty || state == Look::Missing)) {
@@ -251,7 +255,7 @@ QmxError completeCopy(const std::string &one, const std::string &other, const Qm
     if (error.isError() || state == Look::Empty || state == Look::Missing) return error;
     if (!isSameClip(whole, early, environment)) {
         text = early + " is another clip than " + whole + " and stays as it is";
-        return {};
+        return leave();
     }
     if (first.frames == second.frames) {
         text = one + " and " + other + " are both whole, " + std::to_string(first.frames) + " frames";

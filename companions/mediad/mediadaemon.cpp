@@ -65,6 +65,7 @@ void MediaDaemon::timerEvent(QTimerEvent *)
 
 void MediaDaemon::ParamChanged(eParam_t id, unsigned value, timeval)
 {
+    if (ChoiceCheck::isChoice(id)) _choices.note(id, {{}, value, _environment.clock->now()});
     switch (id) {
     case eParam_StorageState:
         if (StorageState(value) == StorageState::RolloverDone) ++_rolloversDone;
@@ -102,6 +103,7 @@ void MediaDaemon::ParamChanged(eParam_t id, std::string value, timeval)
         wake();
         return;
     }
+    if (ChoiceCheck::isChoice(id)) _choices.note(id, {value, 0, _environment.clock->now()});
     switch (id) {
     case eParam_ActiveMediaPath:
         _activeSet = true;
@@ -116,6 +118,8 @@ void MediaDaemon::ParamChanged(eParam_t id, std::string value, timeval)
         _rolloverSet = true;
         break;
     case eParam_MirrorMediaPath:
+    case eParam_CurrentClip:
+    case eParam_PlayList:
         break;
     default:
         return;
@@ -149,6 +153,7 @@ void MediaDaemon::step()
     const MediaParameters is = parameters();
     MediaOrders orders = _machine.step(_environment.clock->now(), now, is, happened);
     followSchedule(is, happened, orders.writes);
+    checkChoices(now, is, happened, orders.writes);
     for (const MediaWrite &write : orders.writes)
         log(write);
     _store.queue(orders.writes);
@@ -253,14 +258,33 @@ void MediaDaemon::followSchedule(const MediaParameters &is, const MediaEvents &h
                                  std::vector<MediaWrite> &writes)
 {
     RecordSchedule &takes = schedule();
-    const ScheduleMachine::Orders orders = _scheduleMachine.step(
-        takes, {_environment.clock->wallTime(), std::max(is.recorder, 0), is.status, happened.commands});
+    QmxCountersReader counters;
+    const bool runs = std::any_of(takes.takes.begin(), takes.takes.end(),
+                                  [](const ScheduledTake &take) { return take.begun; });
+    const qint64 frames =
+        runs && counters.open() ? counters.value(QStringLiteral("frames_recorded")) : qint64(0);
+    const ScheduleMachine::Orders orders =
+        _scheduleMachine.step(takes, {_environment.clock->wallTime(), std::max(is.recorder, 0), is.status,
+                                      happened.commands, frames});
     for (const std::string &line : orders.log)
         qmxLogOutput(QmxLogLevel::Info, module, __LINE__, "Scheduled %s\n", line.c_str());
     writes.insert(writes.end(), orders.writes.begin(), orders.writes.end());
     if (!orders.changed) return;
     _scheduleText = takes.print();
     writes.push_back({eParam_RecordSchedule, MediaWrite::Text, 0, _scheduleText});
+}
+
+void MediaDaemon::checkChoices(const std::vector<Medium> &media, const MediaParameters &is,
+                               const MediaEvents &happened, std::vector<MediaWrite> &writes)
+{
+    const auto active = std::find_if(media.begin(), media.end(),
+                                     [&is](const Medium &medium) { return medium.path == is.active; });
+    const auto place = _places.find(is.active);
+    const std::vector<MediaWrite> told =
+        _choices.step(_environment.clock->now(), active == media.end() ? nullptr : &*active,
+                      place == _places.end() ? 0 : place->second->knownSince, is,
+                      _store.text(eParam_PlayList), happened.takeBegun);
+    writes.insert(writes.end(), told.begin(), told.end());
 }
 
 /// Orders to the schedule are done at once. False: it is another one.
@@ -338,6 +362,7 @@ void MediaDaemon::takeOrders(const std::vector<Medium> &media, const MediaParame
 /// What is missing in one copy of a take on two media comes from the other one.
 void MediaDaemon::careForCopies(const std::vector<Medium> &media, const MediaParameters &is, bool takeBegun)
 {
+    if (takeBegun) _copyIsLeft = false;
     if (_first) {
         _copiesKept = _store.text(eParam_MirrorPending);
         _copies.load(_copiesKept);
@@ -352,7 +377,8 @@ void MediaDaemon::orderTold(const MediaOrder &order, const MediaOrderState &stat
 {
     if (order.verb == "complete" && state.state != "running") {
         _copies.ended(_environment.clock->now(), order, state.state == "done");
-        if (state.state == "done" && _copies.isEmpty())
+        _copyIsLeft = _copyIsLeft || !state.report.empty();
+        if (state.state == "done" && _copies.isEmpty() && !_copyIsLeft)
             AlarmProducer::clear(&_store.config(), eParam_AlarmMirrorLost);
     }
     if (state.state != "running")

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "companions/mediad/choicecheck.h"
 #include "companions/mediad/clipshare.h"
 #include "companions/mediad/mediajobs.h"
 #include "companions/mediad/mediamachine.h"
@@ -57,6 +58,8 @@ private:
     RecordSchedule &schedule();
     void followSchedule(const MediaParameters &is, const MediaEvents &happened,
                         std::vector<MediaWrite> &writes);
+    void checkChoices(const std::vector<Medium> &media, const MediaParameters &is,
+                      const MediaEvents &happened, std::vector<MediaWrite> &writes);
     bool takeScheduleOrder(const MediaOrder &order);
     void readOrders();
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);
@@ -68,6 +71,7 @@ private:
     QmxEnvironment _environment;
     QmxLockFile _recorderLock;
     MediaMachine _machine;
+    ChoiceCheck _choices;
     ScheduleMachine _scheduleMachine;
     RecordSchedule _schedule;
     std::string _scheduleText; ///< as the store has it
@@ -76,8 +80,9 @@ private:
     MediaJobs _jobs;
     ClipShare _clips;
     MirrorCare _copies;
-    std::string _copiesKept; ///< as the store has it
-    std::string _reported;   ///< as the store has it
+    bool _copyIsLeft = false; ///< one of the last take cannot be completed
+    std::string _copiesKept;  ///< as the store has it
+    std::string _reported;    ///< as the store has it
     std::string _reportedPaths;
     qint64 _reportedAt = 0;
     std::vector<std::string> _repairs;   ///< since the last take

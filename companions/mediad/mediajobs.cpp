@@ -193,7 +193,9 @@ QmxError MediaJobs::runLong(const MediaOrder &order, const QmxEnvironment &envir
         report = QJsonDocument(clips.report).toJson(QJsonDocument::Compact).toStdString();
     } else if (order.verb == "complete") {
         text = path;
-        error = completeCopy(path, order.to + "/" + order.clip, environment, std::ref(pace), text);
+        bool isLeft = false;
+        error = completeCopy(path, order.to + "/" + order.clip, environment, std::ref(pace), text, &isLeft);
+        if (isLeft) report = QJsonDocument(QJsonObject{{"left", true}}).toJson().toStdString();
     } else {
         ClipExport wanted{QString::fromStdString(order.from),
                           QString::fromStdString(order.entries).split('\n', Qt::SkipEmptyParts),

@@ -58,6 +58,20 @@ void MirrorCare::follow(const std::vector<Medium> &media, const MediaParameters 
         _pair = {is.active, is.mirror, _pair.clipBefore}; // the take has moved on
 }
 
+/// The next clip of a take may be seen on its second medium before anybody has told that the first one is
+/// another now.
+void MirrorCare::followJoin(const std::vector<Medium> &media, const MediaParameters &is, Pending &entry)
+{
+    const auto has = [&entry](const Medium &medium) {
+        return medium.holds(entry.clip) ||
+               std::find(medium.recorded.begin(), medium.recorded.end(), entry.clip) != medium.recorded.end();
+    };
+    const Medium *one = mediumAt(media, entry.one);
+    const Medium *active = mediumAt(media, is.active);
+    if (one && active && active != mediumAt(media, entry.other) && !has(*one) && has(*active))
+        entry.one = is.active;
+}
+
 /// Every clip of a take that is to be on two media: whether it is will be looked at when the take has ended.
 void MirrorCare::note(const std::vector<Medium> &media, const MediaParameters &is)
 {
@@ -75,6 +89,8 @@ void MirrorCare::note(const std::vector<Medium> &media, const MediaParameters &i
         // A take that was over before anybody saw it grow.
         if (is.currentClip != _pair.clipBefore && place->holds(is.currentClip)) add(is.currentClip);
     }
+    for (Pending &entry : _pending)
+        followJoin(media, is, entry);
     if (_pending.size() > most) _pending.erase(_pending.begin(), _pending.end() - most);
 }
 

@@ -11,6 +11,7 @@
 #include "platform/store/values.h"
 
 #include <QDateTime>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
 
@@ -206,7 +207,12 @@ void DeckParameters::fillTransport()
     _made.path = text(eParam_ActiveMediaPath);
     _made.mirrorPath = text(eParam_MirrorMediaPath);
     _made.take = {};
-    if (_made.isRecording()) _made.take = QJsonDocument::fromJson(text(eParam_TakeStarter).toUtf8()).object();
+    if (!_made.isRecording()) return;
+    _made.take = QJsonDocument::fromJson(text(eParam_TakeStarter).toUtf8()).object();
+    // Another medium may have been chosen meanwhile for the second copies of the clips to come.
+    for (const auto &value : QJsonDocument::fromJson(text(eParam_MirrorPending).toUtf8()).array())
+        if (value.toObject().value("clip") == _made.clip)
+            _made.mirrorPath = value.toObject().value("other").toString();
 }
 
 void DeckParameters::fillFormats()
@@ -262,7 +268,8 @@ std::span<const DeckParameters::Part> DeckParameters::parts()
         // (Formats go by what the transport does.)
         {&D::fillTransport,
          {eParam_TransportStatus, eParam_TransportRunning, eParam_TransportSpeed, eParam_TransportCommand,
-          eParam_CurrentClip, eParam_ActiveMediaPath, eParam_MirrorMediaPath, eParam_TakeStarter}},
+          eParam_CurrentClip, eParam_ActiveMediaPath, eParam_MirrorMediaPath, eParam_MirrorPending,
+          eParam_TakeStarter}},
         {&D::fillFormats,
          {eParam_TransportStatus, eParam_InputFormat, eParam_RecordFormat, eParam_RecordCodec,
           eParam_MediaFormat, eParam_PlaybackSource, eParam_TimecodeSource}},

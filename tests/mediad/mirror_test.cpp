@@ -239,4 +239,17 @@ TEST_F(Copies, ofATakeThatHardlyAnybodySawAreCompletedToo)
     EXPECT_FALSE(soon.step(2, media, is, true)) << "it was there before";
     is.currentClip = "take.mov";
     EXPECT_TRUE(soon.step(3, media, is, true));
+
+    // The take goes on on another medium: its clip is seen beside the second copy first, then it is told
+    // where.
+    MirrorCare joined;
+    begin(joined, is);
+    is.status = TransportStatus::Recording;
+    media = {medium("/media/A"), medium("/media/B"), medium("/media/C")};
+    media[1].recorded = media[2].recorded = {"take_R2.mov"};
+    joined.step(2, media, is, true);
+    is.active = "/media/C";
+    joined.step(3, media, is);
+    EXPECT_NE(joined.print().find("/media/C"), std::string::npos) << joined.print();
+    EXPECT_EQ(joined.print().find("/media/A"), std::string::npos) << joined.print();
 }

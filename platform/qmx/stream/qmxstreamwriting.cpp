@@ -7,6 +7,8 @@
 
 #include <QPointer>
 
+#include <cerrno>
+
 void QmxStream::Private::writerClosed(StreamPair *of, const QmxError &error)
 {
     const QPointer<QmxStream> alive(q);
@@ -21,10 +23,12 @@ void QmxStream::Private::writerClosed(StreamPair *of, const QmxError &error)
 void QmxStream::Private::writerLostCopy(const QmxError &why, const QString &left)
 {
     environment.deck->counters.add(QmxCounters::WriteErrors);
+    const bool isFull = why.value() == ENOSPC || why.value() == EDQUOT;
     const QString text =
-        QStringLiteral("The take is on one medium only, %1: %2. Put the other one right; it is completed "
-                       "after the take")
-            .arg(left, why.toString());
+        QStringLiteral("The take is on one medium only, %1: %2. %3")
+            .arg(left, why.toString(),
+                 isFull ? QStringLiteral("After the take the clip is copied whole to where there is room")
+                        : QStringLiteral("Put the other one right; it is completed after the take"));
     qmxLogText(QmxLogLevel::Error, logSource, __LINE__, text);
     postAlarm(QmxIds::alarmMirrorLost, QmxAlarm::Warning, text);
 }

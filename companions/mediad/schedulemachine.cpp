@@ -21,6 +21,7 @@ ScheduleMachine::Orders ScheduleMachine::step(RecordSchedule &schedule, const Vi
     Orders orders;
     bool waits = false;
     if (_firstWall == 0) _firstWall = view.wall;
+    if (std::exchange(_frames, view.frames) != view.frames || view.wall < _framesAt) _framesAt = view.wall;
     const auto isArmed = [this](const ScheduledTake &take) { return take.number == _armed; };
     if (_armed != 0 && std::none_of(schedule.takes.begin(), schedule.takes.end(), isArmed)) disarm(orders);
     std::erase_if(schedule.takes, [&](ScheduledTake &take) {
@@ -111,6 +112,13 @@ void ScheduleMachine::wait(ScheduledTake &take, const View &view, Orders &orders
         {eParam_TransportCommand, MediaWrite::Number, storeNumber(TransportCommand::Record), {}});
 }
 
+/// The recorder itself lets no frame in behind the last one.
+bool ScheduleMachine::stillComes(const ScheduledTake &take, const View &view) const
+{
+    return !take.endTimecode.empty() && view.wall < take.end + (stopAfter + behindBy).count() &&
+           view.wall - _framesAt < noneFor.count();
+}
+
 /// A take that runs; false when there is nothing more to do for it.
 bool ScheduleMachine::follow(ScheduledTake &take, const View &view, Orders &orders)
 {
@@ -121,7 +129,7 @@ bool ScheduleMachine::follow(ScheduledTake &take, const View &view, Orders &orde
             orders.log.push_back(take.describe() + " has ended");
             return false;
         }
-        if (isDue(view.wall))
+        if (!stillComes(take, view) && isDue(view.wall))
             orders.writes.push_back(
                 {eParam_TransportCommand, MediaWrite::Number, storeNumber(TransportCommand::Stop), {}});
         return true;

@@ -26,13 +26,18 @@ public:
     static constexpr std::chrono::nanoseconds commandAhead = std::chrono::seconds(4);
     /// So long after its end it is stopped: the frames up to the end have been captured.
     static constexpr std::chrono::nanoseconds stopAfter = std::chrono::milliseconds(300);
+    /// A timecode may be behind the clock by so much (StartWatch has the same): frames of the take come until
+    /// then, and it is stopped when none has come for a while.
+    static constexpr std::chrono::nanoseconds behindBy = std::chrono::seconds(5);
+    static constexpr std::chrono::nanoseconds noneFor = std::chrono::seconds(1);
 
     struct View
     {
         std::int64_t wall = 0; ///< time of day, ns since 1970-01-01 00:00 UTC
         int recorder = 0;      ///< process id; 0: none runs
         TransportStatus status = TransportStatus::ShutDown;
-        int commands = 0; ///< that ended a take, by others, since the step before
+        int commands = 0;        ///< that ended a take, by others, since the step before
+        std::int64_t frames = 0; ///< recorded so far; need only be known while a take has begun
     };
     struct Orders
     {
@@ -51,6 +56,7 @@ private:
     void clear(Orders &orders);
     void disarm(Orders &orders);
     bool isDue(std::int64_t wall);
+    bool stillComes(const ScheduledTake &take, const View &view) const;
 
     std::int64_t _firstWall = 0; ///< of the first step
     unsigned _armed = 0;         ///< number of the take that the recorder has been told of and has not begun
@@ -58,6 +64,8 @@ private:
     unsigned _commanded = 0;     ///< number of the take whose command has been given
     bool _isGiven = false;       ///< the command has, since the recorder was told
     std::int64_t _commandAt = 0; ///< when a command may be given next
+    std::int64_t _frames = 0;    ///< recorded at the last step ...
+    std::int64_t _framesAt = 0;  ///< ... and since when
     unsigned _seen = 0;          ///< number of the take that has been seen to run
     bool _wasEnded = false;      ///< by somebody's command, since then
     std::string _raised;         ///< text of the alarm that stands

@@ -6,6 +6,7 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -58,7 +59,12 @@ bool TakeLength::isFull()
             _clock.set(_first, _out);
         }
     }
-    return handedOut() - _skipped >= _wanted || (_out > 0 && now && now->index > _out + latestFrames);
+    const qint64 handed = handedOut();
+    if (handed - _skipped >= _wanted) return true;
+    // What a take begins with may come late, behind its end; nothing comes before its clip is open.
+    if (now && (_held == 0 || handed != _lastHanded)) _lastIndex = now->index;
+    _lastHanded = handed;
+    return _out > 0 && now && now->index > std::max(_out, _lastIndex) + latestFrames;
 }
 
 /// The clips of the take, and what they hold.

@@ -43,6 +43,8 @@ private:
     qint64 _opened = 0;  ///< clips of this take
     qint64 _first = -1;  ///< of the take before; then of this one, once its end has been set
     qint64 _out = 0;
+    qint64 _lastHanded = 0; ///< frames handed out at the last look ...
+    qint64 _lastIndex = 0;  ///< ... and at which frame of the clock that became more
     qint64 _nextLook = 0;
     QStringList _names;
     QStringList _paths;

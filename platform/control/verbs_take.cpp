@@ -43,10 +43,22 @@ bool awaitFrames(const Recorder &recorder, const std::function<bool()> &ended, c
     }
     return false;
 }
+
+/// The transport reads what waits in the card when its clip is open, and a stop throws away what it has not
+/// read: a take that begins with the seconds before its command would lose them.
+void awaitHandedOut(const Recorder &recorder)
+{
+    constexpr qint64 beingCoded = 8;
+    constexpr int within = 2000; // ms
+    recorder.waitFor(
+        [&recorder] { return recorder.counter("capture_queue") <= beingCoded || !isRecording(recorder); },
+        within);
+}
 } // namespace
 
 Answer endOfTake(Recorder &recorder, const Progress &progress)
 {
+    if (isRecording(recorder)) awaitHandedOut(recorder);
     const QString reason = give(recorder, TransportCommand::Stop);
     if (!reason.isEmpty()) return storeError(reason);
     const auto ended = [&recorder] {

@@ -83,6 +83,25 @@ TEST_F(Plan, aTakeIsToldCommandedAndEnded)
     EXPECT_TRUE(alarm.empty());
 }
 
+TEST_F(Plan, aTimecodeBehindTheClockEndsItsTakeLater)
+{
+    add("09:01:00:00", "09:01:10:00");
+    while (recorded.size() < 2 && seconds() < 100) {
+        if (seconds() >= 63 && seconds() < 73) view.frames += 6; // what the card lets in
+        step();
+    }
+    ASSERT_EQ(recorded.size(), 2u);
+    EXPECT_NEAR(recorded[1], 74, 0.5);
+    // One that never says so is ended all the same.
+    add("09:02:00:00", "09:02:10:00");
+    while (recorded.size() < 4 && seconds() < 200) {
+        ++view.frames;
+        step();
+    }
+    ASSERT_EQ(recorded.size(), 4u);
+    EXPECT_NEAR(recorded[3], 135.5, 0.5);
+}
+
 TEST_F(Plan, whatCannotBeIsRefusedWithASentence)
 {
     std::string why;

@@ -14,8 +14,9 @@ constexpr int earlyPart = 4;
 /// By so much a clock may be set while a take waits; beyond that the start stays where it was expected.
 constexpr qint64 followSeconds = 2;
 constexpr qint64 secondsOfHour = 3600;
-/// So far a timecode that follows the clock may be off it.
-constexpr qint64 agreeSeconds = 60;
+/// So far a timecode that follows the clock may be off it: who gives the commands by the clock is as early
+/// and as late.
+constexpr qint64 agreeSeconds = 5;
 
 qint64 floorDivided(qint64 a, qint64 b)
 {

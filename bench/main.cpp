@@ -66,10 +66,15 @@ int main(int argc, char **argv)
     for (const BenchRow &row : benchRows()) {
         if (!wanted.isEmpty() && wanted != QLatin1String(row.name)) continue;
         found = true;
-        for (const Figure &figure : row.run(seconds)) {
+        const QList<Figure> figures = row.run(seconds);
+        for (const Figure &figure : figures) {
             print(figure, json);
             allHold = allHold && figure.holds();
         }
+        if (!figures.isEmpty()) continue;
+        // What could not be measured holds nothing.
+        std::fprintf(stderr, "xp-bench: %s measured nothing\n", row.name);
+        allHold = false;
     }
     if (!found) {
         std::fprintf(stderr, "no benchmark named %s; there are:\n", qPrintable(wanted));

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 namespace {
 /// Frames of the take whose strip is not one more than that of the frame before.
@@ -202,14 +203,23 @@ QList<Figure> benchRecordStart(int)
     RecorderUnderBench recorder;
     double worst = 0;
     for (int i = 0; i < takes; ++i) {
+        // Of a recorder that has just begun the first pictures are black.
         const qint64 tick = recorder.shown().tick;
-        recorder.waitFor("a new picture", [&] { return recorder.shown().tick != tick; });
-        const auto before = recorder.shown().strip;
-        if (!before || !recorder.startTake()) return {};
+        std::optional<quint32> before;
+        const auto isNew = [&] {
+            const RecorderUnderBench::Shown shown = recorder.shown();
+            before = shown.tick != tick ? shown.strip : std::nullopt;
+            return before.has_value();
+        };
+        if (!recorder.waitFor("a new picture with its number", isNew) || !recorder.startTake()) return {};
         recorder.waitFor("some frames", [&] { return recorder.counter("current_clip_frames") >= 5; });
         recorder.endTake();
         const auto strips = stripsOfClip(recorder.clipPath(), 1);
-        if (strips.isEmpty() || !strips.first()) return {};
+        if (strips.isEmpty() || !strips.first()) {
+            std::fprintf(stderr, "xp-bench: %s has no picture with a number\n",
+                         qPrintable(recorder.clipPath()));
+            return {};
+        }
         worst = std::max(worst, double(*strips.first()) - double(*before));
     }
     return {{"record_start_worst", worst, "frames", {}, {}, 2.0}};

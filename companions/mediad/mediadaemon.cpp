@@ -153,7 +153,7 @@ void MediaDaemon::step()
     const MediaParameters is = parameters();
     MediaOrders orders = _machine.step(_environment.clock->now(), now, is, happened);
     followSchedule(is, happened, orders.writes);
-    checkChoices(now, is, happened, orders.writes);
+    checkChoices(is, happened, orders.writes);
     for (const MediaWrite &write : orders.writes)
         log(write);
     _store.queue(orders.writes);
@@ -274,15 +274,12 @@ void MediaDaemon::followSchedule(const MediaParameters &is, const MediaEvents &h
     writes.push_back({eParam_RecordSchedule, MediaWrite::Text, 0, _scheduleText});
 }
 
-void MediaDaemon::checkChoices(const std::vector<Medium> &media, const MediaParameters &is,
-                               const MediaEvents &happened, std::vector<MediaWrite> &writes)
+void MediaDaemon::checkChoices(const MediaParameters &is, const MediaEvents &happened,
+                               std::vector<MediaWrite> &writes)
 {
-    const auto active = std::find_if(media.begin(), media.end(),
-                                     [&is](const Medium &medium) { return medium.path == is.active; });
-    const auto place = _places.find(is.active);
+    const auto seen = _media.seen(is.active);
     const std::vector<MediaWrite> told =
-        _choices.step(_environment.clock->now(), active == media.end() ? nullptr : &*active,
-                      place == _places.end() ? 0 : place->second->knownSince, is,
+        _choices.step(_environment.clock->now(), seen ? &seen->medium : nullptr, seen ? seen->since : 0, is,
                       _store.text(eParam_PlayList), happened.takeBegun);
     writes.insert(writes.end(), told.begin(), told.end());
 }

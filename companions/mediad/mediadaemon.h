@@ -58,8 +58,8 @@ private:
     RecordSchedule &schedule();
     void followSchedule(const MediaParameters &is, const MediaEvents &happened,
                         std::vector<MediaWrite> &writes);
-    void checkChoices(const std::vector<Medium> &media, const MediaParameters &is,
-                      const MediaEvents &happened, std::vector<MediaWrite> &writes);
+    void checkChoices(const MediaParameters &is, const MediaEvents &happened,
+                      std::vector<MediaWrite> &writes);
     bool takeScheduleOrder(const MediaOrder &order);
     void readOrders();
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);

@@ -49,7 +49,7 @@ bool awaitFrames(const Recorder &recorder, const std::function<bool()> &ended, c
 void awaitHandedOut(const Recorder &recorder)
 {
     constexpr qint64 beingCoded = 8;
-    constexpr int within = 2000; // ms
+    constexpr std::chrono::seconds within{2};
     recorder.waitFor(
         [&recorder] { return recorder.counter("capture_queue") <= beingCoded || !isRecording(recorder); },
         within);

@@ -15,9 +15,9 @@ struct MovPictureProof
     static MovPictureProof of(const void *data, size_t size);
 };
 
-/// The same of a picture that goes through several hands, with the picture's frame: the first one who needs it
-/// finds it out, and the others wait for him. It is of these bytes alone: of others, which somebody has put in
-/// their place, it is found out anew. Any thread.
+/// The same of a picture that goes through several hands, with the picture's frame: the first one who needs
+/// it finds it out, and the others wait for him. It is of these bytes alone: of others, which somebody has
+/// put in their place, it is found out anew. Any thread.
 class MovSharedProof
 {
 public:

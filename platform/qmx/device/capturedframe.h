@@ -23,7 +23,7 @@ struct CapturedFrame
     Coding coding = Raw;
     QmxBuffer coded;
     MovSharedProofPtr proof; ///< of what is coded; in a take it is known by then
-    QmxAudio audio; ///< not valid and without description: none wanted
+    QmxAudio audio;          ///< not valid and without description: none wanted
     QmxTimecode timecode;
     QmxMetadataHash metadata;
     bool afterGap = false; ///< a frame was lost right before it

@@ -12,8 +12,7 @@ constexpr const char *logSource = "lumen";
 /// that are not read make room for newer ones.
 void LumenEngine::captureLost(qint64 frames)
 {
-    if (_capture.isRecording())
-        _environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
+    if (_capture.isRecording()) _environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
     push(DeviceEvent::CaptureDropped, _capture.take());
 }
 

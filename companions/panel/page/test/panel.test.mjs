@@ -456,6 +456,8 @@ test("every view in both themes is clean for axe, at three sizes without a scrol
     const over = await one.evaluate(() => [document.documentElement.scrollWidth - innerWidth, document.documentElement.scrollHeight - innerHeight]);
     assert.equal(over[0], 0, `${width}`);
     if (!scrolls) assert.equal(over[1], 0, `${width}`);
+    await one.evaluate(() => (location.hash = "#/kiosk"));
+    await until(`the picture alone at ${width}`, () => one.evaluate(() => document.querySelector("xp-panel").shadowRoot.querySelector("xp-picture").clientWidth > 0.6 * innerWidth || undefined), 5000);
     assert.deepEqual(one.complaints, []);
     await one.context().close();
   }

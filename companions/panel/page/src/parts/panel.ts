@@ -62,6 +62,9 @@ export class XpPanel extends LitElement {
       .banner { position: absolute; inset: auto 0 0 0; background: var(--amber); color: var(--on-amber); font-weight: 700; padding: 0.5rem 0.75rem; text-align: center; }
       .nosignal { position: absolute; inset: 0; display: grid; place-content: center; justify-items: center; gap: 0.4rem; font-size: max(1.25rem, 3.2cqw); font-weight: 700; color: var(--bright); }
       .nosignal a { font-size: 0.9375rem; font-weight: 400; color: var(--text); min-height: 2.75rem; line-height: 2.75rem; }
+      .leave { position: absolute; inset: 0 0 auto auto; background: var(--panel); color: var(--text); padding: 0 1rem; line-height: 2.75rem; opacity: 0; }
+      .frame:hover .leave, .leave:focus-visible { opacity: 1; }
+      @media (hover: none) { .leave { opacity: 1; } }
       .login { position: absolute; inset: 0; display: grid; place-content: center; background: var(--panel); padding: 1rem; }
       .sound { display: grid; grid-template-rows: minmax(0, 1fr) auto; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); min-width: 0; }
       xp-meter { margin: 0.4rem; }
@@ -82,7 +85,7 @@ export class XpPanel extends LitElement {
 
       @media (max-width: 1099px) {
         :host { height: auto; min-height: 100dvh; overflow: visible; grid-template-columns: minmax(0, 1fr); grid-template-rows: none; grid-template-areas: "state" "time" "view" "keys" "more" "column" "health"; padding: 0.375rem; gap: 0.375rem; align-content: start; }
-        xp-timecode { font-size: min(16.4vw, 7rem); }
+        xp-timecode { font-size: min(16vw, 7rem); }
         .view { grid-template-columns: minmax(0, 1fr); container-type: normal; }
         .frame { box-sizing: content-box; width: calc(min(100%, 56vh * 16 / 9) - 0.5rem); height: auto; max-height: none; aspect-ratio: 16 / 9; justify-self: center; }
         xp-meter { height: 5rem; }
@@ -91,7 +94,9 @@ export class XpPanel extends LitElement {
         .notice { position: fixed; inset: auto 0.5rem 0.5rem; margin: 0; }
         xp-column { display: none; }
         xp-column.open { display: block; position: fixed; inset: 0; z-index: 3; }
-        :host([kiosk]) { grid-template-columns: minmax(0, 1fr); grid-template-areas: "state" "time" "view" "health"; }
+        :host([kiosk]) { grid-template-columns: minmax(0, 1fr); grid-template-rows: none; grid-template-areas: "state" "time" "view" "health"; }
+        :host([kiosk]) xp-timecode { font-size: min(16vw, 7rem); }
+        :host([kiosk]) .more { display: none; }
       }
       @media (min-width: 760px) and (max-width: 1099px) {
         :host(:not([kiosk])) { grid-template-columns: minmax(0, 1fr) 19.5rem; grid-template-areas: "time state" "view view" "keys keys" "more more" "column column" "health health"; }
@@ -225,6 +230,7 @@ export class XpPanel extends LitElement {
         <div class="frame ${recording ? "recording" : ""}">
           <xp-picture id="picture" ?stale=${deck.frozen > 0 || down}></xp-picture>
           ${!deck.frozen && isDark(deck.state) ? html`<div class="nosignal">No signal on the input<a href="#/settings/video_input">Choose another input</a></div>` : nothing}
+          ${this.kiosk ? html`<a class="leave" href="#">Back to the deck</a>` : nothing}
           ${this.banner(down)} ${deck.me.role === "nobody" ? html`<div class="login"><xp-login .deck=${deck}></xp-login></div>` : nothing}
         </div>
         <div class="sound">

@@ -93,6 +93,11 @@ test("what was recorded is played, jogged and cued, and the picture is the frame
   assert.equal(back.strip - cued.strip, 11);
   await page.keyboard.press("l");
   await until("play by the keyboard", async () => (await status()).status === "playing" || undefined);
+  await key(page, "Still").click();
+  await becomes("Still");
+  await page.keyboard.press("l");
+  await until("play again, no faster for what was before", async () => (await status()).status === "playing" || undefined);
+  assert.equal((await status()).speed, 1);
   await page.keyboard.press("k");
   await becomes("Still");
   await page.locator("xp-shuttle .track").hover();

@@ -54,6 +54,7 @@ export class Deck {
   private stepping = false;
   private wantedSpeed: number | null = null;
   private speeding = false;
+  private sentSpeed: number | null = null;
 
   /** `at`: of another recorder that this panel reaches, as "channels/2/". */
   constructor(private readonly at = "") {}
@@ -140,13 +141,19 @@ export class Deck {
     this.speeding = true;
     void (async () => {
       while (this.wantedSpeed !== null) {
-        const wanted = this.wantedSpeed;
+        const wanted = (this.sentSpeed = this.wantedSpeed);
         this.wantedSpeed = null;
         const answer = wanted === 0 ? await this.run("still") : await this.run("play", { speed: wanted });
         if (!answer.done) this.wantedSpeed = null;
       }
       this.speeding = false;
+      this.sentSpeed = null;
     })();
+  }
+
+  /** The speed that has been asked for and not been answered yet; null: none. */
+  get askedSpeed(): number | null {
+    return this.wantedSpeed ?? this.sentSpeed;
   }
 
   /** The answer is told beside the setting, by who asks. */

@@ -46,18 +46,14 @@ const quarter = 0.25;
 export function listenToKeys(deck: Deck, actions: KeyActions): () => void {
   const down = new Set<string>();
   const speedOf = (): number => (deck.state && deck.state.status !== "stopped" ? deck.state.speed : 0);
-  let wanted = 0;
   const run = (direction: 1 | -1): void => {
     if (down.has("k")) return deck.speed(direction * quarter);
-    const now = Math.sign(wanted) === direction ? wanted : speedOf();
+    // Twice as fast as the deck runs: whatever else has moved or held it meanwhile counts.
+    const now = deck.askedSpeed ?? speedOf();
     const next = Math.sign(now) === direction && Math.abs(now) >= 1 ? Math.min(64, Math.abs(now) * 2) : 1;
-    wanted = direction * next;
-    deck.speed(wanted);
+    deck.speed(direction * next);
   };
-  const hold = (): void => {
-    wanted = 0;
-    deck.speed(0);
-  };
+  const hold = (): void => deck.speed(0);
   const known = (verb: string, values = {}): void => void (deck.verb(verb) && deck.run(verb, values));
   const go = (frame: number): void => void deck.run("cue", { where: String(Math.max(0, frame)) });
   const table: Record<string, (event: KeyboardEvent) => void> = {

@@ -462,7 +462,7 @@ test("every view in both themes is clean for axe, at three sizes without a scrol
     assert.equal(over[0], 0, `${width}`);
     if (!scrolls) assert.equal(over[1], 0, `${width}`);
     await one.evaluate(() => (location.hash = "#/kiosk"));
-    await until(`the picture alone at ${width}`, () => one.evaluate(() => document.querySelector("xp-panel").shadowRoot.querySelector("xp-picture").clientWidth > 0.6 * innerWidth || undefined), 5000);
+    await until(`the picture alone at ${width}`, () => one.evaluate(() => document.querySelector("xp-panel").shadowRoot.querySelector("xp-picture").clientWidth > 0.5 * innerWidth || undefined), 5000);
     assert.deepEqual(one.complaints, []);
     await one.context().close();
   }

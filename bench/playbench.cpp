@@ -9,7 +9,6 @@
 #include <cstdio>
 
 namespace {
-constexpr unsigned stepForward = 7;
 constexpr unsigned stopCommand = 4;
 constexpr unsigned playCommand = 1;
 
@@ -52,13 +51,7 @@ QList<Figure> benchCue(int)
     recorder.endTake();
     const int frames = int(recorder.counter("recorded_up_to"));
     const double tick = 1e6 / double(std::max<qint64>(1, recorder.counter("clip_rate")));
-    // A step that comes while the recorder is still busy with its stop is not heard.
-    constexpr int tries = 5, seconds = 3;
-    for (int i = 0; i < tries && recorder.shown().frame < 0; ++i) {
-        recorder.write(eParam_TransportCommand, stepForward);
-        recorder.waitFor(
-            "a picture", [&] { return recorder.shown().frame >= 0; }, seconds);
-    }
+    if (!recorder.cue(0)) return {};
 
     QList<int> targets;
     for (int i = 0; i < 40; ++i)

@@ -229,7 +229,21 @@ TEST(Preview, scopesAreMadeFromTenBitsAndOnlyWhileSomebodyLooks)
     EXPECT_EQ(lit(scopes->parade.data(), 3 * third, third + third / 2), row(64));
     EXPECT_EQ(lit(scopes->parade.data(), 3 * third, 2 * third + third / 2), row(63));
     EXPECT_EQ(lit(scopes->vectorscope.data(), QmxScopes::levels, 409 / 4), row(960));
+    // Pictures of a clip may be as small as scopes can be made from, but what stands is measured whole.
+    const QmxImageDesc uhd = QmxSourceFormat::fromText(QStringLiteral("3840x2160p25"));
+    EXPECT_EQ(sink->divisor(uhd, false), 2);
+    EXPECT_EQ(sink->divisor(uhd, true), 1);
+    const QmxPicture whole = frame.picture;
+    frame.picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, QSize(960, 540));
+    for (int plane = 0; plane < 3; ++plane)
+        for (int y = 0; y < 540; ++y)
+            std::copy_n(whole.row(plane, y), frame.picture.planeWidth(plane), frame.picture.row(plane, y));
+    show(10);
+    ASSERT_TRUE(reader.read(*scopes));
+    EXPECT_EQ(scopes->lines, 1080);
+    EXPECT_EQ(lit(scopes->parade.data(), 3 * third, third / 2), row(940)); // by BT.709
     show(QmxScopesReader::askedForTicks + 10);
+    EXPECT_EQ(sink->divisor(uhd, true), 4);
     ASSERT_TRUE(reader.read(*scopes));
     const qint64 last = scopes->tick;
     show(10);

@@ -56,7 +56,7 @@ HWY_INLINE void nextDc(Cursor &c, DcState &dc, const quint32 *tables, const ucha
     dc.add(int(entry) >> toldShift);
 }
 
-Cursor begin(const Component &component, int mostPlaces, DcState &dc)
+Cursor begin(const Component &component, int mostPlaces, DcState &dc, const uchar *end)
 {
     Cursor c;
     if (!component.bytes) {
@@ -74,7 +74,7 @@ Cursor begin(const Component &component, int mostPlaces, DcState &dc)
               << acBits;
     constexpr Symbols firstDc(ProRes::firstDc);
     quint32 symbol = 0;
-    c.fill<true>();
+    fillFor(c, end);
     c.good = firstDc.take(c, symbol);
     dc.level = quint32(unfolded(symbol));
     dc.out = levels;
@@ -222,7 +222,7 @@ void decode(std::span<Component> components, int mostPlaces, const uchar *end)
     Component none;
     cursors[count].good = false;
     for (size_t i = 0; i < count; ++i)
-        cursors[i] = begin(components[i], mostPlaces, states[i]);
+        cursors[i] = begin(components[i], mostPlaces, states[i], end);
     const bool byLanes = hasLanes();
     const auto together = std::span(cursors).first(count);
     if (byLanes) decodeDcTogether(components, together, states, end);

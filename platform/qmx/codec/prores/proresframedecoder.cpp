@@ -29,9 +29,16 @@ int ProResFrameDecoder::decodeSlices(size_t first, size_t count, ProResSliceDeco
     const auto slices =
         std::span(_frame.slices).subspan(first, std::min(count, _frame.slices.size() - first));
     const auto together = size_t(ProResEntropy::slicesTogether());
+    const auto group = [&](size_t i) {
+        const auto rest = slices.subspan(std::min(i, slices.size()));
+        return rest.first(std::min(together, rest.size()));
+    };
     int damaged = 0;
-    for (size_t i = 0; i < slices.size(); i += together)
-        damaged += decoder.decode(slices.subspan(i, std::min(together, slices.size() - i)));
+    for (size_t i = 0; i < slices.size(); i += together) {
+        ProResSliceDecoder::askForHeaders(group(i + 2 * together));
+        ProResSliceDecoder::askForData(group(i + together));
+        damaged += decoder.decode(group(i));
+    }
     return damaged;
 }
 

@@ -284,24 +284,38 @@ void reconstructSmaller(const qint16 *levels, int blocks, int places, const Dequ
     }
 }
 
+/// Every other one to another line.
+template <class T>
+HWY_INLINE void alternate(const quint16 *samples, int count, quint16 *upper, quint16 *lower)
+{
+    const auto *from = reinterpret_cast<const T *>(samples);
+    int i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    const hn::CappedTag<T, 4> d;
+    const int together = int(hn::Lanes(d));
+    for (; i + together <= count; i += together) {
+        hn::Vec<decltype(d)> even, odd;
+        hn::LoadInterleaved2(d, from + 2 * i, even, odd);
+        hn::StoreU(even, d, reinterpret_cast<T *>(upper) + i);
+        hn::StoreU(odd, d, reinterpret_cast<T *>(lower) + i);
+    }
+#endif
+    for (; i < count; ++i) {
+        std::memcpy(reinterpret_cast<T *>(upper) + i, from + 2 * i, sizeof(T));
+        std::memcpy(reinterpret_cast<T *>(lower) + i, from + 2 * i + 1, sizeof(T));
+    }
+}
+
 /// A sample a block: two lines.
 void reconstructMeans(const qint16 *levels, int blocks, const Dequantiser &dequantiser, const Place &place,
                       quint16 *samples)
 {
     means(levels, blocks, dequantiser, samples);
     quint16 *upper = place.origin, *lower = upper + place.stride;
-    if (place.colour) {
-        for (int i = 0; i < blocks / 2; ++i, samples += 2) {
-            upper[i] = samples[0];
-            lower[i] = samples[1];
-        }
-        return;
-    }
-    constexpr size_t two = 2 * sizeof(quint16);
-    for (int i = 0; i < blocks / 2; i += 2, samples += 4) {
-        std::memcpy(upper + i, samples, two);
-        std::memcpy(lower + i, samples + 2, two);
-    }
+    if (place.colour)
+        alternate<uint16_t>(samples, blocks / 2, upper, lower);
+    else
+        alternate<uint32_t>(samples, blocks / 4, upper, lower);
 }
 
 void reconstruct(const ProResEntropy::Levels &levels, int blocks, int places, const Dequantiser &dequantiser,

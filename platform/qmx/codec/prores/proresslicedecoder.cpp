@@ -37,7 +37,7 @@ void ProResSliceDecoder::begin(const ProResCodedFrame &frame, ProResInverse::Sca
     _madeFor = scale;
 }
 
-ProResSliceDecoder::Parts ProResSliceDecoder::parts(const ProResCodedSlice *slice) const
+ProResSliceDecoder::Parts ProResSliceDecoder::parts(const ProResCodedSlice *slice)
 {
     constexpr int leastHeader = 6, headerWithCr = 8, sizeShift = 3;
     Parts parts{slice};
@@ -59,6 +59,19 @@ ProResSliceDecoder::Parts ProResSliceDecoder::parts(const ProResCodedSlice *slic
     }
     parts.good = true;
     return parts;
+}
+
+void ProResSliceDecoder::askForHeaders(std::span<const ProResCodedSlice> slices)
+{
+    for (const ProResCodedSlice &slice : slices)
+        __builtin_prefetch(slice.bytes);
+}
+
+void ProResSliceDecoder::askForData(std::span<const ProResCodedSlice> slices)
+{
+    for (const ProResCodedSlice &slice : slices)
+        for (const uchar *bytes : parts(&slice).bytes)
+            __builtin_prefetch(bytes);
 }
 
 int ProResSliceDecoder::blocks(const ProResCodedSlice &slice, int plane) const

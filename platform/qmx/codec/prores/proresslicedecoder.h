@@ -26,6 +26,11 @@ public:
     /// many are damaged.
     int decode(std::span<const ProResCodedSlice> slices);
 
+    /// Asks for the memory that the next slices are read from: of their headers, and once those are there, of
+    /// what they tell of. Small pictures need little more than to fetch it.
+    static void askForHeaders(std::span<const ProResCodedSlice> slices);
+    static void askForData(std::span<const ProResCodedSlice> slices);
+
     /// Raster of a frame decoded at a scale.
     static QSize sizeAt(const QSize &size, ProResInverse::Scale scale);
 
@@ -48,7 +53,7 @@ private:
         int shownWidth, shownHeight; ///< of it, in the frame
         bool whole() const { return width == shownWidth && height == shownHeight; }
     };
-    Parts parts(const ProResCodedSlice *slice) const;
+    static Parts parts(const ProResCodedSlice *slice);
     bool half(int plane) const { return !_frame->fullChroma && (plane == 1 || plane == 2); }
     int blocks(const ProResCodedSlice &slice, int plane) const;
     Area area(const ProResCodedSlice &slice, int plane) const;

@@ -32,7 +32,7 @@ const fronts = {
     const answer = await shell(...filled(verb.forms.shell, given).split(" ").slice(1));
     return answer.status === 0 ? "done" : answer.object.error && answer.object.error === told.detail ? told.code : (answer.object.error ?? answer.object.text);
   },
-  line: async (verb, given) => (await line.ask(filled(verb.forms.line, given).replace(/( \w+: [A-Z_]+)+$/, ""))).replace(/^\d+ (\w+).*/s, "$1").replace("ok", "done"),
+  line: async (verb, given) => (await line.ask(filled(verb.forms.line, given).replace(/( \w+: [A-Z_]+)+$/, ""))).replace(/^20\d .*/s, "done").replace(/^\d+ (\w+).*/s, "$1"),
   osc: async (verb, given, { holds }) => {
     fader.refusals.length = 0;
     fader.send(verb.name, verb.arguments.map(({ name }) => given[name]).filter((value) => value !== undefined).map(String));

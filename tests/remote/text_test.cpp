@@ -174,32 +174,3 @@ TEST(OrderQueue, keepsTheOrderAndTheNewestSpeed)
     while (push("step")) {}
     EXPECT_LE(id, 6 + OrderQueue::bound + 1);
 }
-
-TEST(Fronts, everyVerbIsTheSameByLineAndByOsc)
-{
-    for (const VerbRow &row : verbs()) {
-        QMap<QString, QString> arguments;
-        QByteArray line = row.name, types = ",", values;
-        for (const VerbArgument &argument : row.arguments) {
-            const bool isNumber =
-                argument.type == VerbArgument::Type::Integer || argument.type == VerbArgument::Type::Number;
-            const QByteArray value = isNumber
-                                         ? QByteArray::number(argument.maximum >= 1 ? 1 : argument.minimum)
-                                     : argument.type == VerbArgument::Type::Place ? QByteArray("100")
-                                                                                  : QByteArray("a.mov");
-            arguments[QLatin1String(argument.name)] = QString::fromLatin1(value);
-            line += QByteArray(" ") + argument.name + ": " + value;
-            types += 's';
-            values += padded(value);
-        }
-        const LineLanguage::Asked byLine = LineLanguage::parse(QString::fromLatin1(line));
-        EXPECT_FALSE(byLine.wrong) << line.constData();
-        EXPECT_EQ(byLine.verb, QLatin1String(row.name));
-        EXPECT_EQ(byLine.arguments, arguments) << line.constData();
-        const auto byOsc =
-            OscLanguage::parse(bytesOf(padded(QByteArray("/xp/") + row.name) + padded(types) + values));
-        ASSERT_TRUE(byOsc && byOsc->size() == 1) << row.name;
-        EXPECT_EQ(byOsc->front().verb, QLatin1String(row.name));
-        EXPECT_EQ(byOsc->front().arguments, arguments) << row.name;
-    }
-}

@@ -43,6 +43,8 @@ public:
     /// Playback had run dry: the next frame comes after a wait. Until the frame has been handed on.
     bool isAfterWait() const { return _waited; }
     void handedOn() { _waited = false; }
+    /// Frames have been passed over: a gap before the next one is no drop either.
+    void skipped() { _waited = true; }
     int waits() const { return _waits; }
 
 private:

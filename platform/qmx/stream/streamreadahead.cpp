@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/stream/qmxstream.h"
 
@@ -45,6 +46,7 @@ void StreamReadAhead::begin()
     closed();
     _edge.begin(false, 0, 0);
     _live.reset();
+    _follows.reset();
     _part.reset();
     _largestFrame = 0;
     _inBadRun = false;
@@ -142,6 +144,7 @@ void StreamReadAhead::seek(const Seek &to)
     const int frame = to.toLast ? here.advanced(here.end(), -1) : _axis.sought(to.frame);
     if (_part && (frame < first() || frame >= here.end())) _part.reset();
     if (_live && _live->frame != frame) _live.reset();
+    _follows.reset();
     go(frame);
     _inBadRun = false;
     moved();
@@ -186,6 +189,7 @@ int StreamReadAhead::loaded()
     if (!isReading()) return 0;
     const bool still = _environment.deck->playhead.isStill();
     if (_live && _speed == 1.0 && !still && !joinLive()) return 0;
+    if (!still && isLeftBehind() && !joinAgain()) return 0;
     if (isBeforeStart()) return 0;
     int count = 0;
     const QList<int> upcoming = _cadence.upcoming(_size, axis());
@@ -210,9 +214,33 @@ bool StreamReadAhead::joinLive()
     if (_edge.isGrowing() && !_edge.hasGrown()) return false;
     const Live live = *std::exchange(_live, std::nullopt);
     if (_edge.isGrowing()) {
+        _follows = live.seconds;
         go(liveFrame(live.seconds));
         moved();
     }
+    return true;
+}
+
+/// More than a second further behind than it was to be: its recorder has stood still, or this machine has
+/// held pictures.
+bool StreamReadAhead::isLeftBehind() const
+{
+    if (!_follows || _speed != 1.0 || !_edge.isGrowing()) return false;
+    return double(_axis.end() - position() + inDevice()) > (1 + *_follows) * _edge.rate();
+}
+
+/// What lies between is left out: live is what was asked for. The device shows first what it has, or it would
+/// be as late as that with what is new; false: it still has enough.
+bool StreamReadAhead::joinAgain()
+{
+    constexpr int few = 4;
+    if (inDevice() > few) return false;
+    const int from = position();
+    go(liveFrame(*_follows));
+    _edge.skipped();
+    moved();
+    qmxLogOutput(QmxLogLevel::Info, "streamcache", __LINE__,
+                 "%d frames are passed over to be near the newest one again\n", position() - from);
     return true;
 }
 

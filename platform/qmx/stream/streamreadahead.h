@@ -80,6 +80,8 @@ private:
     int last() const { return _axis.advanced(_axis.end(), -1); }
     void apply(const QmxStartOrder &order);
     bool joinLive();
+    bool isLeftBehind() const;
+    bool joinAgain();
     int liveFrame(double seconds) const;
     void go(int frame);
     int inDevice() const;
@@ -107,6 +109,7 @@ private:
         double seconds = 0;
     };
     std::optional<Live> _live;
+    std::optional<double> _follows; ///< plays so many seconds behind the newest frame, until somebody seeks
     std::optional<QmxStartOrder> _part; ///< playback is held in its bounds
     StreamAxis _axis{std::numeric_limits<int>::max()};
     int _edgeBehind = 0; ///< which end play runs into from here: StreamAxis::Edge::behind; 0: none that grows

@@ -77,7 +77,7 @@ expect() { # WHAT COMMAND...
 main_process() { systemctl show -P MainPID xpd.service; }
 is_new() { [ "$(main_process)" != "$old" ] && [ "$(main_process)" != 0 ] && systemctl is-active -q xpd.service; }
 # The clip can be counted, and no daemon has to have it in its hands.
-length_of() { xpctl --json clips | grep -oE "\"frames\":[0-9]+,\"index\":[0-9]+,\"name\":\"$1\"" | grep -oE '[0-9]+' | head -n 1; }
+length_of() { xpctl --json info "$1" 2>/dev/null | grep -oE '"frames":[0-9]+' | grep -oE '[0-9]+' | head -n 1; }
 has_frames() { [ "$(length_of "$1")" -ge "$2" ] 2>/dev/null; }
 
 expect 'both services run' systemctl is-active -q xpd.service xpmediad.service

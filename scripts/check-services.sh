@@ -123,8 +123,10 @@ expect 'a medium that comes later is seen by it' sh -c 'xpctl --channel 2 media 
 umount /media/B
 expect 'and is seen to go' sh -c '! xpctl --channel 2 media | grep -q "^/media/B"'
 expect 'the first one records beside it' xpctl --all record --for 1
-systemctl stop xpd@2.service xpmediad@2.service xp-channels.service
+systemctl stop xpd@2.service xpmediad@2.service
 xpctl channel remove 2 >/dev/null
+expect 'removed while the media are watched, its clips stay' sh -c 'ls /media/A/channel-2/*.mov >/dev/null'
+systemctl stop xp-channels.service
 systemctl stop xp-metrics.service xpd.service xpmediad.service
 expect 'all of them end' sh -c '! systemctl is-active -q xp-metrics.service xpd.service xpmediad.service'
 SYSTEM

@@ -167,7 +167,6 @@ ExitCode remove(const Report &report, int channel)
             return refuse(report, QStringLiteral("channel %1 plays its clips").arg(other),
                           QStringLiteral("remove that first: xpctl channel remove %1").arg(other));
     if (::geteuid() != 0) return needsRoot(report);
-    ChannelViews::release(channel);
     if (!ChannelViews::removeFolders(channel))
         return refuse(report,
                       QStringLiteral("not all of channel %1 could be removed; what is left lies in %2, "

@@ -12,9 +12,12 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
-#include <filesystem>
+#include <thread>
 #include <utility>
+
+#include <dirent.h>
 
 #include <fcntl.h>
 #include <linux/capability.h>
@@ -190,6 +193,30 @@ std::array<Place, 4> placesOf(int channel)
              {QFileInfo(QFileInfo(places.memory).path()).path(), places.memory}}};
 }
 
+/// Removes a folder with all that is in it, but never anything of another file system: a medium may be bound
+/// there at any time. Follows no link. False: something is left.
+bool removeTree(int in, const char *name)
+{
+    struct stat outside = {}, inside = {};
+    const int fd = ::openat(in, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) return ::unlinkat(in, name, 0) == 0 || errno == ENOENT;
+    DIR *const folder =
+        ::fstat(in, &outside) == 0 && ::fstat(fd, &inside) == 0 && outside.st_dev == inside.st_dev
+            ? ::fdopendir(fd)
+            : nullptr;
+    if (!folder) {
+        ::close(fd);
+        return false;
+    }
+    bool isEmpty = true;
+    while (const dirent *entry = ::readdir(folder)) {
+        const QByteArray one(entry->d_name);
+        if (one != "." && one != "..") isEmpty = removeTree(fd, entry->d_name) && isEmpty;
+    }
+    ::closedir(folder);
+    return isEmpty && ::unlinkat(in, name, AT_REMOVEDIR) == 0;
+}
+
 /// The channel's own place for its media.
 Folder viewOf(int channel)
 {
@@ -277,18 +304,23 @@ QStringList bindMedia(int channel)
     return problems;
 }
 
+/// The settings first: without them nobody binds a medium again. (Whoever watches the media may be at it just
+/// now, and what it has bound meanwhile is let go once more.)
 bool removeFolders(int channel)
 {
+    constexpr int mostTries = 50;
+    constexpr auto between = std::chrono::milliseconds(20);
     bool isGone = true;
     for (const Place &place : placesOf(channel)) {
         const QFileInfo info(place.path);
         const Folder parent = Folder(place.in).below(info.path().mid(place.in.size()));
-        std::error_code failed;
-        // (It follows no link either, however the folders change meanwhile.)
-        if (parent.isOpen())
-            std::filesystem::remove_all((parent.name() + '/' + native(info.fileName())).toStdString(),
-                                        failed);
-        isGone = isGone && !failed && !QFileInfo::exists(place.path);
+        bool isRemoved = !parent.isOpen();
+        for (int tries = 0; !isRemoved && tries < mostTries; ++tries) {
+            release(channel);
+            isRemoved = removeTree(parent.fd(), native(info.fileName()).constData());
+            if (!isRemoved) std::this_thread::sleep_for(between);
+        }
+        isGone = isGone && isRemoved;
     }
     return isGone;
 }

@@ -24,7 +24,8 @@ bool mayMount();
 QStringList makeFolders(int channel, const QString &like);
 /// Brings what is bound in line with what is mounted below /media now.
 QStringList bindMedia(int channel);
-/// Removes them, with all that is in them; false when something is left.
+/// Lets go of all media, then removes the folders with all that is in them, and never anything of a medium;
+/// false when something is left.
 bool removeFolders(int channel);
 /// Lets go of all media of a channel.
 void release(int channel);

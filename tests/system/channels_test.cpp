@@ -107,6 +107,13 @@ TEST(Channels, whatCannotBeSharedIsToldAndLinksLeadRootNowhereElse)
         mkdir /media/full; mount -t tmpfs -o nr_inodes=1 xp-full /media/full
         say none-left; add 6; ls /run/xp/channels/6/media
         add 5 v4l2:/dev/video7; add 4 'v4l2:/dev/video7?format=any'
+        say removed; xpctl channel follow 2>/dev/null & follow=$!
+        touch /media/A/channel-5/clip.mov /media/B/channel-5/clip.mov
+        for round in 1 2 3 4 5; do
+            await 'mountpoint -q /run/xp/channels/5/media/A && mountpoint -q /run/xp/channels/5/media/B'
+            xpctl channel remove 5; add 5 >/dev/null
+        done
+        ls /media/?/channel-5/clip.mov; kill $follow; wait $follow || true
     )sh");
     EXPECT_TRUE(said(result.out, "medium").contains("channel 7 has no folder on /media/A"))
         << result.out.toStdString();
@@ -116,6 +123,7 @@ TEST(Channels, whatCannotBeSharedIsToldAndLinksLeadRootNowhereElse)
     EXPECT_TRUE(said(result.out, "view").contains("/run/xp/channels/7/media: ")) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "victim"), "700 0\nfile\n");
     EXPECT_TRUE(said(result.out, "others").contains("/etc/xp/channels/9: ")) << result.out.toStdString();
+    EXPECT_EQ(said(result.out, "removed").count("/clip.mov\n"), 2) << "the clips went with their channel";
     const QByteArray left = said(result.out, "none-left");
     EXPECT_TRUE(left.contains("channel 6 has no folder on /media/full: No space") &&
                 left.contains("\nA\nB\n"))

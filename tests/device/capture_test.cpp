@@ -142,7 +142,9 @@ TEST_F(Capture, losesAFrameOnlyWhenTheQueueIsFullAndSaysSo)
     Stepper::runTicks(1);
     open.reset();
     EXPECT_EQ(bench.takeSignals(), QStringList({"dropped"}));
+    EXPECT_EQ(dropped(), before + 2) << "the take may be over";
     bench.readAll();
+    EXPECT_EQ(dropped(), before + 3) << "it goes on";
     Stepper::runTicks(1);
     EXPECT_EQ(bench.takeSignals(), QStringList());
     bench.readAll();

@@ -184,7 +184,8 @@ TEST(TakeMoment, isReadAsPeopleWriteIt)
     EXPECT_EQ(at(QmxTakeMoment::toText(noon + 250'000'000)).wall, noon + 250'000'000);
     EXPECT_EQ(at("01:00:00;02").timecode.isDropFrame(), true);
     EXPECT_EQ(at("").kind, QmxTakeMoment::None);
-    for (const char *text : {"10", "10:00", "25:00:00", "10:00:00:", "10:00:00.", "2030-02-30T10:00:00",
-                             "10:00:00Z", "10:00:00.1234567", "10:61:00:00", " 10:00:00", "now"})
+    for (const char *text :
+         {"10", "10:00", "25:00:00", "10:00:00:", "10:00:00.", "2030-02-30T10:00:00", "10:00:00Z",
+          "10:00:00.1234567", "10:61:00:00", "10:00:00:60", " 10:00:00", "now"})
         EXPECT_FALSE(QmxTakeMoment::parse(QString::fromLatin1(text), noon)) << text;
 }

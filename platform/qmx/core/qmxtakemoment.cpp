@@ -11,6 +11,7 @@
 namespace {
 constexpr qint64 second = QmxClock::nsPerSecond;
 constexpr int longestFraction = 6; ///< digits: to the microsecond
+constexpr int mostCounted = 60;    ///< frames a second, of any timecode
 
 /// Nanoseconds of "250000" behind the point.
 qint64 fraction(const QString &digits)
@@ -47,7 +48,8 @@ std::optional<QmxTakeMoment> QmxTakeMoment::parse(const QString &text, qint64 wa
         QStringLiteral("^(?:(\\d{4}-\\d\\d-\\d\\d)[T ])?(\\d\\d:\\d\\d:\\d\\d)(?:\\.(\\d{1,6}))?(Z?)$"));
     constexpr int timecodeLength = 11;
     const QString timecode = text.left(timecodeLength);
-    if (timecodeForm.match(timecode).hasMatch() && QmxTimecode(timecode).isValid()) {
+    const bool isTimecode = timecodeForm.match(timecode).hasMatch();
+    if (isTimecode && QmxTimecode(timecode).isValid() && QmxTimecode(timecode).frames() < mostCounted) {
         moment.kind = Timecode;
         moment.timecode = QmxTimecode(timecode);
         if (text.size() == timecodeLength) return moment;

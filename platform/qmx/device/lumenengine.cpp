@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cmath>
 #include <thread>
+#include <utility>
 
 namespace {
 constexpr const char *logSource = "lumen";
@@ -278,6 +279,9 @@ QmxError LumenEngine::readFrame(QmxFrame &frame)
             tellLate(reading.frame->number, frame);
         }
         timecode = reading.frame->timecode;
+        if (_lostMeanwhile > 0)
+            _environment.deck->counters.add(QmxCounters::FramesDroppedCapture,
+                                            std::exchange(_lostMeanwhile, 0));
         _environment.deck->counters.add(QmxCounters::FramesRecorded);
         if (reading.tellsLoss) push(DeviceEvent::CaptureDropped, _capture.take());
     }
@@ -368,6 +372,7 @@ void LumenEngine::setDirection(const QmxId &direction)
         postCoding();
         return;
     }
+    _lostMeanwhile = 0; // none of the take's: it was closed when they came
     _environment.deck->recordTable.takeEnds();
     _gate.takeEnds();
     _start.set({}, {});

@@ -148,7 +148,8 @@ private:
     QString _startText;       ///< of the last start that was wished for
     bool _lateTold = false;   ///< the alarm about a late start is up
     TakeGate _gate;
-    qint64 _takeFirst = -1; ///< index of the first frame of the take that runs or was the last
+    qint64 _lostMeanwhile = 0; ///< frames, while an operation was in progress; the take's when it goes on
+    qint64 _takeFirst = -1;    ///< index of the first frame of the take that runs or was the last
     QmxId _direction;
     QString _clipName;
     qint64 _tickIndex = 0;

@@ -8,11 +8,16 @@ namespace {
 constexpr const char *logSource = "lumen";
 } // namespace
 
-/// What nobody records is lost to nobody: out of a take, also while its end is still being written, frames
-/// that are not read make room for newer ones.
+/// What nobody records is lost to nobody: out of a take frames that are not read make room for newer ones. In
+/// a take that is being closed, or parted by a join, nobody reads, and whether it goes on is known when it
+/// does.
 void LumenEngine::captureLost(qint64 frames)
 {
-    if (_capture.isRecording()) _environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
+    const bool nobodyReads = _lostMeanwhile > 0 || _environment.deck->operations.inProgress() > 0;
+    if (_capture.isRecording() && nobodyReads)
+        _lostMeanwhile += frames;
+    else if (_capture.isRecording())
+        _environment.deck->counters.add(QmxCounters::FramesDroppedCapture, frames);
     push(DeviceEvent::CaptureDropped, _capture.take());
 }
 

@@ -226,14 +226,33 @@ QList<Recorder::Alarm> Recorder::alarms() const
 
 QList<Recorder::Alarm> Recorder::newErrors(const QList<Alarm> &before) const
 {
+    QList<Alarm> fresh = newAlarms(before);
+    fresh.removeIf([](const Alarm &alarm) { return alarm.level != "error"; });
+    return fresh;
+}
+
+QList<Recorder::Alarm> Recorder::raisedSince(qint64 time, eParam_t id) const
+{
+    constexpr int few = 16;
+    constexpr qint64 thousand = 1000;
+    const std::vector<AlarmRecord> history = _config->alarmHistory(few);
+    const bool isNew = std::any_of(history.begin(), history.end(), [time, id](const AlarmRecord &record) {
+        return record.id == id && record.raised &&
+               record.time.tv_sec * thousand + record.time.tv_usec / thousand >= time;
+    });
+    QList<Alarm> raised = isNew ? alarms() : QList<Alarm>();
+    raised.removeIf([id](const Alarm &alarm) { return alarm.id != id; });
+    return raised;
+}
+
+QList<Recorder::Alarm> Recorder::newAlarms(const QList<Alarm> &before) const
+{
     QList<Alarm> fresh;
     for (const Alarm &alarm : alarms()) {
         const bool known = std::any_of(before.begin(), before.end(), [&alarm](const Alarm &old) {
             return old.id == alarm.id && old.message == alarm.message;
         });
-        if (!known && alarm.level == "error") {
-            fresh.append(alarm);
-        }
+        if (!known) fresh.append(alarm);
     }
     return fresh;
 }

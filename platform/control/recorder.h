@@ -78,7 +78,12 @@ public:
         QmxId reason;
     };
     QList<Alarm> alarms() const;
-    /// Alarms of level error that are there now and were not in `before`.
+    /// Alarms that are there now and were not in `before`.
+    QList<Alarm> newAlarms(const QList<Alarm> &before) const;
+    /// One of these that has been raised at or after a timeOfDay(), and still is. One that says the same
+    /// words as the last time counts.
+    QList<Alarm> raisedSince(qint64 time, eParam_t id) const;
+    /// Those of level error.
     QList<Alarm> newErrors(const QList<Alarm> &before) const;
 
     /// A clip of this name that can be played lies on the active medium.

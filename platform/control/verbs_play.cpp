@@ -125,6 +125,7 @@ Answer performPlay(const VerbCall &call)
     if (value == 0.0) return performStill(call);
     if (const auto refused = nothingToShow(call)) return *refused;
     const auto before = recorder.alarms();
+    const qint64 begun = recorder.timeOfDay();
     const qint64 shown = recorder.counter("frames_shown"), frame = recorder.counter("frame_on_output");
     const auto play = [&] { recorder.write(eParam_TransportSpeed, speed); };
     if (const QString reason = recorder.write(eParam_TransportSpeed, speed); !reason.isEmpty()) {
@@ -135,11 +136,22 @@ Answer performPlay(const VerbCall &call)
     }
     const auto shows = [&] { return recorder.isInPlay() && recorder.counter("frames_shown") > shown; };
     const auto runs = [&] { return shows() && recorder.isPlaying(); };
+    // It may have been read in vain before, for the same reason.
+    QList<Recorder::Alarm> unread;
+    const auto runsOrFails = [&] {
+        if (!runs() && unread.isEmpty()) unread = recorder.raisedSince(begun, eParam_AlarmMediaReadFailed);
+        return runs() || !unread.isEmpty();
+    };
     // A clip of a few frames may be at its end before we look: a held picture then counts as played.
-    const bool started = recorder.waitFor(runs, Wait::repeatFor, play, Wait::repeatEvery) || shows() ||
-                         (!isHeldAtTheEnd(recorder, frame) && recorder.waitFor(shows, Wait::effectWithin));
+    recorder.waitFor(runsOrFails, Wait::repeatFor, play, Wait::repeatEvery);
+    bool started = runs() || shows();
+    constexpr std::chrono::milliseconds nextEntryWithin(500); // of a list, behind one that cannot be read
+    if (!started && !unread.isEmpty())
+        started = recorder.waitFor(shows, nextEntryWithin);
+    else if (!started && !isHeldAtTheEnd(recorder, frame))
+        started = recorder.waitFor([&] { return runsOrFails() || shows(); }, Wait::effectWithin) && shows();
     if (!started) {
-        const auto errors = recorder.newErrors(before);
+        const auto errors = unread.isEmpty() ? recorder.newErrors(before) : unread;
         if (errors.isEmpty() && isHeldAtTheEnd(recorder, frame)) {
             return Answer::givenUp(
                 Cause::Deck, "at_the_end",

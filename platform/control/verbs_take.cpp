@@ -48,17 +48,16 @@ bool awaitFrames(const Recorder &recorder, const std::function<bool()> &ended, c
 /// read: a take that begins with the seconds before its command would lose them.
 void awaitHandedOut(const Recorder &recorder)
 {
-    constexpr qint64 beingCoded = 8;
     constexpr std::chrono::seconds within{2};
-    recorder.waitFor(
-        [&recorder] { return recorder.counter("capture_queue") <= beingCoded || !isRecording(recorder); },
-        within);
+    constexpr qint64 beingCoded = 4; // those that the card has at any time
+    const auto handed = [&recorder] { return recorder.counter("frames_recorded"); };
+    const qint64 captured = handed() + recorder.counter("capture_queue") - beingCoded;
+    recorder.waitFor([&] { return handed() >= captured || !isRecording(recorder); }, within);
 }
 } // namespace
 
 Answer endOfTake(Recorder &recorder, const Progress &progress)
 {
-    if (isRecording(recorder)) awaitHandedOut(recorder);
     const QString reason = give(recorder, TransportCommand::Stop);
     if (!reason.isEmpty()) return storeError(reason);
     const auto ended = [&recorder] {
@@ -130,7 +129,10 @@ public:
     QString warning()
     {
         QStringList texts;
-        for (const Recorder::Alarm &alarm : newErrors())
+        QList<Recorder::Alarm> told = newErrors();
+        for (const Recorder::Alarm &alarm : _recorder.newAlarms(_before))
+            if (alarm.level != "error" && saysOfTheTake(alarm.id)) told.append(alarm);
+        for (const Recorder::Alarm &alarm : told)
             texts.append(QStringLiteral("; alarm %1: %2").arg(alarm.name, alarm.message));
         const QString source = timecodeOfInput();
         if (!source.isEmpty() && !QmxTimecode(_recorder.inputTimecode()).isValid())
@@ -160,6 +162,12 @@ private:
             return alarm.id == eParam_AlarmRecordInhibited;
         });
         return isRefused || wasOpened() || now - _errorsSince > alarmEndsWithin;
+    }
+    /// No error, but what is in the clip, or where, is not what was asked for.
+    static bool saysOfTheTake(eParam_t alarm)
+    {
+        return alarm == eParam_AlarmMirrorLost || alarm == eParam_AlarmInputLostInRecord ||
+               alarm == eParam_AlarmInputDamaged || alarm == eParam_AlarmAudioInputLost;
     }
     /// The source of the take's timecode, when that is what comes in; else empty.
     QString timecodeOfInput() const
@@ -430,6 +438,7 @@ Answer performStop(const VerbCall &call)
             return reason.isEmpty() ? Answer::done() : storeError(reason);
         }
         const QString clip = recorder.clip();
+        awaitHandedOut(recorder);
         const Answer ended = endOfTake(recorder, call.request.progress);
         if (!ended.isDone()) return ended;
         const qint64 frames = recorder.counter("recorded_up_to");

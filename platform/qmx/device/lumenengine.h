@@ -74,13 +74,15 @@ public:
     void tick(const TickSchedule::Step &step, const QmxVideoRate &rate);
 
 private:
-    // lumenengine.cpp: set-ups and properties, locked.
+    // lumensetup.cpp: set-ups, locked.
     void setBounds(const QmxVideoDeviceSetup &setup);
     void applyCapture(const QmxVideoDeviceSetup &setup);
     void applyPlayback(const QmxVideoDeviceSetup &setup);
     void startCapture(const QmxVideoDeviceSetup &setup);
     void watch(const QmxVideoDeviceSetup &setup);
     void makeGenerator(const QmxVideoDeviceSetup &setup);
+
+    // lumenengine.cpp: properties, locked.
     void setDirection(const QmxId &direction);
     void lookAtWindow();
     int earlierFrames() const;

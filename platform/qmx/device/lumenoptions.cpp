@@ -9,6 +9,12 @@ LumenOptions &held()
 }
 } // namespace
 
+CodecLookup LumenOptions::codecsFor(const LumenProfile &used) const
+{
+    if (codec) return codec;
+    return used.libavProRes ? qmxCodecByLibav : qmxCodec;
+}
+
 LumenOptions LumenOptions::current()
 {
     return held();

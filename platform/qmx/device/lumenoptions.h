@@ -31,6 +31,9 @@ struct LumenOptions
     CodecLookup codec;                 ///< none: the table's, as the profile says
     std::shared_ptr<LumenBoard> board; ///< none: a card of software alone
 
+    /// The codecs of a card with this profile.
+    CodecLookup codecsFor(const LumenProfile &used) const;
+
     static LumenOptions current();
     static void setCurrent(const LumenOptions &options);
 };

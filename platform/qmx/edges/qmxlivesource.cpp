@@ -206,7 +206,7 @@ void QmxLiveSource::pushAudio(const qint32 *samples, int count, int channels, qi
 QmxSourceFrame QmxLiveSource::take(const QmxTick &tick)
 {
     const std::lock_guard lock(_mutex);
-    if (tick.deadline - _lastArrival > lossTime && _queue.empty()) {
+    if (QmxClock::Duration(tick.deadline - _lastArrival) > lossTime && _queue.empty()) {
         QmxSourceFrame lost;
         lost.repeated = _last.repeated;
         lost.skipped = _last.skipped;

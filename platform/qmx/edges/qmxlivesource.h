@@ -26,7 +26,7 @@ class QmxLiveSource : public QmxSource
 {
 public:
     static constexpr int targetDepth = 3; ///< frames
-    static constexpr qint64 lossTime = 300 * QmxClock::nsPerMillisecond;
+    static constexpr std::chrono::milliseconds lossTime{300};
 
     QmxLiveSource(const QString &url, const QString &soundDevice, const QmxEnvironment &environment);
     ~QmxLiveSource() override;

@@ -1,23 +1,27 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// An operator without a plan, at an input that comes and goes. Whatever he
-// does, the recorder keeps what it promises: see expectSound(). The walk is the
-// same every time; XP_WALK_SECONDS in the environment walks a new way for so
-// long and prints the seed that XP_SEED takes to walk it again.
+// An operator without a plan, at an input that comes and goes, with a card and
+// a medium that fail now and then. Whatever happens, the recorder keeps what it
+// promises: see expectSound(). The walk is the same every time; XP_WALK_SECONDS
+// in the environment walks a new way for so long and prints the seed that
+// XP_SEED takes to walk it again.
 #include "tests/scenarios/recorderrig.h"
 
 #include "platform/qmx/clip/qmxclipreader.h"
+#include "platform/qmx/device/qmxvideodevice.h"
 #include "platform/qmx/stream/qmxstream.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 
+#include <functional>
 #include <random>
+#include <tuple>
 
 namespace {
 
 constexpr unsigned usualSeed = 20;
-constexpr int usualSteps = 400;
+constexpr int usualSteps = 500;
 
 /// Losses every seven seconds, another format every half minute.
 QString restlessInput()
@@ -57,6 +61,11 @@ const QList<Action> actions = {
     {eParam_TimecodeSource, {"0", "1", "5"}, 1},
     {eParam_IntervalRecord, {"0", "0", "1"}, 1},
     {eParam_MediaUpdated, {"1", "2", "3"}, 2},
+    {eParam_StopOnDroppedFrame, {"0", "1"}, 1},
+    {eParam_CameraInput, {"0", "0", "1"}, 1},
+    {eParam_RecordOnRunningTimecode, {"1", "1", "0"}, 1}, // 0 switches it on
+    {eParam_TimecodeDropFrame, {"0", "1"}, 1},
+    {eParam_CueToTimecode, {"00:00:00:07", "10:00:00:07"}, 1},
 };
 
 /// The status that belongs to a state, by the table of the parameter's values.
@@ -77,8 +86,39 @@ protected:
 
     int random(int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(dice); }
 
+    QmxVideoDevice &device() { return *vtr().findChild<QmxVideoDevice *>(); }
+
+    /// What goes wrong, as often as the first number says.
+    QList<std::tuple<int, const char *, std::function<void()>>> faults()
+    {
+        constexpr qint64 ms = QmxClock::nsPerMillisecond;
+        return {
+            {2, "frame dropped", [this] { emit device().frameDropped(); }},
+            {1, "read failed", [this] { emit device().readFromHardwareFailed(QmxError(EIO)); }},
+            {1, "write failed", [this] { emit device().writeToHardwareFailed(QmxError(EIO), QmxFrame()); }},
+            {2, "slow medium",
+             [this] {
+                 for (int n = 1; n <= 40; ++n) {
+                     files->stallNth(FaultyFiles::Open, n, 230 * ms);
+                     files->stallNth(FaultyFiles::Fdatasync, n, 90 * ms);
+                 }
+             }},
+            {1, "failing call",
+             [this] {
+                 const auto call = random(2) ? FaultyFiles::Open : FaultyFiles::Pread;
+                 files->failNth(call, 1 + random(3), EIO, random(2) == 1);
+             }},
+            {4, "all well again", [this] { files->clear(); }},
+        };
+    }
+
     void act()
     {
+        for (const auto &[weight, name, happen] : faults()) {
+            if (random(120) >= weight) continue;
+            way.append(QString::fromLatin1(name));
+            happen();
+        }
         int total = 0;
         for (const Action &action : actions)
             total += action.weight;
@@ -116,7 +156,8 @@ protected:
                 vtr().state().isLooping() && vtr().stateToString().endsWith(QStringLiteral("] vdev reset"));
             return isIdle() || (isSetUpAgain && !vtr().hasPendingModeChange());
         };
-        ASSERT_TRUE(until(rests)) << vtr().stateToString().toStdString();
+        constexpr int longestMs = 12000; // a medium that fails has answered within ten seconds
+        ASSERT_TRUE(until(rests, longestMs)) << vtr().stateToString().toStdString();
         const bool usesMedium = vtr().state().mode().isInModePlay() || vtr().state().mode().isInModeRecord();
         EXPECT_EQ(vtr().stateToString().section(" SU ", 1).section(' ', 0, 0), usesMedium ? "1" : "0");
         // A change of state is told by the transport's next step, half a second
@@ -145,6 +186,9 @@ protected:
     /// medium lasts.
     void checkClips()
     {
+        files->clear();
+        write(eParam_RecordOnRunningTimecode, "1");
+        write(eParam_CameraInput, "0");
         for (int i = 0; i < 3 && !vtr().state().mode().isInModeStandbyOff(); ++i) {
             command(4);
             expectSettled();

@@ -9,6 +9,7 @@
 #include "platform/qmx/edges/lumenprofile.h"
 #include "platform/qmx/stream/qmxstream.h"
 #include "tests/support/movedfiles.h"
+#include "tests/transport/transportlines.h"
 
 #include <QDir>
 
@@ -52,6 +53,9 @@ TransportRig::~TransportRig()
 {
     if (_vtr) shutDown();
     LumenOptions::setCurrent({});
+    for (const QmxLogRecord &record : LogCollector::records())
+        EXPECT_TRUE(record.source != QLatin1String("vtrobject") || isTransportLine(record))
+            << "not a line of the transport: " << record.level << ' ' << record.text.toStdString();
 }
 
 QmxStream &TransportRig::stream() const

@@ -83,7 +83,7 @@ QJsonObject verbObject(const VerbRow &row)
             {"moves_transport", row.has(VerbRow::MovesTransport)},
             {"writes", QJsonArray::fromStringList(QString::fromLatin1(row.writes).split(' '))},
             {"effect", row.effect},
-            {"effect_within_ms", row.effectWithin},
+            {"effect_within_ms", qint64(row.effectWithin.count())},
             {"refusals", QJsonArray::fromStringList(QString::fromLatin1(row.refusals).split(' '))},
             {"forms", formsOf(row)}};
 }

@@ -58,7 +58,7 @@ std::optional<Answer> Control::refusal(const VerbRow &row, const Request &reques
 std::optional<Answer> Control::mediumRefusal(const Who &who, bool force)
 {
     static const VerbRow row{
-        "medium", "", {}, VerbRow::MovesTransport | VerbRow::EndsTake, Needs::Store, "", "", 0, "", nullptr};
+        "medium", "", {}, VerbRow::MovesTransport | VerbRow::EndsTake, Needs::Store, "", "", {}, "", nullptr};
     Request request;
     request.force = force;
     return Ownership(_recorder).refusal(row, request, who);

@@ -7,6 +7,7 @@
 #include <QMap>
 #include <QString>
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <span>
@@ -87,10 +88,10 @@ struct VerbRow
     std::vector<VerbArgument> arguments;
     unsigned traits;
     Needs needs;
-    const char *writes;   ///< parameters of the store, separated by blanks
-    const char *effect;   ///< what is waited for
-    int effectWithin;     ///< ms; 0: as long as it takes
-    const char *refusals; ///< codes that this verb itself can have, separated by blanks
+    const char *writes;                     ///< parameters of the store, separated by blanks
+    const char *effect;                     ///< what is waited for
+    std::chrono::milliseconds effectWithin; ///< 0: as long as it takes
+    const char *refusals;                   ///< codes that this verb itself can have, separated by blanks
     Answer (*run)(const VerbCall &call);
     /// How a shell asks for it where that is part of another command; null: by the verb's own name.
     const char *shellForm = nullptr;

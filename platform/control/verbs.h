@@ -107,7 +107,7 @@ const VerbRow *findVerb(const QString &name);
 /// Nothing, or why the arguments make no sense: missing, unknown, of a wrong form, outside their range.
 std::optional<Answer> wrongArguments(const VerbRow &row, const Request &request);
 
-// The functions of the rows. Takes (verbs_take.cpp)
+// The functions of the rows. Takes (verbs_take.cpp, verbs_stop.cpp)
 Answer performRecord(const VerbCall &);
 Answer performStop(const VerbCall &);
 /// While the store is away: by the daemon's own socket, judged by what shared memory tells of the take.

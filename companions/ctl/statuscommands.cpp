@@ -150,7 +150,7 @@ QString pageOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
                           (loops ? QStringLiteral(", round and round") : QString()));
     }
     if (card) line("output", card->format + ", sound " + meters(peaksOf(card)) + " dB");
-    for (const QJsonValue &alarm : deck.alarmList)
+    for (const QJsonValue alarm : deck.alarmList)
         line("alarm", alarm["name"].toString() + ": " + inOneLine(alarm["message"].toString()));
     if (!knows) line("store", deck.storeProblem + "; what stands above is from shared memory" + ageText(age));
     return text;
@@ -403,7 +403,7 @@ ExitCode ctlClips(Recorder &recorder, const Report &report, const Arguments &arg
     QJsonObject object{{"path", path}, {"clips", list}};
     if (arguments.all && !path.isEmpty()) {
         const QJsonArray broken = brokenClips(recorder, path);
-        for (const QJsonValue &file : broken)
+        for (const QJsonValue file : broken)
             text += QStringLiteral("%1%2  %3\n")
                         .arg(text.endsWith('\n') || text.isEmpty() ? "" : "\n")
                         .arg("   -  " + inOneLine(file["name"].toString()), -38)

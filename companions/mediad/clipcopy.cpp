@@ -219,7 +219,7 @@ QmxError copyClip(const std::string &from, const std::string &to, const QmxEnvir
                   const std::function<bool(qint64, qint64)> &pace, std::string *finding)
 {
     std::string found;
-    const QmxError error = Copy(from, to, environment, pace).run(found);
+    QmxError error = Copy(from, to, environment, pace).run(found);
     if (finding) *finding = found;
     if (error.isError()) return error;
     const QmxError marks =

@@ -123,11 +123,10 @@ private:
     QmxError compare(std::string &finding)
     {
         QmxClipCheck check;
-        const QmxError error =
-            QmxClipCheck::run(_part, check, _environment, [this](qint64 done, qint64 total) {
-                constexpr double half = 0.5;
-                return told(half + half * double(done) / double(std::max<qint64>(total, 1)));
-            });
+        QmxError error = QmxClipCheck::run(_part, check, _environment, [this](qint64 done, qint64 total) {
+            constexpr double half = 0.5;
+            return told(half + half * double(done) / double(std::max<qint64>(total, 1)));
+        });
         if (error.value() == ECANCELED) return canceled();
         if (error.isError()) return error;
         if (!check.isWhole() || check.frames != _source.frames())

@@ -122,7 +122,7 @@ Answer performStop(const VerbCall &call)
         }
         const QString clip = recorder.clip();
         awaitHandedOut(recorder);
-        const Answer ended = endOfTake(recorder, call.request.progress);
+        Answer ended = endOfTake(recorder, call.request.progress);
         if (!ended.isDone()) return ended;
         const qint64 frames = recorder.counter("recorded_up_to");
         return Answer::done(QStringLiteral("recorded %1 into %2").arg(qmxCounted(frames, "frame"), clip),

@@ -153,7 +153,7 @@ Answer noPicture(const Recorder &recorder, const QString &problem)
 Answer giveUpWaiting(Recorder &recorder)
 {
     const QString problem = recorder.inputProblem();
-    if (const Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
+    if (Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
     return noPicture(recorder, problem);
 }
 
@@ -320,7 +320,7 @@ Answer performRecord(const VerbCall &call)
                       start.newErrors());
     }
     const bool interrupted = Recorder::forgetInterrupt() || start.interrupted; // the end is waited for
-    if (const Answer ended = endOfTake(recorder, call.request.progress); !ended.isDone()) return ended;
+    if (Answer ended = endOfTake(recorder, call.request.progress); !ended.isDone()) return ended;
     Answer answer = recorded(recorder, length, clip, start.warning());
     answer.isEnded = interrupted;
     return answer;

@@ -170,6 +170,6 @@ std::string whyNotText(const std::vector<std::string> &attributes, const std::st
     if (hasControl(text, has(Attribute::multiLine))) return "takes a text without control characters";
     for (const Rule &rule : rules)
         if (has(rule.attribute))
-            if (const std::string why = rule.whyNot(text); !why.empty()) return why;
+            if (std::string why = rule.whyNot(text); !why.empty()) return why;
     return {};
 }

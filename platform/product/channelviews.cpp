@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -193,17 +194,24 @@ std::array<Place, 4> placesOf(int channel)
              {QFileInfo(QFileInfo(places.memory).path()).path(), places.memory}}};
 }
 
-/// Removes a folder with all that is in it, but never anything of another file system: a medium may be bound
-/// there at any time. Follows no link. False: something is left.
+/// The mount that an open folder belongs to. (Its device would not tell a folder that is bound there from one
+/// of the same file system.)
+std::optional<quint64> mountOf(int fd)
+{
+    struct statx is = {};
+    if (::statx(fd, "", AT_EMPTY_PATH, STATX_MNT_ID, &is) != 0 || (is.stx_mask & STATX_MNT_ID) == 0)
+        return {};
+    return is.stx_mnt_id;
+}
+
+/// Removes a folder with all that is in it, but never anything that is mounted there: a medium may be bound
+/// at any time. Follows no link. False: something is left.
 bool removeTree(int in, const char *name)
 {
-    struct stat outside = {}, inside = {};
     const int fd = ::openat(in, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) return ::unlinkat(in, name, 0) == 0 || errno == ENOENT;
-    DIR *const folder =
-        ::fstat(in, &outside) == 0 && ::fstat(fd, &inside) == 0 && outside.st_dev == inside.st_dev
-            ? ::fdopendir(fd)
-            : nullptr;
+    const auto outside = mountOf(in);
+    DIR *const folder = outside && outside == mountOf(fd) ? ::fdopendir(fd) : nullptr;
     if (!folder) {
         ::close(fd);
         return false;

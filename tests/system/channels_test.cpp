@@ -114,6 +114,9 @@ TEST(Channels, whatCannotBeSharedIsToldAndLinksLeadRootNowhereElse)
             xpctl channel remove 5; add 5 >/dev/null
         done
         ls /media/?/channel-5/clip.mov; kill $follow; wait $follow || true
+        mkdir /run/xp/kept /run/xp/channels/5/bound; touch /run/xp/kept/clip.mov
+        mount --bind /run/xp/kept /run/xp/channels/5/bound # of the same file system
+        xpctl channel remove 5 || true; ls /run/xp/kept/clip.mov
     )sh");
     EXPECT_TRUE(said(result.out, "medium").contains("channel 7 has no folder on /media/A"))
         << result.out.toStdString();
@@ -123,7 +126,7 @@ TEST(Channels, whatCannotBeSharedIsToldAndLinksLeadRootNowhereElse)
     EXPECT_TRUE(said(result.out, "view").contains("/run/xp/channels/7/media: ")) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "victim"), "700 0\nfile\n");
     EXPECT_TRUE(said(result.out, "others").contains("/etc/xp/channels/9: ")) << result.out.toStdString();
-    EXPECT_EQ(said(result.out, "removed").count("/clip.mov\n"), 2) << "the clips went with their channel";
+    EXPECT_EQ(said(result.out, "removed").count("/clip.mov\n"), 3) << "the clips went with their channel";
     const QByteArray left = said(result.out, "none-left");
     EXPECT_TRUE(left.contains("channel 6 has no folder on /media/full: No space") &&
                 left.contains("\nA\nB\n"))

@@ -63,7 +63,7 @@ export class XpAlarms extends Part {
   }
 
   protected override follows(): unknown[] {
-    return [this.deck.state?.alarm_list];
+    return [this.deck.state?.alarm_list, this.deck.verbs];
   }
 
   protected override view() {

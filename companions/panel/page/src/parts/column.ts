@@ -64,7 +64,10 @@ export class XpColumn extends Part {
     this.detail = decodeURIComponent(detail.join("/"));
   };
 
+  /** At once: the address tells of its change later, and a key that is held would turn from the view before. */
   private go(view: View): void {
+    this.chosen = view;
+    this.detail = "";
     location.hash = `#/${view}`;
   }
 
@@ -74,13 +77,11 @@ export class XpColumn extends Part {
 
   mark(): void {
     this.go("replay");
-    this.chosen = "replay";
     void this.updateComplete.then(() => this.replay?.markPoint());
   }
 
   private async add(names: string[]): Promise<void> {
     this.go("list");
-    this.chosen = "list";
     await this.updateComplete;
     await this.list?.read();
     await this.list?.add(names);

@@ -29,7 +29,9 @@ export function byKeys(page) {
     },
     view: async (name) => {
       await reach(page.locator("xp-column [role=tab][aria-selected=true]"));
-      for (let i = await tabs(page).count(); i > 0 && (await page.locator(`#tab-${name}[aria-selected=true]`).count()) === 0; --i) await page.keyboard.press("ArrowRight");
+      const isThere = async () => (await page.locator(`#tab-${name}[aria-selected=true]`).count()) === 1;
+      for (let i = await tabs(page).count(); i > 0 && !(await isThere()); --i) await page.keyboard.press("ArrowRight");
+      if (!(await isThere())) throw new Error(`the arrow keys do not lead to ${name}`);
     },
     back: async () => {},
   };
@@ -67,6 +69,7 @@ export async function workEverything(page, hands, { xpctl, key }) {
   await xpctl("set", "audio_input", "analog");
   await hands.press(key(page, "Record"));
   await is("status", "recording");
+  await until("the alarm", async () => (await deck("alarms")) > 0 || undefined);
   await hands.view("alarms");
   await hands.press(button("Seen").first());
   await until("by whom it was seen", async () => /Seen by \S/.test(await page.locator("xp-alarms article").first().textContent()) || undefined);

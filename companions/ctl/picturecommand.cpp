@@ -36,7 +36,7 @@ struct KindRow
 };
 constexpr KindRow kinds[] = {
     {"png", AV_CODEC_ID_PNG, AV_PIX_FMT_RGB24},
-    {"jpg jpeg", AV_CODEC_ID_MJPEG, AV_PIX_FMT_YUVJ420P},
+    {"jpg jpeg", AV_CODEC_ID_MJPEG, AV_PIX_FMT_YUV420P},
 };
 
 /// Null: no kind has this ending.
@@ -104,6 +104,7 @@ Owned<AVFrame> inFullRange(const Samples &samples, AVPixelFormat format)
     frame->width = samples.width;
     frame->height = samples.height;
     frame->format = format;
+    frame->color_range = AVCOL_RANGE_JPEG;
     if (av_frame_get_buffer(frame.get(), 0) < 0) return nullptr;
     const int from = samples.isStandardDefinition ? SWS_CS_ITU601 : SWS_CS_ITU709;
     // (JPEG files are taken for BT.601 everywhere.)
@@ -126,6 +127,7 @@ QByteArray coded(const Samples &samples, const KindRow &kind)
     encoder->width = frame->width;
     encoder->height = frame->height;
     encoder->pix_fmt = kind.format;
+    encoder->color_range = AVCOL_RANGE_JPEG;
     encoder->time_base = {1, 1};
     encoder->flags |= AV_CODEC_FLAG_QSCALE;
     encoder->global_quality = fine * FF_QP2LAMBDA;

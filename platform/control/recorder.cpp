@@ -327,6 +327,7 @@ QString Recorder::whyUnplayable(const QString &path) const
     const QmxError error = QmxClipReader::probe(path, clip, _environment);
     if (!error.isError()) return {};
     if (info.isDir()) return QStringLiteral("it is no file");
+    if (error.value() == ENODATA) return QStringLiteral("it has no frames");
     // What libav finds no sense in it calls invalid; where a film of this family begins well, its end is
     // missing.
     if (!error.toString().contains(QLatin1String("Invalid data"))) return error.toString();

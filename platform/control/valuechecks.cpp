@@ -7,8 +7,10 @@
 #include "platform/product/clipfinder.h"
 #include "platform/product/lututils.h"
 #include "platform/qmx/core/qmxcounted.h"
+#include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsamefilesystem.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -28,9 +30,12 @@ std::optional<Answer> refused(const QString &sentence, const QString &advice)
     return Answer::refused(Cause::Argument, "wrong_argument", sentence, advice);
 }
 
-/// A folder on a file system of its own, as the recorder wants its media.
+/// A folder where media are mounted, on a file system of its own: what else is one, /dev/shm say, is no place
+/// for a take.
 bool isMedium(const Recorder &recorder, const QString &path)
 {
+    const QString folder = QDir::cleanPath(path) + '/';
+    if (!folder.startsWith(recorder.environment().places->media + '/')) return false;
     struct statfs64 root = {};
     struct statfs64 medium = {};
     QmxFiles &files = *recorder.environment().files;
@@ -44,7 +49,8 @@ std::optional<Answer> anyMedium(Recorder &recorder, const StoreValue &value)
     const QString path = QString::fromStdString(value.text);
     if (path.isEmpty() || isMedium(recorder, path)) return {};
     return refused(QStringLiteral("there is no medium at %1").arg(path),
-                   "`xpctl media` lists those there are");
+                   QStringLiteral("media are mounted below %1; `xpctl media` lists those there are")
+                       .arg(recorder.environment().places->media));
 }
 
 std::optional<Answer> activeMedium(Recorder &recorder, const StoreValue &value)

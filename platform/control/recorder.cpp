@@ -313,7 +313,8 @@ bool Recorder::isClip(const QString &name) const
     const QFileInfo file(here(text(eParam_ActiveMediaPath) + "/" + part->clip));
     QmxClipInfo info;
     QmxClipPart::Range range;
-    return file.isFile() && !QmxClipReader::probe(file.filePath(), info, _environment).isError() &&
+    return (file.isFile() || file.isDir()) &&
+           !QmxClipReader::probe(file.filePath(), info, _environment).isError() &&
            !part->resolve(info, range).isError();
 }
 

@@ -78,18 +78,19 @@ TEST(BadInput, filesThatAreNoClipsAreExplainedAndTheOthersPlay)
         mkdir folder.mov; mkfifo pipe.mov; ln -s /nowhere dangling.mov; head -c 300000 /dev/urandom >noise.mov
         ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -t 1 -c:v cinepak odd.mov </dev/null
         ffmpeg -v error -f lavfi -i sine=sample_rate=48000 -t 1 -c:a pcm_s16le sound.mov </dev/null
+        mkdir film.images; ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -t 1 film.images/p_%03d.png </dev/null
         cp $take holed.mov; head -c 200000 /dev/urandom | dd of=holed.mov bs=1000 seek=$((size / 2000)) conv=notrunc status=none
-        xpctl set media_updated 1
+        await 'xpctl set media_updated 1 && xpctl clip odd.mov' >&2 # a listing that takes too long is done without
         say clips; xpctl clips
         for name in noise.mov folder.mov pipe.mov dangling.mov sound.mov cut_1.mov; do say $name; refused clip $name; done
-        for name in odd.mov holed.mov cut_19.mov $take; do
+        for name in odd.mov film.images holed.mov cut_19.mov $take; do
             say $name; xpctl clip $name; xpctl play --wait; xpctl stop >&2; xpctl stop >&2
         done
         say log; cat /run/xp/xpd.out
         [ "$before" = "$(sha1sum $take)" ] || { echo "the take was changed" >&2; exit 8; }
     )sh");
     const QByteArray clips = said(result.out, "clips");
-    for (const char *listed : {"take_001.mov", "odd.mov", "cut_19.mov", "holed.mov"}) {
+    for (const char *listed : {"take_001.mov", "odd.mov", "film.images", "cut_19.mov", "holed.mov"}) {
         EXPECT_TRUE(clips.contains(listed)) << listed << clips.toStdString();
         EXPECT_TRUE(said(result.out, listed).contains("still")) << listed << result.out.toStdString();
     }

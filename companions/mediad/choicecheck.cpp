@@ -39,6 +39,11 @@ std::string whyNoClip(const Medium &medium, const std::string &name)
     return "there is no clip " + name + " on " + medium.path + "; `xpctl clips` lists those there are";
 }
 
+bool isOfTake(const std::string &clip, const std::string &take)
+{
+    return !take.empty() && clip.substr(0, clip.rfind('.')) == take;
+}
+
 std::string whyNoPlace(const Medium &medium, unsigned place, const MediaParameters &is,
                        const std::string &playList)
 {
@@ -81,9 +86,10 @@ std::vector<MediaWrite> ChoiceCheck::step(std::int64_t now, const Medium *active
     bool isGood = takeBegun;
     for (const auto &[id, choice] : due) {
         std::string wrong;
-        // In a take it is the transport that names its clip, before that is there.
-        const bool isOfTransport = id == eParam_CurrentClip &&
-                                   (is.status == TransportStatus::Recording || choice.text != is.currentClip);
+        // The transport names the clip of a take, before that is there and although it may never be.
+        const bool isOfTransport =
+            id == eParam_CurrentClip && (is.status == TransportStatus::Recording ||
+                                         choice.text != is.currentClip || isOfTake(choice.text, is.lastTake));
         if (id == eParam_GoToClipIndex)
             wrong = whyNoPlace(*active, choice.number, is, playList);
         else if (!isOfTransport)

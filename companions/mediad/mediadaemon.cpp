@@ -180,6 +180,7 @@ MediaParameters MediaDaemon::parameters()
     is.mirror = _store.text(eParam_MirrorMediaPath);
     is.label = _store.text(eParam_MediaLabel);
     is.currentClip = _store.text(eParam_CurrentClip);
+    is.lastTake = _store.text(eParam_RecordBaseName);
     is.playbackSource = PlaybackSource(_store.number(eParam_PlaybackSource));
     // Last: a recorder that begins in between has its lock before it says anything else.
     is.recorder = _recorderLock.holder();

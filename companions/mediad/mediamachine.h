@@ -26,6 +26,7 @@ struct MediaParameters
     std::string mirror; ///< folder that takes are written to as well; empty: none
     std::string label;
     std::string currentClip;
+    std::string lastTake; ///< name of the clip that was begun last, without its ending
     PlaybackSource playbackSource = PlaybackSource::CurrentClip;
 };
 

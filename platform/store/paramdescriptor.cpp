@@ -34,6 +34,14 @@ QmxTimecode wholeTimecode(unsigned number)
     return QmxTimecode(int(number & INT_MAX), 0, 0, 0, 0, 0);
 }
 
+std::string whyNotNumber(const ParamDescriptor &descriptor, const ParamRow &row, const std::string &given)
+{
+    return row.name + " takes a number from " + std::to_string(row.minimum) + " to " +
+           std::to_string(row.maximum) +
+           (descriptor.hasAttribute(Attribute::timecodePreset) ? " or a timecode such as 10:00:00:00" : "") +
+           ", not " + given;
+}
+
 } // namespace
 
 ParamDescriptor::ParamDescriptor(const ParamRow &row) : _row(row) {}
@@ -166,8 +174,7 @@ bool ParamDescriptor::check(const StoreValue &value, std::string &reason) const
     case Unsigned:
         if (value.number >= _row.minimum && value.number <= _row.maximum) return true;
         if (hasAttribute(Attribute::timecodePreset) && wholeTimecode(value.number).isValid()) return true;
-        reason = _row.name + " takes a number from " + std::to_string(_row.minimum) + " to " +
-                 std::to_string(_row.maximum) + ", not " + std::to_string(value.number);
+        reason = whyNotNumber(*this, _row, std::to_string(value.number));
         return false;
     case Bool:
     case Enumerated:
@@ -201,8 +208,7 @@ bool ParamDescriptor::parse(const std::string &text, StoreValue &value, std::str
             parsed.number = unsigned(QmxPackedTimecode::pack(timecode));
             break;
         }
-        reason = _row.name + " takes a number from " + std::to_string(_row.minimum) + " to " +
-                 std::to_string(_row.maximum) + ", not \"" + text + "\"";
+        reason = whyNotNumber(*this, _row, '"' + text + '"');
         return false;
     case Bool:
     case Enumerated: {

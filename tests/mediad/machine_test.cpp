@@ -535,6 +535,8 @@ TEST(ChoiceCheck, tellsOfWhatIsNotThereOnceTheMediumHasBeenLookedAt)
     is.currentClip = "next.mov";
     EXPECT_EQ(judge(eParam_CurrentClip, "old.mov"), "");
     EXPECT_NE(judge(eParam_CurrentClip, "next.mov"), "");
+    is.lastTake = "next";
+    EXPECT_EQ(judge(eParam_CurrentClip, "next.mov"), "") << "a take that could not be opened";
     is.status = TransportStatus::Recording;
     EXPECT_EQ(judge(eParam_CurrentClip, "next.mov", 0, true), "cleared") << "by the take";
 }

@@ -11,7 +11,7 @@
     X(MediaWriteFailed, 1901, "media_write_failed", News, "error", \
       "A recording could not be written to its medium.", \
       "open, write or close failed; the next take must be able to tell its own", \
-      "check or replace the medium; the clip holds everything up to there") \
+      "check or replace the medium; a clip that is there is whole up to that moment") \
     X(ClipNameExists, 1902, "clip_name_exists", NextName, "error", \
       "The name of the new clip is taken on the medium.", \
       "the name is fixed; record begun does not clear it: the transport itself does with the next name that is free", \

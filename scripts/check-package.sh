@@ -130,13 +130,19 @@ say '  as services of systemd:'
 guide engineer.md
 expect 'removed and installed again, the store is the same' test "$(as_xp xpctl get clip_base_name)" = kept
 
+# As on a machine with a second channel, whose folder of the medium is bound into the recorder's own.
+bound=/run/xp/channels/2/media/A
+in_root sh -euc 'mkdir -p /media/A/channel-2 "$2"; cp "/media/A/$1" /media/A/channel-2; mount --bind /media/A/channel-2 "$2"
+    test -s "$2/$1"' sh "$clip" "$bound"
 in_root apt-get remove -y -qq xp-recorder xp-tools xp-remote xp-panel >"$work/install.out" 2>&1 || { cat "$work/install.out"; die "check package: removing failed"; }
 expect 'removed: no program, no still, but store and profile' sh -c \
     "! ls $R/usr/bin/xp* 2>/dev/null && [ ! -e $R/usr/local/share/media/prores_422 ] && [ -s $R/var/lib/xp/store.db ] && [ -s $R/etc/xp/lumen.ini ]"
+expect 'removed: what was bound has been let go, and its clips are there' sh -c \
+    "! grep -q $bound /proc/mounts && [ ! -e $R/run/xp ] && [ -s '$R/media/A/channel-2/$clip' ]"
 in_root apt-get purge -y -qq xp-recorder xp-remote xp-panel >"$work/install.out" 2>&1 || { cat "$work/install.out"; die "check package: purging failed"; }
 expect 'purged: nothing of ours is left' sh -c "! (cd $R && find etc usr var lib/systemd run -name '*xp-*' -o -name 'xpd*' -o -name 'xpctl*' \
     -o -path 'etc/xp*' -o -path 'var/lib/xp*' | grep -vE 'lib/apt|var/cache' | grep .)"
-expect 'purged: clips are still there' test -s "$R/media/A/$clip"
+expect 'purged: clips are still there' test -s "$R/media/A/$clip" -a -s "$R/media/A/channel-2/$clip"
 umount -R "$R" 2>/dev/null || umount -lR "$R"
 umount "$work"
 rmdir "$work"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Builds and runs the unit tests under sanitizers: test-sanitized.sh asan|tsan. The tests of the real programs stay out: they
-# are about time. Leaks of other libraries are listed in tests/lsan.supp; ours have no entry there.
+# Builds and runs the unit tests under sanitizers, or builds only: test-sanitized.sh asan|tsan [build]. The tests of the real
+# programs stay out: they are about time. Leaks of other libraries are listed in tests/lsan.supp; ours have no entry there.
 set -euo pipefail
 . "$XP_ROOT/scripts/common.sh"
 cd "$XP_ROOT"
@@ -12,5 +12,7 @@ export TSAN_OPTIONS="halt_on_error=0 report_signal_unsafe=0 suppressions=$XP_ROO
 without='system;fronts'
 [ "${XP_CI:-no}" != yes ] || without+=';panel'
 cmake --preset "$1" -DXP_TESTS_WITHOUT="$without" >/dev/null
-cmake --build --preset "$1" -j "$XP_JOBS" --target unit_tests >&2
+build=(ninja -C "build-$1" -j "$XP_JOBS" unit_tests)
+[ "${2:-}" != build ] || exec "${build[@]}" # it ends what it has begun when it is ended
+"${build[@]}" >&2
 xp_ctest --test-dir "build-$1" --output-on-failure --no-tests=error -j "$XP_JOBS"

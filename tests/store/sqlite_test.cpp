@@ -283,9 +283,12 @@ TEST_F(SqliteStore, queuedWritesNeverWaitForALockedStoreNorDoesTheEnd)
     // The end waits two seconds for what cannot be committed.
     ASSERT_EQ(::flock(lock, LOCK_EX), 0);
     ASSERT_TRUE(config->setUInt(eParam_LoopPlayback, 1));
+    const qsizetype told = LogCollector::texts("storestate").size();
     const qint64 before = QmxRealClock().now();
     config.reset();
     EXPECT_LT(QmxRealClock().now() - before, 3 * QmxClock::nsPerSecond);
+    // Its thread, which nobody waited for, ends in this test.
+    EXPECT_TRUE(Stepper::waitFor([told] { return LogCollector::texts("storestate").size() > told; }, 30000));
     ::close(lock);
     EXPECT_EQ(numberOf(*openStore(uri), eParam_LoopPlayback), 0U);
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmx.h"
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "tests/support/logcollector.h"
@@ -12,10 +13,16 @@
 
 namespace {
 
-/// Each test begins and ends with the machine's own files.
+/// Each test begins and ends with the machine's own files, and has a deck that no other test has left
+/// anything in.
 class FreshEnvironment : public testing::EmptyTestEventListener
 {
-    void OnTestStart(const testing::TestInfo &) override { QmxEnvironment::setCurrent(_environment); }
+    void OnTestStart(const testing::TestInfo &) override
+    {
+        QmxEnvironment environment = _environment;
+        environment.deck = std::make_shared<QmxDeck>();
+        QmxEnvironment::setCurrent(environment);
+    }
     void OnTestEnd(const testing::TestInfo &) override { QmxEnvironment::setCurrent(_environment); }
 
     const QmxEnvironment _environment = QmxEnvironment::current();

@@ -127,6 +127,7 @@ ExitCode add(const Report &report, int channel, const QString &source, int plays
                           .arg(owner),
                       "give another input");
     if (::geteuid() != 0) return needsRoot(report);
+    const ChannelViews::Turn turn;
     const QmxPlaces places = QmxPlaces::ofChannel(channel);
     QStringList problems = ChannelViews::makeFolders(channel, QmxPlaces().state);
     const QByteArray profile =
@@ -167,6 +168,7 @@ ExitCode remove(const Report &report, int channel)
             return refuse(report, QStringLiteral("channel %1 plays its clips").arg(other),
                           QStringLiteral("remove that first: xpctl channel remove %1").arg(other));
     if (::geteuid() != 0) return needsRoot(report);
+    const ChannelViews::Turn turn;
     if (!ChannelViews::removeFolders(channel))
         return refuse(report,
                       QStringLiteral("not all of channel %1 could be removed; what is left lies in %2, "
@@ -181,6 +183,7 @@ ExitCode remove(const Report &report, int channel)
 
 ExitCode view(const Report &report, int channel)
 {
+    const ChannelViews::Turn turn;
     QStringList problems = ChannelViews::makeFolders(channel, QmxPlaces().state);
     if (problems.isEmpty()) problems = ChannelViews::bindMedia(channel);
     // One medium less does not keep the channel from recording on the others.

@@ -16,8 +16,8 @@
 #include <utility>
 
 namespace {
-/// From now to the first frame: the way of a command to the card, with room for a busy machine.
 constexpr auto variable = "XP_CHANNEL";
+/// From now to the first frame, and to the last one: the way of a command to the card.
 constexpr qint64 startAhead = 600 * QmxClock::nsPerMillisecond;
 constexpr qint64 endAhead = 120 * QmxClock::nsPerMillisecond;
 constexpr qint64 ticksWithin = QmxClock::nsPerSecond;
@@ -25,6 +25,14 @@ constexpr qint64 ticksWithin = QmxClock::nsPerSecond;
 qint64 clockNow()
 {
     return QmxEnvironment::current().clock->now();
+}
+
+/// How far ahead a frame is set for all. On a machine on which it took long to ask them, the command takes as
+/// long.
+qint64 aheadFor(qint64 least, qint64 askedAt)
+{
+    constexpr qint64 most = 3 * QmxClock::nsPerSecond;
+    return std::clamp(clockNow() - askedAt, least, most);
 }
 
 /// The clocks of the channels, each through its own shared memory.
@@ -194,6 +202,7 @@ ExitCode Gang::tellStatus(const QList<Part> &parts) const
 
 ExitCode Gang::record(const Arguments &arguments)
 {
+    const qint64 askedAt = clockNow();
     Asked asked(variable, namesOf(_channels), QStringList(_words) << "--on-word", _report.isJson());
     const QList<qsizetype> ready = asked.awaitReady();
     const QList<int> able = channelsAt(ready);
@@ -206,7 +215,7 @@ ExitCode Gang::record(const Arguments &arguments)
                              "--best-effort records on those that can");
     }
     Clocks clocks(able);
-    const qint64 moment = commonMoment(clocks, able, clockNow() + startAhead);
+    const qint64 moment = commonMoment(clocks, able, clockNow() + aheadFor(startAhead, askedAt));
     std::map<int, qint64> first, before;
     // A take that has a time of its own begins there in every channel.
     const bool isTimed = !arguments.at.empty() || !arguments.until.empty();

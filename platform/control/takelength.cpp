@@ -2,9 +2,6 @@
 #include "platform/control/takelength.h"
 
 #include "platform/control/recorder.h"
-#include "platform/qmx/clip/qmxclipreader.h"
-
-#include <QFileInfo>
 
 #include <algorithm>
 #include <cmath>
@@ -102,14 +99,4 @@ QStringList TakeLength::paths()
 {
     lookAtClip();
     return _paths;
-}
-
-qint64 TakeLength::frames()
-{
-    qint64 frames = _recorder.counter("recorded_up_to");
-    for (const QString &path : paths().mid(0, _paths.size() - 1)) {
-        QmxClipInfo info;
-        if (!QmxClipReader::probe(path, info, _recorder.environment()).isError()) frames += info.frames;
-    }
-    return frames;
 }

@@ -23,8 +23,6 @@ public:
     bool isFull();
     /// Where the take's clips lie, in their order.
     QStringList paths();
-    /// Frames that are safe in all of them together. Asks the disk, after a rollover.
-    qint64 frames();
 
 private:
     qint64 handedOut() const; ///< by the card, for this take

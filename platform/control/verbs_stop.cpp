@@ -2,6 +2,7 @@
 // stop, of a take, of one that is on its way, of playback.
 #include "platform/control/verbs_take.h"
 
+#include "platform/control/takeclips.h"
 #include "platform/control/transportanswers.h"
 #include "platform/qmx/core/qmxcounted.h"
 #include "platform/store/eparamcontrol.h"
@@ -109,6 +110,24 @@ bool takeRunsOrBegins(const Recorder &recorder)
     return isRecording(recorder);
 }
 
+namespace {
+/// What the take that has just ended holds.
+Answer stopped(const Recorder &recorder)
+{
+    // (By now the name is that of its last clip, into whatever others it has gone on.)
+    const QString clip = recorder.clip();
+    const auto clips = TakeClips::endingWith(recorder, clip, recorder.counter("recorded_up_to"));
+    const qint64 frames = TakeClips::frames(clips);
+    return Answer::done(
+        QStringLiteral("recorded %1 into %2")
+            .arg(qmxCounted(frames, "frame"), clips.size() == 1 ? clip : TakeClips::text(clips)),
+        {{"clip", clips.first().path.section('/', -1)},
+         {"path", clips.first().path},
+         {"clips", TakeClips::toJson(clips)},
+         {"frames", frames}});
+}
+} // namespace
+
 Answer performStop(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
@@ -120,13 +139,9 @@ Answer performStop(const VerbCall &call)
             const QString reason = give(recorder, TransportCommand::Stop);
             return reason.isEmpty() ? Answer::done() : storeError(reason);
         }
-        const QString clip = recorder.clip();
         awaitHandedOut(recorder);
         Answer ended = endOfTake(recorder, call.request.progress);
-        if (!ended.isDone()) return ended;
-        const qint64 frames = recorder.counter("recorded_up_to");
-        return Answer::done(QStringLiteral("recorded %1 into %2").arg(qmxCounted(frames, "frame"), clip),
-                            {{"clip", clip}, {"frames", frames}});
+        return ended.isDone() ? stopped(recorder) : ended;
     }
     // The stop key holds the picture first and stops at the second press.
     const auto stoppedOrStill = [&] {

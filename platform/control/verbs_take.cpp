@@ -3,6 +3,7 @@
 #include "platform/control/verbs_take.h"
 
 #include "platform/control/ownership.h"
+#include "platform/control/takeclips.h"
 #include "platform/control/takelength.h"
 #include "platform/control/transportanswers.h"
 #include "platform/qmx/core/qmxcounted.h"
@@ -227,16 +228,18 @@ Answer recording(const Recorder &recorder, const QString &warning = {})
 
 Answer recorded(const Recorder &recorder, TakeLength &length, const QString &clip, const QString &warning)
 {
-    const QStringList paths = length.paths();
-    const qint64 frames = length.frames();
+    const auto clips = TakeClips::at(recorder, length.paths());
+    const qint64 frames = TakeClips::frames(clips);
     const qint64 late = recorder.counter("start_late");
-    return Answer::done(QStringLiteral("recorded %1 into %2%3%4")
-                            .arg(qmxCounted(frames, "frame"), paths.join(" and "), lateness(late), warning),
-                        {{"clip", clip},
-                         {"path", paths.value(0)},
-                         {"paths", QJsonArray::fromStringList(paths)},
-                         {"frames", frames},
-                         {"late_frames", late}});
+    return Answer::done(
+        QStringLiteral("recorded %1 into %2%3%4")
+            .arg(qmxCounted(frames, "frame"), TakeClips::text(clips), lateness(late), warning),
+        {{"clip", clip},
+         {"path", length.paths().value(0)},
+         {"paths", QJsonArray::fromStringList(length.paths())},
+         {"clips", TakeClips::toJson(clips)},
+         {"frames", frames},
+         {"late_frames", late}});
 }
 } // namespace
 

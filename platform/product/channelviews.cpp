@@ -23,6 +23,7 @@
 #include <fcntl.h>
 #include <linux/capability.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -235,6 +236,21 @@ Folder viewOf(int channel)
 
 namespace ChannelViews {
 
+/// (Whoever can read the folder may lock it as well: it is waited for no longer than anybody needs it.)
+Turn::Turn() : _fd(::open(native(QmxPlaces().settings).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
+{
+    constexpr int mostTries = 150;
+    constexpr auto between = std::chrono::milliseconds(20);
+    for (int tries = 0; tries < mostTries && ::flock(_fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+         ++tries)
+        std::this_thread::sleep_for(between);
+}
+
+Turn::~Turn()
+{
+    if (_fd >= 0) ::close(_fd);
+}
+
 QString replayFile(int channel)
 {
     return QmxPlaces::ofChannel(channel).settings + "/plays";
@@ -312,8 +328,8 @@ QStringList bindMedia(int channel)
     return problems;
 }
 
-/// The settings first: without them nobody binds a medium again. (Whoever watches the media may be at it just
-/// now, and what it has bound meanwhile is let go once more.)
+/// The settings first: without them nobody binds a medium again. (Should one be bound all the same, it is let
+/// go once more.)
 bool removeFolders(int channel)
 {
     constexpr int mostTries = 50;
@@ -347,8 +363,12 @@ void follow(void (*tell)(const QStringList &problems), void (*ready)())
     QStringList told;
     for (;;) {
         QStringList problems;
-        for (const int channel : QmxChannel::all())
-            if (channel != 1) problems += makeFolders(channel, QmxPlaces().state) + bindMedia(channel);
+        for (const int channel : QmxChannel::all()) {
+            const Turn turn;
+            // (It may have been removed since.)
+            if (channel != 1 && QmxChannel::exists(channel))
+                problems += makeFolders(channel, QmxPlaces().state) + bindMedia(channel);
+        }
         if (problems != told) tell(problems);
         told = problems;
         if (ready) ready();

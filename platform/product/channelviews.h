@@ -13,6 +13,21 @@
 /// one, and cannot change it.
 namespace ChannelViews {
 
+/// Held while a channel is made, removed or given its media, by one process of the machine at a time: what
+/// follows the media makes nothing anew that is being removed, and binds nothing of a channel of which it is
+/// not written yet whose clips it plays. Waits for the others, three seconds at most.
+class Turn
+{
+public:
+    Turn();
+    ~Turn();
+    Turn(const Turn &) = delete;
+    Turn &operator=(const Turn &) = delete;
+
+private:
+    const int _fd;
+};
+
 /// File below the settings of a channel with the number of the one whose clips it plays.
 QString replayFile(int channel);
 /// Whose clips a replay channel plays; 0: it records its own.

@@ -43,6 +43,29 @@ void cut(std::string &text, std::size_t size)
     text.resize(size);
 }
 
+/// "take_001_R2.mov"
+struct RolloverName
+{
+    std::string stem; ///< "take_001"
+    int index = -1;   ///< -1: it has none
+    std::string tail; ///< ".mov"
+};
+
+RolloverName partsOf(const std::string &name)
+{
+    const auto dot = name.rfind('.');
+    const std::string stem = name.substr(0, dot);
+    const std::string tail = dot == std::string::npos ? std::string() : name.substr(dot);
+    const std::string mark = rolloverMark;
+    const auto at = stem.rfind(mark);
+    const std::string digits = at == std::string::npos ? std::string() : stem.substr(at + mark.size());
+    const bool isIndex =
+        !digits.empty() && digits.size() <= maximumIndexDigits &&
+        std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+    if (!isIndex) return {stem, -1, tail};
+    return {stem.substr(0, at), std::atoi(digits.c_str()), tail};
+}
+
 } // namespace
 
 std::string clipNameFromPattern(const std::string &pattern, const ClipNameWords &words)
@@ -86,16 +109,16 @@ bool patternCountsTakes(const std::string &pattern)
 
 std::string clipNameWithNextRolloverIndex(const std::string &name)
 {
-    const auto dot = name.rfind('.');
-    const std::string stem = name.substr(0, dot);
-    const std::string tail = dot == std::string::npos ? std::string() : name.substr(dot);
-    const std::string mark = rolloverMark;
-    const auto at = stem.rfind(mark);
-    if (at != std::string::npos) {
-        const std::string digits = stem.substr(at + mark.size());
-        if (!digits.empty() && digits.size() <= maximumIndexDigits &&
-            std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
-            return stem.substr(0, at) + mark + std::to_string(std::atoi(digits.c_str()) + 1) + tail;
-    }
-    return stem + mark + std::to_string(firstRollover) + tail;
+    const RolloverName parts = partsOf(name);
+    const int next = parts.index < 0 ? firstRollover : parts.index + 1;
+    return parts.stem + rolloverMark + std::to_string(next) + parts.tail;
+}
+
+std::string clipNameBeforeRollover(const std::string &name)
+{
+    const RolloverName parts = partsOf(name);
+    if (parts.index < firstRollover) return {};
+    return parts.index == firstRollover
+               ? parts.stem + parts.tail
+               : parts.stem + rolloverMark + std::to_string(parts.index - 1) + parts.tail;
 }

@@ -25,3 +25,6 @@ std::string clipNameFromOutside(const std::string &name);
 bool patternCountsTakes(const std::string &pattern);
 /// "take_001.mov" gives "take_001_R2.mov", and that one "take_001_R3.mov".
 std::string clipNameWithNextRolloverIndex(const std::string &name);
+/// The other way round, "take_001_R3.mov" gives "take_001_R2.mov", and that one "take_001.mov"; empty: it is
+/// no name that a rollover gives.
+std::string clipNameBeforeRollover(const std::string &name);

@@ -13,7 +13,7 @@ struct FleetMachine
     quint16 port = 0;
     bool isTls = false;
     QString from;           ///< "file" or "store"
-    QString state;          ///< ready, silent, not_proven, wrong, or unknown while it has not been asked
+    QString state;          ///< ready, other_version, silent, not_proven, wrong, or unknown: not asked yet
     QString problem;        ///< a sentence, when it is not ready
     QString version;        ///< of its panel, when it has told
     QString address;        ///< number of the host; empty: not known

@@ -3,6 +3,7 @@
 
 #include "companions/panel/access.h"
 #include "companions/panel/tls.h"
+#include "platform/product/programtext.h"
 
 #include <QJsonDocument>
 
@@ -38,7 +39,7 @@ public:
           _key(key),
           _wallSeconds(wallSeconds)
     {
-        is("silent", "nobody answers there");
+        is("silent", QStringLiteral("nobody answers there"));
     }
 
     void start()
@@ -47,16 +48,17 @@ public:
         _resolver.async_resolve(_machine.host.toStdString(), std::to_string(_machine.port),
                                 [self = this->shared_from_this()](boost::system::error_code error,
                                                                   const tcp::resolver::results_type &found) {
-                                    if (error) return self->is("silent", "its address is not known");
+                                    if (error)
+                                        return self->is("silent", QStringLiteral("its address is not known"));
                                     self->connect(found);
                                 });
     }
 
 private:
-    void is(const char *state, const char *problem)
+    void is(const char *state, const QString &problem)
     {
         _machine.state = QString::fromLatin1(state);
-        _machine.problem = QString::fromLatin1(problem);
+        _machine.problem = problem;
     }
 
     void connect(const tcp::resolver::results_type &found)
@@ -67,7 +69,7 @@ private:
             [self = this->shared_from_this()](boost::system::error_code error, const tcp::endpoint &at) {
                 if (error) return;
                 self->_machine.address = QString::fromStdString(at.address().to_string());
-                self->is("silent", "it takes the connection, and says nothing");
+                self->is("silent", QStringLiteral("it takes the connection, and says nothing"));
                 self->secure();
             });
     }
@@ -78,7 +80,7 @@ private:
             _stream.async_handshake(asio::ssl::stream_base::client, [self = this->shared_from_this()](
                                                                         boost::system::error_code error) {
                 if (error == beast::error::timeout) return;
-                if (error) return self->is("wrong", "it does not speak HTTPS");
+                if (error) return self->is("wrong", QStringLiteral("it does not speak HTTPS"));
                 self->_certificate = fingerprintOf(SSL_get0_peer_certificate(self->_stream.native_handle()));
                 self->ask();
             });
@@ -112,8 +114,10 @@ private:
                              if (error == beast::error::timeout || error == asio::error::operation_aborted)
                                  return;
                              if (error)
-                                 return self->is("wrong", "what answers there is no panel, or one with a "
-                                                          "certificate, and has to be written with https://");
+                                 return self->is(
+                                     "wrong",
+                                     QStringLiteral("what answers there is no panel, or one with a "
+                                                    "certificate, and has to be written with https://"));
                              self->judge();
                          });
     }
@@ -122,15 +126,21 @@ private:
     {
         const auto proof = _parser.get()[FleetKey::proofHeader];
         if (!isSame(QByteArray(proof.data(), qsizetype(proof.size())), _proof))
-            return is("not_proven", "it has not got the key of this fleet, or its clock is a minute off");
+            return is("not_proven",
+                      QStringLiteral("it has not got the key of this fleet, or its clock is a minute off"));
         _machine.self = QJsonDocument::fromJson(QByteArray::fromStdString(_parser.get().body())).object();
         _machine.version = _machine.self["version"].toString();
-        if (_machine.version.isEmpty()) return is("wrong", "it does not say what it is");
+        if (_machine.version.isEmpty()) return is("wrong", QStringLiteral("it does not say what it is"));
         // A name in the store is there for whoever can write there.
         if (_machine.from == QLatin1String("store") && _machine.self["name"].toString() != _machine.name)
-            return is("wrong", "it calls itself something else");
+            return is("wrong", QStringLiteral("it calls itself something else"));
         _machine.certificate = _certificate;
-        is("ready", "");
+        if (_machine.version == QLatin1String(recorderVersion())) return is("ready", {});
+        // What both know works.
+        constexpr qsizetype longest = 32;
+        is("other_version", QStringLiteral("it runs version %1, and this one %2: what only one of them knows "
+                                           "does not work")
+                                .arg(_machine.version.left(longest), QLatin1String(recorderVersion())));
     }
 
     Stream _stream;

@@ -8,6 +8,19 @@
 #include <QFileInfo>
 #include <QJsonArray>
 
+namespace {
+/// Whether a path is that of a clip of this recorder's: it lies on a medium, and nowhere below, where those
+/// of further channels are.
+bool liesOnMedium(const Recorder &recorder, const QString &path)
+{
+    const QmxPlaces &places = *recorder.environment().places;
+    const QString folder = places.within(path).section('/', 0, -2);
+    if (folder == recorder.text(eParam_ActiveMediaPath)) return true;
+    const QString medium = folder.section('/', -1);
+    return folder == places.within(places.media) + '/' + medium && medium != "." && medium != "..";
+}
+} // namespace
+
 Material Material::of(const Recorder &recorder, const QString &name)
 {
     Material material;
@@ -19,7 +32,7 @@ Material Material::of(const Recorder &recorder, const QString &name)
     const bool isPath = part->clip.startsWith('/');
     material.path = isPath ? part->clip : recorder.text(eParam_ActiveMediaPath) + '/' + part->clip;
     material.clip = QFileInfo(material.path).fileName();
-    if (!QFileInfo::exists(recorder.here(material.path))) {
+    if (!liesOnMedium(recorder, material.path) || !QFileInfo::exists(recorder.here(material.path))) {
         material.why = QStringLiteral("there is no clip %1").arg(material.path);
         return material;
     }

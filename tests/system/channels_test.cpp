@@ -23,6 +23,7 @@ TEST(Channels, aTakeOfAllHoldsTheSameFramesAndOneThatDiesTakesNothingFromTheOthe
             cp $folder/$clip $OUT/$channel.mov
         done
         say lists; xpctl --channel 2 --json clips; xpctl --json clips
+        ! xpctl mark in 3 channel-2/take_001.mov >/dev/null 2>&1 || exit 1 # another one's
         say dies; xpctl --all record
         # (The name comes behind the clip: what is counted then is of this take.)
         await '[ "$(xpctl --channel 3 get current_clip)" = take_003.mov ] && [ $(XP_CHANNEL=3 recorded) -ge 5 ]'

@@ -11,6 +11,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavutil/opt.h>
 }
 
 namespace {
@@ -201,6 +202,52 @@ std::string decode(const QmxBuffer &frame, ProResTestFrame &decoded)
     av_packet_free(&packet);
     avcodec_free_context(&context);
     return error + warnings;
+}
+
+QmxBuffer encodeElsewhere(const ProResFormat &format, const ProResTestFrame &frame, std::minstd_rand &random)
+{
+    const char *name = std::array{"prores_ks", "prores_aw", "prores"}[random() % 3];
+    AVCodecContext *context = avcodec_alloc_context3(avcodec_find_encoder_by_name(name));
+    const int profile = format.kind->fullChroma ? 4 + int(random() % 2) : int(random() % 4);
+    context->width = format.size.width();
+    context->height = format.size.height();
+    context->pix_fmt = format.alpha              ? AV_PIX_FMT_YUVA444P10
+                       : format.kind->fullChroma ? AV_PIX_FMT_YUV444P10
+                                                 : AV_PIX_FMT_YUV422P10;
+    context->time_base = {1, 25};
+    context->thread_count = 1;
+    context->profile = profile;
+    if (format.isInterlaced()) context->flags |= AV_CODEC_FLAG_INTERLACED_DCT;
+    if (random() % 2) context->flags |= AV_CODEC_FLAG_QSCALE;
+    context->global_quality = FF_QP2LAMBDA * (1 + int(random() % 40));
+    if (name == std::string("prores_ks")) {
+        av_opt_set_int(context->priv_data, "profile", profile, 0);
+        av_opt_set_int(context->priv_data, "mbs_per_slice", 1 << random() % 4, 0);
+        av_opt_set_int(context->priv_data, "quant_mat", std::array{-1, 0, 2, 3, 4, 6}[random() % 6], 0);
+        av_opt_set_int(context->priv_data, "alpha_bits", format.alpha ? 8 << random() % 2 : 0, 0);
+    }
+    AVFrame *picture = av_frame_alloc();
+    picture->format = context->pix_fmt;
+    picture->width = format.size.width();
+    picture->height = format.size.height();
+    picture->quality = context->global_quality;
+    picture->interlaced_frame = format.isInterlaced();
+    picture->top_field_first = format.scan == ProResFormat::TopFieldFirst;
+    AVPacket *packet = av_packet_alloc();
+    QmxBuffer coded;
+    if (avcodec_open2(context, context->codec, nullptr) >= 0 && av_frame_get_buffer(picture, 0) >= 0) {
+        for (size_t plane = 0; plane < frame.samples.size() && !frame.samples[plane].empty(); ++plane)
+            for (int y = 0; y < format.size.height(); ++y)
+                std::memcpy(picture->data[plane] + y * picture->linesize[plane],
+                            &frame.samples[plane][size_t(y * frame.width(int(plane)))],
+                            size_t(frame.width(int(plane))) * sizeof(quint16));
+        if (avcodec_send_frame(context, picture) >= 0 && avcodec_receive_packet(context, packet) >= 0)
+            coded = QmxBuffer::copyOf(packet->data, packet->size);
+    }
+    av_packet_free(&packet);
+    av_frame_free(&picture);
+    avcodec_free_context(&context);
+    return coded;
 }
 
 namespace {

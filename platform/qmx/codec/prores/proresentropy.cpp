@@ -56,28 +56,35 @@ HWY_INLINE void nextDc(Cursor &c, DcState &dc, const quint32 *tables, const ucha
     dc.add(int(entry) >> toldShift);
 }
 
-Cursor begin(const Component &component, int mostPlaces, DcState &dc, const uchar *end)
+void clear(Levels &levels)
+{
+    std::memset(levels.level.data(), 0, size_t(levels.used) * sizeof(qint16));
+}
+
+/// Where the pairs of a component go, behind its DC levels.
+Cursor behindDc(const Component &component, int mostPlaces)
 {
     Cursor c;
-    if (!component.bytes) {
-        c.good = false;
-        return c;
-    }
     qint16 *levels = component.levels->level.data();
-    std::memset(levels, 0, size_t(component.levels->used) * sizeof(qint16));
-    c.at = component.bytes;
-    c.end = component.bytes + component.size;
+    c.at = c.end = component.bytes + component.size;
     c.out = levels + component.blocks - 1;
     c.limit = levels + component.blocks * mostPlaces;
     c.table = quint32(ProRes::bookAfterRun(ProRes::firstRun) * ProRes::acBooks +
                       ProRes::bookAfterLevel(ProRes::firstLevel))
               << acBits;
+    return c;
+}
+
+Cursor begin(const Component &component, int mostPlaces, DcState &dc, const uchar *end)
+{
+    Cursor c = behindDc(component, mostPlaces);
+    c.at = component.bytes;
     constexpr Symbols firstDc(ProRes::firstDc);
     quint32 symbol = 0;
     fillFor(c, end);
     c.good = firstDc.take(c, symbol);
     dc.level = quint32(unfolded(symbol));
-    dc.out = levels;
+    dc.out = component.levels->level.data();
     *dc.out++ = qint16(dc.level);
     dc.left = c.good ? component.blocks - 1 : 0;
     return c;
@@ -123,43 +130,38 @@ void goTo(Cursor &c, const uchar *bytes, qint64 position, const uchar *end)
     c.drop(int(position & 7));
 }
 
-/// Whether the lanes may read it: they look a little beyond its end.
-bool isForLanes(const Component &component, const Cursor &c, const uchar *end)
+/// Highway does not know all that the lanes need, but where it has less they are not asked.
+enum class Lanes { None, Narrow, Wide };
+Lanes lanesHere()
 {
-    return c.good && end - component.bytes >= component.size + ProResLanes::readBehind;
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    return ProResLanes::available() ? Lanes::Wide : Lanes::Narrow;
+#elif HWY_TARGET == HWY_AVX2
+    return Lanes::Narrow;
+#else
+    return Lanes::None;
+#endif
 }
 
-void decodeDcTogether(std::span<const Component> components, std::span<Cursor> cursors,
-                      std::span<DcState> states, const uchar *end)
+/// Whether the lanes may read it: they look a little beyond its end.
+bool isForLanes(const Component &component, const uchar *end)
 {
-    std::array<ProResLanes::MeansJob, mostTogether> jobs;
-    std::array<size_t, mostTogether> whose;
-    size_t count = 0;
+    return component.bytes && end - component.bytes >= component.size + ProResLanes::readBehind;
+}
+
+using MeansJobs = std::array<ProResLanes::MeansJob, mostTogether>;
+
+/// The DC levels of all; a job tells of the component of the same number. Whether all of them are good.
+bool decodeDcTogether(std::span<const Component> components, MeansJobs &jobs, const uchar *end)
+{
     for (size_t i = 0; i < components.size(); ++i) {
         const Component &component = components[i];
-        const DcState &dc = states[i];
-        if (!isForLanes(component, cursors[i], end)) continue;
-        whose[count] = i;
-        jobs[count++] = {component.bytes,
-                         positionOf(component, cursors[i]),
-                         component.size * qint64(8),
-                         dc.out,
-                         dc.out + dc.left,
-                         qint32(dc.level),
-                         int(dc.table >> ProResDecodeTables::dcBits),
-                         dc.sign != 0};
+        if (isForLanes(component, end))
+            jobs[i] = {component.bytes, component.size, component.levels->level.data(), component.blocks};
     }
-    ProResLanes::advance(std::span(jobs).first(count));
-    for (size_t i = 0; i < count; ++i) {
-        const ProResLanes::MeansJob &job = jobs[i];
-        DcState &dc = states[whose[i]];
-        goTo(cursors[whose[i]], job.bytes, job.position, end);
-        dc.out = job.out;
-        dc.left = int(job.limit - job.out);
-        dc.level = quint32(job.level);
-        dc.table = quint32(job.book) << ProResDecodeTables::dcBits;
-        dc.sign = -int(job.negative);
-    }
+    const auto all = std::span(jobs).first(components.size());
+    ProResLanes::advance(all);
+    return std::ranges::all_of(all, &ProResLanes::MeansJob::good);
 }
 
 /// The pairs of all, as far as it goes.
@@ -171,13 +173,16 @@ void decodePairsTogether(std::span<const Component> components, std::span<Cursor
     for (size_t i = 0; i < components.size(); ++i) {
         const Component &component = components[i];
         Cursor &c = cursors[i];
-        if (!isForLanes(component, c, end)) continue;
+        if (!c.good || !isForLanes(component, end)) continue;
         const int books = int(c.table >> acBits);
         whose[count] = &c;
         jobs[count++] = {component.bytes, positionOf(component, c), component.size * qint64(8), c.out,
                          c.limit,         books / ProRes::acBooks,  books % ProRes::acBooks};
     }
-    ProResLanes::advance(std::span(jobs).first(count));
+    if (lanesHere() == Lanes::Wide)
+        ProResLanes::advance(std::span(jobs).first(count));
+    else
+        ProResLanes::advanceNarrow(std::span(jobs).first(count));
     for (size_t i = 0; i < count; ++i) {
         const ProResLanes::Job &job = jobs[i];
         goTo(*whose[i], job.bytes, job.position, end);
@@ -192,43 +197,51 @@ void tell(Component &component, const Cursor &c, int mostPlaces)
     const qint64 written = c.out - component.levels->level.data();
     component.levels->used = int(written) + 1;
     // What is beyond the places asked for does not matter.
-    const bool whole = mostPlaces == ProRes::blockSamples;
-    const bool good = whole ? c.good && c.out < c.limit : c.good || c.out + 1 >= c.limit;
+    const bool enough = mostPlaces > 1 && mostPlaces < ProRes::blockSamples && c.out + 1 >= c.limit;
+    const bool good = enough || (c.good && c.out < c.limit);
     component.places = !good ? 0 : int(std::min<qint64>(written / component.blocks + 1, mostPlaces));
-}
-
-/// Highway does not know all that the lanes need, but where it has less they are not asked.
-bool hasLanes()
-{
-#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
-    return ProResLanes::available();
-#else
-    return false;
-#endif
 }
 
 int slicesTogether()
 {
-    return hasLanes() ? mostSlices : 2;
+    return lanesHere() == Lanes::None ? 2 : mostSlices;
 }
 
 void decode(std::span<Component> components, int mostPlaces, const uchar *end)
 {
     const ProResDecodeTables &all = ProResDecodeTables::instance();
     const size_t count = components.size();
+    for (Component &component : components)
+        if (component.bytes) clear(*component.levels);
+    const Lanes lanes = lanesHere();
+    MeansJobs means;
+    if (lanes == Lanes::Wide && decodeDcTogether(components, means, end) && mostPlaces == 1) {
+        for (Component &component : components) {
+            component.levels->used = component.blocks;
+            component.places = 1;
+        }
+        return;
+    }
     // The one beyond an odd number has nothing to do.
     std::array<Cursor, mostTogether + 1> cursors;
     std::array<DcState, mostTogether + 1> states;
     Component none;
-    cursors[count].good = false;
-    for (size_t i = 0; i < count; ++i)
-        cursors[i] = begin(components[i], mostPlaces, states[i], end);
-    const bool byLanes = hasLanes();
     const auto together = std::span(cursors).first(count);
-    if (byLanes) decodeDcTogether(components, together, states, end);
+    cursors[count].good = false;
+    for (size_t i = 0; i < count; ++i) {
+        if (means[i].good) {
+            cursors[i] = behindDc(components[i], mostPlaces);
+            goTo(cursors[i], means[i].bytes, means[i].position, end);
+        } else if (components[i].bytes) {
+            cursors[i] = begin(components[i], mostPlaces, states[i], end);
+        } else {
+            cursors[i].good = false;
+        }
+    }
     for (size_t i = 0; i < count; i += 2)
-        decodeDc(cursors[i], states[i], cursors[i + 1], states[i + 1], all.dc(), end);
-    if (byLanes && mostPlaces > 1) decodePairsTogether(components, together, end);
+        if (states[i].left > 0 || states[i + 1].left > 0)
+            decodeDc(cursors[i], states[i], cursors[i + 1], states[i + 1], all.dc(), end);
+    if (lanes != Lanes::None && mostPlaces > 1) decodePairsTogether(components, together, end);
     for (size_t i = 0; i < count; i += 2) {
         Component &second = i + 1 < count ? components[i + 1] : none;
         if (mostPlaces > 1) {

@@ -145,21 +145,19 @@ XP_LANES_TARGET XP_LANES_INLINE Symbol symbol(__m512i bits, __m512i book, __m512
 
 struct Bits
 {
-    __m512i bits, left; ///< behind the component's own, zeros; how many of them may be taken
+    __m512i bits, left; ///< how many of them may be taken
 };
 
-/// The bits at the position of each lane.
-XP_LANES_TARGET XP_LANES_INLINE Bits read(__m512i position, __m512i end, const uchar *bytes)
+/// The bits at the position of each of the lanes `which`.
+XP_LANES_TARGET XP_LANES_INLINE Bits read(__m512i position, __m512i end, const uchar *bytes, __mmask8 which)
 {
     const __m512i reversed =
         _mm512_set4_epi64(0x08090a0b0c0d0e0f, 0x0001020304050607, 0x08090a0b0c0d0e0f, 0x0001020304050607);
-    const __m512i word = _mm512_set1_epi64(64);
     const __m512i inByte = _mm512_and_si512(position, _mm512_set1_epi64(7));
-    const __m512i raw = _mm512_i64gather_epi64(_mm512_srai_epi64(position, 3), bytes, 1);
-    const __m512i own = _mm512_min_epu32(_mm512_sub_epi64(end, position), word);
-    const __m512i mask = _mm512_sllv_epi64(_mm512_set1_epi64(-1), _mm512_sub_epi64(word, own));
-    return {_mm512_and_si512(_mm512_sllv_epi64(_mm512_shuffle_epi8(raw, reversed), inByte), mask),
-            _mm512_min_epu32(own, _mm512_set1_epi64(bitsAReading))};
+    const __m512i raw =
+        _mm512_mask_i64gather_epi64(_mm512_setzero_si512(), which, _mm512_srai_epi64(position, 3), bytes, 1);
+    return {_mm512_sllv_epi64(_mm512_shuffle_epi8(raw, reversed), inByte),
+            _mm512_min_epi64(_mm512_sub_epi64(end, position), _mm512_set1_epi64(bitsAReading))};
 }
 
 struct VectorTables
@@ -277,7 +275,7 @@ XP_LANES_TARGET void Lanes::run()
         const __m512i end = load(_numbers.end.data());
         unsigned stopped = 0;
         while (!stopped) {
-            Bits bits = read(s.position, end, _bytes);
+            Bits bits = read(s.position, end, _bytes, __mmask8(active));
             __mmask8 good = step(s, bits, vectors, _levels, __mmask8(active));
             stopped = active & ~good;
             for (int i = 1; i < pairsAReading; ++i)
@@ -294,72 +292,150 @@ XP_LANES_TARGET void Lanes::run()
         if (active >> lane & 1) leave(lane);
 }
 
-/// The same of DC levels, all of which have about as many: no lane gets a second job.
-XP_LANES_TARGET void runMeans(std::span<ProResLanes::MeansJob> jobs)
+/// DC levels while they are read.
+struct Means
 {
-    constexpr int differencesAReading = 6, greatestBook = ProRes::firstDcDifference;
-    alignas(64) std::array<qint64, lanes> positions{}, ends{}, outs{}, limits{}, levels{}, books{}, signs{};
-    const uchar *bytes = jobs[0].bytes;
-    qint16 *first = jobs[0].out;
-    for (size_t i = 0; i < jobs.size(); ++i) {
-        const ProResLanes::MeansJob &job = jobs[i];
-        const qint64 start = (job.bytes - bytes) * 8;
-        positions[i] = start + job.position;
-        ends[i] = start + job.end;
-        outs[i] = job.out - first;
-        limits[i] = job.limit - first;
-        levels[i] = job.level;
-        books[i] = job.book * kinds;
-        signs[i] = -qint64(job.negative);
-    }
+    __m512i position, level, book, sign;
+};
+
+/// A level of each lane.
+using MeansRow = std::array<qint16, lanes>;
+
+XP_LANES_TARGET XP_LANES_INLINE void keep(__m512i level, MeansRow &row)
+{
+    _mm_store_si128(reinterpret_cast<__m128i *>(row.data()), _mm512_cvtepi64_epi16(level));
+}
+
+/// Odd values stand for negative numbers.
+XP_LANES_TARGET XP_LANES_INLINE __m512i unfolded(__m512i value)
+{
+    const __m512i odd = _mm512_and_si512(value, _mm512_set1_epi64(1));
+    return _mm512_xor_si512(_mm512_srli_epi64(value, 1), _mm512_sub_epi64(_mm512_setzero_si512(), odd));
+}
+
+/// The first level of each of the lanes `which`, whose code is another one. Returns those that have it.
+XP_LANES_TARGET XP_LANES_INLINE __mmask8 firstMeans(Means &m, __m512i end, const uchar *bytes, MeansRow &row,
+                                                    __mmask8 which)
+{
+    static_assert(ProRes::firstDc.lastRiceQuotient == 0 &&
+                  ProRes::firstDc.rice + 1 ==
+                      ProRes::firstDc.exponential); // so all its codes are of one kind
+    const Bits bits = read(m.position, end, bytes, which);
+    const __m512i zeros = _mm512_lzcnt_epi64(bits.bits);
+    const __m512i length =
+        _mm512_add_epi64(_mm512_add_epi64(zeros, zeros), _mm512_set1_epi64(ProRes::firstDc.exponential));
+    const __m512i top = _mm512_srlv_epi64(bits.bits, _mm512_sub_epi64(_mm512_set1_epi64(64), length));
+    const __m512i value = _mm512_sub_epi64(top, _mm512_set1_epi64(1 << ProRes::firstDc.rice));
+    const __mmask8 good = _mm512_mask_cmple_epi64_mask(which, length, bits.left);
+    m.level = unfolded(value);
+    m.position = _mm512_add_epi64(m.position, length);
+    keep(m.level, row);
+    return _mm512_mask_cmplt_epi64_mask(good, value, _mm512_set1_epi64(greatestLevel));
+}
+
+/// The levels `from` to `until` of the lanes `which`, all at the same pace. Returns those that have them.
+XP_LANES_TARGET __mmask8 moreMeans(Means &m, __m512i end, const uchar *bytes, MeansRow *rows, int from,
+                                   int until, __mmask8 which)
+{
+    constexpr int differencesAReading = 6;
     const Tables &t = tables();
     const __m512i lengthTable = load(t.meansLength.data()), offsetTable = load(t.meansOffset.data());
-    const __m512i end = load(ends.data()), limit = load(limits.data());
-    const __m512i one = _mm512_set1_epi64(1), zero = _mm512_setzero_si512();
-    const __m512i greatest = _mm512_set1_epi64(greatestLevel);
-    __m512i position = load(positions.data()), out = load(outs.data()), level = load(levels.data());
-    __m512i book = load(books.data()), sign = load(signs.data());
-    for (auto active = __mmask8((1U << jobs.size()) - 1); active;) {
-        Bits bits = read(position, end, bytes);
-        __mmask8 good = active;
-        for (int i = 0; i < differencesAReading; ++i) {
-            const Symbol code = symbol(bits.bits, book, lengthTable, offsetTable);
+    const __m512i one = _mm512_set1_epi64(1), greatest = _mm512_set1_epi64(greatestLevel);
+    const __m512i greatestBook = _mm512_set1_epi64(ProRes::firstDcDifference);
+    while (from < until && which) {
+        Bits bits = read(m.position, end, bytes, which);
+        for (int i = 0; i < differencesAReading && from < until; ++i, ++from) {
+            const Symbol code = symbol(bits.bits, m.book, lengthTable, offsetTable);
             const __m512i value = _mm512_sub_epi64(code.value, _mm512_set1_epi64(bias));
-            good = _mm512_mask_cmple_epu64_mask(good, code.length, bits.left);
-            good = _mm512_mask_cmplt_epi64_mask(good, out, limit);
+            __mmask8 good = _mm512_mask_cmple_epi64_mask(which, code.length, bits.left);
             good = _mm512_mask_cmplt_epi64_mask(good, value, greatest);
-            if (i == 0) active = good;
-            // Odd values stand for negative differences, against the sign of the one before.
-            const __m512i half = _mm512_srli_epi64(value, 1);
+            if (good != which) {
+                if (i > 0) break; // bits are missing, or is it more?
+                which = good;
+            }
+            // The sign is told against that of the difference before.
+            const __m512i difference = _mm512_sub_epi64(_mm512_xor_si512(unfolded(value), m.sign), m.sign);
             const __m512i size = _mm512_srli_epi64(_mm512_add_epi64(value, one), 1);
-            const __m512i told = _mm512_xor_si512(half, _mm512_sub_epi64(zero, _mm512_and_si512(value, one)));
-            const __m512i difference = _mm512_sub_epi64(_mm512_xor_si512(told, sign), sign);
-            level = _mm512_mask_add_epi64(level, good, level, difference);
-            const __m512i pair = _mm512_and_si512(level, _mm512_set1_epi64(0xffff));
-            _mm512_mask_i64scatter_epi32(first, good, out, _mm512_cvtepi64_epi32(pair), sizeof(qint16));
-            sign = _mm512_mask_srai_epi64(sign, good, difference, 63);
-            const __m512i next =
-                _mm512_slli_epi64(_mm512_min_epu32(size, _mm512_set1_epi64(greatestBook)), 2);
-            book = _mm512_mask_mov_epi64(book, good, next);
-            out = _mm512_mask_add_epi64(out, good, out, one);
-            position = _mm512_mask_add_epi64(position, good, position, code.length);
+            m.level = _mm512_add_epi64(m.level, difference);
+            m.sign = _mm512_srai_epi64(difference, 63);
+            m.book = _mm512_slli_epi64(_mm512_min_epu32(size, greatestBook), 2);
+            m.position = _mm512_add_epi64(m.position, code.length);
             bits.left = _mm512_sub_epi64(bits.left, code.length);
             bits.bits = _mm512_sllv_epi64(bits.bits, code.length);
+            keep(m.level, rows[from]);
         }
     }
-    _mm512_store_si512(positions.data(), position);
-    _mm512_store_si512(outs.data(), out);
-    _mm512_store_si512(levels.data(), level);
-    _mm512_store_si512(books.data(), book);
-    _mm512_store_si512(signs.data(), sign);
-    for (size_t i = 0; i < jobs.size(); ++i) {
-        ProResLanes::MeansJob &job = jobs[i];
-        job.position = positions[i] - (job.bytes - bytes) * 8;
-        job.out = first + outs[i];
-        job.level = levels[i];
-        job.book = int(books[i] / kinds);
-        job.negative = signs[i] < 0;
+    return which;
+}
+
+/// Eight levels of each lane to where the lanes want them.
+XP_LANES_TARGET XP_LANES_INLINE void turn(const MeansRow *rows, qint16 *const *out)
+{
+    const auto row = [rows](int i) {
+        return _mm_load_si128(reinterpret_cast<const __m128i *>(rows[i].data()));
+    };
+    __m128i pairs[8], quads[8];
+    for (int i = 0; i < 4; ++i) {
+        pairs[i] = _mm_unpacklo_epi16(row(2 * i), row(2 * i + 1));
+        pairs[4 + i] = _mm_unpackhi_epi16(row(2 * i), row(2 * i + 1));
     }
+    for (int i = 0; i < 4; ++i) {
+        quads[2 * i] = _mm_unpacklo_epi32(pairs[2 * i], pairs[2 * i + 1]);
+        quads[2 * i + 1] = _mm_unpackhi_epi32(pairs[2 * i], pairs[2 * i + 1]);
+    }
+    for (int i = 0; i < 2; ++i)
+        for (int j = 0; j < 2; ++j) {
+            const __m128i upper = quads[4 * i + j], lower = quads[4 * i + 2 + j];
+            auto *first = reinterpret_cast<__m128i *>(out[4 * i + 2 * j]);
+            auto *second = reinterpret_cast<__m128i *>(out[4 * i + 2 * j + 1]);
+            _mm_storeu_si128(first, _mm_unpacklo_epi64(upper, lower));
+            _mm_storeu_si128(second, _mm_unpackhi_epi64(upper, lower));
+        }
+}
+
+/// Up to `lanes` jobs.
+XP_LANES_TARGET void runMeans(std::span<ProResLanes::MeansJob> jobs)
+{
+    alignas(64) std::array<qint64, lanes> positions{}, ends{};
+    alignas(64) std::array<MeansRow, ProRes::lanes> rows;
+    const uchar *bytes = nullptr;
+    unsigned given = 0;
+    for (size_t i = 0; i < jobs.size(); ++i) {
+        if (!jobs[i].bytes) continue;
+        if (!bytes) bytes = jobs[i].bytes;
+        given |= 1U << i;
+        positions[i] = (jobs[i].bytes - bytes) * 8;
+        ends[i] = positions[i] + jobs[i].size * qint64(8);
+    }
+    const __m512i end = load(ends.data()), zero = _mm512_setzero_si512();
+    Means m{load(positions.data()), zero, _mm512_set1_epi64(ProRes::firstDcDifference * kinds), zero};
+    __mmask8 active = firstMeans(m, end, bytes, rows[0], __mmask8(given));
+    int most = 0;
+    for (int from = 1; active;) {
+        int until = ProRes::lanes;
+        for (size_t i = 0; i < jobs.size(); ++i)
+            if (active >> i & 1) until = std::min(until, jobs[i].blocks);
+        active = moreMeans(m, end, bytes, rows.data(), from, until, active);
+        _mm512_store_si512(positions.data(), m.position);
+        for (size_t i = 0; i < jobs.size(); ++i) {
+            ProResLanes::MeansJob &job = jobs[i];
+            if (!(active >> i & 1) || job.blocks != until) continue;
+            job.good = true;
+            job.position = positions[i] - (job.bytes - bytes) * 8;
+            active = __mmask8(active & ~(1U << i));
+        }
+        most = from = until;
+    }
+    MeansRow nobodys;
+    int turned = 0;
+    for (; turned < most; turned += lanes) {
+        std::array<qint16 *, lanes> out;
+        for (size_t i = 0; i < lanes; ++i)
+            out[i] = i < jobs.size() && jobs[i].good ? jobs[i].out + turned : nobodys.data();
+        turn(&rows[size_t(turned)], out.data());
+    }
+    for (const ProResLanes::MeansJob &job : jobs)
+        if (job.good) std::fill(job.out + job.blocks, job.out + turned, qint16(0));
 }
 } // namespace
 

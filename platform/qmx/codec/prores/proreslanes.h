@@ -22,28 +22,30 @@ struct Job
     int runBook = 0, levelBook = 0;
 };
 
-/// The DC levels of a component: the first one has been read.
+/// The DC levels of a component.
 struct MeansJob
 {
-    const uchar *bytes = nullptr;
-    qint64 position = 0; ///< in bits, of the next difference
-    qint64 end = 0;
-    qint16 *out = nullptr;         ///< the next level
-    const qint16 *limit = nullptr; ///< behind that of the last block
-    qint64 level = 0;              ///< the one before
-    int book = 0;
-    bool negative = false; ///< the difference before
+    const uchar *bytes = nullptr; ///< null: nothing to do
+    int size = 0;                 ///< bytes
+    qint16 *out = nullptr;
+    int blocks = 0;
+    // The result:
+    bool good = false;   ///< all levels are there, of ordinary codes within the bytes
+    qint64 position = 0; ///< in bits, behind them
 };
 
 /// Jobs that are worked on at once; with fewer of them there is little to gain.
 constexpr int lanes = 8;
 constexpr int readBehind = 8; ///< bytes behind each job's own that are looked at
 bool available();
+void advanceNarrow(std::span<Job> jobs);
 
 /// Takes each job as far as its pairs are ordinary ones. What is left of it is for another decoder: its last
 /// bits, what is damaged or too long, and the rest of the last jobs when few are left. All bytes must lie in
 /// one piece of memory, with `readBehind` more behind each job's; likewise the levels.
 void advance(std::span<Job> jobs);
+/// Each job from its beginning; those that are not good then are for another decoder. Up to ProRes::lanes
+/// levels are written; behind those of its blocks they are 0.
 void advance(std::span<MeansJob> jobs);
 
 } // namespace ProResLanes

@@ -35,6 +35,13 @@ void ProResSliceDecoder::begin(const ProResCodedFrame &frame, ProResInverse::Sca
         }
     _interlaced = interlaced;
     _madeFor = scale;
+    _planeWidth = {_size.width(), frame.fullChroma ? _size.width() : (_size.width() + 1) / 2};
+    const int pictures = interlaced ? 2 : 1;
+    for (int picture = 0; picture < pictures; ++picture) {
+        const size_t i = size_t(picture);
+        _firstLine[i] = frame.scan == ProResFormat::BottomFieldFirst ? 1 - picture : picture;
+        _pictureHeight[i] = (_size.height() + pictures - 1 - _firstLine[i]) / pictures;
+    }
 }
 
 ProResSliceDecoder::Parts ProResSliceDecoder::parts(const ProResCodedSlice *slice)
@@ -82,21 +89,19 @@ int ProResSliceDecoder::blocks(const ProResCodedSlice &slice, int plane) const
 ProResSliceDecoder::Area ProResSliceDecoder::area(const ProResCodedSlice &slice, int plane) const
 {
     const int pictures = _interlaced ? 2 : 1;
-    const int firstLine =
-        _frame->scan == ProResFormat::BottomFieldFirst ? 1 - slice.place.picture : slice.place.picture;
+    const auto picture = size_t(slice.place.picture);
     const int height = 2 * ProResInverse::edge(_scale);
     const int macroblockWidth = half(plane) ? height / 2 : height;
     const int width = slice.place.macroblocks * macroblockWidth;
     const int left = slice.place.column * macroblockWidth, top = slice.place.row * height;
-    const int planeWidth = half(plane) ? (_size.width() + 1) / 2 : _size.width();
-    const int pictureHeight = (_size.height() + pictures - 1 - firstLine) / pictures;
+    const int planeWidth = _planeWidth[plane == 1 || plane == 2];
     const qsizetype stride = _target.stride[size_t(plane)];
-    return {_target.plane[size_t(plane)] + (qsizetype(top) * pictures + firstLine) * stride + left,
+    return {_target.plane[size_t(plane)] + (qsizetype(top) * pictures + _firstLine[picture]) * stride + left,
             stride * pictures,
             width,
             height,
             std::clamp(planeWidth - left, 0, width),
-            std::clamp(pictureHeight - top, 0, height)};
+            std::clamp(_pictureHeight[picture] - top, 0, height)};
 }
 
 void ProResSliceDecoder::prefetch(const Parts &parts, int plane) const

@@ -68,7 +68,10 @@ private:
     const ProResCodedFrame *_frame = nullptr;
     ProResInverse::Scale _scale = ProResInverse::Scale::Full;
     ProResTarget _target;
-    QSize _size; ///< of the frame at this scale
+    QSize _size;                      ///< of the frame at this scale
+    std::array<int, 2> _planeWidth{}; ///< of luma and alpha, of colour
+    std::array<int, 2> _firstLine{};  ///< of each picture of the frame
+    std::array<int, 2> _pictureHeight{};
 
     // Of luma and of chroma: the factors of each quantiser, and what they were made for.
     using Dequantisers =

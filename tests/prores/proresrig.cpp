@@ -27,6 +27,12 @@ void keepWarning(void *, int level, const char *format, va_list arguments)
     warnings += text.data();
 }
 
+void listen()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { av_log_set_callback(keepWarning); });
+}
+
 /// Reads big-endian numbers and notes when they end too early.
 struct Reader
 {
@@ -176,8 +182,7 @@ std::string parse(const QmxBuffer &frame, ProResParsedFrame &parsed)
 
 std::string decode(const QmxBuffer &frame, ProResTestFrame &decoded)
 {
-    static std::once_flag once;
-    std::call_once(once, [] { av_log_set_callback(keepWarning); });
+    listen();
     warnings.clear();
     AVCodecContext *context = avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_PRORES));
     context->codec_tag = MKTAG('a', 'p', 'c', 'h'); // 10 bits for 4444 too
@@ -206,6 +211,7 @@ std::string decode(const QmxBuffer &frame, ProResTestFrame &decoded)
 
 QmxBuffer encodeElsewhere(const ProResFormat &format, const ProResTestFrame &frame, std::minstd_rand &random)
 {
+    listen();
     const char *name = std::array{"prores_ks", "prores_aw", "prores"}[random() % 3];
     AVCodecContext *context = avcodec_alloc_context3(avcodec_find_encoder_by_name(name));
     const int profile = format.kind->fullChroma ? 4 + int(random() % 2) : int(random() % 4);

@@ -131,15 +131,12 @@ void goTo(Cursor &c, const uchar *bytes, qint64 position, const uchar *end)
 }
 
 /// Highway does not know all that the lanes need, but where it has less they are not asked.
-enum class Lanes { None, Narrow, Wide };
-Lanes lanesHere()
+bool hasLanes()
 {
 #if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
-    return ProResLanes::available() ? Lanes::Wide : Lanes::Narrow;
-#elif HWY_TARGET == HWY_AVX2
-    return Lanes::Narrow;
+    return ProResLanes::available();
 #else
-    return Lanes::None;
+    return false;
 #endif
 }
 
@@ -179,10 +176,7 @@ void decodePairsTogether(std::span<const Component> components, std::span<Cursor
         jobs[count++] = {component.bytes, positionOf(component, c), component.size * qint64(8), c.out,
                          c.limit,         books / ProRes::acBooks,  books % ProRes::acBooks};
     }
-    if (lanesHere() == Lanes::Wide)
-        ProResLanes::advance(std::span(jobs).first(count));
-    else
-        ProResLanes::advanceNarrow(std::span(jobs).first(count));
+    ProResLanes::advance(std::span(jobs).first(count));
     for (size_t i = 0; i < count; ++i) {
         const ProResLanes::Job &job = jobs[i];
         goTo(*whose[i], job.bytes, job.position, end);
@@ -204,7 +198,7 @@ void tell(Component &component, const Cursor &c, int mostPlaces)
 
 int slicesTogether()
 {
-    return lanesHere() == Lanes::None ? 2 : mostSlices;
+    return hasLanes() ? mostSlices : 2;
 }
 
 void decode(std::span<Component> components, int mostPlaces, const uchar *end)
@@ -213,9 +207,9 @@ void decode(std::span<Component> components, int mostPlaces, const uchar *end)
     const size_t count = components.size();
     for (Component &component : components)
         if (component.bytes) clear(*component.levels);
-    const Lanes lanes = lanesHere();
+    const bool byLanes = hasLanes();
     MeansJobs means;
-    if (lanes == Lanes::Wide && decodeDcTogether(components, means, end) && mostPlaces == 1) {
+    if (byLanes && decodeDcTogether(components, means, end) && mostPlaces == 1) {
         for (Component &component : components) {
             component.levels->used = component.blocks;
             component.places = 1;
@@ -241,7 +235,7 @@ void decode(std::span<Component> components, int mostPlaces, const uchar *end)
     for (size_t i = 0; i < count; i += 2)
         if (states[i].left > 0 || states[i + 1].left > 0)
             decodeDc(cursors[i], states[i], cursors[i + 1], states[i + 1], all.dc(), end);
-    if (lanes != Lanes::None && mostPlaces > 1) decodePairsTogether(components, together, end);
+    if (byLanes && mostPlaces > 1) decodePairsTogether(components, together, end);
     for (size_t i = 0; i < count; i += 2) {
         Component &second = i + 1 < count ? components[i + 1] : none;
         if (mostPlaces > 1) {

@@ -147,15 +147,30 @@ quint32 notFlat(const qint16 *levels, int blocks, int places)
 /// levels of a place is overwritten by those of the next.
 void pack(const qint16 *levels, int blocks, int places, quint32 which, qint16 *out)
 {
-    const hn::CappedTag<int16_t, lanes> d;
+#if HWY_TARGET == HWY_SCALAR
     for (int n = 0; n < places; ++n, levels += blocks)
-        for (int lane = 0; lane < blocks; lane += int(hn::Lanes(d))) {
-            uint8_t bytes[8] = {};
-            const quint32 bits = which >> lane;
-            std::memcpy(bytes, &bits, sizeof bits);
-            hn::StoreU(hn::Compress(hn::LoadU(d, levels + lane), hn::LoadMaskBits(d, bytes)), d, out);
-            out += std::popcount(bits & quint32((1ULL << hn::Lanes(d)) - 1));
+        for (quint32 left = which; left; left &= left - 1)
+            *out++ = levels[std::countr_zero(left)];
+#else
+    // By one order of bytes for all places: few instruction sets can do it by a mask.
+    constexpr int together = 8;
+    const hn::FixedTag<int16_t, together> d;
+    const hn::FixedTag<uint8_t, 2 * together> bytes;
+    alignas(16) uint8_t order[lanes / together][2 * together] = {};
+    int count[lanes / together] = {};
+    for (quint32 left = which; left; left &= left - 1) {
+        const int block = std::countr_zero(left), group = block / together;
+        uint8_t *const to = order[group] + 2 * count[group]++;
+        to[0] = uint8_t(2 * (block % together));
+        to[1] = uint8_t(to[0] + 1);
+    }
+    for (int n = 0; n < places; ++n, levels += blocks)
+        for (int group = 0; group * together < blocks; ++group) {
+            const auto all = hn::BitCast(bytes, hn::LoadU(d, levels + group * together));
+            hn::StoreU(hn::BitCast(d, hn::TableLookupBytes(all, hn::Load(bytes, order[group]))), d, out);
+            out += count[group];
         }
+#endif
 }
 
 #if HWY_TARGET != HWY_SCALAR

@@ -38,7 +38,6 @@ struct MeansJob
 constexpr int lanes = 8;
 constexpr int readBehind = 8; ///< bytes behind each job's own that are looked at
 bool available();
-void advanceNarrow(std::span<Job> jobs);
 
 /// Takes each job as far as its pairs are ordinary ones. What is left of it is for another decoder: its last
 /// bits, what is damaged or too long, and the rest of the last jobs when few are left. All bytes must lie in

@@ -47,8 +47,7 @@ std::string parse(const QmxBuffer &frame, ProResParsedFrame &parsed);
 std::string decode(const QmxBuffer &frame, ProResTestFrame &decoded);
 
 /// Codes a frame by one of libavcodec's coders, with any of its settings; invalid: it does not take it.
-QmxBuffer encodeElsewhere(const ProResFormat &format, const ProResTestFrame &frame,
-                          std::minstd_rand &random);
+QmxBuffer encodeElsewhere(const ProResFormat &format, const ProResTestFrame &frame, std::minstd_rand &random);
 
 /// Parses and decodes; empty when everything agrees with the format and no component of a slice is further
 /// from the original than its quantiser allows, else what does not.

@@ -3,6 +3,7 @@
 #include "platform/product/programtext.h"
 
 #include <QJsonDocument>
+#include <QTimeZone>
 #include <QUuid>
 
 #include <algorithm>
@@ -64,9 +65,12 @@ void EventHub::subscribe(const std::shared_ptr<EventClient> &client, std::option
 {
     _clients.push_back(client);
     if (!_following) _following = _watch.follow();
-    client->send(
-        compact({{"type", "hello"}, {"boot", _boot}, {"version", recorderVersion()}, {"seq", qint64(_seq)}}),
-        "hello", 0);
+    client->send(compact({{"type", "hello"},
+                          {"boot", _boot},
+                          {"version", recorderVersion()},
+                          {"zone", QString::fromLatin1(QTimeZone::systemTimeZoneId())},
+                          {"seq", qint64(_seq)}}),
+                 "hello", 0);
     const bool isSameRun = since && (boot.isEmpty() || boot == _boot) && *since <= _seq;
     const bool isKept =
         isSameRun && (*since == _seq || (!_deltas.empty() && _deltas.front().seq <= *since + 1));

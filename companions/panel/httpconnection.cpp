@@ -187,7 +187,7 @@ void HttpConnection<Stream>::handle()
     if (!panel.access.identify(call))
         return write(problemReply(
             401, "wrong_token", "this token is not known",
-            "it is made anew whenever the panel starts: `xppanel open` prints an address with it"));
+            "`xppanel open` prints an address with the one that is valid"));
     _proof = call.proof;
     if (passOn(request, call, target->parts)) return;
     const bool isPage =

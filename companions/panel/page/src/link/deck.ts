@@ -37,6 +37,8 @@ export class Deck {
   /** Milliseconds that the recorder's clock is ahead of this page's, as measured by pings. */
   clockOffset: number | null = null;
   version = "";
+  /** The recorder's time zone, as "Europe/Berlin"; empty: not told. */
+  zone = "";
   /** Told when the link is there, again and again. */
   onlink: () => void = () => {};
 
@@ -174,7 +176,13 @@ export class Deck {
     const told = (): void => {
       if (!this.scheduled) return;
       this.scheduled = false;
-      for (const listener of [...this.listeners]) listener();
+      for (const listener of [...this.listeners]) {
+        try {
+          listener();
+        } catch (error) {
+          reportError(error); // of one part; the others have to hear of it all the same
+        }
+      }
     };
     if (!document.hidden) requestAnimationFrame(told);
     setTimeout(told, unseenAfter);
@@ -244,6 +252,7 @@ export class Deck {
         if (this.boot !== message["boot"]) this.seq = -1;
         this.boot = String(message["boot"] ?? "");
         this.version = String(message["version"] ?? "");
+        this.zone = String(message["zone"] ?? "");
         this.linked = true;
         this.tries = 0;
         this.onlink();

@@ -16,7 +16,9 @@ export async function recordTogether(members: Member[]): Promise<string> {
   const asked = await Promise.all(members.map(({ deck }) => deck.ready()));
   const hindered = members.flatMap(({ name }, i) => (asked[i] ? [`${name}: ${asked[i]}`] : []));
   if (hindered.length) return `No take was begun. ${hindered.join(" ")}`;
-  const offset = members[0].deck.clockOffset ?? Date.now() - performance.now();
+  // By the recorder's clock: that of the browser may be a day off.
+  const offset = members[0].deck.clockOffset;
+  if (offset === null) return "No take was begun. The recorder's clock is not known yet; try again in a moment.";
   const start = new Date(performance.now() + offset + ahead).toISOString();
   const answers = await Promise.all(members.map(({ deck }) => deck.run("record", { start })));
   const failed = members.flatMap(({ name }, i) => (answers[i].done ? [] : [`${name}: ${sentence(answers[i].sentence)}`]));

@@ -19,7 +19,7 @@ interface Planned {
 /** Takes that the recorder begins and ends by itself, and a form for one more. */
 @customElement("xp-schedule")
 export class XpSchedule extends Part {
-  @state() private takes: Planned[] = [];
+  @state() private lines: string[] = [];
   private timer = 0;
 
   static override styles = [
@@ -48,7 +48,7 @@ export class XpSchedule extends Part {
 
   private async read(): Promise<void> {
     const row = await get<Parameter>("params/record_schedule");
-    if (!(row instanceof Problem)) this.takes = row.value.split("\n").filter(Boolean).map(planned);
+    if (!(row instanceof Problem)) this.lines = row.value.split("\n").filter(Boolean);
   }
 
   private async plan(event: Event): Promise<void> {
@@ -71,13 +71,14 @@ export class XpSchedule extends Part {
   protected override view() {
     const verb = this.deck.verb("schedule");
     if (!verb) return nothing;
+    const takes = this.lines.map((line) => planned(line, this.deck.zone));
     return html`
       <h2>Takes to come</h2>
-      ${this.takes.map(
+      ${takes.map(
         (take) => html`<div class="take"><span><span class="figure">${take.from}</span> ${take.until ? html`to <span class="figure">${take.until}</span>` : "until somebody stops it"}${take.runs ? ", is being recorded" : ""}</span>
           <button class="small" data-verb="unschedule" aria-label="Take number ${take.number} out of the schedule" @click=${() => void this.takeOut(take.number)}>Take out</button></div>`,
       )}
-      ${this.takes.length ? nothing : html`<p class="dim">None is planned.</p>`}
+      ${takes.length ? nothing : html`<p class="dim">None is planned.</p>`}
       <form data-verb="schedule" @submit=${this.plan}>
         ${verb.arguments.map((argument, i) => html`<label title=${sentence(argument.help)}>${["From", "Until"][i] ?? argument.name}<input name=${argument.name} autocomplete="off" spellcheck="false" maxlength="40" placeholder=${["10:00:00", "10:30:00"][i] ?? nothing} /></label>`)}
         <button title=${sentence(verb.help)} ?disabled=${this.deck.stale}>Plan take</button>
@@ -87,18 +88,27 @@ export class XpSchedule extends Part {
 }
 
 /** A line of the recorder's: number, begin, end, their timecodes, and by whom it has been begun. */
-function planned(line: string): Planned {
+function planned(line: string, zone: string): Planned {
   const [number, start, end, startTimecode, endTimecode, recorder] = line.split(" ");
-  const from = time(start, startTimecode);
-  const until = end === none || !end ? "" : time(end, endTimecode);
+  const from = time(start, startTimecode, zone);
+  const until = end === none || !end ? "" : time(end, endTimecode, zone);
   const sameDay = from.slice(0, 10) === until.slice(0, 10);
   return { number, from, until: sameDay ? until.slice(11) : until, runs: !!recorder && recorder !== none };
 }
 
-function time(moment: string, timecode: string): string {
-  const at = new Date(moment);
-  const two = (value: number): string => String(value).padStart(2, "0");
+/** On the recorder's clock, in which it was typed: whoever looks may be in another time zone. */
+function time(moment: string, timecode: string, zone: string): string {
+  const [day, clock] = atZone(new Date(moment), zone).split(" ");
   const fraction = /[.](\d*?)0*Z$/.exec(moment)?.[1] ?? "";
-  const clock = timecode && timecode !== none ? timecode : [at.getHours(), at.getMinutes(), at.getSeconds()].map(two).join(":") + (fraction && `.${fraction}`);
-  return `${at.getFullYear()}-${two(at.getMonth() + 1)}-${two(at.getDate())} ${clock}`;
+  return `${day} ${timecode && timecode !== none ? timecode : clock + (fraction && `.${fraction}`)}`;
+}
+
+/** As 2026-11-26 10:00:00 (that is how Swedes write it); a zone that this browser does not know is its own. */
+function atZone(at: Date, zone: string): string {
+  const options = { dateStyle: "short", timeStyle: "medium" } as const;
+  try {
+    return at.toLocaleString("sv-SE", { ...options, timeZone: zone || undefined });
+  } catch {
+    return at.toLocaleString("sv-SE", options);
+  }
 }

@@ -18,8 +18,12 @@ done
 [ -d "$page/node_modules/playwright-core" ] || cannot "its packages are not installed (./xp check page brings them)"
 
 size=4G
+channels=1
 case "$what" in
-    test) run=(node --test "$page/test/panel.test.mjs") ;;
+    test)
+        channels=2 # for the wall
+        run=(node --test "$page/test/panel.test.mjs")
+        ;;
     bench) run=(node "$page/test/bench.mjs" "${@:2}") ;;
     pictures)
         size=60G # nothing on the guides' pictures shall look like trouble
@@ -27,4 +31,4 @@ case "$what" in
         ;;
     *) die "test-page: $what is none of test, bench, pictures" ;;
 esac
-exec "$XP_ROOT/scripts/sandbox.sh" --net private --panel --media-size "$size" -- "${run[@]}"
+exec "$XP_ROOT/scripts/sandbox.sh" --net private --panel --channels "$channels" --media-size "$size" -- "${run[@]}"

@@ -180,3 +180,6 @@ export interface Answer {
 }
 
 export const isRecording = (state: DeckState | null): boolean => state?.status === "recording";
+
+/** The frame of the clip that is on the output; -1: the input is, and what was played before says nothing. */
+export const frameOf = (state: DeckState | null): number => (!state?.running || isRecording(state) || state.status === "stopped" ? -1 : Math.max(0, state.frame));

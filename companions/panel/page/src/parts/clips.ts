@@ -54,9 +54,9 @@ export class XpClips extends Part {
   static override styles = [
     shared,
     css`
-      :host { display: grid; grid-template-rows: auto minmax(0, 1fr) auto; gap: var(--gap); height: 100%; min-height: 0; }
+      :host { display: grid; grid-template-rows: auto minmax(8rem, 1fr) auto; gap: var(--gap); height: 100%; min-height: 0; }
       .tools { display: grid; grid-template-columns: minmax(0, 1fr) auto auto; gap: 0.25rem; }
-      .rows { overflow-y: auto; position: relative; border-radius: var(--round); scrollbar-color: var(--edge) transparent; min-height: 8rem; }
+      .rows { overflow-y: auto; position: relative; border-radius: var(--round); scrollbar-color: var(--edge) transparent; min-height: 0; }
       .room { position: relative; }
       .row { position: absolute; left: 0; right: 0; height: 3.5rem; display: grid; grid-template-columns: 5rem minmax(0, 1fr) auto; gap: 0.6rem; align-items: center; padding: 0 0.5rem 0 0.25rem; border-bottom: 1px solid var(--line); cursor: default; }
       .row[aria-selected="true"] { background: var(--lifted); }

@@ -33,12 +33,13 @@ export class XpColumn extends Part {
       .tabs button { border: 0; background: transparent; padding: 0 0.2rem; border-radius: 0; font-size: 0.8125rem; border-bottom: 0.1875rem solid transparent; color: var(--dim); }
       .tabs button[aria-selected="true"] { color: var(--bright); border-bottom-color: var(--bright); }
       .tabs .up { color: var(--amber); }
-      .body { padding: 0.75rem; min-height: 0; overflow: hidden; }
+      .body { padding: 0.75rem; min-height: 0; overflow: hidden auto; scrollbar-color: var(--edge) transparent; }
       .close { display: none; }
       @media (max-width: 1099px) {
         :host { border-radius: 0; }
         .whole { grid-template-rows: auto auto minmax(0, 1fr); }
         .tabs { grid-auto-flow: row; grid-template-columns: repeat(4, 1fr); }
+        @media (min-width: 560px) { .tabs { grid-template-columns: repeat(8, 1fr); } }
         .close { display: block; width: 100%; min-height: 3rem; border-radius: 0; }
       }
     `,

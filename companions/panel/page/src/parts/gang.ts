@@ -23,8 +23,9 @@ export async function recordTogether(members: Member[]): Promise<string> {
   const answers = await Promise.all(members.map(({ deck }) => deck.run("record", { start })));
   const failed = members.flatMap(({ name }, i) => (answers[i].done ? [] : [`${name}: ${sentence(answers[i].sentence)}`]));
   if (!failed.length) return "";
-  await stopTogether(members.filter((_, i) => answers[i].done));
-  return `${failed.join(" ")} The takes of the others were ended.`;
+  const begun = members.filter((_, i) => answers[i].done);
+  await stopTogether(begun);
+  return `${failed.join(" ")} ${begun.length ? "The takes of the others were ended." : "No take was begun."}`;
 }
 
 export async function stopTogether(members: Member[]): Promise<void> {

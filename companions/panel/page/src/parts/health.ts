@@ -27,10 +27,9 @@ export class XpHealth extends Part {
       xp-chart { flex: 1 1 8rem; min-width: 6.5rem; border-right: 1px solid var(--line); }
       a.cell { text-decoration: none; max-width: 16rem; }
       a.cell .figure { overflow: hidden; text-overflow: ellipsis; }
-      :host([big]) { --figure-size: 1.7vw; --label-size: 0.9vw; }
+      @media (min-width: 1100px) { :host([big]) { --figure-size: 1.7vw; --label-size: 0.9vw; } :host([big]) .cell { padding: 0.4vw 1vw; } }
       .label { font-size: var(--label-size, 0.6875rem); }
       .strip.stale > :not(:first-child) { opacity: 0.55; }
-      :host([big]) .cell { padding: 0.4vw 1vw; }
       :host([big]) .optional { display: none; }
       @media (max-width: 1100px) { .optional { display: none; } }
       @media (max-width: 1099px) {

@@ -41,7 +41,7 @@ export class XpKey extends LitElement {
     css`
       :host { display: block; min-width: 0; }
       button { width: 100%; height: 100%; padding: 0 0.125rem; display: grid; place-content: center; justify-items: center; gap: 0.2rem; position: relative; overflow: hidden;
-        border-color: transparent; border-top-color: var(--lifted); user-select: none; -webkit-user-select: none; -webkit-touch-callout: none; touch-action: none; }
+        border-color: var(--key-edge, transparent); border-top-color: var(--key-edge, var(--lifted)); user-select: none; -webkit-user-select: none; -webkit-touch-callout: none; touch-action: none; }
       svg { width: 1.5rem; height: 1.5rem; fill: currentColor; display: block; }
       span { font-size: 0.75rem; line-height: 1; white-space: nowrap; }
       button:not(:has(svg)) span { font-size: 0.9375rem; font-weight: 700; }

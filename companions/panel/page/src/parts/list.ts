@@ -26,8 +26,8 @@ export class XpList extends Part {
   static override styles = [
     shared,
     css`
-      :host { display: grid; grid-template-rows: auto minmax(0, 1fr) auto; gap: var(--gap); height: 100%; min-height: 0; }
-      .rows { overflow-y: auto; margin: 0; padding: 0; list-style: none; min-height: 8rem; border-radius: var(--round); }
+      :host { display: grid; grid-template-rows: auto minmax(8rem, 1fr) auto; gap: var(--gap); height: 100%; min-height: 0; }
+      .rows { overflow-y: auto; margin: 0; padding: 0; list-style: none; min-height: 0; border-radius: var(--round); }
       .rows.over { outline: 2px dashed var(--edge); outline-offset: -2px; }
       [role="option"] { display: grid; grid-template-columns: 2rem 4rem minmax(0, 1fr) auto; gap: 0.6rem; align-items: center; min-height: 3rem; padding: 0 0.5rem 0 0; border-bottom: 1px solid var(--line); border-top: 2px solid transparent; }
       [role="option"][aria-selected="true"] { background: var(--lifted); }

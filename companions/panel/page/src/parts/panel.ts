@@ -69,6 +69,7 @@ export class XpPanel extends LitElement {
       .sound { display: grid; grid-template-rows: minmax(0, 1fr) auto; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); min-width: 0; }
       xp-meter { margin: 0.4rem; }
       .loudness { display: grid; grid-template-columns: auto 1fr 1fr; gap: 0.4rem; align-items: baseline; padding: 0 0.6rem 0.4rem; font-size: 0.8125rem; text-align: right; color: var(--bright); white-space: nowrap; }
+      .loudness.stale { opacity: 0.4; }
       xp-transport { grid-area: keys; }
       xp-column { grid-area: column; min-height: 0; }
       xp-health { grid-area: health; }
@@ -235,7 +236,7 @@ export class XpPanel extends LitElement {
         </div>
         <div class="sound">
         <xp-meter ?stale=${deck.frozen > 0 || down} ?flat=${narrow.matches}></xp-meter>
-        <div class="loudness" title="Loudness in LUFS: momentary (the last 400 ms) and short-term (the last three seconds)"><span class="label">LUFS</span><span><span class="label">M</span> <span id="momentary" class="figure">-</span></span><span><span class="label">S</span> <span id="short" class="figure">-</span></span></div>
+        <div class="loudness ${deck.frozen > 0 || down ? "stale" : ""}" title="Loudness in LUFS: momentary (the last 400 ms) and short-term (the last three seconds)"><span class="label">LUFS</span><span><span class="label">M</span> <span id="momentary" class="figure">-</span></span><span><span class="label">S</span> <span id="short" class="figure">-</span></span></div>
         </div>
       </div>
       <xp-transport .deck=${deck} ?more=${this.more}></xp-transport>
@@ -244,7 +245,7 @@ export class XpPanel extends LitElement {
         <button @click=${() => (this.open = true)}>Clips, settings…${deck.state?.alarms ? html` <b>! ${deck.state.alarms}</b>` : nothing}</button>
       </div>
       <xp-column class=${this.open ? "open" : ""} .deck=${deck} @xp-close=${() => this.close()}></xp-column>
-      <xp-health .deck=${deck} .delay=${this.delay} ?big=${this.kiosk}></xp-health>
+      <xp-health .deck=${deck} .delay=${down ? null : this.delay} ?big=${this.kiosk}></xp-health>
       <xp-help .deck=${deck}></xp-help>
       ${deck.notice
         ? html`<div class="notice" role="alert"><span><b>${deck.notice.title}.</b> ${prose(deck.notice.text)}${deck.notice.link ? html` <a href=${deck.notice.link.href}>${deck.notice.link.text}</a>` : nothing}</span><button class="small" @click=${() => deck.tell(null)}>Close</button></div>`

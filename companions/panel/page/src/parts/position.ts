@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 import { css, html } from "lit";
 import { customElement } from "lit/decorators.js";
-import { isRecording } from "../link/state";
+import { frameOf, isRecording } from "../link/state";
 import { Part, shared } from "./part";
 import { length } from "./text";
 
@@ -56,7 +56,7 @@ export class XpPosition extends Part {
 
   override updated(): void {
     const state = this.deck.state;
-    const part = !state ? 0 : isRecording(state) ? this.used : Math.min(1, Math.max(0, state.frame) / Math.max(1, this.frames - 1));
+    const part = isRecording(state) ? this.used : Math.min(1, Math.max(0, frameOf(state)) / Math.max(1, this.frames - 1));
     (this.renderRoot.querySelector(".done") as HTMLElement | null)?.style.setProperty("transform", `scaleX(${part})`);
     (this.renderRoot.querySelector(".head") as HTMLElement | null)?.style.setProperty("left", `${part * 100}%`);
   }
@@ -64,13 +64,14 @@ export class XpPosition extends Part {
   protected override view() {
     const state = this.deck.state;
     const recording = isRecording(state);
-    const frame = Math.max(0, state?.frame ?? 0);
-    return html`<span class="cut figure">${recording ? "Room used" : `Frame ${frame}`}</span><div
+    const shown = frameOf(state);
+    const frame = Math.max(0, shown);
+    return html`<span class="cut figure">${recording ? "Room used" : shown < 0 ? "Frame -" : `Frame ${frame}`}</span><div
       class="bar" data-verb="cue" role="slider" tabindex="0" aria-label=${recording ? "Room used by the take" : "Position in the clip"} aria-valuemin="0" aria-valuemax=${this.frames - 1} aria-valuenow=${recording ? 0 : Math.min(frame, this.frames - 1)}
       aria-valuetext=${recording ? "recording" : `frame ${frame} of ${this.frames}`} aria-disabled=${recording ? "true" : "false"} @pointerdown=${this.go} @keydown=${this.keydown}
     >
       <div class="done ${recording && (state?.medium_seconds_left ?? 0) > 0 && (state?.medium_seconds_left ?? 0) < early ? "warn" : ""}"></div>
-      <div class="head" ?hidden=${recording}></div>
+      <div class="head" ?hidden=${shown < 0}></div>
     </div><span class="length figure">${recording ? `${Math.floor(100 * this.used)} %` : length(this.frames, state?.clip_rate ?? 25)}</span>`;
   }
 }

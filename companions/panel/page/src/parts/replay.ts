@@ -2,7 +2,7 @@
 import { css, html, nothing } from "lit";
 import { customElement, state } from "lit/decorators.js";
 import { Problem, get } from "../link/api";
-import { type ClipDetails, type Mark, clipOf } from "../link/state";
+import { type ClipDetails, type Mark, clipOf, frameOf } from "../link/state";
 import { Part, shared } from "./part";
 import "./strip";
 import type { StripEvent } from "./strip";
@@ -23,7 +23,7 @@ export class XpReplay extends Part {
   static override styles = [
     shared,
     css`
-      :host { display: grid; grid-template-columns: minmax(0, 1fr); grid-template-rows: auto auto auto auto minmax(0, 1fr) auto; gap: 0.6rem; height: 100%; min-height: 0; }
+      :host { display: grid; grid-template-columns: minmax(0, 1fr); grid-template-rows: auto auto auto auto minmax(4rem, 1fr) auto; gap: 0.6rem; height: 100%; min-height: 0; }
       .head, .ends, .acts, .angle { display: flex; gap: 0.25rem; align-items: center; }
       .head .cut { flex: 1; color: var(--bright); unicode-bidi: plaintext; text-align: left; }
       .ends { display: grid; grid-template-columns: minmax(0, 1fr) auto minmax(0, 1fr); gap: 0.5rem; }
@@ -32,7 +32,7 @@ export class XpReplay extends Part {
       .acts > * { flex: 1 1 0; padding: 0 0.25rem; white-space: nowrap; }
       .acts .label { flex: 0 0 auto; padding-right: 0.35rem; }
       .part { cursor: grab; border-style: dashed; }
-      .rows { overflow-y: auto; scrollbar-color: var(--edge) transparent; min-height: 4rem; }
+      .rows { overflow-y: auto; scrollbar-color: var(--edge) transparent; min-height: 0; }
       .row { display: grid; grid-template-columns: auto minmax(0, 1fr) auto; gap: 0.5rem; align-items: center; padding: 0.2rem 0; border-bottom: 1px solid var(--line); }
       .angle select { flex: 1 1 6rem; min-height: 2.75rem; }
       @media (max-width: 759px) { .acts, .angle { flex-wrap: wrap; } .acts .part, .angle :first-child { flex-basis: 100%; } }
@@ -138,7 +138,7 @@ export class XpReplay extends Part {
         ${state?.grows ? html`<span class="dim figure">${distance >= 0 ? `${(distance / rate).toFixed(1)} s behind` : "being recorded"}</span>` : nothing}
         ${this.deck.verb("live") ? html`<button data-verb="live" title=${this.deck.verb("live")?.help ?? ""} aria-pressed=${state?.grows && distance >= 0 && distance < 1.5 * rate ? "true" : "false"} ?disabled=${this.deck.stale || !state?.running} @click=${() => void this.run("live")}>Live</button>` : nothing}
       </div>
-      <xp-strip clip=${this.clip} .frames=${this.frames} .frame=${this.whole ? Math.max(0, state?.frame ?? 0) : -1} .marks=${marks} ?disabled=${dead} @xp-strip=${(event: Event) => this.moved(event as StripEvent)}></xp-strip>
+      <xp-strip clip=${this.clip} .frames=${this.frames} .frame=${this.whole ? frameOf(state) : -1} .marks=${marks} ?disabled=${dead} @xp-strip=${(event: Event) => this.moved(event as StripEvent)}></xp-strip>
       <div class="ends">
         ${this.end("in", "Mark in", from, dead)}
         <span><span class="label">Part</span><br /><span class="figure">${length(Math.max(0, long), rate)}</span></span>

@@ -35,11 +35,11 @@ export class XpSettings extends Part {
   static override styles = [
     shared,
     css`
-      :host { display: grid; grid-template-rows: auto minmax(0, 1fr) auto; gap: var(--gap); height: 100%; min-height: 0; }
+      :host { display: grid; grid-template-rows: auto minmax(8rem, 1fr) auto; gap: var(--gap); height: 100%; min-height: 0; }
       .tools { display: grid; grid-template-columns: minmax(0, 1fr) minmax(0, 11rem) auto; gap: 0.5rem; align-items: center; }
       .tools label { font-size: 0.8125rem; display: flex; gap: 0.4rem; align-items: center; min-height: 2.25rem; }
       input[type="checkbox"] { width: 1.1rem; height: 1.1rem; min-height: 0; accent-color: var(--text); }
-      .rows { overflow-y: auto; scrollbar-color: var(--edge) transparent; min-height: 8rem; position: relative; }
+      .rows { overflow-y: auto; scrollbar-color: var(--edge) transparent; min-height: 0; position: relative; }
       h2 { position: sticky; top: 0; z-index: 1; background: var(--panel); padding: 0.5rem 0.25rem 0.4rem; border-bottom: 1px solid var(--line); }
       .row { display: grid; grid-template-columns: minmax(0, 1fr) 11rem; gap: 0.2rem 0.75rem; padding: 0.45rem 0.25rem; border-bottom: 1px solid var(--line); align-items: center; scroll-margin-top: 2.5rem; }
       .row.target { background: var(--lifted); }

@@ -2,7 +2,7 @@
 import { css, html, nothing } from "lit";
 import { customElement } from "lit/decorators.js";
 import { placeName } from "../link/api";
-import { isRecording } from "../link/state";
+import { frameOf, isRecording } from "../link/state";
 import { Part, shared } from "./part";
 import { length, room, words } from "./text";
 
@@ -24,15 +24,17 @@ export class XpState extends Part {
       :host([recording]) .clip { color: var(--on-red); }
       .fields { display: grid; grid-template-columns: repeat(3, auto); justify-content: space-between; gap: 0.75rem; }
       .fields .label { font-size: max(0.6875rem, 0.7vw); }
-      .fields .figure { font-size: max(1.0625rem, 1.1vw); color: var(--bright); line-height: 1.1; }
+      .fields .figure { font-size: max(1.0625rem, 1.1vw); color: var(--bright); line-height: 1.1; white-space: nowrap; }
       .inhibited { flex: 0 1 auto; color: var(--amber); font-size: 0.8125rem; }
       .none { color: var(--amber); }
       :host([recording]) .none { color: var(--on-red); }
       :host([stale]) .fields, :host([stale]) .middle, :host([stale]) .format { opacity: 0.55; }
-      :host([big]) .word { font-size: 3.4vw; }
-      :host([big]) .clip { font-size: 1.6vw; }
-      :host([big]) .fields .figure { font-size: 1.6vw; }
-      :host([big]) .label, :host([big]) .format { font-size: 1.1vw; }
+      @media (min-width: 1100px) {
+        :host([big]) .word { font-size: 3.4vw; }
+        :host([big]) .clip { font-size: 1.6vw; }
+        :host([big]) .fields .figure { font-size: 1.5vw; }
+        :host([big]) .label, :host([big]) .format { font-size: 1.1vw; }
+      }
       @media (max-width: 1099px) {
         :host { padding: 0.5rem 0.6rem; }
         .word { font-size: 1.5rem; }
@@ -49,8 +51,10 @@ export class XpState extends Part {
     this.toggleAttribute("stale", stale);
     if (!state) return html`<div class="head"><span class="word">Connecting</span></div>`;
     if (!state.running) return html`<div class="head"><span class="word" role="status">Recorder not running</span></div>`;
-    const frames = recording ? state.take_frames : state.frame;
-    const left = recording ? room(state.medium_seconds_left) : length(state.clip_frames - 1 - state.frame, state.clip_rate);
+    const frame = frameOf(state);
+    const stopped = !recording && frame < 0; // nothing plays: what matters is how long a take could be
+    const frames = recording ? state.take_frames : stopped ? state.clip_frames : frame;
+    const left = recording || stopped ? room(state.medium_seconds_left) : length(state.clip_frames - 1 - frame, state.clip_rate);
     const plays = state.status === "playing" && state.speed === 0;
     const field = (label: string, value: string) => html`<div><div class="label">${label}</div><div class="figure">${value}</div></div>`;
     return html`
@@ -64,8 +68,8 @@ export class XpState extends Part {
         ${state.record_inhibited && !recording ? html`<div class="inhibited cut" title=${state.record_inhibited}>Take refused: ${state.record_inhibited}</div>` : nothing}
       </div>
       <div class="fields">
-        ${field(recording ? "Take" : "Played", length(Math.max(0, frames), state.clip_rate))}
-        ${field(recording ? "Room left" : "To the end", left)}
+        ${field(recording ? "Take" : stopped ? "Clip" : "Played", length(Math.max(0, frames), state.clip_rate))}
+        ${field(recording || stopped ? "Room left" : "To the end", left)}
         ${recording && (state.take_copies > 1 || state.safe_on_both > 0) ? field("Safe / on both", `${length(state.recorded_up_to, state.clip_rate)} / ${length(state.safe_on_both, state.clip_rate)}`) : recording ? field("Safe on disk", length(state.recorded_up_to, state.clip_rate)) : field(state.timecode_source === "generator" ? "Generator" : "Input timecode", state.input_timecode || "--:--:--:--")}
       </div>
     `;

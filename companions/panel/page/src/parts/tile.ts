@@ -31,7 +31,7 @@ export class XpTile extends LitElement {
   static override styles = [
     shared,
     css`
-      :host { position: relative; display: grid; grid-template-rows: minmax(0, 1fr) auto auto; background: var(--panel); border: 0.25rem solid var(--line); border-radius: var(--round); min-height: 0; min-width: 0; overflow: hidden; container-type: inline-size; }
+      :host { position: relative; display: grid; grid-template: minmax(0, 1fr) auto auto / minmax(0, 1fr); background: var(--panel); border: 0.25rem solid var(--line); border-radius: var(--round); min-height: 0; min-width: 0; overflow: hidden; container-type: inline-size; }
       :host([recording]) { border-color: var(--red); }
       xp-picture { min-height: 0; min-width: 0; }
       .banner { position: absolute; inset: 0 0 auto 0; background: var(--amber); color: var(--on-amber); font-weight: 700; padding: 0.4rem 0.75rem; text-align: center; }
@@ -44,9 +44,10 @@ export class XpTile extends LitElement {
       .alarms { color: var(--amber); font-weight: 700; }
       xp-timecode { font-size: 9cqw; grid-row: 1 / 3; grid-column: 2; }
       .foot { display: grid; grid-template-columns: minmax(0, 1fr) auto auto auto auto; gap: 0.25rem 0.5rem; padding: 0.4rem 0.5rem 0.5rem 0.75rem; align-items: center; }
+      .about { display: flex; gap: 0.75rem; min-width: 0; white-space: nowrap; }
       xp-key { width: 6.5rem; height: 2.75rem; }
       .foot a { display: grid; place-content: center; min-height: 2.75rem; padding: 0 0.75rem; }
-      @media (max-width: 759px) { xp-picture { aspect-ratio: 16 / 9; } .foot { grid-template-columns: repeat(4, auto); } .foot .cut { grid-column: 1 / -1; } }
+      @media (max-width: 759px) { xp-picture { aspect-ratio: 16 / 9; } .foot { grid-template-columns: auto minmax(0, 1fr) minmax(0, 1fr) auto; padding-left: 0.5rem; } .about { grid-column: 1 / -1; padding-left: 0.25rem; } xp-key { width: auto; } .foot a { padding: 0 0.25rem; } }
     `,
   ];
 
@@ -114,7 +115,7 @@ export class XpTile extends LitElement {
         <span class="word" role="status">${word}</span>
       </div>
       <div class="foot">
-        <span class="cut">${state && !dead ? html`<bdi>${state.clip || "no clip"}</bdi>, ${room(state.medium_seconds_left)} left${state.alarms ? html` <span class="alarms">! ${state.alarms} ${state.alarms === 1 ? "alarm" : "alarms"}</span>` : nothing}` : nothing}</span>
+        <span class="about">${state && !dead ? html`<bdi class="cut">${state.clip || "no clip"}</bdi><span>${room(state.medium_seconds_left)} left</span>${state.alarms ? html`<span class="alarms">! ${state.alarms} ${state.alarms === 1 ? "alarm" : "alarms"}</span>` : nothing}` : nothing}</span>
         <label class="gang"><input type="checkbox" .checked=${this.ganged} @change=${this.gang} />Gang<span class="hidden"> ${this.name}</span></label>
         <xp-key verb="record" label="Record" red ?lit=${recording} toggle ?pending=${deck.pending.has("record")} ?disabled=${dead} @press=${() => void deck.run("record")}></xp-key>
         <xp-key verb="stop" label=${recording ? "Hold to stop" : "Stop"} ?hold=${recording} ?pending=${deck.pending.has("stop")} ?disabled=${dead} @press=${() => void deck.run("stop")}

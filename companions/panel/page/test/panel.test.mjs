@@ -372,9 +372,9 @@ test("a part is marked by keys and by drag, replayed, and dragged into the list;
   copyFileSync(`${medium}/${clip}`, `${medium}/angle.mov`);
   await xpctl("cue", "25");
   await page.evaluate(() => (location.hash = "#/replay"));
-  await until("it, to be chosen", async () => (await page.getByLabel("Other clip").locator("option").allTextContents()).includes("angle.mov") || undefined);
+  await until("it, to be chosen", async () => (await page.locator("xp-replay #angle").locator("option").allTextContents()).includes("angle.mov") || undefined);
   const there = await shown(page);
-  await page.getByLabel("Other clip").selectOption("angle.mov");
+  await page.locator("xp-replay #angle").selectOption("angle.mov");
   await page.getByRole("button", { name: "Same moment there" }).click();
   await until("the other clip", async () => (await xpctl("get", "current_clip")) === "angle.mov" || undefined);
   await until("the same moment", async () => (await shown(page)).frame === 25 || undefined);
@@ -391,7 +391,7 @@ test("a proxy is made, told with its clip, and seen in the browser", async () =>
   await one.getByRole("button", { name: "Watch…" }).click();
   await one.getByRole("button", { name: "Make a proxy" }).click();
   const film = one.locator("xp-watch video");
-  await film.waitFor({ timeout: 60_000 });
+  await film.waitFor({ timeout: 120_000 });
   const at = await film.evaluate((video) => new Promise((resume, fail) => {
     const seek = () => ((video.onseeked = () => resume(video.currentTime)), (video.currentTime = 2));
     video.addEventListener("error", () => fail(new Error(video.error.message)));

@@ -518,7 +518,7 @@ var Qi=Object.defineProperty;var Xi=Object.getOwnPropertyDescriptor;var d=(s,i,e
       a.cell .figure { overflow: hidden; text-overflow: ellipsis; }
       @media (min-width: 1100px) { :host([big]) { --figure-size: 1.7vw; --label-size: 0.9vw; } :host([big]) .cell { padding: 0.4vw 1vw; } }
       .label { font-size: var(--label-size, 0.6875rem); }
-      .strip.stale > :not(:first-child) { opacity: 0.55; }
+      .strip.stale > :not(:first-child) .figure { color: var(--dim); }
       :host([big]) .optional { display: none; }
       @media (max-width: 1100px) { .optional { display: none; } }
       @media (max-width: 1099px) {
@@ -600,7 +600,7 @@ var Qi=Object.defineProperty;var Xi=Object.getOwnPropertyDescriptor;var d=(s,i,e
       .inhibited { flex: 0 1 auto; color: var(--amber); font-size: 0.8125rem; }
       .none { color: var(--amber); }
       :host([recording]) .none { color: var(--on-red); }
-      :host([stale]) .fields, :host([stale]) .middle, :host([stale]) .format { opacity: 0.55; }
+      :host([stale]) .figure, :host([stale]) .clip, :host([stale]) .format, :host([stale]) .none { color: var(--dim); }
       @media (min-width: 1100px) {
         :host([big]) .word { font-size: 3.4vw; }
         :host([big]) .clip { font-size: 1.6vw; }
@@ -754,7 +754,7 @@ var Qi=Object.defineProperty;var Xi=Object.getOwnPropertyDescriptor;var d=(s,i,e
       .sound { display: grid; grid-template-rows: minmax(0, 1fr) auto; background: var(--panel); box-shadow: var(--rim); border-radius: var(--round); min-width: 0; }
       xp-meter { margin: 0.4rem; }
       .loudness { display: grid; grid-template-columns: auto 1fr 1fr; gap: 0.4rem; align-items: baseline; padding: 0 0.6rem 0.4rem; font-size: 0.8125rem; text-align: right; color: var(--bright); white-space: nowrap; }
-      .loudness.stale { opacity: 0.4; }
+      .loudness.stale .figure { color: var(--dim); }
       xp-transport { grid-area: keys; }
       xp-column { grid-area: column; min-height: 0; }
       xp-health { grid-area: health; }

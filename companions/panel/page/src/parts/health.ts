@@ -29,7 +29,7 @@ export class XpHealth extends Part {
       a.cell .figure { overflow: hidden; text-overflow: ellipsis; }
       @media (min-width: 1100px) { :host([big]) { --figure-size: 1.7vw; --label-size: 0.9vw; } :host([big]) .cell { padding: 0.4vw 1vw; } }
       .label { font-size: var(--label-size, 0.6875rem); }
-      .strip.stale > :not(:first-child) { opacity: 0.55; }
+      .strip.stale > :not(:first-child) .figure { color: var(--dim); }
       :host([big]) .optional { display: none; }
       @media (max-width: 1100px) { .optional { display: none; } }
       @media (max-width: 1099px) {

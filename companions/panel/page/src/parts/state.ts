@@ -28,7 +28,7 @@ export class XpState extends Part {
       .inhibited { flex: 0 1 auto; color: var(--amber); font-size: 0.8125rem; }
       .none { color: var(--amber); }
       :host([recording]) .none { color: var(--on-red); }
-      :host([stale]) .fields, :host([stale]) .middle, :host([stale]) .format { opacity: 0.55; }
+      :host([stale]) .figure, :host([stale]) .clip, :host([stale]) .format, :host([stale]) .none { color: var(--dim); }
       @media (min-width: 1100px) {
         :host([big]) .word { font-size: 3.4vw; }
         :host([big]) .clip { font-size: 1.6vw; }

@@ -185,9 +185,8 @@ void HttpConnection<Stream>::handle()
     call.path = '/' + target->parts.join('/');
     call.query = target->query;
     if (!panel.access.identify(call))
-        return write(problemReply(
-            401, "wrong_token", "this token is not known",
-            "`xppanel open` prints an address with the one that is valid"));
+        return write(problemReply(401, "wrong_token", "this token is not known",
+                                  "`xppanel open` prints an address with the one that is valid"));
     _proof = call.proof;
     if (passOn(request, call, target->parts)) return;
     const bool isPage =

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/control.h"
 
+#include "platform/control/deckparts.h"
 #include "platform/control/ownership.h"
 #include "platform/control/transportanswers.h"
 #include "platform/qmx/core/qmxloglevel.h"
@@ -122,6 +123,9 @@ void Control::announce(const Request &request, const Who &who)
     object["id"] = _announced;
     object["verb"] = _announcedVerb;
     object["time"] = _recorder.timeOfDay();
+    // Goes on as before: whoever comes later learns from here how fast that is.
+    if (request.verb == QLatin1String("angle"))
+        object["speed"] = DeckParameters::speedAskedFor(_recorder.config());
     // (Should it fail, the command itself will, and say why.)
     _recorder.write(eParam_ControlVerb,
                     QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));

@@ -56,19 +56,16 @@ bool isDropFrame(const QString &timecode)
 }
 } // namespace
 
-namespace {
-/// The speed of the playback that was asked for last, of which the verb's announcement stays behind.
-double speedAskedFor(Config &config)
+double DeckParameters::speedAskedFor(Config &config)
 {
     std::string announced;
     config.getString(eParam_ControlVerb, announced);
-    const QString verb =
-        QJsonDocument::fromJson(QByteArray::fromStdString(announced)).object()["verb"].toString();
+    const QJsonObject last = QJsonDocument::fromJson(QByteArray::fromStdString(announced)).object();
+    if (last.contains("speed")) return last["speed"].toDouble();
     static const QRegularExpression form(QStringLiteral("^(?:re)?play\\b.*\\bspeed=(-?[0-9.]+)"));
-    const QRegularExpressionMatch match = form.match(verb);
+    const QRegularExpressionMatch match = form.match(last["verb"].toString());
     return match.hasMatch() ? match.captured(1).toDouble() : 1;
 }
-} // namespace
 
 bool DeckParameters::concerns(eParam_t id)
 {

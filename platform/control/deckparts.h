@@ -17,6 +17,9 @@ class DeckParameters
 {
 public:
     static bool concerns(eParam_t id);
+    /// The speed of the playback that was asked for last, as the announcement of the last verb tells it,
+    /// which stays behind. Waits for the store.
+    static double speedAskedFor(Config &config);
     /// Reads all of them. Waits for the store.
     void load(Config &config);
     /// False when it was that already.

@@ -51,6 +51,10 @@ TEST(Replay, aSecondDeckPlaysWhatTheFirstOneRecords)
         touch /media/A/stop
         await 'xpctl status | grep -q "^still"'
         say end; xpctl --json status; xpctl --json clips
+        clip=$(xpctl get current_clip)
+        xpctl export $clip angle --in 10 >&2
+        xpctl cue 30 >&2; xpctl play 0.5 >&2
+        (sleep 0.3; xpctl angle angle.mov >&2) & say angle; xp-preview-strip 40; wait $!; say other; xpctl --json status
     )sh");
     take.join();
     EXPECT_TRUE(said(result.out, "list").contains("\"grows\":true"));
@@ -72,4 +76,14 @@ TEST(Replay, aSecondDeckPlaysWhatTheFirstOneRecords)
     const auto strips = stripsOf(clip);
     EXPECT_EQ(brokenAt(strips), "") << "the take has all its frames";
     EXPECT_EQ(jsonField(end.split('\n').first(), "frame").toInt(), int(strips.size()) - 1);
+
+    // In the other angle, which begins ten frames later, the same picture goes on, at the same speed.
+    const auto angle = shownIn(result.out, "angle");
+    ASSERT_EQ(angle.size(), 40);
+    for (qsizetype i = 1; i < angle.size(); ++i) {
+        EXPECT_GE(angle[i].first, angle[i - 1].first) << "a picture of elsewhere";
+        EXPECT_LE(angle[i].first, angle[i - 1].first + 5) << "a picture of elsewhere";
+    }
+    EXPECT_EQ(angle.last().first - angle.last().second, angle[0].first - angle[0].second + 10);
+    EXPECT_EQ(jsonField(said(result.out, "other"), "speed"), "0.5");
 }

@@ -31,7 +31,8 @@ QString repairClip(const QString &path, const QmxEnvironment &environment, bool 
         error = QmxClipReader::repair(path, repaired, environment);
         return error.value() != EWOULDBLOCK;
     });
-    if (!isFree) return {}; // it is being recorded
+    // It is being recorded; of a medium that only others may write to that is not told by the attempt.
+    if (!isFree || (error.isError() && QmxClipReader::isBeingRecorded(path, environment))) return {};
     unfinished = unfinished || error.isError();
     if (error.isError())
         return QStringLiteral("%1 was left unfinished and could not be repaired: %2")

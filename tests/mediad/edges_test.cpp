@@ -96,6 +96,9 @@ TEST(ClipRepair, closesWhatACrashLeftAndNothingElse)
     TestDir dir;
     QmxClipWriter recording;
     write(recording, dir.file("now.mov"), 4);
+    const auto readOnly = std::make_shared<FaultyFiles>();
+    readOnly->failNth(FaultyFiles::Open, 3, EROFS); // for writing
+    EXPECT_TRUE(repairClips(dir.path().toStdString(), withFiles(readOnly)).empty()) << "others record on it";
     // A crash keeps the file as it was at that moment.
     ASSERT_TRUE(QFile::copy(dir.file("now.mov"), dir.file("crashed.mov")));
     writeAll(dir.file("empty.mov"), {});

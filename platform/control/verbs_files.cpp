@@ -116,7 +116,8 @@ Answer giveOrder(const VerbCall &call, const MediaOrder &order)
         }
         return state && state->state != "running";
     };
-    if (!recorder.waitFor([&] { return told() || state; }, answerTime) && !recorder.isAbandoned())
+    const auto begins = [&] { return told() || state || mediaDaemonPid() != daemon; };
+    if (!recorder.waitFor(begins, answerTime) && !recorder.isAbandoned())
         return Answer::givenUp(Cause::Deck, "no_answer",
                                "the media daemon does not answer; it may still do this when it goes on",
                                "look at its log: journalctl -u xpmediad; to forget the order: systemctl "
@@ -147,6 +148,13 @@ Answer giveOrder(const VerbCall &call, const MediaOrder &order)
     return Answer::done(text, effect);
 }
 
+bool isMedium(const Recorder &recorder, const std::string &path)
+{
+    const auto reports = MediumReport::parse(recorder.text(eParam_MediaReport).toStdString());
+    return std::any_of(reports.begin(), reports.end(),
+                       [&path](const MediumReport &medium) { return path == medium.path; });
+}
+
 /// A path below a medium that is there.
 bool isOnMedium(const Recorder &recorder, const std::string &path)
 {
@@ -162,8 +170,9 @@ std::string exportPath(const VerbCall &call, const std::string &clip, bool isPro
 {
     const std::string active = call.recorder.text(eParam_ActiveMediaPath).toStdString();
     std::string to = call.text("to").toStdString();
+    if (to.size() > 1 && to.ends_with('/')) to.pop_back();
     const std::string medium = mediumNamed(call.recorder, to);
-    if (medium != to || isOnMedium(call.recorder, to + "/")) {
+    if (medium != to || isMedium(call.recorder, to)) {
         const std::string name = clip.empty() ? "play_list" : clip.substr(clip.rfind('/') + 1);
         to = medium + "/" + name.substr(0, std::min(name.rfind('.'), name.size()));
     } else if (to.find('/') == std::string::npos) {

@@ -107,6 +107,7 @@ TEST_F(Exports, aPartIsTheSameToTheBitWithItsTimecodesMarksAndProof)
     ASSERT_EQ(QmxClipCheck::run(to, check, environment), QmxError());
     EXPECT_TRUE(check.isWhole() && check.hasProof) << check.sentence().toStdString();
     EXPECT_EQ(check.frames, 40);
+    EXPECT_EQ(check.take["clip"].toString(), "part.mov");
     const QJsonObject from = check.take["exported_from"].toArray().first().toObject();
     EXPECT_EQ(from["clip"].toString() + '[' + QString::number(from["first"].toInt()), "a.mov[10");
     EXPECT_EQ(from["chain"].toString().size(), 64);

@@ -103,7 +103,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         printf 'LUT_3D_SIZE 99\n' >$OUT/big.cube; xpctl set lut_file $OUT/big.cube 2>$OUT/lut && exit 9; grep -q '2 to 65' $OUT/lut
         xpctl record --at "$(date -d tomorrow +%FT10:00:00)" --until "$(date -d tomorrow +%FT10:10:00)" >&2; run schedule; run schedule cancel 1
         run profile save one; run profile diff one; run profile apply one
-        run media; run protect take_002.mov; run unprotect take_002.mov; run copy take_002.mov B; run verify take_002.mov; run verify --all; run export take_002.mov part --in 5 --out 15; run info part.mov; run cancel; xpctl delete part.mov; run delete /media/B/take_002.mov
+        run media; run protect take_002.mov; run unprotect take_002.mov; run copy take_002.mov B; run verify take_002.mov; run verify --all; run export take_002.mov /media/A/part --in 5 --out 15; run info part.mov; run cancel; xpctl delete part.mov; run delete /media/B/take_002.mov
         xpctl rename take_002.mov take_001 2>/dev/null && exit 9; run rename take_002.mov other; xpctl clips | grep -q other.mov
         xpctl list | grep -q other.mov && xpctl list | grep take_002.mov && exit 9
         run take-control 30; run lock; run unlock; run local; run remote; run release-control

@@ -29,11 +29,15 @@ QString timeOf(const QmxEnvironment &environment)
 QJsonObject MovTake::begun(const QString &path, const QmxEnvironment &environment)
 {
     const QFileInfo file(path);
+    QString name = file.fileName();
+    // What is made of other clips is hidden until it is whole.
+    constexpr QLatin1String hidden(".part");
+    if (name.startsWith('.') && name.endsWith(hidden)) name = name.chopped(hidden.size()).mid(1);
     QJsonObject take{{"program", QStringLiteral("xp recorder " XP_VERSION)},
                      {"host", QSysInfo::machineHostName()},
                      {"user_id", int(getuid())},
                      {"medium", file.path()},
-                     {"clip", file.fileName()},
+                     {"clip", name},
                      {"begun", timeOf(environment)}};
     // (The timecode track of these files has no place for them.)
     if (const QString bits = environment.deck->takeOptions.values().userBits; !bits.isEmpty())

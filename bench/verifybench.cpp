@@ -36,7 +36,9 @@ struct Proof
 /// CPU for what proves a picture of high definition, checksum and hash, where a take pays it: on the thread
 /// that has just coded the picture. Its bytes are in that core's cache then, as far as the picture that was
 /// coded has left them there, and they begin with a page, as a take's do. Bytes that nobody has touched for
-/// long cost more, the same bytes hashed over and over less: neither is a take's.
+/// long cost more, the same bytes hashed over and over less: neither is a take's. Of the times of all
+/// pictures the middle ones count: a thread's CPU holds what a host takes away from the whole machine, too.
+/// (The checksum, a tenth of it, is none of the proof's: slots of growing clips had it before.)
 Proof proofOf(const QmxId &codec)
 {
     constexpr int pictures = 100;
@@ -46,6 +48,8 @@ Proof proofOf(const QmxId &codec)
         qmxCreateInternalGenerator(desc, QmxIds::movingPattern, QmxId(), QmxEnvironment::current());
     const auto encoder = qmxCodec(codec)->createEncoder(desc);
     Proof proof;
+    QList<double> proving;
+    QList<double> coding;
     for (int i = 0; i < pictures; ++i) {
         QmxTick tick;
         tick.index = i;
@@ -57,10 +61,12 @@ Proof proofOf(const QmxId &codec)
         if (encoder->encode(picture, coded).isError()) return {};
         const double between = cpuMs();
         MovSharedProof().of(coded.constData(), size_t(coded.size()));
-        proof.ms += (cpuMs() - between) / pictures;
-        proof.coded += (between - begin) / pictures;
+        proving.append(cpuMs() - between);
+        coding.append(between - begin);
         proof.bytes += double(coded.size()) / pictures;
     }
+    proof.ms = benchPercentile(proving, 0.5);
+    proof.coded = benchPercentile(coding, 0.5);
     return proof;
 }
 

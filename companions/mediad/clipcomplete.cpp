@@ -6,12 +6,15 @@
 #include "companions/mediad/mediamachine.h"
 #include "companions/mediad/openfile.h"
 #include "platform/product/clipplaces.h"
+#include "platform/qmx/clip/continuedcopy.h"
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/clip/qmxclipwriter.h"
 
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+
+#include <QFileInfo>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -28,16 +31,20 @@ QString local(const std::string &path)
     return QString::fromLocal8Bit(path);
 }
 
-bool isEqual(const QmxFrame &one, const QmxFrame &other)
+bool hasEqualPicture(const QmxFrame &one, const QmxFrame &other)
 {
     const auto pictures = [](const QmxFrame &frame) {
         return frame.vids().isEmpty() ? QmxBuffer() : frame.vids().first().buffers().value(0);
     };
     const QmxBuffer first = pictures(one);
     const QmxBuffer second = pictures(other);
-    if (first.size() != second.size() ||
-        std::memcmp(first.constData(), second.constData(), size_t(first.size())) != 0)
-        return false;
+    return first.size() == second.size() &&
+           std::memcmp(first.constData(), second.constData(), size_t(first.size())) == 0;
+}
+
+bool isEqual(const QmxFrame &one, const QmxFrame &other)
+{
+    if (!hasEqualPicture(one, other)) return false;
     if (one.auds().size() != other.auds().size()) return false;
     for (qsizetype i = 0; i < one.auds().size(); ++i) {
         const QmxAudio a = one.auds()[i];
@@ -225,6 +232,52 @@ QmxError lookAt(const std::string &path, const QmxEnvironment &environment, Look
     }
 }
 
+/// Whether every frame of `part` is in `whole` as well. By their pictures: their sound came with them, and at
+/// 29.97 frames a second how many samples a frame has depends on its number.
+bool holds(QmxClipReader &whole, QmxClipReader &part, const Pace &pace)
+{
+    qint64 done = 0;
+    const QmxClipInfo all = whole.info();
+    const QmxClipInfo some = part.info();
+    if (some.foreign || !some.closed || some.created != all.created || some.image != all.image) return false;
+    const auto equal = [&](qint64 frame, qint64 first) {
+        QmxFrame mine;
+        QmxFrame its;
+        if (part.readFrame(frame, mine).isError() || whole.readFrame(first + frame, its).isError())
+            return false;
+        done += mine.bytes() + its.bytes();
+        return hasEqualPicture(mine, its) && pace(done, done);
+    };
+    for (qint64 first = 0; first + some.frames <= all.frames; ++first) {
+        if (all.timecodeAt(first) != some.startTimecode || !equal(0, first)) continue;
+        qint64 frame = 1;
+        while (frame < some.frames && equal(frame, first))
+            ++frame;
+        if (frame == some.frames) return true;
+    }
+    return false;
+}
+
+/// The second copy went on there in the middle of the take, while no medium had all of it: now one has, and
+/// what is in it twice goes.
+void forgetParts(const std::string &copy, const QmxEnvironment &environment, const Pace &pace,
+                 std::string &text)
+{
+    for (int number = 2; number <= mostCopyParts; ++number) {
+        const QString name = local(copy);
+        const QString path = QFileInfo(name).path() + '/' + continuedCopyName(name, number);
+        struct stat64 status = {};
+        if (environment.files->stat(path, &status) != 0) continue;
+        QmxClipReader whole(environment);
+        QmxClipReader part(environment);
+        const bool isTwice =
+            !whole.open(name).isError() && !part.open(path).isError() && holds(whole, part, pace);
+        part.close();
+        if (isTwice && !deleteClip(path.toLocal8Bit().toStdString(), environment).isError())
+            text += "; " + path.toLocal8Bit().toStdString() + ", which is in it, has been deleted";
+    }
+}
+
 } // namespace
 
 QmxError completeCopy(const std::string &one, const std::string &other, const QmxEnvironment &environment,
@@ -251,6 +304,7 @@ QmxError completeCopy(const std::string &one, const std::string &other, const Qm
     if (!error.isError() && (state == Look::Empty || state == Look::Missing)) {
         error = copyClip(whole, early, environment, pace);
         text = early + " was missing and has been copied from " + whole + " and compared";
+        if (!error.isError()) forgetParts(early, environment, pace, text);
     }
     if (error.isError() || state == Look::Empty || state == Look::Missing) return error;
     if (!isSameClip(whole, early, environment)) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/mediad/mirrorcare.h"
 
+#include "platform/qmx/clip/continuedcopy.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -20,6 +22,14 @@ const Medium *mediumAt(const std::vector<Medium> &media, const std::string &fold
         if (inside && (!best || best->path.size() < medium.path.size())) best = &medium;
     }
     return best;
+}
+
+/// Whether this is where the second copy of `clip` has gone on.
+bool continues(const std::string &name, const std::string &clip)
+{
+    for (int part = 2; part <= mostCopyParts; ++part)
+        if (name == continuedCopyName(QString::fromStdString(clip), part).toStdString()) return true;
+    return false;
 }
 
 std::string word(const QJsonObject &object, const char *field)
@@ -72,14 +82,24 @@ void MirrorCare::followJoin(const std::vector<Medium> &media, const MediaParamet
         entry.one = is.active;
 }
 
+/// The second copy has gone on on another medium in the middle of a clip: there it is to be whole.
+void MirrorCare::followMove(const std::vector<Medium> &media, const MediaParameters &is, Pending &entry)
+{
+    const Medium *mirror = mediumAt(media, is.mirror);
+    if (!mirror || mirror == mediumAt(media, entry.one)) return;
+    const auto goesOn = [&entry](const std::string &name) { return continues(name, entry.clip); };
+    if (std::any_of(mirror->recorded.begin(), mirror->recorded.end(), goesOn)) entry.other = is.mirror;
+}
+
 /// Every clip of a take that is to be on two media: whether it is will be looked at when the take has ended.
 void MirrorCare::note(const std::vector<Medium> &media, const MediaParameters &is)
 {
     const Medium *const places[] = {mediumAt(media, _pair.one), mediumAt(media, _pair.other)};
     if (_pair.other.empty() || places[0] == places[1]) return;
     const auto add = [this](const std::string &clip) {
-        const bool known = std::any_of(_pending.begin(), _pending.end(),
-                                       [&clip](const Pending &entry) { return entry.clip == clip; });
+        const bool known = std::any_of(_pending.begin(), _pending.end(), [&clip](const Pending &entry) {
+            return entry.clip == clip || continues(clip, entry.clip);
+        });
         if (!known) _pending.push_back({clip, _pair.one, _pair.other});
     };
     for (const Medium *place : places) {
@@ -89,8 +109,10 @@ void MirrorCare::note(const std::vector<Medium> &media, const MediaParameters &i
         // A take that was over before anybody saw it grow.
         if (is.currentClip != _pair.clipBefore && place->holds(is.currentClip)) add(is.currentClip);
     }
-    for (Pending &entry : _pending)
+    for (Pending &entry : _pending) {
         followJoin(media, is, entry);
+        followMove(media, is, entry);
+    }
     if (_pending.size() > most) _pending.erase(_pending.begin(), _pending.end() - most);
 }
 

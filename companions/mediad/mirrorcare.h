@@ -46,6 +46,7 @@ private:
     };
     void follow(const std::vector<Medium> &media, const MediaParameters &is, bool runs);
     static void followJoin(const std::vector<Medium> &media, const MediaParameters &is, Pending &entry);
+    static void followMove(const std::vector<Medium> &media, const MediaParameters &is, Pending &entry);
     void note(const std::vector<Medium> &media, const MediaParameters &is);
     void noteMounts(const std::vector<Medium> &media);
 

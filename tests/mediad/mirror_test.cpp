@@ -87,10 +87,23 @@ TEST_F(Copies, whatIsMissingIsAddedAndNothingElseIsWritten)
     files->clear();
     ASSERT_EQ(complete(), QmxError());
     EXPECT_NE(text.find("both whole"), std::string::npos) << text;
-    // The other way round, and a copy that is not there at all.
+    // The other way round, and a copy that is not there at all. What went on there in the middle of the take
+    // is in it then; what only has that name stays.
     QFile::remove(one);
+    const QString parts[] = {dir.file("a/take_part2.mov"), dir.file("a/take_part3.mov")};
+    for (const bool mine : {true, false}) {
+        ClipTake part = take;
+        part.info.startTimecode = take.timecode(130);
+        part.info.created += mine ? 0 : 1;
+        QmxClipWriter writer;
+        ASSERT_EQ(writer.create(parts[mine ? 0 : 1], part.info), QmxError());
+        ASSERT_EQ(part.write(writer, 130, 200), QmxError());
+        ASSERT_EQ(writer.close(), QmxError());
+    }
     ASSERT_EQ(complete(), QmxError());
     EXPECT_EQ(take.wholeFrames(one), 200);
+    EXPECT_FALSE(QFile::exists(parts[0])) << text;
+    EXPECT_TRUE(QFile::exists(parts[1]));
 }
 
 TEST_F(Copies, aCompletionThatIsInterruptedAnywhereLosesNothingAndGoesOnLater)
@@ -169,6 +182,20 @@ TEST_F(Copies, areCompletedWhenNoTakeRunsAndBothMediaAreThere)
     media[0].recorded = {"take.mov"};
     std::optional<MirrorCare> care{std::in_place};
     std::int64_t now = 1;
+    EXPECT_FALSE(care->step(now, media, is));
+    // Seen to go on elsewhere, it is to be whole there.
+    media.push_back(medium("/media/C"));
+    media[2].recorded = {"take_part2.mov"};
+    is.mirror = "/media/C";
+    EXPECT_FALSE(care->step(now, media, is));
+    EXPECT_NE(care->print().find("/media/C"), std::string::npos) << care->print();
+    EXPECT_EQ(care->print().find("part2"), std::string::npos) << care->print();
+    media.pop_back();
+    is.mirror = "/media/B";
+    care.emplace();
+    is.status = TransportStatus::Stopped;
+    care->step(now, media, is);
+    is.status = TransportStatus::Recording;
     EXPECT_FALSE(care->step(now, media, is));
     // Over a restart, and however long one medium is away.
     const std::string kept = care->print();

@@ -30,7 +30,7 @@ protected:
             const QChar name = medium == sameAsA ? u'a' : medium.isEmpty() ? u'-' : medium.at(0);
             data.f_fsid = {{path == "/" ? 1 : 2, name.unicode()}};
             data.f_blocks = 1000;
-            data.f_bfree = medium == "a" ? aFree : 900;
+            data.f_bfree = medium == "a" ? aFree : medium == "b" ? bFree : 900;
         });
         for (const char *source : {"stream", "streamwriter", "streamcache"})
             allowLog(source);
@@ -72,6 +72,7 @@ protected:
     const TestDir dir;
     QString sameAsA;
     int aFree = 500;
+    int bFree = 900;
     int frame = 0;
     StreamRig rig;
     const qint64 droppedBefore = counter(QmxCounters::FramesDroppedCapture);
@@ -251,4 +252,69 @@ TEST_F(StreamMirror, aRolloverMovesThePair)
         EXPECT_EQ(framesIn(name, 50), 60) << name;
     EXPECT_EQ(counter(QmxCounters::SafeOnBoth), 60);
     EXPECT_EQ(told("alarm"), 0);
+}
+
+TEST_F(StreamMirror, theHalfThatIsFullGoesOnOnTheNextMedium)
+{
+    const auto name = [this](const QString &folder) {
+        deck->takeOptions.change([&](QmxTakeOptions::Values &v) { v.mirrorMediaPath = folder; });
+    };
+    ASSERT_EQ(rig.openForWrite(dir.file("a/t.mov")), 0);
+    record(25);
+    name(dir.file("c"));
+    record(25); // meant for the next take: there is room
+    bFree = 100;
+    makeClip(dir.file("c/t_part2.mov"), 7);
+    record(25);
+    EXPECT_EQ(told(lost), 1) << "the name is taken there";
+    name(dir.file("a"));
+    record(25);
+    EXPECT_EQ(told(lost), 2) << "the take itself is there";
+    QDir(dir.path()).mkpath("c/d");
+    name(dir.file("c/d"));
+    record(25);
+    const int moved = framesIn("b/t.mov");
+    EXPECT_GE(moved, 100);
+    EXPECT_EQ(counter(QmxCounters::TakeCopies), 2);
+    EXPECT_GE(counter(QmxCounters::SafeOnBoth), 125 - 12);
+    files->vanish(dir.file("a"));
+    record(50);
+    EXPECT_EQ(counter(QmxCounters::TakeCopies), 1);
+    EXPECT_GE(counter(QmxCounters::RecordedUpTo), 175 - 12);
+    rig.close();
+    Stepper::runMs(200);
+    EXPECT_EQ(counter(QmxCounters::RecordedUpTo), 175);
+    files->comeBack();
+    EXPECT_EQ(framesIn("b/t.mov"), moved);
+    EXPECT_EQ(framesIn("c/d/t_part4.mov", moved), 175 - moved);
+    EXPECT_EQ(framesIn("c/t_part2.mov"), 7);
+
+    // A stop in the moment in which it moves, and a medium that fails before what waits for it is safe.
+    for (const bool fails : {false, true}) {
+        SCOPED_TRACE(fails);
+        const QString clip = fails ? "/u.mov" : "/v.mov";
+        frame = 0;
+        name(dir.file("b"));
+        ASSERT_EQ(rig.openForWrite(dir.file("a" + clip)), 0);
+        record(50);
+        files->only(dir.file("c"));
+        files->hang(FaultyFiles::Open);
+        name(dir.file("c"));
+        record(25);
+        if (fails) {
+            files->failNth(FaultyFiles::Pwrite, 20, EIO, true);
+            files->release();
+        }
+        record(25);
+        QTimer::singleShot(100, [this] { files->release(); });
+        rig.close();
+        Stepper::runMs(500);
+        files->clear();
+        EXPECT_EQ(framesIn("a" + clip), 100);
+        EXPECT_EQ(framesIn("b" + clip) < 100, fails);
+        EXPECT_LE(counter(QmxCounters::SafeOnBoth), framesIn("b" + clip) + 25);
+        const QStringList left = QDir(dir.file("c")).entryList({".*"}, QDir::Files | QDir::Hidden);
+        EXPECT_TRUE(left.isEmpty()) << left.join(' ').toStdString();
+    }
+    EXPECT_EQ(counter(QmxCounters::FramesDroppedCapture), droppedBefore);
 }

@@ -232,7 +232,11 @@ void LumenEngine::setProperty(const QmxId &key, const QVariant &value)
 void LumenEngine::lookAtWindow()
 {
     const QmxTakeWindow::Window start = _start.window();
-    const QmxTakeWindow::Window set = start.isSet() ? start : _window.window();
+    const QmxTakeWindow::Window told = _window.window();
+    QmxTakeWindow::Window set = start.isSet() ? start : told;
+    // A take that began at a given frame has an open end, which somebody who names its first frame may set.
+    if (start.isSet() && start.out == 0 && _capture.isRecording() && told.out > 0 && told.in == _takeFirst)
+        set = {told.serial, start.in, told.out};
     if (_gate.look(set, _tickIndex, _capture.isRecording(), start.isSet())) _capture.noteLoss();
 }
 

@@ -29,7 +29,7 @@ void QmxStream::Private::beginJoined()
     aheadTime.stop();
     percentFree = 100;
     nextKnown = false;
-    if (ahead && ahead->ask().path() == ask.path() && ahead->ask().clip.image == ask.clip.image) {
+    if (ahead && ahead->ask().paths() == ask.paths() && ahead->ask().clip.image == ask.clip.image) {
         writer = std::move(ahead);
         writer->begin(ask);
     } else {
@@ -87,6 +87,7 @@ void QmxStream::Private::openAhead(const QString &path)
     StreamAsk later = ask;
     later.number = 0; // nobody has asked
     later.source = *StreamReaderSource::fromDesc(path);
+    later.mirrorFolder = environment.deck->takeOptions.values().mirrorMediaPath;
     ahead = makeWriter(later);
     ahead->openAhead();
 }
@@ -97,7 +98,8 @@ void QmxStream::Private::writerLevel(StreamPair *of, int percent)
     percentFree = percent;
     if (percent > aheadLevel) return;
     const QString path = environment.deck->nextClip.after(ask.path());
-    if (ahead && ahead->ask().path() != path) dropAhead();
+    const QString mirror = environment.deck->takeOptions.values().mirrorMediaPath;
+    if (ahead && (ahead->ask().path() != path || ahead->ask().mirrorFolder != mirror)) dropAhead();
     nextKnown = !path.isEmpty();
     if (nextKnown && !ahead && path != refused) openAhead(path);
 }

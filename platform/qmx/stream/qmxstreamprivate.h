@@ -65,6 +65,8 @@ struct QmxStream::Private : StreamPair::Receiver
     // What a writer tells; it may be one that the stream has let go (qmxstreamwriting.cpp).
     void writerClosed(StreamPair *of, const QmxError &error) override;
     void writerFailed(StreamPair *of, const QmxError &error, bool fatal) override;
+    void writerMovedCopy(const QString &to, qint64 frame, bool joins) override;
+    void writerCouldNotMoveCopy(const QmxError &why) override;
     void writerLostCopy(const QmxError &why, const QString &left) override;
     void writerRoom(StreamPair *of) override;
     void writerLevel(StreamPair *of, int percentFree) override;

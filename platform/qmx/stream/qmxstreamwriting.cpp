@@ -20,6 +20,25 @@ void QmxStream::Private::writerClosed(StreamPair *of, const QmxError &error)
         forget(of);
 }
 
+void QmxStream::Private::writerMovedCopy(const QString &to, qint64 frame, bool joins)
+{
+    qmxLogText(
+        QmxLogLevel::Info, logSource, __LINE__,
+        QStringLiteral("The medium of the second copy is nearly full: it goes on in %1, from frame %2 on")
+            .arg(to)
+            .arg(frame));
+    if (joins) postAlarm(QmxIds::alarmMirrorLost, QmxAlarm::Clear, QString()); // that it cannot go on
+}
+
+void QmxStream::Private::writerCouldNotMoveCopy(const QmxError &why)
+{
+    const QString text =
+        QStringLiteral("The second copy of the take cannot go on when its medium is full: %1")
+            .arg(why.toString());
+    qmxLogText(QmxLogLevel::Warning, logSource, __LINE__, text);
+    postAlarm(QmxIds::alarmMirrorLost, QmxAlarm::Warning, text);
+}
+
 void QmxStream::Private::writerLostCopy(const QmxError &why, const QString &left)
 {
     environment.deck->counters.add(QmxCounters::WriteErrors);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/stream/streampair.h"
 
+#include "platform/qmx/clip/continuedcopy.h"
 #include "platform/qmx/clip/qmxclipwriter.h"
 #include "platform/qmx/core/qmxdeck.h"
 
@@ -20,6 +21,9 @@ constexpr int firstCopyWaitMs = 3000;
 /// What is still being closed then hangs.
 constexpr int hangMs = 9000;
 constexpr int againMs = 40;
+/// Percent free at which the second copy moves to where mirror_media_path says: what has been named while
+/// there is more room is meant for the next take.
+constexpr int nearlyFull = 11;
 /// Those that the next clip of a running take needs: each writer's and the one that asks its medium.
 constexpr int spareThreadsPerCopy = 2;
 
@@ -30,8 +34,12 @@ StreamPair::StreamPair(const StreamAsk &ask, Receiver *receiver, QObject *listen
                        const QmxEnvironment &environment)
     : _ask(ask),
       _receiver(receiver),
+      _listener(listener),
+      _measured(measured),
+      _environment(environment),
       _tally(std::make_shared<StreamTally>(environment, int(ask.paths().size()))),
-      _copies(size_t(ask.paths().size()))
+      _copies(size_t(ask.paths().size())),
+      _mirrorFolder(ask.mirrorFolder)
 {
     environment.threads->keepSpare(spareThreadsPerCopy * int(_copies.size()));
     QObject::connect(&_flush, &QTimer::timeout, &_flush, [this] { flush(); });
@@ -42,13 +50,11 @@ StreamPair::StreamPair(const StreamAsk &ask, Receiver *receiver, QObject *listen
     const QStringList paths = ask.paths();
     for (int i = 0; i < int(paths.size()); ++i) {
         _copies[size_t(i)].path = paths[i];
-        makeWriter(i, listener, measured, environment);
+        makeWriter(i);
     }
 }
 
-void StreamPair::makeWriter(int number, QObject *listener,
-                            const std::shared_ptr<const std::atomic<bool>> &measured,
-                            const QmxEnvironment &environment)
+void StreamPair::makeWriter(int number)
 {
     StreamWriter::Events events;
     events.opened = [this, number](const QmxError &error) { copyOpened(number, error); };
@@ -56,11 +62,13 @@ void StreamPair::makeWriter(int number, QObject *listener,
     events.failed = [this, number](const QmxError &error, bool fatal) { copyFailed(number, error, fatal); };
     events.room = [this] { _receiver->writerRoom(this); };
     events.wrote = [this](qint64 microseconds) { _receiver->writerWrote(microseconds); };
-    if (number == 0 && environment.deck->nextClip.isNamed())
+    if (number > 0)
+        events.level = [this, number](int percent) { secondLevel(number, percent); };
+    else if (_environment.deck->nextClip.isNamed())
         events.level = [this](int percent) { _receiver->writerLevel(this, percent); };
     Copy &copy = _copies[size_t(number)];
-    copy.writer = StreamActor::make<StreamWriter>(copy.path, _ask.clip, events, listener, environment,
-                                                  StreamWriter::Copy{_tally, number, measured});
+    copy.writer = StreamActor::make<StreamWriter>(copy.path, _ask.clip, events, _listener, _environment,
+                                                  StreamWriter::Copy{_tally, number, _measured});
 }
 
 void StreamPair::tellOpened(const QmxError &error)
@@ -75,6 +83,50 @@ int StreamPair::taking() const
     return int(std::count_if(_copies.begin(), _copies.end(), [](const Copy &copy) { return copy.takes(); }));
 }
 
+/// Told with each flush, so that a place which somebody names late is gone to, too.
+void StreamPair::secondLevel(int number, int percentFree)
+{
+    const QString folder = _environment.deck->takeOptions.values().mirrorMediaPath;
+    if (percentFree > nearlyFull || _closeAsked || number != _second ||
+        _copies.back().state == State::Ahead || folder.isEmpty() || folder == _mirrorFolder)
+        return;
+    _mirrorFolder = folder;
+    const int next = _tally->addFile();
+    if (next == 0) return;
+    Copy copy;
+    copy.path = folder + '/' + continuedCopyName(_ask.path(), next);
+    copy.state = State::Ahead;
+    _copies.push_back(std::move(copy));
+    makeWriter(next);
+    if (!_copies.back().writer->openAhead())
+        couldNotMove(next,
+                     {EAGAIN, QStringLiteral("%1 cannot be recorded: the system has no thread to write it")
+                                  .arg(_copies.back().path)});
+}
+
+/// From the next frame on.
+void StreamPair::moveTo(int number)
+{
+    Copy &before = second();
+    _second = number;
+    second().state = State::Open;
+    _tally->begins(number, _appended);
+    second().writer->begin(_ask.clip);
+    const bool joins = before.takes();
+    if (joins) {
+        before.state = State::Moved;
+        before.writer->close();
+    }
+    _receiver->writerMovedCopy(second().path, _appended, joins);
+}
+
+void StreamPair::couldNotMove(int number, const QmxError &why)
+{
+    _copies[size_t(number)].state = State::Gone;
+    _receiver->writerCouldNotMoveCopy(why);
+    if (_closeAsked) lookWhetherClosed();
+}
+
 /// The other copy, if there is one that takes frames or has them all.
 const StreamPair::Copy *StreamPair::other(int number) const
 {
@@ -87,6 +139,13 @@ void StreamPair::copyOpened(int number, const QmxError &error)
 {
     Copy &copy = _copies[size_t(number)];
     if (copy.state == State::Gone) return; // left behind before
+    if (copy.state == State::Ahead) {
+        if (error.isError())
+            couldNotMove(number, error);
+        else if (!_closeAsked) // else its file goes again
+            moveTo(number);
+        return;
+    }
     if (!error.isError()) {
         if (copy.state == State::Opening) copy.state = State::Open;
         if (!std::exchange(_openTold, true)) tellOpened({});
@@ -122,7 +181,7 @@ void StreamPair::copyFailed(int number, const QmxError &error, bool fatal)
 void StreamPair::letGo(int number, const QmxError &why)
 {
     Copy &copy = _copies[size_t(number)];
-    if (!copy.takes()) return;
+    if (!copy.takes() && copy.state != State::Moved) return;
     const Copy *left = other(number);
     copy.state = State::Ending;
     copy.writer->giveUp();
@@ -133,8 +192,9 @@ void StreamPair::copyClosed(int number, const QmxError &error)
 {
     Copy &copy = _copies[size_t(number)];
     if (copy.state == State::Gone) return;
-    const bool late = copy.takes() && error.isError();
+    const bool late = (copy.takes() || copy.state == State::Moved) && error.isError();
     copy.whole = copy.takes() && !error.isError();
+    if (copy.state == State::Moved) _tally->leave(number);
     copy.state = State::Gone;
     if (late) {
         if (const Copy *left = other(number))
@@ -157,7 +217,7 @@ void StreamPair::lookWhetherClosed()
         _closeTold = true;
         if (busy) awaitRest();
         _receiver->writerClosed(this, _closeError);
-    } else if (_copies.back().whole) {
+    } else if (_copies.size() > 1 && second().whole) {
         _patience.start(firstCopyWaitMs);
     }
 }
@@ -227,12 +287,12 @@ bool StreamPair::hasRoom()
             if (copy.takes()) return copy.writer->hasRoom();
         return true; // what comes is dropped, and counted
     }
-    const bool first = _copies[0].writer->hasRoom();
-    const bool second = _copies[1].writer->hasRoom();
-    if (first && second) return true;
-    if (!first && !second) return false;
-    const int full = first ? 1 : 0;
-    if (_copies[size_t(1 - full)].writer->fill() > wellAhead) {
+    const bool firstHas = _copies[0].writer->hasRoom();
+    const bool secondHas = second().writer->hasRoom();
+    if (firstHas && secondHas) return true;
+    if (!firstHas && !secondHas) return false;
+    const int full = firstHas ? _second : 0;
+    if ((firstHas ? _copies[0] : second()).writer->fill() > wellAhead) {
         // A medium that hangs never says that it has room; the other one is asked again.
         _again.start(againMs);
         return false;
@@ -250,7 +310,9 @@ void StreamPair::append(const QmxFrame &frame)
     const QmxFrame shared = any > 1 ? QmxClipWriter::share(frame) : frame;
     for (Copy &copy : _copies)
         if (copy.takes()) copy.writer->append(shared);
-    if (any == 0) _copies.back().writer->append(frame); // which counts it as lost
+    // Which counts it as lost.
+    if (any == 0) (_copies.size() > 1 ? second() : _copies.front()).writer->append(frame);
+    ++_appended;
 }
 
 void StreamPair::flush()

@@ -20,6 +20,10 @@
 /// one's is at most half so. It is then a clip that ends early, and lost() says so, once. While both are
 /// full, frames wait, as for one medium.
 ///
+/// The second copy moves: when its medium is nearly full and mirror_media_path says another one meanwhile, it
+/// goes on there in a further clip (continuedCopyName()), from the frame on that is next when that clip is
+/// open.
+///
 /// Event loop only; never waits for a file. The events come as posted ones. Let go of, it closes its writers.
 class StreamPair
 {
@@ -35,6 +39,11 @@ public:
         virtual void writerClosed(StreamPair *pair, const QmxError &error) = 0;
         /// As StreamWriter has it.
         virtual void writerFailed(StreamPair *pair, const QmxError &error, bool fatal) = 0;
+        /// The second copy goes on in the clip at `to`, from this frame of the take's clip on; `joins`: with
+        /// which the part before it ends.
+        virtual void writerMovedCopy(const QString &to, qint64 frame, bool joins) = 0;
+        /// It cannot, and stays where it is as long as there is room.
+        virtual void writerCouldNotMoveCopy(const QmxError &why) = 0;
         /// One copy ends early, and the take goes on in the other one at `left`.
         virtual void writerLostCopy(const QmxError &why, const QString &left) = 0;
         virtual void writerRoom(StreamPair *pair) = 0;
@@ -72,8 +81,10 @@ public:
 
 private:
     enum class State {
+        Ahead, ///< being opened, takes no frames yet
         Opening,
         Open,
+        Moved,  ///< whole as far as it goes; what follows is in the next file
         Ending, ///< failed or let go of: closes with what it has
         Gone    ///< closed, never opened, or left behind
     };
@@ -86,8 +97,10 @@ private:
         bool takes() const { return state == State::Opening || state == State::Open; }
     };
 
-    void makeWriter(int number, QObject *listener, const std::shared_ptr<const std::atomic<bool>> &measured,
-                    const QmxEnvironment &environment);
+    void makeWriter(int number);
+    void secondLevel(int number, int percentFree);
+    void moveTo(int number);
+    void couldNotMove(int number, const QmxError &why);
     void tellOpened(const QmxError &error);
     void copyOpened(int number, const QmxError &error);
     void copyClosed(int number, const QmxError &error);
@@ -98,12 +111,20 @@ private:
     void lookWhetherClosed();
     int taking() const;
     const Copy *other(int number) const;
+    /// The file that the second copy is in now, or was in last.
+    Copy &second() { return _copies[size_t(_second)]; }
 
     StreamAsk _ask;
     Receiver *const _receiver;
+    QObject *const _listener;
+    const std::shared_ptr<const std::atomic<bool>> _measured;
+    const QmxEnvironment _environment;
     const std::shared_ptr<StreamTally> _tally;
-    std::vector<Copy> _copies;
-    QmxError _refusal; ///< of the first copy that could not be opened
+    std::vector<Copy> _copies; ///< the first one, and the files of the second one in their order
+    int _second = 1;           ///< its number in them
+    QString _mirrorFolder;     ///< to which the second copy has moved, or cannot
+    qint64 _appended = 0;      ///< frames
+    QmxError _refusal;         ///< of the first copy that could not be opened
     bool _fileOpen = false;
     bool _dead = false;
     bool _openTold = false;

@@ -20,32 +20,52 @@ constexpr std::chrono::milliseconds claimWait(1000);
 
 StreamTally::StreamTally(const QmxEnvironment &environment, int copies)
     : _environment(environment), _count(copies), _backlog(environment.deck->recordTable.takeBacklog())
-{}
-
-int StreamTally::present() const
 {
-    return int(std::count_if(_copies.begin(), _copies.begin() + _count,
-                             [](const Copy &copy) { return !copy.left; }));
+    for (int i = 0; i < copies; ++i)
+        _copies[size_t(i)].first = 0;
 }
 
-bool StreamTally::isAlone(int copy) const
+int StreamTally::addFile()
 {
-    return present() == (_copies[size_t(copy)].left ? 0 : 1);
+    const std::lock_guard lock(_mutex);
+    return _count < 2 || _count == mostFiles ? 0 : _count++;
+}
+
+void StreamTally::begins(int copy, qint64 frame)
+{
+    const std::lock_guard lock(_mutex);
+    _copies[size_t(copy)].first = frame;
+    publish();
+}
+
+bool StreamTally::secondTakes() const
+{
+    return std::any_of(_copies.begin() + 1, _copies.begin() + _count,
+                       [](const Copy &copy) { return !copy.left && copy.first >= 0; });
+}
+
+/// As far as its files have no hole between them.
+qint64 StreamTally::secondDurable() const
+{
+    qint64 frames = 0;
+    for (int i = 1; i < _count; ++i) {
+        const Copy &copy = _copies[size_t(i)];
+        if (copy.first < 0) continue; // it never was open
+        if (copy.first > frames) break;
+        frames = copy.first + copy.durable;
+    }
+    return frames;
 }
 
 /// With the mutex held, as the others of its name.
 void StreamTally::publish()
 {
     if (!_shown) return;
-    qint64 one = 0;
-    qint64 all = _copies.front().durable;
-    for (int i = 0; i < _count; ++i) {
-        one = std::max(one, _copies[size_t(i)].durable);
-        all = std::min(all, _copies[size_t(i)].durable);
-    }
+    const qint64 first = _copies.front().durable;
+    const qint64 second = secondDurable();
     QmxCounters &counters = _environment.deck->counters;
-    counters.set(QmxCounters::RecordedUpTo, one);
-    counters.set(QmxCounters::SafeOnBoth, _count > 1 ? all : 0);
+    counters.set(QmxCounters::RecordedUpTo, std::max(first, second));
+    counters.set(QmxCounters::SafeOnBoth, _count > 1 ? std::min(first, second) : 0);
 }
 
 void StreamTally::publish(QmxCounters::Row row)
@@ -85,7 +105,7 @@ void StreamTally::setSlow(int copy, bool slow, const QString &path)
     const std::lock_guard lock(_mutex);
     if (_copies[size_t(copy)].slow == slow) return;
     _copies[size_t(copy)].slow = slow;
-    const bool any = _copies[0].slow || _copies[1].slow;
+    const bool any = std::any_of(_copies.begin(), _copies.end(), [](const Copy &each) { return each.slow; });
     if (any && !slow) return; // the other one still is
     const QString text =
         slow ? QStringLiteral("The medium of %1 is slow: frames are waiting in memory").arg(path) : QString();
@@ -121,10 +141,10 @@ void StreamTally::refuse(int copy)
     if (speaks(copy)) _environment.deck->counters.add(QmxCounters::FramesDroppedCapture);
 }
 
-bool StreamTally::sameMedium() const
+bool StreamTally::sameMedium(int number, int before) const
 {
-    const Copy &one = _copies[0];
-    const Copy &other = _copies[1];
+    const Copy &one = _copies[size_t(before)];
+    const Copy &other = _copies[size_t(number)];
     if (!one.claimed || !other.claimed) return false;
     constexpr fsid_t none = {};
     // Where a file system gives no identity, the device tells.
@@ -158,10 +178,12 @@ QmxError StreamTally::claim(int copy, const QString &path)
 
 QmxError StreamTally::claimMedium(int copy, const QString &folder, const struct statfs64 &medium)
 {
+    std::unique_lock lock(_mutex);
     if (_count < 2) return {};
+    lock.unlock();
     struct stat64 status = {};
     _environment.files->stat(folder, &status);
-    std::unique_lock lock(_mutex);
+    lock.lock();
     Copy &mine = _copies[size_t(copy)];
     std::memcpy(&mine.fileSystem, &medium.f_fsid, sizeof mine.fileSystem);
     mine.device = status.st_dev;
@@ -169,8 +191,12 @@ QmxError StreamTally::claimMedium(int copy, const QString &folder, const struct 
     _claims.notify_all();
     if (copy == 0) return {};
     _claims.wait_for(lock, claimWait, [this] { return _copies[0].claimed || _copies[0].left; });
-    if (!sameMedium()) return {};
-    return {EXDEV, QStringLiteral("%1 is on the same medium as the take itself; choose a folder on another "
-                                  "medium as mirror_media_path")
-                       .arg(folder)};
+    // Where the take itself is, or where the copy has been and found no room.
+    for (const int before : {0, copy - 1})
+        if (sameMedium(copy, before))
+            return {EXDEV, QStringLiteral("%1 is on the same medium as %2; choose a folder on another medium "
+                                          "as mirror_media_path")
+                               .arg(folder, before == 0 ? QStringLiteral("the take itself")
+                                                        : QStringLiteral("the second copy so far"))};
+    return {};
 }

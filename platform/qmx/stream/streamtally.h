@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/continuedcopy.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxerror.h"
@@ -12,17 +13,24 @@
 #include <mutex>
 
 /// What the copies of one record stream, one or two, say together in the figures of the recorder: a frame is
-/// safe when one copy has it, and lost when none has; a queue is as full as the fuller one. Any thread, and
-/// none waits but in claim().
+/// safe when one copy has it, and lost when none has; a queue is as full as the fuller one. The second copy
+/// may go on in further files, each with a number of its own. Any thread, and none waits but in claim().
 class StreamTally
 {
 public:
-    static constexpr int mostCopies = 2;
+    static constexpr int mostFiles = 1 + mostCopyParts; ///< of both copies
 
     StreamTally(const QmxEnvironment &environment, int copies);
 
     /// What the take began with, for each copy.
-    const QmxRecordTable::Backlog &backlog() const { return _backlog; }
+    QmxRecordTable::Backlog backlog(int copy) const
+    {
+        return copy < 2 ? _backlog : QmxRecordTable::Backlog();
+    }
+    /// A further file of the second copy is to be opened: its number, from 2; 0: there have been enough.
+    int addFile();
+    /// The second copy goes on in this file, whose first frame is this one of the take's clip.
+    void begins(int copy, qint64 frame);
 
     /// The published figures are those of this stream, or no longer.
     void show(bool on);
@@ -47,6 +55,7 @@ private:
     struct Copy
     {
         bool left = false;
+        qint64 first = -1; ///< frame of the clip with which the file begins; -1: it does not yet
         bool slow = false;
         qint64 durable = 0;
         std::map<QmxCounters::Row, qint64> figures;
@@ -57,16 +66,19 @@ private:
 
     void publish();
     void publish(QmxCounters::Row row);
-    int present() const;
-    bool isAlone(int copy) const;
+    bool firstTakes() const { return !_copies.front().left; }
+    bool secondTakes() const;
+    int present() const { return int(firstTakes()) + int(secondTakes()); }
+    bool isAlone(int copy) const { return copy == 0 ? !secondTakes() : !firstTakes(); }
+    qint64 secondDurable() const;
     QmxError claimMedium(int copy, const QString &folder, const struct statfs64 &medium);
-    bool sameMedium() const;
+    bool sameMedium(int one, int other) const;
 
     const QmxEnvironment _environment;
-    const int _count;
+    int _count; ///< of files; with the mutex
     const QmxRecordTable::Backlog _backlog;
     mutable std::mutex _mutex;
     std::condition_variable _claims;
     bool _shown = false;
-    std::array<Copy, mostCopies> _copies;
+    std::array<Copy, mostFiles> _copies;
 };

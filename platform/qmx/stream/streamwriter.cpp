@@ -50,7 +50,7 @@ StreamWriter::StreamWriter(const QString &path, const QmxClipInfo &info, const E
     QmxMemoryPool::UsageData usage;
     QmxMemoryPool::instance()->getUsageData(usage);
     _maximumBytes = qMax(minimumQueueBytes, qint64(usage.totalSize / poolShare));
-    _backlog = _tally->backlog();
+    _backlog = _tally->backlog(_copy);
 }
 
 void StreamWriter::end()
@@ -83,12 +83,13 @@ void StreamWriter::open()
     tell([this, error] { _events.opened(error); });
 }
 
-void StreamWriter::openAhead()
+bool StreamWriter::openAhead()
 {
     const std::lock_guard lock(_mutex);
     _openAsked = true;
     _ahead = true;
     schedule();
+    return _scheduled;
 }
 
 void StreamWriter::begin(const QmxClipInfo &info)
@@ -122,7 +123,7 @@ void StreamWriter::append(const QmxFrame &frame)
         drop(1);
         return;
     }
-    _queue.push_back(frame);
+    _queue.push_back({frame, _environment.clock->now()});
     _queuedBytes += frame.bytes();
     ++_appended;
     judgeSpeed();
@@ -162,8 +163,8 @@ void StreamWriter::abandon()
 bool StreamWriter::step()
 {
     const std::lock_guard file(_fileMutex);
-    QmxFrame frame;
-    switch (nextStep(frame)) {
+    Queued next;
+    switch (nextStep(next)) {
     case Step::Open:
         openFile();
         return true;
@@ -171,7 +172,7 @@ bool StreamWriter::step()
         beginClip();
         return true;
     case Step::Write:
-        writeFrame(frame);
+        writeFrame(next.frame, next.since);
         return true;
     case Step::Flush:
         flushFile();
@@ -185,7 +186,16 @@ bool StreamWriter::step()
     return false;
 }
 
-StreamWriter::Step StreamWriter::nextStep(QmxFrame &frame)
+/// Counted from when a frame came, since it may have waited for the flush before.
+bool StreamWriter::isFlushDue() const
+{
+    if (_unflushed == 0) return false;
+    const qint64 now = _environment.clock->now();
+    const qint64 wait = flushInterval - std::min(_flushTakes, mostFlushAhead);
+    return now - _firstUnflushed >= wait && now - _lastFlush >= flushInterval - mostFlushAhead;
+}
+
+StreamWriter::Step StreamWriter::nextStep(Queued &next)
 {
     const std::lock_guard lock(_mutex);
     ++_steps;
@@ -203,11 +213,9 @@ StreamWriter::Step StreamWriter::nextStep(QmxFrame &frame)
         dropQueue();
         _unflushed = 0;
     }
-    const qint64 wait = flushInterval - std::min(_flushTakes, mostFlushAhead);
-    const bool due = _unflushed > 0 && _environment.clock->now() - _firstUnflushed >= wait;
-    if (due || (_flushAsked && _unflushed > 0 && _queue.empty())) return Step::Flush;
+    if (isFlushDue() || (_flushAsked && _unflushed > 0 && _queue.empty())) return Step::Flush;
     if (!_queue.empty()) {
-        frame = _queue.front();
+        next = _queue.front();
         _queue.pop_front();
         _writing = 1;
         return Step::Write;
@@ -227,8 +235,8 @@ void StreamWriter::drop(qint64 frames)
 void StreamWriter::dropQueue()
 {
     drop(qint64(_queue.size()));
-    for (const QmxFrame &frame : _queue)
-        _queuedBytes -= frame.bytes(); // one may be with the thread
+    for (const Queued &waiting : _queue)
+        _queuedBytes -= waiting.frame.bytes(); // one may be with the thread
     _queue.clear();
 }
 
@@ -277,13 +285,13 @@ void StreamWriter::flushAtOnce()
 {
     const std::unique_lock file(_fileMutex, emergencyWait);
     if (!file.owns_lock() || !_writer) return;
-    std::deque<QmxFrame> waiting;
+    std::deque<Queued> waiting;
     {
         const std::lock_guard lock(_mutex);
         waiting.swap(_queue);
         _queuedBytes = 0;
     }
-    for (const QmxFrame &frame : waiting)
-        _writer->writeFrame(frame);
+    for (const Queued &queued : waiting)
+        _writer->writeFrame(queued.frame);
     _writer->flush();
 }

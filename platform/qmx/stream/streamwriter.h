@@ -44,7 +44,7 @@ public:
         std::function<void(int percentFree)> level;
     };
 
-    /// Which copy of its stream it writes, and with which it counts; whether wrote() is asked for.
+    /// Which file of its stream it writes, and with which it counts; whether wrote() is asked for.
     struct Copy
     {
         std::shared_ptr<StreamTally> tally;
@@ -59,8 +59,8 @@ public:
     /// once: they wait for the file, and are lost, and counted, when it cannot be made.
     void open();
     /// The same before anybody needs the clip: under a hidden name, which begin() changes. Closed before
-    /// that, the file goes again.
-    void openAhead();
+    /// that, the file goes again. False: the system has no thread for it, and nothing will be told.
+    bool openAhead();
     /// What was opened ahead is a clip from now on. That it cannot get its name is a failure of the medium.
     void begin(const QmxClipInfo &info);
     /// Another clip has followed this one: the figures that are published are no longer this one's.
@@ -94,14 +94,20 @@ public:
 
 private:
     enum class Step { Open, Begin, Write, Flush, Close, Idle };
+    struct Queued
+    {
+        QmxFrame frame;
+        qint64 since = 0; ///< came then
+    };
 
     void end() override;
     // On the writer thread.
     bool step() override;
-    Step nextStep(QmxFrame &frame);
+    Step nextStep(Queued &next);
+    bool isFlushDue() const;
     void openFile();
     void beginClip();
-    void writeFrame(const QmxFrame &frame);
+    void writeFrame(const QmxFrame &frame, qint64 since);
     void frameLeft();
     void flushFile();
     void closeFile();
@@ -134,7 +140,7 @@ private:
     qint64 _maximumBytes = 0;
 
     // With the lock.
-    std::deque<QmxFrame> _queue;
+    std::deque<Queued> _queue;
     qint64 _queuedBytes = 0;
     qint64 _appended = 0;             ///< frames so far
     QmxRecordTable::Backlog _backlog; ///< of the take's begin: more than the queue holds otherwise
@@ -152,8 +158,9 @@ private:
     StreamWriterLock _fileMutex;
     std::unique_ptr<QmxClipWriter> _writer;
     std::shared_ptr<void> _emergency;
-    qint64 _unflushed = 0; ///< frames written since the last flush
-    qint64 _firstUnflushed = 0;
-    qint64 _flushTakes = 0; ///< ns, as far as one knows
+    qint64 _unflushed = 0;      ///< frames written since the last flush
+    qint64 _firstUnflushed = 0; ///< when the first of them came into the queue
+    qint64 _lastFlush = 0;      ///< when it was done
+    qint64 _flushTakes = 0;     ///< ns, as far as one knows
     QmxLatency _latency;
 };

@@ -30,8 +30,12 @@ void StreamWriter::openFile()
 {
     QmxError error = _tally->claim(_copy, _path);
     auto file = std::make_unique<QmxClipWriter>(_environment);
-    if (!error.isError() && _ahead)
+    if (!error.isError() && _ahead) {
         _environment.files->unlink(hiddenPath()); // of a take that a crash has ended
+        struct stat64 status = {};
+        if (_environment.files->stat(_path, &status) == 0)
+            error = {EEXIST, QStringLiteral("%1 is there already").arg(_path)};
+    }
     if (!error.isError()) error = file->create(_ahead ? hiddenPath() : _path, _info);
     if (error.isError()) _tally->leave(_copy);
     {
@@ -70,7 +74,7 @@ void StreamWriter::beginClip()
     if (error.isError()) fail(error);
 }
 
-void StreamWriter::writeFrame(const QmxFrame &frame)
+void StreamWriter::writeFrame(const QmxFrame &frame, qint64 since)
 {
     const qint64 begin = _environment.clock->now();
     // What did not come is not in the clip either, whatever stands in its place.
@@ -95,7 +99,7 @@ void StreamWriter::writeFrame(const QmxFrame &frame)
             if (_tally->speaks(_copy)) tell([this, error] { _events.failed(error, false); });
         }
     } else {
-        if (_unflushed++ == 0) _firstUnflushed = end;
+        if (_unflushed++ == 0) _firstUnflushed = since;
         _latency.add(QmxClock::Duration(end - begin));
         if (*_measured && _tally->speaks(_copy))
             tell([this, microseconds = (end - begin) / 1000] { _events.wrote(microseconds); });
@@ -107,7 +111,8 @@ void StreamWriter::flushFile()
 {
     const qint64 begin = _environment.clock->now();
     const QmxError error = _writer->flush();
-    const qint64 took = _environment.clock->now() - begin;
+    _lastFlush = _environment.clock->now();
+    const qint64 took = _lastFlush - begin;
     _latency.add(QmxClock::Duration(took));
     constexpr double forgets = 0.8; // a slow one is expected again for a while
     _flushTakes = std::max(took, qint64(double(_flushTakes) * forgets));

@@ -14,48 +14,54 @@ constexpr qint64 latestFrames = 50;
 constexpr std::chrono::milliseconds lookEvery(200); // at what is in the store
 } // namespace
 
-TakeLength::TakeLength(Recorder &recorder)
+TakeLength::TakeLength(Recorder &recorder, std::chrono::duration<double> wanted)
     : _recorder(recorder),
       _takesBefore(recorder.counter("takes_opened")),
-      _handedBefore(recorder.counter("frames_recorded"))
-{
-    // What is told until the card tells of this take belongs to the one before.
-    if (const auto now = _clock.now()) _first = now->first;
-}
-
-void TakeLength::setWanted(std::chrono::duration<double> recorded)
-{
-    constexpr double perThousand = 1000.0;
-    const double rate = double(_recorder.counter("clip_rate")) / perThousand;
-    _wanted = qRound64(recorded.count() * rate);
-    const auto now = _clock.now();
-    const double tickRate =
-        now && now->period > 0 ? double(QmxClock::nsPerSecond) / double(now->period) : 0.0;
-    // (A camera's variable rate, an interval: there the clip's time is not the clock's.)
-    constexpr double sameRate = 0.01;
-    _isEvery = std::abs(tickRate - rate) < sameRate && _recorder.number(eParam_IntervalRecord) == 0;
-    lookAtClip();
-}
+      _handedBefore(recorder.counter("frames_recorded")),
+      _seconds(wanted.count()),
+      _isInterval(recorder.number(eParam_IntervalRecord) != 0),
+      _firstBefore(_clock.now().value_or(QmxTakeWindow::Now()).first)
+{}
 
 qint64 TakeLength::handedOut() const
 {
     return _recorder.counter("frames_recorded") - _handedBefore;
 }
 
+/// By the rate of the clip; until that is open, of the clock.
+void TakeLength::measure(const std::optional<QmxTakeWindow::Now> &now)
+{
+    constexpr double perThousand = 1000.0;
+    const double tickRate =
+        now && now->period > 0 ? double(QmxClock::nsPerSecond) / double(now->period) : 0.0;
+    const bool isOpen = _recorder.counter("takes_opened") > _takesBefore;
+    const double rate = isOpen ? double(_recorder.counter("clip_rate")) / perThousand : tickRate;
+    _wanted = qRound64(_seconds * rate);
+    // (A camera's variable rate, an interval: there the clip's time is not the clock's.)
+    constexpr double sameRate = 0.01;
+    _isEvery = now && std::abs(tickRate - rate) < sameRate && !_isInterval;
+}
+
+void TakeLength::aim()
+{
+    if (_seconds <= 0) return;
+    const auto now = _clock.now();
+    measure(now);
+    if (!now || now->first <= 0 || now->first == _firstBefore) return;
+    // By the clock: frames that wait to be coded have not been handed out yet.
+    const qint64 out = _isEvery ? now->first + _skipped + _wanted : 0;
+    const bool isNear = out > 0 && QmxClock::Duration((out - now->index) * now->period) <= endAhead;
+    if (out == _out || (!isNear && _out == 0)) return;
+    _out = out;
+    _clock.set(now->first, out);
+}
+
 bool TakeLength::isFull()
 {
     follow();
+    aim();
     if (!_isEvery) return _closed + _held >= _wanted;
     const auto now = _clock.now();
-    if (now && now->first > 0 && now->first != _first) {
-        // By the clock: frames that wait to be coded have not been handed out yet.
-        const qint64 out = now->first + _skipped + _wanted;
-        if (QmxClock::Duration((out - now->index) * now->period) <= endAhead) {
-            _first = now->first;
-            _out = out;
-            _clock.set(_first, _out);
-        }
-    }
     const qint64 handed = handedOut();
     if (handed - _skipped >= _wanted) return true;
     // What a take begins with may come late, behind its end; nothing comes before its clip is open.

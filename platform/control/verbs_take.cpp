@@ -23,8 +23,9 @@ namespace {
 class TakeStart
 {
 public:
-    explicit TakeStart(Recorder &recorder)
+    TakeStart(Recorder &recorder, TakeLength &length)
         : _recorder(recorder),
+          _length(length),
           _before(recorder.alarms()),
           _takesBefore(recorder.counter("takes_opened")),
           _clipBefore(recorder.clip())
@@ -65,7 +66,11 @@ public:
         if (!isOpen()) return false;
         // The name reaches the store behind the clip.
         constexpr std::chrono::seconds nameWithin(2);
-        _recorder.waitFor([this] { return _recorder.clip() != _clipBefore; }, nameWithin);
+        const auto isNamed = [this] {
+            _length.aim();
+            return _recorder.clip() != _clipBefore;
+        };
+        _recorder.waitFor(isNamed, nameWithin);
         return true;
     }
     /// Alarms that have come since.
@@ -103,6 +108,7 @@ private:
     /// which a take begins all the same.
     bool isSettled()
     {
+        _length.aim();
         if (isOpen()) return true;
         if (newErrors().isEmpty()) return false;
         const qint64 now = _recorder.environment().clock->now();
@@ -130,6 +136,7 @@ private:
     bool seesNoPicture() const { return !wasOpened() && !_recorder.inputProblem().isEmpty(); }
 
     Recorder &_recorder;
+    TakeLength &_length;
     const QList<Recorder::Alarm> _before;
     const qint64 _takesBefore;
     const QString _clipBefore;
@@ -304,8 +311,8 @@ Answer performRecord(const VerbCall &call)
     if (const QString problem = call.request.wait ? awaitInput(recorder) : QString(); !problem.isEmpty())
         return recorder.isAbandoned() ? gaveUp(recorder, "the take has not begun")
                                       : noPicture(recorder, problem);
-    TakeStart start(recorder);
-    TakeLength length(recorder);
+    TakeLength length(recorder, wanted);
+    TakeStart start(recorder, length);
     if (const auto refusal = giveStart(call)) return *refusal;
     if (const QString reason = give(recorder, TransportCommand::Record); !reason.isEmpty())
         return storeError(reason);
@@ -314,7 +321,6 @@ Answer performRecord(const VerbCall &call)
     if (!start.wait()) return notBegun(recorder, start);
     const QString clip = recorder.clip();
     if (wanted.count() <= 0 && !start.interrupted) return recording(recorder, start.warning());
-    length.setWanted(wanted);
     if (!start.interrupted && !takeIsFull(recorder, start, length, wanted)) {
         Recorder::forgetInterrupt();
         return gaveUp(recorder,

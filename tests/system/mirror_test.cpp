@@ -71,3 +71,31 @@ TEST(Mirror, aSecondMediumThatHangsCostsNothing)
     EXPECT_EQ(jsonField(said(result.out, "status"), "dropped_capture"), "0");
     EXPECT_TRUE(result.err.contains("is on the same medium as")) << result.err.toStdString();
 }
+
+TEST(Mirror, theHalfThatIsFullGoesOnElsewhereAndIsWholeThereAfterTheTake)
+{
+    Sandbox sandbox;
+    const ProgramResult result = sandbox.run(R"sh(
+        plug C
+        fill 12 /media/B
+    )sh" + QString(begin) + R"sh(
+        await 'ls /media/C/take_001_part2.mov'
+        moved=$(recorded)
+        await '[ $(recorded) -gt $((moved + 50)) ]'
+        say status; xpctl --json status
+        cp /media/B/take_001.mov $OUT/first.mov
+        xpctl stop >&2
+        cp /media/A/take_001.mov $OUT/whole.mov
+        await '[ -z "$(xpctl get mirror_pending)" ]'
+        say alarms; xpctl alarms
+        say left; ls /media/C/*.mov
+        cmp /media/A/take_001.mov /media/C/take_001.mov
+    )sh");
+    const QByteArray status = said(result.out, "status");
+    EXPECT_EQ(jsonField(status, "mirror_path"), "/media/C");
+    EXPECT_EQ(jsonField(status, "dropped_capture"), "0");
+    EXPECT_GE(jsonField(status, "safe_on_both").toInt(), stripsOf(sandbox.out("first.mov")).size());
+    EXPECT_EQ(brokenAt(stripsOf(sandbox.out("whole.mov"))), QString());
+    EXPECT_EQ(said(result.out, "alarms"), "no alarms\n");
+    EXPECT_EQ(said(result.out, "left"), "/media/C/take_001.mov\n");
+}

@@ -78,7 +78,7 @@ TEST_P(StartUnderLoad, theFirstFrameIsTheOneAskedForWhetherTheCommandIsEarlyOrLa
         const auto strips = stripsOf(sandbox.out(name + ".mov"));
         ASSERT_FALSE(strips.isEmpty());
         EXPECT_EQ(brokenAt(strips), QString());
-        EXPECT_EQ(strips.size(), qRound(4 * rate.toDouble())) << "its end is a frame, too";
+        EXPECT_GE(strips.size(), qRound(4 * rate.toDouble())) << "ended before all of it was handed out";
         EXPECT_EQ(strips.first().value_or(0),
                   quint32(late + asked.toFrameNumber() - QmxTimecode(10, 0, 0, 0, fps, drop).toFrameNumber()))
             << name.toStdString() << ' ' << asked.toString().toStdString();

@@ -12,8 +12,9 @@ struct QmxFrame::Data : public QSharedData
 
 QmxFrame::QmxFrame()
 {
-    // All default frames share one payload, so that making one costs no allocation.
-    static const QSharedDataPointer<Data> empty(new Data);
+    // All default frames share one payload, so that making one costs no allocation. Nobody destroys it: a
+    // reader that still waits for its medium makes frames while the program ends.
+    static const QSharedDataPointer<Data> &empty = *new QSharedDataPointer<Data>(new Data);
     d = empty;
 }
 

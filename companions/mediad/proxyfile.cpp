@@ -43,7 +43,8 @@ QmxError ProxyFile::create(const QString &path)
     return {};
 }
 
-int ProxyFile::write(void *self, uint8_t *data, int size)
+template <typename Byte>
+int ProxyFile::write(void *self, Byte *data, int size)
 {
     auto &file = *static_cast<ProxyFile *>(self);
     for (int done = 0; done < size;) {

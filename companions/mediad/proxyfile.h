@@ -22,7 +22,9 @@ public:
     QmxError error(const QString &what, int averror) const;
 
 private:
-    static int write(void *self, uint8_t *data, int size);
+    /// Newer versions of libavformat hand over bytes that must not be changed.
+    template <typename Byte>
+    static int write(void *self, Byte *data, int size);
     static int64_t seek(void *self, int64_t offset, int whence);
 
     std::shared_ptr<QmxFiles> _files;

@@ -22,7 +22,7 @@ constexpr qsizetype place = MovLayout::block;
 QString timeOf(const QmxEnvironment &environment)
 {
     const qint64 seconds = environment.clock->wallTime() / QmxClock::nsPerSecond;
-    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC).toString(Qt::ISODate);
+    return QDateTime::fromSecsSinceEpoch(seconds).toUTC().toString(Qt::ISODate);
 }
 } // namespace
 

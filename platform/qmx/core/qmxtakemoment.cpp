@@ -5,6 +5,7 @@
 
 #include <QDateTime>
 #include <QRegularExpression>
+#include <QTimeZone>
 
 #include <cstdlib>
 
@@ -73,17 +74,18 @@ std::optional<QmxTakeMoment> QmxTakeMoment::parse(const QString &text, qint64 wa
     }
     moment.kind = TimeOfDay;
     const qint64 beyond = fraction(match.captured(3));
-    if (day.isEmpty())
+    if (day.isEmpty()) {
         moment.wall = nearest(time.msecsSinceStartOfDay() * QmxClock::nsPerMillisecond + beyond, wallNow);
-    else
-        moment.wall =
-            QDateTime(date, time, isUtc ? Qt::UTC : Qt::LocalTime).toSecsSinceEpoch() * second + beyond;
+    } else {
+        const QDateTime named = isUtc ? QDateTime(date, time, QTimeZone::utc()) : QDateTime(date, time);
+        moment.wall = named.toSecsSinceEpoch() * second + beyond;
+    }
     return moment;
 }
 
 QString QmxTakeMoment::toText(qint64 wall)
 {
-    const QDateTime seconds = QDateTime::fromSecsSinceEpoch(wall / second, Qt::UTC);
+    const QDateTime seconds = QDateTime::fromSecsSinceEpoch(wall / second).toUTC();
     return QStringLiteral("%1.%2Z").arg(seconds.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ss")),
                                         QString::number(wall % second / 1000).rightJustified(6, '0'));
 }

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include <lo/lo.h>
@@ -21,9 +22,9 @@ constexpr std::size_t longestPath = 256;
 
 struct FreeMessage
 {
-    void operator()(void *message) const { lo_message_free(message); }
+    void operator()(lo_message message) const { lo_message_free(message); }
 };
-using Message = std::unique_ptr<void, FreeMessage>;
+using Message = std::unique_ptr<std::remove_pointer_t<lo_message>, FreeMessage>;
 
 /// A terminated text that fills up to a multiple of four, as every text in a packet; nothing when there is
 /// none.

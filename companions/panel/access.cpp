@@ -98,7 +98,8 @@ bool Access::isOurs(const QString &host) const
 std::optional<HttpReply> Access::refusal(const HttpCall &call) const
 {
     const QString host = QString::fromLatin1(call.header("host"));
-    if (host.isEmpty()) return problemReply(400, "no_host", "the request names no host");
+    if (host.isEmpty() || host.contains(',')) // (two headers of a name come as one)
+        return problemReply(400, "no_host", "the request names no host, or several");
     if (!isOurs(host))
         return problemReply(421, "foreign_host",
                             QStringLiteral("%1 is no name of this recorder").arg(host.left(100)),

@@ -49,6 +49,7 @@ TEST(Panel, letsInOwnPagesAndProgramsOnly)
         {"GET", {{"host", "evil.example"}}, 421},
         {"GET", {{"host", "127.0.0.1.evil.example"}}, 421},
         {"GET", {}, 400},
+        {"GET", {{"host", "127.0.0.1:8090,evil.example"}}, 400},
         {"POST", {{"host", "localhost:1"}}, 0},
         {"POST",
          {{"host", "localhost:1"}, {"origin", "http://localhost:1"}, {"sec-fetch-site", "same-origin"}},

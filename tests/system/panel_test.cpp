@@ -61,6 +61,8 @@ TEST(Panel, aTakeIsSeenFromItsBeginToItsEndAndBelongsToWhoBeganIt)
         curl -s $A/openapi.json -o $OUT/openapi.json; curl -s $A/verbs -o $OUT/verbs.json
         say right-behind; for stop in 'xpctl --json stop' 'post transport/stop' 'post transport/stop?wait=0'; do
             post 'transport/record?wait=0' >/dev/null; $stop; await is transport_status stopped; done
+        say clip-behind; for round in 1 2 3 4 5 6; do
+            post transport/record; post transport/stop; post 'transport/clip?name=take_001.mov'; done
         kill $watching
     )sh");
     const auto status = [&](const char *block) {
@@ -97,6 +99,8 @@ TEST(Panel, aTakeIsSeenFromItsBeginToItsEndAndBelongsToWhoBeganIt)
     EXPECT_EQ(status("media"), "xp_up 1");
     EXPECT_EQ(said(result.out, "right-behind").count("\"frames\":"), 2)
         << "a stop that comes before the take ends it: " << said(result.out, "right-behind").toStdString();
+    EXPECT_EQ(said(result.out, "clip-behind").count("\n200\n"), 18)
+        << "a clip right behind a take: " << said(result.out, "clip-behind").toStdString();
     EXPECT_TRUE(readAll(sandbox.out("picture.jpg")).startsWith("\xff\xd8"));
     EXPECT_TRUE(readAll(sandbox.out("head")).contains("X-Timecode: "));
 

@@ -454,7 +454,7 @@ var Qi=Object.defineProperty;var Xi=Object.getOwnPropertyDescriptor;var d=(s,i,e
       .field { position: relative; min-width: 0; }
       .field > * { width: 100%; }
       .field .unit { position: absolute; right: 0.7rem; top: 0; bottom: 0; width: auto; display: grid; align-items: center; color: var(--dim); font-size: 0.8125rem; pointer-events: none; }
-      .field.has-unit input { padding-right: 4rem; }
+      .field.has-unit input { padding: 0 3.75rem 0 0.4rem; }
       .field textarea { font: inherit; min-height: 4.5rem; padding: 0.35rem 0.6rem; resize: vertical; }
       input[type="number"] { appearance: textfield; }
       input::-webkit-inner-spin-button { display: none; }

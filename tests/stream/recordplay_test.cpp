@@ -119,46 +119,6 @@ TEST(RecordAndPlay, speedsDirectionsAndEnds)
     EXPECT_EQ(rig.readies, loaded + 1);
 }
 
-TEST(RecordAndPlay, aGrowingClipBecomesLonger)
-{
-    const TestDir dir;
-    const QString path = dir.file("growing.mov");
-    StreamRig recorder;
-    ASSERT_EQ(recorder.openForWrite(path), 0);
-    recorder.record(0, 30);
-    Stepper::runMs(600);
-    StreamRig player;
-    ASSERT_EQ(player.openForRead(path), 0);
-    EXPECT_EQ(player.stream.info().length(), 30);
-    EXPECT_EQ(player.play(29), row(0, 29));
-    ASSERT_TRUE(Stepper::runUntil([&player] { return player.cache.framesInCache() > 0; }));
-    EXPECT_FALSE(player.cache.peek().meta().value(QmxId(10)).toBool()) << "it has no end yet";
-
-    // What nobody records any more has one, finished or not.
-    StreamRig other;
-    const QString left = dir.file("left.mov");
-    ASSERT_TRUE(QFile::copy(path, left));
-    ASSERT_EQ(other.openForRead(left), 0);
-    other.cache.seekToLastFrame();
-    EXPECT_TRUE(other.cache.peek().meta().value(QmxId(10)).toBool());
-
-    recorder.record(30, 20);
-    ASSERT_TRUE(Stepper::runUntil([&player] { return player.stream.info().length() == 50; }));
-    EXPECT_EQ(player.play(21), row(29, 21));
-    EXPECT_EQ(player.cache.framesInCache(), 0);
-    EXPECT_FALSE(player.cache.atEndOfStream()) << "it waits for the next frame";
-    EXPECT_FALSE(player.cache.peek().meta().value(QmxId(10)).isValid());
-    player.cache.seek(1000);
-    EXPECT_EQ(player.cache.position(), 49) << "nobody is beyond the newest frame";
-    player.cache.seek(50 - 1);
-    recorder.record(50, 5);
-    recorder.close();
-    EXPECT_EQ(player.play(6), row(49, 6));
-    EXPECT_TRUE(player.cache.atEndOfStream());
-    player.cache.seekToLastFrame();
-    EXPECT_TRUE(player.cache.peek().meta().value(QmxId(10)).toBool());
-}
-
 TEST(RecordAndPlay, partsOfClipsHaveExactlyTheirFrames)
 {
     const TestDir dir;

@@ -43,6 +43,7 @@ struct Cursor
     qint16 *out = nullptr;         ///< the level written last
     const qint16 *limit = nullptr; ///< of the places that are wanted
     quint32 table = 0;
+    int longPairs = 0; ///< that were in no table
     bool good = true;
 
     /// At least 56 known bits; reads eight bytes, or carefully, near the end: there zeros stand for what is
@@ -129,6 +130,7 @@ HWY_INLINE void longPair(Cursor &c)
     constexpr int ordinaryRun = 11;
     const quint32 state = c.table >> acBits;
     quint32 run = 0, level = 0;
+    ++c.longPairs;
     c.fill<careful>();
     const int runFrom = c.known;
     if (HWY_UNLIKELY(!runSymbols[state / ProRes::acBooks].take(c, run))) return endHere(c);

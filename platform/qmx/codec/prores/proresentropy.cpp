@@ -130,13 +130,19 @@ void goTo(Cursor &c, const uchar *bytes, qint64 position, const uchar *end)
     c.drop(int(position & 7));
 }
 
-/// Highway does not know all that the lanes need, but where it has less they are not asked.
-bool hasLanes()
+enum class Lanes { None, Narrow, Wide };
+
+/// Highway does not know all that the lanes need, but where it has less they are not asked. Narrow ones lose
+/// to the tables where most codes are short.
+Lanes lanesFor(const Habit &habit)
 {
+    [[maybe_unused]] const Lanes narrow = habit.isLong ? Lanes::Narrow : Lanes::None;
 #if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
-    return ProResLanes::available();
+    return ProResLanes::available() ? Lanes::Wide : narrow;
+#elif HWY_TARGET == HWY_AVX2
+    return narrow;
 #else
-    return false;
+    return Lanes::None;
 #endif
 }
 
@@ -162,8 +168,10 @@ bool decodeDcTogether(std::span<const Component> components, MeansJobs &jobs, co
 }
 
 /// The pairs of all, as far as it goes.
-void decodePairsTogether(std::span<const Component> components, std::span<Cursor> cursors, const uchar *end)
+void decodePairsTogether(std::span<const Component> components, std::span<Cursor> cursors, const uchar *end,
+                         Lanes lanes, Habit &habit)
 {
+    constexpr double longPair = 7.2; // bits on average from which on tables are the slower way
     std::array<ProResLanes::Job, mostTogether> jobs;
     std::array<Cursor *, mostTogether> whose;
     size_t count = 0;
@@ -176,13 +184,31 @@ void decodePairsTogether(std::span<const Component> components, std::span<Cursor
         jobs[count++] = {component.bytes, positionOf(component, c), component.size * qint64(8), c.out,
                          c.limit,         books / ProRes::acBooks,  books % ProRes::acBooks};
     }
-    ProResLanes::advance(std::span(jobs).first(count));
+    qint64 bits = 0, pairs = 0;
+    if (lanes == Lanes::Wide)
+        ProResLanes::advance(std::span(jobs).first(count));
+    else
+        pairs = ProResLanes::advanceNarrow(std::span(jobs).first(count));
     for (size_t i = 0; i < count; ++i) {
         const ProResLanes::Job &job = jobs[i];
+        bits += job.position - positionOf(components[size_t(whose[i] - cursors.data())], *whose[i]);
         goTo(*whose[i], job.bytes, job.position, end);
         whose[i]->out = job.out;
         whose[i]->table = quint32(job.runBook * ProRes::acBooks + job.levelBook) << acBits;
     }
+    habit.isLong = double(bits) > longPair * double(pairs);
+}
+
+/// What the long ones among the pairs tell, which were read without lanes.
+void learn(std::span<const Component> components, std::span<const Cursor> cursors, Habit &habit)
+{
+    constexpr qint64 longPairEvery = 50; // bits
+    qint64 bits = 0, longPairs = 0;
+    for (size_t i = 0; i < components.size(); ++i) {
+        bits += components[i].size * qint64(8);
+        longPairs += cursors[i].longPairs;
+    }
+    habit.isLong = longPairs * longPairEvery > bits;
 }
 
 void tell(Component &component, const Cursor &c, int mostPlaces)
@@ -196,20 +222,20 @@ void tell(Component &component, const Cursor &c, int mostPlaces)
     component.places = !good ? 0 : int(std::min<qint64>(written / component.blocks + 1, mostPlaces));
 }
 
-int slicesTogether()
+int slicesTogether(const Habit &habit)
 {
-    return hasLanes() ? mostSlices : 2;
+    return lanesFor(habit) == Lanes::None ? 2 : mostSlices;
 }
 
-void decode(std::span<Component> components, int mostPlaces, const uchar *end)
+void decode(std::span<Component> components, int mostPlaces, const uchar *end, Habit &habit)
 {
     const ProResDecodeTables &all = ProResDecodeTables::instance();
     const size_t count = components.size();
     for (Component &component : components)
         if (component.bytes) clear(*component.levels);
-    const bool byLanes = hasLanes();
+    const Lanes lanes = lanesFor(habit);
     MeansJobs means;
-    if (byLanes && decodeDcTogether(components, means, end) && mostPlaces == 1) {
+    if (lanes == Lanes::Wide && decodeDcTogether(components, means, end) && mostPlaces == 1) {
         for (Component &component : components) {
             component.levels->used = component.blocks;
             component.places = 1;
@@ -235,7 +261,7 @@ void decode(std::span<Component> components, int mostPlaces, const uchar *end)
     for (size_t i = 0; i < count; i += 2)
         if (states[i].left > 0 || states[i + 1].left > 0)
             decodeDc(cursors[i], states[i], cursors[i + 1], states[i + 1], all.dc(), end);
-    if (byLanes && mostPlaces > 1) decodePairsTogether(components, together, end);
+    if (lanes != Lanes::None && mostPlaces > 1) decodePairsTogether(components, together, end, lanes, habit);
     for (size_t i = 0; i < count; i += 2) {
         Component &second = i + 1 < count ? components[i + 1] : none;
         if (mostPlaces > 1) {
@@ -246,6 +272,7 @@ void decode(std::span<Component> components, int mostPlaces, const uchar *end)
         tell(components[i], cursors[i], mostPlaces);
         tell(second, cursors[i + 1], mostPlaces);
     }
+    if (lanes == Lanes::None && mostPlaces > 1) learn(components, together, habit);
 }
 
 } // namespace ProResEntropy::HWY_NAMESPACE
@@ -257,13 +284,13 @@ HWY_EXPORT(decode);
 HWY_EXPORT(slicesTogether);
 } // namespace ProResEntropy
 
-int ProResEntropy::slicesTogether()
+int ProResEntropy::slicesTogether(const Habit &habit)
 {
-    return HWY_DYNAMIC_DISPATCH(slicesTogether)();
+    return HWY_DYNAMIC_DISPATCH(slicesTogether)(habit);
 }
 
-void ProResEntropy::decode(std::span<Component> components, int mostPlaces, const uchar *end)
+void ProResEntropy::decode(std::span<Component> components, int mostPlaces, const uchar *end, Habit &habit)
 {
-    HWY_DYNAMIC_DISPATCH(decode)(components, mostPlaces, end);
+    HWY_DYNAMIC_DISPATCH(decode)(components, mostPlaces, end, habit);
 }
 #endif

@@ -32,12 +32,18 @@ struct Component
 /// Slices and components (but alpha) that are decoded at once.
 constexpr int mostSlices = 8;
 constexpr int mostTogether = 3 * mostSlices;
+/// What the codes are like where somebody decodes, so that the faster of two ways is taken, which have the
+/// same result.
+struct Habit
+{
+    bool isLong = true;
+};
 /// How many slices this machine decodes best at once: 2 or mostSlices.
-int slicesTogether();
+int slicesTogether(const Habit &habit);
 
 /// Decodes all up to the place `mostPlaces` (1: the DC levels alone). Reads nothing at or beyond `end`,
-/// which is that of the frame. Their levels lie in one array.
-void decode(std::span<Component> components, int mostPlaces, const uchar *end);
+/// which is that of the frame. Their levels lie in one array. Learns of `habit`.
+void decode(std::span<Component> components, int mostPlaces, const uchar *end, Habit &habit);
 
 /// Decodes `count` alpha values of 8 or 16 bits into 16 bits; false: the bytes are damaged.
 bool decodeAlpha(const uchar *bytes, int size, int bits, quint16 *values, int count);

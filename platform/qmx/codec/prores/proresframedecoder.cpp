@@ -28,13 +28,14 @@ int ProResFrameDecoder::decodeSlices(size_t first, size_t count, ProResSliceDeco
 {
     const auto slices =
         std::span(_frame.slices).subspan(first, std::min(count, _frame.slices.size() - first));
-    const auto together = size_t(ProResEntropy::slicesTogether());
+    size_t together = 0;
     const auto group = [&](size_t i) {
         const auto rest = slices.subspan(std::min(i, slices.size()));
         return rest.first(std::min(together, rest.size()));
     };
     int damaged = 0;
     for (size_t i = 0; i < slices.size(); i += together) {
+        together = size_t(decoder.slicesTogether());
         ProResSliceDecoder::askForHeaders(group(i + 2 * together));
         ProResSliceDecoder::askForData(group(i + together));
         damaged += decoder.decode(group(i));
@@ -56,7 +57,7 @@ int ProResFrameDecoder::decode(const ProResTarget &target, ProResInverse::Scale 
         ProResFrameDecoder *decoder;
         size_t atOnce;
         std::atomic<int> damaged{0};
-    } job{this, size_t(std::max(leastAtOnce, ProResEntropy::slicesTogether()))};
+    } job{this, size_t(std::max(leastAtOnce, _decoders.front()->slicesTogether()))};
     _helpers->run(
         int((slices + job.atOnce - 1) / job.atOnce),
         [](void *context, int index, int thread) {

@@ -43,6 +43,9 @@ bool available();
 /// bits, what is damaged or too long, and the rest of the last jobs when few are left. All bytes must lie in
 /// one piece of memory, with `readBehind` more behind each job's; likewise the levels.
 void advance(std::span<Job> jobs);
+/// The same with AVX2, which the caller has asked for: sixteen lanes that are narrower. About how many pairs
+/// there were.
+qint64 advanceNarrow(std::span<Job> jobs);
 /// Each job from its beginning; those that are not good then are for another decoder. Up to ProRes::lanes
 /// levels are written; behind those of its blocks they are 0.
 void advance(std::span<MeansJob> jobs);

@@ -181,7 +181,7 @@ int ProResSliceDecoder::decode(std::span<const ProResCodedSlice> slices)
     }
     prefetch(all[0], 0);
     ProResEntropy::decode(std::span(components).first(planes * count), ProResInverse::placesNeeded(_scale),
-                          _frame->end);
+                          _frame->end, _habit);
     int damaged = 0;
     for (size_t i = 0; i < count; ++i) {
         Parts &slice = all[i];

@@ -22,6 +22,8 @@ public:
     /// What the next slices belong to; it must outlive their decoding. Cheap when the matrices are those of
     /// the frame before.
     void begin(const ProResCodedFrame &frame, ProResInverse::Scale scale, const ProResTarget &target);
+    /// How many slices are best decoded at once, now.
+    int slicesTogether() const { return ProResEntropy::slicesTogether(_habit); }
     /// Decodes up to ProResEntropy::mostSlices slices, each into its place; a damaged one becomes grey. How
     /// many are damaged.
     int decode(std::span<const ProResCodedSlice> slices);
@@ -81,6 +83,7 @@ private:
     bool _interlaced = false;
     ProResInverse::Scale _madeFor = ProResInverse::Scale::Full;
 
+    ProResEntropy::Habit _habit;
     std::array<ProResEntropy::Levels, ProResEntropy::mostTogether> _levels;
     ProResInverse::Scratch _scratch;
     alignas(64) std::array<quint16, ProRes::groupSamples> _edge; ///< a slice that the frame ends in

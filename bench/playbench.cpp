@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "bench/benchclip.h"
 #include "bench/figures.h"
 #include "bench/recorderunderbench.h"
 
@@ -6,18 +7,10 @@
 #include "platform/qmx/codec/qmxvideocodec.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace {
 constexpr unsigned stopCommand = 4;
 constexpr unsigned playCommand = 1;
-
-double percentile(QList<double> values, double part)
-{
-    if (values.isEmpty()) return 0;
-    std::sort(values.begin(), values.end());
-    return values[std::min(values.size() - 1, qsizetype(part * double(values.size())))];
-}
 
 /// Milliseconds of a bare positioned read and decode of one frame of the clip, without the recorder.
 QList<double> bareReads(const RecorderUnderBench &recorder, const QString &path, const QList<int> &frames)
@@ -68,10 +61,10 @@ QList<Figure> benchCue(int)
     recorder.waitFor("play", [&] { return recorder.counter("frames_shown") >= shown + length / 3; });
     const double memory = recorder.daemonMemory();
     recorder.write(eParam_TransportCommand, stopCommand);
-    const double bare = percentile(bareReads(recorder, recorder.clipPath(), targets), 0.5);
+    const double bare = benchPercentile(bareReads(recorder, recorder.clipPath(), targets), 0.5);
     const double bound = 2 * tick + bare;
-    return {{"cue_p50", percentile(times, 0.5), "ms", bound, "ms two ticks, read, decode", 1.0},
-            {"cue_p99", percentile(times, 0.99), "ms", bound, "ms two ticks, read, decode", {}},
+    return {{"cue_p50", benchPercentile(times, 0.5), "ms", bound, "ms two ticks, read, decode", 1.0},
+            {"cue_p99", benchPercentile(times, 0.99), "ms", bound, "ms two ticks, read, decode", {}},
             {"bare_read_decode_p50", bare, "ms", {}, {}, {}},
             {"play_memory", memory, "MB", {}, {}, mostMemory}};
 }

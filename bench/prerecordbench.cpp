@@ -18,15 +18,6 @@ double costOfTick(RecorderUnderBench &recorder, int seconds)
     const double ticks = double(std::max<qint64>(1, recorder.counter("ticks") - first));
     return (recorder.daemonCpu().all() - before) * 1000 / ticks;
 }
-
-/// Frames whose number is not one more than that of the frame before.
-int breaks(const QList<std::optional<quint32>> &strips)
-{
-    int count = 0;
-    for (qsizetype i = 0; i < strips.size(); ++i)
-        if (!strips[i] || (i > 0 && strips[i - 1] && *strips[i] != *strips[i - 1] + 1)) ++count;
-    return count;
-}
 } // namespace
 
 QList<Figure> benchPreRecord(int seconds)
@@ -54,7 +45,7 @@ QList<Figure> benchPreRecord(int seconds)
         taken += costOfTick(recorder, length) / turns;
         recorder.endTake();
         const auto strips = stripsOfClip(recorder.clipPath());
-        lost += breaks(strips) + std::max(0.0, double(earlier) * 25 - double(strips.size()));
+        lost += benchBreaks(strips) + std::max(0.0, double(earlier) * 25 - double(strips.size()));
     }
     constexpr double longestTurn = 20; // ms
     return {{"prerecord_cpu", kept, "ms/frame", taken, "ms/frame of a take", 1.1},

@@ -13,16 +13,6 @@
 #include <cstdio>
 
 namespace {
-/// Frames of the take whose strip is not one more than that of the frame before.
-int breaks(const QList<std::optional<quint32>> &strips)
-{
-    int count = 0;
-    for (qsizetype i = 0; i < strips.size(); ++i) {
-        if (!strips[i] || (i > 0 && strips[i - 1] && *strips[i] != *strips[i - 1] + 1)) ++count;
-    }
-    return count;
-}
-
 /// What ffmpeg takes for a frame of the same job: the same pictures, uncompressed, coded by its ProRes
 /// encoder at the finest quantiser whose file is not larger than ours, with sound, into a QuickTime file.
 std::optional<double> ffmpegCpuPerFrame(const QString &clip, int frames, double bytesPerFrame)
@@ -95,7 +85,7 @@ std::optional<MeasuredTake> measureTake(RecorderUnderBench &recorder, int second
     take.total = double(recorder.counter("recorded_up_to"));
     take.bytes = double(QFileInfo(recorder.clipPath()).size()) / std::max(1.0, take.total);
     const auto strips = stripsOfClip(recorder.clipPath());
-    take.lost = double(breaks(strips)) + std::abs(double(strips.size()) - take.total);
+    take.lost = double(benchBreaks(strips)) + std::abs(double(strips.size()) - take.total);
     return take;
 }
 } // namespace
@@ -150,7 +140,7 @@ QList<Figure> benchMirror(int seconds)
             lost += take->lost;
             const QString second = "/media/B/" + QFileInfo(recorder.clipPath()).fileName();
             const auto strips = stripsOfClip(second);
-            behind += double(breaks(strips)) + std::abs(double(strips.size()) - take->total);
+            behind += double(benchBreaks(strips)) + std::abs(double(strips.size()) - take->total);
         }
     }
     recorder.writeText(eParam_MirrorMediaPath, "");

@@ -83,14 +83,12 @@ bool RecorderUnderBench::waitFor(const char *what, const std::function<bool()> &
 }
 
 bool RecorderUnderBench::askFor(const char *what, const std::function<void()> &ask,
-                                const std::function<bool()> &holds)
+                                const std::function<bool()> &holds, qint64 every)
 {
-    constexpr qint64 every = QmxClock::nsPerSecond / 2;
     qint64 next = 0;
     return waitFor(what, [&] {
-        if (holds()) return true;
         if (now() >= next) ask(), next = now() + every;
-        return false;
+        return holds();
     });
 }
 
@@ -136,15 +134,9 @@ bool RecorderUnderBench::endTake()
 
 bool RecorderUnderBench::cue(int frame)
 {
-    constexpr qint64 patience = 2 * QmxClock::nsPerSecond;
-    qint64 again = now();
-    return waitFor("the cue", [&] {
-        if (now() >= again) {
-            write(eParam_CueToFrame, unsigned(frame));
-            again = now() + patience;
-        }
-        return shown().frame == frame;
-    });
+    return askFor(
+        "the cue", [&] { write(eParam_CueToFrame, unsigned(frame)); }, [&] { return shown().frame == frame; },
+        2 * QmxClock::nsPerSecond);
 }
 
 QList<std::optional<quint32>> stripsOfClip(const QString &path, int most)
@@ -176,6 +168,14 @@ QList<std::optional<quint32>> stripsOfClip(const QString &path, int most)
         frame.clear();
     }
     return strips;
+}
+
+int benchBreaks(const QList<std::optional<quint32>> &strips)
+{
+    int count = 0;
+    for (qsizetype i = 0; i < strips.size(); ++i)
+        if (!strips[i] || (i > 0 && strips[i - 1] && *strips[i] != *strips[i - 1] + 1)) ++count;
+    return count;
 }
 
 std::optional<double> cpuOfProgram(const QString &program, const QStringList &arguments)

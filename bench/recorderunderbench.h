@@ -42,9 +42,10 @@ public:
     Shown shown();
     /// False, with a line on standard error, when it did not come about in 20 seconds.
     bool waitFor(const char *what, const std::function<bool()> &holds, int seconds = 20);
-    /// The same of what `ask` asks for, again each half second: the daemon drops what comes while it changes
-    /// its mode, and its status is ahead of that.
-    bool askFor(const char *what, const std::function<void()> &ask, const std::function<bool()> &holds);
+    /// The same of what `ask` asks for, again after each of these nanoseconds: the daemon drops what comes
+    /// while it changes its mode, and its status is ahead of that.
+    bool askFor(const char *what, const std::function<void()> &ask, const std::function<bool()> &holds,
+                qint64 every = QmxClock::nsPerSecond / 2);
     /// Processor time of the daemon so far, in seconds: of its coders, and of all its other threads.
     struct Cpu
     {
@@ -58,8 +59,8 @@ public:
 
     bool startTake();
     bool endTake();
-    /// Cues to a frame of the current clip until the output shows it. Told again when nothing comes of it: a
-    /// cue that comes while the recorder is still busy with its stop is not heard.
+    /// Cues to a frame of the current clip until the output shows it; with more patience, so that a slow one
+    /// is not begun anew.
     bool cue(int frame);
 
 private:
@@ -71,5 +72,7 @@ private:
 
 /// Strips of a clip's frames, decoded by ffmpeg.
 QList<std::optional<quint32>> stripsOfClip(const QString &path, int most = -1);
+/// Frames whose number is not one more than that of the frame before.
+int benchBreaks(const QList<std::optional<quint32>> &strips);
 /// Runs a program, which must succeed; its processor time in seconds, nothing when it failed.
 std::optional<double> cpuOfProgram(const QString &program, const QStringList &arguments);

@@ -176,8 +176,9 @@ Result measureOwnSmall(const BenchFilm &film, const QList<QmxPicture> &pictures,
     return result;
 }
 
-/// Wall time of one frame, in milliseconds, the median of some: with the help of idle workers, and alone.
-Figure latency(const QString &name, const QSize &size)
+/// Wall time of coding and of decoding one frame, in milliseconds, the median of some: with the help of idle
+/// workers, and alone.
+QList<Figure> latency(const QString &name, const QSize &size)
 {
     constexpr int rounds = 15;
     QmxImageDesc desc = descOf(benchFilms().front());
@@ -186,25 +187,37 @@ Figure latency(const QString &name, const QSize &size)
     const ProResPlanes planes = planesOf(picture);
     PictureWorkers workers(std::max(2, int(std::thread::hardware_concurrency())), qmxCodec,
                            QmxEnvironment::current());
-    std::array<double, rounds> together{}, alone{};
+    enum { CodedTogether, CodedAlone, DecodedTogether, DecodedAlone, Ways };
+    std::array<std::array<double, rounds>, Ways> times{};
     std::latch done(1);
     workers.post([&](CodecContexts &contexts) {
         ProResFrameCoder helped(qmxProResFormat(desc)), lonely(qmxProResFormat(desc));
+        const auto helpedDecoder = qmxCreateProResDecoder(desc), lonelyDecoder = qmxCreateProResDecoder(desc);
         helped.setHelpers(contexts.helpers());
-        const auto wall = [&](ProResFrameCoder &coder) {
+        helpedDecoder->setHelpers(contexts.helpers());
+        const QmxBuffer coded = lonely.encode(planes);
+        const auto wall = [](const auto &work) {
             const auto before = std::chrono::steady_clock::now();
-            coder.encode(planes);
+            work();
             return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - before)
                 .count();
         };
         for (size_t i = 0; i < rounds; ++i) {
-            together[i] = wall(helped);
-            alone[i] = wall(lonely);
+            QmxPicture decoded;
+            times[CodedTogether][i] = wall([&] { helped.encode(planes); });
+            times[CodedAlone][i] = wall([&] { lonely.encode(planes); });
+            times[DecodedTogether][i] = wall([&] { helpedDecoder->decode(coded, decoded); });
+            times[DecodedAlone][i] = wall([&] { lonelyDecoder->decode(coded, decoded); });
         }
         done.count_down();
     });
     done.wait();
-    return {name, median(together), "ms", median(alone), "ms alone", {}};
+    const auto figure = [&](const char *rest, int together, int alone) {
+        return Figure{
+            name + rest, median(times[size_t(together)]), "ms", median(times[size_t(alone)]), "ms alone", {}};
+    };
+    return {figure("_latency", CodedTogether, CodedAlone),
+            figure("_decode_latency", DecodedTogether, DecodedAlone)};
 }
 } // namespace
 
@@ -243,6 +256,5 @@ QList<Figure> benchProRes(int)
 
 QList<Figure> benchProResLatency(int)
 {
-    return {latency(QStringLiteral("prores_hd_latency"), raster),
-            latency(QStringLiteral("prores_uhd_latency"), 2 * raster)};
+    return latency(QStringLiteral("prores_hd"), raster) + latency(QStringLiteral("prores_uhd"), 2 * raster);
 }

@@ -2,6 +2,7 @@
 #include "bench/benchpictures.h"
 #include "bench/figures.h"
 
+#include "platform/qmx/codec/prores/proresparser.h"
 #include "platform/qmx/codec/qmxprores.h"
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <random>
 
 namespace {
 constexpr int pictures = 3;
@@ -85,6 +87,32 @@ QList<Figure> measure(const BenchFilm &film, int dataType, const QSize &size, co
                     eighthTarget});
     return figures;
 }
+/// A frame some bytes of whose slices are wrong, beside the same one as it was.
+Figure measureDamaged(const BenchFilm &film, int dataType, const QSize &size, const QString &name)
+{
+    const QmxImageDesc desc = descOf(dataType, size);
+    QmxBuffer whole;
+    if (qmxCreateProResEncoder(desc)->encode(benchPicture(film, size, 0), whole).isError()) return {};
+    QmxBuffer broken = QmxBuffer::copyOf(whole.constData(), whole.size());
+    ProResCodedFrame frame;
+    if (frame.parse(whole.constData(), whole.size()).isError()) return {};
+    std::minstd_rand random(1);
+    for (const ProResCodedSlice &slice : frame.slices)
+        for (int i = 0; i < 3; ++i)
+            broken.data()[slice.bytes - whole.constData() + random() % unsigned(slice.size)] =
+                uchar(random());
+    const auto decoder = qmxCreateProResDecoder(desc);
+    const auto of = [&decoder](const QmxBuffer &coded) {
+        return [&decoder, &coded] {
+            QmxPicture picture;
+            for (int i = 0; i < pictures; ++i)
+                decoder->decode(coded, picture);
+        };
+    };
+    const auto cpu = compare<2>({of(broken), of(whole)});
+    constexpr double most = 1.1;
+    return {name, cpu[0], QStringLiteral("ms a frame"), cpu[1], QStringLiteral("the same undamaged"), most};
+}
 } // namespace
 
 QList<Figure> benchProResDecode(int)
@@ -99,6 +127,7 @@ QList<Figure> benchProResDecode(int)
         figures += measure(film, 202, hd, name(film, "422"), false);
         figures += measure(film, 203, hd, name(film, "hq"), false);
         figures += measure(film, 206, hd, name(film, "4444"), false);
+        figures.append(measureDamaged(film, 203, hd, name(film, "hq_damaged")));
     }
     const BenchFilm &first = benchFilms().front();
     figures += measure(first, 203, hd, name(first, "hq_of_libavcodec"), true);

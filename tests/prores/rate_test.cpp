@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/codec/prores/proresframedecoder.h"
 #include "tests/prores/proresrig.h"
 
 #include <gtest/gtest.h>
@@ -139,4 +140,40 @@ TEST(ProResRate, theBytesDoNotDependOnThreadsNorDoesAFrameAllocate)
         ASSERT_EQ(coded.size(), same.size());
         EXPECT_TRUE(std::equal(coded.constData(), coded.constData() + coded.size(), same.constData()));
     }
+}
+
+TEST(ProResRate, aDamagedFrameAllocatesNothingEither)
+{
+    using ProResInverse::Scale;
+    const ProResFormat format = proResTestFormat(203, QSize(720, 576), ProResFormat::TopFieldFirst);
+    ProResFrameCoder coder(format);
+    coder.setFixedQuantiser(4); // another one would be prepared, as for a frame that is whole
+    ProResTestFrame frame(format), decoded(format);
+    paintScene(frame, 0, 0);
+    const QmxBuffer coded = coder.encode(frame.planes());
+    std::vector<uchar> bytes(coded.constData(), coded.constData() + coded.size());
+    ProResFrameDecoder decoder;
+    ProResTarget target;
+    for (size_t plane = 0; plane < 3; ++plane) {
+        target.plane[plane] = decoded.samples[plane].data();
+        target.stride[plane] = decoded.width(int(plane));
+    }
+    ASSERT_FALSE(decoder.read(bytes.data(), coded.size()).isError());
+    const auto slices = decoder.frame().slices;
+    std::minstd_rand random(7);
+    int damaged = 0;
+    for (const Scale scale : {Scale::Full, Scale::Half, Scale::Quarter, Scale::Eighth})
+        for (int i = 0; i < 20; ++i) {
+            constexpr int quantiser = 1;
+            for (const ProResCodedSlice &slice : slices)
+                if (const int at = int(random() % unsigned(slice.size)); at != quantiser)
+                    bytes[size_t(slice.bytes - bytes.data() + at)] = uchar(random());
+            const qint64 before = allocations;
+            ASSERT_FALSE(decoder.read(bytes.data(), qsizetype(bytes.size())).isError());
+            damaged += decoder.decode(target, scale);
+            if (i > 0) { // the first one gets its memory
+                ASSERT_EQ(allocations, before);
+            }
+        }
+    EXPECT_GT(damaged, 1000);
 }

@@ -87,7 +87,8 @@ QList<Figure> measure(const BenchFilm &film, int dataType, const QSize &size, co
                     eighthTarget});
     return figures;
 }
-/// A frame some bytes of whose slices are wrong, beside the same one as it was.
+/// A frame some bytes of whose slices are wrong, beside the same one as it was. It may cost a little more:
+/// what was flat in a drawn picture is not flat any more, as in a richer one of as many bytes.
 Figure measureDamaged(const BenchFilm &film, int dataType, const QSize &size, const QString &name)
 {
     const QmxImageDesc desc = descOf(dataType, size);
@@ -110,7 +111,7 @@ Figure measureDamaged(const BenchFilm &film, int dataType, const QSize &size, co
         };
     };
     const auto cpu = compare<2>({of(broken), of(whole)});
-    constexpr double most = 1.1;
+    constexpr double most = 1.25;
     return {name, cpu[0], QStringLiteral("ms a frame"), cpu[1], QStringLiteral("the same undamaged"), most};
 }
 } // namespace

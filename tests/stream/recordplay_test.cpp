@@ -3,8 +3,6 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "tests/stream/streamrig.h"
 
-#include <QFile>
-
 #include <algorithm>
 
 namespace {

@@ -8,7 +8,8 @@
 
 namespace {
 /// The end is set so late before it: should this program be killed meanwhile, the take goes on after a gap.
-constexpr std::chrono::seconds endAhead(1);
+/// On a machine that has no time for it, it is late by more than a second now and then.
+constexpr std::chrono::seconds endAhead(3);
 /// Frames after the end by which all before it have come, also from a busy card.
 constexpr qint64 latestFrames = 50;
 constexpr std::chrono::milliseconds lookEvery(200); // at what is in the store

@@ -129,6 +129,7 @@ QList<FleetMachine> Fleet::find() const
                 machine.port = 0;
                 machine.state = "wrong";
                 machine.problem = isLine ? "the file has this name twice" : "its line is not NAME HOST:PORT";
+                if (isKnown(found, machine.name)) machine.name += " (again)"; // it is not that one's
             }
             found.append(machine);
         }
@@ -229,9 +230,12 @@ std::optional<HttpReply> Fleet::resolve(const QString &kind, const QString &name
 
 std::optional<HttpReply> Fleet::passTo(const FleetMachine &machine, const HttpCall &call, PassedOn &to) const
 {
-    // Nothing is said to one of which nobody knows who it is, or where.
-    const bool isNobody =
-        machine.state == QLatin1String("not_proven") || machine.state == QLatin1String("wrong");
+    // Nothing is said to one of which nobody knows who it is, or where. Of one that is silent nothing is
+    // asked, either, until it has been looked at again: a browser has few connections, and those that wait
+    // there would hold up what it asks of all others. What shall be done is tried all the same.
+    const bool isNobody = machine.state == QLatin1String("not_proven") ||
+                          machine.state == QLatin1String("wrong") ||
+                          (machine.state == QLatin1String("silent") && call.method == "GET");
     if (isNobody || machine.address.isEmpty() || (machine.isTls && machine.certificate.isEmpty()))
         return problemReply(502, machine.state,
                             QStringLiteral("%1 (%2, port %3): %4")

@@ -243,7 +243,7 @@ bool HttpConnection<Stream>::passOn(Request &request, const HttpCall &call, cons
     if (refusal)
         write(*refusal);
     else
-        startTunnel(_context, _count, std::move(_stream), std::move(request), to);
+        startTunnel(_context, _count, std::move(_stream), std::move(request), to, call.proof);
     return true;
 }
 

@@ -20,6 +20,7 @@ using asio::ip::tcp;
 namespace {
 constexpr std::chrono::seconds connectWithin{2};
 constexpr std::chrono::seconds answerWithin{15};
+constexpr std::chrono::seconds socketWithin{3}; // a browser's next one waits for it
 constexpr std::chrono::seconds idleFor{120};
 constexpr size_t mostHead = 64 * 1024;
 
@@ -38,13 +39,15 @@ class Tunnel : public std::enable_shared_from_this<Tunnel<Stream, Peer>>
 {
 public:
     Tunnel(std::shared_ptr<ConnectionContext> context, std::shared_ptr<ConnectionCount> count, Stream stream,
-           Peer peer, http::request<http::string_body> request, PassedOn to)
+           Peer peer, http::request<http::string_body> request, PassedOn to, const QByteArray &proof)
         : _context(std::move(context)),
           _count(std::move(count)),
           _client(std::move(stream)),
           _peer(std::move(peer)),
           _request(std::move(request)),
-          _to(std::move(to))
+          _to(std::move(to)),
+          _ownProof(proof.isEmpty() ? std::string()
+                                    : FleetKey::proofHeader + (": " + proof.toStdString() + "\r\n"))
     {}
 
     void start()
@@ -97,8 +100,9 @@ private:
         _request.set(http::field::authorization, _to.authorization.toStdString());
         _request.set(FleetKey::callerHeader, _to.caller.toStdString());
         _request.set(FleetKey::roleHeader, _to.role.toStdString());
-        if (_request.find(http::field::upgrade) == _request.end()) _request.keep_alive(false);
-        beast::get_lowest_layer(_peer).expires_after(answerWithin);
+        const bool isSocket = _request.find(http::field::upgrade) != _request.end();
+        if (!isSocket) _request.keep_alive(false);
+        beast::get_lowest_layer(_peer).expires_after(isSocket ? socketWithin : answerWithin);
         http::async_write(_peer, _request,
                           [self = this->shared_from_this()](boost::system::error_code error, size_t) {
                               if (error) return self->fail("it does not take the request");
@@ -126,6 +130,7 @@ private:
         if (!_to.proof.isEmpty() && !isSame(proof, _to.proof))
             return fail("it has not got the key of this fleet, or its clock is a minute off", "not_proven");
         if (at >= 0) _head.erase(size_t(at), size_t(name.size() + proof.size()));
+        _head.insert(_head.find("\r\n") + 2, _ownProof);
         _isOpen = true;
         beast::get_lowest_layer(_peer).expires_never();
         asio::async_write(_client, asio::buffer(_head),
@@ -161,8 +166,8 @@ private:
                                                  .arg(_to.port)
                                                  .arg(QString::fromLatin1(why)),
                                              "look whether its panel runs: systemctl status xppanel");
-        _reply = "HTTP/1.1 502 Bad Gateway\r\nContent-Type: " + reply.type.toStdString() +
-                 "\r\nCache-Control: no-store\r\nConnection: close\r\nContent-Length: " +
+        _reply = "HTTP/1.1 502 Bad Gateway\r\nContent-Type: " + reply.type.toStdString() + "\r\n" +
+                 _ownProof + "Cache-Control: no-store\r\nConnection: close\r\nContent-Length: " +
                  std::to_string(reply.body.size()) + "\r\n\r\n" + reply.body.toStdString();
         beast::get_lowest_layer(_client).expires_after(answerWithin);
         asio::async_write(
@@ -185,6 +190,7 @@ private:
     Peer _peer;
     http::request<http::string_body> _request;
     const PassedOn _to;
+    const std::string _ownProof; ///< the line of the head
     std::string _head;
     std::string _reply;
     bool _isOpen = false; ///< something has been sent to the client
@@ -193,23 +199,25 @@ private:
 
 template <typename Stream>
 void startTunnel(std::shared_ptr<ConnectionContext> context, std::shared_ptr<ConnectionCount> count,
-                 Stream stream, http::request<http::string_body> request, const PassedOn &to)
+                 Stream stream, http::request<http::string_body> request, const PassedOn &to,
+                 const QByteArray &proof)
 {
     const auto executor = stream.get_executor();
     if (!to.isTls) {
         std::make_shared<Tunnel<Stream, Plain>>(std::move(context), std::move(count), std::move(stream),
-                                                Plain(executor), std::move(request), to)
+                                                Plain(executor), std::move(request), to, proof)
             ->start();
         return;
     }
     asio::ssl::context tls = contextOfClients(); // (each connection keeps what it needs of it)
     std::make_shared<Tunnel<Stream, Secured>>(std::move(context), std::move(count), std::move(stream),
-                                              Secured(Plain(executor), tls), std::move(request), to)
+                                              Secured(Plain(executor), tls), std::move(request), to, proof)
         ->start();
 }
 
 template void startTunnel(std::shared_ptr<ConnectionContext>, std::shared_ptr<ConnectionCount>,
-                          beast::tcp_stream, http::request<http::string_body>, const PassedOn &);
+                          beast::tcp_stream, http::request<http::string_body>, const PassedOn &,
+                          const QByteArray &);
 template void startTunnel(std::shared_ptr<ConnectionContext>, std::shared_ptr<ConnectionCount>,
                           beast::ssl_stream<beast::tcp_stream>, http::request<http::string_body>,
-                          const PassedOn &);
+                          const PassedOn &, const QByteArray &);

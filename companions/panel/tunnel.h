@@ -10,17 +10,18 @@
 
 /// Passes a request on to another panel, and what comes back to the client: an answer, a file, events or a
 /// WebSocket, byte by byte until one of them closes. What does not answer, or does not prove to be of the
-/// fleet, is an error of its own for the client. Keeps itself alive; on the server's thread.
+/// fleet, is an error of its own for the client. `proof`: that this one is of the fleet, for another machine
+/// that has asked it. Keeps itself alive; on the server's thread.
 template <typename Stream>
 void startTunnel(std::shared_ptr<ConnectionContext> context, std::shared_ptr<ConnectionCount> count,
                  Stream stream, boost::beast::http::request<boost::beast::http::string_body> request,
-                 const PassedOn &to);
+                 const PassedOn &to, const QByteArray &proof);
 
 extern template void startTunnel(std::shared_ptr<ConnectionContext>, std::shared_ptr<ConnectionCount>,
                                  boost::beast::tcp_stream,
                                  boost::beast::http::request<boost::beast::http::string_body>,
-                                 const PassedOn &);
+                                 const PassedOn &, const QByteArray &);
 extern template void startTunnel(std::shared_ptr<ConnectionContext>, std::shared_ptr<ConnectionCount>,
                                  boost::beast::ssl_stream<boost::beast::tcp_stream>,
                                  boost::beast::http::request<boost::beast::http::string_body>,
-                                 const PassedOn &);
+                                 const PassedOn &, const QByteArray &);

@@ -117,7 +117,9 @@ TEST(Fleet, theKeyStandsForCertificatesAndWhoIsInBetweenGetsNothing)
         say told; for name in between false plain secured line; do echo $name $(told $name); done
         token="Authorization: Bearer $(cat panel.token)"
         say passed; get machines/north/transport/record -X POST -H "$token"; get machines/north/picture.jpg -o $OUT/passed.jpg
-        get machines/between/state; get machines/false/state; xpctl --channel 2 --json stop
+        get machines/between/state; get machines/false/state
+        say channel; get machines/north/channels/2/state; get machines/north/channels/9/state
+        say stop; xpctl --channel 2 --json stop
         # At its very address, with all that it says passed on.
         kill -TERM $north; wait $north || true
         (there $north_options:8445 2>/dev/null) & north=$!
@@ -132,6 +134,9 @@ TEST(Fleet, theKeyStandsForCertificatesAndWhoIsInBetweenGetsNothing)
     const QByteArray passed = said(result.out, "passed");
     EXPECT_TRUE(passed.contains("take_001.mov")) << passed.toStdString();
     EXPECT_EQ(passed.count("\"code\":\"not_proven\""), 2) << passed.toStdString();
-    EXPECT_TRUE(passed.contains("\"status\":0") || passed.contains("frames")) << passed.toStdString();
+    EXPECT_TRUE(said(result.out, "channel").contains("\"status\":\"recording\"") &&
+                said(result.out, "channel").contains("there is no channel 9"))
+        << said(result.out, "channel").toStdString();
+    EXPECT_TRUE(said(result.out, "stop").contains("\"frames\":")) << said(result.out, "stop").toStdString();
     EXPECT_TRUE(readAll(sandbox.out("passed.jpg")).startsWith("\xff\xd8")) << "no picture came";
 }

@@ -266,6 +266,10 @@ ExitCode CommandLine::run(std::vector<std::string> words)
 ExitCode CommandLine::runParsed(const std::vector<std::string> &words) const
 {
     const Report report(_json);
+    // (Of a script whose variable is not set.)
+    for (const char *option : {"--channel", "--channels", "--recorder", "--recorders"})
+        if (_app.count(option) > 0 && _app.get_option(option)->as<std::string>().empty())
+            return report.error(ExitCode::Usage, QStringLiteral("%1 says none").arg(QLatin1String(option)));
     if (_isForAll || !_gang.empty()) {
         QString problem;
         const auto channels =

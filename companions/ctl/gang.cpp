@@ -173,8 +173,9 @@ ExitCode Gang::tell(const QList<Part> &parts, const QJsonObject &more, const QSt
     }
     QJsonObject object = more;
     object["channels"] = list;
-    if (!last.isEmpty()) text += last;
-    _report.result(text.trimmed(), object);
+    text += last;
+    if (text.endsWith('\n')) text.chop(1);
+    _report.result(text, object);
     return ExitCode(worst);
 }
 

@@ -18,11 +18,10 @@ QJsonObject profilesOf(const Recorder &recorder)
     return QJsonDocument::fromJson(recorder.text(eParam_SettingsProfiles).toUtf8()).object();
 }
 
-/// A profile of this recorder, else of the one that the machine's settings are kept for: so that one set is
-/// kept once.
-std::optional<QJsonArray> find(const Recorder &recorder, const QString &name)
+/// Those of the one that the machine's settings are kept for, which are there for all of its recorders: so
+/// that one set is kept once. None: it is this one.
+QJsonObject sharedProfiles(const Recorder &recorder)
 {
-    if (const QJsonValue own = profilesOf(recorder).value(name); own.isArray()) return own.toArray();
     const QmxPlaces &places = *recorder.environment().places;
     if (places.channel == 1 && places.recorder.isEmpty()) return {};
     const QmxEnvironment here = QmxEnvironment::current();
@@ -32,8 +31,16 @@ std::optional<QJsonArray> find(const Recorder &recorder, const QString &name)
     ofFirst.places = std::make_shared<const QmxPlaces>(own);
     QmxEnvironment::setCurrent(ofFirst);
     const Recorder first(QStringLiteral("xpctl-profile"));
-    const QJsonValue shared = first.storeProblem().isEmpty() ? profilesOf(first).value(name) : QJsonValue();
+    const QJsonObject shared = first.storeProblem().isEmpty() ? profilesOf(first) : QJsonObject();
     QmxEnvironment::setCurrent(here);
+    return shared;
+}
+
+/// A profile of this recorder, else a shared one.
+std::optional<QJsonArray> find(const Recorder &recorder, const QString &name)
+{
+    if (const QJsonValue own = profilesOf(recorder).value(name); own.isArray()) return own.toArray();
+    const QJsonValue shared = sharedProfiles(recorder).value(name);
     return shared.isArray() ? std::optional(shared.toArray()) : std::nullopt;
 }
 
@@ -49,7 +56,8 @@ ExitCode write(Recorder &recorder, const Report &report, const QJsonObject &prof
 
 ExitCode list(const Recorder &recorder, const Report &report)
 {
-    const QStringList names = profilesOf(recorder).keys();
+    QStringList names = profilesOf(recorder).keys() + sharedProfiles(recorder).keys();
+    names.removeDuplicates();
     report.result(names.isEmpty() ? QStringLiteral("no profiles") : names.join('\n'),
                   {{"profiles", QJsonArray::fromStringList(names)}});
     return ExitCode::Done;

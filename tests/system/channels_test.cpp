@@ -34,7 +34,7 @@ TEST(Channels, aTakeOfAllHoldsTheSameFramesAndOneThatDiesTakesNothingFromTheOthe
         for channel in 1 2; do xpctl --channel $channel metrics | grep '^xp_frames_dropped_capture_total'; done
         say refuses; xpctl --all record || echo refused
         xpctl status | head -1
-        for bad in 0 65 9 x; do ! xpctl --channel $bad status 2>&1 || exit 1; done
+        for bad in 0 65 9 x ''; do ! xpctl --channel "$bad" status 2>&1 || exit 1; ! xpctl --channels "$bad" stop 2>&1 || exit 1; done
         ! xpctl channel remove 2 2>&1 || exit 1
         xpctl channel remove 3 2>&1 || true
         cp $(ls /media/A/channel-3/*.mov | tail -1) $OUT/killed.mov

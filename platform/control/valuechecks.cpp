@@ -34,8 +34,8 @@ std::optional<Answer> refused(const QString &sentence, const QString &advice)
 /// for a take.
 bool isMedium(const Recorder &recorder, const QString &path)
 {
-    const QString folder = QDir::cleanPath(path) + '/';
-    if (!folder.startsWith(recorder.environment().places->media + '/')) return false;
+    const QmxPlaces &places = *recorder.environment().places;
+    if (!places.here(QDir::cleanPath(path)).startsWith(places.media + '/')) return false;
     struct statfs64 root = {};
     struct statfs64 medium = {};
     QmxFiles &files = *recorder.environment().files;
@@ -50,7 +50,7 @@ std::optional<Answer> anyMedium(Recorder &recorder, const StoreValue &value)
     if (path.isEmpty() || isMedium(recorder, path)) return {};
     return refused(QStringLiteral("there is no medium at %1").arg(path),
                    QStringLiteral("media are mounted below %1; `xpctl media` lists those there are")
-                       .arg(recorder.environment().places->media));
+                       .arg(recorder.environment().places->within(recorder.environment().places->media)));
 }
 
 std::optional<Answer> activeMedium(Recorder &recorder, const StoreValue &value)

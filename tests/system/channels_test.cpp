@@ -63,6 +63,7 @@ TEST(Channels, whatBecomesOfOneIsNothingToTheOthers)
         of() { XP_CHANNEL=$1 xpctl "${@:2}"; }
         goes_on() { local from; from=$(XP_CHANNEL=$1 recorded); await "[ \$(XP_CHANNEL=$1 recorded) -ge $((from + $2)) ]"; }
         plug stalls 1G; plug fills
+        await 'mountpoint -q /run/xp/channels/4/media/fills' # xp-channels gives it to each
         of 1 set active_media_path /media/stalls; of 4 set active_media_path /media/fills; of 4 set rollover_enabled on
         await '[ -n "$(of 4 get rollover_media_path)" ]'; next=$(of 4 get rollover_media_path)
         await 'xpctl --all ready >/dev/null'; xpctl --all record >&2

@@ -47,7 +47,13 @@ export class XpTile extends LitElement {
       .about { display: flex; gap: 0.75rem; min-width: 0; white-space: nowrap; }
       xp-key { width: 6.5rem; height: 2.75rem; }
       .foot a { display: grid; place-content: center; min-height: 2.75rem; padding: 0 0.75rem; }
-      @media (max-width: 759px) { xp-picture { aspect-ratio: 16 / 9; } .foot { grid-template-columns: auto minmax(0, 1fr) minmax(0, 1fr) auto; padding-left: 0.5rem; } .about { grid-column: 1 / -1; padding-left: 0.25rem; } xp-key { width: auto; } .foot a { padding: 0 0.25rem; } }
+      @media (max-width: 759px) { xp-picture { aspect-ratio: 16 / 9; } }
+      @container (max-width: 27rem) {
+        .foot { grid-template-columns: auto minmax(0, 1fr) minmax(0, 1fr) auto; padding-left: 0.5rem; }
+        .about { grid-column: 1 / -1; padding-left: 0.25rem; }
+        xp-key { width: auto; }
+        .foot a { padding: 0 0.25rem; }
+      }
     `,
   ];
 

@@ -8,18 +8,20 @@ export interface Member {
   deck: Deck;
 }
 
-/** From the order to the first frame: the way to every one of them, over whatever network. */
-const ahead = 1500;
+/** From the order to the first frame, ms: the way to every one of them, over whatever network; longer where they took long to say that they are ready. */
+const ahead = { least: 1500, most: 5000, ofAsking: 3 };
 
 /** Nothing, or why no take was begun: all are asked first. */
 export async function recordTogether(members: Member[]): Promise<string> {
+  const began = performance.now();
   const asked = await Promise.all(members.map(({ deck }) => deck.ready()));
+  const wait = Math.min(ahead.most, Math.max(ahead.least, ahead.ofAsking * (performance.now() - began)));
   const hindered = members.flatMap(({ name }, i) => (asked[i] ? [`${name}: ${asked[i]}`] : []));
   if (hindered.length) return `No take was begun. ${hindered.join(" ")}`;
   // By the recorder's clock: that of the browser may be a day off.
   const offset = members[0].deck.clockOffset;
   if (offset === null) return "No take was begun. The recorder's clock is not known yet; try again in a moment.";
-  const start = new Date(performance.now() + offset + ahead).toISOString();
+  const start = new Date(performance.now() + offset + wait).toISOString();
   const answers = await Promise.all(members.map(({ deck }) => deck.run("record", { start })));
   const failed = members.flatMap(({ name }, i) => (answers[i].done ? [] : [`${name}: ${sentence(answers[i].sentence)}`]));
   if (!failed.length) return "";

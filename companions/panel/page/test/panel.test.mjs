@@ -381,28 +381,6 @@ test("a part is marked by keys and by drag, replayed, and dragged into the list;
   assert.deepEqual(await shown(page), there);
 });
 
-test("a proxy is made, told with its clip, and seen in the browser", async () => {
-  const one = await open(browser, { hash: "#/clips" });
-  const name = `watched_${Date.now()}`;
-  await xpctl("set", "clip_base_name", name);
-  await xpctl("record", "--for", "3");
-  const row = one.locator("xp-clips .row", { hasText: name });
-  await row.click();
-  await one.getByRole("button", { name: "Watch…" }).click();
-  await one.getByRole("button", { name: "Make a proxy" }).click();
-  const film = one.locator("xp-watch video");
-  await film.waitFor({ timeout: 120_000 });
-  const at = await film.evaluate((video) => new Promise((resume, fail) => {
-    const seek = () => ((video.onseeked = () => resume(video.currentTime)), (video.currentTime = 2));
-    video.addEventListener("error", () => fail(new Error(video.error.message)));
-    video.readyState > 0 ? seek() : (video.onloadedmetadata = seek);
-  }));
-  assert.ok(Math.abs(at - 2) < 0.1, `${at} s`);
-  await until("the clip with its proxy, in one row", async () => ((await row.count()) === 1 && /with proxy/.test(await row.textContent())) || undefined);
-  assert.deepEqual(one.complaints, []);
-  await one.context().close();
-});
-
 test("a take is planned, told and taken out; an input without a signal is said", async () => {
   const one = await open(browser);
   await one.evaluate(() => (location.hash = "#/media"));
@@ -425,12 +403,12 @@ test("a take is planned, told and taken out; an input without a signal is said",
 });
 
 test("on the wall a recorder works while another one is down", async () => {
-  const channels = [{ channel: 1, panel: true }, { channel: 2, panel: false }];
+  const channels = [{ channel: 1, panel: true }, { channel: 3, panel: false }];
   const wall = await open(browser, { prepare: (one) => one.route(/\/api\/v1\/fleet$/, (route) => route.fulfill({ json: { channels } })) });
   await wall.evaluate(() => (location.hash = "#/wall"));
   const tile = (name) => wall.locator(`xp-tile[name="${name}"]`);
-  await until("what is known of the second", async () => /does not run/.test(await tile("Channel 2").locator(".banner").textContent()) || undefined);
-  assert.equal(await tile("Channel 2").locator("xp-key button").first().isDisabled(), true);
+  await until("what is known of the second", async () => /does not run/.test(await tile("Channel 3").locator(".banner").textContent()) || undefined);
+  assert.equal(await tile("Channel 3").locator("xp-key button").first().isDisabled(), true);
   await tile("Channel 1").locator('xp-key[verb="record"] button').click();
   await until("the take", async () => (await status()).status === "recording" || undefined);
   await until("its timecode", async () => /^[\d:;]{11}$/.test(await tile("Channel 1").locator("xp-timecode span").first().textContent()) || undefined);

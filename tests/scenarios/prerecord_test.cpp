@@ -2,6 +2,7 @@
 // Takes that begin before their command, and takes that begin at an exact frame.
 #include "platform/qmx/clip/qmxclipcheck.h"
 #include "platform/qmx/core/qmxtakemoment.h"
+#include "platform/qmx/core/qmxtakewindow.h"
 #include "tests/scenarios/recorderrig.h"
 
 #include <cmath>
@@ -125,6 +126,24 @@ TEST_P(StartRates, aTakeBeginsAndEndsWithExactlyTheFramesAskedFor)
     }
     const Take usual = take(0, 10);
     EXPECT_NEAR(usual.timecodes.first().toFrameNumber(), now().advanced(-usual.frames()).toFrameNumber(), 20);
+
+    // The end that somebody has set is that take's, also of one with a start; the next one waits without it.
+    QmxTakeWindow::Client window;
+    for (int i = 0; i < 3; ++i) {
+        const QmxTimecode first = in(2);
+        write(eParam_RecordStart, first.toString());
+        pass(500);
+        const QString path = beginTake();
+        ASSERT_TRUE(until([&] { return counter(QmxCounters::CurrentClipFrames) >= 5; }));
+        const auto at = window.now();
+        ASSERT_TRUE(at && at->first > 0);
+        ASSERT_TRUE(window.set(at->first, at->first + 30));
+        pass(3000);
+        ASSERT_TRUE(stop());
+        const Take ended = Take::read(path);
+        EXPECT_EQ(ended.timecodes.first(), first) << i;
+        EXPECT_EQ(ended.frames(), 30) << i;
+    }
 
     // A time of day, to the frame; and the end, with frames behind it that are not in the clip.
     const qint64 wall = QmxEnvironment::current().clock->wallTime();

@@ -39,6 +39,7 @@ struct Window
     bool isSet() const { return in > 0; }
     /// A frame that a take must not hold.
     bool keepsOut(qint64 index) const { return isSet() && (index < in || (out > 0 && index >= out)); }
+    friend bool operator==(const Window &, const Window &) = default;
 };
 
 /// The recorder's half. One thread tells, any reads the window. Until publish() it is private memory.

@@ -235,7 +235,8 @@ void LumenEngine::lookAtWindow()
     const QmxTakeWindow::Window told = _window.window();
     QmxTakeWindow::Window set = start.isSet() ? start : told;
     // A take that began at a given frame has an open end, which somebody who names its first frame may set.
-    if (start.isSet() && start.out == 0 && _capture.isRecording() && told.out > 0 && told.in == _takeFirst)
+    // (Not while it waits for that frame: what is told then is the end of the take before.)
+    if (start.isSet() && start.out == 0 && told.out > 0 && told.in > 0 && told.in == _gate.first())
         set = {told.serial, start.in, told.out};
     if (_gate.look(set, _tickIndex, _capture.isRecording(), start.isSet())) _capture.noteLoss();
 }

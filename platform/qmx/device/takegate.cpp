@@ -3,8 +3,8 @@
 
 bool TakeGate::look(const QmxTakeWindow::Window &set, qint64 now, bool isRecording, bool mayMove)
 {
-    if (set.serial != _serial) {
-        _serial = set.serial;
+    if (set != _seen) {
+        _seen = set;
         // Of a take that runs only the end may be set: nothing may cut frames out of it.
         const bool waits = mayMove && _window.isSet() && now <= _window.in && now <= set.in;
         const bool isItsEnd =

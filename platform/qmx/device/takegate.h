@@ -25,7 +25,7 @@ public:
     /// the frames from here on follow a gap. `mayMove`: the first frame of a take that still waits for it may
     /// change, because it follows a clock.
     bool look(const QmxTakeWindow::Window &set, qint64 now, bool isRecording, bool mayMove = false);
-    /// The first frame of a take that has begun without a window: who names it may set its end.
+    /// The first frame of a take that has begun: who names it may set its end.
     void takeBegins(qint64 first) { _first = first; }
     void takeEnds()
     {
@@ -37,11 +37,14 @@ public:
     bool keepsOut(qint64 index) const { return _window.keepsOut(index); }
     /// The first frame of a take that is about to begin.
     std::optional<qint64> in() const;
+    /// The first frame of the take that runs; 0: nothing of it has been read yet.
+    qint64 first() const { return _first; }
 
 private:
     qint64 _latest = latestStart;
     QmxTakeWindow::Window _window; ///< that counts
-    quint32 _serial = 0;           ///< seen last
-    qint64 _first = 0;             ///< of the take that runs; 0: nothing of it has been read yet
-    bool _hasEndAlone = false;     ///< the window was set when the take had begun without one
+    /// Seen last. Windows come from two that count apart, so that a number alone says nothing.
+    QmxTakeWindow::Window _seen;
+    qint64 _first = 0;         ///< of the take that runs; 0: nothing of it has been read yet
+    bool _hasEndAlone = false; ///< the window was set when the take had begun without one
 };

@@ -402,21 +402,30 @@ test("a take is planned, told and taken out; an input without a signal is said",
   await one.context().close();
 });
 
-test("on the wall a recorder works while another one is down", async () => {
-  const channels = [{ channel: 1, panel: true }, { channel: 3, panel: false }];
-  const wall = await open(browser, { prepare: (one) => one.route(/\/api\/v1\/fleet$/, (route) => route.fulfill({ json: { channels } })) });
+test("on the wall two recorders begin with the same frame, and one works while the other is down", async () => {
+  const statuses = async () => Promise.all(["1", "2"].map(async (channel) => JSON.parse(await xpctl("--channel", channel, "status", "--json")).status));
+  const both = (wanted) => until(`both ${wanted}`, async () => (await statuses()).every((one) => one === wanted) || undefined);
+  await xpctl("record", "--for", "1");
+  const wall = await open(browser);
   await wall.evaluate(() => (location.hash = "#/wall"));
   const tile = (name) => wall.locator(`xp-tile[name="${name}"]`);
-  await until("what is known of the second", async () => /does not run/.test(await tile("Channel 3").locator(".banner").textContent()) || undefined);
-  assert.equal(await tile("Channel 3").locator("xp-key button").first().isDisabled(), true);
-  await tile("Channel 1").locator('xp-key[verb="record"] button').click();
-  await until("the take", async () => (await status()).status === "recording" || undefined);
+  const all = wall.locator("xp-wall header xp-key button");
+  for (const name of ["Channel 1", "Channel 2"]) await tile(name).getByLabel(`Gang ${name}`).check();
+  await all.first().click();
+  await both("recording");
+  await until("the same first frame", async () => assert.match(await wall.locator("xp-wall header").textContent(), /same frame/) ?? true);
   await until("its timecode", async () => /^[\d:;]{11}$/.test(await tile("Channel 1").locator("xp-timecode span").first().textContent()) || undefined);
   assert.deepEqual(await axeOn(wall), []);
+  await held(all.nth(1), 1300);
+  await both("stopped");
+  execFileSync("pkill", ["-f", "^xppanel --channel 2"]);
+  await until("what is known of the second", async () => /does not run/.test(await tile("Channel 2").locator(".banner").textContent()) || undefined);
+  assert.equal(await tile("Channel 2").locator("xp-key button").first().isDisabled(), true);
+  await tile("Channel 1").locator('xp-key[verb="record"] button').click();
+  await until("the take", async () => (await status()).status === "recording" || undefined);
   await held(tile("Channel 1").locator('xp-key[verb="stop"] button'), 1300);
   await until("its end", async () => (await status()).status === "stopped" || undefined);
   assert.deepEqual(wall.complaints, []);
-  await wall.context().close();
 });
 
 test("what fails on the page or beside it leaves the transport alone", async () => {

@@ -27,9 +27,9 @@ public:
     ClipFinder &operator=(const ClipFinder &) = delete;
 
     /// Clips of the active medium. What this process records is not listed;
-    /// what another one records is, not closed, with the frames it has now. `playableOnly` leaves out what has
-    /// no frames; `playListOnly` gives the clips of the play list in its order, a clip as often as it stands
-    /// there; `sorted` puts the others in the order of recording, the newest last, else by name.
+    /// what another one records is, not closed, with the frames it has now. `playableOnly` leaves out what
+    /// has no frames; `playListOnly` gives the clips of the play list in its order, a clip as often as it
+    /// stands there; `sorted` puts the others in the order of recording, the newest last, else by name.
     std::list<Clip> findClips(bool playableOnly, bool playListOnly, bool sorted);
     /// Name of the next new clip. -1: that name is taken on the medium or by `existing` (may be null);
     /// `name` is filled in either way. With automatic takes the next free take is chosen.

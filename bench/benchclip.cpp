@@ -10,6 +10,55 @@
 
 #include <algorithm>
 
+class BenchHollowClip::Files : public QmxFiles
+{
+public:
+    ssize_t pwrite(int fd, const void *data, size_t size, off64_t offset) override
+    {
+        return hollow ? ssize_t(size) : QmxFiles::pwrite(fd, data, size, offset);
+    }
+    int fallocate(int, int, off64_t, off64_t) override { return 0; }
+    /// Fifty thousand of them would take minutes, and nobody pulls the plug.
+    int fdatasync(int fd) override { return syncs ? QmxFiles::fdatasync(fd) : 0; }
+    bool hollow = false;
+    bool syncs = false;
+};
+
+namespace {
+
+QmxEnvironment environmentWith(const std::shared_ptr<QmxFiles> &files)
+{
+    QmxEnvironment environment = QmxEnvironment::current();
+    environment.files = files;
+    return environment;
+}
+
+} // namespace
+
+BenchHollowClip::BenchHollowClip() : _files(std::make_shared<Files>()), _writer(environmentWith(_files)) {}
+
+bool BenchHollowClip::write(const QString &path, int frames, int flushEvery)
+{
+    if (_writer.create(path, benchClipInfo()).isError()) return false;
+    QmxFrame frame;
+    QmxBuffer picture = QmxBuffer::allocate(4000);
+    std::fill_n(picture.data(), picture.size(), uchar(7));
+    frame.vids().append(QmxImage(benchClipInfo().image, {picture}));
+    for (int i = 0; i < frames; ++i) {
+        _files->hollow = true;
+        if (_writer.writeFrame(frame).isError()) return false;
+        _files->hollow = false;
+        if (i % flushEvery == flushEvery - 1 && _writer.flush().isError()) return false;
+    }
+    return true;
+}
+
+bool BenchHollowClip::close()
+{
+    _files->syncs = true;
+    return !_writer.close().isError();
+}
+
 QmxClipInfo benchClipInfo(const QSize &size)
 {
     QmxClipInfo info;

@@ -87,6 +87,41 @@ TEST(ClipHostile, WaymarksThatLeadAstrayChangeNothing)
     }
 }
 
+TEST(ClipHostile, ASlotThatTellsWrongThingsOfThoseBeforeItChangesNothing)
+{
+    const TestDir dir;
+    const ClipTake take({128, 96, 25, 1, 203, 0, 2, false, 0});
+    const QString path = dir.file("a.mov");
+    take.make(path, 120, false, 4);
+    const QByteArray good = readAll(path);
+    const qsizetype record = good.lastIndexOf("QMXEARLY");
+    ASSERT_GT(record, 0);
+    const quint32 size = qFromBigEndian<quint32>(good.constData() + record + 8);
+    ASSERT_LE(size, 4096u);
+    for (qsizetype at = 16; at + 4 <= qsizetype(size); at += 4) {
+        for (const quint32 by : {1u, 4096u, 0x10000u, 0x80000000u}) {
+            QByteArray bytes = good;
+            put32(bytes, record + at, qFromBigEndian<quint32>(good.constData() + record + at) + by);
+            put32(bytes, record + 12, 0);
+            put32(bytes, record + 12, movCrc32c(bytes.constData() + record, size));
+            writeAll(path, bytes);
+            QmxClipReader reader;
+            ASSERT_FALSE(reader.open(path).isError());
+            ASSERT_EQ(reader.info().frames, 120) << at << " by " << by;
+            for (int n = 0; n < 120; ++n) {
+                QmxFrame got;
+                // A picture that is said to be longer than it is does not fit its checksum.
+                if (reader.readFrame(n, got).isError()) continue;
+                const QmxFrame is = got, was = take.frame(n);
+                ASSERT_EQ(is.vids().first().buffers().first().size(),
+                          was.vids().first().buffers().first().size())
+                    << at;
+                ASSERT_TRUE(is.meta().value(QmxId(12)).value<QmxTimecode>() == take.timecode(n)) << at;
+            }
+        }
+    }
+}
+
 TEST(ClipHostile, WhatIsNoFileIsNoClipAndIsNeverWaitedFor)
 {
     TestDir dir;

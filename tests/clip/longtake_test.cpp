@@ -40,10 +40,12 @@ public:
     ssize_t pread(int fd, void *data, size_t size, off64_t offset) override
     {
         if (_announced.erase(offset) == 0) ++alone;
+        if (size == size_t(MovLayout::slotSize)) ++asked;
         return QmxFiles::pread(fd, data, size, offset);
     }
     size_t most = 0; ///< announced and not yet read
     int alone = 0;   ///< reads that nobody announced
+    int asked = 0;   ///< reads as long as a slot
 
 private:
     std::set<off64_t> _announced;
@@ -91,9 +93,9 @@ TEST(LongTake, ClosesAndOpensQuickly)
     EXPECT_TRUE(reader.info().timecodeAt(frames - 1) == take.timecode(frames - 1));
 }
 
-// A slot tells where the next one is, and a medium that is asked for one after the other takes its time for
-// each.
-TEST(LongTake, IsReadFromManyPlacesAtOnceBeforeItIsClosed)
+// To be repaired it is read slot by slot. Each tells where the next one is, and a medium that is asked for
+// one after the other takes its time for each.
+TEST(LongTake, IsReadFromManyPlacesAtOnceToBeRepaired)
 {
     TestDir dir;
     const ClipTake take({128, 96, 25, 1, 203, 0, 2, false, 0});
@@ -102,13 +104,39 @@ TEST(LongTake, IsReadFromManyPlacesAtOnceBeforeItIsClosed)
         const QString path = dir.file(QString::number(frames));
         take.make(path, frames, false, 2);
         files->alone = 0;
-        QmxClipReader reader(withFiles(files));
-        ASSERT_FALSE(reader.open(path).isError());
-        EXPECT_LT(files->alone, 8) << "what is not a slot";
-        EXPECT_EQ(take.equalFrames(reader), frames);
+        bool repaired = false;
+        ASSERT_FALSE(QmxClipReader::repair(path, repaired, withFiles(files)).isError());
+        EXPECT_TRUE(repaired);
+        EXPECT_LT(files->alone, 16) << "what is not a slot, before and after it is locked";
+        EXPECT_EQ(take.wholeFrames(path), frames);
     }
     EXPECT_GE(files->most, 64u);
-    EXPECT_LE(files->most, 128u);
+    EXPECT_LE(files->most, 129u);
+}
+
+// A slot also tells of those before it.
+TEST(LongTake, IsOpenedByAFewSlotsWhileItGrows)
+{
+    struct Case
+    {
+        int frames, flushEvery, jumpEvery, channels, most;
+    };
+    // The last one leaves no room in its slots for more than where the one before is.
+    for (const Case &one :
+         {Case{1500, 2, 1000, 2, 16}, {300, 1, 2, 2, 16}, {1500, 12, 50, 0, 10}, {320, 80, 1, 2, 10}}) {
+        TestDir dir;
+        ClipTake take({128, 96, 25, 1, 203, 0, one.channels, false, 0});
+        for (int frame = one.jumpEvery; frame < one.frames; frame += one.jumpEvery)
+            take.jump(frame, 3);
+        const QString path = dir.file("a.mov");
+        take.make(path, one.frames, false, one.flushEvery);
+        const auto files = std::make_shared<AskedFiles>();
+        QmxClipReader reader(withFiles(files));
+        ASSERT_FALSE(reader.open(path).isError());
+        EXPECT_LE(files->asked, one.most) << one.flushEvery;
+        EXPECT_EQ(files->most, 0u) << "not slot by slot";
+        EXPECT_EQ(take.equalFrames(reader), one.frames) << one.flushEvery;
+    }
 }
 
 // A day and an hour of sound has more samples than a table can count.

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/clip/atomcursor.h"
 #include "platform/qmx/clip/movcrc.h"
+#include "platform/qmx/clip/movearlierslots.h"
 #include "platform/qmx/clip/movlayout.h"
 
 #include <numeric>
@@ -247,7 +248,7 @@ qint64 MovFragment::samples() const
     return std::accumulate(audioBlocks.begin(), audioBlocks.end(), qint64(0));
 }
 
-QByteArray MovFragment::toSlot(const MovFormat &format) const
+QByteArray MovFragment::toSlot(const MovFormat &format, const MovEarlierSlots &earlier) const
 {
     const qsizetype moofSize = moofBytes(*this, format, 0).size();
     const qint64 freeSize = MovLayout::slotSize - MovLayout::mdatHead - moofSize;
@@ -269,6 +270,7 @@ QByteArray MovFragment::toSlot(const MovFormat &format) const
     atoms.begin("free");
     atoms.bytes(recordBytes(record));
     if (isLinked) atoms.bytes(link.toBytes());
+    atoms.bytes(earlier.toBytes(freeSize - atoms.size()));
     atoms.zeros(int(freeSize - atoms.size()));
     atoms.end();
     atoms.bytes(moof);

@@ -8,6 +8,8 @@
 #include <span>
 #include <vector>
 
+class MovEarlierSlots;
+
 /// Half a second of a clip: what one slot describes.
 struct MovFragment
 {
@@ -44,8 +46,8 @@ struct MovFragment
 
     qint64 samples() const;
 
-    /// The 4096 bytes of its slot.
-    QByteArray toSlot(const MovFormat &format) const;
+    /// The 4096 bytes of its slot, which also tells of those before it.
+    QByteArray toSlot(const MovFormat &format, const MovEarlierSlots &earlier) const;
 
     /// What a slot says. Values of jumps are not in it, only their places. Nothing when the slot is still
     /// open or anything in it is wrong; `fileSize` bounds every offset.

@@ -42,7 +42,7 @@ QmxError movPlaceFrames(MovInput &input, const MovMovie::Track &track,
         for (quint32 i = 0; i < samples && frames.size() < track.samples; ++i) {
             const quint32 size = track.sampleSize ? track.sampleSize : track.sizes[frames.size()];
             const bool inside = offset <= input.size() - qint64(size);
-            frames.push_back({offset, inside ? size : 0, 0});
+            frames.push_back({offset, inside ? size : 0});
             offset += size;
         }
         return true;

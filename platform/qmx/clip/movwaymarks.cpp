@@ -33,6 +33,7 @@ size_t contentPosition(std::span<const uchar> block)
 
 void MovWaymarks::add(qint64 slot)
 {
+    _newest = slot;
     if (_seen++ % _stride != 0) return;
     if (_slots.size() == most) {
         for (size_t i = 0; i < most / 2; ++i)
@@ -50,13 +51,16 @@ void MovWaymarks::write(QByteArray &header) const
     const size_t place = contentPosition(block);
     if (place == 0) return;
     const size_t room = (block.size() - place - fixedSize) / markSize;
+    if (room == 0 || _slots.empty()) return;
     size_t step = 1;
-    while (_slots.size() / step > room)
+    while (_slots.size() / step >= room)
         step *= 2;
     AtomWriter marks;
     quint32 count = 0;
-    for (size_t i = 0; i < _slots.size() && count < room; i += step, ++count)
+    for (size_t i = 0; i < _slots.size() && _slots[i] < _newest && count + 1 < room; i += step, ++count)
         marks.u64(quint64(_slots[i]));
+    marks.u64(quint64(_newest));
+    ++count;
     AtomWriter record;
     record.fourcc(magic);
     record.fourcc(magic + 4);

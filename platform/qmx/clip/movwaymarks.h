@@ -6,10 +6,11 @@
 #include <span>
 #include <vector>
 
-/// Places of some slots of a clip, spread evenly over it. A slot tells only where the next one is, so without
-/// them a long clip that was never closed is opened at the pace of a medium that is asked one thing at a
-/// time. They stand in the free atom of the first block, which every flush writes anyway. They are hints:
-/// nothing that is read by them counts before its slot has been checked and reached from the one before.
+/// Places of some slots of a clip, spread evenly over it, and of the newest one, which tells of those before
+/// it (MovEarlierSlots). Where slots do not, each tells only where the next one is: without these places a
+/// long clip that was never closed would be opened at the pace of a medium that is asked one thing at a time.
+/// They stand in the free atom of the first block, which every flush writes anyway. They are hints: a slot
+/// that is found by them is checked.
 class MovWaymarks
 {
 public:
@@ -25,6 +26,7 @@ public:
 
 private:
     std::vector<qint64> _slots;
+    qint64 _newest = 0;
     quint64 _seen = 0; ///< slots so far
     quint64 _stride = 1;
 };

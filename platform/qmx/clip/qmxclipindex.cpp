@@ -3,6 +3,7 @@
 
 #include "platform/qmx/clip/atomcursor.h"
 #include "platform/qmx/clip/movdescribe.h"
+#include "platform/qmx/clip/movearlierslots.h"
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movplaces.h"
 #include "platform/qmx/clip/movslotsahead.h"
@@ -239,7 +240,7 @@ QmxError QmxClipIndex::readTimecodes(MovInput &input)
     return {};
 }
 
-void QmxClipIndex::append(MovFragment fragment, MovInput &input)
+void QmxClipIndex::append(const MovFragment &fragment, MovInput &input)
 {
     // Fragments lost to damage leave frames that cannot be read: numbers and timecodes stay. Each had at
     // least its slot in the part of the file that was skipped.
@@ -253,8 +254,11 @@ void QmxClipIndex::append(MovFragment fragment, MovInput &input)
             _lost += lost;
         }
     }
-    // Whoever finishes the file counts as we do here.
-    fragment.firstFrame = qint64(frames.size());
+    if (_keepFragments) {
+        // Whoever finishes the file counts as we do here.
+        _fragments.push_back(fragment);
+        _fragments.back().firstFrame = qint64(frames.size());
+    }
     if (info.frames == 0) {
         info.frames = 1; // so that the first timecode lies within the clip
         readTimecodes(input);
@@ -265,13 +269,27 @@ void QmxClipIndex::append(MovFragment fragment, MovInput &input)
             addRun(jump.frame, AtomCursor(bytes).u32());
     }
     for (const auto &frame : fragment.frames)
-        frames.push_back({frame.offset, frame.size, frame.crc});
+        frames.push_back({frame.offset, frame.size});
     if (!sounds.empty() && fragment.samples() > 0)
         sounds.front().chunks.push_back({fragment.firstSample, fragment.audioOffset, fragment.samples()});
     info.frames = qint64(frames.size());
     _nextSlot = fragment.end;
     _nextSequence = fragment.sequence + 1;
-    if (_keepFragments) _fragments.push_back(std::move(fragment));
+}
+
+/// By the newest slot, which tells of those before it. What slots tell of themselves alone is not known then.
+bool QmxClipIndex::loadByNewest(MovInput &input, const std::vector<qint64> &marks)
+{
+    if (_keepFragments || _onlySlots) return false;
+    // The mark of the newest slot can be on the medium before the slot is.
+    constexpr size_t tries = 2;
+    const auto use = [&](const MovFragment &fragment, qint64 all) {
+        frames.reserve(size_t(std::min(all, maxFrames)));
+        append(fragment, input);
+    };
+    for (size_t i = 0; i < std::min(tries, marks.size()); ++i)
+        if (MovEarlierSlots::read(input, _format, marks[marks.size() - 1 - i], use)) return true;
+    return false;
 }
 
 QmxError QmxClipIndex::walk(MovInput &input)
@@ -279,7 +297,9 @@ QmxError QmxClipIndex::walk(MovInput &input)
     MovSlotsAhead ahead;
     if (_nextSlot == MovLayout::firstSlot) {
         uchar head[MovLayout::block];
-        if (!input.read(head, sizeof head, 0).isError()) ahead.read(input, _format, MovWaymarks::read(head));
+        const auto marks =
+            input.read(head, sizeof head, 0).isError() ? std::vector<qint64>() : MovWaymarks::read(head);
+        if (!loadByNewest(input, marks)) ahead.read(input, _format, marks);
     }
     while (_nextSlot <= input.size() - MovLayout::slotSize && qint64(frames.size()) < maxFrames) {
         std::optional<MovFragment> fragment = ahead.take(_nextSlot);
@@ -293,7 +313,7 @@ QmxError QmxClipIndex::walk(MovInput &input)
             if (isOpen || !findSlot(input, _nextSlot + MovLayout::block, later)) break;
             fragment = later;
         }
-        append(std::move(*fragment), input);
+        append(*fragment, input);
     }
     return {};
 }
@@ -333,7 +353,6 @@ bool QmxClipIndex::findSlot(MovInput &input, qint64 from, MovFragment &fragment)
 std::optional<quint32> QmxClipIndex::crc(MovInput &input, qint64 frame)
 {
     if (!_own) return std::nullopt;
-    if (!info.closed) return frames[size_t(frame)].crc;
     // Pictures of one fragment follow each other without a gap; the slot stands right before the first.
     qint64 first = frame;
     const auto follows = [this](qint64 i) {

@@ -14,7 +14,6 @@ public:
     {
         qint64 offset = 0;
         quint32 size = 0; ///< 0: lost to damage
-        quint32 crc = 0;  ///< of a clip that is not closed
     };
     struct Chunk
     {
@@ -43,8 +42,8 @@ public:
     std::vector<Sound> sounds;
     int soundPhase = 0; ///< frame of the cadence of samples with which the clip begins
 
-    /// The checksum of a picture, when the clip has one: only our own have. Of a closed clip it is read from
-    /// the slot that still stands before the pictures of its fragment.
+    /// The checksum of a picture, when the clip has one: only our own have. It is read from the slot that
+    /// stands before the pictures of its fragment.
     std::optional<quint32> crc(MovInput &input, qint64 frame);
     bool isOwn() const { return _own; }
     /// For whoever finishes the file: what the slots say, and where the open slot stands.
@@ -69,7 +68,8 @@ private:
     QmxError placeSounds(MovInput &input);
     QmxError walk(MovInput &input);
     QmxError readSlot(MovInput &input, std::optional<MovFragment> &fragment, bool &isOpen);
-    void append(MovFragment fragment, MovInput &input);
+    void append(const MovFragment &fragment, MovInput &input);
+    bool loadByNewest(MovInput &input, const std::vector<qint64> &marks);
     bool findSlot(MovInput &input, qint64 from, MovFragment &fragment);
     QmxError readTimecodes(MovInput &input);
     void addRun(qint64 frame, quint32 value);

@@ -59,6 +59,7 @@ QmxError QmxClipReader::Private::readPicture(qint64 frame, QmxImage &image)
     QmxError error = input.read(buffer.data(), entry.size, entry.offset);
     if (error.isError()) return error;
     const std::optional<quint32> crc = index.crc(input, frame);
+    if (!crc && index.isOwn() && !index.info.closed) return input.damaged("the record of a frame is lost");
     if (crc && movCrc32c(buffer.constData(), entry.size) != *crc)
         return input.damaged("a frame has changed on the medium");
     image = QmxImage(index.info.image, {buffer});

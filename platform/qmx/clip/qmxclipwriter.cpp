@@ -214,7 +214,7 @@ QmxError QmxClipWriter::Private::publish(MovFragment &content)
         error = output.write(scratch.data(), scratch.size(), 0);
         if (error.isError()) return error;
     }
-    scratch.assign(content.toSlot(format));
+    scratch.assign(content.toSlot(format, earlier));
     content.slotCrc = movCrc32c(scratch.data(), size_t(scratch.size()));
     error = output.write(scratch.data(), scratch.size(), content.slot);
     if (error.isError()) return error;
@@ -245,6 +245,7 @@ QmxError QmxClipWriter::Private::flush()
                          .arg(path)});
     output.cache(fragment.slot, MovLayout::slotSize);
     tables.append(fragment);
+    earlier.add(fragment);
     proof.append(fragment, format);
     durable = tables.frames();
     ++fragment.sequence;
@@ -270,6 +271,7 @@ QmxError QmxClipWriter::create(const QString &path, const QmxClipInfo &info)
     d->path = path;
     d->tables = MovTables();
     d->waymarks = MovWaymarks();
+    d->earlier = MovEarlierSlots();
     d->take = QJsonObject();
     d->kept.clear();
     d->origin = QJsonArray();

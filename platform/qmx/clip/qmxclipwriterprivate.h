@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/clip/movalignedbuffer.h"
+#include "platform/qmx/clip/movearlierslots.h"
 #include "platform/qmx/clip/movlayout.h"
 #include "platform/qmx/clip/movoutput.h"
 #include "platform/qmx/clip/movpictureproof.h"
@@ -47,6 +48,7 @@ struct QmxClipWriter::Private
     MovFormat format;
     MovTables tables;
     MovWaymarks waymarks;
+    MovEarlierSlots earlier;
     QByteArray kept; ///< the header of a clip that is gone on with
     QString path;
     bool open = false;

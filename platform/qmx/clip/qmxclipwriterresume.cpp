@@ -57,6 +57,7 @@ QmxError QmxClipWriter::Private::restore(MovInput &input, const QmxClipIndex &in
         chain.setLink(old.link.link);
         lateBefore = lateTicks() - old.link.lateTicks;
         waymarks.add(old.slot);
+        earlier.add(old);
         fragment.sequence = old.sequence + 1;
     }
     written = durable = tables.frames();

@@ -8,7 +8,8 @@
 ///     0      ftyp (20), then a 16-byte place: 'wide' while recording, the 64-bit head of an 'mdat' after
 ///     36     first moov; 12-byte mdat with the first timecode; free with the waymarks (MovWaymarks)
 ///     4096   in the same free: what is known of the take as it begins (MovTake)
-///     8192   slot 0: [free with our records][moof][head of a 32-bit mdat, the last 8 bytes]
+///     8192   slot 0: [free with our records][moof][head of a 32-bit mdat, the last 8 bytes]; the records are
+///     that of the fragment, MovLink and MovEarlierSlots
 ///     12288  pictures, each at a multiple of 4096; the sound; later timecodes
 ///     N      the next slot; the last one, not filled yet, is a free of size 0 ("to the end")
 ///     close  the proof and the final moov overwrite the open slot (with chapters: they stand behind it, the

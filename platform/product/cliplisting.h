@@ -28,5 +28,6 @@ std::optional<ClipListing> takeClipListing(const std::string &folder, ClipSource
 /// Whether the folder still has the change time of the listing.
 bool isUpToDate(const ClipListing &listing);
 /// The clips of the play list `names` in its order, a clip as often as it stands there; what is not among
-/// `clips` is left out. An entry that is a part (QmxClipPart, by frame numbers) has the part's name and length.
+/// `clips` is left out. An entry that is a part (QmxClipPart, by frame numbers) has the part's name and
+/// length.
 std::vector<Clip> clipsOfPlayList(const std::vector<Clip> &clips, const std::string &names);

@@ -4,5 +4,6 @@
 #include <QStringList>
 
 /// The files in which a take may go on behind the clip at `path`: of the names that a rollover gives, on any
-/// medium, the likeliest first. Reads the folder below which media are mounted, none of the media. Any thread.
+/// medium, the likeliest first. Reads the folder below which media are mounted, none of the media. Any
+/// thread.
 QStringList takeMayGoOnIn(const QString &path);

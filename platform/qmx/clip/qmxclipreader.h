@@ -47,9 +47,9 @@ public:
     static QmxError probe(const QString &path, QmxClipInfo &info,
                           const QmxEnvironment &environment = QmxEnvironment::current());
 
-    /// Somebody holds the lock that a clip's writer keeps until it is done. Only to be asked of clips that are
-    /// not closed and hold frames: their writer has had its lock for long, so that the question cannot get in
-    /// its way.
+    /// Somebody holds the lock that a clip's writer keeps until it is done. Only to be asked of clips that
+    /// are not closed and hold frames: their writer has had its lock for long, so that the question cannot
+    /// get in its way.
     static bool isBeingRecorded(const QString &path,
                                 const QmxEnvironment &environment = QmxEnvironment::current());
 

@@ -35,21 +35,33 @@ std::optional<QByteArray> textAt(std::span<const std::uint8_t> bytes)
     return QByteArray(reinterpret_cast<const char *>(bytes.data()), end - bytes.begin());
 }
 
+/// What stands in a packet stands on multiples of four, whatever its type wants.
+template <typename T>
+T readAt(const lo_arg *value)
+{
+    T out;
+    std::memcpy(&out, value, sizeof out);
+    return out;
+}
+
 /// The value of an argument as text; nothing for types that mean nothing here.
 std::optional<QString> valueOf(char type, const lo_arg *value)
 {
+    const auto number = [](double read) {
+        return std::isfinite(read) ? std::optional(QString::number(read)) : std::nullopt;
+    };
     switch (type) {
     case 'i':
-        return QString::number(value->i);
+        return QString::number(readAt<qint32>(value));
     case 'h':
-        return QString::number(qint64(value->h));
+        return QString::number(readAt<qint64>(value));
     case 'f':
-        return std::isfinite(value->f) ? std::optional(QString::number(double(value->f))) : std::nullopt;
+        return number(double(readAt<float>(value)));
     case 'd':
-        return std::isfinite(value->d) ? std::optional(QString::number(value->d)) : std::nullopt;
+        return number(readAt<double>(value));
     case 's':
     case 'S':
-        return QString::fromUtf8(&value->s);
+        return QString::fromUtf8(reinterpret_cast<const char *>(value));
     case 'T':
         return QStringLiteral("1");
     case 'F':

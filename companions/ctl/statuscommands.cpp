@@ -88,6 +88,11 @@ QString movementText(const DeckState &deck)
 {
     if (deck.isInPlay()) return playText(deck);
     if (!deck.isRecording()) return {};
+    if (deck.startIn > 0) {
+        const QString when = deck.rate > 0 ? durationText(double(deck.startIn) / deck.rate)
+                                           : qmxCounted(deck.startIn, "frame");
+        return QStringLiteral("  begins in %1").arg(when);
+    }
     QString text =
         QStringLiteral("  %1, %2 safe").arg(qmxCounted(deck.clipFrames, "frame")).arg(deck.recordedUpTo);
     if (deck.takeCopies > 1 || deck.safeOnBoth > 0)
@@ -107,7 +112,9 @@ QString lineOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
             .arg(deck.isRecording()                   ? Report::painted(status, Report::Colour::Bad)
                  : deck.isInPlay() && deck.speed != 0 ? Report::painted(status, Report::Colour::Good)
                                                       : status)
-            .arg(deck.timecode, deck.clip.isEmpty() ? QStringLiteral("no clip") : inOneLine(deck.clip));
+            .arg(deck.timecode, deck.startIn > 0      ? QStringLiteral("the next take")
+                                : deck.clip.isEmpty() ? QStringLiteral("no clip")
+                                                      : inOneLine(deck.clip));
     text += movementText(deck);
     if (const qint64 dropped = deck.droppedCapture + deck.droppedPlayback; dropped > 0)
         text += Report::painted(QStringLiteral("  dropped %1").arg(dropped), Report::Colour::Bad);
@@ -179,6 +186,7 @@ QJsonObject objectOf(const DeckState &deck, const std::optional<QmxPreviewPictur
             {"recorded_up_to", deck.recordedUpTo},
             {"take_copies", deck.takeCopies},
             {"take_start", deck.takeStart},
+            {"start_in", deck.startIn},
             {"safe_on_both", deck.safeOnBoth},
             {"mirror_path", deck.mirrorPath},
             {"medium_seconds_left", deck.secondsLeft},

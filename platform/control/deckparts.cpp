@@ -347,6 +347,12 @@ void DeckMemory::fill(DeckState &state)
     state.grows = value(QStringLiteral("material_grows")) != 0;
     state.liveDistance = state.grows ? value(QStringLiteral("live_distance")) : -1;
     if (state.grows || state.listEntry >= 0) state.length = value(QStringLiteral("material_frames"));
+    state.startIn = state.isRecording() ? value(QStringLiteral("start_in")) : 0;
+    if (state.startIn > 0) { // what is told is still of the take before
+        state.clip.clear();
+        state.length = state.clipFrames = state.recordedUpTo = state.takeCopies = state.safeOnBoth = 0;
+        state.takeStart = 0;
+    }
     // Faster play that has come up to the newest frame goes on at normal speed, whatever was asked for.
     constexpr double atTheEdge = 1.5; // s
     if (state.grows && state.speed > 1 && double(state.liveDistance) < atTheEdge * state.rate) {

@@ -26,7 +26,9 @@ export async function until(what, ask, within = patience) {
 
 // (This fetch sends a header that else only browsers send: what they change, they change from the recorder's own page.)
 export const http = (path, { method = "GET", headers = {}, body, own = true, page = true } = {}) =>
-  fetch(new URL(path, address), { method, body, headers: { ...(page ? { Origin: new URL(address).origin } : {}), ...(own ? { Authorization: `Bearer ${token}` } : {}), ...headers } });
+  fetch(new URL(path, address), { method, body, headers: { ...(page ? { Origin: new URL(address).origin } : {}), ...(own ? { Authorization: `Bearer ${token}` } : {}), ...headers } }).catch((error) => {
+    throw new Error(`${method} ${path}: ${error.cause?.code ?? ""} ${error.cause?.message ?? error.message}`);
+  });
 
 /** What a shell says: { status, out } with the JSON that was printed. */
 export const shell = (...words) =>

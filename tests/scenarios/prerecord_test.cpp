@@ -133,8 +133,11 @@ TEST_P(StartRates, aTakeBeginsAndEndsWithExactlyTheFramesAskedFor)
         const QmxTimecode first = in(2);
         write(eParam_RecordStart, first.toString());
         pass(500);
-        const QString path = beginTake();
+        command(3);
+        EXPECT_TRUE(until([&] { return counter(QmxCounters::StartIn) > 0; })) << "it says that it waits";
+        const QString path = clipOpened();
         ASSERT_TRUE(until([&] { return counter(QmxCounters::CurrentClipFrames) >= 5; }));
+        EXPECT_EQ(counter(QmxCounters::StartIn), 0);
         const auto at = window.now();
         ASSERT_TRUE(at && at->first > 0);
         ASSERT_TRUE(window.set(at->first, at->first + 30));

@@ -95,5 +95,7 @@
     X(PreRecordRestarts, "pre_record_restarts", "times", "xp_pre_record_restarts_total", Counter, 1, \
       "Times these frames were given up because coding did not keep up") \
     X(StartLate, "start_late", "frames", "xp_take_start_late_frames", Gauge, 1, \
-      "Frames by which the take has begun behind the frame it was to begin with")
+      "Frames by which the take has begun behind the frame it was to begin with") \
+    X(StartIn, "start_in", "frames", "xp_take_start_in_frames", Gauge, 1, \
+      "Frames until the take begins that has been commanded and waits for its first frame, 0: none waits")
 // clang-format on

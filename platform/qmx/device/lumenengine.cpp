@@ -239,6 +239,10 @@ void LumenEngine::lookAtWindow()
     if (start.isSet() && start.out == 0 && told.out > 0 && told.in > 0 && told.in == _gate.first())
         set = {told.serial, start.in, told.out};
     if (_gate.look(set, _tickIndex, _capture.isRecording(), start.isSet())) _capture.noteLoss();
+    const bool waits = _capture.isRecording() && _gate.first() == 0;
+    const qint64 startIn = waits ? std::max<qint64>(_gate.in().value_or(0) - _tickIndex, 0) : 0;
+    if (std::exchange(_startIn, startIn) != startIn)
+        _environment.deck->counters.set(QmxCounters::StartIn, startIn);
 }
 
 void LumenEngine::setDirection(const QmxId &direction)

@@ -149,6 +149,7 @@ private:
     quint32 _startSerial = 0; ///< of the wish that _start has got
     QString _startText;       ///< of the last start that was wished for
     bool _lateTold = false;   ///< the alarm about a late start is up
+    qint64 _startIn = 0;      ///< frames, as told
     TakeGate _gate;
     qint64 _lostMeanwhile = 0; ///< frames, while an operation was in progress; the take's when it goes on
     qint64 _takeFirst = -1;    ///< index of the first frame of the take that runs or was the last

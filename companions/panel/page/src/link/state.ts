@@ -50,6 +50,8 @@ export interface DeckState {
   take_copies: number;
   /** Of its first frame, in us since 1970; 0: none. */
   take_start?: number;
+  /** Frames until the take begins that waits for its first frame; 0: none waits. */
+  start_in?: number;
   safe_on_both: number;
   dropped_capture: number;
   dropped_playback: number;
@@ -180,6 +182,8 @@ export interface Answer {
 }
 
 export const isRecording = (state: DeckState | null): boolean => state?.status === "recording";
+/** Frames until the take begins that waits for its first one; 0: none waits. */
+export const waitOf = (state: DeckState | null): number => (isRecording(state) ? (state?.start_in ?? 0) : 0);
 
 /** The frame of the clip that is on the output; -1: the input is, and what was played before says nothing. */
 export const frameOf = (state: DeckState | null): number => (!state?.running || isRecording(state) || state.status === "stopped" ? -1 : Math.max(0, state.frame));

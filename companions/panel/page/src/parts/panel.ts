@@ -10,7 +10,7 @@ import type { XpPicture } from "../elements/picture";
 import type { XpTimecode } from "../elements/timecode";
 import { placeName } from "../link/api";
 import { Deck } from "../link/deck";
-import { isRecording } from "../link/state";
+import { isRecording, waitOf } from "../link/state";
 import { ages } from "../link/age";
 import "./column";
 import type { XpColumn } from "./column";
@@ -203,7 +203,7 @@ export class XpPanel extends LitElement {
     const { state, stale } = this.deck;
     const name = placeName || "Recorder";
     if (stale || !state) return `! ${name}`;
-    return isRecording(state) ? `● ${placeName} Recording ${state.clip}` : `${name}: ${state.status.replaceAll("_", " ")}`;
+    return isRecording(state) && !waitOf(state) ? `● ${placeName} Recording ${state.clip}` : `${name}: ${state.status.replaceAll("_", " ")}`;
   }
 
   private banner(down: boolean) {
@@ -221,7 +221,7 @@ export class XpPanel extends LitElement {
 
   override render() {
     const { deck } = this;
-    const recording = isRecording(deck.state) && !deck.stale;
+    const recording = isRecording(deck.state) && !deck.stale && !waitOf(deck.state);
     const down = deck.state?.running === false;
     return html`
       <h1 class="hidden">Recorder</h1>

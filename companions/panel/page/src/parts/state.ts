@@ -2,7 +2,7 @@
 import { css, html, nothing } from "lit";
 import { customElement } from "lit/decorators.js";
 import { placeName } from "../link/api";
-import { frameOf, isRecording } from "../link/state";
+import { frameOf, isRecording, waitOf } from "../link/state";
 import { Part, shared } from "./part";
 import { length, room, words } from "./text";
 
@@ -47,7 +47,8 @@ export class XpState extends Part {
     const state = this.deck.state;
     const recording = isRecording(state);
     const { stale } = this.deck;
-    this.toggleAttribute("recording", recording && !stale);
+    const waits = waitOf(state);
+    this.toggleAttribute("recording", recording && !stale && !waits);
     this.toggleAttribute("stale", stale);
     if (!state) return html`<div class="head"><span class="word">Connecting</span></div>`;
     if (!state.running) return html`<div class="head"><span class="word" role="status">Recorder not running</span></div>`;
@@ -59,12 +60,12 @@ export class XpState extends Part {
     const field = (label: string, value: string) => html`<div><div class="label">${label}</div><div class="figure">${value}</div></div>`;
     return html`
       <div class="head">
-        <span class="word" role="status">${this.word((stale ? "was " : "") + (plays ? "still" : state.status))}</span>
+        <span class="word" role="status">${this.word((stale ? "was " : "") + (waits ? "waiting" : plays ? "still" : state.status))}</span>
         ${!recording && state.speed !== 0 && state.status !== "stopped" ? html`<span class="speed figure">${String(state.speed).replace("-", "−")}×</span>` : nothing}
         <span class="format">${placeName ? html`<b><bdi>${placeName}</bdi></b> ` : nothing}<span class="dim">In</span> ${state.input_locked ? state.input_format : html`<b class="none">${state.input_format === "unknown" ? "unknown format" : "no signal"}</b>`}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
       </div>
       <div class="middle">
-        <div class="clip cut" title=${state.clip}>${state.clip || "no clip"}</div>
+        <div class="clip cut" title=${state.clip}>${waits ? `The take begins in ${length(waits, state.clip_rate)}` : state.clip || "no clip"}</div>
         ${state.record_inhibited && !recording ? html`<div class="inhibited cut" title=${state.record_inhibited}>Take refused: ${state.record_inhibited}</div>` : nothing}
       </div>
       <div class="fields">

@@ -8,7 +8,7 @@ import type { XpPicture } from "../elements/picture";
 import type { XpTimecode } from "../elements/timecode";
 import { place } from "../link/api";
 import { Deck, title } from "../link/deck";
-import { isRecording } from "../link/state";
+import { isRecording, waitOf } from "../link/state";
 import "./key";
 import { shared } from "./part";
 import { room } from "./text";
@@ -109,15 +109,16 @@ export class XpTile extends LitElement {
     const recording = isRecording(state) && !deck.stale;
     const down = state?.running === false;
     const dead = deck.stale || !state?.running;
-    this.toggleAttribute("recording", recording);
+    const waits = waitOf(state) > 0;
+    this.toggleAttribute("recording", recording && !waits);
     const banner = this.banner(deck, down);
-    const word = !state ? "Connecting" : down ? "Not running" : title((deck.stale ? "was " : "") + state.status);
+    const word = !state ? "Connecting" : down ? "Not running" : title((deck.stale ? "was " : "") + (waits ? "waiting" : state.status));
     return html`
       <xp-picture ?stale=${deck.frozen > 0 || down}></xp-picture>
       ${banner ? html`<div class="banner" role="alert">${banner}</div>` : nothing}
       <div class="head">
         <span class="name cut"><bdi>${this.name}</bdi></span>
-        <xp-timecode ?recording=${recording} .age=${down ? Number.EPSILON : deck.frozen}></xp-timecode>
+        <xp-timecode ?recording=${recording && !waits} .age=${down ? Number.EPSILON : deck.frozen}></xp-timecode>
         <span class="word" role="status">${word}</span>
       </div>
       <div class="foot">

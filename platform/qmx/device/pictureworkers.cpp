@@ -52,28 +52,44 @@ PictureWorkers::PictureWorkers(int threads, const CodecLookup &lookup, const Qmx
             break;
         }
         _threads.push_back(std::move(thread));
+        std::lock_guard lock(_mutex);
+        ++_free;
     }
 }
 
 PictureWorkers::~PictureWorkers()
 {
-    std::deque<Item> dropped;
+    std::deque<Job> dropped;
     {
         std::lock_guard lock(_mutex);
         _stop = true;
-        dropped.swap(_items);
+        dropped.swap(_jobs);
+        holdTime();
     }
     _wake.notify_all();
     for (std::thread &thread : _threads)
-        thread.join();
+        _clock->join(thread, [this] {
+            std::lock_guard lock(_mutex);
+            return _ended == threads();
+        });
+}
+
+/// With the mutex held, whenever what it looks at has changed.
+void PictureWorkers::holdTime()
+{
+    if (_free == 0 || (_jobs.empty() && !_stop))
+        _handover.reset();
+    else if (!_handover)
+        _handover = _clock->busy();
 }
 
 bool PictureWorkers::post(Job job)
 {
     {
         std::lock_guard lock(_mutex);
-        if (_stop || _items.size() >= bound) return false;
-        _items.push_back({std::move(job), _clock->busy()});
+        if (_stop || _jobs.size() >= bound) return false;
+        _jobs.push_back(std::move(job));
+        holdTime();
     }
     _wake.notify_one();
     return true;
@@ -94,29 +110,39 @@ void PictureWorkers::run()
     qmxYieldToEventLoop();
     CodecContexts contexts(_lookup, &_shared);
     int prepared = 0;
+    std::shared_ptr<void> sleeper; // while it has a job
     std::unique_lock lock(_mutex);
     while (true) {
+        sleeper.reset();
         _shared.setIdle(true);
         _wake.wait(lock, [&] {
-            return _stop || !_items.empty() || _shared.isWanted() || prepared != _prepareNumber;
+            return _stop || !_jobs.empty() || _shared.isWanted() || prepared != _prepareNumber;
         });
         _shared.setIdle(false);
-        if (_stop) return;
-        if (!_items.empty()) {
-            Item item = std::move(_items.front());
-            _items.pop_front();
+        if (_stop) break;
+        if (!_jobs.empty()) {
+            sleeper = _clock->addSleeper();
+            Job job = std::move(_jobs.front());
+            _jobs.pop_front();
+            --_free;
+            holdTime();
             lock.unlock();
-            item.job(contexts);
-            item = Item();
+            job(contexts);
+            job = nullptr; // what it holds goes before it counts as done
+            lock.lock();
+            ++_free;
+            holdTime();
         } else if (_shared.isWanted()) {
             _shared.help(lock);
-            continue;
         } else {
             const QmxImageDesc desc = _prepare;
             prepared = _prepareNumber;
             lock.unlock();
             contexts.encoder(desc);
+            lock.lock();
         }
-        lock.lock();
     }
+    --_free;
+    holdTime();
+    ++_ended;
 }

@@ -66,24 +66,25 @@ public:
     PictureWorkers(const PictureWorkers &) = delete;
     PictureWorkers &operator=(const PictureWorkers &) = delete;
 
-    /// False when the queue is full or ends. On a stepped clock the time stands still until the job is done.
+    /// False when the queue is full or ends. On a stepped clock the time stands still until the job is done,
+    /// but for what it sleeps; what waits behind jobs that sleep waits as long.
     bool post(Job job);
     /// Every worker makes an encoder of this format when it is idle, before the first frame needs it.
     void prepareEncoder(const QmxImageDesc &desc);
+    int threads() const { return int(_threads.size()); }
 
 private:
-    struct Item
-    {
-        Job job;
-        std::shared_ptr<void> busy;
-    };
     void run();
+    void holdTime();
 
     std::shared_ptr<QmxClock> _clock;
     CodecLookup _lookup;
     QmxPriorityMutex _mutex;
     std::condition_variable_any _wake;
-    std::deque<Item> _items;
+    std::deque<Job> _jobs;
+    int _free = 0;                   ///< workers without one
+    std::shared_ptr<void> _handover; ///< busy token while a job, or the end, waits for one of them
+    int _ended = 0;
     SharedWork _shared;
     QmxImageDesc _prepare;
     int _prepareNumber = 0;

@@ -3,6 +3,7 @@
 
 #include "platform/qmx/codec/pixelfont.h"
 #include "platform/qmx/codec/qmxcube.h"
+#include "platform/qmx/codec/qmxenlargekernels.h"
 
 #include <algorithm>
 #include <array>
@@ -142,6 +143,27 @@ QmxPicture PictureWork::withLut(const QmxPicture &picture, const QmxImageLut &lu
         else
             lutYuvRow(picture, result, y, pixel);
     }
+    return result;
+}
+
+QmxPicture PictureWork::enlarged(const QmxPicture &picture, const QSize &size, bool interlaced)
+{
+    // What a clip holds need not be what it says.
+    const QSize from((size.width() + 1) / 2, (size.height() + 1) / 2);
+    if (!picture.isValid() || picture.size() != from) return picture;
+    QmxPicture result = QmxPicture::allocate(picture.format(), size);
+    const int fields = interlaced ? 2 : 1;
+    const int height = result.isValid() ? size.height() : 0;
+    for (int plane = 0; plane < 3; ++plane)
+        for (int y = 0; y < height; ++y) {
+            const int field = y % fields, line = y / fields;
+            const int last = (picture.height() - 1 - field) / fields;
+            const auto row = [&](int of) {
+                return picture.row(plane, std::clamp(of, 0, last) * fields + field);
+            };
+            QmxEnlargeKernels::enlargeRow(row(line / 2), row(line % 2 ? line / 2 + 1 : line / 2 - 1),
+                                          result.planeWidth(plane), result.row(plane, y));
+        }
     return result;
 }
 

@@ -20,6 +20,10 @@ QmxPicture inFormat(const QmxPicture &picture, QmxPicture::Format format);
 /// the picture as it is. One that was read from a three-dimensional file stands for that (QmxCubes).
 QmxPicture withLut(const QmxPicture &picture, const QmxImageLut &lut);
 
+/// One of half that size (rounded up), as a decoder makes it of the frequencies that it keeps, made this
+/// large; `interlaced`: each field by itself. One of another size stays as it is.
+QmxPicture enlarged(const QmxPicture &picture, const QSize &size, bool interlaced);
+
 /// A line of text (digits, letters, ":;-._ ") in white on black, centred near the bottom.
 QmxPicture withText(const QmxPicture &picture, const QString &text);
 

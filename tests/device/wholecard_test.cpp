@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The card with its real edges: generator, ProRes, strip.
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/device/picturework.h"
 #include "platform/qmx/edges/qmxfullpicture.h"
 #include "platform/qmx/edges/qmxpreview.h"
@@ -12,6 +14,9 @@
 #include <QCoreApplication>
 
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <utility>
 
 TEST(WholeCard, convertsOnTheWayInAndOut)
 {
@@ -95,6 +100,25 @@ TEST(WholeCard, convertsOnTheWayInAndOut)
 }
 
 namespace {
+/// Frames with strips, numbered from 0 on, to be held.
+QList<QmxFrame> codedFrames(const QmxImageDesc &desc, int count)
+{
+    const auto source = qmxCreateInternalGenerator(desc, QmxId(802), QmxId(), QmxEnvironment::current());
+    const auto encoder = qmxCodec(desc.dataType())->createEncoder(desc);
+    QList<QmxFrame> frames(count);
+    for (int number = 0; number < count; ++number) {
+        QmxTick tick;
+        tick.deadline = number * 40 * QmxClock::nsPerMillisecond;
+        tick.rate = desc.frameRate();
+        QmxBuffer coded;
+        EXPECT_FALSE(encoder->encode(source->take(tick).picture, coded).isError());
+        frames[number].vids().append(QmxImage(desc, {coded}));
+        frames[number].meta().insert(QmxIds::frameNumber, number);
+        frames[number].meta().insert(QmxIds::hold, true);
+    }
+    return frames;
+}
+
 /// Remembers what the sink behind it is shown.
 class Listening : public QmxSink
 {
@@ -133,21 +157,9 @@ TEST(WholeCard, aPreviewAloneIsDecodedAsSmallAsItIsAndWholeWhenSomebodyAsks)
     desc.setDataType(QmxId(203));
     device.setup(DeviceBench::setupFor(desc, 2, 1));
     Stepper::deliver();
-    const auto source = qmxCreateInternalGenerator(desc, QmxId(802), QmxId(), QmxEnvironment::current());
-    const auto encoder = qmxCodec(QmxId(203))->createEncoder(desc);
     constexpr int last = 9;
-    for (int number = 0; number <= last; ++number) {
-        QmxTick tick;
-        tick.deadline = number * 40 * QmxClock::nsPerMillisecond;
-        tick.rate = desc.frameRate();
-        QmxBuffer coded;
-        ASSERT_FALSE(encoder->encode(source->take(tick).picture, coded).isError());
-        QmxFrame frame;
-        frame.vids().append(QmxImage(desc, {coded}));
-        frame.meta().insert(QmxId(1), number);
-        frame.meta().insert(QmxId(14), number == last);
+    for (const QmxFrame &frame : codedFrames(desc, last + 1))
         device.writeFrame(frame);
-    }
     const auto shown = [&] {
         const std::lock_guard lock(edges->mutex);
         return edges->shown.isEmpty() ? QmxPicture() : edges->shown.last().picture;
@@ -171,6 +183,87 @@ TEST(WholeCard, aPreviewAloneIsDecodedAsSmallAsItIsAndWholeWhenSomebodyAsks)
     ASSERT_TRUE(Stepper::runUntil([&] { return full.read(whole); }));
     EXPECT_EQ(whole.width, 1280);
     EXPECT_EQ(QmxStrip::read(shown()), quint32(last));
+}
+
+namespace {
+/// ProRes 4444 that takes its time on the clock, less for smaller pictures.
+class SlowDecoder : public QmxVideoDecoder
+{
+public:
+    static inline std::atomic<int> wholeMs = 0;
+    static const QmxCodecRow *codec(const QmxId &)
+    {
+        static QmxCodecRow row = *qmxCodec(QmxId(205));
+        row.createDecoder = [](const QmxImageDesc &desc) -> std::unique_ptr<QmxVideoDecoder> {
+            auto decoder = std::make_unique<SlowDecoder>();
+            decoder->_real = qmxCodec(QmxId(205))->createDecoder(desc);
+            return decoder;
+        };
+        return &row;
+    }
+    QmxError decode(const QmxBuffer &coded, QmxPicture &to) override { return decodeSmaller(coded, 1, to); }
+    QmxError decodeSmaller(const QmxBuffer &coded, int divisor, QmxPicture &to) override
+    {
+        Stepper::clock()->sleepFor(std::chrono::milliseconds(wholeMs / divisor));
+        return _real->decodeSmaller(coded, divisor, to);
+    }
+
+private:
+    std::unique_ptr<QmxVideoDecoder> _real;
+};
+} // namespace
+
+TEST(WholeCard, fastPlayThatIsTooMuchToDecodeGetsSofterAndWhatStandsIsWhole)
+{
+    const auto edges = std::make_shared<BenchEdges>();
+    LumenOptions options = DeviceBench::keeping(edges, QStringLiteral("[device]\nworkers=2\n"));
+    options.codec = SlowDecoder::codec;
+    QmxVideoDevice device(options, nullptr);
+    ASSERT_TRUE(device.open(QStringLiteral("lumen")));
+    Stepper::deliver();
+    QmxImageDesc desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));
+    desc.setDataType(QmxId(205));
+    device.setup(DeviceBench::setupFor(desc, 2, 1));
+    Stepper::deliver();
+    const QList<QmxFrame> clip = codedFrames(desc, 30);
+    int next = 0;
+    const auto play = [&](int ticks, int step) {
+        for (int i = 0; i < ticks; ++i) {
+            for (; device.framesWritable() > 20; next = (next + step) % int(clip.size()))
+                device.writeFrame(clip.at(next));
+            Stepper::runTicks(1);
+        }
+        const std::lock_guard lock(edges->mutex);
+        return std::exchange(edges->shown, {});
+    };
+    const auto expectMoving = [&](int divisor) {
+        for (const QmxOutputFrame &frame : play(25, 7)) {
+            ASSERT_FALSE(frame.isRepeat);
+            ASSERT_EQ(frame.divisor, divisor);
+            ASSERT_EQ(frame.picture.size(), QSize(desc.width(), desc.height()));
+            ASSERT_EQ(QmxStrip::read(frame.picture), frame.metadata.value(QmxIds::frameNumber).toUInt());
+        }
+    };
+    const auto turn = [&](const QmxId &direction) {
+        device.setProperty(QmxIds::direction, QVariant::fromValue(direction));
+        device.flush();
+    };
+    turn(QmxIds::directionFastForward);
+    for (const auto &[wholeMs, divisor] : {std::pair{100, 2}, {20, 1}, {300, 4}}) {
+        SlowDecoder::wholeMs = wholeMs; // of the 80 ms that two workers have a tick
+        play(50, 7);
+        expectMoving(divisor);
+    }
+    EXPECT_GT(QmxEnvironment::current().deck->counters.value(QmxCounters::PicturesSoft), 50);
+    // At the end of a clip, as a still, and at normal speed: whole, however long that takes.
+    EXPECT_EQ(play(40, 0).last().divisor, 1);
+    play(25, 7);
+    expectMoving(4);
+    turn(QmxIds::directionStill);
+    EXPECT_EQ(play(25, 0).last().divisor, 1);
+    turn(QmxIds::directionPlay);
+    for (const QmxOutputFrame &frame : play(25, 1))
+        EXPECT_EQ(frame.divisor, 1);
 }
 
 TEST(PictureWork, tablesAndTextLeaveTheOriginal)
@@ -200,4 +293,21 @@ TEST(PictureWork, tablesAndTextLeaveTheOriginal)
             bright += text.row(0, y)[x] == 940;
     EXPECT_GT(bright, 500);
     EXPECT_EQ(grey.row(0, 640)[600], 502);
+}
+
+TEST(PictureWork, enlargedPicturesLieWhereTheWholeOnesDid)
+{
+    // Samples of a smaller picture are means: a ramp stays the same ramp, and fields that differ stay apart.
+    for (const bool interlaced : {false, true}) {
+        QmxPicture small = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, QSize(150, 43));
+        const auto sample = [&](int x, int y) { return interlaced && y % 2 ? 64 : 200 + x; };
+        for (int y = 0; y < small.height(); ++y)
+            for (int x = 0; x < small.width(); ++x)
+                small.row(0, y)[x] = quint16(sample(4 * x, y));
+        const QmxPicture large = PictureWork::enlarged(small, QSize(299, 85), interlaced);
+        for (int y = 0; y < large.height(); ++y)
+            for (int x = 1; x < large.width() - 1; ++x)
+                ASSERT_EQ(large.row(0, y)[x], sample(2 * x - 1, y)) << x << ' ' << y;
+        EXPECT_EQ(PictureWork::enlarged(large, large.size(), false).size(), large.size()) << "is no half";
+    }
 }

@@ -97,5 +97,7 @@
     X(StartLate, "start_late", "frames", "xp_take_start_late_frames", Gauge, 1, \
       "Frames by which the take has begun behind the frame it was to begin with") \
     X(StartIn, "start_in", "frames", "xp_take_start_in_frames", Gauge, 1, \
-      "Frames until the take begins that has been commanded and waits for its first frame, 0: none waits")
+      "Frames until the take begins that has been commanded and waits for its first frame, 0: none waits") \
+    X(PicturesSoft, "pictures_soft", "pictures", "xp_pictures_soft_total", Counter, 1, \
+      "Pictures of fast play decoded smaller than the outputs take them, for want of time")
 // clang-format on

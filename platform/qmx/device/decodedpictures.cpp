@@ -10,7 +10,7 @@ qint64 bytesOf(const DecodedPicturePtr &picture)
 }
 } // namespace
 
-DecodedPicturePtr DecodedPictures::find(const QmxFrame &frame, const QmxImageLut &lut)
+DecodedPicturePtr DecodedPictures::find(const QmxFrame &frame, const QmxImageLut &lut, bool maySoft)
 {
     auto picture = std::make_shared<DecodedPicture>();
     picture->lut = lut;
@@ -21,7 +21,9 @@ DecodedPicturePtr DecodedPictures::find(const QmxFrame &frame, const QmxImageLut
         return picture;
     }
     DecodedPicturePtr known = _known.value(serial).lock();
-    if (known && known->lut == lut && known->image.desc() == picture->image.desc()) return known;
+    if (known && known->lut == lut && known->image.desc() == picture->image.desc() &&
+        (maySoft || !known->isSoft))
+        return known;
     if (_known.size() > knownBeforeSweep)
         _known.removeIf([](const auto &entry) { return entry.value().expired(); });
     _known.insert(serial, picture);

@@ -16,9 +16,9 @@ public:
     static constexpr int kept = 12;
     static constexpr qint64 keptBytes = 256 * 1024 * 1024;
 
-    /// The picture of a frame's first image: a known one or a new one that waits to be decoded. A frame
-    /// without a valid image is done, and black.
-    DecodedPicturePtr find(const QmxFrame &frame, const QmxImageLut &lut);
+    /// The picture of a frame's first image: a known one, if it is not soft or `maySoft`, or a new one that
+    /// waits to be decoded. A frame without a valid image is done, and black.
+    DecodedPicturePtr find(const QmxFrame &frame, const QmxImageLut &lut, bool maySoft);
     /// Keeps a picture that has just been decoded for a while.
     void keep(const DecodedPicturePtr &picture);
     void clear();

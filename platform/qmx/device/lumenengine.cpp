@@ -209,7 +209,7 @@ QmxError LumenEngine::writeFrame(const QmxFrame &frame)
     if (!_playing) return {EPERM, QStringLiteral("The video device is not set up for playback")};
     if (_playback.room(_asked.maxBuffers(), _backlogBytes) == 0)
         return {EAGAIN, QStringLiteral("The playback queue of the video device is full")};
-    if (_playback.write(frame, _asked.outputLut(), _environment.clock->now()))
+    if (_playback.write(frame, _asked.outputLut(), _environment.clock->now(), isShuttle()))
         push(DeviceEvent::PlaybackDropped, _playback.newestRun());
     // At once: whoever writes looks at it between two frames.
     _environment.deck->counters.set(QmxCounters::PlaybackQueue, _playback.frames());

@@ -11,6 +11,7 @@
 #include "platform/qmx/device/outputstage.h"
 #include "platform/qmx/device/playbackchain.h"
 #include "platform/qmx/device/retiredsources.h"
+#include "platform/qmx/device/shuttlesize.h"
 #include "platform/qmx/device/startwatch.h"
 #include "platform/qmx/device/takegate.h"
 #include "platform/qmx/device/tickschedule.h"
@@ -103,15 +104,22 @@ private:
     void observe(const CardInput &seen, const QmxTick &tick);
     void captureStep(const CardInput &seen, const QmxTick &tick, QmxOutputFrame &output);
     void showOnly(const CardInput &seen, QmxOutputFrame &output);
-    void playbackStep(const CardInput &seen, QmxOutputFrame &output);
-    bool followsLive() const;
     void inputAlarms(const CardInput &seen);
-    void routeInput(const CardInput &seen, QmxOutputFrame &output) const;
     OutputStage::Work outputWork(QmxOutputFrame &output);
     void pushVbi(const QmxTimecode &timecode);
     void count(const CardInput &seen, const QmxOutputFrame &output) const;
     void countDropped() const;
     QString superText(const QmxTimecode &timecode) const;
+
+    // lumenplay.cpp: clock thread and, but for the first four, workers and event loop; locked.
+    void playbackStep(const CardInput &seen, QmxOutputFrame &output);
+    void put(const DecodedPicturePtr &picture, QmxOutputFrame &output);
+    void routeInput(const CardInput &seen, QmxOutputFrame &output) const;
+    void followShuttle(const QmxOutputFrame &output);
+    bool followsLive() const;
+    bool isShuttle() const;
+    int divisorFor(const DecodedPicture &picture) const;
+    void refine(const DecodedPicturePtr &picture);
 
     // lumenwork.cpp: jobs. The post functions are called locked.
     void postCoding();
@@ -119,8 +127,6 @@ private:
     void postProcessing(const CapturedFramePtr &frame);
     void encode(CodecContexts &contexts, const CapturedFramePtr &frame);
     void decode(CodecContexts &contexts, const DecodedPicturePtr &picture);
-    void refine(const DecodedPicturePtr &picture);
-    int divisorFor(const DecodedPicture &picture) const;
     void process(CodecContexts &contexts, const CapturedFramePtr &frame, const QmxImageLut &table);
     void captureLost(qint64 frames = 1);
     void retire(std::unique_ptr<QmxSource> source);
@@ -140,6 +146,10 @@ private:
     bool _startPending = false; ///< hardwareStarted() with the next tick
     int _divisor = 1;           ///< how many times smaller decoded pictures of this raster may be
     QSize _divisorRaster;
+    int _coarsest = 1; ///< the same in fast play, where there is no time for more
+    ShuttleSize _shuttle;
+    bool _isLate = false;    ///< the last tick's picture waits to be decoded
+    int _inOrder = 0;        ///< ticks of playback in a row that each showed the next frame
     int _repeats = 0;        ///< ticks in which the output has shown the same
     quint64 _generation = 1; ///< changes with what captured frames look like
     InputWatch _inputWatch;
@@ -170,8 +180,8 @@ private:
     std::unique_ptr<QmxSource> _input;
     std::unique_ptr<QmxSource> _internal;
     OutputStage _output;
-    QmxOutputFrame _last; ///< before conversion, without superimposed text
-    int _inOrder = 0;     ///< ticks of playback in a row that each showed the next frame
+    QmxOutputFrame _last;           ///< before conversion, without superimposed text
+    DecodedPicturePtr _lastPicture; ///< what it shows of a clip
     qint64 _clockIndex = 0;
     qint64 _wallOffset = 0; ///< from the clock's time to the time of day; 0: not known yet
     CardAlarms _alarms;

@@ -176,7 +176,9 @@ void LumenEngine::tickFrame(const QmxTick &tick, bool visible)
         _repeats = output.isRepeat ? _repeats + 1 : 0;
         _divisor = _output.divisor(output.desc, work, _repeats >= standsAfter);
         _divisorRaster = QSize(output.desc.width(), output.desc.height());
-        if (_playing && output.isRepeat && _playback.shown().valid) refine(_playback.shown().picture);
+        _coarsest = _output.coarsest(output.desc);
+        work.divisor = _divisor;
+        if (_playing) followShuttle(output);
         takeFirst = _takeFirst;
         count(seen, output);
     }
@@ -251,6 +253,7 @@ void LumenEngine::observe(const CardInput &seen, const QmxTick &tick)
 void LumenEngine::captureStep(const CardInput &seen, const QmxTick &tick, QmxOutputFrame &output)
 {
     output.isCapture = true;
+    _lastPicture.reset();
     if (_capture.isRecording() && _gate.keepsOut(tick.index)) {
         _capture.passOver();
         showOnly(seen, output);
@@ -283,68 +286,6 @@ void LumenEngine::showOnly(const CardInput &seen, QmxOutputFrame &output)
     output.audio = internal ? seen.generator.audio : seen.input.audio;
     output.timecode = _last.timecode;
     output.metadata = _inputWatch.ancillary();
-}
-
-void LumenEngine::playbackStep(const CardInput &seen, QmxOutputFrame &output)
-{
-    const PlaybackQueue::Step step = _playback.tick(_environment.clock->now());
-    if (step.setup) {
-        _running = *step.setup;
-        _capture.setTimecodeSource(_running.timecodeInputSource(),
-                                   _running.imageDesc().frameRate().timecodeRate());
-    }
-    for (const PlaybackQueue::KeyReport &key : step.keys) {
-        DeviceEvent event;
-        event.type = DeviceEvent::KeyFrame;
-        event.serial = key.run;
-        event.metadata = key.metadata;
-        _events.push(event);
-    }
-    const PlaybackQueue::Shown &shown = _playback.shown();
-    if (step.dropped) push(DeviceEvent::PlaybackDropped, shown.run);
-    postDecoding();
-    if (!shown.valid) {
-        // Nothing to play yet: what was there stays, never black.
-        const QmxTick tick = output.tick;
-        output = _last;
-        output.tick = tick;
-        output.isRepeat = true;
-        output.audio = QmxAudio();
-        return;
-    }
-    const QmxFrame &frame = shown.frame;
-    output.desc = _running.imageDesc();
-    output.picture = shown.picture->picture;
-    output.timecode = frame.meta().value(QmxIds::timecode).value<QmxTimecode>();
-    output.metadata = frame.meta();
-    const auto number = frame.meta().value(QmxIds::frameNumber);
-    output.isRepeat = !step.newFrame || (output.picture.sharesWith(_last.picture) &&
-                                         number == _last.metadata.value(QmxIds::frameNumber));
-    _inOrder = step.newFrame && number.toInt() == _last.metadata.value(QmxIds::frameNumber).toInt() + 1
-                   ? _inOrder + 1
-                   : 0;
-    const bool isHeard = step.newFrame && (!shown.hold || followsLive());
-    if (isHeard && !frame.auds().isEmpty()) output.audio = frame.auds().first();
-    _alarms.picture(shown.picture.get());
-    routeInput(seen, output);
-}
-
-/// Faster play has come up to the newest frame of a clip that grows, and goes on from there at normal speed.
-bool LumenEngine::followsLive() const
-{
-    constexpr int certain = 5; // no faster play shows so many frames in a row
-    return _inOrder >= certain && _direction == QmxIds::directionFastForward &&
-           _environment.deck->counters.value(QmxCounters::MaterialGrows) != 0;
-}
-
-/// The outputs may show the input while something else plays.
-void LumenEngine::routeInput(const CardInput &seen, QmxOutputFrame &output) const
-{
-    if (_running.videoOutRoute() != QmxIds::routeInput || !_inputWatch.isGood(seen.input)) return;
-    output.picture = seen.input.picture;
-    output.audio = seen.input.audio;
-    output.desc = seen.input.state.captureImageDesc();
-    output.isRepeat = false;
 }
 
 void LumenEngine::inputAlarms(const CardInput &seen)

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/device/lumenengine.h"
 #include "platform/qmx/device/picturework.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace {
 constexpr const char *logSource = "lumen";
@@ -111,21 +115,6 @@ void LumenEngine::postDecoding()
     }
 }
 
-int LumenEngine::divisorFor(const DecodedPicture &picture) const
-{
-    const QmxImageDesc &desc = picture.image.desc();
-    const bool asShown = QSize(desc.width(), desc.height()) == _divisorRaster && !desc.isInterlaced();
-    return asShown && picture.lut.entries() == 0 ? _divisor : 1;
-}
-
-/// A picture that stands on the output was decoded smaller than is wanted now.
-void LumenEngine::refine(const DecodedPicturePtr &picture)
-{
-    if (picture->refining || picture->divisor <= divisorFor(*picture)) return;
-    picture->refining =
-        _workers.post([this, picture](CodecContexts &contexts) { decode(contexts, picture); });
-}
-
 void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &picture)
 {
     // Constant since the picture was queued: no lock.
@@ -133,7 +122,7 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
     QmxPicture decoded;
     QmxError error(ENOTSUP);
     int damaged = 0;
-    int divisor = 1;
+    int divisor = 1, asked = 1;
     {
         std::lock_guard lock(_mutex);
         // A flush has forgotten its frame and nobody has asked for it again.
@@ -143,8 +132,10 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
             picture->refining = false;
             return;
         }
-        divisor = divisorFor(*picture);
+        asked = divisorFor(*picture);
+        divisor = isShuttle() && !picture->refining ? std::max(asked, _shuttle.divisor()) : asked;
     }
+    const qint64 begin = _environment.clock->now();
     if (QmxVideoDecoder *decoder = contexts.decoder(desc)) {
         const QmxBuffer coded = picture->image.buffers().first();
         error =
@@ -156,12 +147,17 @@ void LumenEngine::decode(CodecContexts &contexts, const DecodedPicturePtr &pictu
                      qPrintable(desc.toString()), qPrintable(error.toString()));
     else
         decoded = PictureWork::withLut(decoded, picture->lut);
+    const bool isSmaller = decoded.isValid() && decoded.width() < desc.width();
     std::lock_guard lock(_mutex);
+    _shuttle.decoded(divisor, _environment.clock->now() - begin);
+    const bool isFirst = !std::exchange(picture->refining, false);
+    picture->divisor = isSmaller ? divisor : 1;
+    picture->isSoft = isSmaller && divisor > asked;
+    if (picture->isSoft) _environment.deck->counters.add(QmxCounters::PicturesSoft);
+    if (!isFirst && !decoded.isValid()) return; // what is there is better than black
     picture->picture = decoded;
     picture->failed = error.isError();
     picture->damagedParts = damaged;
-    picture->divisor = decoded.width() < desc.width() ? divisor : 1;
     picture->state = DecodedPicture::Done;
-    if (!picture->refining) _playback.keep(picture);
-    picture->refining = false;
+    if (isFirst) _playback.keep(picture);
 }

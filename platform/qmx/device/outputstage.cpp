@@ -12,6 +12,12 @@ bool sameRaster(const QmxImageDesc &a, const QmxImageDesc &b)
 {
     return a.width() == b.width() && a.height() == b.height();
 }
+
+bool needsWork(const QmxOutputFrame &frame, const OutputStage::Work &work)
+{
+    return frame.picture.isValid() &&
+           (!work.text.isEmpty() || !sameRaster(frame.desc, work.format) || frame.divisor > work.divisor);
+}
 } // namespace
 
 OutputStage::OutputStage(std::vector<std::unique_ptr<QmxSink>> sinks, const QmxEnvironment &environment)
@@ -22,9 +28,7 @@ OutputStage::~OutputStage() = default;
 
 void OutputStage::show(const QmxOutputFrame &frame, const Work &work)
 {
-    const bool needsWork =
-        frame.picture.isValid() && (!work.text.isEmpty() || !sameRaster(frame.desc, work.format));
-    if (needsWork || _thread.pending() > 0) {
+    if (needsWork(frame, work) || _thread.pending() > 0) {
         if (!_thread.post([this, frame, work] { process(frame, work); })) ++_late;
         return;
     }
@@ -41,9 +45,17 @@ int OutputStage::divisor(const QmxImageDesc &desc, const Work &work, bool stands
     return divisor;
 }
 
+int OutputStage::coarsest(const QmxImageDesc &desc) const
+{
+    int coarsest = QmxSink::greatestDivisor;
+    for (const std::unique_ptr<QmxSink> &sink : _sinks)
+        coarsest = std::min(coarsest, sink->coarsest(desc));
+    return coarsest;
+}
+
 void OutputStage::process(QmxOutputFrame frame, const Work &work)
 {
-    frame.picture = processed(frame.picture, frame.desc, work);
+    frame.picture = processed(frame, work);
     frame.desc = work.format;
     constexpr int askEvery = 8; // ticks
     if (frame.tick.index % askEvery == 0) {
@@ -56,14 +68,27 @@ void OutputStage::process(QmxOutputFrame frame, const Work &work)
         sink->show(frame);
 }
 
-QmxPicture OutputStage::processed(const QmxPicture &picture, const QmxImageDesc &from, const Work &work)
+/// So many times smaller than the frame, or as it is where that is no larger.
+QmxPicture OutputStage::enlarged(const QmxOutputFrame &frame, int divisor)
 {
-    const bool keepsRaster = sameRaster(from, work.format);
-    if (!picture.isValid() || (work.text.isEmpty() && keepsRaster)) return picture;
-    if (_source.sharesWith(picture) && _work.format == work.format && _work.text == work.text) return _result;
+    QmxPicture picture = frame.picture;
+    for (int of = frame.divisor; of > divisor && picture.isValid(); of /= 2) {
+        const auto part = [by = of / 2](int samples) { return (samples + by - 1) / by; };
+        picture = PictureWork::enlarged(picture, {part(frame.desc.width()), part(frame.desc.height())},
+                                        frame.desc.isInterlaced());
+    }
+    return picture;
+}
+
+QmxPicture OutputStage::processed(const QmxOutputFrame &frame, const Work &work)
+{
+    if (!needsWork(frame, work)) return frame.picture;
+    if (_source.sharesWith(frame.picture) && _work == work) return _result;
+    const bool keepsRaster = sameRaster(frame.desc, work.format);
     const QSize size(work.format.width(), work.format.height());
-    const QmxPicture raster = keepsRaster ? picture : _converter.convert(picture, size, from.isInterlaced());
-    _source = picture;
+    QmxPicture raster = enlarged(frame, work.divisor);
+    if (!keepsRaster) raster = _converter.convert(raster, size, frame.desc.isInterlaced());
+    _source = frame.picture;
     _work = work;
     _result = PictureWork::withText(raster, work.text);
     return _result;

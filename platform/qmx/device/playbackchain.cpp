@@ -44,9 +44,9 @@ int PlaybackChain::room(int frames, qint64 bytes) const
     return _queue.codedBytes() < bytes || _queue.frames() == 0 ? left : 0;
 }
 
-bool PlaybackChain::write(const QmxFrame &frame, const QmxImageLut &lut, qint64 now)
+bool PlaybackChain::write(const QmxFrame &frame, const QmxImageLut &lut, qint64 now, bool maySoft)
 {
-    return _queue.write(frame, _pictures.find(frame, lut), now);
+    return _queue.write(frame, _pictures.find(frame, lut, maySoft), now);
 }
 
 std::optional<QmxFrame> PlaybackChain::current() const
@@ -59,5 +59,12 @@ QList<DecodedPicturePtr> PlaybackChain::undecoded() const
     QList<DecodedPicturePtr> pictures = _queue.ahead(decodedAhead);
     pictures.removeIf(
         [](const DecodedPicturePtr &picture) { return picture->state != DecodedPicture::Waiting; });
+    return pictures;
+}
+
+QList<DecodedPicturePtr> PlaybackChain::soft() const
+{
+    QList<DecodedPicturePtr> pictures = _queue.ahead(decodedAhead);
+    pictures.removeIf([](const DecodedPicturePtr &picture) { return !picture->isSoft; });
     return pictures;
 }

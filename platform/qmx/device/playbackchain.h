@@ -19,8 +19,9 @@ public:
     /// of the cache's position.
     void expectSought();
 
-    /// True when a dropped frame is to be reported now.
-    bool write(const QmxFrame &frame, const QmxImageLut &lut, qint64 now);
+    /// True when a dropped frame is to be reported now. `maySoft`: a picture that was decoded smaller than
+    /// the outputs take it will do.
+    bool write(const QmxFrame &frame, const QmxImageLut &lut, qint64 now, bool maySoft = false);
     PlaybackQueue::Step tick(qint64 now) { return _queue.tick(now); }
     const PlaybackQueue::Shown &shown() const { return _queue.shown(); }
     int frames() const { return _queue.frames(); }
@@ -32,6 +33,8 @@ public:
 
     /// Pictures of the next frames that nobody has been asked to decode yet.
     QList<DecodedPicturePtr> undecoded() const;
+    /// Those that were decoded smaller than the outputs take them.
+    QList<DecodedPicturePtr> soft() const;
     /// Keeps a picture that has just been decoded for a while.
     void keep(const DecodedPicturePtr &picture) { _pictures.keep(picture); }
 

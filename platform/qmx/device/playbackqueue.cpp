@@ -282,6 +282,9 @@ PlaybackQueue::Step PlaybackQueue::tick(qint64 now)
         }
         break;
     }
-    if (!step.newFrame) noteGap(step);
+    if (step.newFrame) return step;
+    noteGap(step);
+    step.isLate = _shown.valid && !_items.empty() && !_items.front().setup &&
+                  _items.front().picture->state != DecodedPicture::Done;
     return step;
 }

@@ -22,6 +22,7 @@ struct DecodedPicture
     QmxPicture picture; ///< not valid when done: black
     State state = Waiting;
     int divisor = 1;       ///< so many times smaller than the frame
+    bool isSoft = false;   ///< and smaller than the outputs take it: there was no time for more
     bool refining = false; ///< it is being decoded once more
     bool failed = false;
     int damagedParts = 0; ///< grey parts of the picture
@@ -49,6 +50,7 @@ public:
     struct Step
     {
         bool newFrame = false;                    ///< shown() is another item of the queue than before
+        bool isLate = false;                      ///< the next one waits to be decoded
         std::optional<QmxVideoDeviceSetup> setup; ///< in force from this tick on
         QList<KeyReport> keys;
         bool dropped = false; ///< to be reported now

@@ -28,7 +28,8 @@ int factorOf(int width, int height)
 /// Whether so many times more samples a line than the picture has are those of the whole one.
 bool isNoSmaller(const QmxOutputFrame &frame, int divisor)
 {
-    return !frame.picture.isValid() || frame.picture.width() * divisor >= frame.desc.width();
+    if (!frame.picture.isValid()) return true;
+    return frame.divisor <= divisor && frame.picture.width() * divisor >= frame.desc.width();
 }
 
 /// Mean of 2 x 2 samples spread over a block of factorX x factorY, as 8 bits.
@@ -136,6 +137,12 @@ int QmxPreviewSink::divisor(const QmxImageDesc &desc, bool stands) const
     // The greatest power of two in it: the preview is the same size then.
     const int divisor = factor & -factor;
     return measures ? std::min(divisor, QmxScopes::greatestDivisor(desc.width())) : divisor;
+}
+
+int QmxPreviewSink::coarsest(const QmxImageDesc &desc) const
+{
+    if (_tick <= _fullUntil) return 1;
+    return _tick <= _scopesUntil ? QmxScopes::greatestDivisor(desc.width()) : greatestDivisor;
 }
 
 void QmxPreviewSink::reduce(const QmxPicture &picture, QmxPreviewPicture &preview)

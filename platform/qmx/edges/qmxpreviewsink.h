@@ -26,6 +26,7 @@ public:
     /// As small as the preview is. While somebody looks at the scopes no smaller than they can be measured
     /// on, and whole of what stands; whole while somebody looks at the full picture.
     int divisor(const QmxImageDesc &desc, bool stands) const override;
+    int coarsest(const QmxImageDesc &desc) const override;
 
     /// A picture reduced by a whole factor until it fits, as 8-bit 4:2:0. Without picture: black.
     static void reduce(const QmxPicture &picture, QmxPreviewPicture &preview);

@@ -7,12 +7,13 @@
 struct QmxOutputFrame
 {
     QmxTick tick;
-    QmxImageDesc desc;        ///< format of the output
-    QString connection;       ///< its electrical side, for the operator
-    QString input;            ///< one sentence: what the input is, and what is wrong with it
-    QString outputs;          ///< the same of each output but the preview, a line each
-    QmxPicture picture;       ///< not valid: black
-    QmxAudio audio;           ///< not valid or empty: silence
+    QmxImageDesc desc;  ///< format of the output
+    QString connection; ///< its electrical side, for the operator
+    QString input;      ///< one sentence: what the input is, and what is wrong with it
+    QString outputs;    ///< the same of each output but the preview, a line each
+    QmxPicture picture; ///< not valid: black
+    int divisor = 1;    ///< it has the detail of one so many times smaller: no more could be decoded in time
+    QmxAudio audio;     ///< not valid or empty: silence
     QmxTimecode timecode;     ///< of the frame shown (playback) or of the generator (capture)
     QmxMetadataHash metadata; ///< of the frame shown; keys 1 and 18 say which it is
     bool isCapture = false;
@@ -35,6 +36,9 @@ public:
     /// `stands` there for a while; 1: they may not. Quick: the clock thread asks every tick.
     virtual int divisor(const QmxImageDesc &, [[maybe_unused]] bool stands) const { return 1; }
     static constexpr int greatestDivisor = 8;
+    /// Of fast play that is more than the machine can decode, pictures of the detail of those so many times
+    /// smaller will do; 1: somebody wants every sample. Quick: the clock thread asks every tick.
+    virtual int coarsest(const QmxImageDesc &) const { return greatestDivisor; }
 };
 
 /// One kind of sink: a row of the table in sinks.cpp.

@@ -9,3 +9,7 @@
 /// than pictures can be decoded; by our decoder or by libavcodec's. Nothing: it did not go through.
 std::optional<double> playThroughCard(BenchPlayer &player, int frames, bool byLibav,
                                       const QSize &size = benchClipSize);
+/// The part of the ticks that showed the picture before again, where so many a second come; as in a shuttle,
+/// which shows smaller pictures then, or not.
+std::optional<double> heldByCard(BenchPlayer &player, int frames, double ticksASecond, bool shuttle,
+                                 const QSize &size);

@@ -169,6 +169,12 @@ void MediaMachine::chooseRollover(Step &step)
         return;
     }
     const Medium *next = active ? bestOf(step.media, MediumLevel::target, activePath, mirror) : nullptr;
+    // A take that goes on on one medium alone is better than none. Not before it has to: till then both
+    // copies have a medium of their own, and another may still come.
+    const bool endsSoon = active && active->percentFree <= MediumLevel::target;
+    if (!next && endsSoon && mirror && mirror != active && mirror->writable &&
+        mirror->percentFree > MediumLevel::target)
+        next = mirror;
     const std::string path = next ? next->path : std::string();
     if (path != is.rollover) {
         step.setRollover(path);

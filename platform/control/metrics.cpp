@@ -23,7 +23,8 @@ Metric told(const QmxCountersReader::Counter &counter)
 
 void addMedia(QList<Metric> &metrics, const Recorder &recorder)
 {
-    QStringList paths{recorder.text(eParam_ActiveMediaPath), recorder.text(eParam_RolloverMediaPath)};
+    QStringList paths{recorder.text(eParam_ActiveMediaPath), recorder.text(eParam_RolloverMediaPath),
+                      recorder.text(eParam_MirrorMediaPath)};
     paths.removeDuplicates();
     paths.removeIf(
         [&](const QString &path) { return path.isEmpty() || !QFileInfo::exists(recorder.here(path)); });

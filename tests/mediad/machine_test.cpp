@@ -163,6 +163,8 @@ TEST_F(Machine, keepsTheTwoCopiesOfATakeApart)
     is.currentClip = "take.mov";
     record();
     step();
+    media[3].percentFree = 15;
+    EXPECT_EQ(step(), Writes{"rollover=/media/C"}) << "one copy that goes on is better than an end";
     media.erase(media.begin() + 3);
     EXPECT_EQ(step().front(), "active=");
     media[2].names = {"take.mov"};

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <limits>
 #include <mutex>
+#include <optional>
 #include <set>
 
 #include <sys/stat.h>
@@ -122,14 +123,16 @@ const SortRow *orderOf(const QString &sort)
     return row == std::end(sortRows) ? nullptr : row;
 }
 
-/// All that are asked for, in their order, with what has to be known for that.
-std::vector<Listed> sorted(Control &control, const QString &filter, const SortRow &order,
-                           std::list<Clip> &clips)
+/// All that are asked for, in their order, with what has to be known for that. Nothing: the medium does not
+/// answer, which is another thing than that it is empty.
+std::optional<std::vector<Listed>> sorted(Control &control, const QString &filter, const SortRow &order,
+                                          std::list<Clip> &clips)
 {
     static Lengths lengths;
     ClipFinder finder(&control.recorder().config());
     std::vector<Listed> all;
     clips = finder.findClips(true, false, true);
+    if (!finder.knowsMedium() && !control.recorder().text(eParam_ActiveMediaPath).isEmpty()) return {};
     int index = 0;
     for (const Clip &clip : clips) {
         const QString name = QString::fromStdString(clip.getName());
@@ -169,9 +172,13 @@ void getClips(Panel &panel, const HttpCall &call, Respond respond)
                          "order asc or desc"));
     onWorker(panel, respond, [=, filter = call.query.value("filter")](Control &control) {
         std::list<Clip> clips;
-        std::vector<Listed> all = sorted(control, filter, *order, clips);
-        if (direction == QLatin1String("desc")) std::reverse(all.begin(), all.end());
+        std::optional<std::vector<Listed>> listed = sorted(control, filter, *order, clips);
         const QString path = control.recorder().text(eParam_ActiveMediaPath);
+        if (!listed)
+            return problemReply(503, "no_answer", path + " does not answer",
+                                "the list is there when it does");
+        std::vector<Listed> &all = *listed;
+        if (direction == QLatin1String("desc")) std::reverse(all.begin(), all.end());
         const auto first = all.begin() + std::min(*offset, qsizetype(all.size()));
         std::vector<Listed> shown(first, first + std::min(*limit, qsizetype(all.end() - first)));
         std::set<std::string> names;

@@ -97,6 +97,7 @@ public:
     std::map<std::string, std::shared_ptr<ClipSource>> sources;
     std::map<std::string, std::shared_ptr<ClipCache>> playListCaches;
     std::string folder;          ///< that was listed last
+    bool isListed = false;       ///< it has answered
     std::vector<Clip> clips;     ///< of the last listing, in the order of recording
     std::shared_ptr<void> namer; ///< of the clip after the one that is being recorded
     /// A clip on the rollover medium, and that which it continues: found once, it is good until a take ends
@@ -118,7 +119,10 @@ public:
 void ClipFinder::Private::list(const std::string &path, std::chrono::milliseconds wait)
 {
     using Listing = std::optional<std::vector<Clip>>;
-    if (path != folder) clips.clear();
+    if (path != folder) {
+        clips.clear();
+        isListed = false;
+    }
     folder = path;
     std::shared_ptr<ClipSource> &medium = sources[path];
     if (!medium) medium = std::make_shared<SharedClipSource>(environment);
@@ -128,6 +132,7 @@ void ClipFinder::Private::list(const std::string &path, std::chrono::millisecond
         listLater(path);
         return;
     }
+    isListed = true;
     std::vector<Clip> found = answer->value_or(std::vector<Clip>());
     std::map<std::string, std::size_t> before;
     for (std::size_t i = 0; i < clips.size(); ++i)
@@ -212,6 +217,11 @@ std::list<Clip> ClipFinder::findClips(bool playableOnly, bool playListOnly, bool
         result.sort([](const Clip &a, const Clip &b) { return a.getName() < b.getName(); });
     if (playableOnly) result.remove_if([](const Clip &clip) { return clip.frames() <= 0; });
     return result;
+}
+
+bool ClipFinder::knowsMedium() const
+{
+    return d->isListed;
 }
 
 int ClipFinder::buildClipName(std::string &name, std::list<Clip> *existing)

@@ -31,6 +31,8 @@ public:
     /// has no frames; `playListOnly` gives the clips of the play list in its order, a clip as often as it
     /// stands there; `sorted` puts the others in the order of recording, the newest last, else by name.
     std::list<Clip> findClips(bool playableOnly, bool playListOnly, bool sorted);
+    /// False: the active medium has not answered yet, and findClips() does not know what is on it.
+    bool knowsMedium() const;
     /// Name of the next new clip. -1: that name is taken on the medium or by `existing` (may be null);
     /// `name` is filled in either way. With automatic takes the next free take is chosen.
     int buildClipName(std::string &name, std::list<Clip> *existing);

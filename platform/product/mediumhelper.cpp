@@ -25,6 +25,7 @@ struct MediumHelper::Queue
     std::condition_variable changed;
     quint64 asked = 0;
     quint64 answered = 0;
+    quint64 late = 0; ///< a question that was not answered in time
 };
 
 MediumHelper &MediumHelper::instance()
@@ -61,7 +62,7 @@ bool MediumHelper::ask(const std::string &medium, std::function<void()> question
     const std::shared_ptr<Queue> lane = laneOf(medium, which, environment);
     if (!lane) return false;
     std::unique_lock lock(lane->mutex);
-    if (lane->asked != lane->answered) return false;
+    if (lane->answered < lane->late) return false;
     const quint64 number = ++lane->asked;
     const bool posted =
         lane->thread.post([weak = std::weak_ptr(lane), question = std::move(question), number] {
@@ -77,7 +78,8 @@ bool MediumHelper::ask(const std::string &medium, std::function<void()> question
         return false;
     }
     wait = std::max(wait, environment.shortestMediumWait);
-    if (lane->changed.wait_for(lock, wait, [&] { return lane->answered == number; })) return true;
+    if (lane->changed.wait_for(lock, wait, [&] { return lane->answered >= number; })) return true;
+    lane->late = number;
     qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
                  "%s does not answer%s; it is not asked again until it does\n", medium.c_str(),
                  which == Lane::Room ? "" : " what is on it");

@@ -15,9 +15,10 @@ class QmxTaskThread;
 
 /// Asks media questions for the event loop, which waits for an answer at most 100 ms (`limit`).
 ///
-/// Threads: every question runs on a helper thread ("medium"), of which each medium has one a lane. A lane
-/// that has not answered in time is not asked again until its thread is back; at most `bound` threads exist,
-/// and while all hang questions are refused. Both count as no answer. ask() from any thread.
+/// Threads: every question runs on a helper thread ("medium"), of which each medium has one a lane. Questions
+/// of several threads take turns, each within its own time. A lane that has not answered one in time is not
+/// asked again until its thread is back; at most `bound` threads exist, and while all hang questions are
+/// refused. Both count as no answer. ask() from any thread.
 class MediumHelper
 {
 public:

@@ -4,6 +4,7 @@
 #include "platform/product/clipscan.h"
 #include "platform/product/file.h"
 #include "platform/product/mediacache.h"
+#include "platform/product/mediumhelper.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/store/configfactoryimpl.h"
@@ -20,6 +21,9 @@
 
 #include <atomic>
 #include <memory>
+#include <thread>
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -255,6 +259,27 @@ TEST(HangingMedium, isAskedOnceAndThenNotAgain)
     EXPECT_TRUE(Stepper::waitFor([&] { return kel::utils::file::File::file_exists(local(dir.file("a"))); }));
 }
 
+TEST(HangingMedium, isNotOneThatSomebodyElseIsAskingJustNow)
+{
+    const TestDir dir;
+    const std::string medium = local(dir.path());
+    std::atomic<bool> isBack = false;
+    bool second = false;
+    std::thread other;
+    const auto question = [&] {
+        other = std::thread([&] {
+            second = MediumHelper::instance().ask(
+                medium, [] {}, 5s);
+            isBack = true;
+        });
+        for (int i = 0; i < 50 && !isBack; ++i) // refused, it is back at once
+            std::this_thread::sleep_for(1ms);
+    };
+    EXPECT_TRUE(MediumHelper::instance().ask(medium, question, 5s));
+    other.join();
+    EXPECT_TRUE(second);
+}
+
 TEST_F(Clips, thatCouldNotBeListedInTimeAreAskedForWhenTheMediumAnswers)
 {
     expectLog("mediumhelper", "does not answer");
@@ -273,10 +298,14 @@ TEST_F(Clips, thatCouldNotBeListedInTimeAreAskedForWhenTheMediumAnswers)
     make("a.mov", 5);
     files->hang(FaultyFiles::Stat);
     EXPECT_TRUE(late.findClips(true, false, true).empty());
+    ClipFinder later(config.get());
+    EXPECT_FALSE(later.knowsMedium()) << "not empty: unknown";
     EXPECT_EQ(wanted.times, 0);
     files->release();
     EXPECT_TRUE(Stepper::waitFor([&] { return wanted.times > 0; })) << "nobody makes the list again";
     EXPECT_EQ(late.findClips(true, false, true).size(), 1U);
+    EXPECT_EQ(later.findClips(true, false, true).size(), 1U);
+    EXPECT_TRUE(later.knowsMedium());
 }
 
 } // namespace

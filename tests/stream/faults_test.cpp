@@ -78,6 +78,8 @@ TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
     EXPECT_EQ(rig.events.filter("alarm 1901 2").size(), 1);
     EXPECT_TRUE(rig.stream.isOpen() && rig.stream.isWritable()) << "a stream never closes itself";
     EXPECT_FALSE(rig.deviceQueue.isEmpty());
+    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::WriterQueue), 0)
+        << "whoever gives way to what waits for the medium waits no longer";
     files->clear();
     rig.close();
     EXPECT_EQ(rig.events.constLast(), "close");

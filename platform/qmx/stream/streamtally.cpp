@@ -83,7 +83,13 @@ void StreamTally::show(bool on)
 {
     const std::lock_guard lock(_mutex);
     _shown = on;
-    if (on) _environment.deck->counters.set(QmxCounters::TakeCopies, present());
+    if (on) {
+        _environment.deck->counters.set(QmxCounters::TakeCopies, present());
+        return;
+    }
+    // Who comes next tells of his own; whoever gives way to waiting frames would wait for these for ever.
+    for (const auto row : {QmxCounters::WriterQueue, QmxCounters::WriterQueueBytes})
+        _environment.deck->counters.set(row, 0);
 }
 
 void StreamTally::setDurable(int copy, qint64 frames)

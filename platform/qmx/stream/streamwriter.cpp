@@ -238,6 +238,7 @@ void StreamWriter::dropQueue()
     for (const Queued &waiting : _queue)
         _queuedBytes -= waiting.frame.bytes(); // one may be with the thread
     _queue.clear();
+    judgeSpeed();
 }
 
 /// A place in the queue has come free.

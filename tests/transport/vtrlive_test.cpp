@@ -162,6 +162,22 @@ TEST_F(LivePlay, aRecorderThatStallsIsWaitedForWithoutADropAndJoinedAgain)
     expectRunning(50, oneSecond);
 }
 
+TEST_F(LivePlay, aFlushIsWaitedForWithoutADropHoweverLateItIs)
+{
+    order(QmxStartOrder::Place::Live);
+    player.vtr().play(1.0);
+    ASSERT_TRUE(runUntilFrame(120));
+    for (int late = 20; late <= 640; late += 20) {
+        recorder.files->stallNth(FaultyFiles::Fdatasync, 1, late * QmxClock::nsPerMillisecond);
+        for (int read = 1; read <= 100; ++read) // what is read takes its time, too
+            player.files->stallNth(FaultyFiles::Pread, read, 4 * QmxClock::nsPerMillisecond);
+        Stepper::runMs(1800);
+        player.files->clear();
+        ASSERT_EQ(player.counter(QmxCounters::FramesDroppedPlayback), 0) << late << " ms";
+    }
+    EXPECT_GT(player.counter(QmxCounters::LiveWaits), 0);
+}
+
 TEST_F(LivePlay, whenItsRecorderIsKilledItEndsWithItsLastSafeFrameAndSaysSo)
 {
     allowLog("vtrobject", "STREAM: Cache Error");

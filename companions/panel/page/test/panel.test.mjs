@@ -381,6 +381,30 @@ test("a part is marked by keys and by drag, replayed, and dragged into the list;
   assert.deepEqual(await shown(page), there);
 });
 
+test("a proxy is made, told with its clip, and seen in the browser", async () => {
+  const one = await open(browser, { hash: "#/clips" });
+  const name = `watched_${Date.now()}`;
+  await xpctl("set", "clip_base_name", name);
+  await xpctl("record", "--for", "3");
+  const row = one.locator("xp-clips .row", { hasText: name });
+  await row.click();
+  await one.getByRole("button", { name: "Watch…" }).click();
+  await one.getByRole("button", { name: "Make a proxy" }).click();
+  const film = one.locator("xp-watch video");
+  await film.waitFor({ timeout: 120_000 }).catch(async (error) => {
+    throw new Error(`${error.message}; the media daemon: ${await xpctl("get", "media_order_state")}; the page: ${await one.locator("xp-clips .foot").innerText()}`);
+  });
+  const at = await film.evaluate((video) => new Promise((resume, fail) => {
+    const seek = () => ((video.onseeked = () => resume(video.currentTime)), (video.currentTime = 2));
+    video.addEventListener("error", () => fail(new Error(video.error.message)));
+    video.readyState > 0 ? seek() : (video.onloadedmetadata = seek);
+  }));
+  assert.ok(Math.abs(at - 2) < 0.1, `${at} s`);
+  await until("the clip with its proxy, in one row", async () => ((await row.count()) === 1 && /with proxy/.test(await row.textContent())) || undefined);
+  assert.deepEqual(one.complaints, []);
+  await one.context().close();
+});
+
 test("a take is planned, told and taken out; an input without a signal is said", async () => {
   const one = await open(browser);
   await one.evaluate(() => (location.hash = "#/media"));

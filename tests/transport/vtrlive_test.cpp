@@ -237,6 +237,37 @@ TEST_F(LivePlay, theEndOfTheTakeIsTheEndAndARolloverIsNot)
     EXPECT_LT(player.counter(QmxCounters::MaterialFrames), last) << "another clip is itself alone";
 }
 
+TEST_F(LivePlay, aTakeThatEndsWhileItsClipIsBeingOpenedIsPlayedToItsEnd)
+{
+    // Alone and in a list: its length has been read, and the question whether somebody records it waits.
+    for (const bool isList : {false, true}) {
+        QmxPlayListEntry entry;
+        entry.setName("take");
+        entry.setDesc(recorder.recordDesc);
+        entry.setLength(qmxRoomToGrow);
+        QmxPlayList list;
+        list.append(entry);
+        player.playbackDesc = isList ? QVariant::fromValue(list) : recorder.recordDesc;
+        player.files->stallNth(FaultyFiles::Flock, 1, QmxClock::nsPerSecond);
+        player.vtr().play(1.0);
+        Stepper::runMs(300);
+        recorder.vtr().standbyOff();
+        ASSERT_TRUE(recorder.runUntilMode(VtrMode::StandbyOff));
+        QmxClipInfo info;
+        ASSERT_FALSE(QmxClipReader::probe(recorder.recordDesc.toString(), info).isError());
+        ASSERT_TRUE(
+            Stepper::runUntil([&] { return onOutput() >= 0 && isStill(); }, 60 * QmxClock::nsPerSecond));
+        EXPECT_EQ(onOutput(), info.frames - 1);
+        EXPECT_EQ(player.counter(QmxCounters::MaterialFrames), info.frames);
+        player.vtr().standbyOff();
+        ASSERT_TRUE(player.runUntilMode(VtrMode::StandbyOff));
+        if (isList) break;
+        recorder.recordDesc = recorder.media.file("take_002.mov");
+        recorder.vtr().record();
+        ASSERT_TRUE(Stepper::runUntil([this] { return recorder.framesRecorded() >= 150; }));
+    }
+}
+
 TEST_F(LivePlay, inAListAnEntryGrowsAndTheNextOneFollowsAtItsEnd)
 {
     player.recordClip("closed.mov", 2 * oneSecond);

@@ -42,15 +42,26 @@ bool StreamReaderGrowth::isAtItsEnd(const QmxClipInfo &info) const
     return part.isPart && !part.to.isEmpty() && info.frames >= _entries.range(_last).end;
 }
 
+/// Whether the clip that has just been opened may become longer.
+bool StreamReaderGrowth::grows(QmxClipReader &clip)
+{
+    const QmxClipInfo info = clip.info();
+    if (info.closed || info.foreign || isAtItsEnd(info)) return false;
+    if (QmxClipReader::isBeingRecorded(_path, _environment)) return true;
+    // Finished since it was opened: it has its last frames only now, and may go on in another one.
+    if (clip.refresh().isError() || !clip.info().closed) return false;
+    _entries.update(_last, clip.info());
+    return true;
+}
+
 StreamReaderGrowth::Now StreamReaderGrowth::begin()
 {
     _path = _source.entries.at(_last).path;
     QmxError error;
     const std::shared_ptr<QmxClipReader> clip = _entries.open(_last, error);
     if (!clip) return {};
+    const bool growing = grows(*clip);
     const QmxClipInfo info = clip->info();
-    const bool growing = !info.closed && !info.foreign && !isAtItsEnd(info) &&
-                         QmxClipReader::isBeingRecorded(_path, _environment);
     _frames = lengthOf(info);
     _changed = now();
     const bool goesOn = growing || (!_source.isList && followAgain(info));
@@ -60,15 +71,18 @@ StreamReaderGrowth::Now StreamReaderGrowth::begin()
 /// What was played behind the clip when it was opened before is still there. Whether the last one grows.
 bool StreamReaderGrowth::followAgain(const QmxClipInfo &first)
 {
-    bool grows = false;
+    bool isLastGrowing = false;
     QmxClipInfo info = first;
     for (const QString &path : _source.sequels) {
         bool mayCome = false;
         if (_source.entries.constFirst().part.isPart || !info.closed || !follow(path, info, mayCome)) break;
-        info = _entries.info(_last).value_or(QmxClipInfo());
-        grows = !info.closed && QmxClipReader::isBeingRecorded(path, _environment);
+        QmxError error;
+        const std::shared_ptr<QmxClipReader> clip = _entries.open(_last, error);
+        isLastGrowing = clip && grows(*clip);
+        info = clip ? clip->info() : QmxClipInfo();
+        _frames = std::max(_frames, lengthOf(info));
     }
-    return grows;
+    return isLastGrowing;
 }
 
 StreamReaderGrowth::Now StreamReaderGrowth::look()

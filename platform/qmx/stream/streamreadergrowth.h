@@ -34,6 +34,7 @@ public:
 private:
     qint64 lengthOf(const QmxClipInfo &info) const;
     bool isAtItsEnd(const QmxClipInfo &info) const;
+    bool grows(QmxClipReader &clip);
     Now closed(const QmxClipInfo &info);
     bool followAgain(const QmxClipInfo &first);
     bool follow(const QString &path, const QmxClipInfo &before, bool &mayCome);

@@ -3,6 +3,7 @@
 
 #include "platform/control/answer.h"
 #include "platform/control/who.h"
+#include "platform/qmx/core/qmxtimecode.h"
 
 #include <QMap>
 #include <QString>
@@ -45,6 +46,15 @@ struct VerbArgument
     bool isOption = false;
 };
 
+/// Where a frame is, as an argument of type Place says it.
+struct VerbPlace
+{
+    std::optional<unsigned> frame; ///< its number; else it is
+    QmxTimecode timecode;
+
+    static std::optional<VerbPlace> parse(const QString &text);
+};
+
 /// What somebody asks for. A value.
 struct Request
 {
@@ -69,8 +79,14 @@ struct VerbCall
     const Request &request;
     const Who &who;
 
-    /// As given; empty when it was not.
+    /// As given; empty when it was not. The others are for arguments of their types, which have been checked
+    /// before the verb begins.
     QString text(const char *argument) const { return request.arguments.value(QLatin1String(argument)); }
+    bool has(const char *argument) const { return !text(argument).isEmpty(); }
+    bool isOn(const char *argument) const { return integer(argument) == 1; } ///< a switch
+    int integer(const char *argument, int otherwise = 0) const;
+    double number(const char *argument, double otherwise = 0) const;
+    VerbPlace place(const char *argument) const;
 };
 
 /// One thing that can be asked of the recorder: a row of the table in verbtable.cpp.

@@ -6,8 +6,7 @@
 namespace {
 std::chrono::seconds length(const VerbCall &call)
 {
-    const QString given = call.text("seconds");
-    return given.isEmpty() ? Ownership::defaultLength : std::chrono::seconds(given.toInt());
+    return std::chrono::seconds(call.integer("seconds", int(Ownership::defaultLength.count())));
 }
 } // namespace
 

@@ -248,8 +248,8 @@ Answer performRename(const VerbCall &call)
 
 Answer performVerify(const VerbCall &call)
 {
-    const bool isAll = call.text("all") == "1";
-    if (isAll != call.text("clip").isEmpty())
+    const bool isAll = call.isOn("all");
+    if (isAll == call.has("clip"))
         return Answer::refused(Cause::Argument, "wrong_argument",
                                isAll ? "either one clip or all can be verified" : "which clip is missing",
                                "for example: xpctl verify take_001.mov, xpctl verify --all");
@@ -264,12 +264,12 @@ Answer performVerify(const VerbCall &call)
 
 Answer performExport(const VerbCall &call)
 {
-    const bool isList = call.text("list") == "1";
-    const bool isProxy = call.text("proxy") == "1";
+    const bool isList = call.isOn("list");
+    const bool isProxy = call.isOn("proxy");
     Recorder &recorder = call.recorder;
     // With the list there is no clip, and a shell's first word is where it goes.
     Request request = call.request;
-    if (isList && call.text("to").isEmpty()) request.arguments["to"] = request.arguments.take("clip");
+    if (isList && !call.has("to")) request.arguments["to"] = request.arguments.take("clip");
     const VerbCall given{recorder, request, call.who};
     const std::string clip = isList ? std::string() : given.text("clip").toStdString();
     if (given.text("to").isEmpty() || (!isList && clip.empty()))
@@ -280,10 +280,10 @@ Answer performExport(const VerbCall &call)
     MediaOrder order = newOrder(given);
     order.from = recorder.text(eParam_ActiveMediaPath).toStdString();
     order.proxy = isProxy;
-    order.burn = call.text("burn") == "1";
+    order.burn = call.isOn("burn");
     order.to = exportPath(given, clip, isProxy);
     order.entries = isList ? recorder.text(eParam_PlayList).toStdString() : clip;
-    if (!isList && (!call.text("in").isEmpty() || !call.text("out").isEmpty()))
+    if (!isList && (call.has("in") || call.has("out")))
         order.entries += ('[' + call.text("in") + '-' + call.text("out") + ')').toStdString();
     if (order.entries.empty())
         return Answer::refused(Cause::Deck, "nothing_to_play", "the play list is empty");

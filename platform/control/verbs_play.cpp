@@ -120,8 +120,8 @@ bool isHeldAtTheEnd(const Recorder &recorder, qint64 frame)
 Answer performPlay(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
-    const QString speed = call.text("speed").isEmpty() ? QStringLiteral("1") : call.text("speed");
-    const double value = speed.toDouble();
+    const QString speed = call.has("speed") ? call.text("speed") : QStringLiteral("1");
+    const double value = call.number("speed", 1);
     if (value == 0.0) return performStill(call);
     if (const auto refused = nothingToShow(call)) return *refused;
     const auto before = recorder.alarms();
@@ -162,7 +162,7 @@ Answer performPlay(const VerbCall &call)
         }
         return gaveUp(recorder, "playback has not begun", errors);
     }
-    if (call.text("until_done") == "1") {
+    if (call.isOn("until_done")) {
         constexpr std::chrono::hours dayLong(24);
         recorder.waitFor([&] { return !recorder.isPlaying(); }, dayLong);
         if (!recorder.daemonIsRunning()) return gaveUp(recorder, "playback has not come to its end");
@@ -204,7 +204,7 @@ Answer performStill(const VerbCall &call)
 Answer performStep(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
-    const int count = call.text("frames").toInt();
+    const int count = call.integer("frames");
     if (const auto refused = nothingToShow(call)) return *refused;
     if (!enterStill(recorder)) {
         return gaveUp(recorder, "there is no picture to step from");
@@ -233,8 +233,7 @@ Answer performCue(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
     const QString where = call.text("where");
-    bool isFrame = false;
-    const unsigned frame = where.toUInt(&isFrame);
+    const VerbPlace place = call.place("where");
     if (const auto refused = nothingToShow(call)) return *refused;
     if (const auto refused = outsideMaterial(recorder, where)) return *refused;
     // Out of stop a timecode would find no frame to count from.
@@ -242,8 +241,8 @@ Answer performCue(const VerbCall &call)
         return gaveUp(recorder, "there is no picture to cue from");
     }
     const auto cue = [&] {
-        return isFrame ? recorder.write(eParam_CueToFrame, frame)
-                       : recorder.write(eParam_CueToTimecode, where);
+        return place.frame ? recorder.write(eParam_CueToFrame, *place.frame)
+                           : recorder.write(eParam_CueToTimecode, where);
     };
     if (const QString reason = cue(); !reason.isEmpty()) {
         return storeError(reason);
@@ -252,8 +251,8 @@ Answer performCue(const VerbCall &call)
         return Answer::done();
     }
     const auto there = [&] {
-        return isFrame ? recorder.counter("frame_on_output") == qint64(frame)
-                       : QmxTimecode(recorder.timecode()).timecodeMatches(QmxTimecode(where));
+        return place.frame ? recorder.counter("frame_on_output") == qint64(*place.frame)
+                           : QmxTimecode(recorder.timecode()).timecodeMatches(place.timecode);
     };
     const auto still = [&] { return recorder.status() == TransportStatus::Still; };
     if (!recorder.waitFor([&] { return still() && there(); }, Wait::pictureWithin)) {

@@ -101,7 +101,7 @@ Answer performLive(const VerbCall &call)
     if (const auto refused = whyNot(call)) return *refused;
     QmxStartOrder order;
     order.place = QmxStartOrder::Place::Live;
-    order.seconds = std::abs(call.text("seconds").toDouble());
+    order.seconds = std::abs(call.number("seconds"));
     order.clip = growingClip(recorder);
     if (order.clip.isEmpty())
         return Answer::refused(Cause::Deck, "nothing_grows",
@@ -129,7 +129,7 @@ Answer performReplay(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
     if (const auto refused = whyNot(call)) return *refused;
-    const double speed = call.text("speed").isEmpty() ? 1 : call.text("speed").toDouble();
+    const double speed = call.number("speed", 1);
     const Material material = Material::of(recorder, recorder.clip());
     if (!material.isThere()) return material.refusal();
     QString told;

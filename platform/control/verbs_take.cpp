@@ -300,7 +300,7 @@ std::optional<Answer> giveStart(const VerbCall &call)
 Answer performRecord(const VerbCall &call)
 {
     Recorder &recorder = call.recorder;
-    const std::chrono::duration<double> wanted(call.text("for").toDouble());
+    const std::chrono::duration<double> wanted(call.number("for"));
     if (isRecording(recorder)) {
         if (call.request.repeatIsDone) return recording(recorder);
         return Answer::refused(Cause::Deck, "already_recording",

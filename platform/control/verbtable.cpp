@@ -209,21 +209,58 @@ const VerbRow *findVerb(const QString &name)
 }
 
 namespace {
-bool makesSense(const VerbArgument &argument, const QString &text)
+std::optional<int> integerOf(const QString &text)
 {
     bool isNumber = false;
+    const int value = text.toInt(&isNumber);
+    return isNumber ? std::optional(value) : std::nullopt;
+}
+
+std::optional<double> numberOf(const QString &text)
+{
+    bool isNumber = false;
+    const double value = text.toDouble(&isNumber);
+    return isNumber ? std::optional(value) : std::nullopt;
+}
+} // namespace
+
+std::optional<VerbPlace> VerbPlace::parse(const QString &text)
+{
+    bool isNumber = false;
+    const unsigned frame = text.toUInt(&isNumber);
+    if (isNumber) return VerbPlace{frame, {}};
+    const QmxTimecode timecode(text);
+    return timecode.isValid() ? std::optional(VerbPlace{std::nullopt, timecode}) : std::nullopt;
+}
+
+int VerbCall::integer(const char *argument, int otherwise) const
+{
+    return integerOf(text(argument)).value_or(otherwise);
+}
+
+double VerbCall::number(const char *argument, double otherwise) const
+{
+    return numberOf(text(argument)).value_or(otherwise);
+}
+
+VerbPlace VerbCall::place(const char *argument) const
+{
+    return VerbPlace::parse(text(argument)).value_or(VerbPlace());
+}
+
+namespace {
+bool makesSense(const VerbArgument &argument, const QString &text)
+{
+    const auto isWithin = [&argument](const auto &value) { // (no number is in no range)
+        return value && *value >= argument.minimum && *value <= argument.maximum;
+    };
     switch (argument.type) {
-    case Type::Integer: {
-        const int value = text.toInt(&isNumber);
-        return isNumber && value >= argument.minimum && value <= argument.maximum;
-    }
-    case Type::Number: {
-        const double value = text.toDouble(&isNumber);
-        return isNumber && value >= argument.minimum && value <= argument.maximum; // no number is in no range
-    }
+    case Type::Integer:
+        return isWithin(integerOf(text));
+    case Type::Number:
+        return isWithin(numberOf(text));
     case Type::Place:
-        text.toUInt(&isNumber);
-        return isNumber || QmxTimecode(text).isValid();
+        return VerbPlace::parse(text).has_value();
     case Type::Text:
     case Type::Clip:
     case Type::Medium:

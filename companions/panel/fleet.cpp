@@ -36,9 +36,10 @@ QString keyFile()
     return QmxPlaces().settings + "/fleet.key";
 }
 
-qint64 wallSeconds()
+std::chrono::seconds wallTime()
 {
-    return QmxEnvironment::current().clock->wallTime() / QmxClock::nsPerSecond;
+    const std::chrono::nanoseconds now(QmxEnvironment::current().clock->wallTime());
+    return std::chrono::duration_cast<std::chrono::seconds>(now);
 }
 
 QString lineOf(const QString &path)
@@ -180,7 +181,7 @@ void Fleet::run()
     const auto clock = QmxEnvironment::current().clock;
     while (!_stop) {
         announce();
-        FleetProbe probe(_key, wallSeconds());
+        FleetProbe probe(_key, wallTime());
         QList<FleetMachine> found = probe.ask(find());
         {
             const std::lock_guard lock(_mutex);
@@ -193,7 +194,7 @@ void Fleet::run()
 
 bool Fleet::verify(const HttpCall &call, QByteArray &proof)
 {
-    return _key.verify(call, wallSeconds(), proof);
+    return _key.verify(call, wallTime(), proof);
 }
 
 std::optional<HttpReply> Fleet::resolve(const QString &kind, const QString &name, const HttpCall &call,
@@ -244,7 +245,7 @@ std::optional<HttpReply> Fleet::passTo(const FleetMachine &machine, const HttpCa
                                 .arg(machine.problem),
                             "look at its line in /etc/xp/fleet, and whether its panel runs");
     const FleetKey::Signature signature =
-        _key.sign(call.method, to.target, to.caller, to.role, call.body, machine.certificate, wallSeconds());
+        _key.sign(call.method, to.target, to.caller, to.role, call.body, machine.certificate, wallTime());
     to.name = machine.name;
     to.host = machine.host;
     to.address = machine.address;

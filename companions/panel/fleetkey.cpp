@@ -13,7 +13,7 @@
 
 namespace {
 constexpr qsizetype shortestKey = 32;
-constexpr qint64 agreesWithin = 60; ///< seconds between the clocks of two machines
+constexpr std::chrono::seconds agreesWithin{60}; ///< between the clocks of two machines
 
 /// What a signature stands for.
 QByteArray signedText(const QByteArrayList &parts, const QByteArray &body, const QByteArray &certificate)
@@ -52,27 +52,29 @@ QByteArray FleetKey::proof(const QByteArray &nonce, const QByteArray &certificat
 
 FleetKey::Signature FleetKey::sign(const QByteArray &method, const QByteArray &target,
                                    const QByteArray &caller, const QByteArray &role, const QByteArray &body,
-                                   const QByteArray &certificate, qint64 wallSeconds) const
+                                   const QByteArray &certificate, std::chrono::seconds wall) const
 {
-    const QByteArray time = QByteArray::number(wallSeconds);
+    const QByteArray time = QByteArray::number(qint64(wall.count()));
     const QByteArray nonce = randomToken().toLatin1();
     const QByteArray all = signedText({method, target, time, nonce, caller, role}, body, certificate);
     return {"Fleet " + time + ' ' + nonce + ' ' + mac(all), nonce};
 }
 
-bool FleetKey::verify(const HttpCall &call, qint64 wallSeconds, QByteArray &proofOfAnswer)
+bool FleetKey::verify(const HttpCall &call, std::chrono::seconds wall, QByteArray &proofOfAnswer)
 {
     constexpr size_t mostSeen = 65536;
     const QByteArrayList words = call.header("authorization").split(' ');
     if (!isSet() || words.size() != 4) return false;
-    const qint64 time = words[1].toLongLong();
+    const std::chrono::seconds time(words[1].toLongLong());
     const QByteArray &nonce = words[2];
     const QByteArray all = signedText(
         {call.method, call.target, words[1], nonce, call.header(callerHeader), call.header(roleHeader)},
         call.body, call.certificate);
-    if (!isSame(words[3], mac(all)) || std::abs(time - wallSeconds) > agreesWithin) return false;
-    std::erase_if(_seen, [wallSeconds](const auto &one) { return one.second < wallSeconds; });
-    if (_seen.size() >= mostSeen || !_seen.emplace(nonce, time + agreesWithin + 1).second) return false;
+    if (!isSame(words[3], mac(all)) || std::chrono::abs(time - wall) > agreesWithin) return false;
+    std::erase_if(_seen, [wall](const auto &one) { return one.second < wall; });
+    if (_seen.size() >= mostSeen ||
+        !_seen.emplace(nonce, time + agreesWithin + std::chrono::seconds(1)).second)
+        return false;
     proofOfAnswer = proof(nonce, call.certificate);
     return true;
 }

@@ -3,6 +3,7 @@
 
 #include "companions/panel/http.h"
 
+#include <chrono>
 #include <map>
 
 /// The secret that the panels of a fleet share, in a file of each machine. It never travels: who passes a
@@ -27,10 +28,10 @@ public:
     };
     Signature sign(const QByteArray &method, const QByteArray &target, const QByteArray &caller,
                    const QByteArray &role, const QByteArray &body, const QByteArray &certificate,
-                   qint64 wallSeconds) const;
+                   std::chrono::seconds wall) const;
     /// Whether a request was signed with this key, now, for the first time; `proof` for the answer's header
     /// X-Xp-Proof.
-    bool verify(const HttpCall &call, qint64 wallSeconds, QByteArray &proof);
+    bool verify(const HttpCall &call, std::chrono::seconds wall, QByteArray &proof);
     QByteArray proof(const QByteArray &nonce, const QByteArray &certificate) const;
 
     static constexpr auto callerHeader = "x-xp-caller";
@@ -41,5 +42,5 @@ private:
     QByteArray mac(const QByteArray &text) const;
 
     QByteArray _key;
-    std::map<QByteArray, qint64> _seen; ///< nonces, and when they may be forgotten
+    std::map<QByteArray, std::chrono::seconds> _seen; ///< nonces, and when they may be forgotten
 };

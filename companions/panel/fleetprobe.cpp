@@ -32,12 +32,12 @@ template <typename Stream>
 class Question : public std::enable_shared_from_this<Question<Stream>>
 {
 public:
-    Question(Stream stream, FleetMachine &machine, const FleetKey &key, qint64 wallSeconds)
+    Question(Stream stream, FleetMachine &machine, const FleetKey &key, std::chrono::seconds wall)
         : _stream(std::move(stream)),
           _resolver(_stream.get_executor()),
           _machine(machine),
           _key(key),
-          _wallSeconds(wallSeconds)
+          _wall(wall)
     {
         is("silent", QStringLiteral("nobody answers there"));
     }
@@ -91,7 +91,7 @@ private:
     void ask()
     {
         const FleetKey::Signature signature =
-            _key.sign("GET", selfTarget, "fleet", "view", {}, _certificate, _wallSeconds);
+            _key.sign("GET", selfTarget, "fleet", "view", {}, _certificate, _wall);
         _proof = _key.proof(signature.nonce, _certificate);
         _request = {http::verb::get, selfTarget, 11};
         _request.set(http::field::host, hostHeader(_machine.address, _machine.port).toStdString());
@@ -147,7 +147,7 @@ private:
     tcp::resolver _resolver;
     FleetMachine &_machine;
     const FleetKey &_key;
-    const qint64 _wallSeconds;
+    const std::chrono::seconds _wall;
     QByteArray _certificate;
     QByteArray _proof;
     http::request<http::empty_body> _request;
@@ -158,17 +158,17 @@ private:
 
 struct FleetProbe::Private
 {
-    Private(const FleetKey &ofFleet, qint64 seconds) : key(ofFleet), wallSeconds(seconds) {}
+    Private(const FleetKey &ofFleet, std::chrono::seconds now) : key(ofFleet), wall(now) {}
 
     const FleetKey &key;
-    const qint64 wallSeconds;
+    const std::chrono::seconds wall;
     QList<FleetMachine> machines;
     asio::ssl::context tls = contextOfClients();
     asio::io_context io; // last: its end waits for the resolver
 };
 
-FleetProbe::FleetProbe(const FleetKey &key, qint64 wallSeconds)
-    : d(std::make_unique<Private>(key, wallSeconds))
+FleetProbe::FleetProbe(const FleetKey &key, std::chrono::seconds wall)
+    : d(std::make_unique<Private>(key, wall))
 {}
 
 FleetProbe::~FleetProbe() = default;
@@ -179,11 +179,10 @@ QList<FleetMachine> FleetProbe::ask(QList<FleetMachine> machines)
     for (FleetMachine &machine : d->machines) {
         if (machine.port == 0) continue; // it is known already what is wrong with it
         if (machine.isTls)
-            std::make_shared<Question<Secured>>(Secured(Plain(d->io), d->tls), machine, d->key,
-                                                d->wallSeconds)
+            std::make_shared<Question<Secured>>(Secured(Plain(d->io), d->tls), machine, d->key, d->wall)
                 ->start();
         else
-            std::make_shared<Question<Plain>>(Plain(d->io), machine, d->key, d->wallSeconds)->start();
+            std::make_shared<Question<Plain>>(Plain(d->io), machine, d->key, d->wall)->start();
     }
     d->io.run_for(answerWithin + std::chrono::seconds(1)); // (a name that nobody resolves takes longer)
     return d->machines;

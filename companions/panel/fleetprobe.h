@@ -6,6 +6,7 @@
 
 #include <QList>
 
+#include <chrono>
 #include <memory>
 
 /// Asks machines who they are, all at once, each to prove it with the fleet's key and over TLS also that its
@@ -14,7 +15,8 @@
 class FleetProbe
 {
 public:
-    FleetProbe(const FleetKey &key, qint64 wallSeconds);
+    /// `wall`: time of day, since 1970-01-01 00:00 UTC.
+    FleetProbe(const FleetKey &key, std::chrono::seconds wall);
     ~FleetProbe();
     FleetProbe(const FleetProbe &) = delete;
     FleetProbe &operator=(const FleetProbe &) = delete;

@@ -110,7 +110,7 @@ void HttpConnection<Stream>::start()
 }
 
 template <typename Stream>
-void HttpConnection<Stream>::readHeader(int within)
+void HttpConnection<Stream>::readHeader(std::chrono::seconds within)
 {
     _parser.emplace();
     _parser->header_limit(Limit::header);

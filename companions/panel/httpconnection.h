@@ -10,6 +10,7 @@
 #include <boost/beast/ssl/ssl_stream.hpp>
 
 #include <array>
+#include <chrono>
 #include <deque>
 
 /// One client of HTTP: request after request, then perhaps server-sent events; a WebSocket goes on elsewhere.
@@ -30,7 +31,7 @@ private:
     using Response = boost::beast::http::response<boost::beast::http::string_body>;
 
     void beSilent();
-    void readHeader(int within);
+    void readHeader(std::chrono::seconds within);
     void readBody();
     void handle();
     HttpCall callOf(const Request &request) const;
@@ -47,9 +48,9 @@ private:
     void close();
     void drain();
     void failedRead(boost::system::error_code error);
-    void expire(int seconds)
+    void expire(std::chrono::seconds within)
     {
-        boost::beast::get_lowest_layer(_stream).expires_after(std::chrono::seconds(seconds));
+        boost::beast::get_lowest_layer(_stream).expires_after(within);
     }
 
     std::shared_ptr<ConnectionContext> _context;

@@ -3,6 +3,7 @@
 
 #include "companions/panel/panel.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -46,12 +47,12 @@ constexpr size_t body = 1024 * 1024;
 constexpr size_t webSocketMessage = 64 * 1024;
 constexpr int connections = 600;
 constexpr int connectionsOfAPeer = 200;
-constexpr int requestWithin =
-    10;                        ///< s from the connection, or the last answer's first byte, to a whole request
-constexpr int idleFor = 60;    ///< s between requests
-constexpr int sendWithin = 20; ///< s that a piece of an answer may take
-constexpr int lingerFor = 2;   ///< s that a client which still sends has to see the last answer
-constexpr size_t waitingEvents = 512; ///< that a client of events may be behind
+/// From the connection, or the last answer's first byte, to a whole request.
+constexpr std::chrono::seconds requestWithin{10};
+constexpr std::chrono::seconds idleFor{60};    ///< between requests
+constexpr std::chrono::seconds sendWithin{20}; ///< that a piece of an answer may take
+constexpr std::chrono::seconds lingerFor{2};   ///< that a client which still sends has to see the last answer
+constexpr size_t waitingEvents = 512;          ///< that a client of events may be behind
 constexpr size_t waitingBytes = 4 * 1024 * 1024;
 constexpr size_t unacknowledgedPictures = 2; ///< on their way to a client that acknowledges them
 constexpr int unsentBytes =

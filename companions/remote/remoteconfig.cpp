@@ -51,7 +51,10 @@ bool parseDelay(NinepinOptions &options, const QString &value)
 
 bool parsePreroll(NinepinOptions &options, const QString &value)
 {
-    return parseNumber(value, 0, 59, 10, options.preroll);
+    int seconds = 0;
+    if (!parseNumber(value, 0, 59, 10, seconds)) return false;
+    options.preroll = std::chrono::seconds(seconds);
+    return true;
 }
 
 bool parseType(std::uint16_t &type, const QString &value)

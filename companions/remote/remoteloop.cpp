@@ -196,13 +196,13 @@ void RemoteLoop::listClips(Clips listed)
     if (!isTaken) tell({});
 }
 
-int RemoteLoop::waitTime() const
+std::chrono::milliseconds RemoteLoop::waitTime() const
 {
     qint64 first = _publishAt;
     for (const auto &port : _ports)
         if (const auto deadline = port->deadline()) first = std::min(first, *deadline);
-    const qint64 left = first - now();
-    return left <= 0 ? 0 : int((left + QmxClock::nsPerMillisecond - 1) / QmxClock::nsPerMillisecond);
+    const QmxClock::Duration left(first - now());
+    return std::max(std::chrono::milliseconds(0), std::chrono::ceil<std::chrono::milliseconds>(left));
 }
 
 void RemoteLoop::run()
@@ -221,7 +221,7 @@ void RemoteLoop::turn()
         port->wants(polls);
         owners.resize(polls.size(), port.get());
     }
-    if (poll(polls.data(), polls.size(), waitTime()) < 0 && errno != EINTR) return;
+    if (poll(polls.data(), polls.size(), int(waitTime().count())) < 0 && errno != EINTR) return;
     for (std::size_t i = 1; i < polls.size(); ++i)
         if (polls[i].revents != 0) owners[i]->ready(polls[i]);
     std::uint64_t woken = 0;

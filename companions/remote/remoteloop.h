@@ -13,6 +13,7 @@
 #include "platform/qmx/core/qmxtakewindow.h"
 
 #include <atomic>
+#include <chrono>
 #include <deque>
 #include <mutex>
 #include <thread>
@@ -40,7 +41,7 @@ private:
 
     void run();
     void turn();
-    int waitTime() const;
+    std::chrono::milliseconds waitTime() const;
     void publish();
     void post(std::function<void()> work);
     void wake() const;

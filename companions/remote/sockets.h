@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -39,18 +40,18 @@ RemoteFd openTerminal(const QString &device, QString &problem);
 } // namespace Sockets
 
 /// How much of one peer is read: whoever sends more is read later, so that a flood costs nobody else their
-/// reply, nor the recorder a core. Time in nanoseconds.
+/// reply, nor the recorder a core. Moments in nanoseconds.
 class ReadPace
 {
 public:
-    static constexpr qint64 window = 10'000'000;
+    static constexpr std::chrono::nanoseconds window = std::chrono::milliseconds(10);
     static constexpr qint64 mostCalls = 8; ///< of new peers, in a window
 
     explicit ReadPace(qint64 mostInAWindow) : _most(mostInAWindow) {}
     void took(qint64 amount, qint64 now)
     {
         if (now >= _until) _taken = 0;
-        if (_taken == 0) _until = now + window;
+        if (_taken == 0) _until = now + window.count();
         _taken += amount;
     }
     /// When it may be read again; nothing: now.

@@ -120,7 +120,7 @@ TEST(PlaybackChain, whatWaitsIsBoundedInBytesButForOneFrame)
     EXPECT_EQ(chain.room(40, bytes), 0);
     const DecodedPicturePtr first = chain.undecoded().first();
     first->state = DecodedPicture::Done;
-    chain.tick(PlaybackQueue::startTime);
+    chain.tick(PlaybackQueue::startTime.count());
     EXPECT_EQ(chain.room(40, bytes), 36) << "one came onto the output";
 }
 

@@ -4,7 +4,9 @@
 #include <algorithm>
 
 NinepinSession::NinepinSession(const NinepinOptions &options, Give give)
-    : _options(options), _give(std::move(give)), _prerollTime(0, 0, options.preroll, 0, 25, false)
+    : _options(options),
+      _give(std::move(give)),
+      _prerollTime(0, 0, int(options.preroll.count()), 0, 25, false)
 {}
 
 QByteArray NinepinSession::answer(const NinepinBlock &block, const DeckView &view, qint64 now,

@@ -6,6 +6,7 @@
 #include "companions/remote/ninepin/ninepineditpoints.h"
 #include "companions/remote/ninepin/ninepintime.h"
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <span>
@@ -16,8 +17,8 @@ struct NinepinOptions
     std::uint16_t deviceType525 = 0x2025; ///< told while timecodes count 30 or 60 frames
     std::uint16_t deviceType625 = 0x2125;
     bool mayRecord = false;
-    int editDelay = 5; ///< frames from the command to the frame on which edit on and off act
-    int preroll = 5;   ///< seconds, until an editor presets its own
+    int editDelay = 5;               ///< frames from the command to the frame on which edit on and off act
+    std::chrono::seconds preroll{5}; ///< until an editor presets its own
 };
 
 /// One controller's deck: answers blocks out of a moment's view and tells what the deck has to do. Follows

@@ -194,7 +194,7 @@ void QmxEventDispatcher::unregisterSocketNotifier(QSocketNotifier *notifier)
 
 void QmxEventDispatcher::registerTimer(int timerId, qint64 interval, Qt::TimerType type, QObject *object)
 {
-    d->timers.add(timerId, interval, type, object, d->clock->now());
+    d->timers.add(timerId, std::chrono::milliseconds(interval), type, object, d->clock->now());
 }
 
 bool QmxEventDispatcher::unregisterTimer(int timerId)

@@ -8,14 +8,15 @@
 
 #include <algorithm>
 
-void QmxTimerTable::add(int timerId, qint64 intervalMs, Qt::TimerType type, QObject *object, qint64 now)
+void QmxTimerTable::add(int timerId, std::chrono::milliseconds interval, Qt::TimerType type, QObject *object,
+                        qint64 now)
 {
     Timer timer;
     timer.id = timerId;
-    timer.interval = intervalMs * QmxClock::nsPerMillisecond;
+    timer.interval = interval;
     timer.type = type;
     timer.object = object;
-    timer.deadline = now + timer.interval;
+    timer.deadline = now + timer.interval.count();
     timer.order = ++_order;
     _timers.append(timer);
 }
@@ -35,7 +36,7 @@ QList<QAbstractEventDispatcher::TimerInfo> QmxTimerTable::of(QObject *object) co
     QList<QAbstractEventDispatcher::TimerInfo> result;
     for (const Timer &timer : _timers)
         if (timer.object == object)
-            result.append({timer.id, int(timer.interval / QmxClock::nsPerMillisecond), timer.type});
+            result.append({timer.id, int(timer.interval / std::chrono::milliseconds(1)), timer.type});
     return result;
 }
 
@@ -83,8 +84,9 @@ bool QmxTimerTable::fire(qint64 now)
         Timer *timer = find(entry.id);
         // A receiver before it may have stopped or restarted it, or fired it from a nested loop.
         if (!timer || timer->order != entry.order || timer->active || timer->deadline > now) continue;
-        timer->deadline += timer->interval;
-        if (timer->deadline <= now) timer->deadline = now + timer->interval; // no bursts after a stall
+        timer->deadline += timer->interval.count();
+        if (timer->deadline <= now)
+            timer->deadline = now + timer->interval.count(); // no bursts after a stall
         timer->active = true;
         QTimerEvent event(entry.id);
         QCoreApplication::sendEvent(timer->object, &event);

@@ -4,6 +4,7 @@
 #include <QAbstractEventDispatcher>
 #include <QList>
 
+#include <chrono>
 #include <limits>
 
 /// The timers of an event loop whose time is handed in. Event loop only.
@@ -12,7 +13,8 @@ class QmxTimerTable
 public:
     static constexpr qint64 never = std::numeric_limits<qint64>::max();
 
-    void add(int timerId, qint64 intervalMs, Qt::TimerType type, QObject *object, qint64 now);
+    void add(int timerId, std::chrono::milliseconds interval, Qt::TimerType type, QObject *object,
+             qint64 now);
     bool remove(int timerId);
     bool removeAll(QObject *object);
     QList<QAbstractEventDispatcher::TimerInfo> of(QObject *object) const;
@@ -27,7 +29,7 @@ private:
     struct Timer
     {
         int id = 0;
-        qint64 interval = 0; // nanoseconds
+        std::chrono::nanoseconds interval{};
         Qt::TimerType type = Qt::CoarseTimer;
         QObject *object = nullptr;
         qint64 deadline = 0;

@@ -29,7 +29,7 @@ std::optional<QmxVideoState> InputDetector::step(const QmxVideoState &seen, qint
         _ticks = 0;
         // All states without a good signal are one to whoever is told.
         if (_unknown) {
-            if (deadline - *_unknownSince < unknownTime) return {};
+            if (std::chrono::nanoseconds(deadline - *_unknownSince) < unknownTime) return {};
             return accept(seen);
         }
         if (!_state.isValid()) return {};
@@ -41,7 +41,8 @@ std::optional<QmxVideoState> InputDetector::step(const QmxVideoState &seen, qint
         _ticks = 0;
     }
     ++_ticks;
-    const bool steady = _ticks >= steadyTicks && deadline - _since >= steadyTime;
+    const std::chrono::nanoseconds since(deadline - _since);
+    const bool steady = _ticks >= steadyTicks && since >= steadyTime;
     if (_unknown || !_state.isValid()) return steady ? accept(seen) : std::nullopt;
     if (seen == _state) return {};
     return accept(seen);

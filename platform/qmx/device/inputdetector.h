@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxvideostate.h"
 
+#include <chrono>
 #include <optional>
 
 /// Makes a steady state out of what a source sees from tick to tick. A loss counts at once (the source
@@ -12,10 +13,10 @@
 class InputDetector
 {
 public:
-    static constexpr qint64 steadyTime = 500'000'000; ///< ns
+    static constexpr std::chrono::nanoseconds steadyTime = std::chrono::milliseconds(500);
     static constexpr int steadyTicks = 12;
-    /// A new source without signal counts as known to have none after this time, in ns.
-    static constexpr qint64 unknownTime = 1'000'000'000;
+    /// A new source without signal counts as known to have none after this time.
+    static constexpr std::chrono::nanoseconds unknownTime = std::chrono::seconds(1);
 
     /// The state found when the device is opened, good or not, holds at once.
     void begin(const QmxVideoState &found);

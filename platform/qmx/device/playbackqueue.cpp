@@ -183,7 +183,7 @@ bool PlaybackQueue::hasStarted(Run &run, qint64 now) const
         if (item.picture->state != DecodedPicture::Done) break;
         ++decoded;
     }
-    run.started = decoded >= startFrames || now - run.firstWritten >= startTime;
+    run.started = decoded >= startFrames || std::chrono::nanoseconds(now - run.firstWritten) >= startTime;
     return run.started;
 }
 

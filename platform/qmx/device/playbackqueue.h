@@ -7,6 +7,7 @@
 
 #include <QList>
 
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -36,8 +37,9 @@ using DecodedPicturePtr = std::shared_ptr<DecodedPicture>;
 class PlaybackQueue
 {
 public:
-    static constexpr int startFrames = 4;            ///< decoded frames that start a run
-    static constexpr qint64 startTime = 200'000'000; ///< ns after which a run starts with fewer
+    static constexpr int startFrames = 4; ///< decoded frames that start a run
+    /// After which a run starts with fewer.
+    static constexpr std::chrono::nanoseconds startTime = std::chrono::milliseconds(200);
 
     /// A flagged frame came onto the output.
     struct KeyReport

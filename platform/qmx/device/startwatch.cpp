@@ -51,7 +51,7 @@ std::optional<qint64> StartWatch::lateFrame() const
     const std::optional<qint64> ahead = distance(_start, _recent.back());
     const bool isBound = _start.wall != 0; // a bare timecode comes again tomorrow
     if (!ahead || *ahead >= 0) return std::nullopt;
-    if (!isBound && -*ahead > lateSeconds * _rate.timecodeRate()) return std::nullopt;
+    if (!isBound && -*ahead > lateBy.count() * _rate.timecodeRate()) return std::nullopt;
     return _recent.back().index + *ahead;
 }
 
@@ -66,7 +66,7 @@ void StartWatch::giveUp(qint64 now)
 
 void StartWatch::takeBegins(qint64 now)
 {
-    if (_missed && now - _missed->since <= lateSeconds * _rate.timecodeRate()) {
+    if (_missed && now - _missed->since <= lateBy.count() * _rate.timecodeRate()) {
         const Missed missed = *_missed;
         set(missed.start, missed.end);
         _asked = missed.asked;
@@ -129,7 +129,7 @@ void StartWatch::place(qint64 &at, const QmxTakeMoment &moment, const Frame &fra
         return;
     }
     if (!ahead) return;
-    const bool isNear = *ahead >= 0 && *ahead <= nearSeconds * fps;
+    const bool isNear = *ahead >= 0 && *ahead <= nearBy.count() * fps;
     if (isNear) at = frame.index + *ahead;
 }
 

@@ -5,6 +5,7 @@
 #include "platform/qmx/core/qmxtakewindow.h"
 #include "platform/qmx/core/qmxvideorate.h"
 
+#include <chrono>
 #include <deque>
 #include <optional>
 
@@ -24,10 +25,10 @@ public:
     };
     /// How long before it a start may hold back a take that has been commanded: one commanded earlier is
     /// another take.
-    static constexpr qint64 nearSeconds = 10;
+    static constexpr std::chrono::seconds nearBy{10};
     /// How long after a start was given up, or past when it was wished for as a timecode (which comes again
     /// tomorrow), a take still counts as the one that was to begin with it.
-    static constexpr qint64 lateSeconds = 60;
+    static constexpr std::chrono::seconds lateBy{60};
 
     /// Another wish; both None: no longer any.
     void set(const QmxTakeMoment &start, const QmxTakeMoment &end);

@@ -219,7 +219,7 @@ void QmxStream::Private::begin(const StreamAsk &of)
     if (ask.writes && peer) postAlarm(QmxIds::alarmMirrorLost, QmxAlarm::Clear, QString());
     dropAhead();
     percentFree = 100;
-    deadline.start(operationLimitMs);
+    deadline.start(operationLimit);
     if (ask.writes) {
         writer = makeWriter(ask);
         writer->open();

@@ -59,7 +59,7 @@ void QmxStream::Private::cancelOpening()
         tellOpenFailed(of, QmxError(ECANCELED));
     });
     setToken(QStringLiteral("closing %1").arg(ask.what()));
-    deadline.start(operationLimitMs);
+    deadline.start(operationLimit);
     closeCurrent();
 }
 
@@ -78,7 +78,7 @@ void QmxStream::Private::beginClosing()
     }
     pendingAtClose = writer ? writer->pending() : 0;
     closeCurrent();
-    deadline.start(operationLimitMs);
+    deadline.start(operationLimit);
 }
 
 void QmxStream::Private::closeCurrent()
@@ -145,7 +145,7 @@ void QmxStream::Private::deadlineReached()
     if (state == State::Closing && writer && writer->hasBacklog()) {
         if (const int pending = writer->pending(); pending < pendingAtClose) {
             pendingAtClose = pending;
-            deadline.start(operationLimitMs);
+            deadline.start(operationLimit);
             return;
         }
     }

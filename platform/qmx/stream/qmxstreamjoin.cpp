@@ -37,7 +37,7 @@ void QmxStream::Private::beginJoined()
         writer = makeWriter(ask);
         writer->open();
     }
-    deadline.start(operationLimitMs);
+    deadline.start(operationLimit);
     post([this, of = ask] {
         if (state == State::Opening && writer && ask.number == of.number && !ask.cancelled)
             openDone(of, {}, {});

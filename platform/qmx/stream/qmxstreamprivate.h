@@ -13,6 +13,7 @@
 #include <QTimer>
 
 #include <atomic>
+#include <chrono>
 #include <list>
 #include <memory>
 #include <optional>
@@ -27,7 +28,7 @@ struct QmxStream::Private : StreamPair::Receiver
 
     static constexpr const char *logSource = "stream";
     /// An open or close that takes longer hangs in the kernel; ten seconds are promised.
-    static constexpr int operationLimitMs = 9500;
+    static constexpr std::chrono::milliseconds operationLimit{9500};
     /// The file of the next clip is made when the medium has so much left, in percent. A percent above the
     /// level from which the recorder may go on on the next medium at any moment.
     static constexpr int aheadLevel = 12;
@@ -70,7 +71,7 @@ struct QmxStream::Private : StreamPair::Receiver
     void writerLostCopy(const QmxError &why, const QString &left) override;
     void writerRoom(StreamPair *of) override;
     void writerLevel(StreamPair *of, int percentFree) override;
-    void writerWrote(qint64 microseconds) override;
+    void writerWrote(QmxClock::Duration took) override;
     // What the reader tells (qmxstreamreading.cpp).
     void readerResults();
     void readerGrown(const QString &ended);

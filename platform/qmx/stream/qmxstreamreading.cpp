@@ -23,7 +23,7 @@ void QmxStream::Private::readerResults()
     for (const StreamReader::Result &result : results) {
         if (!alive || reader.get() != asked) return; // a receiver has gone on to something else
         if (result.request > 0) emit q->readIsDone(result.frame, result.data, result.error, result.user);
-        if (alive && *benchmarkOn) writerWrote(result.microseconds);
+        if (alive && *benchmarkOn) writerWrote(result.took);
     }
 }
 

@@ -72,7 +72,7 @@ void QmxStream::Private::writerFailed(StreamPair *of, const QmxError &error, boo
         environment.deck->recordFailures.report(path, error);
 }
 
-void QmxStream::Private::writerWrote(qint64 microseconds)
+void QmxStream::Private::writerWrote(QmxClock::Duration took)
 {
-    emit q->benchmark(int(microseconds), QmxTimeStamp::getCurrent());
+    emit q->benchmark(int(took / std::chrono::microseconds(1)), QmxTimeStamp::getCurrent());
 }

@@ -61,7 +61,7 @@ void StreamPair::makeWriter(int number)
     events.closed = [this, number](const QmxError &error) { copyClosed(number, error); };
     events.failed = [this, number](const QmxError &error, bool fatal) { copyFailed(number, error, fatal); };
     events.room = [this] { _receiver->writerRoom(this); };
-    events.wrote = [this](qint64 microseconds) { _receiver->writerWrote(microseconds); };
+    events.wrote = [this](QmxClock::Duration took) { _receiver->writerWrote(took); };
     if (number > 0)
         events.level = [this, number](int percent) { secondLevel(number, percent); };
     else if (_environment.deck->nextClip.isNamed())

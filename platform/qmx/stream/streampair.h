@@ -49,7 +49,7 @@ public:
         virtual void writerRoom(StreamPair *pair) = 0;
         /// Percent free of the first copy's medium, after each flush, if anybody names the clip that follows.
         virtual void writerLevel(StreamPair *pair, int percentFree) = 0;
-        virtual void writerWrote(qint64 microseconds) = 0; ///< while it is measured
+        virtual void writerWrote(QmxClock::Duration took) = 0; ///< while it is measured
     };
 
     /// `measured` is looked at for every frame written.

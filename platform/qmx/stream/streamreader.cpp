@@ -277,7 +277,7 @@ void StreamReader::readFrame(const Request &request)
             result.data.meta().insert(id, keys.value(id));
         if (_source.isList) openNeighbours(place.index);
     }
-    result.microseconds = (_environment.clock->now() - begin) / 1000;
+    result.took = _environment.clock->since(begin);
     deliver(result);
 }
 
@@ -347,7 +347,7 @@ void StreamReader::closeAll()
         _wishes.clear();
     }
     for (const Request &request : waiting)
-        deliver({request.frame, {}, QmxError(ECANCELED), 0, request.number, request.user});
+        deliver({request.frame, {}, QmxError(ECANCELED), {}, request.number, request.user});
     _entries.closeAll();
     {
         const std::lock_guard lock(_mutex);

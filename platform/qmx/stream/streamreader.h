@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxclock.h"
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/stream/qmxstreaminfo.h"
@@ -38,8 +39,8 @@ public:
         int frame = 0;
         QmxFrame data; ///< with its keys 1, 9, 10, 12, 18
         QmxError error;
-        qint64 microseconds = 0; ///< duration of the read
-        int request = 0;         ///< number given to read(); 0: wished for
+        QmxClock::Duration took{}; ///< to read it
+        int request = 0;           ///< number given to read(); 0: wished for
         void *user = nullptr;
     };
 

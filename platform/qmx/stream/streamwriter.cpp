@@ -19,10 +19,10 @@ constexpr int minimumQueueFrames = 32;
 constexpr int poolShare = 3;
 constexpr qint64 minimumQueueBytes = 64 * 1024 * 1024;
 /// Half a second is promised, at any rate; what is being coded comes on top.
-constexpr qint64 flushInterval = 350 * QmxClock::nsPerMillisecond;
+constexpr QmxClock::Duration flushInterval = std::chrono::milliseconds(350);
 /// A flush begins earlier by what the last ones took, at most by so much: a medium that only flushes does not
 /// get faster by it.
-constexpr qint64 mostFlushAhead = 200 * QmxClock::nsPerMillisecond;
+constexpr QmxClock::Duration mostFlushAhead = std::chrono::milliseconds(200);
 /// The medium is slow while the queue is fuller than the first fraction, until it is emptier than the second.
 constexpr double slowAbove = 0.5;
 constexpr double slowUntil = 0.1;
@@ -190,9 +190,9 @@ bool StreamWriter::step()
 bool StreamWriter::isFlushDue() const
 {
     if (_unflushed == 0) return false;
-    const qint64 now = _environment.clock->now();
-    const qint64 wait = flushInterval - std::min(_flushTakes, mostFlushAhead);
-    return now - _firstUnflushed >= wait && now - _lastFlush >= flushInterval - mostFlushAhead;
+    const QmxClock &clock = *_environment.clock;
+    return clock.since(_firstUnflushed) >= flushInterval - std::min(_flushTakes, mostFlushAhead) &&
+           clock.since(_lastFlush) >= flushInterval - mostFlushAhead;
 }
 
 StreamWriter::Step StreamWriter::nextStep(Queued &next)

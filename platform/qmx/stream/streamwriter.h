@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/qmx/clip/qmxclipwriter.h"
+#include "platform/qmx/core/qmxclock.h"
 #include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxframe.h"
 #include "platform/qmx/core/qmxlatency.h"
@@ -38,8 +39,8 @@ public:
         std::function<void(const QmxError &)> closed;
         /// `fatal`: the medium has failed, told once; else one frame was refused.
         std::function<void(const QmxError &, bool fatal)> failed;
-        std::function<void()> room;                     ///< the queue was full and is so no longer
-        std::function<void(qint64 microseconds)> wrote; ///< a frame has been written; not by a second copy
+        std::function<void()> room;                         ///< the queue was full and is so no longer
+        std::function<void(QmxClock::Duration took)> wrote; ///< a frame; not told by a second copy
         /// After a flush: percent of the medium that is free, as the recorder measures it. May be empty.
         std::function<void(int percentFree)> level;
     };
@@ -158,9 +159,9 @@ private:
     StreamWriterLock _fileMutex;
     std::unique_ptr<QmxClipWriter> _writer;
     std::shared_ptr<void> _emergency;
-    qint64 _unflushed = 0;      ///< frames written since the last flush
-    qint64 _firstUnflushed = 0; ///< when the first of them came into the queue
-    qint64 _lastFlush = 0;      ///< when it was done
-    qint64 _flushTakes = 0;     ///< ns, as far as one knows
+    qint64 _unflushed = 0;            ///< frames written since the last flush
+    qint64 _firstUnflushed = 0;       ///< when the first of them came into the queue
+    qint64 _lastFlush = 0;            ///< when it was done
+    QmxClock::Duration _flushTakes{}; ///< as far as one knows
     QmxLatency _latency;
 };

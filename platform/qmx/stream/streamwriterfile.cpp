@@ -102,7 +102,7 @@ void StreamWriter::writeFrame(const QmxFrame &frame, qint64 since)
         if (_unflushed++ == 0) _firstUnflushed = since;
         _latency.add(QmxClock::Duration(end - begin));
         if (*_measured && _tally->speaks(_copy))
-            tell([this, microseconds = (end - begin) / 1000] { _events.wrote(microseconds); });
+            tell([this, took = QmxClock::Duration(end - begin)] { _events.wrote(took); });
     }
     frameLeft();
 }
@@ -112,10 +112,10 @@ void StreamWriter::flushFile()
     const qint64 begin = _environment.clock->now();
     const QmxError error = _writer->flush();
     _lastFlush = _environment.clock->now();
-    const qint64 took = _lastFlush - begin;
-    _latency.add(QmxClock::Duration(took));
+    const QmxClock::Duration took(_lastFlush - begin);
+    _latency.add(took);
     constexpr double forgets = 0.8; // a slow one is expected again for a while
-    _flushTakes = std::max(took, qint64(double(_flushTakes) * forgets));
+    _flushTakes = std::max(took, std::chrono::duration_cast<QmxClock::Duration>(_flushTakes * forgets));
     const qint64 lost = std::exchange(_unflushed, 0);
     if (error.isError()) {
         // They were written and are not on the medium for all anybody knows.

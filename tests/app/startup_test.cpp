@@ -63,7 +63,10 @@ TEST(QtMessages, reachTheLogAtTheirLevel)
     }
     EXPECT_EQ(seen, QStringList({"3 a debug text", "3 an information", "2 a warning with 100% caf\u00e9",
                                  "1 a critical text"}));
-    EXPECT_EXIT(qFatal("a fatal text"), ::testing::KilledBySignal(SIGABRT), "");
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // the log has a thread
+    EXPECT_EXIT((qmxLogOpenDisplay(), qFatal("a fatal text")), ::testing::KilledBySignal(SIGABRT),
+                "E main:[0-9]+ a fatal text")
+        << "in the log before the process goes";
 }
 
 TEST(Signals, fatalOnesTellWhereAndAbortOthersAreIgnored)
@@ -87,4 +90,8 @@ TEST(Signals, fatalOnesTellWhereAndAbortOthersAreIgnored)
         EXPECT_EXIT(die(sig), ::testing::KilledBySignal(SIGABRT),
                     "Aborting\\. (.|\n)*BACKTRACE\n 1: (.|\n)* 2: ")
             << sig;
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT((qmxLogOpenDisplay(), die(SIGSEGV)), ::testing::KilledBySignal(SIGABRT),
+                "E main:[0-9]+ Aborting\\. Segmentation fault")
+        << "nor only printed";
 }

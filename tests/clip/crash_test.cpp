@@ -9,14 +9,9 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
-#include <cerrno>
-#include <fcntl.h>
-#include <functional>
 #include <random>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace {
@@ -114,58 +109,4 @@ TEST(ClipCrash, APowerCutLosesNothingThatWasAcknowledgedAndWithoutSyncItWould)
     for (int i = 0; i < tries && control == 0; ++i)
         control += lostFrames(blank, dir, chance, false);
     EXPECT_GT(control, 0) << "this test would not notice a loss";
-}
-
-// Taking the mount away ("umount -l") leaves open files as they are; a medium that is pulled out does not.
-TEST(ClipCrash, AMediumThatIsGoneSaysSoAndKeepsWhatItHad)
-{
-    if (geteuid() != 0) GTEST_SKIP() << "mounting a file system needs root";
-    const struct
-    {
-        const char *name;
-        std::function<bool(const QString &place)> takeAway;
-        int error;
-    } cases[] = {
-        {"the device is gone",
-         [](const QString &place) {
-             constexpr auto shutdown = _IOR('X', 125, quint32); // of ext4: every further call fails
-             quint32 withoutJournal = 2;
-             const int folder = ::open(QFile::encodeName(place).constData(), O_RDONLY | O_DIRECTORY);
-             const bool done = ioctl(folder, shutdown, &withoutJournal) == 0;
-             ::close(folder);
-             return done;
-         },
-         EIO},
-        {"the kernel has given it up",
-         [](const QString &place) {
-             return run("mount", {"-o", "remount,abort", place});
-         },
-         EROFS},
-    };
-    const ClipTake take({128, 96, 25, 1, 203, 0, 2, false, 0});
-    for (const auto &now : cases) {
-        SCOPED_TRACE(now.name);
-        const TestDir dir;
-        const QString image = dir.file("image"), place = dir.file("medium");
-        ASSERT_TRUE(run("truncate", {"-s", QStringLiteral("%1M").arg(imageMegabytes), image}));
-        ASSERT_TRUE(run("mkfs.ext4", {"-q", "-F", image}));
-        qint64 durable = 0;
-        {
-            const Medium medium(image, place);
-            ASSERT_TRUE(medium.isMounted());
-            QmxClipWriter writer;
-            ASSERT_FALSE(writer.create(place + "/a.mov", take.info).isError());
-            ASSERT_FALSE(take.write(writer, 0, 40).isError());
-            durable = writer.framesDurable();
-            ASSERT_TRUE(now.takeAway(place));
-            const QmxError error = take.write(writer, 40, 80);
-            EXPECT_EQ(error.value(), now.error) << error.toString().toStdString();
-            EXPECT_TRUE(error.toString().contains("a.mov"));
-            writer.close();
-        }
-        EXPECT_GT(durable, 24);
-        const Medium after(image, place);
-        ASSERT_TRUE(after.isMounted());
-        EXPECT_GE(take.wholeFrames(place + "/a.mov"), durable);
-    }
 }

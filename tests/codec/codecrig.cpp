@@ -91,18 +91,6 @@ int programPlane(QmxPicture::Format format, int index)
 }
 } // namespace
 
-QByteArray rawBytes(const QmxPicture &picture)
-{
-    QByteArray bytes;
-    for (int i = 0; i < 3; ++i) {
-        const int plane = programPlane(picture.format(), i);
-        for (int y = 0; y < picture.height(); ++y)
-            bytes.append(reinterpret_cast<const char *>(picture.row(plane, y)),
-                         picture.planeWidth(plane) * 2);
-    }
-    return bytes;
-}
-
 QmxPicture decodeByProgram(const TestDir &dir, const QString &movie, QmxPicture::Format format,
                            const QSize &size)
 {

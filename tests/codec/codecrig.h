@@ -13,7 +13,6 @@ double psnr(const QmxPicture &a, const QmxPicture &b);
 void writeMovie(const QString &path, const QmxCodecRow &row, const QSize &size, const QmxBuffer &coded);
 /// ffmpeg's name of a format, and the bytes of a picture as ffmpeg has them.
 const char *programFormat(QmxPicture::Format format);
-QByteArray rawBytes(const QmxPicture &picture);
 /// What the ffmpeg program decodes from a file's first picture.
 QmxPicture decodeByProgram(const TestDir &dir, const QString &movie, QmxPicture::Format format,
                            const QSize &size);

@@ -42,11 +42,7 @@ TEST(InputWatch, holdsATimecodeThatGoesForAWhileAndNoneWhileATakeWaits)
     for (qint64 i = 2; watch.timecode().isValid() && i < 100; ++i, ++held)
         watch.step(inputAt(i).input, tickOf(i), false, true);
     EXPECT_EQ(held, 15);
-    // A lost input is told at once, its reference is then the profile's word.
-    EXPECT_TRUE(watch.step(CardInput().input, tickOf(100), false, false).state);
-    EXPECT_FALSE(watch.reference(QmxId(501)).isLocked());
-    EXPECT_FALSE(watch.reference(QmxId(502)).isLocked());
-    EXPECT_TRUE(watch.reference(QmxId(503)).isLocked());
+    EXPECT_TRUE(watch.step(CardInput().input, tickOf(100), false, false).state) << "lost: told at once";
 }
 
 TEST(CaptureChain, countsTakesAndHoldsTheTimecodeAfterALoss)

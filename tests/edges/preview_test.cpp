@@ -23,6 +23,22 @@ QString uniqueName(const char *what)
 {
     return QStringLiteral("/xp_test_%1_%2").arg(QLatin1String(what)).arg(getpid());
 }
+
+std::unique_ptr<QmxSink> createSink(const QString &address)
+{
+    return qmxCreateSink(address, QmxEnvironment::current());
+}
+
+/// A picture whose samples are what `value` says of their plane and row.
+template <class Value>
+QmxPicture pictureOf(const QSize &size, Value value)
+{
+    QmxPicture picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, size);
+    for (int plane = 0; plane < 3; ++plane)
+        for (int y = 0; y < size.height(); ++y)
+            std::fill_n(picture.row(plane, y), picture.planeWidth(plane), quint16(value(plane, y)));
+    return picture;
+}
 } // namespace
 
 TEST(Preview, readerNeverSeesATornPicture)
@@ -76,7 +92,7 @@ TEST(Preview, readerNeverSeesATornPicture)
 TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
 {
     const QString name = uniqueName("sink");
-    const auto sink = qmxCreateSink(QStringLiteral("preview:") + name, QmxEnvironment::current());
+    const auto sink = createSink("preview:" + name);
     QmxPreviewReader reader;
     ASSERT_TRUE(reader.open(name));
     QmxOutputFrame frame;
@@ -131,18 +147,14 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
 TEST(Preview, aWholePictureIsGivenToWhoAsksForOne)
 {
     const QString name = uniqueName("full");
-    const auto sink = qmxCreateSink(QStringLiteral("preview:") + name, QmxEnvironment::current());
+    const auto sink = createSink("preview:" + name);
     QmxPreviewReader count;
     QmxFullPictureReader reader;
     ASSERT_TRUE(count.open(name));
     ASSERT_TRUE(reader.open(QmxFullPicture::nameBeside(name)));
     QmxOutputFrame frame;
     frame.desc = QmxSourceFormat::fromText(QStringLiteral("1920x1080p25"));
-    frame.picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, QSize(1920, 1080));
-    for (int plane = 0; plane < 3; ++plane)
-        for (int y = 0; y < 1080; ++y)
-            std::fill_n(frame.picture.row(plane, y), frame.picture.planeWidth(plane),
-                        quint16(plane * 300 + y % 256));
+    frame.picture = pictureOf({1920, 1080}, [](int plane, int y) { return plane * 300 + y % 256; });
     Ticks ticks(QmxVideoRate(25));
     QmxFullPicture full;
     for (const bool isAsked : {false, true}) {
@@ -186,18 +198,16 @@ TEST(Preview, loudnessIsThatOfTheStandardsReferenceTone)
 TEST(Preview, scopesAreMadeFromTenBitsAndOnlyWhileSomebodyLooks)
 {
     const QString name = uniqueName("scopes");
-    const auto sink = qmxCreateSink(QStringLiteral("preview:") + name, QmxEnvironment::current());
+    const auto sink = createSink("preview:" + name);
     QmxPreviewReader pictures;
     QmxScopesReader reader;
     ASSERT_TRUE(pictures.open(name));
     ASSERT_TRUE(reader.open(QmxScopes::nameBeside(name)));
     QmxOutputFrame frame;
     frame.desc = QmxSourceFormat::fromText(QStringLiteral("1920x1080p25"));
-    frame.picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, QSize(1920, 1080));
-    constexpr int red[] = {250, 409, 960}; // in full saturation: red 940, green 64, blue 63
-    for (int plane = 0; plane < 3; ++plane)
-        for (int y = 0; y < 1080; ++y)
-            std::fill_n(frame.picture.row(plane, y), frame.picture.planeWidth(plane), quint16(red[plane]));
+    // Full saturation: red 940, green 64, blue 63.
+    const auto red = [](int plane, int) { return std::array{250, 409, 960}[size_t(plane)]; };
+    frame.picture = pictureOf({1920, 1080}, red);
     Ticks ticks(QmxVideoRate(25));
     quint64 shown = 0;
     const auto show = [&](int count) {
@@ -233,11 +243,7 @@ TEST(Preview, scopesAreMadeFromTenBitsAndOnlyWhileSomebodyLooks)
     const QmxImageDesc uhd = QmxSourceFormat::fromText(QStringLiteral("3840x2160p25"));
     EXPECT_EQ(sink->divisor(uhd, false), 2);
     EXPECT_EQ(sink->divisor(uhd, true), 1);
-    const QmxPicture whole = frame.picture;
-    frame.picture = QmxPicture::allocate(QmxPicture::Format::Yuv422P10, QSize(960, 540));
-    for (int plane = 0; plane < 3; ++plane)
-        for (int y = 0; y < 540; ++y)
-            std::copy_n(whole.row(plane, y), frame.picture.planeWidth(plane), frame.picture.row(plane, y));
+    frame.picture = pictureOf({960, 540}, red);
     show(10);
     ASSERT_TRUE(reader.read(*scopes));
     EXPECT_EQ(scopes->lines, 1080);
@@ -260,7 +266,7 @@ TEST(Sinks, aFileGetsEveryFrameWithItsSound)
     const auto generator =
         qmxCreateInternalGenerator(frame.desc, QmxId(800), QmxId(900), QmxEnvironment::current());
     {
-        const auto sink = qmxCreateSink(QStringLiteral("file:") + path, QmxEnvironment::current());
+        const auto sink = createSink("file:" + path);
         Ticks ticks(QmxVideoRate(25));
         for (int i = 0; i < 30; ++i) {
             frame.tick = ticks.next();
@@ -291,12 +297,9 @@ TEST(Sinks, aFileGetsEveryFrameWithItsSound)
     EXPECT_NEAR(double(samples.size()) / 8, 30 * 1920, 2 * 1152);
 
     expectLog(QStringLiteral("sinks"), QStringLiteral("shows nothing"));
-    EXPECT_TRUE(qmxCreateSink(QStringLiteral("widow:"), QmxEnvironment::current())
-                    ->statusText()
-                    .contains(QLatin1String("preview:")));
+    EXPECT_TRUE(createSink("widow:")->statusText().contains(QLatin1String("preview:")));
     expectLog(QStringLiteral("qmxmuxsink"), QStringLiteral("Not a directory"));
-    const auto hopeless =
-        qmxCreateSink(QStringLiteral("file:/proc/self/status/x.ts"), QmxEnvironment::current());
+    const auto hopeless = createSink("file:/proc/self/status/x.ts");
     hopeless->show(frame);
     EXPECT_TRUE(Stepper::waitFor([&] { return hopeless->dropped() == 1; }));
 }
@@ -305,7 +308,7 @@ TEST(Sinks, aWindowShowsEveryFormat)
 {
     qputenv("SDL_VIDEODRIVER", "dummy"); // a desktop without a screen
     allowLog(QStringLiteral("qmxmuxsink"));
-    const auto window = qmxCreateSink(QStringLiteral("window:Programme"), QmxEnvironment::current());
+    const auto window = createSink("window:Programme");
     QmxOutputFrame frame;
     Ticks ticks(QmxVideoRate(25));
     for (const char *format : {"720x576i25", "1280x720p50", "1920x1080psf24"}) {

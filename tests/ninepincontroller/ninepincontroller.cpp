@@ -170,11 +170,6 @@ QByteArray NinepinController::timeData(int hours, int minutes, int seconds, int 
     return data.append(bcd(frames)).append(bcd(seconds)).append(bcd(minutes)).append(bcd(hours));
 }
 
-double NinepinController::speedOf(int n)
-{
-    return std::pow(10.0, n / 32.0 - 2.0);
-}
-
 int NinepinController::byteFor(double speed)
 {
     return int(std::lround(32.0 * (std::log10(speed) + 2.0)));

@@ -75,8 +75,7 @@ public:
     /// ...).
     std::optional<NinepinTime> time(int command, const QByteArray &data = {});
     static QByteArray timeData(int hours, int minutes, int seconds, int frames);
-    /// What a speed byte means, and the byte next to a speed.
-    static double speedOf(int n);
+    /// The byte next to a speed.
     static int byteFor(double speed);
 
 private:

@@ -2,8 +2,6 @@
 #include "tests/stream/streamrig.h"
 
 #include "platform/qmx/clip/qmxclipreader.h"
-#include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxenvironment.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -28,15 +26,20 @@ void announceFailure()
     allowLog("streamcache");
 }
 
+class StreamFaults : public testing::Test
+{
+protected:
+    const std::shared_ptr<FaultyFiles> files = FaultyFiles::install();
+    const TestDir dir;
+    const QString path = dir.file("take.mov"), second = dir.file("take_2.mov");
+    StreamRig rig;
+};
+
 } // namespace
 
-TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
+TEST_F(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
 {
-    const auto files = FaultyFiles::install();
-    const TestDir dir;
     announceFailure();
-    StreamRig rig;
-    const QString path = dir.file("take.mov");
     // A folder where a medium should be, but is not: it is on the file system of "/".
     files->fakeStatfs([](const QString &, struct statfs64 &data) { data.f_fsid = {{1, 1}}; });
     EXPECT_EQ(rig.openForWrite(path), ENODEV);
@@ -49,28 +52,21 @@ TEST(StreamFaults, onlyMediaAreRecordedOnAndNothingIsOverwritten)
     const QByteArray before = readAll(path);
     EXPECT_EQ(rig.openForWrite(path), EEXIST);
     EXPECT_EQ(readAll(path), before);
-    EXPECT_TRUE(QmxEnvironment::current().deck->recordTable.entries().isEmpty());
+    EXPECT_TRUE(deck().recordTable.entries().isEmpty());
     Stepper::deliver();
     EXPECT_EQ(rig.events.filter("alarm 1901 2").size(), 4);
 }
 
-TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
+TEST_F(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
 {
-    const auto files = FaultyFiles::install();
-    const TestDir dir;
     announceFailure();
-    const QString path = dir.file("take.mov");
-    StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
-    for (int frame = 0; frame < 50; ++frame) {
-        rig.record(frame, 1);
-        Stepper::runTicks(1);
-    }
+    rig.recordPaced(0, 50);
     files->failNth(FaultyFiles::Pwrite, 1, ENOSPC, true);
     rig.events.clear();
-    const qint64 dropped = QmxEnvironment::current().deck->counters.value(QmxCounters::FramesDroppedCapture);
+    const qint64 dropped = deck().counters.value(QmxCounters::FramesDroppedCapture);
     rig.record(50, 30);
-    ASSERT_TRUE(Stepper::runUntil([&rig] { return rig.cache.cacheIsFull(); }));
+    ASSERT_TRUE(Stepper::runUntil([this] { return rig.cache.cacheIsFull(); }));
     Stepper::deliver();
     rig.record(80, 1);
     EXPECT_EQ(rig.events.filter("error ").size(), 1);
@@ -84,13 +80,11 @@ TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
     rig.close();
     EXPECT_EQ(rig.events.constLast(), "close");
     EXPECT_EQ(rig.cache.position(), 80);
-    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::FramesDroppedCapture),
-              dropped + 80 - length(path));
+    EXPECT_EQ(deck().counters.value(QmxCounters::FramesDroppedCapture), dropped + 80 - length(path));
     EXPECT_GE(length(path), 50 - 14);
 
     // The next take is not the heir of this one.
     rig.deviceQueue.clear();
-    const QString second = dir.file("take_2.mov");
     ASSERT_EQ(rig.openForWrite(second), 0);
     EXPECT_FALSE(rig.cache.cacheIsFull());
     rig.record(0, 5);
@@ -98,12 +92,8 @@ TEST(StreamFaults, aFullMediumEndsTheTakeLoudlyAndOnce)
     EXPECT_EQ(length(second), 5);
 }
 
-TEST(StreamFaults, aStalledDiskCostsNoFrameAndFillsTheQueueBeforeTheCache)
+TEST_F(StreamFaults, aStalledDiskCostsNoFrameAndFillsTheQueueBeforeTheCache)
 {
-    const auto files = FaultyFiles::install();
-    const TestDir dir;
-    const QString path = dir.file("take.mov");
-    StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
     files->stallNth(FaultyFiles::Fdatasync, 1, 7 * QmxClock::nsPerSecond);
     bool slow = false;
@@ -111,8 +101,7 @@ TEST(StreamFaults, aStalledDiskCostsNoFrameAndFillsTheQueueBeforeTheCache)
     int stallBegan = -1;
     int frame = 0;
     for (; frame < 250; ++frame) {
-        rig.record(frame, 1);
-        Stepper::runTicks(1);
+        rig.recordPaced(frame, 1);
         if (stallBegan < 0 && files->count(FaultyFiles::Fdatasync) > 0) stallBegan = frame;
         slow = slow || rig.events.contains("alarm 1906 1");
         if (cacheFullAfter < 0 && rig.cache.cacheIsFull()) cacheFullAfter = frame - stallBegan;
@@ -130,38 +119,30 @@ TEST(StreamFaults, aStalledDiskCostsNoFrameAndFillsTheQueueBeforeTheCache)
         ASSERT_EQ(numbers.value(i, -9), i);
 }
 
-TEST(StreamFaults, aStopInAStallStillWritesEverythingToItsOwnClip)
+TEST_F(StreamFaults, aStopInAStallStillWritesEverythingToItsOwnClip)
 {
-    const auto files = FaultyFiles::install();
-    const TestDir dir;
     for (const bool pushed : {true, false}) { // at a stop; at a rollover
-        const QString path = dir.file(pushed ? QStringLiteral("a.mov") : "b.mov");
-        StreamRig rig;
-        ASSERT_EQ(rig.openForWrite(path), 0);
+        const QString &own = pushed ? path : second;
+        ASSERT_EQ(rig.openForWrite(own), 0);
         files->stallNth(FaultyFiles::Fdatasync, 1, 6 * QmxClock::nsPerSecond);
         int frame = 0;
-        for (; rig.cache.framesInCache() < 10 && frame < 300; ++frame) {
-            rig.record(frame, 1);
-            Stepper::runTicks(1);
-        }
+        for (; rig.cache.framesInCache() < 10 && frame < 300; ++frame)
+            rig.recordPaced(frame, 1);
         EXPECT_EQ(rig.cache.framesInCache(), 10);
         if (pushed) {
             rig.cache.pushCachedToPending(0);
             EXPECT_EQ(rig.cache.framesInCache(), 0);
         }
         rig.close();
-        EXPECT_EQ(length(path), frame);
+        EXPECT_EQ(length(own), frame);
     }
 }
 
-TEST(StreamFaults, aForcedEndMakesDurableWhatWaits)
+TEST_F(StreamFaults, aForcedEndMakesDurableWhatWaits)
 {
-    const TestDir dir;
-    const QString path = dir.file("take.mov");
-    StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
     rig.record(0, 40);
-    QmxEnvironment::current().deck->operations.runEmergencyFlushes();
+    deck().operations.runEmergencyFlushes();
     QFile::copy(path, dir.file("copy.mov"));
     EXPECT_EQ(length(dir.file("copy.mov")), 40);
     rig.record(40, 5);
@@ -169,35 +150,30 @@ TEST(StreamFaults, aForcedEndMakesDurableWhatWaits)
     EXPECT_EQ(length(path), 45);
 }
 
-TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
+TEST_F(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
 {
-    const auto files = FaultyFiles::install();
-    const TestDir dir;
     announceFailure();
     expectLog("stream", "given up");
     expectLog("stream", "stands still");
     const QString clip = dir.file("clip.mov");
-    const QString take = dir.file("take.mov");
     makeClip(clip, 10);
-    StreamRig rig;
-
     files->hang(FaultyFiles::Open);
     const qint64 openBegan = Stepper::now();
     EXPECT_EQ(rig.openForRead(clip), ETIMEDOUT);
     EXPECT_LE(Stepper::now() - openBegan, 10 * QmxClock::nsPerSecond);
     EXPECT_TRUE(rig.stream.isClosed());
-    EXPECT_EQ(rig.openForWrite(take), ETIMEDOUT);
+    EXPECT_EQ(rig.openForWrite(path), ETIMEDOUT);
     files->release();
     Stepper::runMs(100);
-    EXPECT_FALSE(QFile::exists(take)) << "what came too late does not stay";
+    EXPECT_FALSE(QFile::exists(path)) << "what came too late does not stay";
 
-    ASSERT_EQ(rig.openForWrite(take), 0);
+    ASSERT_EQ(rig.openForWrite(path), 0);
     rig.record(0, 30);
     files->hang(FaultyFiles::Fdatasync);
     Stepper::runMs(1000);
     const qint64 closeBegan = Stepper::now();
     rig.stream.close();
-    EXPECT_TRUE(Stepper::runUntil([&rig] { return rig.stream.isClosed(); }, 20 * QmxClock::nsPerSecond));
+    EXPECT_TRUE(Stepper::runUntil([this] { return rig.stream.isClosed(); }, 20 * QmxClock::nsPerSecond));
     EXPECT_LE(Stepper::now() - closeBegan, 10 * QmxClock::nsPerSecond);
     EXPECT_TRUE(rig.events.contains("alarm 1901 2"));
 
@@ -237,50 +213,42 @@ TEST(StreamFaults, whatHangsInTheKernelIsAnsweredWithinTenSeconds)
     }
 
     // The next take has another writer, and the first one's frames are not lost if the disk comes back.
-    const QString second = dir.file("take_2.mov");
     ASSERT_EQ(rig.openForWrite(second), 0);
     rig.record(0, 7);
     rig.close();
     EXPECT_EQ(length(second), 7);
-    EXPECT_EQ(length(take), 30);
+    EXPECT_EQ(length(path), 30);
 }
 
-TEST(StreamFaults, theEndOfAStreamDoesNotWaitForAMediumThatHangs)
+TEST_F(StreamFaults, theEndOfAStreamDoesNotWaitForAMediumThatHangs)
 {
-    const auto files = FaultyFiles::install();
-    const TestDir dir;
-    const QString take = dir.file("take.mov");
-    auto rig = std::make_unique<StreamRig>();
-    ASSERT_EQ(rig->openForWrite(take), 0);
-    rig->record(0, 30);
+    auto taker = std::make_unique<StreamRig>();
+    ASSERT_EQ(taker->openForWrite(path), 0);
+    taker->record(0, 30);
     files->hang(FaultyFiles::Fdatasync);
     Stepper::runMs(1000);
     QElapsedTimer real;
     real.start();
-    rig.reset();
+    taker.reset();
     EXPECT_LT(real.elapsed(), 6000);
     files->release();
     // The thread that was left behind still finishes its clip.
-    EXPECT_TRUE(Stepper::waitFor([&take] {
+    EXPECT_TRUE(Stepper::waitFor([this] {
         QmxClipReader reader;
-        return !reader.open(take).isError() && reader.info().closed && reader.info().frames == 30;
+        return !reader.open(path).isError() && reader.info().closed && reader.info().frames == 30;
     }));
 }
 
-TEST(StreamFaults, unreadableFramesAreBlackWithOneErrorARun)
+TEST_F(StreamFaults, unreadableFramesAreBlackWithOneErrorARun)
 {
-    const auto files = FaultyFiles::install();
-    const TestDir dir;
-    const QString path = dir.file("clip.mov");
     makeClip(path, 200);
-    StreamRig rig;
     ASSERT_EQ(rig.openForRead(path), 0);
     EXPECT_EQ(rig.play(10).size(), 10);
     Stepper::deliver();
     files->vanish(dir.path());
     rig.cache.seek(100);
     for (int frame = 100; frame < 110; ++frame) {
-        ASSERT_TRUE(Stepper::runUntil([&rig] { return rig.cache.framesInCache() > 0; }));
+        ASSERT_TRUE(Stepper::runUntil([this] { return rig.cache.framesInCache() > 0; }));
         const QmxFrame black = rig.cache.read();
         EXPECT_EQ(numberOf(black), -1) << "a black picture";
         EXPECT_EQ(black.vids().constFirst().desc(), imageDesc());
@@ -297,12 +265,10 @@ TEST(StreamFaults, unreadableFramesAreBlackWithOneErrorARun)
     EXPECT_EQ(rig.events, QStringList({"open 0", "error 100 5", "alarm 1903 1", "alarm 1903 0"}));
 }
 
-TEST(StreamFaults, anEqualFailureOfTheNextOperationIsToldAgain)
+TEST_F(StreamFaults, anEqualFailureOfTheNextOperationIsToldAgain)
 {
-    const TestDir dir;
     allowLog("stream");
     allowLog("streamreader");
-    StreamRig rig;
     EXPECT_NE(rig.openForRead(dir.file("none.mov")), 0);
     Stepper::deliver();
     EXPECT_EQ(rig.events.filter("alarm 1903 1").size(), 1);
@@ -312,19 +278,15 @@ TEST(StreamFaults, anEqualFailureOfTheNextOperationIsToldAgain)
     EXPECT_EQ(rig.events.filter("alarm 1903 1").size(), 2);
 }
 
-TEST(StreamFaults, halfASecondIsPromisedOnASlowMediumToo)
+TEST_F(StreamFaults, halfASecondIsPromisedOnASlowMediumToo)
 {
-    const TestDir dir;
-    const auto files = FaultyFiles::install();
-    StreamRig rig;
-    ASSERT_EQ(rig.openForWrite(dir.file("take.mov")), 0);
+    ASSERT_EQ(rig.openForWrite(path), 0);
     for (int n = 1; n <= 200; ++n)
         files->stallNth(FaultyFiles::Fdatasync, n, 100 * QmxClock::nsPerMillisecond); // two a flush
     qint64 worst = 0;
     for (int frame = 0; frame < 150; ++frame) {
-        rig.record(frame, 1);
-        Stepper::runTicks(1);
-        const qint64 safe = QmxEnvironment::current().deck->counters.value(QmxCounters::RecordedUpTo);
+        rig.recordPaced(frame, 1);
+        const qint64 safe = deck().counters.value(QmxCounters::RecordedUpTo);
         if (frame > 25) worst = std::max(worst, frame + 1 - safe);
     }
     EXPECT_LE(worst, 12) << "at 25 frames a second";
@@ -332,35 +294,25 @@ TEST(StreamFaults, halfASecondIsPromisedOnASlowMediumToo)
     rig.close();
 }
 
-TEST(StreamFaults, aClipThatIsDeletedDuringItsTakeIsToldAtOnceAndNotAsRecorded)
+TEST_F(StreamFaults, aClipThatIsDeletedDuringItsTakeIsToldAtOnceAndNotAsRecorded)
 {
-    const TestDir dir;
     announceFailure();
-    const QString path = dir.file("take.mov");
-    StreamRig rig;
     ASSERT_EQ(rig.openForWrite(path), 0);
-    int frame = 0;
-    const auto record = [&] {
-        rig.record(frame++, 1);
-        Stepper::runTicks(1);
-    };
-    for (int i = 0; i < 50; ++i)
-        record();
-    const qint64 safe = QmxEnvironment::current().deck->counters.value(QmxCounters::RecordedUpTo);
+    rig.recordPaced(0, 50);
+    const qint64 safe = deck().counters.value(QmxCounters::RecordedUpTo);
     EXPECT_GE(safe, 50 - 12) << "half a second is promised";
     ASSERT_TRUE(QFile::remove(path));
     rig.events.clear();
-    for (int i = 0; i < 13; ++i)
-        record();
+    rig.recordPaced(50, 13);
     Stepper::deliver();
     EXPECT_EQ(rig.events.filter("alarm 1901 2").size(), 1);
     EXPECT_EQ(rig.events.filter("failure 2").size(), 1);
     rig.close();
-    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::RecordedUpTo), 0);
+    EXPECT_EQ(deck().counters.value(QmxCounters::RecordedUpTo), 0);
     EXPECT_FALSE(QFile::exists(path));
 }
 
-TEST(StreamFaults, withoutAThreadForAnotherClipTheRunningTakeGoesOn)
+TEST_F(StreamFaults, withoutAThreadForAnotherClipTheRunningTakeGoesOn)
 {
     struct FewThreads : QmxThreads
     {
@@ -374,25 +326,24 @@ TEST(StreamFaults, withoutAThreadForAnotherClipTheRunningTakeGoesOn)
     QmxEnvironment environment = QmxEnvironment::current();
     environment.threads = threads;
     QmxEnvironment::setCurrent(environment);
-    const TestDir dir;
     announceFailure();
     allowLog("qmxtaskthread");
     StreamRig take;
-    ASSERT_EQ(take.openForWrite(dir.file("take.mov")), 0);
+    ASSERT_EQ(take.openForWrite(path), 0);
     take.record(0, 10);
     threads->none = true;
     StreamRig next;
-    EXPECT_EQ(next.openForWrite(dir.file("take_2.mov")), 0) << "what a rollover needs is there before";
+    EXPECT_EQ(next.openForWrite(second), 0) << "what a rollover needs is there before";
     StreamRig spare;
     EXPECT_EQ(spare.openForWrite(dir.file("take_3.mov")), 0);
     StreamRig refused;
     EXPECT_EQ(refused.openForWrite(dir.file("take_4.mov")), EAGAIN);
-    EXPECT_EQ(refused.openForRead(dir.file("take.mov")), EAGAIN);
+    EXPECT_EQ(refused.openForRead(path), EAGAIN);
     take.record(10, 10);
     next.record(0, 5);
     take.close();
     next.close();
     threads->none = false;
-    EXPECT_EQ(length(dir.file("take.mov")), 20);
-    EXPECT_EQ(length(dir.file("take_2.mov")), 5);
+    EXPECT_EQ(length(path), 20);
+    EXPECT_EQ(length(second), 5);
 }

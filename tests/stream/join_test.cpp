@@ -3,7 +3,6 @@
 #include "tests/stream/streamrig.h"
 
 #include "platform/qmx/clip/qmxclipreader.h"
-#include "platform/qmx/core/qmxdeck.h"
 
 #include <QDir>
 
@@ -25,9 +24,9 @@ protected:
         allowLog("stream");
         allowLog("streamwriter");
         allowLog("streamcache");
-        QmxEnvironment::current().deck->recordTable.takeBegins();
+        deck().recordTable.takeBegins();
     }
-    ~StreamJoin() override { QmxEnvironment::current().deck->recordTable.takeEnds(); }
+    ~StreamJoin() override { deck().recordTable.takeEnds(); }
 
     /// Frames at their pace, as the transport does: it drops none while the stream takes none.
     void record(int count)
@@ -51,6 +50,16 @@ protected:
         Stepper::deliver();
         return rig.stream.isOpen();
     }
+    /// The second clip, on a medium that does not answer.
+    void openHanging()
+    {
+        rig.close();
+        files->hang(FaultyFiles::Open);
+        rig.describe(second);
+        ASSERT_TRUE(rig.stream.open(QmxStream::Write));
+        Stepper::deliver();
+        ASSERT_TRUE(rig.stream.isOpen());
+    }
     QStringList inB() const { return QDir(dir.file("b")).entryList(QDir::Files | QDir::Hidden); }
     QList<int> numbersIn(const QString &path) const
     {
@@ -72,8 +81,8 @@ protected:
 
 TEST_F(StreamJoin, aStopRightAfterItLosesNothingHoweverSlowTheMediaAre)
 {
-    const auto namer = QmxEnvironment::current().deck->nextClip.setNamer(
-        [this](const QString &path) { return path == first ? second : QString(); });
+    const auto namer =
+        deck().nextClip.setNamer([this](const QString &path) { return path == first ? second : QString(); });
     ASSERT_EQ(rig.openForWrite(first), 0);
     record(25);
     EXPECT_TRUE(inB().isEmpty());
@@ -97,20 +106,15 @@ TEST_F(StreamJoin, aStopRightAfterItLosesNothingHoweverSlowTheMediaAre)
     ASSERT_EQ(numbers.size(), 60);
     EXPECT_EQ(numbers.first(), joined);
     EXPECT_EQ(inB(), QStringList{"a_R2.mov"});
-    EXPECT_TRUE(QmxEnvironment::current().deck->recordTable.entries().isEmpty());
-    EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::RecordedUpTo), 60);
+    EXPECT_TRUE(deck().recordTable.entries().isEmpty());
+    EXPECT_EQ(deck().counters.value(QmxCounters::RecordedUpTo), 60);
 }
 
 TEST_F(StreamJoin, whatNobodyOpenedAheadTakesFramesWhileItIsOpened)
 {
     ASSERT_EQ(rig.openForWrite(first), 0);
     record(25);
-    rig.close();
-    files->hang(FaultyFiles::Open);
-    rig.describe(second);
-    ASSERT_TRUE(rig.stream.open(QmxStream::Write));
-    Stepper::deliver();
-    ASSERT_TRUE(rig.stream.isOpen());
+    openHanging();
     record(75);
     rig.stream.close();
     Stepper::deliver();
@@ -130,14 +134,8 @@ TEST_F(StreamJoin, aMediumThatRefusesTheSecondClipIsToldWithWhatItCost)
     for (const bool stopped : {false, true}) { // when the answer comes
         ASSERT_EQ(rig.openForWrite(stopped ? dir.file("c.mov") : first), 0);
         record(25);
-        rig.close();
-        files->hang(FaultyFiles::Open);
-        rig.describe(second);
-        ASSERT_TRUE(rig.stream.open(QmxStream::Write));
-        Stepper::deliver();
-        ASSERT_TRUE(rig.stream.isOpen());
-        const qint64 dropped =
-            QmxEnvironment::current().deck->counters.value(QmxCounters::FramesDroppedCapture);
+        openHanging();
+        const qint64 dropped = deck().counters.value(QmxCounters::FramesDroppedCapture);
         record(50);
         if (stopped) rig.stream.close();
         rig.events.clear();
@@ -147,17 +145,15 @@ TEST_F(StreamJoin, aMediumThatRefusesTheSecondClipIsToldWithWhatItCost)
         EXPECT_TRUE(last.message().contains("50 frames")) << last.message().toStdString();
         Stepper::runMs(200);
         EXPECT_EQ(rig.events.filter("failure").size(), stopped ? 0 : 1) << "the device does not end the take";
-        EXPECT_EQ(QmxEnvironment::current().deck->counters.value(QmxCounters::FramesDroppedCapture),
-                  dropped + 50);
+        EXPECT_EQ(deck().counters.value(QmxCounters::FramesDroppedCapture), dropped + 50);
         rig.close();
     }
-    EXPECT_TRUE(QmxEnvironment::current().deck->recordTable.entries().isEmpty());
+    EXPECT_TRUE(deck().recordTable.entries().isEmpty());
 }
 
 TEST_F(StreamJoin, whatNobodyAsksForGoesAgain)
 {
-    const auto namer =
-        QmxEnvironment::current().deck->nextClip.setNamer([this](const QString &) { return second; });
+    const auto namer = deck().nextClip.setNamer([this](const QString &) { return second; });
     aFree = 120;
     ASSERT_EQ(rig.openForWrite(first), 0);
     record(25);

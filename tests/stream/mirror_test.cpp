@@ -4,7 +4,6 @@
 
 #include "platform/qmx/clip/qmxclipcheck.h"
 #include "platform/qmx/clip/qmxclipreader.h"
-#include "platform/qmx/core/qmxdeck.h"
 
 #include <QDir>
 
@@ -46,10 +45,8 @@ protected:
     /// Frames at their pace, as the transport does: it drops none while the stream takes none.
     void record(int count)
     {
-        for (int i = 0; i < count; ++i) {
-            rig.record(frame++, 1);
-            Stepper::runTicks(1);
-        }
+        rig.recordPaced(frame, count);
+        frame += count;
     }
     qint64 counter(QmxCounters::Row row) const { return deck->counters.value(row); }
     /// Of a clip in any state; -1: it holds something else than frames from `first` on.
@@ -231,8 +228,7 @@ TEST_F(StreamMirror, withoutAnyMediumTheTakeEndsOnceAndCountsWhatIsLost)
 TEST_F(StreamMirror, aRolloverMovesThePair)
 {
     const QString second = dir.file("c/t_R2.mov");
-    const auto namer =
-        QmxEnvironment::current().deck->nextClip.setNamer([&](const QString &) { return second; });
+    const auto namer = deck->nextClip.setNamer([&](const QString &) { return second; });
     aFree = 110;
     ASSERT_EQ(rig.openForWrite(dir.file("a/t.mov")), 0);
     record(50);

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxenvironment.h"
 #include "tests/stream/streamrig.h"
 
 #include <QFile>
@@ -43,14 +41,14 @@ TEST_F(StreamOrder, statesChangeInTheEventThatTellsThem)
                      [&] { closedAtSignal = rig.stream.isClosed(); });
     settle();
     EXPECT_TRUE(openAtSignal);
-    EXPECT_GT(QmxEnvironment::current().deck->operations.lastCompletion(), 0);
+    EXPECT_GT(deck().operations.lastCompletion(), 0);
     rig.stream.close();
     rig.stream.close();
     EXPECT_TRUE(rig.stream.isClosing() && !rig.stream.isReadable());
-    EXPECT_EQ(QmxEnvironment::current().deck->operations.inProgress(), 1);
+    EXPECT_EQ(deck().operations.inProgress(), 1);
     settle();
     EXPECT_TRUE(closedAtSignal);
-    EXPECT_EQ(QmxEnvironment::current().deck->operations.inProgress(), 0);
+    EXPECT_EQ(deck().operations.inProgress(), 0);
     EXPECT_EQ(rig.events, list("open 0, close"));
     EXPECT_TRUE(rig.stream.hasDesc(clip));
     EXPECT_FALSE(rig.stream.hasDesc(other) || rig.stream.hasDesc(QVariant()));
@@ -94,7 +92,7 @@ TEST_F(StreamOrder, seeksOutsideAnOpenStreamWinOverThoseOfItsReceivers)
     rig.cache.seek(7); // opening: the last one counts
     EXPECT_EQ(rig.cache.position(), 0);
     EXPECT_EQ(standing(), 7);
-    EXPECT_EQ(QmxEnvironment::current().deck->playhead.position(), 7);
+    EXPECT_EQ(deck().playhead.position(), 7);
     rig.stream.close();
     ASSERT_TRUE(open());
     EXPECT_EQ(standing(), 30) << "it has been used up";
@@ -116,7 +114,7 @@ TEST_F(StreamOrder, aFlushHeldBackComesAfterTheOpenAndTheKeptSeek)
 {
     int positionAtFlush = -1;
     ASSERT_TRUE(open());
-    QmxEnvironment::current().deck->playhead.whenOpened([&] { positionAtFlush = rig.cache.position(); });
+    deck().playhead.whenOpened([&] { positionAtFlush = rig.cache.position(); });
     ASSERT_TRUE(open()); // the end of the first one, which is abandoned, does not count
     rig.cache.seek(12);
     EXPECT_EQ(positionAtFlush, -1);
@@ -130,7 +128,7 @@ TEST_F(StreamOrder, aFlushHeldBackComesAfterTheOpenAndTheKeptSeek)
     ASSERT_TRUE(open());
     QString order;
     QObject::connect(&rig.stream, &QmxStream::openIsDone, &rig, [&] { order += QStringLiteral("open "); });
-    QmxEnvironment::current().deck->playhead.whenOpened([&] { order += QStringLiteral("flushed "); });
+    deck().playhead.whenOpened([&] { order += QStringLiteral("flushed "); });
     settle();
     EXPECT_EQ(order, "flushed open ");
 }
@@ -142,7 +140,7 @@ TEST_F(StreamOrder, closeWhileOpeningAnswersBoth)
     EXPECT_FALSE(rig.stream.isReadable());
     settle();
     EXPECT_EQ(rig.events, list("open 125, close"));
-    EXPECT_FALSE(QmxEnvironment::current().deck->playhead.isOpening());
+    EXPECT_FALSE(deck().playhead.isOpening());
 
     rig.events.clear();
     rig.describe(dir.file("new.mov"));
@@ -155,8 +153,8 @@ TEST_F(StreamOrder, closeWhileOpeningAnswersBoth)
     settle();
     EXPECT_EQ(rig.events, list("open 125, close, open 125, close"));
     EXPECT_FALSE(QFile::exists(dir.file("new.mov"))) << "a clip without frames does not stay";
-    EXPECT_TRUE(QmxEnvironment::current().deck->recordTable.entries().isEmpty());
-    EXPECT_EQ(QmxEnvironment::current().deck->operations.inProgress(), 0);
+    EXPECT_TRUE(deck().recordTable.entries().isEmpty());
+    EXPECT_EQ(deck().operations.inProgress(), 0);
 }
 
 TEST_F(StreamOrder, openOverAnOpenOrOpeningStreamAbandonsItSilently)

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxenvironment.h"
 #include "tests/stream/streamrig.h"
 
 #include <algorithm>
@@ -28,13 +26,13 @@ TEST(RecordAndPlay, everyFrameOfATakeComesBackWithItsKeysAndItsSound)
         Stepper::runTicks(1);
         if (tick == 50) {
             EXPECT_EQ(rig.cache.position(), 51);
-            EXPECT_EQ(QmxEnvironment::current().deck->recordTable.entry(path)->frames, 51);
-            EXPECT_GE(QmxEnvironment::current().deck->counters.value(QmxCounters::RecordedUpTo), 51 - 14)
+            EXPECT_EQ(deck().recordTable.entry(path)->frames, 51);
+            EXPECT_GE(deck().counters.value(QmxCounters::RecordedUpTo), 51 - 14)
                 << "a flush each half second by itself";
         }
     }
     rig.close();
-    EXPECT_FALSE(QmxEnvironment::current().deck->recordTable.entry(path).has_value());
+    EXPECT_FALSE(deck().recordTable.entry(path).has_value());
     const ProgramResult probe = runProgram("ffprobe", {"-v", "error", "-select_streams", "v", "-show_entries",
                                                        "stream=nb_frames", "-of", "csv=p=0", path});
     EXPECT_EQ(probe.out.trimmed(), QByteArray("100"));
@@ -52,13 +50,12 @@ TEST(RecordAndPlay, everyFrameOfATakeComesBackWithItsKeysAndItsSound)
         ASSERT_EQ(read.meta().value(QmxId(9)).toBool(), frame == 0);
         ASSERT_EQ(read.meta().value(QmxId(10)).toBool(), frame == 99);
         ASSERT_FALSE(read.meta().contains(QmxId(18)));
-        ASSERT_EQ(read.origin(), QmxEnvironment::current().deck->playhead.origin());
+        ASSERT_EQ(read.origin(), deck().playhead.origin());
         ASSERT_EQ(read.vids().constFirst().desc(), imageDesc());
         ASSERT_EQ(read.auds().constFirst().desc(), audioDesc());
         ASSERT_EQ(read.auds().constFirst().data()[0], (frame + 1) << 8);
         // Past the end it stands on the last frame.
-        ASSERT_EQ(QmxEnvironment::current().deck->playhead.position(),
-                  std::min<int>(frame + 1, rig.stream.info().length() - 1));
+        ASSERT_EQ(deck().playhead.position(), std::min<int>(frame + 1, rig.stream.info().length() - 1));
     }
     EXPECT_TRUE(rig.cache.atEndOfStream());
     EXPECT_EQ(rig.cache.framesInCache(), 0);

@@ -2,8 +2,6 @@
 #include "tests/stream/streamrig.h"
 
 #include "platform/qmx/clip/qmxclipwriter.h"
-#include "platform/qmx/core/qmxdeck.h"
-#include "platform/qmx/core/qmxenvironment.h"
 
 #include <cstring>
 
@@ -106,10 +104,9 @@ StreamRig::StreamRig()
     connect(&_alarms, &QmxAlarmController::alarmTriggered, this, [add](const QmxAlarm &alarm) {
         add(QStringLiteral("alarm %1 %2").arg(alarm.id().value()).arg(int(alarm.level())));
     });
-    _failures = QmxEnvironment::current().deck->recordFailures.subscribe(
-        [add](const QString &, const QmxError &error) {
-            add(QStringLiteral("failure %1").arg(error.value()));
-        });
+    _failures = deck().recordFailures.subscribe([add](const QString &, const QmxError &error) {
+        add(QStringLiteral("failure %1").arg(error.value()));
+    });
 }
 
 int StreamRig::open(QmxStream::Mode mode)
@@ -166,4 +163,12 @@ void StreamRig::record(int first, int count)
         deviceQueue.append(numberedFrame(frame));
     while (!deviceQueue.isEmpty() && !cache.cacheIsFull())
         cache.write(deviceQueue.takeFirst());
+}
+
+void StreamRig::recordPaced(int first, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        record(first + i, 1);
+        Stepper::runTicks(1);
+    }
 }

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "platform/qmx/core/qmxalarmcontroller.h"
+#include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxrecordfailures.h"
 #include "platform/qmx/stream/qmxplaylist.h"
 #include "platform/qmx/stream/qmxplaylistindex.h"
@@ -27,6 +29,10 @@ int timecodeOf(const QmxFrame &frame); ///< frames after 10:00:00:00
 void makeClip(const QString &path, int frames, int first = 0, const QmxImageDesc &image = imageDesc(),
               int channels = 2);
 QmxPlayListEntry listEntry(const QString &path, int length);
+inline QmxDeck &deck()
+{
+    return *QmxEnvironment::current().deck;
+}
 
 /// A stream, its cache, and what they told, in order: "open 0" (with the error), "close", "error 3 5"
 /// (position, error), "read 3 0" (frame, error), "failure 5" (to the device), "alarm 1901 2" (level).
@@ -53,6 +59,7 @@ public:
     /// Writes as the transport does: only while the cache is not full. The frames that found no room wait
     /// here for the next call.
     void record(int first, int count);
+    void recordPaced(int first, int count); ///< one a tick
     QList<QmxFrame> deviceQueue;
 
 private:

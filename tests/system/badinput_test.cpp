@@ -224,6 +224,7 @@ TEST(BadInput, valuesThatNothingCanBeDoneWithAreRefusedAndChangeNothing)
             rollover_media_path /nowhere
             rollover_media_path /dev/shm
             rollover_media_path /media/A
+            mirror_media_path /media/A
             play_list nope.mov
             current_clip foo.mov
             cue_to_timecode foo
@@ -245,7 +246,8 @@ VALUES
     )sh");
     // What makes no sense at all, and what the clip that is there does not have.
     const QByteArray refused = result.out.left(result.out.indexOf("== "));
-    EXPECT_EQ(refused.count(": 2\n"), 13) << result.out.toStdString();
+    EXPECT_TRUE(refused.contains("is on the same medium as"));
+    EXPECT_EQ(refused.count(": 2\n"), 14) << result.out.toStdString();
     EXPECT_EQ(refused.count(": 1\n"), 2) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "cue").count("status 1\n"), 2) << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "cue").contains("its timecodes are 10:00:00:00 to 10:00:0"))

@@ -75,12 +75,13 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
                        "602=v4l2:/dev/no-camera\n");
     const ProgramResult result = sandbox.run(R"sh(
         run() { echo "== $1"; xpctl --json "$@" || [ $? = "${may:-0}" ] || { echo "failed: $*" >&2; cat /run/xp/xpd.out >&2; return 1; }; }
+        at() { xpctl --json status | grep -q "\"frame\":$1,"; }
         await is input_format 576i25
         xpctl set timecode_user_bits 1a2b3c4d >&2
         run record --for 1; run record
         await '[ $(recorded) -ge 25 ]'
         run stop; run ready; run clips
-        run play; run still; run play 0; run cue 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 2; run cue "$tc"; run picture $OUT/picture.png; run picture --full $OUT/picture.jpg
+        run play; run still; run play 0; run cue 3; at 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 3; at 6; run step -1; at 5; run cue "$tc"; at 3; run picture $OUT/picture.png; run picture --full $OUT/picture.jpg
         run clip take_001.mov; run cue 24; xpctl --json play 2>$OUT/at-end && exit 9
         run mark in 5; run mark out 15; run mark goal 8; run marks; run replay; run still; run unmark goal; run angle take_001.mov
         run edl save $OUT/marks.edl take_001.mov; run edl load $OUT/marks.edl take_001.mov

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // xppanel with the real recorder behind it; curl is the other side.
-#include "platform/control/verbs.h"
 #include "tests/support/print.h"
 #include "tests/system/sandbox.h"
 
@@ -31,34 +30,24 @@ TEST(Panel, aTakeIsSeenFromItsBeginToItsEndAndBelongsToWhoBeganIt)
         await is input_format 576i25
         curl -sN "$A/events" >$OUT/events & watching=$!
         await 'grep -q snapshot $OUT/events'
-        say before; ask $A/state
-        say no-token; ask -X POST $A/transport/record
-        say wrong-token; ask -H 'Authorization: Bearer x' $A/state
         say record; post transport/record
         await '[ $(recorded) -ge 25 ]'
-        say play; post 'transport/play?speed=1'
         say again; post transport/record
         say shell-stops; xpctl --json stop; post transport/record; await '[ $(recorded) -ge 5 ]'
-        xpctl set control_mode local; say local; post transport/stop; xpctl set control_mode remote
         say stop; post transport/stop
-        say shell-take; xpctl --json record >/dev/null; await '[ $(recorded) -ge 5 ]'; post transport/stop; post 'transport/stop?force=1'
+        say shell-take; xpctl --json record >/dev/null; await '[ $(recorded) -ge 5 ]'; post 'transport/stop?force=1'
         say cue; ask -H "$T" -X POST $A/transport/cue -d '{"where": 3}'
-        say wrong; post 'transport/play?speed=x'; post transport/nonsense; post 'transport/cue'; post 'transport/cue?where=1&more=2'
-        say owner; xpctl --json take-control 60 >/dev/null; post transport/play; post transport/take_control; post 'transport/take_control?force=1'
+        say owner; xpctl --json take-control 60 >/dev/null; post 'transport/take_control?force=1'
         xpctl play 2>&1 && exit 9; post transport/release_control | tail -n 1
         say parameter; ask -H "$T" -X PUT $A/params/clip_base_name -d '{"value": "scene"}'; xpctl get clip_base_name
-        ask -H "$T" -X PUT $A/params/transport_command -d '{"value": "record"}' | tail -n 1
-        ask -H "$T" -X PUT $A/params/take_number -d '{"value": -1}' | tail -n 1
-        say clips; ask "$A/clips?limit=1&sort=name&order=desc"; ask $A/clips/take_001.mov
-        say file; curl -s $A/clips/take_001.mov/file -o $OUT/whole.mov; head -c 100000 $OUT/whole.mov >$OUT/part.mov
+        say clips; ask "$A/clips?limit=1&sort=name&order=desc"
+        curl -s $A/clips/take_001.mov/file -o $OUT/whole.mov; head -c 100000 $OUT/whole.mov >$OUT/part.mov
         curl -s -C - $A/clips/take_001.mov/file -o $OUT/part.mov; cmp $OUT/whole.mov $OUT/part.mov && cmp $OUT/whole.mov /media/A/take_001.mov
-        ask -r 999999999999- $A/clips/take_001.mov/file | tail -n 1
         say list; ask -i -H "$T" -X PUT $A/list -d '{"list": ["take_001.mov"]}' | grep -i etag | tee $OUT/tag
         tag=$(sed -E 's/.*("[0-9a-f]+").*/\1/' $OUT/tag); xpctl list add take_001.mov >/dev/null
         ask -H "$T" -H "If-Match: $tag" -X PUT $A/list -d '{"list": []}' | tail -n 1
-        say media; ask $A/media; ask $A/vars; ask $A/alarms/history | tail -n 1; curl -s $A/../../metrics | grep '^xp_up'
+        say metrics; curl -s $A/../../metrics | grep '^xp_up'
         curl -s $A/picture.jpg -o $OUT/picture.jpg -D $OUT/head
-        curl -s $A/openapi.json -o $OUT/openapi.json; curl -s $A/verbs -o $OUT/verbs.json
         say right-behind; for stop in 'xpctl --json stop' 'post transport/stop' 'post transport/stop?wait=0'; do
             post 'transport/record?wait=0' >/dev/null; $stop; await is transport_status stopped; done
         say clip-behind; for round in 1 2 3 4 5 6; do
@@ -68,35 +57,21 @@ TEST(Panel, aTakeIsSeenFromItsBeginToItsEndAndBelongsToWhoBeganIt)
     const auto status = [&](const char *block) {
         return said(result.out, block).trimmed().split('\n').last();
     };
-    EXPECT_EQ(objectIn(said(result.out, "before"))["status"], "stopped");
-    EXPECT_EQ(status("no-token"), "401");
-    EXPECT_EQ(status("wrong-token"), "401");
     const QJsonObject record = objectIn(said(result.out, "record"));
     EXPECT_EQ(record["effect"].toObject()["clip"], "take_001.mov") << result.out.toStdString();
     EXPECT_EQ(record["state"].toObject()["status"], "recording");
     EXPECT_EQ(record["state"].toObject()["take"].toObject()["name"], "operator");
-    EXPECT_EQ(objectIn(said(result.out, "play"))["code"], "take_runs");
-    EXPECT_EQ(status("play"), "409");
     EXPECT_EQ(status("again"), "200") << "the effect is there: done at once";
     EXPECT_EQ(status("shell-stops"), "200");
-    EXPECT_EQ(objectIn(said(result.out, "local"))["code"], "switched_to_local");
-    EXPECT_EQ(status("local"), "423");
     EXPECT_GE(objectIn(said(result.out, "stop"))["effect"].toObject()["frames"].toInt(), 5);
-    EXPECT_EQ(objectIn(said(result.out, "shell-take"))["code"], "not_your_take");
     EXPECT_EQ(status("shell-take"), "200");
     EXPECT_EQ(objectIn(said(result.out, "cue"))["effect"].toObject()["frame"], 3);
-    EXPECT_EQ(said(result.out, "wrong").count("\n400\n"), 3) << said(result.out, "wrong").toStdString();
-    EXPECT_EQ(said(result.out, "wrong").count("\n404\n"), 1);
-    EXPECT_EQ(said(result.out, "owner").count("other_in_control"), 2)
-        << said(result.out, "owner").toStdString();
     EXPECT_TRUE(said(result.out, "owner").contains("xpctl: operator (http, 127.0.0.1) is in control"));
-    EXPECT_TRUE(said(result.out, "parameter").contains("\nscene\n409\n400\n"))
+    EXPECT_TRUE(said(result.out, "parameter").endsWith("\nscene\n"))
         << said(result.out, "parameter").toStdString();
     EXPECT_EQ(objectIn(said(result.out, "clips"))["clips"].toArray().size(), 1);
-    EXPECT_EQ(status("clips"), "200");
-    EXPECT_EQ(status("file"), "416");
     EXPECT_EQ(status("list"), "412");
-    EXPECT_EQ(status("media"), "xp_up 1");
+    EXPECT_EQ(status("metrics"), "xp_up 1");
     EXPECT_EQ(said(result.out, "right-behind").count("\"clips\":[{\"frames\":"), 2)
         << "a stop that comes before the take ends it: " << said(result.out, "right-behind").toStdString();
     EXPECT_EQ(said(result.out, "clip-behind").count("\n200\n"), 18)
@@ -120,14 +95,6 @@ TEST(Panel, aTakeIsSeenFromItsBeginToItsEndAndBelongsToWhoBeganIt)
     }
     EXPECT_TRUE(statuses.contains({"recording", "stopped", "still"}));
     EXPECT_GT(frames, 20);
-
-    const QJsonObject paths =
-        QJsonDocument::fromJson(readAll(sandbox.out("openapi.json"))).object()["paths"].toObject();
-    const QByteArray told = readAll(sandbox.out("verbs.json"));
-    for (const VerbRow &verb : verbs()) {
-        EXPECT_TRUE(paths.contains(QStringLiteral("/api/v1/transport/%1").arg(verb.name))) << verb.name;
-        EXPECT_TRUE(told.contains(QByteArray("\"name\":\"") + verb.name + '"')) << verb.name;
-    }
 }
 
 TEST(Panel, hostileClientsCostATakeAndOthersNothing)

@@ -8,25 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include <QMap>
-
 #include <cmath>
 
 namespace {
-
-/// The coded picture of each frame, as another program finds it in the file: its hash, by the number in it.
-QMap<quint32, QByteArray> coded(const QString &clip)
-{
-    const auto strips = stripsOf(clip);
-    const ProgramResult hashes = runProgram(
-        "ffmpeg", {"-v", "error", "-i", clip, "-map", "0:v", "-c", "copy", "-f", "framehash", "-"});
-    QMap<quint32, QByteArray> found;
-    for (const QByteArray &line : hashes.out.split('\n'))
-        if (!line.isEmpty() && !line.startsWith('#') && found.size() < strips.size())
-            found[strips[found.size()].value_or(0)] = line.split(',').last().trimmed();
-    EXPECT_EQ(found.size(), strips.size()) << clip.toStdString();
-    return found;
-}
 
 class StartUnderLoad : public testing::TestWithParam<const char *>
 {};
@@ -90,27 +74,3 @@ INSTANTIATE_TEST_SUITE_P(Rates, StartUnderLoad,
                          testing::Values("24&size=1920x1080", "25&size=720x576&scan=i",
                                          "29.97&size=720x486&scan=i", "50&size=1280x720",
                                          "59.94&size=1280x720"));
-
-TEST(PreRecord, isByteForByteWhatAnotherRecorderOfTheSameSourceHasRecorded)
-{
-    Sandbox sandbox({"--channels", "2"});
-    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&count=machine\n");
-    sandbox.run(R"sh(
-        xpctl --channel 2 set pre_record 3
-        xpctl record >&2
-        await 'xpctl --channel 2 metrics | grep -q "^xp_pre_record_frames 75"'
-        await '[ $(recorded) -ge 75 ]'
-        xpctl --channel 2 record --for 4 >&2
-        xpctl stop >&2
-        cp /media/A/take_001.mov $OUT/whole.mov
-        cp /media/A/channel-2/take_001.mov $OUT/part.mov
-    )sh");
-    const auto whole = coded(sandbox.out("whole.mov"));
-    const auto part = coded(sandbox.out("part.mov"));
-    ASSERT_GE(part.size(), 100);
-    EXPECT_GE(part.firstKey(), whole.firstKey()) << "the other recorder began too late to judge";
-    int differ = 0;
-    for (auto frame = part.begin(); frame != part.end(); ++frame)
-        differ += whole.value(frame.key()) != frame.value();
-    EXPECT_EQ(differ, 0) << "of " << part.size() << " frames";
-}

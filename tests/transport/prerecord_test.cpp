@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/clip/qmxclipreader.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
-#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/edges/qmxstrip.h"
 #include "tests/transport/transportrig.h"
 
@@ -9,19 +8,12 @@
 
 namespace {
 
-class OneOfTwo : public TransportRig
+struct OneOfTwo : OneTransport
 {
-public:
     OneOfTwo()
-        : TransportRig(QStringLiteral("generator:?rate=25&size=720x576&scan=i&tone=off"),
+        : OneTransport(QStringLiteral("generator:?rate=25&size=720x576&scan=i&tone=off"),
                        QStringLiteral("workers=1"))
     {}
-    using TransportRig::environment;
-    using TransportRig::framesRecorded;
-    using TransportRig::runUntilMode;
-    using TransportRig::startUp;
-    using TransportRig::vtr;
-
     QString record(const char *name)
     {
         recordDesc = media.file(QString::fromLatin1(name));
@@ -33,7 +25,6 @@ public:
         vtr().standbyOff();
         ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
     }
-    void TestBody() override {}
 };
 
 /// The coded picture and the sound of each frame, by the number in its picture.

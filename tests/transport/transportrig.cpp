@@ -63,16 +63,6 @@ QmxStream &TransportRig::stream() const
     return *_vtr->findChild<QmxStream *>(QString(), Qt::FindDirectChildrenOnly);
 }
 
-void TransportRig::setSlowMedium(bool slow)
-{
-    files->clear();
-    constexpr int calls = 40;
-    for (int n = 1; slow && n <= calls; ++n) {
-        files->stallNth(FaultyFiles::Open, n, 230 * QmxClock::nsPerMillisecond);
-        files->stallNth(FaultyFiles::Fdatasync, n, 90 * QmxClock::nsPerMillisecond);
-    }
-}
-
 QmxError TransportRig::loseImage(QmxFrame &frame)
 {
     frame.vids().first() = QmxImage(frame.vids().first().desc());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/device/lumenboard.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/logcollector.h"
@@ -40,7 +41,7 @@ public:
 /// requests and writes down, in order, what the transport tells.
 class TransportRig : public ::testing::Test
 {
-protected:
+public:
     /// `input` is what is connected to the first input, `device` a further line of the card's profile.
     explicit TransportRig(const QString &input = QStringLiteral("generator:?rate=25&size=720x576&scan=i"),
                           const QString &device = QString());
@@ -85,8 +86,6 @@ protected:
 
     /// The transport's stream; the still's is another object.
     QmxStream &stream() const;
-    /// Opens and durable writes of the medium take their time, from now on or no longer.
-    void setSlowMedium(bool slow);
     /// Frames as a board hands them over whose input is gone.
     static QmxError loseImage(QmxFrame &frame);
 
@@ -112,4 +111,12 @@ private:
     std::unique_ptr<VtrObject> _vtr;
     qsizetype _logMark = 0;
     VtrState _reported;
+};
+
+/// One of several transports in a test, each with a deck, a card and a medium of its own.
+struct OneTransport : TransportRig
+{
+    using TransportRig::TransportRig;
+    void TestBody() override {}
+    qint64 counter(QmxCounters::Row row) const { return environment.deck->counters.value(row); }
 };

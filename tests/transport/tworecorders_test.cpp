@@ -1,30 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/qmx/core/qmxdeck.h"
 #include "tests/transport/transportrig.h"
 
 #include <algorithm>
 
 namespace {
 
-class OneOfTwo : public TransportRig
+struct OneOfTwo : OneTransport
 {
-public:
-    using TransportRig::alarms;
-    using TransportRig::environment;
-    using TransportRig::files;
-    using TransportRig::framesRecorded;
-    using TransportRig::playClip;
-    using TransportRig::recordClip;
-    using TransportRig::reported;
-    using TransportRig::startUp;
-    using TransportRig::vtr;
-
     void record(const QString &name)
     {
         recordDesc = media.file(name);
         vtr().record();
     }
-    qint64 counter(QmxCounters::Row row) const { return environment.deck->counters.value(row); }
     /// The medium's failure was told.
     bool isWarned() const
     {
@@ -32,8 +19,6 @@ public:
                            [](const QmxAlarm &one) { return one.id() == QmxId(1901) && one.isActive(); });
     }
     bool records() const { return reported().mode().isInModeRecord(); }
-
-    void TestBody() override {}
 };
 
 } // namespace

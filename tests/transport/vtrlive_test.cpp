@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // One recorder plays what the other one is still recording.
 #include "platform/qmx/clip/qmxclipreader.h"
-#include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxroomtogrow.h"
 #include "platform/qmx/stream/qmxplaylist.h"
@@ -9,26 +8,6 @@
 #include "tests/transport/transportrig.h"
 
 namespace {
-
-class OneOfTwo : public TransportRig
-{
-public:
-    using TransportRig::alarms;
-    using TransportRig::environment;
-    using TransportRig::files;
-    using TransportRig::framesRecorded;
-    using TransportRig::media;
-    using TransportRig::playbackDesc;
-    using TransportRig::recordClip;
-    using TransportRig::recordDesc;
-    using TransportRig::reported;
-    using TransportRig::runUntilMode;
-    using TransportRig::startUp;
-    using TransportRig::vtr;
-
-    qint64 counter(QmxCounters::Row row) const { return environment.deck->counters.value(row); }
-    void TestBody() override {}
-};
 
 class LivePlay : public ::testing::Test
 {
@@ -82,7 +61,7 @@ protected:
         EXPECT_GE(player.counter(QmxCounters::LiveDistance), 0);
     }
     /// What is left of the clip when `one` of the two has lost the medium is played to its end.
-    void expectEndWithout(OneOfTwo &one, const QString &why, bool isRepaired = false)
+    void expectEndWithout(OneTransport &one, const QString &why, bool isRepaired = false)
     {
         allowLog("", "take_001.mov");
         order(QmxStartOrder::Place::Live);
@@ -105,7 +84,7 @@ protected:
     }
     bool isStill() { return player.reported().speedFlags().isStill(); }
 
-    OneOfTwo recorder, player;
+    OneTransport recorder, player;
 };
 
 constexpr int oneSecond = 25;

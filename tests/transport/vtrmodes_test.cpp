@@ -72,18 +72,3 @@ TEST_F(ModesTest, anyCommand_isRefusedWhileTheStreamOfTheOldModeCloses)
     vtr().record();
     EXPECT_EQ(vtr().state().mode(), VtrMode(VtrMode::Record));
 }
-
-TEST_F(ModesTest, stateChanged_isToldOnceAndNeverForStopOnLossOfVideo)
-{
-    startUp();
-    events.clear();
-    Stepper::runMs(3000);
-    EXPECT_EQ(events, QStringList());
-    vtr().setStopOnLossOfVideo(false);
-    Stepper::runMs(1000);
-    EXPECT_EQ(events, QStringList());
-    vtr().setLooping(true);
-    EXPECT_EQ(events, QStringList()) << "the next step reports it";
-    Stepper::runMs(3000);
-    EXPECT_EQ(events, QStringList{"state 0.000 StandbyOff > 0.000 StandbyOff"});
-}

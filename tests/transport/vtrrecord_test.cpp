@@ -85,24 +85,6 @@ TEST_F(RecordTest, inhibitedRecord_failsWithItsReason)
     expectLog("vtrobject", "Record Inhibited: " + QmxId(2000).name());
     vtr().record();
     EXPECT_EQ(events.last(), "inhibited 2000");
-
-    // The generator stands in for the input, and is announced as one.
-    QmxImageDesc format;
-    format.setSize(1280, 720);
-    format.setFrameRate(25);
-    format.setDataType(QmxId(231));
-    vtr().setVideoSignalGenFormat(format);
-    events.clear();
-    vtr().setVideoSignalGenMode(QmxId(800));
-    format.setFrameRate(50);
-    vtr().setVideoSignalGenFormat(format);
-    EXPECT_EQ(events, QStringList(2, "input 0 valid"));
-    Stepper::runMs(1000);
-    recordClip("bars.mov", 5);
-    EXPECT_EQ(distances(media.file("bars.mov"), ten).isEmpty(), false);
-    events.clear();
-    vtr().setVideoSignalGenMode(QmxId());
-    EXPECT_EQ(events, QStringList{"input 0 invalid"});
 }
 
 TEST_F(RecordTest, aStreamThatCannotBeOpened_isToldOnceAndReleasesTheStorage)

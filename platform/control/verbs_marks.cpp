@@ -89,14 +89,19 @@ Answer performMark(const VerbCall &call)
                 ? QStringLiteral("%1 is not on the output").arg(material.clip)
                 : QStringLiteral("%1 has no frame at %2").arg(material.clip, call.text("where")),
             material.describe());
+    QString gone;
     const auto change = [&](ClipMarks &marks) -> QmxError {
         // One that contradicts the other takes its place: the last one set is what is meant.
         if (isIn) {
             marks.in = frame;
-            if (marks.out && *marks.out <= *frame) marks.out.reset();
+            if (!marks.out || *marks.out > *frame) return {};
+            gone = QStringLiteral("out at frame %1 lay before it and is gone").arg(*marks.out);
+            marks.out.reset();
         } else if (isOut) {
             marks.out = frame;
-            if (marks.in && *marks.in >= *frame) marks.in.reset();
+            if (!marks.in || *marks.in < *frame) return {};
+            gone = QStringLiteral("in at frame %1 lay behind it and is gone").arg(*marks.in);
+            marks.in.reset();
         } else if (!marks.setPoint(*name, *frame)) {
             return {ENOSPC, QStringLiteral("%1 has %2 marks already; remove some with: xpctl unmark NAME")
                                 .arg(material.clip)
@@ -104,9 +109,11 @@ Answer performMark(const VerbCall &call)
         }
         return {};
     };
-    return changeMarks(
+    Answer answer = changeMarks(
         call, material, change,
         QStringLiteral("%1 of %2: %3").arg(*name, material.clip, placeText(material.info, *frame)));
+    if (answer.isDone() && !gone.isEmpty()) answer.sentence += "; " + gone;
+    return answer;
 }
 
 Answer performUnmark(const VerbCall &call)

@@ -110,6 +110,12 @@ std::optional<qint64> frameOf(const QByteArray &text)
     return isNumber && frame >= 0 ? std::optional(frame) : std::nullopt;
 }
 
+/// Where marks lie that made no sense.
+QString asideOf(const QString &marks)
+{
+    return marks + ".damaged";
+}
+
 } // namespace
 
 std::optional<QString> ClipMarks::nameFrom(const QString &text)
@@ -232,7 +238,7 @@ ClipMarks ClipMarksFile::read(const QString &clipPath, QString &told, const QmxE
         told = error.toString();
         return {};
     }
-    const QString aside = path + ".damaged";
+    const QString aside = asideOf(path);
     const bool isAside = environment.files->rename(path, aside) == 0;
     told = QStringLiteral("the marks of %1 make no sense%2; set them anew")
                .arg(QFileInfo(clipPath).fileName(),
@@ -275,6 +281,7 @@ QmxError ClipMarksFile::follow(const QString &from, const QString &to, bool copy
     QmxError error;
     if (to.isEmpty()) {
         if (files.unlink(source) != 0) error = failed("cannot delete", source);
+        files.unlink(asideOf(source));
     } else if (copy) {
         QByteArray text;
         error = readFile(source, files, text);

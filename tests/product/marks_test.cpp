@@ -77,6 +77,8 @@ TEST(ClipMarks, surviveWhateverHappensToTheirFile)
     EXPECT_TRUE(readMarks(clip, false).isEmpty());
     EXPECT_EQ(readAll(file + ".damaged"), "garbage\n") << "put aside";
     EXPECT_TRUE(readMarks(clip).isEmpty());
+    EXPECT_FALSE(ClipMarksFile::follow(clip, {}, false).isError());
+    EXPECT_FALSE(QFile::exists(file + ".damaged")) << "it goes with the clip";
     EXPECT_FALSE(ClipMarks::nameFrom("two\nlines") || ClipMarks::nameFrom(" ") ||
                  ClipMarks::nameFrom(QString(81, 'x')));
 }

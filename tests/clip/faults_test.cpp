@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tests/clip/cliptake.h"
+#include "tests/clip/recordedfiles.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/rounds.h"
 #include "tests/support/testfiles.h"
@@ -12,77 +13,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <map>
 #include <random>
 
 namespace {
 
 const ClipTake::Format smallPlain{128, 96, 25, 1, 203, 0, 2, false, 0};
-
-/// Remembers what has been written since the last sync, block by block: what a power cut may lose.
-class CrashFiles : public QmxFiles
-{
-public:
-    ssize_t pwrite(int, const void *data, size_t size, off64_t offset) override
-    {
-        const auto *bytes = static_cast<const char *>(data);
-        for (size_t i = 0; i < size; i += 512)
-            _pending.push_back(
-                {offset + off64_t(i), QByteArray(bytes + i, qsizetype(std::min<size_t>(512, size - i)))});
-        snapshot();
-        return ssize_t(size);
-    }
-    int fdatasync(int) override
-    {
-        for (const Write &write : _pending)
-            apply(_durable, write);
-        _pending.clear();
-        ++syncs;
-        return 0;
-    }
-    int ftruncate(int, off64_t size) override
-    {
-        _pending.push_back({-1, QByteArray::number(qint64(size))});
-        return 0;
-    }
-    int flock(int, int) override { return 0; }
-    int fallocate(int, int, off64_t, off64_t) override { return 0; }
-
-    /// What the medium may hold now: all that is synced and any part of the rest.
-    QByteArray image(std::mt19937 &chance) const
-    {
-        QByteArray bytes = _durable;
-        const int share = int(chance() % 101);
-        for (const Write &write : _pending)
-            if (int(chance() % 100) < share) apply(bytes, write);
-        return bytes;
-    }
-
-    int syncs = 0;
-    std::function<void()> onWrite;
-
-private:
-    struct Write
-    {
-        qint64 offset; ///< -1: a new size
-        QByteArray bytes;
-    };
-    static void apply(QByteArray &image, const Write &write)
-    {
-        if (write.offset < 0) {
-            image.resize(write.bytes.toLongLong());
-            return;
-        }
-        const qsizetype end = write.offset + write.bytes.size();
-        if (image.size() < end) image.append(end - image.size(), '\0');
-        image.replace(write.offset, write.bytes.size(), write.bytes);
-    }
-    void snapshot()
-    {
-        if (onWrite) onWrite();
-    }
-    QByteArray _durable;
-    std::vector<Write> _pending;
-};
 
 } // namespace
 
@@ -240,32 +176,35 @@ TEST(ClipFaults, HalfWritesAreCompleted)
 TEST(ClipFaults, APowerCutLosesNoAcknowledgedFrame)
 {
     TestDir dir;
+    const QString path = dir.file("a.mov");
     ClipTake take(smallPlain);
     take.jump(20, 50);
-    std::mt19937 chance(7);
-    auto files = std::make_shared<CrashFiles>();
+    const auto files = std::make_shared<RecordedFiles>();
     QmxClipWriter writer(withFiles(files));
-    int images = 0;
-    qint64 least = 0;
-    files->onWrite = [&] {
-        // Every write of the close, some of those before.
-        if (chance() % 3 && writer.framesDurable() < 120) return;
-        const QString path = dir.file("crash.mov");
-        writeAll(path, files->image(chance));
-        const qint64 acknowledged = writer.framesDurable();
-        ASSERT_GE(take.wholeFrames(path), acknowledged);
-        least = std::max(least, acknowledged);
-        ++images;
-        if (acknowledged == 0) return;
-        bool repaired = false;
-        ASSERT_FALSE(QmxClipReader::repair(path, repaired).isError());
-        ASSERT_GE(take.wholeFrames(path), acknowledged);
-    };
-    ASSERT_FALSE(writer.create(dir.file("a.mov"), take.info).isError());
-    ASSERT_FALSE(take.write(writer, 0, 120).isError());
+    std::map<qsizetype, qint64> acknowledged{{0, 0}}; // by what had been done
+    ASSERT_FALSE(writer.create(path, take.info).isError());
+    for (int frame = 0; frame < 120; ++frame) {
+        ASSERT_FALSE(take.write(writer, frame, frame + 1).isError());
+        acknowledged[files->acts.size()] = writer.framesDurable();
+    }
     ASSERT_FALSE(writer.close().isError());
+    std::mt19937 chance(7);
+    int images = 0;
+    for (const qsizetype cut : std::as_const(files->writes)) {
+        const auto [done, safe] = *std::prev(acknowledged.upper_bound(cut));
+        // Every write of the close, some of those before.
+        if (chance() % 3 && safe < 120) continue;
+        const unsigned share = chance() % 101;
+        files->leave(
+            path, cut, [&] { return chance() % 100 < share; }, false);
+        SCOPED_TRACE(testing::Message() << cut << " of " << done);
+        ASSERT_GE(take.wholeFrames(path), safe);
+        ++images;
+        bool repaired = false;
+        EXPECT_FALSE(safe > 0 && QmxClipReader::repair(path, repaired).isError());
+        ASSERT_GE(take.wholeFrames(path), safe);
+    }
     EXPECT_GT(images, 40);
-    EXPECT_EQ(least, 120);
 }
 
 TEST(ClipFaults, AKilledWriterLosesNoAcknowledgedFrame)

@@ -4,6 +4,7 @@
 #include "companions/mediad/clipcomplete.h"
 #include "platform/qmx/clip/qmxclipcheck.h"
 #include "tests/clip/cliptake.h"
+#include "tests/clip/recordedfiles.h"
 #include "tests/support/faultyfiles.h"
 #include "tests/support/print.h"
 #include "tests/support/rounds.h"
@@ -13,76 +14,8 @@
 
 #include <QDir>
 #include <QFile>
-#include <QHash>
 
 #include <random>
-
-namespace {
-
-/// Remembers everything that is done to files.
-class Recording : public QmxFiles
-{
-public:
-    struct Act
-    {
-        enum Kind { Write, Resize, Sync };
-        Kind kind;
-        QString path;
-        qint64 at = 0; ///< or the size
-        QByteArray bytes;
-    };
-    QList<Act> acts;
-
-    int open(const QString &path, int flags, mode_t mode) override
-    {
-        const int fd = QmxFiles::open(path, flags, mode);
-        if (fd >= 0) _paths[fd] = path;
-        return fd;
-    }
-    ssize_t pwrite(int fd, const void *data, size_t size, off64_t offset) override
-    {
-        const ssize_t written = QmxFiles::pwrite(fd, data, size, offset);
-        const auto *bytes = static_cast<const char *>(data);
-        for (qint64 done = 0; done < written; done += block) // a disk promises no more than sectors
-            acts.append({Act::Write, _paths[fd], offset + done,
-                         QByteArray(bytes + done, qsizetype(std::min<qint64>(block, written - done)))});
-        return written;
-    }
-    int ftruncate(int fd, off64_t size) override
-    {
-        acts.append({Act::Resize, _paths[fd], size, {}});
-        return QmxFiles::ftruncate(fd, size);
-    }
-    int fdatasync(int fd) override
-    {
-        acts.append({Act::Sync, _paths[fd], 0, {}});
-        return QmxFiles::fdatasync(fd);
-    }
-
-    /// A file as a cut after so many acts may leave it; `keeps` says of each write that was not synced
-    /// whether it has arrived. A disk that `lies` does not heed syncs.
-    void leave(const QString &path, qsizetype count, const std::function<bool()> &keeps, bool lies) const
-    {
-        qsizetype synced = 0;
-        for (qsizetype i = 0; i < count && !lies; ++i)
-            if (acts[i].kind == Act::Sync && acts[i].path == path) synced = i;
-        QFile file(path);
-        ASSERT_TRUE(file.open(QFile::ReadWrite | QFile::Truncate));
-        for (qsizetype i = 0; i < count; ++i) {
-            if (acts[i].path != path || acts[i].kind == Act::Sync || (i > synced && !keeps())) continue;
-            if (acts[i].kind == Act::Resize)
-                file.resize(acts[i].at);
-            else if (file.seek(acts[i].at))
-                file.write(acts[i].bytes);
-        }
-    }
-
-private:
-    static constexpr qint64 block = 512;
-    QHash<int, QString> _paths;
-};
-
-} // namespace
 
 TEST(MirrorPowerCut, eachCopyIsReadableAloneAndTheMendIsExact)
 {
@@ -101,7 +34,7 @@ TEST(MirrorPowerCut, eachCopyIsReadableAloneAndTheMendIsExact)
     };
     QList<Safe> safe{{0, {0, 0}}};
     qsizetype closing = 0;
-    const auto recording = std::make_shared<Recording>();
+    const auto recording = std::make_shared<RecordedFiles>();
     {
         QmxClipWriter writers[2] = {QmxClipWriter(withFiles(recording)), QmxClipWriter(withFiles(recording))};
         // The second one is some frames behind and flushes at other moments; it closes first.

@@ -101,7 +101,11 @@ for (const { path, method, operation, name } of operations.filter((one) => !one.
 /** Who reads slowly gets the newest pictures, whether he acknowledges what he has got or just does not read. */
 test("a slow reader of pictures gets no old ones", async () => {
   const tickOf = (message) => Number(message.readBigInt64LE(8));
-  const tickNow = async () => Number((await http("api/v1/picture.jpg")).headers.get("x-tick"));
+  const tickNow = async () => {
+    const reply = await http("api/v1/picture.jpg");
+    await reply.arrayBuffer(); // a body that is not read keeps its connection, of which there are so many for a peer
+    return Number(reply.headers.get("x-tick"));
+  };
   for (const acknowledges of [true, false]) {
     const got = [];
     const socket = new WebSocket(new URL(`api/v1/pictures${acknowledges ? "?acknowledge=1" : ""}`, address.replace("http", "ws")));

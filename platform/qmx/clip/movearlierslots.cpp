@@ -17,6 +17,8 @@ constexpr char magic[9] = "QMXEARLY";
 constexpr qsizetype fixedSize = 44;
 constexpr qsizetype crcPosition = 12;
 constexpr qsizetype commonHead = 12; // every record of a slot begins with its name and its size
+/// Slots that are held at once, some 5 KB each: days of a take, where each tells of as many as usual.
+constexpr size_t mostLinks = 16384;
 
 struct Record
 {
@@ -226,6 +228,7 @@ bool MovEarlierSlots::read(MovInput &input, const MovFormat &format, qint64 newe
 {
     std::vector<Link> links; // the newest first
     for (qint64 at = newest;; at = links.back().record.slot) {
+        if (links.size() == mostLinks) return false;
         Link link;
         if (!readLink(input, format, at, links.empty() ? nullptr : &links.back(), link)) return false;
         links.push_back(std::move(link));

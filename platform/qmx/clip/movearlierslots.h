@@ -29,7 +29,7 @@ public:
     /// Is given a fragment, as far as an index needs it, and how many frames all of them have together.
     using Use = std::function<void(const MovFragment &fragment, qint64 frames)>;
     /// Gives every fragment up to that of the slot at `newest`, in order. False when slots do not tell of
-    /// each other, or contradict each other: none has been given then.
+    /// each other, contradict each other, or are too many: none has been given then.
     static bool read(MovInput &input, const MovFormat &format, qint64 newest, const Use &use);
 
 private:

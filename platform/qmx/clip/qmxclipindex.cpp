@@ -284,6 +284,7 @@ bool QmxClipIndex::loadByNewest(MovInput &input, const std::vector<qint64> &mark
     // The mark of the newest slot can be on the medium before the slot is.
     constexpr size_t tries = 2;
     const auto use = [&](const MovFragment &fragment, qint64 all) {
+        if (qint64(frames.size()) >= maxFrames) return; // as a walk ends there
         frames.reserve(size_t(std::min(all, maxFrames)));
         append(fragment, input);
     };

@@ -45,6 +45,8 @@ std::span<const BenchRow> benchRows()
         {"prores", "our ProRes coder against libavcodec's: size, quality, CPU a frame", benchProRes},
         {"prores_decode", "our ProRes decoder against libavcodec's: CPU a frame, whole and smaller",
          benchProResDecode},
+        {"prores_targets", "the same with each instruction set that the machine has, beside the widest",
+         benchProResTargets},
         {"prores_latency", "time of a ProRes frame with the help of idle workers, and alone",
          benchProResLatency},
         {"medium_change", "a take that goes on on the next medium: frames lost, time between the two",

@@ -80,3 +80,5 @@ QList<Figure> benchProRes(int seconds);
 QList<Figure> benchProResLatency(int seconds);
 // proresdecodebench.cpp
 QList<Figure> benchProResDecode(int seconds);
+// prorestargetbench.cpp
+QList<Figure> benchProResTargets(int seconds);

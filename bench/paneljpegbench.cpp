@@ -1,32 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A picture of the panel, beside the JPEG library alone.
 #include "bench/figures.h"
+#include "bench/threadcpu.h"
 
 #include "companions/panel/jpeg.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <vector>
 
 #include <jpeglib.h>
 
 namespace {
-constexpr double nsPerMs = 1e6;
-
 double median(QList<double> values)
 {
     std::sort(values.begin(), values.end());
     return values[values.size() / 2];
-}
-
-/// Of this thread, in milliseconds: what else the machine does is no part of the figure.
-double cpuNow()
-{
-    timespec now = {};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / nsPerMs;
 }
 
 constexpr int pictureWidth = 640, pictureHeight = 352;
@@ -77,7 +67,7 @@ void read(const QByteArray &file, Planes &planes)
 /// The library alone: the same picture in planes as it wants them.
 double bareJpeg(Planes &planes, int rounds)
 {
-    const double begin = cpuNow();
+    const double begin = threadCpu();
     for (int round = 0; round < rounds; ++round) {
         jpeg_compress_struct info = {};
         jpeg_error_mgr errors;
@@ -101,7 +91,7 @@ double bareJpeg(Planes &planes, int rounds)
         jpeg_destroy_compress(&info);
         std::free(out);
     }
-    return (cpuNow() - begin) / rounds;
+    return (threadCpu() - begin) / rounds;
 }
 
 /// Bars, a ramp and noise, in legal range.
@@ -136,10 +126,10 @@ QList<Figure> benchPanelJpeg(int seconds)
     QList<double> ours, theirs;
     constexpr int rounds = 20;
     for (int turn = 0; turn < std::clamp(seconds * 2, 10, 50); ++turn) {
-        const double begin = cpuNow();
+        const double begin = threadCpu();
         for (int round = 0; round < rounds; ++round)
             maker.make(picture);
-        ours.append((cpuNow() - begin) / rounds);
+        ours.append((threadCpu() - begin) / rounds);
         theirs.append(bareJpeg(planes, rounds));
     }
     return {{"panel_jpeg", median(ours), "ms", median(theirs), "ms libjpeg", 1.2}};

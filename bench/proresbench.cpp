@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "bench/benchpictures.h"
 #include "bench/figures.h"
+#include "bench/threadcpu.h"
 
 #include "platform/qmx/codec/prores/proresframecoder.h"
 #include "platform/qmx/codec/qmxlibav.h"
@@ -13,7 +14,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
-#include <ctime>
 #include <functional>
 #include <latch>
 #include <thread>
@@ -27,13 +27,6 @@ constexpr QSize raster(1920, 1080);
 constexpr int frames = 7;
 constexpr int profile422 = 2;
 constexpr double sameSize = 1.05;
-
-double threadCpu()
-{
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
-}
 
 QmxImageDesc descOf(const BenchFilm &film)
 {
@@ -94,7 +87,7 @@ Result measure(const BenchFilm &film, const QList<QmxPicture> &pictures,
         const QmxPicture &picture = pictures[i];
         const double before = threadCpu();
         const QmxBuffer coded = encode(picture);
-        cpu[size_t(i)] = (threadCpu() - before) * 1000;
+        cpu[size_t(i)] = threadCpu() - before;
         result.bytes += double(coded.size()) / frames;
         QmxPicture decoded;
         if (decoder->decode(coded, decoded).isError()) return {};

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "bench/benchpictures.h"
 #include "bench/figures.h"
+#include "bench/threadcpu.h"
 
 #include "platform/qmx/codec/prores/proresparser.h"
 #include "platform/qmx/codec/qmxprores.h"
 
 #include <algorithm>
 #include <array>
-#include <ctime>
 #include <functional>
 #include <memory>
 #include <random>
@@ -15,13 +15,6 @@
 namespace {
 constexpr int pictures = 3;
 constexpr int rounds = 9;
-
-double threadCpu()
-{
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return (double(time.tv_sec) + double(time.tv_nsec) / 1e9) * 1000;
-}
 
 QmxImageDesc descOf(int dataType, const QSize &size)
 {

@@ -2,6 +2,7 @@
 // The proof of a clip: what it costs a take, and how fast it is checked.
 #include "bench/benchclip.h"
 #include "bench/figures.h"
+#include "bench/threadcpu.h"
 
 #include "platform/qmx/clip/movpictureproof.h"
 #include "platform/qmx/clip/qmxclipcheck.h"
@@ -11,20 +12,12 @@
 #include <QFile>
 #include <QProcess>
 
-#include <ctime>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace {
 constexpr int frames = 400;
 constexpr double mega = 1e6;
-
-double cpuMs()
-{
-    timespec time = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return double(time.tv_sec) * 1e3 + double(time.tv_nsec) / 1e6;
-}
 
 struct Proof
 {
@@ -57,11 +50,11 @@ Proof proofOf(const QmxId &codec)
         tick.rate = desc.frameRate();
         const QmxPicture picture = source->take(tick).picture;
         QmxBuffer coded;
-        const double begin = cpuMs();
+        const double begin = threadCpu();
         if (encoder->encode(picture, coded).isError()) return {};
-        const double between = cpuMs();
+        const double between = threadCpu();
         MovSharedProof().of(coded.constData(), size_t(coded.size()));
-        proving.append(cpuMs() - between);
+        proving.append(threadCpu() - between);
         coding.append(between - begin);
         proof.bytes += double(coded.size()) / pictures;
     }

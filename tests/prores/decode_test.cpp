@@ -51,29 +51,13 @@ double exactSample(const std::array<double, 64> &coefficients, int edge, int x, 
     return std::clamp(512 + sum * 2 / 8, 4.0, 1019.0);
 }
 
-int picturesWanted()
-{
-    const char *asked = std::getenv("XP_PRORES_PICTURES");
-    return asked ? std::atoi(asked) : 300;
-}
-
-ProResFormat randomFormat(std::minstd_rand &random)
-{
-    random.discard(4);
-    const int type = 202 + int(random() % 5);
-    const auto scan = ProResFormat::Scan(random() % 3);
-    const int height = 2 + int(random() % 70);
-    const QSize size(1 + int(random() % 170), scan == ProResFormat::Progressive ? height : height & ~1);
-    return proResTestFormat(type, size, scan, type == 206 && random() % 2);
-}
-
 /// Of our coder or of another one.
 QmxBuffer randomFrame(const ProResFormat &format, std::minstd_rand &random)
 {
     ProResTestFrame frame(format);
     paint(frame, ProResTestKind(random() % proResTestKinds), random);
     if (random() % 3 == 0)
-        if (const QmxBuffer coded = encodeElsewhere(format, frame, random); coded.isValid()) return coded;
+        if (QmxBuffer coded = encodeElsewhere(format, frame, random); coded.isValid()) return coded;
     ProResFrameCoder coder(format);
     if (random() % 2) coder.setFixedQuantiser(1 + int(random() % (random() % 2 ? 224 : 8)));
     return coder.encode(frame.planes());
@@ -122,7 +106,8 @@ TEST(ProResDecode, isWithinOneOfTheExactTransformOnEveryTargetAndAtEveryScale)
                         const double exact =
                             exactSample(coefficients[size_t(block)], edge, i % edge, i / edge);
                         const quint16 *first = place.block(block, edge);
-                        const double error = first[i / edge * place.stride + i % edge] - exact;
+                        const qsizetype at = i / edge * place.stride + i % edge;
+                        const double error = first[at] - exact;
                         ASSERT_LE(std::abs(error), 1) << hwy::TargetName(target) << " edge " << edge;
                         squares += error * error;
                         samples += 1;

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 namespace {
 constexpr int dataTypes[] = {202, 203, 204, 205, 206};
 constexpr ProResFormat::Scan scans[] = {ProResFormat::Progressive, ProResFormat::TopFieldFirst,
@@ -41,18 +39,9 @@ TEST(ProResFrames, everyKindRasterAndScanDecodes)
 
 TEST(ProResFrames, randomPicturesKeepTheErrorOfTheirQuantiser)
 {
-    const char *asked = std::getenv("XP_PRORES_PICTURES");
-    const int pictures = asked ? std::atoi(asked) : 400;
-    for (int i = 0; i < pictures; ++i) {
+    for (int i = 0; i < picturesWanted(); ++i) {
         std::minstd_rand random(unsigned(i) * 7919U + 1);
-        random.discard(4);
-        const int type = dataTypes[random() % std::size(dataTypes)];
-        const ProResFormat::Scan scan = scans[random() % 3];
-        // Fields of one height: of a frame with an odd number of lines the decoder wants rows that are not
-        // there.
-        const int height = 2 + int(random() % 70);
-        const QSize size(1 + int(random() % 170), scan == ProResFormat::Progressive ? height : height & ~1);
-        const ProResFormat format = proResTestFormat(type, size, scan, type == 206 && random() % 2);
+        const ProResFormat format = randomFormat(random);
         SCOPED_TRACE("picture " + std::to_string(i) + " " + describe(format));
         ProResFrameCoder coder(format);
         if (random() % 2) coder.setFixedQuantiser(1 + int(random() % (random() % 2 ? 224 : 8)));

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 
@@ -237,8 +238,14 @@ QmxBuffer encodeElsewhere(const ProResFormat &format, const ProResTestFrame &fra
     picture->width = format.size.width();
     picture->height = format.size.height();
     picture->quality = context->global_quality;
+    const bool topFirst = format.scan == ProResFormat::TopFieldFirst;
+#ifdef AV_FRAME_FLAG_INTERLACED
+    if (format.isInterlaced()) picture->flags |= AV_FRAME_FLAG_INTERLACED;
+    if (topFirst) picture->flags |= AV_FRAME_FLAG_TOP_FIELD_FIRST;
+#else
     picture->interlaced_frame = format.isInterlaced();
-    picture->top_field_first = format.scan == ProResFormat::TopFieldFirst;
+    picture->top_field_first = topFirst;
+#endif
     AVPacket *packet = av_packet_alloc();
     QmxBuffer coded;
     if (avcodec_open2(context, context->codec, nullptr) >= 0 && av_frame_get_buffer(picture, 0) >= 0) {
@@ -333,4 +340,21 @@ ProResFormat proResTestFormat(int dataType, const QSize &size, ProResFormat::Sca
     format.primaries = format.transfer = format.matrix = 1;
     format.alpha = alpha;
     return format;
+}
+
+ProResFormat randomFormat(std::minstd_rand &random)
+{
+    random.discard(4);
+    const int type = 202 + int(random() % 5);
+    const auto scan = ProResFormat::Scan(random() % 3);
+    // Fields of one height: of a frame with an odd number of lines the decoder wants rows that are not there.
+    const int height = 2 + int(random() % 70);
+    const QSize size(1 + int(random() % 170), scan == ProResFormat::Progressive ? height : height & ~1);
+    return proResTestFormat(type, size, scan, type == 206 && random() % 2);
+}
+
+int picturesWanted()
+{
+    const char *asked = std::getenv("XP_PRORES_PICTURES");
+    return asked ? std::atoi(asked) : 400;
 }

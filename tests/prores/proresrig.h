@@ -54,3 +54,7 @@ QmxBuffer encodeElsewhere(const ProResFormat &format, const ProResTestFrame &fra
 std::string verify(const ProResFormat &format, const ProResTestFrame &frame, const QmxBuffer &coded);
 
 ProResFormat proResTestFormat(int dataType, const QSize &size, ProResFormat::Scan scan, bool alpha = false);
+/// Of a raster of at most 170x71.
+ProResFormat randomFormat(std::minstd_rand &random);
+/// How many random pictures a test takes.
+int picturesWanted();

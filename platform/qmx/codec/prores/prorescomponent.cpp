@@ -11,6 +11,7 @@
 #include "platform/qmx/codec/prores/prorescomponent.h"
 
 #include "platform/qmx/codec/prores/proresbitwriter.h"
+#include "platform/qmx/codec/prores/proresgather.h"
 
 #include <algorithm>
 #include <bit>
@@ -67,11 +68,41 @@ struct Found
     int count = 0;
 };
 
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL || HWY_TARGET == HWY_SCALAR
+constexpr size_t lanesAtOnce = ProRes::lanes / 2;
+#else
+/// Where there is no instruction for it, Highway 1.0 has GCC copy its table of 2 kB for every vector: three
+/// times the time of all the rest.
+constexpr size_t lanesAtOnce = ProResGather::lanes;
+#endif
+const hn::CappedTag<uint16_t, lanesAtOnce> levelTag;
+using LevelTag = decltype(levelTag);
+using LevelVector = hn::Vec<LevelTag>;
+
+/// Stores the lanes of both whose bit is set, and what comes behind them is spoilt; how many they are.
+HWY_INLINE int storeThere(quint64 there, LevelVector places, LevelVector sizes, quint16 *place, quint16 *size)
+{
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL || HWY_TARGET == HWY_SCALAR
+    const quint64 bits = qToLittleEndian(there);
+    const auto mask = hn::LoadMaskBits(levelTag, reinterpret_cast<const uint8_t *>(&bits));
+    hn::CompressStore(sizes, mask, levelTag, size);
+    return int(hn::CompressStore(places, mask, levelTag, place));
+#else
+    const hn::Repartition<uint8_t, LevelTag> bytes;
+    const auto set = uint8_t(there);
+    const auto order = hn::Load(bytes, ProResGather::orders[set].data());
+    hn::StoreU(hn::BitCast(levelTag, hn::TableLookupBytes(hn::BitCast(bytes, sizes), order)), levelTag, size);
+    hn::StoreU(hn::BitCast(levelTag, hn::TableLookupBytes(hn::BitCast(bytes, places), order)), levelTag,
+               place);
+    return std::popcount(set);
+#endif
+}
+
 /// Moves together what is there, as many lanes at once as the machine has: each step costs the same, whether
 /// it finds one level or all.
 void find(const Levels &levels, const Lanes &lanes, Found &found)
 {
-    const hn::CappedTag<uint16_t, ProRes::lanes / 2> d;
+    const LevelTag d;
     const int step = int(hn::Lanes(d));
     const auto one = hn::Set(d, 1);
     const quint32 all = lanes.count == ProRes::lanes ? ~0U : (1U << lanes.count) - 1;
@@ -82,14 +113,12 @@ void find(const Levels &levels, const Lanes &lanes, Found &found)
         const quint16 *sizes = levels.size.data() + n * ProRes::lanes + lanes.first;
         int place = n * lanes.count;
         for (; present; present >>= step, negative >>= step, place += step, sizes += step) {
-            const quint64 bits = qToLittleEndian(present), signs = qToLittleEndian(negative);
-            const auto there = hn::LoadMaskBits(d, reinterpret_cast<const uint8_t *>(&bits));
+            const quint64 signs = qToLittleEndian(negative);
             const auto below = hn::LoadMaskBits(d, reinterpret_cast<const uint8_t *>(&signs));
             const auto size = hn::Add(hn::LoadU(d, sizes), hn::LoadU(d, sizes));
             const auto signedSize = hn::Or(size, hn::IfThenElseZero(below, one));
-            hn::CompressStore(signedSize, there, d, found.signedSize.data() + count);
-            count +=
-                int(hn::CompressStore(hn::Iota(d, uint16_t(place)), there, d, found.place.data() + count));
+            count += storeThere(present, hn::Iota(d, uint16_t(place)), signedSize, found.place.data() + count,
+                                found.signedSize.data() + count);
         }
     }
     found.count = count;

@@ -227,7 +227,7 @@ const uchar *fastEnd(const Cursor &c, const uchar *end)
 {
     // Compared as numbers: a component near the beginning of the memory has no such place in it.
     const auto a = quintptr(c.end) - bytesAFilling, b = quintptr(end) - bytesRead;
-    return reinterpret_cast<const uchar *>(std::min(a, b));
+    return reinterpret_cast<const uchar *>(std::min(a, b)); // NOLINT(performance-no-int-to-ptr)
 }
 
 /// The pairs of one, or what is left of them.

@@ -15,6 +15,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 HWY_BEFORE_NAMESPACE();
 namespace ProResInverse::HWY_NAMESPACE {
@@ -82,6 +83,13 @@ HWY_INLINE void inverseBoth(WideVector *v, unsigned columns, quint16 *samples)
     }
 }
 
+/// Without a loop: of that GCC would make a string instruction, which takes longer than storing zeros.
+template <size_t... i>
+HWY_INLINE void clear(WideVector *v, std::index_sequence<i...>)
+{
+    ((v[i] = hn::Zero(Wide())), ...);
+}
+
 /// As many blocks as fit into a vector. Drawn pictures have many blocks that change in one direction only.
 template <int edge>
 void transformLanes(const qint16 *levels, int blocks, int places, const Dequantiser &dequantiser,
@@ -91,16 +99,20 @@ void transformLanes(const qint16 *levels, int blocks, int places, const Dequanti
     const Narrow narrow;
     const hn::RebindToUnsigned<Narrow> unsignedNarrow;
     const Arithmetic arithmetic(dequantiser);
-    WideVector v[count];
-    for (int i = 1; i < count; ++i)
-        v[i] = hn::Zero(Wide());
-    v[0] = arithmetic.mean(levels);
-    unsigned columns = 1, rows = 1; // that have anything
+    // First what there is, then that: whether a place has anything nobody can foretell.
+    quint64 present = 0;
     for (size_t n = 1; n < size_t(places); ++n) {
         const auto level = hn::LoadU(narrow, levels + n * size_t(blocks));
-        if (hn::AllTrue(narrow, hn::Eq(level, hn::Zero(narrow)))) continue;
+        present |= quint64(!hn::AllTrue(narrow, hn::Eq(level, hn::Zero(narrow)))) << n;
+    }
+    WideVector v[count];
+    clear(v, std::make_index_sequence<count>());
+    v[0] = arithmetic.mean(levels);
+    unsigned columns = 1, rows = 1; // that have anything
+    for (; present; present &= present - 1) {
+        const auto n = size_t(std::countr_zero(present));
         const int place = dequantiser.place[n];
-        v[place] = arithmetic.coefficient(level, n);
+        v[place] = arithmetic.coefficient(hn::LoadU(narrow, levels + n * size_t(blocks)), n);
         columns |= 1U << place % edge;
         rows |= 1U << place / edge;
     }

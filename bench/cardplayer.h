@@ -13,3 +13,6 @@ std::optional<double> playThroughCard(BenchPlayer &player, int frames, bool byLi
 /// which shows smaller pictures then, or not.
 std::optional<double> heldByCard(BenchPlayer &player, int frames, double ticksASecond, bool shuttle,
                                  const QSize &size);
+/// Milliseconds of each cue: from the order to the picture on the output of a card with a thousand ticks a
+/// second. Empty: one did not come.
+QList<double> cueThroughCard(BenchPlayer &player, const QList<int> &targets);

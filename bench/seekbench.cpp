@@ -44,8 +44,10 @@ QList<Figure> measureSeeks(Clip &clip, const QString &path)
     QList<double> cues, bare, mpv;
     MpvPeer peer;
     const bool hasPeer = peer.open(path);
+    QList<int> targets;
     for (int i = 0; i < rounds; ++i) {
         const int target = (i * 97 + 17) % (frames - 30); // far from what is loaded
+        targets.append(target);
         QmxFrame frame;
         QElapsedTimer timer;
         timer.start();
@@ -60,8 +62,11 @@ QList<Figure> measureSeeks(Clip &clip, const QString &path)
         if (const auto took = peer.seek(target / benchClipInfo().image.frameRate().toDouble()))
             mpv.append(*took);
     }
+    const QList<double> shown = cueThroughCard(clip.player, targets);
     const char *name = "ms bare read and decode";
     QList<Figure> figures{
+        {"seek_cue_p50", benchPercentile(shown, 0.5), "ms", benchPercentile(bare, 0.5), name, {}},
+        {"seek_cue_p99", benchPercentile(shown, 0.99), "ms", benchPercentile(bare, 0.99), name, {}},
         {"seek_p50", benchPercentile(cues, 0.5), "ms", benchPercentile(bare, 0.5), name, 1.1},
         {"seek_p99", benchPercentile(cues, 0.99), "ms", benchPercentile(bare, 0.99), name, 2.0}};
     if (!mpv.isEmpty())

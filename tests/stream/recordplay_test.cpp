@@ -98,6 +98,7 @@ TEST(RecordAndPlay, speedsDirectionsAndEnds)
     EXPECT_TRUE(rig.cache.atEndOfStream());
 
     // Nothing loaded yet: the frame's numbers are there at once. And every seek is answered by ready().
+    rig.cache.setSpeed(1.0);
     Stepper::deliver();
     rig.cache.seek(20);
     EXPECT_EQ(numberOf(rig.cache.peek()), -2);
@@ -106,12 +107,14 @@ TEST(RecordAndPlay, speedsDirectionsAndEnds)
     const int before = rig.readies;
     ASSERT_TRUE(Stepper::runUntil([&rig] { return rig.cache.framesInCache() > 0; }));
     Stepper::deliver();
+    EXPECT_EQ(rig.cache.framesInCache(), 1) << "while it is decoded nothing else is read";
     EXPECT_GT(rig.readies, before);
     const int loaded = rig.readies;
     rig.cache.seek(20);
     EXPECT_EQ(rig.readies, loaded) << "never from inside the call";
     Stepper::deliver();
     EXPECT_EQ(rig.readies, loaded + 1);
+    EXPECT_TRUE(Stepper::runUntil([&rig] { return rig.cache.cacheIsFull(); }));
 }
 
 TEST(RecordAndPlay, partsOfClipsHaveExactlyTheirFrames)

@@ -17,8 +17,20 @@ constexpr int keptNear = 5;
 /// The cache's share of the pool, and how many frames it may have however large they are.
 constexpr int poolShare = 6;
 constexpr int minimumFrames = 4;
+/// After a seek the frame sought is all that is read for so long: while it is decoded, on a machine with few
+/// processors, reading ahead would take one from it. Playback needs the next frame later than that.
+constexpr std::chrono::milliseconds soughtAlone(10);
 
 } // namespace
+
+StreamReadAhead::StreamReadAhead(const QmxEnvironment &environment, std::function<void()> ready)
+    : _environment(environment), _ready(std::move(ready))
+{
+    _soughtFirst.setSingleShot(true);
+    _soughtFirst.setInterval(soughtAlone);
+    _soughtFirst.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&_soughtFirst, &QTimer::timeout, &_soughtFirst, [this] { fill(); });
+}
 
 void StreamReadAhead::postAlarm(QmxAlarm::AlarmLevel level, const QString &text)
 {
@@ -147,6 +159,7 @@ void StreamReadAhead::seek(const Seek &to)
     _follows.reset();
     go(frame);
     _inBadRun = false;
+    _soughtFirst.start();
     moved();
     // Also when the frame was there already: whoever has sought plays it now and not a tick later.
     if (_frames.contains(position()) || isBeforeStart() || isBehindEnd()) _ready();
@@ -169,8 +182,9 @@ void StreamReadAhead::fill()
     if (!isReading()) return;
     const QList<int> upcoming = _cadence.upcoming(window(), axis());
     dropFar(upcoming);
+    const qsizetype wanted = _soughtFirst.isActive() ? 1 : upcoming.size();
     QList<int> missing;
-    for (const int frame : upcoming)
+    for (const int frame : upcoming.mid(0, wanted))
         if (!_frames.contains(frame)) missing.append(frame);
     _stream->reader()->want(missing);
     _environment.deck->counters.set(QmxCounters::CacheFrames, _frames.size());

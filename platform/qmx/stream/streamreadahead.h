@@ -11,6 +11,7 @@
 #include "platform/qmx/stream/streamreader.h"
 
 #include <QHash>
+#include <QTimer>
 
 #include <functional>
 #include <limits>
@@ -24,9 +25,7 @@ class StreamReadAhead
 {
 public:
     /// `ready` is called when there is something new to look at, and may be called again before it is told.
-    StreamReadAhead(const QmxEnvironment &environment, std::function<void()> ready)
-        : _environment(environment), _ready(std::move(ready))
-    {}
+    StreamReadAhead(const QmxEnvironment &environment, std::function<void()> ready);
 
     void setStream(QmxStream *stream) { _stream = stream; }
     void setSize(int frames);
@@ -117,6 +116,7 @@ private:
     QHash<int, QmxFrame> _frames;
     qint64 _largestFrame = 0;
     quint64 _origin = 0;
+    QTimer _soughtFirst;       ///< what lies behind the frame sought is not read yet
     bool _inBadRun = false;    ///< the frame before could not be read
     bool _alarmRaised = false; ///< for a frame of this stream
 };

@@ -215,7 +215,7 @@ void StreamReader::openSource()
 StreamAxis StreamReader::axisAtBegin()
 {
     if (_source.isList) {
-        const StreamAxis axis = _list.begin();
+        StreamAxis axis = _list.begin();
         _growing = _list.isGrowing();
         return axis;
     }

@@ -24,34 +24,6 @@ namespace {
 
 constexpr qint64 ms = QmxClock::nsPerMillisecond;
 
-/// A thread that lives by the clock: wakes every `period`, as a device does.
-class Ticker
-{
-public:
-    Ticker(qint64 period, std::function<void(qint64)> tick)
-        : _start(Stepper::now()), _thread([this, period, tick] {
-              const std::shared_ptr<void> sleeper = Stepper::clock()->addSleeper();
-              _registered = true;
-              for (qint64 at = _start + period; Stepper::clock()->sleepUntil(at, &_stop); at += period)
-                  tick(at - _start);
-          })
-    {
-        while (!_registered)
-            std::this_thread::yield();
-    }
-    ~Ticker()
-    {
-        _stop.interrupt();
-        _thread.join();
-    }
-
-private:
-    qint64 _start;
-    QmxInterrupt _stop;
-    std::atomic<bool> _registered{false};
-    std::thread _thread;
-};
-
 } // namespace
 
 TEST(SteppedClock, TimersAndThreadsRunInTheOrderOfTheirDeadlines)
@@ -68,57 +40,26 @@ TEST(SteppedClock, TimersAndThreadsRunInTheOrderOfTheirDeadlines)
     slow.start(50);
     fast.start(20);
     QTimer::singleShot(45, [&] { note("once"); });
-    {
-        // What a thread posts at its wake is delivered at that very time.
-        Ticker ticker(30 * ms, [&](qint64) {
+    // What a thread posts at its wake is delivered at that very time.
+    QmxInterrupt stop;
+    std::atomic<bool> registered = false;
+    std::thread ticker([&] {
+        const std::shared_ptr<void> sleeper = Stepper::clock()->addSleeper();
+        registered = true;
+        for (qint64 at = start + 30 * ms; Stepper::clock()->sleepUntil(at, &stop); at += 30 * ms)
             QMetaObject::invokeMethod(
                 &receiver, [&] { note("tick"); }, Qt::QueuedConnection);
-        });
-        Stepper::run(100 * ms);
-    }
+    });
+    while (!registered)
+        std::this_thread::yield();
+    Stepper::run(100 * ms);
+    stop.interrupt();
+    ticker.join();
     // At 60 and 100 the timers come before threads and in the order in which they were started.
     const QStringList expected{"fast@20", "tick@30", "fast@40", "once@45",  "slow@50", "fast@60",
                                "tick@60", "fast@80", "tick@90", "slow@100", "fast@100"};
     EXPECT_EQ(seen, expected);
     EXPECT_EQ(Stepper::now(), start + 100 * ms);
-}
-
-TEST(SteppedClock, RunsAreRepeatableWithSeveralThreads)
-{
-    QList<QList<int>> runs;
-    for (int run = 0; run < 5; ++run) {
-        QList<int> order;
-        QObject receiver;
-        const auto report = [&](int who) {
-            QMetaObject::invokeMethod(
-                &receiver, [&order, who] { order.append(who); }, Qt::QueuedConnection);
-        };
-        Ticker a(20 * ms, [&](qint64) { report(1); });
-        Ticker b(30 * ms, [&](qint64) { report(2); });
-        Ticker c(50 * ms, [&](qint64) { report(3); });
-        Stepper::run(3000 * ms);
-        Stepper::deliver();
-        runs.append(order);
-    }
-    ASSERT_EQ(runs.first().size(), 150 + 100 + 60);
-    for (const QList<int> &order : runs)
-        EXPECT_EQ(order, runs.first()); // also where two wake at the same moment
-}
-
-TEST(SteppedClock, WaitsForWorkInFlight)
-{
-    QmxTaskThread worker(QStringLiteral("worker"));
-    std::atomic<qint64> finishedAt{0};
-    QTimer::singleShot(1, [&] {
-        worker.post([&] {
-            for (int turn = 0; turn < 5000; ++turn) // a computation
-                std::this_thread::yield();
-            finishedAt = Stepper::now();
-        });
-    });
-    const qint64 start = Stepper::now();
-    Stepper::run(1000 * ms);
-    EXPECT_EQ(finishedAt, start + 1 * ms);
 }
 
 TEST(SteppedClock, WhatIsPostedJustBeforeTheLoopWouldWaitIsNoEndOfTheTime)

@@ -5,6 +5,7 @@
 #include "platform/qmx/core/qmxbuffer.h"
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxsanitizer.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/stepper.h"
 
@@ -108,6 +109,20 @@ TEST(Pool, ExhaustionIsAnInvalidBufferAnAlarmAndOver)
     Qmx::pool()->trim();
     EXPECT_EQ(usage().sysSize, 0u);
 }
+
+#if QMX_HAS_ADDRESS_SANITIZER
+TEST(Pool, WhoTouchesABlockThatIsNotHisIsSeen)
+{
+    QmxBuffer buffer = QmxBuffer::allocate(5000);
+    uchar *const memory = buffer.data();
+    const qsizetype capacity = buffer.capacity();
+    EXPECT_EQ(__asan_region_is_poisoned(memory, size_t(capacity)), nullptr);
+    EXPECT_TRUE(__asan_address_is_poisoned(memory + capacity)) << "beyond its end";
+    buffer = QmxBuffer();
+    EXPECT_TRUE(__asan_address_is_poisoned(memory)) << "when it is free";
+    EXPECT_EQ(QmxBuffer::allocate(5000).data(), memory) << "and may be used again";
+}
+#endif
 
 TEST(Pool, ThreadsNeverShareABlock)
 {

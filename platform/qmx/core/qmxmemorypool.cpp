@@ -7,6 +7,7 @@
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxmemoryregion.h"
+#include "platform/qmx/core/qmxsanitizer.h"
 
 #include <deque>
 #include <mutex>
@@ -105,8 +106,9 @@ QmxBufferData *QmxMemoryPool::Private::cut(int sizeClass)
     const qsizetype bytes = classSize(sizeClass);
     if (regions.empty() || regions.back().isHuge()) addRegion(limit * addressFactor, false);
     for (QmxMemoryRegion &region : regions) {
-        uchar *memory = region.cut(size_t(bytes));
+        uchar *memory = region.cut(size_t(bytes + qmxPoisonGap));
         if (!memory) continue;
+        qmxPoison(memory + bytes, qmxPoisonGap);
         // A deque of plain records: grows by whole chunks, and only until every block has been cut once.
         QmxBufferData *block = &blocks.emplace_back();
         block->_memory = memory;
@@ -202,6 +204,7 @@ QmxBufferData *QmxMemoryPool::allocate(qsizetype size)
     {
         std::lock_guard lock(d->mutex);
         if (QmxBufferData *block = d->take(classOf(size))) {
+            qmxUnpoison(block->_memory, block->_capacity);
             block->_ref.storeRelaxed(1);
             block->_serial = ++d->serial;
             d->used += quint64(block->_capacity);
@@ -232,6 +235,7 @@ void QmxMemoryPool::release(QmxBufferData *data)
     {
         std::lock_guard lock(d->mutex);
         d->used -= quint64(data->_capacity);
+        qmxPoison(data->_memory, data->_capacity);
         d->classes[data->_sizeClass].free.push_back(data);
         QmxEnvironment::current().deck->counters.set(QmxCounters::PoolInUse, qint64(d->used));
         if (d->exhausted && d->used <= d->limit - d->limit / tenths) {

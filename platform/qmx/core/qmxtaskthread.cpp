@@ -78,12 +78,6 @@ bool QmxTaskThread::start()
     return _state->started;
 }
 
-bool QmxTaskThread::isStarted() const
-{
-    std::lock_guard lock(_state->mutex);
-    return _state->started;
-}
-
 QmxTaskThread::~QmxTaskThread()
 {
     stop();

@@ -27,8 +27,6 @@ public:
 
     /// Queues a task; false when the queue is full or the thread is stopping.
     bool post(std::function<void()> task);
-    /// The system had a thread for it.
-    bool isStarted() const;
     /// Tasks queued or running.
     int pending() const;
     /// Runs what is queued, then ends and joins the thread. Again: no-op.

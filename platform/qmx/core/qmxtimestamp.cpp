@@ -21,11 +21,3 @@ double QmxTimeStamp::toDouble() const
 {
     return double(_microseconds) / double(microsPerSecond);
 }
-
-timeval QmxTimeStamp::toTimeval() const
-{
-    timeval time = {};
-    time.tv_sec = _microseconds / microsPerSecond;
-    time.tv_usec = _microseconds % microsPerSecond;
-    return time;
-}

@@ -18,7 +18,6 @@ public:
     bool isValid() const { return _valid; }
     /// Seconds; 0 when not valid.
     double toDouble() const;
-    timeval toTimeval() const;
 
     friend bool operator==(const QmxTimeStamp &, const QmxTimeStamp &) = default;
 

@@ -4,9 +4,11 @@
 #include "companions/ctl/panelfinding.h"
 #include "companions/ctl/remotefinding.h"
 #include "platform/control/access.h"
+#include "platform/control/transportanswers.h"
 #include "platform/product/clipfinder.h"
 #include "platform/product/stillfiles.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
@@ -151,6 +153,9 @@ Finding inputs(Recorder &recorder)
         recorder.waitFor([&recorder] { return recorder.inputProblem().isEmpty(); }, settleTime);
     const QString found =
         QStringLiteral("%1; %2: %3").arg(known, chosen, recorder.card().value_or(*card).input);
+    if (isThere && recorder.number(eParam_RecordFormat) == storeNumber(RecordFormat::NotRecordable))
+        return {Finding::Wrong, found + ": no format that can be recorded",
+                adviceOn(QmxIds::unsupportedInput)};
     if (isThere) return {Finding::Good, found, {}};
     return {Finding::Hint, found, "give it a signal, or choose another input: xpctl set video_input NAME"};
 }

@@ -31,7 +31,7 @@ QJsonObject sharedProfiles(const Recorder &recorder)
     ofFirst.places = std::make_shared<const QmxPlaces>(own);
     QmxEnvironment::setCurrent(ofFirst);
     const Recorder first(QStringLiteral("xpctl-profile"));
-    const QJsonObject shared = first.storeProblem().isEmpty() ? profilesOf(first) : QJsonObject();
+    QJsonObject shared = first.storeProblem().isEmpty() ? profilesOf(first) : QJsonObject();
     QmxEnvironment::setCurrent(here);
     return shared;
 }
@@ -72,8 +72,8 @@ ExitCode save(Recorder &recorder, const Report &report, const QString &name)
                             "remove one: xpctl profile remove NAME");
     // (The play list is what is played today, not how the recorder is set.)
     QJsonArray settings;
-    for (const QJsonValue &one : settingsNow(recorder, true))
-        if (one["name"].toString() != QLatin1String(playList)) settings.append(one);
+    for (const auto &one : settingsNow(recorder, true))
+        if (one.toObject()["name"].toString() != QLatin1String(playList)) settings.append(one);
     profiles[name] = settings;
     return write(recorder, report, profiles, QStringLiteral("kept as %1").arg(name));
 }

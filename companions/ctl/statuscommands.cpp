@@ -147,11 +147,15 @@ QString pageOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
     const bool knows = deck.storeProblem.isEmpty();
     if (card) line("input", knows ? QStringLiteral("%1: %2").arg(input, card->input) : card->input);
     if (knows) {
-        line("records", QStringLiteral("%1, %2, on %3%4")
-                            .arg(deck.recordFormat, deck.recordCodec, placesText(deck),
-                                 deck.secondsLeft > 0
-                                     ? QStringLiteral(", %1 left").arg(durationText(double(deck.secondsLeft)))
-                                     : QString()));
+        if (!deck.canRecordInput())
+            line("records", "nothing: the input has a format that cannot be recorded");
+        else
+            line("records",
+                 QStringLiteral("%1, %2, on %3%4")
+                     .arg(deck.recordFormat, deck.recordCodec, placesText(deck),
+                          deck.secondsLeft > 0
+                              ? QStringLiteral(", %1 left").arg(durationText(double(deck.secondsLeft)))
+                              : QString()));
         const QString length = deck.length > 0 ? ", " + qmxCounted(deck.length, "frame") : QString();
         line("plays", deck.playbackSource + (deck.clip.isEmpty() ? QString() : length) +
                           (loops ? QStringLiteral(", round and round") : QString()));

@@ -46,7 +46,7 @@ Control::~Control() = default;
 
 std::optional<Answer> Control::refusal(const VerbRow &row, const Request &request, const Who &who)
 {
-    if (const auto wrong = wrongArguments(row, request)) return wrong;
+    if (auto wrong = wrongArguments(row, request)) return wrong;
     if (who.role < row.role())
         return Answer::refused(Cause::Role, "not_allowed",
                                QStringLiteral("%1 may %2; this needs %3")
@@ -75,7 +75,7 @@ Answer Control::perform(const Request &request, const Who &who)
     // A take must end also when nobody can say more than that.
     if (row->has(VerbRow::StopsTake) && who.role >= row->role() && !_recorder.storeProblem().isEmpty() &&
         _recorder.daemonIsRunning()) {
-        const Answer answer = performStopWithoutStore(_recorder);
+        Answer answer = performStopWithoutStore(_recorder);
         tell(request, who, answer);
         return answer;
     }
@@ -108,7 +108,7 @@ QString Control::writeInTurn(const Request &request, const Who &who, const Recor
     } else if (looksSuperseded()) {
         return superseded().sentence;
     }
-    const QString problem = write();
+    QString problem = write();
     if (isFirst && request.given) request.given();
     return problem;
 }

@@ -96,6 +96,11 @@ bool DeckState::isRecording() const
     return status == QLatin1String("recording");
 }
 
+bool DeckState::canRecordInput() const
+{
+    return recordFormat != QLatin1String("not_recordable");
+}
+
 bool DeckState::isInPlay() const
 {
     return running && !isRecording() && status != QLatin1String("stopped") &&

@@ -59,6 +59,8 @@ struct DeckState
     quint64 revision = 0; ///< counts up with every published change
 
     bool isRecording() const;
+    /// False: it has a format that the recorder does not record.
+    bool canRecordInput() const;
     /// Playing or still.
     bool isInPlay() const;
     QJsonObject toJson() const;

@@ -88,7 +88,6 @@ struct DeckWatch::Private : ConfigEventListener
     bool mustReload = true;
     std::map<int, Listener> listeners;
     int nextListener = 1;
-    ParameterListener parameterListener;
     std::mutex calling; ///< held during calls
 
     std::mutex composing; ///< of what follows
@@ -113,21 +112,16 @@ struct DeckWatch::Private : ConfigEventListener
 
 void DeckWatch::Private::changed(eParam_t id, const StoreValue &value)
 {
-    ParameterListener told;
+    if (!DeckParameters::concerns(id)) return;
     {
         const std::lock_guard lock(mutex);
-        told = parameterListener;
-        if (DeckParameters::concerns(id)) {
-            if (changes.size() >= mostChanges) mustReload = true;
-            if (mustReload)
-                changes.clear();
-            else
-                changes.emplace_back(id, value);
-        }
+        if (changes.size() >= mostChanges) mustReload = true;
+        if (mustReload)
+            changes.clear();
+        else
+            changes.emplace_back(id, value);
     }
-    if (const ParamDescriptor *descriptor = GetDescriptor(id); told && descriptor)
-        told(QString::fromStdString(descriptor->name()), QString::fromStdString(descriptor->print(value)));
-    if (DeckParameters::concerns(id)) publishAtOnce();
+    publishAtOnce();
 }
 
 /// A change is told from here: another thread would have to be woken first. Of a flood the most are left to
@@ -349,10 +343,4 @@ void DeckWatch::removeListener(int id)
     const std::lock_guard inCall(d->calling);
     const std::lock_guard lock(d->mutex);
     d->listeners.erase(id);
-}
-
-void DeckWatch::setParameterListener(ParameterListener listener)
-{
-    const std::lock_guard lock(d->mutex);
-    d->parameterListener = std::move(listener);
 }

@@ -39,9 +39,6 @@ public:
     /// Returns an id for removeListener(), which returns when no call is in progress.
     int addListener(Listener listener);
     void removeListener(int id);
-    /// Changes of any parameter, by name, as the store tells them; on the store's thread.
-    using ParameterListener = std::function<void(const QString &name, const QString &value)>;
-    void setParameterListener(ParameterListener listener);
 
 private:
     struct Private;

@@ -57,7 +57,7 @@ Answer Material::refusal() const
 
 QString Material::describe() const
 {
-    const QString frames = QStringLiteral("its frames are 0 to %1").arg(info.frames - 1);
+    QString frames = QStringLiteral("its frames are 0 to %1").arg(info.frames - 1);
     if (!info.timecodeAt(0).isValid()) return frames;
     return QStringLiteral("its timecodes are %1 to %2, %3")
         .arg(info.timecodeAt(0).toString(), info.timecodeAt(info.frames - 1).toString(), frames);

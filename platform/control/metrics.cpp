@@ -43,7 +43,7 @@ void addRemoteMetrics(QList<Metric> &metrics)
     constexpr double micro = 1e-6;
     const QString time = QStringLiteral("reply_us_");
     QList<Metric> all;
-    for (const QJsonValue &one : RemoteFigures::published()["peers"].toArray()) {
+    for (const auto &one : RemoteFigures::published()["peers"].toArray()) {
         const QJsonObject peer = one.toObject();
         const QString label = peer["port"].toString() + ' ' + peer["peer"].toString();
         for (auto field = peer.begin(); field != peer.end(); ++field) {

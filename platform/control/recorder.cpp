@@ -105,7 +105,7 @@ QString Recorder::write(eParam_t id, const QString &value)
 QString Recorder::inTurn(const Write &write)
 {
     const auto turn = std::exchange(_turn, {}); // what it writes by itself goes straight
-    const QString problem = turn ? turn(write) : write();
+    QString problem = turn ? turn(write) : write();
     if (turn) _turn = turn;
     return problem;
 }

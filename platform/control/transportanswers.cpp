@@ -24,15 +24,18 @@ constexpr AdviceRow refusals[] = {
 
 QString adviceFor(const Recorder::Alarm &alarm)
 {
-    QString list = QStringLiteral("alarm %1; `xpctl alarms` lists what is wrong").arg(alarm.name);
-    for (const AdviceRow &row : refusals) {
-        if (alarm.reason == row.reason) {
-            return QLatin1String(row.advice) + QStringLiteral(" (%1)").arg(list);
-        }
-    }
-    return list;
+    const QString list = QStringLiteral("alarm %1; `xpctl alarms` lists what is wrong").arg(alarm.name);
+    const QString advice = adviceOn(alarm.reason);
+    return advice.isEmpty() ? list : QStringLiteral("%1 (%2)").arg(advice, list);
 }
 } // namespace
+
+QString adviceOn(const QmxId &reason)
+{
+    for (const AdviceRow &row : refusals)
+        if (reason == row.reason) return QLatin1String(row.advice);
+    return {};
+}
 
 Answer storeError(const QString &reason)
 {

@@ -23,6 +23,8 @@ constexpr std::chrono::milliseconds pictureWithin(3000);
 
 /// Empty when the command was written, else why not.
 QString give(Recorder &recorder, TransportCommand command);
+/// What to do about a reason for which the recorder takes no pictures; empty: it has none to give.
+QString adviceOn(const QmxId &reason);
 Answer storeError(const QString &reason);
 /// The daemon is there, but does nothing now.
 Answer standsStill(const QString &what = {});

@@ -221,7 +221,7 @@ Answer performDelete(const VerbCall &call)
 
 Answer performRename(const VerbCall &call)
 {
-    const Answer answer = giveOrder(call, orderOf(call));
+    Answer answer = giveOrder(call, orderOf(call));
     if (!answer.isDone() || !call.request.wait) return answer;
     // What names the clip goes on naming it.
     Recorder &recorder = call.recorder;

@@ -25,7 +25,7 @@ std::optional<Answer> takeRuns(const VerbCall &call)
 std::optional<Answer> nothingToShow(const VerbCall &call)
 {
     const Recorder &recorder = call.recorder;
-    if (const auto refused = takeRuns(call)) return refused;
+    if (auto refused = takeRuns(call)) return refused;
     const auto nothing = [](const QString &why, const QString &advice) {
         return Answer::refused(Cause::Deck, "nothing_to_play", "there is nothing to play" + why, advice);
     };

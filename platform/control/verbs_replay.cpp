@@ -110,7 +110,7 @@ Answer performLive(const VerbCall &call)
                                "begin a take there; a clip has its first frames after half a second");
     // Held first: where it goes on from there is told at the moment at which it goes on.
     if (recorder.isPlaying()) {
-        const Answer held = performStill(call);
+        Answer held = performStill(call);
         if (!held.isDone()) return held;
     }
     Answer answer = openAt(call, order);
@@ -152,7 +152,7 @@ Answer performReplay(const VerbCall &call)
                                "set the marks anew with: xpctl mark in FRAME, xpctl mark out FRAME");
     order.frame = speed < 0 ? order.end - 1 : order.first;
     if (recorder.isPlaying()) {
-        const Answer held = performStill(call);
+        Answer held = performStill(call);
         if (!held.isDone()) return held;
     }
     Answer answer = openAt(call, order);
@@ -186,7 +186,7 @@ Answer performAngle(const VerbCall &call)
     QmxStartOrder order;
     order.clip = material.clip;
     order.place = QmxStartOrder::Place::Output;
-    const Answer answer = openAt(call, order);
+    Answer answer = openAt(call, order);
     if (!answer.isDone() || !call.request.wait) return answer;
     awaitTimecode(recorder);
     return Answer::done(QStringLiteral("%1 at %2").arg(order.clip, recorder.timecode()),

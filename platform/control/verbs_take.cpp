@@ -7,6 +7,7 @@
 #include "platform/control/takelength.h"
 #include "platform/control/transportanswers.h"
 #include "platform/qmx/core/qmxcounted.h"
+#include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxtakemoment.h"
 #include "platform/qmx/core/qmxtimecode.h"
 #include "platform/store/values.h"
@@ -267,6 +268,9 @@ std::optional<Answer> whyNoTake(Recorder &recorder)
                        "delete clips, or choose another medium: xpctl set active_media_path FOLDER");
     if (const QString problem = awaitInput(recorder); !problem.isEmpty())
         return refused("no_input", problem, "give the input a signal, or choose another one");
+    if (recorder.number(eParam_RecordFormat) == storeNumber(RecordFormat::NotRecordable))
+        return refused("unsupported_input", "the input has a format that cannot be recorded",
+                       adviceOn(QmxIds::unsupportedInput));
     return {};
 }
 

@@ -84,9 +84,9 @@ std::vector<Label> mediaFormats()
 std::vector<Label> recordFormats()
 {
     std::vector<Label> labels = layOut({3, 12, 17, 21, 22, 23, 36});
-    append(labels, {{0, "none"},
-                    {1, "unknown"},
-                    {2, "not_recordable"},
+    append(labels, {{storeNumber(RecordFormat::None), "none"},
+                    {storeNumber(RecordFormat::Unknown), "unknown"},
+                    {storeNumber(RecordFormat::NotRecordable), "not_recordable"},
                     {31, "720p24_variable"},
                     {32, "720p30_variable"},
                     {33, "720p25_variable"},

@@ -106,8 +106,9 @@ std::string whyNoMoment(const std::string &text)
 std::string whyNoFileName(const std::string &text)
 {
     if (checkFileName(text)) return {};
-    return "takes a text of 1 to " + std::to_string(maximumName) +
-           " bytes that can stand in a file name (no \"/\")";
+    return QStringLiteral("takes a text of 1 to %1 bytes that can stand in a file name (no \"/\")")
+        .arg(maximumName)
+        .toStdString();
 }
 
 std::string whyNoPattern(const std::string &text)
@@ -166,7 +167,9 @@ std::string whyNotText(const std::vector<std::string> &attributes, const std::st
         return std::find(attributes.begin(), attributes.end(), attribute) != attributes.end();
     };
     if (text.size() > maximumText || text.find('\0') != std::string::npos)
-        return "takes a text of at most " + std::to_string(maximumText) + " bytes without zero bytes";
+        return QStringLiteral("takes a text of at most %1 bytes without zero bytes")
+            .arg(maximumText)
+            .toStdString();
     if (hasControl(text, has(Attribute::multiLine))) return "takes a text without control characters";
     for (const Rule &rule : rules)
         if (has(rule.attribute))

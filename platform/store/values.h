@@ -53,6 +53,8 @@ enum class StorageState : unsigned {
     RolloverDone = 3, ///< in use as well, on the next medium
 };
 
+/// Of record_format: the others are formats.
+enum class RecordFormat : unsigned { None = 0, Unknown = 1, NotRecordable = 2 };
 enum class FirmwareState : unsigned { None = 0, Loading = 1, Loaded = 2 };
 enum class PlaybackSource : unsigned { CurrentClip = 0, AllClips = 1, PlayList = 2 };
 enum class AudioInput : unsigned { Embedded = 0, Analog = 2 };

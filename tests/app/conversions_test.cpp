@@ -86,7 +86,7 @@ TEST(Conversions, everyValueGivesItsIdentifierAndUnknownOnesAreLogged)
     walk(decodeType, {{3, 1}, {4, 4}, {5, 5}, {6, 6}}, QString());
 }
 
-/// Some codes are pinned with the store's labels (tests/store); here the two tables are walked against each
+/// The store's codes and labels stand in docs/parameters.md; here the two tables are walked against each
 /// other.
 TEST(Conversions, everyFormatHasTheThreeCodesOfItsNameInTheStore)
 {

@@ -141,19 +141,10 @@ TEST(KeyboardTransport, takesTheTerminalAndGivesItBack)
     EXPECT_EQ(after.c_iflag, before.c_iflag);
     EXPECT_EQ(after.c_cflag, before.c_cflag);
     EXPECT_EQ(terminal.screen(), QByteArray("\r\n\r\n"));
-
-    const QStringList help = {"3 29 Space  Toggle Play/Still",
-                              "3 30 R      Rewind",
-                              "3 31 F      Fast Forward",
-                              "3 32 S      Stop",
-                              "3 33 N      Step to next frame",
-                              "3 34 P      Step to previous frame",
-                              "3 35 O      Standby Off (E-E mode)",
-                              "3 36 C      Record",
-                              "3 37 V      Toggle Camera Record",
-                              "3 38 M      Toggle Debug Metadata",
-                              "3 39 +/-    Varispeed"};
-    EXPECT_EQ(LogCollector::lines("keyboardtransport"), help);
+    QStringList keysToldOf;
+    for (const QString &line : LogCollector::texts("keyboardtransport"))
+        keysToldOf.append(line.section(' ', 0, 0));
+    EXPECT_EQ(keysToldOf.join(' '), "Space R F S N P O C V M +/-");
 }
 
 TEST(KeyboardTransport, rewritesAnUnchangedLineEveryTwoSeconds)

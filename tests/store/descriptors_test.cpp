@@ -7,7 +7,6 @@
 
 #include <QCoreApplication>
 
-#include <map>
 #include <regex>
 #include <set>
 
@@ -70,83 +69,6 @@ TEST_F(Descriptors, areWhatTheDocumentationSays)
         runProgram(QCoreApplication::applicationDirPath() + "/xpctl", {"alarms", "--markdown"});
     EXPECT_TRUE(!alarms.out.isEmpty() && readAll(XP_ROOT "/docs/alarms.md").endsWith(alarms.out))
         << "end docs/alarms.md with what this prints: xpctl alarms --markdown";
-}
-
-TEST_F(Descriptors, tellEqualWritesOfCommandsAndNoticesOnly)
-{
-    std::set<unsigned> events;
-    for (const ParamDescriptor *row : AllDescriptors())
-        if (row->everyWriteIsEvent()) events.insert(row->id());
-    EXPECT_EQ(events, (std::set<unsigned>{0x7D01000A, 0x7D01100A, 0x7D01120A, 0x7D01140A, 0x7D06000A,
-                                          0x7B03070A, 0x0F03000A, 0x7B01030A, 0x0801000A, 0x7B01010A,
-                                          0x7B010A0A, 0x50000001, 0x50000002, 0x50000025, 0x50000030,
-                                          0x50000031, 0x50000061, 0x50000062, 0x50000080, 0x50000081}));
-}
-
-TEST_F(Descriptors, formatsHaveTheCodesThatTheTransportWrites)
-{
-    // Width and height, scan, whole rate; codes of input, media, record. Some of each run.
-    struct Row
-    {
-        const char *label;
-        int input, media, record;
-    };
-    const Row rows[] = {{"486i29.97", 13, 20, 21},
-                        {"576i25", 14, 21, 22},
-                        {"720p50", 12, 18, 19},
-                        {"720p60", 10, 16, 17},
-                        {"1080psf23.98", 9, 15, 16},
-                        {"1080psf30", 5, 11, 12},
-                        {"1080i25", 4, 4, 5},
-                        {"1080i30", 2, 2, 3},
-                        {"1080p23.98", 22, 29, 30},
-                        {"1080p60", 15, 22, 23},
-                        {"2048x1080psf23.98", 30, 44, 43},
-                        {"2048x1080psf30", 26, 40, 39},
-                        {"2048x1080i25", 25, 39, 38},
-                        {"2048x1080i29.97", 24, 38, 37},
-                        {"4096x2160p23.98", 70, 84, 83},
-                        {"3840x2160i30", 39, 53, 52}};
-    for (const Row &row : rows) {
-        EXPECT_EQ(GetDescriptor(eParam_InputFormat)->label(row.input), row.label);
-        EXPECT_EQ(GetDescriptor(eParam_MediaFormat)->label(row.media), row.label);
-        EXPECT_EQ(GetDescriptor(eParam_RecordFormat)->label(row.record), row.label);
-    }
-    EXPECT_EQ(GetDescriptor(eParam_InputFormat)->values().size(), 71U); // 0 to 70
-    EXPECT_EQ(GetDescriptor(eParam_MediaFormat)->values().size(), 75U); // 69 formats, unknown, five variable
-    EXPECT_EQ(GetDescriptor(eParam_RecordFormat)->values().size(),
-              76U); // 69, three without format, four variable
-    const auto generator = GetDescriptor(eParam_SignalGeneratorFormat);
-    EXPECT_EQ(generator->values().size(), 71U);
-    const std::map<int, const char *> generated = {{2, "720p50"},           {5, "1080i25"},
-                                                   {14, "1080p23.98_rgb"},  {21, "1080psf29.97_rgb"},
-                                                   {22, "1080psf29.97"},    {26, "2048x1080p23.98_rgb"},
-                                                   {47, "3840x2160p29.97"}, {72, "4096x2160psf29.97_rgb"}};
-    for (const auto &[code, label] : generated)
-        EXPECT_EQ(generator->label(code), label);
-}
-
-TEST_F(Descriptors, alarmPolicyNeitherHidesNorNags)
-{
-    for (const ParamDescriptor *row : AllDescriptors()) {
-        SCOPED_TRACE(row->name());
-        for (const std::string &attribute : row->attributes()) {
-            EXPECT_FALSE(attribute.starts_with("clear_on_stop")); // a habit would wipe the news
-            // Delayed, it would be shown at the next event only: nothing that can begin in a take.
-            EXPECT_TRUE(!attribute.starts_with("raise_") || row->id() == 0x7E071900U);
-        }
-    }
-    const auto clears = [](unsigned id) {
-        const ParamDescriptor *row = GetDescriptor(eParam_t(id));
-        return std::string(row->hasAttribute("clear_on_play_pressed") ? "p" : "") +
-               (row->hasAttribute("clear_on_record_pressed") ? "r" : "") +
-               (row->hasAttribute("clear_on_record") ? "R" : "");
-    };
-    for (const unsigned id : {0x7E070900U, 0x7E070B00U, 0x7E070C00U, 0x7E070E00U, 0x7E071300U})
-        EXPECT_EQ(clears(id), "prR");
-    EXPECT_EQ(clears(0x7E070A00), "pr");
-    EXPECT_EQ(clears(0x7E072B00), "rR");
-    EXPECT_EQ(clears(0x7E071800), "");
 }
 
 TEST_F(Descriptors, textIsReadAndPrinted)

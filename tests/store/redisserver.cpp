@@ -4,29 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
-
 constexpr int patience = 20000;
-
-/// Free when it was asked for.
-int freePort()
-{
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr *>(&address), size), 0);
-    EXPECT_EQ(::getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size), 0);
-    ::close(fd);
-    return ntohs(address.sin_port);
-}
-
 } // namespace
 
 RedisServer::RedisServer()
@@ -43,7 +24,7 @@ void RedisServer::startAtFreePort()
 {
     // Somebody else may take the port meanwhile.
     for (int attempt = 0; attempt < 5; ++attempt) {
-        _port = freePort();
+        _port = freePort(SOCK_STREAM);
         if (tryToStart()) return;
     }
     ADD_FAILURE() << "redis-server does not start: " << _process.errorString().toStdString();

@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr int inputNotRecordable = 2;
-
 /// The status of playback at `speed`. Normal and slow speeds share a value, but 1.0 itself belongs to them
 /// and 4.0, 8.0, 16.0 to the faster ones.
 TransportStatus playStatus(double speed)
@@ -127,7 +125,7 @@ void MainObject::vtrInputFormatChanged(int inputNumber, const QmxVideoState &sta
 {
     if (inputNumber != 0) return;
     if (state.recInhibit().isValid()) {
-        _config->set(eParam_RecordFormat, inputNotRecordable);
+        _config->set(eParam_RecordFormat, storeNumber(RecordFormat::NotRecordable));
     } else {
         if (state.isValid() && _vtr->state().mode().isInModeRecord())
             sendAlarm(QmxIds::alarmInputLostInRecord, QmxAlarm::Error,

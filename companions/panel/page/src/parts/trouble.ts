@@ -11,6 +11,7 @@ export function trouble(state: DeckState | null): string {
   if (isRecording(state) && left > 0 && left < soonFull) return `Room for ${Math.floor(left)} s. The take ends then.`;
   if (isRecording(state) && !state.input_locked) return "No signal on the input.";
   if (state.status === "stopped" && state.input_format === "unknown") return "This picture cannot be recorded: its format is not known.";
+  if (state.status === "stopped" && state.record_format === "not_recordable") return "This picture has a format that cannot be recorded.";
   return state.store_problem ? `The store cannot be reached: ${state.store_problem}` : "";
 }
 

@@ -52,16 +52,18 @@ std::string firstFree(const std::string &folder, const std::function<std::string
 {
     const auto files = QmxEnvironment::current().files;
     return MediumHelper::instance()
-        .answer<std::string>(folder,
-                             [files, folder, next] {
-                                 for (std::string name = next(); !name.empty(); name = next()) {
-                                     struct stat64 info
-                                     {};
-                                     const QString path = QString::fromLocal8Bit(folder + "/" + name);
-                                     if (files->stat(path, &info) != 0 && errno == ENOENT) return name;
-                                 }
-                                 return std::string();
-                             })
+        .answer<std::string>(
+            folder,
+            [files, folder, next] {
+                for (std::string name = next(); !name.empty(); name = next()) {
+                    struct stat64 info
+                    {};
+                    const QString path = QString::fromLocal8Bit(folder + "/" + name);
+                    if (files->stat(path, &info) != 0 && errno == ENOENT) return name;
+                }
+                return std::string();
+            },
+            MediumHelper::limit, MediumHelper::Lane::Names)
         .value_or(std::string());
 }
 

@@ -156,8 +156,11 @@ private:
         const double size = words.size() == 2 ? toNumber(words[1]).value_or(0) : 0;
         if (words[0] == "LUT_3D_SIZE") {
             if (size < QmxCube::leastSize || size > QmxCube::mostSize || size != std::floor(size))
-                return fail("its LUT_3D_SIZE must be from " + std::to_string(QmxCube::leastSize) + " to " +
-                            std::to_string(QmxCube::mostSize) + " nodes a side; save it with 33 or 65");
+                return fail(QStringLiteral(
+                                "its LUT_3D_SIZE must be from %1 to %2 nodes a side; save it with 33 or 65")
+                                .arg(QmxCube::leastSize)
+                                .arg(QmxCube::mostSize)
+                                .toStdString());
             _sides = static_cast<int>(size);
         } else if (words[0] == "LUT_1D_SIZE") {
             if (size < 2 || size > 65536) return fail("its LUT_1D_SIZE makes no sense");

@@ -97,8 +97,9 @@ std::optional<MediaOrder> MediaOrder::parse(const std::string &text, std::string
     if (const QString given = shown(order.id);
         given.size() > MediaOrder::longestId || qmxPrintable(given) != given) {
         id.clear();
-        problem = "the order's id has more than " + std::to_string(MediaOrder::longestId) +
-                  " characters, or some that cannot be printed";
+        problem = QStringLiteral("the order's id has more than %1 characters, or some that cannot be printed")
+                      .arg(MediaOrder::longestId)
+                      .toStdString();
         return std::nullopt;
     }
     id = order.id;

@@ -82,7 +82,7 @@ bool MediumHelper::ask(const std::string &medium, std::function<void()> question
     lane->late = number;
     qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
                  "%s does not answer%s; it is not asked again until it does\n", medium.c_str(),
-                 which == Lane::Room ? "" : " what is on it");
+                 which == Lane::Contents ? " what is on it" : "");
     return false;
 }
 

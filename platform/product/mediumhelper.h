@@ -22,10 +22,11 @@ class QmxTaskThread;
 class MediumHelper
 {
 public:
-    /// How full a medium is must be known while somebody reads ten thousand clips of it, or a damaged one.
-    enum class Lane { Contents, Room };
+    /// How full a medium is, and which names are free on it, must be known while somebody reads ten thousand
+    /// clips of it, or a damaged one: a take begins with these.
+    enum class Lane { Contents, Room, Names };
 
-    static constexpr std::size_t bound = 16;
+    static constexpr std::size_t bound = 24;
     static constexpr std::chrono::milliseconds limit{100};
 
     static MediumHelper &instance();

@@ -20,6 +20,7 @@
 #include <QFile>
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <thread>
 
@@ -172,6 +173,16 @@ TEST_F(Clips, getNamesThatAreFree)
     EXPECT_EQ(ClipFinder(nullptr).buildClipName(name, nullptr), -1);
 }
 
+TEST_F(Clips, getNamesWhileTheMediumIsStillBeingListed)
+{
+    expectLog("mediumhelper", "does not answer");
+    std::promise<void> listed;
+    EXPECT_FALSE(
+        MediumHelper::instance().ask(local(medium), [end = listed.get_future().share()] { end.wait(); }));
+    EXPECT_EQ(nextName(), "take_001.mov");
+    listed.set_value();
+}
+
 TEST_F(Clips, continueUnderAnIndexThatIsFreeOnTheRolloverMedium)
 {
     std::string current = "take_001.mov";
@@ -242,21 +253,25 @@ TEST(ClipNames, ofACameraLeadNowhereElseAndAreFound)
     }
 }
 
-TEST(HangingMedium, isAskedOnceAndThenNotAgain)
+TEST(HangingMedium, isAskedOnceAndThenNotAgainUntilItIsBack)
 {
     expectLog("mediumhelper", "does not answer");
     const TestDir dir;
+    const std::string medium = local(dir.path());
     writeAll(dir.file("a"), "x");
-    const auto files = FaultyFiles::install();
-    EXPECT_TRUE(kel::utils::file::File::file_exists(local(dir.file("a"))));
-    EXPECT_FALSE(kel::utils::file::File::file_exists(local(dir.path())));
-    files->hang(FaultyFiles::Stat);
-    EXPECT_FALSE(kel::utils::file::File::file_exists(local(dir.file("a"))));
-    const int asked = files->count(FaultyFiles::Stat);
-    EXPECT_FALSE(kel::utils::file::File::file_exists(local(dir.file("a"))));
-    EXPECT_EQ(files->count(FaultyFiles::Stat), asked);
-    files->release();
-    EXPECT_TRUE(Stepper::waitFor([&] { return kel::utils::file::File::file_exists(local(dir.file("a"))); }));
+    EXPECT_TRUE(kel::utils::file::File::file_exists(medium + "/a"));
+    EXPECT_FALSE(kel::utils::file::File::file_exists(medium));
+    std::promise<void> back;
+    const auto asked = std::make_shared<std::atomic<int>>(0);
+    EXPECT_FALSE(MediumHelper::instance().ask(medium, [asked, end = back.get_future().share()] {
+        ++*asked;
+        end.wait();
+    }));
+    EXPECT_FALSE(MediumHelper::instance().ask(medium, [asked] { ++*asked; }));
+    EXPECT_FALSE(kel::utils::file::File::file_exists(medium + "/a"));
+    back.set_value();
+    EXPECT_TRUE(Stepper::waitFor([&] { return kel::utils::file::File::file_exists(medium + "/a"); }));
+    EXPECT_EQ(*asked, 1) << "what was refused has been asked after all";
 }
 
 TEST(HangingMedium, isNotOneThatSomebodyElseIsAskingJustNow)

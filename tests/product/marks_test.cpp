@@ -26,7 +26,7 @@ ClipMarks someMarks()
 ClipMarks readMarks(const QString &clip, bool isGood = true)
 {
     QString told;
-    const ClipMarks marks = ClipMarksFile::read(clip, told);
+    ClipMarks marks = ClipMarksFile::read(clip, told);
     EXPECT_EQ(told.isEmpty(), isGood) << told.toStdString();
     return marks;
 }

@@ -33,10 +33,11 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverl
 add_compile_definitions(_FILE_OFFSET_BITS=64)
 
 set(XP_SANITIZE "" CACHE STRING "Sanitizers, as for -fsanitize=")
+# (To check a virtual table it opens a pipe, and takes the want of descriptors for a broken object.)
+set(XP_SANITIZE_WITHOUT "vptr" CACHE STRING "What of them is left out, as for -fno-sanitize=")
 if(XP_SANITIZE)
   add_compile_options(-fsanitize=${XP_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
-  # To check a virtual table it opens a pipe, and takes the want of descriptors for a broken object.
-  add_compile_options(-fno-sanitize=vptr)
+  add_compile_options(-fno-sanitize=${XP_SANITIZE_WITHOUT})
   # GCC 12 takes the instrumented std::regex for uninitialised; the plain builds keep the warning.
   add_compile_options(-Wno-maybe-uninitialized)
   add_link_options(-fsanitize=${XP_SANITIZE})

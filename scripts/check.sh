@@ -139,7 +139,7 @@ check_neon() { scripts/check-neon.sh; }
 # The Debian packages in a Debian root: some minutes, and downloads; only when named.
 check_package() { xp_build && scripts/check-package.sh; }
 
-# Builds and tests in a Debian 13 root: half an hour, and downloads; only when named.
+# Builds and tests in a Debian 13 root: most of an hour, and downloads; only when named.
 check_debian13() { scripts/check-debian13.sh; }
 
 # Whoever stops it stops what runs, and has no check called good that did not come to its end. (A fuzzer that is interrupted

@@ -206,7 +206,7 @@ QString Access::begin(const QString &name, Role role)
                              [](const auto &a, const auto &b) { return a.second.until < b.second.until; });
         _sessions.erase(oldest);
     }
-    const QString token = randomToken();
+    QString token = randomToken();
     constexpr qint64 secondsPerHour = 3600;
     _sessions[token] = {name, role, time + sessionHours * secondsPerHour * second};
     return token;

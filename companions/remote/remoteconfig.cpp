@@ -167,9 +167,9 @@ QString parsePort(RemoteConfig &config, const QString &key, const QString &value
     if (!parsePlace(port, *row))
         return QStringLiteral("%1 takes %2; before the number may stand the numeric address to listen on")
             .arg(key, QLatin1String(row->places));
-    if (const QString problem = parseChannel(port, words); !problem.isEmpty()) return problem;
+    if (QString problem = parseChannel(port, words); !problem.isEmpty()) return problem;
     for (const QString &word : words)
-        if (const QString problem = parseOption(port, word); !problem.isEmpty()) return problem;
+        if (QString problem = parseOption(port, word); !problem.isEmpty()) return problem;
     for (const RemotePortConfig &other : config.ports)
         if (other.place == port.place) return QStringLiteral("%1 is there already").arg(port.place);
     if (config.ports.size() >= RemoteConfig::mostPorts)

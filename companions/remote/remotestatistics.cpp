@@ -14,11 +14,6 @@ constexpr const char *names[] = {"replies",    "orders",      "refusals",    "ba
 static_assert(std::size(names) == RemotePeer::CountCount);
 } // namespace
 
-const char *RemoteStatistics::countName(int count)
-{
-    return names[count];
-}
-
 RemotePeer &RemoteStatistics::peer(const QString &port, const QString &peer)
 {
     const QString others = QStringLiteral("others");

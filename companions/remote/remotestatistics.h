@@ -53,7 +53,6 @@ public:
     /// Stays valid as long as this object.
     RemotePeer &peer(const QString &port, const QString &peer);
     QJsonArray toJson() const;
-    static const char *countName(int count);
 
 private:
     std::vector<std::unique_ptr<RemotePeer>> _peers;

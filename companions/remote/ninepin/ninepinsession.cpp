@@ -19,7 +19,7 @@ QByteArray NinepinSession::answer(const NinepinBlock &block, const DeckView &vie
     if ((view.isLocal && moves) || (!mayOperate && isCommand(block))) return refused();
     _block = &block;
     _view = &view;
-    const QByteArray reply = (this->*row->answer)();
+    QByteArray reply = (this->*row->answer)();
     _block = nullptr;
     _view = nullptr;
     return reply;

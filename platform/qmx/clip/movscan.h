@@ -25,7 +25,6 @@ public:
     qint64 position() const { return _position; }
     /// Gives the next `size` bytes to `use`, in pieces; fewer at the end of the file.
     QmxError pass(qint64 size, const std::function<void(const uchar *, qint64)> &use);
-    bool isAtEnd() const { return _atEnd; }
 
 private:
     QmxError fill();

@@ -388,8 +388,12 @@ QmxError QmxClipWriter::close()
     QJsonObject take = d->proof.take().ended(
         d->take, d->origin.isEmpty() ? QStringLiteral("the take") : QStringLiteral("export"), d->environment);
     if (!d->origin.isEmpty()) take["exported_from"] = d->origin;
-    const QmxError closing = movClose(d->output, d->tables, d->format, d->header(d->tables.frames()),
-                                      d->fragment.slot, d->proof, take, d->chapters);
+    // As the last flush has left it: what a cut tears while it is written anew differs in its first sector
+    // only.
+    QByteArray head = d->header(d->tables.frames());
+    d->waymarks.write(head);
+    const QmxError closing =
+        movClose(d->output, d->tables, d->format, head, d->fragment.slot, d->proof, take, d->chapters);
     d->output.close();
     return error.isError() ? error : closing;
 }

@@ -15,47 +15,21 @@ constexpr int height = 32;
 /// The codec table has no argument for its user: one bench at a time.
 std::weak_ptr<BenchEdges> current;
 
-class ScriptedSource : public QmxSource
+class BenchSource : public QmxSource
 {
 public:
-    explicit ScriptedSource(std::shared_ptr<BenchEdges> edges) : _edges(std::move(edges)) {}
-    QmxSourceFrame take(const QmxTick &tick) override
-    {
-        std::lock_guard lock(_edges->mutex);
-        return _edges->script ? _edges->script(tick) : DeviceBench::good(tick);
-    }
+    using Take = std::function<QmxSourceFrame(const QmxTick &)>;
+    explicit BenchSource(
+        Take take, std::function<void()> ends = [] {})
+        : _take(std::move(take)), _ends(std::move(ends))
+    {}
+    ~BenchSource() override { _ends(); }
+    QmxSourceFrame take(const QmxTick &tick) override { return _take(tick); }
     QString statusText() const override { return {}; }
 
 private:
-    std::shared_ptr<BenchEdges> _edges;
-};
-
-class EmptySource : public QmxSource
-{
-public:
-    explicit EmptySource(std::shared_ptr<BenchEdges> edges) : _edges(std::move(edges)) {}
-    ~EmptySource() override
-    {
-        std::lock_guard lock(_edges->mutex);
-        _edges->ended = std::this_thread::get_id();
-    }
-    QmxSourceFrame take(const QmxTick &) override { return {}; }
-    QString statusText() const override { return {}; }
-
-private:
-    std::shared_ptr<BenchEdges> _edges;
-};
-
-class InternalSource : public QmxSource
-{
-public:
-    QmxSourceFrame take(const QmxTick &tick) override
-    {
-        QmxSourceFrame frame = DeviceBench::good(tick, tick.rate.timecodeRate());
-        frame.picture = DeviceBench::picture(9000 + int(tick.index));
-        return frame;
-    }
-    QString statusText() const override { return {}; }
+    Take _take;
+    std::function<void()> _ends;
 };
 
 class MemorySink : public QmxSink
@@ -138,11 +112,23 @@ LumenOptions DeviceBench::options(const QString &text) const
                                            const QmxEnvironment &) -> std::unique_ptr<QmxSource> {
         std::lock_guard lock(edges->mutex);
         ++edges->created;
-        if (locator == QLatin1String("none:")) return std::make_unique<EmptySource>(edges);
-        return std::make_unique<ScriptedSource>(edges);
+        if (locator == QLatin1String("none:"))
+            return std::make_unique<BenchSource>([](const QmxTick &) { return QmxSourceFrame(); },
+                                                 [edges] {
+                                                     std::lock_guard guard(edges->mutex);
+                                                     edges->ended = std::this_thread::get_id();
+                                                 });
+        return std::make_unique<BenchSource>([edges](const QmxTick &tick) {
+            std::lock_guard guard(edges->mutex);
+            return edges->script ? edges->script(tick) : good(tick);
+        });
     };
     options.createGenerator = [](const QmxImageDesc &, const QmxId &, const QmxId &, const QmxEnvironment &) {
-        return std::make_unique<InternalSource>();
+        return std::make_unique<BenchSource>([](const QmxTick &tick) {
+            QmxSourceFrame frame = good(tick, tick.rate.timecodeRate());
+            frame.picture = picture(9000 + int(tick.index));
+            return frame;
+        });
     };
     options.codec = [](const QmxId &type) { return type.value() == 202 ? &numberCodec : nullptr; };
     return options;

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The state machines of the device on their own: schedule, detection, timecode, profile.
-#include "platform/qmx/device/capturequeue.h"
+// The state machines of the device on their own: schedule, detection, timecode, profile, queues.
+#include "platform/qmx/device/capturechain.h"
+#include "platform/qmx/device/cardalarms.h"
 #include "platform/qmx/device/inputdetector.h"
-#include "platform/qmx/device/playbackqueue.h"
+#include "platform/qmx/device/inputwatch.h"
+#include "platform/qmx/device/playbackchain.h"
 #include "platform/qmx/device/takegate.h"
 #include "platform/qmx/device/tickschedule.h"
 #include "platform/qmx/device/timecodegenerator.h"
 #include "platform/qmx/edges/lumenprofile.h"
 
+#include "tests/device/devicebench.h"
 #include "tests/support/logcollector.h"
 #include "tests/support/print.h"
 
@@ -37,17 +40,28 @@ QmxTimecode tc(const char *text, int fps = 25)
     timecode.setFPS(fps);
     return timecode;
 }
+
+QmxTick tickOf(qint64 index)
+{
+    QmxTick tick;
+    tick.index = index;
+    tick.deadline = index * second / 25;
+    tick.rate = QmxVideoRate(25);
+    return tick;
+}
+
+/// What an input gives with a picture.
+QmxSourceFrame inputAt(qint64 index)
+{
+    QmxSourceFrame seen = DeviceBench::good(tickOf(index));
+    seen.timecode = QmxTimecode(int(90000 + index), 25, false);
+    return seen;
+}
 } // namespace
 
-TEST(TickSchedule, neitherDriftsNorBursts)
+TEST(TickSchedule, aStallIsOneTickAndAnotherRateGoesOnFromIt)
 {
     TickSchedule schedule(7, QmxVideoRate(30000, 1001));
-    const qint64 hour = 3600 * 30; // frames of 1001 seconds an hour and a bit
-    for (qint64 i = 1; i <= hour; ++i) {
-        const TickSchedule::Step step = schedule.advance(schedule.nextDeadline());
-        ASSERT_EQ(step.deadline, 7 + i * 1001 * second / 30000) << i;
-        ASSERT_FALSE(step.late);
-    }
     // A stall of ten frames and a bit: one tick, the latest one, and nine missed.
     const qint64 due = schedule.nextDeadline();
     const TickSchedule::Step late = schedule.advance(due + 10 * 33'366'667 - 20'000'000);
@@ -190,7 +204,6 @@ TEST(TimecodeGenerator, continuesAfterTheLastFrameWritten)
     // What the recorder leaves behind when it jams again, and what must come of it.
     struct Case
     {
-        const char *what;
         const char *before;   ///< jam before
         const char *value;    ///< jam now
         const char *last;     ///< last frame written; "" none
@@ -199,18 +212,19 @@ TEST(TimecodeGenerator, continuesAfterTheLastFrameWritten)
         const char *expected;
     };
     const Case cases[] = {
-        {"a preset before any take", "", "10:00:00:00", "", "", 0, "10:00:00:00"},
-        {"after a take", "10:00:00:00", "10:00:03:24", "10:00:03:24", "10:00:03:24", 100, "10:00:04:00"},
-        {"after a take of one frame", "10:00:00:00", "10:00:00:00", "10:00:00:00", "", 1, "10:00:00:01"},
-        {"one frame after a longer take", "10:00:01:00", "10:00:01:00", "10:00:01:01", "10:00:01:00", 1,
-         "10:00:01:02"},
-        {"one frame, and nothing written since the jam before", "09:00:00:00", "09:00:00:00", "10:00:00:00",
-         "", 0, "09:00:00:00"},
-        {"a second take of one frame", "10:00:00:00", "10:00:00:00", "10:00:00:01", "", 1, "10:00:00:02"},
-        {"another preset after a take", "10:00:00:00", "11:00:00:00", "10:00:03:24", "10:00:03:24", 100,
-         "11:00:00:00"},
+        // A preset before any take; after a take; after a take of one frame.
+        {"", "10:00:00:00", "", "", 0, "10:00:00:00"},
+        {"10:00:00:00", "10:00:03:24", "10:00:03:24", "10:00:03:24", 100, "10:00:04:00"},
+        {"10:00:00:00", "10:00:00:00", "10:00:00:00", "", 1, "10:00:00:01"},
+        // One frame after a longer take; one frame, and nothing written since the jam before.
+        {"10:00:01:00", "10:00:01:00", "10:00:01:01", "10:00:01:00", 1, "10:00:01:02"},
+        {"09:00:00:00", "09:00:00:00", "10:00:00:00", "", 0, "09:00:00:00"},
+        // A second take of one frame; another preset after a take.
+        {"10:00:00:00", "10:00:00:00", "10:00:00:01", "", 1, "10:00:00:02"},
+        {"10:00:00:00", "11:00:00:00", "10:00:03:24", "10:00:03:24", 100, "11:00:00:00"},
     };
     for (const Case &c : cases) {
+        SCOPED_TRACE(c.expected);
         TimecodeGenerator generator;
         generator.setSource(QmxId(1500), 25);
         QmxRecordTable::Memory memory;
@@ -219,9 +233,8 @@ TEST(TimecodeGenerator, continuesAfterTheLastFrameWritten)
         memory.written += c.written;
         if (*c.last) memory.last = tc(c.last);
         if (*c.notFirst) memory.lastNotFirst = tc(c.notFirst);
-        EXPECT_EQ(generator.jam(tc(c.value), memory), tc(c.expected)) << c.what;
-        // A jam again, as after a set-up, changes nothing.
-        EXPECT_EQ(generator.jam(tc(c.value), memory), tc(c.expected)) << c.what << ", again";
+        for (int jams = 0; jams < 2; ++jams) // a jam again, as after a set-up, changes nothing
+            EXPECT_EQ(generator.jam(tc(c.value), memory), tc(c.expected)) << jams;
     }
 }
 
@@ -330,6 +343,75 @@ TEST(PlaybackQueue, aFrameThatIsDecodedTooLateIsDroppedOnce)
     EXPECT_TRUE(queue.tick(0).dropped); // the next one
 }
 
+TEST(InputWatch, holdsATimecodeThatGoesForAWhileAndNoneWhileATakeWaits)
+{
+    InputWatch watch(QmxVideoRefState(true, false));
+    watch.begin(inputAt(0));
+    watch.step(inputAt(1), tickOf(1), false, false);
+    EXPECT_TRUE(watch.timecode().isValid());
+    // While a take waits for its first picture after a loss it stands still like one that has gone.
+    int held = 0;
+    for (qint64 i = 2; watch.timecode().isValid() && i < 100; ++i, ++held)
+        watch.step(inputAt(i), tickOf(i), false, true);
+    EXPECT_EQ(held, 15);
+    EXPECT_TRUE(watch.step(QmxSourceFrame(), tickOf(100), false, false).state) << "lost: told at once";
+}
+
+TEST(CaptureChain, countsTakesAndHoldsTheTimecodeAfterALoss)
+{
+    CaptureChain chain;
+    const QmxVideoDeviceSetup setup = DeviceBench::captureSetup();
+    chain.begin(setup);
+    chain.setBounds(40, qint64(1) << 30);
+    const auto capture = [&](qint64 index, bool present) {
+        const CardInput seen{present ? inputAt(index) : QmxSourceFrame(), {}};
+        EXPECT_FALSE(chain.push(chain.step(seen, tickOf(index), setup, present, {})));
+    };
+    const auto code = [&] {
+        for (const CapturedFramePtr &frame : chain.takeUncoded())
+            EXPECT_FALSE(chain.coded(frame, QmxBuffer::allocate(16)));
+    };
+    capture(1, true);
+    EXPECT_TRUE(chain.setRecord(true, 1));
+    EXPECT_FALSE(chain.setRecord(true, 1));
+    EXPECT_EQ(chain.take(), 1U);
+    code();
+    EXPECT_TRUE(chain.read().beginsTake);
+    EXPECT_FALSE(chain.holdsTimecode());
+    capture(2, false);
+    EXPECT_TRUE(chain.holdsTimecode()) << "lost";
+    capture(3, true);
+    EXPECT_TRUE(chain.holdsTimecode()) << "back, and nobody can read it yet";
+    code();
+    EXPECT_FALSE(chain.holdsTimecode());
+    EXPECT_FALSE(chain.read().beginsTake);
+}
+
+TEST(PlaybackChain, whatWaitsIsBoundedInBytesButForOneFrame)
+{
+    constexpr int bytes = 5 << 20;
+    PlaybackChain chain;
+    chain.setup(DeviceBench::playbackSetup());
+    const auto write = [&chain](int size) {
+        QmxFrame frame;
+        frame.vids().append(QmxImage(DeviceBench::format(), {QmxBuffer::allocate(size)}));
+        chain.write(frame, {}, 0);
+    };
+    EXPECT_EQ(chain.room(40, bytes), 40);
+    write(2 * bytes);
+    EXPECT_EQ(chain.room(40, bytes), 0);
+    chain.clear();
+    for (int i = 0; i < 4; ++i)
+        write(bytes / 5);
+    EXPECT_EQ(chain.room(40, bytes), 36);
+    write(bytes / 5);
+    EXPECT_EQ(chain.room(40, bytes), 0);
+    const DecodedPicturePtr first = chain.undecoded().first();
+    first->state = DecodedPicture::Done;
+    chain.tick(PlaybackQueue::startTime.count());
+    EXPECT_EQ(chain.room(40, bytes), 36) << "one came onto the output";
+}
+
 TEST(CaptureQueue, remembersNoMoreThanItMayAndATakeBeginsWithTheNewestOfIt)
 {
     CaptureQueue queue;
@@ -420,4 +502,12 @@ TEST(TakeGate, countsForTheTakeAroundItsFirstFrameAndForNoOther)
     EXPECT_TRUE(gate.keepsOut(4025));
     EXPECT_FALSE(gate.look(end, 4025 + TakeGate::latestEndByClock, true)) << "whoever ends it is slow";
     EXPECT_TRUE(gate.look(end, 4026 + TakeGate::latestEndByClock, true));
+}
+
+TEST(CardAlarms, sayOnceThatTheRateOfACameraIsMissing)
+{
+    CardAlarms alarms([](const QmxAlarm &) {});
+    EXPECT_TRUE(alarms.variableRate(true));
+    EXPECT_FALSE(alarms.variableRate(true));
+    EXPECT_TRUE(alarms.variableRate(false));
 }

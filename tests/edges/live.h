@@ -8,25 +8,8 @@
 
 #include <QProcess>
 
-#include <arpa/inet.h>
 #include <functional>
-#include <netinet/in.h>
 #include <sys/socket.h>
-#include <unistd.h>
-
-/// A port that nobody uses.
-inline int freeUdpPort()
-{
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr *>(&address), length), 0);
-    getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length);
-    close(fd);
-    return ntohs(address.sin_port);
-}
 
 /// The ffmpeg program sending a clip over and over at its own speed, until it is killed.
 class Sender

@@ -7,6 +7,23 @@
 
 #include <QFile>
 
+GeneratedFrames::GeneratedFrames(const QString &format, int pattern, const QmxEnvironment &environment,
+                                 qint64 start)
+    : _ticks(QmxSourceFormat::fromText(format).frameRate(), start)
+{
+    frame.desc = QmxSourceFormat::fromText(format);
+    _generator = qmxCreateInternalGenerator(frame.desc, QmxId(pattern), QmxId(900), environment);
+}
+
+const QmxOutputFrame &GeneratedFrames::next()
+{
+    frame.tick = _ticks.next();
+    const QmxSourceFrame made = _generator->take(frame.tick);
+    frame.picture = made.picture;
+    frame.audio = made.audio;
+    return frame;
+}
+
 void makeClip(const QString &path, const QString &format, int frames, const QStringList &coding)
 {
     const TestDir dir;

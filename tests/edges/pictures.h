@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/edges/qmxsink.h"
 #include "platform/qmx/edges/qmxsource.h"
 #include "tests/support/testfiles.h"
 
@@ -35,6 +36,23 @@ private:
     QmxTick _tick;
     qint64 _start;
     qint64 _sinceStart = 0;
+};
+
+/// Frames for an output with the generator's pictures and its sound, one a tick.
+class GeneratedFrames
+{
+public:
+    explicit GeneratedFrames(const QString &format, int pattern = 800,
+                             const QmxEnvironment &environment = QmxEnvironment::current(),
+                             qint64 start = 1'000'000'000);
+    /// The next one; what the test has set besides stays.
+    const QmxOutputFrame &next();
+
+    QmxOutputFrame frame;
+
+private:
+    Ticks _ticks;
+    std::unique_ptr<QmxSource> _generator;
 };
 
 /// A clip of the generator's pictures 0 to frames - 1 and its sound (eight channels), coded by the ffmpeg

@@ -95,16 +95,10 @@ TEST(Preview, sinkShowsPictureMetersAndWhatBelongsToThem)
     const auto sink = createSink("preview:" + name);
     QmxPreviewReader reader;
     ASSERT_TRUE(reader.open(name));
-    QmxOutputFrame frame;
-    frame.desc = QmxSourceFormat::fromText(QStringLiteral("1920x1080i25"));
-    const auto generator =
-        qmxCreateInternalGenerator(frame.desc, QmxId(800), QmxId(900), QmxEnvironment::current());
-    Ticks ticks(QmxVideoRate(25));
+    GeneratedFrames generated(QStringLiteral("1920x1080i25"));
+    QmxOutputFrame &frame = generated.frame;
     for (quint32 i = 0; i < 12; ++i) {
-        frame.tick = ticks.next();
-        const QmxSourceFrame source = generator->take(frame.tick);
-        frame.picture = source.picture;
-        frame.audio = source.audio;
+        generated.next();
         frame.timecode = QmxTimecode(10, 0, 0, int(i), 25, 0);
         frame.metadata.insert(QmxId(1), 500 + int(i));
         frame.connection = QStringLiteral("4:2:2 legal range, SDI level A");
@@ -261,19 +255,11 @@ TEST(Sinks, aFileGetsEveryFrameWithItsSound)
 {
     const TestDir dir;
     const QString path = dir.file(QStringLiteral("out.ts"));
-    QmxOutputFrame frame;
-    frame.desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));
-    const auto generator =
-        qmxCreateInternalGenerator(frame.desc, QmxId(800), QmxId(900), QmxEnvironment::current());
+    GeneratedFrames generated(QStringLiteral("720x576i25"));
     {
         const auto sink = createSink("file:" + path);
-        Ticks ticks(QmxVideoRate(25));
         for (int i = 0; i < 30; ++i) {
-            frame.tick = ticks.next();
-            const QmxSourceFrame source = generator->take(frame.tick);
-            frame.picture = source.picture;
-            frame.audio = source.audio;
-            sink->show(frame);
+            sink->show(generated.next());
             // Virtual time stands still until the output's thread has written it.
             Stepper::run(QmxClock::nsPerMillisecond);
         }
@@ -300,7 +286,7 @@ TEST(Sinks, aFileGetsEveryFrameWithItsSound)
     EXPECT_TRUE(createSink("widow:")->statusText().contains(QLatin1String("preview:")));
     expectLog(QStringLiteral("qmxmuxsink"), QStringLiteral("Not a directory"));
     const auto hopeless = createSink("file:/proc/self/status/x.ts");
-    hopeless->show(frame);
+    hopeless->show(generated.frame);
     EXPECT_TRUE(Stepper::waitFor([&] { return hopeless->dropped() == 1; }));
 }
 

@@ -33,7 +33,7 @@ TEST(SoundPacing, keepsItsDistanceToAnyCardAndTakesUpAStallAtOnce)
             if (tick == 60'000) waiting += 20'000; // too much came at once
             if (tick == 50'000) waiting = 0;
             const bool isSettled = tick < 50'000 || (tick > 50'010 && tick < 60'000) || tick > 60'100;
-            ASSERT_TRUE(!isSettled || std::abs(waiting - pacing.distance(rate)) < samples / 2) << tick;
+            ASSERT_TRUE(!isSettled || std::abs(waiting - pacing.distance(rate)) < samples / 2.0) << tick;
         }
         EXPECT_LE(stretched, 4); // of 1602: nobody hears that
         EXPECT_GE(pacing.jumps(), 2);
@@ -44,20 +44,14 @@ TEST(SoundOutput, playsTheSoundOfEachPictureWithinHalfAFrame)
 {
     const TestDir dir;
     const QString path = dir.file(QStringLiteral("heard.raw"));
-    QmxOutputFrame frame;
-    frame.desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));
-    const auto generator =
-        qmxCreateInternalGenerator(frame.desc, QmxId(800), QmxId(900), QmxEnvironment::current());
+    GeneratedFrames generated(QStringLiteral("720x576i25"));
     allowLog(QStringLiteral("qmxsoundsink"));
     allowLog(QStringLiteral("alsa"));
     {
         const auto sink =
             qmxCreateSink(QStringLiteral("alsa:tee:null,%1,raw").arg(path), QmxEnvironment::current());
-        Ticks ticks(QmxVideoRate(25));
         for (int i = 0; i < 60; ++i) {
-            frame.tick = ticks.next();
-            frame.audio = generator->take(frame.tick).audio;
-            sink->show(frame);
+            sink->show(generated.next());
             Stepper::run(QmxClock::nsPerMillisecond);
         }
         EXPECT_EQ(sink->problem(), QString());
@@ -71,14 +65,14 @@ TEST(SoundOutput, playsTheSoundOfEachPictureWithinHalfAFrame)
     int marks = 0;
     for (int i = 0, last = -frameSamples * 2; i < count; ++i) {
         if (std::abs(samples[2 * i]) < (1 << 30) || i - last < 2 * frameSamples) continue;
-        EXPECT_NEAR(i, marks * 10 * frameSamples + frameSamples / 2, frameSamples / 2) << "mark " << marks;
+        EXPECT_NEAR(i, (marks * 10 + 0.5) * frameSamples, frameSamples / 2.0) << "mark " << marks;
         last = i;
         ++marks;
     }
     EXPECT_EQ(marks, 6);
 
     const auto missing = qmxCreateSink(QStringLiteral("alsa:hw:31"), QmxEnvironment::current());
-    missing->show(frame);
+    missing->show(generated.frame);
     EXPECT_TRUE(Stepper::waitFor([&] { return missing->problem().contains(QLatin1String("aplay -L")); }))
         << missing->problem().toStdString();
 }
@@ -103,7 +97,7 @@ TEST(SoundInput, isPutBesideThePictureOfTheSameMoment)
     const QString clip = dir.file(QStringLiteral("a.ts"));
     makeClip(clip, QStringLiteral("720x576i25"), 400,
              QStringLiteral("-c:v mpeg2video -q:v 3 -flags +ildct -an").split(' '));
-    const QString address = QStringLiteral("udp://127.0.0.1:%1").arg(freeUdpPort());
+    const QString address = QStringLiteral("udp://127.0.0.1:%1").arg(freePort(SOCK_DGRAM));
     allowLog(QStringLiteral("qmxlivesource"));
     allowLog(QStringLiteral("alsa"));
     const Sender sender(clip, address);

@@ -61,16 +61,10 @@ public:
 private:
     void run(const QmxEnvironment &environment, const std::stop_token &stop)
     {
-        QmxOutputFrame frame;
-        frame.desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));
-        const auto generator = qmxCreateInternalGenerator(frame.desc, QmxId(802), QmxId(900), environment);
-        Ticks ticks(QmxVideoRate(25), environment.clock->now());
+        GeneratedFrames generated(QStringLiteral("720x576i25"), 802, environment, environment.clock->now());
         while (!stop.stop_requested()) {
-            frame.tick = ticks.next();
+            const QmxOutputFrame &frame = generated.next();
             environment.clock->sleepUntil(frame.tick.deadline);
-            const QmxSourceFrame made = generator->take(frame.tick);
-            frame.picture = made.picture;
-            frame.audio = made.audio;
             _sink->show(frame);
         }
     }
@@ -147,11 +141,12 @@ TEST_P(LiveSignal, locksVanishesAndComesBackInAnotherFormat)
     makeClip(first, QStringLiteral("640x480p25"), frames, coding);
     makeClip(second, QStringLiteral("1280x720p50"), frames, coding);
     const QString address =
-        QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(GetParam())).arg(freeUdpPort());
+        QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(GetParam())).arg(freePort(SOCK_DGRAM));
     const bool listens = address.startsWith(QLatin1String("srt"));
     allowLog(QStringLiteral("qmxlivesource"));
     LiveInput input(listens ? address + QStringLiteral("?mode=listener") : address);
     EXPECT_FALSE(input.next().state.isPresent());
+    EXPECT_NE(input.status().find("waiting for a signal"), std::string::npos) << input.status();
     {
         const Sender sender(first, address);
         ASSERT_TRUE(input.until([](const auto &f) { return f.picture.isValid(); }, 30)) << input.status();
@@ -206,7 +201,7 @@ INSTANTIATE_TEST_SUITE_P(Protocols, NetworkOutput, testing::Values("udp", "srt")
 TEST_P(NetworkOutput, isWhatALiveSourceReceives)
 {
     const QString address =
-        QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(GetParam())).arg(freeUdpPort());
+        QStringLiteral("%1://127.0.0.1:%2").arg(QLatin1String(GetParam())).arg(freePort(SOCK_DGRAM));
     const bool listens = address.startsWith(QLatin1String("srt"));
     QmxEnvironment environment = QmxEnvironment::current();
     environment.clock = std::make_shared<QmxRealClock>();
@@ -214,19 +209,12 @@ TEST_P(NetworkOutput, isWhatALiveSourceReceives)
     allowLog(QStringLiteral("qmxmuxsink"));
     LiveInput input(listens ? address + QStringLiteral("?mode=listener") : address);
     const auto sink = qmxCreateSink(address + QStringLiteral("?pkt_size=1316"), environment);
-    QmxOutputFrame frame;
-    frame.desc = QmxSourceFormat::fromText(QStringLiteral("720x576i25"));
-    const auto generator = qmxCreateInternalGenerator(frame.desc, QmxId(800), QmxId(900), environment);
-    Ticks ticks(QmxVideoRate(25));
+    GeneratedFrames generated(QStringLiteral("720x576i25"), 800, environment);
     quint32 previous = 0;
     int rising = 0;
     ASSERT_TRUE(input.until(
         [&](const QmxSourceFrame &received) {
-            frame.tick = ticks.next();
-            const QmxSourceFrame made = generator->take(frame.tick);
-            frame.picture = made.picture;
-            frame.audio = made.audio;
-            sink->show(frame);
+            sink->show(generated.next());
             const quint32 count = QmxStrip::read(received.picture).value_or(0);
             rising = count > previous ? rising + 1 : rising;
             EXPECT_GE(count == 0 ? previous : count, previous);
@@ -235,7 +223,7 @@ TEST_P(NetworkOutput, isWhatALiveSourceReceives)
         },
         30))
         << input.status() << sink->statusText().toStdString();
-    EXPECT_EQ(input.next().state, QmxSourceFormat::state(frame.desc));
+    EXPECT_EQ(input.next().state, QmxSourceFormat::state(generated.frame.desc));
 }
 
 TEST(NetworkCoding, codesAsItsKeysSayAndTakesEveryCallerFromTheFirstOn)
@@ -256,7 +244,7 @@ TEST(NetworkCoding, codesAsItsKeysSayAndTakesEveryCallerFromTheFirstOn)
     allowLog(QStringLiteral("qmxmuxsink"));
     for (const Case &c : cases) {
         SCOPED_TRACE(c.keys);
-        const QString address = QStringLiteral("srt://127.0.0.1:%1").arg(freeUdpPort());
+        const QString address = QStringLiteral("srt://127.0.0.1:%1").arg(freePort(SOCK_DGRAM));
         LiveOutput output(address + QStringLiteral("?mode=listener") + QLatin1String(c.keys));
         for (int caller = 0; caller < 2; ++caller) {
             ASSERT_TRUE(

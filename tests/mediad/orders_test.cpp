@@ -210,17 +210,21 @@ TEST_F(Copy, aClipIsDeletedOnlyWhenNobodyProtectsOrUsesIt)
     EXPECT_EQ(deleteClip(path, environment).value(), ENOENT);
 }
 
-TEST_F(Copy, aClipThatIsPlayedWhenItsTurnComesIsNotDeleted)
+TEST_F(Copy, anOrderWaitsForThoseOfItsClipAloneAndWhatIsPlayedWhenItsTurnComesIsNotDeleted)
 {
     const std::string folder = dir.path().toStdString();
+    writeAll(dir.file("other.mov"), content);
     QStringList told;
     MediaJobs jobs(environment, [&told](const MediaOrder &order, const MediaOrderState &state) {
         if (state.state != "running" || order.verb == "delete")
-            told << QString::fromStdString(order.verb + " " + state.state);
+            told << QString::fromStdString(order.verb + " " + order.clip + " " + state.state);
     });
     files->hang(FaultyFiles::Pread);
-    jobs.start({"", "copy", "take.mov", folder, folder + "/to"});
-    jobs.start({"", "delete", "take.mov", folder, ""});
+    jobs.start({"1", "copy", "take.mov", folder, folder + "/to"});
+    jobs.start({"2", "delete", "take.mov", folder, ""});
+    jobs.start({"3", "delete", "other.mov", folder, ""});
+    EXPECT_TRUE(Stepper::runUntil([&told] { return told.contains("delete other.mov done"); }));
+    EXPECT_EQ(told.filter("take.mov"), QStringList("delete take.mov running"));
     MediaParameters is;
     is.daemonRuns = true;
     is.active = folder;
@@ -228,28 +232,10 @@ TEST_F(Copy, aClipThatIsPlayedWhenItsTurnComesIsNotDeleted)
     is.status = TransportStatus::Still;
     jobs.follow(is);
     files->release();
-    EXPECT_TRUE(Stepper::runUntil([&told] { return told.size() == 3; }));
-    EXPECT_EQ(told, QStringList({"delete running", "copy done", "delete refused"}));
+    EXPECT_TRUE(Stepper::runUntil([&told] { return told.last() == "delete take.mov refused"; }));
+    EXPECT_EQ(told.filter("take.mov"),
+              QStringList({"delete take.mov running", "copy take.mov done", "delete take.mov refused"}));
     EXPECT_TRUE(QFile::exists(from));
-}
-
-TEST_F(Copy, whatTakesAMomentDoesNotWaitForOtherClips)
-{
-    const std::string folder = dir.path().toStdString();
-    writeAll(dir.file("other.mov"), content);
-    QStringList told;
-    MediaJobs jobs(environment, [&told](const MediaOrder &order, const MediaOrderState &state) {
-        if (state.state != "running") told << QString::fromStdString(order.verb + " " + state.state);
-    });
-    files->hang(FaultyFiles::Pread);
-    jobs.start({"1", "copy", "take.mov", folder, folder + "/to"});
-    jobs.start({"2", "protect", "take.mov", folder, ""});
-    jobs.start({"3", "delete", "other.mov", folder, ""});
-    EXPECT_TRUE(Stepper::runUntil([&told] { return !told.isEmpty(); }));
-    EXPECT_EQ(told, QStringList("delete done"));
-    files->release();
-    EXPECT_TRUE(Stepper::runUntil([&told] { return told.size() == 3; }));
-    EXPECT_EQ(told, QStringList({"delete done", "copy done", "protect done"}));
 }
 
 TEST(MediaOrders, nonsenseIsRefusedWithASentence)

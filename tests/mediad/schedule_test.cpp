@@ -125,14 +125,11 @@ TEST_F(Plan, whatCannotBeIsRefusedWithASentence)
     }
     EXPECT_EQ(add("11:00:00", "2030-01-31T10:59:00", &why), 0u);
     EXPECT_FALSE(schedule.cancel(9, why));
-    for (int i = 0; i < 100; ++i)
-        add(QStringLiteral("2030-03-01T00:%1:00").arg(i, 2, 10, QLatin1Char('0')).toStdString().c_str(),
-            QStringLiteral("2030-03-01T00:%1:30").arg(i, 2, 10, QLatin1Char('0')).toStdString().c_str(),
-            &why);
-    for (int i = 0; i < 60; ++i)
-        add(QStringLiteral("2030-03-02T00:%1:00").arg(i, 2, 10, QLatin1Char('0')).toStdString().c_str(),
-            QStringLiteral("2030-03-02T00:%1:30").arg(i, 2, 10, QLatin1Char('0')).toStdString().c_str(),
-            &why);
+    for (const char *day : {"2030-03-01", "2030-03-02"})
+        for (int i = 0; i < 60; ++i) {
+            const QString begin = QStringLiteral("%1T00:%2:").arg(day).arg(i, 2, 10, QLatin1Char('0'));
+            add(qPrintable(begin + "00"), qPrintable(begin + "30"), &why);
+        }
     EXPECT_EQ(schedule.takes.size(), RecordSchedule::most);
     EXPECT_NE(why.find("64"), std::string::npos) << why;
     EXPECT_TRUE(RecordSchedule::parse("x\n1 2 3 4 5 6\n0 - - - - -\n").takes.empty());

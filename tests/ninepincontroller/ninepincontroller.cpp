@@ -113,7 +113,7 @@ NinepinReply NinepinController::ask(int command, const QByteArray &data)
 NinepinReply NinepinController::askRaw(const QByteArray &bytes)
 {
     send(bytes);
-    const NinepinReply reply = receive();
+    NinepinReply reply = receive();
     // Behind a fault of the line a controller is silent for a while.
     if (reply.nak() > 1) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     return reply;

@@ -27,10 +27,6 @@ TEST_F(CommandScenario, aTakeIsRecordedNamedListedAndPlayed)
     allowLog("vtrobject", QStringLiteral("Flushed at ")); // a flush that was under way before the cue
     begin();
     const QString first = nameOf(record(400));
-    EXPECT_TRUE(first.endsWith(QStringLiteral(".mov")));
-    EXPECT_EQ(text(eParam_RecordBaseName) + QStringLiteral(".mov"), first);
-    EXPECT_TRUE(reads(eParam_StorageState, 2));
-    EXPECT_TRUE(reads(eParam_TransportStatus, 1));
     const QString second = nameOf(record(4000)); // long enough not to end while a status is awaited
     EXPECT_NE(second, first);
     const QmxPlayList clips = app->playListInUse();

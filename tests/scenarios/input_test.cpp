@@ -28,9 +28,9 @@ struct LossInTake : InputScenario
 {
     LossInTake() : InputScenario("&loss=150-187,300-320") {}
 };
-struct ChangeAtRest : InputScenario
+struct ChangeInTake : InputScenario
 {
-    ChangeAtRest() : InputScenario("&format=1280x720p50@125") {}
+    ChangeInTake() : InputScenario("&format=1280x720p50@125") {}
 };
 struct ChangeInPlay : InputScenario
 {
@@ -123,20 +123,7 @@ TEST_F(LossInTake, goesOnWithTheStillWhenAsked)
     ASSERT_TRUE(settles(VtrMode::StandbyOff));
 }
 
-TEST_F(ChangeAtRest, isFollowed)
-{
-    begin();
-    ASSERT_TRUE(until([this] { return number(eParam_InputFormat) == 12; }));
-    pass(1000);
-    ASSERT_TRUE(settles(VtrMode::StandbyOff));
-    EXPECT_TRUE(reads(eParam_RecordFormat, 19u));
-    const Take take = Take::read(record(1000));
-    take.expectWhole();
-    EXPECT_EQ(take.info.image.width(), 1280);
-    EXPECT_EQ(take.info.image.frameRate(), QmxVideoRate(50));
-}
-
-TEST_F(ChangeAtRest, inATakeEndsItBeforeTheFirstForeignFrame)
+TEST_F(ChangeInTake, endsItBeforeTheFirstForeignFrameAndIsFollowed)
 {
     allowLog("alarmhandler");
     expectLog("vtrobject", "Image 0 is invalid");
@@ -152,7 +139,11 @@ TEST_F(ChangeAtRest, inATakeEndsItBeforeTheFirstForeignFrame)
                 data(eParam_AlarmInputLostInRecord).contains("Recording stopped"));
     ASSERT_TRUE(until([this] { return number(eParam_InputFormat) == 12; }));
     pass(1000);
-    EXPECT_EQ(Take::read(record(600)).info.image.width(), 1280);
+    EXPECT_TRUE(reads(eParam_RecordFormat, 19u));
+    const Take next = Take::read(record(600));
+    next.expectWhole();
+    EXPECT_EQ(next.info.image.width(), 1280);
+    EXPECT_EQ(next.info.image.frameRate(), QmxVideoRate(50));
 }
 
 TEST_F(ChangeInPlay, doesNotTouchThePicture)

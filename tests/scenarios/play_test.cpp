@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Playback as one sees it: the frame on the output, tick by tick.
+// Playback as one sees it: the frame on the output, tick by tick. (Speeds, ends and loops: cadence_test.cpp.)
 #include "platform/qmx/codec/pixelfont.h"
 #include "tests/scenarios/recorderrig.h"
-#include "tests/scenarios/shuttlemodel.h"
 
 #include <set>
 
@@ -38,31 +37,6 @@ protected:
         return numbers;
     }
 
-    /// From still on frame `from`: what the output shows at a speed is what the
-    /// rules say, but for a start that takes a tick or two.
-    void expectRun(int from, const QString &value, int ticks, bool isLooping)
-    {
-        SCOPED_TRACE(value.toStdString() + " from " + std::to_string(from));
-        cueAndWait(from);
-        frames();
-        speed(value);
-        passTicks(ticks);
-        QList<qint64> seen = frames();
-        const ShuttleModel model{take.frames(), int(value.toDouble() * 64), isLooping};
-        QList<qint64> expected = model.run(from, ticks + 8);
-        // The picture of the cue stands until the speed has come through, and then
-        // as long as its due.
-        const auto leadingOf = [from](const QList<qint64> &list) {
-            return std::find_if(list.begin(), list.end(), [from](qint64 f) { return f != from; }) -
-                   list.begin();
-        };
-        const qsizetype held = leadingOf(seen), due = leadingOf(expected);
-        EXPECT_LE(held, due + 3);
-        seen = seen.mid(held);
-        expected = expected.mid(due);
-        EXPECT_EQ(seen, expected.mid(0, seen.size()));
-    }
-
     /// Whether the line in the lower part of the output's picture is its timecode and these words.
     static bool isBurnedIn(const QString &words)
     {
@@ -90,43 +64,6 @@ protected:
 
 } // namespace
 
-TEST_F(PlayScenario, everySpeedShowsTheFramesOfItsCadenceAndHoldsTheEnds)
-{
-    prepare(4000);
-    const int last = take.frames() - 1;
-    expectRun(0, "1", 30, false);
-    expectRun(10, "0.5", 40, false);
-    expectRun(90, "-2", 30, false);
-    expectRun(60, "-1", 30, false);
-    expectRun(60, "-0.5", 30, false);
-    expectRun(5, "1.75", 30, false);
-    // Over the end, where it stays and goes still.
-    const struct
-    {
-        const char *speed;
-        int from, end;
-    } ends[] = {{"1", last - 20, last}, {"0.5", last - 8, last}, {"20", 3, last},
-                {"-1", 20, 0},          {"-0.5", 8, 0},          {"-20", last - 3, 0}};
-    for (const auto &end : ends) {
-        expectRun(end.from, end.speed, 30, false);
-        EXPECT_TRUE(until([this] { return vtr().state().speedFlags().isStill(); })) << end.speed;
-        EXPECT_TRUE(reads(eParam_TransportStatus, 15u)) << end.speed;
-        pass(1500);
-        for (const qint64 frame : frames())
-            ASSERT_EQ(frame, end.end) << end.speed;
-    }
-    EXPECT_EQ(counter(QmxCounters::FramesDroppedPlayback), 0);
-}
-
-TEST_F(PlayScenario, loopsRunOverBothEnds)
-{
-    prepare(2000);
-    write(eParam_LoopPlayback, "1");
-    for (const char *value : {"1", "-1", "0.5", "-0.5", "20", "-20", "3"})
-        expectRun(take.frames() / 2, value, 150, true);
-    EXPECT_EQ(counter(QmxCounters::FramesDroppedPlayback), 0);
-}
-
 TEST_F(PlayScenario, theBurnedInLineTellsWhatTheTransportDoes)
 {
     prepare(2000);
@@ -152,39 +89,12 @@ TEST_F(PlayScenario, theBurnedInLineTellsWhatTheTransportDoes)
     ASSERT_TRUE(stop());
 }
 
-TEST_F(PlayScenario, everyStepOfABurstCounts)
+TEST_F(PlayScenario, underADialThePictureGoesOn)
 {
     prepare(2000);
-    cueAndWait(10);
-    const auto settlesAt = [this](qint64 frame) {
-        EXPECT_TRUE(until([&] { return isIdle() && onOutput() == frame; }, 3000)) << onOutput();
-        pass(300);
-        EXPECT_EQ(onOutput(), frame);
-    };
-    for (int i = 0; i < 7; ++i)
-        command(7); // faster than their pictures come
-    settlesAt(17);
-    for (int i = 0; i < 12; ++i) {
-        command(7);
-        passTicks(2);
-    }
-    settlesAt(29);
-    for (int i = 0; i < 5; ++i) {
-        command(8);
-        passTicks(2);
-    }
-    settlesAt(24);
-    // At the ends a step goes nowhere.
-    cueAndWait(0);
-    command(8);
-    settlesAt(0);
-    cueAndWait(take.frames() - 1);
-    command(7);
-    settlesAt(take.frames() - 1);
-    // A dial, one speed a tick: the picture goes on.
     cueAndWait(5);
     frames();
-    for (int i = 0; i < 25; ++i) {
+    for (int i = 0; i < 25; ++i) { // one speed a tick
         speed(QString::number(1.1 + 0.05 * i));
         passTicks(1);
     }
@@ -207,44 +117,28 @@ TEST_F(PlayScenario, theStatusIsTrueForWhoIsBackBeforeItWasTold)
     EXPECT_TRUE(reads(eParam_TransportStatus, 4u)) << number(eParam_TransportStatus);
 }
 
-TEST_F(PlayScenario, cuesHoldWhereverTheyAreGiven)
+TEST_F(PlayScenario, cuesOutOfStopHoldAndAnotherClipBeginsAtItsBegin)
 {
     prepare(3000);
-    const auto shows = [this](qint64 frame, const char *what) {
-        EXPECT_TRUE(until([&] { return isIdle() && onOutput() == frame; }, 4000))
-            << what << ' ' << onOutput();
-        pass(800);
-        EXPECT_EQ(onOutput(), frame) << what;
-    };
-    write(eParam_CueToTimecode, "10:00:01:05");
-    shows(30, "by timecode");
-    cue(take.frames() + 500);
-    shows(take.frames() - 1, "beyond the end");
     cue(12);
     cue(40);
     cue(33);
-    shows(33, "the last of three");
-
-    // Out of stop: the cue waits for the stream to open. The flush may end before
-    // the open and after it.
+    EXPECT_TRUE(until([&] { return isIdle() && onOutput() == 33; }, 4000)) << "the last of three";
+    // The cue waits for the stream to open. The flush may end before the open and after it.
     for (int wait : {0, 10, 30, 60}) {
         ASSERT_TRUE(stop() || stop());
         command(4);
         ASSERT_TRUE(settles(VtrMode::StandbyOff));
+        const int frame = std::min(21 + wait, take.frames() - 1);
         cue(21 + wait);
         ASSERT_TRUE(until([this] { return vtr().state().mode().isInModePlay(); }));
         pass(wait);
-        shows(std::min(21 + wait, take.frames() - 1), "out of stop");
+        EXPECT_TRUE(until([&] { return isIdle() && onOutput() == frame; }, 4000)) << onOutput();
+        pass(800);
+        EXPECT_EQ(onOutput(), frame);
         files->stallNth(FaultyFiles::Open, 1, (10 + 7 * wait) * QmxClock::nsPerMillisecond);
     }
-    // The place is kept over a stop, and forgotten for another clip.
-    cueAndWait(44);
-    command(4);
-    ASSERT_TRUE(settles(VtrMode::StandbyOff));
-    enterStill();
-    EXPECT_EQ(onOutput(), 44);
-    command(4);
-    ASSERT_TRUE(settles(VtrMode::StandbyOff));
+    ASSERT_TRUE(stop() || stop());
     take = Take::read(record(1500));
     enterStill();
     EXPECT_EQ(onOutput(), 0);

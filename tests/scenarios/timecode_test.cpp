@@ -95,19 +95,6 @@ TEST_F(TimecodeScenario, takesOfTheOperatorContinueEachOther)
     expectContinues(before, Take::read(record(400)));
 }
 
-TEST_F(TimecodeScenario, theTimeOfDayIsTheClocksInEveryTake)
-{
-    begin();
-    write(eParam_TimecodeSource, "5");
-    for (const int apart : {1000, 7000}) {
-        pass(apart);
-        const int asked = QmxTimecode::fromTimeOfDay(25, false).toFrameNumber();
-        const Take take = Take::read(record(800));
-        take.expectWhole();
-        EXPECT_NEAR(take.timecodes.first().toFrameNumber(), asked, 5);
-    }
-}
-
 TEST_F(LossTimecodeScenario, takesThatTheInputEndedAreContinued)
 {
     expectLog("vtrobject", "Image 0 is invalid");

@@ -278,16 +278,6 @@ int FaultyFiles::noteOpened(int fd, const QString &path)
     return fd;
 }
 
-int FaultyFiles::open(const QString &path, int flags, mode_t mode)
-{
-    return fails(Open, path) ? -1 : noteOpened(_under->open(path, flags, mode), path);
-}
-
-int FaultyFiles::openAny(const QString &path, int flags, mode_t mode)
-{
-    return fails(Open, path) ? -1 : noteOpened(_under->openAny(path, flags, mode), path);
-}
-
 int FaultyFiles::close(int fd)
 {
     const bool failing = fails(Close, fd);
@@ -302,11 +292,6 @@ int FaultyFiles::close(int fd)
     return -1;
 }
 
-ssize_t FaultyFiles::pread(int fd, void *data, size_t size, off64_t offset)
-{
-    return fails(Pread, fd) ? -1 : _under->pread(fd, data, size, offset);
-}
-
 ssize_t FaultyFiles::pwrite(int fd, const void *data, size_t size, off64_t offset)
 {
     const Fate fate = enter(Pwrite, pathOf(fd), EIO);
@@ -317,41 +302,6 @@ ssize_t FaultyFiles::pwrite(int fd, const void *data, size_t size, off64_t offse
     std::lock_guard lock(_state->mutex);
     if (written > 0) _state->bytesWritten += written;
     return written;
-}
-
-int FaultyFiles::fdatasync(int fd)
-{
-    return sync(Fdatasync, fd);
-}
-
-int FaultyFiles::fsync(int fd)
-{
-    return sync(Fsync, fd);
-}
-
-int FaultyFiles::ftruncate(int fd, off64_t size)
-{
-    return fails(Ftruncate, fd) ? -1 : _under->ftruncate(fd, size);
-}
-
-int FaultyFiles::fallocate(int fd, int mode, off64_t offset, off64_t length)
-{
-    return fails(Fallocate, fd) ? -1 : _under->fallocate(fd, mode, offset, length);
-}
-
-int FaultyFiles::flock(int fd, int operation)
-{
-    return fails(Flock, fd) ? -1 : _under->flock(fd, operation);
-}
-
-int FaultyFiles::fstat(int fd, struct stat64 *data)
-{
-    return fails(Fstat, fd) ? -1 : _under->fstat(fd, data);
-}
-
-int FaultyFiles::stat(const QString &path, struct stat64 *data)
-{
-    return fails(Stat, path) ? -1 : _under->stat(path, data);
 }
 
 int FaultyFiles::statfs(const QString &path, struct statfs64 *data)
@@ -365,19 +315,4 @@ int FaultyFiles::statfs(const QString &path, struct statfs64 *data)
     }
     if (result == 0 && change) change(path, *data);
     return result;
-}
-
-int FaultyFiles::rename(const QString &from, const QString &to)
-{
-    return fails(Rename, from) ? -1 : _under->rename(from, to);
-}
-
-int FaultyFiles::renameNew(const QString &from, const QString &to)
-{
-    return fails(Rename, from) ? -1 : _under->renameNew(from, to);
-}
-
-int FaultyFiles::unlink(const QString &path)
-{
-    return fails(Unlink, path) ? -1 : _under->unlink(path);
 }

@@ -78,22 +78,49 @@ public:
     int countOfAll() const;
     qint64 bytesWritten() const;
 
-    int open(const QString &path, int flags, mode_t mode = 0) override;
-    int openAny(const QString &path, int flags, mode_t mode = 0) override;
+    int open(const QString &path, int flags, mode_t mode = 0) override
+    {
+        return fails(Open, path) ? -1 : noteOpened(_under->open(path, flags, mode), path);
+    }
+    int openAny(const QString &path, int flags, mode_t mode = 0) override
+    {
+        return fails(Open, path) ? -1 : noteOpened(_under->openAny(path, flags, mode), path);
+    }
     int close(int fd) override;
-    ssize_t pread(int fd, void *data, size_t size, off64_t offset) override;
+    ssize_t pread(int fd, void *data, size_t size, off64_t offset) override
+    {
+        return fails(Pread, fd) ? -1 : _under->pread(fd, data, size, offset);
+    }
     ssize_t pwrite(int fd, const void *data, size_t size, off64_t offset) override;
-    int fdatasync(int fd) override;
-    int fsync(int fd) override;
-    int ftruncate(int fd, off64_t size) override;
-    int fallocate(int fd, int mode, off64_t offset, off64_t length) override;
-    int flock(int fd, int operation) override;
-    int fstat(int fd, struct stat64 *data) override;
-    int stat(const QString &path, struct stat64 *data) override;
+    int fdatasync(int fd) override { return sync(Fdatasync, fd); }
+    int fsync(int fd) override { return sync(Fsync, fd); }
+    int ftruncate(int fd, off64_t size) override
+    {
+        return fails(Ftruncate, fd) ? -1 : _under->ftruncate(fd, size);
+    }
+    int fallocate(int fd, int mode, off64_t offset, off64_t length) override
+    {
+        return fails(Fallocate, fd) ? -1 : _under->fallocate(fd, mode, offset, length);
+    }
+    int flock(int fd, int operation) override { return fails(Flock, fd) ? -1 : _under->flock(fd, operation); }
+    int fstat(int fd, struct stat64 *data) override
+    {
+        return fails(Fstat, fd) ? -1 : _under->fstat(fd, data);
+    }
+    int stat(const QString &path, struct stat64 *data) override
+    {
+        return fails(Stat, path) ? -1 : _under->stat(path, data);
+    }
     int statfs(const QString &path, struct statfs64 *data) override;
-    int rename(const QString &from, const QString &to) override;
-    int renameNew(const QString &from, const QString &to) override;
-    int unlink(const QString &path) override;
+    int rename(const QString &from, const QString &to) override
+    {
+        return fails(Rename, from) ? -1 : _under->rename(from, to);
+    }
+    int renameNew(const QString &from, const QString &to) override
+    {
+        return fails(Rename, from) ? -1 : _under->renameNew(from, to);
+    }
+    int unlink(const QString &path) override { return fails(Unlink, path) ? -1 : _under->unlink(path); }
 
 private:
     struct State;

@@ -120,12 +120,6 @@ QStringList LogCollector::lines(const QString &source)
     return result;
 }
 
-bool LogCollector::contains(const QString &source, const QString &text)
-{
-    const QStringList all = texts(source);
-    return std::any_of(all.begin(), all.end(), [&text](const QString &line) { return line.contains(text); });
-}
-
 void LogCollector::clear()
 {
     Collector &collector = Collector::instance();

@@ -24,7 +24,6 @@ QList<QmxLogRecord> records();
 QStringList texts(const QString &source = QString());
 /// The same with level and line number: "2 138 text".
 QStringList lines(const QString &source);
-bool contains(const QString &source, const QString &text);
 void clear();
 
 /// For main.cpp: starts collecting.

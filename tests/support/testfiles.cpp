@@ -10,9 +10,13 @@
 #include <csignal>
 #include <cstdarg>
 
+#include <arpa/inet.h>
 #include <dlfcn.h>
+#include <netinet/in.h>
 #include <sched.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #ifdef __SANITIZE_THREAD__
 /// Qt starts programs in a child that shares our memory until it becomes another program. What the thread
@@ -65,6 +69,19 @@ ProgramResult runProgram(const QString &program, const QStringList &arguments, i
         result.status = process.exitCode();
     }
     return result;
+}
+
+int freePort(int type)
+{
+    const int fd = ::socket(AF_INET, type | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr *>(&address), size), 0);
+    EXPECT_EQ(::getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size), 0);
+    ::close(fd);
+    return ntohs(address.sin_port);
 }
 
 QByteArray readAll(const QString &path)

@@ -37,5 +37,7 @@ public:
 
 /// Runs a program ("ffprobe") to its end, at most `realMs`. Real time; the stepped clock stands still.
 ProgramResult runProgram(const QString &program, const QStringList &arguments, int realMs = 60000);
+/// A port of this machine that nobody used when it was asked for; `type`: SOCK_STREAM or SOCK_DGRAM.
+int freePort(int type);
 QByteArray readAll(const QString &path);
 void writeAll(const QString &path, const QByteArray &bytes);

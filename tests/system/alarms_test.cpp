@@ -5,10 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-
 TEST(Alarms, aMachineThatStandsStillIsToldWithTimeAndAdvice)
 {
     Sandbox sandbox({"--no-mediad"});
@@ -23,15 +19,12 @@ TEST(Alarms, aMachineThatStandsStillIsToldWithTimeAndAdvice)
         await '! xpctl alarms | grep -q clock_late'
         say history; xpctl alarms --history
     )sh");
-    const QJsonArray alarms =
-        QJsonDocument::fromJson(said(result.out, "now").trimmed()).object().value("alarms").toArray();
-    ASSERT_EQ(alarms.size(), 1) << result.out.toStdString();
-    const QJsonObject alarm = alarms[0].toObject();
-    EXPECT_EQ(alarm.value("name").toString(), QString("clock_late"));
-    EXPECT_EQ(alarm.value("level").toString(), QString("warning"));
-    EXPECT_TRUE(alarm.value("message").toString().contains("ticks of the video clock were late"));
-    EXPECT_EQ(alarm.value("since").toString().size(), 19) << alarm.value("since").toString().toStdString();
-    EXPECT_FALSE(alarm.value("advice").toString().isEmpty());
+    const QByteArray now = said(result.out, "now");
+    EXPECT_EQ(now.count("\"message\""), 1) << now.toStdString();
+    for (const char *part :
+         {"\"clock_late\"", "\"warning\"", "ticks of the video clock were late", "\"since\":\"20"})
+        EXPECT_TRUE(now.contains(part)) << now.toStdString();
+    EXPECT_FALSE(now.contains("\"advice\":\"\"")) << now.toStdString();
     const QByteArray history = said(result.out, "history");
     const qsizetype raised = history.indexOf("warning      clock_late");
     EXPECT_GE(raised, 0) << history.toStdString();

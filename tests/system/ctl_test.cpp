@@ -72,7 +72,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
 {
     Sandbox sandbox({"--no-mediad"});
     sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i&tc=10:00:00:00\n"
-                       "602=v4l2:/dev/no-camera\n");
+                       "602=v4l2:/dev/no-camera\n603=generator:?rate=25&size=1280x720\n");
     const ProgramResult result = sandbox.run(R"sh(
         run() { echo "== $1"; xpctl --json "$@" || [ $? = "${may:-0}" ] || { echo "failed: $*" >&2; cat /run/xp/xpd.out >&2; return 1; }; }
         at() { xpctl --json status | grep -q "\"frame\":$1,"; }
@@ -81,6 +81,8 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         run record --for 1; run record
         await '[ $(recorded) -ge 25 ]'
         run stop; run ready; run clips
+        xpctl set video_input ycbcr_422_legal >&2; await is record_format not_recordable
+        xpctl ready 2>$OUT/unfit && exit 9; xpctl status | grep -q 'records   nothing:'; xpctl set video_input input_1 >&2; await is input_format 576i25
         run play; run still; run play 0; run cue 3; at 3; tc=$(xpctl --json status | sed 's/.*"timecode":"\([0-9:;]*\).*/\1/'); run step 3; at 6; run step -1; at 5; run cue "$tc"; at 3; run picture $OUT/picture.png; run picture --full $OUT/picture.jpg
         run clip take_001.mov; run cue 24; xpctl --json play 2>$OUT/at-end && exit 9
         run mark in 5; run mark out 15; run mark goal 8; run marks; run replay; run still; run unmark goal; run angle take_001.mov
@@ -142,6 +144,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
     const QJsonValue error = QJsonDocument::fromJson(readAll(sandbox.out("error"))).object();
     EXPECT_EQ(wrong(error, schemas()["$defs"].toObject()["error"].toObject(), "error"), QString());
     EXPECT_TRUE(readAll(sandbox.out("no-list")).contains("the play list is empty"));
+    EXPECT_TRUE(readAll(sandbox.out("unfit")).contains("the input has a format that cannot be recorded"));
     EXPECT_TRUE(readAll(sandbox.out("at-end")).contains("the material ends at frame 24"));
     EXPECT_TRUE(result.out.contains("\"name\":\"take_001.mov\",\"place\":0")) << "moved down, then up again";
     EXPECT_TRUE(result.out.contains("602=v4l2:/dev/no-camera: /dev/no-camera is not there"))

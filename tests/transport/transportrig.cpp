@@ -162,14 +162,24 @@ int TransportRig::framesRecorded() const
     return entry ? entry->frames : 0;
 }
 
-void TransportRig::recordClip(const QString &name, int frames)
+void TransportRig::beginTake(const QString &name, int frames)
 {
     recordDesc = media.file(name);
     _vtr->record();
     ASSERT_TRUE(
         Stepper::runUntil([this, frames] { return framesRecorded() >= frames; }, 60 * QmxClock::nsPerSecond));
+}
+
+void TransportRig::stop()
+{
     _vtr->standbyOff();
     ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+}
+
+void TransportRig::recordClip(const QString &name, int frames)
+{
+    beginTake(name, frames);
+    stop();
 }
 
 void TransportRig::playClip(const QString &name, double speed)

@@ -29,12 +29,11 @@ public:
         return QmxError(EIO);
     }
     QmxError read(QmxFrame &frame) override { return onRead ? onRead(frame) : QmxError(); }
-    QmxError write(const QmxFrame &) override { return writeError; }
+    QmxError write(const QmxFrame &) override { return {}; }
 
     QmxError openError;
     int failingSetups = 0; ///< that come next
     std::function<QmxError(QmxFrame &frame)> onRead;
-    QmxError writeError;
 };
 
 /// A whole transport on virtual time, with this test in the place of the application: it answers the
@@ -49,7 +48,11 @@ public:
 
     /// start(), until the transport is idle in StandbyOff and the input has been found.
     void startUp();
-    /// Records `frames` frames or a few more into the clip `name` and goes back to StandbyOff.
+    /// Records into the clip `name`, until it has `frames` frames or a few more.
+    void beginTake(const QString &name, int frames);
+    /// Out of whatever it does, back to StandbyOff.
+    void stop();
+    /// Both.
     void recordClip(const QString &name, int frames);
     /// Plays the clip from StandbyOff until its first frame has been on the output.
     void playClip(const QString &name, double speed = 1.0);
@@ -59,8 +62,6 @@ public:
     void restart();
     /// Makes another one, not started.
     void create();
-    /// Destroys the transport as it stands.
-    void abandon() { _vtr.reset(); }
 
     bool runUntilIdle();
     /// Until the change to this mode is complete: reported, and nothing in progress.

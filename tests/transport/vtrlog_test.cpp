@@ -62,9 +62,7 @@ TEST_F(LogTest, framesThatAreNone)
     int take = 0;
     for (const auto &[line, fault] : rows) {
         expectLog("vtrobject", line);
-        recordDesc = media.file(QStringLiteral("%1.mov").arg(++take));
-        vtr().record();
-        ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() > 2; }));
+        beginTake(QStringLiteral("%1.mov").arg(++take), 3);
         board->onRead = fault;
         ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff)) << line;
         board->onRead = nullptr;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/qmx/stream/qmxstream.h"
 #include "tests/transport/transportrig.h"
 
 namespace {
@@ -67,6 +68,20 @@ TEST_F(PlayTest, cueAndStep_showTheFrameAskedFor)
     EXPECT_EQ(vtr().currentFrameNumber(), 7);
 }
 
+TEST_F(PlayTest, atEitherEndItGoesStill)
+{
+    prepare(40);
+    allowLog("vtrobject", "but pending cue at");
+    playClip("clip.mov", 0.0);
+    const int last = stream().info().length() - 1;
+    const std::pair<double, int> ends[] = {{20.0, last}, {-20.0, 0}, {1.0, last}, {-1.0, 0}};
+    for (const auto &[speed, end] : ends) {
+        vtr().play(speed);
+        EXPECT_TRUE(Stepper::runUntil([this] { return vtr().state().speedFlags().isStill(); })) << speed;
+        EXPECT_TRUE(runUntilFrame(end)) << speed;
+    }
+}
+
 TEST_F(PlayTest, everyStepCountsHoweverFastTheyCome)
 {
     prepare(70);
@@ -108,8 +123,7 @@ TEST_F(PlayTest, backToTheSameClip_resumesWhereTheOutputStood)
     playClip("clip.mov", 0.0);
     vtr().cue(25);
     ASSERT_TRUE(runUntilFrame(25));
-    vtr().standbyOff();
-    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    stop();
     EXPECT_EQ(vtr().currentFrameNumber(), 0) << "outside play";
     events.clear();
     playClip("clip.mov", 0.0);
@@ -121,8 +135,7 @@ TEST_F(PlayTest, backToTheSameClip_resumesWhereTheOutputStood)
     ASSERT_TRUE(Stepper::runUntil([this] { return vtr().currentFrameNumber() <= 20; }));
     vtr().play(1.0);
     ASSERT_TRUE(Stepper::runUntil([this] { return vtr().currentFrameNumber() == 25; }));
-    vtr().standbyOff();
-    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    stop();
     playClip("clip.mov", 0.0);
     ASSERT_TRUE(runUntilFrame(25)) << vtr().currentFrameNumber();
 

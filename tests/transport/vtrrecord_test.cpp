@@ -61,7 +61,7 @@ TEST_F(RecordTest, intervalRecord_takesTheFramesOfTheStep)
     vtr().setIntervalRecordEnable(true);
     vtr().setRecordInterval(10);
     recordClip("interval.mov", 7);
-    EXPECT_TRUE(LogCollector::contains("vtrobject", "Interval Record.  Interval 10, Time 0, Every 2.500"));
+    EXPECT_TRUE(logged().contains("Interval Record.  Interval 10, Time 0, Every 2.500"));
     const QList<int> taken = distances(media.file("interval.mov"), ten);
     EXPECT_EQ(taken.first(6), (QList<int>{2, 4, 7, 9, 12, 14}));
     recordClip("next.mov", 4);
@@ -117,8 +117,7 @@ TEST_F(RecordTest, theFirstFrameNamesItsClipAndItsRate)
     vtr().debugFrameMetadata(QmxMetadata(QmxId(706), named));
     vtr().record();
     ASSERT_TRUE(Stepper::runUntil([this] { return count("open") == 1; }));
-    vtr().standbyOff();
-    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    stop();
     vtr().debugFrameMetadata(QmxMetadata(QmxId(710), 12));
     recordClip("slow.mov", 5);
     const std::pair<QString, QmxVideoRate> clips[] = {{named, QmxVideoRate(25)},
@@ -162,16 +161,13 @@ TEST_F(RecordTest, reopenRecordStream_goesOnInTheNextClipWithTheStorageHeld)
     jamAtTen();
     expectLog("vtrobject", "STREAM: Can't reopen record stream: Stream is not open");
     EXPECT_FALSE(vtr().reopenRecordStream());
-    recordDesc = media.file("first.mov");
-    vtr().record();
-    ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() >= 10; }));
+    beginTake("first.mov", 10);
     events.clear();
     recordDesc = media.file("second.mov");
     ASSERT_TRUE(vtr().reopenRecordStream());
     ASSERT_TRUE(Stepper::runUntil([this] { return framesRecorded() >= 10; }));
     EXPECT_EQ(events, (QStringList{"closed", "open"}));
-    vtr().standbyOff();
-    ASSERT_TRUE(runUntilMode(VtrMode::StandbyOff));
+    stop();
     QList<int> frames = distances(media.file("first.mov"), ten) + distances(media.file("second.mov"), ten);
     for (qsizetype i = 0; i < frames.size(); ++i)
         EXPECT_EQ(frames[i], i) << "no frame is lost or doubled between the clips";

@@ -504,6 +504,39 @@ TEST(TakeGate, countsForTheTakeAroundItsFirstFrameAndForNoOther)
     EXPECT_TRUE(gate.look(end, 4026 + TakeGate::latestEndByClock, true));
 }
 
+TEST(CardAlarms, tellOfALateClockUntilNoSecondHasSeveralLateTicks)
+{
+    QStringList told;
+    CardAlarms alarms([&told](const QmxAlarm &alarm) {
+        told.append(alarm.level() == QmxAlarm::Clear ? QStringLiteral("clear") : alarm.message());
+    });
+    TickSchedule::Step step;
+    const auto run = [&](int ticks, int lateEvery) {
+        for (int i = 1; i <= ticks; ++i) {
+            step.deadline += second / 25;
+            step.late = lateEvery > 0 && i % lateEvery == 0;
+            alarms.tick(step);
+        }
+    };
+    const QString raised = "The machine is too slow: 5 ticks of the video clock were late";
+    run(250, 7);
+    EXPECT_EQ(told, QStringList()) << "four a second";
+    run(25, 0);
+    run(50, 5);
+    EXPECT_EQ(told, QStringList({raised}));
+    run(250, 13);
+    EXPECT_EQ(told, QStringList({raised})) << "two a second keep it";
+    run(150, 30);
+    EXPECT_EQ(told, QStringList({raised, "clear"})) << "single ones do not";
+    run(26, 0);
+    step.missedFrames = 12;
+    run(1, 1);
+    step.missedFrames = 0;
+    EXPECT_EQ(told.last(), "The machine is too slow: 12 ticks of the video clock were late");
+    run(125, 0);
+    EXPECT_EQ(told.last(), "clear");
+}
+
 TEST(CardAlarms, sayOnceThatTheRateOfACameraIsMissing)
 {
     CardAlarms alarms([](const QmxAlarm &) {});

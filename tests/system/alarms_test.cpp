@@ -16,8 +16,6 @@ TEST(Alarms, aMachineThatStandsStillIsToldWithTimeAndAdvice)
         }
         await stands_still
         say now; xpctl --json alarms
-        await '! xpctl alarms | grep -q clock_late'
-        say history; xpctl alarms --history
     )sh");
     const QByteArray now = said(result.out, "now");
     EXPECT_EQ(now.count("\"message\""), 1) << now.toStdString();
@@ -25,8 +23,4 @@ TEST(Alarms, aMachineThatStandsStillIsToldWithTimeAndAdvice)
          {"\"clock_late\"", "\"warning\"", "ticks of the video clock were late", "\"since\":\"20"})
         EXPECT_TRUE(now.contains(part)) << now.toStdString();
     EXPECT_FALSE(now.contains("\"advice\":\"\"")) << now.toStdString();
-    const QByteArray history = said(result.out, "history");
-    const qsizetype raised = history.indexOf("warning      clock_late");
-    EXPECT_GE(raised, 0) << history.toStdString();
-    EXPECT_GT(history.indexOf("clear        clock_late"), raised) << history.toStdString();
 }

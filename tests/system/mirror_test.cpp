@@ -41,6 +41,7 @@ TEST_P(MirrorHalf, mayGoInATakeAndIsCompletedWhenItIsBack)
         mount -o loop,noatime "$XP_SANDBOX_DIR/medium-$half.img" /media/$half
         await '[ -z "$(xpctl get mirror_pending)" ]'
         await '! xpctl alarms | grep -q mirror_lost'
+        say history; xpctl alarms --history
         say clips; xpctl set mirror_media_path /media/$half; xpctl clips
         cp /media/$half/take_001.mov $OUT/completed.mov
         say deleted; xpctl delete take_001.mov; ls /media/?/*.mov || true
@@ -51,6 +52,10 @@ TEST_P(MirrorHalf, mayGoInATakeAndIsCompletedWhenItIsBack)
     EXPECT_EQ(jsonField(said(result.out, "status"), "dropped_capture"), "0");
     EXPECT_FALSE(said(result.out, "alarms").contains("media_write_failed"));
     EXPECT_EQ(stripsOf(sandbox.out("completed.mov")), whole);
+    const QByteArray history = said(result.out, "history");
+    const qsizetype raised = history.indexOf("warning      mirror_lost");
+    EXPECT_GE(raised, 0) << history.toStdString();
+    EXPECT_GT(history.indexOf("clear        mirror_lost"), raised) << history.toStdString();
     EXPECT_TRUE(said(result.out, "clips").contains("also on /media/" + half.toLatin1()))
         << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "deleted").contains("second copy")) << result.out.toStdString();

@@ -10,8 +10,10 @@
 
 namespace {
 constexpr const char *alarmSource = "lumen";
-/// Late ticks within a second that raise the alarm; it is cleared after a quiet time.
+/// Late ticks within a second that raise the alarm, and those that keep it; it is cleared after a quiet time.
+/// (A single one now and then is no harm, and would keep for hours what it would never have raised.)
 constexpr int lateForAlarm = 5;
+constexpr int lateToKeep = 2;
 constexpr qint64 lateQuietTime = 5 * QmxClock::nsPerSecond;
 /// So long after the last damage it is over.
 constexpr qint64 damageQuietTime = 10 * QmxClock::nsPerSecond;
@@ -30,8 +32,8 @@ void CardAlarms::tick(const TickSchedule::Step &step)
             _lateSince = step.deadline;
             _late = 0;
         }
-        _lastLate = step.deadline;
         _late += int(std::max<qint64>(1, step.missedFrames));
+        if (_late >= lateToKeep) _lastLate = step.deadline;
     }
     const bool alarm =
         _isLate ? step.deadline - _lastLate < lateQuietTime : step.late && _late >= lateForAlarm;

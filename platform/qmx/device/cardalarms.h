@@ -15,7 +15,7 @@ class CardAlarms
 public:
     explicit CardAlarms(std::function<void(const QmxAlarm &)> tell) : _tell(std::move(tell)) {}
 
-    /// Late ticks within a second raise the alarm; it is cleared after a quiet time.
+    /// Late ticks within a second raise the alarm; it is cleared after a time in which no second had several.
     void tick(const TickSchedule::Step &step);
     /// The input has pictures without the sound that it had before: a take would be silent.
     void sound(bool isMissing);
@@ -33,7 +33,7 @@ private:
 
     std::function<void(const QmxAlarm &)> _tell;
     qint64 _lateSince = 0; ///< deadline of the first late tick of the present second
-    qint64 _lastLate = 0;
+    qint64 _lastLate = 0; ///< deadline of the last one that keeps the alarm
     int _late = 0;
     bool _isLate = false;
     bool _soundMissing = false;

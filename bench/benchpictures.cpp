@@ -77,16 +77,36 @@ double animation(int plane, double x, double y, int t, double)
     return value;
 }
 
+/// Eight bars of 75 % above the same ones in reverse order and a ramp, as a generator has them; they stand.
+double bars(int plane, double x, double y, int, double)
+{
+    // Y, Cb and Cr of white, yellow, cyan, green, magenta, red, blue, black by BT.709, each 0 to 1.
+    constexpr double colours[3][8] = {{0.75, 0.696, 0.591, 0.536, 0.214, 0.160, 0.054, 0},
+                                      {0.5, 0.125, 0.586, 0.211, 0.789, 0.414, 0.875, 0.5},
+                                      {0.5, 0.534, 0.125, 0.159, 0.841, 0.875, 0.466, 0.5}};
+    constexpr int width = 240;
+    const int bar = int(x) / width % 8;
+    if (y < 720) return colours[plane][bar];
+    if (y < 800) return colours[plane][7 - bar];
+    return plane ? 0.5 : std::fmod(x, 1920) / 1920;
+}
+
 constexpr std::array films = {
     BenchFilm{"pan_with_grain", false, pan}, BenchFilm{"text", false, text},
     BenchFilm{"noise", false, noise},        BenchFilm{"dark_gradient", false, darkGradient},
     BenchFilm{"interlaced", true, motion},   BenchFilm{"animation", false, animation},
 };
+constexpr BenchFilm barsFilm{"bars", false, bars};
 } // namespace
 
 std::span<const BenchFilm> benchFilms()
 {
     return films;
+}
+
+const BenchFilm &benchBars()
+{
+    return barsFilm;
 }
 
 QmxPicture benchPicture(const BenchFilm &film, const QSize &size, int number)

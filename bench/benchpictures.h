@@ -16,5 +16,7 @@ struct BenchFilm
 };
 
 std::span<const BenchFilm> benchFilms();
+/// What a generator gives: the least that there is to decode. No coder's limit is near.
+const BenchFilm &benchBars();
 /// Frame `number` of a film, in legal range.
 QmxPicture benchPicture(const BenchFilm &film, const QSize &size, int number);

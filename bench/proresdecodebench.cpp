@@ -123,6 +123,9 @@ QList<Figure> benchProResDecode(int)
         figures += measure(film, 206, hd, name(film, "4444"), false);
         figures.append(measureDamaged(film, 203, hd, name(film, "hq_damaged")));
     }
+    figures += measure(benchBars(), 202, hd, name(benchBars(), "422"), false);
+    figures += measure(benchBars(), 203, hd, name(benchBars(), "hq"), false);
+    figures += measure(benchBars(), 206, hd, name(benchBars(), "4444"), false);
     const BenchFilm &first = benchFilms().front();
     figures += measure(first, 203, hd, name(first, "hq_of_libavcodec"), true);
     figures += measure(first, 203, uhd, name(first, "hq_uhd"), false);

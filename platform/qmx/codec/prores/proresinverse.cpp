@@ -222,8 +222,41 @@ HWY_INLINE void storeLine(const quint16 *samples, quint16 *const *first, qsizety
 }
 #endif
 
-/// Whole blocks to where they belong.
+/// One line of smaller blocks, the samples of each side by side.
+template <int edge>
+HWY_INLINE void interleaveLine(const quint16 *samples, int blocks, quint16 *line)
+{
+#if HWY_TARGET == HWY_SCALAR
+    for (int i = 0; i < blocks * edge; ++i)
+        line[i] = samples[i % edge * lanes + i / edge];
+#else
+    constexpr int together = 8;
+    const hn::FixedTag<uint16_t, together> d;
+    const auto column = [&](int x) HWY_ATTR { return hn::LoadU(d, samples + x * lanes); };
+    for (int lane = 0; lane < blocks; lane += together, samples += together, line += together * edge) {
+        if constexpr (edge == 4)
+            hn::StoreInterleaved4(column(0), column(1), column(2), column(3), d, line);
+        else
+            hn::StoreInterleaved2(column(0), column(1), d, line);
+    }
+#endif
+}
+
+/// Blocks to where they belong.
+template <int edge>
 void storeBlocks(const quint16 *samples, int blocks, quint16 *const *first, qsizetype stride)
+{
+    quint16 line[edge * lanes];
+    for (int y = 0; y < edge; ++y) {
+        interleaveLine<edge>(samples + y * edge * lanes, blocks, line);
+        for (int block = 0; block < blocks; ++block)
+            std::memcpy(first[block] + y * stride, line + block * edge, edge * sizeof(quint16));
+    }
+}
+
+template <>
+void storeBlocks<ProRes::blockEdge>(const quint16 *samples, int blocks, quint16 *const *first,
+                                    qsizetype stride)
 {
     int lane = 0;
 #if HWY_TARGET != HWY_SCALAR
@@ -257,21 +290,24 @@ HWY_INLINE void means(const qint16 *levels, int blocks, const Dequantiser &dequa
         arithmetic.store(arithmetic.mean(levels + lane), samples + lane);
 }
 
+template <int edge>
 void storeFlat(const quint16 *mean, quint32 which, const Place &place)
 {
-    const hn::CappedTag<uint16_t, ProRes::blockEdge> d;
+    const hn::CappedTag<uint16_t, edge> d;
     for (; which; which &= which - 1) {
         const int block = std::countr_zero(which);
-        quint16 *to = place.block(block, ProRes::blockEdge);
+        quint16 *to = place.block(block, edge);
         const auto value = hn::Set(d, mean[block]);
-        for (int y = 0; y < ProRes::blockEdge; ++y, to += place.stride)
-            for (int x = 0; x < ProRes::blockEdge; x += int(hn::Lanes(d)))
+        for (int y = 0; y < edge; ++y, to += place.stride)
+            for (int x = 0; x < edge; x += int(hn::Lanes(d)))
                 hn::StoreU(value, d, to + x);
     }
 }
 
-void reconstructWhole(const qint16 *levels, int blocks, int places, const Dequantiser &dequantiser,
-                      const Place &place, Scratch &scratch)
+/// A block has `edge` lines of as many samples.
+template <int edge>
+void reconstructBlocks(const qint16 *levels, int blocks, int places, const Dequantiser &dequantiser,
+                       const Place &place, Scratch &scratch)
 {
     const int together = int(hn::Lanes(Wide()));
     const quint32 all = blocks < lanes ? (1U << blocks) - 1 : ~0U;
@@ -282,7 +318,7 @@ void reconstructWhole(const qint16 *levels, int blocks, int places, const Dequan
     const int count = std::popcount(which);
     if (vectors(count) < vectors(blocks)) {
         means(levels, blocks, dequantiser, samples);
-        storeFlat(samples, all & ~which, place);
+        storeFlat<edge>(samples, all & ~which, place);
         if (count == 0) return;
         pack(levels, blocks, places, which, scratch.level.data());
         levels = scratch.level.data();
@@ -292,23 +328,10 @@ void reconstructWhole(const qint16 *levels, int blocks, int places, const Dequan
     }
     quint16 *first[lanes];
     for (int i = 0; i < blocks; ++i, which &= which - 1)
-        first[i] = place.block(std::countr_zero(which), ProRes::blockEdge);
+        first[i] = place.block(std::countr_zero(which), edge);
     for (int lane = 0; lane < blocks; lane += together)
-        transformLanes<ProRes::blockEdge>(levels + lane, blocks, places, dequantiser, samples + lane);
-    storeBlocks(samples, blocks, first, place.stride);
-}
-
-template <int edge>
-void reconstructSmaller(const qint16 *levels, int blocks, int places, const Dequantiser &dequantiser,
-                        const Place &place, quint16 *samples)
-{
-    for (int lane = 0; lane < blocks; lane += int(hn::Lanes(Wide())))
         transformLanes<edge>(levels + lane, blocks, places, dequantiser, samples + lane);
-    for (int block = 0; block < blocks; ++block) {
-        quint16 *to = place.block(block, edge);
-        for (int i = 0; i < edge * edge; ++i)
-            to[i / edge * place.stride + i % edge] = samples[i * lanes + block];
-    }
+    storeBlocks<edge>(samples, blocks, first, place.stride);
 }
 
 /// Every other one to another line.
@@ -353,11 +376,11 @@ void reconstruct(const ProResEntropy::Levels &levels, int blocks, int places, co
     places = std::min(places, placesNeeded(scale));
     switch (scale) {
     case Scale::Full:
-        return reconstructWhole(level, blocks, places, dequantiser, place, scratch);
+        return reconstructBlocks<8>(level, blocks, places, dequantiser, place, scratch);
     case Scale::Half:
-        return reconstructSmaller<4>(level, blocks, places, dequantiser, place, sample);
+        return reconstructBlocks<4>(level, blocks, places, dequantiser, place, scratch);
     case Scale::Quarter:
-        return reconstructSmaller<2>(level, blocks, places, dequantiser, place, sample);
+        return reconstructBlocks<2>(level, blocks, places, dequantiser, place, scratch);
     case Scale::Eighth:
         return reconstructMeans(level, blocks, dequantiser, place, sample);
     }

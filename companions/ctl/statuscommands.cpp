@@ -88,6 +88,7 @@ QString movementText(const DeckState &deck)
 {
     if (deck.isInPlay()) return playText(deck);
     if (!deck.isRecording()) return {};
+    if (deck.startIn == DeckState::waitsForPicture) return QStringLiteral("  waits for a picture");
     if (deck.startIn > 0) {
         const QString when = deck.rate > 0 ? durationText(double(deck.startIn) / deck.rate)
                                            : qmxCounted(deck.startIn, "frame");
@@ -112,7 +113,7 @@ QString lineOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
             .arg(deck.isRecording()                   ? Report::painted(status, Report::Colour::Bad)
                  : deck.isInPlay() && deck.speed != 0 ? Report::painted(status, Report::Colour::Good)
                                                       : status)
-            .arg(deck.timecode, deck.startIn > 0      ? QStringLiteral("the next take")
+            .arg(deck.timecode, deck.startIn != 0     ? QStringLiteral("the next take")
                                 : deck.clip.isEmpty() ? QStringLiteral("no clip")
                                                       : inOneLine(deck.clip));
     text += movementText(deck);

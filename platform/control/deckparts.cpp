@@ -348,7 +348,9 @@ void DeckMemory::fill(DeckState &state)
     state.liveDistance = state.grows ? value(QStringLiteral("live_distance")) : -1;
     if (state.grows || state.listEntry >= 0) state.length = value(QStringLiteral("material_frames"));
     state.startIn = state.isRecording() ? value(QStringLiteral("start_in")) : 0;
-    if (state.startIn > 0) { // what is told is still of the take before
+    if (state.isRecording() && state.startIn == 0 && state.clipFrames == 0)
+        state.startIn = DeckState::waitsForPicture;
+    if (state.startIn != 0) { // what is told is still of the take before
         state.clip.clear();
         state.length = state.clipFrames = state.recordedUpTo = state.takeCopies = state.safeOnBoth = 0;
         state.takeStart = 0;

@@ -51,7 +51,7 @@ constexpr Row rows[] = {
     {{"take_frames", "integer", "frames", true, "accepted for the take", plain<&DeckState::clipFrames>}, isSame<&DeckState::clipFrames>},
     {{"recorded_up_to", "integer", "frames", true, "of the take that survive a power cut", plain<&DeckState::recordedUpTo>}, isSame<&DeckState::recordedUpTo>},
     {{"take_start", "integer", "us", true, "moment of the first frame of the take that runs or was the last, since 1970 by the recorder's clock; what tells how far those of several recorders are apart; 0: none", plain<&DeckState::takeStart>}, isSame<&DeckState::takeStart>},
-    {{"start_in", "integer", "frames", true, "until the take begins that has been commanded and waits for its first frame; 0: none waits", plain<&DeckState::startIn>}, isSame<&DeckState::startIn>},
+    {{"start_in", "integer", "frames", true, "until the take begins that has been commanded and waits for its first frame; -1: it waits for a picture of its input; 0: none waits", plain<&DeckState::startIn>}, isSame<&DeckState::startIn>},
     {{"take_copies", "integer", "media", false, "that the take is written to, or was to its end", plain<&DeckState::takeCopies>}, isSame<&DeckState::takeCopies>},
     {{"safe_on_both", "integer", "frames", true, "of a take on two media that are safe on both", plain<&DeckState::safeOnBoth>}, isSame<&DeckState::safeOnBoth>},
     {{"mirror_path", "string", "", false, "folder on a second medium that takes are written to as well; empty: none", plain<&DeckState::mirrorPath>}, isSame<&DeckState::mirrorPath>},

@@ -21,6 +21,7 @@ struct DeckState
     qint64 recordedUpTo = 0;
     qint64 takeCopies = 0;
     qint64 takeStart = 0;
+    static constexpr qint64 waitsForPicture = -1; ///< in place of the frames until it begins
     qint64 startIn = 0;
     qint64 safeOnBoth = 0;
     qint64 droppedCapture = 0;

@@ -20,6 +20,7 @@
 
 namespace {
 constexpr std::chrono::milliseconds mediumWithin(500);
+constexpr std::chrono::milliseconds lookEvery(100);
 
 /// What a clip says of when it was recorded.
 struct Record
@@ -92,6 +93,19 @@ std::optional<Found> find(const Recorder &recorder, const QString &name, const s
     return best;
 }
 
+/// Frames of the clip with which the take has ended. A take whose next medium is known is told as ended while
+/// its last frames are still being written: then the clip itself says it, when it is closed.
+qint64 framesOfLast(const Recorder &recorder, const QString &path)
+{
+    constexpr std::chrono::seconds closedWithin(3);
+    const qint64 safe = recorder.counter("recorded_up_to");
+    std::optional<Record> record;
+    const auto look = [&] { record = recordOf(recorder, path); };
+    const auto isClosed = [&record] { return record && record->ended.isValid(); };
+    const bool isWhole = safe >= recorder.counter("current_clip_frames");
+    return !isWhole && recorder.waitFor(isClosed, closedWithin, look, lookEvery) ? record->frames : safe;
+}
+
 QString nameBefore(const QString &name)
 {
     return QString::fromLocal8Bit(clipNameBeforeRollover(name.toLocal8Bit().toStdString()));
@@ -100,16 +114,15 @@ QString nameBefore(const QString &name)
 
 namespace TakeClips {
 
-QList<TakeClip> endingWith(const Recorder &recorder, const QString &name, qint64 frames)
+QList<TakeClip> endingWith(const Recorder &recorder, const QString &name)
 {
     // Names that are taken on the next medium are passed over.
     constexpr int mostPassedOver = 3;
     constexpr std::chrono::seconds closedWithin(10);
-    constexpr std::chrono::milliseconds lookEvery(100);
     QString before = nameBefore(name);
     std::optional<Found> next = before.isEmpty() ? std::nullopt : find(recorder, name, {});
     const QString last = next ? next->path : recorder.text(eParam_ActiveMediaPath) + '/' + name;
-    QList<TakeClip> clips{{last, frames}};
+    QList<TakeClip> clips{{last, framesOfLast(recorder, last)}};
     for (int passedOver = 0; next && !before.isEmpty() && passedOver < mostPassedOver; ++passedOver) {
         if (auto found = find(recorder, before, next)) {
             const auto look = [&] {
@@ -133,7 +146,7 @@ QList<TakeClip> at(const Recorder &recorder, const QStringList &paths)
     for (const QString &path : paths) {
         const bool isLast = clips.size() + 1 == paths.size();
         const auto claims = isLast ? std::nullopt : claimsOf(recorder, path);
-        clips.append({path, isLast ? recorder.counter("recorded_up_to") : claims ? claims->info.frames : 0});
+        clips.append({path, isLast ? framesOfLast(recorder, path) : claims ? claims->info.frames : 0});
     }
     return clips;
 }

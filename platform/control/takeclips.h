@@ -19,10 +19,10 @@ struct TakeClip
 /// one that is known to lie there has 0 frames.
 namespace TakeClips {
 
-/// Those of the take whose last clip has this name and `frames` safe frames. What lies on the media tells:
+/// Those of the take whose last clip has this name. What lies on the media tells:
 /// the names that rollovers give, and the record of who was written when. A clip that is still being finished
 /// behind the next one's back is waited for.
-QList<TakeClip> endingWith(const Recorder &recorder, const QString &name, qint64 frames);
+QList<TakeClip> endingWith(const Recorder &recorder, const QString &name);
 /// The same when it is known where they lie; the last of them holds what is counted of the current clip.
 QList<TakeClip> at(const Recorder &recorder, const QStringList &paths);
 

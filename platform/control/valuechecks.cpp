@@ -18,6 +18,7 @@
 
 #include <cstring>
 #include <span>
+#include <sys/stat.h>
 #include <sys/statfs.h>
 #include <vector>
 
@@ -31,7 +32,7 @@ std::optional<Answer> refused(const QString &sentence, const QString &advice)
 }
 
 /// A folder where media are mounted, on a file system of its own: what else is one, /dev/shm say, is no place
-/// for a take.
+/// for a take, and a file on a medium is none either.
 bool isMedium(const Recorder &recorder, const QString &path)
 {
     const QmxPlaces &places = *recorder.environment().places;
@@ -40,6 +41,8 @@ bool isMedium(const Recorder &recorder, const QString &path)
     struct statfs64 medium = {};
     QmxFiles &files = *recorder.environment().files;
     const QString machine = QStringLiteral("/");
+    struct stat64 folder = {};
+    if (files.stat(path, &folder) != 0 || !S_ISDIR(folder.st_mode)) return false;
     return files.statfs(machine, &root) == 0 && files.statfs(path, &medium) == 0 &&
            !qmxSameFileSystem(files, machine, root, path, medium);
 }

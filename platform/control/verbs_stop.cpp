@@ -9,6 +9,7 @@
 #include "platform/store/localcommands.h"
 #include "platform/store/values.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -114,9 +115,13 @@ namespace {
 /// What the take that has just ended holds.
 Answer stopped(const Recorder &recorder)
 {
+    if (recorder.counter("current_clip_frames") == 0)
+        return Answer::done(
+            QStringLiteral("stopped: the take had not begun, nothing was recorded"),
+            {{"clip", QString()}, {"path", QString()}, {"clips", QJsonArray()}, {"frames", 0}});
     // (By now the name is that of its last clip, into whatever others it has gone on.)
     const QString clip = recorder.clip();
-    const auto clips = TakeClips::endingWith(recorder, clip, recorder.counter("recorded_up_to"));
+    const auto clips = TakeClips::endingWith(recorder, clip);
     const qint64 frames = TakeClips::frames(clips);
     return Answer::done(
         QStringLiteral("recorded %1 into %2")

@@ -46,6 +46,8 @@ public:
                    (_recorder.environment().clock->since(begun) > pictureWithin && seesNoPicture());
         };
         _recorder.waitFor(settledOrBlind, Wait::repeatFor, again, Wait::repeatEvery);
+        for (int i = 0; i < mostAnew && isDeaf() && beginAnew(); ++i)
+            _recorder.waitFor(settledOrBlind, Wait::repeatFor, again, Wait::repeatEvery);
         if (!isSettled() && !Recorder::wasInterrupted()) {
             if (!isRecording(_recorder)) {
                 _errors = _recorder.newErrors({}); // the reason may have been there before, word for word
@@ -102,6 +104,9 @@ public:
 
 private:
     static constexpr std::chrono::milliseconds pictureWithin{1500};
+    static constexpr int mostAnew = 2;
+    /// A take whose format is right has a picture by then.
+    static constexpr qint64 deafAfter = 400 * QmxClock::nsPerMillisecond;
     /// An alarm that ends a take has ended it by then.
     static constexpr qint64 alarmEndsWithin = 500 * QmxClock::nsPerMillisecond;
 
@@ -110,7 +115,7 @@ private:
     bool isSettled()
     {
         _length.aim();
-        if (isOpen()) return true;
+        if (isOpen() || isDeaf()) return true;
         if (newErrors().isEmpty()) return false;
         const qint64 now = _recorder.environment().clock->now();
         if (_errorsSince == 0 || isRecording(_recorder)) _errorsSince = now;
@@ -119,6 +124,29 @@ private:
         });
         return isRefused || wasOpened() || now - _errorsSince > alarmEndsWithin;
     }
+    /// Another format has come since the transport was set up for this take, as it does right after an input
+    /// was chosen: pictures of the format before are waited for, for ever.
+    bool isDeaf()
+    {
+        const bool waits =
+            !wasOpened() && isRecording(_recorder) && seesNoPicture() && _format != formatNow();
+        const qint64 now = _recorder.environment().clock->now();
+        if (!waits || _deafSince == 0) _deafSince = waits ? now : 0;
+        return waits && now - _deafSince > deafAfter;
+    }
+    /// The same take in the format that has come.
+    bool beginAnew()
+    {
+        const auto isStopped = [this] { return _recorder.status() == TransportStatus::Stopped; };
+        if (!give(_recorder, TransportCommand::Stop).isEmpty() ||
+            !_recorder.waitFor(isStopped, Wait::effectWithin))
+            return false;
+        _before = _recorder.alarms();
+        _errors.clear();
+        _format = formatNow();
+        return give(_recorder, TransportCommand::Record).isEmpty();
+    }
+    qint64 formatNow() const { return _recorder.number(eParam_RecordFormat); }
     /// No error, but what is in the clip, or where, is not what was asked for.
     static bool saysOfTheTake(eParam_t alarm)
     {
@@ -138,11 +166,13 @@ private:
 
     Recorder &_recorder;
     TakeLength &_length;
-    const QList<Recorder::Alarm> _before;
+    QList<Recorder::Alarm> _before;
     const qint64 _takesBefore;
     const QString _clipBefore;
     QList<Recorder::Alarm> _errors;
     qint64 _errorsSince = 0; ///< with the transport out of record
+    qint64 _format = formatNow();
+    qint64 _deafSince = 0;
 };
 
 Answer noPicture(const Recorder &recorder, const QString &problem)
@@ -155,15 +185,6 @@ Answer noPicture(const Recorder &recorder, const QString &problem)
                  problem.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(problem)),
         "choose an input that has a signal with: xpctl set video_input NAME, or give it one; then record "
         "again");
-}
-
-/// The daemon waits for the first picture of its input, however long, and would then begin a take that nobody
-/// wants any more.
-Answer giveUpWaiting(Recorder &recorder)
-{
-    const QString problem = recorder.inputProblem();
-    if (Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
-    return noPicture(recorder, problem);
 }
 
 /// An input that has just been chosen or connected, or a recorder that has just been started, locks within
@@ -189,10 +210,16 @@ Answer notBegun(Recorder &recorder, TakeStart &start)
         const Answer ended = mayGoOn ? endOfTake(recorder) : Answer::done();
         return ended.isDone() ? Answer::givenUp(Cause::Interrupted, "interrupted", "interrupted") : ended;
     }
-    // (Somebody else has the transport now: nothing of it is ours to end.)
-    if (!recorder.isAbandoned() && start.newErrors().isEmpty() && recorder.daemonIsRunning() &&
-        isRecording(recorder))
-        return giveUpWaiting(recorder);
+    // The daemon waits for the first picture of its input, however long, and would then begin a take that
+    // nobody wants any more. (When somebody else has the transport now, nothing of it is ours to end.)
+    if (!recorder.isAbandoned() && !start.wasOpened() && recorder.daemonIsRunning() &&
+        isRecording(recorder)) {
+        const QString problem = recorder.inputProblem();
+        const QList<Recorder::Alarm> errors = start.newErrors();
+        if (Answer ended = endOfTake(recorder); !ended.isDone()) return ended;
+        return errors.isEmpty() ? noPicture(recorder, problem)
+                                : gaveUp(recorder, "the take has not begun", errors);
+    }
     return gaveUp(recorder, start.wasOpened() ? "the take ended as it began" : "the take has not begun",
                   start.newErrors());
 }

@@ -223,6 +223,7 @@ TEST(BadInput, valuesThatNothingCanBeDoneWithAreRefusedAndChangeNothing)
             active_media_path B
             rollover_media_path /nowhere
             rollover_media_path /dev/shm
+            active_media_path /media/A/take_001.mov
             rollover_media_path /media/A
             mirror_media_path /media/A
             play_list nope.mov
@@ -247,7 +248,7 @@ VALUES
     // What makes no sense at all, and what the clip that is there does not have.
     const QByteArray refused = result.out.left(result.out.indexOf("== "));
     EXPECT_TRUE(refused.contains("is on the same medium as"));
-    EXPECT_EQ(refused.count(": 2\n"), 14) << result.out.toStdString();
+    EXPECT_EQ(refused.count(": 2\n"), 15) << result.out.toStdString();
     EXPECT_EQ(refused.count(": 1\n"), 2) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "cue").count("status 1\n"), 2) << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "cue").contains("its timecodes are 10:00:00:00 to 10:00:0"))
@@ -255,6 +256,31 @@ VALUES
     expectRefusal(said(result.out, "take"), 1, "a take is being recorded on /media/A");
     EXPECT_TRUE(said(result.out, "forced").contains("a take is being recorded on /media/A"))
         << result.out.toStdString();
+}
+
+TEST(BadInput, aTakeRightAfterAnotherInputWasChosenBeginsInItsFormat)
+{
+    Sandbox sandbox({"--no-mediad"});
+    sandbox.setProfile("[inputs]\n601=generator:?rate=25&size=720x576&scan=i\n"
+                       "602=generator:?rate=50&size=1280x720\n");
+    const ProgramResult result = sandbox.run(R"sh(
+        xpctl record --for 1 >&2
+        xpctl set video_input input_2; xpctl record --for 1 >&2
+        cp /media/A/take_002.mov $OUT
+        # Nobody sees to this one: it waits, and nothing of the take before is told of it.
+        xpctl set video_input input_1; xpctl record --no-wait
+        await 'xpctl --json status | grep \"start_in\":-1'
+        say figures; xpctl --json status; say waits; xpctl status; xpctl stop
+    )sh");
+    const ProgramResult probe =
+        runProgram("ffprobe", {"-v", "error", "-count_frames", "-show_entries", "stream=width,nb_read_frames",
+                               "-select_streams", "v", "-of", "csv=p=0", sandbox.out("take_002.mov")});
+    EXPECT_TRUE(probe.out.startsWith("1280,5")) << probe.out.toStdString(); // 50 or some more
+    const QByteArray waits = said(result.out, "waits");
+    EXPECT_EQ(jsonField(said(result.out, "figures"), "clip"), QString()) << result.out.toStdString();
+    EXPECT_EQ(jsonField(said(result.out, "figures"), "take_frames"), "0") << result.out.toStdString();
+    EXPECT_TRUE(waits.contains("waits for a picture")) << waits.toStdString();
+    EXPECT_TRUE(waits.contains("nothing was recorded")) << waits.toStdString();
 }
 
 TEST(BadInput, anInputThatNeverLocksAndOneThatComesBackInAnotherFormat)

@@ -53,6 +53,21 @@ QByteArray wholeTake(const QList<int> &frames)
 }
 } // namespace
 
+TEST(Rollover, aStopWhereTheTakeWouldSoonHaveGoneOnTellsEveryFrame)
+{
+    Sandbox sandbox;
+    const ProgramResult result = sandbox.run(QString(begin) + R"sh(
+        nearly_full() { set -- $(stat -f -c '%f %b' /media/A); [ $(($1 * 1000 / $2)) -lt 110 ]; }
+        await nearly_full
+        say told; xpctl --json stop
+        await 'is storage_state released'
+        cp /media/A/*.mov $OUT/
+    )sh");
+    const auto frames = stripsOf(sandbox.out("take_001.mov"));
+    EXPECT_EQ(brokenAt(frames), QString());
+    EXPECT_EQ(jsonField(said(result.out, "told"), "frames"), QString::number(frames.size()));
+}
+
 class RolloverRates : public testing::TestWithParam<std::tuple<const char *, const char *, int, int>>
 {};
 INSTANTIATE_TEST_SUITE_P(Rollover, RolloverRates,

@@ -258,6 +258,9 @@ void LumenEngine::setDirection(const QmxId &direction)
     }
     if (!_capture.setRecord(record, _tickIndex, {_gate.in(), earlierFrames()})) return;
     if (record) {
+        // Until its clip is open nothing of the take before shall be taken for it.
+        _environment.deck->counters.set(QmxCounters::CurrentClipFrames, 0);
+        _environment.deck->counters.set(QmxCounters::RecordedUpTo, 0);
         _environment.deck->recordTable.takeBegins({_capture.size(), _capture.codedBytes()});
         postCoding();
         return;

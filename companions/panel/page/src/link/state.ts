@@ -182,7 +182,7 @@ export interface Answer {
 }
 
 export const isRecording = (state: DeckState | null): boolean => state?.status === "recording";
-/** Frames until the take begins that waits for its first one; 0: none waits. */
+/** Frames until the take begins that waits for its first one; -1: it waits for a picture; 0: none waits. */
 export const waitOf = (state: DeckState | null): number => (isRecording(state) ? (state?.start_in ?? 0) : 0);
 
 /** The frame of the clip that is on the output; -1: the input is, and what was played before says nothing. */

@@ -65,7 +65,7 @@ export class XpState extends Part {
         <span class="format">${placeName ? html`<b><bdi>${placeName}</bdi></b> ` : nothing}<span class="dim">In</span> ${state.input_locked ? state.input_format : html`<b class="none">${state.input_format === "unknown" ? "unknown format" : "no signal"}</b>`}<br /><span class="dim">Rec</span> ${words(state.record_codec)}</span>
       </div>
       <div class="middle">
-        <div class="clip cut" title=${state.clip}>${waits ? `The take begins in ${length(waits, state.clip_rate)}` : state.clip || "no clip"}</div>
+        <div class="clip cut" title=${state.clip}>${waits ? (waits > 0 ? `The take begins in ${length(waits, state.clip_rate)}` : "The take waits for a picture") : state.clip || "no clip"}</div>
         ${state.record_inhibited && !recording ? html`<div class="inhibited cut" title=${state.record_inhibited}>Take refused: ${state.record_inhibited}</div>` : nothing}
       </div>
       <div class="fields">

@@ -109,7 +109,7 @@ export class XpTile extends LitElement {
     const recording = isRecording(state) && !deck.stale;
     const down = state?.running === false;
     const dead = deck.stale || !state?.running;
-    const waits = waitOf(state) > 0;
+    const waits = waitOf(state) !== 0;
     this.toggleAttribute("recording", recording && !waits);
     const banner = this.banner(deck, down);
     const word = !state ? "Connecting" : down ? "Not running" : title((deck.stale ? "was " : "") + (waits ? "waiting" : state.status));

@@ -86,6 +86,11 @@ QString playText(const DeckState &deck)
 /// The take, the playback or nothing: what moves.
 QString movementText(const DeckState &deck)
 {
+    if (!deck.storeProblem.isEmpty())
+        return deck.clipFrames > 0 ? QStringLiteral(", newest take %1, %2 safe")
+                                         .arg(qmxCounted(deck.clipFrames, "frame"))
+                                         .arg(deck.recordedUpTo)
+                                   : QString();
     if (deck.isInPlay()) return playText(deck);
     if (!deck.isRecording()) return {};
     if (deck.startIn == DeckState::waitsForPicture) return QStringLiteral("  waits for a picture");
@@ -113,9 +118,10 @@ QString lineOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
             .arg(deck.isRecording()                   ? Report::painted(status, Report::Colour::Bad)
                  : deck.isInPlay() && deck.speed != 0 ? Report::painted(status, Report::Colour::Good)
                                                       : status)
-            .arg(deck.timecode, deck.startIn != 0     ? QStringLiteral("the next take")
-                                : deck.clip.isEmpty() ? QStringLiteral("no clip")
-                                                      : inOneLine(deck.clip));
+            .arg(deck.timecode, !deck.storeProblem.isEmpty() ? QStringLiteral("the store is away")
+                                : deck.startIn != 0          ? QStringLiteral("the next take")
+                                : deck.clip.isEmpty()        ? QStringLiteral("no clip")
+                                                             : inOneLine(deck.clip));
     text += movementText(deck);
     if (const qint64 dropped = deck.droppedCapture + deck.droppedPlayback; dropped > 0)
         text += Report::painted(QStringLiteral("  dropped %1").arg(dropped), Report::Colour::Bad);

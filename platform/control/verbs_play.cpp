@@ -293,7 +293,13 @@ Answer performClip(const VerbCall &call)
     if (!call.request.wait) {
         return Answer::done();
     }
-    if (!recorder.waitFor([&] { return recorder.clip() == name; }, Wait::pictureWithin)) {
+    // A clip that has just come is not in the list that is played yet. The media daemon has it listed when no
+    // command has come for two seconds, since that would end a playback; so it is not asked for before.
+    constexpr std::chrono::milliseconds listedAfter(2600);
+    constexpr std::chrono::milliseconds currentWithin = 2 * listedAfter;
+    const auto isCurrent = [&] { return recorder.clip() == name; };
+    const auto again = [&] { recorder.write(eParam_GoToClipName, name); };
+    if (!recorder.waitFor(isCurrent, currentWithin, again, listedAfter)) {
         if (recorder.isAbandoned() || !recorder.daemonIsRunning() || recorder.daemonStandsStill()) {
             return gaveUp(recorder, QStringLiteral("%1 is not the current clip").arg(name));
         }

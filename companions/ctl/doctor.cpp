@@ -175,6 +175,13 @@ Finding outputs(Recorder &recorder)
     const QString known = QStringLiteral("%1 besides the preview").arg(profile.outputs.size());
     const auto card = recorder.card();
     const QString told = card ? card->outputs.trimmed().replace('\n', "; ") : QString();
+    // What the lines do not tell: whether they can be opened, by the account of the recorder.
+    if (card)
+        for (const Recorder::Alarm &alarm : recorder.alarms())
+            if (alarm.id == eParam_AlarmOutputFailed)
+                return {Finding::Wrong, alarm.message,
+                        QStringLiteral("check its address and what receives it; the lines are in %1")
+                            .arg(environment.places->profile)};
     return {Finding::Good, told.isEmpty() ? known : known + ": " + told, {}};
 }
 

@@ -3,6 +3,8 @@
 #include "platform/qmx/edges/qmxmuxsink.h"
 #include "platform/qmx/edges/qmxsourceaudio.h"
 
+#include <QLibrary>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -15,6 +17,19 @@ extern "C" {
 }
 
 namespace {
+/// The window library shows what nobody sees when it finds no desktop, and calls that success.
+QmxError missingDesktop()
+{
+    // libavdevice has no word for it, but has loaded the library that has.
+    QLibrary library(QStringLiteral("SDL2-2.0"), 0);
+    const auto driver = reinterpret_cast<const char *(*)()>(library.resolve("SDL_GetCurrentVideoDriver"));
+    const char *name = driver ? driver() : nullptr;
+    if (!name || std::strcmp(name, "offscreen") != 0) return QmxError();
+    return QmxError(ENODEV,
+                    QStringLiteral("There is no desktop to show it on; set DISPLAY or WAYLAND_DISPLAY for "
+                                   "the recorder, whose account must be allowed there, and start it again"));
+}
+
 constexpr int trackChannels = 2; ///< of each track of sound: what every receiver can play
 
 /// The codecs to choose from when none is named, best first.
@@ -116,7 +131,7 @@ QmxError Muxer::start(const QmxOutputOptions &options, const std::function<QmxIm
     const int result = avformat_write_header(_output.get(), nullptr);
     if (result < 0) return QmxLibav::error(QStringLiteral("open it"), result);
     _started = true;
-    return QmxError();
+    return url.startsWith(windowScheme) ? missingDesktop() : QmxError();
 }
 
 QmxError Muxer::connect(const QByteArray &name)

@@ -235,6 +235,7 @@ TEST(BadInput, valuesThatNothingCanBeDoneWithAreRefusedAndChangeNothing)
             media_order {bad
             clip_name_pattern {foo}
             clip_name_pattern {name
+            timecode_preset_hour 10:20:30:25
 VALUES
         settings >$OUT/after; diff $OUT/before $OUT/after >&2
         say cue; refused cue 09:00:00:00; refused cue 1000
@@ -247,7 +248,7 @@ VALUES
     // What makes no sense at all, and what the clip that is there does not have.
     const QByteArray refused = result.out.left(result.out.indexOf("== "));
     EXPECT_TRUE(refused.contains("is on the same medium as"));
-    EXPECT_EQ(refused.count(": 2\n"), 14) << result.out.toStdString();
+    EXPECT_EQ(refused.count(": 2\n"), 15) << result.out.toStdString();
     EXPECT_EQ(refused.count(": 1\n"), 2) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "cue").count("status 1\n"), 2) << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "cue").contains("its timecodes are 10:00:00:00 to 10:00:0"))

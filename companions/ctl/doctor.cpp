@@ -78,6 +78,8 @@ Finding daemon(Recorder &recorder)
     const QString running = runningAs(pid);
     if (recorder.daemonStandsStill())
         return {Finding::Wrong, running + ", but it stands still", "systemctl restart xpd"};
+    if (!recorder.storeProblem().isEmpty())
+        return {Finding::Hint, running + "; whether with this store cannot be seen", {}};
     if (recorder.number(eParam_TransportRunning) == 0)
         return {Finding::Wrong,
                 running + ", but not with this store, or it has just begun or is about to end",
@@ -128,6 +130,33 @@ Finding profile(Recorder &)
     return {Finding::Good, size, {}};
 }
 
+/// Whether a line [inputs] with this number can be chosen: the identifiers of that range are the sources that
+/// video_input has names for, and the sound beside them.
+bool canBeChosen(int input)
+{
+    const QmxId id(input);
+    return id != QmxIds::analogAudio && id.name() != QString::number(input);
+}
+
+/// The lines that nothing can choose; empty: none.
+QStringList idleLines(const LumenProfile &profile)
+{
+    QStringList lines;
+    for (auto input = profile.inputs.begin(); input != profile.inputs.end(); ++input)
+        if (!canBeChosen(input.key())) lines << QStringLiteral("%1=%2").arg(input.key()).arg(*input);
+    return lines;
+}
+
+Finding idleInputs(const QString &found, const QStringList &lines)
+{
+    QStringList numbers;
+    for (int input = QmxIds::firstInput.value(); input < QmxIds::internalGenerator.value(); ++input)
+        if (canBeChosen(input)) numbers << QString::number(input);
+    return {Finding::Hint, QStringLiteral("%1; nothing can choose %2").arg(found, lines.join("; ")),
+            QStringLiteral("video_input has names for %1; give the line one of these numbers")
+                .arg(numbers.join(", "))};
+}
+
 /// Each line of the profile by the parser that reads it in the daemon; what can be opened is opened.
 Finding inputs(Recorder &recorder)
 {
@@ -143,7 +172,10 @@ Finding inputs(Recorder &recorder)
                 QStringLiteral("correct %1, then: systemctl restart xpd").arg(environment.places->profile)};
     const QString known = QStringLiteral("%1 known").arg(profile.inputs.size());
     const auto card = recorder.card();
-    if (!card) return {Finding::Good, known, {}};
+    const QStringList idle = idleLines(profile);
+    if (!card) return idle.isEmpty() ? Finding{Finding::Good, known, {}} : idleInputs(known, idle);
+    if (!recorder.storeProblem().isEmpty())
+        return {Finding::Hint, known + "; which one is chosen cannot be seen", {}};
     const QString chosen = QString::fromStdString(
         GetDescriptor(eParam_VideoInput)->label(int(recorder.number(eParam_VideoInput))));
     // An input counts as there after half a second of good signal: a daemon that has just begun is waited
@@ -156,7 +188,7 @@ Finding inputs(Recorder &recorder)
     if (isThere && recorder.number(eParam_RecordFormat) == storeNumber(RecordFormat::NotRecordable))
         return {Finding::Wrong, found + ": no format that can be recorded",
                 adviceOn(QmxIds::unsupportedInput)};
-    if (isThere) return {Finding::Good, found, {}};
+    if (isThere) return idle.isEmpty() ? Finding{Finding::Good, found, {}} : idleInputs(found, idle);
     return {Finding::Hint, found, "give it a signal, or choose another input: xpctl set video_input NAME"};
 }
 
@@ -175,6 +207,15 @@ Finding outputs(Recorder &recorder)
     const QString known = QStringLiteral("%1 besides the preview").arg(profile.outputs.size());
     const auto card = recorder.card();
     const QString told = card ? card->outputs.trimmed().replace('\n', "; ") : QString();
+    if (card && !recorder.storeProblem().isEmpty())
+        return {Finding::Hint, known + "; whether they are served cannot be seen", {}};
+    // What the lines do not tell: whether they can be opened, by the account of the recorder.
+    if (card)
+        for (const Recorder::Alarm &alarm : recorder.alarms())
+            if (alarm.id == eParam_AlarmOutputFailed)
+                return {Finding::Wrong, alarm.message,
+                        QStringLiteral("check its address and what receives it; the lines are in %1")
+                            .arg(environment.places->profile)};
     return {Finding::Good, told.isEmpty() ? known : known + ": " + told, {}};
 }
 
@@ -303,9 +344,9 @@ std::span<const DoctorCheck> doctorChecks()
         {"inputs", inputs},
         {"outputs", outputs},
         {"output", output},
-        {"medium", medium},
-        {"mirror", mirror},
-        {"disk_speed", diskSpeed},
+        {"medium", medium, true},
+        {"mirror", mirror, true},
+        {"disk_speed", diskSpeed, true},
         {"stills", stills},
         {"shared_memory", sharedMemory},
         {"priority", priority},
@@ -313,7 +354,7 @@ std::span<const DoctorCheck> doctorChecks()
         {"clock", clockState},
         {"remote", remoteFinding},
         {"panel", panelFinding},
-        {"pre_record", checkPreRecord},
+        {"pre_record", checkPreRecord, true},
     };
     return rows;
 }

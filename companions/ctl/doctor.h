@@ -25,6 +25,7 @@ struct DoctorCheck
 {
     const char *name;
     Finding (*look)(Recorder &recorder);
+    bool needsStore = false; ///< without what stands there it would only guess
 };
 
 std::span<const DoctorCheck> doctorChecks();

@@ -18,11 +18,15 @@ ExitCode ctlDoctor(const Report &report, const Arguments &)
     QJsonArray checks;
     QString text;
     bool allWell = true;
+    const bool isReadable = recorder.storeProblem().isEmpty();
     for (const DoctorCheck &check : doctorChecks()) {
         // Without a store there is nothing that the others could ask.
         const bool isUnknown = !recorder.hasStore() && &check != doctorChecks().data();
-        const Finding finding =
-            isUnknown ? Finding{Finding::Hint, "not looked at: there is no store", {}} : check.look(recorder);
+        const bool isUnseen = check.needsStore && !isReadable;
+        const Finding finding = isUnknown ? Finding{Finding::Hint, "not looked at: there is no store", {}}
+                                : isUnseen
+                                    ? Finding{Finding::Hint, "not looked at: the store cannot be read", {}}
+                                    : check.look(recorder);
         allWell = allWell && finding.state != Finding::Wrong;
         checks.append(QJsonObject{{"name", check.name},
                                   {"state", states[finding.state].name},

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The manual page, from the tables of commands, options and exit codes.
+// The manual page, from the tables of commands, options, exit codes, inputs and outputs.
 #include "companions/ctl/commands.h"
+#include "platform/qmx/edges/qmxsink.h"
+#include "platform/qmx/edges/qmxsource.h"
 
 #include <cstdio>
 
@@ -25,6 +27,18 @@ QString synopsis(const CommandRow &row)
                     .arg(roff(option.name),
                          *option.value ? QStringLiteral(" \\fI%1\\fR").arg(option.value) : QString());
     }
+    return text;
+}
+
+/// How an input or output is written, a row a kind.
+template <typename Row>
+QString kinds(std::span<const Row> rows)
+{
+    QString text;
+    for (const Row &row : rows)
+        text += QStringLiteral(".TP\n\\fB%1\\fR\n%2\n")
+                    .arg(row.scheme[0] ? roff(row.scheme) : QStringLiteral("address"),
+                         roff(QString::fromUtf8(row.help)));
     return text;
 }
 
@@ -91,6 +105,8 @@ ExitCode ctlManual(const Report &, const Arguments &)
     page += ".SH EXIT STATUS\n";
     for (const ExitCodeRow &row : exitCodes())
         page += QStringLiteral(".TP\n%1\n%2\n").arg(int(row.code)).arg(roff(row.meaning));
+    page += ".SH INPUTS\nBehind NUMBER= in the section [inputs] of the profile:\n" + kinds(qmxSources());
+    page += ".SH OUTPUTS\nBehind NAME= in the section [outputs] of the profile:\n" + kinds(qmxSinks());
     page += QString::fromLatin1(tail);
     std::fputs(page.toUtf8().constData(), stdout);
     return ExitCode::Done;

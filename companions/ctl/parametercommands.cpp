@@ -5,7 +5,9 @@
 #include "companions/ctl/verbcommand.h"
 
 #include "platform/control/valuechecks.h"
+#include "platform/store/paramrow.h"
 
+#include <QDir>
 #include <QJsonArray>
 
 namespace {
@@ -88,7 +90,11 @@ ExitCode ctlSet(Recorder &recorder, const Report &report, const Arguments &argum
                             "`xpctl --help` lists the commands that make it change");
     StoreValue value;
     std::string reason;
-    if (!descriptor->parse(arguments.word(1), value, reason)) {
+    std::string text = arguments.word(1);
+    // A file by its name here, as the shell completes it.
+    if (descriptor->hasAttribute(Attribute::dataFile) && !text.empty())
+        text = QDir::current().absoluteFilePath(QString::fromStdString(text)).toStdString();
+    if (!descriptor->parse(text, value, reason)) {
         return report.error(ExitCode::Usage, QString::fromStdString(reason));
     }
     const Answer answer = setParameter(recorder, *descriptor, value, arguments.force);

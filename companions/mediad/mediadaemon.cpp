@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "companions/mediad/mediadaemon.h"
 
-#include "platform/product/nominalrate.h"
-
 #include "companions/mediad/cliprepair.h"
 #include "companions/mediad/orderrules.h"
+#include "platform/product/nominalrate.h"
 #include "platform/qmx/core/qmxcounters.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
@@ -66,6 +65,7 @@ void MediaDaemon::timerEvent(QTimerEvent *)
 void MediaDaemon::ParamChanged(eParam_t id, unsigned value, timeval)
 {
     if (ChoiceCheck::isChoice(id)) _choices.note(id, {{}, value, _environment.clock->now()});
+    if (TableCheck::isAbout(id)) _table.note();
     switch (id) {
     case eParam_StorageState:
         if (StorageState(value) == StorageState::RolloverDone) ++_rolloversDone;
@@ -88,6 +88,7 @@ void MediaDaemon::ParamChanged(eParam_t id, unsigned value, timeval)
         break;
     case eParam_TransportRunning:
     case eParam_RolloverEnabled:
+    case eParam_LutPosition:
         break;
     default:
         return;
@@ -127,6 +128,14 @@ void MediaDaemon::ParamChanged(eParam_t id, std::string value, timeval)
     wake();
 }
 
+bool MediaDaemon::DataChanged(eParam_t id, std::string &, timeval)
+{
+    if (!TableCheck::isAbout(id)) return false;
+    _table.note();
+    wake();
+    return true;
+}
+
 void MediaDaemon::wake()
 {
     if (_woken.exchange(true)) return;
@@ -154,6 +163,9 @@ void MediaDaemon::step()
     MediaOrders orders = _machine.step(_environment.clock->now(), now, is, happened);
     followSchedule(is, happened, orders.writes);
     checkChoices(is, happened, orders.writes);
+    for (MediaWrite &told :
+         _table.step(_environment.clock->now(), is.recorder, [this] { return tableSetting(); }))
+        orders.writes.push_back(std::move(told));
     for (const MediaWrite &write : orders.writes)
         log(write);
     _store.queue(orders.writes);
@@ -273,16 +285,6 @@ void MediaDaemon::followSchedule(const MediaParameters &is, const MediaEvents &h
     if (!orders.changed) return;
     _scheduleText = takes.print();
     writes.push_back({eParam_RecordSchedule, MediaWrite::Text, 0, _scheduleText});
-}
-
-void MediaDaemon::checkChoices(const MediaParameters &is, const MediaEvents &happened,
-                               std::vector<MediaWrite> &writes)
-{
-    const auto seen = _media.seen(is.active);
-    const std::vector<MediaWrite> told =
-        _choices.step(_environment.clock->now(), seen ? &seen->medium : nullptr, seen ? seen->since : 0, is,
-                      _store.text(eParam_PlayList), happened.takeBegun);
-    writes.insert(writes.end(), told.begin(), told.end());
 }
 
 /// Orders to the schedule are done at once. False: it is another one.

@@ -10,6 +10,7 @@
 #include "companions/mediad/mirrorcare.h"
 #include "companions/mediad/recordtime.h"
 #include "companions/mediad/schedulemachine.h"
+#include "companions/mediad/tablecheck.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlockfile.h"
 #include "platform/store/configeventlistener.h"
@@ -46,6 +47,7 @@ private:
     using ConfigEventListener::ParamChanged;
     void ParamChanged(eParam_t id, unsigned value, timeval time) override;
     void ParamChanged(eParam_t id, std::string value, timeval time) override;
+    bool DataChanged(eParam_t id, std::string &value, timeval time) override;
 
     void wake();
     void step();
@@ -60,6 +62,7 @@ private:
                         std::vector<MediaWrite> &writes);
     void checkChoices(const MediaParameters &is, const MediaEvents &happened,
                       std::vector<MediaWrite> &writes);
+    TableCheck::Setting tableSetting();
     bool takeScheduleOrder(const MediaOrder &order);
     void readOrders();
     void takeOrders(const std::vector<Medium> &media, const MediaParameters &is);
@@ -72,6 +75,7 @@ private:
     QmxLockFile _recorderLock;
     MediaMachine _machine;
     ChoiceCheck _choices;
+    TableCheck _table;
     ScheduleMachine _scheduleMachine;
     RecordSchedule _schedule;
     std::string _scheduleText; ///< as the store has it

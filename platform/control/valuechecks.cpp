@@ -6,6 +6,7 @@
 #include "platform/control/transportanswers.h"
 #include "platform/product/clipfinder.h"
 #include "platform/product/lututils.h"
+#include "platform/product/nominalrate.h"
 #include "platform/qmx/core/qmxcounted.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsamefilesystem.h"
@@ -123,6 +124,20 @@ std::optional<Answer> cueTimecode(Recorder &recorder, const StoreValue &value)
     return value.text.empty() ? std::nullopt : outsideMaterial(recorder, QString::fromStdString(value.text));
 }
 
+/// A frame that a second of the input does not have: the generator would begin somewhere else.
+std::optional<Answer> presetFrame(Recorder &recorder, const StoreValue &value)
+{
+    if (value.number <= GetDescriptor(eParam_TimecodePresetHour)->maximum()) return {};
+    const auto format =
+        recordedFormat(recorder.number(eParam_RecordCodec),
+                       GetDescriptor(eParam_RecordFormat)->label(int(recorder.number(eParam_RecordFormat))));
+    const int frame = QmxTimecode(int(value.number), 0, 0, 0, 0, 0).frames();
+    const int frames = format ? format->frameRate().timecodeRate() : 0;
+    if (frames == 0 || frame < frames) return {};
+    return refused(QStringLiteral("a second of the input has no frame %1").arg(frame),
+                   QStringLiteral("its frames go from 0 to %1").arg(frames - 1));
+}
+
 /// The daemon would raise an alarm, with less to say.
 std::optional<Answer> table(Recorder &, const StoreValue &value)
 {
@@ -159,6 +174,7 @@ constexpr Row rows[] = {
     {eParam_CueToFrame, cueFrame},
     {eParam_CueToTimecode, cueTimecode},
     {eParam_LutFile, table},
+    {eParam_TimecodePresetHour, presetFrame},
 };
 } // namespace
 

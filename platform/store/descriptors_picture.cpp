@@ -49,7 +49,9 @@ std::vector<ParamRow> pictureRows()
                      {12, "ycbcr_444"},
                      {13, "ycbcr_444_full"},
                      {14, "ycbcr_444_legal"}},
-                    "Input that is recorded, with the colour coding that it is taken for."),
+                    "Input that is recorded, by the name of its line in the profile; the colour coding comes "
+                    "with the "
+                    "signal, whatever the name."),
         enumeration(eParam_LutPosition, "lut_position", Persistent, {{0, "off"}, {1, "input"}, {2, "output"}},
                     "Where the look-up table is applied: not at all, to what is recorded, or to the output."),
         data(eParam_LutFile, "lut_file", Persistent,

@@ -234,6 +234,12 @@ bool ParamDescriptor::parse(const std::string &text, StoreValue &value, std::str
             reason = _row.name + " is an alarm; alarms are raised by the recorder, not set";
             return false;
         }
+        if (hasAttribute(Attribute::dataFile) && !text.empty() && text.front() != '/') {
+            // Programs with other folders of their own open it.
+            reason = _row.name + " takes the full path of a file, such as /media/A/look.cube, not \"" + text +
+                     "\"";
+            return false;
+        }
         if (!text.empty()) {
             kel::config::DataFile file;
             file.set_path(text);

@@ -114,6 +114,9 @@ std::string whyNoFileName(const std::string &text)
 std::string whyNoPattern(const std::string &text)
 {
     const std::string field = unknownField(text);
+    // Each "{" begins a field that is closed; what is left over closes none.
+    if (field.empty() && std::ranges::count(text, '}') > std::ranges::count(text, '{'))
+        return "takes a \"}\" only at the end of a field such as {name}, not " + ('"' + text + '"');
     if (field.empty()) return whyNoFileName(text);
     return "has no " + field + "; its fields are {name}, {take}, {reel}, {date} and {time}";
 }

@@ -186,8 +186,12 @@ TEST(Locators, nonsenseHasNoSignalAndSaysWhy)
     };
     EXPECT_EQ(problem("foo://x"), "\"foo\" is no kind of address that can be opened");
     EXPECT_EQ(problem("v4l2:/dev/no-camera"), "/dev/no-camera is not there");
-    for (const char *good :
-         {"generator:?rate=25", "none:", "udp://:5000", "srt://0.0.0.0:9000?mode=listener"})
+    EXPECT_NE(problem("udp://:5000?audio=hw:1").find("audio=alsa:DEVICE"), std::string::npos);
+    allowLog(QStringLiteral("alsa"));
+    for (const char *deaf : {"udp://:5000?audio=alsa:nosuch", "v4l2:/dev/null?audio=alsa:plughw:31,0"})
+        EXPECT_NE(problem(deaf).find("arecord -L"), std::string::npos) << deaf << ": " << problem(deaf);
+    for (const char *good : {"generator:?rate=25", "none:", "udp://:5000", "udp://:5000?audio=alsa:null",
+                             "srt://0.0.0.0:9000?mode=listener"})
         EXPECT_EQ(problem(good), "") << good;
     // A format that nobody records is still a picture to look at.
     const auto odd = source(QStringLiteral("generator:?size=1440x1080&rate=25"));

@@ -11,6 +11,8 @@
 #include "tests/support/print.h"
 #include "tests/support/stepper.h"
 
+#include <QLibrary>
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -294,7 +296,7 @@ TEST(Sinks, aWindowShowsEveryFormat)
 {
     qputenv("SDL_VIDEODRIVER", "dummy"); // a desktop without a screen
     allowLog(QStringLiteral("qmxmuxsink"));
-    const auto window = createSink("window:Programme");
+    auto window = createSink("window:Programme");
     QmxOutputFrame frame;
     Ticks ticks(QmxVideoRate(25));
     for (const char *format : {"720x576i25", "1280x720p50", "1920x1080psf24"}) {
@@ -312,4 +314,14 @@ TEST(Sinks, aWindowShowsEveryFormat)
     }
     EXPECT_TRUE(window->statusText().contains(QLatin1String("9 frames, 0 dropped")))
         << window->statusText().toStdString();
+
+    window.reset();
+    const auto quit = reinterpret_cast<void (*)()>(QLibrary("SDL2-2.0", 0).resolve("SDL_Quit"));
+    ASSERT_TRUE(quit);
+    quit();                                  // it looks for a desktop once a process
+    qputenv("SDL_VIDEODRIVER", "offscreen"); // what it takes where there is no desktop
+    const auto unseen = createSink("window:");
+    unseen->show(frame);
+    EXPECT_TRUE(Stepper::waitFor([&] { return unseen->problem().contains("no desktop"); }))
+        << unseen->statusText().toStdString();
 }

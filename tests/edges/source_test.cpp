@@ -62,6 +62,10 @@ private:
     void run(const QmxEnvironment &environment, const std::stop_token &stop)
     {
         GeneratedFrames generated(QStringLiteral("720x576i25"), 802, environment, environment.clock->now());
+        // A recorder begins in a format of its own, until it has seen what its input has.
+        QmxOutputFrame first = generated.next();
+        first.desc = QmxSourceFormat::fromText(QStringLiteral("1920x1080p24"));
+        _sink->show(first);
         while (!stop.stop_requested()) {
             const QmxOutputFrame &frame = generated.next();
             environment.clock->sleepUntil(frame.tick.deadline);

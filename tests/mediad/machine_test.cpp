@@ -2,6 +2,7 @@
 // What the media daemon decides: media and parameters in, writes in their order out.
 #include "companions/mediad/choicecheck.h"
 #include "companions/mediad/mediamachine.h"
+#include "companions/mediad/tablecheck.h"
 #include "platform/store/eparammedia.h"
 #include "platform/store/paramdescriptor.h"
 
@@ -541,4 +542,35 @@ TEST(ChoiceCheck, tellsOfWhatIsNotThereOnceTheMediumHasBeenLookedAt)
     EXPECT_EQ(judge(eParam_CurrentClip, "next.mov"), "") << "a take that could not be opened";
     is.status = TransportStatus::Recording;
     EXPECT_EQ(judge(eParam_CurrentClip, "next.mov", 0, true), "cleared") << "by the take";
+}
+
+TEST(TableCheck, tellsOfAMissingTableWhenTheTransportHasLookedForItAndClearsOnlyThat)
+{
+    constexpr std::int64_t second = 1'000'000'000;
+    TableCheck check;
+    TableCheck::Setting is{true, "/media/A/t.cube", false, {}};
+    const auto step = [&](std::int64_t now, int recorder) {
+        const auto told = check.step(now, recorder, [&] { return is; });
+        if (!told.empty()) is.alarm = told.front().text;
+        return told.empty() ? std::string("-") : told.front().text;
+    };
+    const auto written = [&](int recorder) {
+        check.note();
+        return step(5 * second, recorder);
+    };
+    EXPECT_EQ(step(0, 0), "-");
+    EXPECT_EQ(step(0, 7), "-") << "it would be taken away with the alarms of the daemon before";
+    is.isThere = true; // a medium that comes later has not been read
+    EXPECT_NE(step(second, 7).find("/media/A/t.cube is not there"), std::string::npos);
+    EXPECT_EQ(step(2 * second, 7), "-");
+    EXPECT_EQ(written(7), "") << "set again";
+    is.isThere = false;
+    EXPECT_NE(written(7), "-");
+    is.alarm = "LUT parse error";
+    is.isThere = true;
+    EXPECT_EQ(written(7), "-") << "the transport's own";
+    is = {false, "/media/A/t.cube", false, {}};
+    EXPECT_EQ(written(7), "-");
+    is = {true, {}, false, {}};
+    EXPECT_EQ(written(7), "-");
 }

@@ -236,6 +236,7 @@ TEST(BadInput, valuesThatNothingCanBeDoneWithAreRefusedAndChangeNothing)
             media_order {bad
             clip_name_pattern {foo}
             clip_name_pattern {name
+            timecode_preset_hour 10:20:30:25
 VALUES
         settings >$OUT/after; diff $OUT/before $OUT/after >&2
         say cue; refused cue 09:00:00:00; refused cue 1000

@@ -104,6 +104,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         run settings import $OUT/settings; is sdi_level_a on; sed 's/sdi_level_a/sdi_level_z/' $OUT/settings >$OUT/wrong
         xpctl set take_number 77; xpctl settings import $OUT/wrong 2>/dev/null && exit 9; is take_number 77
         printf 'LUT_3D_SIZE 99\n' >$OUT/big.cube; xpctl set lut_file $OUT/big.cube 2>$OUT/lut && exit 9; grep -q '2 to 65' $OUT/lut
+        { echo LUT_3D_SIZE 2; printf '0 0 0\n%.0s' 1 2 3 4 5 6 7 8; } >$OUT/black.cube; (cd $OUT; xpctl set lut_file black.cube); is lut_file $OUT/black.cube; xpctl set lut_file ''
         xpctl record --at "$(date -d tomorrow +%FT10:00:00)" --until "$(date -d tomorrow +%FT10:10:00)" >&2; run schedule; run schedule cancel 1
         run profile save one; run profile diff one; run profile apply one
         run media; run protect take_002.mov; run unprotect take_002.mov; run copy take_002.mov B; run verify take_002.mov; run verify --all; run export take_002.mov /media/A/part --in 5 --out 15; run info part.mov; run cancel; xpctl delete part.mov; run delete /media/B/take_002.mov

@@ -48,9 +48,12 @@ TEST(Doctor, findsEachHarmAndNamesItsRemedy)
         echo 'xp:x:990:' >>/etc/group; echo 'xp:x:990:990::/:/bin/false' >>/etc/passwd
         chmod 755 /media/A; look not-writable; chown xp:xp /media/A
         chmod -R a+rwX /var/lib/xp; look stranger setpriv --reuid 65534 --regid 65534 --clear-groups
+        chmod o-rwx /var/lib/xp; look blind setpriv --reuid 65534 --regid 65534 --clear-groups; chmod o+rx /var/lib/xp
         xpctl record >&2; look in-use; xpctl stop >&2
         echo sqlite:/etc/passwd/store.db >/etc/xp/store; look store; echo nonsense >/etc/xp/store; look address; rm /etc/xp/store
         xpctl shut-down; look no-daemon
+        printf '[inputs]\n606=none:\n[outputs]\nf=file:/nonexistent/out.ts\na=alsa:nosuch\n' >>/etc/xp/lumen.ini
+        xpd >>/run/xp/xpd.out 2>&1 </dev/null & await '[ $(xpctl --json doctor | grep -c nosuch) = 1 ]'; look dead; xpctl shut-down
     )sh");
 
     const auto well = checksOf(result.out, "well");
@@ -78,9 +81,18 @@ TEST(Doctor, findsEachHarmAndNamesItsRemedy)
         {"x=foo", "outputs", "wrong", "it is none of preview:", "lumen.ini"},
         {"not-writable", "medium", "wrong", "the recorder may not write into /media/A", "chown xp:xp"},
         {"stranger", "access", "wrong", "is not in the group xp", "adduser"},
+        {"blind", "store", "wrong", "cannot be read by this account", "adduser"},
+        {"blind", "daemon", "hint", "running as process", ""},
+        {"blind", "inputs", "hint", "cannot be seen", ""},
+        {"blind", "outputs", "hint", "cannot be seen", ""},
+        {"blind", "medium", "hint", "not looked at", ""},
+        {"blind", "disk_speed", "hint", "not looked at", ""},
         {"in-use", "disk_speed", "hint", "the recorder is in use", "stop it"},
         {"store", "store", "wrong", "/etc/passwd", "/etc/xp/store"},
         {"address", "store", "wrong", "nonsense", "/etc/xp/store"},
+        {"dead", "inputs", "hint", "606=none:", "601, 602, 603"},
+        {"dead", "outputs", "wrong", "out.ts: Cannot open it: No such file", "what receives it"},
+        {"dead", "outputs", "wrong", "Sound output nosuch", "lumen.ini"},
         {"no-daemon", "daemon", "wrong", "not running", "systemctl start xpd"},
     };
     for (const Harm &harm : harms) {

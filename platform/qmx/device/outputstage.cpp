@@ -96,9 +96,10 @@ QmxPicture OutputStage::processed(const QmxOutputFrame &frame, const Work &work)
 
 QString OutputStage::problem() const
 {
+    QStringList problems;
     for (const std::unique_ptr<QmxSink> &sink : _sinks)
-        if (QString problem = sink->problem(); !problem.isEmpty()) return problem;
-    return {};
+        if (QString problem = sink->problem(); !problem.isEmpty()) problems.append(problem);
+    return problems.join(QLatin1String("; "));
 }
 
 qint64 OutputStage::previewDropped() const

@@ -37,7 +37,7 @@ public:
     int divisor(const QmxImageDesc &desc, const Work &work, bool stands) const;
     /// So many times smaller they may be decoded in fast play where there is no time for more. Whoever shows.
     int coarsest(const QmxImageDesc &desc) const;
-    /// Empty while every sink is served, else the first problem. Any thread.
+    /// Empty while every sink is served, else what is wrong with each of the others. Any thread.
     QString problem() const;
     /// Frames that did not reach the first sink, which is the preview.
     qint64 previewDropped() const;

@@ -40,6 +40,10 @@ QmxMuxSink::~QmxMuxSink()
 void QmxMuxSink::show(const QmxOutputFrame &frame)
 {
     _newest = frame.tick.index;
+    if (_options.isListener && frame.desc.isValid()) {
+        const std::lock_guard lock(_mutex);
+        _newestDesc = frame.desc;
+    }
     if (_waiting || !_options.problem.isEmpty()) return;
     if (!_thread.post([this, frame] { write(frame); })) ++_dropped;
 }
@@ -84,7 +88,10 @@ void QmxMuxSink::open(const QmxOutputFrame &frame)
     QmxError error;
     if (options.isListener) setStatus(callerIsMissing, true);
     _waiting = options.isListener;
-    _muxer = QmxMuxer::open(options, _desc, _stopping, &error);
+    // Somebody may call hours after the wait has begun: what counts is the output at that moment. (A format
+    // that is over would let the next frame begin the stream anew, which turns the caller away.)
+    const auto format = [this] { return _desc = _options.isListener ? newestFormat() : _desc; };
+    _muxer = QmxMuxer::open(options, format, _stopping, &error);
     if (_waiting.exchange(false)) _notBefore = _newest + 1;
     if (_muxer) {
         setStatus(_desc.toString(), true);
@@ -102,6 +109,12 @@ void QmxMuxSink::setStatus(const QString &status, bool good)
     _status = status;
     qmxLogOutput(good ? QmxLogLevel::Info : QmxLogLevel::Warning, "qmxmuxsink", __LINE__, "Output %s: %s\n",
                  qUtf8Printable(_name), qUtf8Printable(status));
+}
+
+QmxImageDesc QmxMuxSink::newestFormat() const
+{
+    const std::lock_guard lock(_mutex);
+    return _newestDesc;
 }
 
 QString QmxMuxSink::problem() const

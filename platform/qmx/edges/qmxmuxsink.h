@@ -7,6 +7,7 @@
 #include "platform/qmx/edges/qmxsink.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -18,8 +19,10 @@ public:
     virtual ~QmxMuxer();
     virtual QmxError write(const QmxOutputFrame &frame) = 0;
     static constexpr QLatin1String windowScheme{"window:"};
-    /// `interrupted` is asked inside blocking calls; true ends them with an error.
-    static std::unique_ptr<QmxMuxer> open(const QmxOutputOptions &options, const QmxImageDesc &desc,
+    /// `interrupted` is asked inside blocking calls; true ends them with an error. `format` is asked once,
+    /// and of an address that listens only when the caller is there.
+    static std::unique_ptr<QmxMuxer> open(const QmxOutputOptions &options,
+                                          const std::function<QmxImageDesc()> &format,
                                           const std::atomic<bool> &interrupted, QmxError *error);
 };
 
@@ -51,6 +54,7 @@ private:
     void write(const QmxOutputFrame &frame);
     void open(const QmxOutputFrame &frame);
     void setStatus(const QString &status, bool good);
+    QmxImageDesc newestFormat() const;
 
     const QmxOutputOptions _options;
     const QString _name; ///< without what may be secret
@@ -68,7 +72,8 @@ private:
     std::atomic<qint64> _dropped = 0;
     std::atomic<qint64> _written = 0;
     mutable std::mutex _mutex;
-    QString _status;       ///< under _mutex
-    bool _good = true;     ///< under _mutex
-    QmxTaskThread _thread; ///< last: ends before what it uses
+    QmxImageDesc _newestDesc; ///< under _mutex: of the last frame shown that had one
+    QString _status;          ///< under _mutex
+    bool _good = true;        ///< under _mutex
+    QmxTaskThread _thread;    ///< last: ends before what it uses
 };

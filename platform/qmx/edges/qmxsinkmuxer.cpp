@@ -3,6 +3,8 @@
 #include "platform/qmx/edges/qmxmuxsink.h"
 #include "platform/qmx/edges/qmxsourceaudio.h"
 
+#include <QLibrary>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -15,6 +17,19 @@ extern "C" {
 }
 
 namespace {
+/// The window library shows what nobody sees when it finds no desktop, and calls that success.
+QmxError missingDesktop()
+{
+    // libavdevice has no word for it, but has loaded the library that has.
+    QLibrary library(QStringLiteral("SDL2-2.0"), 0);
+    const auto driver = reinterpret_cast<const char *(*)()>(library.resolve("SDL_GetCurrentVideoDriver"));
+    const char *name = driver ? driver() : nullptr;
+    if (!name || std::strcmp(name, "offscreen") != 0) return QmxError();
+    return QmxError(ENODEV,
+                    QStringLiteral("There is no desktop to show it on; set DISPLAY or WAYLAND_DISPLAY for "
+                                   "the recorder, whose account must be allowed there, and start it again"));
+}
+
 constexpr int trackChannels = 2; ///< of each track of sound: what every receiver can play
 
 /// The codecs to choose from when none is named, best first.
@@ -30,7 +45,7 @@ class Muxer : public QmxMuxer
 {
 public:
     ~Muxer() override;
-    QmxError start(const QmxOutputOptions &options, const QmxImageDesc &desc,
+    QmxError start(const QmxOutputOptions &options, const std::function<QmxImageDesc()> &format,
                    const std::atomic<bool> &interrupt);
     QmxError write(const QmxOutputFrame &frame) override;
 
@@ -48,6 +63,7 @@ private:
         QmxLibav::CodecContext coder;
         AVStream *stream = nullptr;
     };
+    QmxError connect(const QByteArray &name);
     QmxError addVideo(const QmxOutputOptions &options, const QmxImageDesc &desc);
     QmxError addAudio(const QmxOutputOptions &options);
     QmxError addTrack(const QmxOutputOptions &options, const QmxOutputCodecRow &row, const AVCodec *codec);
@@ -81,7 +97,7 @@ Muxer::~Muxer()
     av_write_trailer(_output.get());
 }
 
-QmxError Muxer::start(const QmxOutputOptions &options, const QmxImageDesc &desc,
+QmxError Muxer::start(const QmxOutputOptions &options, const std::function<QmxImageDesc()> &format,
                       const std::atomic<bool> &interrupt)
 {
     const QString &url = options.address;
@@ -106,17 +122,24 @@ QmxError Muxer::start(const QmxOutputOptions &options, const QmxImageDesc &desc,
             QStringLiteral("Its name has no ending that stands for a kind of file (\".ts\", \".mov\" ...)"));
     _output.reset(made);
     _output->interrupt_callback = {interrupted, const_cast<std::atomic<bool> *>(&interrupt)};
-    QmxError error = addVideo(options, desc);
+    QmxError error;
+    if (options.isListener) error = connect(name); // which format is wanted is known when the caller is there
+    if (!error.isError()) error = addVideo(options, format());
     if (!error.isError()) error = addAudio(options);
+    if (!error.isError() && !options.isListener) error = connect(name);
     if (error.isError()) return error;
-    int result = 0;
-    if (!(_output->oformat->flags & AVFMT_NOFILE))
-        result = avio_open2(&_output->pb, name.constData(), AVIO_FLAG_WRITE, &_output->interrupt_callback,
-                            nullptr);
-    if (result >= 0) result = avformat_write_header(_output.get(), nullptr);
+    const int result = avformat_write_header(_output.get(), nullptr);
     if (result < 0) return QmxLibav::error(QStringLiteral("open it"), result);
     _started = true;
-    return QmxError();
+    return url.startsWith(windowScheme) ? missingDesktop() : QmxError();
+}
+
+QmxError Muxer::connect(const QByteArray &name)
+{
+    if (_output->oformat->flags & AVFMT_NOFILE) return QmxError();
+    const int result =
+        avio_open2(&_output->pb, name.constData(), AVIO_FLAG_WRITE, &_output->interrupt_callback, nullptr);
+    return result < 0 ? QmxLibav::error(QStringLiteral("open it"), result) : QmxError();
 }
 
 /// What was asked for, else the first one that the container takes and that this machine can code; null:
@@ -310,11 +333,12 @@ QmxError Muxer::send(Track &track, const AVFrame *frame)
 }
 } // namespace
 
-std::unique_ptr<QmxMuxer> QmxMuxer::open(const QmxOutputOptions &options, const QmxImageDesc &desc,
+std::unique_ptr<QmxMuxer> QmxMuxer::open(const QmxOutputOptions &options,
+                                         const std::function<QmxImageDesc()> &format,
                                          const std::atomic<bool> &isInterrupted, QmxError *error)
 {
     auto muxer = std::make_unique<Muxer>();
-    *error = muxer->start(options, desc, isInterrupted);
+    *error = muxer->start(options, format, isInterrupted);
     if (error->isError()) return nullptr;
     return muxer;
 }

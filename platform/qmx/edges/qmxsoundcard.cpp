@@ -4,6 +4,8 @@
 #include "platform/qmx/core/qmxaudio.h"
 #include "platform/qmx/core/qmxloglevel.h"
 
+#include <QRegularExpression>
+
 #include <alsa/asoundlib.h>
 
 #include <array>
@@ -54,6 +56,12 @@ void logLine(const char *, int, const char *, int, const char *format, ...)
     if (length > 0) qmxLogOutput(QmxLogLevel::Debug, "alsa", 0, "%s\n", text.data());
 }
 
+void takeMessages()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { snd_lib_error_set_handler(logLine); });
+}
+
 class AlsaCard : public QmxSoundCard
 {
 public:
@@ -88,8 +96,7 @@ private:
 
 QmxError AlsaCard::open(const QString &name, int channels)
 {
-    static std::once_flag once;
-    std::call_once(once, [] { snd_lib_error_set_handler(logLine); });
+    takeMessages();
     snd_pcm_t *made = nullptr;
     const int result = snd_pcm_open(
         &made, name.toUtf8().constData(),
@@ -186,6 +193,24 @@ QmxError AlsaCard::read(std::vector<qint32> &samples, int count)
 } // namespace
 
 QmxSoundCard::~QmxSoundCard() = default;
+
+QString QmxSoundCard::missing(const QString &name)
+{
+    takeMessages();
+    snd_config_t *all = nullptr;
+    if (snd_config_update_ref(&all) < 0) return {};
+    snd_config_t *found = nullptr;
+    int result = snd_config_search_definition(all, "pcm", name.toUtf8().constData(), &found);
+    if (result >= 0) snd_config_delete(found);
+    snd_config_unref(all);
+    // "hw:1,0" is defined for every number: there the card itself has to be asked for.
+    static const QRegularExpression ofCard(QStringLiteral("^(?:plug)?hw:(?:CARD=)?([^,=]+)(?:,|$)"));
+    if (const auto match = ofCard.match(name); result >= 0 && match.hasMatch())
+        result = snd_card_get_index(match.captured(1).toUtf8().constData());
+    // Anything else may be different for the recorder's own account.
+    const bool isMissing = result == -ENOENT || result == -ENODEV;
+    return isMissing ? soundError("open it", result).toString() : QString();
+}
 
 std::unique_ptr<QmxSoundCard> QmxSoundCard::open(const QString &name, Direction direction, int channels,
                                                  std::function<bool()> interrupted, QmxError *error)

@@ -20,6 +20,8 @@ public:
     /// why and what to do. `interrupted` is asked ten times a second inside blocking calls; true ends them.
     static std::unique_ptr<QmxSoundCard> open(const QString &name, Direction direction, int channels,
                                               std::function<bool()> interrupted, QmxError *error);
+    /// Empty, or why this machine has no device of this name. Nothing is opened: somebody may be using it.
+    static QString missing(const QString &name);
     virtual ~QmxSoundCard();
 
     virtual int channels() const = 0;

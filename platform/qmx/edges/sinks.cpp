@@ -47,7 +47,7 @@ std::unique_ptr<QmxSink> createSound(const QString &locator, const QmxEnvironmen
             .arg(locator)
             .arg(QmxSoundSink::mostChannels);
     qmxLogText(QmxLogLevel::Warning, "sinks", __LINE__, sentence);
-    return std::make_unique<QmxNullSink>(sentence);
+    return std::make_unique<QmxNullSink>(sentence, true);
 }
 
 const std::array rows = {

@@ -4,6 +4,7 @@
 #include "platform/qmx/edges/qmxgeneratorsource.h"
 #include "platform/qmx/edges/qmxlivesource.h"
 #include "platform/qmx/edges/qmxnonesource.h"
+#include "platform/qmx/edges/qmxsoundcard.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -47,22 +48,34 @@ std::unique_ptr<QmxSource> createFile(const QString &locator, const QmxEnvironme
                                            environment);
 }
 
-std::unique_ptr<QmxSource> createLive(const QString &locator, const QmxEnvironment &environment)
+constexpr QLatin1String howSoundIsWritten("write its sound as \"audio=alsa:DEVICE\", such as alsa:hw:1");
+
+/// The key of a live input that names a sound device.
+QRegularExpressionMatch soundKey(const QString &locator)
 {
     static const QRegularExpression audio(QStringLiteral("[?&]audio=([^&]*)"));
-    const QRegularExpressionMatch match = audio.match(locator);
-    if (!match.hasMatch()) return std::make_unique<QmxLiveSource>(locator, QString(), environment);
+    return audio.match(locator);
+}
+
+/// Empty: its value names none.
+QString soundDevice(const QRegularExpressionMatch &key)
+{
     const QLatin1String card("alsa:");
-    const QString device = match.captured(1);
-    if (!device.startsWith(card) || device.size() == card.size())
-        return withoutSignal(locator,
-                             QStringLiteral("write its sound as \"audio=alsa:DEVICE\", such as alsa:hw:1"));
+    return key.captured(1).startsWith(card) ? key.captured(1).mid(card.size()) : QString();
+}
+
+std::unique_ptr<QmxSource> createLive(const QString &locator, const QmxEnvironment &environment)
+{
+    const QRegularExpressionMatch match = soundKey(locator);
+    if (!match.hasMatch()) return std::make_unique<QmxLiveSource>(locator, QString(), environment);
+    const QString device = soundDevice(match);
+    if (device.isEmpty()) return withoutSignal(locator, howSoundIsWritten);
     // What is left may still have keys: the first of them stands behind the "?".
     QString address = locator;
     const bool isFirst = match.captured().startsWith(QLatin1Char('?'));
     address.remove(match.capturedStart(), match.capturedLength());
     if (isFirst && match.capturedStart() < address.size()) address[match.capturedStart()] = QLatin1Char('?');
-    return std::make_unique<QmxLiveSource>(address, device.mid(card.size()), environment);
+    return std::make_unique<QmxLiveSource>(address, device, environment);
 }
 
 const std::array rows = {
@@ -97,17 +110,27 @@ const QmxSourceRow *rowOf(const QString &locator, QStringList &known)
     return nullptr;
 }
 
+QString soundProblem(const QString &locator)
+{
+    const QRegularExpressionMatch key = soundKey(locator);
+    if (!key.hasMatch()) return {};
+    const QString device = soundDevice(key);
+    if (device.isEmpty()) return howSoundIsWritten;
+    const QString missing = QmxSoundCard::missing(device);
+    return missing.isEmpty() ? QString() : QStringLiteral("Its sound %1: %2").arg(device, missing);
+}
+
 /// Without opening anything: somebody may be using it.
 QString liveProblem(const QString &locator)
 {
     const QString scheme = locator.section(QLatin1Char(':'), 0, 0);
     if (scheme == QLatin1String("v4l2")) {
         const QString device = locator.section(QLatin1Char(':'), 1).section(QLatin1Char('?'), 0, 0);
-        return QFile::exists(device) ? QString() : QStringLiteral("%1 is not there").arg(device);
+        return QFile::exists(device) ? soundProblem(locator) : QStringLiteral("%1 is not there").arg(device);
     }
     const bool isKnown = avio_find_protocol_name(qUtf8Printable(locator)) != nullptr ||
                          av_find_input_format(qUtf8Printable(scheme)) != nullptr;
-    return isKnown ? QString()
+    return isKnown ? soundProblem(locator)
                    : QStringLiteral("\"%1\" is no kind of address that can be opened").arg(scheme);
 }
 } // namespace

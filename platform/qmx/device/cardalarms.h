@@ -33,7 +33,7 @@ private:
 
     std::function<void(const QmxAlarm &)> _tell;
     qint64 _lateSince = 0; ///< deadline of the first late tick of the present second
-    qint64 _lastLate = 0; ///< deadline of the last one that keeps the alarm
+    qint64 _lastLate = 0;  ///< deadline of the last one that keeps the alarm
     int _late = 0;
     bool _isLate = false;
     bool _soundMissing = false;

@@ -13,7 +13,8 @@ namespace {
 /// there.
 QString harmless(const QString &text)
 {
-    static const QRegularExpression own(QStringLiteral("^(?:\\x1b\\[[0-9;]*m)"));
+    // (Those that this program has itself; others hide what follows, or write it backwards.)
+    static const QRegularExpression own(QStringLiteral("^\\x1b\\[(?:0|32|33|1;31)m"));
     QString shown = text;
     for (qsizetype i = 0; i < shown.size(); ++i) {
         const QChar character = shown.at(i);

@@ -11,6 +11,7 @@
 #include <QStringList>
 
 #include <mutex>
+#include <utility>
 
 #include <unistd.h>
 
@@ -85,26 +86,36 @@ Answer Control::perform(const Request &request, const Who &who)
     }
     // (What a row refuses by itself takes over from nobody.)
     if (row->has(VerbRow::MovesTransport))
-        _recorder.setTurn([&](const Recorder::Write &write) { return writeInTurn(request, who, write); });
+        _recorder.setTurn(
+            [&](const Recorder::Write &write) { return writeInTurn(request, who, write, *row); });
     else if (request.given)
         request.given();
     Answer answer = row->run({_recorder, request, who});
     _recorder.setTurn({});
+    // A store that is locked, say: the take does not wait for it.
+    if (std::exchange(_isUnannounced, false) && row->has(VerbRow::StopsTake) && !answer.isDone() &&
+        _recorder.daemonIsRunning()) {
+        _announced.clear();
+        answer = performStopWithoutStore(_recorder);
+    }
     if (!answer.isDone() && !_supersededBy.isEmpty()) answer = superseded();
     _announced.clear();
     tell(request, who, answer);
     return answer;
 }
 
-QString Control::writeInTurn(const Request &request, const Who &who, const Recorder::Write &write)
+QString Control::writeInTurn(const Request &request, const Who &who, const Recorder::Write &write,
+                             const VerbRow &row)
 {
     // One at a time in this process: between the look and the write nobody else of it announces anything.
     static std::mutex turn;
     const std::lock_guard lock(turn);
     const bool isFirst = _announced.isEmpty();
     if (isFirst) {
-        announce(request, who);
-        Ownership(_recorder).renew(who);
+        const QString problem = announce(request, who);
+        _isUnannounced = !problem.isEmpty();
+        if (_isUnannounced && row.has(VerbRow::StopsTake)) return problem; // it has another way
+        if (!_isUnannounced) Ownership(_recorder).renew(who);
     } else if (looksSuperseded()) {
         return superseded().sentence;
     }
@@ -113,7 +124,7 @@ QString Control::writeInTurn(const Request &request, const Who &who, const Recor
     return problem;
 }
 
-void Control::announce(const Request &request, const Who &who)
+QString Control::announce(const Request &request, const Who &who)
 {
     _announcements = ++announcements;
     _announced = QStringLiteral("%1.%2.%3").arg(getpid()).arg(_recorder.timeOfDay()).arg(_announcements);
@@ -126,10 +137,9 @@ void Control::announce(const Request &request, const Who &who)
     // Goes on as before: whoever comes later learns from here how fast that is.
     if (request.verb == QLatin1String("angle"))
         object["speed"] = DeckParameters::speedAskedFor(_recorder.config());
-    // (Should it fail, the command itself will, and say why.)
-    _recorder.write(eParam_ControlVerb,
-                    QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
     _nextLook = _recorder.environment().clock->after(lookEvery);
+    return _recorder.write(eParam_ControlVerb,
+                           QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
 }
 
 bool Control::isSuperseded()
@@ -143,6 +153,7 @@ bool Control::isSuperseded()
 bool Control::looksSuperseded()
 {
     if (!_supersededBy.isEmpty()) return true;
+    if (_isUnannounced) return false; // what stands there is a verb of before
     _announcements = announcements;
     _nextLook = _recorder.environment().clock->after(lookEvery);
     const QJsonObject last = objectOf(_recorder.text(eParam_ControlVerb));

@@ -42,8 +42,10 @@ public:
 private:
     /// A write of a verb that moves the transport: announces it first; once somebody else has announced
     /// another one, nothing more is written.
-    QString writeInTurn(const Request &request, const Who &who, const Recorder::Write &write);
-    void announce(const Request &request, const Who &who);
+    QString writeInTurn(const Request &request, const Who &who, const Recorder::Write &write,
+                        const VerbRow &row);
+    /// Empty, or why it could not be written.
+    QString announce(const Request &request, const Who &who);
     bool isSuperseded();
     bool looksSuperseded();
     Answer superseded() const;
@@ -52,8 +54,9 @@ private:
     Recorder _recorder;
     std::function<void(const QString &)> _log;
     std::atomic<bool> _isGivenUp = false;
-    QString _announced;     ///< id of the transport verb that waits; empty: none
-    QString _announcedVerb; ///< with its arguments
+    QString _announced;          ///< id of the transport verb that waits; empty: none
+    QString _announcedVerb;      ///< with its arguments
+    bool _isUnannounced = false; ///< the store did not take it
     QJsonObject _supersededBy;
     qint64 _nextLook = 0;
     unsigned _announcements = 0; ///< of this process, when it was looked last

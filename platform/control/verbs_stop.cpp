@@ -170,7 +170,8 @@ Answer performStop(const VerbCall &call)
 
 Answer performStopWithoutStore(Recorder &recorder)
 {
-    const QString problem = recorder.storeProblem();
+    QString problem = recorder.storeProblem();
+    if (problem.isEmpty()) problem = QStringLiteral("the configuration store takes nothing now");
     const auto recorded = [&recorder] { return recorder.counter("frames_recorded"); };
     constexpr std::chrono::milliseconds fewFrames(500); // a take at any rate gets some
     const qint64 before = recorded();

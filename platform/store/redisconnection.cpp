@@ -15,10 +15,12 @@
 namespace {
 
 constexpr timeval connectTimeout{1, 0};
+constexpr std::chrono::milliseconds resolvedWithin(1000);
 constexpr std::chrono::milliseconds answerWithin(2000); // a server that hangs is as good as none
 constexpr std::chrono::milliseconds slice(50);          // between two looks at whether to go on waiting
 constexpr std::size_t readBytes = 64 * 1024;
-constexpr std::size_t mostBytes = std::size_t(512) << 20; // of one answer
+constexpr std::size_t mostBytes = std::size_t(128) << 20; // of one answer
+constexpr long long mostElements = 1 << 20;               // of it: the whole log, and its entries
 
 RedisValue valueOf(const redisReply &reply)
 {
@@ -48,15 +50,17 @@ RedisValue valueOf(const redisReply &reply)
 
 /// Makes a reader refuse what no store answers: the library takes the memory for as many elements as an
 /// answer begins with, whether or not they come.
-void limitAnswers(redisReader &reader)
+void limitAnswers(redisReader &reader, long long &elements)
 {
-    constexpr long long mostElements = 1 << 20; // the whole log, and its entries
+    reader.privdata = &elements;
     static const redisReplyObjectFunctions *const standard = reader.fn;
     static redisReplyObjectFunctions limited = [] {
         redisReplyObjectFunctions functions = *standard;
         functions.createArray = [](const redisReadTask *task, auto count) -> void * {
-            return static_cast<long long>(count) > mostElements ? nullptr
-                                                                : standard->createArray(task, count);
+            // (Each is a hundred bytes and more in memory, and may be four on the wire.)
+            auto &sum = *static_cast<long long *>(task->privdata);
+            sum += static_cast<long long>(count);
+            return sum > mostElements ? nullptr : standard->createArray(task, count);
         };
         return functions;
     }();
@@ -140,18 +144,21 @@ StoreResult RedisConnection::open()
 
 StoreResult RedisConnection::connect(const RedisAddress::Endpoint &endpoint)
 {
-    _context.reset(redisConnectWithTimeout(endpoint.host.c_str(), endpoint.port, connectTimeout));
+    std::string why;
+    const std::string address = _hosts.address(endpoint.host, resolvedWithin, why);
+    if (address.empty()) return failure(why);
+    _context.reset(redisConnectWithTimeout(address.c_str(), endpoint.port, connectTimeout));
     if (!_context) return failure("there is no memory for a connection");
     if (_context->err != 0) {
-        const std::string why = _context->errstr;
+        why = _context->errstr;
         close();
         return failure(why);
     }
-    limitAnswers(*_context->reader);
+    limitAnswers(*_context->reader, _elements);
     // From here on this class waits itself, so that it can stop waiting.
     const int flags = ::fcntl(_context->fd, F_GETFL);
     if (flags < 0 || ::fcntl(_context->fd, F_SETFL, flags | O_NONBLOCK) < 0) {
-        const std::string why = std::strerror(errno);
+        why = std::strerror(errno);
         close();
         return failure(why);
     }
@@ -280,6 +287,8 @@ RedisConnection::Received RedisConnection::receive(RedisValue &answer)
         if (reply) {
             const std::unique_ptr<void, ReplyDeleter> holder(reply);
             answer = valueOf(*static_cast<redisReply *>(reply));
+            _received = 0; // of the next one
+            _elements = 0;
             return Received::Answer;
         }
         std::array<char, readBytes> buffer;
@@ -301,6 +310,7 @@ RedisConnection::Received RedisConnection::receive(RedisValue &answer)
 StoreResult RedisConnection::ask(const Words &command, RedisValue &answer, bool *sent)
 {
     _received = 0;
+    _elements = 0;
     _waited = {};
     if (sent) *sent = true; // half a command is none, but who knows how much has arrived
     bool isThere = send(command);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/store/hostsearch.h"
 #include "platform/store/redisaddress.h"
 #include "platform/store/storebackend.h"
 
@@ -72,7 +73,9 @@ private:
     const std::string _passwordFile;
     const std::shared_ptr<std::atomic<bool>> _interrupted;
     std::unique_ptr<redisContext, Closer> _context;
-    std::string _lost;                   ///< why the connection was lost
-    std::size_t _received = 0;           ///< bytes of the present answer
+    std::string _lost;         ///< why the connection was lost
+    std::size_t _received = 0; ///< bytes of the present answer
+    long long _elements = 0;   ///< of it
+    HostSearch _hosts;
     std::chrono::milliseconds _waited{}; ///< for it, while nothing came
 };

@@ -45,7 +45,12 @@ TEST(BadInput, aStoreThatIsTakenAwayDuringATakeComesBackWithWhatWasKnown)
         rmdir $db; mv $db.away $db
         await is transport_status stopped
         cp /media/A/*.mov $OUT
+        say held
+        xpctl record >&2; await '[ $(recorded) -ge 25 ]'
+        exec 9<$db.lock; flock 9; xpctl stop; exec 9<&-
     )sh");
+    EXPECT_TRUE(said(result.out, "held").contains("stopped without the configuration store"))
+        << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "profile").startsWith("1\n")) << result.out.left(500).toStdString();
     EXPECT_TRUE(said(result.out, "profile").contains("is not a text file, the built-in profile is used"));
     for (const QByteArray &harm :

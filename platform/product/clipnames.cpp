@@ -93,7 +93,8 @@ std::string clipNameFromPattern(const std::string &pattern, const ClipNameWords 
 
 std::string clipNameFromOutside(const std::string &name)
 {
-    if (isClipName(name) && name.find('/') == std::string::npos) return name;
+    const bool fits = name.size() <= maximumStem + std::string_view(extension).size();
+    if (fits && isClipName(name) && name.find('/') == std::string::npos) return name;
     std::string clean = name;
     cut(clean, maximumStem);
     for (char &c : clean)

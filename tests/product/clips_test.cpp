@@ -246,6 +246,7 @@ TEST(ClipNames, holdOnlyWhatAFileNameCan)
 
 TEST(ClipNames, ofACameraLeadNowhereElseAndAreFound)
 {
+    EXPECT_EQ(clipNameFromOutside(QByteArray(300, 'a').append(".mov").toStdString()).size(), 204U);
     EXPECT_EQ(clipNameFromOutside("A001_C002.mov"), "A001_C002.mov");
     for (const char *name : {"../../etc/x.mov", ".hidden.mov", "A001", "", "a\x1b]0;x\n.mov", "..", "/"}) {
         const std::string made = clipNameFromOutside(name);

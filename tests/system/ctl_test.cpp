@@ -218,6 +218,28 @@ TEST(Xpctl, figuresAreServed)
     EXPECT_GE(recorded == lines.end() ? 0 : recorded->split(' ').last().toDouble(), 25);
 }
 
+TEST(Xpctl, withNothingRunningCommandsSaySoAndSettingsAreKept)
+{
+    Sandbox sandbox({"--no-daemon", "--no-mediad"});
+    const ProgramResult result = sandbox.run(R"sh(
+        cp /usr/local/share/media/prores_422/loss_of_video_625i_422.mov /media/A/a.mov
+        xpctl set active_media_path /media/A && xpctl settings export $OUT/s.json || true
+        for line in status 'watch --once' alarms 'acknowledge no_media' 'picture p.png' record 'record --at 10:00:00' schedule \
+            stop 'mark in' 'unmark in' marks 'marks a.mov' clips 'info a.mov' list 'list add a.mov' 'list clear' \
+            'edl save l' media 'export a.mov b' cancel 'verify a.mov' take-control release-control lock unlock \
+            local remote 'get video_input' params 'settings export' 'settings diff' 'profile save x' 'profile diff x'; do
+            rc=0; told=$(xpctl $line 2>&1) || rc=$?
+            [ $rc = 3 ] && [[ $told = *'not running'* ]] || echo "$line: $rc $told"
+        done
+        say done
+        for line in "settings import $OUT/s.json" 'settings reset' 'profile apply x' 'info /media/A/a.mov' 'mark in 0 /media/A/a.mov'; do
+            xpctl $line >/dev/null || echo "$line: $?"
+        done
+    )sh");
+    EXPECT_EQ(result.out.trimmed(), "== done");
+    EXPECT_EQ(result.err.count("it takes this up when it starts"), 4) << result.err.toStdString();
+}
+
 TEST(Xpctl, shellsAndManAcceptWhatIsMadeForThem)
 {
     Sandbox sandbox({"--no-daemon"});

@@ -11,17 +11,27 @@
 #include <QFileInfo>
 #include <QJsonArray>
 
+#include <algorithm>
+
 namespace {
+bool keepsTorn(const QJsonObject &take)
+{
+    return take.value("torn_pictures").toString() == QLatin1String("keep");
+}
+
 /// What happened in the take, in short: nothing when nothing did.
 QString happened(const QJsonObject &take)
 {
     static constexpr struct
     {
         const char *field, *one, *many;
-    } rows[] = {{"lost", "frame lost", "frames lost"},
-                {"replaced", "frame repeats the one before", "frames repeat the one before"},
+    } rows[] = {{"replaced", "frame repeats the one before", "frames repeat the one before"},
                 {"late_ticks", "tick late", "ticks late"}};
     QStringList parts;
+    // (Pictures that came torn and were kept count as well: they are there, though not whole.)
+    const QString lost = keepsTorn(take) ? QStringLiteral(" lost or torn") : QStringLiteral(" lost");
+    if (const qint64 count = take.value("lost").toInteger(); count > 0)
+        parts.append(qmxCounted(count, "frame") + lost);
     for (const auto &row : rows)
         if (const qint64 count = take.value(QLatin1String(row.field)).toInteger(); count > 0)
             parts.append(qmxCounted(count, row.one, row.many));
@@ -33,6 +43,29 @@ QString happened(const QJsonObject &take)
         parts.append(qmxCounted(breaks, "timecode break"));
     if (take.value("closed_by").toString() == "repair") parts.append(QStringLiteral("ended by a crash"));
     return parts.join(QStringLiteral(", "));
+}
+
+/// "3 frames, 10:00:04:01 to 10:00:04:03", the first ten of them, and how many more there are.
+QStringList lostRuns(const QJsonObject &object)
+{
+    constexpr qsizetype mostShown = 10;
+    const QJsonArray runs = object.value("lost_frames").toArray();
+    QStringList lines;
+    for (qsizetype i = 0; i < std::min(runs.size(), mostShown); ++i) {
+        const QJsonObject run = runs[i].toObject();
+        const auto place = [&run](const char *frame, const char *timecode) {
+            const QString text = run[QLatin1String(timecode)].toString();
+            return text.startsWith('-') ? QString::number(run[QLatin1String(frame)].toInteger()) : text;
+        };
+        const QString first = place("first", "first_timecode"), last = place("last", "last_timecode");
+        lines.append(qmxCounted(run["frames"].toInteger(), "frame") +
+                     (first == last ? QStringLiteral(" at %1").arg(first)
+                                    : QStringLiteral(", %1 to %2").arg(first, last)));
+    }
+    const qint64 leftOut = object["proof"]["take"]["losses_left_out"].toInteger();
+    if (const qint64 more = runs.size() - lines.size() + leftOut; more > 0)
+        lines.append(qmxCounted(more, "more place"));
+    return lines;
 }
 
 QString text(const QJsonObject &object, const QmxClipInfo &info)
@@ -76,8 +109,8 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
     }
     line("user bits", take.value("user_bits").toString());
     line("happened", happened(take));
-    for (const auto &[first, last] : info.lostFrames)
-        line("lost", QStringLiteral("frames %1 to %2").arg(first).arg(last));
+    for (const QString &run : lostRuns(object))
+        line(keepsTorn(take) ? "lost or torn" : "lost", run);
     return lines;
 }
 } // namespace

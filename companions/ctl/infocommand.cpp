@@ -77,7 +77,9 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
     };
     const auto number = [&object](const char *name) { return object.value(QLatin1String(name)).toDouble(); };
     line("clip", object.value("path").toString());
-    line("format", info.image.toString());
+    QmxImageDesc shape = info.image;
+    shape.setDataType({});
+    line("format", shape.toString() + ' ' + info.codecName());
     line("length",
          QStringLiteral("%1 s, %2").arg(number("seconds"), 0, 'f', 2).arg(qmxCounted(info.frames, "frame")));
     line("timecode", info.timecodeAt(0).isValid() ? object.value("start_timecode").toString() + " to " +

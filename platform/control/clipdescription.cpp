@@ -86,7 +86,7 @@ QJsonObject describeClip(const QFileInfo &file, const QmxClipInfo &info, const Q
             {"height", info.image.height()},
             {"scan", scanName(info.image)},
             {"frames_per_second", rate},
-            {"codec", info.image.dataType().name()},
+            {"codec", info.codecName()},
             {"frames", info.frames},
             {"seconds", seconds},
             {"start_timecode", info.timecodeAt(0).toString()},

@@ -111,7 +111,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         xpctl list | grep -q other.mov && xpctl list | grep take_002.mov && exit 9
         run take-control 30; run lock; run unlock; run local; run remote; run release-control
         xpctl set audio_input analog >&2; xpctl set audio_channels eight >&2; xpctl record >&2 || true
-        run acknowledge channels_need_embedded_audio; xpctl stop >&2 || true
+        run acknowledge channels_need_embedded_audio; run alarms; xpctl alarms | grep -q 'seen by root at 2'; xpctl stop >&2 || true
         echo "== frames"
         xpctl --json watch >$OUT/watch & watching=$!
         await '[ $(wc -l <$OUT/watch) -ge 60 ]'

@@ -135,6 +135,16 @@ QStringList forOne(const std::vector<std::string> &words)
     return rest;
 }
 
+QString noSuchCommand(const std::string &name)
+{
+    const QString unknown = QStringLiteral("there is no command '%1'").arg(QString::fromStdString(name));
+    std::vector<std::string> names;
+    for (const CommandRow &one : ctlCommands())
+        if (one.isListed()) names.emplace_back(one.name);
+    const QString near = nearestName(name, names);
+    return near.isEmpty() ? unknown : unknown + QStringLiteral("; did you mean %1?").arg(near);
+}
+
 /// What is wrong with the words, where the parser would only say that something is.
 QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &error)
 {
@@ -152,14 +162,7 @@ QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &
     const auto rows = ctlCommands();
     const auto row =
         std::find_if(rows.begin(), rows.end(), [&name](const CommandRow &one) { return one.name == *name; });
-    if (row == rows.end()) {
-        const QString unknown = QStringLiteral("there is no command '%1'").arg(QString::fromStdString(*name));
-        std::vector<std::string> names;
-        for (const CommandRow &one : rows)
-            if (one.isListed()) names.emplace_back(one.name);
-        const QString near = nearestName(*name, names);
-        return near.isEmpty() ? unknown : unknown + QStringLiteral("; did you mean %1?").arg(near);
-    }
+    if (row == rows.end()) return noSuchCommand(*name);
     for (const std::string &word : words) {
         const std::string option = word.substr(0, word.find('='));
         const bool isKnown =
@@ -265,7 +268,13 @@ ExitCode CommandLine::run(std::vector<std::string> words)
         _app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ParseError &error) {
         constexpr int helpWanted = 0;
-        if (error.get_exit_code() == helpWanted) {
+        // (Of a command that there is not the parser would show the help of all.)
+        const auto rows = ctlCommands();
+        const bool isKnown = words.empty() || words.front().starts_with('-') ||
+                             std::any_of(rows.begin(), rows.end(), [&words](const CommandRow &row) {
+                                 return row.name == words.front();
+                             });
+        if (isKnown && error.get_exit_code() == helpWanted) {
             _app.exit(error);
             return ExitCode::Done;
         }

@@ -218,7 +218,7 @@ TEST(Xpctl, figuresAreServed)
     EXPECT_GE(recorded == lines.end() ? 0 : recorded->split(' ').last().toDouble(), 25);
 }
 
-TEST(Xpctl, withNothingRunningCommandsSaySoAndSettingsAreKept)
+TEST(Xpctl, withNothingRunningCommandsSaySoAndUnknownOnesNameTheNearest)
 {
     Sandbox sandbox({"--no-daemon", "--no-mediad"});
     const ProgramResult result = sandbox.run(R"sh(
@@ -231,12 +231,15 @@ TEST(Xpctl, withNothingRunningCommandsSaySoAndSettingsAreKept)
             rc=0; told=$(xpctl $line 2>&1) || rc=$?
             [ $rc = 3 ] && [[ $told = *'not running'* ]] || echo "$line: $rc $told"
         done
-        say done
+        for line in 'help recrod' 'recrod --help' recrod lits; do xpctl $line 2>&1 | head -1; done
+        rc=0; xpctl help recrod 2>/dev/null || rc=$?; say "done $rc"
         for line in "settings import $OUT/s.json" 'settings reset' 'profile apply x' 'info /media/A/a.mov' 'mark in 0 /media/A/a.mov'; do
             xpctl $line >/dev/null || echo "$line: $?"
         done
     )sh");
-    EXPECT_EQ(result.out.trimmed(), "== done");
+    const QByteArray unknown = "xpctl: there is no command 'recrod'; did you mean record?\n";
+    EXPECT_EQ(result.out, unknown + unknown + unknown +
+                              "xpctl: there is no command 'lits'; did you mean list?\n== done 2\n");
     EXPECT_EQ(result.err.count("it takes this up when it starts"), 4) << result.err.toStdString();
 }
 

@@ -54,6 +54,7 @@ namespace {
 ExitCode withoutDaemon(Idle idle, const Report &report)
 {
     if (idle == Idle::TakesUp) report.note("the daemon is not running; it takes this up when it starts");
+    if (idle == Idle::Keeps) report.note("the daemon is not running; this was done without it");
     if (idle != Idle::TellsLast) return ExitCode::Done;
     const Answer answer = noDaemon();
     return report.error(ExitCode::NoDaemon, "the daemon is not running; this is what was known last",

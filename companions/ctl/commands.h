@@ -79,6 +79,7 @@ enum class Idle {
     Works,     ///< it has nothing to do with the daemon, or speaks of that itself
     Refuses,   ///< nothing is done
     TellsLast, ///< it is done, and told to be what was known last
+    Keeps,     ///< it is done, since it concerns the store alone; that the daemon is not running is told
     TakesUp,   ///< it is done, and taken up when the daemon starts
     NeedsPath  ///< a clip by its name is refused, since which medium is active only the daemon says; by its
                ///< full path it is done

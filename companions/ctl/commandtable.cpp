@@ -159,7 +159,7 @@ std::span<const CommandRow> ctlCommands()
         {settings, "profile", "keep the settings under a name, show what it would change, apply it",
          {{"ACTION", "list, save, diff (what apply would change), apply or remove", true, Type::Choice, {"list", "save", "diff", "apply", "remove"}},
           {"NAME", "of the profile; of a further channel its own, else that of channel 1", false, Type::Text, {}, false, "@profiles"}},
-         "force", Needs::Store, ctlProfile, {{Idle::TakesUp, "apply"}, {Idle::TellsLast}}},
+         "force", Needs::Store, ctlProfile, {{Idle::TakesUp, "apply"}, {Idle::Keeps, "save remove"}, {Idle::TellsLast}}},
 
         {machine, "help", "list the commands, or show how one is used",
          {{"COMMAND", "its name", false, Type::Text, {}, false, "@commands"}}, "", Needs::Nothing, nullptr, {}, ctlNothing},

@@ -227,12 +227,13 @@ TEST(Xpctl, withNothingRunningCommandsSaySoAndUnknownOnesNameTheNearest)
         for line in status 'watch --once' alarms 'acknowledge no_media' 'picture p.png' record 'record --at 10:00:00' schedule \
             stop 'mark in' 'unmark in' marks 'marks a.mov' clips 'info a.mov' list 'list add a.mov' 'list clear' \
             'edl save l' media 'export a.mov b' cancel 'verify a.mov' take-control release-control lock unlock \
-            local remote 'get video_input' params 'settings export' 'settings diff' 'profile save x' 'profile diff x'; do
+            local remote 'get video_input' params 'settings export' 'settings diff' 'profile list'; do
             rc=0; told=$(xpctl $line 2>&1) || rc=$?
             [ $rc = 3 ] && [[ $told = *'not running'* ]] || echo "$line: $rc $told"
         done
         for line in 'help recrod' 'recrod --help' recrod lits; do xpctl $line 2>&1 | head -1; done
         rc=0; xpctl help recrod 2>/dev/null || rc=$?; say "done $rc"
+        xpctl profile save x >/dev/null; rc=0; xpctl profile diff x >/dev/null 2>&1 || rc=$?; [ $rc = 3 ]
         for line in "settings import $OUT/s.json" 'settings reset' 'profile apply x' 'info /media/A/a.mov' 'mark in 0 /media/A/a.mov'; do
             xpctl $line >/dev/null || echo "$line: $?"
         done

@@ -2,10 +2,13 @@
 // alarms: what is wrong, since when, what to do about it, and what was wrong before.
 #include "companions/ctl/commands.h"
 
+#include "platform/control/alarmseen.h"
 #include "platform/store/alarms.h"
+#include "platform/store/eparamcontrol.h"
 
 #include <QDateTime>
 #include <QJsonArray>
+#include <QJsonDocument>
 
 #include <map>
 
@@ -63,23 +66,31 @@ ExitCode ctlAlarms(Recorder &recorder, const Report &report, const Arguments &ar
     const std::vector<AlarmRecord> history = recorder.config().alarmHistory(wholeHistory);
     if (arguments.history) return showHistory(history, report);
     const std::map<eParam_t, QDateTime> since = raisedSince(history);
+    const QJsonObject acknowledged =
+        QJsonDocument::fromJson(recorder.text(eParam_AlarmsAcknowledged).toUtf8()).object();
     QJsonArray list;
     QString text;
     for (const Recorder::Alarm &alarm : recorder.alarms()) {
         const auto raised = since.find(alarm.id);
         const QString time = raised == since.end() ? QString() : raised->second.toString(Qt::ISODate);
+        const AlarmSeen seen = AlarmSeen::of(acknowledged, alarm.name,
+                                             raised == since.end() ? 0 : raised->second.toMSecsSinceEpoch());
         const QString advice = QString::fromLatin1(alarmAdvice(alarm.id));
         list.append(QJsonObject{{"name", alarm.name},
                                 {"level", alarm.level},
                                 {"message", alarm.message},
                                 {"since", time},
-                                {"advice", advice}});
+                                {"advice", advice},
+                                {"acknowledged_by", seen.by},
+                                {"acknowledged_at", seen.at}});
         const QString level =
             Report::painted(QStringLiteral("%1").arg(alarm.level, -11),
                             alarm.level == "error" ? Report::Colour::Bad : Report::Colour::Notice);
         text += QStringLiteral("%1  %2  %3\n").arg(level).arg(alarm.name, -28).arg(alarm.message);
         text += QStringLiteral("             since %1: %2\n")
                     .arg(time.isEmpty() ? QStringLiteral("an unknown time") : time, advice);
+        if (!seen.at.isEmpty())
+            text += QStringLiteral("             seen by %1 at %2\n").arg(seen.by, seen.at);
     }
     report.result(list.isEmpty() ? QStringLiteral("no alarms") : text, {{"alarms", list}});
     return ExitCode::Done;

@@ -16,10 +16,26 @@
 
 #include <algorithm>
 
-bool CommandRow::tellsOfDaemon() const
+namespace {
+bool isAmong(const std::string &word, const char *words)
 {
-    return needs == Needs::Store && (run == ctlAlarms || run == ctlClips || run == ctlMedia ||
-                                     run == ctlList || run == ctlGet || run == ctlWatch);
+    return (" " + std::string(words) + " ").find(" " + word + " ") != std::string::npos;
+}
+} // namespace
+
+Idle CommandRow::idleWith(const Arguments &typed) const
+{
+    if (needs == Needs::Daemon) return Idle::Refuses;
+    for (const IdleRow &row : idle)
+        if (!*row.actions || isAmong(typed.word(0), row.actions)) {
+            if (row.idle != Idle::NeedsPath) return row.idle;
+            for (size_t i = 0; i < arguments.size(); ++i)
+                if (arguments[i].type == ArgumentRow::Type::Clip &&
+                    typed.word(i).find('/') != std::string::npos)
+                    return Idle::Works;
+            return Idle::Refuses;
+        }
+    return Idle::Works;
 }
 
 bool CommandRow::worksWithoutStore() const
@@ -30,21 +46,27 @@ bool CommandRow::worksWithoutStore() const
 
 bool CommandRow::takes(const OptionRow &option) const
 {
-    return (" " + std::string(options) + " ").find(" " + std::string(option.name) + " ") != std::string::npos;
+    return isAmong(option.name, options);
 }
 
 namespace {
-/// What a command has told without a daemon is what was known last.
-ExitCode withoutDaemon(const CommandRow &row, const Report &report)
+/// What is to be said of a command that was done without a daemon.
+ExitCode withoutDaemon(Idle idle, const Report &report)
 {
-    if (row.run == ctlSet) {
-        report.note("the daemon is not running; it takes this up when it starts");
-        return ExitCode::Done;
-    }
-    if (!row.tellsOfDaemon()) return ExitCode::Done;
+    if (idle == Idle::TakesUp) report.note("the daemon is not running; it takes this up when it starts");
+    if (idle == Idle::Keeps) report.note("the daemon is not running; this was done without it");
+    if (idle != Idle::TellsLast) return ExitCode::Done;
     const Answer answer = noDaemon();
     return report.error(ExitCode::NoDaemon, "the daemon is not running; this is what was known last",
                         answer.advice);
+}
+
+ExitCode refusedWithoutDaemon(const CommandRow &row, const Report &report)
+{
+    Answer answer = noDaemon();
+    if (!row.idle.empty() && row.idle.front().idle == Idle::NeedsPath)
+        answer.advice += QStringLiteral("; a clip can be given by its full path, too");
+    return tell(report, answer);
 }
 
 /// Empty, or which word is none of those that may stand there.
@@ -82,16 +104,15 @@ ExitCode runCommand(const CommandRow &row, const Report &report, const Arguments
         return report.error(ExitCode::NoStore, problem);
     Arguments planned = arguments;
     const VerbRow *plan = scheduleVerb(row, planned);
-    if (!plan && row.needs == Needs::Daemon && !recorder.daemonIsRunning()) {
-        return tell(report, noDaemon());
-    }
+    // (Settings of another recorder are no concern of the daemon here.)
+    const bool isIdle = recorder.environment().places->recorder.isEmpty() && !recorder.daemonIsRunning();
+    const Idle idle = isIdle && !plan ? row.idleWith(arguments) : Idle::Works;
+    if (idle == Idle::Refuses) return refusedWithoutDaemon(row, report);
     Recorder::catchInterrupt();
     if (plan) return runVerb(control, *plan, report, planned);
     if (row.verb) return runVerb(control, *row.verb, report, arguments);
     const ExitCode code = row.run(recorder, report, arguments);
-    const bool isHere = recorder.environment().places->recorder.isEmpty();
-    return code == ExitCode::Done && isHere && !recorder.daemonIsRunning() ? withoutDaemon(row, report)
-                                                                           : code;
+    return code == ExitCode::Done ? withoutDaemon(idle, report) : code;
 }
 
 /// What stands before or behind any command.
@@ -115,6 +136,16 @@ QStringList forOne(const std::vector<std::string> &words)
     return rest;
 }
 
+QString noSuchCommand(const std::string &name)
+{
+    const QString unknown = QStringLiteral("there is no command '%1'").arg(QString::fromStdString(name));
+    std::vector<std::string> names;
+    for (const CommandRow &one : ctlCommands())
+        if (one.isListed()) names.emplace_back(one.name);
+    const QString near = nearestName(name, names);
+    return near.isEmpty() ? unknown : unknown + QStringLiteral("; did you mean %1?").arg(near);
+}
+
 /// What is wrong with the words, where the parser would only say that something is.
 QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &error)
 {
@@ -132,14 +163,7 @@ QString mistakeIn(const std::vector<std::string> &words, const CLI::ParseError &
     const auto rows = ctlCommands();
     const auto row =
         std::find_if(rows.begin(), rows.end(), [&name](const CommandRow &one) { return one.name == *name; });
-    if (row == rows.end()) {
-        const QString unknown = QStringLiteral("there is no command '%1'").arg(QString::fromStdString(*name));
-        std::vector<std::string> names;
-        for (const CommandRow &one : rows)
-            if (one.isListed()) names.emplace_back(one.name);
-        const QString near = nearestName(*name, names);
-        return near.isEmpty() ? unknown : unknown + QStringLiteral("; did you mean %1?").arg(near);
-    }
+    if (row == rows.end()) return noSuchCommand(*name);
     for (const std::string &word : words) {
         const std::string option = word.substr(0, word.find('='));
         const bool isKnown =
@@ -245,7 +269,13 @@ ExitCode CommandLine::run(std::vector<std::string> words)
         _app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ParseError &error) {
         constexpr int helpWanted = 0;
-        if (error.get_exit_code() == helpWanted) {
+        // (Of a command that there is not the parser would show the help of all.)
+        const auto rows = ctlCommands();
+        const bool isKnown = words.empty() || words.front().starts_with('-') ||
+                             std::any_of(rows.begin(), rows.end(), [&words](const CommandRow &row) {
+                                 return row.name == words.front();
+                             });
+        if (isKnown && error.get_exit_code() == helpWanted) {
             _app.exit(error);
             return ExitCode::Done;
         }

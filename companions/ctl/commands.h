@@ -74,6 +74,24 @@ struct OptionRow
     void (*add)(CLI::App &command, Arguments &arguments);
 };
 
+/// What becomes of a command that the store is enough for while the daemon is not running.
+enum class Idle {
+    Works,     ///< it has nothing to do with the daemon, or speaks of that itself
+    Refuses,   ///< nothing is done
+    TellsLast, ///< it is done, and told to be what was known last
+    Keeps,     ///< it is done, since it concerns the store alone; that the daemon is not running is told
+    TakesUp,   ///< it is done, and taken up when the daemon starts
+    NeedsPath  ///< a clip by its name is refused, since which medium is active only the daemon says; by its
+               ///< full path it is done
+};
+
+/// The one that holds for some actions of a command: what its first word may be.
+struct IdleRow
+{
+    Idle idle;
+    const char *actions = ""; ///< separated by blanks; empty: all that no row before has
+};
+
 /// One command: a row of the table in commandtable.cpp.
 struct CommandRow
 {
@@ -84,14 +102,15 @@ struct CommandRow
     const char *options; ///< names of its options, separated by blanks
     Needs needs;
     ExitCode (*run)(Recorder &recorder, const Report &report, const Arguments &arguments);
+    std::vector<IdleRow> idle = {}; ///< none: Works
     /// In place of `run` when it needs nothing.
     ExitCode (*runAlone)(const Report &report, const Arguments &arguments) = nullptr;
     /// In place of both when it is a verb of the recorder.
     const VerbRow *verb = nullptr;
 
     bool takes(const OptionRow &option) const;
-    /// What it tells is of a daemon: without one, of that which was there last.
-    bool tellsOfDaemon() const;
+    /// Without a daemon, as it was typed.
+    Idle idleWith(const Arguments &arguments) const;
     /// Shared memory, the disk and the daemon's socket are enough for it.
     bool worksWithoutStore() const;
     bool isListed() const { return *help != '\0'; }

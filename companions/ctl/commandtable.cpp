@@ -62,10 +62,12 @@ const char *wordsFor(const VerbRow &verb, const VerbArgument &argument)
 /// A command that is a verb: its help and its arguments are the verb's. `labels` are how the arguments are
 /// called here, `name` the command when it is not the verb's.
 CommandRow ofVerb(const char *group, const char *verbName, const char *options,
-                  std::vector<const char *> labels = {}, const char *name = nullptr)
+                  std::vector<const char *> labels = {}, const char *name = nullptr,
+                  std::vector<IdleRow> idle = {})
 {
     const VerbRow *verb = findVerb(QString::fromLatin1(verbName));
-    CommandRow row{group, name ? name : verbName, verb->help, {}, options, verb->needs, nullptr};
+    CommandRow row{group,   name ? name : verbName, verb->help, {}, options, verb->needs,
+                   nullptr, std::move(idle)};
     for (const VerbArgument &argument : verb->arguments) {
         if (argument.isForShellOnly || argument.isOption) continue;
         const bool isClip = argument.type == VerbArgument::Type::Clip;
@@ -87,16 +89,16 @@ std::span<const CommandRow> ctlCommands()
 {
     static const std::vector<CommandRow> rows = {
         {looking, "status", "show what the recorder is doing", {}, "", Needs::Store, ctlStatus},
-        {looking, "watch", "show it continuously, a line a frame", {}, "once stats", Needs::Store, ctlWatch},
+        {looking, "watch", "show it continuously, a line a frame", {}, "once stats", Needs::Store, ctlWatch, {{Idle::TellsLast}}},
         {looking, "ready", "say whether a take could begin now, and begin none", {}, "", Needs::Daemon, ctlReady},
-        {looking, "alarms", "list what is wrong now, since when, and what to do", {}, "history markdown", Needs::Store, ctlAlarms},
+        {looking, "alarms", "list what is wrong now, since when, and what to do", {}, "history markdown", Needs::Store, ctlAlarms, {{Idle::TellsLast}}},
         ofVerb(looking, "acknowledge", "", {"ALARM"}),
         {looking, "picture", "save the picture on the output as a PNG or JPEG file",
          {{"FILE", "its name; the ending, .png or .jpg, says which", true, Type::File}}, "full", Needs::Daemon, ctlPicture},
 
         ofVerb(transport, "record", "for start at until no-wait on-word"),
         {transport, "schedule", "list the takes to come, or cancel one",
-         {{"ACTION", "cancel", false, Type::Choice, {"cancel"}}, {"N", "number of the take", false, Type::Text, {}, false, "@takes"}}, "", Needs::Store, ctlSchedule},
+         {{"ACTION", "cancel", false, Type::Choice, {"cancel"}}, {"N", "number of the take", false, Type::Text, {}, false, "@takes"}}, "", Needs::Store, ctlSchedule, {{Idle::TellsLast}}},
         ofVerb(transport, "play", "wait no-wait force", {"SPEED"}),
         ofVerb(transport, "still", "no-wait force"),
         ofVerb(transport, "stop", "no-wait force on-word"),
@@ -108,22 +110,22 @@ std::span<const CommandRow> ctlCommands()
         ofVerb(transport, "live", "no-wait force", {"SECONDS"}),
         ofVerb(transport, "replay", "no-wait force", {"SPEED"}),
         ofVerb(transport, "angle", "no-wait force", {"CLIP"}),
-        ofVerb(transport, "mark", "", {"WHAT", "WHERE", "CLIP"}),
-        ofVerb(transport, "unmark", "", {"WHAT", "CLIP"}),
-        ofVerb(transport, "marks", "", {"CLIP"}),
+        ofVerb(transport, "mark", "", {"WHAT", "WHERE", "CLIP"}, nullptr, {{Idle::NeedsPath}}),
+        ofVerb(transport, "unmark", "", {"WHAT", "CLIP"}, nullptr, {{Idle::NeedsPath}}),
+        ofVerb(transport, "marks", "", {"CLIP"}, nullptr, {{Idle::NeedsPath}}),
 
-        {clips, "clips", "list the clips of the active medium", {}, "all", Needs::Store, ctlClips},
+        {clips, "clips", "list the clips of the active medium", {}, "all", Needs::Store, ctlClips, {{Idle::TellsLast}}},
         {clips, "info", "show what a clip is: format, length, timecode, size, sound, reel",
-         {{"CLIP", "as `xpctl clips` shows it, or its full path", true, Type::Clip}}, "", Needs::Store, ctlInfo},
+         {{"CLIP", "as `xpctl clips` shows it, or its full path", true, Type::Clip}}, "", Needs::Store, ctlInfo, {{Idle::NeedsPath}}},
         {clips, "list", "show or change the play list",
          {{"ACTION", "show, add, move, remove or clear", false, Type::Choice, {"show", "add", "move", "remove", "clear"}},
           {"ENTRY", "add: clips, and behind them the place to put them (else the end); move: from and to; remove: "
            "places, counted from 0", false, Type::Clip, {}, true, "@entries"}},
-         "", Needs::Store, ctlList},
+         "", Needs::Store, ctlList, {{Idle::Refuses, "add move remove clear"}, {Idle::TellsLast}}},
         {clips, "edl", "write the play list, or the marks of a clip, as an edit decision list (CMX 3600), or read them from one",
          {{"ACTION", "save or load", true, Type::Choice, {"save", "load"}}, {"FILE", "its name", true, Type::File},
-          {"CLIP", "whose marks; else it is the play list", false, Type::Clip}}, "", Needs::Store, ctlEdl},
-        {clips, "media", "list the media with their room and how long one can still record", {}, "", Needs::Store, ctlMedia},
+          {"CLIP", "whose marks; else it is the play list", false, Type::Clip}}, "", Needs::Store, ctlEdl, {{Idle::NeedsPath}}},
+        {clips, "media", "list the media with their room and how long one can still record", {}, "", Needs::Store, ctlMedia, {{Idle::TellsLast}}},
         ofVerb(clips, "copy", "no-wait", {"CLIP", "MEDIUM"}),
         ofVerb(clips, "verify", "all no-wait", {"CLIP"}),
         ofVerb(clips, "export", "in out list proxy burn no-wait", {"CLIP", "TO"}),
@@ -141,43 +143,43 @@ std::span<const CommandRow> ctlCommands()
         ofVerb(control, "local", ""),
 
         {settings, "get", "show a parameter",
-         {{"NAME", "as `xpctl params` shows it", true, Type::Parameter}}, "", Needs::Store, ctlGet},
+         {{"NAME", "as `xpctl params` shows it", true, Type::Parameter}}, "", Needs::Store, ctlGet, {{Idle::TellsLast}}},
         {settings, "set", "change a parameter",
          {{"NAME", "as `xpctl params` shows it", true, Type::Parameter, {}, false, "@settable"},
           {"VALUE", "a label, number or text", true, Type::Value}},
-         "force", Needs::Store, ctlSet},
+         "force", Needs::Store, ctlSet, {{Idle::TakesUp}}},
         {settings, "params", "list parameters with value, choices and help",
-         {{"WORD", "only those whose name holds it", false, Type::Parameter}}, "markdown", Needs::Store, ctlParams},
+         {{"WORD", "only those whose name holds it", false, Type::Parameter}}, "markdown", Needs::Store, ctlParams, {{Idle::TellsLast}}},
 
         {settings, "settings", "keep all settings in a file, take them from one, compare them, or go back to the defaults",
          {{"ACTION", "export, import, diff (with a file, else with the defaults) or reset", true, Type::Choice, {"export", "import", "diff", "reset"}},
           {"FILE", "its name; reset: a single parameter", false, Type::File, {}, false, "@settings"}},
-         "force", Needs::Store, ctlSettings},
+         "force", Needs::Store, ctlSettings, {{Idle::TakesUp, "import reset"}, {Idle::TellsLast}}},
 
         {settings, "profile", "keep the settings under a name, show what it would change, apply it",
          {{"ACTION", "list, save, diff (what apply would change), apply or remove", true, Type::Choice, {"list", "save", "diff", "apply", "remove"}},
           {"NAME", "of the profile; of a further channel its own, else that of channel 1", false, Type::Text, {}, false, "@profiles"}},
-         "force", Needs::Store, ctlProfile},
+         "force", Needs::Store, ctlProfile, {{Idle::TakesUp, "apply"}, {Idle::Keeps, "save remove"}, {Idle::TellsLast}}},
 
         {machine, "help", "list the commands, or show how one is used",
-         {{"COMMAND", "its name", false, Type::Text, {}, false, "@commands"}}, "", Needs::Nothing, nullptr, ctlNothing},
+         {{"COMMAND", "its name", false, Type::Text, {}, false, "@commands"}}, "", Needs::Nothing, nullptr, {}, ctlNothing},
         {machine, "channel", "list, make or remove further recorders of this machine",
          {{"ACTION", "list, add, remove; for the services: view (its folders and its share of the media), follow (the "
            "media of all channels)", true, Type::Choice, {"list", "add", "remove", "view", "follow"}},
           {"CHANNEL", "its number, from 2 to 64", false, Type::Text, {}, false, "@channels"},
           {"INPUT", "add: where its picture comes from, as in the profile (else a test picture); plays:N makes one that "
            "plays the clips of channel N and records none", false}},
-         "", Needs::Nothing, nullptr, ctlChannel},
+         "", Needs::Nothing, nullptr, {}, ctlChannel},
         {machine, "fleet", "list the recorders that keep their settings on the same server, rename or forget one",
          {{"ACTION", "list, rename or remove; neither is done with one that is in use", true, Type::Choice, {"list", "rename", "remove"}},
           {"NAME", "of a recorder", false},
           {"NEW", "rename: its new name", false}},
-         "", Needs::Nothing, nullptr, ctlFleet},
-        {machine, "doctor", "check the installation and say what to do", {}, "", Needs::Nothing, nullptr, ctlDoctor},
+         "", Needs::Nothing, nullptr, {}, ctlFleet},
+        {machine, "doctor", "check the installation and say what to do", {}, "", Needs::Nothing, nullptr, {}, ctlDoctor},
         {machine, "metrics", "print figures for monitoring, or serve them", {}, "listen", Needs::Store, ctlMetrics},
         {machine, "completion", "print the completion of these commands for a shell",
-         {{"SHELL", "bash or zsh", true, Type::Choice, {"bash", "zsh"}}}, "", Needs::Nothing, nullptr, ctlCompletion},
-        {machine, "manual", "print the manual page, for man", {}, "", Needs::Nothing, nullptr, ctlManual},
+         {{"SHELL", "bash or zsh", true, Type::Choice, {"bash", "zsh"}}}, "", Needs::Nothing, nullptr, {}, ctlCompletion},
+        {machine, "manual", "print the manual page, for man", {}, "", Needs::Nothing, nullptr, {}, ctlManual},
         ofVerb(machine, "shut_down", "no-wait force", {}, "shut-down"),
         {"", "complete", "", {{"KIND", "", true}, {"OF", "", false}}, "", Needs::Store, ctlComplete},
     };

@@ -11,17 +11,27 @@
 #include <QFileInfo>
 #include <QJsonArray>
 
+#include <algorithm>
+
 namespace {
+bool keepsTorn(const QJsonObject &take)
+{
+    return take.value("torn_pictures").toString() == QLatin1String("keep");
+}
+
 /// What happened in the take, in short: nothing when nothing did.
 QString happened(const QJsonObject &take)
 {
     static constexpr struct
     {
         const char *field, *one, *many;
-    } rows[] = {{"lost", "frame lost", "frames lost"},
-                {"replaced", "frame repeats the one before", "frames repeat the one before"},
+    } rows[] = {{"replaced", "frame repeats the one before", "frames repeat the one before"},
                 {"late_ticks", "tick late", "ticks late"}};
     QStringList parts;
+    // (Pictures that came torn and were kept count as well: they are there, though not whole.)
+    const QString lost = keepsTorn(take) ? QStringLiteral(" lost or torn") : QStringLiteral(" lost");
+    if (const qint64 count = take.value("lost").toInteger(); count > 0)
+        parts.append(qmxCounted(count, "frame") + lost);
     for (const auto &row : rows)
         if (const qint64 count = take.value(QLatin1String(row.field)).toInteger(); count > 0)
             parts.append(qmxCounted(count, row.one, row.many));
@@ -35,6 +45,29 @@ QString happened(const QJsonObject &take)
     return parts.join(QStringLiteral(", "));
 }
 
+/// "3 frames, 10:00:04:01 to 10:00:04:03", the first ten of them, and how many more there are.
+QStringList lostRuns(const QJsonObject &object)
+{
+    constexpr qsizetype mostShown = 10;
+    const QJsonArray runs = object.value("lost_frames").toArray();
+    QStringList lines;
+    for (qsizetype i = 0; i < std::min(runs.size(), mostShown); ++i) {
+        const QJsonObject run = runs[i].toObject();
+        const auto place = [&run](const char *frame, const char *timecode) {
+            const QString text = run[QLatin1String(timecode)].toString();
+            return text.startsWith('-') ? QString::number(run[QLatin1String(frame)].toInteger()) : text;
+        };
+        const QString first = place("first", "first_timecode"), last = place("last", "last_timecode");
+        lines.append(qmxCounted(run["frames"].toInteger(), "frame") +
+                     (first == last ? QStringLiteral(" at %1").arg(first)
+                                    : QStringLiteral(", %1 to %2").arg(first, last)));
+    }
+    const qint64 leftOut = object["proof"]["take"]["losses_left_out"].toInteger();
+    if (const qint64 more = runs.size() - lines.size() + leftOut; more > 0)
+        lines.append(qmxCounted(more, "more place"));
+    return lines;
+}
+
 QString text(const QJsonObject &object, const QmxClipInfo &info)
 {
     constexpr double million = 1e6;
@@ -44,7 +77,9 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
     };
     const auto number = [&object](const char *name) { return object.value(QLatin1String(name)).toDouble(); };
     line("clip", object.value("path").toString());
-    line("format", info.image.toString());
+    QmxImageDesc shape = info.image;
+    shape.setDataType({});
+    line("format", shape.toString() + ' ' + info.codecName());
     line("length",
          QStringLiteral("%1 s, %2").arg(number("seconds"), 0, 'f', 2).arg(qmxCounted(info.frames, "frame")));
     line("timecode", info.timecodeAt(0).isValid() ? object.value("start_timecode").toString() + " to " +
@@ -76,8 +111,8 @@ QString text(const QJsonObject &object, const QmxClipInfo &info)
     }
     line("user bits", take.value("user_bits").toString());
     line("happened", happened(take));
-    for (const auto &[first, last] : info.lostFrames)
-        line("lost", QStringLiteral("frames %1 to %2").arg(first).arg(last));
+    for (const QString &run : lostRuns(object))
+        line(keepsTorn(take) ? "lost or torn" : "lost", run);
     return lines;
 }
 } // namespace

@@ -3,19 +3,22 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 namespace {
-/// How many letters have to be changed to make one word of the other.
+/// How many letters have to be changed to make one word of the other; two that have changed places are one.
 size_t distance(const std::string &from, const std::string &to)
 {
     std::vector<size_t> row(to.size() + 1);
     std::iota(row.begin(), row.end(), size_t(0));
+    std::vector<size_t> above = row, aboveThat;
     for (size_t i = 0; i < from.size(); ++i) {
-        size_t diagonal = row[0]++;
+        aboveThat = std::exchange(above, row);
+        row[0] = i + 1;
         for (size_t j = 0; j < to.size(); ++j) {
-            const size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+            row[j + 1] = std::min({above[j] + (from[i] == to[j] ? 0 : 1), row[j] + 1, above[j + 1] + 1});
+            if (i > 0 && j > 0 && from[i] == to[j - 1] && from[i - 1] == to[j])
+                row[j + 1] = std::min(row[j + 1], aboveThat[j - 1] + 1);
         }
     }
     return row.back();

@@ -16,6 +16,12 @@ QString shown(const ParamDescriptor &descriptor, const StoreValue &value)
     return QString::fromStdString(descriptor.print(value));
 }
 
+/// A list is shown in the one line that each setting has.
+QString inLine(QString value)
+{
+    return value.replace('\n', QStringLiteral(", "));
+}
+
 /// What differs from now, in the order of the table.
 std::vector<const ParamDescriptor *> differing(Recorder &recorder, const SettingValues &values)
 {
@@ -84,7 +90,7 @@ ExitCode tellDifference(Recorder &recorder, const Report &report, const SettingV
         const QString name = QString::fromStdString(descriptor->name());
         const QString here = shown(*descriptor, value), there = shown(*descriptor, other->second);
         list.append(QJsonObject{{"name", name}, {"value", here}, {"other", there}});
-        text += QStringLiteral("%1  %2  (not %3)\n").arg(name, -28).arg(here, there);
+        text += QStringLiteral("%1  %2  (not %3)\n").arg(name, -28).arg(inLine(here), inLine(there));
     }
     report.result(list.isEmpty() ? QStringLiteral("nothing differs") : text, {{"differences", list}});
     return ExitCode::Done;

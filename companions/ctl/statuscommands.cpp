@@ -342,7 +342,8 @@ namespace {
 QJsonArray brokenClips(const Recorder &recorder, const QString &folder)
 {
     QJsonArray broken;
-    for (const QString &name : QDir(recorder.here(folder)).entryList(QDir::Files, QDir::Name)) {
+    const auto all = QDir::Files | QDir::Dirs | QDir::System | QDir::NoDotAndDotDot;
+    for (const QString &name : QDir(recorder.here(folder)).entryList(all, QDir::Name)) {
         if (!isClipName(name.toLocal8Bit().toStdString())) continue;
         const QString why = recorder.whyUnplayable(folder + '/' + name);
         if (!why.isEmpty()) broken.append(QJsonObject{{"name", name}, {"reason", why}});

@@ -26,7 +26,7 @@ QmxError claim(const OpenFile &clip, const std::string &path, const QmxEnvironme
     QmxFiles &files = *environment.files;
     struct stat64 status = {};
     if (!clip.isOpen() || files.fstat(clip.fd(), &status) != 0)
-        return refused(path, errno, "cannot be opened: " + QmxError(errno).toString());
+        return refused(path, errno, whyNotOpened(errno));
     if ((status.st_mode & S_IWUSR) == 0)
         return refused(path, EPERM, "is protected; xpctl unprotect it first");
     const auto lock = [&] { return files.flock(clip.fd(), LOCK_EX | LOCK_NB) == 0; };
@@ -57,7 +57,7 @@ QmxError protectClip(const std::string &path, bool on, const QmxEnvironment &env
     const OpenFile clip(*environment.files, path, O_RDONLY);
     struct stat64 status = {};
     if (!clip.isOpen() || environment.files->fstat(clip.fd(), &status) != 0)
-        return refused(path, errno, "cannot be opened: " + QmxError(errno).toString());
+        return refused(path, errno, whyNotOpened(errno));
     const mode_t mode = on ? status.st_mode & ~everybodyWrites : status.st_mode | S_IWUSR;
     if (fchmod(clip.fd(), mode & 07777) != 0)
         return refused(path, errno, "cannot be marked: " + QmxError(errno).toString());

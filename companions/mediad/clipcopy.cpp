@@ -72,7 +72,10 @@ public:
 private:
     QmxError check(const OpenFile &source)
     {
-        if (!source.isOpen()) return failed("cannot read", _from);
+        if (!source.isOpen()) {
+            const int reason = errno;
+            return {reason, QString::fromLocal8Bit(_from) + ' ' + whyNotOpened(reason)};
+        }
         if (_files.flock(source.fd(), LOCK_SH | LOCK_NB) != 0)
             return {EWOULDBLOCK, QStringLiteral("%1 is being recorded; copy it when the take has ended")
                                      .arg(QString::fromLocal8Bit(_from))};

@@ -41,6 +41,9 @@ QmxError clipsOf(const std::string &folder, const std::string &clip, std::vector
         return {failed.value(),
                 QStringLiteral("%1 cannot be read: %2")
                     .arg(QString::fromLocal8Bit(folder), QString::fromStdString(failed.message()))};
+    if (clips.empty() && !clip.empty() && fs::is_directory(folder + '/' + clip, failed))
+        return {ENOTSUP, QStringLiteral("%1 is a folder; only a clip that is one file carries a proof")
+                             .arg(QString::fromLocal8Bit(clip))};
     if (clips.empty() && !clip.empty())
         return {ENOENT, QStringLiteral("there is no clip %1 on %2")
                             .arg(QString::fromLocal8Bit(clip), QString::fromLocal8Bit(folder))};

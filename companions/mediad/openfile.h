@@ -2,8 +2,10 @@
 #pragma once
 
 #include "platform/qmx/core/qmxclock.h"
+#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxfiles.h"
 
+#include <cerrno>
 #include <functional>
 #include <string>
 #include <utility>
@@ -20,6 +22,16 @@ inline bool tryForAMoment(QmxClock &clock, const std::function<bool()> &attempt)
         clock.sleepFor(pause);
     }
     return true;
+}
+
+/// Why a clip cannot be opened, of `reason`, an errno value.
+inline QString whyNotOpened(int reason)
+{
+    if (reason == ELOOP) return QStringLiteral("is a link; this is done with the file that it leads to");
+    if (reason == ENOTSUP || reason == EISDIR)
+        return QStringLiteral("is a folder; this is done with clips that are one file, and with folders by "
+                              "the machine's own commands");
+    return "cannot be opened: " + QmxError(reason).toString();
 }
 
 /// A file that is closed with its owner.

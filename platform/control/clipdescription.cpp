@@ -8,6 +8,8 @@
 #include <QDir>
 #include <QJsonArray>
 
+#include <algorithm>
+
 namespace {
 /// Bytes of a file, or of all pictures in a folder.
 qint64 bytesOf(const QFileInfo &file)
@@ -31,6 +33,44 @@ QJsonObject proofOf(const QmxClipCheck &claims)
             {"chain", QString::fromLatin1(claims.chain)},
             {"take", claims.take}};
 }
+/// The runs of frames that have lost something: those that are not in the file, and those before or at which
+/// pictures of the input are missing, by the record of the take.
+QJsonArray lostRuns(const QmxClipInfo &info, const QJsonObject &take)
+{
+    struct Run
+    {
+        qint64 first, last, frames;
+    };
+    QList<Run> runs;
+    for (const auto &[first, last] : info.lostFrames)
+        runs.append({first, last, last - first + 1});
+    for (const auto &value : take.value("losses").toArray()) {
+        const QJsonObject loss = value.toObject();
+        // (What was lost at the end stands before a frame that there is not.)
+        const qint64 end = std::max<qint64>(info.frames - 1, 0);
+        const qint64 first = std::min(loss["before_frame"].toInteger(), end);
+        runs.append({first, std::min(loss["to_frame"].toInteger(first), end), loss["frames"].toInteger()});
+    }
+    std::sort(runs.begin(), runs.end(),
+              [](const Run &one, const Run &other) { return one.first < other.first; });
+    QList<Run> joined;
+    for (const Run &run : std::as_const(runs)) {
+        if (joined.isEmpty() || run.first > joined.last().last + 1) {
+            joined.append(run);
+        } else {
+            joined.last().last = std::max(joined.last().last, run.last);
+            joined.last().frames += run.frames;
+        }
+    }
+    QJsonArray list;
+    for (const Run &run : std::as_const(joined))
+        list.append(QJsonObject{{"first", run.first},
+                                {"last", run.last},
+                                {"frames", run.frames},
+                                {"first_timecode", info.timecodeAt(run.first).toString()},
+                                {"last_timecode", info.timecodeAt(run.last).toString()}});
+    return list;
+}
 } // namespace
 
 QJsonObject describeClip(const QFileInfo &file, const QmxClipInfo &info, const QmxEnvironment &environment)
@@ -40,16 +80,13 @@ QJsonObject describeClip(const QFileInfo &file, const QmxClipInfo &info, const Q
     const double rate = info.image.frameRate().toDouble();
     const double seconds = rate > 0 ? double(info.frames) / rate : 0;
     const qint64 bytes = bytesOf(file);
-    QJsonArray lost;
-    for (const auto &[first, last] : info.lostFrames)
-        lost.append(QJsonObject{{"first", first}, {"last", last}});
     return {{"clip", file.fileName()},
             {"path", environment.places->within(file.absoluteFilePath())},
             {"width", info.image.width()},
             {"height", info.image.height()},
             {"scan", scanName(info.image)},
             {"frames_per_second", rate},
-            {"codec", info.image.dataType().name()},
+            {"codec", info.codecName()},
             {"frames", info.frames},
             {"seconds", seconds},
             {"start_timecode", info.timecodeAt(0).toString()},
@@ -62,7 +99,7 @@ QJsonObject describeClip(const QFileInfo &file, const QmxClipInfo &info, const Q
             {"made_by", info.foreign ? "another program" : "this recorder"},
             {"is_closed", info.closed},
             {"is_protected", !(file.permissions() & QFileDevice::WriteOwner)},
-            {"lost_frames", lost},
+            {"lost_frames", lostRuns(info, claims.take)},
             {"proof", proofOf(claims)}};
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/control/deckparts.h"
+#include "platform/control/alarmseen.h"
 
 #include "platform/control/ownership.h"
 #include "platform/control/playlist.h"
@@ -177,18 +178,17 @@ void DeckParameters::fillAlarms()
         static constexpr const char *levels[] = {"information", "warning", "error"};
         const auto since = _since.find(id);
         const QString name = QString::fromStdString(descriptor->name());
-        const QJsonObject by = seen[name].toObject();
-        // One that has come again since has not been seen.
         const qint64 raised =
             since == _since.end() ? 0 : QDateTime::fromString(since->second, Qt::ISODate).toMSecsSinceEpoch();
-        const bool isSeen = !by.isEmpty() && by["time"].toInteger() >= raised;
+        const AlarmSeen told = AlarmSeen::of(seen, name, raised);
         _made.alarmList.append(
             QJsonObject{{"name", name},
                         {"level", levels[int(severity)]},
                         {"message", QString::fromStdString(message.empty() ? descriptor->help() : message)},
                         {"since", since == _since.end() ? QString() : since->second},
                         {"advice", QString::fromLatin1(alarmAdvice(id)).remove(QLatin1String("xpctl "))},
-                        {"acknowledged_by", isSeen ? by["name"].toString() : QString()}});
+                        {"acknowledged_by", told.by},
+                        {"acknowledged_at", told.at}});
         if (id == eParam_AlarmRecordInhibited)
             _made.recordInhibited = QString::fromStdString(message.empty() ? descriptor->help() : message);
     }

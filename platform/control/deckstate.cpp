@@ -68,7 +68,7 @@ constexpr Row rows[] = {
     {{"media", "array", "", false, "as `xpctl media` tells them: path, label, state, percent_free, bytes_free, bytes_total, clips, seconds_left", plain<&DeckState::media>}, isSame<&DeckState::media>},
     {{"medium_seconds_left", "integer", "s", false, "how long a take can become over all media; 0: not known", plain<&DeckState::secondsLeft>}, isSame<&DeckState::secondsLeft>},
     {{"alarms", "integer", "", false, "how many are up", plain<&DeckState::alarms>}, isSame<&DeckState::alarms>},
-    {{"alarm_list", "array", "", false, "those that are up: name, level, message, since, advice", plain<&DeckState::alarmList>}, isSame<&DeckState::alarmList>},
+    {{"alarm_list", "array", "", false, "those that are up: name, level, message, since, advice, acknowledged_by, acknowledged_at", plain<&DeckState::alarmList>}, isSame<&DeckState::alarmList>},
     {{"owner", "object", "", false, "who is in control: name, front, address, id, since, until, seconds; null: nobody", objectOrNull<&DeckState::owner>}, isSame<&DeckState::owner>},
     {{"lock", "object", "", false, "who has locked the transport, as owner; null: nobody", objectOrNull<&DeckState::lock>}, isSame<&DeckState::lock>},
     {{"mode", "string", "", false, "remote: everybody may move the transport; local: only who sits at the machine", plain<&DeckState::mode>}, isSame<&DeckState::mode>},

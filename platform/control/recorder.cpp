@@ -321,25 +321,19 @@ bool Recorder::isClip(const QString &name) const
 QString Recorder::whyUnplayable(const QString &path) const
 {
     const QFileInfo info(here(path));
+    if (info.isSymLink()) return QStringLiteral("it is a link");
     if (info.exists() && !info.isFile() && !info.isDir())
         return QStringLiteral("it is no file"); // opening it could block
-    if (info.isFile() && info.size() == 0) return QStringLiteral("it is empty");
     QmxClipInfo clip;
     const QmxError error = QmxClipReader::probe(path, clip, _environment);
     if (!error.isError()) return {};
-    if (info.isDir()) return QStringLiteral("it is no file");
+    if (info.isDir() && !path.endsWith(QLatin1String(".images"), Qt::CaseInsensitive))
+        return QStringLiteral("it is no file");
     if (error.value() == ENODATA) return QStringLiteral("it has no frames");
-    // What libav finds no sense in it calls invalid; where a film of this family begins well, its end is
-    // missing.
-    if (!error.toString().contains(QLatin1String("Invalid data"))) return error.toString();
-    QFile file(here(path));
-    constexpr int boxAt = 4;
-    constexpr int boxSize = 4;
-    const QByteArray box =
-        file.open(QIODevice::ReadOnly) ? file.read(boxAt + boxSize).mid(boxAt) : QByteArray();
-    const bool isFilm = box == "ftyp" || box == "wide" || box == "mdat" || box == "free";
-    return isFilm ? QStringLiteral("it is cut off before its index")
-                  : QStringLiteral("it is no kind of clip that is known");
+    // The file has been named.
+    QString why = error.toString();
+    const QString before = path + QStringLiteral(" is no clip that can be played: ");
+    return why.startsWith(before) ? why.mid(before.size()) : why.replace(path, QStringLiteral("it"));
 }
 
 QString Recorder::whyNoClip(const QString &name) const

@@ -287,6 +287,8 @@ Answer performExport(const VerbCall &call)
         order.entries += ('[' + call.text("in") + '-' + call.text("out") + ')').toStdString();
     if (order.entries.empty())
         return Answer::refused(Cause::Deck, "nothing_to_play", "the play list is empty");
+    // (Which media there are is known by it alone.)
+    if (mediaDaemonPid() == 0) return noMediaDaemon(", so nothing can be done");
     // Who is not at the machine reaches the media and nothing else.
     const bool isElsewhere = clip.find('/') != std::string::npos && !isOnMedium(recorder, clip);
     if (call.who.isNetwork() && isElsewhere)

@@ -70,15 +70,18 @@ TEST(ForeignClip, PlaysDependentFramesInAnyOrder)
     {
         const char *name;
         QStringList coding;
+        const char *codec = "h264";
     } cases[] = {
         {"a.mp4", h264 + QStringList{"aac", "-timecode", "01:00:00:00"}},
         {"a.mkv", h264 + QStringList{"pcm_s16le"}},
         {"a.ts", h264 + QStringList{"mp2"}},
         {"a.mov", h264 + QStringList{"pcm_s24le"}},
         {"a.webm",
-         QString("-c:v libvpx-vp9 -pix_fmt yuv420p -g 30 -crf 4 -b:v 0 -cpu-used 8 -c:a libopus").split(' ')},
+         QString("-c:v libvpx-vp9 -pix_fmt yuv420p -g 30 -crf 4 -b:v 0 -cpu-used 8 -c:a libopus").split(' '),
+         "vp9"},
         {"b.mkv",
-         QString("-c:v libaom-av1 -pix_fmt yuv420p -g 30 -crf 8 -cpu-used 8 -c:a pcm_s16le").split(' ')},
+         QString("-c:v libaom-av1 -pix_fmt yuv420p -g 30 -crf 8 -cpu-used 8 -c:a pcm_s16le").split(' '),
+         "av1"},
     };
     for (const auto &now : cases) {
         SCOPED_TRACE(now.name);
@@ -89,6 +92,7 @@ TEST(ForeignClip, PlaysDependentFramesInAnyOrder)
         ASSERT_FALSE(error.isError()) << qPrintable(error.toString());
         const QmxClipInfo info = reader.info();
         EXPECT_NEAR(double(info.frames), frames, 1);
+        EXPECT_EQ(info.codecName(), now.codec);
         EXPECT_TRUE(info.foreign && info.image.dataType() == QmxId(231) &&
                     info.image.frameRate() == QmxVideoRate(25));
         QList<int> order;

@@ -48,7 +48,9 @@ protected:
         EXPECT_FALSE(writer.create(path, take.info).isError());
         EXPECT_FALSE(take.write(writer, 0, 20).isError());
         writer.noteLost(3);
-        EXPECT_FALSE(take.write(writer, 20, 40).isError());
+        EXPECT_FALSE(take.write(writer, 20, 21).isError());
+        writer.noteLost(1);
+        EXPECT_FALSE(take.write(writer, 21, 40).isError());
         EXPECT_FALSE(writer.flush().isError());
         const QByteArray open = readAll(path);
         EXPECT_FALSE(writer.close().isError());
@@ -164,7 +166,7 @@ TEST_F(ClipProof, ACrashLeavesTheChainAndTheRepairCompletesTheProof)
     EXPECT_EQ(mended.take["closed_by"], "repair");
     EXPECT_EQ(mended.take["losses"], closed.take["losses"]);
     EXPECT_EQ(closed.take["losses"].toArray().first().toObject(),
-              (QJsonObject{{"before_frame", 20}, {"frames", 3}}));
+              (QJsonObject{{"before_frame", 20}, {"to_frame", 21}, {"frames", 4}}));
     EXPECT_EQ(closed.take["timecode_breaks"].toArray().first().toObject()["timecode"],
               take.timecode(17).toString());
     EXPECT_EQ(closed.take["medium"], dir.path());

@@ -87,6 +87,7 @@ TEST(BadInput, filesThatAreNoClipsAreExplainedAndTheOthersPlay)
         cp $take holed.mov; head -c 200000 /dev/urandom | dd of=holed.mov bs=1000 seek=$((size / 2000)) conv=notrunc status=none
         await 'xpctl set media_updated 1 && xpctl clip odd.mov' >&2 # a listing that takes too long is done without
         say clips; xpctl clips
+        mkdir empty.images; ln -s $take link.mov; say all; xpctl clips --all; rm -r empty.images link.mov
         for name in noise.mov folder.mov pipe.mov dangling.mov sound.mov cut_1.mov; do say $name; refused clip $name; done
         for name in odd.mov film.images holed.mov cut_19.mov $take; do
             say $name; xpctl clip $name; xpctl play --wait; xpctl stop >&2; xpctl stop >&2
@@ -95,6 +96,11 @@ TEST(BadInput, filesThatAreNoClipsAreExplainedAndTheOthersPlay)
         [ "$before" = "$(sha1sum $take)" ] || { echo "the take was changed" >&2; exit 8; }
     )sh");
     const QByteArray clips = said(result.out, "clips");
+    const QString all = QString::fromUtf8(said(result.out, "all")).simplified();
+    for (const char *line : {"- cut_0.mov it is empty", "- cut_1.mov it has no frames", "- dangling.mov it is a link",
+                             "- empty.images it holds no numbered pictures", "- link.mov it is a link",
+                             "- noise.mov it is no kind of clip that is known", "- pipe.mov it is no file"})
+        EXPECT_TRUE(all.contains(QLatin1String(line))) << line << " is not in " << all.toStdString();
     for (const char *listed : {"take_001.mov", "odd.mov", "film.images", "cut_19.mov", "holed.mov"}) {
         EXPECT_TRUE(clips.contains(listed)) << listed << clips.toStdString();
         EXPECT_TRUE(said(result.out, listed).contains("still")) << listed << result.out.toStdString();

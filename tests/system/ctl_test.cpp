@@ -112,7 +112,7 @@ TEST(Xpctl, everyCommandKeepsItsSchemaAndWaitsForItsEffect)
         xpctl list | grep -q other.mov && xpctl list | grep take_002.mov && exit 9
         run take-control 30; run lock; run unlock; run local; run remote; run release-control
         xpctl set audio_input analog >&2; xpctl set audio_channels eight >&2; xpctl record >&2 || true
-        run acknowledge channels_need_embedded_audio; xpctl stop >&2 || true
+        run acknowledge channels_need_embedded_audio; run alarms; xpctl alarms | grep -q 'seen by root at 2'; xpctl stop >&2 || true
         echo "== frames"
         xpctl --json watch >$OUT/watch & watching=$!
         await '[ $(wc -l <$OUT/watch) -ge 60 ]'
@@ -217,6 +217,32 @@ TEST(Xpctl, figuresAreServed)
         return line.startsWith("xp_frames_recorded_total ");
     });
     EXPECT_GE(recorded == lines.end() ? 0 : recorded->split(' ').last().toDouble(), 25);
+}
+
+TEST(Xpctl, withNothingRunningCommandsSaySoAndUnknownOnesNameTheNearest)
+{
+    Sandbox sandbox({"--no-daemon", "--no-mediad"});
+    const ProgramResult result = sandbox.run(R"sh(
+        cp /usr/local/share/media/prores_422/loss_of_video_625i_422.mov /media/A/a.mov
+        xpctl set active_media_path /media/A && xpctl settings export $OUT/s.json || true
+        for line in status 'watch --once' alarms 'acknowledge no_media' 'picture p.png' record 'record --at 10:00:00' schedule \
+            stop 'mark in' 'unmark in' marks 'marks a.mov' clips 'info a.mov' list 'list add a.mov' 'list clear' \
+            'edl save l' media 'export a.mov b' cancel 'verify a.mov' take-control release-control lock unlock \
+            local remote 'get video_input' params 'settings export' 'settings diff' 'profile list'; do
+            rc=0; told=$(xpctl $line 2>&1) || rc=$?
+            [ $rc = 3 ] && [[ $told = *'not running'* ]] || echo "$line: $rc $told"
+        done
+        for line in 'help recrod' 'recrod --help' recrod lits; do xpctl $line 2>&1 | head -1; done
+        rc=0; xpctl help recrod 2>/dev/null || rc=$?; say "done $rc"
+        xpctl profile save x >/dev/null; rc=0; xpctl profile diff x >/dev/null 2>&1 || rc=$?; [ $rc = 3 ]
+        for line in "settings import $OUT/s.json" 'settings reset' 'profile apply x' 'info /media/A/a.mov' 'mark in 0 /media/A/a.mov'; do
+            xpctl $line >/dev/null || echo "$line: $?"
+        done
+    )sh");
+    const QByteArray unknown = "xpctl: there is no command 'recrod'; did you mean record?\n";
+    EXPECT_EQ(result.out, unknown + unknown + unknown +
+                              "xpctl: there is no command 'lits'; did you mean list?\n== done 2\n");
+    EXPECT_EQ(result.err.count("it takes this up when it starts"), 4) << result.err.toStdString();
 }
 
 TEST(Xpctl, shellsAndManAcceptWhatIsMadeForThem)

@@ -24,7 +24,8 @@ QmxError MovInput::open(const QString &path)
     if (_fd < 0) {
         const int value = errno;
         return {value, QStringLiteral("Cannot open clip %1: %2")
-                           .arg(path, QString::fromLocal8Bit(std::strerror(value)))};
+                           .arg(path, value == ELOOP ? QStringLiteral("it is a link")
+                                                     : QString::fromLocal8Bit(std::strerror(value)))};
     }
     QmxError error = refreshSize();
     if (error.isError()) close();

@@ -42,6 +42,8 @@ QJsonObject MovTake::begun(const QString &path, const QmxEnvironment &environmen
     // (The timecode track of these files has no place for them.)
     if (const QString bits = environment.deck->takeOptions.values().userBits; !bits.isEmpty())
         take["user_bits"] = bits;
+    // (Whether what is counted as lost was replaced.)
+    if (environment.deck->takeOptions.values().keepsTornPictures) take["torn_pictures"] = "keep";
     return take;
 }
 
@@ -98,7 +100,20 @@ void MovTake::append(const MovFragment &fragment, const MovFormat &format)
     if (!fragment.isLinked) return;
     _lateTicks = fragment.link.lateTicks;
     for (const auto &loss : fragment.link.losses)
-        list("losses", {{"before_frame", fragment.firstFrame + loss.at}, {"frames", qint64(loss.count)}});
+        addLoss(fragment.firstFrame + loss.at, loss.count);
+}
+
+/// Those of frames that follow each other are one: an input that is gone for a minute takes one place.
+void MovTake::addLoss(qint64 frame, qint64 count)
+{
+    QJsonArray &losses = _events[QStringLiteral("losses")];
+    QJsonObject last = losses.isEmpty() ? QJsonObject() : losses.last().toObject();
+    const qint64 first = last.value("before_frame").toInteger();
+    if (last.isEmpty() || frame > last.value("to_frame").toInteger(first) + 1)
+        return list("losses", {{"before_frame", frame}, {"frames", count}});
+    last["frames"] = last.value("frames").toInteger() + count;
+    if (frame > first) last["to_frame"] = frame;
+    losses[losses.size() - 1] = last;
 }
 
 QJsonObject MovTake::ended(QJsonObject take, const QString &by, const QmxEnvironment &environment) const

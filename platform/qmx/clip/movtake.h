@@ -31,6 +31,7 @@ public:
     QJsonObject ended(QJsonObject take, const QString &by, const QmxEnvironment &environment) const;
 
 private:
+    void addLoss(qint64 frame, qint64 count);
     void list(const char *kind, const QJsonObject &event);
 
     qint64 _frames = 0;

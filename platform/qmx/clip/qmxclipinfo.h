@@ -36,9 +36,14 @@ struct QmxClipInfo
     bool closed = false;             ///< the file is complete and does not grow
     bool foreign = false;            ///< not written by QmxClipWriter
     QList<TimecodeRun> timecodeRuns; ///< ascending; empty when there is no timecode
+    /// What the pictures are coded as in a file that is decoded from another form than that of `image`; else
+    /// empty.
+    QString foreignCodec;
     /// First and last of each run of frames that were counted and are not in the file; ascending.
     QList<std::pair<qint64, qint64>> lostFrames;
 
+    /// What the pictures are coded as in the file, for people.
+    QString codecName() const { return foreignCodec.isEmpty() ? image.dataType().name() : foreignCodec; }
     /// Timecode of a frame; not valid when the clip has none or the frame lies outside.
     QmxTimecode timecodeAt(qint64 frame) const;
 };

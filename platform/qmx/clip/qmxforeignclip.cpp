@@ -53,12 +53,15 @@ QmxError QmxForeignClip::open(const QString &path)
         const QmxError error = d->sequence.open(path);
         d->info.image = d->sequence.desc();
         d->info.frames = d->sequence.count();
+        d->info.foreignCodec = d->sequence.codecName();
         return error;
     }
     QmxError error = d->pictures.open(path);
     if (error.isError()) return error;
     d->info.image = d->pictures.desc();
     d->info.frames = d->pictures.count();
+    d->info.foreignCodec =
+        QString::fromLatin1(avcodec_get_name(d->pictures.file().stream()->codecpar->codec_id));
     error = d->sound.open(path, d->pictures.startTime());
     if (!error.isError())
         d->info.audio = movAudioDesc(d->sound.channels(), d->info.image.frameRate());

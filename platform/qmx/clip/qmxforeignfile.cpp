@@ -20,6 +20,19 @@ int openContainer(AVFormatContext *&format, const QString &path)
     const int result = avformat_open_input(&format, QFile::encodeName(path).constData(), nullptr, nullptr);
     return result == AVERROR(EINVAL) ? AVERROR_INVALIDDATA : result; // of another kind
 }
+
+/// Why no sense is found in a file. Where a film of the commonest family begins well, its end is missing.
+QString whyInvalid(const QmxForeignIo &file, int result)
+{
+    if (result != AVERROR_INVALIDDATA && result != AVERROR_EOF) return QmxLibav::errorText(result);
+    if (file.size() == 0) return QStringLiteral("it is empty");
+    constexpr qsizetype boxAt = 4;
+    constexpr qsizetype boxSize = 4;
+    const QByteArray box = file.head(boxAt + boxSize).mid(boxAt);
+    const bool isFilm = box == "ftyp" || box == "wide" || box == "mdat" || box == "free";
+    return isFilm ? QStringLiteral("it is cut off before its index")
+                  : QStringLiteral("it is no kind of clip that is known");
+}
 } // namespace
 
 QmxForeignFile::~QmxForeignFile()
@@ -47,9 +60,8 @@ QmxError QmxForeignFile::openAs(const QString &path, bool isDecoded)
     if ((reason = _io.takeError()) != 0)
         return {reason, QStringLiteral("Cannot read clip %1: %2").arg(path, QmxError(reason).toString())};
     if (result < 0)
-        return {
-            EILSEQ,
-            QStringLiteral("%1 is no clip that can be played: %2").arg(path, QmxLibav::errorText(result))};
+        return {EILSEQ,
+                QStringLiteral("%1 is no clip that can be played: %2").arg(path, whyInvalid(_io, result))};
     return {};
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/clip/qmxforeignio.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -48,6 +49,13 @@ AVFormatContext *QmxForeignIo::open(const QString &path, int &error)
     format->io_open = openNothingElse;
     error = 0;
     return format;
+}
+
+QByteArray QmxForeignIo::head(qsizetype size) const
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    const ssize_t read = _files->pread(_fd, bytes.data(), size_t(size), 0);
+    return bytes.left(qsizetype(std::max<ssize_t>(read, 0)));
 }
 
 int QmxForeignIo::takeError()

@@ -19,6 +19,8 @@ public:
     /// Of the open file: bytes, and when it was changed (nanoseconds since 1970).
     qint64 size() const { return _size; }
     qint64 changed() const { return _changed; }
+    /// Its first bytes, as many as are there.
+    QByteArray head(qsizetype size) const;
     /// The medium's last error since it was asked for; 0: none.
     int takeError();
 

@@ -66,6 +66,11 @@ QmxError QmxImageSequence::open(const QString &folder)
     return error.isError() ? error : describe();
 }
 
+QString QmxImageSequence::codecName() const
+{
+    return _decoder ? QString::fromLatin1(avcodec_get_name(_decoder->codec_id)) : QString();
+}
+
 QmxError QmxImageSequence::findFiles()
 {
     static const QRegularExpression form(QStringLiteral("^([^.].*?|)(\\d{1,9})\\.([A-Za-z]+)$"));

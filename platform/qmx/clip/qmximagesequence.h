@@ -26,6 +26,7 @@ public:
 
     QmxImageDesc desc() const { return _desc; }
     qint64 count() const { return _count; }
+    QString codecName() const; ///< of the pictures; empty while it is not open
 
 private:
     QmxError findFiles();

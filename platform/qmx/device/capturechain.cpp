@@ -82,7 +82,9 @@ CapturedFramePtr CaptureChain::step(const CardInput &seen, const QmxTick &tick,
     frame->waitsForWork = waitsForWork(*frame, setup);
     frame->audio = sound(seen, tick, setup, good && frame->hasPicture);
     frame->metadata = ancillary;
-    if (source.damage > 0) frame->metadata.insert(QmxIds::inputDamage, source.damage);
+    // (Of an input that is gone the picture of this frame is missing, whatever will stand in for it.)
+    if (const int damage = std::max(source.damage, frame->hasPicture ? 0 : 1); damage > 0)
+        frame->metadata.insert(QmxIds::inputDamage, damage);
     frame->timecode = _generator.step(good ? seen.input.timecode : QmxTimecode(), frame->hasPicture);
 
     if (_takeRead && !frame->hasPicture) {

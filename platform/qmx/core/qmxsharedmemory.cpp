@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxsharedmemory.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxplaces.h"
+
 #include <QFile>
 
 #include <cerrno>
@@ -20,6 +24,32 @@ std::nullptr_t giveUp(int fd)
     return nullptr;
 }
 
+/// The account that the recorder has is the one whose the folder of its store is: nobody but root and that
+/// account can make it.
+bool isTrustedAccount(uid_t owner)
+{
+    if (owner == 0 || owner == ::geteuid()) return true;
+    struct stat info = {};
+    const std::shared_ptr<const QmxPlaces> places = QmxEnvironment::current().places;
+    // (That of a further channel is seen by its members only.)
+    return (::stat(QFile::encodeName(places->state).constData(), &info) == 0 ||
+            ::stat(QFile::encodeName(QmxPlaces().state).constData(), &info) == 0) &&
+           info.st_uid == owner;
+}
+
+/// A segment has one name only: what is written there is nobody else's file.
+bool isTrustedSegment(const struct stat &info)
+{
+    return S_ISREG(info.st_mode) && info.st_nlink <= 1 && isTrustedAccount(info.st_uid);
+}
+
+/// Who may write there may cut it short.
+bool isWritableByOthers(const struct stat &info, mode_t than)
+{
+    constexpr mode_t writing = S_IWGRP | S_IWOTH;
+    return (info.st_mode & writing & ~than) != 0;
+}
+
 } // namespace
 
 QString QmxSharedMemory::fileOf(const QString &name)
@@ -31,7 +61,9 @@ QString QmxSharedMemory::fileOf(const QString &name)
 int QmxSharedMemory::openName(const QString &name, int flags, mode_t mode)
 {
     const QByteArray plain = QFile::encodeName(name);
-    if (name.lastIndexOf('/') <= 0) return ::shm_open(plain.constData(), flags | O_CLOEXEC, mode);
+    // A pipe with such a name is not waited for.
+    if (name.lastIndexOf('/') <= 0)
+        return ::shm_open(plain.constData(), flags | O_CLOEXEC | O_NONBLOCK, mode);
     return ::open(plain.constData(), flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, mode);
 }
 
@@ -39,6 +71,35 @@ int QmxSharedMemory::removeName(const QString &name)
 {
     const QByteArray plain = QFile::encodeName(name);
     return name.lastIndexOf('/') <= 0 ? ::shm_unlink(plain.constData()) : ::unlink(plain.constData());
+}
+
+bool QmxSharedMemory::isTrusted(const QString &file)
+{
+    struct stat info = {};
+    return ::lstat(QFile::encodeName(file).constData(), &info) == 0 && isTrustedAccount(info.st_uid);
+}
+
+int QmxSharedMemory::openTrusted(const QString &name, Access access)
+{
+    const int fd = openName(name, access == Access::Write ? O_RDWR : O_RDONLY, 0);
+    struct stat info = {};
+    if (fd < 0 || (::fstat(fd, &info) == 0 && isTrustedSegment(info))) return fd;
+    ::close(fd);
+    errno = EPERM;
+    return -1;
+}
+
+QString QmxSharedMemory::whyNot(const QString &name, int reason)
+{
+    const QString file = fileOf(name);
+    struct stat info = {};
+    if (::lstat(QFile::encodeName(file).constData(), &info) != 0 || isTrustedAccount(info.st_uid))
+        return QmxError(reason).toString();
+    return QStringLiteral(
+               "%1 belongs to another account (user id %2); remove it as root (rm -r %1) and start "
+               "this program again")
+        .arg(file)
+        .arg(info.st_uid);
 }
 
 bool QmxSharedMemory::reserve(int fd, qsizetype from, qsizetype bytes)
@@ -61,8 +122,8 @@ std::unique_ptr<QmxSharedMemory> QmxSharedMemory::make(const QString &name, qsiz
     // No link is followed. A segment is never made smaller or larger: others may have it mapped.
     struct stat info = {};
     if (existing == Existing::Keep) {
-        const int fd = openName(name, O_RDWR, 0);
-        if (fd >= 0 && ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size == bytes) {
+        const int fd = openTrusted(name, Access::Write);
+        if (fd >= 0 && ::fstat(fd, &info) == 0 && info.st_size == bytes && !isWritableByOthers(info, mode)) {
             ::fchmod(fd, mode); // one that belongs to somebody else stays as it is
             return reserve(fd, 0, reserved) ? map(fd, bytes, Access::Write) : giveUp(fd);
         }
@@ -81,12 +142,10 @@ std::unique_ptr<QmxSharedMemory> QmxSharedMemory::make(const QString &name, qsiz
 
 std::unique_ptr<QmxSharedMemory> QmxSharedMemory::open(const QString &name, Access access, qsizetype least)
 {
-    const int flags = access == Access::Write ? O_RDWR : O_RDONLY;
-    const int fd = openName(name, flags, 0);
+    const int fd = openTrusted(name, access);
     if (fd < 0) return nullptr;
     struct stat info = {};
-    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size < least || info.st_size <= 0)
-        return giveUp(fd);
+    if (::fstat(fd, &info) != 0 || info.st_size < least || info.st_size <= 0) return giveUp(fd);
     return map(fd, info.st_size, access);
 }
 

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -112,12 +113,15 @@ bool Board::publish()
 {
     if (d->table != &d->own) return true;
     struct flock lock = wholeFile();
-    if (const int old = QmxSharedMemory::openName(d->name, O_RDWR, 0); old >= 0) {
+    const int old = QmxSharedMemory::openTrusted(d->name, QmxSharedMemory::Access::Write);
+    if (old >= 0) {
         const bool taken = fcntl(old, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
         close(old);
+        errno = EBUSY;
         if (taken) return false;
-        QmxSharedMemory::removeName(d->name); // whoever has the old one sees it stand still
     }
+    // Whoever has the old one sees it stand still.
+    if (QmxSharedMemory::removeName(d->name) != 0 && errno != ENOENT) return false;
     const int fd = QmxSharedMemory::openName(d->name, O_CREAT | O_EXCL | O_RDWR, mode);
     if (fd < 0) return false;
     lock = wholeFile();
@@ -127,8 +131,10 @@ bool Board::publish()
         QmxSharedMemory::reserve(fd, 0, sizeof(Table)) && fcntl(fd, F_OFD_SETLK, &lock) == 0)
         table = map(fd);
     if (!table) {
+        const int reason = errno;
         close(fd);
         QmxSharedMemory::removeName(d->name);
+        errno = reason;
         return false;
     }
     table->magic.store(magic, std::memory_order_release);
@@ -175,7 +181,8 @@ bool Client::Private::open()
     const qint64 now = environment.clock->now();
     if (lookedAt != 0 && now - lookedAt < lookEvery) return table != nullptr;
     lookedAt = now;
-    const int fd = QmxSharedMemory::openName(environment.places->takeWindow, O_RDWR, 0);
+    const int fd =
+        QmxSharedMemory::openTrusted(environment.places->takeWindow, QmxSharedMemory::Access::Write);
     struct stat info = {};
     const bool isThere = fd >= 0 && fstat(fd, &info) == 0 && info.st_size >= off_t(sizeof(Table));
     if (!isThere || info.st_ino != inode || !table) {

@@ -7,6 +7,7 @@
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsharedmemory.h"
 
 #include <QJsonObject>
 
@@ -74,8 +75,10 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
       _workers(workerCount(_profile), options.codecsFor(_profile), environment)
 {
     if (!options.profile && !_window.publish())
-        qmxLogOutput(QmxLogLevel::Info, logSource, __LINE__,
-                     "Edits by remote control are not possible: no shared memory\n");
+        // (Another recorder of this machine may have them: nothing is wrong then.)
+        qmxLogOutput(errno == EBUSY ? QmxLogLevel::Info : QmxLogLevel::Warning, logSource, __LINE__,
+                     "Edits by remote control are not possible: no shared memory: %s\n",
+                     qUtf8Printable(QmxSharedMemory::whyNot(environment.places->takeWindow, errno)));
 }
 
 LumenEngine::~LumenEngine()

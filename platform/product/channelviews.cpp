@@ -284,7 +284,7 @@ QStringList makeFolders(int channel, const QString &like)
                               {above(state), everybodyLooks},    {state, 03770},
                               {above(run), everybodyLooks},      {run, sticky},
                               {{run.in, places.locks}, sticky},  {{run.in, places.media}, everybodyLooks},
-                              {above(memory), everybodyLooks},   {memory, 01777}};
+                              {above(memory), everybodyLooks},   {memory, sticky}};
     QStringList problems;
     for (const Wanted &folder : folders) {
         const QFileInfo info(folder.place.path);

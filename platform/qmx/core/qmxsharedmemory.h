@@ -48,14 +48,9 @@ public:
     static int openTrusted(const QString &name, Access access);
     /// The file of this path belongs to an account that may be trusted with what others map.
     static bool isTrusted(const QString &file);
-    /// After a failure, with its errno: why there is no such segment, and what to do when somebody else has
-    /// taken the name.
-    static QString whyNot(const QString &name, int reason);
-
-    /// shm_open(3) and shm_unlink(3) for all names: a descriptor that no child gets, or -1 and errno.
-    static int openName(const QString &name, int flags, mode_t mode);
+    /// Wherever it is, as shm_unlink(3): -1 and errno.
     static int removeName(const QString &name);
-    /// The file that a name is.
+    /// The file that a name is: that of a trusted account, if there is one.
     static QString fileOf(const QString &name);
 
     ~QmxSharedMemory();
@@ -68,6 +63,8 @@ public:
 
 private:
     QmxSharedMemory(int fd, uchar *data, qsizetype size) : _fd(fd), _data(data), _size(size) {}
+    static std::unique_ptr<QmxSharedMemory> makeAt(const QString &file, qsizetype bytes, mode_t mode,
+                                                   Existing existing, qsizetype reserved);
     static std::unique_ptr<QmxSharedMemory> map(int fd, qsizetype size, Access access);
 
     int _fd;

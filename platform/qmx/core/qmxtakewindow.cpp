@@ -98,16 +98,12 @@ struct Board::Private
     const QString name = QmxEnvironment::current().places->takeWindow;
     Table own{};
     Table *table = &own;
-    int fd = -1; ///< stays open: the kernel lets go of its lock when the process ends
+    std::unique_ptr<QmxSharedMemory> memory; ///< the kernel lets go of its lock when the process ends
 };
 
 Board::Board() : d(std::make_unique<Private>()) {}
 
-Board::~Board()
-{
-    if (d->table != &d->own) munmap(d->table, sizeof(Table));
-    if (d->fd >= 0) close(d->fd);
-}
+Board::~Board() = default;
 
 bool Board::publish()
 {
@@ -121,25 +117,19 @@ bool Board::publish()
         if (taken) return false;
     }
     // Whoever has the old one sees it stand still.
-    if (QmxSharedMemory::removeName(d->name) != 0 && errno != ENOENT) return false;
-    const int fd = QmxSharedMemory::openName(d->name, O_CREAT | O_EXCL | O_RDWR, mode);
-    if (fd < 0) return false;
+    auto memory = QmxSharedMemory::make(d->name, sizeof(Table), mode, QmxSharedMemory::Existing::Replace);
+    if (!memory) return false;
     lock = wholeFile();
-    Table *table = nullptr;
-    // (The process may have a mask that keeps the group out.)
-    if (fchmod(fd, mode) == 0 && ftruncate(fd, sizeof(Table)) == 0 &&
-        QmxSharedMemory::reserve(fd, 0, sizeof(Table)) && fcntl(fd, F_OFD_SETLK, &lock) == 0)
-        table = map(fd);
-    if (!table) {
+    if (fcntl(memory->descriptor(), F_OFD_SETLK, &lock) != 0) {
         const int reason = errno;
-        close(fd);
         QmxSharedMemory::removeName(d->name);
         errno = reason;
         return false;
     }
+    auto *table = reinterpret_cast<Table *>(memory->data());
     table->magic.store(magic, std::memory_order_release);
     d->table = table;
-    d->fd = fd;
+    d->memory = std::move(memory);
     return true;
 }
 

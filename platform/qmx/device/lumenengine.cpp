@@ -3,11 +3,11 @@
 
 #include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxmemorypool.h"
 #include "platform/qmx/core/qmxplaces.h"
-#include "platform/qmx/core/qmxsharedmemory.h"
 
 #include <QJsonObject>
 
@@ -78,7 +78,7 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
         // (Another recorder of this machine may have them: nothing is wrong then.)
         qmxLogOutput(errno == EBUSY ? QmxLogLevel::Info : QmxLogLevel::Warning, logSource, __LINE__,
                      "Edits by remote control are not possible: no shared memory: %s\n",
-                     qUtf8Printable(QmxSharedMemory::whyNot(environment.places->takeWindow, errno)));
+                     qUtf8Printable(QmxError(errno).toString()));
 }
 
 LumenEngine::~LumenEngine()

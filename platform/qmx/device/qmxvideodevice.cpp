@@ -3,9 +3,9 @@
 
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
-#include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/device/clockthread.h"
 #include "platform/qmx/device/lumenengine.h"
 
@@ -87,8 +87,7 @@ bool QmxVideoDevice::open(const QString &name)
     if (!d->options.profile && !d->environment.deck->counters.publish(d->environment.places->counters))
         qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__,
                      "The counters %s cannot be shared, companions will not see them: %s\n",
-                     qPrintable(d->environment.places->counters),
-                     qUtf8Printable(QmxSharedMemory::whyNot(d->environment.places->counters, errno)));
+                     qPrintable(d->environment.places->counters), qUtf8Printable(QmxError(errno).toString()));
     d->events = std::make_unique<DeviceEvents>(
         [this] { QCoreApplication::postEvent(this, new QEvent(deliverEvent)); });
     d->engine = std::make_unique<LumenEngine>(d->options, d->environment, *d->events);

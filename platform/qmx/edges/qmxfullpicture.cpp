@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxfullpicture.h"
 
+#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/edges/sharedwords.h"
@@ -40,7 +41,7 @@ QmxFullPictureWriter::QmxFullPictureWriter(const QString &name)
         qmxLogOutput(
             QmxLogLevel::Warning, "qmxfullpicture", __LINE__,
             "There are no pictures in full size for companions: shared memory %s cannot be made: %s\n",
-            qUtf8Printable(name), qUtf8Printable(QmxSharedMemory::whyNot(name, errno)));
+            qUtf8Printable(name), qUtf8Printable(QmxError(errno).toString()));
         return;
     }
     _shared = reinterpret_cast<Layout *>(_memory->data());

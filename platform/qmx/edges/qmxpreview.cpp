@@ -2,6 +2,7 @@
 #include "platform/qmx/edges/qmxpreview.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
@@ -106,7 +107,7 @@ QmxPreviewWriter::QmxPreviewWriter(const QString &name) : d(std::make_unique<Pri
     if (!d->memory) {
         qmxLogOutput(QmxLogLevel::Warning, "qmxpreview", __LINE__,
                      "There is no preview: shared memory %s cannot be made: %s\n", qUtf8Printable(name),
-                     qUtf8Printable(QmxSharedMemory::whyNot(name, errno)));
+                     qUtf8Printable(QmxError(errno).toString()));
         return;
     }
     d->shared = reinterpret_cast<Layout *>(d->memory->data());

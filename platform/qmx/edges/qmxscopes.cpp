@@ -2,6 +2,7 @@
 #include "platform/qmx/edges/qmxscopes.h"
 
 #include "platform/qmx/codec/qmxpicture.h"
+#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/edges/sharedwords.h"
@@ -153,7 +154,7 @@ QmxScopesWriter::QmxScopesWriter(const QString &name) : d(std::make_unique<Priva
     if (!d->memory) {
         qmxLogOutput(QmxLogLevel::Warning, "qmxscopes", __LINE__,
                      "There are no scopes: shared memory %s cannot be made: %s\n", qUtf8Printable(name),
-                     qUtf8Printable(QmxSharedMemory::whyNot(name, errno)));
+                     qUtf8Printable(QmxError(errno).toString()));
         return;
     }
     d->shared = reinterpret_cast<Layout *>(d->memory->data());

@@ -291,7 +291,9 @@ QStringList makeFolders(int channel, const QString &like)
         const Folder parent = Folder(folder.place.in).below(info.path().mid(folder.place.in.size()));
         if (!parent.isOpen() ||
             !makeFolder(parent, info.fileName(), owner, folder.mode, Found::OwnOnly).isOpen())
-            problems << folder.place.path + ": " + reason();
+            problems << folder.place.path + ": " +
+                            (errno == EPERM ? QStringLiteral("belongs to another account: root removes it")
+                                            : reason());
     }
     return problems;
 }

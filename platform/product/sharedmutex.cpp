@@ -2,7 +2,7 @@
 #include "platform/product/sharedmutex.h"
 
 #include "platform/product/processmark.h"
-#include "platform/qmx/core/qmxsharedmemory.h"
+#include "platform/qmx/core/qmxsafefile.h"
 #include "platform/store/storefiles.h"
 
 #include <thread>
@@ -38,12 +38,14 @@ SharedMutex::SharedMutex(const std::string &name) : _self(ProcessMark::self())
     // The semaphore of another channel has no name here.
     if (name.find('/') != std::string::npos) return;
     // Nor is one had that another account made, which could cut it short under us.
-    const QString file = QString::fromStdString(fileOf(name));
-    if (StoreFiles::identity(fileOf(name)) && !QmxSharedMemory::isTrusted(file)) return;
+    if (const auto owner = QmxSafeFile::owner(fileOf(name).c_str());
+        owner && !QmxSafeFile::isTrustedOwner(*owner))
+        return;
     try {
         _handle = std::make_unique<Handle>(name);
         // (Somebody may just have been faster. A file of our own stays: the folder is sticky.)
-        if (!QmxSharedMemory::isTrusted(file)) _handle.reset();
+        const auto owner = QmxSafeFile::owner(fileOf(name).c_str());
+        if (!owner || !QmxSafeFile::isTrustedOwner(*owner)) _handle.reset();
     } catch (const bip::interprocess_exception &) {
         _handle.reset(); // no right to it: the owner alone decides
     }

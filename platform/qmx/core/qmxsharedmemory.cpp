@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsafefile.h"
 
 #include <QFile>
 
@@ -25,23 +26,10 @@ std::nullptr_t giveUp(int fd)
     return nullptr;
 }
 
-/// The account that the recorder has is the one whose the folder of its store is: nobody but root and that
-/// account can make it.
-bool isTrustedAccount(uid_t owner)
-{
-    if (owner == 0 || owner == ::geteuid()) return true;
-    struct stat info = {};
-    const std::shared_ptr<const QmxPlaces> places = QmxEnvironment::current().places;
-    // (That of a further channel is seen by its members only.)
-    return (::stat(QFile::encodeName(places->state).constData(), &info) == 0 ||
-            ::stat(QFile::encodeName(QmxPlaces().state).constData(), &info) == 0) &&
-           info.st_uid == owner;
-}
-
 /// A segment has one name only: what is written there is nobody else's file.
 bool isTrustedSegment(const struct stat &info)
 {
-    return S_ISREG(info.st_mode) && info.st_nlink <= 1 && isTrustedAccount(info.st_uid);
+    return S_ISREG(info.st_mode) && info.st_nlink <= 1 && QmxSafeFile::isTrustedOwner(info.st_uid);
 }
 
 /// Who may write there may cut it short.
@@ -69,6 +57,12 @@ QString secondPlace(const QString &name)
     return QmxEnvironment::current().places->run + '/' + name.mid(name.startsWith('/') ? 1 : 0);
 }
 
+bool isTrustedFile(const QString &file)
+{
+    const std::optional<uid_t> owner = QmxSafeFile::owner(QFile::encodeName(file).constData());
+    return owner && QmxSafeFile::isTrustedOwner(*owner);
+}
+
 int openFile(const QString &file, int flags, mode_t mode)
 {
     // No link is followed, and a pipe with such a name is not waited for.
@@ -91,35 +85,21 @@ int openTrustedFile(const QString &file, QmxSharedMemory::Access access)
     return -1;
 }
 
-/// Of another account that stands there; nothing when there is none.
-std::optional<uid_t> strangerAt(const QString &file)
-{
-    struct stat info = {};
-    if (::lstat(QFile::encodeName(file).constData(), &info) != 0 || isTrustedAccount(info.st_uid)) return {};
-    return info.st_uid;
-}
-
 } // namespace
 
 QString QmxSharedMemory::fileOf(const QString &name)
 {
     const QString first = firstPlace(name);
     const QString second = secondPlace(name);
-    return !isTrusted(first) && isTrusted(second) ? second : first;
+    return !isTrustedFile(first) && isTrustedFile(second) ? second : first;
 }
 
 int QmxSharedMemory::removeName(const QString &name)
 {
     const QString second = secondPlace(name);
-    const bool isRemoved = !second.isEmpty() && isTrusted(second) && removeFile(second) == 0;
+    const bool isRemoved = !second.isEmpty() && isTrustedFile(second) && removeFile(second) == 0;
     const int result = removeFile(firstPlace(name));
     return isRemoved ? 0 : result;
-}
-
-bool QmxSharedMemory::isTrusted(const QString &file)
-{
-    struct stat info = {};
-    return ::lstat(QFile::encodeName(file).constData(), &info) == 0 && isTrustedAccount(info.st_uid);
 }
 
 int QmxSharedMemory::openTrusted(const QString &name, Access access)
@@ -155,18 +135,19 @@ std::unique_ptr<QmxSharedMemory> QmxSharedMemory::make(const QString &name, qsiz
     auto memory = makeAt(first, bytes, mode, existing, reserved);
     if (second.isEmpty()) return memory;
     if (memory) {
-        if (isTrusted(second)) removeFile(second); // of a time when the name was taken
+        if (isTrustedFile(second)) removeFile(second); // of a time when the name was taken
         return memory;
     }
     const int reason = errno;
-    const std::optional<uid_t> stranger = strangerAt(first);
-    if (stranger) memory = makeAt(second, bytes, mode, existing, reserved);
+    const std::optional<uid_t> owner = QmxSafeFile::owner(QFile::encodeName(first).constData());
+    if (owner && !QmxSafeFile::isTrustedOwner(*owner))
+        memory = makeAt(second, bytes, mode, existing, reserved);
     if (memory)
         qmxLogOutput(
             QmxLogLevel::Warning, "qmxsharedmemory", __LINE__,
             "%s belongs to another account (user id %u): %s is used in its place, which other programs "
             "than the recorder's do not know; remove the first one as root (rm -r) and start again\n",
-            qUtf8Printable(first), unsigned(*stranger), qUtf8Printable(second));
+            qUtf8Printable(first), unsigned(*owner), qUtf8Printable(second));
     else
         errno = reason;
     return memory;

@@ -46,8 +46,6 @@ public:
     /// Descriptor of a segment that is there and belongs to a trusted account; -1 and errno, EPERM for that
     /// of another one.
     static int openTrusted(const QString &name, Access access);
-    /// The file of this path belongs to an account that may be trusted with what others map.
-    static bool isTrusted(const QString &file);
     /// Wherever it is, as shm_unlink(3): -1 and errno.
     static int removeName(const QString &name);
     /// The file that a name is: that of a trusted account, if there is one.

@@ -63,9 +63,12 @@ int main(int argc, char **argv)
     const QString lockPath = QmxEnvironment::current().places->mediaLock;
     QmxLockFile lock(lockPath);
     if (!lock.lock()) {
-        std::fprintf(stderr, "Cannot lock %s: %s%d\n", qPrintable(lockPath),
-                     lock.holder() ? "the media daemon is running as process " : "no right to, errno ",
-                     lock.holder() ? lock.holder() : errno);
+        const QByteArray reason = std::strerror(errno);
+        const int holder = lock.holder();
+        std::fprintf(
+            stderr, "Cannot lock %s: %s\n", qPrintable(lockPath),
+            holder ? ("the media daemon is running as process " + QByteArray::number(holder)).constData()
+                   : reason.constData());
         return 1;
     }
     QCoreApplication app(argc, argv);

@@ -84,9 +84,11 @@ int main(int argc, char **argv)
     const QmxPlaces places = *QmxEnvironment::current().places;
     QmxLockFile lock(places.remoteLock);
     if (!lock.lock()) {
-        std::fprintf(stderr, "Cannot lock %s: %s%d\n", qPrintable(places.remoteLock),
-                     lock.holder() ? "it is held by process " : "no right to, errno ",
-                     lock.holder() ? lock.holder() : errno);
+        const QByteArray reason = std::strerror(errno);
+        const int holder = lock.holder();
+        std::fprintf(stderr, "Cannot lock %s: %s\n", qPrintable(places.remoteLock),
+                     holder ? ("it is held by process " + QByteArray::number(holder)).constData()
+                            : reason.constData());
         return 1;
     }
     QCoreApplication app(argc, argv);

@@ -284,14 +284,16 @@ QStringList makeFolders(int channel, const QString &like)
                               {above(state), everybodyLooks},    {state, 03770},
                               {above(run), everybodyLooks},      {run, sticky},
                               {{run.in, places.locks}, sticky},  {{run.in, places.media}, everybodyLooks},
-                              {above(memory), everybodyLooks},   {memory, 01777}};
+                              {above(memory), everybodyLooks},   {memory, sticky}};
     QStringList problems;
     for (const Wanted &folder : folders) {
         const QFileInfo info(folder.place.path);
         const Folder parent = Folder(folder.place.in).below(info.path().mid(folder.place.in.size()));
         if (!parent.isOpen() ||
             !makeFolder(parent, info.fileName(), owner, folder.mode, Found::OwnOnly).isOpen())
-            problems << folder.place.path + ": " + reason();
+            problems << folder.place.path + ": " +
+                            (errno == EPERM ? QStringLiteral("belongs to another account: root removes it")
+                                            : reason());
     }
     return problems;
 }

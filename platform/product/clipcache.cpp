@@ -206,7 +206,8 @@ bool ClipCache::publish(const std::vector<ClipListing> &listings, std::string *e
     if (_segment && !(_segment->isAt(_names) && _segment->isWhole())) _segment.reset();
     if (!_segment) _segment = Segment::open(_names);
     if (!_segment) _segment = Segment::make(_names);
-    if (!_segment) return fail("shared memory " + _names.segment + " cannot be made");
+    if (!_segment)
+        return fail("shared memory " + _names.segment + " cannot be made: " + std::strerror(errno));
     if (!_mutex) _mutex = std::make_unique<SharedMutex>(_names.mutex);
     const QByteArray text = serialized(listings);
     if (static_cast<std::size_t>(text.size()) > _segment->room()) return fail("there are too many clips");

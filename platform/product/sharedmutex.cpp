@@ -2,6 +2,7 @@
 #include "platform/product/sharedmutex.h"
 
 #include "platform/product/processmark.h"
+#include "platform/qmx/core/qmxsafefile.h"
 #include "platform/store/storefiles.h"
 
 #include <thread>
@@ -11,6 +12,12 @@
 namespace bip = boost::interprocess;
 
 namespace {
+/// Where the C library keeps named semaphores (sem_overview(7)).
+std::string fileOf(const std::string &name)
+{
+    return "/dev/shm/sem." + name;
+}
+
 /// Between two looks. The library's own wait ends by the time of day, which may be set back meanwhile.
 constexpr std::chrono::microseconds lookInterval{200};
 } // namespace
@@ -21,8 +28,7 @@ public:
     explicit Handle(const std::string &name)
         : mutex(bip::open_or_create, name.c_str(), bip::permissions(StoreFiles::fileMode))
     {
-        // Where the C library keeps named semaphores (sem_overview(7)).
-        StoreFiles::shareWithGroup("/dev/shm/sem." + name);
+        StoreFiles::shareWithGroup(fileOf(name));
     }
     bip::named_mutex mutex;
 };
@@ -31,8 +37,15 @@ SharedMutex::SharedMutex(const std::string &name) : _self(ProcessMark::self())
 {
     // The semaphore of another channel has no name here.
     if (name.find('/') != std::string::npos) return;
+    // Nor is one had that another account made, which could cut it short under us.
+    if (const auto owner = QmxSafeFile::owner(fileOf(name).c_str());
+        owner && !QmxSafeFile::isTrustedOwner(*owner))
+        return;
     try {
         _handle = std::make_unique<Handle>(name);
+        // (Somebody may just have been faster. A file of our own stays: the folder is sticky.)
+        const auto owner = QmxSafeFile::owner(fileOf(name).c_str());
+        if (!owner || !QmxSafeFile::isTrustedOwner(*owner)) _handle.reset();
     } catch (const bip::interprocess_exception &) {
         _handle.reset(); // no right to it: the owner alone decides
     }

@@ -24,10 +24,12 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <functional>
 #include <random>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -109,7 +111,23 @@ TEST(SharedMemory, IsThereWhenItIsMadeOrIsRefused)
     EXPECT_FALSE(QmxSharedMemory::open(name, QmxSharedMemory::Access::Read, 1));
     EXPECT_TRUE(make(bytes, Existing::Keep)) << "in place of a link";
     shm_unlink(qPrintable(name));
-    if (geteuid() != 0) GTEST_SKIP() << "a small /dev/shm needs root";
+    if (geteuid() != 0) GTEST_SKIP() << "other accounts and a small /dev/shm need root";
+    // What others can cut short is nothing to go on with, or to look into.
+    const QByteArray file = QmxSharedMemory::fileOf(name).toLocal8Bit();
+    const std::vector<std::function<int()>> harms = {
+        [&] { return chmod(file.constData(), 0666); },
+        [&] { return chown(file.constData(), 65534, 65534); },
+        [&] { return link(file.constData(), (file + "_2").constData()); },
+    };
+    for (const auto &harm : harms) {
+        make(bytes, Existing::Replace)->data()[7] = 42;
+        ASSERT_EQ(harm(), 0);
+        const auto seen = QmxSharedMemory::open(name, QmxSharedMemory::Access::Read, bytes);
+        EXPECT_EQ(bool(seen), &harm == &harms[0]);
+        EXPECT_EQ(make(bytes, Existing::Keep)->data()[7], 0);
+        unlink((file + "_2").constData());
+    }
+    shm_unlink(qPrintable(name));
     const pid_t child = fork();
     if (child == 0) {
         const bool small = unshare(CLONE_NEWNS) == 0 &&

@@ -4,6 +4,7 @@
 #include "platform/qmx/core/qmxcounterslayout.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
 
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
@@ -41,20 +42,21 @@ void fill(uchar *memory)
     header->magic.store(magic, std::memory_order_release);
 }
 
-struct flock wholeFile()
+struct flock wholeFile(short type)
 {
     struct flock lock = {};
-    lock.l_type = F_WRLCK;
+    lock.l_type = type;
     lock.l_whence = SEEK_SET;
     return lock;
 }
 
-/// A living process publishes under this name.
+/// A living process publishes under this name. Whoever may only read can hold no more than a lock for
+/// reading, which does not count.
 bool isTaken(const QString &name)
 {
-    const int fd = QmxSharedMemory::openName(name, O_RDONLY, 0);
+    const int fd = QmxSharedMemory::openTrusted(name, QmxSharedMemory::Access::Read);
     if (fd < 0) return false;
-    struct flock query = wholeFile();
+    struct flock query = wholeFile(F_RDLCK);
     const bool taken = fcntl(fd, F_OFD_GETLK, &query) == 0 && query.l_type != F_UNLCK;
     close(fd);
     return taken;
@@ -93,11 +95,14 @@ bool QmxCounters::publish(const QString &name)
 {
     std::lock_guard lock(d->publishing);
     if (name == d->name) return true;
-    if (isTaken(name)) return false;
+    if (isTaken(name)) {
+        errno = EBUSY;
+        return false;
+    }
     constexpr mode_t everybodyReads = 0644;
     auto memory = QmxSharedMemory::make(name, tableSize, everybodyReads, QmxSharedMemory::Existing::Replace);
     if (!memory) return false;
-    struct flock request = wholeFile();
+    struct flock request = wholeFile(F_WRLCK);
     if (fcntl(memory->descriptor(), F_OFD_SETLK, &request) != 0) {
         QmxSharedMemory::removeName(name);
         return false;

@@ -5,6 +5,8 @@
 
 #include <QFile>
 
+#include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -18,6 +20,18 @@ struct flock wholeFile()
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
     return lock;
+}
+
+/// In a folder that everybody may write somebody may take the name first.
+void tellWhoseItIs(const QByteArray &path)
+{
+    const std::optional<uid_t> owner = QmxSafeFile::owner(path.constData());
+    if (owner && !QmxSafeFile::isTrustedOwner(*owner))
+        std::fprintf(
+            stderr,
+            "%s belongs to another account (user id %u): if no recorder of that account runs, remove "
+            "it as root: rm -r %s\n",
+            path.constData(), unsigned(*owner), path.constData());
 }
 
 } // namespace
@@ -35,12 +49,14 @@ QmxLockFile::~QmxLockFile()
 bool QmxLockFile::lock()
 {
     if (_fd >= 0) return true;
-    const int fd = QmxSafeFile::open(QFile::encodeName(_path).constData(), O_RDWR | O_CREAT, 0644,
-                                     QmxSafeFile::Names::Only);
-    if (fd < 0) return false;
+    const QByteArray path = QFile::encodeName(_path);
+    const int fd = QmxSafeFile::open(path.constData(), O_RDWR | O_CREAT, 0644, QmxSafeFile::Names::Only);
     struct flock request = wholeFile();
-    if (fcntl(fd, F_OFD_SETLK, &request) != 0) {
-        ::close(fd);
+    if (fd < 0 || fcntl(fd, F_OFD_SETLK, &request) != 0) {
+        const int reason = errno;
+        if (fd >= 0) ::close(fd);
+        tellWhoseItIs(path);
+        errno = reason;
         return false;
     }
     const QByteArray pid = QByteArray::number(getpid()) + '\n';

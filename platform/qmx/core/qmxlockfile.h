@@ -14,7 +14,8 @@ public:
     QmxLockFile(const QmxLockFile &) = delete;
     QmxLockFile &operator=(const QmxLockFile &) = delete;
 
-    /// Takes the lock without waiting; true when this object has it (already).
+    /// Takes the lock without waiting; true when this object has it (already). Says on standard error when
+    /// the file is that of an account that has nothing to do with the recorder.
     bool lock();
     QString filename() const { return _path; }
     /// Process id of the holder; 0 when nobody has the lock, when nobody may ask, and while it is not known.

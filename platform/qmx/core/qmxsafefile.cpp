@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/core/qmxsafefile.h"
 
+#include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxplaces.h"
+
+#include <QFile>
+
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -58,4 +63,21 @@ int QmxSafeFile::share(const char *path, gid_t group, mode_t mode)
     }
     ::close(fd);
     return 0;
+}
+
+std::optional<uid_t> QmxSafeFile::owner(const char *path)
+{
+    struct stat64 status = {};
+    return ::lstat64(path, &status) == 0 ? std::optional(status.st_uid) : std::nullopt;
+}
+
+bool QmxSafeFile::isTrustedOwner(uid_t owner)
+{
+    if (owner == 0 || owner == ::geteuid()) return true;
+    struct stat64 status = {};
+    const std::shared_ptr<const QmxPlaces> places = QmxEnvironment::current().places;
+    // (The folder of a further channel is seen by its members only.)
+    return (::stat64(QFile::encodeName(places->state).constData(), &status) == 0 ||
+            ::stat64(QFile::encodeName(QmxPlaces().state).constData(), &status) == 0) &&
+           status.st_uid == owner;
 }

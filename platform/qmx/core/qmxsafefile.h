@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <optional>
+
 #include <sys/types.h>
 
 /// Names in folders that others may write too (media, the store, /run, shared memory) may stand for anything:
@@ -20,5 +22,11 @@ int open(const char *path, int flags, mode_t mode = 0, Names names = Names::Any)
 /// Gives a file or socket of this account's own to a group, with these rights; others are left alone (0).
 /// `group` -1: keeps its group. Takes no lock and loses none.
 int share(const char *path, gid_t group, mode_t mode);
+
+/// Whose the file of this name is (a link: the link itself); nothing when there is none.
+std::optional<uid_t> owner(const char *path);
+/// Root, this account, or the one that the recorder has: the owner of the folder of its store, which nobody
+/// else can make.
+bool isTrustedOwner(uid_t owner);
 
 } // namespace QmxSafeFile

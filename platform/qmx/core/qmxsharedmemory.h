@@ -14,6 +14,10 @@
 /// What is made is really there: memory that the system promises and has not got (a full /dev/shm) would end
 /// the process by a signal when it is touched, so it is refused here, with errno, and whoever wanted it goes
 /// on without. One thread.
+///
+/// Every account of the machine can make names in shared memory, and whoever made a segment can cut it short
+/// under all who have it mapped, which ends them by a signal. So only what belongs to root, to this account
+/// or to that of the recorder is mapped at all.
 class QmxSharedMemory
 {
 public:
@@ -33,16 +37,18 @@ public:
     /// needed.
     static std::unique_ptr<QmxSharedMemory> make(const QString &name, qsizetype bytes, mode_t mode,
                                                  Existing existing, qsizetype reserved);
-    /// Null when there is none with at least so many bytes; all of it is mapped.
+    /// Null when there is none of a trusted account with at least so many bytes; all of it is mapped.
     static std::unique_ptr<QmxSharedMemory> open(const QString &name, Access access, qsizetype least);
     /// Makes sure that a part of an open segment is there; false and errno when the system has no memory for
     /// it.
     static bool reserve(int fd, qsizetype from, qsizetype bytes);
 
-    /// shm_open(3) and shm_unlink(3) for all names: a descriptor that no child gets, or -1 and errno.
-    static int openName(const QString &name, int flags, mode_t mode);
+    /// Descriptor of a segment that is there and belongs to a trusted account; -1 and errno, EPERM for that
+    /// of another one.
+    static int openTrusted(const QString &name, Access access);
+    /// Wherever it is, as shm_unlink(3): -1 and errno.
     static int removeName(const QString &name);
-    /// The file that a name is.
+    /// The file that a name is: that of a trusted account, if there is one.
     static QString fileOf(const QString &name);
 
     ~QmxSharedMemory();
@@ -55,6 +61,8 @@ public:
 
 private:
     QmxSharedMemory(int fd, uchar *data, qsizetype size) : _fd(fd), _data(data), _size(size) {}
+    static std::unique_ptr<QmxSharedMemory> makeAt(const QString &file, qsizetype bytes, mode_t mode,
+                                                   Existing existing, qsizetype reserved);
     static std::unique_ptr<QmxSharedMemory> map(int fd, qsizetype size, Access access);
 
     int _fd;

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -97,43 +98,38 @@ struct Board::Private
     const QString name = QmxEnvironment::current().places->takeWindow;
     Table own{};
     Table *table = &own;
-    int fd = -1; ///< stays open: the kernel lets go of its lock when the process ends
+    std::unique_ptr<QmxSharedMemory> memory; ///< the kernel lets go of its lock when the process ends
 };
 
 Board::Board() : d(std::make_unique<Private>()) {}
 
-Board::~Board()
-{
-    if (d->table != &d->own) munmap(d->table, sizeof(Table));
-    if (d->fd >= 0) close(d->fd);
-}
+Board::~Board() = default;
 
 bool Board::publish()
 {
     if (d->table != &d->own) return true;
     struct flock lock = wholeFile();
-    if (const int old = QmxSharedMemory::openName(d->name, O_RDWR, 0); old >= 0) {
+    const int old = QmxSharedMemory::openTrusted(d->name, QmxSharedMemory::Access::Write);
+    if (old >= 0) {
         const bool taken = fcntl(old, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
         close(old);
+        errno = EBUSY;
         if (taken) return false;
-        QmxSharedMemory::removeName(d->name); // whoever has the old one sees it stand still
     }
-    const int fd = QmxSharedMemory::openName(d->name, O_CREAT | O_EXCL | O_RDWR, mode);
-    if (fd < 0) return false;
+    // Whoever has the old one sees it stand still.
+    auto memory = QmxSharedMemory::make(d->name, sizeof(Table), mode, QmxSharedMemory::Existing::Replace);
+    if (!memory) return false;
     lock = wholeFile();
-    Table *table = nullptr;
-    // (The process may have a mask that keeps the group out.)
-    if (fchmod(fd, mode) == 0 && ftruncate(fd, sizeof(Table)) == 0 &&
-        QmxSharedMemory::reserve(fd, 0, sizeof(Table)) && fcntl(fd, F_OFD_SETLK, &lock) == 0)
-        table = map(fd);
-    if (!table) {
-        close(fd);
+    if (fcntl(memory->descriptor(), F_OFD_SETLK, &lock) != 0) {
+        const int reason = errno;
         QmxSharedMemory::removeName(d->name);
+        errno = reason;
         return false;
     }
+    auto *table = reinterpret_cast<Table *>(memory->data());
     table->magic.store(magic, std::memory_order_release);
     d->table = table;
-    d->fd = fd;
+    d->memory = std::move(memory);
     return true;
 }
 
@@ -175,7 +171,8 @@ bool Client::Private::open()
     const qint64 now = environment.clock->now();
     if (lookedAt != 0 && now - lookedAt < lookEvery) return table != nullptr;
     lookedAt = now;
-    const int fd = QmxSharedMemory::openName(environment.places->takeWindow, O_RDWR, 0);
+    const int fd =
+        QmxSharedMemory::openTrusted(environment.places->takeWindow, QmxSharedMemory::Access::Write);
     struct stat info = {};
     const bool isThere = fd >= 0 && fstat(fd, &info) == 0 && info.st_size >= off_t(sizeof(Table));
     if (!isThere || info.st_ino != inode || !table) {

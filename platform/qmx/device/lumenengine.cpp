@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmx.h"
 #include "platform/qmx/core/qmxdeck.h"
+#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxids.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxmemorypool.h"
@@ -74,8 +75,10 @@ LumenEngine::LumenEngine(const LumenOptions &options, const QmxEnvironment &envi
       _workers(workerCount(_profile), options.codecsFor(_profile), environment)
 {
     if (!options.profile && !_window.publish())
-        qmxLogOutput(QmxLogLevel::Info, logSource, __LINE__,
-                     "Edits by remote control are not possible: no shared memory\n");
+        // (Another recorder of this machine may have them: nothing is wrong then.)
+        qmxLogOutput(errno == EBUSY ? QmxLogLevel::Info : QmxLogLevel::Warning, logSource, __LINE__,
+                     "Edits by remote control are not possible: no shared memory: %s\n",
+                     qUtf8Printable(QmxError(errno).toString()));
 }
 
 LumenEngine::~LumenEngine()

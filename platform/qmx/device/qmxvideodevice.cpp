@@ -3,6 +3,7 @@
 
 #include "platform/qmx/core/qmxdeck.h"
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxerror.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/device/clockthread.h"
@@ -12,6 +13,7 @@
 #include <QEvent>
 #include <QPointer>
 
+#include <cerrno>
 #include <optional>
 
 namespace {
@@ -84,8 +86,8 @@ bool QmxVideoDevice::open(const QString &name)
     // The machine's card publishes what it does; one with a profile of its own keeps it private.
     if (!d->options.profile && !d->environment.deck->counters.publish(d->environment.places->counters))
         qmxLogOutput(QmxLogLevel::Warning, logSource, __LINE__,
-                     "The counters %s cannot be shared: companions will not see them\n",
-                     qPrintable(d->environment.places->counters));
+                     "The counters %s cannot be shared, companions will not see them: %s\n",
+                     qPrintable(d->environment.places->counters), qUtf8Printable(QmxError(errno).toString()));
     d->events = std::make_unique<DeviceEvents>(
         [this] { QCoreApplication::postEvent(this, new QEvent(deliverEvent)); });
     d->engine = std::make_unique<LumenEngine>(d->options, d->environment, *d->events);

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/qmx/edges/qmxfullpicture.h"
 
+#include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/edges/sharedwords.h"
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
-
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 constexpr quint64 magicNumber = 0x31'4C'55'46'50'58'00; // "\0XPFUL1", changes with the layout
@@ -28,53 +26,40 @@ struct QmxFullPictureWriter::Layout
     qint64 height;
     qint64 format;
     quint16 samples[3][mostSamples];
-
-    /// Both sides write: the one pictures, the other that it wants one. Pages that nobody touches cost
-    /// nothing.
-    /// `kept`: gets the descriptor, else it is closed.
-    static Layout *map(const QString &name, bool create, int *kept)
-    {
-        constexpr mode_t groupWrites = 0664;
-        const int fd = QmxSharedMemory::openName(name, create ? O_RDWR | O_CREAT : O_RDWR, groupWrites);
-        if (fd < 0) return nullptr;
-        struct stat data = {};
-        bool sized = fstat(fd, &data) == 0 && data.st_size >= off_t(sizeof(Layout));
-        if (create) {
-            fchmod(fd, groupWrites); // whatever the mask; one that belongs to somebody else stays as it is
-            if (!sized) sized = ftruncate(fd, sizeof(Layout)) == 0;
-        }
-        void *memory =
-            sized ? mmap(nullptr, sizeof(Layout), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0) : MAP_FAILED;
-        if (kept && memory != MAP_FAILED)
-            *kept = fd;
-        else
-            close(fd);
-        return memory == MAP_FAILED ? nullptr : static_cast<Layout *>(memory);
-    }
 };
 
-QmxFullPictureWriter::QmxFullPictureWriter(const QString &name) : _shared(Layout::map(name, true, &_fd))
+namespace {
+constexpr mode_t groupWrites = 0664; // both sides write: the one pictures, the other that it wants one
+}
+
+QmxFullPictureWriter::QmxFullPictureWriter(const QString &name)
 {
-    if (!_shared) return;
+    // Room for samples is asked for with a picture: pages that nobody touches cost nothing.
+    _memory = QmxSharedMemory::make(name, sizeof(Layout), groupWrites, QmxSharedMemory::Existing::Keep,
+                                    offsetof(Layout, samples));
+    if (!_memory) {
+        qmxLogOutput(
+            QmxLogLevel::Warning, "qmxfullpicture", __LINE__,
+            "There are no pictures in full size for companions: shared memory %s cannot be made: %s\n",
+            qUtf8Printable(name), qUtf8Printable(QmxError(errno).toString()));
+        return;
+    }
+    _shared = reinterpret_cast<Layout *>(_memory->data());
     _served = _shared->asked;
     _shared->served = _served;
     _shared->sequence = 0;
     _shared->magic = magicNumber;
 }
 
-QmxFullPictureWriter::~QmxFullPictureWriter()
-{
-    if (_shared) munmap(_shared, sizeof(Layout));
-    if (_fd >= 0) close(_fd);
-}
+QmxFullPictureWriter::~QmxFullPictureWriter() = default;
 
 /// Memory that is not there would end the program at the first sample.
 bool QmxFullPictureWriter::hasRoom(int height) const
 {
     for (int plane = 0; plane < 3; ++plane) {
-        const auto from = off_t(offsetof(Layout, samples) + size_t(plane) * mostSamples * sizeof(quint16));
-        const auto size = off_t(size_t(height) * QmxFullPicture::maximumWidth * sizeof(quint16));
-        if (posix_fallocate(_fd, from, size) != 0) return false;
+        const size_t from = offsetof(Layout, samples) + size_t(plane) * mostSamples * sizeof(quint16);
+        const size_t size = size_t(height) * QmxFullPicture::maximumWidth * sizeof(quint16);
+        if (!QmxSharedMemory::reserve(_memory->descriptor(), qsizetype(from), qsizetype(size))) return false;
     }
     return true;
 }
@@ -105,15 +90,14 @@ void QmxFullPictureWriter::offer(const QmxPicture &picture)
     _shared->served.store(asked, std::memory_order_release);
 }
 
-QmxFullPictureReader::~QmxFullPictureReader()
-{
-    if (_shared) munmap(_shared, sizeof(QmxFullPictureWriter::Layout));
-}
+QmxFullPictureReader::QmxFullPictureReader() = default;
+QmxFullPictureReader::~QmxFullPictureReader() = default;
 
 bool QmxFullPictureReader::open(const QString &name)
 {
-    if (_shared) munmap(_shared, sizeof(QmxFullPictureWriter::Layout));
-    _shared = QmxFullPictureWriter::Layout::map(name, false, nullptr);
+    using Layout = QmxFullPictureWriter::Layout;
+    _memory = QmxSharedMemory::open(name, QmxSharedMemory::Access::Write, sizeof(Layout));
+    _shared = _memory ? reinterpret_cast<Layout *>(_memory->data()) : nullptr;
     return _shared && _shared->magic == magicNumber;
 }
 

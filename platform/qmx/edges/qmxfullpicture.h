@@ -9,6 +9,8 @@
 #include <memory>
 #include <vector>
 
+class QmxSharedMemory;
+
 /// A picture of the output in its own size and depth, as a companion gets it: rows without padding.
 struct QmxFullPicture
 {
@@ -48,7 +50,7 @@ private:
     friend class QmxFullPictureReader;
     bool hasRoom(int height) const;
 
-    int _fd = -1;
+    std::unique_ptr<QmxSharedMemory> _memory; ///< null: there is none, and nobody asks
     Layout *_shared = nullptr;
     quint64 _served = 0;
 };
@@ -57,7 +59,7 @@ private:
 class QmxFullPictureReader
 {
 public:
-    QmxFullPictureReader() = default;
+    QmxFullPictureReader();
     ~QmxFullPictureReader();
     QmxFullPictureReader(const QmxFullPictureReader &) = delete;
     QmxFullPictureReader &operator=(const QmxFullPictureReader &) = delete;
@@ -69,6 +71,7 @@ public:
     bool read(QmxFullPicture &picture);
 
 private:
+    std::unique_ptr<QmxSharedMemory> _memory;
     QmxFullPictureWriter::Layout *_shared = nullptr;
     quint64 _asked = 0;
 };

@@ -4,7 +4,6 @@
 #include "platform/qmx/codec/qmxreducekernels.h"
 #include "platform/qmx/core/qmxframeshown.h"
 #include "platform/qmx/core/qmxids.h"
-#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxthreadname.h"
 
 #include <algorithm>
@@ -69,10 +68,6 @@ QmxPreviewSink::QmxPreviewSink(const QString &name, const QmxEnvironment &enviro
       _thread(QStringLiteral("qmx-preview"), queueBound, environment)
 {
     _thread.post(qmxYieldToEventLoop);
-    if (!_writer.isOpen())
-        qmxLogOutput(QmxLogLevel::Warning, "qmxpreviewsink", __LINE__,
-                     "No preview: shared memory \"%s\" cannot be made; check that /dev/shm is mounted\n",
-                     qUtf8Printable(name));
 }
 
 QmxPreviewSink::~QmxPreviewSink() = default;

@@ -2,10 +2,13 @@
 #include "platform/qmx/edges/qmxscopes.h"
 
 #include "platform/qmx/codec/qmxpicture.h"
+#include "platform/qmx/core/qmxerror.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxsharedmemory.h"
 #include "platform/qmx/edges/sharedwords.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <vector>
 
@@ -148,7 +151,12 @@ QmxScopesWriter::QmxScopesWriter(const QString &name) : d(std::make_unique<Priva
     d->name = name;
     constexpr mode_t groupWrites = 0664; // both sides write: the one pictures, the other that it looks
     d->memory = QmxSharedMemory::make(name, sizeof(Layout), groupWrites, QmxSharedMemory::Existing::Keep);
-    if (!d->memory) return;
+    if (!d->memory) {
+        qmxLogOutput(QmxLogLevel::Warning, "qmxscopes", __LINE__,
+                     "There are no scopes: shared memory %s cannot be made: %s\n", qUtf8Printable(name),
+                     qUtf8Printable(QmxError(errno).toString()));
+        return;
+    }
     d->shared = reinterpret_cast<Layout *>(d->memory->data());
     d->shared->pid = getpid();
     d->shared->sequence = d->shared->sequence.load() / 2 * 2; // of a writer that was killed in the middle

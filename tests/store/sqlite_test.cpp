@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What happens to a store in one file when the file, its folder or its disk go wrong.
 #include "platform/store/eparammedia.h"
+#include "platform/store/sqlitedatabase.h"
 #include "platform/store/storefiles.h"
 #include "platform/store/storelock.h"
 #include "platform/store/storesource.h"
@@ -213,6 +214,27 @@ TEST_F(SqliteStore, linksInItsFolderReachNobodyElsesFile)
             EXPECT_EQ(readAll(victim), "secret") << suffix;
             QFile::remove(name);
         }
+}
+
+TEST_F(SqliteStore, whatIsNoFileBesideItIsNeitherWaitedForNorInTheWay)
+{
+    allowLog("storefiles");
+    allowLog("storestate");
+    using Put = int (*)(const char *, mode_t);
+    ASSERT_TRUE(openStore(uri)->setString(eParam_ReelNumber, "041"));
+    unsigned count = 0;
+    for (const char *suffix : {"-journal", "-wal", "-shm"})
+        for (const Put put : {Put(::mkfifo), Put(::mkdir)}) {
+            const QString name = path() + suffix;
+            QFile::remove(name);
+            ASSERT_EQ(put(name.toLocal8Bit().constData(), 0777), 0) << suffix;
+            SqliteDatabase past; // whoever has not looked before it opens
+            if (past.open(path().toStdString(), SqliteDatabase::ReadWrite)) past.exec("SELECT * FROM param");
+            const auto config = openStore(uri);
+            EXPECT_EQ(textOf(*config, eParam_ReelNumber), "041") << suffix;
+            EXPECT_TRUE(config->setUInt(eParam_LoopPlayback, ++count % 2)) << suffix;
+        }
+    EXPECT_EQ(files("store.db-*.foreign-*").size(), 6);
 }
 
 TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)

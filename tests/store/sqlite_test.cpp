@@ -226,15 +226,17 @@ TEST_F(SqliteStore, whatIsNoFileBesideItIsNeitherWaitedForNorInTheWay)
     for (const char *suffix : {"-journal", "-wal", "-shm"})
         for (const Put put : {Put(::mkfifo), Put(::mkdir)}) {
             const QString name = path() + suffix;
+            sql(path(), "PRAGMA wal_checkpoint(TRUNCATE)");
             QFile::remove(name);
             ASSERT_EQ(put(name.toLocal8Bit().constData(), 0777), 0) << suffix;
             SqliteDatabase past; // whoever has not looked before it opens
             if (past.open(path().toStdString(), SqliteDatabase::ReadWrite)) past.exec("SELECT * FROM param");
+            past.close();
             const auto config = openStore(uri);
-            EXPECT_EQ(textOf(*config, eParam_ReelNumber), "041") << suffix;
             EXPECT_TRUE(config->setUInt(eParam_LoopPlayback, ++count % 2)) << suffix;
+            EXPECT_EQ(textOf(*config, eParam_ReelNumber), "041") << suffix;
+            EXPECT_EQ(StoreFiles(path().toStdString()).obstacle(), "");
         }
-    EXPECT_EQ(files("store.db-*.foreign-*").size(), 6);
 }
 
 TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)

@@ -9,7 +9,6 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace beast = boost::beast;
@@ -287,15 +286,22 @@ void HttpConnection<Stream>::written(bool keepsAlive)
 template <typename Stream>
 void HttpConnection<Stream>::writeFile(const FilePart &part)
 {
-    _sending->fd = part.fd;
-    _sending->at = part.from;
-    _sending->end = part.from + part.length;
-    _sending->serializer.emplace(*_sending->response);
-    expire(Limit::sendWithin);
-    http::async_write_header(_stream, *_sending->serializer,
-                             [self = this->shared_from_this()](boost::system::error_code error, size_t) {
-                                 if (!error) self->nextPiece();
-                             });
+    const auto sending = _sending;
+    sending->fd = part.fd;
+    sending->at = part.from;
+    sending->end = part.from + part.length;
+    // In its turn: when there is none to be had, that can still be said.
+    const bool isPosted = _context->files.post([self = this->shared_from_this(), sending] {
+        self->_context->post([self, sending] {
+            sending->serializer.emplace(*sending->response);
+            self->expire(Limit::sendWithin);
+            http::async_write_header(self->_stream, *sending->serializer,
+                                     [self](boost::system::error_code error, size_t) {
+                                         if (!error) self->nextPiece();
+                                     });
+        });
+    });
+    if (!isPosted) write(problemReply(429, "busy", "too many files are being sent"));
 }
 
 template <typename Stream>

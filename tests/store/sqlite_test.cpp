@@ -237,6 +237,10 @@ TEST_F(SqliteStore, whatIsNoFileBesideItIsNeitherWaitedForNorInTheWay)
             EXPECT_EQ(textOf(*config, eParam_ReelNumber), "041") << suffix;
             EXPECT_EQ(StoreFiles(path().toStdString()).obstacle(), "");
         }
+    StoreFiles(dir.file("made/store.db").toStdString()).makeFolders();
+    struct stat made = {};
+    ASSERT_EQ(::stat(dir.file("made").toLocal8Bit().constData(), &made), 0);
+    EXPECT_EQ(made.st_mode & 01777, 01770U) << "nobody else's file is removed there";
 }
 
 TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)

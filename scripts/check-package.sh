@@ -86,6 +86,26 @@ expect 'the services are enabled' in_root sh -c \
     'for unit in xpd xpmediad xpremote xppanel; do [ "$(systemctl is-enabled $unit.service)" = enabled ] || exit 1; done'
 expect 'the units are well formed' in_root systemd-analyze verify xpd.service xpmediad.service xpremote.service xppanel.service xp-metrics.service \
     xp-channels.service xpd@2.service xpmediad@2.service xpremote@2.service xppanel@2.service
+# Whoever starts last sets the rights of a folder that several share: all of them have to mean the same.
+folder_rights() { # FILE...: units, tmpfiles, scripts of packages
+    awk 'function told(path, mode, from) { sub(/^0+/, "", mode); print path, mode, from }
+        BEGIN { root["Runtime"] = "/run/"; root["State"] = "/var/lib/"; root["Logs"] = "/var/log/" }
+        function unit(kind) {
+            for (kind in folder) told(root[kind] folder[kind], kind in mode ? mode[kind] : "755", last)
+            delete folder; delete mode
+        }
+        FNR == 1 { unit(); last = FILENAME }
+        match($0, /^(Runtime|State|Logs)Directory(Mode)?=/) {
+            kind = $0; sub(/Directory.*/, "", kind)
+            if ($0 ~ /^[A-Za-z]*Mode=/) mode[kind] = substr($0, RLENGTH + 1); else folder[kind] = substr($0, RLENGTH + 1)
+        }
+        $1 == "d" { told($2, $3, FILENAME) }
+        $1 == "install" && $2 == "-d" && match($0, /-m [0-7]+/) { told($NF, substr($0, RSTART + 3, RLENGTH - 3), FILENAME) }
+        END { unit() }' "$@"
+}
+one_meaning() { folder_rights "$@" | sort -u | awk '{ if (($1 in is) && is[$1] != $2) { print; wrong = 1 } is[$1] = $2; print } END { exit wrong || !NR }'; }
+expect 'all that make a folder give it the same rights' one_meaning "$XP_ROOT"/packaging/*/*.service "$XP_ROOT/packaging/xp-recorder/tmpfiles" \
+    "$XP_ROOT"/packaging/*/postinst
 units=$(cd "$XP_ROOT/packaging" && ls ./*/*.service | sed 's|.*/||; s|\.service$||')
 for unit in $units; do
     exposure=$(in_root systemd-analyze security --offline=yes "$unit.service" 2>/dev/null | sed -nE 's/.*exposure level.*: ([0-9.]+).*/\1/p')

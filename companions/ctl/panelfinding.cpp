@@ -3,8 +3,8 @@
 
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsafefile.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <arpa/inet.h>
@@ -36,9 +36,7 @@ bool isAnswered(quint16 port)
 Finding panelFinding(Recorder &)
 {
     const std::shared_ptr<const QmxPlaces> places = QmxEnvironment::current().places;
-    QFile file(places->panelAddress);
-    const QString address =
-        file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readLine()).trimmed() : QString();
+    const QString address = QString::fromUtf8(QmxSafeFile::line(places->panelAddress));
     const QString start = QStringLiteral("systemctl restart xppanel");
     if (address.isEmpty()) {
         if (!QFileInfo::exists(program)) return {Finding::Good, "not installed", {}};

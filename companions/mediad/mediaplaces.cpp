@@ -7,11 +7,14 @@
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxtaskthread.h"
 
+#include <cerrno>
+#include <cstring>
 #include <mutex>
 #include <optional>
 #include <utility>
 
 namespace {
+constexpr const char *module = "mediaplaces";
 constexpr const char *mountTablePath = "/proc/self/mountinfo";
 /// Clips are listed less often than media are looked at: on a full medium there are many. Every change of the
 /// transport lists them too.
@@ -143,15 +146,17 @@ void MediaPlaces::makePictures(bool isRecording)
         Place &place = *entry.second;
         if (isRecording) place.pictured = 0;
         if (isRecording || !place.known || place.pictured == place.known->clips) continue;
-        const std::string folder =
-            _environment.places->thumbnails.toStdString() + path.substr(path.rfind('/'));
         if (!place.pictures)
             place.pictures =
                 std::make_unique<QmxTaskThread>(QStringLiteral("media-pictures"), bound, _environment);
-        const bool posted =
-            place.pictures->post([path, folder, environment = _environment, recording = _recording] {
-                keepThumbnails(path, folder, environment, [&recording] { return !*recording; });
-            });
+        const bool posted = place.pictures->post([path, environment = _environment, recording = _recording] {
+            if (keepThumbnails(path, environment, [&recording] { return !*recording; }) < 0)
+                qmxLogOutput(QmxLogLevel::Warning, module, __LINE__,
+                             "No pictures of the clips of %s are kept: there is no folder of this account "
+                             "for them in %s: %s\n",
+                             path.c_str(), environment.places->thumbnails.toLocal8Bit().constData(),
+                             std::strerror(errno));
+        });
         if (posted) place.pictured = place.known->clips;
     }
 }

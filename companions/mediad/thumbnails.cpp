@@ -3,19 +3,26 @@
 
 #include "platform/product/clipscan.h"
 #include "platform/qmx/clip/qmxclipstill.h"
+#include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsafefolder.h"
 
 #include <QFile>
-#include <QSaveFile>
+#include <QFileInfo>
 
 #include <filesystem>
 #include <set>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace {
+// The panel has an account of its own in the group.
+constexpr mode_t groupLooks = 0750;
+constexpr mode_t groupReads = 0640;
+constexpr const char *ending = ".jpg";
 
 qint64 timeOf(const std::string &path, const QmxEnvironment &environment)
 {
@@ -24,21 +31,43 @@ qint64 timeOf(const std::string &path, const QmxEnvironment &environment)
     return status.st_mtim.tv_sec;
 }
 
-bool save(const std::string &path, const QByteArray &bytes, qint64 time)
+qint64 timeIn(const QmxSafeFolder &folder, const QString &thumbnail)
 {
-    QSaveFile file(QString::fromLocal8Bit(path));
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) return false;
-    const struct timespec times[] = {{time, 0}, {time, 0}};
-    return utimensat(AT_FDCWD, path.c_str(), times, 0) == 0;
+    const struct stat is = folder.status(thumbnail);
+    return S_ISREG(is.st_mode) && is.st_uid == geteuid() ? qint64(is.st_mtim.tv_sec) : -1;
+}
+
+QmxSafeFolder folderFor(const std::string &medium, const QmxEnvironment &environment)
+{
+    const QFileInfo all(environment.places->thumbnails);
+    return QmxSafeFolder(all.path())
+        .make(all.fileName(), groupLooks)
+        .make(QFileInfo(QString::fromLocal8Bit(medium)).fileName(), groupLooks);
+}
+
+/// Pictures of this account's own only: whatever else has been put there is not ours to remove.
+void removeOthers(const QmxSafeFolder &folder, const std::set<std::string> &wanted)
+{
+    std::error_code failed;
+    std::set<std::string> gone;
+    fs::directory_iterator old("/proc/self/fd/" + std::to_string(folder.fd()), failed);
+    for (const fs::directory_iterator end; !failed && old != end; old.increment(failed)) {
+        const std::string name = old->path().filename().string();
+        if (name.ends_with(ending) && !wanted.contains(name)) gone.insert(name);
+    }
+    for (const std::string &name : gone)
+        if (timeIn(folder, QFile::decodeName(name.c_str())) >= 0)
+            folder.remove(QFile::decodeName(name.c_str()));
 }
 
 } // namespace
 
-int keepThumbnails(const std::string &medium, const std::string &folder, const QmxEnvironment &environment,
+int keepThumbnails(const std::string &medium, const QmxEnvironment &environment,
                    const std::function<bool()> &goesOn)
 {
+    const QmxSafeFolder folder = folderFor(medium, environment);
+    if (!folder.isOpen()) return -1;
     std::error_code failed;
-    fs::create_directories(folder, failed);
     std::set<std::string> wanted;
     std::set<std::string> clips;
     fs::directory_iterator entry(medium, failed);
@@ -48,20 +77,16 @@ int keepThumbnails(const std::string &medium, const std::string &folder, const Q
     int made = 0;
     for (const std::string &name : clips) {
         const std::string clip = medium + "/" + name;
-        const std::string thumbnail = folder + "/" + name + ".jpg";
+        const QString thumbnail = QFile::decodeName((name + ending).c_str());
         const qint64 time = timeOf(clip, environment);
-        wanted.insert(name + ".jpg");
-        if (time < 0 || timeOf(thumbnail, environment) == time) continue;
+        wanted.insert(name + ending);
+        if (time < 0 || timeIn(folder, thumbnail) == time) continue;
         if (!goesOn()) return made;
         // One that cannot be decoded gets an empty file, so that it is not tried again and again.
-        if (save(thumbnail,
-                 QmxClipStill::make(QString::fromLocal8Bit(clip), QmxClipStill::aTenth, environment), time))
-            ++made;
+        const QByteArray picture =
+            QmxClipStill::make(QString::fromLocal8Bit(clip), QmxClipStill::aTenth, environment);
+        if (folder.replace(thumbnail, picture, {.mode = groupReads, .seconds = time})) ++made;
     }
-    fs::directory_iterator old(folder, failed);
-    for (const fs::directory_iterator end; !failed && old != end; old.increment(failed)) {
-        std::error_code kept;
-        if (!wanted.contains(old->path().filename().string())) fs::remove(old->path(), kept);
-    }
+    removeOthers(folder, wanted);
     return made;
 }

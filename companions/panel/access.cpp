@@ -4,6 +4,8 @@
 #include "companions/panel/fleetkey.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxsafefile.h"
+#include "platform/qmx/core/qmxsafefolder.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -12,6 +14,8 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
@@ -221,16 +225,16 @@ namespace {
 /// What a former run left, when nobody but this account can have written it; else empty.
 QString keptToken(const QByteArray &path)
 {
-    const int fd = open(path.constData(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    const int fd = QmxSafeFile::open(path.constData(), O_RDONLY, 0, QmxSafeFile::Names::Only);
     if (fd < 0) return {};
     constexpr mode_t othersMayWrite = 0027;
-    std::array<char, 256> bytes{};
+    constexpr qint64 longest = 256;
     struct stat status = {};
-    const bool isOurs = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == geteuid() &&
-                        (status.st_mode & othersMayWrite) == 0;
-    const ssize_t size = isOurs ? read(fd, bytes.data(), bytes.size()) : 0;
+    const bool isOurs =
+        fstat(fd, &status) == 0 && status.st_uid == geteuid() && (status.st_mode & othersMayWrite) == 0;
+    const QByteArray text =
+        isOurs ? QmxSafeFile::contents(fd, longest).value_or(QByteArray()).trimmed() : QByteArray();
     close(fd);
-    const QByteArray text = QByteArray(bytes.data(), size > 0 ? size : 0).trimmed();
     const bool isToken = text.size() == randomToken().size() && QByteArray::fromHex(text).toHex() == text;
     return isToken ? QString::fromLatin1(text) : QString();
 }
@@ -245,18 +249,14 @@ QString Access::writeToken(const QString &path)
         return {};
     }
     _token = randomToken();
-    const QByteArray part = name + ".new";
-    unlink(part.constData());
-    const int fd = open(part.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0640);
     const QByteArray text = _token.toLatin1() + '\n';
-    bool isWritten = fd >= 0 && write(fd, text.constData(), size_t(text.size())) == text.size();
-    // The group that may operate is the one of the folder.
-    struct stat folder = {};
-    if (isWritten && stat(QFile::encodeName(QFileInfo(path).path()).constData(), &folder) == 0 &&
-        fchown(fd, uid_t(-1), folder.st_gid) != 0 && folder.st_gid != getegid())
-        isWritten = fchmod(fd, 0600) == 0; // of another group, it is for nobody else
-    if (fd >= 0) close(fd);
-    if (isWritten && rename(part.constData(), name.constData()) == 0) return {};
-    return QStringLiteral("the token cannot be written to %1; nobody can operate without an account")
-        .arg(path);
+    const QFileInfo file(path);
+    const QmxSafeFolder folder(file.path());
+    // The group that may operate is the one of the folder. Of another group, it is for nobody else.
+    if (folder.replace(file.fileName(), text, {.mode = 0640, .group = folder.status().st_gid}) ||
+        folder.replace(file.fileName(), text, {.mode = 0600}))
+        return {};
+    return QStringLiteral("the token cannot be written to %1: %2; nobody can operate without an account. "
+                          "Remove what has this name and start xppanel anew")
+        .arg(path, QString::fromLocal8Bit(std::strerror(errno)));
 }

@@ -2,20 +2,24 @@
 #include "companions/panel/accounts.h"
 
 #include "companions/panel/access.h"
+#include "platform/qmx/core/qmxsafefile.h"
+#include "platform/qmx/core/qmxsafefolder.h"
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSaveFile>
 
 #include <algorithm>
 #include <argon2.h>
 #include <array>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 // 19 MiB and two passes: a tenth of a second here, and too much memory for machines that guess by the
@@ -63,18 +67,55 @@ QList<Accounts::Account> parse(const QByteArray &text)
 
 Accounts::Accounts(const QString &path) : _path(path) {}
 
+/// A descriptor, or -1 and errno. The folder is the panel's, and root works in it: of a link that the panel's
+/// account has put there, root would read what that account may not.
+int Accounts::open() const
+{
+    const QFileInfo file(_path);
+    const QmxSafeFolder folder(file.path());
+    const int fd = folder.open(file.fileName(), O_RDONLY);
+    struct stat status = {};
+    if (fd < 0) return -1;
+    const bool isOurs = fstat(fd, &status) == 0 && (status.st_uid == 0 || status.st_uid == geteuid() ||
+                                                    status.st_uid == folder.status().st_uid);
+    if (isOurs) return fd;
+    close(fd);
+    errno = EPERM;
+    return -1;
+}
+
+QString Accounts::problem() const
+{
+    const int fd = open();
+    const int why = errno;
+    if (fd >= 0) close(fd);
+    if (fd >= 0 || why == ENOENT) return {};
+    if (why == EACCES)
+        return QStringLiteral("%1 cannot be read: %2; run this as the panel's user or as root")
+            .arg(_path, QString::fromLocal8Bit(std::strerror(why)));
+    return QStringLiteral(
+               "%1 is no file of root or of the panel's account with this name only (%2): no account "
+               "is taken from it, and none is written to it. Look at it and remove it")
+        .arg(_path, QString::fromLocal8Bit(std::strerror(why)));
+}
+
 QList<Accounts::Account> Accounts::all() const
 {
-    struct stat status = {};
     const std::lock_guard lock(_mutex);
-    if (stat(QFile::encodeName(_path).constData(), &status) != 0) return {};
+    const int fd = open();
+    if (fd < 0) return errno == EMFILE || errno == ENFILE ? _read : QList<Account>();
+    struct stat status = {};
     constexpr qint64 nsPerSecond = 1'000'000'000;
+    const bool isKnown = fstat(fd, &status) == 0;
     const qint64 time = status.st_mtim.tv_sec * nsPerSecond + status.st_mtim.tv_nsec;
-    if (time == _readAt) return _read;
-    QFile file(_path);
-    if (!file.open(QIODevice::ReadOnly)) return _read;
-    _read = parse(file.readAll());
-    _readAt = time;
+    if (isKnown && time != _readAt) {
+        constexpr qint64 largest = 16 * 1024 * 1024;
+        if (const auto text = QmxSafeFile::contents(fd, largest)) {
+            _read = parse(*text);
+            _readAt = time;
+        }
+    }
+    close(fd);
     return _read;
 }
 
@@ -110,21 +151,19 @@ QString Accounts::write(const QList<Account> &accounts) const
                                 {"role", roleName(account.role)},
                                 {"hash", account.hash},
                                 {"tokens", QJsonArray::fromStringList(account.tokens)}});
-    QDir().mkpath(QFileInfo(_path).path());
-    QSaveFile file(_path);
+    const QFileInfo file(_path);
+    QDir().mkpath(file.path());
+    if (const QString foreign = problem(); !foreign.isEmpty()) return foreign;
+    const QmxSafeFolder folder(file.path());
     const QByteArray text = QJsonDocument(QJsonObject{{"accounts", list}}).toJson();
-    const bool isWritten = file.open(QIODevice::WriteOnly) &&
-                           file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) &&
-                           file.write(text) == text.size() && file.commit();
-    if (!isWritten)
-        return QStringLiteral("%1 cannot be written: %2; run this as the panel's user or as root")
-            .arg(_path, file.errorString());
-    // (Made by root for the program that runs as somebody else.)
-    struct stat folder = {};
-    if (stat(QFile::encodeName(QFileInfo(_path).path()).constData(), &folder) == 0 &&
-        chown(QFile::encodeName(_path).constData(), folder.st_uid, folder.st_gid) != 0)
-        return {};
-    return {};
+    QmxSafeFolder::As as;
+    if (geteuid() == 0) { // for the program, which runs as somebody else
+        as.owner = folder.status().st_uid;
+        as.group = folder.status().st_gid;
+    }
+    if (folder.replace(file.fileName(), text, as)) return {};
+    return QStringLiteral("%1 cannot be written: %2; run this as the panel's user or as root")
+        .arg(_path, QString::fromLocal8Bit(std::strerror(errno)));
 }
 
 QString Accounts::set(const QString &name, Role role, const QString &password)

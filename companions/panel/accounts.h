@@ -21,6 +21,8 @@ public:
     };
 
     QList<Account> all() const;
+    /// Why what has the file's name is none of ours and counts for nothing; empty when it is well or missing.
+    QString problem() const;
     bool isEmpty() const { return all().isEmpty(); }
     /// Nothing when there is no such account or the password is wrong. Takes a tenth of a second, on purpose,
     /// also for a name that there is not.
@@ -37,6 +39,7 @@ public:
 
 private:
     QString write(const QList<Account> &accounts) const;
+    int open() const;
     const QString _path;
     mutable std::mutex _mutex;
     mutable QList<Account> _read;

@@ -7,6 +7,8 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxlog.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsafefile.h"
+#include "platform/qmx/core/qmxsafefolder.h"
 #include "platform/qmx/core/qmxthreads.h"
 
 #include <CLI/CLI.hpp>
@@ -14,8 +16,10 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 #include <thread>
 
@@ -69,11 +73,15 @@ QString baseAddress(const PanelOptions &options, quint16 port)
     return QStringLiteral("%1://%2:%3/").arg(options.hasTls() ? "https" : "http", host).arg(port);
 }
 
-/// Where others find the running panel.
+/// Where others find the running panel. Without it, it serves all the same.
 void writeAddress(const QString &address)
 {
-    QFile file(places().panelAddress);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) file.write(address.toUtf8() + '\n');
+    const QFileInfo file(places().panelAddress);
+    if (!QmxSafeFolder(file.path()).replace(file.fileName(), address.toUtf8() + '\n', {.mode = 0644}))
+        fail(
+            QStringLiteral("%1 cannot be written: %2; other programs do not find this panel. Remove what has "
+                           "this name and start xppanel anew")
+                .arg(file.filePath(), QString::fromLocal8Bit(std::strerror(errno))));
 }
 
 int serve(const Given &given)
@@ -100,6 +108,7 @@ int serve(const Given &given)
     QFile::remove(places().panelAddress); // of a panel that was killed
     Server server;
     Panel panel(options, server.poster(), QString::fromStdString(given.users));
+    if (const QString problem = panel.accounts.problem(); !problem.isEmpty()) fail(problem);
     if (!options.isLoopback() && panel.accounts.isEmpty())
         return fail(QStringLiteral("on %1 it listens only when there is an account; make one with: xppanel "
                                    "user add NAME --role operate")
@@ -128,8 +137,7 @@ int serve(const Given &given)
 
 QString readLine(const QString &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readLine()).trimmed() : QString();
+    return QString::fromUtf8(QmxSafeFile::line(path));
 }
 
 int printAddress()
@@ -189,7 +197,9 @@ int removeUser(const Given &given)
 
 int listUsers(const Given &given)
 {
-    for (const auto &account : Accounts(QString::fromStdString(given.users)).all())
+    const Accounts accounts(QString::fromStdString(given.users));
+    if (const QString problem = accounts.problem(); !problem.isEmpty()) return fail(problem);
+    for (const auto &account : accounts.all())
         std::printf("%-24s %-9s %lld tokens\n", account.name.toUtf8().constData(),
                     roleName(account.role).toLatin1().constData(), (long long)account.tokens.size());
     return 0;

@@ -8,6 +8,7 @@
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsafefile.h"
 #include "platform/store/config.h"
 #include "platform/store/redisbackend.h"
 #include "platform/store/redisfleet.h"
@@ -44,8 +45,8 @@ std::chrono::seconds wallTime()
 
 QString lineOf(const QString &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readLine()).trimmed() : QString();
+    // What is sent there has a token with it: an address that somebody else has put there is none.
+    return QString::fromUtf8(QmxSafeFile::line(path, QmxSafeFile::Writer::Trusted));
 }
 
 /// "HOST:PORT", "https://HOST:PORT"; false when it is neither.

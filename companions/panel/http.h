@@ -44,7 +44,7 @@ struct HttpCall
 /// A part of a file, read piece by piece while it is sent.
 struct FilePart
 {
-    QString path;
+    std::shared_ptr<const int> fd; ///< closed with the last copy
     qint64 from = 0;
     qint64 length = 0;
 };

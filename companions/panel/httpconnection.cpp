@@ -9,7 +9,6 @@
 #include <boost/asio/write.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace beast = boost::beast;
@@ -55,11 +54,7 @@ std::optional<HttpReply> refusalOf(boost::system::error_code error)
 template <typename Stream>
 struct HttpConnection<Stream>::Sending
 {
-    ~Sending()
-    {
-        if (fd >= 0) ::close(fd);
-    }
-    int fd = -1;
+    std::shared_ptr<const int> fd;
     qint64 at = 0;
     qint64 end = 0;
     std::vector<char> piece;
@@ -292,13 +287,12 @@ template <typename Stream>
 void HttpConnection<Stream>::writeFile(const FilePart &part)
 {
     const auto sending = _sending;
-    const bool isPosted = _context->files.post([self = this->shared_from_this(), sending, part] {
-        sending->fd = ::open(part.path.toLocal8Bit().constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-        sending->at = part.from;
-        sending->end = part.from + part.length;
+    sending->fd = part.fd;
+    sending->at = part.from;
+    sending->end = part.from + part.length;
+    // In its turn: when there is none to be had, that can still be said.
+    const bool isPosted = _context->files.post([self = this->shared_from_this(), sending] {
         self->_context->post([self, sending] {
-            if (sending->fd < 0)
-                return self->write(problemReply(404, "no_clip", "the clip is not there any more"));
             sending->serializer.emplace(*sending->response);
             self->expire(Limit::sendWithin);
             http::async_write_header(self->_stream, *sending->serializer,
@@ -319,7 +313,7 @@ void HttpConnection<Stream>::nextPiece()
     const bool isPosted = _context->files.post([self = this->shared_from_this(), sending] {
         self->_context->pace.wait(qint64(pieceSize));
         sending->piece.resize(size_t(std::min<qint64>(pieceSize, sending->end - sending->at)));
-        const ssize_t got = pread(sending->fd, sending->piece.data(), sending->piece.size(), sending->at);
+        const ssize_t got = pread(*sending->fd, sending->piece.data(), sending->piece.size(), sending->at);
         self->_context->post([self, sending, got] {
             if (got <= 0) return self->close(); // the length that was promised cannot be kept
             sending->at += got;

@@ -9,6 +9,8 @@
 #include "platform/qmx/clip/qmxclipstill.h"
 #include "platform/qmx/core/qmxenvironment.h"
 #include "platform/qmx/core/qmxplaces.h"
+#include "platform/qmx/core/qmxsafefile.h"
+#include "platform/qmx/core/qmxsafefolder.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -19,7 +21,9 @@
 #include <cmath>
 #include <limits>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 /// A name that cannot lead out of its folder, nor to what is hidden there.
@@ -72,10 +76,15 @@ std::optional<FilePart> rangeOf(const QByteArray &header, qint64 size, bool &isO
 /// A file of a medium, or the part of it that is asked for; nothing when there is none.
 std::optional<HttpReply> fileReply(const HttpCall &call, const QString &path, const char *type)
 {
+    // What is told of it and what is sent is one file, whatever has its name by then.
+    const int fd = path.isEmpty() ? -1 : QmxSafeFile::open(QFile::encodeName(path).constData(), O_RDONLY);
+    if (fd < 0) return {};
+    const std::shared_ptr<const int> opened(new int(fd), [](const int *one) {
+        close(*one);
+        delete one;
+    });
     struct stat status = {};
-    if (path.isEmpty() || lstat(QFile::encodeName(path).constData(), &status) != 0 ||
-        !S_ISREG(status.st_mode))
-        return {};
+    if (fstat(fd, &status) != 0) return {};
     const QByteArray tag = '"' + QByteArray::number(qint64(status.st_size), 16) + '-' +
                            QByteArray::number(qint64(status.st_mtim.tv_sec), 16) + '.' +
                            QByteArray::number(qint64(status.st_mtim.tv_nsec), 16) + '"';
@@ -86,7 +95,7 @@ std::optional<HttpReply> fileReply(const HttpCall &call, const QString &path, co
         reply.status = 304;
         return reply;
     }
-    FilePart part{path, 0, qint64(status.st_size)};
+    FilePart part{opened, 0, qint64(status.st_size)};
     const QByteArray condition = call.header("if-range");
     bool isOutside = false;
     const auto range = condition.isEmpty() || condition == tag
@@ -173,15 +182,18 @@ void getThumbnail(Panel &panel, const HttpCall &call, Respond respond)
     onWorker(panel, respond, [name = call.words.first()](Control &control) {
         const QString folder = control.recorder().text(eParam_ActiveMediaPath);
         const std::shared_ptr<const QmxPlaces> places = control.recorder().environment().places;
-        QFile file(places->thumbnails + folder.mid(folder.lastIndexOf('/')) + '/' + name + ".jpg");
         constexpr qint64 largest = 1024 * 1024;
-        if (!isFileName(name) || !folder.contains('/') || !file.open(QIODevice::ReadOnly) ||
-            file.size() > largest)
+        const QmxSafeFolder pictures =
+            QmxSafeFolder(places->thumbnails).below(folder.mid(folder.lastIndexOf('/') + 1));
+        const int fd = isFileName(name) && folder.contains('/') ? pictures.open(name + ".jpg", O_RDONLY) : -1;
+        const auto picture = fd >= 0 ? QmxSafeFile::contents(fd, largest) : std::nullopt;
+        if (fd >= 0) close(fd);
+        if (!picture)
             return problemReply(404, "no_thumbnail",
                                 QStringLiteral("there is no picture of %1 yet").arg(name));
         HttpReply reply;
         reply.type = "image/jpeg";
-        reply.body = file.readAll();
+        reply.body = *picture;
         reply.headers = {{"Cache-Control", "private, max-age=60"}};
         return reply;
     });

@@ -73,6 +73,9 @@ StoreResult SqliteBackend::openAtPath()
                                               " does not exist; it is made as soon as it can be written"};
     // Nobody leaves an empty file there; the library would wait for a lock on it.
     if (_files.isEmpty()) return damaged("it is empty");
+    if (const std::string obstacle = _files.obstacle(); !obstacle.empty())
+        return {StoreResult::Unreachable,
+                "the configuration store " + _files.database() + " cannot be opened: " + obstacle};
     if (!_database.open(_files.database(), SqliteDatabase::ReadWrite)) {
         StoreResult result = _database.result("cannot open");
         disconnect();
@@ -122,6 +125,7 @@ StoreResult SqliteBackend::connectForWriting()
     if (!there) return createOrRestore("it was removed");
     if (_database.isOpen() && there == _identity)
         return _database.isDatabase() ? StoreResult() : createOrRestore(damaged(overwritten).text);
+    _files.setForeignAside(dateStamp());
     StoreResult result = openAtPath();
     if (result.code == StoreResult::Damaged) result = createOrRestore(result.text);
     return result;

@@ -3,8 +3,12 @@
 
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -30,6 +34,31 @@ const ErrorRow errorRows[] = {
     {SQLITE_CANTOPEN, StoreResult::Unreachable, "it cannot be opened; check the folder and its rights"},
     {SQLITE_PERM, StoreResult::Unreachable, "access is refused; check that you are in the group xp"},
 };
+
+/// In place of the library's own open(2): others may write in the folder of a database, and whatever they put
+/// under the name of one of its files between a look at it and this must not be waited for nor followed.
+int openFile(const char *path, int flags, int mode)
+{
+    const int fd = ::open(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
+    struct stat64 status = {};
+    // (It opens folders, to make names durable, and a device, for random numbers. No lock of this process is
+    // lost by closing a pipe.)
+    if (fd < 0 || (::fstat64(fd, &status) == 0 && !S_ISFIFO(status.st_mode))) return fd;
+    ::close(fd);
+    errno = ENOTSUP;
+    return -1;
+}
+
+void useOwnOpen()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        sqlite3_initialize();
+        sqlite3_vfs *const files = sqlite3_vfs_find(nullptr);
+        if (files && files->iVersion >= 3 && files->xSetSystemCall)
+            files->xSetSystemCall(files, "open", reinterpret_cast<sqlite3_syscall_ptr>(openFile));
+    });
+}
 
 } // namespace
 
@@ -127,6 +156,7 @@ bool SqliteDatabase::open(const std::string &path, Mode mode)
 {
     close();
     clearError();
+    useOwnOpen();
     _path = path;
     const int flags = mode == ReadOnly    ? SQLITE_OPEN_READONLY
                       : mode == ReadWrite ? SQLITE_OPEN_READWRITE

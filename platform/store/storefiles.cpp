@@ -2,10 +2,13 @@
 #include "platform/store/storefiles.h"
 
 #include "platform/qmx/core/qmxenvironment.h"
+#include "platform/qmx/core/qmxloglevel.h"
 #include "platform/qmx/core/qmxplaces.h"
 #include "platform/qmx/core/qmxsafefile.h"
+#include "platform/qmx/core/qmxsafefolder.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -21,7 +24,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr mode_t folderMode = 0770;
+// Sticky: nobody removes or replaces what another account has made there.
+constexpr mode_t folderMode = 03770;
+/// What the library keeps beside a database.
+constexpr std::array companions{"-journal", "-wal", "-shm"};
 constexpr const char *groupName = "xp";
 constexpr long ballastBytes = 1 << 20;
 // The ballast is put back only when that much more is free, so that it does not fill the disk itself.
@@ -46,12 +52,17 @@ void makeFolder(const std::string &path)
     std::error_code ignored;
     if (path.empty() || fs::exists(path, ignored)) return;
     makeFolder(fs::path(path).parent_path().string());
-    // The mode of a new folder is cut by the umask, which says nothing about this group.
-    if (::mkdir(path.c_str(), folderMode) != 0 || ::chmod(path.c_str(), folderMode) != 0) return;
-    // Group only: the owner stays who made it. Without the right to do so others simply have no access.
-    if (storeGroup() != static_cast<gid_t>(-1) &&
-        ::chown(path.c_str(), static_cast<uid_t>(-1), storeGroup()) != 0)
-        return;
+    if (::mkdir(path.c_str(), 0700) != 0) return;
+    // It is for this account alone until it is known to be the one that was made.
+    const QmxSafeFolder folder(QString::fromStdString(path));
+    if (!folder.isOpen() || folder.status().st_uid != ::geteuid()) return;
+    // Group only: the owner stays who made it. Without the right to do so others simply have no access. The
+    // mode comes last: the one of a new folder is cut by the umask, which says nothing about this group.
+    const bool hasGroup = storeGroup() != static_cast<gid_t>(-1);
+    if (hasGroup && ::fchown(folder.fd(), static_cast<uid_t>(-1), storeGroup()) != 0)
+        ::fchmod(folder.fd(), folderMode & ~S_ISGID);
+    else
+        ::fchmod(folder.fd(), folderMode);
 }
 
 } // namespace
@@ -151,6 +162,44 @@ void StoreFiles::removeOldBackups(std::size_t keep) const
     const std::vector<Backup> all = backups();
     for (std::size_t i = keep; i < all.size(); ++i)
         ::unlink(all[i].path.c_str());
+}
+
+std::string StoreFiles::obstacle() const
+{
+    struct stat own
+    {};
+    if (::lstat(_database.c_str(), &own) != 0) return {};
+    for (const char *suffix : companions) {
+        struct stat info
+        {};
+        const std::string path = _database + suffix;
+        if (::lstat(path.c_str(), &info) != 0) continue;
+        if (!S_ISREG(info.st_mode)) return path + " is no file; remove it";
+        // One that the library has made may have got a further name, from a backup for example. A file of
+        // somebody else with two names may be anything that this account writes to.
+        if (info.st_nlink > 1 && info.st_uid != own.st_uid)
+            return path +
+                   " belongs to another account and has another name as well; see which with find -samefile";
+    }
+    return {};
+}
+
+void StoreFiles::setForeignAside(const std::string &stamp) const
+{
+    for (const char *suffix : companions) {
+        struct stat info
+        {};
+        const std::string path = _database + suffix;
+        // (A regular file may hold commits.)
+        if (::lstat(path.c_str(), &info) != 0 || S_ISREG(info.st_mode)) continue;
+        std::string target = path + ".foreign-" + stamp;
+        for (int copy = 2; identity(target); ++copy)
+            target = path + ".foreign-" + stamp + "-" + std::to_string(copy);
+        if (::rename(path.c_str(), target.c_str()) != 0) continue;
+        qmxLogOutput(QmxLogLevel::Warning, "storefiles", __LINE__,
+                     "%s was no file of the configuration store; it is now %s. Look at it and remove it\n",
+                     path.c_str(), target.c_str());
+    }
 }
 
 std::optional<std::string> StoreFiles::setAside(const std::string &stamp) const

@@ -61,6 +61,12 @@ public:
     /// errno. `stamp`: a date for the name.
     std::optional<std::string> setAside(const std::string &stamp) const;
 
+    /// Why the database must not be opened: something that is no file of the store's own has the name of one
+    /// of its companions (a pipe, a folder, a link). Empty: it may.
+    std::string obstacle() const;
+    /// With the lock held: renames what is no file there out of the way, as far as this account may.
+    void setForeignAside(const std::string &stamp) const;
+
     /// Space kept for the last writes on a full disk. True when there was some to free.
     bool freeBallast() const;
     bool hasBallast() const;

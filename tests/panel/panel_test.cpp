@@ -13,6 +13,9 @@
 
 #include <array>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 TEST(Panel, takesAddressesApartAndNeverLeadsOutOfAFolder)
 {
     const auto target = parseTarget("/api/v1/clips/a%20b%2B.mov?x=1+2&y=%C3%A4&z");
@@ -27,6 +30,30 @@ TEST(Panel, takesAddressesApartAndNeverLeadsOutOfAFolder)
     EXPECT_EQ(findRoute("DELETE", {"api", "v1", "state"}).refusal->status, 405);
     EXPECT_EQ(findRoute("GET", {"api", "v1", "nothing"}).refusal->status, 404);
     EXPECT_EQ(findRoute("GET", {"api", "v1", "clips", "", "file"}).refusal->status, 404);
+}
+
+TEST(Panel, takesAndWritesAccountsInAFileOfItsOwnOnly)
+{
+    QTemporaryDir folder;
+    const QByteArray file = QFile::encodeName(folder.filePath("users.json"));
+    const QByteArray victim = QFile::encodeName(folder.filePath("victim"));
+    ASSERT_EQ(Accounts(victim).set("evil", Role::Engineer, "correct horse"), QString());
+    const QByteArray secret = readAll(victim);
+    const auto pipe = [](const char *, const char *name) { return mkfifo(name, 0600); };
+    using Put = int (*)(const char *, const char *);
+    for (const Put put : {Put(symlink), Put(link), Put(pipe)}) {
+        ASSERT_EQ(put(victim.constData(), file.constData()), 0);
+        Accounts accounts(file);
+        EXPECT_TRUE(accounts.isEmpty());
+        EXPECT_TRUE(
+            accounts.set("anna", Role::View, "correct horse").contains("no account is taken from it"));
+        EXPECT_EQ(readAll(victim), secret);
+        ASSERT_EQ(unlink(file.constData()), 0);
+    }
+    QFile::rename(victim, file);
+    ASSERT_EQ(symlink(folder.path().toLocal8Bit().constData(), victim.constData()), 0);
+    EXPECT_TRUE(Accounts(victim + "/users.json").isEmpty()) << "nor by a folder that is a link";
+    EXPECT_EQ(Accounts(file).all().size(), 1);
 }
 
 TEST(Panel, letsInOwnPagesAndProgramsOnly)
@@ -86,6 +113,11 @@ TEST(Panel, letsInOwnPagesAndProgramsOnly)
     EXPECT_EQ(QFile(folder.filePath("token")).permissions() &
                   (QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
               0);
+    const QByteArray pipe = QFile::encodeName(folder.filePath("token"));
+    QFile::remove(folder.filePath("token"));
+    ASSERT_EQ(mkfifo(pipe.constData(), 0600), 0);
+    ASSERT_EQ(access.writeToken(folder.filePath("token")), QString()) << "a pipe is not waited for";
+    EXPECT_EQ(readAll(folder.filePath("token")).trimmed(), access.token().toLatin1());
     ASSERT_EQ(accounts.set("anna", Role::Operate, "correct horse"), QString());
     EXPECT_NE(accounts.set("../x", Role::Operate, "correct horse"), QString());
     EXPECT_NE(accounts.set("bert", Role::Operate, "short"), QString());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What happens to a store in one file when the file, its folder or its disk go wrong.
 #include "platform/store/eparammedia.h"
+#include "platform/store/sqlitedatabase.h"
 #include "platform/store/storefiles.h"
 #include "platform/store/storelock.h"
 #include "platform/store/storesource.h"
@@ -213,6 +214,33 @@ TEST_F(SqliteStore, linksInItsFolderReachNobodyElsesFile)
             EXPECT_EQ(readAll(victim), "secret") << suffix;
             QFile::remove(name);
         }
+}
+
+TEST_F(SqliteStore, whatIsNoFileBesideItIsNeitherWaitedForNorInTheWay)
+{
+    allowLog("storefiles");
+    allowLog("storestate");
+    using Put = int (*)(const char *, mode_t);
+    ASSERT_TRUE(openStore(uri)->setString(eParam_ReelNumber, "041"));
+    unsigned count = 0;
+    for (const char *suffix : {"-journal", "-wal", "-shm"})
+        for (const Put put : {Put(::mkfifo), Put(::mkdir)}) {
+            const QString name = path() + suffix;
+            sql(path(), "PRAGMA wal_checkpoint(TRUNCATE)");
+            QFile::remove(name);
+            ASSERT_EQ(put(name.toLocal8Bit().constData(), 0777), 0) << suffix;
+            SqliteDatabase past; // whoever has not looked before it opens
+            if (past.open(path().toStdString(), SqliteDatabase::ReadWrite)) past.exec("SELECT * FROM param");
+            past.close();
+            const auto config = openStore(uri);
+            EXPECT_TRUE(config->setUInt(eParam_LoopPlayback, ++count % 2)) << suffix;
+            EXPECT_EQ(textOf(*config, eParam_ReelNumber), "041") << suffix;
+            EXPECT_EQ(StoreFiles(path().toStdString()).obstacle(), "");
+        }
+    StoreFiles(dir.file("made/store.db").toStdString()).makeFolders();
+    struct stat made = {};
+    ASSERT_EQ(::stat(dir.file("made").toLocal8Bit().constData(), &made), 0);
+    EXPECT_EQ(made.st_mode & 01777, 01770U) << "nobody else's file is removed there";
 }
 
 TEST_F(SqliteStore, flippedBitIsFoundAndCostsOnlyItsRow)

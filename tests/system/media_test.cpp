@@ -105,6 +105,10 @@ TEST(Media, clipsAreCopiedMarkedAndDeletedWhileATakeRuns)
         xpctl delete take_001.mov
         await '! is current_clip take_001.mov'
         await '[ -s /var/lib/xp/thumbnails/A/take_002.mov.jpg ] && [ ! -e /var/lib/xp/thumbnails/A/big.mov.jpg ]'
+        rm -r /var/lib/xp/thumbnails/A; ln -s /media/A /var/lib/xp/thumbnails/A
+        xpctl record --for 1 >&2
+        await '[ -s /var/lib/xp/thumbnails/A/take_002.mov.jpg ]'
+        say linked; ls -A /media/A; stat -c 'rights %a' /var/lib/xp/thumbnails/A
         say together; kill -STOP $(cat /var/lock/xpmediad.lock)
         for i in $(seq 20); do refused delete none.mov & done
         sleep 1; kill -CONT $(cat /var/lock/xpmediad.lock); wait $(jobs -p)
@@ -117,6 +121,9 @@ TEST(Media, clipsAreCopiedMarkedAndDeletedWhileATakeRuns)
     EXPECT_TRUE(said(result.out, "protected").contains("is protected")) << result.out.toStdString();
     EXPECT_FALSE(said(result.out, "left").contains("big")) << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "played").contains("in use")) << result.out.toStdString();
+    EXPECT_TRUE(said(result.out, "linked").contains("take_002.mov\n")) << "kept where a link led";
+    EXPECT_TRUE(said(result.out, "linked").contains("rights 750")) << result.out.toStdString();
+    EXPECT_FALSE(said(result.out, "linked").contains(".jpg")) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "together").count("none.mov: there is no such clip"), 20)
         << result.out.toStdString();
     EXPECT_EQ(brokenAt(stripsOf(sandbox.out("take_002.mov"))), QString()) << "the copy has cost frames";

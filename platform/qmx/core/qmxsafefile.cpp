@@ -6,6 +6,7 @@
 
 #include <QFile>
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -25,8 +26,13 @@ int closeWith(int fd, int error)
 
 int QmxSafeFile::open(const char *path, int flags, mode_t mode, Names names)
 {
+    return openAt(AT_FDCWD, path, flags, mode, names);
+}
+
+int QmxSafeFile::openAt(int folder, const char *name, int flags, mode_t mode, Names names)
+{
     // Without O_NONBLOCK a pipe would wait for its other end, here, before anybody could ask what it is.
-    const int fd = ::open64(path, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
+    const int fd = ::openat64(folder, name, flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, mode);
     if (fd < 0) {
         if (errno == ENXIO) errno = ENOTSUP; // a pipe or a socket without its other end
         return -1;
@@ -38,6 +44,33 @@ int QmxSafeFile::open(const char *path, int flags, mode_t mode, Names names)
     if (!isFolder && names == Names::Only && status.st_nlink > 1) return closeWith(fd, EMLINK);
     if (::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0) return closeWith(fd, errno);
     return fd;
+}
+
+std::optional<QByteArray> QmxSafeFile::contents(int fd, qint64 most)
+{
+    QByteArray all;
+    std::array<char, 16384> piece{};
+    for (;;) {
+        const ssize_t got = ::read(fd, piece.data(), piece.size());
+        if (got < 0 && errno == EINTR) continue;
+        if (got == 0) return all;
+        if (got < 0 || all.size() + got > most) return std::nullopt;
+        all.append(piece.data(), got);
+    }
+}
+
+QByteArray QmxSafeFile::line(const QString &path, Writer writer)
+{
+    constexpr qint64 longest = 4096;
+    const int fd = open(QFile::encodeName(path).constData(), O_RDONLY, 0, Names::Only);
+    if (fd < 0) return {};
+    struct stat64 status = {};
+    const bool isTrusted =
+        writer == Writer::Anybody ||
+        (::fstat64(fd, &status) == 0 && (status.st_uid == ::geteuid() || status.st_uid == 0));
+    const QByteArray text = isTrusted ? contents(fd, longest).value_or(QByteArray()) : QByteArray();
+    ::close(fd);
+    return text.left(text.indexOf('\n')).trimmed();
 }
 
 int QmxSafeFile::share(const char *path, gid_t group, mode_t mode)

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QByteArray>
+#include <QString>
+
 #include <optional>
 
 #include <sys/types.h>
@@ -18,6 +21,19 @@ enum class Names {
 /// Opens a regular file, or a folder with O_DIRECTORY, without following a link and without waiting. Errors
 /// besides those of open(2): ELOOP for a link, ENOTSUP for what is no file, EMLINK for one with other names.
 int open(const char *path, int flags, mode_t mode = 0, Names names = Names::Any);
+/// The same, with a name in an open folder.
+int openAt(int folder, const char *name, int flags, mode_t mode = 0, Names names = Names::Any);
+
+/// All of what is open there; nothing when it is longer than `most` or cannot be read.
+std::optional<QByteArray> contents(int fd, qint64 most);
+
+enum class Writer {
+    Anybody,
+    Trusted, ///< this account or root
+};
+/// The first line of a small file, without spaces around it; empty when there is none. `writer`: whose it has
+/// to be.
+QByteArray line(const QString &path, Writer writer = Writer::Anybody);
 
 /// Gives a file or socket of this account's own to a group, with these rights; others are left alone (0).
 /// `group` -1: keeps its group. Takes no lock and loses none.

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <deque>
 #include <thread>
 #include <utility>
 

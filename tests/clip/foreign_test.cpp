@@ -147,6 +147,15 @@ TEST(ForeignClip, aFolderOfNumberedPicturesIsAClip)
         QmxClipInfo probed;
         EXPECT_FALSE(QmxClipReader::probe(folder, probed).isError());
         EXPECT_EQ(probed.frames, frames);
+        // Neither a folder nor a picture is reached by a link: it may lead anywhere.
+        const QString linked = dir.file("linked.images"), within = dir.file("within.images");
+        ASSERT_TRUE(QFile::link(folder, linked));
+        EXPECT_TRUE(reader.open(linked).isError());
+        EXPECT_TRUE(QmxClipReader::probe(linked, probed).isError());
+        ASSERT_TRUE(QDir().mkpath(within) &&
+                    QFile::link(folder + "/shot_086400." + ending, within + "/shot_1." + ending));
+        EXPECT_TRUE(reader.open(within).isError());
+        ASSERT_TRUE(QFile::remove(linked) && QDir(within).removeRecursively());
     }
     const QString empty = dir.file("empty.images");
     ASSERT_TRUE(QDir().mkpath(empty));

@@ -356,6 +356,18 @@ TEST(ForeignClip, SaysWhatIsNoClip)
         EXPECT_EQ(QmxClipReader::probe(dir.file("claims.mp4"), info).value(), EILSEQ);
         EXPECT_EQ(QmxClipReader().open(dir.file("claims.mp4")).value(), EILSEQ);
     }
+    // Nor where such an atom does not belong.
+    QByteArray hidden = readAll(source);
+    for (const char *around : {"moov", "trak"}) {
+        const qsizetype at = hidden.indexOf(around) - 4;
+        qToBigEndian(qFromBigEndian<quint32>(hidden.constData() + at) + 28, hidden.data() + at);
+    }
+    const qsizetype track = hidden.indexOf("trak") - 4;
+    hidden.insert(track + qFromBigEndian<quint32>(hidden.constData() + track) - 28,
+                  QByteArray::fromHex("0000001c") + "udta" + QByteArray::fromHex("00000014") + "stsz" +
+                      QByteArray::fromHex("000000000000001004000000"));
+    writeAll(dir.file("claims.mp4"), hidden);
+    EXPECT_EQ(QmxClipReader().open(dir.file("claims.mp4")).value(), EILSEQ);
     writeAll(dir.file("notes.mov"), "This is a text and not a clip.\n");
     writeAll(dir.file("empty.mov"), "");
     // Pictures without a container: noise looks like them now and then.
@@ -371,6 +383,32 @@ TEST(ForeignClip, SaysWhatIsNoClip)
         EXPECT_TRUE(error.toString().contains(path)) << qPrintable(error.toString());
         EXPECT_FALSE(reader.isOpen());
     }
+}
+
+TEST(ForeignClip, HolesThatAreSaidToBeAttachedAreNotRead)
+{
+    const TestDir dir;
+    ASSERT_TRUE(make(dir.file("a.mkv"), {"-an", "-c:v", "mpeg4"}));
+    const QByteArray whole = readAll(dir.file("a.mkv"));
+    const qsizetype segment = whole.indexOf(QByteArray::fromHex("18538067"));
+    const qsizetype cluster = whole.indexOf(QByteArray::fromHex("1f43b675"));
+    ASSERT_TRUE(segment > 0 && cluster > segment);
+    const auto file = [](const QByteArray &coded) { return QByteArray::fromHex(coded); };
+    QFile holed(dir.file("holed.mkv"));
+    ASSERT_TRUE(holed.open(QIODevice::WriteOnly));
+    // The segment has no stated end; two files of 255 MB, with name, kind and number.
+    constexpr qint64 hole = 0x0ff00000;
+    holed.write(whole.first(segment) + file("1853806701ffffffffffffff") +
+                whole.sliced(segment + 12, cluster - segment - 12) + file("1941a469010000001fe00040"));
+    for (int i = 0; i < 2; ++i) {
+        holed.write(file("61a7010000000ff00016466e81614660817846ae8101465c010000000ff00000"));
+        ASSERT_TRUE(holed.seek(holed.pos() + hole));
+    }
+    holed.write(whole.sliced(cluster));
+    holed.close();
+    const QmxError error = QmxClipReader().open(dir.file("holed.mkv"));
+    EXPECT_EQ(error.value(), EILSEQ);
+    EXPECT_TRUE(error.toString().contains("too much memory")) << qPrintable(error.toString());
 }
 
 TEST(ForeignClip, AFileThatEndsItsDecoderTwiceIsNotOpenedAgain)

@@ -12,6 +12,29 @@ constexpr int maxBadPackets = 500;
 /// What clips come in, as libavformat names it. All else that it knows it guesses from a few bytes: one in a
 /// hundred files of noise would be H.263 to it.
 constexpr const char *containers = "mov,matroska,avi,mxf,mpegts";
+/// What may be read of a file to open it, and then to find out what its streams are. What is read first is
+/// kept, and a few bytes with holes between them can tell of any amount; the tables of a day have a hundred
+/// MiB.
+constexpr qint64 mostForTables = qint64(256) << 20;
+constexpr qint64 mostForProbing = qint64(512) << 20;
+/// Of what the decoders are set up with, for all streams: it is copied several times.
+constexpr qint64 mostForDecoders = qint64(16) << 20;
+
+/// Fonts, covers and the like are in nobody's way, but would be copied with every stream.
+bool dropAttached(AVFormatContext *format)
+{
+    qint64 kept = 0;
+    for (unsigned i = 0; i < format->nb_streams; ++i) {
+        AVCodecParameters *parameters = format->streams[i]->codecpar;
+        if (parameters->codec_type == AVMEDIA_TYPE_ATTACHMENT) {
+            av_freep(&parameters->extradata);
+            parameters->extradata_size = 0;
+        }
+        kept += parameters->extradata_size;
+        kept += format->streams[i]->attached_pic.size;
+    }
+    return kept <= mostForDecoders;
+}
 
 int openContainer(AVFormatContext *&format, const QString &path)
 {
@@ -42,10 +65,21 @@ QmxError QmxForeignFile::openAs(const QString &path, bool isDecoded)
     if (!_format)
         return {reason, QStringLiteral("Cannot open clip %1: %2").arg(path, QmxError(reason).toString())};
     if (const QmxError fatal = _mark.begin(path, _io.size(), _io.changed()); fatal.isError()) return fatal;
+    _io.allow(mostForTables);
     int result = openContainer(_format, path);
-    if (result >= 0 && isDecoded) result = avformat_find_stream_info(_format, nullptr);
+    bool isTooMuch = result >= 0 && !dropAttached(_format);
+    _io.allow(mostForProbing);
+    if (result >= 0 && isDecoded && !isTooMuch) result = avformat_find_stream_info(_format, nullptr);
+    isTooMuch = isTooMuch || _io.isExhausted();
+    _io.allow(QmxForeignIo::unlimited);
     if ((reason = _io.takeError()) != 0)
         return {reason, QStringLiteral("Cannot read clip %1: %2").arg(path, QmxError(reason).toString())};
+    if (isTooMuch)
+        return {EILSEQ,
+                QStringLiteral("Clip %1 is not opened: what it holds before its first picture would take "
+                               "too much memory; it is damaged, or copy its pictures and sound into a "
+                               "new file")
+                    .arg(path)};
     if (result < 0)
         return {
             EILSEQ,

@@ -414,17 +414,27 @@ TEST(ForeignClip, HolesThatAreSaidToBeAttachedAreNotRead)
 TEST(ForeignClip, AFileThatEndsItsDecoderTwiceIsNotOpenedAgain)
 {
     const TestDir dir;
-    const auto dieWhileDecoding = [&dir] {
+    const auto dieWhileDecoding = [&dir](qint64 changed = 8, bool isIdle = false) {
         const pid_t child = ::fork();
         if (child == 0) {
             DecodingMark mark(dir.path());
-            ::_exit(mark.begin("/media/A/fatal.mov", 7, 8).isError() ? 1 : 0); // as a crash: nobody ends it
+            const bool refused = mark.begin("/media/A/fatal.mov", 7, changed).isError();
+            if (isIdle) mark.end();
+            ::_exit(refused ? 1 : 0); // as a crash: nobody ends it
         }
         int status = -1;
         ::waitpid(child, &status, 0);
         return WEXITSTATUS(status) == 0;
     };
+    const auto decode = [&dir](qint64 changed, int pictures) {
+        DecodingMark probe(dir.path());
+        ASSERT_FALSE(probe.begin("/media/A/fatal.mov", 7, changed).isError());
+        probe.decoded(pictures, false);
+        probe.end();
+        const DecodingMark::Standing again(probe);
+    };
     EXPECT_TRUE(dieWhileDecoding());
+    decode(8, 1); // it can be opened, and its first picture is whole: that says nothing of the next
     EXPECT_TRUE(dieWhileDecoding()) << "once may have had another reason";
     EXPECT_FALSE(dieWhileDecoding());
     DecodingMark mark(dir.path());
@@ -433,6 +443,11 @@ TEST(ForeignClip, AFileThatEndsItsDecoderTwiceIsNotOpenedAgain)
     EXPECT_FALSE(sound.begin("/media/A/fatal.mov", 7, 9).isError()) << "the same process, at the same file";
     mark.end();
     EXPECT_FALSE(dieWhileDecoding()) << "the other state of the file is as it was";
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_TRUE(dieWhileDecoding(10, true)) << "the decoder was not at work";
+        EXPECT_TRUE(dieWhileDecoding(11)) << "an accident, since much of it could be decoded";
+        decode(11, 250);
+    }
     EXPECT_FALSE(DecodingMark(dir.file("none")).begin("/media/A/fatal.mov", 7, 8).isError())
         << "no place for notes";
 }

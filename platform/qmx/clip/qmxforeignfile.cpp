@@ -47,24 +47,33 @@ int openContainer(AVFormatContext *&format, const QString &path)
 
 QmxForeignFile::~QmxForeignFile()
 {
+    if (_decoded > 0) {
+        // Its threads may still be at what was read ahead.
+        const auto noted = decoding();
+        _decoder.reset();
+    }
     avformat_close_input(&_format);
 }
 
 QmxError QmxForeignFile::openTables(const QString &path)
 {
-    const QmxError error = openAs(path, false);
+    const QmxError error = openAs(path, AVMEDIA_TYPE_UNKNOWN);
     if (!error.isError()) _mark.end();
     return error;
 }
 
-QmxError QmxForeignFile::openAs(const QString &path, bool isDecoded)
+/// `type` unknown: nothing is decoded.
+QmxError QmxForeignFile::openAs(const QString &path, AVMediaType type)
 {
     QmxLibav::quietLog();
+    const bool isDecoded = type != AVMEDIA_TYPE_UNKNOWN;
+    const char *part = !isDecoded ? "tables" : type == AVMEDIA_TYPE_AUDIO ? "sound" : "pictures";
     int reason = 0;
     _format = _io.open(path, reason);
     if (!_format)
         return {reason, QStringLiteral("Cannot open clip %1: %2").arg(path, QmxError(reason).toString())};
-    if (const QmxError fatal = _mark.begin(path, _io.size(), _io.changed()); fatal.isError()) return fatal;
+    if (const QmxError fatal = _mark.begin(path, _io.size(), _io.changed(), part); fatal.isError())
+        return fatal;
     _io.allow(mostForTables);
     int result = openContainer(_format, path);
     bool isTooMuch = result >= 0 && !dropAttached(_format);
@@ -89,7 +98,7 @@ QmxError QmxForeignFile::openAs(const QString &path, bool isDecoded)
 
 QmxError QmxForeignFile::open(const QString &path, AVMediaType type)
 {
-    if (QmxError error = openAs(path, true); error.isError()) return error;
+    if (QmxError error = openAs(path, type); error.isError()) return error;
     const AVCodec *codec = nullptr;
     const int index = av_find_best_stream(_format, type, -1, -1, &codec, 0);
     if (index == AVERROR_DECODER_NOT_FOUND)
@@ -112,6 +121,8 @@ QmxError QmxForeignFile::open(const QString &path, AVMediaType type)
     _decoder->pkt_timebase = _stream->time_base;
     if (avcodec_open2(_decoder.get(), codec, nullptr) < 0)
         return {ENOTSUP, QStringLiteral("Nothing can decode clip %1").arg(path)};
+    _isFromStart = true;
+    _mark.end();
     return {};
 }
 
@@ -119,8 +130,11 @@ const AVFrame *QmxForeignFile::next()
 {
     for (int bad = 0; bad < maxBadPackets;) {
         const int received = avcodec_receive_frame(_decoder.get(), _frame.get());
-        if (received == 0) _mark.end();
-        if (received == 0) return _frame.get();
+        if (received == 0) {
+            _mark.decoded(++_decoded, false);
+            return _frame.get();
+        }
+        if (received == AVERROR_EOF) _mark.decoded(_decoded, _isFromStart);
         if (received == AVERROR_EOF || (_draining && received == AVERROR(EAGAIN))) return nullptr;
         if (received != AVERROR(EAGAIN)) {
             ++bad;
@@ -141,7 +155,7 @@ const AVFrame *QmxForeignFile::next()
 
 bool QmxForeignFile::seek(qint64 timestamp)
 {
-    _draining = false;
+    _draining = _isFromStart = false;
     const bool done = av_seek_frame(_format, _stream->index, timestamp, AVSEEK_FLAG_BACKWARD) >= 0;
     avcodec_flush_buffers(_decoder.get());
     return done;
@@ -155,4 +169,5 @@ void QmxForeignFile::rewind()
         av_seek_frame(_format, _stream->index, 0, AVSEEK_FLAG_BACKWARD);
     avcodec_flush_buffers(_decoder.get());
     _draining = false;
+    _isFromStart = true;
 }

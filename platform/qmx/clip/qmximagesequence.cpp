@@ -80,7 +80,9 @@ QmxError QmxImageSequence::open(const QString &folder)
     if (!error.isError()) error = findFiles();
     if (!error.isError()) error = openDecoder(codecOf(QFileInfo(_files.begin()->second).suffix().toLower()));
     if (!error.isError()) error = decode(_files.begin()->second);
-    return error.isError() ? error : describe();
+    if (!error.isError()) error = describe();
+    _mark.end();
+    return error;
 }
 
 QmxError QmxImageSequence::openFolder()
@@ -93,7 +95,10 @@ QmxError QmxImageSequence::openFolder()
                 QStringLiteral("Cannot open folder %1: %2").arg(_folder, QmxError(reason).toString())};
     }
     _inside = QStringLiteral("/proc/self/fd/%1/").arg(_fd);
-    return {};
+    struct stat64 data = {};
+    if (_environment.files->fstat(_fd, &data) != 0) return QmxError(errno);
+    return _mark.begin(_folder, data.st_size,
+                       data.st_mtim.tv_sec * QmxClock::nsPerSecond + data.st_mtim.tv_nsec);
 }
 
 QmxError QmxImageSequence::findFiles()
@@ -198,10 +203,12 @@ QmxError QmxImageSequence::describe()
 
 QmxError QmxImageSequence::read(qint64 number, QmxImage &image)
 {
+    const DecodingMark::Standing noted(_mark);
     // Not before the first, so that there is one.
     const auto file = std::prev(_files.upper_bound(_files.begin()->first + std::max<qint64>(number, 0)));
     const QmxError error = decode(file->second);
     if (error.isError()) return error;
+    _mark.decoded(++_decoded, false);
     const QmxPicture picture =
         _converter.convert(_frame.get(), QmxPicture::Format::Yuv422P10, QSize(_desc.width(), _desc.height()));
     QmxBuffer coded;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/qmx/clip/decodingmark.h"
 #include "platform/qmx/codec/qmxpictureconverter.h"
 #include "platform/qmx/codec/qmxvideocodec.h"
 #include "platform/qmx/core/qmxenvironment.h"
@@ -44,6 +45,8 @@ private:
     QmxError readBytes(const QString &file, QByteArray &bytes) const;
 
     QmxEnvironment _environment;
+    DecodingMark _mark;
+    qint64 _decoded = 0;
     QString _folder;
     int _fd = -1;
     QString _inside;                  ///< the way to what is in the open folder

@@ -132,14 +132,16 @@ double MediumLook::rateOf(const std::string &folder, const std::pair<std::string
 /// Fills in what is known of the clips; false when the medium cannot be read.
 bool MediumLook::list(Medium &medium)
 {
-    std::error_code failed;
+    std::error_code failed, unknown;
     std::map<std::string, Known> seen;
     fs::directory_iterator entry(medium.path, failed);
     for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
         const std::string name = entry->path().filename().string();
         struct stat64 status = {};
         // An empty file may belong to a writer that has not got its lock yet: asking could take it away.
-        if (!isClipName(name) || _environment.files->stat(localName(entry->path().string()), &status) != 0 ||
+        // (A link is none: it would lead away from the medium.)
+        if (!isClipName(name) || entry->is_symlink(unknown) ||
+            _environment.files->stat(localName(entry->path().string()), &status) != 0 ||
             !(S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) || status.st_size == 0) {
             continue;
         }

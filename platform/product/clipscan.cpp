@@ -70,7 +70,7 @@ std::optional<Clip> MediumClipSource::look(const std::string &path, Known &known
 
 std::optional<std::vector<Clip>> MediumClipSource::clips(const std::string &folder)
 {
-    std::error_code failed;
+    std::error_code failed, unknown;
     std::vector<Clip> found;
     std::map<std::string, Known> seen;
     bool complete = true;
@@ -79,7 +79,7 @@ std::optional<std::vector<Clip>> MediumClipSource::clips(const std::string &fold
     if (failed) return std::nullopt;
     for (const fs::directory_iterator end; !failed && entry != end; entry.increment(failed)) {
         const std::string name = entry->path().filename().string();
-        if (!isClipName(name)) continue;
+        if (!isClipName(name) || entry->is_symlink(unknown)) continue; // a link leads away from the medium
         const std::string path = folder + "/" + name;
         Known &known = seen[path];
         if (const auto before = _known.find(path); before != _known.end()) known = before->second;

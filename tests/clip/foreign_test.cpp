@@ -151,6 +151,15 @@ TEST(ForeignClip, aFolderOfNumberedPicturesIsAClip)
         QmxClipInfo probed;
         EXPECT_FALSE(QmxClipReader::probe(folder, probed).isError());
         EXPECT_EQ(probed.frames, frames);
+        // Neither a folder nor a picture is reached by a link: it may lead anywhere.
+        const QString linked = dir.file("linked.images"), within = dir.file("within.images");
+        ASSERT_TRUE(QFile::link(folder, linked));
+        EXPECT_TRUE(reader.open(linked).isError());
+        EXPECT_TRUE(QmxClipReader::probe(linked, probed).isError());
+        ASSERT_TRUE(QDir().mkpath(within) &&
+                    QFile::link(folder + "/shot_086400." + ending, within + "/shot_1." + ending));
+        EXPECT_TRUE(reader.open(within).isError());
+        ASSERT_TRUE(QFile::remove(linked) && QDir(within).removeRecursively());
     }
     const QString empty = dir.file("empty.images");
     ASSERT_TRUE(QDir().mkpath(empty));
@@ -351,6 +360,18 @@ TEST(ForeignClip, SaysWhatIsNoClip)
         EXPECT_EQ(QmxClipReader::probe(dir.file("claims.mp4"), info).value(), EILSEQ);
         EXPECT_EQ(QmxClipReader().open(dir.file("claims.mp4")).value(), EILSEQ);
     }
+    // Nor where such an atom does not belong.
+    QByteArray hidden = readAll(source);
+    for (const char *around : {"moov", "trak"}) {
+        const qsizetype at = hidden.indexOf(around) - 4;
+        qToBigEndian(qFromBigEndian<quint32>(hidden.constData() + at) + 28, hidden.data() + at);
+    }
+    const qsizetype track = hidden.indexOf("trak") - 4;
+    hidden.insert(track + qFromBigEndian<quint32>(hidden.constData() + track) - 28,
+                  QByteArray::fromHex("0000001c") + "udta" + QByteArray::fromHex("00000014") + "stsz" +
+                      QByteArray::fromHex("000000000000001004000000"));
+    writeAll(dir.file("claims.mp4"), hidden);
+    EXPECT_EQ(QmxClipReader().open(dir.file("claims.mp4")).value(), EILSEQ);
     writeAll(dir.file("notes.mov"), "This is a text and not a clip.\n");
     writeAll(dir.file("empty.mov"), "");
     // Pictures without a container: noise looks like them now and then.
@@ -368,20 +389,56 @@ TEST(ForeignClip, SaysWhatIsNoClip)
     }
 }
 
+TEST(ForeignClip, HolesThatAreSaidToBeAttachedAreNotRead)
+{
+    const TestDir dir;
+    ASSERT_TRUE(make(dir.file("a.mkv"), {"-an", "-c:v", "mpeg4"}));
+    const QByteArray whole = readAll(dir.file("a.mkv"));
+    const qsizetype segment = whole.indexOf(QByteArray::fromHex("18538067"));
+    const qsizetype cluster = whole.indexOf(QByteArray::fromHex("1f43b675"));
+    ASSERT_TRUE(segment > 0 && cluster > segment);
+    const auto file = [](const QByteArray &coded) { return QByteArray::fromHex(coded); };
+    QFile holed(dir.file("holed.mkv"));
+    ASSERT_TRUE(holed.open(QIODevice::WriteOnly));
+    // The segment has no stated end; two files of 255 MB, with name, kind and number.
+    constexpr qint64 hole = 0x0ff00000;
+    holed.write(whole.first(segment) + file("1853806701ffffffffffffff") +
+                whole.sliced(segment + 12, cluster - segment - 12) + file("1941a469010000001fe00040"));
+    for (int i = 0; i < 2; ++i) {
+        holed.write(file("61a7010000000ff00016466e81614660817846ae8101465c010000000ff00000"));
+        ASSERT_TRUE(holed.seek(holed.pos() + hole));
+    }
+    holed.write(whole.sliced(cluster));
+    holed.close();
+    const QmxError error = QmxClipReader().open(dir.file("holed.mkv"));
+    EXPECT_EQ(error.value(), EILSEQ);
+    EXPECT_TRUE(error.toString().contains("too much memory")) << qPrintable(error.toString());
+}
+
 TEST(ForeignClip, AFileThatEndsItsDecoderTwiceIsNotOpenedAgain)
 {
     const TestDir dir;
-    const auto dieWhileDecoding = [&dir] {
+    const auto dieWhileDecoding = [&dir](qint64 changed = 8, bool isIdle = false) {
         const pid_t child = ::fork();
         if (child == 0) {
             DecodingMark mark(dir.path());
-            ::_exit(mark.begin("/media/A/fatal.mov", 7, 8).isError() ? 1 : 0); // as a crash: nobody ends it
+            const bool refused = mark.begin("/media/A/fatal.mov", 7, changed).isError();
+            if (isIdle) mark.end();
+            ::_exit(refused ? 1 : 0); // as a crash: nobody ends it
         }
         int status = -1;
         ::waitpid(child, &status, 0);
         return WEXITSTATUS(status) == 0;
     };
+    const auto decode = [&dir](qint64 changed, int pictures) {
+        DecodingMark probe(dir.path());
+        ASSERT_FALSE(probe.begin("/media/A/fatal.mov", 7, changed).isError());
+        probe.decoded(pictures, false);
+        probe.end();
+        const DecodingMark::Standing again(probe);
+    };
     EXPECT_TRUE(dieWhileDecoding());
+    decode(8, 1); // it can be opened, and its first picture is whole: that says nothing of the next
     EXPECT_TRUE(dieWhileDecoding()) << "once may have had another reason";
     EXPECT_FALSE(dieWhileDecoding());
     DecodingMark mark(dir.path());
@@ -390,6 +447,11 @@ TEST(ForeignClip, AFileThatEndsItsDecoderTwiceIsNotOpenedAgain)
     EXPECT_FALSE(sound.begin("/media/A/fatal.mov", 7, 9).isError()) << "the same process, at the same file";
     mark.end();
     EXPECT_FALSE(dieWhileDecoding()) << "the other state of the file is as it was";
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_TRUE(dieWhileDecoding(10, true)) << "the decoder was not at work";
+        EXPECT_TRUE(dieWhileDecoding(11)) << "an accident, since much of it could be decoded";
+        decode(11, 250);
+    }
     EXPECT_FALSE(DecodingMark(dir.file("none")).begin("/media/A/fatal.mov", 7, 8).isError())
         << "no place for notes";
 }

@@ -84,11 +84,12 @@ TEST(BadInput, filesThatAreNoClipsAreExplainedAndTheOthersPlay)
         ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -t 1 -c:v cinepak odd.mov </dev/null
         ffmpeg -v error -f lavfi -i sine=sample_rate=48000 -t 1 -c:a pcm_s16le sound.mov </dev/null
         mkdir film.images; ffmpeg -v error -f lavfi -i testsrc2=size=320x240:rate=25 -t 1 film.images/p_%03d.png </dev/null
+        ln -s film.images linked.images
         cp $take holed.mov; head -c 200000 /dev/urandom | dd of=holed.mov bs=1000 seek=$((size / 2000)) conv=notrunc status=none
         await 'xpctl set media_updated 1 && xpctl clip odd.mov' >&2 # a listing that takes too long is done without
         say clips; xpctl clips
         mkdir empty.images; ln -s $take link.mov; say all; xpctl clips --all; rm -r empty.images link.mov
-        for name in noise.mov folder.mov pipe.mov dangling.mov sound.mov cut_1.mov; do say $name; refused clip $name; done
+        for name in noise.mov folder.mov pipe.mov dangling.mov sound.mov cut_1.mov linked.images; do say $name; refused clip $name; done
         for name in odd.mov film.images holed.mov cut_19.mov $take; do
             say $name; xpctl clip $name; xpctl play --wait; xpctl stop >&2; xpctl stop >&2
         done
@@ -110,7 +111,9 @@ TEST(BadInput, filesThatAreNoClipsAreExplainedAndTheOthersPlay)
         expectRefusal(said(result.out, name), 1,
                       QByteArray(name) + " lies on /media/A, but cannot be played: ");
     }
-    expectRefusal(said(result.out, "folder.mov"), 1, "it is no file");
+    EXPECT_FALSE(clips.contains("linked.images")) << clips.toStdString();
+    for (const char *name : {"folder.mov", "linked.images"})
+        expectRefusal(said(result.out, name), 1, "it is no file");
     expectRefusal(said(result.out, "pipe.mov"), 1, "it is no file");
     expectRefusal(said(result.out, "dangling.mov"), 1, "there is no clip dangling.mov on /media/A");
     EXPECT_LE(said(result.out, "log").count("holed.mov"), 4) << "one error for a run of bad frames";

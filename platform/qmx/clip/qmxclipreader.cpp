@@ -6,23 +6,13 @@
 #include "platform/qmx/clip/movsound.h"
 #include "platform/qmx/clip/qmxclipindex.h"
 #include "platform/qmx/clip/qmxforeignclip.h"
+#include "platform/qmx/clip/qmximagesequence.h"
 #include "platform/qmx/core/qmxids.h"
 
 #include <cerrno>
 
 #include <fcntl.h>
 #include <sys/file.h>
-
-namespace {
-
-/// A folder of pictures is a clip, but none of ours.
-bool isFolder(const QString &path, QmxFiles &files)
-{
-    struct stat64 data = {};
-    return files.stat(path, &data) == 0 && S_ISDIR(data.st_mode);
-}
-
-} // namespace
 
 struct QmxClipReader::Private
 {
@@ -74,7 +64,9 @@ QmxError QmxClipReader::open(const QString &path)
 {
     close();
     d->path = path;
-    QmxError error = isFolder(path, *d->environment.files) ? QmxError(ENOTSUP) : d->input.open(path);
+    // A folder of pictures is a clip, but none of ours.
+    const bool isFolder = QmxImageSequence::isFolder(path, *d->environment.files);
+    QmxError error = isFolder ? QmxError(ENOTSUP) : d->input.open(path);
     if (!error.isError()) error = d->index.load(d->input, true);
     if (error.value() == ENOTSUP) error = d->openForeign(path);
     d->open = !error.isError();
@@ -136,7 +128,8 @@ QmxError QmxClipReader::probe(const QString &path, QmxClipInfo &info, const QmxE
 {
     MovInput input(environment);
     QmxClipIndex index;
-    QmxError error = isFolder(path, *environment.files) ? QmxError(ENOTSUP) : input.open(path);
+    const bool isFolder = QmxImageSequence::isFolder(path, *environment.files);
+    QmxError error = isFolder ? QmxError(ENOTSUP) : input.open(path);
     if (!error.isError()) error = index.load(input, false);
     if (error.value() == ENOTSUP) {
         QmxForeignClip foreign(environment);

@@ -47,8 +47,7 @@ void QmxForeignClip::Private::readTags()
 QmxError QmxForeignClip::open(const QString &path)
 {
     d->info.foreign = d->info.closed = true;
-    struct stat64 data = {};
-    d->isSequence = d->files->stat(path, &data) == 0 && S_ISDIR(data.st_mode);
+    d->isSequence = QmxImageSequence::isFolder(path, *d->files);
     if (d->isSequence) {
         const QmxError error = d->sequence.open(path);
         d->info.image = d->sequence.desc();

@@ -12,6 +12,29 @@ constexpr int maxBadPackets = 500;
 /// What clips come in, as libavformat names it. All else that it knows it guesses from a few bytes: one in a
 /// hundred files of noise would be H.263 to it.
 constexpr const char *containers = "mov,matroska,avi,mxf,mpegts";
+/// What may be read of a file to open it, and then to find out what its streams are. What is read first is
+/// kept, and a few bytes with holes between them can tell of any amount; the tables of a day have a hundred
+/// MiB.
+constexpr qint64 mostForTables = qint64(256) << 20;
+constexpr qint64 mostForProbing = qint64(512) << 20;
+/// Of what the decoders are set up with, for all streams: it is copied several times.
+constexpr qint64 mostForDecoders = qint64(16) << 20;
+
+/// Fonts, covers and the like are in nobody's way, but would be copied with every stream.
+bool dropAttached(AVFormatContext *format)
+{
+    qint64 kept = 0;
+    for (unsigned i = 0; i < format->nb_streams; ++i) {
+        AVCodecParameters *parameters = format->streams[i]->codecpar;
+        if (parameters->codec_type == AVMEDIA_TYPE_ATTACHMENT) {
+            av_freep(&parameters->extradata);
+            parameters->extradata_size = 0;
+        }
+        kept += parameters->extradata_size;
+        kept += format->streams[i]->attached_pic.size;
+    }
+    return kept <= mostForDecoders;
+}
 
 int openContainer(AVFormatContext *&format, const QString &path)
 {
@@ -37,28 +60,48 @@ QString whyInvalid(const QmxForeignIo &file, int result)
 
 QmxForeignFile::~QmxForeignFile()
 {
+    if (_decoded > 0) {
+        // Its threads may still be at what was read ahead.
+        const auto noted = decoding();
+        _decoder.reset();
+    }
     avformat_close_input(&_format);
 }
 
 QmxError QmxForeignFile::openTables(const QString &path)
 {
-    const QmxError error = openAs(path, false);
+    const QmxError error = openAs(path, AVMEDIA_TYPE_UNKNOWN);
     if (!error.isError()) _mark.end();
     return error;
 }
 
-QmxError QmxForeignFile::openAs(const QString &path, bool isDecoded)
+/// `type` unknown: nothing is decoded.
+QmxError QmxForeignFile::openAs(const QString &path, AVMediaType type)
 {
     QmxLibav::quietLog();
+    const bool isDecoded = type != AVMEDIA_TYPE_UNKNOWN;
+    const char *part = !isDecoded ? "tables" : type == AVMEDIA_TYPE_AUDIO ? "sound" : "pictures";
     int reason = 0;
     _format = _io.open(path, reason);
     if (!_format)
         return {reason, QStringLiteral("Cannot open clip %1: %2").arg(path, QmxError(reason).toString())};
-    if (const QmxError fatal = _mark.begin(path, _io.size(), _io.changed()); fatal.isError()) return fatal;
+    if (const QmxError fatal = _mark.begin(path, _io.size(), _io.changed(), part); fatal.isError())
+        return fatal;
+    _io.allow(mostForTables);
     int result = openContainer(_format, path);
-    if (result >= 0 && isDecoded) result = avformat_find_stream_info(_format, nullptr);
+    bool isTooMuch = result >= 0 && !dropAttached(_format);
+    _io.allow(mostForProbing);
+    if (result >= 0 && isDecoded && !isTooMuch) result = avformat_find_stream_info(_format, nullptr);
+    isTooMuch = isTooMuch || _io.isExhausted();
+    _io.allow(QmxForeignIo::unlimited);
     if ((reason = _io.takeError()) != 0)
         return {reason, QStringLiteral("Cannot read clip %1: %2").arg(path, QmxError(reason).toString())};
+    if (isTooMuch)
+        return {EILSEQ,
+                QStringLiteral("Clip %1 is not opened: what it holds before its first picture would take "
+                               "too much memory; it is damaged, or copy its pictures and sound into a "
+                               "new file")
+                    .arg(path)};
     if (result < 0)
         return {EILSEQ,
                 QStringLiteral("%1 is no clip that can be played: %2").arg(path, whyInvalid(_io, result))};
@@ -67,7 +110,7 @@ QmxError QmxForeignFile::openAs(const QString &path, bool isDecoded)
 
 QmxError QmxForeignFile::open(const QString &path, AVMediaType type)
 {
-    if (QmxError error = openAs(path, true); error.isError()) return error;
+    if (QmxError error = openAs(path, type); error.isError()) return error;
     const AVCodec *codec = nullptr;
     const int index = av_find_best_stream(_format, type, -1, -1, &codec, 0);
     if (index == AVERROR_DECODER_NOT_FOUND)
@@ -90,6 +133,8 @@ QmxError QmxForeignFile::open(const QString &path, AVMediaType type)
     _decoder->pkt_timebase = _stream->time_base;
     if (avcodec_open2(_decoder.get(), codec, nullptr) < 0)
         return {ENOTSUP, QStringLiteral("Nothing can decode clip %1").arg(path)};
+    _isFromStart = true;
+    _mark.end();
     return {};
 }
 
@@ -97,8 +142,11 @@ const AVFrame *QmxForeignFile::next()
 {
     for (int bad = 0; bad < maxBadPackets;) {
         const int received = avcodec_receive_frame(_decoder.get(), _frame.get());
-        if (received == 0) _mark.end();
-        if (received == 0) return _frame.get();
+        if (received == 0) {
+            _mark.decoded(++_decoded, false);
+            return _frame.get();
+        }
+        if (received == AVERROR_EOF) _mark.decoded(_decoded, _isFromStart);
         if (received == AVERROR_EOF || (_draining && received == AVERROR(EAGAIN))) return nullptr;
         if (received != AVERROR(EAGAIN)) {
             ++bad;
@@ -119,7 +167,7 @@ const AVFrame *QmxForeignFile::next()
 
 bool QmxForeignFile::seek(qint64 timestamp)
 {
-    _draining = false;
+    _draining = _isFromStart = false;
     const bool done = av_seek_frame(_format, _stream->index, timestamp, AVSEEK_FLAG_BACKWARD) >= 0;
     avcodec_flush_buffers(_decoder.get());
     return done;
@@ -133,4 +181,5 @@ void QmxForeignFile::rewind()
         av_seek_frame(_format, _stream->index, 0, AVSEEK_FLAG_BACKWARD);
     avcodec_flush_buffers(_decoder.get());
     _draining = false;
+    _isFromStart = true;
 }

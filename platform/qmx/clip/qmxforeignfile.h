@@ -33,11 +33,13 @@ public:
     bool seek(qint64 timestamp);
     /// To the very first packet.
     void rewind();
+    /// To be held while pictures or sound are asked for.
+    [[nodiscard]] DecodingMark::Standing decoding() { return DecodingMark::Standing(_mark); }
     /// The medium's last error since it was asked for; 0: none.
     int takeError() { return _io.takeError(); }
 
 private:
-    QmxError openAs(const QString &path, bool isDecoded);
+    QmxError openAs(const QString &path, AVMediaType type);
 
     DecodingMark _mark;
     QmxForeignIo _io; ///< first: the context reads through it
@@ -47,4 +49,6 @@ private:
     QmxLibav::Packet _packet;
     QmxLibav::Frame _frame;
     bool _draining = false;
+    bool _isFromStart = false; ///< what comes next, or has come, comes from the start without a gap
+    qint64 _decoded = 0;
 };

@@ -71,6 +71,8 @@ int QmxForeignIo::takeError()
 int QmxForeignIo::read(void *opaque, uint8_t *to, int size)
 {
     auto *self = static_cast<QmxForeignIo *>(opaque);
+    self->_isExhausted = self->_isExhausted || self->_left <= 0;
+    if (self->_isExhausted) return AVERROR(EFBIG);
     const ssize_t count = self->_files->pread(self->_fd, to, size_t(size), self->_position);
     if (count < 0) {
         self->_error = errno;
@@ -78,6 +80,7 @@ int QmxForeignIo::read(void *opaque, uint8_t *to, int size)
     }
     if (count == 0) return AVERROR_EOF;
     self->_position += count;
+    self->_left -= self->_left == unlimited ? 0 : count;
     return int(count);
 }
 

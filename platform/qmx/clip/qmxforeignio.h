@@ -4,10 +4,14 @@
 #include "platform/qmx/codec/qmxlibav.h"
 #include "platform/qmx/core/qmxenvironment.h"
 
+#include <limits>
+
 /// The bytes of one file for libavformat, read through the environment's file calls. One thread at a time.
 class QmxForeignIo
 {
 public:
+    static constexpr qint64 unlimited = std::numeric_limits<qint64>::max();
+
     explicit QmxForeignIo(const QmxEnvironment &environment) : _files(environment.files) {}
     ~QmxForeignIo();
     QmxForeignIo(const QmxForeignIo &) = delete;
@@ -21,6 +25,10 @@ public:
     qint64 changed() const { return _changed; }
     /// Its first bytes, as many as are there.
     QByteArray head(qsizetype size) const;
+    /// From now on no more than so many bytes are given out; holes of the file count, too.
+    void allow(qint64 bytes) { _left = bytes; }
+    /// More was asked for than allowed.
+    bool isExhausted() const { return _isExhausted; }
     /// The medium's last error since it was asked for; 0: none.
     int takeError();
 
@@ -35,4 +43,6 @@ private:
     qint64 _changed = 0;
     int64_t _position = 0;
     int _error = 0;
+    qint64 _left = unlimited;
+    bool _isExhausted = false;
 };

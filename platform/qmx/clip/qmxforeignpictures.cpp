@@ -66,7 +66,10 @@ QmxError QmxForeignPictures::describe(const QString &path)
     const double frames = std::round(seconds * _desc.frameRate().toDouble());
     _count = frames < double(std::numeric_limits<int>::max()) ? qint64(frames) : 0;
     // A file without a length is a single picture, or damaged.
-    if (_count == 0) _count = _file.next() ? 1 : 0;
+    if (_count == 0) {
+        const auto noted = _file.decoding();
+        _count = _file.next() ? 1 : 0;
+    }
     if (const int reason = _file.takeError(); reason != 0 && _count == 0)
         return {reason, QStringLiteral("Cannot read clip %1: %2").arg(path, QmxError(reason).toString())};
     if (_count == 0) return {ENODATA, QStringLiteral("Clip %1 has no frames").arg(path)};
@@ -169,6 +172,7 @@ QmxError QmxForeignPictures::read(qint64 number, QmxImage &image)
 {
     const QmxImage *found = kept(number);
     if (!found) {
+        const auto noted = _file.decoding();
         if (_runStart >= 0 && number > _runEnd && number - _runEnd <= maxForward && !_atEnd)
             decodeTo(number);
         else if (!_atEnd || number <= _runEnd || _runStart < 0)

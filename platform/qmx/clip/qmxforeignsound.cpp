@@ -69,6 +69,7 @@ bool QmxForeignSound::decodeMore()
 
 QmxError QmxForeignSound::read(qint64 first, int count, qint32 *to)
 {
+    const auto noted = _file.decoding();
     const auto end = [this] { return _position + qint64(_buffer.size()) / _channels; };
     if (!_positionKnown || first < _position || first > end() + maxForward) seekTo(first);
     while (!_atEnd && (!_positionKnown || end() < first + count)) {

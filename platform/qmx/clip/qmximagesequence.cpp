@@ -56,14 +56,49 @@ QmxVideoRate rateInName(const QString &folder)
 }
 } // namespace
 
+QmxImageSequence::~QmxImageSequence()
+{
+    if (_fd >= 0) _environment.files->close(_fd);
+}
+
+bool QmxImageSequence::isFolder(const QString &path, QmxFiles &files)
+{
+    struct stat64 data = {};
+    if (files.stat(path, &data) != 0 || !S_ISDIR(data.st_mode)) return false;
+    const int fd = files.open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    // One that cannot be opened for another reason is one all the same: what opens it says why.
+    const bool isLink = fd < 0 && (errno == ENOTDIR || errno == ELOOP);
+    if (fd >= 0) files.close(fd);
+    return !isLink;
+}
+
 QmxError QmxImageSequence::open(const QString &folder)
 {
     QmxLibav::quietLog();
     _folder = folder;
-    QmxError error = findFiles();
+    QmxError error = openFolder();
+    if (!error.isError()) error = findFiles();
     if (!error.isError()) error = openDecoder(codecOf(QFileInfo(_files.begin()->second).suffix().toLower()));
     if (!error.isError()) error = decode(_files.begin()->second);
-    return error.isError() ? error : describe();
+    if (!error.isError()) error = describe();
+    _mark.end();
+    return error;
+}
+
+QmxError QmxImageSequence::openFolder()
+{
+    if (_fd >= 0) _environment.files->close(_fd);
+    _fd = _environment.files->open(_folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (_fd < 0) {
+        const int reason = errno;
+        return {reason,
+                QStringLiteral("Cannot open folder %1: %2").arg(_folder, QmxError(reason).toString())};
+    }
+    _inside = QStringLiteral("/proc/self/fd/%1/").arg(_fd);
+    struct stat64 data = {};
+    if (_environment.files->fstat(_fd, &data) != 0) return QmxError(errno);
+    return _mark.begin(_folder, data.st_size,
+                       data.st_mtim.tv_sec * QmxClock::nsPerSecond + data.st_mtim.tv_nsec);
 }
 
 QString QmxImageSequence::codecName() const
@@ -75,7 +110,7 @@ QmxError QmxImageSequence::findFiles()
 {
     static const QRegularExpression form(QStringLiteral("^([^.].*?|)(\\d{1,9})\\.([A-Za-z]+)$"));
     std::map<QString, std::map<qint64, QString>> runs; // by name and kind
-    for (const QString &name : QDir(_folder).entryList(QDir::Files)) {
+    for (const QString &name : QDir(_inside).entryList(QDir::Files | QDir::NoSymLinks)) {
         const QRegularExpressionMatch match = form.match(name);
         const QString ending = match.captured(3).toLower();
         if (match.hasMatch() && codecOf(ending) != AV_CODEC_ID_NONE)
@@ -106,9 +141,8 @@ QmxError QmxImageSequence::openDecoder(int id)
 
 QmxError QmxImageSequence::readBytes(const QString &file, QByteArray &bytes) const
 {
-    const QString path = _folder + QLatin1Char('/') + file;
     QmxFiles &files = *_environment.files;
-    const int fd = files.open(path, O_RDONLY | O_CLOEXEC);
+    const int fd = files.open(_inside + file, O_RDONLY | O_CLOEXEC);
     struct stat64 data = {};
     int reason = fd < 0 || files.fstat(fd, &data) != 0 ? errno : 0;
     if (reason == 0 && (!S_ISREG(data.st_mode) || data.st_size > maxBytes)) reason = EILSEQ;
@@ -121,7 +155,9 @@ QmxError QmxImageSequence::readBytes(const QString &file, QByteArray &bytes) con
     }
     if (fd >= 0) files.close(fd);
     if (reason != 0)
-        return {reason, QStringLiteral("Cannot read picture %1: %2").arg(path, QmxError(reason).toString())};
+        return {
+            reason,
+            QStringLiteral("Cannot read picture %1/%2: %3").arg(_folder, file, QmxError(reason).toString())};
     std::memset(bytes.data() + done, 0, AV_INPUT_BUFFER_PADDING_SIZE);
     return {};
 }
@@ -172,10 +208,12 @@ QmxError QmxImageSequence::describe()
 
 QmxError QmxImageSequence::read(qint64 number, QmxImage &image)
 {
+    const DecodingMark::Standing noted(_mark);
     // Not before the first, so that there is one.
     const auto file = std::prev(_files.upper_bound(_files.begin()->first + std::max<qint64>(number, 0)));
     const QmxError error = decode(file->second);
     if (error.isError()) return error;
+    _mark.decoded(++_decoded, false);
     const QmxPicture picture =
         _converter.convert(_frame.get(), QmxPicture::Format::Yuv422P10, QSize(_desc.width(), _desc.height()));
     QmxBuffer coded;

@@ -74,7 +74,12 @@ int getPoolBuffer(AVCodecContext *context, AVFrame *frame, int flags)
 void QmxLibav::quietLog()
 {
     static std::once_flag once;
-    std::call_once(once, [] { av_log_set_callback(logLine); });
+    std::call_once(once, [] {
+        av_log_set_callback(logLine);
+        // What a file or a sender claims to need: no picture takes as much in one piece.
+        constexpr size_t largestPiece = size_t(1) << 30;
+        av_max_alloc(largestPiece);
+    });
 }
 
 bool QmxLibav::loadDevices()

@@ -90,6 +90,10 @@ QmxError QmxSourceDecoder::open()
     AVFormatContext *context = avformat_alloc_context();
     if (!context) return QmxError(ENOMEM);
     context->interrupt_callback = {interrupted, &_interrupt};
+    if (SenderBounds::areFor(_url) && !_bounds.apply(context, _url)) {
+        avformat_free_context(context);
+        return QmxError(ENOMEM);
+    }
     Options options;
     if (_latency == Latency::Low) {
         context->max_analyze_duration = AV_TIME_BASE; // a second tells the format
@@ -113,6 +117,8 @@ QmxError QmxSourceDecoder::open()
     }
     // Frees the context when it fails.
     int result = avformat_open_input(&context, address.toUtf8().constData(), format, &options.dictionary);
+    // A format that may not come is called an invalid argument.
+    if (result == AVERROR(EINVAL) && _bounds.isConnected()) result = AVERROR_INVALIDDATA;
     if (result < 0) return openError(result);
     _input.reset(context);
     result = avformat_find_stream_info(context, nullptr);

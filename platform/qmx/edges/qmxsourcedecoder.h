@@ -3,6 +3,7 @@
 
 #include "platform/qmx/codec/qmxpictureconverter.h"
 #include "platform/qmx/core/qmxtimecode.h"
+#include "platform/qmx/edges/senderbounds.h"
 
 #include <QString>
 
@@ -79,6 +80,7 @@ private:
     QString _url;
     Latency _latency;
     std::function<bool()> _interrupt;
+    SenderBounds _bounds; ///< first: the input asks it
     std::unique_ptr<AVFormatContext, CloseInput> _input;
     QmxLibav::CodecContext _video, _sound;
     QmxLibav::Resampler _resampler;

@@ -98,9 +98,10 @@ TEST(BadInput, filesThatAreNoClipsAreExplainedAndTheOthersPlay)
     )sh");
     const QByteArray clips = said(result.out, "clips");
     const QString all = QString::fromUtf8(said(result.out, "all")).simplified();
-    for (const char *line : {"- cut_0.mov it is empty", "- cut_1.mov it has no frames", "- dangling.mov it is a link",
-                             "- empty.images it holds no numbered pictures", "- link.mov it is a link",
-                             "- noise.mov it is no kind of clip that is known", "- pipe.mov it is no file"})
+    for (const char *line :
+         {"- cut_0.mov it is empty", "- cut_1.mov it has no frames", "- dangling.mov it is a link",
+          "- empty.images it holds no numbered pictures", "- link.mov it is a link",
+          "- noise.mov it is no kind of clip that is known", "- pipe.mov it is no file"})
         EXPECT_TRUE(all.contains(QLatin1String(line))) << line << " is not in " << all.toStdString();
     for (const char *listed : {"take_001.mov", "odd.mov", "film.images", "cut_19.mov", "holed.mov"}) {
         EXPECT_TRUE(clips.contains(listed)) << listed << clips.toStdString();

@@ -24,8 +24,8 @@ constexpr int againMs = 40;
 /// Percent free at which the second copy moves to where mirror_media_path says: what has been named while
 /// there is more room is meant for the next take.
 constexpr int nearlyFull = 11;
-/// Those that the next clip of a running take needs: each writer's, and one for each way of asking its medium:
-/// how much room there is, which names are free, what is on it.
+/// Those that the next clip of a running take needs: each writer's, and one for each way of asking its
+/// medium: how much room there is, which names are free, what is on it.
 constexpr int spareThreadsPerCopy = 4;
 
 } // namespace

@@ -39,10 +39,10 @@ TEST(BadInput, aStoreThatIsTakenAwayDuringATakeComesBackWithWhatWasKnown)
         say log; grep -c 'configuration store' /run/xp/xpd.out || true # none is not a failure
         say gone
         xpctl record >&2
-        mv $db $db.away; mkdir $db
+        mount -t tmpfs -o ro none /var/lib/xp
         await 'xpctl --json status 2>/dev/null | grep -q "\"recorded_up_to\":[2-9][0-9]"' # shared memory goes on telling
         refused status; refused clips; refused record; xpctl stop
-        rmdir $db; mv $db.away $db
+        umount /var/lib/xp
         await is transport_status stopped
         cp /media/A/*.mov $OUT
         say held
@@ -113,8 +113,8 @@ TEST(BadInput, filesThatAreNoClipsAreExplainedAndTheOthersPlay)
                       QByteArray(name) + " lies on /media/A, but cannot be played: ");
     }
     EXPECT_FALSE(clips.contains("linked.images")) << clips.toStdString();
-    for (const char *name : {"folder.mov", "linked.images"})
-        expectRefusal(said(result.out, name), 1, "it is no file");
+    expectRefusal(said(result.out, "folder.mov"), 1, "it is no file");
+    expectRefusal(said(result.out, "linked.images"), 1, "it is a link");
     expectRefusal(said(result.out, "pipe.mov"), 1, "it is no file");
     expectRefusal(said(result.out, "dangling.mov"), 1, "there is no clip dangling.mov on /media/A");
     EXPECT_LE(said(result.out, "log").count("holed.mov"), 4) << "one error for a run of bad frames";
@@ -175,7 +175,7 @@ TEST(BadInput, commandLinesThatMakeNoSenseAndDaemonsThatDie)
         for length in 0 nan inf 1e30 x ''; do check 2 record --for "$length"; done
         check 2 step; check 2 cue; check 2 clip; check 2 get; check 2 set; check 2 set clip_base_name
         check 2 get ''; check 2 get nonsense; check 2 set nonsense 1; check 2 params no_such_word; check 2 play 1 2
-        check 2 set transport_status nonsense; check 2 set transport_status stopped; check 2 list add; check 2 set take_number -1; check 2 set take_number 99999999999999
+        check 2 set transport_status nonsense; check 2 set transport_status stopped; check 3 list add; check 2 set take_number -1; check 2 set take_number 99999999999999
         check 2 status --for 3; check 2 --nonsense; check 2 get clip_base_name more
         for command in record play still stop "step 1" "cue 1" next prev "clip x" shut-down; do check 3 $command; done
         xpctl --help >/dev/null; xpctl record --help >/dev/null
@@ -264,7 +264,7 @@ VALUES
     // What makes no sense at all, and what the clip that is there does not have.
     const QByteArray refused = result.out.left(result.out.indexOf("== "));
     EXPECT_TRUE(refused.contains("is on the same medium as"));
-    EXPECT_EQ(refused.count(": 2\n"), 15) << result.out.toStdString();
+    EXPECT_EQ(refused.count(": 2\n"), 16) << result.out.toStdString();
     EXPECT_EQ(refused.count(": 1\n"), 2) << result.out.toStdString();
     EXPECT_EQ(said(result.out, "cue").count("status 1\n"), 2) << result.out.toStdString();
     EXPECT_TRUE(said(result.out, "cue").contains("its timecodes are 10:00:00:00 to 10:00:0"))

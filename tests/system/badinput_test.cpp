@@ -63,7 +63,7 @@ TEST(BadInput, aStoreThatIsTakenAwayDuringATakeComesBackWithWhatWasKnown)
     EXPECT_LE(said(result.out, "log").trimmed().toInt(), 8) << "more than two lines for each harm";
     const QByteArray gone = said(result.out, "gone");
     EXPECT_EQ(gone.count("status 4\n"), 3) << gone.toStdString();
-    EXPECT_TRUE(gone.contains("check the folder and its rights")) << gone.toStdString();
+    EXPECT_TRUE(gone.contains("; check the folder, its rights")) << gone.toStdString();
     EXPECT_TRUE(gone.contains("\"name\":\"other_001.mov\"")) << gone.toStdString();
     EXPECT_TRUE(gone.contains(" frames, stopped without the configuration store\n")) << gone.toStdString();
     for (int take = 1; take <= 5; ++take) {

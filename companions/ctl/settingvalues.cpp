@@ -64,7 +64,7 @@ SettingValues defaultSettings(const QString &name)
 
 QString parseSettings(const QJsonArray &list, const QString &name, SettingValues &values)
 {
-    for (const QJsonValue &item : list) {
+    for (const QJsonValue item : list) {
         const QString parameter = item["name"].toString();
         const ParamDescriptor *descriptor = FindDescriptor(parameter.toStdString());
         StoreValue value;

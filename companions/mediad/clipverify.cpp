@@ -95,7 +95,7 @@ QmxError verifyClips(const std::string &folder, const std::string &clip, const Q
     for (const Listed &one : clips) {
         const QString name = QString::fromLocal8Bit(one.name);
         QmxClipCheck check;
-        const QmxError error = QmxClipCheck::run(
+        QmxError error = QmxClipCheck::run(
             QString::fromLocal8Bit(folder) + '/' + name, check, environment,
             [&](qint64 done, qint64) { return !pace || pace(before + std::min(done, one.bytes), total); });
         before += one.bytes;

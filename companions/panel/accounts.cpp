@@ -51,13 +51,13 @@ QString digestOf(const QString &token)
 QList<Accounts::Account> parse(const QByteArray &text)
 {
     QList<Accounts::Account> accounts;
-    for (const QJsonValue &value : QJsonDocument::fromJson(text).object()["accounts"].toArray()) {
+    for (const QJsonValue value : QJsonDocument::fromJson(text).object()["accounts"].toArray()) {
         const QJsonObject object = value.toObject();
         Accounts::Account account{object["name"].toString(),
                                   roleNamed(object["role"].toString()).value_or(Role::View),
                                   object["hash"].toString(),
                                   {}};
-        for (const QJsonValue &token : object["tokens"].toArray())
+        for (const QJsonValue token : object["tokens"].toArray())
             account.tokens << token.toString();
         if (!account.name.isEmpty()) accounts << account;
     }
@@ -153,7 +153,7 @@ QString Accounts::write(const QList<Account> &accounts) const
                                 {"tokens", QJsonArray::fromStringList(account.tokens)}});
     const QFileInfo file(_path);
     QDir().mkpath(file.path());
-    if (const QString foreign = problem(); !foreign.isEmpty()) return foreign;
+    if (QString foreign = problem(); !foreign.isEmpty()) return foreign;
     const QmxSafeFolder folder(file.path());
     const QByteArray text = QJsonDocument(QJsonObject{{"accounts", list}}).toJson();
     QmxSafeFolder::As as;

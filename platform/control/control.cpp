@@ -112,7 +112,7 @@ QString Control::writeInTurn(const Request &request, const Who &who, const Recor
     const std::lock_guard lock(turn);
     const bool isFirst = _announced.isEmpty();
     if (isFirst) {
-        const QString problem = announce(request, who);
+        QString problem = announce(request, who);
         _isUnannounced = !problem.isEmpty();
         if (_isUnannounced && row.has(VerbRow::StopsTake)) return problem; // it has another way
         if (!_isUnannounced) Ownership(_recorder).renew(who);

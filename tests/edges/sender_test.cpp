@@ -36,7 +36,7 @@ QmxError opened(const QByteArray &sent)
     });
     QmxSourceDecoder decoder(QStringLiteral("tcp://127.0.0.1:%1").arg(ntohs(here.sin_port)),
                              QmxSourceDecoder::Latency::Low, [] { return false; });
-    const QmxError error = decoder.open();
+    QmxError error = decoder.open();
     ::shutdown(listener, SHUT_RDWR); // nobody is waited for who does not come
     sender.join();
     ::close(listener);

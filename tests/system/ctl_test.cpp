@@ -275,12 +275,13 @@ RC
         man --warnings -E UTF-8 -l $OUT/xpctl.1 2>&1 >$OUT/page | head -n 5
         cat $OUT/page
     )sh");
+    constexpr auto recordOptions = "xpctl record --: --json --help --channel --channels --all --best-effort "
+                                   "--recorder --recorders --for "
+                                   "--start --at --until --no-wait "
+                                   "--on-word";
     for (const char *line : {"status 2",
                              "xpctl rec: record",
-                             "xpctl record --: --json --help --channel --channels --all --best-effort "
-                             "--recorder --recorders --for "
-                             "--start --at --until --no-wait "
-                             "--on-word",
+                             recordOptions,
                              "xpctl set video_in: video_input",
                              "xpctl set loop_playback : off on",
                              "xpctl --json list m: move",

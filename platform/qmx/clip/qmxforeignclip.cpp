@@ -49,7 +49,7 @@ QmxError QmxForeignClip::open(const QString &path)
     d->info.foreign = d->info.closed = true;
     d->isSequence = QmxImageSequence::isFolder(path, *d->files);
     if (d->isSequence) {
-        const QmxError error = d->sequence.open(path);
+        QmxError error = d->sequence.open(path);
         d->info.image = d->sequence.desc();
         d->info.frames = d->sequence.count();
         d->info.foreignCodec = d->sequence.codecName();

@@ -70,7 +70,7 @@ QmxForeignFile::~QmxForeignFile()
 
 QmxError QmxForeignFile::openTables(const QString &path)
 {
-    const QmxError error = openAs(path, AVMEDIA_TYPE_UNKNOWN);
+    QmxError error = openAs(path, AVMEDIA_TYPE_UNKNOWN);
     if (!error.isError()) _mark.end();
     return error;
 }
@@ -85,8 +85,7 @@ QmxError QmxForeignFile::openAs(const QString &path, AVMediaType type)
     _format = _io.open(path, reason);
     if (!_format)
         return {reason, QStringLiteral("Cannot open clip %1: %2").arg(path, QmxError(reason).toString())};
-    if (const QmxError fatal = _mark.begin(path, _io.size(), _io.changed(), part); fatal.isError())
-        return fatal;
+    if (QmxError fatal = _mark.begin(path, _io.size(), _io.changed(), part); fatal.isError()) return fatal;
     _io.allow(mostForTables);
     int result = openContainer(_format, path);
     bool isTooMuch = result >= 0 && !dropAttached(_format);

@@ -165,7 +165,7 @@ QmxError QmxImageSequence::readBytes(const QString &file, QByteArray &bytes) con
 QmxError QmxImageSequence::decode(const QString &file)
 {
     QByteArray bytes;
-    const QmxError error = readBytes(file, bytes);
+    QmxError error = readBytes(file, bytes);
     if (error.isError()) return error;
     if (!_packet || !_frame) return {ENOMEM, QStringLiteral("No memory is left to read %1").arg(_folder)};
     av_packet_unref(_packet.get());
@@ -211,7 +211,7 @@ QmxError QmxImageSequence::read(qint64 number, QmxImage &image)
     const DecodingMark::Standing noted(_mark);
     // Not before the first, so that there is one.
     const auto file = std::prev(_files.upper_bound(_files.begin()->first + std::max<qint64>(number, 0)));
-    const QmxError error = decode(file->second);
+    QmxError error = decode(file->second);
     if (error.isError()) return error;
     _mark.decoded(++_decoded, false);
     const QmxPicture picture =

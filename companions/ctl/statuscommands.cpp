@@ -132,6 +132,17 @@ QString lineOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &ca
     return text;
 }
 
+/// Behind that, in one line, what `status` has lines for: formats, what is played, and how, peaks.
+QString tailOf(const DeckState &deck, const std::optional<QmxPreviewPicture> &card, bool loops)
+{
+    if (!deck.running || !deck.storeProblem.isEmpty()) return {};
+    QString text = QStringLiteral("  in %1  rec %2 %3  plays %4%5")
+                       .arg(deck.inputFormat, deck.recordFormat, deck.recordCodec, deck.playbackSource,
+                            loops ? QStringLiteral(", round and round") : QString());
+    if (card) text += QStringLiteral("  %1 dB").arg(meters(peaksOf(card)));
+    return text;
+}
+
 /// Where the take is written to, or the next one will be.
 QString placesText(const DeckState &deck)
 {
@@ -311,8 +322,9 @@ ExitCode ctlWatch(Recorder &recorder, const Report &report, const Arguments &arg
         const DeckState state = deck.look();
         if (state.tick == tick && state.running) return false;
         const auto card = recorder.card();
-        const QString text = lineOf(state, card);
-        const QJsonObject object = objectOf(state, card, deck.loops(state));
+        const bool loops = deck.loops(state);
+        const QString text = lineOf(state, card) + tailOf(state, card, loops);
+        const QJsonObject object = objectOf(state, card, loops);
         tick = state.tick; // the one that the line shows
         if (text != lastText || (report.isJson() && object != lastObject)) {
             QJsonObject told = object; // (its age alone is nothing new)
